@@ -1,0 +1,93 @@
+# Everything that comes from outside, each with its purpose. No other file of the build looks for a package.
+# A dependency is used through the target dep::<name>; which folder may do so stands in Module.cmake.
+include_guard(GLOBAL)
+
+# dep::<name> for libraries or imported targets; the include folders are system folders, so foreign headers do not warn.
+function(lumenara_dependency name)
+  cmake_parse_arguments(arg "" "" "LINK;INCLUDE" ${ARGN})
+  add_library(dep_${name} INTERFACE)
+  add_library(dep::${name} ALIAS dep_${name})
+  target_link_libraries(dep_${name} INTERFACE ${arg_LINK})
+  foreach(folder IN LISTS arg_INCLUDE)
+    # The compiler knows this folder; naming it again would change the order of the standard headers.
+    if(NOT folder STREQUAL "/usr/include")
+      target_include_directories(dep_${name} SYSTEM INTERFACE "${folder}")
+    endif()
+  endforeach()
+endfunction()
+
+# dep::<name> for a library without a usable CMake package: one header and libraries by name.
+function(lumenara_find_dependency name)
+  cmake_parse_arguments(arg "" "HEADER" "LIBRARIES;SUFFIXES" ${ARGN})
+  find_path(LUMENARA_${name}_INCLUDE "${arg_HEADER}" PATH_SUFFIXES ${arg_SUFFIXES} REQUIRED)
+  mark_as_advanced(LUMENARA_${name}_INCLUDE)
+  set(libraries "")
+  foreach(library IN LISTS arg_LIBRARIES)
+    find_library(LUMENARA_${name}_${library} ${library} REQUIRED)
+    mark_as_advanced(LUMENARA_${name}_${library})
+    list(APPEND libraries "${LUMENARA_${name}_${library}}")
+  endforeach()
+  lumenara_dependency(${name} LINK ${libraries} INCLUDE "${LUMENARA_${name}_INCLUDE}")
+endfunction()
+
+# Threads: the host's own workers, and loading of plug-in modules.
+set(THREADS_PREFER_PTHREAD_FLAG ON)
+find_package(Threads REQUIRED)
+lumenara_dependency(threads LINK Threads::Threads ${CMAKE_DL_LIBS})
+
+# TBB: the task library inside Embree.
+lumenara_find_dependency(tbb HEADER tbb/version.h LIBRARIES tbb)
+
+# Embree 3: ray queries against triangles and instances.
+lumenara_find_dependency(embree HEADER embree3/rtcore.h LIBRARIES embree3)
+target_link_libraries(dep_embree INTERFACE dep_tbb)
+
+# OpenImageIO: reading and writing of still images. By name: its CMake target lists a folder that does not exist.
+lumenara_find_dependency(openimageio HEADER OpenImageIO/imageio.h LIBRARIES OpenImageIO OpenImageIO_Util)
+
+# FreeType: glyph outlines and their pixels, for text in pictures.
+find_package(Freetype REQUIRED)
+lumenara_dependency(freetype LINK Freetype::Freetype)
+
+# HarfBuzz: shaping, so that text of any script is set right.
+lumenara_find_dependency(harfbuzz HEADER hb.h LIBRARIES harfbuzz SUFFIXES harfbuzz)
+
+# Fontconfig: finding the installed font that has a glyph.
+find_package(Fontconfig REQUIRED)
+lumenara_dependency(fontconfig LINK Fontconfig::Fontconfig)
+
+# tinygltf: reading and writing of glTF documents.
+lumenara_find_dependency(tinygltf HEADER tiny_gltf.h LIBRARIES tinygltf)
+
+# draco: compressed meshes inside glTF.
+lumenara_find_dependency(draco HEADER draco/compression/decode.h LIBRARIES draco)
+
+# Assimp: import of OBJ, FBX, PLY, STL and DAE.
+lumenara_find_dependency(assimp HEADER assimp/Importer.hpp LIBRARIES assimp)
+
+# OpenSubdiv: Catmull-Clark subdivision. By name: its CMake package wants a static library that is not packaged.
+lumenara_find_dependency(opensubdiv HEADER opensubdiv/version.h LIBRARIES osdCPU)
+
+# nlohmann-json: glTF extras, preferences, statistics.
+find_package(nlohmann_json 3.11 REQUIRED)
+lumenara_dependency(json LINK nlohmann_json::nlohmann_json)
+
+# CLI11: command lines of the programs.
+find_package(CLI11 2.1 REQUIRED)
+lumenara_dependency(cli11 LINK CLI11::CLI11)
+
+# Python 3: makes the plug-in's link library and runs the checks of the source tree.
+find_package(Python3 REQUIRED COMPONENTS Interpreter)
+
+if(LUMENARA_TESTS OR LUMENARA_FUZZ)
+  # GoogleTest: unit tests.
+  find_package(GTest REQUIRED)
+  lumenara_dependency(gtest LINK GTest::gtest GTest::gmock)
+  lumenara_dependency(gtest_main LINK GTest::gtest_main)
+endif()
+
+if(LUMENARA_BENCH)
+  # Google Benchmark: timing of the renderer and of the host's hot paths.
+  find_package(benchmark REQUIRED)
+  lumenara_dependency(benchmark LINK benchmark::benchmark benchmark::benchmark_main)
+endif()
