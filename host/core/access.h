@@ -1,0 +1,42 @@
+// The host's way into the private parts of interface classes. Nothing but the host includes it.
+#pragma once
+
+#include <memory>
+
+#include "c4d.h"
+
+namespace host {
+
+struct Access {
+  // Nodes: the interface object is the node, its state belongs to host/scene.
+  static NodeState* state(const BaseList2D* node) noexcept { return node ? node->state_ : nullptr; }
+  template <class Node>
+  static Node* make(NodeState* state) {
+    return new Node(state);
+  }
+  template <class Node>
+  static void destroy(Node* node) noexcept {
+    delete node;
+  }
+
+  static std::unique_ptr<BaseChannel, void (*)(BaseChannel*)> makeChannel(BaseMaterial* material, LONG id) {
+    auto* channel = new BaseChannel;
+    channel->material_ = material;
+    channel->id_ = id;
+    return {channel, [](BaseChannel* c) { delete c; }};
+  }
+  static BaseMaterial* material(const BaseChannel& channel) noexcept { return channel.material_; }
+
+  static BitmapData*& data(BaseBitmap& bitmap) noexcept { return bitmap.data_; }
+  static const BitmapData* data(const BaseBitmap& bitmap) noexcept { return bitmap.data_; }
+  static std::atomic<ULONG>* pixels(const BaseBitmap& bitmap) noexcept { return bitmap.pixels_; }
+
+  static DialogState* state(const GeDialog& dialog) noexcept { return dialog.state_; }
+
+  /// A render as a video post sees it, for the time of a call.
+  struct RenderView : Render {
+    explicit RenderView(BaseBitmap* bitmap) { bitmap_ = bitmap; }
+  };
+};
+
+} // namespace host

@@ -1,0 +1,13 @@
+// Identities: 64-bit numbers that are never used twice within a run of the program.
+#pragma once
+
+#include <cstdint>
+
+namespace host {
+
+using Identity = std::uint64_t; // 0 is nothing
+
+/// A fresh one. Any thread.
+Identity newIdentity() noexcept;
+
+} // namespace host

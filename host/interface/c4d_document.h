@@ -1,0 +1,330 @@
+// Documents and their nodes: objects, tags, materials, shaders, render data, video posts, views.
+// A document and its nodes are used by one thread at a time: the user's documents by the main thread, a clone
+// by the thread that made it. `GetActiveDocument` called from another thread pins the document until that
+// thread ends. Every node has a 64-bit identity, never reused; a document clone keeps identities, a node's
+// clone gets a new one.
+#pragma once
+
+#include "c4d_container.h"
+#include "c4d_file.h"
+#include "c4d_threading.h"
+
+class BaseChannel;
+class BaseDocument;
+class BaseDraw;
+class BaseMaterial;
+class BaseObject;
+class BaseShader;
+class BaseTag;
+class BaseVideoPost;
+class RenderData;
+namespace host {
+struct NodeState;
+}
+
+enum COPYFLAGS { COPYFLAGS_0 = 0, COPYFLAGS_NO_HIERARCHY = 4, COPYFLAGS_NO_ANIMATION = 8 };
+enum BUILDFLAGS { BUILDFLAGS_0 = 0, BUILDFLAGS_EXTERNALRENDERER = 4 };
+/// Bits of a node.
+inline constexpr LONG BIT_ACTIVE = 2;
+inline constexpr LONG BIT_VPDISABLED = 4;
+
+inline constexpr LONG Opolygon = 5100;
+inline constexpr LONG Olight = 5102;
+inline constexpr LONG Ocamera = 5103;
+inline constexpr LONG Ofloor = 5104;
+inline constexpr LONG Osky = 5105;
+inline constexpr LONG Onull = 5140;
+inline constexpr LONG Osds = 1007455;
+inline constexpr LONG Tphong = 5612;
+inline constexpr LONG Ttexture = 5616;
+inline constexpr LONG Tprotection = 5629;
+inline constexpr LONG Tcompositing = 5637;
+inline constexpr LONG Tuvw = 5671;
+inline constexpr LONG Ttargetexpression = 5676;
+inline constexpr LONG Taligntopath = 5699;
+inline constexpr LONG Taligntospline = 5700;
+inline constexpr LONG Mmaterial = 5703;
+inline constexpr LONG Xcolor = 5832;
+inline constexpr LONG Xbitmap = 5833;
+inline constexpr LONG Xambientocclusion = 1001191;
+inline constexpr LONG Xfusion = 1011109;
+inline constexpr LONG Xlayer = 1011123;
+inline constexpr LONG VPglobalillumination = 1021096;
+inline constexpr LONG VPambientocclusion = 300001045;
+inline constexpr LONG VPcaustics = 1000970;
+inline constexpr LONG VPhair = 1017325;
+inline constexpr LONG EXPRESSION_ENABLE = 1000999;
+
+inline constexpr LONG CHANNEL_COLOR = 0;
+inline constexpr LONG CHANNEL_LUMINANCE = 1;
+inline constexpr LONG CHANNEL_TRANSPARENCY = 2;
+inline constexpr LONG CHANNEL_REFLECTION = 3;
+inline constexpr LONG CHANNEL_ENVIRONMENT = 4;
+inline constexpr LONG CHANNEL_FOG = 5;
+inline constexpr LONG CHANNEL_BUMP = 6;
+inline constexpr LONG CHANNEL_ALPHA = 7;
+inline constexpr LONG CHANNEL_SPECULAR = 8;
+inline constexpr LONG CHANNEL_SPECULARCOLOR = 9;
+inline constexpr LONG CHANNEL_GLOW = 10;
+inline constexpr LONG CHANNEL_DISPLACEMENT = 11;
+inline constexpr LONG CHANNEL_DIFFUSION = 12;
+inline constexpr LONG CHANNEL_NORMAL = 13;
+
+/// A node: type, name, bits, a container of parameters, a place in a list or tree.
+class C4D_API BaseList2D {
+ public:
+  LONG GetType() const;
+  Bool IsInstanceOf(LONG type) const;
+  String GetName() const;
+  void SetName(const String& name);
+  ULLONG GetIdentity() const;        // (ours)
+  BaseDocument* GetDocument() const; // null while it is in none
+
+  Bool GetBit(LONG mask) const;
+  void SetBit(LONG mask);
+  void DelBit(LONG mask);
+
+  /// The parameters that this node stores. The instance may be written in place.
+  BaseContainer GetData() const;
+  BaseContainer* GetDataInstance();
+  const BaseContainer* GetDataInstance() const;
+  void SetData(const BaseContainer& data, Bool add = TRUE);
+  /// A parameter, with the type's default where the container has no entry. False when the node knows none
+  /// with this ID.
+  Bool GetParameter(LONG id, GeData& value) const;
+  Bool SetParameter(LONG id, const GeData& value);
+
+  /// A copy with a new identity, in no document; null when memory is short. The caller frees it.
+  BaseList2D* GetClone(COPYFLAGS flags = COPYFLAGS_0) const;
+  /// Takes it out of its list; the caller owns it then.
+  void Remove();
+
+  // Shaders that belong to this node (materials and shaders have them).
+  BaseShader* GetFirstShader() const;
+  void InsertShader(BaseShader* shader, BaseShader* after = nullptr);
+
+ protected:
+  friend struct host::Access;
+  explicit BaseList2D(host::NodeState* state);
+  ~BaseList2D();
+  BaseList2D(const BaseList2D&) = delete;
+  BaseList2D& operator=(const BaseList2D&) = delete;
+  BaseList2D* Next() const;
+  BaseList2D* Pred() const;
+  BaseList2D* Up() const;
+  BaseList2D* Down() const;
+  host::NodeState* state_;
+};
+
+class C4D_API BaseTag : public BaseList2D {
+ public:
+  static BaseTag* Alloc(LONG type);
+  static void Free(BaseTag*& tag);
+  BaseTag* GetNext() const;
+  BaseTag* GetPred() const;
+  BaseObject* GetObject() const;
+
+ private:
+  friend struct host::Access;
+  using BaseList2D::BaseList2D;
+  ~BaseTag() = default;
+};
+
+class C4D_API BaseObject : public BaseList2D {
+ public:
+  /// Null when the type is unknown or memory is short.
+  static BaseObject* Alloc(LONG type);
+  static void Free(BaseObject*& object); // with its children and tags
+
+  BaseObject* GetNext() const;
+  BaseObject* GetPred() const;
+  BaseObject* GetUp() const;
+  BaseObject* GetDown() const;
+  void InsertUnder(BaseObject* parent); // as its first child
+  void InsertUnderLast(BaseObject* parent);
+  void InsertAfter(BaseObject* sibling);
+  void InsertBefore(BaseObject* sibling);
+
+  /// Whether the object works as a generator or deformer (on by default).
+  Bool GetDeformMode() const;
+  void SetDeformMode(Bool on);
+
+  /// The local matrix (relative to the parent) and the global one. Axes carry the scale.
+  Matrix GetMl() const;
+  void SetMl(const Matrix& m);
+  Matrix GetMg() const;
+  void SetMg(const Matrix& m);
+
+  BaseTag* GetFirstTag() const;
+  BaseTag* GetTag(LONG type, LONG index = 0) const;
+  /// Makes a tag of the type, puts it after `after` (null: first) and returns it.
+  BaseTag* MakeTag(LONG type, BaseTag* after = nullptr);
+  void InsertTag(BaseTag* tag, BaseTag* after = nullptr);
+
+ private:
+  friend struct host::Access;
+  using BaseList2D::BaseList2D;
+  ~BaseObject() = default;
+};
+
+class C4D_API BaseShader : public BaseList2D {
+ public:
+  static BaseShader* Alloc(LONG type);
+  static void Free(BaseShader*& shader); // with its children
+  BaseShader* GetNext() const;
+  BaseShader* GetPred() const;
+  BaseShader* GetUp() const;
+  BaseShader* GetDown() const;
+
+ private:
+  friend struct host::Access;
+  using BaseList2D::BaseList2D;
+  ~BaseShader() = default;
+};
+
+/// A channel of a material. It lives as long as its material.
+class C4D_API BaseChannel {
+ public:
+  LONG GetId() const noexcept { return id_; }
+  /// The channel's top shader; null when it has none (or it was removed).
+  BaseShader* GetShader() const;
+  /// Makes `shader`, which must belong to the material, the channel's; null takes it away.
+  Bool SetShader(BaseShader* shader);
+
+ private:
+  friend struct host::Access;
+  BaseChannel() = default;
+  BaseMaterial* material_ = nullptr;
+  LONG id_ = 0;
+};
+
+class C4D_API BaseMaterial : public BaseList2D {
+ public:
+  static BaseMaterial* Alloc(LONG type);
+  static void Free(BaseMaterial*& material);
+  BaseMaterial* GetNext() const;
+  BaseMaterial* GetPred() const;
+  /// One of CHANNEL_...; null for others.
+  BaseChannel* GetChannel(LONG id);
+
+ private:
+  friend struct host::Access;
+  using BaseList2D::BaseList2D;
+  ~BaseMaterial() = default;
+};
+
+class C4D_API BaseVideoPost : public BaseList2D {
+ public:
+  static BaseVideoPost* Alloc(LONG type);
+  static void Free(BaseVideoPost*& post);
+  BaseVideoPost* GetNext() const;
+  BaseVideoPost* GetPred() const;
+
+ private:
+  friend struct host::Access;
+  using BaseList2D::BaseList2D;
+  ~BaseVideoPost() = default;
+};
+
+/// Render settings: the container holds RDATA_... (c4d_render.h).
+class C4D_API RenderData : public BaseList2D {
+ public:
+  static RenderData* Alloc();
+  static void Free(RenderData*& data);
+  RenderData* GetNext() const;
+  RenderData* GetPred() const;
+  BaseVideoPost* GetFirstVideoPost() const;
+  void InsertVideoPost(BaseVideoPost* post, BaseVideoPost* after = nullptr);
+  void InsertVideoPostLast(BaseVideoPost* post);
+
+ private:
+  friend struct host::Access;
+  using BaseList2D::BaseList2D;
+  ~RenderData() = default;
+};
+
+/// An editor view. It belongs to its document.
+class C4D_API BaseDraw : public BaseList2D {
+ public:
+  /// The camera object that the view looks through; null when it looks through its own camera.
+  /// `document` null means the view's own.
+  BaseObject* GetSceneCamera(const BaseDocument* document) const;
+  void SetSceneCamera(BaseObject* camera, Bool animate = FALSE);
+  /// The view's own camera, always there and in no object list.
+  BaseObject* GetEditorCamera() const;
+
+  /// The view's rectangle in view coordinates.
+  void GetFrame(LONG* left, LONG* top, LONG* right, LONG* bottom) const;
+  /// The part that the render format covers: orientation 1 bars left and right (from, to are x), 2 above and
+  /// below (y), 0 none.
+  void GetSafeFrame(LONG* from, LONG* to, LONG* orientation) const;
+
+ private:
+  friend struct host::Access;
+  using BaseList2D::BaseList2D;
+  ~BaseDraw() = default;
+};
+
+class C4D_API BaseDocument : public BaseList2D {
+ public:
+  static BaseDocument* Alloc();
+  static void Free(BaseDocument*& document);
+
+  /// A copy that keeps identities and shares geometry, pictures and tracks; null when memory is short. It has
+  /// no scene hooks.
+  BaseDocument* GetClone(COPYFLAGS flags) const;
+
+  BaseObject* GetFirstObject() const;
+  void InsertObject(BaseObject* object, BaseObject* parent, BaseObject* pred);
+  /// The first object of this name, depth first in document order; null when there is none.
+  BaseObject* SearchObject(const String& name) const;
+  BaseMaterial* GetFirstMaterial() const;
+  void InsertMaterial(BaseMaterial* material, BaseMaterial* pred = nullptr);
+  BaseMaterial* SearchMaterial(const String& name) const;
+
+  RenderData* GetFirstRenderData() const;
+  RenderData* GetActiveRenderData() const;
+  void SetActiveRenderData(RenderData* data);
+  void InsertRenderData(RenderData* data, RenderData* pred = nullptr);
+  void InsertRenderDataLast(RenderData* data);
+
+  BaseDraw* GetActiveBaseDraw() const;
+  BaseDraw* GetRenderBaseDraw() const;
+
+  BaseTime GetTime() const;
+  void SetTime(const BaseTime& time);
+  LONG GetFps() const;
+  void SetFps(LONG fps); // 1 to 1000
+  BaseTime GetMinTime() const;
+  void SetMinTime(const BaseTime& time);
+  BaseTime GetMaxTime() const;
+  void SetMaxTime(const BaseTime& time);
+  BaseTime GetLoopMinTime() const; // the preview range
+  void SetLoopMinTime(const BaseTime& time);
+  BaseTime GetLoopMaxTime() const;
+  void SetLoopMaxTime(const BaseTime& time);
+
+  /// Level of detail 0 to 1.
+  Real GetLOD() const;
+  void SetLOD(Real lod);
+
+  Filename GetDocumentName() const; // without the folder
+  void SetDocumentName(const Filename& name);
+  Filename GetDocumentPath() const; // the folder
+  void SetDocumentPath(const Filename& path);
+
+  Bool GetChanged() const;
+  void SetChanged();
+
+  /// Evaluates the document at its time: tracks, then expressions, then (with `caches`) generators and
+  /// deformers. False after a break.
+  Bool ExecutePasses(BaseThread* thread, Bool animation, Bool expressions, Bool caches, BUILDFLAGS flags);
+
+ private:
+  friend struct host::Access;
+  using BaseList2D::BaseList2D;
+  ~BaseDocument() = default;
+};
+
+/// The document that the user works on; null when there is none.
+C4D_API BaseDocument* GetActiveDocument();

@@ -1,0 +1,75 @@
+// Plug-ins: what the host calls in a module, registration, kept data, resources. Main thread.
+#pragma once
+
+#include "c4d_bitmap.h"
+#include "c4d_container.h"
+#include "c4d_document.h"
+#include "c4d_render.h"
+
+// A module exports these three. `PluginMessage` gets C4DPL_INIT_SYS first; false unloads the module.
+extern "C" {
+C4D_API Bool PluginStart();
+C4D_API void PluginEnd();
+C4D_API Bool PluginMessage(LONG id, void* data);
+}
+inline constexpr LONG C4DPL_INIT_SYS = 1;
+
+inline constexpr LONG CMD_ENABLED = 0x40000000;
+inline constexpr LONG CMD_VALUE = 0x20000000;
+inline constexpr LONG PLUGINFLAG_HIDEPLUGINMENU = 0x20000000;
+
+/// What registration hands over. The host destroys it at shutdown, in the reverse order of registration.
+class C4D_API BaseData {
+ public:
+  BaseData() = default;
+  virtual ~BaseData();
+  BaseData(const BaseData&) = delete;
+  BaseData& operator=(const BaseData&) = delete;
+};
+
+class C4D_API CommandData : public BaseData {
+ public:
+  virtual Bool Execute(BaseDocument* document);
+  /// CMD_... bits.
+  virtual LONG GetState(BaseDocument* document);
+  /// Brings a dialog back at start-up; `secret` is the host's.
+  virtual Bool RestoreLayout(void* secret);
+};
+
+/// Data of a node that a plug-in defines; one instance a node.
+class C4D_API NodeData : public BaseData {};
+using DataAllocator = NodeData*();
+
+class C4D_API VideoPostData : public NodeData {
+ public:
+  /// Called on render threads, opened and closed in nested order, one call at a time.
+  virtual RENDERRESULT Execute(BaseVideoPost* node, VideoPostStruct* vps);
+};
+
+/// Each fails (false) when the ID is 0 or taken; the object then stays the caller's. The icon stays the
+/// caller's; the host copies it.
+C4D_API Bool RegisterCommandPlugin(LONG id, const String& name, LONG info, BaseBitmap* icon,
+                                   const String& help, CommandData* data);
+C4D_API Bool RegisterVideoPostPlugin(LONG id, const String& name, LONG info, DataAllocator* allocator,
+                                     const String& description, LONG diskLevel, LONG priority);
+
+/// Data that the host keeps for a plug-in with its preferences; on disk when the call returns. With `add` the
+/// entries are merged into what is stored, else they replace it.
+C4D_API Bool SetWorldPluginData(LONG id, const BaseContainer& data, Bool add = TRUE);
+/// Null when nothing is stored. The pointer stays valid for its ID until the host ends.
+C4D_API BaseContainer* GetWorldPluginData(LONG id);
+
+/// A plug-in's dialog descriptions and texts.
+class C4D_API GeResource {
+ public:
+  GeResource();
+  ~GeResource();
+  GeResource(const GeResource&) = delete;
+  GeResource& operator=(const GeResource&) = delete;
+  /// Opens the resource folder. False when it is not there or a file in it does not read.
+  Bool Init(const Filename& folder);
+  const Filename& GetFolder() const noexcept { return folder_; }
+
+ private:
+  Filename folder_;
+};

@@ -1,0 +1,160 @@
+// What a renderer sees of a document: a flat, immutable picture of it at one time. It shares meshes and
+// pictures with the document, so taking one copies no vertex and no pixel. World space: right-handed, y up,
+// metres.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "c4d_document.h"
+#include "mesh.h"
+
+namespace host {
+
+/// A picture as its file holds it. Immutable, shared.
+struct Picture {
+  Identity id = newIdentity();
+  std::string name; // what a user would call it: the file name, or the image's name
+  std::string uri;  // where it came from, empty when embedded
+  std::string mimeType;
+  std::shared_ptr<const std::vector<std::byte>> bytes; // null: the file is missing
+};
+using PicturePtr = std::shared_ptr<const Picture>;
+
+enum class Wrap : std::uint8_t { repeat, mirror, clamp };
+
+/// How a picture lies on a surface. uv' = offset + rotate(rotation) * (scale * uv), the glTF texture
+/// transform.
+struct TextureUse {
+  PicturePtr picture; // null: no texture
+  int uvSet = 0;      // 0 or 1
+  Float2 offset{0, 0}, scale{1, 1};
+  float rotation = 0; // radians, counter-clockwise
+  Wrap wrapU = Wrap::repeat, wrapV = Wrap::repeat;
+  bool nearest = false;
+};
+
+enum class ShadeKind : std::uint8_t { color, bitmap, ambientOcclusion, fusion, layer };
+enum class ShadeMix : std::uint8_t { normal, multiply, add, screen };
+
+/// A shader tree that gives a colour at a surface point. Colours are linear.
+struct Shade {
+  ShadeKind kind = ShadeKind::color;
+  Float4 color{1, 1, 1, 1}; // color: the value; bitmap: a factor
+  TextureUse texture;       // bitmap
+  float aoDistance = 1;     // ambientOcclusion: rays reach this far, in metres
+  Float3 aoDark{0, 0, 0}, aoBright{1, 1, 1};
+  ShadeMix mix = ShadeMix::normal; // how this node goes onto the ones before it in a fusion or layer
+  float amount = 1;                // 0 to 1, of that
+  std::vector<std::shared_ptr<const Shade>> children; // fusion, layer: bottom first
+};
+using ShadePtr = std::shared_ptr<const Shade>;
+
+enum class AlphaMode : std::uint8_t { opaque, mask, blend };
+
+/// A surface, with the channel switches already applied (a channel that is off has its neutral value here).
+/// A null shade is the constant 1. Colour shades are decoded from sRGB, the others are data.
+struct SurfaceMaterial {
+  Identity id = 0;
+  std::string name;
+  Float4 baseColor{1, 1, 1, 1}; // colour channel, linear; alpha
+  ShadePtr baseColorShade;      // its alpha multiplies too
+  bool colorOn = true;          // false: no diffuse reflection; metals keep baseColor
+  bool reflectionOn = true;     // false: no reflection at all, metallic counts as 0
+  float metallic = 0, roughness = 1;
+  ShadePtr metallicRoughnessShade; // metallic in blue, roughness in green
+  float occlusionStrength = 1;
+  ShadePtr occlusionShade;  // red; darkens light from the surroundings only
+  Float3 emission{0, 0, 0}; // radiance, strength included
+  ShadePtr emissionShade;
+  float normalScale = 1;
+  ShadePtr normalShade;   // tangent space
+  float bumpStrength = 0; // metres of height between black and white
+  ShadePtr bumpShade;
+  AlphaMode alphaMode = AlphaMode::opaque;
+  float alphaCutoff = 0.5f;
+  float transmission = 0;
+  ShadePtr transmissionShade; // red
+  float ior = 1.5f;
+  float specular = 1;
+  ShadePtr specularShade; // alpha
+  Float3 specularColor{1, 1, 1};
+  ShadePtr specularColorShade;
+  float clearcoat = 0, clearcoatRoughness = 0;
+  ShadePtr clearcoatShade;          // red
+  ShadePtr clearcoatRoughnessShade; // green
+  bool doubleSided = true;
+  bool unlit = false; // shows baseColor as it is
+};
+using SurfaceMaterialPtr = std::shared_ptr<const SurfaceMaterial>;
+
+struct Instance {
+  Identity object = 0;
+  MeshPtr mesh; // never null
+  Matrix toWorld;
+  std::vector<int> materials; // one a group of the mesh: index into Snapshot::materials
+  bool seenByCamera = true, castsShadows = true;
+  bool isFloor = false;
+};
+
+enum class LightKind : std::uint8_t { point, spot, distant };
+
+struct SnapshotLight {
+  Identity object = 0;
+  LightKind kind = LightKind::point;
+  Float3 intensity{1, 1, 1}; // colour times: W/sr for point and spot, W/m^2 at normal incidence for distant
+  Matrix toWorld;            // shines along its -Z
+  float innerCone = 0, outerCone = 0.785398f; // half angles
+  float range = 0;                            // 0: without end
+  float radius = 0; // of its sphere in metres (point, spot); half angle in radians (distant); 0: hard shadows
+  bool shadows = true;
+};
+
+struct SnapshotCamera {
+  Identity object = 0;
+  Matrix toWorld; // unit axes, looks along -Z
+  bool orthographic = false;
+  float yfov = 0.8f;             // whole vertical angle
+  float ymag = 1;                // orthographic: half the height
+  float znear = 0.01f, zfar = 0; // 0: without end
+};
+
+enum class SkyKind : std::uint8_t { none, constant, gradient, picture };
+
+struct SnapshotSky {
+  SkyKind kind = SkyKind::none;
+  Float3 color{0, 0, 0};   // constant; gradient: at the zenith
+  Float3 horizon{0, 0, 0}; // gradient, at the horizon
+  Float3 ground{0, 0, 0};  // gradient, at the nadir
+  PicturePtr picture;      // latitude-longitude, linear, times color
+  float rotation = 0;      // about y, radians
+  bool seenByCamera = true;
+};
+
+struct Snapshot {
+  std::vector<Instance> instances;
+  std::vector<SurfaceMaterialPtr> materials; // never empty: 0 is the default material
+  std::vector<SnapshotLight> lights;
+  SnapshotCamera camera;
+  SnapshotSky sky;
+  std::vector<std::string> missingAssets; // pictures that materials in use need and that are not there
+  Float3 low{}, high{};                   // bounds of all instances
+};
+using SnapshotPtr = std::shared_ptr<const Snapshot>;
+
+struct SnapshotOptions {
+  double lod = 1;               // scales subdivision
+  bool activeOnly = false;      // only active objects and their children
+  bool textures = true;         // false: bitmap shaders give their factor
+  BaseObject* camera = nullptr; // null: the render view's scene camera, else its editor camera
+  BaseThread* thread = nullptr; // asked for a break
+};
+
+/// Takes one of a document that has been evaluated (`ExecutePasses`). Runs the generators and deformers that
+/// are on; their results are kept by identity and reused while their sources stay the same. A document
+/// without lights, glowing materials and sky gets a default light and a soft sky. Null after a break. On the
+/// document's thread.
+SnapshotPtr takeSnapshot(BaseDocument& document, const SnapshotOptions& options);
+
+} // namespace host
