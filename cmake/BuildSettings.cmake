@@ -1,6 +1,5 @@
 # Settings that every target of the project shares: language, output folders, compiler cache, optimisation, sanitizers.
 include_guard(GLOBAL)
-include(Warnings)
 
 set(CMAKE_CXX_STANDARD 20)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
@@ -14,6 +13,8 @@ set(LUMENARA_PLUGIN_DIR "${CMAKE_BINARY_DIR}/plugins/Lumenara")
 # Programs find the host's library relative to themselves, so that a build folder can be moved or packed.
 set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)
 set(CMAKE_INSTALL_RPATH "$ORIGIN/../lib")
+# A change inside the host's library does not link its users again.
+set(CMAKE_LINK_DEPENDS_NO_SHARED ON)
 
 if(NOT CMAKE_BUILD_TYPE)
   set(CMAKE_BUILD_TYPE RelWithDebInfo CACHE STRING "Kind of build" FORCE)
@@ -43,3 +44,5 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   add_compile_options(-fno-semantic-interposition)
 endif()
 add_link_options(-Wl,--as-needed)
+
+include(Warnings)

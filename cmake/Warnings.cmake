@@ -1,20 +1,18 @@
-# One set of warnings for all of the project's own code; every one of them is an error.
+# One set of warnings for all of the project's own code; every one of them is an error. The checks of the plug-in with
+# other compilers (tests/checks) use the same lists.
 include_guard(GLOBAL)
 
-add_library(lumenara_warnings INTERFACE)
-target_compile_options(lumenara_warnings INTERFACE
+set(LUMENARA_WARNINGS
   -Wall -Wextra -Wpedantic -Werror
   -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Wcast-align -Wformat=2 -Wimplicit-fallthrough
   -Wundef -Wunused -Wvla)
-
-if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-  target_compile_options(lumenara_warnings INTERFACE
-    -Wduplicated-cond -Wlogical-op
-    # GCC 12 reports overlaps inside std::string concatenations that cannot happen (its bug 105651).
-    -Wno-restrict)
-  if(LUMENARA_SANITIZE)
-    # The sanitizers' own code confuses the flow analysis; the other builds keep these warnings.
-    target_compile_options(lumenara_warnings INTERFACE
-      -Wno-maybe-uninitialized -Wno-stringop-overflow -Wno-array-bounds)
-  endif()
+# GCC 12 reports overlaps inside std::string concatenations that cannot happen (its bug 105651).
+set(LUMENARA_GNU_WARNINGS -Wduplicated-cond -Wlogical-op -Wno-restrict)
+if(LUMENARA_SANITIZE)
+  # The sanitizers' own code confuses the flow analysis; the other builds keep these warnings.
+  list(APPEND LUMENARA_GNU_WARNINGS -Wno-maybe-uninitialized -Wno-stringop-overflow -Wno-array-bounds)
 endif()
+
+add_library(lumenara_warnings INTERFACE)
+target_compile_options(lumenara_warnings INTERFACE
+  ${LUMENARA_WARNINGS} $<$<CXX_COMPILER_ID:GNU>:${LUMENARA_GNU_WARNINGS}>)
