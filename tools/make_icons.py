@@ -6,14 +6,14 @@ picture enlarged, on the dark and the light window colour, as a PNG to look at. 
 """
 
 import argparse
-import math
 import pathlib
+from math import cos, radians, sin
 
 import vector_art as art
 
 LINE = 1.5
-TEXT = art.colour(0xD8D8DC)
-DIM = art.colour(0x5C5C64)
+TONE = art.colour(0x94949C)  # one tone that reads on the dark and on the light theme
+DIM = art.colour(0x606068)
 LIT = art.colour(0xE0A030)
 ERROR = art.colour(0xD25050)
 WHITE = art.colour(0xFFFFFF)
@@ -28,18 +28,19 @@ def mark():
     return [
         (art.without(art.without(glass, lit_side), gap), DIM),
         (art.without(art.both(glass, lit_side), gap), LIT),
-        (art.ring(8, 8, 6.5, LINE), TEXT),
+        (art.ring(8, 8, 6.5, LINE), TONE),
     ]
 
 
 def refresh():
-    """A circle that runs back into itself with an arrow head at its end."""
-    start, stop, radius = 15, 300, 5.5
-    end = math.radians(stop)
-    x, y = 8 + radius * math.cos(end), 8.5 + radius * math.sin(end)
+    """A circle that runs back towards its start and ends in an arrow head."""
+    radius, stop = 5.75, radians(318)
+    end = (8 + radius * cos(stop), 8.25 + radius * sin(stop))
+    tip = (14.25, 6.25)
     return [
-        (art.arc(8, 8.5, radius, start, stop, LINE), TEXT),
-        (art.stroke([(x - 0.1, y - 3.1), (x + 0.55, y + 0.25), (x - 2.8, y + 0.9)], LINE), TEXT),
+        (art.arc(8, 8.25, radius, 25, 318, LINE), TONE),
+        (art.stroke([end, tip], LINE), TONE),
+        (art.stroke([(14.25, 2.5), tip, (10.5, 6.25)], LINE), TONE),
     ]
 
 
@@ -47,9 +48,9 @@ def cancel():
     """A ring with a cross."""
     a, b = 5.6, 10.4
     return [
-        (art.ring(8, 8, 6.5, LINE), TEXT),
-        (art.stroke([(a, a), (b, b)], LINE), TEXT),
-        (art.stroke([(b, a), (a, b)], LINE), TEXT),
+        (art.ring(8, 8, 6.5, LINE), TONE),
+        (art.stroke([(a, a), (b, b)], LINE), TONE),
+        (art.stroke([(b, a), (a, b)], LINE), TONE),
     ]
 
 
@@ -96,7 +97,7 @@ def main():
     for folder in filter(None, (options.folder, options.preview)):
         folder.mkdir(parents=True, exist_ok=True)
     for name, (draw, size) in PICTURES.items():
-        rows = art.rasterise(draw(), size)
+        rows = art.rasterise(draw(), size, samples=max(4, 256 // size))
         (options.folder / f"{name}.tif").write_bytes(art.tiff_bytes(rows))
         if options.preview:
             write_preview(options.preview, name, rows, 256 // size)
