@@ -28,6 +28,7 @@ enum BUILDFLAGS { BUILDFLAGS_0 = 0, BUILDFLAGS_EXTERNALRENDERER = 4 };
 inline constexpr LONG BIT_ACTIVE = 2;
 inline constexpr LONG BIT_VPDISABLED = 4;
 
+inline constexpr LONG Obase = 5155; // every object is an instance of it
 inline constexpr LONG Opolygon = 5100;
 inline constexpr LONG Olight = 5102;
 inline constexpr LONG Ocamera = 5103;
@@ -250,7 +251,8 @@ class C4D_API BaseDraw : public BaseList2D {
   /// `document` null means the view's own.
   BaseObject* GetSceneCamera(const BaseDocument* document) const;
   void SetSceneCamera(BaseObject* camera, Bool animate = FALSE);
-  /// The view's own camera, always there and in no object list.
+  /// The view's own camera, always there. It heads a list of the view's own, outside the object tree: what is
+  /// inserted after it belongs to the document and resolves there.
   BaseObject* GetEditorCamera() const;
 
   /// The view's rectangle in view coordinates.

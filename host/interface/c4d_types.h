@@ -10,7 +10,7 @@
 #define C4D_API __attribute__((visibility("default")))
 #endif
 
-using CHAR = std::int8_t;
+using CHAR = char;
 using UCHAR = std::uint8_t;
 using WORD = std::int16_t;
 using UWORD = std::uint16_t;

@@ -1,0 +1,90 @@
+// The render thread.
+#pragma once
+
+#include <atomic>
+
+#include "c4d.h"
+#include "lm_settings.h"
+#include "lm_status.h"
+
+/// Renders the active scene in the background, on a clone, into a bitmap that the viewer owns. The viewer
+/// fills the job members before `Start` (and never while a job runs), reads the status record meanwhile, and
+/// asks for an end with `CancelRender`.
+class lmThread : public C4DThread {
+ public:
+  ~lmThread() override;
+  Bool TestDBreak() override;
+  void Main() override;
+  const CHAR* GetThreadName() override;
+
+  /// Asks the running job to end. Main thread. A request that comes before `Main` starts is lost.
+  virtual void CancelRender();
+
+  // Scene optimizations, on the clone. Each polls the thread's break test at every object or shader that it
+  // visits.
+  virtual LONG SearchObjects(BaseObject* first, LONG keepObjects, LONG flag);
+  virtual LONG SearchShaders(BaseShader* first);
+  virtual void FindObjects(BaseDocument* doc, LONG keepObjects, LONG flag);
+  virtual void FixMaterials(BaseDocument* doc);
+  virtual void FixShaders(BaseDocument* doc);
+
+  // The job. Both cancel words are written by the main thread and by the thread, the rest only before
+  // `Start`.
+  std::atomic<LONG> stop{0};      // break request
+  lmSettings* settings = nullptr; // read through its getters
+  LMTHREAD_DATA* data = nullptr;  // may be null
+  BaseBitmap* bitmap = nullptr;   // target; its size is the render resolution
+  LONG regionLeft = -1, regionTop = -1, regionRight = -1, regionBottom = -1; // pixels of `bitmap`, inclusive
+  LONG region = 0;                                                           // render only the region
+  LONG frameFrom = 0, frameTo = 0; // a single render overwrites both with the current frame
+  LONG frameStep = 1;
+  std::atomic<LONG> userCancelled{0}; // tells a user break from other breaks
+
+ private:
+  /// What one job works on; it lives within `Main`.
+  struct Job {
+    BaseDocument* clone = nullptr;
+    RenderData* renderData = nullptr;
+    BaseContainer rdata;
+    BaseTime time;
+    LONG fps = 0;
+    LONG jobTimer = 0;
+    LONG result = RENDERRESULT_OK;
+  };
+
+  Bool CloneDocument(Job& job);
+  void SwitchVideoPosts(Job& job);
+  void OverrideSettings(Job& job);
+  void OverridePair(Job& job, LONG key, LONG first, LONG second, Bool firstAt1, Bool secondAt1,
+                    Bool secondAt2);
+  void EvaluateScene(Job& job);
+  void StartStatus(Job& job);
+  void RenderRegion(Job& job);
+  void RenderFrames(Job& job);
+  void CloneCamera(Job& job);
+  LONG Render(Job& job);
+  void ReportErrors(LONG result);
+  void DrawBanner(const String& detail);
+  void EndStatus(Job& job);
+};
+
+/// The progress callback of `RenderDocument`; its user data is the status record or null. Host render
+/// threads.
+void ProgressFunction2(Real p, RENDERPROGRESSTYPE type, void* userData);
+
+/// The frame at a time: trunc(floor(fps x numerator) / floor(denominator)); 0 where the denominator's floor
+/// is 0.
+LONG FrameFromTime(const BaseTime& time, LONG fps);
+
+/// The integer part; 0 when it does not fit.
+LONG TruncToLong(Real value);
+
+/// The decimal text of `value` with `pad` put in front while it is shorter than `width`. A minus sign stays
+/// inside the padding: -5 at width 3 becomes 0-5. `pad` is not empty.
+String StrPad(LONG value, LONG width, const String& pad);
+
+/// The end of the path from the point of its suffix on, or empty when it has none: ".tif".
+String GetExtension(const Filename& file);
+
+/// The name of a frame's file: the name part, the frame number of at least `digits` digits, the suffix.
+Filename FileFromFrameOut(const Filename& file, LONG frame, LONG digits);

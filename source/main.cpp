@@ -1,0 +1,153 @@
+#include "main.h"
+
+#include <new>
+
+#include "lm_keys.h"
+#include "lm_thread.h"
+
+namespace {
+
+constexpr LONG VERSION_MAJOR = 1;
+constexpr LONG VERSION_MINOR = 0;
+
+GeResource resource;
+
+} // namespace
+
+// ---- Commands
+
+Bool DlgLumenaraCommand::Execute(BaseDocument*) {
+  return dialog.Open(DLG_TYPE_ASYNC, ID_LUMENARA, -1, -1, 400, 300, 0);
+}
+
+LONG DlgLumenaraCommand::GetState(BaseDocument*) {
+  return CMD_ENABLED;
+}
+
+Bool DlgLumenaraCommand::RestoreLayout(void* secret) {
+  return dialog.RestoreLayout(ID_LUMENARA, 0, secret);
+}
+
+Bool DlgOptimizeCommand::Execute(BaseDocument*) {
+  return dialog.Open(DLG_TYPE_ASYNC, ID_LUMENARA_OPTIMIZE, -1, -1, 0, 0, 0);
+}
+
+LONG DlgOptimizeCommand::GetState(BaseDocument*) {
+  return CMD_ENABLED;
+}
+
+Bool DlgOptimizeCommand::RestoreLayout(void* secret) {
+  return dialog.RestoreLayout(ID_LUMENARA_OPTIMIZE, 0, secret);
+}
+
+Bool lmRefreshCommand::Execute(BaseDocument*) {
+  SpecialEventAdd(ID_LUMENARA_REFRESH, 0, 0);
+  return TRUE;
+}
+
+LONG lmRefreshCommand::GetState(BaseDocument*) {
+  return CMD_ENABLED;
+}
+
+Bool lmCancelCommand::Execute(BaseDocument*) {
+  SpecialEventAdd(ID_LUMENARA_CANCEL, 0, 0);
+  return TRUE;
+}
+
+LONG lmCancelCommand::GetState(BaseDocument*) {
+  return CMD_ENABLED;
+}
+
+// ---- Registration
+
+namespace {
+
+template <class Command>
+Bool RegisterCommand(LONG id, const String& name, const String& icon) {
+  auto* command = new (std::nothrow) Command;
+  if (!command) return FALSE;
+  AutoAlloc<BaseBitmap> bitmap(AutoBitmap(icon));
+  if (RegisterCommandPlugin(id, name, 0, bitmap, name, command)) return TRUE;
+  delete command;
+  return FALSE;
+}
+
+} // namespace
+
+Bool RegisterDlgLumenara() {
+  return RegisterCommand<DlgLumenaraCommand>(ID_LUMENARA, "Lumenara", "lm.tif") &&
+         RegisterCommand<lmRefreshCommand>(ID_LUMENARA_REFRESH, "Lumenara Refresh", "refresh.tif") &&
+         RegisterCommand<lmCancelCommand>(ID_LUMENARA_CANCEL, "Lumenara Cancel", "cancel.tif") &&
+         RegisterCommand<DlgOptimizeCommand>(ID_LUMENARA_OPTIMIZE, "Lumenara Optimizations", "lm.tif");
+}
+
+// ---- Start
+
+Filename GetDataFolder() {
+  return GeGetStartupWritePath() + "plugins" + "Lumenara";
+}
+
+void CheckResetLM() {
+  const Filename folders[] = {GeGetPluginPath(), GeGetStartupPath(), GeGetStartupWritePath(),
+                              GeGetStartupWritePath() + "plugins", GetDataFolder()};
+  Bool shown = FALSE;
+  for (const Filename& folder : folders) {
+    const Filename marker = folder + "reset.lm";
+    if (!GeFExist(marker, FALSE)) continue;
+    SetWorldPluginData(ID_LUMENARA, BaseContainer(), FALSE);
+    GeFKill(marker);
+    if (!shown) MessageDialog("Your Lumenara settings have been reset.");
+    shown = TRUE;
+  }
+}
+
+namespace {
+
+/// Merges one switch, off, into the stored settings.
+void StoreOff(LONG key) {
+  BaseContainer data;
+  data.SetLong(key, 0);
+  SetWorldPluginData(ID_LUMENARA, data, TRUE);
+}
+
+} // namespace
+
+Bool PluginStart() {
+  const Filename folder = GetDataFolder();
+  if (!GeFExist(folder, TRUE)) GeFCreateDirRec(folder);
+
+  CheckResetLM();
+  StoreOff(LM_ENABLED);
+
+  if (RegisterDlgLumenara()) {
+    PrintVersionString("Lumenara", TRUE);
+  } else {
+    GePrint("Lumenara Error: Failed to load component");
+  }
+
+  StoreOff(LM_REGION_SHOWN);
+  return TRUE;
+}
+
+void PluginEnd() {
+}
+
+Bool PluginMessage(LONG id, void*) {
+  if (id == C4DPL_INIT_SYS) return resource.Init(GeGetPluginPath() + "res");
+  return FALSE;
+}
+
+String GetVersionString() {
+  return LongToString(VERSION_MAJOR) + "." + StrPad(VERSION_MINOR, 2, "0");
+}
+
+void PrintVersionString(const String& name, Bool flag) {
+  const String frame = "||----------------------------------------";
+  GePrint(frame);
+  GePrint("||  " + name + " v" + GetVersionString());
+  if (flag) {
+    GePrint("||  An interactive render viewer.");
+    GePrint("||  Licensed under the Apache License, Version 2.0.");
+  }
+  GePrint(frame);
+}
