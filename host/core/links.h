@@ -1,0 +1,19 @@
+// How the values of the core reach nodes, which belong to host/scene.
+#pragma once
+
+#include "c4d_container.h"
+
+namespace host {
+
+struct LinkHooks {
+  /// The node's identity. Never called with null.
+  ULLONG (*identityOf)(const BaseList2D* node) = nullptr;
+  /// The node with this identity (never 0) in the document, or in the active one when it is null; null when
+  /// there is none.
+  BaseList2D* (*resolve)(ULLONG identity, const BaseDocument* document) = nullptr;
+};
+
+/// Installs them; before that, links resolve to nothing. Once, before threads use links.
+void installLinkHooks(const LinkHooks& hooks) noexcept;
+
+} // namespace host

@@ -1,0 +1,63 @@
+// What differs from system to system. One file implements it for each.
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+#include <string>
+
+#include "c4d_filename.h"
+
+namespace host::platform {
+
+/// The file of the running program; empty when unknown.
+Filename programPath();
+/// The folder for this user's data of programs: "<it>/Lumenara Studio" is ours. Empty when there is none.
+Filename userDataFolder();
+
+/// The end of a module's file name, without the point.
+const char* moduleSuffix() noexcept;
+/// Loads a module, its symbols for itself only, every one resolved. Null with a reason.
+void* loadModule(const Filename& file, std::string& error);
+/// Null when the module has no such symbol.
+void* findSymbol(void* module, const char* name) noexcept;
+void unloadModule(void* module) noexcept;
+
+/// The calling thread's priority: 0 normal, below 0 lower (-1 for work behind the user's back, -2 lowest),
+/// above 0 higher when the system lets us.
+void setThreadPriority(int level) noexcept;
+/// The calling thread's name for debuggers.
+void setThreadName(const char* name) noexcept;
+
+/// Brings what was written to the disk. False when that failed (errno says why).
+bool flushToDisk(std::FILE* file) noexcept;
+/// Brings a rename in this folder to the disk, where the system has a way.
+void flushFolder(const Filename& folder) noexcept;
+
+/// Creation, change and last access of a file, seconds since 1970. Without a record of its creation that is
+/// the change.
+struct FileTimes {
+  std::int64_t created = 0, modified = 0, accessed = 0;
+};
+bool fileTimes(const Filename& file, FileTimes& times) noexcept;
+
+/// A lock between programs, held while the object lives. Where locks do not work it is not held.
+class FileLock {
+ public:
+  /// Waits at most this long.
+  FileLock(const Filename& file, int milliseconds) noexcept;
+  ~FileLock();
+  FileLock(const FileLock&) = delete;
+  FileLock& operator=(const FileLock&) = delete;
+  bool held() const noexcept { return handle_ >= 0; }
+
+ private:
+  int handle_ = -1;
+};
+
+/// Settings of the process: a write beyond the allowed file size fails instead of ending the program.
+void prepareProcess() noexcept;
+
+/// A number that tells this process from others that run now.
+long processNumber() noexcept;
+
+} // namespace host::platform

@@ -1,0 +1,84 @@
+// What plug-ins have registered. Main thread, but for `findVideoPost` and `makeVideoPostData`, which renders
+// call while nothing is being registered.
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include "c4d_plugin.h"
+
+namespace host {
+
+/// A plug-in: where its resources are and how it is called.
+struct PluginUnit {
+  String name;
+  Filename folder;
+  Bool (*message)(LONG id, void* data) = nullptr;
+  Bool (*start)() = nullptr;
+  void (*end)() = nullptr; // may be null
+};
+
+struct CommandEntry {
+  LONG id = 0;
+  String name, help;
+  LONG info = 0;
+  BaseBitmap* icon = nullptr; // the registry's copy; null for none
+  CommandData* data = nullptr;
+  const PluginUnit* plugin = nullptr;
+};
+
+struct VideoPostEntry {
+  LONG id = 0;
+  String name, description;
+  LONG info = 0, diskLevel = 0, priority = 0;
+  DataAllocator* allocator = nullptr;
+  const PluginUnit* plugin = nullptr;
+};
+
+class PluginRegistry {
+ public:
+  PluginRegistry() = default;
+  ~PluginRegistry(); // destroys what is left
+  PluginRegistry(const PluginRegistry&) = delete;
+  PluginRegistry& operator=(const PluginRegistry&) = delete;
+
+  /// False when the ID is 0 or taken by anything, or the object is null. Takes the object, copies the icon.
+  bool addCommand(CommandEntry entry);
+  bool addVideoPost(VideoPostEntry entry);
+
+  /// Null when there is none. Valid until something is unregistered.
+  const CommandEntry* findCommand(LONG id) const noexcept;
+  const VideoPostEntry* findVideoPost(LONG id) const noexcept;
+  /// In the order of registration; with `hidden`, also those that hide from menus.
+  std::vector<const CommandEntry*> commands(bool hidden = false) const;
+  std::vector<const VideoPostEntry*> videoPosts() const;
+
+  /// Calls a command that is there and enabled, with the active document (null here: the caller's).
+  bool execute(LONG id, BaseDocument* document);
+  /// CMD_... bits; 0 when there is no such command.
+  LONG state(LONG id, BaseDocument* document);
+  /// Brings back the dialogs that were open: calls every command's `RestoreLayout`.
+  void restoreLayouts(void* secret);
+
+  /// A new instance of a video post's data; null when there is none. The caller deletes it. While it is
+  /// called, the entry's plug-in is the one being called (PluginScope).
+  std::unique_ptr<NodeData> makeVideoPostData(LONG id) const;
+
+  /// Destroys the objects in the reverse order of registration; all, or those of one plug-in.
+  void destroyAll();
+  void destroy(const PluginUnit* plugin);
+
+ private:
+  struct Entry {
+    std::unique_ptr<CommandEntry> command;
+    std::unique_ptr<VideoPostEntry> videoPost;
+  };
+  bool taken(LONG id) const noexcept;
+  static void destroyEntry(Entry& entry);
+  std::vector<Entry> entries_;
+};
+
+/// The running program's; null without one.
+PluginRegistry* pluginRegistry() noexcept;
+
+} // namespace host

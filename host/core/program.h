@@ -1,0 +1,78 @@
+// A program around the host: its folders, services and plug-ins, from start to end. One at a time, on the
+// main thread. Without one the interface works as far as it can: no preferences, no registration.
+#pragma once
+
+#include <cstdio>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "clock.h"
+#include "plugin_loader.h"
+#include "plugin_registry.h"
+#include "preferences.h"
+#include "user_interface.h"
+
+namespace host {
+
+struct ProgramOptions {
+  Filename startupPath;        // empty: the folder that holds the program's bin/, else the program's own
+  Filename home;               // empty: LUMENARA_HOME, else the user's data folder
+  UserInterface* ui = nullptr; // not owned
+  Clock* clock = nullptr;      // not owned; null: the system's
+  int cpuCount = 0;            // for render workers; 0: all
+  bool loadModules = true;     // plugins/*/ beside bin/, and in the write path
+  std::vector<PluginUnit> linkedPlugins; // started before the modules, in this order
+  std::FILE* consoleEcho = stderr;       // null: lines go to listeners only
+};
+
+/// When something is cleaned up at the end (see `Program::shutDown`).
+enum class ShutdownStage { closeDialogs, freeDocuments };
+
+class Program {
+ public:
+  /// Makes the calling thread the main one and creates the write path. A home that cannot be made is a line
+  /// on the console.
+  explicit Program(ProgramOptions options);
+  ~Program(); // shuts down
+
+  Program(const Program&) = delete;
+  Program& operator=(const Program&) = delete;
+
+  /// The running one; null without one. Any thread.
+  static Program* current() noexcept;
+
+  /// Starts the linked plug-ins, then the modules.
+  void startPlugins();
+
+  /// Runs the loop until `quit`, and gives its code. For programs without a loop of their own.
+  int run();
+  void quit(int code = 0); // any thread
+
+  /// In this order: stops the loop, closes dialogs, frees documents, calls the plug-ins' end entries,
+  /// destroys what they registered in reverse order, writes preferences. Once; modules stay loaded.
+  void shutDown();
+
+  const Filename& startupPath() const noexcept { return startupPath_; }
+  const Filename& writePath() const noexcept { return writePath_; }
+  PluginRegistry& registry() noexcept { return registry_; }
+  PluginLoader& loader() noexcept { return *loader_; }
+  Preferences& preferences() noexcept { return *preferences_; }
+
+ private:
+  ProgramOptions options_;
+  Filename startupPath_, writePath_;
+  std::unique_ptr<Preferences> preferences_;
+  PluginRegistry registry_;
+  std::unique_ptr<PluginLoader> loader_;
+  std::optional<int> exitCode_;
+  bool down_ = false;
+};
+
+/// Adds a step for every program's end: the host's own folders register theirs once, from any place. Steps of
+/// a stage run in the reverse order of their addition. Main thread.
+void addShutdownStep(ShutdownStage stage, std::function<void()> step);
+
+} // namespace host

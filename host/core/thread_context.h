@@ -1,0 +1,49 @@
+// What a thread works for: the plug-in's thread object and the plug-in that is being called.
+#pragma once
+
+class C4DThread;
+
+namespace host {
+
+struct PluginUnit;
+
+struct ThreadContext {
+  C4DThread* thread = nullptr;        // the plug-in thread that this one is or works for
+  const PluginUnit* plugin = nullptr; // the plug-in that is being called
+};
+
+/// The calling thread's own.
+ThreadContext& threadContext() noexcept;
+
+/// Sets the calling thread's context for a scope.
+class ContextScope {
+ public:
+  explicit ContextScope(const ThreadContext& context) noexcept : previous_(threadContext()) {
+    threadContext() = context;
+  }
+  ~ContextScope() { threadContext() = previous_; }
+  ContextScope(const ContextScope&) = delete;
+  ContextScope& operator=(const ContextScope&) = delete;
+
+ private:
+  ThreadContext previous_;
+};
+
+/// Says for a scope which plug-in is being called.
+class PluginScope {
+ public:
+  explicit PluginScope(const PluginUnit* plugin) noexcept : previous_(threadContext().plugin) {
+    threadContext().plugin = plugin;
+  }
+  ~PluginScope() { threadContext().plugin = previous_; }
+  PluginScope(const PluginScope&) = delete;
+  PluginScope& operator=(const PluginScope&) = delete;
+
+ private:
+  const PluginUnit* previous_;
+};
+
+/// Whether the calling thread works for a plug-in thread that has been told to end.
+bool toldToEnd() noexcept;
+
+} // namespace host
