@@ -1,0 +1,166 @@
+// A bitmap's shape and pixels.
+#include <algorithm>
+#include <limits>
+#include <new>
+#include <span>
+
+#include "access.h"
+#include "bitmap_data.h"
+#include "picture_load.h"
+
+namespace {
+
+constexpr ULONG opaqueBlack = 0xff000000u;
+
+std::size_t pixelCount(LONG width, LONG height) {
+  return static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
+}
+
+/// Null when there is not enough memory.
+std::atomic<ULONG>* newPixels(LONG width, LONG height) noexcept {
+  const auto wide = static_cast<ULLONG>(width) * static_cast<ULLONG>(height);
+  if (wide > std::numeric_limits<std::size_t>::max() / sizeof(ULONG)) return nullptr;
+  if (!host::fitsMemory(static_cast<std::size_t>(wide) * sizeof(ULONG))) return nullptr;
+  return new (std::nothrow) std::atomic<ULONG>[static_cast<std::size_t>(wide)];
+}
+
+void fill(std::atomic<ULONG>* pixels, std::size_t count, ULONG word) noexcept {
+  for (std::size_t i = 0; i < count; ++i)
+    pixels[i].store(word, std::memory_order_relaxed);
+}
+
+void copyPixels(const std::atomic<ULONG>* from, std::atomic<ULONG>* to, std::size_t count) noexcept {
+  for (std::size_t i = 0; i < count; ++i)
+    to[i].store(from[i].load(std::memory_order_relaxed), std::memory_order_relaxed);
+}
+
+/// The part of a film that belongs to a part of its picture.
+std::shared_ptr<host::Film> cutFilm(const host::Film& film, LONG x, LONG y, LONG width, LONG height) {
+  auto part = std::make_shared<host::Film>(width, height);
+  float value[4];
+  for (LONG row = 0; row < height; ++row)
+    for (LONG column = 0; column < width; ++column) {
+      film.getColor(x + column, y + row, value);
+      part->setColor(column, row, value);
+    }
+  return part;
+}
+
+} // namespace
+
+BaseBitmap::BaseBitmap() : data_(new host::BitmapData) {
+}
+
+BaseBitmap::~BaseBitmap() {
+  delete[] pixels_;
+  delete data_;
+}
+
+BaseBitmap* BaseBitmap::Alloc() {
+  try {
+    return new BaseBitmap;
+  } catch (const std::bad_alloc&) {
+    return nullptr;
+  }
+}
+
+void BaseBitmap::Free(BaseBitmap*& bitmap) {
+  delete bitmap;
+  bitmap = nullptr;
+}
+
+void BaseBitmap::FlushAll() {
+  delete[] pixels_;
+  pixels_ = nullptr;
+  width_ = height_ = depth_ = 0;
+  host::setFilm(*this, nullptr);
+}
+
+IMAGERESULT BaseBitmap::Init(LONG width, LONG height, LONG depth) {
+  // A renderer asks for the same shape again and again: the memory stays.
+  const bool sameMemory = pixels_ && width == width_ && height == height_;
+  if (!sameMemory || (depth != 24 && depth != 32)) FlushAll();
+  if (width < 1 || height < 1 || width > host::maxPictureSide || height > host::maxPictureSide)
+    return IMAGERESULT_PARAM_ERROR;
+  if (depth != 24 && depth != 32) return IMAGERESULT_PARAM_ERROR;
+  if (!sameMemory) pixels_ = newPixels(width, height);
+  if (!pixels_) return IMAGERESULT_OUTOFMEMORY;
+  width_ = width;
+  height_ = height;
+  depth_ = depth;
+  host::setFilm(*this, nullptr);
+  fill(pixels_, pixelCount(width, height), opaqueBlack);
+  return IMAGERESULT_OK;
+}
+
+IMAGERESULT BaseBitmap::Init(const Filename& name) {
+  FlushAll();
+  const host::LoadedPicture loaded = host::loadPicture(name.GetString().GetUTF8());
+  if (loaded.result != IMAGERESULT_OK) return loaded.result;
+  const IMAGERESULT result =
+      Init(loaded.picture->width, loaded.picture->height, loaded.picture->hasAlpha ? 32 : 24);
+  if (result != IMAGERESULT_OK) return result;
+  const std::size_t count = pixelCount(width_, height_);
+  for (std::size_t i = 0; i < count; ++i)
+    pixels_[i].store(host::pixelWord(*loaded.picture, i), std::memory_order_relaxed);
+  return IMAGERESULT_OK;
+}
+
+void BaseBitmap::Clear(LONG r, LONG g, LONG b) noexcept {
+  Clear(0, 0, width_ - 1, height_ - 1, r, g, b);
+}
+
+void BaseBitmap::Clear(LONG x1, LONG y1, LONG x2, LONG y2, LONG r, LONG g, LONG b) noexcept {
+  const LONG left = std::max(x1, 0), right = std::min(x2, width_ - 1);
+  const LONG top = std::max(y1, 0), bottom = std::min(y2, height_ - 1);
+  for (LONG y = top; y <= bottom; ++y)
+    for (LONG x = left; x <= right; ++x)
+      SetPixel(x, y, r, g, b);
+}
+
+BaseBitmap* BaseBitmap::GetClone() const {
+  BaseBitmap* clone = Alloc();
+  if (clone && !CopyTo(clone)) Free(clone);
+  return clone;
+}
+
+BaseBitmap* BaseBitmap::GetClonePart(LONG x, LONG y, LONG width, LONG height) const {
+  // Compared from the far side, so that no sum can overflow.
+  if (x < 0 || y < 0 || width < 1 || height < 1) return nullptr;
+  if (x >= width_ || y >= height_ || width > width_ - x || height > height_ - y) return nullptr;
+  BaseBitmap* part = Alloc();
+  if (!part) return nullptr;
+  if (part->Init(width, height, depth_) != IMAGERESULT_OK) {
+    Free(part);
+    return nullptr;
+  }
+  for (LONG row = 0; row < height; ++row)
+    copyPixels(&Word(x, y + row), &part->Word(0, row), static_cast<std::size_t>(width));
+  try {
+    if (const std::shared_ptr<host::Film> film = host::filmOf(*this))
+      host::setFilm(*part, cutFilm(*film, x, y, width, height));
+  } catch (const std::bad_alloc&) {
+    Free(part);
+  }
+  return part;
+}
+
+Bool BaseBitmap::CopyTo(BaseBitmap* target) const {
+  if (!target) return FALSE;
+  if (target == this) return TRUE;
+  if (!pixels_) {
+    target->FlushAll();
+    return TRUE;
+  }
+  if (!target->pixels_ || target->width_ != width_ || target->height_ != height_) {
+    target->FlushAll();
+    target->pixels_ = newPixels(width_, height_);
+    if (!target->pixels_) return FALSE;
+  }
+  target->width_ = width_;
+  target->height_ = height_;
+  target->depth_ = depth_;
+  copyPixels(pixels_, target->pixels_, pixelCount(width_, height_));
+  host::setFilm(*target, host::filmOf(*this));
+  return TRUE;
+}

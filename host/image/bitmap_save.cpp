@@ -1,0 +1,61 @@
+// Saving of bitmaps: the filter makes the file's bytes in memory, then the file is replaced whole.
+#include <new>
+#include <span>
+#include <string>
+
+#include "atomic_file.h"
+#include "failures.h"
+#include "image_filter.h"
+
+namespace {
+
+struct Outcome {
+  IMAGERESULT result = IMAGERESULT_OK;
+  std::string clause; // what happened and what to do, to follow the file's name
+};
+
+Outcome save(const BaseBitmap& bitmap, const Filename& name, LONG format, const BaseContainer* options,
+             SAVEBIT bits) {
+  if (!name.Content()) return {IMAGERESULT_PARAM_ERROR, "has no name. Choose a file name."};
+  const host::ImageFilter* filter = host::findImageFilter(format);
+  if (!filter)
+    return {IMAGERESULT_WRONGTYPE, "was not saved: there is no writer for image format " +
+                                       std::to_string(format) + ". Choose TIFF, BMP, JPEG, PNG or OpenEXR."};
+  if (bitmap.GetBw() < 1)
+    return {IMAGERESULT_PARAM_ERROR, "was not saved: the picture is empty. Render it first."};
+  const bool alpha = (bits & SAVEBIT_ALPHA) != 0 && bitmap.GetBt() == 32;
+  const host::FileBytes bytes = filter->encode({bitmap, alpha, options});
+  std::string reason;
+  if (!host::replaceFile(name, std::as_bytes(std::span(bytes)), &reason))
+    return {IMAGERESULT_FILEERROR,
+            "was not written: " + reason + ". Check the folder, your rights to it and the free space."};
+  return {};
+}
+
+Outcome saveGuarded(const BaseBitmap& bitmap, const Filename& name, LONG format, const BaseContainer* options,
+                    SAVEBIT bits) {
+  try {
+    return save(bitmap, name, format, options, bits);
+  } catch (const host::FilterError& error) {
+    return {IMAGERESULT_MISC_ERROR, error.what() + std::string(". Try another format.")};
+  } catch (const std::bad_alloc&) {
+    return {IMAGERESULT_OUTOFMEMORY, "was not saved: not enough memory. Use a smaller picture."};
+  } catch (const std::exception& error) { // the image library's own
+    return {IMAGERESULT_MISC_ERROR,
+            "could not be encoded (" + std::string(error.what()) + "). Try another format."};
+  }
+}
+
+} // namespace
+
+IMAGERESULT BaseBitmap::Save(const Filename& name, LONG format, const BaseContainer* options,
+                             SAVEBIT bits) const {
+  try {
+    const Outcome outcome = saveGuarded(*this, name, format, options, bits);
+    if (outcome.result != IMAGERESULT_OK)
+      host::recordFailure(name, "Picture \"" + name.GetString().GetUTF8() + "\" " + outcome.clause);
+    return outcome.result;
+  } catch (const std::bad_alloc&) { // no memory even for the sentence
+    return IMAGERESULT_OUTOFMEMORY;
+  }
+}

@@ -1,0 +1,21 @@
+#include "image_library.h"
+
+#include <OpenImageIO/imageio.h>
+
+namespace host {
+
+void prepareImageLibrary() {
+  static const bool done = [] {
+    // One picture is worked on by the thread that asks: the library's own pools would outlive the call, and
+    // their hand-overs are invisible to the thread sanitizer.
+    OIIO::attribute("threads", 1);
+    OIIO::attribute("exr_threads", -1);
+    OIIO::attribute("use_tbb", 0);
+    OIIO::attribute("try_all_readers", 0);
+    OIIO::attribute("limits:channels", 64);
+    return true;
+  }();
+  static_cast<void>(done);
+}
+
+} // namespace host
