@@ -57,6 +57,11 @@ class FileLock {
 /// Settings of the process: a write beyond the allowed file size fails instead of ending the program.
 void prepareProcess() noexcept;
 
+/// Whether the stream is a terminal that a person looks at.
+bool isTerminal(std::FILE* stream) noexcept;
+/// The most memory that this process has held so far, in bytes; 0 when unknown.
+std::uint64_t peakMemory() noexcept;
+
 /// A number that tells this process from others that run now.
 long processNumber() noexcept;
 
