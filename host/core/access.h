@@ -2,6 +2,7 @@
 #pragma once
 
 #include <memory>
+#include <utility>
 
 #include "c4d.h"
 
@@ -33,9 +34,24 @@ struct Access {
 
   static DialogState* state(const GeDialog& dialog) noexcept { return dialog.state_; }
 
+  // Values: the handles to their storage (container_store.h).
+  static std::shared_ptr<const GeDataStore>& store(GeData& data) noexcept { return data.store_; }
+  static const std::shared_ptr<const GeDataStore>& store(const GeData& data) noexcept { return data.store_; }
+  /// What a reader sees now. Any thread.
+  static std::shared_ptr<const ContainerStore> pin(const BaseContainer& container) noexcept {
+    return container.Pin();
+  }
+  /// On the writing thread.
+  static void replace(BaseContainer& container, std::shared_ptr<const ContainerStore> store) noexcept {
+    container.Replace(std::move(store));
+  }
+
   /// A render as a video post sees it, for the time of a call.
   struct RenderView : Render {
-    explicit RenderView(BaseBitmap* bitmap) { bitmap_ = bitmap; }
+    explicit RenderView(BaseBitmap* bitmap, const BaseContainer* settings = nullptr) {
+      bitmap_ = bitmap;
+      settings_ = settings;
+    }
   };
 };
 

@@ -87,13 +87,16 @@ class C4D_API Render {
  public:
   /// Type 1 with index -1: the finished colour picture. Null for others.
   BaseBitmap* GetBuffer(LONG type, LONG index);
+  /// The settings that the render was given.
+  BaseContainer GetRenderData() const;
 
  protected:
   Render() = default;
   ~Render() = default;
   Render(const Render&) = delete;
   Render& operator=(const Render&) = delete;
-  BaseBitmap* bitmap_ = nullptr; // set by the host
+  BaseBitmap* bitmap_ = nullptr; // both set by the host
+  const BaseContainer* settings_ = nullptr;
 };
 
 enum VIDEOPOSTCALL {
