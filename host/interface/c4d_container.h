@@ -47,7 +47,8 @@ class BaseTime {
   constexpr Real GetDenominator() const noexcept { return denominator_; }
   /// Seconds; 0 when the denominator is 0.
   constexpr Real Get() const noexcept { return denominator_ == 0 ? 0 : numerator_ / denominator_; }
-  /// The frame that holds this time at `fps` frames a second: floor(time * fps).
+  /// The frame that holds this time at `fps` frames a second: floor(time * fps), where a time that misses a
+  /// frame by a rounding error counts as that frame.
   C4D_API LONG GetFrame(Real fps) const noexcept;
 
   /// Seconds are compared, not the pairs.
@@ -151,8 +152,8 @@ class C4D_API BaseContainer {
   BaseContainer& operator=(BaseContainer&&) noexcept;
   ~BaseContainer();
 
-  LONG GetId() const noexcept { return id_; }
-  void SetId(LONG id) noexcept { id_ = id; }
+  LONG GetId() const noexcept { return id_.load(std::memory_order_relaxed); }
+  void SetId(LONG id) noexcept { id_.store(id, std::memory_order_relaxed); }
 
   LONG GetCount() const noexcept;
   /// The ID of the entry at `index`; -1 past the end.
@@ -204,7 +205,7 @@ class C4D_API BaseContainer {
   void SetMemory(LONG id, const void* bytes, std::size_t count);
 
   /// The nested container under `id`, to write in place; null when there is none.
-  /// Valid until this container's entries change.
+  /// Valid until the entry is replaced or removed. Copies of this container are not written with it.
   BaseContainer* GetContainerInstance(LONG id);
   const BaseContainer* GetContainerInstance(LONG id) const;
 
@@ -217,7 +218,7 @@ class C4D_API BaseContainer {
   std::shared_ptr<const host::ContainerStore> Pin() const noexcept;
   void Replace(std::shared_ptr<const host::ContainerStore> store) noexcept;
 
-  LONG id_ = 0;
+  std::atomic<LONG> id_{0};
   mutable std::atomic<ULONG> guard_{0}; // held only while the handle is copied or exchanged
   std::shared_ptr<const host::ContainerStore> store_;
 };

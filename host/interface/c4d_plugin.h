@@ -29,6 +29,8 @@ class C4D_API BaseData {
 
 class C4D_API CommandData : public BaseData {
  public:
+  CommandData() = default;
+  ~CommandData() override;
   virtual Bool Execute(BaseDocument* document);
   /// CMD_... bits.
   virtual LONG GetState(BaseDocument* document);
@@ -37,11 +39,17 @@ class C4D_API CommandData : public BaseData {
 };
 
 /// Data of a node that a plug-in defines; one instance a node.
-class C4D_API NodeData : public BaseData {};
+class C4D_API NodeData : public BaseData {
+ public:
+  NodeData() = default;
+  ~NodeData() override;
+};
 using DataAllocator = NodeData*();
 
 class C4D_API VideoPostData : public NodeData {
  public:
+  VideoPostData() = default;
+  ~VideoPostData() override;
   /// Called on render threads, opened and closed in nested order, one call at a time.
   virtual RENDERRESULT Execute(BaseVideoPost* node, VideoPostStruct* vps);
 };

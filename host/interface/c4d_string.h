@@ -61,7 +61,8 @@ C4D_API String LLongToString(LLONG value);
 
 /// `value` with at least `digits` characters before the decimal point (padded with `pad`; -1 as many as
 /// needed) and exactly `decimals` after it (-1 as many as needed, at most 6; 0 writes no point). Rounds half
-/// away from zero. The minus sign counts as a character before the point. Non-finite values read "inf",
+/// away from zero. The minus sign counts as a character before the point; padding with zeros goes after it. A
+/// result of zero has no sign. Non-finite values read "inf",
 /// "-inf", "nan".
 C4D_API String RealToString(Real value, LONG digits = -1, LONG decimals = -1, Bool exponent = FALSE,
                             UWORD pad = '0');

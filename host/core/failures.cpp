@@ -1,0 +1,45 @@
+#include "failures.h"
+
+#include <mutex>
+#include <utility>
+
+namespace host {
+
+namespace {
+
+struct Record {
+  std::mutex mutex;
+  std::vector<Failure> kept;
+  std::size_t count = 0;
+};
+
+Record& record() {
+  static Record& one = *new Record; // lives as long as any thread
+  return one;
+}
+
+} // namespace
+
+void recordFailure(const Filename& file, std::string sentence) {
+  const std::lock_guard lock(record().mutex);
+  ++record().count;
+  if (record().kept.size() < 1000) record().kept.push_back({file, std::move(sentence)});
+}
+
+std::vector<Failure> failures() {
+  const std::lock_guard lock(record().mutex);
+  return record().kept;
+}
+
+std::size_t failureCount() {
+  const std::lock_guard lock(record().mutex);
+  return record().count;
+}
+
+std::vector<Failure> takeFailures() {
+  const std::lock_guard lock(record().mutex);
+  record().count = 0;
+  return std::exchange(record().kept, {});
+}
+
+} // namespace host

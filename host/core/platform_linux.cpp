@@ -1,0 +1,126 @@
+// Linux.
+#include "platform.h"
+
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <pthread.h>
+#include <sys/file.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <climits>
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <thread>
+
+namespace host::platform {
+
+namespace {
+const char* path(const Filename& file) {
+  return file.GetString().GetUTF8().c_str();
+}
+} // namespace
+
+Filename programPath() {
+  char buffer[PATH_MAX + 1];
+  const ssize_t length = readlink("/proc/self/exe", buffer, PATH_MAX);
+  if (length <= 0) return {};
+  return String(std::string_view(buffer, static_cast<std::size_t>(length)));
+}
+
+Filename userDataFolder() {
+  // The base directory rules of freedesktop.org: a relative path counts as unset.
+  if (const char* data = std::getenv("XDG_DATA_HOME"); data && data[0] == '/') return Filename(data);
+  if (const char* home = std::getenv("HOME"); home && home[0] == '/') return Filename(home) + ".local/share";
+  return {};
+}
+
+const char* moduleSuffix() noexcept {
+  return "so";
+}
+
+void* loadModule(const Filename& file, std::string& error) {
+  void* module = dlopen(path(file), RTLD_NOW | RTLD_LOCAL);
+  if (!module) {
+    const char* reason = dlerror();
+    error = reason ? reason : "unknown reason";
+  }
+  return module;
+}
+
+void* findSymbol(void* module, const char* name) noexcept {
+  return dlsym(module, name);
+}
+
+void unloadModule(void* module) noexcept {
+  dlclose(module);
+}
+
+void setThreadPriority(int level) noexcept {
+  // On Linux the nice value belongs to the thread.
+  const auto thread = static_cast<id_t>(syscall(SYS_gettid));
+  const int nice = level == 0 ? 0 : level == -1 ? 5 : level < -1 ? 10 : -5;
+  const int own = getpriority(PRIO_PROCESS, static_cast<id_t>(getpid()));
+  setpriority(PRIO_PROCESS, thread, own + nice);
+}
+
+void setThreadName(const char* name) noexcept {
+  char shortened[16] = {};
+  for (int i = 0; i < 15 && name[i]; ++i)
+    shortened[i] = name[i];
+  pthread_setname_np(pthread_self(), shortened);
+}
+
+bool flushToDisk(std::FILE* file) noexcept {
+  // Some file systems cannot; then writing is all there is.
+  return fsync(fileno(file)) == 0 || errno == EINVAL || errno == ENOTSUP;
+}
+
+void flushFolder(const Filename& folder) noexcept {
+  const int handle = open(folder.Content() ? path(folder) : ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (handle < 0) return;
+  fsync(handle);
+  close(handle);
+}
+
+bool fileTimes(const Filename& file, FileTimes& times) noexcept {
+  struct statx info = {};
+  if (statx(AT_FDCWD, path(file), 0, STATX_BASIC_STATS | STATX_BTIME, &info) != 0) return false;
+  times.modified = info.stx_mtime.tv_sec;
+  times.accessed = info.stx_atime.tv_sec;
+  times.created = (info.stx_mask & STATX_BTIME) ? info.stx_btime.tv_sec : times.modified;
+  return true;
+}
+
+FileLock::FileLock(const Filename& file, int milliseconds) noexcept {
+  const int handle = open(path(file), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
+  if (handle < 0) return;
+  const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(milliseconds);
+  while (flock(handle, LOCK_EX | LOCK_NB) != 0) {
+    if ((errno != EWOULDBLOCK && errno != EINTR) || std::chrono::steady_clock::now() >= end) {
+      close(handle);
+      return;
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+  handle_ = handle;
+}
+
+FileLock::~FileLock() {
+  if (handle_ >= 0) close(handle_); // gives the lock back
+}
+
+void prepareProcess() noexcept {
+  std::signal(SIGXFSZ, SIG_IGN);
+  std::signal(SIGPIPE, SIG_IGN);
+}
+
+long processNumber() noexcept {
+  return static_cast<long>(getpid());
+}
+
+} // namespace host::platform
