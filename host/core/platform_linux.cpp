@@ -119,6 +119,16 @@ void prepareProcess() noexcept {
   std::signal(SIGPIPE, SIG_IGN);
 }
 
+bool isTerminal(std::FILE* stream) noexcept {
+  return isatty(fileno(stream)) == 1;
+}
+
+std::uint64_t peakMemory() noexcept {
+  rusage usage{};
+  if (getrusage(RUSAGE_SELF, &usage) != 0 || usage.ru_maxrss < 0) return 0;
+  return static_cast<std::uint64_t>(usage.ru_maxrss) * 1024; // told in kibibytes
+}
+
 long processNumber() noexcept {
   return static_cast<long>(getpid());
 }
