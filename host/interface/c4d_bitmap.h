@@ -45,7 +45,10 @@ class C4D_API BaseBitmap {
 
   /// Empties it and makes it black (and opaque), at most 32768 x 32768 pixels; depth 24 or 32.
   IMAGERESULT Init(LONG width, LONG height, LONG depth = 24);
-  /// Loads a picture file: every common format. On failure the bitmap is empty.
+  /// Loads a picture file: PNG, JPEG, TIFF, OpenEXR, HDR, BMP, GIF, TGA, WebP, PNM, PSD; 32 bits when the
+  /// file has an alpha channel, floats through the display transform. On failure the bitmap is empty:
+  /// NOTEXISTING, FILEERROR (no rights, no file), WRONGTYPE (no picture), FILESTRUCTURE (damaged),
+  /// OUTOFMEMORY (too large).
   IMAGERESULT Init(const Filename& name);
   void FlushAll();
 
@@ -78,7 +81,7 @@ class C4D_API BaseBitmap {
     return 1;
   }
 
-  /// Fills all or a rectangle of inclusive bounds, which is cut to the bitmap.
+  /// Fills all or a rectangle of inclusive bounds, which is cut to the bitmap. The alpha channel stays.
   void Clear(LONG r, LONG g, LONG b) noexcept;
   void Clear(LONG x1, LONG y1, LONG x2, LONG y2, LONG r, LONG g, LONG b) noexcept;
 
@@ -88,12 +91,16 @@ class C4D_API BaseBitmap {
   /// Gives `target` this shape and these pixels.
   Bool CopyTo(BaseBitmap* target) const;
   /// Resamples into all of `target`. `intensity` 0 to 256 mixes with what is there; `sample` filters over the
-  /// pixel's area, else the nearest is taken; `proportional` keeps the aspect and centres.
+  /// pixel's area (between pixels when enlarging), else the nearest is taken; `proportional` keeps the aspect
+  /// and centres, and what is left over stays as it was. Channels are averaged as codes, each on its own.
   void ScaleIt(BaseBitmap* target, LONG intensity, Bool sample, Bool proportional) const;
 
   /// Saves through the image filter `format` (FILTER_...), written beside the target and renamed. A failure
-  /// also enters the host's record of failed writes. EXR holds the float film when a renderer left one for
-  /// these pixels.
+  /// also enters the host's record of failed writes. EXR holds the float film when a renderer left one, and
+  /// the linear light of the codes where pixels were drawn over since. TIFF, PNG and EXR write the alpha
+  /// channel with SAVEBIT_ALPHA, when there is one (depth 32); BMP and JPEG never. WRONGTYPE: no such filter,
+  /// or none that writes (PSD and B3D have none yet; movies are saved by MovieSaver). FILEERROR: the file
+  /// could not be written.
   IMAGERESULT Save(const Filename& name, LONG format, const BaseContainer* options = nullptr,
                    SAVEBIT bits = SAVEBIT_0) const;
 
@@ -138,21 +145,25 @@ class C4D_API GeClipMap {
 
   void BeginDraw();
   void EndDraw();
-  /// COPY writes colour and alpha; BLEND mixes the colour by alpha * value / 255 onto what is there.
+  /// COPY writes colour and alpha (text: alpha times coverage); BLEND mixes the colour by alpha * value / 255
+  /// onto what is there.
   void SetDrawMode(GE_CM_DRAWMODE mode, LONG value = 255);
   void SetColor(LONG r, LONG g, LONG b, LONG a = 255);
-  void SetPixelRGBA(LONG x, LONG y, LONG r, LONG g, LONG b, LONG a = 255);     // writes; outside is ignored
-  void GetPixelRGBA(LONG x, LONG y, LONG* r, LONG* g, LONG* b, LONG* a) const; // outside is 0
-  void FillRect(LONG x1, LONG y1, LONG x2, LONG y2);                           // inclusive
+  /// Writes whatever the draw mode, also outside `BeginDraw`; values are cut to 0 to 255, outside is ignored.
+  void SetPixelRGBA(LONG x, LONG y, LONG r, LONG g, LONG b, LONG a = 255);
+  /// Outside is 0; a null pointer is passed over.
+  void GetPixelRGBA(LONG x, LONG y, LONG* r, LONG* g, LONG* b, LONG* a) const;
+  void FillRect(LONG x1, LONG y1, LONG x2, LONG y2); // inclusive
   void Line(LONG x1, LONG y1, LONG x2, LONG y2);
-  /// Draws a part of another map, whole when it has its size, at (x, y), by the draw mode and its alpha.
+  /// Draws the part of another map from (sx1, sy1) to (sx2, sy2), inclusive and cut to it, at (x, y), by the
+  /// draw mode and its alpha.
   void Blit(LONG x, LONG y, const GeClipMap& source, LONG sx1, LONG sy1, LONG sx2, LONG sy2);
 
-  /// The default font, set to `pixels` high (default 16). Any script: another installed font stands in for
-  /// missing glyphs.
+  /// The default font, set so that its ascender and descender are `pixels` (default 16, 1 to 4096) apart. Any
+  /// script: another installed font stands in for missing glyphs.
   void SetFontSize(LONG pixels);
   LONG GetTextWidth(const String& text) const;
-  /// One value for every text of this size.
+  /// One value for every text of this size: the size.
   LONG GetTextHeight() const;
   LONG GetTextAscent() const;
   /// The text's upper left corner is at (x, y). One line: control characters draw nothing.
