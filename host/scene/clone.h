@@ -1,0 +1,16 @@
+// Copies of nodes and documents. Containers, geometry, pictures and tracks are shared, never copied.
+#pragma once
+
+#include "node_state.h"
+
+namespace host {
+
+/// A copy with new identities and all that the node owns; links, slots and joints inside the copy point to
+/// the copies. It is in no list. A document gives a document.
+NodeState* cloneNode(const NodeState& node, COPYFLAGS flags);
+
+/// A copy of a document that keeps every identity. Any thread that may use the document, also while its
+/// owner edits it.
+DocumentState* cloneDocument(const DocumentState& document, COPYFLAGS flags);
+
+} // namespace host

@@ -1,0 +1,28 @@
+// Documents as the host makes them.
+#pragma once
+
+#include "node_state.h"
+
+namespace host {
+
+/// A document with one view and nothing else. The caller owns it.
+DocumentState* makeDocument();
+/// Adds a view with its own camera; the first one becomes the active and the render view.
+ViewState* addView(DocumentState& document);
+/// The render settings of a document that brings none: 1280 x 720, 64 samples, global illumination.
+RenderDataState* makeDefaultRenderData();
+/// The render data that is active: the chosen one, else the first; null when there is none.
+RenderDataState* activeRenderData(const DocumentState& document);
+/// A view's rectangle; right and bottom lie behind the last pixel.
+void setViewFrame(BaseDraw& view, LONG left, LONG top, LONG right, LONG bottom);
+
+/// All objects of a document in document order, depth first.
+template <class Visit>
+void forEachObject(const NodeList& list, const Visit& visit) {
+  for (NodeState* node = list.first(); node; node = node->next) {
+    visit(static_cast<ObjectState&>(*node));
+    forEachObject(node->children, visit);
+  }
+}
+
+} // namespace host

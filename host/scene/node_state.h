@@ -1,0 +1,211 @@
+// What stands behind the interface's nodes: state, lists, ownership. A document's nodes are written by one
+// thread; every write to a node in a document holds the document's lock (`lockOf`), so that another thread
+// may clone the document meanwhile.
+#pragma once
+
+#include <array>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "access.h"
+#include "animation.h"
+#include "deformation.h"
+#include "identity.h"
+#include "snapshot.h"
+
+namespace host {
+
+enum class NodeKind : std::uint8_t { document, object, tag, material, shader, renderData, videoPost, view };
+
+struct DocumentState;
+struct NodeState;
+
+/// A list of nodes that it owns.
+class NodeList {
+ public:
+  explicit NodeList(NodeState* owner) noexcept : owner_(owner) {}
+  ~NodeList();
+  NodeList(const NodeList&) = delete;
+  NodeList& operator=(const NodeList&) = delete;
+
+  NodeState* owner() const noexcept { return owner_; }
+  NodeState* first() const noexcept { return first_; }
+  NodeState* last() const noexcept { return last_; }
+  /// Puts a node that is in no list after `pred` (null: first) and makes it the owner's document's.
+  void insertAfter(NodeState& node, NodeState* pred);
+  void append(NodeState& node) { insertAfter(node, last_); }
+  /// Takes a node of this list out; it is in no document then.
+  void remove(NodeState& node);
+
+ private:
+  NodeState* owner_;
+  NodeState* first_ = nullptr;
+  NodeState* last_ = nullptr;
+};
+
+struct NodeState {
+  NodeState(NodeKind nodeKind, LONG nodeType) : kind(nodeKind), type(nodeType) {}
+  virtual ~NodeState() = default;
+  NodeState(const NodeState&) = delete;
+  NodeState& operator=(const NodeState&) = delete;
+
+  NodeKind kind;
+  LONG type;
+  LONG bits = 0;
+  Identity identity = newIdentity();
+  String name;
+  BaseContainer data;
+  std::shared_ptr<const std::string> foreignExtras; // JSON of other programs, kept with the node
+
+  BaseList2D* node = nullptr; // the interface object; it and the state live together
+  DocumentState* document = nullptr;
+  NodeList* list = nullptr;
+  NodeState* next = nullptr;
+  NodeState* prev = nullptr;
+  NodeList children{this}; // of objects and shaders; a document's objects
+  NodeList shaders{this};  // of materials
+};
+
+struct ObjectState : NodeState {
+  explicit ObjectState(LONG nodeType) : NodeState(NodeKind::object, nodeType) {}
+
+  Matrix local;
+  std::optional<Pose> pose; // when there, `local` is its matrix
+  bool deform = true;
+  MeshPtr mesh; // polygon objects
+  DeformationPtr deformation;
+  std::vector<float> weights; // of the morph targets, now
+  SkinPtr skin;
+  TracksPtr tracks;
+  PicturePtr picture; // the sky's
+  NodeList tags{this};
+};
+
+struct ShaderState : NodeState {
+  explicit ShaderState(LONG nodeType) : NodeState(NodeKind::shader, nodeType) {}
+  PicturePtr picture; // a bitmap's
+};
+
+/// The channels and, after them, places for shaders that have no channel.
+inline constexpr int channelCount = 14;
+inline constexpr int slotSpecular = 14, slotClearcoat = 15, slotClearcoatRoughness = 16, slotCount = 17;
+
+struct MaterialState : NodeState {
+  explicit MaterialState(LONG nodeType) : NodeState(NodeKind::material, nodeType) {}
+  using ChannelPtr = std::unique_ptr<BaseChannel, void (*)(BaseChannel*)>;
+
+  std::array<Identity, slotCount> slots{}; // the top shader of each, in `shaders`
+  std::vector<ChannelPtr> channels;        // handed out so far
+};
+
+struct RenderDataState : NodeState {
+  RenderDataState() : NodeState(NodeKind::renderData, 0) {}
+  NodeList posts{this};
+};
+
+struct ViewState : NodeState {
+  ViewState() : NodeState(NodeKind::view, 0) {}
+  ~ViewState() override;
+
+  Identity camera = 0; // 0: the view's own
+  ObjectState* editorCamera = nullptr;
+  std::array<LONG, 4> frame{0, 0, 1280, 720}; // left, top, right, bottom (behind the last pixel)
+};
+
+struct DocumentState : NodeState {
+  DocumentState() : NodeState(NodeKind::document, 0) { document = this; }
+
+  NodeList materials{this}, renderData{this}, views{this};
+  Identity activeRenderData = 0; // 0: the first
+  ViewState* activeView = nullptr;
+  ViewState* renderView = nullptr;
+  BaseTime time, minTime, maxTime{90, 30}, loopMinTime, loopMaxTime{90, 30};
+  LONG fps = 30;
+  Real lod = 1;
+  String fileName, path;
+  bool changed = false;
+  std::vector<std::string> animationNames;
+  bool posed = false; // the objects stand in the pose of `time`
+
+  mutable std::recursive_mutex mutex;
+  mutable std::unordered_map<Identity, NodeState*> index; // of all nodes, while `indexed`
+  mutable bool indexed = false;
+};
+
+/// Makes a node with its interface object. The caller owns it until it is put into a list.
+NodeState* makeNode(NodeKind kind, LONG type);
+ObjectState* makeObject(LONG type);
+/// Takes a node out of its list and deletes it with all that it owns. Null is fine.
+void destroyNode(NodeState* node) noexcept;
+
+/// The node with this identity in the document; null when there is none.
+NodeState* findNode(const DocumentState& document, Identity identity);
+
+/// Holds the lock of the node's document; nothing to hold for a node in none.
+std::unique_lock<std::recursive_mutex> lockOf(const NodeState* node);
+
+/// Calls `visit` with every node that `root` owns, parents first, `root` not among them.
+template <class Visit>
+void forEachOwned(const NodeState& root, const Visit& visit);
+
+/// A node's lists, to walk them without knowing its kind.
+std::array<const NodeList*, 6> listsOf(const NodeState& node) noexcept; // null where there is none
+
+template <class Visit>
+void forEachOwned(const NodeState& root, const Visit& visit) {
+  for (const NodeList* list : listsOf(root)) {
+    for (NodeState* child = list ? list->first() : nullptr; child; child = child->next) {
+      visit(*child);
+      forEachOwned(*child, visit);
+    }
+  }
+  if (root.kind == NodeKind::view) {
+    if (auto* camera = static_cast<const ViewState&>(root).editorCamera) {
+      visit(*camera);
+      forEachOwned(*camera, visit);
+    }
+  }
+}
+
+/// Whether the host knows the type of a node of this kind.
+bool isKnownType(NodeKind kind, LONG type) noexcept;
+
+/// The state behind an interface node, as its own kind; null for null.
+inline NodeState* stateOf(const BaseList2D* node) noexcept {
+  return Access::state(node);
+}
+inline ObjectState* stateOf(const BaseObject* node) noexcept {
+  return static_cast<ObjectState*>(Access::state(node));
+}
+inline MaterialState* stateOf(const BaseMaterial* node) noexcept {
+  return static_cast<MaterialState*>(Access::state(node));
+}
+inline ShaderState* stateOf(const BaseShader* node) noexcept {
+  return static_cast<ShaderState*>(Access::state(node));
+}
+inline RenderDataState* stateOf(const RenderData* node) noexcept {
+  return static_cast<RenderDataState*>(Access::state(node));
+}
+inline ViewState* stateOf(const BaseDraw* node) noexcept {
+  return static_cast<ViewState*>(Access::state(node));
+}
+inline DocumentState* stateOf(const BaseDocument* node) noexcept {
+  return static_cast<DocumentState*>(Access::state(node));
+}
+
+/// The interface object of a state; null for null. `Node` must be its kind.
+template <class Node>
+Node* nodeOf(const NodeState* state) noexcept {
+  return state ? static_cast<Node*>(state->node) : nullptr;
+}
+
+/// The parent object; null at the top.
+ObjectState* parentOf(const ObjectState& object) noexcept;
+/// The matrix from an object to the world.
+Matrix worldOf(const ObjectState& object);
+
+} // namespace host

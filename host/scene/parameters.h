@@ -1,0 +1,55 @@
+// Parameters of the host's own node types: IDs, and the value that each has where a container has no entry.
+// docs/scene-format.md tells what they mean. Any thread.
+#pragma once
+
+#include "node_state.h"
+
+namespace host::param {
+
+// cameras
+inline constexpr LONG cameraProjection = 1001, cameraYfov = 1002, cameraYmag = 1003, cameraXmag = 1004,
+                      cameraAspect = 1005, cameraNear = 1006, cameraFar = 1007;
+// lights
+inline constexpr LONG lightKind = 1101, lightColor = 1102, lightIntensity = 1103, lightRange = 1104,
+                      lightInnerCone = 1105, lightOuterCone = 1106, lightRadius = 1107, lightShadow = 1108;
+// sky, floor, subdivision
+inline constexpr LONG skyKind = 1201, skyColor = 1202, skyHorizon = 1203, skyGround = 1204,
+                      skyRotation = 1205, skySeen = 1206;
+inline constexpr LONG floorSize = 1301;
+inline constexpr LONG subdivisionLevel = 1401;
+// tags
+inline constexpr LONG textureMaterial = 1501, textureGroup = 1502;
+inline constexpr LONG compositingSeen = 1511, compositingShadows = 1512;
+inline constexpr LONG targetLink = 1521;
+inline constexpr LONG phongLimit = 1531, phongAngle = 1532;
+inline constexpr LONG alignLink = 1541;
+// materials
+inline constexpr LONG switchColor = 2000, switchDiffusion = 2001, switchLuminance = 2002,
+                      switchTransparency = 2003, switchReflection = 2004, switchEnvironment = 2005,
+                      switchFog = 2006, switchBump = 2007, switchAlpha = 2008, switchSpecular = 2009,
+                      switchSpecularColor = 2010, switchGlow = 2011, switchDisplacement = 2012,
+                      switchNormal = 2013;
+inline constexpr LONG baseColor = 2100, baseAlpha = 2101, metallic = 2102, roughness = 2103,
+                      occlusionStrength = 2104, emission = 2105, emissionStrength = 2106, normalScale = 2107,
+                      alphaMode = 2108, alphaCutoff = 2109, transmission = 2110, ior = 2111, specular = 2112,
+                      specularColor = 2113, clearcoat = 2114, clearcoatRoughness = 2115, doubleSided = 2116,
+                      unlit = 2117, bumpHeight = 2118;
+// shaders
+inline constexpr LONG shaderMix = 1601, shaderAmount = 1602;
+inline constexpr LONG colorValue = 1611, colorAlpha = 1612;
+inline constexpr LONG bitmapUvSet = 1621, bitmapOffset = 1622, bitmapScale = 1623, bitmapRotation = 1624,
+                      bitmapWrapU = 1625, bitmapWrapV = 1626, bitmapNearest = 1627, bitmapFactor = 1628,
+                      bitmapAlpha = 1629;
+inline constexpr LONG aoDistance = 1641, aoDark = 1642, aoBright = 1643;
+
+/// The default of a parameter of a node type; of type DA_NIL when the type knows no such parameter.
+const GeData& defaultValue(NodeKind kind, LONG type, LONG id);
+
+/// The value of a node's parameter: the container's entry, else the default.
+GeData value(const NodeState& node, LONG id);
+Real real(const NodeState& node, LONG id);
+LONG integer(const NodeState& node, LONG id);
+bool flag(const NodeState& node, LONG id);
+Vector vector(const NodeState& node, LONG id);
+
+} // namespace host::param

@@ -1,0 +1,281 @@
+#include "snapshot.h"
+
+#include <algorithm>
+#include <cmath>
+#include <unordered_map>
+
+#include "document.h"
+#include "generated_mesh.h"
+#include "parameters.h"
+#include "snapshot_materials.h"
+
+namespace host {
+
+namespace {
+
+Float3 floats(const Vector& v) {
+  return {static_cast<float>(v.x), static_cast<float>(v.y), static_cast<float>(v.z)};
+}
+
+float number(const NodeState& node, LONG id) {
+  const Real value = param::real(node, id);
+  return std::isfinite(value) ? static_cast<float>(std::clamp(value, -1e30, 1e30)) : 0.0F;
+}
+
+Float3 color(const NodeState& node, LONG id, Real factor = 1) {
+  const Vector v = param::vector(node, id) * factor;
+  const auto part = [](Real value) {
+    return std::isfinite(value) ? static_cast<float>(std::clamp(value, 0.0, 1e30)) : 0.0F;
+  };
+  return {part(v.x), part(v.y), part(v.z)};
+}
+
+Vector unitVector(const Vector& v, const Vector& otherwise) {
+  const Real length = std::sqrt(Dot(v, v));
+  return length > 0 && std::isfinite(length) ? v * (1 / length) : otherwise;
+}
+
+// Unit axes at right angles, -Z kept.
+Matrix withoutScale(const Matrix& m) {
+  const Vector z = unitVector(m.v3, {0, 0, 1});
+  Vector y = unitVector(m.v2 - z * Dot(z, m.v2), Vector());
+  if (y == Vector())
+    y = unitVector(Cross(z, std::abs(z.y) < 0.9 ? Cross({0, 1, 0}, z) : Vector(1, 0, 0)), {0, 1, 0});
+  return {m.off, Cross(y, z), y, z};
+}
+
+// What an object hands down to its children.
+struct Inherited {
+  Matrix world;
+  int level = 0; // of subdivision
+  bool seen = true, shadows = true;
+  bool active = false;
+  const NodeState* texture = nullptr; // the tag that covers what has none of its own
+};
+
+class Taker {
+ public:
+  Taker(const DocumentState& document, const SnapshotOptions& options)
+      : document_(document), options_(options), snapshot_(std::make_shared<Snapshot>()) {}
+
+  SnapshotPtr take() {
+    snapshot_->materials.push_back(defaultMaterial());
+    if (!walk(document_.children, Inherited{})) return nullptr;
+    takeCamera();
+    if (snapshot_->lights.empty() && snapshot_->sky.kind == SkyKind::none && !glows_) addDefaultLight();
+    measure();
+    std::sort(missing_.begin(), missing_.end());
+    missing_.erase(std::unique(missing_.begin(), missing_.end()), missing_.end());
+    snapshot_->missingAssets = std::move(missing_);
+    return snapshot_;
+  }
+
+ private:
+  bool walk(const NodeList& list, const Inherited& above);
+  bool takeObject(const ObjectState& object, const Inherited& here);
+  void addInstance(const ObjectState& object, MeshPtr mesh, const Inherited& here);
+  int materialIndex(const NodeState* tag);
+  void takeLight(const ObjectState& object, const Matrix& world);
+  void takeSky(const ObjectState& object);
+  void takeCamera();
+  void addDefaultLight();
+  void measure();
+
+  const DocumentState& document_;
+  const SnapshotOptions& options_;
+  std::shared_ptr<Snapshot> snapshot_;
+  std::unordered_map<Identity, int> materials_;
+  std::vector<std::string> missing_;
+  bool glows_ = false;
+};
+
+Inherited inherit(const ObjectState& object, const Inherited& above) {
+  Inherited here = above;
+  here.world = above.world * object.local;
+  here.active = above.active || (object.bits & BIT_ACTIVE) != 0;
+  for (const NodeState* tag = object.tags.first(); tag; tag = tag->next) {
+    if (tag->type == Tcompositing) {
+      here.seen = here.seen && param::flag(*tag, param::compositingSeen);
+      here.shadows = here.shadows && param::flag(*tag, param::compositingShadows);
+    } else if (tag->type == Ttexture && param::integer(*tag, param::textureGroup) < 0) {
+      here.texture = tag;
+    }
+  }
+  return here;
+}
+
+bool Taker::walk(const NodeList& list, const Inherited& above) {
+  for (NodeState* node = list.first(); node; node = node->next) {
+    if (options_.thread && options_.thread->TestBreak()) return false;
+    const auto& object = static_cast<const ObjectState&>(*node);
+    const Inherited here = inherit(object, above);
+    if (!takeObject(object, here)) return false;
+    Inherited below = here;
+    below.level = levelBelow(object, above.level, options_.lod);
+    if (!walk(object.children, below)) return false;
+  }
+  return true;
+}
+
+bool Taker::takeObject(const ObjectState& object, const Inherited& here) {
+  switch (object.type) {
+  case Opolygon: {
+    if (!object.mesh || (options_.activeOnly && !here.active)) return true;
+    MeshPtr mesh = deformedMesh(document_, object, options_.thread);
+    if (mesh) mesh = subdividedMesh(mesh, here.level, options_.thread);
+    if (!mesh) return false;
+    if (!mesh->triangles.empty()) addInstance(object, std::move(mesh), here);
+    return true;
+  }
+  case Ofloor:
+    if (!options_.activeOnly || here.active)
+      addInstance(object, floorMesh(param::real(object, param::floorSize)), here);
+    return true;
+  case Olight:
+    takeLight(object, here.world);
+    return true;
+  case Osky:
+    takeSky(object);
+    return true;
+  default:
+    return true;
+  }
+}
+
+void Taker::addInstance(const ObjectState& object, MeshPtr mesh, const Inherited& here) {
+  Instance instance;
+  instance.object = object.identity;
+  instance.toWorld = here.world;
+  instance.seenByCamera = here.seen;
+  instance.castsShadows = here.shadows;
+  instance.isFloor = object.type == Ofloor;
+  for (std::size_t group = 0; group < mesh->groups.size(); ++group) {
+    const NodeState* chosen = nullptr; // the last tag that covers the group
+    for (const NodeState* tag = object.tags.first(); tag; tag = tag->next) {
+      const LONG covers = tag->type == Ttexture ? param::integer(*tag, param::textureGroup) : -2;
+      if (covers == -1 || (covers >= 0 && static_cast<std::size_t>(covers) == group)) chosen = tag;
+    }
+    instance.materials.push_back(materialIndex(chosen ? chosen : here.texture));
+  }
+  instance.mesh = std::move(mesh);
+  snapshot_->instances.push_back(std::move(instance));
+}
+
+int Taker::materialIndex(const NodeState* tag) {
+  const NodeState* node =
+      tag ? findNode(document_, tag->data.GetBaseLink(param::textureMaterial).GetIdentity()) : nullptr;
+  if (!node || node->kind != NodeKind::material) return 0;
+  const auto [it, isNew] =
+      materials_.try_emplace(node->identity, static_cast<int>(snapshot_->materials.size()));
+  if (isNew) {
+    const auto& material = static_cast<const MaterialState&>(*node);
+    snapshot_->materials.push_back(resolveMaterial(material, options_.textures, missing_));
+    const SurfaceMaterial& surface = *snapshot_->materials.back();
+    // A picture of small lamps lights no room; an even glow is meant to.
+    if (surface.emission != Float3{} && !shaderIn(material, CHANNEL_LUMINANCE)) glows_ = true;
+  }
+  return it->second;
+}
+
+void Taker::takeLight(const ObjectState& object, const Matrix& world) {
+  SnapshotLight light;
+  light.object = object.identity;
+  const LONG kind = param::integer(object, param::lightKind);
+  light.kind = kind == 1 ? LightKind::spot : kind == 2 ? LightKind::distant : LightKind::point;
+  light.intensity = color(object, param::lightColor, param::real(object, param::lightIntensity));
+  light.toWorld = withoutScale(world);
+  light.innerCone = std::clamp(number(object, param::lightInnerCone), 0.0F, 1.570796F);
+  light.outerCone = std::clamp(number(object, param::lightOuterCone), light.innerCone, 1.570797F);
+  light.range = std::max(number(object, param::lightRange), 0.0F);
+  const LONG shadow = param::integer(object, param::lightShadow);
+  light.shadows = shadow != 0;
+  light.radius = shadow == 1 ? 0 : std::max(number(object, param::lightRadius), 0.0F);
+  snapshot_->lights.push_back(light);
+}
+
+// The first sky is the one.
+void Taker::takeSky(const ObjectState& object) {
+  SnapshotSky& sky = snapshot_->sky;
+  if (sky.kind != SkyKind::none) return;
+  const LONG kind = param::integer(object, param::skyKind);
+  sky.kind = kind == 2 ? SkyKind::gradient : kind == 3 ? SkyKind::picture : SkyKind::constant;
+  sky.color = color(object, param::skyColor);
+  sky.horizon = color(object, param::skyHorizon);
+  sky.ground = color(object, param::skyGround);
+  sky.rotation = number(object, param::skyRotation);
+  sky.seenByCamera = param::flag(object, param::skySeen);
+  if (sky.kind != SkyKind::picture) return;
+  if (options_.textures && object.picture && object.picture->bytes) {
+    sky.picture = object.picture;
+  } else {
+    if (options_.textures && object.picture) missing_.push_back(object.picture->name);
+    sky.kind = SkyKind::constant;
+  }
+}
+
+void Taker::takeCamera() {
+  const ObjectState* camera = stateOf(options_.camera);
+  const ViewState* view = document_.renderView;
+  if (!camera && view) {
+    const auto* found = static_cast<const ObjectState*>(findNode(document_, view->camera));
+    camera = found && found->kind == NodeKind::object && found->list ? found : view->editorCamera;
+  }
+  if (!camera) return;
+  SnapshotCamera& to = snapshot_->camera;
+  to.object = camera->identity;
+  to.toWorld = withoutScale(worldOf(*camera));
+  to.orthographic = param::integer(*camera, param::cameraProjection) == 1;
+  to.yfov = std::clamp(number(*camera, param::cameraYfov), 1e-4F, 3.14F);
+  to.ymag = std::max(std::abs(number(*camera, param::cameraYmag)), 1e-9F);
+  to.znear = std::max(number(*camera, param::cameraNear), 0.0F);
+  to.zfar = std::max(number(*camera, param::cameraFar), 0.0F);
+}
+
+// A lamp behind the viewer's left shoulder and a soft sky, bright enough together for a white wall.
+void Taker::addDefaultLight() {
+  const Matrix& eye = snapshot_->camera.toWorld;
+  const Vector toLight = unitVector(eye.v3 * 1.0 - eye.v1 * 0.5 + Vector(0, 0.9, 0), {0, 1, 0});
+  SnapshotLight light;
+  light.kind = LightKind::distant;
+  light.intensity = {1.9F, 1.85F, 1.75F};
+  light.toWorld = withoutScale({Vector(), Vector(), Vector(0, 1, 0), toLight});
+  light.radius = 0.03F;
+  snapshot_->lights.push_back(light);
+  SnapshotSky& sky = snapshot_->sky;
+  sky.kind = SkyKind::gradient;
+  sky.color = {0.36F, 0.42F, 0.52F};
+  sky.horizon = {0.52F, 0.53F, 0.54F};
+  sky.ground = {0.20F, 0.19F, 0.18F};
+}
+
+void grow(Snapshot& snapshot, const Vector& point, bool& first) {
+  const Float3 p = floats(point);
+  for (std::size_t axis = 0; axis < 3; ++axis) {
+    snapshot.low[axis] = first ? p[axis] : std::min(snapshot.low[axis], p[axis]);
+    snapshot.high[axis] = first ? p[axis] : std::max(snapshot.high[axis], p[axis]);
+  }
+  first = false;
+}
+
+void Taker::measure() {
+  bool first = true;
+  for (const Instance& instance : snapshot_->instances) {
+    const Mesh& mesh = *instance.mesh;
+    for (int corner = 0; corner < 8; ++corner)
+      grow(*snapshot_,
+           instance.toWorld * Vector(corner & 1 ? mesh.high[0] : mesh.low[0],
+                                     corner & 2 ? mesh.high[1] : mesh.low[1],
+                                     corner & 4 ? mesh.high[2] : mesh.low[2]),
+           first);
+  }
+}
+
+} // namespace
+
+SnapshotPtr takeSnapshot(BaseDocument& document, const SnapshotOptions& options) {
+  const DocumentState& state = *stateOf(&document);
+  const std::lock_guard lock(state.mutex);
+  return Taker(state, options).take();
+}
+
+} // namespace host

@@ -1,0 +1,246 @@
+#include "snapshot_materials.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "parameters.h"
+
+namespace host {
+
+namespace {
+
+float number(const NodeState& node, LONG id) {
+  const Real value = param::real(node, id);
+  return std::isfinite(value) ? static_cast<float>(std::clamp(value, -1e30, 1e30)) : 0.0F;
+}
+
+float unitNumber(const NodeState& node, LONG id) {
+  return std::clamp(number(node, id), 0.0F, 1.0F);
+}
+
+Float3 color(const Vector& v, Real factor = 1) {
+  const auto part = [factor](Real value) {
+    value *= factor;
+    return std::isfinite(value) ? static_cast<float>(std::clamp(value, 0.0, 1e30)) : 0.0F;
+  };
+  return {part(v.x), part(v.y), part(v.z)};
+}
+
+Wrap wrapOf(LONG value) {
+  return value == 1 ? Wrap::mirror : value == 2 ? Wrap::clamp : Wrap::repeat;
+}
+
+class ShadeBuilder {
+ public:
+  ShadeBuilder(bool textures, std::vector<std::string>& missing) : textures_(textures), missing_(missing) {}
+
+  // Null when the shader gives nothing of its own.
+  ShadePtr build(const ShaderState& shader, int depth = 0) const {
+    if (depth > 64) return nullptr;
+    auto shade = std::make_shared<Shade>();
+    shade->mix = static_cast<ShadeMix>(std::clamp<LONG>(param::integer(shader, param::shaderMix), 0, 3));
+    shade->amount = unitNumber(shader, param::shaderAmount);
+    switch (shader.type) {
+    case Xcolor:
+      fillColor(shader, *shade);
+      break;
+    case Xbitmap:
+      return fillBitmap(shader, *shade) ? shade : nullptr;
+    case Xambientocclusion:
+      fillOcclusion(shader, *shade);
+      break;
+    case Xfusion:
+    case Xlayer:
+      return fillChildren(shader, *shade, depth) ? shade : nullptr;
+    default:
+      return nullptr;
+    }
+    return shade;
+  }
+
+ private:
+  static void fillColor(const ShaderState& shader, Shade& shade) {
+    const Float3 c = color(param::vector(shader, param::colorValue));
+    shade.kind = ShadeKind::color;
+    shade.color = {c[0], c[1], c[2], unitNumber(shader, param::colorAlpha)};
+  }
+
+  bool fillBitmap(const ShaderState& shader, Shade& shade) const {
+    const Float3 c = color(param::vector(shader, param::bitmapFactor));
+    shade.color = {c[0], c[1], c[2], unitNumber(shader, param::bitmapAlpha)};
+    if (!shader.picture) return false;
+    if (textures_ && !shader.picture->bytes) {
+      missing_.push_back(shader.picture->name);
+      return false;
+    }
+    if (!textures_) {
+      shade.kind = ShadeKind::color;
+      return true;
+    }
+    shade.kind = ShadeKind::bitmap;
+    TextureUse& use = shade.texture;
+    use.picture = shader.picture;
+    use.uvSet = param::integer(shader, param::bitmapUvSet) == 1 ? 1 : 0;
+    const Vector offset = param::vector(shader, param::bitmapOffset);
+    const Vector scale = param::vector(shader, param::bitmapScale);
+    use.offset = {finite(offset.x), finite(offset.y)};
+    use.scale = {finite(scale.x), finite(scale.y)};
+    use.rotation = number(shader, param::bitmapRotation);
+    use.wrapU = wrapOf(param::integer(shader, param::bitmapWrapU));
+    use.wrapV = wrapOf(param::integer(shader, param::bitmapWrapV));
+    use.nearest = param::flag(shader, param::bitmapNearest);
+    return true;
+  }
+
+  static void fillOcclusion(const ShaderState& shader, Shade& shade) {
+    shade.kind = ShadeKind::ambientOcclusion;
+    shade.aoDistance = std::max(number(shader, param::aoDistance), 0.0F);
+    shade.aoDark = color(param::vector(shader, param::aoDark));
+    shade.aoBright = color(param::vector(shader, param::aoBright));
+  }
+
+  bool fillChildren(const ShaderState& shader, Shade& shade, int depth) const {
+    shade.kind = shader.type == Xfusion ? ShadeKind::fusion : ShadeKind::layer;
+    for (const NodeState* child = shader.children.first(); child; child = child->next)
+      if (ShadePtr part = build(static_cast<const ShaderState&>(*child), depth + 1))
+        shade.children.push_back(std::move(part));
+    return !shade.children.empty();
+  }
+
+  static float finite(Real value) {
+    return std::isfinite(value) ? static_cast<float>(std::clamp(value, -1e30, 1e30)) : 0.0F;
+  }
+
+  bool textures_;
+  std::vector<std::string>& missing_;
+};
+
+class MaterialBuilder {
+ public:
+  MaterialBuilder(const MaterialState& material, bool textures, std::vector<std::string>& missing)
+      : from_(material), textures_(textures), shades_(textures, missing) {}
+
+  SurfaceMaterialPtr build() {
+    to_.id = from_.identity;
+    to_.name = from_.name.GetUTF8();
+    fillColor();
+    fillReflection();
+    fillOcclusionAndLight();
+    fillRelief();
+    fillTransparency();
+    fillSpecular();
+    to_.doubleSided = param::flag(from_, param::doubleSided);
+    to_.unlit = param::flag(from_, param::unlit);
+    return std::make_shared<const SurfaceMaterial>(std::move(to_));
+  }
+
+ private:
+  bool on(LONG channelSwitch) const { return param::flag(from_, channelSwitch); }
+
+  ShadePtr shade(int slot) const {
+    const ShaderState* shader = shaderIn(from_, slot);
+    return shader ? shades_.build(*shader) : nullptr;
+  }
+
+  // A relief without its picture is none.
+  ShadePtr reliefShade(int slot) const {
+    const ShaderState* shader = shaderIn(from_, slot);
+    if (!shader || (shader->type == Xbitmap && !textures_)) return nullptr;
+    return shades_.build(*shader);
+  }
+
+  void fillColor() {
+    const Float3 c = color(param::vector(from_, param::baseColor));
+    to_.baseColor = {c[0], c[1], c[2], unitNumber(from_, param::baseAlpha)};
+    to_.colorOn = on(param::switchColor);
+    to_.baseColorShade = shade(CHANNEL_COLOR);
+    if (on(param::switchAlpha)) {
+      const LONG mode = param::integer(from_, param::alphaMode);
+      to_.alphaMode = mode == 1 ? AlphaMode::mask : mode == 2 ? AlphaMode::blend : AlphaMode::opaque;
+      to_.alphaCutoff = number(from_, param::alphaCutoff);
+    }
+  }
+
+  void fillReflection() {
+    to_.reflectionOn = on(param::switchReflection);
+    to_.roughness = unitNumber(from_, param::roughness);
+    to_.metallic = to_.reflectionOn ? unitNumber(from_, param::metallic) : 0;
+    to_.metallicRoughnessShade = shade(CHANNEL_REFLECTION);
+    if (!to_.reflectionOn) return;
+    to_.clearcoat = unitNumber(from_, param::clearcoat);
+    to_.clearcoatRoughness = unitNumber(from_, param::clearcoatRoughness);
+    if (to_.clearcoat > 0) {
+      to_.clearcoatShade = shade(slotClearcoat);
+      to_.clearcoatRoughnessShade = shade(slotClearcoatRoughness);
+    }
+  }
+
+  void fillOcclusionAndLight() {
+    if (on(param::switchDiffusion)) {
+      to_.occlusionStrength = unitNumber(from_, param::occlusionStrength);
+      to_.occlusionShade = shade(CHANNEL_DIFFUSION);
+    }
+    if (!on(param::switchLuminance)) return;
+    to_.emission = color(param::vector(from_, param::emission), param::real(from_, param::emissionStrength));
+    if (to_.emission != Float3{}) to_.emissionShade = shade(CHANNEL_LUMINANCE);
+  }
+
+  void fillRelief() {
+    if (on(param::switchNormal)) {
+      to_.normalScale = number(from_, param::normalScale);
+      to_.normalShade = reliefShade(CHANNEL_NORMAL);
+    }
+    if (!on(param::switchBump)) return;
+    to_.bumpShade = reliefShade(CHANNEL_BUMP);
+    if (to_.bumpShade) to_.bumpStrength = number(from_, param::bumpHeight);
+  }
+
+  void fillTransparency() {
+    const float ior = number(from_, param::ior);
+    to_.ior = ior >= 1 ? ior : 1.5F;
+    if (!on(param::switchTransparency)) return;
+    to_.transmission = unitNumber(from_, param::transmission);
+    if (to_.transmission > 0) to_.transmissionShade = shade(CHANNEL_TRANSPARENCY);
+  }
+
+  void fillSpecular() {
+    to_.specular = on(param::switchSpecular) ? unitNumber(from_, param::specular) : 0;
+    if (to_.specular > 0) to_.specularShade = shade(slotSpecular);
+    if (!on(param::switchSpecularColor)) return;
+    to_.specularColor = color(param::vector(from_, param::specularColor));
+    to_.specularColorShade = shade(CHANNEL_SPECULARCOLOR);
+  }
+
+  const MaterialState& from_;
+  bool textures_;
+  ShadeBuilder shades_;
+  SurfaceMaterial to_;
+};
+
+} // namespace
+
+const ShaderState* shaderIn(const MaterialState& material, int slot) noexcept {
+  const Identity wanted = material.slots[static_cast<std::size_t>(slot)];
+  for (const NodeState* shader = wanted ? material.shaders.first() : nullptr; shader; shader = shader->next)
+    if (shader->identity == wanted) return static_cast<const ShaderState*>(shader);
+  return nullptr;
+}
+
+SurfaceMaterialPtr defaultMaterial() {
+  static const SurfaceMaterialPtr* const one = [] {
+    SurfaceMaterial material;
+    material.id = newIdentity();
+    material.name = "Default";
+    material.baseColor = {0.8F, 0.8F, 0.8F, 1};
+    material.roughness = 0.6F;
+    return new SurfaceMaterialPtr(std::make_shared<const SurfaceMaterial>(std::move(material)));
+  }();
+  return *one;
+}
+
+SurfaceMaterialPtr resolveMaterial(const MaterialState& material, bool textures,
+                                   std::vector<std::string>& missing) {
+  return MaterialBuilder(material, textures, missing).build();
+}
+
+} // namespace host
