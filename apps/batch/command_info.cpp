@@ -1,0 +1,126 @@
+#include <cmath>
+#include <cstdio>
+
+#include <nlohmann/json.hpp>
+
+#include "commands.h"
+#include "number_text.h"
+#include "scene_facts.h"
+#include "scene_load.h"
+
+namespace batch {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+constexpr double degrees = 57.29577951308232;
+
+std::string number(double value, int decimals) {
+  return std::isfinite(value) ? host::fixedText(value, decimals) : "not finite";
+}
+
+std::string text(const Vector& v) {
+  return "(" + number(v.x, 3) + ", " + number(v.y, 3) + ", " + number(v.z, 3) + ")";
+}
+
+Json json(const Vector& v) {
+  return {v.x, v.y, v.z};
+}
+
+/// A line; entries of a list repeat no title.
+void row(const std::string& title, const std::string& value) {
+  std::printf("%-11s %s\n", title.c_str(), value.c_str());
+}
+
+template <class List, class Text>
+void rows(const std::string& title, const List& list, const Text& toText) {
+  if (list.empty()) row(title, "none");
+  bool first = true;
+  for (const auto& entry : list) {
+    row(first ? title : "", toText(entry));
+    first = false;
+  }
+}
+
+std::string cameraText(const CameraFacts& camera) {
+  return camera.name + (camera.orthographic ? " (orthographic, " + number(camera.height, 3) + " m high)"
+                                            : " (perspective, " + number(camera.angle * degrees, 1) + " degrees)");
+}
+
+std::string lightText(const LightFacts& light) {
+  return light.name + " (" + light.kind + ", intensity " + number(light.intensity, 3) + ", colour " +
+         text(light.color) + ")";
+}
+
+std::string animationText(const AnimationFacts& animation) {
+  return (animation.name.empty() ? "(without a name)" : animation.name) + " (" + number(animation.from, 2) + " to " +
+         number(animation.to, 2) + " s, " + std::to_string(animation.tracks) + " tracks)";
+}
+
+void printText(const std::string& file, const Scene& scene, const SceneFacts& facts) {
+  row("scene", file);
+  row("objects", std::to_string(facts.objects));
+  row("meshes", std::to_string(facts.meshes));
+  row("triangles", std::to_string(facts.triangles));
+  row("materials", std::to_string(facts.materials));
+  row("textures", std::to_string(facts.textures));
+  rows("cameras", facts.cameras, cameraText);
+  rows("lights", facts.lights, lightText);
+  rows("animations", facts.animations, animationText);
+  row("frames", std::to_string(facts.firstFrame) + " to " + std::to_string(facts.lastFrame) + " at " +
+                    std::to_string(facts.fps) + " a second");
+  row("bounds", facts.bounds ? text(facts.bounds->low) + " to " + text(facts.bounds->high) + " m" : "empty");
+  rows("missing", scene.missing, [](const std::string& name) { return name; });
+}
+
+Json toJson(const std::string& file, const Scene& scene, const SceneFacts& facts) {
+  Json out{{"scene", file},           {"objects", facts.objects},     {"meshes", facts.meshes},
+           {"triangles", facts.triangles}, {"materials", facts.materials}, {"textures", facts.textures}};
+  out["cameras"] = out["lights"] = out["animations"] = Json::array();
+  for (const CameraFacts& camera : facts.cameras) {
+    Json entry{{"name", camera.name}, {"projection", camera.orthographic ? "orthographic" : "perspective"}};
+    if (camera.orthographic) {
+      entry["height"] = camera.height;
+    } else {
+      entry["yfov"] = camera.angle;
+    }
+    out["cameras"].push_back(std::move(entry));
+  }
+  for (const LightFacts& light : facts.lights) {
+    out["lights"].push_back(Json{{"name", light.name},
+                                 {"kind", light.kind},
+                                 {"intensity", light.intensity},
+                                 {"color", json(light.color)}});
+  }
+  for (const AnimationFacts& animation : facts.animations) {
+    out["animations"].push_back(Json{{"name", animation.name},
+                                     {"tracks", animation.tracks},
+                                     {"from", animation.from},
+                                     {"to", animation.to}});
+  }
+  out["fps"] = facts.fps;
+  out["frames"] = {facts.firstFrame, facts.lastFrame};
+  out["bounds"] = nullptr;
+  if (facts.bounds) out["bounds"] = Json{{"low", json(facts.bounds->low)}, {"high", json(facts.bounds->high)}};
+  out["missing"] = scene.missing;
+  out["warnings"] = scene.warnings;
+  return out;
+}
+
+} // namespace
+
+ExitCode runInfo(const InfoOptions& options) {
+  Messages messages(false);
+  const Scene scene = loadScene(options.scene, messages);
+  const SceneFacts facts = factsOf(*scene.document);
+  if (options.json) {
+    // Names that are no UTF-8 become readable instead of breaking the output.
+    const std::string out = toJson(options.scene, scene, facts).dump(2, ' ', false, Json::error_handler_t::replace);
+    std::printf("%s\n", out.c_str());
+  } else {
+    printText(options.scene, scene, facts);
+  }
+  return ExitCode::done;
+}
+
+} // namespace batch

@@ -1,0 +1,190 @@
+#include "command_line.h"
+
+#include <charconv>
+#include <string_view>
+
+#include <CLI/CLI.hpp>
+
+#include "main.h"
+
+namespace batch {
+namespace {
+
+constexpr LONG largestSide = 32768; // what a bitmap can hold
+
+constexpr const char* footer =
+    "\nExit codes: 0 done, 2 wrong use, 3 scene unreadable, 4 output not writable, 5 render failed or an asset "
+    "missing\n(the picture is still saved), 130 cancelled. The manual is docs/batch.md.";
+
+/// Whole numbers with `separator` between them; nothing when the text is anything else.
+std::optional<std::vector<LONG>> numbers(std::string_view text, char separator, std::size_t count) {
+  std::vector<LONG> values;
+  const char* at = text.data();
+  const char* const end = at + text.size();
+  while (values.size() < count) {
+    if (!values.empty()) {
+      if (at == end || *at != separator) return {};
+      ++at;
+    }
+    LONG value = 0;
+    const auto [next, error] = std::from_chars(at, end, value);
+    if (error != std::errc()) return {};
+    values.push_back(value);
+    at = next;
+  }
+  if (at != end) return {};
+  return values;
+}
+
+Stop wrong(const std::string& sentence) {
+  return {ExitCode::wrongUse, sentence};
+}
+
+PixelSize parseSize(const std::string& text) {
+  const auto sides = numbers(text, 'x', 2);
+  if (!sides) throw wrong("--size " + text + " is no size; write it as 1280x720");
+  const PixelSize size{(*sides)[0], (*sides)[1]};
+  if (size.width < 1 || size.height < 1 || size.width > largestSide || size.height > largestSide) {
+    throw wrong("--size " + text + " is out of range; each side can have 1 to 32768 pixels");
+  }
+  return size;
+}
+
+PixelRegion parseRegion(const std::string& text) {
+  const auto sides = numbers(text, ',', 4);
+  if (!sides) throw wrong("--region " + text + " is no region; write left,top,right,bottom as 0,0,639,359");
+  const PixelRegion region{(*sides)[0], (*sides)[1], (*sides)[2], (*sides)[3]};
+  if (region.left < 0 || region.top < 0 || region.right < region.left || region.bottom < region.top) {
+    throw wrong("--region " + text + " is empty; left and top are at least 0, right and bottom not before them");
+  }
+  return region;
+}
+
+std::pair<std::string, std::string> splitSetting(const std::string& text) {
+  const auto equals = text.find('=');
+  if (equals == std::string::npos || equals == 0) {
+    throw wrong("--set " + text + " names no value; write KEY=VALUE, such as LM_OPT_15014=0");
+  }
+  return {text.substr(0, equals), text.substr(equals + 1)};
+}
+
+/// What the parser fills before the texts become values.
+struct RawOptions {
+  RenderOptions render;
+  InfoOptions info;
+  SettingsOptions settings;
+  std::string size, region;
+  LONG frame = 0;
+  std::vector<std::string> sets;
+};
+
+CLI::App* addRender(CLI::App& app, RawOptions& raw) {
+  CLI::App* render = app.add_subcommand("render", "Render a scene into a picture");
+  render->add_option("SCENE", raw.render.scene, "Scene: glb, gltf, obj, fbx, ply, stl, dae")->required();
+  render->add_option("-o,--output", raw.render.image, "Picture: png, tif, jpg, bmp, exr by its suffix")
+      ->type_name("IMAGE")
+      ->required();
+  render->add_option("--size", raw.size, "Size in pixels; else the scene's own")->type_name("WxH");
+  render->add_option("--frame", raw.frame, "Frame of the animation; else the scene's current one")
+      ->type_name("N");
+  render->add_option("--camera", raw.render.camera, "Look through this camera")->type_name("NAME");
+  render->add_option("--region", raw.region, "Render these pixels only (inclusive); the rest stays black")
+      ->type_name("L,T,R,B");
+  render->add_option("--set", raw.sets, "A setting for this run, by number or LM_ name; any number of them")
+      ->type_name("KEY=VALUE")
+      ->allow_extra_args(false);
+  render->add_option("--samples", raw.render.samples, "Most samples a pixel; else the scene's own")
+      ->type_name("N")
+      ->check(CLI::Range(1, 1000000));
+  render->add_option("--threads", raw.render.threads, "Processors to use; else all")
+      ->type_name("N")
+      ->check(CLI::Range(1, 1024));
+  render->add_option("--home", raw.render.home, "Folder of the settings")->type_name("DIR");
+  render->add_option("--stats", raw.render.stats, "Write times and counts as JSON")->type_name("FILE");
+  render->add_flag("--quiet", raw.render.quiet, "Print nothing but problems");
+  return render;
+}
+
+CLI::App* addInfo(CLI::App& app, RawOptions& raw) {
+  CLI::App* info = app.add_subcommand("info", "Tell what a scene holds");
+  info->add_option("SCENE", raw.info.scene, "Scene")->required();
+  info->add_flag("--json", raw.info.json, "As JSON");
+  return info;
+}
+
+CLI::App* addSettings(CLI::App& app, RawOptions& raw) {
+  CLI::App* settings = app.add_subcommand("settings", "Show and change the stored settings");
+  settings->require_subcommand(1);
+  settings->fallthrough();
+  settings->add_option("--home", raw.settings.home, "Folder of the settings")->type_name("DIR");
+
+  auto add = [&](const char* name, const char* help, SettingsAction action) {
+    CLI::App* sub = settings->add_subcommand(name, help);
+    sub->fallthrough();
+    sub->final_callback([&raw, action] { raw.settings.action = action; });
+    return sub;
+  };
+  add("list", "All settings with their values", SettingsAction::list);
+  CLI::App* get = add("get", "Print one value", SettingsAction::get);
+  get->add_option("KEY", raw.settings.key, "Number or LM_ name")->required();
+  CLI::App* set = add("set", "Store one value", SettingsAction::set);
+  set->add_option("KEY", raw.settings.key, "Number or LM_ name")->required();
+  set->add_option("VALUE", raw.settings.value, "A number, a text, or r,g,b for a colour")->required();
+  add("reset", "Return to the defaults at the next start", SettingsAction::reset);
+  return settings;
+}
+
+RenderOptions finish(const CLI::App& app, RawOptions& raw) {
+  RenderOptions& options = raw.render;
+  if (app.count("--size")) options.size = parseSize(raw.size);
+  if (app.count("--region")) options.region = parseRegion(raw.region);
+  if (app.count("--frame")) options.frame = raw.frame;
+  for (const std::string& text : raw.sets) {
+    options.settings.push_back(splitSetting(text));
+  }
+  return std::move(options);
+}
+
+/// Arguments in the parser's order (last first). A value that starts with a minus sign, as in
+/// `settings set KEY -1`, is protected from being read as an option.
+std::vector<std::string> arguments(int argc, const char* const* argv) {
+  std::vector<std::string> list(argv + 1, argv + argc);
+  const bool sets = list.size() >= 4 && list[0] == "settings" && list[1] == "set";
+  if (sets && list[3].size() > 1 && list[3][0] == '-' && std::isdigit(static_cast<unsigned char>(list[3][1]))) {
+    std::string value = list[3];
+    list.erase(list.begin() + 3);
+    list.push_back("--");
+    list.push_back(std::move(value));
+  }
+  return {list.rbegin(), list.rend()};
+}
+
+} // namespace
+
+CommandLine parseCommandLine(int argc, const char* const* argv) {
+  CLI::App app("Lumenara renders scenes from the command line.", "lumenara");
+  app.footer(footer);
+  app.require_subcommand(1);
+  app.set_version_flag("--version", "lumenara " + GetVersionString().GetUTF8());
+  RawOptions raw;
+  CLI::App* render = addRender(app, raw);
+  CLI::App* info = addInfo(app, raw);
+  addSettings(app, raw);
+
+  try {
+    app.parse(arguments(argc, argv));
+    if (render->parsed()) return finish(*render, raw);
+  } catch (const CLI::CallForHelp&) {
+    return ShowText{app.help()};
+  } catch (const CLI::CallForAllHelp&) {
+    return ShowText{app.help("", CLI::AppFormatMode::All)};
+  } catch (const CLI::CallForVersion& version) {
+    return ShowText{std::string(version.what()) + "\n"};
+  } catch (const CLI::ParseError& error) {
+    throw wrong(std::string(error.what()) + "; `lumenara --help` shows what there is");
+  }
+  if (info->parsed()) return raw.info;
+  return raw.settings;
+}
+
+} // namespace batch

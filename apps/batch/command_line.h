@@ -1,0 +1,59 @@
+// The command line as values.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <utility>
+#include <variant>
+#include <vector>
+
+#include "c4d_types.h"
+#include "exit_code.h"
+
+namespace batch {
+
+struct PixelSize {
+  LONG width = 0, height = 0;
+};
+
+/// Inclusive bounds, in pixels from the upper left corner.
+struct PixelRegion {
+  LONG left = 0, top = 0, right = 0, bottom = 0;
+};
+
+struct RenderOptions {
+  std::string scene, image;
+  std::optional<PixelSize> size;
+  std::optional<LONG> frame;
+  std::string camera; // empty: the scene's own
+  std::optional<PixelRegion> region;
+  std::vector<std::pair<std::string, std::string>> settings; // key and value, as they were typed
+  int samples = 0;                                           // 0: the scene's
+  int threads = 0;                                           // 0: all
+  std::string home, stats;
+  bool quiet = false;
+};
+
+struct InfoOptions {
+  std::string scene;
+  bool json = false;
+};
+
+enum class SettingsAction { list, get, set, reset };
+
+struct SettingsOptions {
+  SettingsAction action = SettingsAction::list;
+  std::string key, value, home;
+};
+
+/// A text that was asked for (help, version): it goes to standard output and the program is done.
+struct ShowText {
+  std::string text;
+};
+
+using CommandLine = std::variant<RenderOptions, InfoOptions, SettingsOptions, ShowText>;
+
+/// Throws `Stop` with `wrongUse` when the arguments make no command.
+CommandLine parseCommandLine(int argc, const char* const* argv);
+
+} // namespace batch

@@ -1,0 +1,162 @@
+#include <algorithm>
+#include <optional>
+
+#include "active_document.h"
+#include "c4d_bitmap.h"
+#include "c4d_render.h"
+#include "commands.h"
+#include "failures.h"
+#include "interrupt.h"
+#include "lm_keys.h"
+#include "messages.h"
+#include "output_file.h"
+#include "plugin_unit.h"
+#include "program.h"
+#include "render_job.h"
+#include "render_report.h"
+#include "run_settings.h"
+#include "scene_load.h"
+#include "scene_setup.h"
+
+namespace batch {
+namespace {
+
+constexpr LONG jpegQuality = 95;
+
+/// Everything that can be wrong before work begins.
+void checkTargets(const RenderOptions& options) {
+  checkAssignments(options.settings);
+  pictureFilter(Filename(String(options.image)));
+  requireWritable(Filename(String(options.image)), "the picture");
+  if (!options.stats.empty()) requireWritable(Filename(String(options.stats)), "the statistics file");
+}
+
+host::ProgramOptions programOptions(const RenderOptions& options, BatchInterface& ui) {
+  host::ProgramOptions program;
+  program.home = Filename(String(options.home));
+  program.ui = &ui;
+  program.cpuCount = options.threads;
+  program.consoleEcho = nullptr; // the messages show it
+  return program;
+}
+
+/// As a host starts its plug-ins: ours, then the modules beside it.
+void startPlugins(host::Program& program) {
+  const host::PluginUnit plugin = linkedPlugin(program.startupPath());
+  if (!program.loader().start(plugin)) {
+    throw Stop(ExitCode::renderFailed, "the plug-in did not start; its folder is " +
+                                           plugin.folder.GetString().GetUTF8() +
+                                           " and must hold res/ (build or install it again)");
+  }
+  program.startPlugins();
+}
+
+PixelSize pictureSize(const RenderOptions& options, const BaseDocument& document, const lmSettings& settings) {
+  const PixelSize full = options.size ? *options.size : renderSize(document);
+  const LONG divisor = std::max<LONG>(1, settings.GetValue(LM_OPT_RES_DIVISOR, static_cast<LONG>(1)));
+  return {std::max<LONG>(1, full.width / divisor), std::max<LONG>(1, full.height / divisor)};
+}
+
+void prepare(const RenderOptions& options, BaseDocument& document) {
+  if (!options.camera.empty()) chooseCamera(document, options.camera);
+  if (options.frame) goToFrame(document, *options.frame);
+  if (options.samples > 0) setSamples(document, options.samples);
+}
+
+void makeBitmap(BaseBitmap& bitmap, PixelSize size) {
+  if (bitmap.Init(size.width, size.height, 24) == IMAGERESULT_OK) return;
+  throw Stop(ExitCode::renderFailed, "there is not enough memory for a picture of " + std::to_string(size.width) +
+                                         " x " + std::to_string(size.height) + " pixels; choose a smaller --size");
+}
+
+void checkRegion(const std::optional<PixelRegion>& region, PixelSize size) {
+  if (!region || (region->left < size.width && region->top < size.height)) return;
+  throw Stop(ExitCode::wrongUse, "--region lies outside the picture of " + std::to_string(size.width) + " x " +
+                                     std::to_string(size.height) + " pixels");
+}
+
+void savePicture(const BaseBitmap& bitmap, const std::string& image) {
+  const Filename file{String(image)};
+  BaseContainer settings;
+  settings.SetLong(JPGSAVER_QUALITY, jpegQuality);
+  host::takeFailures(); // those of plug-ins are not ours to tell
+  if (bitmap.Save(file, pictureFilter(file), &settings) == IMAGERESULT_OK) return;
+  const auto failures = host::takeFailures();
+  throw Stop(ExitCode::outputNotWritable,
+             failures.empty() ? "the picture " + image + " was not written; choose another place"
+                              : failures.front().sentence);
+}
+
+std::string listOf(const std::vector<std::string>& names) {
+  std::string text;
+  for (const std::string& name : names) {
+    text += (text.empty() ? "" : ", ") + name;
+  }
+  return text;
+}
+
+/// The exit code of a job, and its sentence when it is not a good one.
+ExitCode judge(const JobResult& job, const RenderOptions& options, const Scene& scene, Messages& messages) {
+  switch (job.result) {
+  case RENDERRESULT_OK:
+    messages.note("lumenara: " + options.image + " was rendered in " +
+                  durationText(static_cast<std::int64_t>(job.seconds + 0.5)));
+    return ExitCode::done;
+  case RENDERRESULT_ASSETMISSING:
+    messages.problem(options.image + " was rendered without " +
+                     (scene.missing.empty() ? "a picture that the scene needs" : listOf(scene.missing)) +
+                     "; put what is missing beside the scene and render again");
+    return ExitCode::renderFailed;
+  case RENDERRESULT_OUTOFMEMORY:
+    messages.problem(options.image + " is not complete: there was not enough memory to render " + options.scene +
+                     "; close other programs or choose a smaller --size");
+    return ExitCode::renderFailed;
+  default:
+    messages.problem(options.image + " is not complete: the render of " + options.scene + " ended with result " +
+                     std::to_string(job.result) + "; render again");
+    return ExitCode::renderFailed;
+  }
+}
+
+ExitCode renderScene(const RenderOptions& options, Messages& messages) {
+  lmSettings settings;
+  fillRunSettings(settings, options.settings);
+  Scene scene = loadScene(options.scene, messages);
+  prepare(options, *scene.document);
+  const PixelSize size = pictureSize(options, *scene.document, settings);
+  checkRegion(options.region, size);
+  AutoAlloc<BaseBitmap> bitmap;
+  makeBitmap(*bitmap, size);
+
+  RunTimes times{scene.loadMs, 0};
+  if (!options.stats.empty()) times.cloneMs = measureClone(*scene.document, settings, options.region.has_value());
+  BaseDocument& document = *scene.document;
+  host::setActiveDocument(scene.document.release());
+  const JobResult job = runJob(document, *bitmap, settings, options.region, messages);
+
+  if (interrupted() && (!job.rendered || job.result == RENDERRESULT_USERBREAK)) {
+    throw Stop(ExitCode::cancelled, "cancelled; " + options.image + " was not written");
+  }
+  if (!job.rendered) {
+    throw Stop(ExitCode::renderFailed, "the scene " + options.scene + " could not be prepared for the render; there is "
+                                       "probably not enough memory, close other programs");
+  }
+  savePicture(*bitmap, options.image);
+  if (!options.stats.empty()) {
+    writeText(Filename(String(options.stats)), statsText(times, size, job.result), "the statistics file");
+  }
+  return judge(job, options, scene, messages);
+}
+
+} // namespace
+
+ExitCode runRender(const RenderOptions& options) {
+  checkTargets(options);
+  Messages messages(options.quiet);
+  BatchInterface ui(messages);
+  host::Program program(programOptions(options, ui));
+  startPlugins(program);
+  return renderScene(options, messages);
+}
+
+} // namespace batch

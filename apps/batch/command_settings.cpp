@@ -1,0 +1,115 @@
+#include <algorithm>
+#include <cstdio>
+
+#include "commands.h"
+#include "lm_settings.h"
+#include "main.h"
+#include "messages.h"
+#include "plugin_unit.h"
+#include "program.h"
+#include "setting_values.h"
+#include "thread_context.h"
+
+namespace batch {
+namespace {
+
+/// The host without registered commands: their dialogs write all their settings back when they end, over
+/// what another program has stored meanwhile.
+class SettingsHost {
+ public:
+  explicit SettingsHost(const std::string& home)
+      : messages_(false), ui_(messages_), program_(options(home)), plugin_(linkedPlugin(program_.startupPath())) {}
+
+  /// As every start of the plug-in does.
+  void applyReset() {
+    const host::PluginScope scope(&plugin_);
+    CheckResetLM();
+  }
+
+ private:
+  host::ProgramOptions options(const std::string& home) {
+    host::ProgramOptions options;
+    options.home = Filename(String(home));
+    options.ui = &ui_;
+    options.loadModules = false;
+    options.consoleEcho = nullptr; // the messages show it
+    return options;
+  }
+
+  Messages messages_;
+  BatchInterface ui_;
+  host::Program program_;
+  host::PluginUnit plugin_;
+};
+
+/// The defaults with the stored values over them, as the dialogs see them.
+BaseContainer currentSettings() {
+  lmSettings settings;
+  settings.Init(ID_LUMENARA);
+  WriteDefaults(settings.GetDataInstance(), LM_DEFAULT_BOTH);
+  settings.Load();
+  return *settings.GetDataInstance();
+}
+
+void list() {
+  const BaseContainer values = currentSettings();
+  LONG count = 0;
+  const lmKey* first = GetKeys(&count);
+  std::vector<lmKey> keys(first, first + count);
+  std::sort(keys.begin(), keys.end(), [](const lmKey& a, const lmKey& b) { return a.key < b.key; });
+  for (const lmKey& key : keys) {
+    const std::string text = settingText(values.GetData(key.key));
+    std::printf("%d %-24s %-9s%s%s\n", static_cast<int>(key.key), key.name, kindName(key.type).c_str(),
+                text.empty() ? "" : " ", text.c_str());
+  }
+}
+
+void get(const std::string& name) {
+  const lmKey& key = findSetting(name);
+  std::printf("%s\n", settingText(currentSettings().GetData(key.key)).c_str());
+}
+
+void set(const std::string& name, const std::string& text) {
+  const lmKey& key = findSetting(name);
+  BaseContainer change;
+  change.SetData(key.key, parseSetting(key, text));
+  if (!SetWorldPluginData(ID_LUMENARA, change, TRUE)) {
+    throw Stop(ExitCode::outputNotWritable, std::string(key.name) + " was not stored in " +
+                                                GeGetStartupWritePath().GetString().GetUTF8() +
+                                                "; make the folder writable or name another with --home");
+  }
+}
+
+void leaveResetMarker() {
+  const Filename marker = GetDataFolder() + "reset.lm";
+  AutoAlloc<BaseFile> file;
+  if (!GeFCreateDirRec(GetDataFolder()) || !file || !file->Open(marker, FILEOPEN_WRITE, FILEDIALOG_NONE) ||
+      !file->Close()) {
+    throw Stop(ExitCode::outputNotWritable, marker.GetString().GetUTF8() +
+                                                " cannot be written; make its folder writable or name another with "
+                                                "--home");
+  }
+  std::printf("The settings return to their defaults at the next start.\n");
+}
+
+} // namespace
+
+ExitCode runSettings(const SettingsOptions& options) {
+  // Wrong use is told before anything is touched.
+  if (!options.key.empty()) {
+    const lmKey& key = findSetting(options.key);
+    if (options.action == SettingsAction::set) parseSetting(key, options.value);
+  }
+  SettingsHost host(options.home);
+  if (options.action == SettingsAction::reset) {
+    leaveResetMarker();
+    return ExitCode::done;
+  }
+  host.applyReset();
+  if (options.action == SettingsAction::list) list();
+  if (options.action == SettingsAction::get) get(options.key);
+  if (options.action == SettingsAction::set) set(options.key, options.value);
+  return ExitCode::done;
+}
+
+} // namespace batch

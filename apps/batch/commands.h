@@ -1,0 +1,12 @@
+// The program's commands. Each gives the exit code, or throws `Stop`.
+#pragma once
+
+#include "command_line.h"
+
+namespace batch {
+
+ExitCode runRender(const RenderOptions& options);
+ExitCode runInfo(const InfoOptions& options);
+ExitCode runSettings(const SettingsOptions& options);
+
+} // namespace batch

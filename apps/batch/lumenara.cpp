@@ -1,0 +1,46 @@
+// lumenara: renders scenes, tells what they hold, and keeps the plug-in's settings.
+#include <cstdio>
+#include <exception>
+#include <new>
+
+#include "commands.h"
+#include "interrupt.h"
+#include "platform.h"
+
+namespace batch {
+namespace {
+
+ExitCode run(const CommandLine& line) {
+  if (const auto* text = std::get_if<ShowText>(&line)) {
+    std::fputs(text->text.c_str(), stdout);
+    return ExitCode::done;
+  }
+  if (const auto* render = std::get_if<RenderOptions>(&line)) return runRender(*render);
+  if (const auto* info = std::get_if<InfoOptions>(&line)) return runInfo(*info);
+  return runSettings(std::get<SettingsOptions>(line));
+}
+
+ExitCode fail(ExitCode code, const char* sentence) {
+  std::fprintf(stderr, "lumenara: %s\n", sentence);
+  return code;
+}
+
+} // namespace
+} // namespace batch
+
+int main(int argc, char** argv) {
+  using namespace batch;
+  ExitCode code = ExitCode::done;
+  try {
+    host::platform::prepareProcess();
+    catchInterrupts();
+    code = run(parseCommandLine(argc, argv));
+  } catch (const Stop& stop) {
+    code = fail(stop.code(), stop.what());
+  } catch (const std::bad_alloc&) {
+    code = fail(ExitCode::renderFailed, "there is not enough memory; close other programs or make the picture smaller");
+  } catch (const std::exception& error) {
+    code = fail(ExitCode::renderFailed, error.what());
+  }
+  return static_cast<int>(code);
+}

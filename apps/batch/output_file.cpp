@@ -1,0 +1,52 @@
+#include "output_file.h"
+
+#include <array>
+#include <utility>
+
+#include "atomic_file.h"
+#include "c4d_bitmap.h"
+#include "exit_code.h"
+
+namespace batch {
+namespace {
+
+constexpr std::array<std::pair<const char*, LONG>, 7> formats{{{"png", FILTER_PNG},
+                                                               {"tif", FILTER_TIF},
+                                                               {"tiff", FILTER_TIF},
+                                                               {"jpg", FILTER_JPG},
+                                                               {"jpeg", FILTER_JPG},
+                                                               {"bmp", FILTER_BMP},
+                                                               {"exr", FILTER_EXR}}};
+
+[[noreturn]] void notWritable(const Filename& file, const std::string& what, const std::string& why) {
+  throw Stop(ExitCode::outputNotWritable, what + " " + file.GetString().GetUTF8() + " cannot be written: " + why);
+}
+
+} // namespace
+
+LONG pictureFilter(const Filename& picture) {
+  for (const auto& [suffix, filter] : formats) {
+    if (picture.CheckSuffix(suffix)) return filter;
+  }
+  const std::string suffix = picture.GetSuffix().GetUTF8();
+  throw Stop(ExitCode::wrongUse, picture.GetString().GetUTF8() +
+                                     (suffix.empty() ? " has no suffix" : " has the unknown suffix " + suffix) +
+                                     "; pictures are written as png, tif, jpg, bmp or exr");
+}
+
+void requireWritable(const Filename& file, const std::string& what) {
+  if (GeFExist(file, TRUE)) notWritable(file, what, "it is a folder; name a file");
+  const Filename folder = file.GetDirectory();
+  if (folder.Content() && !GeFExist(folder, TRUE)) {
+    notWritable(file, what, "the folder " + folder.GetString().GetUTF8() + " does not exist; make it first");
+  }
+  host::AtomicFile attempt(file);
+  if (!attempt.open()) notWritable(file, what, attempt.error() + "; choose another place");
+}
+
+void writeText(const Filename& file, const std::string& text, const std::string& what) {
+  std::string error;
+  if (!host::replaceFile(file, text, &error)) notWritable(file, what, error + "; free the way or choose another place");
+}
+
+} // namespace batch

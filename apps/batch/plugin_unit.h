@@ -1,0 +1,11 @@
+// The plug-in, linked into this program.
+#pragma once
+
+#include "plugin_registry.h"
+
+namespace batch {
+
+/// How the host calls it; its resources lie in plugins/Lumenara below the folder of the installation.
+host::PluginUnit linkedPlugin(const Filename& startupPath);
+
+} // namespace batch

@@ -1,0 +1,24 @@
+// The settings that one render goes by.
+#pragma once
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "lm_settings.h"
+
+namespace batch {
+
+/// Fills them as the viewer does, with the stored values over the defaults; then what this program has its own
+/// default for (anti-aliasing best, no resolution divisor, no stamps); then the assignments of the command
+/// line. Nothing is stored. Throws `Stop` (wrong use) for a key or value that is none. Main thread.
+void fillRunSettings(lmSettings& settings,
+                     const std::vector<std::pair<std::string, std::string>>& assignments);
+
+/// Throws `Stop` (wrong use) when one of them is none.
+void checkAssignments(const std::vector<std::pair<std::string, std::string>>& assignments);
+
+/// Whether any frame stamp is switched on.
+bool stampsWanted(const lmSettings& settings);
+
+} // namespace batch

@@ -1,0 +1,48 @@
+// What a scene holds, as values.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "c4d_document.h"
+
+namespace batch {
+
+struct CameraFacts {
+  std::string name;
+  bool orthographic = false;
+  double angle = 0;  // perspective: the whole vertical angle in radians
+  double height = 0; // orthographic: of what it sees, in metres
+};
+
+struct LightFacts {
+  std::string name, kind; // "point", "spot", "distant"
+  Vector color;
+  double intensity = 0;
+};
+
+struct AnimationFacts {
+  std::string name;
+  int tracks = 0;
+  double from = 0, to = 0; // seconds
+};
+
+struct Bounds {
+  Vector low, high; // metres
+};
+
+struct SceneFacts {
+  int objects = 0, meshes = 0, materials = 0, textures = 0;
+  std::uint64_t triangles = 0; // of all objects, before subdivision
+  std::vector<CameraFacts> cameras;
+  std::vector<LightFacts> lights;
+  std::vector<AnimationFacts> animations;
+  LONG fps = 0, firstFrame = 0, lastFrame = 0;
+  std::optional<Bounds> bounds; // of what is rendered at the document's time, floors aside
+};
+
+/// Main thread.
+SceneFacts factsOf(BaseDocument& document);
+
+} // namespace batch

@@ -1,0 +1,85 @@
+#include "scene_setup.h"
+
+#include "c4d_render.h"
+#include "lm_keys.h"
+
+namespace batch {
+namespace {
+
+constexpr LONG largestSide = 32768; // what a bitmap can hold
+
+void collectCameras(BaseObject* first, std::vector<BaseObject*>& cameras) {
+  for (BaseObject* object = first; object; object = object->GetNext()) {
+    if (object->IsInstanceOf(Ocamera)) cameras.push_back(object);
+    collectCameras(object->GetDown(), cameras);
+  }
+}
+
+std::string nameList(const std::vector<BaseObject*>& nodes) {
+  std::string text;
+  for (const BaseObject* node : nodes) {
+    text += (text.empty() ? "\"" : ", \"") + node->GetName().GetUTF8() + "\"";
+  }
+  return text;
+}
+
+/// The viewer keeps a camera of its own choice in the document, which would win over the view's.
+void forgetViewersCamera(BaseDocument& document) {
+  BaseContainer* data = document.GetDataInstance();
+  if (BaseContainer* record = data->GetContainerInstance(LM_REGION)) record->RemoveData(LM_REGION_CAMERA);
+}
+
+} // namespace
+
+std::vector<BaseObject*> camerasOf(const BaseDocument& document) {
+  std::vector<BaseObject*> cameras;
+  collectCameras(document.GetFirstObject(), cameras);
+  return cameras;
+}
+
+void chooseCamera(BaseDocument& document, const std::string& name) {
+  const std::vector<BaseObject*> cameras = camerasOf(document);
+  for (BaseObject* camera : cameras) {
+    if (camera->GetName().GetUTF8() != name) continue;
+    forgetViewersCamera(document);
+    if (BaseDraw* view = document.GetRenderBaseDraw()) view->SetSceneCamera(camera);
+    if (BaseDraw* view = document.GetActiveBaseDraw()) view->SetSceneCamera(camera);
+    return;
+  }
+  throw Stop(ExitCode::wrongUse,
+             "the scene has no camera \"" + name + "\"; " +
+                 (cameras.empty() ? "it has none at all, leave --camera out" : "it has " + nameList(cameras)));
+}
+
+void goToFrame(BaseDocument& document, LONG frame) {
+  document.SetTime(BaseTime(static_cast<Real>(frame), document.GetFps()));
+  document.ExecutePasses(nullptr, TRUE, TRUE, FALSE, BUILDFLAGS_0);
+}
+
+void setSamples(BaseDocument& document, LONG samples) {
+  if (RenderData* data = document.GetActiveRenderData()) {
+    data->GetDataInstance()->SetLong(RDATA_MAXSAMPLES, samples);
+  }
+}
+
+PixelSize renderSize(const BaseDocument& document) {
+  const RenderData* data = document.GetActiveRenderData();
+  if (!data) return {1280, 720};
+  const BaseContainer settings = data->GetData();
+  const PixelSize size{settings.GetLong(RDATA_XRES, 1280), settings.GetLong(RDATA_YRES, 720)};
+  const bool usable =
+      size.width >= 1 && size.height >= 1 && size.width <= largestSide && size.height <= largestSide;
+  return usable ? size : PixelSize{1280, 720};
+}
+
+BaseObject* renderCamera(BaseDocument& document) {
+  const BaseContainer record = document.GetData().GetContainer(LM_REGION);
+  BaseList2D* link = record.GetLink(LM_REGION_CAMERA, &document);
+  if (link && link->IsInstanceOf(Obase)) return static_cast<BaseObject*>(link);
+  const BaseDraw* view = document.GetRenderBaseDraw();
+  if (!view) return nullptr;
+  BaseObject* camera = view->GetSceneCamera(&document);
+  return camera ? camera : view->GetEditorCamera();
+}
+
+} // namespace batch
