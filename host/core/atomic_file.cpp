@@ -42,7 +42,8 @@ fs::path temporaryFor(const fs::path& target) {
 
 } // namespace
 
-AtomicFile::AtomicFile(const Filename& target) : target_(toFilename(behindLink(toPath(target)))) {}
+AtomicFile::AtomicFile(const Filename& target) : target_(toFilename(behindLink(toPath(target)))) {
+}
 
 AtomicFile::~AtomicFile() {
   if (file_) std::fclose(file_);

@@ -23,8 +23,7 @@ struct BaseFile::Data {
   }
   // A stream that is read after a write, or the other way round, wants a seek between.
   bool turn(Last next) {
-    if (last != Last::none && last != next && std::fseek(file, 0, SEEK_CUR) != 0)
-      return fail(FILEERROR_SEEK);
+    if (last != Last::none && last != next && std::fseek(file, 0, SEEK_CUR) != 0) return fail(FILEERROR_SEEK);
     last = next;
     return true;
   }
@@ -73,7 +72,8 @@ Word fromBytes(const std::array<unsigned char, count>& bytes) {
 
 } // namespace
 
-BaseFile::BaseFile() : data_(new Data) {}
+BaseFile::BaseFile() : data_(new Data) {
+}
 
 BaseFile::~BaseFile() {
   Close();

@@ -69,7 +69,8 @@ struct BrowseFiles::Data {
   const Entry* current() const { return next > 0 && next <= entries.size() ? &entries[next - 1] : nullptr; }
 };
 
-BrowseFiles::BrowseFiles() : data_(new Data) {}
+BrowseFiles::BrowseFiles() : data_(new Data) {
+}
 
 BrowseFiles::~BrowseFiles() {
   delete data_;

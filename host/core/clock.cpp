@@ -19,7 +19,8 @@ class SystemClock final : public Clock {
         .count();
   }
   std::int64_t wallSeconds() const override {
-    return std::chrono::duration_cast<std::chrono::seconds>(std::chrono::system_clock::now().time_since_epoch())
+    return std::chrono::duration_cast<std::chrono::seconds>(
+               std::chrono::system_clock::now().time_since_epoch())
         .count();
   }
 };

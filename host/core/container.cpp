@@ -90,10 +90,13 @@ void BaseContainer::Replace(ContainerStorePtr store) noexcept {
 }
 
 BaseContainer::BaseContainer() = default;
-BaseContainer::BaseContainer(LONG id) : id_(id) {}
-BaseContainer::BaseContainer(const BaseContainer& other) : id_(other.GetId()), store_(forCopy(other.Pin())) {}
+BaseContainer::BaseContainer(LONG id) : id_(id) {
+}
+BaseContainer::BaseContainer(const BaseContainer& other) : id_(other.GetId()), store_(forCopy(other.Pin())) {
+}
 BaseContainer::BaseContainer(BaseContainer&& other) noexcept
-    : id_(other.GetId()), store_(std::move(other.store_)) {}
+    : id_(other.GetId()), store_(std::move(other.store_)) {
+}
 BaseContainer& BaseContainer::operator=(const BaseContainer& other) {
   if (this == &other) return *this;
   SetId(other.GetId());
@@ -260,7 +263,8 @@ void BaseContainer::SetMemory(LONG id, const void* bytes, std::size_t count) {
 BaseContainer* BaseContainer::GetContainerInstance(LONG id) {
   const int index = store_ ? store_->find(id) : -1;
   if (index < 0) return nullptr;
-  const host::GeDataStorePtr& data = host::Access::store(store_->entries[static_cast<std::size_t>(index)].data);
+  const host::GeDataStorePtr& data =
+      host::Access::store(store_->entries[static_cast<std::size_t>(index)].data);
   if (!data || data->type != DA_CONTAINER) return nullptr;
   if (!data->instance) {
     // A container of its own, shared with no copy, that may be written from now on.

@@ -1,4 +1,5 @@
-// Files and folders: existence, making, moving, copying, opening with other programs, and the program's paths.
+// Files and folders: existence, making, moving, copying, opening with other programs, and the program's
+// paths.
 #include <fstream>
 #include <system_error>
 #include <vector>

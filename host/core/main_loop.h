@@ -99,17 +99,16 @@ class MainLoop {
 
  private:
   struct Item {
-    std::uint64_t order;
-    Urgency urgency;
-    bool sceneChanged;
-    bool event;
+    std::uint64_t order = 0;
+    Urgency urgency = Urgency::normal;
+    bool sceneChanged = false;
     Task task;
   };
   struct Call {
     const Task* task;
     CallKind kind;
     const C4DThread* thread;
-    enum { waiting, running, done, refused } state;
+    enum class State { waiting, running, done, refused } state;
   };
   struct Timer {
     Milliseconds period, due;
@@ -121,7 +120,9 @@ class MainLoop {
   void push(Item item);
   void wake();
   bool takeItem(std::uint64_t last, Item& item);
-  Call* takeCall();
+  bool waits() const; // something that may run now; with the lock held
+  template <class Refuse>
+  void refuseCalls(const Refuse& refuse);
   bool serveCall(std::unique_lock<std::mutex>& lock);
   int runTimers();
   bool timerMayRun(const Timer& timer) const;

@@ -11,12 +11,12 @@ namespace host {
 
 namespace {
 
-// Whether `value` lies exactly between two texts of `decimals` digits: then value * 2^(decimals + 1) is an odd
-// integer, for a tie is an odd multiple of 1 / (2 * 10^decimals) and a double is a multiple of a power of two.
+// Whether `value` lies exactly between two texts of `decimals` digits: then value * 2^(decimals + 1) is an
+// odd integer, for a tie is an odd multiple of 1 / (2 * 10^decimals) and a double is a multiple of a power of
+// two.
 bool isTie(double value, int decimals) {
   const double scaled = std::ldexp(value, decimals + 1);
-  return std::abs(scaled) < 9007199254740992.0 && scaled == std::trunc(scaled) &&
-         std::fmod(scaled, 2.0) != 0;
+  return std::abs(scaled) < 9007199254740992.0 && scaled == std::trunc(scaled) && std::fmod(scaled, 2.0) != 0;
 }
 
 bool isZeroText(const std::string& text) {

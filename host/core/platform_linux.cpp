@@ -11,8 +11,8 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <climits>
 #include <chrono>
+#include <climits>
 #include <csignal>
 #include <cstdlib>
 #include <thread>

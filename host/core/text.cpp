@@ -57,8 +57,10 @@ bool standsAt(const std::string& text, const std::vector<std::size_t>& offsets, 
 } // namespace
 
 String::String() = default;
-String::String(const char* utf8Text) : text_(utf8Text ? utf8Text : "") {}
-String::String(std::string_view utf8Text) : text_(utf8Text) {}
+String::String(const char* utf8Text) : text_(utf8Text ? utf8Text : "") {
+}
+String::String(std::string_view utf8Text) : text_(utf8Text) {
+}
 String::String(LONG count, UWORD fill) {
   std::string one;
   utf8::append(one, fill);

@@ -1,6 +1,8 @@
 // What a thread works for: the plug-in's thread object and the plug-in that is being called.
 #pragma once
 
+#include <atomic>
+
 class C4DThread;
 
 namespace host {
@@ -8,8 +10,9 @@ namespace host {
 struct PluginUnit;
 
 struct ThreadContext {
-  C4DThread* thread = nullptr;        // the plug-in thread that this one is or works for
-  const PluginUnit* plugin = nullptr; // the plug-in that is being called
+  C4DThread* thread = nullptr;                  // the plug-in thread that this one is or works for
+  const PluginUnit* plugin = nullptr;           // the plug-in that is being called
+  const std::atomic<bool>* toldToEnd = nullptr; // of `thread`
 };
 
 /// The calling thread's own.
@@ -44,6 +47,9 @@ class PluginScope {
 };
 
 /// Whether the calling thread works for a plug-in thread that has been told to end.
-bool toldToEnd() noexcept;
+inline bool toldToEnd() noexcept {
+  const auto* told = threadContext().toldToEnd;
+  return told && told->load(std::memory_order_acquire);
+}
 
 } // namespace host

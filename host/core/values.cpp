@@ -15,8 +15,8 @@ LONG BaseTime::GetFrame(Real fps) const noexcept {
   const Real nearest = std::round(exact);
   const bool onFrame = std::abs(exact - nearest) <= std::max<Real>(1, std::abs(nearest)) * 1e-12;
   const Real frame = onFrame ? nearest : std::floor(exact);
-  return static_cast<LONG>(std::clamp<Real>(frame, std::numeric_limits<LONG>::min(),
-                                            std::numeric_limits<LONG>::max()));
+  return static_cast<LONG>(
+      std::clamp<Real>(frame, std::numeric_limits<LONG>::min(), std::numeric_limits<LONG>::max()));
 }
 
 namespace host {
@@ -75,16 +75,26 @@ T get(const host::GeDataStorePtr& store, LONG type, T preset = T()) {
 } // namespace
 
 GeData::GeData() = default;
-GeData::GeData(LONG value) : store_(makeStore(DA_LONG, value)) {}
-GeData::GeData(Real value) : store_(makeStore(DA_REAL, value)) {}
-GeData::GeData(const Vector& value) : store_(makeStore(DA_VECTOR, value)) {}
-GeData::GeData(const Matrix& value) : store_(makeStore(DA_MATRIX, value)) {}
-GeData::GeData(const String& value) : store_(makeStore(DA_STRING, value)) {}
-GeData::GeData(const char* value) : GeData(String(value)) {}
-GeData::GeData(const Filename& value) : store_(makeStore(DA_FILENAME, value)) {}
-GeData::GeData(const BaseTime& value) : store_(makeStore(DA_TIME, value)) {}
-GeData::GeData(const BaseContainer& value) : store_(makeStore(DA_CONTAINER, value)) {}
-GeData::GeData(const BaseLink& value) : store_(makeStore(DA_ALIASLINK, value)) {}
+GeData::GeData(LONG value) : store_(makeStore(DA_LONG, value)) {
+}
+GeData::GeData(Real value) : store_(makeStore(DA_REAL, value)) {
+}
+GeData::GeData(const Vector& value) : store_(makeStore(DA_VECTOR, value)) {
+}
+GeData::GeData(const Matrix& value) : store_(makeStore(DA_MATRIX, value)) {
+}
+GeData::GeData(const String& value) : store_(makeStore(DA_STRING, value)) {
+}
+GeData::GeData(const char* value) : GeData(String(value)) {
+}
+GeData::GeData(const Filename& value) : store_(makeStore(DA_FILENAME, value)) {
+}
+GeData::GeData(const BaseTime& value) : store_(makeStore(DA_TIME, value)) {
+}
+GeData::GeData(const BaseContainer& value) : store_(makeStore(DA_CONTAINER, value)) {
+}
+GeData::GeData(const BaseLink& value) : store_(makeStore(DA_ALIASLINK, value)) {
+}
 GeData::GeData(const void* bytes, std::size_t count) {
   const auto* first = static_cast<const std::byte*>(bytes);
   if (!first) count = 0;
@@ -125,8 +135,8 @@ LONG GeData::GetLong() const {
   case DA_BOOL:
     return std::get<LONG>(store_->value);
   case DA_LLONG:
-    return static_cast<LONG>(std::clamp<LLONG>(std::get<LLONG>(store_->value), std::numeric_limits<LONG>::min(),
-                                               std::numeric_limits<LONG>::max()));
+    return static_cast<LONG>(std::clamp<LLONG>(
+        std::get<LLONG>(store_->value), std::numeric_limits<LONG>::min(), std::numeric_limits<LONG>::max()));
   case DA_REAL:
     return toInteger<LONG>(std::get<Real>(store_->value));
   default:

@@ -1,0 +1,87 @@
+// The plug-in's side of registration, of kept data and of resources.
+#include <fstream>
+#include <system_error>
+
+#include "c4d_plugin.h"
+#include "console.h"
+#include "file_path.h"
+#include "plugin_registry.h"
+#include "preferences.h"
+#include "thread_context.h"
+
+BaseData::~BaseData() = default;
+CommandData::~CommandData() = default;
+NodeData::~NodeData() = default;
+VideoPostData::~VideoPostData() = default;
+
+Bool CommandData::Execute(BaseDocument* /*document*/) {
+  return FALSE;
+}
+
+LONG CommandData::GetState(BaseDocument* /*document*/) {
+  return CMD_ENABLED;
+}
+
+Bool CommandData::RestoreLayout(void* /*secret*/) {
+  return FALSE;
+}
+
+RENDERRESULT VideoPostData::Execute(BaseVideoPost* /*node*/, VideoPostStruct* /*vps*/) {
+  return RENDERRESULT_OK;
+}
+
+Bool RegisterCommandPlugin(LONG id, const String& name, LONG info, BaseBitmap* icon, const String& help,
+                           CommandData* data) {
+  host::PluginRegistry* registry = host::pluginRegistry();
+  if (!registry) return FALSE;
+  return registry->addCommand({id, name, help, info, icon, data, host::threadContext().plugin}) ? TRUE
+                                                                                                : FALSE;
+}
+
+Bool RegisterVideoPostPlugin(LONG id, const String& name, LONG info, DataAllocator* allocator,
+                             const String& description, LONG diskLevel, LONG priority) {
+  host::PluginRegistry* registry = host::pluginRegistry();
+  if (!registry) return FALSE;
+  const host::PluginUnit* plugin = host::threadContext().plugin;
+  return registry->addVideoPost({id, name, description, info, diskLevel, priority, allocator, plugin})
+             ? TRUE
+             : FALSE;
+}
+
+Bool SetWorldPluginData(LONG id, const BaseContainer& data, Bool add) {
+  host::Preferences* preferences = host::preferences();
+  return preferences && preferences->set(id, data, add != FALSE) ? TRUE : FALSE;
+}
+
+BaseContainer* GetWorldPluginData(LONG id) {
+  host::Preferences* preferences = host::preferences();
+  return preferences ? preferences->get(id) : nullptr;
+}
+
+GeResource::GeResource() = default;
+GeResource::~GeResource() = default;
+
+namespace {
+
+bool opens(const std::filesystem::path& file) {
+  std::ifstream stream(file, std::ios::binary);
+  stream.peek();
+  return stream.good() || (stream.eof() && !stream.bad());
+}
+
+} // namespace
+
+Bool GeResource::Init(const Filename& folder) {
+  namespace fs = std::filesystem;
+  folder_ = folder;
+  std::error_code error;
+  fs::recursive_directory_iterator at(host::toPath(folder), fs::directory_options::follow_directory_symlink,
+                                      error);
+  for (; !error && at != fs::recursive_directory_iterator(); at.increment(error)) {
+    if (!at->is_regular_file(error) || opens(at->path())) continue;
+    host::printLine("Cannot read \"" + host::toFilename(at->path()).GetString() +
+                    "\". Check your rights to it, or install the plug-in again.");
+    return FALSE;
+  }
+  return error ? FALSE : TRUE;
+}

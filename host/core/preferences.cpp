@@ -1,0 +1,257 @@
+#include "preferences.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <nlohmann/json.hpp>
+#include <system_error>
+
+#include "atomic_file.h"
+#include "c4d_file.h"
+#include "console.h"
+#include "container_json.h"
+#include "platform.h"
+
+namespace host {
+
+namespace {
+
+using Json = nlohmann::json;
+constexpr const char* formatName = "Lumenara preferences";
+constexpr int formatVersion = 1;
+constexpr int lockPatience = 2000; // milliseconds
+
+std::string pluginKey(LONG id) {
+  return "plugins/" + std::to_string(id);
+}
+
+std::string programKey(const std::string& name) {
+  return "program/" + name;
+}
+
+Filename besides(const Filename& file, const char* ending) {
+  return Filename(file.GetString() + ending);
+}
+
+enum class Reading { missing, failed, done };
+
+Reading readWhole(const Filename& file, std::string& text, std::string& reason) {
+  std::FILE* stream =
+      GeFExist(file, TRUE) ? (errno = EISDIR, nullptr) : std::fopen(file.GetString().GetUTF8().c_str(), "rb");
+  if (!stream) {
+    const int code = errno;
+    reason = std::system_category().message(code);
+    return code == ENOENT || code == ENOTDIR ? Reading::missing : Reading::failed;
+  }
+  text.clear();
+  char block[1 << 16];
+  for (std::size_t got = 0; (got = std::fread(block, 1, sizeof block, stream)) > 0;)
+    text.append(block, got);
+  const bool failed = std::ferror(stream) != 0;
+  if (failed) reason = std::system_category().message(errno);
+  std::fclose(stream);
+  return failed ? Reading::failed : Reading::done;
+}
+
+// {"format": ..., "version": 1, "<key>": container, ...}
+std::string toText(const std::map<std::string, BaseContainer>& contents) {
+  std::string text =
+      "{\n\"format\": \"" + std::string(formatName) + "\",\n\"version\": " + std::to_string(formatVersion);
+  for (const auto& [key, container] : contents)
+    text += ",\n" + Json(key).dump() + ": " + containerToJson(container);
+  return text + "\n}\n";
+}
+
+bool fromText(const std::string& text, std::map<std::string, BaseContainer>& contents, std::string& reason) {
+  const Json json = Json::parse(text, nullptr, false);
+  if (!json.is_object() || json.value("format", Json()) != formatName) {
+    reason = "it is not a preferences file";
+    return false;
+  }
+  if (json.value("version", Json()) != formatVersion) {
+    reason = "another version of the program wrote it";
+    return false;
+  }
+  for (const auto& [key, value] : json.items()) {
+    if (key == "format" || key == "version") continue;
+    if (!containerFromJson(value.dump(), contents[key], &reason)) {
+      reason = "in \"" + key + "\" " + reason;
+      return false;
+    }
+  }
+  return true;
+}
+
+// What was changed from `base` to `live`, done to `target`.
+void applyChanges(const BaseContainer& base, const BaseContainer& live, BaseContainer& target) {
+  for (LONG i = 0; i < live.GetCount(); ++i) {
+    const LONG id = live.GetIndexId(i);
+    const GeData* before = base.GetDataPointer(id);
+    if (!before || !(*before == *live.GetIndexData(i))) target.SetData(id, *live.GetIndexData(i));
+  }
+  for (LONG i = 0; i < base.GetCount(); ++i)
+    if (live.FindIndex(base.GetIndexId(i)) == NOTOK) target.RemoveData(base.GetIndexId(i));
+}
+
+} // namespace
+
+Preferences::Preferences(const Filename& file) : file_(file) {
+  const platform::FileLock lock(besides(file_, ".lock"), lockPatience);
+  if (lock.held()) removeLeftovers();
+  Contents contents;
+  if (readDisk(contents)) adopt(contents);
+}
+
+Preferences::~Preferences() = default;
+
+// What a program that was killed while it wrote has left. Only under the lock: nobody writes now.
+void Preferences::removeLeftovers() const {
+  const String stem = "." + [this] {
+    Filename name = file_.GetFile();
+    name.ClearSuffix();
+    return name.GetString();
+  }() + ".";
+  AutoAlloc<BrowseFiles> browser;
+  if (!browser) return;
+  browser->Init(file_.GetDirectory());
+  while (browser->GetNext()) {
+    const String name = browser->GetFilename().GetString();
+    if (!browser->IsDir() && name.Left(stem.GetLength()) == stem && name.FindFirst(".tmp", nullptr))
+      GeFKill(file_.GetDirectory() + browser->GetFilename());
+  }
+}
+
+bool Preferences::complain(const std::string& reason) {
+  if (complained_) return false;
+  complained_ = true;
+  printLine("Preferences cannot be saved in \"" + file_.GetString() + "\": " + reason.c_str() +
+            ". They are kept until the program ends; check the folder, your rights and the free space.");
+  return false;
+}
+
+void Preferences::keepDamaged(const std::string& reason) {
+  const Filename kept = besides(file_, ".damaged");
+  const bool moved = GeFMove(file_, kept);
+  printLine("The preferences in \"" + file_.GetString() + "\" are damaged: " + reason.c_str() +
+            ". Default settings are used" +
+            (moved ? "; the damaged file was kept as \"" + kept.GetString() + "\"." : String(".")));
+}
+
+// Gives what the file holds; what it held last when it is gone or damaged. False when it cannot be read: it
+// must not be replaced then.
+bool Preferences::readDisk(Contents& contents) {
+  for (const auto& [key, slot] : slots_)
+    if (slot->onDisk) contents[key] = slot->base;
+  std::string text, reason;
+  switch (readWhole(file_, text, reason)) {
+  case Reading::missing:
+    lastText_.clear();
+    return true;
+  case Reading::failed:
+    return complain(reason);
+  case Reading::done:
+    break;
+  }
+  if (text == lastText_) return true;
+  Contents read;
+  if (fromText(text, read, reason)) {
+    lastText_ = std::move(text);
+    contents = std::move(read);
+  } else {
+    lastText_.clear();
+    keepDamaged(reason);
+  }
+  return true;
+}
+
+Preferences::Slot& Preferences::slot(const std::string& key) {
+  std::unique_ptr<Slot>& place = slots_[key];
+  if (!place) place = std::make_unique<Slot>();
+  return *place;
+}
+
+// The disk's contents with the changes of this program that are not there yet.
+Preferences::Contents Preferences::merged(const Contents& disk) const {
+  Contents result = disk;
+  for (const auto& [key, slot] : slots_)
+    if (slot->stored && (!slot->onDisk || !(slot->live == slot->base)))
+      applyChanges(slot->base, slot->live, result[key]);
+  return result;
+}
+
+void Preferences::adopt(const Contents& contents) {
+  for (const auto& [key, container] : contents) {
+    Slot& place = slot(key);
+    if (!place.stored || !(place.live == container)) place.live = container;
+    place.base = container;
+    place.stored = place.onDisk = true;
+  }
+}
+
+bool Preferences::write(const Contents& contents) {
+  std::string text = toText(contents);
+  if (text == lastText_) return true;
+  std::string reason;
+  GeFCreateDirRec(file_.GetDirectory());
+  if (!replaceFile(file_, text, &reason)) return complain(reason);
+  lastText_ = std::move(text);
+  complained_ = false;
+  ++writes_;
+  return true;
+}
+
+bool Preferences::store(const std::string& key, const BaseContainer& data, bool add) {
+  const platform::FileLock lock(besides(file_, ".lock"), lockPatience);
+  Contents disk;
+  const bool readable = readDisk(disk);
+  Contents next = merged(disk);
+  BaseContainer& target = next[key];
+  if (add)
+    target.MergeContainer(data);
+  else
+    target = data;
+  if (readable && write(next)) {
+    adopt(next);
+    return true;
+  }
+  Slot& place = slot(key);
+  place.live = target;
+  place.stored = true;
+  return false;
+}
+
+bool Preferences::flush() {
+  const auto clean = [](const auto& entry) {
+    const Slot& slot = *entry.second;
+    return !slot.stored || (slot.onDisk && slot.live == slot.base);
+  };
+  if (std::all_of(slots_.begin(), slots_.end(), clean)) return true;
+  const platform::FileLock lock(besides(file_, ".lock"), lockPatience);
+  Contents disk;
+  if (!readDisk(disk)) return false;
+  const Contents next = merged(disk);
+  if (!write(next)) return false;
+  adopt(next);
+  return true;
+}
+
+bool Preferences::set(LONG id, const BaseContainer& data, bool add) {
+  return store(pluginKey(id), data, add);
+}
+
+BaseContainer* Preferences::get(LONG id) {
+  const auto found = slots_.find(pluginKey(id));
+  return found != slots_.end() && found->second->stored ? &found->second->live : nullptr;
+}
+
+bool Preferences::setNamed(const std::string& name, const BaseContainer& data, bool add) {
+  return store(programKey(name), data, add);
+}
+
+const BaseContainer* Preferences::getNamed(const std::string& name) const {
+  const auto found = slots_.find(programKey(name));
+  return found != slots_.end() && found->second->stored ? &found->second->live : nullptr;
+}
+
+} // namespace host
