@@ -1,9 +1,10 @@
-"""Builds a glTF 2.0 document in memory and writes it as one GLB file. Standard library only.
+"""Builds a glTF 2.0 document in memory and gives the bytes of a GLB file or the text of a glTF file. Standard library only.
 
 Indices are handed out as things are added; a thing may be changed afterwards through `document.json`. Rotations are quaternions
 (x, y, z, w).
 """
 
+import base64
 import json
 import math
 import struct
@@ -102,6 +103,12 @@ class Document:
             channels.append({"sampler": len(samplers), "target": {"node": node, "path": path}})
             samplers.append({"input": self.floats(times, True), "output": self.floats(values), "interpolation": interpolation})
         return self._append("animations", {"name": name, "samplers": samplers, "channels": channels})
+
+    def gltf(self):
+        """The document as one text file, its data inside as a data URI."""
+        address = "data:application/octet-stream;base64," + base64.b64encode(bytes(self.data)).decode()
+        self.json["buffers"] = [{"byteLength": len(self.data), "uri": address}]
+        return json.dumps(self.json, indent=1) + "\n"
 
     def glb(self):
         self.json["buffers"] = [{"byteLength": len(self.data)}]

@@ -51,11 +51,11 @@ class Materials:
         return {"index": self.doc.texture(name, png_bytes(rows, 3))}
 
     def plain(self):
-        self.backdrop = self.surface("Backdrop paper", 0xA39B91, 0.0, 0.95)
-        self.arch = self.surface("Terracotta plaster", 0xB9775B, 0.0, 0.88, extras=ours(**self.dusty_corners()))
+        self.backdrop = self.surface("Backdrop paper", 0xB5A99B, 0.0, 0.95)
+        self.arch = self.surface("Terracotta plaster", 0xA8705A, 0.0, 0.88, extras=ours(**self.dusty_corners()))
         self.lacquer = self.surface("Petrol lacquer", 0x16494C, 0.0, 0.42, extensions={
             "KHR_materials_clearcoat": {"clearcoatFactor": 1.0, "clearcoatRoughnessFactor": 0.03}})
-        self.glass = self.surface("Clear glass", 0xF8FCFA, 0.0, 0.0, extensions={
+        self.glass = self.surface("Clear glass", 0xFFFFFF, 0.0, 0.0, extensions={
             "KHR_materials_transmission": {"transmissionFactor": 1.0}, "KHR_materials_ior": {"ior": 1.5}})
         self.stem = self.surface("Dry stem", 0x5B4A38, 0.0, 0.8)
         self.bud = self.surface("Dry bud", 0xDCCBAA, 0.0, 0.85)
@@ -101,8 +101,8 @@ class Materials:
 
     def glowing(self):
         self.doc.use("KHR_materials_emissive_strength")
-        self.sun = self.light("Amber glow", [1.0, 0.47, 0.11], 7.0)
-        self.window = self.light("Softbox light", [1.0, 0.96, 0.9], 5.0)
+        self.sun = self.light("Amber glow", [1.0, 0.16, 0.03], 3.2)
+        self.window = self.light("Softbox light", [1.0, 0.96, 0.9], 3.8)
         self.strip = self.light("Strip light", [0.82, 0.91, 1.0], 6.0)
 
 
@@ -153,7 +153,7 @@ def glass_vase():
 def stems():
     """Thin dry branches that stand in the glass, with buds: (stems, buds)."""
     branches, buds = shape.Mesh(), shape.Mesh()
-    for k, (lean, height, bow, bends) in enumerate(((-0.62, 0.36, 0.3, 2.0), (0.22, 0.42, -0.35, 1.3), (1.9, 0.31, 0.4, 0.2), (3.4, 0.35, -0.2, 4.2))):
+    for k, (lean, height, bow, bends) in enumerate(((-0.62, 0.33, 0.3, 2.0), (0.22, 0.375, -0.35, 1.3), (1.9, 0.29, 0.4, 0.2), (3.4, 0.325, -0.2, 4.2))):
         def at(t, lean=lean, height=height, bow=bow, bends=bends):
             out = -0.020 + 0.088 * t + bow * 0.06 * math.sin(t * math.pi)
             side = 0.008 * math.sin(t * 5 + bends)
@@ -197,7 +197,7 @@ def panel(width, height):
 def cage():
     """The knot's control cage, for the subdivision generator: quads in pairs of triangles, without normals."""
     mesh = shape.Mesh()
-    mesh.positions, quads = shape.knot_cage(0.0265, 0.0225, 0.0225)
+    mesh.positions, quads = shape.knot_cage(0.0265, 0.030, 0.0135, 21, -2)
     for a, b, c, d in quads:
         mesh.triangles += [(a, b, c), (a, c, d)]
     return mesh
@@ -213,7 +213,7 @@ def still_life(doc, look_of):
     def put(name, mesh, material, x, y, z, **fields):
         return doc.node(name, table, mesh=doc.mesh(name, (mesh, material)), translation=[x, y, z], **fields)
 
-    put("Terrazzo slab", shape.rounded_box(0.98, TOP, 0.56, 0.005, uv_size=0.46), look_of.terrazzo, 0, TOP / 2, 0)
+    put("Terrazzo slab", shape.rounded_box(0.96, TOP, 0.50, 0.005, uv_size=0.42), look_of.terrazzo, 0, TOP / 2, 0)
     put("Arch", arch(), look_of.arch, ARCH_X, TOP, ARCH_Z)
     put("Walnut plinth", plinth(), look_of.walnut, 0.17, TOP, -0.09)
     put("Clay vase", clay_vase(), look_of.stoneware, -0.345, TOP, 0.03)
@@ -222,11 +222,11 @@ def still_life(doc, look_of):
     doc.node("Dry branches", table, mesh=doc.mesh("Dry branches", (branches, look_of.stem), (buds, look_of.bud)), translation=[0.045, TOP, 0.07])
     put("Brushed cone", cone(), look_of.brushed, -0.195, TOP, 0.13)
     put("Steel sphere", shape.sphere(0.042), look_of.steel, -0.085, TOP + 0.042, 0.155)
-    put("Pebble", shape.sphere(0.02, 48, 24), look_of.pebble, 0.148, TOP + 0.02, 0.2)
+    put("Pebble", shape.sphere(0.02, 48, 24), look_of.pebble, 0.15, TOP + 0.02, 0.175)
     ring = put("Brass ring", shape.torus(0.078, 0.021), look_of.brass, 0.17, TOP + 0.07 + 0.099, -0.09)
     sun = put("Amber sun", shape.sphere(0.034, 40, 20), look_of.sun, *sun_at(0.0))
 
-    knot = doc.node("Lacquer knot", table, translation=[0.345, TOP + 0.098, 0.06],
+    knot = doc.node("Lacquer knot", table, translation=[0.345, TOP + 0.0816, 0.05],
                     rotation=combine(turn("y", -24), combine(turn("x", -12), turn("z", 30))),
                     extras=ours(type=1007455, container=[[1401, "long", 3]]))
     doc.node("Knot cage", knot, mesh=doc.mesh("Knot cage", (cage(), look_of.lacquer)))
@@ -247,24 +247,26 @@ def lamps(doc, look_of):
     panel_at("Strip light", (0.16, 1.1), (1.15, 0.75, 0.15), look_of.strip)
     aim = doc.node("Light aim", translation=list(FOCUS))
     watch = [{"type": 5676, "container": [[1521, "link", {"node": aim}]]}]
-    for name, place, colour, strength, radius, cone_of in (
-        ("Key light", (-0.75, 1.55, 1.05), [1.0, 0.93, 0.84], 7.5, 0.09, (0.18, 0.5)),
-        ("Rim light", (0.95, 0.95, -0.8), [0.8, 0.9, 1.0], 3.2, 0.06, (0.2, 0.55)),
+    wall = (0.35, 0.75, -1.3)
+    for name, place, target, colour, strength, radius, cone_of in (
+        ("Key light", (-0.75, 1.55, 1.05), FOCUS, [1.0, 0.93, 0.84], 10.5, 0.09, (0.15, 0.5)),
+        ("Rim light", (0.95, 0.95, -0.8), FOCUS, [0.8, 0.9, 1.0], 3.2, 0.06, (0.2, 0.55)),
+        ("Wall light", (0.75, 1.9, -0.2), wall, [1.0, 0.86, 0.7], 2.6, 0.08, (0.0, 0.75)),
     ):
         inner, outer = cone_of
-        doc.node(name, translation=list(place), rotation=look(place, FOCUS),
+        doc.node(name, translation=list(place), rotation=look(place, target),
                  extensions=doc.light(name=name, type="spot", color=colour, intensity=strength, spot={"innerConeAngle": inner, "outerConeAngle": outer}),
-                 extras=ours(container=[[1107, "real", radius], [1108, "long", 2]], tags=watch))
+                 extras=ours(container=[[1107, "real", radius], [1108, "long", 2]], tags=watch if target == FOCUS else []))
     doc.node("Sky", extras=ours(type=5105, container=[
-        [1201, "long", 2], [1202, "vector", [0.30, 0.34, 0.40]], [1203, "vector", [0.42, 0.39, 0.36]], [1204, "vector", [0.12, 0.11, 0.10]]]))
+        [1201, "long", 2], [1202, "vector", [0.22, 0.25, 0.30]], [1203, "vector", [0.30, 0.28, 0.26]], [1204, "vector", [0.09, 0.085, 0.08]]]))
 
 
 def cameras(doc):
     """Hero hangs on a rig that drifts about the middle of the table; Detail stands still."""
     rig = doc.node("Camera rig", translation=list(FOCUS))
-    eye = (0.56, 0.40, 1.56)
-    hero = doc.node("Hero", rig, camera=doc.camera("Hero", math.radians(21.5), 16 / 9), translation=list(eye), rotation=look(eye, (0.0, 0.0, 0.0)))
-    eye, target = (0.42, 0.27, 0.72), (0.075, 0.155, 0.0)
+    eye = (0.43, 0.36, 1.64)
+    hero = doc.node("Hero", rig, camera=doc.camera("Hero", math.radians(22.5), 16 / 9), translation=list(eye), rotation=look(eye, (0.0, 0.0, 0.0)))
+    eye, target = (0.40, 0.30, 0.80), (0.065, 0.170, 0.0)
     doc.node("Detail", camera=doc.camera("Detail", math.radians(20), 16 / 9), translation=list(eye), rotation=look(eye, target))
     return rig, hero
 
