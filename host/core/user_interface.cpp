@@ -25,6 +25,10 @@ LONG UserInterface::popup(const BaseContainer& /*entries*/, LONG /*x*/, LONG /*y
   return 0;
 }
 
+bool UserInterface::editMovieOptions(LONG /*format*/, BaseContainer& /*options*/) {
+  return false;
+}
+
 bool UserInterface::showBitmap(const BaseBitmap& /*bitmap*/) {
   return false;
 }

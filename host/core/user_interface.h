@@ -38,6 +38,10 @@ class UserInterface {
   /// ID, 0 for none.
   virtual LONG popup(const BaseContainer& entries, LONG x, LONG y);
 
+  /// Lets the user edit the choices of a movie format (FILTER_AVI, FILTER_MOVIE; the keys and what this
+  /// installation offers are in movie_options.h). False when cancelled; then nothing has changed.
+  virtual bool editMovieOptions(LONG format, BaseContainer& options);
+
   /// Shows a copy of the picture in a viewer; keeps no pointer.
   virtual bool showBitmap(const BaseBitmap& bitmap);
   /// Opens a file, or an address, with the system's program for it. Must not block.

@@ -1,0 +1,59 @@
+// A user interface that answers from a script and keeps a record of what it was asked.
+#pragma once
+
+#include <deque>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "user_interface.h"
+
+class ScriptedUi final : public host::UserInterface {
+ public:
+  // What it was asked, in order.
+  std::vector<std::string> messages, questions, openedFiles, openedAddresses;
+  std::vector<host::FileRequest> fileRequests;
+  std::vector<LONG> drawnViews, popupsShown; // flags; entry counts
+  struct Shown {
+    LONG width = 0, height = 0, depth = 0;
+  };
+  std::vector<Shown> shownBitmaps;
+  struct Opened {
+    GeDialog* dialog = nullptr;
+    host::DialogPlacement placement;
+  };
+  std::vector<Opened> openedDialogs;
+  std::vector<GeDialog*> closedDialogs;
+  /// Everything in one list, as "message: text", "question: text", "open file: name"...
+  std::vector<std::string> record;
+
+  // The script. An answer list that is empty gives the default.
+  std::deque<bool> answers; // to questions
+  bool defaultAnswer = false;
+  std::deque<Filename> files; // to file choosers; an empty name cancels
+  std::deque<LONG> choices;   // to popups
+  bool hasDisplay = true;     // whether dialogs open
+  bool opensFiles = true;
+  bool showsBitmaps = true;
+  /// Called while a box is open, on the main thread.
+  std::function<void()> whileBoxIsOpen;
+  /// Called while a modal dialog is open; it closes when this returns.
+  std::function<void(GeDialog&)> whileDialogIsOpen;
+  /// Where dialogs were open at the last end.
+  std::vector<host::DialogPlacement> remembered;
+
+  void message(const String& text) override;
+  bool question(const String& text) override;
+  bool selectFile(const host::FileRequest& request, Filename& chosen) override;
+  LONG popup(const BaseContainer& entries, LONG x, LONG y) override;
+  bool showBitmap(const BaseBitmap& bitmap) override;
+  bool openFile(const Filename& file) override;
+  bool openAddress(const String& address) override;
+  bool drawViews(LONG flags) override;
+  bool openDialog(GeDialog& dialog, const host::DialogPlacement& placement) override;
+  bool restoredPlacement(LONG pluginId, LONG subId, void* secret, host::DialogPlacement& placement) override;
+  void closeDialog(GeDialog& dialog) override;
+
+ private:
+  void note(const char* what, const String& text);
+};

@@ -1,0 +1,31 @@
+// A folder for the time of a test.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "c4d_filename.h"
+
+class TemporaryFolder {
+ public:
+  TemporaryFolder();
+  ~TemporaryFolder(); // with all that is in it
+  TemporaryFolder(const TemporaryFolder&) = delete;
+  TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+
+  const Filename& path() const noexcept { return path_; }
+  Filename operator/(const char* name) const { return path_ + name; }
+
+  /// Writes a file, with the folders above it. Gives its name.
+  Filename write(const char* name, std::string_view text = {}) const;
+  Filename makeFolder(const char* name) const;
+  /// The names in the folder, sorted, hidden ones too.
+  std::vector<std::string> names() const;
+
+ private:
+  Filename path_;
+};
+
+/// A file's bytes; empty when it cannot be read.
+std::string readText(const Filename& file);
