@@ -1,0 +1,90 @@
+// How a surface scatters light: a clear coat over a microfacet reflection, over diffuse reflection or
+// refracting glass. Lobes are scaled so that a white surface returns all the light that it gets, whatever
+// its roughness. Any thread.
+#pragma once
+
+#include <array>
+#include <cstdint>
+
+#include "albedo_tables.h"
+#include "vecmath.h"
+
+namespace host::render {
+
+enum Lobe : std::uint8_t { coatLobe, specularLobe, diffuseLobe, glassLobe, lobeCount };
+
+/// What a material looks like at one point.
+struct SurfaceLook {
+  Vec3 baseColor{1, 1, 1};
+  float metallic = 0, roughness = 1;
+  float transmission = 0, ior = 1.5f;
+  float specular = 1;
+  Vec3 specularColor{1, 1, 1};
+  float clearcoat = 0, clearcoatRoughness = 0;
+  bool diffuseOn = true, reflectionOn = true;
+  /// Transmission passes straight through and is handled before scattering (`straightPass`).
+  bool straight = false;
+  const AlbedoTable* glassFront = nullptr; // for `ior`, entering and leaving; needed with transmission
+  const AlbedoTable* glassBack = nullptr;
+};
+
+struct BsdfSample {
+  Vec3 wi;       // unit, world; zero when nothing was sampled
+  Vec3 weight;   // value times cosine over density
+  float pdf = 0; // 0 for a mirror-like lobe
+  float roughness = 0;
+  Lobe lobe = diffuseLobe;
+  bool delta = false;
+};
+
+/// Below this roughness a lobe is a perfect mirror.
+inline constexpr float mirrorRoughness = 0.03f;
+
+class Bsdf {
+ public:
+  /// `normal` is the shading normal and `geometric` the surface's, both on the side of `wo` (unit, towards
+  /// the viewer). `entering`: the viewer is outside. `separate` weighs every lobe on its own, for callers
+  /// that treat what comes back by lobe.
+  Bsdf(const SurfaceLook& look, Vec3 normal, Vec3 geometric, Vec3 wo, bool entering, bool separate);
+
+  /// Value times |cosine| of the lobes that are not mirror-like, for a light found in direction `wi` with
+  /// density `lightPdf`, weighed against finding it through `sample` (power heuristic, Veach 1997).
+  /// `lightPdf` 0 means that nothing else can find it: weight 1.
+  Vec3 towardsLight(Vec3 wi, float lightPdf) const;
+  /// Value times |cosine| of all lobes that are not mirror-like, and the density of `sample`.
+  Vec3 evaluate(Vec3 wi, float* pdf) const;
+  BsdfSample sample(float lobeChoice, Vec2 u) const;
+
+  /// Whether a light can be looked for at all.
+  bool hasSmoothPart() const { return smooth_; }
+
+ private:
+  struct Value {
+    Vec3 f; // times |cosine|
+    float pdf = 0;
+  };
+  using Values = std::array<Value, lobeCount>;
+  void values(Vec3 wi, Values& out) const;
+  Value reflectionValue(Vec3 wi, float alpha, Vec3 f0, Vec3 f90) const;
+  Value glassValue(Vec3 wi) const;
+  bool sampleDirection(Lobe lobe, Vec2 u, Vec3& wi, Vec3& weight, bool& delta) const;
+  bool sampleGlass(float choice, Vec2 u, Vec3& wi, Vec3& weight) const;
+  void setProbabilities();
+
+  Frame frame_;
+  Vec3 geometric_, wo_; // wo_ is local
+  float coat_ = 0, coatAlpha_ = 0, coatScale_ = 1;
+  Vec3 f0_, f90_, specularScale_{1, 1, 1}, specularAlbedo_;
+  float alpha_ = 1, roughness_ = 1, coatRoughness_ = 0, under_ = 1;
+  Vec3 diffuse_, glassTint_;
+  float glass_ = 0, eta_ = 1, glassScale_ = 1;
+  bool glassReflects_ = true, separate_ = false, smooth_ = false;
+  std::array<float, lobeCount> probability_{};
+  std::array<bool, lobeCount> mirror_{};
+};
+
+/// For `SurfaceLook::straight`: the share of light that passes straight through (a probability), and the
+/// factor of its colour.
+float straightPass(const SurfaceLook& look, float cosine, Vec3* tint);
+
+} // namespace host::render

@@ -1,0 +1,62 @@
+#include "embree_device.h"
+
+#include <atomic>
+#include <new>
+
+#include "worker_threads.h"
+
+namespace host::render {
+namespace {
+
+struct Device {
+  // One thread of the library's own pool: builds are driven by the workers that join them.
+  RTCDevice device = rtcNewDevice("set_affinity=0,start_threads=0");
+  ~Device() {
+    if (device) rtcReleaseDevice(device);
+  }
+};
+
+struct BuildState {
+  const std::function<bool()>& stopped;
+  std::atomic<bool> broken{false};
+};
+
+bool goesOn(void* user, double) {
+  auto& state = *static_cast<BuildState*>(user);
+  if (state.broken.load(std::memory_order_relaxed)) return false;
+  if (!state.stopped || !state.stopped()) return true;
+  state.broken.store(true, std::memory_order_relaxed);
+  return false;
+}
+
+} // namespace
+
+RTCDevice embreeDevice() {
+  static const Device owner;
+  if (!owner.device) throw std::bad_alloc();
+  return owner.device;
+}
+
+EmbreeScene::EmbreeScene(RTCSceneFlags flags, RTCBuildQuality quality) : scene_(rtcNewScene(embreeDevice())) {
+  if (!scene_) throw std::bad_alloc();
+  rtcSetSceneFlags(scene_, flags);
+  rtcSetSceneBuildQuality(scene_, quality);
+}
+
+bool EmbreeScene::build(int workers, const std::function<bool()>& stopped) {
+  BuildState state{stopped};
+  rtcSetSceneProgressMonitorFunction(scene_, goesOn, &state);
+  if (workers <= 1)
+    rtcJoinCommitScene(scene_);
+  else
+    runOnWorkers(workers, [this](int) { rtcJoinCommitScene(scene_); });
+  rtcSetSceneProgressMonitorFunction(scene_, nullptr, nullptr);
+  if (state.broken.load(std::memory_order_relaxed)) {
+    rtcGetDeviceError(embreeDevice()); // the cancelled build has left its mark
+    return false;
+  }
+  if (rtcGetDeviceError(embreeDevice()) == RTC_ERROR_OUT_OF_MEMORY) throw std::bad_alloc();
+  return true;
+}
+
+} // namespace host::render

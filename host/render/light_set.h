@@ -1,0 +1,99 @@
+// The lights of a render and how one of them is chosen at a point: spheres, points, cones, distant discs,
+// glowing triangles, and the sky where it is a picture. Built once a render, read by every worker.
+#pragma once
+
+#include <array>
+#include <vector>
+
+#include "render_settings.h"
+#include "render_sky.h"
+#include "shading.h"
+#include "snapshot.h"
+
+namespace host::render {
+
+/// How probable each kind of light is at one point.
+struct LightPick {
+  static constexpr int individual = 14; // up to here every light has its own chance
+  std::array<float, individual + 2> chance{};
+  float total = 0; // 0: no light to sample
+};
+
+struct LightSample {
+  Vec3 direction;     // unit, towards the light
+  float distance = 0; // where the light is
+  Vec3 radiance;      // over the density: what the light adds for a surface value of 1
+  float pdf = 0;      // over solid angle, choice included; 0 when no ray can find the light by chance
+  bool shadow = true;
+};
+
+/// A glowing triangle as it lies in the world.
+struct GlowTriangle {
+  Vec3 a, edge1, edge2; // corners a, a + edge1, a + edge2
+  std::uint32_t instance = 0, primitive = 0;
+};
+
+class LightSet {
+ public:
+  LightSet() = default;
+  LightSet(const std::vector<SnapshotLight>& lights, const RenderSettings& settings);
+  void setSky(const RenderSky* sky) { sky_ = sky; }
+  /// Adds a glowing triangle with its estimated radiance; they are added instance by instance in order.
+  void addGlow(const GlowTriangle& triangle, float radiance);
+  void finish();
+
+  LightPick pick(Vec3 position) const;
+  /// False when nothing was found. For a glowing triangle the caller multiplies by the glow at that point:
+  /// `glow` is then its index, else -1, and `spot` the barycentric point on it.
+  bool sample(const LightPick& pick, Vec3 position, float choice, Vec2 u, LightSample& out, int& glow,
+              Vec2& spot) const;
+
+  /// What lights of finite size add along a ray that found them by chance before `far`, each weighed by
+  /// `weight(pdf)` with the density of `sample` at the ray's origin.
+  template <class Weight>
+  Vec3 along(const LightPick& pick, Vec3 origin, Vec3 direction, float far, Weight&& weight) const {
+    Vec3 sum;
+    for (const std::size_t index : findable_) {
+      float density = 0;
+      const Vec3 radiance = hit(index, origin, direction, far, density);
+      if (!isBlack(radiance)) sum += radiance * weight(density * chanceOf(pick, index));
+    }
+    return sum;
+  }
+  bool hasFindable() const { return !findable_.empty(); }
+
+  /// The density of `sample` for a point on a glowing triangle, whose index is `first` of its instance plus
+  /// its place there. `facing` is |cosine| at the triangle.
+  float glowPdf(const LightPick& pick, int index, float distance, float facing) const;
+  float skyPdf(const LightPick& pick, Vec3 direction) const;
+  bool samplesSky() const { return sky_ && sky_->sampled(); }
+  const GlowTriangle& glow(int index) const { return glows_[static_cast<std::size_t>(index)]; }
+  int glowCount() const { return static_cast<int>(glows_.size()); }
+
+ private:
+  struct Light {
+    LightKind kind;
+    Vec3 position, axis; // axis: towards where it shines
+    Vec3 intensity;
+    float radius, cosInner, cosOuter, range;
+    bool shadow;
+  };
+  static constexpr std::size_t glowSlot = LightPick::individual, skySlot = LightPick::individual + 1;
+  Vec3 intensityTowards(const Light& light, Vec3 direction, float distance) const;
+  float estimate(const Light& light, Vec3 position) const;
+  float chanceOf(const LightPick& pick, std::size_t index) const;
+  Vec3 hit(std::size_t index, Vec3 origin, Vec3 direction, float far, float& density) const;
+  bool sampleLight(const Light& light, Vec3 position, Vec2 u, LightSample& out) const;
+  bool sampleGlow(Vec3 position, float choice, Vec2 u, LightSample& out, int& glow, Vec2& spot) const;
+
+  std::vector<Light> lights_;
+  std::vector<std::size_t> findable_; // those with a size whose shadows are on
+  std::vector<float> lightCdf_;       // by power, when there are many
+  std::vector<GlowTriangle> glows_;
+  std::vector<float> glowCdf_, glowArea_;
+  Vec3 glowLow_{1e30f, 1e30f, 1e30f}, glowHigh_{-1e30f, -1e30f, -1e30f}; // of those that glow
+  float glowPower_ = 0;
+  const RenderSky* sky_ = nullptr;
+};
+
+} // namespace host::render

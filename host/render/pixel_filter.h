@@ -1,0 +1,35 @@
+// Reconstruction filters, sampled: a camera sample is placed by the filter's absolute value and weighted by
+// its sign, so that every pixel gathers its own samples and no pixel writes into another.
+#pragma once
+
+#include <array>
+
+#include "render_settings.h"
+#include "vecmath.h"
+
+namespace host::render {
+
+class PixelFilter {
+ public:
+  explicit PixelFilter(Filter kind);
+
+  struct Sample {
+    Vec2 offset;  // from the pixel's centre, in pixels
+    float weight; // has mean 1; constant for filters without negative lobes
+  };
+  /// `u` in the unit square.
+  Sample sample(Vec2 u) const;
+  /// Half the width, in pixels.
+  float radius() const { return radius_; }
+  /// The filter's value at a distance along one axis, not normalised.
+  static float value(Filter kind, float x);
+
+ private:
+  static constexpr int cells = 256;
+  float sampleAxis(float u, float& weight) const;
+  float radius_;
+  std::array<float, cells + 1> cdf_{};
+  std::array<float, cells> sign_{};
+};
+
+} // namespace host::render

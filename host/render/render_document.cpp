@@ -1,0 +1,158 @@
+// RenderDocument: from a document to a snapshot, with progress, video posts and errors around the render.
+#include <atomic>
+#include <optional>
+
+#include "access.h"
+#include "c4d_events.h"
+#include "render_snapshot.h"
+#include "video_post_calls.h"
+
+namespace host::render {
+namespace {
+
+/// One call of RenderDocument.
+class DocumentRender {
+ public:
+  DocumentRender(BaseDocument& document, const BaseContainer& settings, ProgressHook* progress,
+                 void* userData, BaseBitmap& bitmap, RENDERFLAGS flags, BaseThread* thread)
+      : document_(document), container_(settings), progress_(progress), userData_(userData), bitmap_(bitmap),
+        flags_(flags), thread_(thread), settings_(readSettings(settings, bitmap.GetBw(), bitmap.GetBh())) {
+    readVideoPosts(document.GetActiveRenderData(), settings_);
+  }
+
+  RENDERRESULT run() {
+    if (settings_.region.empty()) return RENDERRESULT_OK;
+    tell(0, RENDERPROGRESSTYPE_BEFORERENDERING);
+    if (container_.GetLong(RDATA_RENDERENGINE) == RDATA_RENDERENGINE_PREVIEWHARDWARE) sayFallback();
+    {
+      Access::RenderView view(&bitmap_);
+      VideoPostStruct frame;
+      frame.doc = &document_;
+      frame.render = &view;
+      frame.thread = thread_;
+      frame.time = time();
+      frame.width = bitmap_.GetBw();
+      frame.height = bitmap_.GetBh();
+      // The switch for post effects stops what plug-ins add; the renderer's own effects have their posts'
+      // disabled bits.
+      const bool effects = container_.GetBool(RDATA_POSTEFFECTS_ENABLE, TRUE);
+      VideoPostCalls posts(effects ? document_.GetActiveRenderData() : nullptr, frame, &result_);
+      posts.open(VIDEOPOSTCALL_FRAMESEQUENCE);
+      posts.open(VIDEOPOSTCALL_FRAME);
+      posts.open(VIDEOPOSTCALL_SUBFRAME);
+      renderFrame(posts);
+    }
+    printProblems();
+    tell(result_ == RENDERRESULT_USERBREAK ? told_ : 1, RENDERPROGRESSTYPE_AFTERRENDERING);
+    return result_;
+  }
+
+  RenderStats& stats() { return stats_; }
+
+ private:
+  bool stopped() const { return (thread_ && thread_->TestBreak()) || result_ != RENDERRESULT_OK; }
+
+  BaseTime time() const { return container_.GetTime(RDATA_FRAMEFROM, document_.GetTime()); }
+
+  void tell(double part, RENDERPROGRESSTYPE type) {
+    told_ = part;
+    if (progress_) progress_(part, type, userData_);
+  }
+
+  SnapshotPtr evaluate() {
+    document_.SetTime(time());
+    if (!document_.ExecutePasses(thread_, TRUE, TRUE, TRUE, BUILDFLAGS_EXTERNALRENDERER)) return nullptr;
+    SnapshotOptions options;
+    options.lod = std::min(1.0, std::max(0.0, container_.GetReal(RDATA_LOD, document_.GetLOD())));
+    options.activeOnly = container_.GetBool(RDATA_ACTIVEOBJECTONLY, FALSE);
+    options.textures = container_.GetBool(RDATA_TEXTURES, TRUE);
+    options.thread = thread_;
+    return takeSnapshot(document_, options);
+  }
+
+  void renderFrame(VideoPostCalls& posts) {
+    const SnapshotPtr snapshot = stopped() ? nullptr : evaluate();
+    if (!snapshot) {
+      if (result_ == RENDERRESULT_OK) result_ = RENDERRESULT_USERBREAK;
+      return;
+    }
+    posts.open(VIDEOPOSTCALL_RENDER);
+    RenderHooks hooks;
+    hooks.stopped = [this] {
+      return (thread_ && thread_->TestBreak()) || postFailed_.load(std::memory_order_relaxed);
+    };
+    if (progress_) hooks.progress = [this](double part) { tell(part, RENDERPROGRESSTYPE_DURINGRENDERING); };
+    if (!posts.empty()) {
+      hooks.beginPasses = [this, &posts] {
+        posts.open(VIDEOPOSTCALL_INNER);
+        if (result_ != RENDERRESULT_OK) postFailed_ = true;
+      };
+      hooks.endPasses = [&posts] { posts.close(VIDEOPOSTCALL_INNER); };
+      hooks.beginTile = [&posts] { posts.open(VIDEOPOSTCALL_TILE); };
+      hooks.endTile = [this, &posts] {
+        posts.close(VIDEOPOSTCALL_TILE);
+        if (result_ != RENDERRESULT_OK) postFailed_ = true;
+      };
+    }
+    if (result_ != RENDERRESULT_OK) return; // a post has refused
+    const RENDERRESULT rendered =
+        renderSnapshot(snapshot, settings_, bitmap_, hooks, stats_, problems_, started_);
+    if (result_ == RENDERRESULT_OK) result_ = rendered;
+  }
+
+  void printProblems() const {
+    if (!(flags_ & RENDERFLAGS_SHOWERRORS)) return;
+    for (const std::string& problem : problems_)
+      GePrint(String(std::string_view("Render: " + problem)));
+  }
+
+  static void sayFallback() {
+    static std::atomic<bool> said{false};
+    if (!said.exchange(true))
+      GePrint(String("Render: the hardware preview is not there. The software preview draws instead."));
+  }
+
+  const SteadyTime started_ = std::chrono::steady_clock::now();
+  BaseDocument& document_;
+  const BaseContainer& container_;
+  ProgressHook* progress_;
+  void* userData_;
+  BaseBitmap& bitmap_;
+  RENDERFLAGS flags_;
+  BaseThread* thread_;
+  RenderSettings settings_;
+  RenderStats stats_;
+  std::vector<std::string> problems_;
+  RENDERRESULT result_ = RENDERRESULT_OK; // what video posts see as the error
+  std::atomic<bool> postFailed_{false};
+  double told_ = 0;
+};
+
+RENDERRESULT failed(const char* problem, RENDERFLAGS flags) {
+  if (flags & RENDERFLAGS_SHOWERRORS) GePrint(String("Render: ") + String(problem));
+  publishStats({});
+  return RENDERRESULT_OUTOFMEMORY;
+}
+
+} // namespace
+} // namespace host::render
+
+RENDERRESULT RenderDocument(BaseDocument* document, const BaseContainer& settings, ProgressHook* progress,
+                            void* userData, BaseBitmap* bitmap, RENDERFLAGS flags, BaseThread* thread) {
+  using namespace host::render;
+  if (!document) return failed("there is no document to render.", flags);
+  if (!bitmap || bitmap->GetBw() < 1 || bitmap->GetBh() < 1)
+    return failed("the picture to render into is empty. Give it a size first.", flags);
+  try {
+    DocumentRender render(*document, settings, progress, userData, *bitmap, flags, thread);
+    const RENDERRESULT result = render.run();
+    publishStats(render.stats());
+    return result;
+  } catch (const std::exception&) {
+    return failed("not enough memory.", flags);
+  }
+}
+
+BaseBitmap* Render::GetBuffer(LONG type, LONG index) {
+  return type == VPBUFFER_RGBA && index == -1 ? bitmap_ : nullptr;
+}

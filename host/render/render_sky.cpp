@@ -1,0 +1,119 @@
+#include "render_sky.h"
+
+namespace host::render {
+
+RenderSky::RenderSky(const SnapshotSky& sky, TexturePtr texture)
+    : kind_(sky.kind), color_(sky.color), horizon_(sky.horizon), ground_(sky.ground),
+      texture_(std::move(texture)), rotation_(sky.rotation), seen_(sky.seenByCamera) {
+  if (kind_ == SkyKind::picture && !texture_) kind_ = SkyKind::constant;
+  if (kind_ == SkyKind::constant) mean_ = color_;
+  // A gradient is linear in y, and y is spread evenly over a sphere.
+  if (kind_ == SkyKind::gradient) mean_ = color_ * 0.25f + horizon_ * 0.5f + ground_ * 0.25f;
+  if (kind_ == SkyKind::picture) buildDistribution();
+}
+
+Vec2 RenderSky::toPicture(Vec3 d) const {
+  const float turn = std::atan2(d.x, -d.z) + rotation_;
+  const float u = 0.5f + turn / (2 * pi);
+  return {u - std::floor(u), std::acos(std::clamp(d.y, -1.0f, 1.0f)) / pi};
+}
+
+Vec3 RenderSky::radiance(Vec3 d) const {
+  switch (kind_) {
+  case SkyKind::none:
+    break;
+  case SkyKind::constant:
+    return color_;
+  case SkyKind::gradient:
+    return d.y >= 0 ? lerp(horizon_, color_, d.y) : lerp(horizon_, ground_, -d.y);
+  case SkyKind::picture: {
+    const Rgba c = texture_->sample(toPicture(d), 0, Wrap::repeat, Wrap::clamp, false);
+    return color_ * Vec3(c.r, c.g, c.b);
+  }
+  }
+  return {};
+}
+
+// A table of at most 512 x 256 cells over the picture, each cell's mean brightness times its solid angle.
+void RenderSky::buildDistribution() {
+  int level = 0;
+  while (texture_->levelWidth(level) > 512 || texture_->levelHeight(level) > 256)
+    ++level;
+  columns_ = texture_->levelWidth(level), rows_ = texture_->levelHeight(level);
+  const auto w = static_cast<std::size_t>(columns_), h = static_cast<std::size_t>(rows_);
+  cell_.resize(w * h);
+  columnCdf_.resize((w + 1) * h);
+  rowCdf_.assign(h + 1, 0);
+  double solid = 0;
+  Vec3 sum;
+  for (std::size_t y = 0; y < h; ++y) {
+    const float sine = std::sin((static_cast<float>(y) + 0.5f) / static_cast<float>(h) * pi);
+    float* cdf = &columnCdf_[y * (w + 1)];
+    for (std::size_t x = 0; x < w; ++x) {
+      const Rgba t = texture_->texel(level, static_cast<int>(x), static_cast<int>(y));
+      const Vec3 c = Vec3(std::max(0.0f, t.r), std::max(0.0f, t.g), std::max(0.0f, t.b)) * color_;
+      sum += c * sine;
+      solid += static_cast<double>(sine);
+      cell_[y * w + x] = luminance(c) * sine;
+      cdf[x + 1] = cdf[x] + cell_[y * w + x];
+    }
+    rowCdf_[y + 1] = rowCdf_[y] + cdf[w];
+  }
+  mean_ = sum * static_cast<float>(1 / solid);
+  const float total = rowCdf_[h];
+  if (!(total > 0)) { // black
+    rowCdf_.clear();
+    return;
+  }
+  // A floor keeps every direction possible: bilinear reads reach beyond a bright cell.
+  const float least = 0.02f * total / static_cast<float>(w * h);
+  for (std::size_t y = 0; y < h; ++y) {
+    float* cdf = &columnCdf_[y * (w + 1)];
+    for (std::size_t x = 0; x < w; ++x) {
+      cell_[y * w + x] += least;
+      cdf[x + 1] = cdf[x] + cell_[y * w + x];
+    }
+    rowCdf_[y + 1] = rowCdf_[y] + cdf[w];
+  }
+  const float scale = static_cast<float>(w * h) / rowCdf_[h];
+  for (float& c : cell_)
+    c *= scale;
+}
+
+namespace {
+
+// The cell of a running sum that holds `u` of its total, and where inside.
+std::size_t findCell(const float* cdf, std::size_t count, float u, float& inside) {
+  const float target = u * cdf[count];
+  const float* above = std::upper_bound(cdf + 1, cdf + count, target);
+  const auto cell = static_cast<std::size_t>(above - cdf) - 1;
+  const float width = cdf[cell + 1] - cdf[cell];
+  inside = width > 0 ? clamp01((target - cdf[cell]) / width) : 0.5f;
+  return cell;
+}
+
+} // namespace
+
+Vec3 RenderSky::sample(Vec2 u, float* density) const {
+  const auto w = static_cast<std::size_t>(columns_), h = static_cast<std::size_t>(rows_);
+  float iy = 0, ix = 0;
+  const std::size_t y = findCell(rowCdf_.data(), h, u.y, iy);
+  const std::size_t x = findCell(&columnCdf_[y * (w + 1)], w, u.x, ix);
+  const float theta = (static_cast<float>(y) + iy) / static_cast<float>(h) * pi;
+  const float turn = ((static_cast<float>(x) + ix) / static_cast<float>(w) - 0.5f) * 2 * pi - rotation_;
+  const float sine = std::sin(theta);
+  *density = sine > 1e-6f ? cell_[y * w + x] / (2 * pi * pi * sine) : 0;
+  return {sine * std::sin(turn), std::cos(theta), -sine * std::cos(turn)};
+}
+
+float RenderSky::pdf(Vec3 d) const {
+  const Vec2 p = toPicture(d);
+  const auto x = std::min(static_cast<std::size_t>(p.x * static_cast<float>(columns_)),
+                          static_cast<std::size_t>(columns_ - 1));
+  const auto y = std::min(static_cast<std::size_t>(p.y * static_cast<float>(rows_)),
+                          static_cast<std::size_t>(rows_ - 1));
+  const float sine = std::sqrt(std::max(0.0f, 1 - d.y * d.y));
+  return sine > 1e-6f ? cell_[y * static_cast<std::size_t>(columns_) + x] / (2 * pi * pi * sine) : 0;
+}
+
+} // namespace host::render

@@ -1,0 +1,43 @@
+// The light that comes from beyond the scene. Immutable once built, any thread.
+#pragma once
+
+#include <vector>
+
+#include "texture.h"
+
+namespace host::render {
+
+/// A sky. A picture is latitude-longitude: its upper edge is +y, its middle column looks along -z, and to the
+/// right of the middle lies +x; the rotation turns it about y, counter-clockwise seen from above.
+class RenderSky {
+ public:
+  RenderSky() = default;
+  /// `texture` is the picture's; null shows a picture sky as its plain colour.
+  RenderSky(const SnapshotSky& sky, TexturePtr texture);
+
+  bool present() const { return kind_ != SkyKind::none; }
+  bool seenByCamera() const { return seen_; }
+  Vec3 radiance(Vec3 direction) const;
+  /// The mean over the sphere.
+  Vec3 mean() const { return mean_; }
+
+  /// Whether directions are sampled by brightness; else the sky is even enough to be found by chance.
+  bool sampled() const { return !rowCdf_.empty(); }
+  /// A direction by brightness, and its density over solid angle (0: none).
+  Vec3 sample(Vec2 u, float* pdf) const;
+  float pdf(Vec3 direction) const;
+
+ private:
+  void buildDistribution();
+  Vec2 toPicture(Vec3 direction) const;
+
+  SkyKind kind_ = SkyKind::none;
+  Vec3 color_, horizon_, ground_, mean_;
+  TexturePtr texture_;
+  float rotation_ = 0;
+  bool seen_ = true;
+  int columns_ = 0, rows_ = 0;
+  std::vector<float> cell_, columnCdf_, rowCdf_; // densities over the unit square, and their sums
+};
+
+} // namespace host::render

@@ -1,0 +1,100 @@
+// Sample points of a pixel: two-dimensional (0, 2) sequences of Sobol, each with its own Owen scrambling and
+// order by hashing pixel, seed and dimension (Burley 2020, "Practical Hash-based Owen Scrambling"). A value
+// depends on nothing else, so the same picture comes out for any number of threads.
+#pragma once
+
+#include <array>
+#include <bit>
+#include <cstdint>
+
+#include "vecmath.h"
+
+namespace host::render {
+
+/// A well-mixed 32-bit hash (finaliser of the kind found by Wellons 2018, "lowbias32").
+constexpr std::uint32_t hash32(std::uint32_t x) {
+  x ^= x >> 16;
+  x *= 0x7feb352du;
+  x ^= x >> 15;
+  x *= 0x846ca68bu;
+  return x ^ (x >> 16);
+}
+constexpr std::uint32_t hashMore(std::uint32_t seed, std::uint32_t value) {
+  return hash32(seed ^ (value + 0x9e3779b9u + (seed << 6) + (seed >> 2)));
+}
+
+constexpr std::uint32_t reverseBits(std::uint32_t x) {
+  x = ((x >> 1) & 0x55555555u) | ((x & 0x55555555u) << 1);
+  x = ((x >> 2) & 0x33333333u) | ((x & 0x33333333u) << 2);
+  x = ((x >> 4) & 0x0f0f0f0fu) | ((x & 0x0f0f0f0fu) << 4);
+  x = ((x >> 8) & 0x00ff00ffu) | ((x & 0x00ff00ffu) << 8);
+  return (x >> 16) | (x << 16);
+}
+
+/// Owen scrambling of a bit-reversed value (the Laine and Karras permutation, constants of Burley 2020).
+constexpr std::uint32_t permuteReversed(std::uint32_t x, std::uint32_t seed) {
+  x ^= x * 0x3d20adeau;
+  x += seed;
+  x *= (seed >> 16) | 1;
+  x ^= x * 0x05526c56u;
+  x ^= x * 0x53a22864u;
+  return x;
+}
+constexpr std::uint32_t owenScramble(std::uint32_t x, std::uint32_t seed) {
+  return reverseBits(permuteReversed(reverseBits(x), seed));
+}
+
+/// The second Sobol dimension, bit-reversed, by one table a byte of the index.
+struct SobolTables {
+  std::array<std::array<std::uint32_t, 256>, 4> table{};
+  constexpr SobolTables() {
+    std::array<std::uint32_t, 32> direction{};
+    std::uint32_t v = 1u << 31;
+    for (int i = 0; i < 32; ++i, v ^= v >> 1)
+      direction[static_cast<std::size_t>(i)] = v;
+    for (std::size_t byte = 0; byte < 4; ++byte)
+      for (std::uint32_t value = 0; value < 256; ++value) {
+        std::uint32_t sum = 0;
+        for (std::uint32_t bit = 0; bit < 8; ++bit)
+          if (value & (1u << bit)) sum ^= direction[byte * 8 + bit];
+        table[byte][value] = reverseBits(sum);
+      }
+  }
+};
+inline constexpr SobolTables sobolTables;
+
+constexpr float unitFloat(std::uint32_t bits) {
+  return static_cast<float>(bits >> 8) * 0x1p-24f;
+}
+
+/// The sample `index` of one pixel; each call gives the next dimensions.
+class Sampler {
+ public:
+  Sampler(std::uint32_t x, std::uint32_t y, std::uint32_t seed, std::uint32_t index)
+      : pixel_(hashMore(hashMore(hash32(seed ^ 0x2545f491u), x), y)), index_(reverseBits(index)) {}
+
+  /// Both below 1.
+  Vec2 next2() {
+    const std::uint32_t seed = hashMore(pixel_, ++dimension_);
+    const std::uint32_t order = reverseBits(permuteReversed(index_, seed));
+    // The first dimension is the bit-reversed index, so its own reversal is the index.
+    const std::uint32_t a = reverseBits(permuteReversed(order, hash32(seed ^ 0x68bc21ebu)));
+    const auto& t = sobolTables.table;
+    const std::uint32_t second =
+        t[0][order & 255] ^ t[1][(order >> 8) & 255] ^ t[2][(order >> 16) & 255] ^ t[3][order >> 24];
+    const std::uint32_t b = reverseBits(permuteReversed(second, hash32(seed ^ 0x02e5be93u)));
+    return {unitFloat(a), unitFloat(b)};
+  }
+  float next1() {
+    const std::uint32_t seed = hashMore(pixel_, ++dimension_);
+    const std::uint32_t order = reverseBits(permuteReversed(index_, seed));
+    return unitFloat(reverseBits(permuteReversed(order, hash32(seed ^ 0x68bc21ebu))));
+  }
+  /// The next dimension's number: a path gives each bounce its own block of them.
+  void skipTo(std::uint32_t dimension) { dimension_ = dimension; }
+
+ private:
+  std::uint32_t pixel_, index_, dimension_ = 0; // index_ is kept bit-reversed
+};
+
+} // namespace host::render

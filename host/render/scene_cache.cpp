@@ -1,0 +1,181 @@
+#include "scene_cache.h"
+
+#include <atomic>
+#include <cstring>
+
+#include "worker_threads.h"
+
+namespace host::render {
+namespace {
+
+// Meshes up to here are built with more care: their rays get cheaper for a few milliseconds.
+constexpr std::size_t carefulTriangles = 40000;
+// From here on a mesh is worth building with all workers together.
+constexpr std::size_t jointTriangles = 20000;
+
+std::shared_ptr<MeshAccel> prepare(const MeshPtr& mesh) {
+  auto accel = std::make_shared<MeshAccel>();
+  const std::size_t triangles = mesh->triangles.size(), vertices = mesh->positions.size();
+  accel->mesh = mesh;
+  accel->scene = EmbreeScene(RTC_SCENE_FLAG_NONE, triangles <= carefulTriangles ? RTC_BUILD_QUALITY_HIGH
+                                                                                : RTC_BUILD_QUALITY_MEDIUM);
+  accel->bytes = sizeof(MeshAccel) + triangles * 130 + vertices * 12;
+  const RTCGeometry geometry = rtcNewGeometry(embreeDevice(), RTC_GEOMETRY_TYPE_TRIANGLE);
+  if (!geometry) throw std::bad_alloc();
+  // Embree reads past the last vertex of a buffer, so it gets one of its own.
+  void* points = rtcSetNewGeometryBuffer(geometry, RTC_BUFFER_TYPE_VERTEX, 0, RTC_FORMAT_FLOAT3,
+                                         sizeof(Float3), vertices);
+  rtcSetSharedGeometryBuffer(geometry, RTC_BUFFER_TYPE_INDEX, 0, RTC_FORMAT_UINT3, mesh->triangles.data(), 0,
+                             sizeof(mesh->triangles[0]), triangles);
+  if (points && vertices) std::memcpy(points, mesh->positions.data(), vertices * sizeof(Float3));
+  rtcCommitGeometry(geometry);
+  rtcAttachGeometryByID(accel->scene.get(), geometry, 0);
+  rtcReleaseGeometry(geometry);
+  if (!points && vertices) throw std::bad_alloc();
+  return accel;
+}
+
+std::size_t totalBytes(const Texture& texture) {
+  return texture.bytes();
+}
+
+} // namespace
+
+SceneCache& SceneCache::shared() {
+  // The device comes first, so that it outlives the structures in the cache.
+  static SceneCache& cache = (embreeDevice(), *new SceneCache);
+  return cache;
+}
+
+std::shared_ptr<const void> SceneCache::find(const Key& key) {
+  const std::lock_guard lock(mutex_);
+  const auto it = entries_.find(key);
+  if (it == entries_.end()) return nullptr;
+  order_.splice(order_.begin(), order_, it->second.use);
+  return it->second.value;
+}
+
+void SceneCache::put(const Key& key, std::shared_ptr<const void> value, std::size_t bytes) {
+  const std::lock_guard lock(mutex_);
+  if (entries_.count(key)) return; // another render was faster
+  order_.push_front(key);
+  try {
+    entries_.emplace(key, Entry{std::move(value), bytes, order_.begin()});
+  } catch (...) {
+    order_.pop_front();
+    throw;
+  }
+  bytes_ += bytes;
+  trim();
+}
+
+// Lets go from the least recently used on; what a render holds would free nothing.
+void SceneCache::trim() {
+  auto it = order_.end();
+  while (bytes_ > limit_ && it != order_.begin()) {
+    --it;
+    const auto entry = entries_.find(*it);
+    if (entry->second.value.use_count() > 1) continue;
+    bytes_ -= entry->second.bytes;
+    entries_.erase(entry);
+    it = order_.erase(it);
+  }
+}
+
+std::vector<MeshAccelPtr> SceneCache::meshes(const std::vector<MeshPtr>& wanted, int workers,
+                                             const Stopped& stopped, RenderStats& stats) {
+  std::map<Identity, MeshAccelPtr> found;
+  std::vector<std::shared_ptr<MeshAccel>> small, large;
+  for (const MeshPtr& mesh : wanted) {
+    const auto [slot, fresh] = found.try_emplace(mesh->id);
+    if (!fresh) continue;
+    slot->second = std::static_pointer_cast<const MeshAccel>(find({0, mesh->id}));
+    if (slot->second) {
+      ++stats.meshes_reused;
+      continue;
+    }
+    auto accel = prepare(mesh);
+    slot->second = accel;
+    (mesh->triangles.size() < jointTriangles ? small : large).push_back(std::move(accel));
+  }
+  // Large ones are built by all workers together, small ones by one worker each.
+  std::atomic<bool> broken{false};
+  for (const auto& accel : large)
+    if (broken || !accel->scene.build(workers, stopped)) return {};
+  std::atomic<std::size_t> next{0};
+  if (!small.empty())
+    runOnWorkers(std::min(workers, static_cast<int>(std::min<std::size_t>(small.size(), 1024))), [&](int) {
+      for (std::size_t i; !broken && (i = next.fetch_add(1)) < small.size();)
+        if (!small[i]->scene.build(1, stopped)) broken = true;
+    });
+  if (broken) return {};
+  for (const auto* list : {&small, &large})
+    for (const auto& accel : *list) {
+      put({0, accel->mesh->id}, accel, accel->bytes);
+      ++stats.meshes_built;
+    }
+  std::vector<MeshAccelPtr> out;
+  out.reserve(wanted.size());
+  for (const MeshPtr& mesh : wanted)
+    out.push_back(found.at(mesh->id));
+  return out;
+}
+
+bool SceneCache::textures(const std::vector<TextureRequest>& wanted, int workers, const Stopped& stopped,
+                          std::vector<TexturePtr>& out, std::vector<std::string>& errors,
+                          RenderStats& stats) {
+  out.assign(wanted.size(), nullptr);
+  std::vector<std::size_t> missing;
+  const auto keyOf = [&](std::size_t i) {
+    return Key{wanted[i].space == ColorSpace::srgb ? 1 : 2, wanted[i].picture->id};
+  };
+  for (std::size_t i = 0; i < wanted.size(); ++i) {
+    out[i] = std::static_pointer_cast<const Texture>(find(keyOf(i)));
+    out[i] ? void(++stats.textures_reused) : missing.push_back(i);
+  }
+  std::atomic<std::size_t> next{0};
+  std::atomic<bool> broken{false};
+  std::vector<std::string> problems(wanted.size());
+  runOnWorkers(std::min(workers, static_cast<int>(std::min<std::size_t>(missing.size(), 1024))), [&](int) {
+    for (std::size_t k; !broken && (k = next.fetch_add(1)) < missing.size();) {
+      if (stopped && stopped()) broken = true;
+      if (broken) return;
+      const std::size_t i = missing[k];
+      const Picture& picture = *wanted[i].picture;
+      const auto decoded = decodePicture(*picture.bytes, picture.name, &problems[i]);
+      if (!decoded) continue;
+      out[i] = std::make_shared<const Texture>(*decoded, wanted[i].space);
+      put(keyOf(i), out[i], totalBytes(*out[i]));
+    }
+  });
+  for (const std::size_t i : missing)
+    if (out[i])
+      ++stats.textures_decoded;
+    else if (!problems[i].empty())
+      errors.push_back(problems[i]);
+  return !broken;
+}
+
+void SceneCache::setLimit(std::size_t bytes) {
+  const std::lock_guard lock(mutex_);
+  limit_ = bytes;
+  trim();
+}
+
+std::size_t SceneCache::bytes() const {
+  const std::lock_guard lock(mutex_);
+  return bytes_;
+}
+
+void SceneCache::clear() {
+  const std::lock_guard lock(mutex_);
+  const std::size_t limit = std::exchange(limit_, 0);
+  trim();
+  limit_ = limit;
+}
+
+} // namespace host::render
+
+void host::freeRenderCaches() {
+  render::SceneCache::shared().clear();
+}

@@ -1,0 +1,82 @@
+// What renders share: acceleration structures of meshes and decoded textures, kept by the identity of the
+// immutable data that they were built from, across renders and document clones. The least recently used are
+// let go when the memory bound is passed; what a render holds stays until the render lets it go. Any thread.
+#pragma once
+
+#include <functional>
+#include <list>
+#include <map>
+#include <mutex>
+
+#include "embree_device.h"
+#include "render_stats.h"
+#include "texture.h"
+
+namespace host::render {
+
+/// The rays' view of one mesh.
+struct MeshAccel {
+  MeshPtr mesh; // keeps the identity's data alive
+  EmbreeScene scene;
+  std::size_t bytes = 0;
+};
+using MeshAccelPtr = std::shared_ptr<const MeshAccel>;
+
+using Stopped = std::function<bool()>;
+
+class SceneCache {
+ public:
+  /// The process's.
+  static SceneCache& shared();
+
+  explicit SceneCache(std::size_t limitBytes = std::size_t{2} << 30) : limit_(limitBytes) {}
+
+  /// The structures of the meshes, in order; builds what is missing with the workers. Empty after a break.
+  /// Throws std::bad_alloc. Counts into `stats`.
+  std::vector<MeshAccelPtr> meshes(const std::vector<MeshPtr>& wanted, int workers, const Stopped& stopped,
+                                   RenderStats& stats);
+
+  struct TextureRequest {
+    PicturePtr picture; // with bytes
+    ColorSpace space = ColorSpace::srgb;
+  };
+  /// The textures, in order; null for a picture that does not decode, with a sentence in `errors`. False
+  /// after a break.
+  bool textures(const std::vector<TextureRequest>& wanted, int workers, const Stopped& stopped,
+                std::vector<TexturePtr>& out, std::vector<std::string>& errors, RenderStats& stats);
+
+  void setLimit(std::size_t bytes);
+  std::size_t bytes() const;
+  /// Lets everything go that no render holds.
+  void clear();
+
+ private:
+  struct Key {
+    int kind; // 0 mesh, 1 and 2 texture by colour space
+    Identity id;
+    friend bool operator<(const Key& a, const Key& b) {
+      return a.kind != b.kind ? a.kind < b.kind : a.id < b.id;
+    }
+  };
+  struct Entry {
+    std::shared_ptr<const void> value;
+    std::size_t bytes;
+    std::list<Key>::iterator use;
+  };
+  std::shared_ptr<const void> find(const Key& key);
+  void put(const Key& key, std::shared_ptr<const void> value, std::size_t bytes);
+  void trim();
+
+  mutable std::mutex mutex_;
+  std::map<Key, Entry> entries_;
+  std::list<Key> order_; // most recently used first
+  std::size_t bytes_ = 0, limit_;
+};
+
+} // namespace host::render
+
+namespace host {
+/// Frees what the renderer keeps between renders. Main thread, no render running; for the program's end and
+/// when memory is short. Without it the memory goes when the process ends.
+void freeRenderCaches();
+} // namespace host

@@ -1,0 +1,245 @@
+#include "shading.h"
+
+#include <array>
+
+namespace host::render {
+namespace {
+
+Rgba toRgba(const Float4& v) {
+  return {v[0], v[1], v[2], v[3]};
+}
+Vec3 rgb(const Rgba& v) {
+  return {v.r, v.g, v.b};
+}
+Rgba toRgba(Vec3 v) {
+  return {v.x, v.y, v.z, 1};
+}
+Rgba times(Rgba a, Rgba b) {
+  return {a.r * b.r, a.g * b.g, a.b * b.b, a.a * b.a};
+}
+
+float mixChannel(float below, float above, ShadeMix how) {
+  switch (how) {
+  case ShadeMix::multiply:
+    return below * above;
+  case ShadeMix::add:
+    return below + above;
+  case ShadeMix::screen:
+    return 1 - (1 - below) * (1 - above);
+  case ShadeMix::normal:
+    break;
+  }
+  return above;
+}
+
+// Puts a node's colour onto the ones before it; its alpha and amount say how much.
+Rgba putOnto(Rgba below, Rgba above, ShadeMix how, float amount) {
+  const float t = clamp01(amount * above.a);
+  return {lerp(below.r, mixChannel(below.r, above.r, how), t),
+          lerp(below.g, mixChannel(below.g, above.g, how), t),
+          lerp(below.b, mixChannel(below.b, above.b, how), t), lerp(below.a, 1, t)};
+}
+
+// Openness without noise: sixteen fixed directions.
+float steadyOpenness(const ShadePoint& p, float distance) {
+  constexpr int side = 4;
+  float sum = 0;
+  for (int i = 0; i < side * side; ++i)
+    sum += p.scene->openness(
+        p.position, p.normal, distance,
+        {(static_cast<float>(i % side) + 0.5f) / side, (static_cast<float>(i / side) + 0.5f) / side});
+  return sum / (side * side);
+}
+
+bool nonZero(const Float3& c) {
+  return c[0] > 0 || c[1] > 0 || c[2] > 0;
+}
+
+} // namespace
+
+Rgba CompiledShade::at(const ShadePoint& point) const {
+  switch (kind_) {
+  case Kind::constant:
+    return color_;
+  case Kind::bitmap: {
+    const auto set = static_cast<std::size_t>(use_.uvSet);
+    const Vec2 uv = transformUv(use_, point.uv[set]);
+    return times(color_, use_.nearest ? texture_->nearest(uv, use_.wrapU, use_.wrapV)
+                                      : texture_->sample(uv, point.footprint[set] * footprintScale_,
+                                                         use_.wrapU, use_.wrapV, point.blendLevels));
+  }
+  case Kind::occlusion: {
+    if (!point.scene) return toRgba(bright_);
+    const float open =
+        point.sampler ? point.scene->openness(point.position, point.normal, distance_, point.sampler->next2())
+                      : steadyOpenness(point, distance_);
+    return toRgba(lerp(dark_, bright_, open));
+  }
+  case Kind::stack:
+    break;
+  }
+  Rgba value = children_.empty() ? color_ : Rgba{0, 0, 0, 0};
+  bool first = true;
+  for (const CompiledShade& child : children_) {
+    const Rgba v = child.at(point);
+    // The bottom layer has nothing under it to be mixed with.
+    value = first && child.amount_ >= 1 && v.a >= 1
+                ? v
+                : putOnto(value, v, first ? ShadeMix::normal : child.mix_, child.amount_);
+    first = false;
+  }
+  return value;
+}
+
+Rgba CompiledShade::mean() const {
+  switch (kind_) {
+  case Kind::constant:
+    return color_;
+  case Kind::bitmap:
+    return times(color_, texture_->texel(texture_->levelCount() - 1, 0, 0));
+  case Kind::occlusion:
+    return toRgba(lerp(dark_, bright_, 0.5f));
+  case Kind::stack:
+    break;
+  }
+  Rgba value = children_.empty() ? color_ : Rgba{0, 0, 0, 0};
+  for (const CompiledShade& child : children_)
+    value = putOnto(value, child.mean(), child.mix_, child.amount_);
+  return value;
+}
+
+float alphaAt(const CompiledMaterial& material, const ShadePoint& point, float vertexAlpha) {
+  const SurfaceMaterial& m = *material.source;
+  if (m.alphaMode == AlphaMode::opaque) return 1;
+  const float a = m.baseColor[3] * vertexAlpha * material.baseColor.at(point).a;
+  if (m.alphaMode == AlphaMode::mask) return a >= m.alphaCutoff ? 1.0f : 0.0f;
+  return clamp01(a);
+}
+
+SurfaceLook lookAt(const CompiledMaterial& material, const ShadePoint& point, Vec3 vertexColor,
+                   const RenderSettings& settings) {
+  const SurfaceMaterial& m = *material.source;
+  SurfaceLook look;
+  const Vec3 base =
+      Vec3(m.baseColor[0], m.baseColor[1], m.baseColor[2]) * vertexColor * rgb(material.baseColor.at(point));
+  look.baseColor = {clamp01(base.x), clamp01(base.y), clamp01(base.z)};
+  const Rgba mr = material.metallicRoughness.at(point);
+  look.metallic = clamp01(m.metallic * mr.b);
+  look.roughness = settings.blurry ? clamp01(m.roughness * mr.g) : 0;
+  look.transmission = material.transmits ? clamp01(m.transmission * material.transmission.at(point).r) : 0;
+  look.ior = m.ior;
+  look.specular = clamp01(m.specular * material.specular.at(point).a);
+  look.specularColor = Vec3(m.specularColor) * rgb(material.specularColor.at(point));
+  if (m.clearcoat > 0) {
+    look.clearcoat = clamp01(m.clearcoat * material.clearcoat.at(point).r);
+    look.clearcoatRoughness =
+        settings.blurry ? clamp01(m.clearcoatRoughness * material.clearcoatRoughness.at(point).g) : 0;
+  }
+  look.diffuseOn = m.colorOn;
+  look.reflectionOn = m.reflectionOn && settings.reflection;
+  if (!look.reflectionOn) look.metallic = 0;
+  look.straight = look.transmission > 0 && !settings.refraction;
+  look.glassFront = material.glassFront.get();
+  look.glassBack = material.glassBack.get();
+  return look;
+}
+
+MaterialCompiler::MaterialCompiler(const std::vector<SurfaceMaterialPtr>& materials,
+                                   const std::vector<bool>& used)
+    : materials_(materials), used_(used) {
+  for (std::size_t i = 0; i < materials.size(); ++i) {
+    if (!used[i] || !materials[i]) continue;
+    const SurfaceMaterial& m = *materials[i];
+    for (const ShadePtr& s : {m.baseColorShade, m.emissionShade, m.specularColorShade})
+      collect(s.get(), ColorSpace::srgb);
+    for (const ShadePtr& s :
+         {m.metallicRoughnessShade, m.occlusionShade, m.normalShade, m.bumpShade, m.transmissionShade,
+          m.specularShade, m.clearcoatShade, m.clearcoatRoughnessShade})
+      collect(s.get(), ColorSpace::data);
+  }
+}
+
+std::size_t MaterialCompiler::request(const PicturePtr& picture, ColorSpace space) {
+  const auto [place, fresh] = places_.try_emplace({picture->id, space}, requests_.size());
+  if (fresh) requests_.push_back({picture, space});
+  return place->second;
+}
+
+void MaterialCompiler::collect(const Shade* shade, ColorSpace space) {
+  if (!shade) return;
+  if (shade->kind == ShadeKind::bitmap && shade->texture.picture && shade->texture.picture->bytes)
+    request(shade->texture.picture, space);
+  for (const ShadePtr& child : shade->children)
+    collect(child.get(), space);
+}
+
+CompiledShade MaterialCompiler::make(const Shade* shade, ColorSpace space,
+                                     const std::vector<TexturePtr>& textures) const {
+  using Kind = CompiledShade::Kind;
+  CompiledShade s;
+  if (!shade) return s;
+  s.present_ = true;
+  s.color_ = toRgba(shade->color);
+  s.mix_ = shade->mix;
+  s.amount_ = clamp01(shade->amount);
+  switch (shade->kind) {
+  case ShadeKind::color:
+    break;
+  case ShadeKind::bitmap: {
+    const PicturePtr& picture = shade->texture.picture;
+    const auto place = picture ? places_.find({picture->id, space}) : places_.end();
+    if (place == places_.end() || !textures[place->second]) break;
+    s.kind_ = Kind::bitmap;
+    s.texture_ = textures[place->second];
+    s.use_ = shade->texture;
+    s.use_.uvSet = s.use_.uvSet == 1 ? 1 : 0;
+    s.footprintScale_ = std::max(std::abs(s.use_.scale[0]), std::abs(s.use_.scale[1]));
+    break;
+  }
+  case ShadeKind::ambientOcclusion:
+    s.kind_ = Kind::occlusion;
+    s.distance_ = std::max(1e-6f, shade->aoDistance);
+    s.dark_ = Vec3(shade->aoDark);
+    s.bright_ = Vec3(shade->aoBright);
+    break;
+  case ShadeKind::fusion:
+  case ShadeKind::layer:
+    s.kind_ = Kind::stack;
+    for (const ShadePtr& child : shade->children)
+      if (child) s.children_.push_back(make(child.get(), space, textures));
+    break;
+  }
+  return s;
+}
+
+std::vector<CompiledMaterial> MaterialCompiler::compile(const std::vector<TexturePtr>& textures,
+                                                        const RenderSettings& settings) const {
+  std::vector<CompiledMaterial> out(materials_.size());
+  for (std::size_t i = 0; i < materials_.size(); ++i) {
+    if (!used_[i] || !materials_[i]) continue;
+    const SurfaceMaterial& m = *materials_[i];
+    CompiledMaterial& c = out[i];
+    c.source = materials_[i];
+    c.baseColor = make(m.baseColorShade.get(), ColorSpace::srgb, textures);
+    c.emission = make(m.emissionShade.get(), ColorSpace::srgb, textures);
+    c.specularColor = make(m.specularColorShade.get(), ColorSpace::srgb, textures);
+    c.metallicRoughness = make(m.metallicRoughnessShade.get(), ColorSpace::data, textures);
+    c.occlusion = make(m.occlusionShade.get(), ColorSpace::data, textures);
+    c.normal = make(m.normalShade.get(), ColorSpace::data, textures);
+    c.bump = make(m.bumpShade.get(), ColorSpace::data, textures);
+    c.transmission = make(m.transmissionShade.get(), ColorSpace::data, textures);
+    c.specular = make(m.specularShade.get(), ColorSpace::data, textures);
+    c.clearcoat = make(m.clearcoatShade.get(), ColorSpace::data, textures);
+    c.clearcoatRoughness = make(m.clearcoatRoughnessShade.get(), ColorSpace::data, textures);
+    c.emits = nonZero(m.emission) && !m.unlit;
+    c.hasAlpha = m.alphaMode != AlphaMode::opaque;
+    c.transmits = m.transmission > 0 && settings.transparency && !m.unlit;
+    if (c.transmits) {
+      c.glassFront = glassAlbedo(m.ior);
+      c.glassBack = glassAlbedo(1 / m.ior);
+    }
+  }
+  return out;
+}
+
+} // namespace host::render

@@ -1,0 +1,102 @@
+// Materials as the renderer reads them: shader trees with their textures at hand, and their value at a point.
+// Built once a render, then read by every worker.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "bsdf.h"
+#include "render_settings.h"
+#include "sampler.h"
+#include "scene_cache.h"
+#include "snapshot.h"
+
+namespace host::render {
+
+/// How open the surroundings of a point are; the scene answers.
+class OcclusionQuery {
+ public:
+  /// 0 (closed) to 1, over the hemisphere around `normal` as far as `distance`. `u` picks the direction.
+  virtual float openness(Vec3 position, Vec3 normal, float distance, Vec2 u) const = 0;
+
+ protected:
+  ~OcclusionQuery() = default;
+};
+
+/// The point that shader trees are asked about.
+struct ShadePoint {
+  Vec2 uv[2];
+  float footprint[2] = {0, 0}; // width of the seen area in texture coordinates
+  Vec3 position, normal;       // world; the geometric normal on the viewer's side
+  const OcclusionQuery* scene = nullptr;
+  Sampler* sampler = nullptr; // null: openness is averaged over fixed directions, without noise
+  bool blendLevels = true;    // smooth change between texture levels, for what the camera sees
+};
+
+/// A shader tree.
+class CompiledShade {
+ public:
+  bool constant() const { return kind_ == Kind::constant; }
+  bool present() const { return present_; }
+  Rgba at(const ShadePoint& point) const;
+  /// The value's mean over its picture, roughly; for choosing among lights.
+  Rgba mean() const;
+  /// The single texture of a bitmap shader; null otherwise.
+  const Texture* texture() const { return kind_ == Kind::bitmap ? texture_.get() : nullptr; }
+  const TextureUse& use() const { return use_; }
+
+ private:
+  friend class MaterialCompiler;
+  enum class Kind : std::uint8_t { constant, bitmap, occlusion, stack };
+  Kind kind_ = Kind::constant;
+  bool present_ = false;
+  Rgba color_;
+  TexturePtr texture_;
+  TextureUse use_;
+  float footprintScale_ = 1;
+  float distance_ = 1;
+  Vec3 dark_, bright_;
+  ShadeMix mix_ = ShadeMix::normal;
+  float amount_ = 1;
+  std::vector<CompiledShade> children_;
+};
+
+struct CompiledMaterial {
+  SurfaceMaterialPtr source; // constants are read from here
+  CompiledShade baseColor, metallicRoughness, occlusion, emission, normal, bump, transmission, specular,
+      specularColor, clearcoat, clearcoatRoughness;
+  std::shared_ptr<const AlbedoTable> glassFront, glassBack; // when anything is transmitted
+  bool emits = false;
+  bool hasAlpha = false; // may let rays through by alpha
+  bool transmits = false;
+};
+
+/// The alpha of a point: 0 or 1 for masks, 1 for opaque materials.
+float alphaAt(const CompiledMaterial& material, const ShadePoint& point, float vertexAlpha);
+/// Everything but alpha and normals. `vertexColor` is linear. Settings are applied.
+SurfaceLook lookAt(const CompiledMaterial& material, const ShadePoint& point, Vec3 vertexColor,
+                   const RenderSettings& settings);
+
+/// Builds materials: first collects the textures that they need, then makes them from the decoded ones.
+class MaterialCompiler {
+ public:
+  /// The materials of the list for which `used` is true; others stay empty.
+  MaterialCompiler(const std::vector<SurfaceMaterialPtr>& materials, const std::vector<bool>& used);
+  const std::vector<SceneCache::TextureRequest>& requests() const { return requests_; }
+  /// Adds a picture outside materials (a sky) and gives its place among the requests.
+  std::size_t request(const PicturePtr& picture, ColorSpace space);
+  /// `textures` in the order of the requests; a missing one leaves the shader's factor.
+  std::vector<CompiledMaterial> compile(const std::vector<TexturePtr>& textures,
+                                        const RenderSettings& settings) const;
+
+ private:
+  void collect(const Shade* shade, ColorSpace space);
+  CompiledShade make(const Shade* shade, ColorSpace space, const std::vector<TexturePtr>& textures) const;
+  const std::vector<SurfaceMaterialPtr>& materials_;
+  const std::vector<bool>& used_;
+  std::vector<SceneCache::TextureRequest> requests_;
+  std::map<std::pair<Identity, ColorSpace>, std::size_t> places_;
+};
+
+} // namespace host::render

@@ -1,0 +1,60 @@
+// Decoded pictures with their smaller levels, and filtered look-ups. Immutable once built, any thread.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "picture_decode.h"
+#include "snapshot.h"
+#include "vecmath.h"
+
+namespace host::render {
+
+struct Rgba {
+  float r = 1, g = 1, b = 1, a = 1;
+};
+
+/// Whether 8-bit channels red, green, blue hold sRGB codes or plain data. Float pictures are linear.
+enum class ColorSpace : std::uint8_t { srgb, data };
+
+/// A picture as the renderer reads it: 8 bits a channel (sRGB codes stay codes, they are decoded after the
+/// read) or floats, each level half the size of the one before, down to one pixel.
+class Texture {
+ public:
+  Texture(const DecodedPicture& picture, ColorSpace space);
+
+  int width() const { return levels_[0].width; }
+  int height() const { return levels_[0].height; }
+  std::size_t bytes() const;
+
+  /// Filtered at a point of the picture, `uv` in [0, 1] from its upper left corner. `footprint` is the width
+  /// of the area that is wanted, as a fraction of the picture: it chooses the levels. Bilinear within a
+  /// level, and linear between two when `blendLevels`.
+  Rgba sample(Vec2 uv, float footprint, Wrap wrapU, Wrap wrapV, bool blendLevels) const;
+  /// The pixel under the point.
+  Rgba nearest(Vec2 uv, Wrap wrapU, Wrap wrapV) const;
+  Rgba texel(int level, int x, int y) const; // inside
+  int levelCount() const { return static_cast<int>(levels_.size()); }
+  int levelWidth(int level) const { return levels_[static_cast<std::size_t>(level)].width; }
+  int levelHeight(int level) const { return levels_[static_cast<std::size_t>(level)].height; }
+
+ private:
+  struct Level {
+    int width, height;
+    std::vector<std::uint32_t> bytes; // red in the lowest byte
+    std::vector<float> floats;
+  };
+  Rgba bilinear(const Level& level, Vec2 uv, Wrap wrapU, Wrap wrapV) const;
+  Rgba read(const Level& level, int x, int y) const;
+  void addLevel();
+
+  ColorSpace space_;
+  std::vector<Level> levels_;
+};
+using TexturePtr = std::shared_ptr<const Texture>;
+
+/// Moves a point through the texture transform of its use.
+Vec2 transformUv(const TextureUse& use, Vec2 uv);
+
+} // namespace host::render

@@ -1,0 +1,50 @@
+#include "video_post_calls.h"
+
+#include "plugin_registry.h"
+
+namespace host::render {
+
+VideoPostCalls::VideoPostCalls(RenderData* data, const VideoPostStruct& frame, RENDERRESULT* error)
+    : frame_(frame) {
+  frame_.error = error;
+  PluginRegistry* registry = pluginRegistry();
+  if (!data || !registry) return;
+  for (BaseVideoPost* node = data->GetFirstVideoPost(); node; node = node->GetNext()) {
+    const VideoPostEntry* entry =
+        node->GetBit(BIT_VPDISABLED) ? nullptr : registry->findVideoPost(node->GetType());
+    if (!entry) continue;
+    if (auto instance = registry->makeVideoPostData(node->GetType()))
+      posts_.push_back({node, std::move(instance), entry->plugin});
+  }
+}
+
+VideoPostCalls::~VideoPostCalls() {
+  if (!open_.empty()) close(open_.front());
+}
+
+void VideoPostCalls::open(VIDEOPOSTCALL which) {
+  open_.push_back(which);
+  call(which, true);
+}
+
+void VideoPostCalls::close(VIDEOPOSTCALL which) {
+  while (!open_.empty()) {
+    const VIDEOPOSTCALL inner = open_.back();
+    open_.pop_back();
+    call(inner, false);
+    if (inner == which) break;
+  }
+}
+
+void VideoPostCalls::call(VIDEOPOSTCALL which, bool opens) {
+  for (Post& post : posts_) {
+    VideoPostStruct call = frame_;
+    call.vp = which;
+    call.open = opens ? TRUE : FALSE;
+    const PluginScope scope(post.plugin);
+    const RENDERRESULT result = static_cast<VideoPostData&>(*post.data).Execute(post.node, &call);
+    if (result != RENDERRESULT_OK && *frame_.error == RENDERRESULT_OK) *frame_.error = result;
+  }
+}
+
+} // namespace host::render
