@@ -1,6 +1,7 @@
 #include "picture_kind.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdint>
 #include <cstring>
 #include <string_view>
@@ -58,12 +59,46 @@ std::uint32_t number(Bytes file, std::size_t offset, std::size_t count, bool low
   return value;
 }
 
+/// The checksum of PNG's chunks: CRC-32 of ISO 3309, lowest bit first.
+std::uint32_t checksum(Bytes bytes) {
+  static const std::array<std::uint32_t, 256> table = [] {
+    std::array<std::uint32_t, 256> made{};
+    for (std::uint32_t i = 0; i < 256; ++i) {
+      std::uint32_t value = i;
+      for (int bit = 0; bit < 8; ++bit)
+        value = (value >> 1) ^ (value & 1 ? 0xedb88320u : 0);
+      made[i] = value;
+    }
+    return made;
+  }();
+  std::uint32_t crc = 0xffffffffu;
+  for (const std::byte byte : bytes)
+    crc = (crc >> 8) ^ table[(crc ^ std::to_integer<std::uint32_t>(byte)) & 255];
+  return ~crc;
+}
+
+/// Every chunk is there up to the last one, and those that matter are whole.
+bool plausibleChunks(Bytes file) {
+  for (std::size_t at = 8; file.size() - at >= 12;) {
+    const std::uint64_t length = number(file, at, 4, false);
+    if (length > file.size() - at - 12) return false;
+    const Bytes body = file.subspan(at + 4, static_cast<std::size_t>(length) + 4);
+    const bool matters = std::to_integer<char>(body[0]) < 'a';
+    if (matters && checksum(body) != number(file, at + 8 + static_cast<std::size_t>(length), 4, false))
+      return false;
+    if (view(body.first(4)) == "IEND") return true;
+    at += static_cast<std::size_t>(length) + 12;
+  }
+  return false;
+}
+
 /// Deflate packs at most 1032 bytes into one.
 bool plausiblePng(Bytes file) {
-  if (file.size() < 33) return false;
+  if (file.size() < 33 || view(file.subspan(12, 4)) != "IHDR") return false;
   const std::uint64_t width = number(file, 16, 4, false), height = number(file, 20, 4, false);
   const std::uint64_t bits = std::to_integer<unsigned>(file[24]);
-  return width * height * bits / 8 <= file.size() * std::uint64_t{1040};
+  if (width == 0 || height == 0 || width > 0x7fffffff || height > 0x7fffffff) return false;
+  return width * height / 8 * bits <= file.size() * std::uint64_t{1040} && plausibleChunks(file);
 }
 
 /// The last mark of a JPEG ends it; one without was cut off, and would be filled up with grey.
