@@ -43,8 +43,9 @@ void rows(const std::string& title, const List& list, const Text& toText) {
 }
 
 std::string cameraText(const CameraFacts& camera) {
-  return camera.name + (camera.orthographic ? " (orthographic, " + number(camera.height, 3) + " m high)"
-                                            : " (perspective, " + number(camera.angle * degrees, 1) + " degrees)");
+  return camera.name + (camera.orthographic
+                            ? " (orthographic, " + number(camera.height, 3) + " m high)"
+                            : " (perspective, " + number(camera.angle * degrees, 1) + " degrees)");
 }
 
 std::string lightText(const LightFacts& light) {
@@ -53,29 +54,35 @@ std::string lightText(const LightFacts& light) {
 }
 
 std::string animationText(const AnimationFacts& animation) {
-  return (animation.name.empty() ? "(without a name)" : animation.name) + " (" + number(animation.from, 2) + " to " +
-         number(animation.to, 2) + " s, " + std::to_string(animation.tracks) + " tracks)";
+  return (animation.name.empty() ? "(without a name)" : animation.name) + " (" + number(animation.from, 2) +
+         " to " + number(animation.to, 2) + " s, " + std::to_string(animation.tracks) +
+         (animation.tracks == 1 ? " track)" : " tracks)");
 }
 
 void printText(const std::string& file, const Scene& scene, const SceneFacts& facts) {
   row("scene", file);
-  row("objects", std::to_string(facts.objects));
-  row("meshes", std::to_string(facts.meshes));
-  row("triangles", std::to_string(facts.triangles));
-  row("materials", std::to_string(facts.materials));
-  row("textures", std::to_string(facts.textures));
+  row("objects", std::to_string(facts.counts.objects));
+  row("meshes", std::to_string(facts.counts.meshes));
+  row("triangles", std::to_string(facts.counts.triangles));
+  row("materials", std::to_string(facts.counts.materials));
+  row("textures", std::to_string(facts.counts.textures));
   rows("cameras", facts.cameras, cameraText);
   rows("lights", facts.lights, lightText);
   rows("animations", facts.animations, animationText);
   row("frames", std::to_string(facts.firstFrame) + " to " + std::to_string(facts.lastFrame) + " at " +
                     std::to_string(facts.fps) + " a second");
-  row("bounds", facts.bounds ? text(facts.bounds->low) + " to " + text(facts.bounds->high) + " m" : "empty");
+  row("bounds",
+      facts.counts.meshes == 0 ? "empty" : text(facts.counts.low) + " to " + text(facts.counts.high) + " m");
   rows("missing", scene.missing, [](const std::string& name) { return name; });
 }
 
 Json toJson(const std::string& file, const Scene& scene, const SceneFacts& facts) {
-  Json out{{"scene", file},           {"objects", facts.objects},     {"meshes", facts.meshes},
-           {"triangles", facts.triangles}, {"materials", facts.materials}, {"textures", facts.textures}};
+  Json out{{"scene", file},
+           {"objects", facts.counts.objects},
+           {"meshes", facts.counts.meshes},
+           {"triangles", facts.counts.triangles},
+           {"materials", facts.counts.materials},
+           {"textures", facts.counts.textures}};
   out["cameras"] = out["lights"] = out["animations"] = Json::array();
   for (const CameraFacts& camera : facts.cameras) {
     Json entry{{"name", camera.name}, {"projection", camera.orthographic ? "orthographic" : "perspective"}};
@@ -101,7 +108,8 @@ Json toJson(const std::string& file, const Scene& scene, const SceneFacts& facts
   out["fps"] = facts.fps;
   out["frames"] = {facts.firstFrame, facts.lastFrame};
   out["bounds"] = nullptr;
-  if (facts.bounds) out["bounds"] = Json{{"low", json(facts.bounds->low)}, {"high", json(facts.bounds->high)}};
+  if (facts.counts.meshes > 0)
+    out["bounds"] = Json{{"low", json(facts.counts.low)}, {"high", json(facts.counts.high)}};
   out["missing"] = scene.missing;
   out["warnings"] = scene.warnings;
   return out;
@@ -115,7 +123,8 @@ ExitCode runInfo(const InfoOptions& options) {
   const SceneFacts facts = factsOf(*scene.document);
   if (options.json) {
     // Names that are no UTF-8 become readable instead of breaking the output.
-    const std::string out = toJson(options.scene, scene, facts).dump(2, ' ', false, Json::error_handler_t::replace);
+    const std::string out =
+        toJson(options.scene, scene, facts).dump(2, ' ', false, Json::error_handler_t::replace);
     std::printf("%s\n", out.c_str());
   } else {
     printText(options.scene, scene, facts);

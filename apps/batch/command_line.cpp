@@ -13,7 +13,8 @@ namespace {
 constexpr LONG largestSide = 32768; // what a bitmap can hold
 
 constexpr const char* footer =
-    "\nExit codes: 0 done, 2 wrong use, 3 scene unreadable, 4 output not writable, 5 render failed or an asset "
+    "\nExit codes: 0 done, 2 wrong use, 3 scene unreadable, 4 output not writable, 5 render failed or an "
+    "asset "
     "missing\n(the picture is still saved), 130 cancelled. The manual is docs/batch.md.";
 
 /// Whole numbers with `separator` between them; nothing when the text is anything else.
@@ -55,7 +56,8 @@ PixelRegion parseRegion(const std::string& text) {
   if (!sides) throw wrong("--region " + text + " is no region; write left,top,right,bottom as 0,0,639,359");
   const PixelRegion region{(*sides)[0], (*sides)[1], (*sides)[2], (*sides)[3]};
   if (region.left < 0 || region.top < 0 || region.right < region.left || region.bottom < region.top) {
-    throw wrong("--region " + text + " is empty; left and top are at least 0, right and bottom not before them");
+    throw wrong("--region " + text +
+                " is empty; left and top are at least 0, right and bottom not before them");
   }
   return region;
 }
@@ -150,7 +152,8 @@ RenderOptions finish(const CLI::App& app, RawOptions& raw) {
 std::vector<std::string> arguments(int argc, const char* const* argv) {
   std::vector<std::string> list(argv + 1, argv + argc);
   const bool sets = list.size() >= 4 && list[0] == "settings" && list[1] == "set";
-  if (sets && list[3].size() > 1 && list[3][0] == '-' && std::isdigit(static_cast<unsigned char>(list[3][1]))) {
+  if (sets && list[3].size() > 1 && list[3][0] == '-' &&
+      std::isdigit(static_cast<unsigned char>(list[3][1]))) {
     std::string value = list[3];
     list.erase(list.begin() + 3);
     list.push_back("--");

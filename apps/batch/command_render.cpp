@@ -43,15 +43,20 @@ host::ProgramOptions programOptions(const RenderOptions& options, BatchInterface
 /// As a host starts its plug-ins: ours, then the modules beside it.
 void startPlugins(host::Program& program) {
   const host::PluginUnit plugin = linkedPlugin(program.startupPath());
+  const std::string folder = plugin.folder.GetString().GetUTF8();
+  if (!GeFExist(plugin.folder + "res", TRUE)) {
+    throw Stop(ExitCode::renderFailed,
+               "the plug-in's resources are not in " + folder + "/res; build or install the plug-in again");
+  }
   if (!program.loader().start(plugin)) {
-    throw Stop(ExitCode::renderFailed, "the plug-in did not start; its folder is " +
-                                           plugin.folder.GetString().GetUTF8() +
-                                           " and must hold res/ (build or install it again)");
+    throw Stop(ExitCode::renderFailed,
+               "the plug-in in " + folder + " did not start; build or install it again");
   }
   program.startPlugins();
 }
 
-PixelSize pictureSize(const RenderOptions& options, const BaseDocument& document, const lmSettings& settings) {
+PixelSize pictureSize(const RenderOptions& options, const BaseDocument& document,
+                      const lmSettings& settings) {
   const PixelSize full = options.size ? *options.size : renderSize(document);
   const LONG divisor = std::max<LONG>(1, settings.GetValue(LM_OPT_RES_DIVISOR, static_cast<LONG>(1)));
   return {std::max<LONG>(1, full.width / divisor), std::max<LONG>(1, full.height / divisor)};
@@ -65,14 +70,15 @@ void prepare(const RenderOptions& options, BaseDocument& document) {
 
 void makeBitmap(BaseBitmap& bitmap, PixelSize size) {
   if (bitmap.Init(size.width, size.height, 24) == IMAGERESULT_OK) return;
-  throw Stop(ExitCode::renderFailed, "there is not enough memory for a picture of " + std::to_string(size.width) +
-                                         " x " + std::to_string(size.height) + " pixels; choose a smaller --size");
+  throw Stop(ExitCode::renderFailed, "there is not enough memory for a picture of " +
+                                         std::to_string(size.width) + " x " + std::to_string(size.height) +
+                                         " pixels; choose a smaller --size");
 }
 
 void checkRegion(const std::optional<PixelRegion>& region, PixelSize size) {
   if (!region || (region->left < size.width && region->top < size.height)) return;
-  throw Stop(ExitCode::wrongUse, "--region lies outside the picture of " + std::to_string(size.width) + " x " +
-                                     std::to_string(size.height) + " pixels");
+  throw Stop(ExitCode::wrongUse, "--region lies outside the picture of " + std::to_string(size.width) +
+                                     " x " + std::to_string(size.height) + " pixels");
 }
 
 void savePicture(const BaseBitmap& bitmap, const std::string& image) {
@@ -108,12 +114,12 @@ ExitCode judge(const JobResult& job, const RenderOptions& options, const Scene& 
                      "; put what is missing beside the scene and render again");
     return ExitCode::renderFailed;
   case RENDERRESULT_OUTOFMEMORY:
-    messages.problem(options.image + " is not complete: there was not enough memory to render " + options.scene +
-                     "; close other programs or choose a smaller --size");
+    messages.problem(options.image + " is not complete: there was not enough memory to render " +
+                     options.scene + "; close other programs or choose a smaller --size");
     return ExitCode::renderFailed;
   default:
-    messages.problem(options.image + " is not complete: the render of " + options.scene + " ended with result " +
-                     std::to_string(job.result) + "; render again");
+    messages.problem(options.image + " is not complete: the render of " + options.scene +
+                     " ended with result " + std::to_string(job.result) + "; render again");
     return ExitCode::renderFailed;
   }
 }
@@ -129,7 +135,8 @@ ExitCode renderScene(const RenderOptions& options, Messages& messages) {
   makeBitmap(*bitmap, size);
 
   RunTimes times{scene.loadMs, 0};
-  if (!options.stats.empty()) times.cloneMs = measureClone(*scene.document, settings, options.region.has_value());
+  if (!options.stats.empty())
+    times.cloneMs = measureClone(*scene.document, settings, options.region.has_value());
   BaseDocument& document = *scene.document;
   host::setActiveDocument(scene.document.release());
   const JobResult job = runJob(document, *bitmap, settings, options.region, messages);
@@ -138,8 +145,9 @@ ExitCode renderScene(const RenderOptions& options, Messages& messages) {
     throw Stop(ExitCode::cancelled, "cancelled; " + options.image + " was not written");
   }
   if (!job.rendered) {
-    throw Stop(ExitCode::renderFailed, "the scene " + options.scene + " could not be prepared for the render; there is "
-                                       "probably not enough memory, close other programs");
+    throw Stop(ExitCode::renderFailed, "the scene " + options.scene +
+                                           " could not be prepared for the render; there is "
+                                           "probably not enough memory, close other programs");
   }
   savePicture(*bitmap, options.image);
   if (!options.stats.empty()) {

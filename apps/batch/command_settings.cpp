@@ -18,7 +18,8 @@ namespace {
 class SettingsHost {
  public:
   explicit SettingsHost(const std::string& home)
-      : messages_(false), ui_(messages_), program_(options(home)), plugin_(linkedPlugin(program_.startupPath())) {}
+      : messages_(false), ui_(messages_), program_(options(home)),
+        plugin_(linkedPlugin(program_.startupPath())) {}
 
   /// As every start of the plug-in does.
   void applyReset() {
@@ -85,9 +86,10 @@ void leaveResetMarker() {
   AutoAlloc<BaseFile> file;
   if (!GeFCreateDirRec(GetDataFolder()) || !file || !file->Open(marker, FILEOPEN_WRITE, FILEDIALOG_NONE) ||
       !file->Close()) {
-    throw Stop(ExitCode::outputNotWritable, marker.GetString().GetUTF8() +
-                                                " cannot be written; make its folder writable or name another with "
-                                                "--home");
+    throw Stop(ExitCode::outputNotWritable,
+               marker.GetString().GetUTF8() +
+                   " cannot be written; make its folder writable or name another with "
+                   "--home");
   }
   std::printf("The settings return to their defaults at the next start.\n");
 }

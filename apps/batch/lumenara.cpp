@@ -38,7 +38,8 @@ int main(int argc, char** argv) {
   } catch (const Stop& stop) {
     code = fail(stop.code(), stop.what());
   } catch (const std::bad_alloc&) {
-    code = fail(ExitCode::renderFailed, "there is not enough memory; close other programs or make the picture smaller");
+    code = fail(ExitCode::renderFailed,
+                "there is not enough memory; close other programs or make the picture smaller");
   } catch (const std::exception& error) {
     code = fail(ExitCode::renderFailed, error.what());
   }

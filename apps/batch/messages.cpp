@@ -19,8 +19,8 @@ std::string durationText(std::int64_t seconds) {
 std::string progressText(const std::string& what, double part, host::Milliseconds elapsed) {
   part = std::isfinite(part) ? std::clamp(part, 0.0, 1.0) : 0.0;
   const std::string percent = std::to_string(static_cast<int>(part * 100));
-  std::string text = what + std::string(4 - std::min<std::size_t>(percent.size(), 3), ' ') + percent + " %  " +
-                     durationText(elapsed / 1000);
+  std::string text = what + std::string(4 - std::min<std::size_t>(percent.size(), 3), ' ') + percent +
+                     " %  " + durationText(elapsed / 1000);
   if (part >= 0.01 && part < 1 && elapsed >= 1000) {
     const double left = static_cast<double>(elapsed) * (1 - part) / part;
     text += ", about " + durationText(std::llround(left / 1000)) + " left";
@@ -29,6 +29,7 @@ std::string progressText(const std::string& what, double part, host::Millisecond
 }
 
 Messages::Messages(bool quiet) : quiet_(quiet), terminal_(host::platform::isTerminal(stderr)) {
+  host::setConsoleEcho(nullptr); // the listener prints, around the progress line
   listener_ = host::addConsoleListener([this](const String& line) { note(line.GetUTF8()); });
 }
 

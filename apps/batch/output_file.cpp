@@ -19,7 +19,8 @@ constexpr std::array<std::pair<const char*, LONG>, 7> formats{{{"png", FILTER_PN
                                                                {"exr", FILTER_EXR}}};
 
 [[noreturn]] void notWritable(const Filename& file, const std::string& what, const std::string& why) {
-  throw Stop(ExitCode::outputNotWritable, what + " " + file.GetString().GetUTF8() + " cannot be written: " + why);
+  throw Stop(ExitCode::outputNotWritable,
+             what + " " + file.GetString().GetUTF8() + " cannot be written: " + why);
 }
 
 } // namespace
@@ -29,9 +30,10 @@ LONG pictureFilter(const Filename& picture) {
     if (picture.CheckSuffix(suffix)) return filter;
   }
   const std::string suffix = picture.GetSuffix().GetUTF8();
-  throw Stop(ExitCode::wrongUse, picture.GetString().GetUTF8() +
-                                     (suffix.empty() ? " has no suffix" : " has the unknown suffix " + suffix) +
-                                     "; pictures are written as png, tif, jpg, bmp or exr");
+  throw Stop(ExitCode::wrongUse,
+             picture.GetString().GetUTF8() +
+                 (suffix.empty() ? " has no suffix" : " has the unknown suffix " + suffix) +
+                 "; pictures are written as png, tif, jpg, bmp or exr");
 }
 
 void requireWritable(const Filename& file, const std::string& what) {
@@ -46,7 +48,8 @@ void requireWritable(const Filename& file, const std::string& what) {
 
 void writeText(const Filename& file, const std::string& text, const std::string& what) {
   std::string error;
-  if (!host::replaceFile(file, text, &error)) notWritable(file, what, error + "; free the way or choose another place");
+  if (!host::replaceFile(file, text, &error))
+    notWritable(file, what, error + "; free the way or choose another place");
 }
 
 } // namespace batch

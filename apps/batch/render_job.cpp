@@ -55,7 +55,8 @@ JobResult runJob(BaseDocument& document, BaseBitmap& bitmap, lmSettings& setting
   thread.bitmap = &bitmap;
   setRegion(thread, region);
   if (!thread.Start()) {
-    throw Stop(ExitCode::renderFailed, "the render could not be started: the system gives no thread; close other programs");
+    throw Stop(ExitCode::renderFailed,
+               "the render could not be started: the system gives no thread; close other programs");
   }
   waitFor(thread, status, messages);
 

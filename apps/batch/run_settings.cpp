@@ -9,9 +9,9 @@
 namespace batch {
 namespace {
 
-constexpr std::array<LONG, 8> stampSwitches{
-    LM_STAMP_RENDER_TIME, LM_STAMP_DATE,     LM_STAMP_CUSTOM1, LM_STAMP_IMAGE,
-    LM_STAMP_CUSTOM2,     LM_STAMP_DOCUMENT, LM_STAMP_CAMERA,  LM_STAMP_TIMECODE};
+constexpr std::array<LONG, 8> stampSwitches{LM_STAMP_RENDER_TIME, LM_STAMP_DATE,    LM_STAMP_CUSTOM1,
+                                            LM_STAMP_IMAGE,       LM_STAMP_CUSTOM2, LM_STAMP_DOCUMENT,
+                                            LM_STAMP_CAMERA,      LM_STAMP_TIMECODE};
 
 constexpr LONG bestAntiAliasing = 2;
 

@@ -9,9 +9,9 @@
 
 namespace batch {
 
-/// Fills them as the viewer does, with the stored values over the defaults; then what this program has its own
-/// default for (anti-aliasing best, no resolution divisor, no stamps); then the assignments of the command
-/// line. Nothing is stored. Throws `Stop` (wrong use) for a key or value that is none. Main thread.
+/// Fills them as the viewer does, with the stored values over the defaults; then what this program has its
+/// own default for (anti-aliasing best, no resolution divisor, no stamps); then the assignments of the
+/// command line. Nothing is stored. Throws `Stop` (wrong use) for a key or value that is none. Main thread.
 void fillRunSettings(lmSettings& settings,
                      const std::vector<std::pair<std::string, std::string>>& assignments);
 

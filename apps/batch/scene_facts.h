@@ -1,11 +1,11 @@
 // What a scene holds, as values.
 #pragma once
 
-#include <optional>
 #include <string>
 #include <vector>
 
 #include "c4d_document.h"
+#include "scene_file.h"
 
 namespace batch {
 
@@ -28,18 +28,12 @@ struct AnimationFacts {
   double from = 0, to = 0; // seconds
 };
 
-struct Bounds {
-  Vector low, high; // metres
-};
-
 struct SceneFacts {
-  int objects = 0, meshes = 0, materials = 0, textures = 0;
-  std::uint64_t triangles = 0; // of all objects, before subdivision
+  host::SceneCounts counts; // bounds at the document's time, in metres
   std::vector<CameraFacts> cameras;
   std::vector<LightFacts> lights;
   std::vector<AnimationFacts> animations;
   LONG fps = 0, firstFrame = 0, lastFrame = 0;
-  std::optional<Bounds> bounds; // of what is rendered at the document's time, floors aside
 };
 
 /// Main thread.

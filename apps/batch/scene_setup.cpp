@@ -46,9 +46,9 @@ void chooseCamera(BaseDocument& document, const std::string& name) {
     if (BaseDraw* view = document.GetActiveBaseDraw()) view->SetSceneCamera(camera);
     return;
   }
-  throw Stop(ExitCode::wrongUse,
-             "the scene has no camera \"" + name + "\"; " +
-                 (cameras.empty() ? "it has none at all, leave --camera out" : "it has " + nameList(cameras)));
+  throw Stop(ExitCode::wrongUse, "the scene has no camera \"" + name + "\"; " +
+                                     (cameras.empty() ? "it has none at all, leave --camera out"
+                                                      : "it has " + nameList(cameras)));
 }
 
 void goToFrame(BaseDocument& document, LONG frame) {

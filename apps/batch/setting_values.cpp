@@ -40,7 +40,8 @@ std::optional<Vector> threeNumbers(const std::string& text) {
 }
 
 [[noreturn]] void refuse(const lmKey& key, const std::string& text, const std::string& wanted) {
-  throw Stop(ExitCode::wrongUse, "\"" + text + "\" is no value for " + title(key) + ", which takes " + wanted);
+  throw Stop(ExitCode::wrongUse,
+             "\"" + text + "\" is no value for " + title(key) + ", which takes " + wanted);
 }
 
 } // namespace
@@ -52,7 +53,8 @@ const lmKey& findSetting(const std::string& name) {
   for (LONG index = 0; index < count; ++index) {
     if (name == keys[index].name || (id && *id == keys[index].key)) return keys[index];
   }
-  throw Stop(ExitCode::wrongUse, "there is no setting " + name + "; `lumenara settings list` shows all of them");
+  throw Stop(ExitCode::wrongUse,
+             "there is no setting " + name + "; `lumenara settings list` shows all of them");
 }
 
 std::string kindName(LONG type) {
@@ -90,7 +92,8 @@ GeData parseSetting(const lmKey& key, const std::string& text) {
   case DA_FILENAME:
     return GeData(Filename(String(text)));
   default:
-    throw Stop(ExitCode::wrongUse, title(key) + " holds a group of values, which has no text; only the viewer sets it");
+    throw Stop(ExitCode::wrongUse,
+               title(key) + " holds a group of values, which has no text; only the viewer sets it");
   }
 }
 

@@ -17,8 +17,8 @@ std::string kindName(LONG type);
 /// the text is none, and for containers, which have no text.
 GeData parseSetting(const lmKey& key, const std::string& text);
 
-/// The value as text that `parseSetting` reads back as the same value (containers only tell how much they hold); empty when
-/// there is none.
+/// The value as text that `parseSetting` reads back as the same value (containers only tell how much they
+/// hold); empty when there is none.
 std::string settingText(const GeData& value);
 
 } // namespace batch

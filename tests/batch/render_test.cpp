@@ -1,0 +1,350 @@
+// Pictures that the program renders.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <set>
+
+#include <nlohmann/json.hpp>
+
+#include "program_run.h"
+#include "tiny_scene.h"
+
+namespace batchtest {
+namespace {
+
+using Json = nlohmann::json;
+
+class Render : public testing::Test {
+ protected:
+  /// Renders the scene with few samples into `name` and expects this exit code.
+  Outcome render(const std::string& scene, const std::string& name, const Arguments& more = {},
+                 int code = 0) {
+    Arguments arguments{"render", scene, "-o", folder / name};
+    if (std::find(more.begin(), more.end(), "--size") == more.end()) {
+      arguments.insert(arguments.end(), {"--size", "64x64"});
+    }
+    arguments.insert(arguments.end(), {"--samples", "4"});
+    arguments.insert(arguments.end(), more.begin(), more.end());
+    Outcome outcome = run(arguments, folder / "home");
+    EXPECT_EQ(outcome.code, code) << outcome.err;
+    return outcome;
+  }
+
+  Picture renderPicture(const std::string& scene, const std::string& name, const Arguments& more = {}) {
+    render(scene, name, more);
+    return readPicture(folder / name);
+  }
+
+  TempFolder folder;
+};
+
+class RenderFormat : public Render,
+                     public testing::WithParamInterface<std::pair<const char*, const char*>> {};
+
+// Every suffix gives its format, the right size and the right colours at the right places.
+TEST_P(RenderFormat, HoldsThePictureUpright) {
+  const auto [suffix, format] = GetParam();
+  const Picture picture =
+      renderPicture(writeTinyScene(folder.path()), std::string("picture.") + suffix, {"--size", "80x80"});
+  EXPECT_EQ(picture.format, format);
+  ASSERT_EQ(picture.width, 80);
+  ASSERT_EQ(picture.height, 80);
+  EXPECT_TRUE(isRed(picture, 20, 20)) << "the upper left square";
+  EXPECT_TRUE(isBlue(picture, 60, 60)) << "the lower right square";
+  EXPECT_FALSE(isRed(picture, 60, 20) || isBlue(picture, 60, 20)) << "the upper right quarter is empty";
+  EXPECT_FALSE(isRed(picture, 20, 60) || isBlue(picture, 20, 60)) << "the lower left quarter is empty";
+}
+
+// Another program reads the same format and size.
+TEST_P(RenderFormat, IsReadByImageMagick) {
+  if (std::system("identify -version >/dev/null 2>&1") != 0) GTEST_SKIP() << "identify is not installed";
+  const std::string suffix = GetParam().first;
+  if (suffix == "exr") GTEST_SKIP() << "identify reads no exr here";
+  render(writeTinyScene(folder.path()), "picture." + suffix, {"--size", "70x50"});
+  const std::string command = "identify -format '%w %h %m' '" + (folder / ("picture." + suffix)) + "' >'" +
+                              (folder / "said") + "' 2>&1";
+  ASSERT_EQ(std::system(command.c_str()), 0) << readFile(folder / "said");
+  EXPECT_EQ(readFile(folder / "said").substr(0, 6), "70 50 ");
+}
+
+INSTANTIATE_TEST_SUITE_P(Suffixes, RenderFormat,
+                         testing::Values(std::pair("png", "png"), std::pair("tif", "tiff"),
+                                         std::pair("tiff", "tiff"), std::pair("jpg", "jpeg"),
+                                         std::pair("jpeg", "jpeg"), std::pair("bmp", "bmp"),
+                                         std::pair("exr", "openexr"), std::pair("PNG", "png")),
+                         [](const auto& one) { return std::string(one.param.first); });
+
+// 8-bit formats hold the display colour of the surface, sRGB of 0.8 and 0.05.
+TEST_F(Render, ColoursAreDisplayReferred) {
+  const Picture picture = renderPicture(writeTinyScene(folder.path()), "picture.png");
+  EXPECT_NEAR(picture.at(16, 16, 0), 0.9063, 0.01);
+  EXPECT_NEAR(picture.at(16, 16, 1), 0.2477, 0.01);
+}
+
+// The film is linear and holds more than white; the other formats end at white.
+TEST_F(Render, ExrHoldsTheFloatFilm) {
+  TinyScene scene;
+  scene.glow = 8;
+  const std::string file = writeTinyScene(folder.path(), scene);
+  const Picture film = renderPicture(file, "picture.exr");
+  EXPECT_NEAR(film.at(16, 16, 0), 0.8, 0.01);
+  EXPECT_NEAR(film.at(48, 48, 2), 8, 0.1);
+  EXPECT_NEAR(film.at(48, 48, 0), 2, 0.05);
+  EXPECT_EQ(renderPicture(file, "picture.png").at(48, 48, 2), 1.0f);
+}
+
+TEST_F(Render, SizeComesFromTheSceneWithoutAnOption) {
+  const std::string scene = writeTinyScene(folder.path());
+  Json gltf = Json::parse(readFile(scene));
+  gltf["extras"]["lumenara"]["renderData"] = Json::array(
+      {Json{{"container", Json::array({Json::array({5008, "long", 96}), Json::array({5009, "long", 40})})}}});
+  writeFile(scene, gltf.dump());
+  const Outcome outcome = run({"render", scene, "-o", folder / "own.png", "--samples", "1"}, folder / "home");
+  ASSERT_EQ(outcome.code, 0) << outcome.err;
+  const Picture picture = readPicture(folder / "own.png");
+  EXPECT_EQ(picture.width, 96);
+  EXPECT_EQ(picture.height, 40);
+}
+
+TEST_F(Render, DefaultSizeIs1280x720) {
+  const Outcome outcome =
+      run({"render", writeTinyScene(folder.path()), "-o", folder / "default.png", "--samples", "1"},
+          folder / "home");
+  ASSERT_EQ(outcome.code, 0) << outcome.err;
+  const Picture picture = readPicture(folder / "default.png");
+  EXPECT_EQ(picture.width, 1280);
+  EXPECT_EQ(picture.height, 720);
+}
+
+// The red square slides from the left to the right.
+TEST_F(Render, FramesDiffer) {
+  TinyScene scene;
+  scene.animated = true;
+  const std::string file = writeTinyScene(folder.path(), scene);
+  const Picture first = renderPicture(file, "first.png");
+  const Picture middle = renderPicture(file, "middle.png", {"--frame", "15"});
+  const Picture last = renderPicture(file, "last.png", {"--frame", "30"});
+  EXPECT_TRUE(isRed(first, 16, 16));
+  EXPECT_FALSE(isRed(first, 48, 16));
+  EXPECT_TRUE(isRed(middle, 32, 16));
+  EXPECT_FALSE(isRed(middle, 4, 16) || isRed(middle, 60, 16));
+  EXPECT_TRUE(isRed(last, 48, 16));
+  EXPECT_FALSE(isRed(last, 16, 16));
+}
+
+// The same frame whether the job's clone has the animation or the pose.
+TEST_F(Render, FrameIsTheSameWithTheAnimationInTheClone) {
+  TinyScene scene;
+  scene.animated = true;
+  const std::string file = writeTinyScene(folder.path(), scene);
+  const Picture posed = renderPicture(file, "posed.png", {"--frame", "20"});
+  const Picture animated =
+      renderPicture(file, "animated.png", {"--frame", "20", "--set", "LM_CLONE_ANIMATION=1"});
+  EXPECT_EQ(posed.pixels, animated.pixels);
+}
+
+TEST_F(Render, CameraIsChosenByName) {
+  const std::string scene = writeTinyScene(folder.path());
+  EXPECT_TRUE(isRed(renderPicture(scene, "front.png", {"--camera", "Front"}), 16, 16));
+  const Picture back = renderPicture(scene, "back.png", {"--camera", "Back"});
+  for (int at = 4; at < 64; at += 8) {
+    EXPECT_FALSE(isRed(back, at, at) || isBlue(back, at, at));
+  }
+}
+
+TEST_F(Render, UnknownCameraListsTheCameras) {
+  const Outcome outcome = render(writeTinyScene(folder.path()), "none.png", {"--camera", "Side"}, 2);
+  EXPECT_NE(outcome.err.find("\"Side\""), std::string::npos) << outcome.err;
+  EXPECT_NE(outcome.err.find("\"Front\", \"Back\""), std::string::npos) << outcome.err;
+  EXPECT_FALSE(std::filesystem::exists(folder / "none.png"));
+}
+
+// Every pixel outside the region stays black; inside it is the picture's own.
+TEST_F(Render, RegionLeavesTheRestBlack) {
+  const Picture picture =
+      renderPicture(writeTinyScene(folder.path()), "region.png", {"--region", "8,10,40,31"});
+  for (int y = 0; y < 64; ++y) {
+    for (int x = 0; x < 64; ++x) {
+      const bool inside = x >= 8 && x <= 40 && y >= 10 && y <= 31;
+      if (!inside) {
+        ASSERT_TRUE(picture.isBlack(x, y)) << x << ", " << y;
+      }
+    }
+  }
+  EXPECT_TRUE(isRed(picture, 16, 16));
+  EXPECT_TRUE(isRed(picture, 8, 10));
+}
+
+TEST_F(Render, RegionBeyondTheEdgeIsClipped) {
+  const Picture picture =
+      renderPicture(writeTinyScene(folder.path()), "clipped.png", {"--region", "32,32,500,500"});
+  EXPECT_TRUE(picture.isBlack(16, 16));
+  EXPECT_TRUE(isBlue(picture, 48, 48));
+}
+
+// A key by its name and by its number do the same: the textures' and materials' colour channel goes.
+TEST_F(Render, SettingsByNameAndNumber) {
+  const std::string scene = writeTinyScene(folder.path());
+  const Picture byName = renderPicture(scene, "name.png", {"--set", "LM_OPT_RES_DIVISOR=2"});
+  const Picture byNumber = renderPicture(scene, "number.png", {"--set", "15040=2"});
+  EXPECT_EQ(byName.width, 32);
+  EXPECT_EQ(byNumber.width, 32);
+  EXPECT_EQ(byNumber.pixels, byName.pixels);
+}
+
+// A setting of a run reaches the plug-in's thread: the software preview draws the red square shaded.
+TEST_F(Render, SettingsReachTheRender) {
+  TinyScene scene;
+  scene.glow = 8;
+  const std::string file = writeTinyScene(folder.path(), scene);
+  const Picture plain = renderPicture(file, "plain.png");
+  const Picture dark = renderPicture(file, "dark.png", {"--set", "LM_OPT_MAT_15028=0"});
+  EXPECT_TRUE(isBlue(plain, 48, 48) || plain.at(48, 48, 2) == 1.0f);
+  EXPECT_LT(dark.at(48, 48, 2), 0.5f) << "without the luminance channel the square does not glow";
+}
+
+TEST_F(Render, SettingsOfARunAreNotStored) {
+  render(writeTinyScene(folder.path()), "once.png", {"--set", "LM_REFRESH_DELAY=999"});
+  EXPECT_EQ(run({"settings", "get", "LM_REFRESH_DELAY"}, folder / "home").out, "250\n");
+}
+
+// Edges are smooth by default and hard when the plug-in's setting says so.
+TEST_F(Render, AntiAliasingIsBestUnlessSet) {
+  const std::string scene = writeTinyScene(folder.path());
+  const Arguments odd{"--size", "61x61"};
+  const auto shades = [](const Picture& picture) {
+    std::set<float> values;
+    for (int x = 0; x < 30; ++x)
+      values.insert(picture.at(x, 15, 0));
+    return values.size();
+  };
+  Arguments hard = odd;
+  hard.insert(hard.end(), {"--set", "LM_OPT_15004=0"});
+  const std::size_t smoothShades = shades(renderPicture(scene, "smooth.png", odd));
+  const std::size_t hardShades = shades(renderPicture(scene, "hard.png", hard));
+  EXPECT_GT(smoothShades, hardShades);
+}
+
+TEST_F(Render, StampsAreDrawnWhenSet) {
+  const std::string scene = writeTinyScene(folder.path());
+  const Picture plain = renderPicture(scene, "plain.png", {"--size", "200x100"});
+  const Picture stamped =
+      renderPicture(scene, "stamped.png",
+                    {"--size", "200x100", "--set", "LM_STAMP_CUSTOM1=1", "--set", "LM_STAMP_TEXT1=Mark 7"});
+  EXPECT_NE(plain.pixels, stamped.pixels);
+  // The text stands at the upper right; the lower half is untouched.
+  for (int y = 50; y < 100; ++y) {
+    for (int x = 0; x < 200; ++x) {
+      ASSERT_EQ(plain.at(x, y, 0), stamped.at(x, y, 0)) << x << ", " << y;
+    }
+  }
+}
+
+TEST_F(Render, SamePixelsForAnyNumberOfThreads) {
+  const std::string scene = LUMENARA_SOURCE_DIR "/scenes/demo.glb";
+  if (!std::filesystem::exists(scene)) GTEST_SKIP() << scene << " is not there";
+  const Picture one = renderPicture(scene, "one.png", {"--threads", "1"});
+  const Picture three = renderPicture(scene, "three.png", {"--threads", "3"});
+  EXPECT_EQ(one.pixels, three.pixels);
+}
+
+TEST_F(Render, StatsHoldEveryField) {
+  render(writeTinyScene(folder.path()), "stats.png", {"--size", "48x32", "--stats", folder / "stats.json"});
+  const Json stats = Json::parse(readFile(folder / "stats.json"));
+  EXPECT_EQ(stats.size(), 12u);
+  for (const char* time : {"load_ms", "clone_ms", "build_ms", "first_pixels_ms", "render_ms"}) {
+    ASSERT_TRUE(stats.contains(time) && stats[time].is_number()) << time;
+    EXPECT_GT(stats[time].get<double>(), 0) << time;
+    EXPECT_LT(stats[time].get<double>(), 120000) << time;
+  }
+  EXPECT_LE(stats["build_ms"], stats["first_pixels_ms"]);
+  EXPECT_LE(stats["first_pixels_ms"], stats["render_ms"]);
+  EXPECT_EQ(stats["width"], 48);
+  EXPECT_EQ(stats["height"], 32);
+  EXPECT_EQ(stats["triangles"], 4);
+  EXPECT_EQ(stats["result"], 0);
+  EXPECT_GE(stats["camera_samples"].get<int>(), 48 * 32);
+  EXPECT_LE(stats["camera_samples"].get<int>(), 48 * 32 * (4 + 4))
+      << "at most the samples and the coarse passes";
+  EXPECT_GE(stats["rays"], stats["camera_samples"]);
+  EXPECT_GT(stats["peak_rss_bytes"].get<std::uint64_t>(), 10u << 20);
+  EXPECT_LT(stats["peak_rss_bytes"].get<std::uint64_t>(), 4ull << 30);
+}
+
+TEST_F(Render, MoreSamplesAreTaken) {
+  const std::string scene = LUMENARA_SOURCE_DIR "/scenes/demo.glb";
+  if (!std::filesystem::exists(scene)) GTEST_SKIP() << scene << " is not there";
+  const auto samples = [&](const std::string& count) {
+    const Outcome outcome = run({"render", scene, "-o", folder / "s.png", "--size", "32x24", "--samples",
+                                 count, "--stats", folder / "s.json"},
+                                folder / "home");
+    EXPECT_EQ(outcome.code, 0) << outcome.err;
+    return Json::parse(readFile(folder / "s.json"))["camera_samples"].get<int>();
+  };
+  EXPECT_GE(samples("16"), 2 * samples("2"));
+}
+
+// A picture that is not there: 5, one line that names it, and the picture is there all the same.
+TEST_F(Render, MissingPictureIsTold) {
+  TinyScene scene;
+  scene.missingPicture = true;
+  const Outcome outcome = render(writeTinyScene(folder.path(), scene), "missing.png",
+                                 {"--size", "400x400", "--quiet", "--stats", folder / "stats.json"}, 5);
+  EXPECT_EQ(linesWith(outcome.err, "nowhere.png"), 1) << outcome.err;
+  const Picture picture = readPicture(folder / "missing.png");
+  ASSERT_EQ(picture.width, 400);
+  EXPECT_TRUE(isRed(picture, 100, 130)) << "the material without the picture, below the banner";
+  EXPECT_TRUE(isBlue(picture, 300, 300));
+  EXPECT_EQ(Json::parse(readFile(folder / "stats.json"))["result"], 2);
+}
+
+TEST_F(Render, BannerTellsAboutTheMissingPictureUnlessOff) {
+  TinyScene scene;
+  scene.missingPicture = true;
+  const std::string file = writeTinyScene(folder.path(), scene);
+  const Arguments size{"--size", "400x400"};
+  Arguments off = size;
+  off.insert(off.end(), {"--set", "LM_ERROR_BANNER=0"});
+  render(file, "banner.png", size, 5);
+  render(file, "bare.png", off, 5);
+  const Picture banner = readPicture(folder / "banner.png"), bare = readPicture(folder / "bare.png");
+  int differing = 0;
+  for (int y = 0; y < 400; ++y) {
+    for (int x = 0; x < 400; ++x) {
+      const bool differs = banner.at(x, y, 0) != bare.at(x, y, 0) || banner.at(x, y, 1) != bare.at(x, y, 1);
+      differing += differs;
+      if (differs) {
+        ASSERT_TRUE(x < 300 && y < 100) << x << ", " << y;
+      }
+    }
+  }
+  EXPECT_GT(differing, 100);
+}
+
+TEST_F(Render, QuietSaysNothing) {
+  const Outcome outcome = render(writeTinyScene(folder.path()), "quiet.png", {"--quiet"});
+  EXPECT_EQ(outcome.err, "");
+  EXPECT_EQ(outcome.out, "");
+}
+
+// Without a terminal there is no progress line, and the plug-in's banner is shown.
+TEST_F(Render, PlainOutputHasTheBannerAndNoProgress) {
+  const Outcome outcome = render(writeTinyScene(folder.path()), "plain.png");
+  EXPECT_EQ(linesWith(outcome.err, "||  Lumenara v"), 1) << outcome.err;
+  EXPECT_EQ(outcome.err.find('\r'), std::string::npos) << outcome.err;
+}
+
+TEST_F(Render, ReplacesAnOldPictureWhole) {
+  writeFile(folder / "old.png", std::string(200000, 'x'));
+  const Picture picture = renderPicture(writeTinyScene(folder.path()), "old.png");
+  EXPECT_EQ(picture.width, 64);
+  EXPECT_LT(std::filesystem::file_size(folder / "old.png"), 100000u);
+  for (const auto& entry : std::filesystem::directory_iterator(folder.path())) {
+    const std::string name = entry.path().filename().string();
+    EXPECT_TRUE(name == "home" || name == "old.png" || name.rfind("tiny.", 0) == 0) << "left over: " << name;
+  }
+}
+
+} // namespace
+} // namespace batchtest

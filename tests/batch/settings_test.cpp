@@ -1,0 +1,240 @@
+// `lumenara settings`.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <memory>
+#include <sstream>
+
+#include "program_run.h"
+#include "tiny_scene.h"
+
+namespace batchtest {
+namespace {
+
+namespace fs = std::filesystem;
+
+class Settings : public testing::Test {
+ protected:
+  Outcome settings(const Arguments& more) {
+    Arguments arguments{"settings"};
+    arguments.insert(arguments.end(), more.begin(), more.end());
+    return run(arguments, folder / "home");
+  }
+  std::string get(const std::string& key) {
+    const Outcome outcome = settings({"get", key});
+    EXPECT_EQ(outcome.code, 0) << outcome.err;
+    return outcome.out;
+  }
+  void set(const std::string& key, const std::string& value) {
+    const Outcome outcome = settings({"set", key, value});
+    EXPECT_EQ(outcome.code, 0) << outcome.err;
+    EXPECT_EQ(outcome.err, "");
+  }
+  /// The files in the home whose names end so.
+  std::vector<fs::path> homeFiles(const std::string& ending) {
+    std::vector<fs::path> found;
+    for (const auto& entry : fs::recursive_directory_iterator(folder / "home")) {
+      const std::string name = entry.path().filename().string();
+      if (name.size() >= ending.size() &&
+          name.compare(name.size() - ending.size(), ending.size(), ending) == 0) {
+        found.push_back(entry.path());
+      }
+    }
+    return found;
+  }
+
+  TempFolder folder;
+};
+
+TEST_F(Settings, DefaultsAtFirst) {
+  EXPECT_EQ(get("LM_REFRESH_DELAY"), "250\n");
+  EXPECT_EQ(get("20005"), "250\n");
+  EXPECT_EQ(get("LM_ASPECT"), "1.333334\n");
+  EXPECT_EQ(get("LM_STAMP_TEXT1"), "Custom Text\n");
+  EXPECT_EQ(get("LM_ANAGLYPH_RIGHT"), "0,1,1\n");
+  EXPECT_EQ(get("LM_OPT_15008"), "2\n");
+  EXPECT_EQ(get("LM_OPT_ENGINE"), "0\n");
+  EXPECT_EQ(get("LM_STEREO_LEFT_CAMERA"), "\n") << "a key without a default";
+}
+
+TEST_F(Settings, ListHasEveryKeyOnce) {
+  const Outcome outcome = settings({"list"});
+  ASSERT_EQ(outcome.code, 0) << outcome.err;
+  std::istringstream in(outcome.out);
+  std::vector<int> numbers;
+  for (std::string line; std::getline(in, line);) {
+    std::istringstream fields(line);
+    int number = 0;
+    std::string name, kind;
+    ASSERT_TRUE(fields >> number >> name >> kind) << line;
+    EXPECT_EQ(name.rfind("LM_", 0), 0u) << line;
+    EXPECT_TRUE(kind == "long" || kind == "real" || kind == "string" || kind == "filename" ||
+                kind == "vector" || kind == "container")
+        << line;
+    if (!numbers.empty()) {
+      EXPECT_GT(number, numbers.back()) << "in the order of the numbers";
+    }
+    numbers.push_back(number);
+  }
+  EXPECT_EQ(numbers.size(), 115u);
+  EXPECT_NE(outcome.out.find("20005 LM_REFRESH_DELAY         long      250\n"), std::string::npos)
+      << outcome.out;
+}
+
+TEST_F(Settings, EveryKindComesBackFromTheNextRun) {
+  set("LM_REFRESH_DELAY", "-12");
+  set("LM_ASPECT", "0.1");
+  set("20057", "0.25,-1e-3,3");
+  set("LM_STAMP_TEXT1", "Größe = \"1, 2\"");
+  set("LM_ANIM_FILE", "/tmp/a b.mov");
+  set("LM_STEREO_SEPARATION", "-0.5");
+  EXPECT_EQ(get("20005"), "-12\n");
+  EXPECT_EQ(get("10004"), "0.1\n");
+  EXPECT_EQ(get("LM_ANAGLYPH_LEFT"), "0.25,-0.001,3\n");
+  EXPECT_EQ(get("LM_STAMP_TEXT1"), "Größe = \"1, 2\"\n");
+  EXPECT_EQ(get("LM_ANIM_FILE"), "/tmp/a b.mov\n");
+  EXPECT_EQ(get("LM_STEREO_SEPARATION"), "-0.5\n");
+  EXPECT_EQ(get("LM_HISTORY_SIZE"), "10\n") << "the others keep their defaults";
+}
+
+TEST_F(Settings, ARenderKeepsThem) {
+  set("LM_REFRESH_DELAY", "777");
+  set("LM_OPT_ENGINE", "1");
+  const Outcome outcome = run(
+      {"render", writeTinyScene(folder.path()), "-o", folder / "p.png", "--size", "16x16", "--samples", "1"},
+      folder / "home");
+  ASSERT_EQ(outcome.code, 0) << outcome.err;
+  EXPECT_EQ(get("LM_REFRESH_DELAY"), "777\n");
+  EXPECT_EQ(get("LM_OPT_ENGINE"), "1\n");
+}
+
+TEST_F(Settings, HomeOptionWinsOverTheEnvironment) {
+  ASSERT_EQ(settings({"set", "LM_HISTORY_SIZE", "3", "--home", folder / "other"}).code, 0);
+  EXPECT_EQ(get("LM_HISTORY_SIZE"), "10\n");
+  EXPECT_EQ(settings({"get", "LM_HISTORY_SIZE", "--home", folder / "other"}).out, "3\n");
+  EXPECT_EQ(settings({"--home", folder / "other", "get", "LM_HISTORY_SIZE"}).out, "3\n");
+}
+
+// The marker takes effect at the next start and is gone then.
+TEST_F(Settings, ResetWaitsForTheNextStart) {
+  set("LM_REFRESH_DELAY", "777");
+  ASSERT_EQ(settings({"reset"}).code, 0);
+  ASSERT_EQ(homeFiles("reset.lm").size(), 1u);
+  EXPECT_EQ(homeFiles("reset.lm")[0], fs::path(folder / "home") / "plugins" / "Lumenara" / "reset.lm");
+  const Outcome next = settings({"get", "LM_REFRESH_DELAY"});
+  EXPECT_EQ(next.out, "250\n");
+  EXPECT_EQ(linesWith(next.err, "Your Lumenara settings have been reset."), 1) << next.err;
+  EXPECT_TRUE(homeFiles("reset.lm").empty());
+  EXPECT_EQ(settings({"get", "LM_REFRESH_DELAY"}).err, "") << "told once";
+}
+
+TEST_F(Settings, ResetIsAppliedByARender) {
+  set("LM_REFRESH_DELAY", "777");
+  ASSERT_EQ(settings({"reset"}).code, 0);
+  const Outcome render = run(
+      {"render", writeTinyScene(folder.path()), "-o", folder / "p.png", "--size", "16x16", "--samples", "1"},
+      folder / "home");
+  ASSERT_EQ(render.code, 0) << render.err;
+  EXPECT_EQ(linesWith(render.err, "Your Lumenara settings have been reset."), 1) << render.err;
+  EXPECT_EQ(get("LM_REFRESH_DELAY"), "250\n");
+}
+
+TEST_F(Settings, WrongKeysAndValuesAreRefused) {
+  const std::vector<Arguments> wrong{{"get", "LM_NOTHING"},
+                                     {"get", "1"},
+                                     {"get", "lm_refresh_delay"},
+                                     {"set", "LM_NOTHING", "1"},
+                                     {"set", "LM_REFRESH_DELAY", "fast"},
+                                     {"set", "LM_REFRESH_DELAY", "1.5"},
+                                     {"set", "LM_REFRESH_DELAY", "99999999999"},
+                                     {"set", "LM_REFRESH_DELAY", ""},
+                                     {"set", "LM_ASPECT", "1,5"},
+                                     {"set", "LM_ASPECT", "nan"},
+                                     {"set", "LM_ASPECT", "1e999"},
+                                     {"set", "LM_ANAGLYPH_LEFT", "1,2"},
+                                     {"set", "LM_ANAGLYPH_LEFT", "1,2,3,4"},
+                                     {"set", "LM_ANIM_MOVIE_OPTIONS", "1"},
+                                     {"set", "LM_REFRESH_DELAY"},
+                                     {"get"},
+                                     {"forget"},
+                                     {}};
+  for (const Arguments& arguments : wrong) {
+    const Outcome outcome = settings(arguments);
+    std::string text;
+    for (const std::string& argument : arguments)
+      text += argument + " ";
+    EXPECT_EQ(outcome.code, 2) << text << outcome.err;
+    EXPECT_EQ(lineCount(outcome.err), 1) << text << outcome.err;
+    EXPECT_EQ(outcome.out, "") << text;
+  }
+  EXPECT_EQ(get("LM_REFRESH_DELAY"), "250\n");
+}
+
+// Programs that store at the same time lose nothing of each other.
+TEST_F(Settings, ProgramsAtTheSameTimeKeepEachOthersValues) {
+  const std::vector<std::string> keys{"LM_REFRESH_DELAY", "LM_HISTORY_SIZE",    "LM_MIN_WIDTH",
+                                      "LM_MIN_HEIGHT",    "LM_OPT_RES_DIVISOR", "LM_COMPARE_STYLE"};
+  for (int round = 1; round <= 5; ++round) {
+    std::vector<std::unique_ptr<Child>> children;
+    for (std::size_t i = 0; i < keys.size(); ++i) {
+      const std::string value = std::to_string(1000 * round + static_cast<int>(i));
+      children.push_back(
+          std::make_unique<Child>(Arguments{"settings", "set", keys[i], value}, folder / "home"));
+    }
+    for (const auto& child : children) {
+      const Outcome outcome = child->wait();
+      EXPECT_EQ(outcome.code, 0) << outcome.err;
+    }
+    for (std::size_t i = 0; i < keys.size(); ++i) {
+      EXPECT_EQ(get(keys[i]), std::to_string(1000 * round + static_cast<int>(i)) + "\n") << keys[i];
+    }
+  }
+}
+
+// A damaged file is kept, told in one line, and the defaults hold.
+TEST_F(Settings, DamagedPreferencesAreKeptAside) {
+  set("LM_REFRESH_DELAY", "777");
+  const auto files = homeFiles("preferences.json");
+  ASSERT_EQ(files.size(), 1u);
+  const std::string damaged = readFile(files[0]).substr(0, 40) + "\x01 and so on";
+  writeFile(files[0], damaged);
+
+  const Outcome outcome = settings({"get", "LM_REFRESH_DELAY"});
+  EXPECT_EQ(outcome.code, 0);
+  EXPECT_EQ(outcome.out, "250\n");
+  EXPECT_EQ(lineCount(outcome.err), 1) << outcome.err;
+  EXPECT_NE(outcome.err.find(".damaged"), std::string::npos) << outcome.err;
+  ASSERT_EQ(homeFiles(".damaged").size(), 1u);
+  EXPECT_EQ(readFile(homeFiles(".damaged")[0]), damaged);
+
+  set("LM_REFRESH_DELAY", "5");
+  EXPECT_EQ(get("LM_REFRESH_DELAY"), "5\n") << "the next file works";
+}
+
+TEST_F(Settings, ARenderLivesWithDamagedPreferences) {
+  fs::create_directories(folder / "home");
+  writeFile(fs::path(folder / "home") / "preferences.json", "{{{{");
+  const Outcome outcome = run(
+      {"render", writeTinyScene(folder.path()), "-o", folder / "p.png", "--size", "16x16", "--samples", "1"},
+      folder / "home");
+  EXPECT_EQ(outcome.code, 0) << outcome.err;
+  EXPECT_EQ(linesWith(outcome.err, ".damaged"), 1) << outcome.err;
+  EXPECT_EQ(homeFiles(".damaged").size(), 1u);
+}
+
+// A home that is a file cannot store: 4, and a render works without it.
+TEST_F(Settings, HomeThatCannotBeMade) {
+  writeFile(folder / "home", "a file");
+  const Outcome outcome = settings({"set", "LM_REFRESH_DELAY", "1"});
+  EXPECT_EQ(outcome.code, 4) << outcome.err;
+  EXPECT_NE(outcome.err.find("--home"), std::string::npos) << outcome.err;
+  EXPECT_EQ(settings({"reset"}).code, 4);
+  const Outcome render = run(
+      {"render", writeTinyScene(folder.path()), "-o", folder / "p.png", "--size", "16x16", "--samples", "1"},
+      folder / "home");
+  EXPECT_EQ(render.code, 0) << render.err;
+  EXPECT_EQ(readPicture(folder / "p.png").width, 16);
+}
+
+} // namespace
+} // namespace batchtest
