@@ -1,7 +1,8 @@
-"""Builds a glTF 2.0 document in memory and gives the bytes of a GLB file or the text of a glTF file. Standard library only.
+"""Builds a glTF 2.0 document in memory and gives the bytes of a GLB file or the text of a glTF file. Standard
+library only.
 
-Indices are handed out as things are added; a thing may be changed afterwards through `document.json`. Rotations are quaternions
-(x, y, z, w).
+Indices are handed out as things are added; a thing may be changed afterwards through `document.json`.
+Rotations are quaternions (x, y, z, w).
 """
 
 import base64
@@ -37,11 +38,15 @@ class Document:
         self.data += data
         return self._append("bufferViews", item)
 
+    @staticmethod
+    def _accessor(view, component, count, kind):
+        return {"bufferView": view, "componentType": component, "count": count, "type": kind}
+
     def floats(self, rows, bounds=False, target=None):
         """An accessor of tuples, or of plain numbers."""
         rows = [r if isinstance(r, tuple) else (r,) for r in rows]
         data = struct.pack(f"<{len(rows) * len(rows[0])}f", *(v for r in rows for v in r))
-        item = {"bufferView": self.view(data, target), "componentType": FLOAT, "count": len(rows), "type": KINDS[len(rows[0])]}
+        item = self._accessor(self.view(data, target), FLOAT, len(rows), KINDS[len(rows[0])])
         if bounds:
             stored = list(zip(*struct.iter_unpack(f"<{len(rows[0])}f", data)))
             item["min"], item["max"] = [min(c) for c in stored], [max(c) for c in stored]
@@ -51,7 +56,7 @@ class Document:
         short = vertices < 65535
         data = struct.pack(f"<{len(triangles) * 3}{'H' if short else 'I'}", *(i for t in triangles for i in t))
         kind = SHORT_INDEX if short else LONG_INDEX
-        item = {"bufferView": self.view(data, INDICES), "componentType": kind, "count": len(triangles) * 3, "type": "SCALAR"}
+        item = self._accessor(self.view(data, INDICES), kind, len(triangles) * 3, "SCALAR")
         return self._append("accessors", item)
 
     def texture(self, name, png):
@@ -101,7 +106,8 @@ class Document:
         samplers, channels = [], []
         for node, path, interpolation, times, values in tracks:
             channels.append({"sampler": len(samplers), "target": {"node": node, "path": path}})
-            samplers.append({"input": self.floats(times, True), "output": self.floats(values), "interpolation": interpolation})
+            curve = {"input": self.floats(times, True), "output": self.floats(values)}
+            samplers.append({**curve, "interpolation": interpolation})
         return self._append("animations", {"name": name, "samplers": samplers, "channels": channels})
 
     def gltf(self):
@@ -117,10 +123,11 @@ class Document:
         data = bytes(self.data) + b"\0" * (-len(self.data) % 4)
         size = 12 + 8 + len(text) + 8 + len(data)
         head = struct.pack("<4sII", b"glTF", 2, size)
-        return head + struct.pack("<I4s", len(text), b"JSON") + text + struct.pack("<I4s", len(data), b"BIN\0") + data
+        json_head, data_head = struct.pack("<I4s", len(text), b"JSON"), struct.pack("<I4s", len(data), b"BIN\0")
+        return head + json_head + text + data_head + data
 
 
-# Placement ----------------------------------------------------------------------------------------------------------
+# Placement ------------------------------------------------------------
 
 
 def turn(axis, degrees):

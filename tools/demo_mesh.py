@@ -1,7 +1,9 @@
-"""Shapes for the demo scene: lathed profiles, swept sections, rounded boxes, spheres and control cages. Standard library only.
+"""Shapes for the demo scene: lathed profiles, swept sections, rounded boxes, spheres and control cages.
+Standard library only.
 
-A mesh has positions, unit normals, texture coordinates (v grows downwards, as glTF has it), optional tangents and triangles, counter-
-clockwise from outside. A profile is a list of (x, y, nx, ny): points of a curve in a plane with their outward normals. Metres.
+A mesh has positions, unit normals, texture coordinates (v grows downwards, as glTF has it), optional tangents
+and triangles, counter-clockwise from outside. A profile is a list of (x, y, nx, ny): points of a curve in a
+plane with their outward normals. Metres.
 """
 
 import math
@@ -20,7 +22,10 @@ class Mesh:
         return len(self.positions) - 1
 
     def triangle(self, a, b, c):
-        """Turned so that it faces its normals. Skips what has no area, so that a profile may touch its axis."""
+        """Turned so that it faces its normals.
+
+        Skips what has no area, so that a profile may touch its axis.
+        """
         p, q, r = self.positions[a], self.positions[b], self.positions[c]
         face = cross(sub(q, p), sub(r, p))
         if length(face) > 1e-12:
@@ -48,7 +53,7 @@ class Mesh:
         return self
 
 
-# Vectors ------------------------------------------------------------------------------------------------------------
+# Vectors ------------------------------------------------------------
 
 
 def plus(a, b):
@@ -79,11 +84,14 @@ def unit(a):
     return times(a, 1.0 / length(a))
 
 
-# Profiles -----------------------------------------------------------------------------------------------------------
+# Profiles ------------------------------------------------------------
 
 
 def rounded(points, radii, steps=6, closed=False):
-    """A polyline walked with its outside on the right hand, each corner rounded by its radius (one for all, or a list)."""
+    """A polyline walked with its outside on the right hand, each corner rounded by its radius.
+
+    `radii` is one for all, or a list.
+    """
     count = len(points)
     radii = radii if isinstance(radii, list) else [radii] * count
     profile = []
@@ -167,11 +175,14 @@ def arc_lengths(points):
     return lengths
 
 
-# Surfaces -----------------------------------------------------------------------------------------------------------
+# Surfaces ------------------------------------------------------------
 
 
 def lathe(profile, segments=96, u_repeat=1.0, v_range=None, tangents=False):
-    """The profile turned about the y axis. u goes round; v runs from the profile's end (0, the top of a picture) to its start."""
+    """The profile turned about the y axis.
+
+    U goes round; v runs from the profile's end (0, the top of a picture) to its start.
+    """
     mesh = Mesh()
     run = arc_lengths([p[:2] for p in profile])
     top, bottom = v_range or (0.0, 1.0)
@@ -222,7 +233,10 @@ def torus(large, small, segments=128, sides=48):
 
 
 def tube(path, radius, sides=12):
-    """A round tube along points of space, closed by half spheres; `radius` may be a function of the place from 0 to 1."""
+    """A round tube along points of space, closed by half spheres.
+
+    `radius` may be a function of the place from 0 to 1.
+    """
     mesh = Mesh()
     size = radius if callable(radius) else lambda _: radius
     rows, side = [], None
@@ -247,7 +261,10 @@ def tube(path, radius, sides=12):
 
 
 def extruded(profile, depth, bevel, uv_size=1.0, bevel_steps=4):
-    """A swept wall: the profile in the plane of x and y, drawn along z from -depth/2 to depth/2. Not capped."""
+    """A swept wall.
+
+    The profile in the plane of x and y, drawn along z from -depth/2 to depth/2. Not capped.
+    """
     mesh = Mesh()
     run = arc_lengths([p[:2] for p in profile])
     for z, inset, lean in _bevelled_depth(depth, bevel, bevel_steps):
@@ -269,7 +286,10 @@ def _quarter(steps):
 
 
 def band(outer, inner, z, up, uv_size=1.0):
-    """A flat strip between two curves with equally many points, in the plane at z; `up` is 1 for the front, -1 for the back."""
+    """A flat strip between two curves with equally many points, in the plane at z.
+
+    `up` is 1 for the front, -1 for the back.
+    """
     mesh = Mesh()
     for curve in (outer, inner):
         for x, y in curve:
@@ -281,7 +301,10 @@ def band(outer, inner, z, up, uv_size=1.0):
 
 
 def rounded_box(width, height, depth, radius, steps=5, uv_size=1.0):
-    """A box about the origin with rounded edges and corners; texture coordinates lie flat on every side, in metres over uv_size."""
+    """A box about the origin with rounded edges and corners.
+
+    Texture coordinates lie flat on every side, in metres over uv_size.
+    """
     mesh = Mesh()
     half = (width / 2, height / 2, depth / 2)
     for axis in range(3):
@@ -309,11 +332,14 @@ def _box_side(mesh, half, radius, axis, sign, steps, uv_size):
     mesh.grid(len(lines[v]), count, first)
 
 
-# Control cages ------------------------------------------------------------------------------------------------------
+# Control cages ------------------------------------------------------------
 
 
 def knot_cage(scale, width, height, stations=18, quarter_turns=3):
-    """Quads of a closed, twisting bar along a trefoil knot: (positions, quads). A subdivision generator makes it smooth."""
+    """Quads of a closed, twisting bar along a trefoil knot.
+
+    (positions, quads). A subdivision generator makes it smooth.
+    """
 
     def at(t):
         ring = 2 + math.cos(3 * t)

@@ -1,7 +1,7 @@
 """Procedural pictures for the demo scene. They tile, and are the same on every run. Standard library only.
 
-A field is a list of rows of floats, mostly from 0 to 1. A picture is a list of rows of bytes, three a pixel (red, green, blue).
-Colours are written as they are stored, in sRGB.
+A field is a list of rows of floats, mostly from 0 to 1. A picture is a list of rows of bytes, three a pixel
+(red, green, blue). Colours are written as they are stored, in sRGB.
 """
 
 import math
@@ -84,7 +84,7 @@ def normals(heights, strength, wrap_v=True):
     return rows
 
 
-# Terrazzo -----------------------------------------------------------------------------------------------------------
+# Terrazzo ------------------------------------------------------------
 
 TERRAZZO_BED = token(0xD3CCC0)
 TERRAZZO_CHIPS = [(token(t), weight) for t, weight in (
@@ -138,7 +138,7 @@ def _paint_chip(cx, cy, reach, edges, turn, squash, tone, colour, rough):
                 rough[y][x] += (0.3 - rough[y][x]) * inside
 
 
-# Wood ---------------------------------------------------------------------------------------------------------------
+# Wood ------------------------------------------------------------
 
 
 def walnut(width, height, seed=23):
@@ -169,11 +169,14 @@ def walnut(width, height, seed=23):
     return picture(width, height, shade), picture(width, height, surface)
 
 
-# Stoneware ----------------------------------------------------------------------------------------------------------
+# Stoneware ------------------------------------------------------------
 
 
 def stoneware(size, seed=37):
-    """A thrown pot, glazed above a wavy line and bare below: (colour, metallic-roughness, normals). v does not tile."""
+    """A thrown pot, glazed above a wavy line and bare below.
+
+    (colour, metallic-roughness, normals). v does not tile.
+    """
     wave = noise(size, 1, 7, 1, seed)[0]
     drip = noise(size, 1, 19, 1, seed + 1)[0]
     clay = layered(size, size, 24, 24, 5, seed + 2, 0.65)
@@ -221,7 +224,7 @@ def _spots(size, seed):
     return field
 
 
-# Brushed metal ------------------------------------------------------------------------------------------------------
+# Brushed metal ------------------------------------------------------------
 
 
 def brushed(size, seed=53):

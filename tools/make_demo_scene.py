@@ -1,8 +1,9 @@
 #!/usr/bin/env python3
-"""Makes the demo scene, a still life on a table top. Usage: make_demo_scene.py [OUTPUT.glb]. Needs nothing but Python 3.
+"""Makes the demo scene, a still life on a table top. Usage: make_demo_scene.py [OUTPUT.glb]
 
-Everything in it is made here: shapes (demo_mesh.py), pictures (demo_textures.py) and the composition below. The output is the same
-on every run. Metres, y up; the camera stands on the +z side. What glTF has no word for follows docs/scene-format.md.
+Everything in it is made here: shapes (demo_mesh.py), pictures (demo_textures.py) and the composition below.
+The output is the same on every run and takes a minute. Metres, y up; the camera stands on the +z side. What
+glTF has no word for follows docs/scene-format.md. Needs nothing but Python 3.
 """
 
 import argparse
@@ -22,14 +23,15 @@ FOCUS = (0.0, 0.17, 0.0)
 
 def linear(token):
     """A linear colour from a 0xRRGGBB token in sRGB."""
-    return [round(c / 12.92 if c <= 0.04045 else ((c + 0.055) / 1.055) ** 2.4, 5) for c in (v / 255 for v in paint.token(token))]
+    channels = [v / 255 for v in paint.token(token)]
+    return [round(c / 12.92 if c <= 0.04045 else ((c + 0.055) / 1.055) ** 2.4, 5) for c in channels]
 
 
 def ours(**fields):
     return {"lumenara": fields}
 
 
-# Materials ----------------------------------------------------------------------------------------------------------
+# Materials ------------------------------------------------------------
 
 
 class Materials:
@@ -95,9 +97,8 @@ class Materials:
             normalTexture=self.picture("Stoneware relief", relief))
 
     def light(self, name, colour, strength):
-        return self.doc.material(
-            name, pbrMetallicRoughness={"baseColorFactor": [0.0, 0.0, 0.0, 1.0], "metallicFactor": 0.0, "roughnessFactor": 1.0},
-            emissiveFactor=colour, extensions={"KHR_materials_emissive_strength": {"emissiveStrength": strength}})
+        return self.surface(name, 0x000000, 0.0, 1.0, emissiveFactor=colour, extensions={
+            "KHR_materials_emissive_strength": {"emissiveStrength": strength}})
 
     def glowing(self):
         self.doc.use("KHR_materials_emissive_strength")
@@ -106,21 +107,20 @@ class Materials:
         self.strip = self.light("Strip light", [0.82, 0.91, 1.0], 6.0)
 
 
-# Objects ------------------------------------------------------------------------------------------------------------
+# Objects ------------------------------------------------------------
 
 
 def backdrop():
-    """A sheet that runs from the floor up the wall in one curve; it is drawn along x, so its profile is turned into z."""
-    sweep = shape.extruded(shape.rounded([(2.6, 0.0), (-1.3, 0.0), (-1.3, 2.6)], 0.8, 24), 5.0, 0.001, bevel_steps=1)
-    return sweep
+    """A sheet that runs from the floor up the wall in one curve. Its x is the room's z: the node turns it."""
+    curve = shape.rounded([(2.6, 0.0), (-1.3, 0.0), (-1.3, 2.6)], 0.8, 24)
+    return shape.extruded(curve, 5.0, 0.001, bevel_steps=1)
 
 
 def arch():
     def outline(radius):
-        half = [(radius * math.cos(a), ARCH_LEG + radius * math.sin(a)) for a in (math.pi * i / 48 for i in range(49))]
-        points = [(radius, -0.002)] + half + [(-radius, -0.002)]
-        normals = [(1.0, 0.0)] + [(math.cos(math.pi * i / 48), math.sin(math.pi * i / 48)) for i in range(49)] + [(-1.0, 0.0)]
-        return [p + n for p, n in zip(points, normals)]
+        half = [(math.cos(math.pi * i / 48), math.sin(math.pi * i / 48)) for i in range(49)]
+        bow = [(radius * c, ARCH_LEG + radius * s, c, s) for c, s in half]
+        return [(radius, -0.002, 1.0, 0.0)] + bow + [(-radius, -0.002, -1.0, 0.0)]
 
     bevel = 0.006
     outer, inner = outline(ARCH_OUT), [(x, y, -nx, -ny) for x, y, nx, ny in outline(ARCH_IN)]
@@ -133,8 +133,9 @@ def arch():
 
 def clay_vase():
     foot = [(0.0, 0.0), (0.030, 0.0), (0.042, 0.003)]
-    wall = [(0.050, 0.012), (0.070, 0.050), (0.078, 0.090), (0.068, 0.130), (0.042, 0.160), (0.029, 0.182), (0.031, 0.203), (0.038, 0.214)]
-    outer = shape.flowing(foot + wall, 8)
+    belly = [(0.050, 0.012), (0.070, 0.050), (0.078, 0.090), (0.068, 0.130)]
+    neck = [(0.042, 0.160), (0.029, 0.182), (0.031, 0.203), (0.038, 0.214)]
+    outer = shape.flowing(foot + belly + neck, 8)
     inner = shape.inner_wall(outer[20:], 0.005)
     rim = [outer[-1]] + shape.lip(outer[-1], inner[0]) + inner
     mesh = shape.lathe(outer, 96, v_range=(0.06, 1.0), tangents=True)
@@ -144,32 +145,51 @@ def clay_vase():
 def glass_vase():
     """One closed skin: outside, lip and inside, with a thick foot."""
     outer = shape.rounded([(0.0, 0.0), (0.036, 0.0), (0.036, 0.01)], [0, 0.004, 0], 6)[:-1]
-    outer += shape.flowing([(0.036, 0.006), (0.0375, 0.03), (0.0435, 0.075), (0.044, 0.11), (0.0365, 0.150), (0.0335, 0.172), (0.0365, 0.192)], 8)
+    wall = [(0.036, 0.006), (0.0375, 0.03), (0.0435, 0.075), (0.044, 0.11), (0.0365, 0.150), (0.0335, 0.172)]
+    outer += shape.flowing(wall + [(0.0365, 0.192)], 8)
     inner = shape.inner_wall([p for p in outer if p[1] > 0.03], 0.0028)
     floor = shape.flowing([inner[-1][:2], (0.031, 0.0215), (0.018, 0.0165), (0.0, 0.015)], 6)[1:]
     return shape.lathe(outer + shape.lip(outer[-1], inner[0]) + inner + floor, 96)
 
 
+def branch(lean, height, tip, phase):
+    """The way of a dry branch: from its foot in the glass over the other side's rim to its tip, at 0 to 1.
+
+    `lean` is its direction about y, `tip` the tip's distance from the axis. The distance is a parabola through
+    three heights, so that the branch clears the glass.
+    """
+    rim = 0.172 / height
+    curve = (tip + 0.018 - 0.038 / rim) / (1 - rim)
+    slope = tip + 0.018 - curve
+
+    def at(t):
+        out = -0.018 + slope * t + curve * t * t
+        side = 0.006 * math.sin(t * 5 + phase)
+        x = out * math.cos(lean) - side * math.sin(lean)
+        z = out * math.sin(lean) + side * math.cos(lean)
+        return (x, 0.0175 + height * t, z)
+
+    return at
+
+
 def stems():
     """Thin dry branches that stand in the glass, with buds: (stems, buds)."""
     branches, buds = shape.Mesh(), shape.Mesh()
-    for k, (lean, height, bow, bends) in enumerate(((-0.62, 0.33, 0.3, 2.0), (0.22, 0.375, -0.35, 1.3), (1.9, 0.29, 0.4, 0.2), (3.4, 0.325, -0.2, 4.2))):
-        def at(t, lean=lean, height=height, bow=bow, bends=bends):
-            out = -0.020 + 0.088 * t + bow * 0.06 * math.sin(t * math.pi)
-            side = 0.008 * math.sin(t * 5 + bends)
-            return (out * math.cos(lean) - side * math.sin(lean), 0.0175 + height * t, out * math.sin(lean) + side * math.cos(lean))
-
+    kinds = ((-0.62, 0.33, 0.082, 2.0), (0.22, 0.375, 0.05, 1.3), (1.9, 0.29, 0.07, 0.2), (3.4, 0.325, 0.055, 4.2))
+    for k, kind in enumerate(kinds):
+        at = branch(*kind)
         branches.add(shape.tube([at(i / 28) for i in range(29)], lambda t: 0.0016 - 0.0009 * t, 8))
         for n in range(9):
             t = 0.62 + 0.0425 * n
-            angle = n * 2.4 + k
-            out = (math.cos(angle), 0.55, math.sin(angle))
-            tip = shape.plus(at(t), shape.times(shape.unit(out), 0.013 - 0.006 * (t - 0.62)))
+            size = 0.0046 - 0.0012 * (t - 0.62) + 0.0004 * math.sin(n * 5 + k)
             if n == 8:
-                tip = shape.plus(at(1.0), (0.0, 0.003, 0.0))
+                end = shape.plus(at(1.0), (0.0, 0.003, 0.0))
             else:
-                branches.add(shape.tube([at(t), shape.plus(shape.times(at(t), 0.5), shape.plus(shape.times(tip, 0.5), (0, -0.001, 0))), tip], 0.0006, 6))
-            buds.add(shape.sphere(0.0046 - 0.0012 * (t - 0.62) + 0.0004 * math.sin(n * 5 + k), 14, 8), tip)
+                out = shape.unit((math.cos(n * 2.4 + k), 0.55, math.sin(n * 2.4 + k)))
+                end = shape.plus(at(t), shape.times(out, 0.013 - 0.006 * (t - 0.62)))
+                middle = shape.plus(shape.times(shape.plus(at(t), end), 0.5), (0.0, -0.001, 0.0))
+                branches.add(shape.tube([at(t), middle, end], 0.0006, 6))
+            buds.add(shape.sphere(size, 14, 8), end)
     return branches, buds
 
 
@@ -195,7 +215,10 @@ def panel(width, height):
 
 
 def cage():
-    """The knot's control cage, for the subdivision generator: quads in pairs of triangles, without normals."""
+    """The knot's control cage, for the subdivision generator.
+
+    Quads in pairs of triangles, without normals.
+    """
     mesh = shape.Mesh()
     mesh.positions, quads = shape.knot_cage(0.0265, 0.030, 0.0135, 21, -2)
     for a, b, c, d in quads:
@@ -203,7 +226,7 @@ def cage():
     return mesh
 
 
-# Composition --------------------------------------------------------------------------------------------------------
+# Composition ------------------------------------------------------------
 
 
 def still_life(doc, look_of):
@@ -219,7 +242,8 @@ def still_life(doc, look_of):
     put("Clay vase", clay_vase(), look_of.stoneware, -0.345, TOP, 0.03)
     put("Glass vase", glass_vase(), look_of.glass, 0.045, TOP, 0.07)
     branches, buds = stems()
-    doc.node("Dry branches", table, mesh=doc.mesh("Dry branches", (branches, look_of.stem), (buds, look_of.bud)), translation=[0.045, TOP, 0.07])
+    dry = doc.mesh("Dry branches", (branches, look_of.stem), (buds, look_of.bud))
+    doc.node("Dry branches", table, mesh=dry, translation=[0.045, TOP, 0.07])
     put("Brushed cone", cone(), look_of.brushed, -0.195, TOP, 0.13)
     put("Steel sphere", shape.sphere(0.042), look_of.steel, -0.085, TOP + 0.042, 0.155)
     put("Pebble", shape.sphere(0.02, 48, 24), look_of.pebble, 0.15, TOP + 0.02, 0.175)
@@ -241,7 +265,8 @@ def sun_at(t):
 
 def lamps(doc, look_of):
     def panel_at(name, size, place, material):
-        doc.node(name, mesh=doc.mesh(name, (panel(*size), material)), translation=list(place), rotation=look(place, FOCUS))
+        sheet = doc.mesh(name, (panel(*size), material))
+        doc.node(name, mesh=sheet, translation=list(place), rotation=look(place, FOCUS))
 
     panel_at("Softbox", (0.8, 1.0), (-1.35, 1.05, 0.75), look_of.window)
     panel_at("Strip light", (0.16, 1.1), (1.15, 0.75, 0.15), look_of.strip)
@@ -253,21 +278,25 @@ def lamps(doc, look_of):
         ("Rim light", (0.95, 0.95, -0.8), FOCUS, [0.8, 0.9, 1.0], 3.2, 0.06, (0.2, 0.55)),
         ("Wall light", (0.75, 1.9, -0.2), wall, [1.0, 0.86, 0.7], 2.6, 0.08, (0.0, 0.75)),
     ):
-        inner, outer = cone_of
-        doc.node(name, translation=list(place), rotation=look(place, target),
-                 extensions=doc.light(name=name, type="spot", color=colour, intensity=strength, spot={"innerConeAngle": inner, "outerConeAngle": outer}),
-                 extras=ours(container=[[1107, "real", radius], [1108, "long", 2]], tags=watch if target == FOCUS else []))
+        cone = {"innerConeAngle": cone_of[0], "outerConeAngle": cone_of[1]}
+        spot = doc.light(name=name, type="spot", color=colour, intensity=strength, spot=cone)
+        soft = ours(container=[[1107, "real", radius], [1108, "long", 2]], tags=watch if target == FOCUS else [])
+        doc.node(name, translation=list(place), rotation=look(place, target), extensions=spot, extras=soft)
     doc.node("Sky", extras=ours(type=5105, container=[
-        [1201, "long", 2], [1202, "vector", [0.22, 0.25, 0.30]], [1203, "vector", [0.30, 0.28, 0.26]], [1204, "vector", [0.09, 0.085, 0.08]]]))
+        [1201, "long", 2], [1202, "vector", [0.22, 0.25, 0.30]],
+        [1203, "vector", [0.30, 0.28, 0.26]], [1204, "vector", [0.09, 0.085, 0.08]]]))
 
 
 def cameras(doc):
     """Hero hangs on a rig that drifts about the middle of the table; Detail stands still."""
+
+    def camera(name, parent, angle, eye, target):
+        lens = doc.camera(name, math.radians(angle), 16 / 9)
+        return doc.node(name, parent, camera=lens, translation=list(eye), rotation=look(eye, target))
+
     rig = doc.node("Camera rig", translation=list(FOCUS))
-    eye = (0.43, 0.36, 1.64)
-    hero = doc.node("Hero", rig, camera=doc.camera("Hero", math.radians(22.5), 16 / 9), translation=list(eye), rotation=look(eye, (0.0, 0.0, 0.0)))
-    eye, target = (0.40, 0.30, 0.80), (0.065, 0.170, 0.0)
-    doc.node("Detail", camera=doc.camera("Detail", math.radians(20), 16 / 9), translation=list(eye), rotation=look(eye, target))
+    hero = camera("Hero", rig, 22.5, (0.43, 0.36, 1.64), (0.0, 0.0, 0.0))
+    camera("Detail", None, 20, (0.40, 0.30, 0.80), (0.065, 0.170, 0.0))
     return rig, hero
 
 
@@ -298,11 +327,22 @@ def motion(doc, ring, sun, rig):
 
 
 def settings(doc, camera):
+    start, end = [0, FPS], [LAST_FRAME, FPS]
+    final = [[5008, "long", 1280], [5009, "long", 720], [7100, "long", 64], [7101, "real", 0.01], [5002, "long", 2]]
     doc.json["extras"] = ours(
-        version=1, fps=FPS, time=[0, FPS], minTime=[0, FPS], maxTime=[LAST_FRAME, FPS], loopMinTime=[0, FPS], loopMaxTime=[LAST_FRAME, FPS],
-        renderData=[{"name": "Final", "container": [[5008, "long", 1280], [5009, "long", 720], [7100, "long", 64], [7101, "real", 0.01], [5002, "long", 2]],
-                     "videoPosts": [{"type": 1021096}]}],
-        activeRenderData=0, views=[{"camera": {"node": camera}, "frame": [0, 0, 1280, 720]}], activeView=0, renderView=0)
+        version=1,
+        fps=FPS,
+        time=start,
+        minTime=start,
+        maxTime=end,
+        loopMinTime=start,
+        loopMaxTime=end,
+        renderData=[{"name": "Final", "container": final, "videoPosts": [{"type": 1021096}]}],
+        activeRenderData=0,
+        views=[{"camera": {"node": camera}, "frame": [0, 0, 1280, 720]}],
+        activeView=0,
+        renderView=0,
+    )
 
 
 def build():

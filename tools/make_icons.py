@@ -1,8 +1,9 @@
 #!/usr/bin/env python3
 """Draws the project's icons from vector art into res/gui/. Usage: make_icons.py [FOLDER] [--preview FOLDER]
 
-The art lives on a grid of 16 units with strokes of 1.5; pictures are 32 pixels wide, the error sign 64. `--preview` also writes each
-picture enlarged, on the dark and the light window colour, as a PNG to look at. Needs nothing but Python 3.
+The art lives on a grid of 16 units with strokes of 1.5; pictures are 32 pixels wide, the error sign 64.
+`--preview` also writes each picture enlarged, on the dark and the light window colour, as a PNG to look at.
+Needs nothing but Python 3.
 """
 
 import argparse
@@ -20,7 +21,10 @@ WHITE = art.colour(0xFFFFFF)
 
 
 def mark():
-    """The project's mark: a lens-like disc, split by a slanted line into a dim and a lit half - before and after."""
+    """The project's mark.
+
+    A lens-like disc, split by a slanted line into a dim and a lit half - before and after.
+    """
     glass = art.disc(8, 8, 4.75)
     top, bottom = (9.9, 0), (6.1, 16)
     lit_side = art.half_plane(*top, *bottom)
@@ -55,7 +59,10 @@ def cancel():
 
 
 def error():
-    """A warning triangle for the banner over a picture: filled, and dark around its edge so that it reads on any colour."""
+    """A warning triangle for the banner over a picture.
+
+    Filled, and dark around its edge so that it reads on any colour.
+    """
     corners = [(8, 3.1), (14.0, 13.0), (2.0, 13.0)]
     halo = [(art.polygon(corners, 1.2 + 0.08 * i), (0, 0, 0, 0.08)) for i in range(7, 0, -1)]
     return halo + [

@@ -1,8 +1,9 @@
 """A small vector rasteriser and picture writer for the project's own line art. Standard library only.
 
-A shape is a function (x, y) -> bool in grid units. A drawing is a list of (shape, colour) pairs, painted bottom first, where a
-colour is (red, green, blue, alpha) with alpha from 0 to 1. `rasterise` takes many samples a pixel, so edges come out smooth at any
-size, and returns rows of straight (not premultiplied) 8-bit RGBA.
+A shape is a function (x, y) -> bool in grid units. A drawing is a list of (shape, colour) pairs, painted
+bottom first, where a colour is (red, green, blue, alpha) with alpha from 0 to 1. `rasterise` takes many
+samples a pixel, so edges come out smooth at any size, and returns rows of straight (not premultiplied) 8-bit
+RGBA.
 """
 
 import math
@@ -15,7 +16,7 @@ def colour(token, alpha=1.0):
     return (token >> 16 & 255, token >> 8 & 255, token & 255, alpha)
 
 
-# Shapes -------------------------------------------------------------------------------------------------------------
+# Shapes ------------------------------------------------------------
 
 
 def disc(cx, cy, radius):
@@ -42,7 +43,10 @@ def stroke(points, width, closed=False):
 
 
 def arc(cx, cy, radius, start, stop, width):
-    """A stroked arc with round caps; angles in degrees, clockwise on the picture from the three o'clock direction."""
+    """A stroked arc with round caps.
+
+    Angles in degrees, clockwise on the picture from the three o'clock direction.
+    """
     ends = [(cx + radius * math.cos(math.radians(a)), cy + radius * math.sin(math.radians(a))) for a in (start, stop)]
     caps = [disc(x, y, width / 2) for x, y in ends]
     band = ring(cx, cy, radius, width)
@@ -83,7 +87,7 @@ def without(first, second):
     return lambda x, y: first(x, y) and not second(x, y)
 
 
-# Pixels -------------------------------------------------------------------------------------------------------------
+# Pixels ------------------------------------------------------------
 
 
 def rasterise(drawing, size, grid=16.0, samples=8):
@@ -115,7 +119,7 @@ def _pixel(drawing, left, top, samples, scale):
     return bytes(min(255, round(v)) for v in (red / alpha, green / alpha, blue / alpha, 255 * alpha / samples**2))
 
 
-# Files --------------------------------------------------------------------------------------------------------------
+# Files ------------------------------------------------------------
 
 
 def tiff_bytes(rows):
@@ -145,7 +149,10 @@ def tiff_bytes(rows):
 
 
 def png_bytes(rows, channels):
-    """A PNG of 8-bit rows with 1 (grey), 3 (RGB) or 4 (RGBA) channels; each row takes the filter that looks cheapest."""
+    """A PNG of 8-bit rows with 1 (grey), 3 (RGB) or 4 (RGBA) channels.
+
+    Each row takes the filter that looks cheapest.
+    """
     kind = {1: 0, 3: 2, 4: 6}[channels]
     width, height = len(rows[0]) // channels, len(rows)
 
