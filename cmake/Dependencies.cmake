@@ -9,8 +9,8 @@ function(lumenara_dependency name)
   add_library(dep::${name} ALIAS dep_${name})
   target_link_libraries(dep_${name} INTERFACE ${arg_LINK})
   foreach(folder IN LISTS arg_INCLUDE)
-    # The compiler knows this folder; naming it again would change the order of the standard headers.
-    if(NOT folder STREQUAL "/usr/include")
+    # The compiler knows its own folders; naming one again would change the order of the standard headers.
+    if(NOT folder IN_LIST CMAKE_CXX_IMPLICIT_INCLUDE_DIRECTORIES)
       target_include_directories(dep_${name} SYSTEM INTERFACE "${folder}")
     endif()
   endforeach()
@@ -44,6 +44,19 @@ target_link_libraries(dep_embree INTERFACE dep_tbb)
 
 # OpenImageIO: reading and writing of still images. By name: its CMake target lists a folder that does not exist.
 lumenara_find_dependency(openimageio HEADER OpenImageIO/imageio.h LIBRARIES OpenImageIO OpenImageIO_Util)
+
+# FFmpeg: encoding of movies.
+lumenara_find_dependency(ffmpeg HEADER libavformat/avformat.h LIBRARIES avformat avcodec swscale avutil)
+
+# Magick++ (version 6): writing of PSD pictures. Its settings stand in a folder of the processor's kind.
+lumenara_find_dependency(magick HEADER Magick++.h LIBRARIES Magick++-6.Q16 MagickCore-6.Q16 SUFFIXES ImageMagick-6)
+find_path(LUMENARA_magick_CONFIG magick/magick-baseconfig.h PATH_SUFFIXES ImageMagick-6 REQUIRED)
+mark_as_advanced(LUMENARA_magick_CONFIG)
+target_include_directories(dep_magick SYSTEM INTERFACE "${LUMENARA_magick_CONFIG}")
+target_compile_definitions(dep_magick INTERFACE MAGICKCORE_HDRI_ENABLE=0 MAGICKCORE_QUANTUM_DEPTH=16)
+
+# libzip: the container of OpenRaster pictures.
+lumenara_find_dependency(zip HEADER zip.h LIBRARIES zip)
 
 # FreeType: glyph outlines and their pixels, for text in pictures.
 find_package(Freetype REQUIRED)

@@ -21,7 +21,7 @@ set(LUMENARA_USES_qt session dialog view render core image scene interface)
 # Third-party libraries stay behind one wall each.
 set(LUMENARA_WALLS_interface)
 set(LUMENARA_WALLS_core json threads)
-set(LUMENARA_WALLS_image openimageio freetype harfbuzz fontconfig threads)
+set(LUMENARA_WALLS_image openimageio ffmpeg magick zip freetype harfbuzz fontconfig threads)
 set(LUMENARA_WALLS_scene tinygltf draco assimp opensubdiv json threads)
 set(LUMENARA_WALLS_render embree tbb threads)
 set(LUMENARA_WALLS_dialog threads)

@@ -20,7 +20,8 @@ Outcome save(const BaseBitmap& bitmap, const Filename& name, LONG format, const 
   const host::ImageFilter* filter = host::findImageFilter(format);
   if (!filter)
     return {IMAGERESULT_WRONGTYPE, "was not saved: there is no writer for image format " +
-                                       std::to_string(format) + ". Choose TIFF, BMP, JPEG, PNG or OpenEXR."};
+                                       std::to_string(format) +
+                                       ". Choose TIFF, BMP, JPEG, PSD, B3D, PNG or OpenEXR."};
   if (bitmap.GetBw() < 1)
     return {IMAGERESULT_PARAM_ERROR, "was not saved: the picture is empty. Render it first."};
   const bool alpha = (bits & SAVEBIT_ALPHA) != 0 && bitmap.GetBt() == 32;

@@ -30,6 +30,8 @@ FileBytes encodePng(const FilterJob& job);  // with alpha when wanted, straight
 /// that was drawn over since (a stamp, a banner), or a bitmap without film, holds the linear light of its
 /// codes. With alpha the colours are multiplied by it, as the format's readers expect.
 FileBytes encodeExr(const FilterJob& job);
+FileBytes encodePsd(const FilterJob& job);        // 8 bits a channel; with alpha when wanted, straight
+FileBytes encodeOpenRaster(const FilterJob& job); // a document of one layer; with alpha when wanted
 
 /// A filter by its number; null when there is none that writes.
 struct ImageFilter {

@@ -1,4 +1,4 @@
-// Pictures: bitmaps, and clip maps with text.
+// Pictures: bitmaps, clip maps with text, and movies.
 #pragma once
 
 #include <atomic>
@@ -174,6 +174,37 @@ class C4D_API GeClipMap {
   ~GeClipMap();
   GeClipMap(const GeClipMap&) = delete;
   GeClipMap& operator=(const GeClipMap&) = delete;
+  struct Data;
+  Data* data_;
+};
+
+/// Writes a movie. One thread at a time. The file appears under its name, whole, at `Close`: until then, and
+/// when nothing was written, what was there stays.
+class C4D_API MovieSaver {
+ public:
+  static MovieSaver* Alloc();
+  static void Free(MovieSaver*& saver); // closes
+
+  /// Begins a movie of the bitmap's size at `fps` (1 to 1000) frames a second in the format FILTER_AVI or
+  /// FILTER_MOVIE. `options` holds the choices of `Choose`; null or empty: a default that plays everywhere.
+  /// With SAVEBIT_ALPHA the alpha of a 32-bit bitmap is written where the codec has one. A movie that is open
+  /// is closed first. A failure also enters the host's record of failed writes.
+  IMAGERESULT Open(const Filename& name, BaseBitmap* bitmap, LONG fps, LONG format,
+                   const BaseContainer* options, SAVEBIT bits);
+  /// Adds a frame of the size given at `Open`. It is encoded beside the caller's next work; a failure shows
+  /// in a later call.
+  IMAGERESULT Write(BaseBitmap* bitmap);
+  /// Ends the movie; false (and an entry in the record of failed writes) when it could not be written whole.
+  Bool Close();
+  /// Lets the user edit the format's choices (LONG values under 10000 to 10004 and 10010 to 10020). False
+  /// when cancelled or there is nothing to choose. Main thread.
+  Bool Choose(LONG format, BaseContainer& options);
+
+ private:
+  MovieSaver();
+  ~MovieSaver();
+  MovieSaver(const MovieSaver&) = delete;
+  MovieSaver& operator=(const MovieSaver&) = delete;
   struct Data;
   Data* data_;
 };

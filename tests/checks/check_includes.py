@@ -25,6 +25,7 @@ HOST = set(USES)
 WALLS = [
     (r"embree3/|tbb/|oneapi/tbb", {"host/render", "bench"}),
     (r"OpenImageIO/|Imath/", {"host/image", "tests"}),
+    (r"libav(codec|format|util)/|libswscale/|Magick\+\+|zip\.h$", {"host/image", "tests/image"}),
     (r"ft2build\.h|freetype|FT_[A-Z_]+$|hb(-[a-z]+)?\.h|harfbuzz/|fontconfig/", {"host/image"}),
     (r"tiny_gltf\.h|draco/|assimp/|opensubdiv/", {"host/scene", "tests"}),
     (r"nlohmann/", {"host/core", "host/scene", "apps/batch", "apps/studio", "tests", "bench"}),

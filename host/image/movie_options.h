@@ -1,0 +1,56 @@
+// The choices of a movie: what the keys of `MovieSaver::Choose` mean, and what the installed libraries offer.
+// Any thread.
+#pragma once
+
+#include <vector>
+
+#include "c4d_bitmap.h"
+
+namespace host {
+
+// Keys of the options container. All hold a LONG; absent and 0 both mean the default. 10010 to 10020 are kept
+// with the others and mean nothing yet.
+inline constexpr LONG movieCodecKey = 10000;   // a MovieCodecId
+inline constexpr LONG movieQualityKey = 10001; // 1 to 100; default 80
+inline constexpr LONG movieBitRateKey = 10002; // kbit a second; default: what the quality needs
+inline constexpr LONG movieKeyDistanceKey =
+    10003;                                   // frames from one key frame to the next; default: a second's
+inline constexpr LONG movieAlphaKey = 10004; // not 0: write the bitmap's alpha, where the codec has one
+
+/// Stored in settings: a number never changes its meaning.
+enum MovieCodecId : LONG {
+  movieCodecDefault = 0, // QuickTime: H.264, else Motion JPEG; AVI: MPEG-4
+  movieCodecH264 = 1,
+  movieCodecProRes422 = 2,  // the quality chooses proxy (below 40), LT (60), standard (85) or HQ
+  movieCodecProRes4444 = 3, // with alpha
+  movieCodecMotionJpeg = 4,
+  movieCodecPng = 5,       // lossless, with alpha
+  movieCodecAnimation = 6, // lossless run lengths, with alpha
+  movieCodecRaw = 7,       // not compressed
+  movieCodecMpeg4 = 8,
+  movieCodecFfv1 = 9 // lossless, with alpha
+};
+
+struct MovieOptions {
+  LONG codec = movieCodecDefault;
+  LONG quality = 80;    // 1 to 100
+  LONG bitRate = 0;     // kbit a second up to 2000000, 0: by the quality
+  LONG keyDistance = 0; // up to 1000 frames, 0: a second's frames, at most 250
+  bool alpha = false;
+};
+
+/// The choices in a container (null: the defaults), brought into their ranges. A codec number is kept as it
+/// is: whether there is such a codec shows when the movie is opened.
+MovieOptions readMovieOptions(const BaseContainer* options);
+
+/// A codec for the user to choose, and which choices have an effect on it.
+struct MovieCodecInfo {
+  LONG id;
+  const char* name;
+  bool quality, bitRate, keyDistance, alpha;
+};
+
+/// Those that the installed libraries can write into this format, the default first; none for another format.
+std::vector<MovieCodecInfo> movieCodecs(LONG format);
+
+} // namespace host
