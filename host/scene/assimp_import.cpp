@@ -1,0 +1,441 @@
+#include "assimp_import.h"
+
+#include <assimp/DefaultIOSystem.h>
+#include <assimp/GltfMaterial.h>
+#include <assimp/Importer.hpp>
+#include <assimp/config.h>
+#include <assimp/postprocess.h>
+#include <assimp/scene.h>
+
+#include <algorithm>
+#include <cmath>
+#include <filesystem>
+#include <map>
+
+#include "document.h"
+#include "evaluate.h"
+#include "mesh_tools.h"
+#include "parameters.h"
+
+namespace host {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const char* formats[] = {"obj", "fbx", "ply", "stl", "dae"};
+
+// The library opens only the scene itself and files at or below its folder.
+class FolderSystem final : public Assimp::DefaultIOSystem {
+ public:
+  explicit FolderSystem(const fs::path& scene) : folder_(fs::weakly_canonical(scene).parent_path()) {}
+
+  bool Exists(const char* name) const override {
+    return allowed(name) && Assimp::DefaultIOSystem::Exists(name);
+  }
+  Assimp::IOStream* Open(const char* name, const char* mode) override {
+    return allowed(name) && mode[0] == 'r' ? Assimp::DefaultIOSystem::Open(name, mode) : nullptr;
+  }
+
+ private:
+  bool allowed(const char* name) const {
+    std::error_code code;
+    const fs::path path = fs::weakly_canonical(name, code);
+    if (code || !fs::is_regular_file(path, code)) return false;
+    const auto end = std::mismatch(folder_.begin(), folder_.end(), path.begin(), path.end()).first;
+    return end == folder_.end();
+  }
+  fs::path folder_;
+};
+
+Vector vectorOf(const aiVector3D& v) {
+  return {v.x, v.y, v.z};
+}
+
+Matrix matrixOf(const aiMatrix4x4& m) {
+  return {Vector(m.a4, m.b4, m.c4), Vector(m.a1, m.b1, m.c1), Vector(m.a2, m.b2, m.c2),
+          Vector(m.a3, m.b3, m.c3)};
+}
+
+Vector unitVector(const Vector& v, const Vector& otherwise) {
+  const Real length = std::sqrt(Dot(v, v));
+  return length > 0 && std::isfinite(length) ? v * (1 / length) : otherwise;
+}
+
+class Converter {
+ public:
+  Converter(const aiScene& scene, const Filename& folder, LoadContext& context)
+      : scene_(scene), folder_(folder), context_(context),
+        document_(static_cast<DocumentState*>(makeNode(NodeKind::document, 0))) {}
+
+  NodePtr<DocumentState> convert() {
+    makeMaterials();
+    readAnimations();
+    if (scene_.mRootNode) addTop(*scene_.mRootNode);
+    if (context_.notFinite > 0)
+      context_.warn(std::to_string(context_.notFinite) +
+                    " numbers that are not finite were set to 0; export the scene again if it looks wrong.");
+    DocumentState& d = *document_;
+    const LONG frames = static_cast<LONG>(std::min(std::ceil(lastKey(d) * d.fps - 1e-3), 1e9));
+    d.maxTime = d.loopMaxTime = BaseTime(frames > 0 ? frames : 90, d.fps);
+    completeDocument(d, Given{});
+    return std::move(document_);
+  }
+
+ private:
+  // --- materials ---
+
+  void makeMaterials() {
+    for (unsigned i = 0; i < scene_.mNumMaterials; ++i) {
+      auto* material = static_cast<MaterialState*>(makeNode(NodeKind::material, Mmaterial));
+      fillMaterial(*scene_.mMaterials[i], *material);
+      document_->materials.append(*material);
+      materials_.push_back(material->identity);
+    }
+  }
+
+  static std::optional<Vector> color(const aiMaterial& from, const char* key, unsigned type, unsigned index) {
+    aiColor4D c;
+    if (from.Get(key, type, index, c) != AI_SUCCESS) return std::nullopt;
+    const Vector v(c.r, c.g, c.b);
+    return std::isfinite(v.x + v.y + v.z) ? std::optional(v) : std::nullopt;
+  }
+
+  static std::optional<Real> number(const aiMaterial& from, const char* key, unsigned type, unsigned index) {
+    ai_real value = 0;
+    if (from.Get(key, type, index, value) != AI_SUCCESS || !std::isfinite(value)) return std::nullopt;
+    return value;
+  }
+
+  void fillMaterial(const aiMaterial& from, MaterialState& to) {
+    aiString name;
+    if (from.Get(AI_MATKEY_NAME, name) == AI_SUCCESS) to.name = String(name.C_Str());
+    BaseContainer& data = to.data;
+    auto base = color(from, AI_MATKEY_BASE_COLOR);
+    if (!base) base = color(from, AI_MATKEY_COLOR_DIFFUSE);
+    data.SetVector(param::baseColor, base.value_or(Vector(0.8, 0.8, 0.8)));
+    const Real opacity = std::clamp(number(from, AI_MATKEY_OPACITY).value_or(1), 0.0, 1.0);
+    data.SetReal(param::baseAlpha, opacity);
+    if (opacity < 1) data.SetLong(param::alphaMode, 2);
+    data.SetReal(param::metallic, std::clamp(number(from, AI_MATKEY_METALLIC_FACTOR).value_or(0), 0.0, 1.0));
+    // A Phong exponent as a roughness of the same width (Blinn's relation of the two lobes).
+    const Real shininess = std::max(number(from, AI_MATKEY_SHININESS).value_or(0), 0.0);
+    const Real rough = shininess > 0 ? std::pow(2 / (shininess + 2), 0.25) : 0.6;
+    data.SetReal(param::roughness,
+                 std::clamp(number(from, AI_MATKEY_ROUGHNESS_FACTOR).value_or(rough), 0.0, 1.0));
+    if (const auto glow = color(from, AI_MATKEY_COLOR_EMISSIVE); glow && *glow != Vector())
+      data.SetVector(param::emission, *glow);
+    if (const auto ior = number(from, AI_MATKEY_REFRACTI); ior && *ior > 1) data.SetReal(param::ior, *ior);
+    fillTextures(from, to);
+  }
+
+  void fillTextures(const aiMaterial& from, MaterialState& to) {
+    if (!addTexture(from, aiTextureType_BASE_COLOR, CHANNEL_COLOR, to))
+      addTexture(from, aiTextureType_DIFFUSE, CHANNEL_COLOR, to);
+    if (!addTexture(from, aiTextureType_NORMALS, CHANNEL_NORMAL, to))
+      addTexture(from, aiTextureType_NORMAL_CAMERA, CHANNEL_NORMAL, to);
+    addTexture(from, aiTextureType_HEIGHT, CHANNEL_BUMP, to);
+    if (addTexture(from, aiTextureType_EMISSIVE, CHANNEL_LUMINANCE, to) &&
+        to.data.GetType(param::emission) == DA_NIL)
+      to.data.SetVector(param::emission, Vector(1, 1, 1));
+  }
+
+  bool addTexture(const aiMaterial& from, aiTextureType type, int slot, MaterialState& to) {
+    aiString path;
+    unsigned uv = 0;
+    aiTextureMapMode modes[3] = {aiTextureMapMode_Wrap, aiTextureMapMode_Wrap, aiTextureMapMode_Wrap};
+    if (from.GetTexture(type, 0, &path, nullptr, &uv, nullptr, nullptr, modes) != AI_SUCCESS) return false;
+    auto* bitmap = static_cast<ShaderState*>(makeNode(NodeKind::shader, Xbitmap));
+    bitmap->picture = picture(path);
+    bitmap->name = String(bitmap->picture->name);
+    if (uv == 1) bitmap->data.SetLong(param::bitmapUvSet, 1);
+    const auto wrap = [](aiTextureMapMode mode) {
+      return mode == aiTextureMapMode_Clamp ? 2 : mode == aiTextureMapMode_Mirror ? 1 : 0;
+    };
+    if (wrap(modes[0]) != 0) bitmap->data.SetLong(param::bitmapWrapU, wrap(modes[0]));
+    if (wrap(modes[1]) != 0) bitmap->data.SetLong(param::bitmapWrapV, wrap(modes[1]));
+    to.shaders.append(*bitmap);
+    to.slots[static_cast<std::size_t>(slot)] = bitmap->identity;
+    return true;
+  }
+
+  PicturePtr picture(const aiString& path) {
+    std::string name = path.C_Str();
+    std::replace(name.begin(), name.end(), '\\', '/');
+    PicturePtr& known = pictures_[name];
+    if (known) return known;
+    auto made = std::make_shared<Picture>();
+    made->name = name.substr(name.find_last_of('/') + 1);
+    if (const aiTexture* embedded = scene_.GetEmbeddedTexture(path.C_Str());
+        embedded && embedded->mHeight == 0) {
+      const auto* bytes = reinterpret_cast<const std::byte*>(embedded->pcData);
+      made->bytes = std::make_shared<Bytes>(bytes, bytes + embedded->mWidth);
+    } else {
+      made->uri = name;
+      made->bytes = pictureFile(name);
+    }
+    if (made->bytes) {
+      made->mimeType = mimeTypeOf(*made->bytes);
+    } else {
+      context_.result.missingFiles.push_back(name);
+      context_.warn("The picture \"" + name +
+                    "\" is missing or cannot be read; put it beside the scene, or render without it.");
+    }
+    return known = made;
+  }
+
+  // As the file names it, below the folder; else beside the scene.
+  BytesPtr pictureFile(const std::string& name) const {
+    const fs::path normal = fs::path(name).lexically_normal();
+    for (const std::string& piece : {normal.generic_string(), normal.filename().generic_string()}) {
+      const fs::path relative(piece);
+      if (piece.empty() || relative.is_absolute() || *relative.begin() == "..") continue;
+      try {
+        return readWholeFile(folder_ + Filename(String(piece)), context_.options.limits.fileBytes);
+      } catch (const SceneError&) {
+        continue;
+      }
+    }
+    return nullptr;
+  }
+
+  // --- meshes ---
+
+  float finite(float value) {
+    if (std::isfinite(value)) return value;
+    ++context_.notFinite;
+    return 0;
+  }
+  Float3 finite(const aiVector3D& v) { return {finite(v.x), finite(v.y), finite(v.z)}; }
+
+  // All meshes of a node as one, a group each; those that lack an attribute get a neutral one.
+  MeshPtr makeMesh(const aiNode& node, std::vector<Identity>& materials) {
+    std::vector<const aiMesh*> parts;
+    for (unsigned i = 0; i < node.mNumMeshes; ++i)
+      if (node.mMeshes[i] < scene_.mNumMeshes) parts.push_back(scene_.mMeshes[node.mMeshes[i]]);
+    const auto any = [&](auto has) { return std::any_of(parts.begin(), parts.end(), has); };
+    const bool normals = any([](const aiMesh* m) { return m->HasNormals(); });
+    const bool colors = any([](const aiMesh* m) { return m->HasVertexColors(0); });
+    const bool uv[2] = {any([](const aiMesh* m) { return m->HasTextureCoords(0); }),
+                        any([](const aiMesh* m) { return m->HasTextureCoords(1); })};
+    auto mesh = std::make_shared<Mesh>();
+    for (const aiMesh* part : parts) {
+      const auto first = static_cast<std::uint32_t>(mesh->positions.size());
+      context_.spend(part->mNumVertices, 3);
+      for (unsigned v = 0; v < part->mNumVertices; ++v) {
+        mesh->positions.push_back(finite(part->mVertices[v]));
+        if (normals)
+          mesh->normals.push_back(part->HasNormals() ? unit(finite(part->mNormals[v]), {0, 1, 0})
+                                                     : Float3{0, 1, 0});
+        for (unsigned set = 0; set < 2; ++set) {
+          if (!uv[set]) continue;
+          const bool has = part->HasTextureCoords(set);
+          mesh->uv[set].push_back(
+              has ? Float2{finite(part->mTextureCoords[set][v].x), finite(part->mTextureCoords[set][v].y)}
+                  : Float2{});
+        }
+        if (!colors) continue;
+        const aiColor4D white(1, 1, 1, 1);
+        const aiColor4D& c = part->HasVertexColors(0) ? part->mColors[0][v] : white;
+        mesh->colors.push_back({finite(c.r), finite(c.g), finite(c.b), finite(c.a)});
+      }
+      addTriangles(*part, first, *mesh);
+      materials.push_back(part->mMaterialIndex < materials_.size() ? materials_[part->mMaterialIndex] : 0);
+    }
+    setBounds(*mesh);
+    return mesh;
+  }
+
+  static void addTriangles(const aiMesh& part, std::uint32_t first, Mesh& mesh) {
+    MeshGroup group{static_cast<std::uint32_t>(mesh.triangles.size()), 0};
+    for (unsigned f = 0; f < part.mNumFaces; ++f) {
+      const aiFace& face = part.mFaces[f];
+      if (face.mNumIndices != 3) continue;
+      const unsigned* i = face.mIndices;
+      if (i[0] >= part.mNumVertices || i[1] >= part.mNumVertices || i[2] >= part.mNumVertices) continue;
+      mesh.triangles.push_back({i[0] + first, i[1] + first, i[2] + first});
+    }
+    group.triangleCount = static_cast<std::uint32_t>(mesh.triangles.size()) - group.firstTriangle;
+    mesh.groups.push_back(group);
+  }
+
+  // --- nodes ---
+
+  // A root that says nothing of its own is left out.
+  void addTop(const aiNode& root) {
+    if (root.mNumMeshes == 0 && root.mTransformation.IsIdentity() && root.mNumChildren > 0) {
+      for (unsigned i = 0; i < root.mNumChildren; ++i)
+        addNode(*root.mChildren[i], document_->children, 1);
+      return;
+    }
+    addNode(root, document_->children, 1);
+  }
+
+  void addNode(const aiNode& node, NodeList& list, int depth) {
+    if (depth > context_.options.limits.depth) throw SceneError("its objects are nested too deeply");
+    ++done_;
+    context_.progress(0.7 + 0.3 * static_cast<double>(done_) / static_cast<double>(done_ + 20));
+    ObjectState* object = makeObject(node.mNumMeshes > 0 ? Opolygon : Onull);
+    list.append(*object);
+    object->name = String(node.mName.C_Str());
+    object->local = matrixOf(node.mTransformation);
+    if (!isFinite(object->local)) object->local = Matrix();
+    if (node.mNumMeshes > 0) addMesh(node, *object);
+    if (const auto found = tracks_.find(node.mName.C_Str()); found != tracks_.end())
+      object->tracks = found->second;
+    for (unsigned i = 0; i < scene_.mNumCameras; ++i)
+      if (scene_.mCameras[i]->mName == node.mName) addCamera(*scene_.mCameras[i], *object);
+    for (unsigned i = 0; i < scene_.mNumLights; ++i)
+      if (scene_.mLights[i]->mName == node.mName) addLight(*scene_.mLights[i], *object);
+    for (unsigned i = 0; i < node.mNumChildren; ++i)
+      addNode(*node.mChildren[i], object->children, depth + 1);
+  }
+
+  static bool isFinite(const Matrix& m) {
+    const Vector sum = m.off + m.v1 + m.v2 + m.v3;
+    return std::isfinite(sum.x) && std::isfinite(sum.y) && std::isfinite(sum.z);
+  }
+
+  void addMesh(const aiNode& node, ObjectState& object) {
+    std::vector<Identity> materials;
+    object.mesh = makeMesh(node, materials);
+    for (std::size_t group = 0; group < materials.size(); ++group) {
+      if (materials[group] == 0) continue;
+      NodeState* tag = makeNode(NodeKind::tag, Ttexture);
+      tag->data.SetBaseLink(param::textureMaterial, BaseLink::FromIdentity(materials[group]));
+      tag->data.SetLong(param::textureGroup, static_cast<LONG>(group));
+      object.tags.append(*tag);
+    }
+  }
+
+  ObjectState& addChild(LONG type, ObjectState& under, const Vector& position, const Vector& look,
+                        const Vector& up) {
+    ObjectState* child = makeObject(type);
+    child->name = under.name;
+    const Vector z = unitVector(-look, {0, 0, 1});
+    const Vector x = unitVector(Cross(up, z), std::abs(z.y) < 0.9 ? unitVector(Cross({0, 1, 0}, z), {1, 0, 0})
+                                                                  : Vector(1, 0, 0));
+    child->local = {position, x, Cross(z, x), z};
+    if (!isFinite(child->local)) child->local = Matrix();
+    under.children.append(*child);
+    under.name += String(" Base"); // the name finds the camera or light
+    return *child;
+  }
+
+  void addCamera(const aiCamera& camera, ObjectState& under) {
+    BaseContainer& data =
+        addChild(Ocamera, under, vectorOf(camera.mPosition), vectorOf(camera.mLookAt), vectorOf(camera.mUp))
+            .data;
+    const Real aspect = camera.mAspect > 0 && std::isfinite(camera.mAspect) ? camera.mAspect : 16.0 / 9;
+    data.SetLong(param::cameraProjection, camera.mOrthographicWidth > 0 ? 1 : 0);
+    if (camera.mOrthographicWidth > 0) data.SetReal(param::cameraYmag, camera.mOrthographicWidth / aspect);
+    const Real wide =
+        std::isfinite(camera.mHorizontalFOV) ? std::clamp<Real>(camera.mHorizontalFOV, 0.01, 3) : 0.8;
+    data.SetReal(param::cameraYfov, 2 * std::atan(std::tan(wide / 2) / aspect));
+    if (camera.mClipPlaneNear > 0) data.SetReal(param::cameraNear, camera.mClipPlaneNear);
+  }
+
+  void addLight(const aiLight& light, ObjectState& under) {
+    const Vector color(light.mColorDiffuse.r, light.mColorDiffuse.g, light.mColorDiffuse.b);
+    const Real most = std::max({color.x, color.y, color.z});
+    const bool distant = light.mType == aiLightSource_DIRECTIONAL;
+    if (!(most > 0) || !std::isfinite(most) ||
+        (light.mType != aiLightSource_POINT && light.mType != aiLightSource_SPOT && !distant))
+      return;
+    BaseContainer& data =
+        addChild(Olight, under, vectorOf(light.mPosition), vectorOf(light.mDirection), {0, 1, 0}).data;
+    data.SetLong(param::lightKind, light.mType == aiLightSource_SPOT ? 1 : distant ? 2 : 0);
+    data.SetVector(param::lightColor, color * (1 / most));
+    const Real fall = light.mAttenuationQuadratic;
+    data.SetReal(param::lightIntensity, !distant && fall > 0 && std::isfinite(fall) ? most / fall : most);
+    if (light.mType != aiLightSource_SPOT) return;
+    data.SetReal(param::lightInnerCone, std::clamp<Real>(light.mAngleInnerCone / 2, 0, 1.5));
+    data.SetReal(param::lightOuterCone, std::clamp<Real>(light.mAngleOuterCone / 2, 0.01, 1.57));
+  }
+
+  // --- animation ---
+
+  void readAnimations() {
+    for (unsigned a = 0; a < scene_.mNumAnimations; ++a) {
+      const aiAnimation& animation = *scene_.mAnimations[a];
+      document_->animationNames.emplace_back(animation.mName.C_Str());
+      const double rate = animation.mTicksPerSecond > 0 ? animation.mTicksPerSecond : 25;
+      for (unsigned c = 0; c < animation.mNumChannels; ++c)
+        readChannel(*animation.mChannels[c], a, rate);
+    }
+  }
+
+  void readChannel(const aiNodeAnim& channel, unsigned animation, double rate) {
+    Tracks tracks;
+    const auto add = [&](TrackPath path, unsigned count, std::uint32_t width, auto timeAt, auto valueAt) {
+      auto curve = std::make_shared<Curve>();
+      curve->width = width;
+      for (unsigned k = 0; k < count; ++k) {
+        curve->times.push_back(finite(static_cast<float>(timeAt(k) / rate)));
+        for (const float number : valueAt(k))
+          curve->values.push_back(finite(number));
+      }
+      if (count > 0 && std::is_sorted(curve->times.begin(), curve->times.end()))
+        tracks.push_back({path, animation, std::move(curve)});
+    };
+    const auto three = [](const aiVector3D& v) { return std::vector<float>{v.x, v.y, v.z}; };
+    add(
+        TrackPath::translation, channel.mNumPositionKeys, 3,
+        [&](unsigned k) { return channel.mPositionKeys[k].mTime; },
+        [&](unsigned k) { return three(channel.mPositionKeys[k].mValue); });
+    add(
+        TrackPath::rotation, channel.mNumRotationKeys, 4,
+        [&](unsigned k) { return channel.mRotationKeys[k].mTime; },
+        [&](unsigned k) {
+          const aiQuaternion& q = channel.mRotationKeys[k].mValue;
+          return std::vector<float>{q.x, q.y, q.z, q.w};
+        });
+    add(
+        TrackPath::scale, channel.mNumScalingKeys, 3,
+        [&](unsigned k) { return channel.mScalingKeys[k].mTime; },
+        [&](unsigned k) { return three(channel.mScalingKeys[k].mValue); });
+    if (!tracks.empty())
+      tracks_.try_emplace(channel.mNodeName.C_Str(), std::make_shared<const Tracks>(std::move(tracks)));
+  }
+
+  const aiScene& scene_;
+  Filename folder_;
+  LoadContext& context_;
+  NodePtr<DocumentState> document_;
+  std::vector<Identity> materials_;
+  std::map<std::string, PicturePtr> pictures_;
+  std::map<std::string, TracksPtr> tracks_;
+  std::size_t done_ = 0;
+};
+
+} // namespace
+
+bool canImport(const Filename& file) {
+  return std::any_of(std::begin(formats), std::end(formats),
+                     [&](const char* suffix) { return file.CheckSuffix(suffix); });
+}
+
+NodePtr<DocumentState> importDocument(const Filename& file, std::span<const std::byte>,
+                                      LoadContext& context) {
+  const std::string path = file.GetString().GetUTF8();
+  context.progress(0.1);
+  Assimp::Importer importer;
+  importer.SetIOHandler(new FolderSystem(path)); // the importer owns it
+  importer.SetPropertyBool(AI_CONFIG_IMPORT_FBX_PRESERVE_PIVOTS, false);
+  importer.SetPropertyFloat(AI_CONFIG_PP_GSN_MAX_SMOOTHING_ANGLE, 50.0F);
+  importer.SetPropertyInteger(AI_CONFIG_PP_SBP_REMOVE, aiPrimitiveType_POINT | aiPrimitiveType_LINE);
+  const aiScene* scene = importer.ReadFile(path, aiProcess_Triangulate | aiProcess_GenSmoothNormals |
+                                                     aiProcess_JoinIdenticalVertices | aiProcess_SortByPType |
+                                                     aiProcess_FindInvalidData | aiProcess_FlipUVs |
+                                                     aiProcess_GlobalScale | aiProcess_ValidateDataStructure);
+  if (!scene || (scene->mFlags & AI_SCENE_FLAGS_INCOMPLETE) != 0) {
+    std::string why = importer.GetErrorString();
+    std::replace(why.begin(), why.end(), '\n', ' ');
+    throw SceneError("its content cannot be read" + (why.empty() ? "" : " (" + why.substr(0, 160) + ")"));
+  }
+  context.progress(0.7);
+  return Converter(*scene, file.GetDirectory().Content() ? file.GetDirectory() : Filename("."), context)
+      .convert();
+}
+
+} // namespace host

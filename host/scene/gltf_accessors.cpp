@@ -1,0 +1,211 @@
+// The numbers of a glTF file: every offset and count is checked against the buffer before a byte is read.
+#include <cmath>
+#include <cstring>
+#include <limits>
+
+#include "gltf_file.h"
+
+namespace host {
+
+namespace {
+
+std::size_t componentSize(int type) {
+  switch (type) {
+  case TINYGLTF_COMPONENT_TYPE_BYTE:
+  case TINYGLTF_COMPONENT_TYPE_UNSIGNED_BYTE:
+    return 1;
+  case TINYGLTF_COMPONENT_TYPE_SHORT:
+  case TINYGLTF_COMPONENT_TYPE_UNSIGNED_SHORT:
+    return 2;
+  case TINYGLTF_COMPONENT_TYPE_UNSIGNED_INT:
+  case TINYGLTF_COMPONENT_TYPE_FLOAT:
+    return 4;
+  default:
+    return 0;
+  }
+}
+
+std::string named(int accessor) {
+  return "accessor " + std::to_string(accessor);
+}
+
+const tinygltf::Accessor& accessorAt(const GltfFile& file, int index) {
+  if (index < 0 || static_cast<std::size_t>(index) >= file.model.accessors.size())
+    throw SceneError("it refers to " + named(index) + ", which is not in it");
+  return file.model.accessors[static_cast<std::size_t>(index)];
+}
+
+// Pieces that lie `stride` bytes apart, all inside the buffer.
+struct Run {
+  const std::byte* data = nullptr;
+  std::size_t stride = 0;
+};
+
+Run runIn(const GltfFile& file, int view, std::size_t offset, std::size_t count, std::size_t size,
+          std::size_t stride, int accessor) {
+  const auto bytes = viewBytes(file, view);
+  if (stride == 0) stride = size;
+  if (stride < size) throw SceneError(named(accessor) + " has pieces that overlap");
+  const std::size_t room = bytes.size() < offset ? 0 : bytes.size() - offset;
+  if (count > 0 && (room < size || (count - 1) > (room - size) / stride))
+    throw SceneError(named(accessor) + " reaches behind the end of its data");
+  return {bytes.data() + (count > 0 ? offset : 0), stride};
+}
+
+template <class T>
+T load(const std::byte* at) {
+  T value;
+  std::memcpy(&value, at, sizeof(T));
+  return value;
+}
+
+// An integer as the fraction that it stands for, when it is normalised.
+template <class T>
+float asFloat(const std::byte* at, bool normalised) {
+  const T value = load<T>(at);
+  if constexpr (std::is_floating_point_v<T>) {
+    return value;
+  } else {
+    const auto number = static_cast<float>(value);
+    if (!normalised) return number;
+    return std::max(number / static_cast<float>(std::numeric_limits<T>::max()), -1.0F);
+  }
+}
+
+template <class T>
+std::uint32_t asInteger(const std::byte* at) {
+  const T value = load<T>(at);
+  if constexpr (std::is_signed_v<T>)
+    return value < 0 ? 0xFFFFFFFFU : static_cast<std::uint32_t>(value);
+  else
+    return value;
+}
+
+template <class Out, class T>
+Out convert(const std::byte* at, [[maybe_unused]] bool normalised) {
+  if constexpr (std::is_same_v<Out, float>)
+    return asFloat<T>(at, normalised);
+  else
+    return asInteger<T>(at);
+}
+
+template <class Out, class T>
+void copyRun(const Run& run, std::size_t count, std::size_t width, bool normalised, Out* out) {
+  for (std::size_t i = 0; i < count; ++i)
+    for (std::size_t k = 0; k < width; ++k)
+      *out++ = convert<Out, T>(run.data + i * run.stride + k * sizeof(T), normalised);
+}
+
+template <class Out>
+void copyRun(int type, const Run& run, std::size_t count, std::size_t width, bool normalised, Out* out) {
+  switch (type) {
+  case TINYGLTF_COMPONENT_TYPE_BYTE:
+    return copyRun<Out, std::int8_t>(run, count, width, normalised, out);
+  case TINYGLTF_COMPONENT_TYPE_UNSIGNED_BYTE:
+    return copyRun<Out, std::uint8_t>(run, count, width, normalised, out);
+  case TINYGLTF_COMPONENT_TYPE_SHORT:
+    return copyRun<Out, std::int16_t>(run, count, width, normalised, out);
+  case TINYGLTF_COMPONENT_TYPE_UNSIGNED_SHORT:
+    return copyRun<Out, std::uint16_t>(run, count, width, normalised, out);
+  case TINYGLTF_COMPONENT_TYPE_UNSIGNED_INT:
+    return copyRun<Out, std::uint32_t>(run, count, width, normalised, out);
+  default:
+    break;
+  }
+  if constexpr (std::is_same_v<Out, float>) copyRun<Out, float>(run, count, width, normalised, out);
+}
+
+template <class Out>
+void applySparse(const GltfFile& file, const tinygltf::Accessor& accessor, int index, std::size_t width,
+                 std::vector<Out>& values) {
+  const auto& sparse = accessor.sparse;
+  if (sparse.count < 0 || sparse.indices.byteOffset < 0 || sparse.values.byteOffset < 0 ||
+      static_cast<std::size_t>(sparse.count) > accessor.count)
+    throw SceneError(named(index) + " replaces more than it has");
+  const auto count = static_cast<std::size_t>(sparse.count);
+  const std::size_t placeSize = componentSize(sparse.indices.componentType);
+  if (placeSize == 0 || sparse.indices.componentType == TINYGLTF_COMPONENT_TYPE_FLOAT)
+    throw SceneError(named(index) + " has places that are no whole numbers");
+  const Run places = runIn(file, sparse.indices.bufferView,
+                           static_cast<std::size_t>(sparse.indices.byteOffset), count, placeSize, 0, index);
+  const Run pieces = runIn(file, sparse.values.bufferView, static_cast<std::size_t>(sparse.values.byteOffset),
+                           count, componentSize(accessor.componentType) * width, 0, index);
+  std::vector<std::uint32_t> place(count);
+  copyRun(sparse.indices.componentType, places, count, 1, false, place.data());
+  for (std::size_t i = 0; i < count; ++i) {
+    if (place[i] >= accessor.count) throw SceneError(named(index) + " replaces what it does not have");
+    copyRun(accessor.componentType, Run{pieces.data + i * pieces.stride, pieces.stride}, 1, width,
+            accessor.normalized, values.data() + place[i] * width);
+  }
+}
+
+template <class Out>
+std::vector<Out> readAccessor(const GltfFile& file, int index, std::size_t width, LoadContext& context) {
+  const tinygltf::Accessor& accessor = accessorAt(file, index);
+  const std::size_t size = componentSize(accessor.componentType);
+  if (size == 0) throw SceneError(named(index) + " has numbers of an unknown kind");
+  if (accessorWidth(file, index) != width)
+    throw SceneError(named(index) + " has " + std::to_string(accessorWidth(file, index)) +
+                     " numbers a piece where " + std::to_string(width) + " are needed");
+  context.spend(accessor.count, width);
+  Run run;
+  const bool stored = accessor.bufferView >= 0;
+  if (stored) {
+    const auto view = static_cast<std::size_t>(accessor.bufferView);
+    const std::size_t stride =
+        view < file.model.bufferViews.size() ? file.model.bufferViews[view].byteStride : 0;
+    run = runIn(file, accessor.bufferView, accessor.byteOffset, accessor.count, size * width, stride, index);
+  }
+  std::vector<Out> values(accessor.count * width, Out{});
+  if (stored) copyRun(accessor.componentType, run, accessor.count, width, accessor.normalized, values.data());
+  if (accessor.sparse.isSparse) applySparse(file, accessor, index, width, values);
+  return values;
+}
+
+} // namespace
+
+std::span<const std::byte> viewBytes(const GltfFile& file, int index) {
+  if (index < 0 || static_cast<std::size_t>(index) >= file.model.bufferViews.size())
+    throw SceneError("it refers to buffer view " + std::to_string(index) + ", which is not in it");
+  const tinygltf::BufferView& view = file.model.bufferViews[static_cast<std::size_t>(index)];
+  if (view.buffer < 0 || static_cast<std::size_t>(view.buffer) >= file.buffers.size())
+    throw SceneError("buffer view " + std::to_string(index) + " refers to a buffer that is not there");
+  const Bytes& buffer = *file.buffers[static_cast<std::size_t>(view.buffer)];
+  if (view.byteOffset > buffer.size() || view.byteLength > buffer.size() - view.byteOffset)
+    throw SceneError("buffer view " + std::to_string(index) + " reaches behind the end of its buffer");
+  return std::span(buffer).subspan(view.byteOffset, view.byteLength);
+}
+
+std::size_t accessorWidth(const GltfFile& file, int index) {
+  switch (accessorAt(file, index).type) {
+  case TINYGLTF_TYPE_SCALAR:
+    return 1;
+  case TINYGLTF_TYPE_VEC2:
+    return 2;
+  case TINYGLTF_TYPE_VEC3:
+    return 3;
+  case TINYGLTF_TYPE_VEC4:
+  case TINYGLTF_TYPE_MAT2:
+    return 4;
+  case TINYGLTF_TYPE_MAT3:
+    return 9;
+  default:
+    return 16;
+  }
+}
+
+std::vector<float> readFloats(const GltfFile& file, int accessor, std::size_t width, LoadContext& context) {
+  std::vector<float> values = readAccessor<float>(file, accessor, width, context);
+  for (float& value : values)
+    if (!std::isfinite(value)) value = 0, ++context.notFinite;
+  return values;
+}
+
+std::vector<std::uint32_t> readIntegers(const GltfFile& file, int accessor, std::size_t width,
+                                        LoadContext& context) {
+  if (accessorAt(file, accessor).componentType == TINYGLTF_COMPONENT_TYPE_FLOAT)
+    throw SceneError(named(accessor) + " must hold whole numbers");
+  return readAccessor<std::uint32_t>(file, accessor, width, context);
+}
+
+} // namespace host

@@ -1,0 +1,357 @@
+#include "gltf_file.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <set>
+#include <system_error>
+
+namespace host {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::uint32_t magicGltf = 0x46546C67, chunkJson = 0x4E4F534A, chunkBinary = 0x004E4942;
+
+std::uint32_t word(std::span<const std::byte> bytes, std::size_t at) {
+  std::uint32_t value = 0;
+  for (std::size_t i = 0; i < 4; ++i)
+    value |= std::to_integer<std::uint32_t>(bytes[at + i]) << (8 * i);
+  return value;
+}
+
+fs::path pathOf(const Filename& file) {
+  return fs::path(std::u8string(reinterpret_cast<const char8_t*>(file.GetString().GetUTF8().c_str())));
+}
+
+// The file that a reference names, when it lies at or below the folder.
+std::optional<Filename> resolveReference(const std::string& uri, const Filename& folder) {
+  const std::string plain = percentDecoded(uri);
+  if (!folder.Content() || plain.empty() || plain.find('\0') != std::string::npos ||
+      plain.find(':') != std::string::npos || plain.find('\\') != std::string::npos)
+    return std::nullopt;
+  const fs::path path = fs::path(plain).lexically_normal();
+  if (path.is_absolute() || path.empty() || *path.begin() == "..") return std::nullopt;
+  return folder + Filename(String(path.generic_string()));
+}
+
+struct DataUri {
+  std::string mimeType;
+  Bytes bytes;
+};
+
+bool isDataUri(const std::string& uri) {
+  return uri.rfind("data:", 0) == 0;
+}
+
+std::optional<DataUri> readDataUri(const std::string& uri) {
+  const std::size_t comma = uri.find(',');
+  if (comma == std::string::npos) return std::nullopt;
+  const std::string header = uri.substr(5, comma - 5);
+  const std::string_view body = std::string_view(uri).substr(comma + 1);
+  DataUri data;
+  data.mimeType = header.substr(0, header.find(';'));
+  if (header.find(";base64") == std::string::npos) {
+    const std::string plain = percentDecoded(body);
+    const auto bytes = std::as_bytes(std::span(plain));
+    data.bytes.assign(bytes.begin(), bytes.end());
+    return data;
+  }
+  auto bytes = fromBase64(body);
+  if (!bytes) return std::nullopt;
+  data.bytes = std::move(*bytes);
+  return data;
+}
+
+// The two chunks of a binary file.
+struct Chunks {
+  std::string_view json;
+  std::span<const std::byte> binary;
+  bool hasBinary = false;
+};
+
+Chunks splitBinary(std::span<const std::byte> bytes) {
+  if (bytes.size() < 20) throw SceneError("it is cut off in its header");
+  if (word(bytes, 4) != 2)
+    throw SceneError("it is glTF of version " + std::to_string(word(bytes, 4)) +
+                         ", and version 2 is supported",
+                     "Export it as glTF 2.0.");
+  const std::size_t length = word(bytes, 8);
+  if (length > bytes.size())
+    throw SceneError("it is cut off: " + std::to_string(bytes.size()) + " of " + std::to_string(length) +
+                     " bytes are there");
+  Chunks chunks;
+  std::size_t at = 12;
+  for (int i = 0; at + 8 <= length; ++i) {
+    const std::size_t size = word(bytes, at);
+    const std::uint32_t kind = word(bytes, at + 4);
+    at += 8;
+    if (size > length - at) throw SceneError("a part of it reaches behind its end");
+    const auto part = bytes.subspan(at, size);
+    if (i == 0 && kind != chunkJson) throw SceneError("its first part is not JSON");
+    if (i == 0) chunks.json = {reinterpret_cast<const char*>(part.data()), part.size()};
+    if (i == 1 && kind == chunkBinary) chunks.binary = part, chunks.hasBinary = true;
+    at += (size + 3) & ~std::size_t{3};
+    if (at > length) break;
+  }
+  return chunks;
+}
+
+// --- the JSON, before the library sees it ---
+
+void checkVersion(const Json& root) {
+  if (!root.is_object()) throw SceneError("it holds no glTF document");
+  const std::string version = textIn(member(root, "asset"), "version");
+  if (version.empty()) throw SceneError("it does not say which version of glTF it is");
+  if (version.rfind("2.", 0) != 0)
+    throw SceneError("it is glTF " + version.substr(0, 20) + ", and version 2.0 is supported",
+                     "Export it as glTF 2.0.");
+}
+
+void checkExtensions(const Json& root) {
+  static const std::set<std::string, std::less<>> known{
+      "KHR_lights_punctual",    "KHR_texture_transform",
+      "KHR_materials_unlit",    "KHR_materials_emissive_strength",
+      "KHR_materials_ior",      "KHR_materials_transmission",
+      "KHR_materials_specular", "KHR_materials_clearcoat",
+      "KHR_mesh_quantization",  "KHR_draco_mesh_compression"};
+  const Json& required = member(root, "extensionsRequired");
+  for (std::size_t i = 0; i < countOf(required); ++i) {
+    const std::string name = required[i].is_string() ? required[i].get<std::string>() : "?";
+    if (!known.contains(name))
+      throw SceneError("it requires the extension " + name.substr(0, 80) + ", which is not supported",
+                       "Export it without that extension.");
+  }
+}
+
+// The library drops a primitive or refuses a file where the standard does not; these places are made plain
+// for it, and read from the JSON itself.
+void preparePrimitive(Json& primitive, std::size_t mesh) {
+  if (!primitive.is_object() || !member(primitive, "attributes").is_object())
+    throw SceneError("mesh " + std::to_string(mesh) + " has a part without attributes");
+  for (const auto& [name, accessor] : member(primitive, "attributes").items())
+    if (!accessor.is_number_integer())
+      throw SceneError("mesh " + std::to_string(mesh) + " names no accessor for \"" + name.substr(0, 40) +
+                       "\"");
+  const Json& targets = member(primitive, "targets");
+  for (std::size_t i = 0; i < countOf(targets); ++i)
+    if (!targets[i].is_object())
+      throw SceneError("mesh " + std::to_string(mesh) + " has a damaged morph target");
+  if (extension(primitive, "KHR_draco_mesh_compression").is_object()) primitive.erase("indices");
+  primitive.erase("extensions");
+  primitive.erase("extras");
+}
+
+std::string textForLibrary(const Json& root) {
+  Json plain = Json::object();
+  for (const char* key : {"asset", "scene", "scenes", "nodes", "meshes", "accessors", "bufferViews", "skins",
+                          "animations", "cameras"})
+    if (const Json& part = member(root, key); !part.is_null()) plain[key] = part;
+  for (auto& [key, list] : plain.items())
+    for (std::size_t i = 0; i < countOf(list); ++i)
+      if (list[i].is_object()) list[i].erase("extras"), list[i].erase("extensions");
+  if (plain["asset"].is_object()) plain["asset"] = Json{{"version", "2.0"}};
+  for (std::size_t m = 0; m < countOf(member(plain, "meshes")); ++m) {
+    Json& mesh = plain["meshes"][m];
+    if (!mesh.is_object() || !member(mesh, "primitives").is_array())
+      throw SceneError("mesh " + std::to_string(m) + " has no parts");
+    for (Json& primitive : mesh["primitives"])
+      preparePrimitive(primitive, m);
+  }
+  for (std::size_t s = 0; s < countOf(member(plain, "skins")); ++s)
+    if (Json& skin = plain["skins"][s]; skin.is_object() && !skin.contains("inverseBindMatrices"))
+      skin["inverseBindMatrices"] = -1;
+  return plain.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
+void parseModel(GltfFile& file) {
+  const std::string text = textForLibrary(file.root);
+  tinygltf::TinyGLTF reader;
+  std::string error, warning;
+  bool read = false;
+  try {
+    read = reader.LoadASCIIFromString(&file.model, &error, &warning, text.data(),
+                                      static_cast<unsigned>(text.size()), "", tinygltf::NO_REQUIRE);
+  } catch (const std::exception& problem) {
+    error = problem.what();
+  }
+  if (read) return;
+  std::replace(error.begin(), error.end(), '\n', ' ');
+  error.erase(error.find_last_not_of(" .") + 1);
+  throw SceneError("its structure is wrong (" + (error.empty() ? "no reason known" : error.substr(0, 160)) +
+                   ")");
+}
+
+// --- buffers and pictures ---
+
+void readBuffers(GltfFile& file, const Chunks& chunks, const Filename& folder, LoadContext& context) {
+  const Json& list = member(file.root, "buffers");
+  for (std::size_t i = 0; i < countOf(list); ++i) {
+    const std::string number = "buffer " + std::to_string(i);
+    const std::string uri = textIn(list[i], "uri");
+    const std::size_t length = sizeIn(list[i], "byteLength");
+    BytesPtr bytes;
+    if (uri.empty()) {
+      if (i != 0 || !chunks.hasBinary) throw SceneError(number + " has no data");
+      bytes = std::make_shared<Bytes>(chunks.binary.begin(), chunks.binary.end());
+    } else if (isDataUri(uri)) {
+      auto data = readDataUri(uri);
+      if (!data) throw SceneError(number + " holds no readable data");
+      bytes = std::make_shared<Bytes>(std::move(data->bytes));
+    } else {
+      const auto name = resolveReference(uri, folder);
+      if (!name)
+        throw SceneError(number + " is the file \"" + uri.substr(0, 200) +
+                             "\", which is not below the scene's folder",
+                         "Put the file beside the scene and name it by a relative path.");
+      bytes = readWholeFile(*name, context.options.limits.fileBytes);
+    }
+    if (bytes->size() < length)
+      throw SceneError(number + " is cut off: " + std::to_string(bytes->size()) + " of " +
+                       std::to_string(length) + " bytes are there");
+    file.buffers.push_back(std::move(bytes));
+    context.progress(0.05 + 0.25 * static_cast<double>(i + 1) / static_cast<double>(list.size()));
+  }
+}
+
+std::string lastPiece(const std::string& path) {
+  const std::size_t slash = path.find_last_of('/');
+  return slash == std::string::npos ? path : path.substr(slash + 1);
+}
+
+PicturePtr readPicture(const GltfFile& file, const Json& image, std::size_t number, const Filename& folder,
+                       LoadContext& context) {
+  auto picture = std::make_shared<Picture>();
+  const std::string uri = textIn(image, "uri");
+  picture->mimeType = textIn(image, "mimeType");
+  picture->name = textIn(image, "name");
+  const int view = indexIn(image, "bufferView", file.model.bufferViews.size(), "buffer view");
+  if (view >= 0) {
+    const auto bytes = viewBytes(file, view);
+    picture->bytes = std::make_shared<Bytes>(bytes.begin(), bytes.end());
+  } else if (isDataUri(uri)) {
+    if (auto data = readDataUri(uri)) {
+      if (picture->mimeType.empty()) picture->mimeType = data->mimeType;
+      picture->bytes = std::make_shared<Bytes>(std::move(data->bytes));
+    }
+  } else {
+    picture->uri = uri;
+    if (picture->name.empty()) picture->name = lastPiece(percentDecoded(uri));
+    if (const auto name = resolveReference(uri, folder)) {
+      try {
+        picture->bytes = readWholeFile(*name, context.options.limits.fileBytes);
+      } catch (const SceneError&) {
+        picture->bytes = nullptr;
+      }
+    }
+  }
+  if (const Json& kept = member(ours(image), "uri"); !kept.is_null()) picture->uri = textOf(kept);
+  if (picture->name.empty()) picture->name = "picture " + std::to_string(number);
+  if (picture->bytes && picture->mimeType.empty()) picture->mimeType = mimeTypeOf(*picture->bytes);
+  return picture;
+}
+
+void readPictures(GltfFile& file, const Filename& folder, LoadContext& context) {
+  const Json& list = member(file.root, "images");
+  for (std::size_t i = 0; i < countOf(list); ++i) {
+    file.images.push_back(readPicture(file, list[i], i, folder, context));
+    if (const Picture& picture = *file.images.back(); !picture.bytes) {
+      const std::string name = picture.uri.empty() ? picture.name : picture.uri;
+      context.result.missingFiles.push_back(name);
+      context.warn("The picture \"" + name +
+                   "\" is missing or cannot be read; put it beside the scene, or render without it.");
+    }
+    context.progress(0.3 + 0.2 * static_cast<double>(i + 1) / static_cast<double>(list.size()));
+  }
+}
+
+} // namespace
+
+void LoadContext::progress(double done) const {
+  if (options.progress && !options.progress(done)) throw SceneCancelled();
+}
+
+void LoadContext::spend(std::size_t count, std::size_t width) {
+  if (count > options.limits.elements / std::max<std::size_t>(width, 1) ||
+      (elements += count * width) > options.limits.elements)
+    throw SceneError("it holds more numbers than can be loaded", "Split the scene into smaller ones.");
+}
+
+bool isBinaryGltf(std::span<const std::byte> bytes) noexcept {
+  return bytes.size() >= 4 && word(bytes, 0) == magicGltf;
+}
+
+bool isTextGltf(std::span<const std::byte> bytes) noexcept {
+  std::size_t i = bytes.size() >= 4 && (word(bytes, 0) & 0xFFFFFFU) == 0xBFBBEFU ? 3 : 0; // a byte-order mark
+  for (; i < bytes.size(); ++i) {
+    const char c = std::to_integer<char>(bytes[i]);
+    if (c != ' ' && c != '\n' && c != '\r' && c != '\t') return c == '{';
+  }
+  return false;
+}
+
+BytesPtr readWholeFile(const Filename& file, std::size_t mostBytes) {
+  const std::string name = "\"" + file.GetString().GetUTF8() + "\"";
+  const fs::path path = pathOf(file);
+  std::error_code code;
+  const fs::file_status status = fs::status(path, code);
+  if (status.type() == fs::file_type::not_found)
+    throw SceneError("there is no file " + name, "Check the name.");
+  if (fs::is_directory(status)) throw SceneError(name + " is a folder", "Choose the scene file inside it.");
+  if (status.type() == fs::file_type::none)
+    throw SceneError(name + " cannot be read: " + code.message(), "Check your rights to the folder.");
+  if (!fs::is_regular_file(status)) throw SceneError(name + " is not a file of data", "Choose a scene file.");
+  const std::uintmax_t size = fs::file_size(path, code);
+  if (code || size > mostBytes)
+    throw SceneError(name + " is too large to load", "Split the scene into smaller ones.");
+  std::FILE* stream = std::fopen(path.string().c_str(), "rb");
+  if (!stream)
+    throw SceneError(name + " cannot be read: " + std::generic_category().message(errno),
+                     "Check your rights to the file.");
+  auto bytes = std::make_shared<Bytes>(static_cast<std::size_t>(size));
+  const std::size_t count = std::fread(bytes->data(), 1, bytes->size(), stream);
+  std::fclose(stream);
+  if (count != bytes->size())
+    throw SceneError(name + " could not be read to its end", "Check the disk, then try again.");
+  return bytes;
+}
+
+GltfFile readGltf(BytesPtr bytes, const Filename& folder, LoadContext& context) {
+  Chunks chunks;
+  if (isBinaryGltf(*bytes))
+    chunks = splitBinary(*bytes);
+  else
+    chunks.json = {reinterpret_cast<const char*>(bytes->data()), bytes->size()};
+  if (chunks.json.size() > context.options.limits.jsonBytes)
+    throw SceneError("its JSON is too large", "Split the scene into smaller ones.");
+  GltfFile file;
+  file.root = parseJson(chunks.json);
+  checkVersion(file.root);
+  checkExtensions(file.root);
+  context.progress(0.02);
+  parseModel(file);
+  context.progress(0.05);
+  readBuffers(file, chunks, folder, context);
+  readPictures(file, folder, context);
+  return file;
+}
+
+std::string mimeTypeOf(std::span<const std::byte> bytes) {
+  const std::string_view text(reinterpret_cast<const char*>(bytes.data()),
+                              std::min<std::size_t>(bytes.size(), 16));
+  const auto starts = [&](std::string_view mark) { return text.substr(0, mark.size()) == mark; };
+  if (starts("\x89PNG")) return "image/png";
+  if (starts("\xFF\xD8\xFF")) return "image/jpeg";
+  if (starts("#?RADIANCE") || starts("#?RGBE")) return "image/vnd.radiance";
+  if (starts("\x76\x2F\x31\x01")) return "image/x-exr";
+  if (starts("RIFF") && text.size() >= 12 && text.substr(8, 4) == "WEBP") return "image/webp";
+  if (starts("BM")) return "image/bmp";
+  if (starts(std::string_view("II*\0", 4)) || starts(std::string_view("MM\0*", 4))) return "image/tiff";
+  return {};
+}
+
+} // namespace host
