@@ -89,7 +89,7 @@ bool readPixels(OIIO::ImageInput& reader, const OIIO::ImageSpec& spec, const Cha
                                                 0, 1, 0, spec.nchannels, type, band.data())
                             : reader.read_scanlines(0, 0, spec.y + row, spec.y + end, 0, 0, spec.nchannels,
                                                     type, band.data());
-    if (!done) return false;
+    if (!done || reader.has_error()) return false; // some readers only leave a message
     const std::size_t before = pixels.size();
     pixels.resize(before + width * static_cast<std::size_t>(end - row) * 4);
     const Value* source = band.data();
