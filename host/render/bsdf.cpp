@@ -238,18 +238,18 @@ BsdfSample Bsdf::sample(float lobeChoice, Vec2 u) const {
   while (lobe + 1 < lobeCount && lobeChoice >= probability_[lobe])
     lobeChoice -= probability_[lobe++];
   const float p = probability_[lobe];
-  if (!(p > 0)) return s;
+  if (!(p > 0)) return {};
   s.lobe = static_cast<Lobe>(lobe);
   s.roughness = lobe == diffuseLobe ? 1 : (lobe == coatLobe ? coatRoughness_ : roughness_);
   Vec3 wi;
   if (lobe == glassLobe) {
     s.delta = mirror_[glassLobe];
-    if (!sampleGlass(std::min(lobeChoice / p, 0.99999994f), u, wi, s.weight)) return s;
+    if (!sampleGlass(std::min(lobeChoice / p, 0.99999994f), u, wi, s.weight)) return {};
   } else if (!sampleDirection(s.lobe, u, wi, s.weight, s.delta)) {
-    return s;
+    return {};
   }
   const Vec3 world = normalize(frame_.toWorld(wi));
-  if ((dot(world, geometric_) > 0) != (wi.z > 0)) return s;
+  if ((dot(world, geometric_) > 0) != (wi.z > 0)) return {};
   if (s.delta) {
     s.weight = s.weight * (1 / p);
     s.wi = world;
@@ -259,7 +259,7 @@ BsdfSample Bsdf::sample(float lobeChoice, Vec2 u) const {
   values(world, v);
   const Vec3 f = separate_ ? v[lobe].f : v[0].f + v[1].f + v[2].f + v[3].f;
   s.pdf = separate_ ? v[lobe].pdf : v[0].pdf + v[1].pdf + v[2].pdf + v[3].pdf;
-  if (!(s.pdf > 0)) return s;
+  if (!(s.pdf > 0)) return {};
   s.weight = f * (1 / s.pdf);
   s.wi = world;
   return s;

@@ -29,8 +29,8 @@ struct SurfaceLook {
 };
 
 struct BsdfSample {
-  Vec3 wi;       // unit, world; zero when nothing was sampled
-  Vec3 weight;   // value times cosine over density
+  Vec3 wi;       // unit, world
+  Vec3 weight;   // value times cosine over density; zero when nothing was sampled
   float pdf = 0; // 0 for a mirror-like lobe
   float roughness = 0;
   Lobe lobe = diffuseLobe;

@@ -145,7 +145,7 @@ class Path {
       pick_ = lights_.pick(s.position);
       if (pick_.total > 0) lookForLight(s, bsdf);
     }
-    return sampleNext(s, bsdf, hit, cone);
+    return sampleNext(s, bsdf, cone);
   }
 
   // Transmission that goes straight on: taken by chance, else the rest of the surface stands for itself.
@@ -190,10 +190,10 @@ class Path {
     add(value, wideScatters_ >= 1);
   }
 
-  bool sampleNext(const Surface& s, const Bsdf& bsdf, const Hit& hit, float cone) {
+  bool sampleNext(const Surface& s, const Bsdf& bsdf, float cone) {
     const float choice = sampler_.next1();
     const BsdfSample next = bsdf.sample(choice, sampler_.next2());
-    if (isBlack(next.weight) || (next.wi.x == 0 && next.wi.y == 0 && next.wi.z == 0)) return false;
+    if (isBlack(next.weight)) return false;
     throughput_ *= next.weight;
     if (next.lobe == diffuseLobe) {
       const SurfaceMaterial& source = *s.material->source;
@@ -213,7 +213,6 @@ class Path {
     travelled_ = 0;
     ray_ = {offsetFrom(s.position, s.geometric, next.wi), next.wi};
     ++bounce_;
-    (void)hit;
     return survives();
   }
 

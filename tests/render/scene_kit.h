@@ -1,0 +1,71 @@
+// Small scenes made by hand, rendered without documents.
+#pragma once
+
+#include <functional>
+#include <vector>
+
+#include "c4d.h"
+#include "film.h"
+#include "render_snapshot.h"
+#include "snapshot.h"
+#include "vecmath.h"
+
+namespace kit {
+
+using namespace host;
+using render::Vec3;
+
+/// Two triangles: corner, corner + u, corner + u + v, corner + v, with texture coordinates 0 to 1 along u and
+/// v. The front is the side that u x v points to.
+MeshPtr quad(Vec3 corner, Vec3 u, Vec3 v);
+/// A sphere around the origin with smooth normals.
+MeshPtr ball(float radius, int rings = 96);
+
+/// A picture whose pixel (x, y), from the upper left, is the function's value: 8 bits, red green blue alpha.
+PicturePtr picture(int width, int height, const std::function<std::array<int, 4>(int, int)>& pixel);
+/// A linear picture with large values.
+PicturePtr floatPicture(int width, int height, const std::function<Vec3(int, int)>& pixel);
+
+struct Scene {
+  std::shared_ptr<Snapshot> snapshot = std::make_shared<Snapshot>();
+
+  Scene();
+  SurfaceMaterial& addMaterial(int* index = nullptr); // white, rough, valid until the next one is added
+  Instance& add(MeshPtr mesh, int material = 0, const Matrix& toWorld = Matrix());
+  SnapshotLight& addLight(LightKind kind, Vec3 position, Vec3 towards, float intensity);
+  void sky(float radiance);
+  void lookAt(Vec3 from, Vec3 to, bool orthographic, float yfovOrMag);
+  std::vector<std::shared_ptr<SurfaceMaterial>> materials;
+};
+
+struct Result {
+  RENDERRESULT code = RENDERRESULT_OK;
+  int width = 0, height = 0;
+  std::vector<float> pixels; // four a pixel, from the film
+  std::vector<std::uint32_t> display;
+  RenderStats stats;
+  std::vector<std::string> problems;
+  Vec3 at(int x, int y) const;
+  float alpha(int x, int y) const;
+  Vec3 mean() const;
+  Vec3 mean(int left, int top, int right, int bottom) const; // inclusive
+};
+
+/// All of a picture of this size, with a fixed number of samples.
+render::RenderSettings settings(int width, int height, int samples);
+Result draw(Scene& scene, int width, int height, const render::RenderSettings& settings,
+            const render::RenderHooks& hooks = {});
+Result draw(Scene& scene, int size, int samples);
+
+ShadePtr bitmapShade(PicturePtr picture);
+
+/// A bitmap for the time of a test.
+struct Bitmap {
+  BaseBitmap* bitmap = BaseBitmap::Alloc();
+  Bitmap(int width, int height, int depth = 24) { bitmap->Init(width, height, depth); }
+  ~Bitmap() { BaseBitmap::Free(bitmap); }
+  Bitmap(const Bitmap&) = delete;
+  Bitmap& operator=(const Bitmap&) = delete;
+};
+
+} // namespace kit
