@@ -14,7 +14,7 @@ namespace {
 constexpr LONG idViewer = 1021442, idOptimize = 1021446, idRefresh = 1021447, idCancel = 1021448;
 constexpr LONG keyEnabled = 10001, keyRegionShown = 10006, keyRefreshDelay = 20005;
 
-struct Listener : host::CoreListener {
+struct Listener final : host::CoreListener {
   std::vector<LONG> ids;
   Listener() { host::mainLoop().add(this); }
   ~Listener() { host::mainLoop().remove(this); }
