@@ -25,7 +25,7 @@ class DocumentRender {
     tell(0, RENDERPROGRESSTYPE_BEFORERENDERING);
     if (container_.GetLong(RDATA_RENDERENGINE) == RDATA_RENDERENGINE_PREVIEWHARDWARE) sayFallback();
     {
-      Access::RenderView view(&bitmap_);
+      Access::RenderView view(&bitmap_, &container_);
       VideoPostStruct frame;
       frame.doc = &document_;
       frame.render = &view;
@@ -155,4 +155,8 @@ RENDERRESULT RenderDocument(BaseDocument* document, const BaseContainer& setting
 
 BaseBitmap* Render::GetBuffer(LONG type, LONG index) {
   return type == VPBUFFER_RGBA && index == -1 ? bitmap_ : nullptr;
+}
+
+BaseContainer Render::GetRenderData() const {
+  return settings_ ? *settings_ : BaseContainer();
 }
