@@ -92,19 +92,20 @@ void MainLoop::post(Task task, Urgency urgency) {
 }
 
 void MainLoop::add(CoreListener* listener) {
-  listeners_.push_back(listener);
+  listeners_.push_back({listener, ++lastListener_});
 }
 
 void MainLoop::remove(CoreListener* listener) {
-  listeners_.erase(std::remove(listeners_.begin(), listeners_.end(), listener), listeners_.end());
+  const auto is = [listener](const Listener& one) { return one.listener == listener; };
+  listeners_.erase(std::remove_if(listeners_.begin(), listeners_.end(), is), listeners_.end());
 }
 
 // A listener that goes away meanwhile is not called any more, a new one not yet.
 void MainLoop::dispatch(LONG id, const BaseContainer& message) {
-  const std::vector<CoreListener*> present = listeners_;
-  for (CoreListener* listener : present)
-    if (std::find(listeners_.begin(), listeners_.end(), listener) != listeners_.end())
-      runSafely([&] { listener->coreMessage(id, message); });
+  const std::vector<Listener> present = listeners_;
+  for (const Listener& one : present)
+    if (std::find(listeners_.begin(), listeners_.end(), one) != listeners_.end())
+      runSafely([&] { one.listener->coreMessage(id, message); });
 }
 
 TimerId MainLoop::addTimer(Milliseconds period, Task task, Urgency urgency, const void* owner) {
@@ -287,6 +288,7 @@ void MainLoop::stop() {
 void MainLoop::reset() {
   const std::lock_guard lock(mutex_);
   stopped_ = false;
+  timers_.clear();
   items_.clear();
   modals_.clear();
   refuseCalls([](const Call&) { return true; });

@@ -84,7 +84,7 @@ class MainLoop {
 
   /// From now on events are dropped and calls refused, the waiting ones too. What is for painting stays.
   void stop();
-  /// Empties it and lets it run again. Listeners and timers stay: they belong to their owners.
+  /// Empties it, timers too, and lets it run again. Listeners stay: they belong to their owners.
   void reset();
 
   // For threads (c4d_threading.h).
@@ -117,6 +117,12 @@ class MainLoop {
     const void* owner;
   };
 
+  struct Listener {
+    CoreListener* listener;
+    std::uint64_t number; // tells it from one that comes to the same address later
+    friend bool operator==(const Listener&, const Listener&) = default;
+  };
+
   void push(Item item);
   void wake();
   bool takeItem(std::uint64_t last, Item& item);
@@ -135,8 +141,9 @@ class MainLoop {
   std::uint64_t order_ = 0;
   bool stopped_ = false;
   std::shared_ptr<Task> wakeHook_;
-  std::vector<CoreListener*> listeners_; // main thread
-  std::map<TimerId, Timer> timers_;      // main thread
+  std::vector<Listener> listeners_; // main thread
+  std::uint64_t lastListener_ = 0;  // main thread
+  std::map<TimerId, Timer> timers_; // main thread
   TimerId lastTimer_ = 0;
   std::vector<const void*> modals_; // owners; changed by the main thread, under the lock
 };

@@ -146,7 +146,7 @@ bool Preferences::readDisk(Contents& contents) {
   std::string text, reason;
   switch (readWhole(file_, text, reason)) {
   case Reading::missing:
-    lastText_.clear();
+    lastText_.reset();
     return true;
   case Reading::failed:
     return complain(reason);
@@ -159,7 +159,7 @@ bool Preferences::readDisk(Contents& contents) {
     lastText_ = std::move(text);
     contents = std::move(read);
   } else {
-    lastText_.clear();
+    lastText_.reset();
     keepDamaged(reason);
   }
   return true;

@@ -5,6 +5,7 @@
 
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "c4d_container.h"
@@ -58,9 +59,9 @@ class Preferences {
 
   Filename file_;
   Slots slots_;
-  std::string lastText_; // the file's text when last read or written
+  std::optional<std::string> lastText_; // the file's text when last read or written
   int writes_ = 0;
-  bool complained_ = false, unreadable_ = false;
+  bool complained_ = false;
 };
 
 /// The running program's; null without one.

@@ -1,0 +1,4 @@
+// A module that is no plug-in.
+extern "C" int nothingToSeeHere() {
+  return 42;
+}
