@@ -18,7 +18,7 @@ LONG BaseList2D::GetType() const {
 }
 
 Bool BaseList2D::IsInstanceOf(LONG type) const {
-  return state_->type == type;
+  return state_->type == type || (type == Obase && state_->kind == NodeKind::object);
 }
 
 String BaseList2D::GetName() const {

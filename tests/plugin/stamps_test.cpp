@@ -1,0 +1,300 @@
+// Frame stamps: texts, places and what reaches the picture.
+#include <gtest/gtest.h>
+
+#include <tuple>
+
+#include "lm_keys.h"
+#include "lm_stamps.h"
+#include "plugin_fixture.h"
+
+namespace {
+
+std::string text(const String& s) {
+  return s.GetUTF8();
+}
+
+TEST(GetTimeCode, IsMinutesSecondsFrames) {
+  EXPECT_EQ(text(GetTimeCode(BaseTime(61.5, 1), 25)), "01:01:12");
+  EXPECT_EQ(text(GetTimeCode(BaseTime(0, 1), 25)), "00:00:00");
+  EXPECT_EQ(text(GetTimeCode(BaseTime(59, 30), 30)), "00:01:29");
+  EXPECT_EQ(text(GetTimeCode(BaseTime(75 * 60, 1), 30)), "75:00:00");
+  EXPECT_EQ(text(GetTimeCode(BaseTime(6000 * 60, 1), 30)), "6000:00:00");
+}
+
+TEST(GetTimeCode, TakesZeroForWhatHasNoValue) {
+  EXPECT_EQ(text(GetTimeCode(BaseTime(61.5, 0), 25)), "00:00:00");
+  EXPECT_EQ(text(GetTimeCode(BaseTime(61.5, 1), 0)), "01:01:00");
+}
+
+TEST(Wrap, SubtractsTheRangeUntilTheValueIsBelow) {
+  EXPECT_EQ(Wrap(3, 5), 3);
+  EXPECT_EQ(Wrap(5, 5), 0);
+  EXPECT_EQ(Wrap(17, 5), 2);
+  EXPECT_EQ(Wrap(-3, 5), -3);
+}
+
+class StampTest : public PluginFixture {
+ protected:
+  void SetUp() override {
+    PluginFixture::SetUp();
+    bitmap.Assign(BaseBitmap::Alloc());
+    ASSERT_EQ(bitmap->Init(WIDTH, HEIGHT, 24), IMAGERESULT_OK);
+    bitmap->Clear(GROUND, GROUND, GROUND);
+    AutoAlloc<GeClipMap> map;
+    ASSERT_EQ(map->Init(8, 8, 32), IMAGERESULT_OK);
+    th = map->GetTextHeight();
+  }
+
+  void on(LONG key, LONG horizontalKey, LONG horizontal, LONG verticalKey, LONG vertical) {
+    settings.SetValue(key, 1);
+    settings.SetValue(horizontalKey, horizontal);
+    settings.SetValue(verticalKey, vertical);
+  }
+  void custom1(const char* words, LONG horizontal, LONG vertical) {
+    settings.SetValue(LM_STAMP_TEXT1, String(words));
+    on(LM_STAMP_CUSTOM1, LM_STAMP_CUSTOM1_H, horizontal, LM_STAMP_CUSTOM1_V, vertical);
+  }
+  void custom2(const char* words, LONG horizontal, LONG vertical) {
+    settings.SetValue(LM_STAMP_TEXT2, String(words));
+    on(LM_STAMP_CUSTOM2, LM_STAMP_CUSTOM2_H, horizontal, LM_STAMP_CUSTOM2_V, vertical);
+  }
+  void draw() { DrawStamps(bitmap, &settings, WIDTH, HEIGHT, &status); }
+
+  /// The same text drawn alone by the clip map at (x, y) on the same ground.
+  bool showsTextAt(const String& words, LONG x, LONG y) {
+    AutoAlloc<GeClipMap> map;
+    map->Init(WIDTH, HEIGHT, 32);
+    map->BeginDraw();
+    map->SetDrawMode(GE_CM_DRAWMODE_BLEND, 255);
+    for (LONG py = 0; py < HEIGHT; ++py) {
+      for (LONG px = 0; px < WIDTH; ++px)
+        map->SetPixelRGBA(px, py, GROUND, GROUND, GROUND, 255);
+    }
+    DrawShadowText(*map, x, y, words);
+    map->EndDraw();
+    const LONG w = map->GetTextWidth(words);
+    return sameBox(*map, x - 2, y - 2, x + w + 2, y + th + 2);
+  }
+  bool sameBox(GeClipMap& map, LONG x1, LONG y1, LONG x2, LONG y2) {
+    bool changed = false;
+    for (LONG y = y1; y <= y2; ++y) {
+      for (LONG x = x1; x <= x2; ++x) {
+        if (x < 0 || y < 0 || x >= WIDTH || y >= HEIGHT) continue;
+        LONG r, g, b, a;
+        UWORD br, bg, bb;
+        map.GetPixelRGBA(x, y, &r, &g, &b, &a);
+        bitmap->GetPixel(x, y, &br, &bg, &bb);
+        if (r != br || g != bg || b != bb) return false;
+        changed = changed || br != GROUND;
+      }
+    }
+    return changed;
+  }
+  LONG widthOf(const String& words) {
+    AutoAlloc<GeClipMap> map;
+    map->Init(8, 8, 32);
+    return map->GetTextWidth(words);
+  }
+  bool untouched() {
+    UWORD r, g, b;
+    for (LONG y = 0; y < HEIGHT; ++y) {
+      for (LONG x = 0; x < WIDTH; ++x) {
+        bitmap->GetPixel(x, y, &r, &g, &b);
+        if (r != GROUND || g != GROUND || b != GROUND) return false;
+      }
+    }
+    return true;
+  }
+
+  static constexpr LONG WIDTH = 640, HEIGHT = 240, GROUND = 90;
+  AutoAlloc<BaseBitmap> bitmap{static_cast<BaseBitmap*>(nullptr)};
+  lmSettings settings;
+  LMTHREAD_DATA status;
+  LONG th = 0;
+};
+
+TEST_F(StampTest, NothingSwitchedOnChangesNothing) {
+  status.documentName = "scene.glb";
+  draw();
+  EXPECT_TRUE(untouched());
+}
+
+TEST_F(StampTest, TheRenderTimeHasThreeDecimals) {
+  status.renderTime = 2.5;
+  on(LM_STAMP_RENDER_TIME, LM_STAMP_RENDER_TIME_H, 0, LM_STAMP_RENDER_TIME_V, 0);
+  draw();
+  EXPECT_TRUE(showsTextAt("2.500 seconds", 4, 4));
+}
+
+TEST_F(StampTest, DateDocumentTimeCodeAndCameraAreTheRecords) {
+  status.documentName = "scene.glb";
+  status.cameraName = "Hero";
+  status.frameTime = BaseTime(61.5, 1);
+  status.fps = 25;
+  on(LM_STAMP_DATE, LM_STAMP_DATE_H, 0, LM_STAMP_DATE_V, 2);
+  on(LM_STAMP_DOCUMENT, LM_STAMP_DOCUMENT_H, 2, LM_STAMP_DOCUMENT_V, 2);
+  on(LM_STAMP_TIMECODE, LM_STAMP_TIMECODE_H, 1, LM_STAMP_TIMECODE_V, 0);
+  on(LM_STAMP_CAMERA, LM_STAMP_CAMERA_H, 2, LM_STAMP_CAMERA_V, 0);
+  draw();
+  EXPECT_TRUE(showsTextAt(GetTimeStamp(), 4, HEIGHT - th - 4));
+  EXPECT_TRUE(showsTextAt("scene.glb", WIDTH - widthOf("scene.glb") - 4, HEIGHT - th - 4));
+  EXPECT_TRUE(showsTextAt("01:01:12", (WIDTH - widthOf("01:01:12")) / 2, 4));
+  EXPECT_TRUE(showsTextAt("Hero", WIDTH - widthOf("Hero") - 4, 4));
+}
+
+TEST_F(StampTest, TheTimeStampIsTheClocks) {
+  setLocalTime(2011, 3, 7, 9, 5, 0);
+  EXPECT_EQ(text(GetTimeStamp()), "03/07/2011  09:05:00");
+}
+
+TEST_F(StampTest, NineCells) {
+  const LONG w = widthOf("cell");
+  const LONG xs[] = {4, (WIDTH - w) / 2, WIDTH - w - 4};
+  const LONG ys[] = {4, (HEIGHT - th) / 2, HEIGHT - th - 4};
+  for (LONG v = 0; v < 3; ++v) {
+    for (LONG h = 0; h < 3; ++h) {
+      SCOPED_TRACE(std::to_string(h) + "," + std::to_string(v));
+      bitmap->Clear(GROUND, GROUND, GROUND);
+      custom1("cell", h, v);
+      draw();
+      EXPECT_TRUE(showsTextAt("cell", xs[h], ys[v]));
+    }
+  }
+}
+
+TEST_F(StampTest, ASecondTopItemSitsBelowTheFirst) {
+  custom1("first", 0, 0);
+  custom2("second", 0, 0);
+  draw();
+  EXPECT_TRUE(showsTextAt("second", 4, th + 8));
+}
+
+TEST_F(StampTest, ASecondBottomItemSitsAboveTheFirst) {
+  custom1("first", 2, 2);
+  custom2("second", 2, 2);
+  draw();
+  EXPECT_TRUE(showsTextAt("second", WIDTH - widthOf("second") - 4, HEIGHT - th - 4 - (th + 8)));
+}
+
+TEST_F(StampTest, ASecondMiddleItemLandsFarBelow) {
+  custom1("first", 1, 1);
+  custom2("second", 1, 1);
+  draw();
+  const LONG first = (HEIGHT - th) / 2;
+  const LONG second = first + first + 4 + th;
+  ASSERT_LT(second + th, HEIGHT + 40);
+  EXPECT_TRUE(showsTextAt("first", (WIDTH - widthOf("first")) / 2, first));
+  EXPECT_TRUE(second >= HEIGHT || showsTextAt("second", (WIDTH - widthOf("second")) / 2, second));
+}
+
+TEST_F(StampTest, DifferentCellsDoNotPushEachOther) {
+  custom1("left", 0, 0);
+  custom2("right", 2, 0);
+  draw();
+  EXPECT_TRUE(showsTextAt("left", 4, 4));
+  EXPECT_TRUE(showsTextAt("right", WIDTH - widthOf("right") - 4, 4));
+}
+
+TEST_F(StampTest, AnotherPositionCodeIsTheCoordinateAndLeavesTheStackAlone) {
+  custom1("free", 100, 57);
+  custom2("corner", 0, 0);
+  draw();
+  EXPECT_TRUE(showsTextAt("free", 100, 57));
+  EXPECT_TRUE(showsTextAt("corner", 4, 4));
+}
+
+TEST_F(StampTest, OneFreeCodeUsesZeroOfTheStackOnTheOtherAxis) {
+  on(LM_STAMP_DOCUMENT, LM_STAMP_DOCUMENT_H, 0, LM_STAMP_DOCUMENT_V, 0);
+  status.documentName = "document";
+  custom1("free", 300, 0);
+  custom2("second", 0, 0);
+  draw();
+  EXPECT_TRUE(showsTextAt("free", 300, 4));
+  EXPECT_TRUE(showsTextAt("second", 4, th + 8));
+}
+
+TEST_F(StampTest, TheTextIsWhiteWithADarkRim) {
+  custom1("HHH", 0, 0);
+  draw();
+  bool white = false, dark = false;
+  UWORD r, g, b;
+  for (LONG y = 4; y < 4 + th; ++y) {
+    for (LONG x = 4; x < 4 + widthOf("HHH"); ++x) {
+      bitmap->GetPixel(x, y, &r, &g, &b);
+      white = white || r > 230;
+      dark = dark || r < GROUND - 10;
+    }
+  }
+  EXPECT_TRUE(white);
+  EXPECT_TRUE(dark);
+}
+
+TEST_F(StampTest, TheImageIsPlacedWithMarginsAndDoesNotMoveTexts) {
+  AutoAlloc<BaseBitmap> logo;
+  ASSERT_EQ(logo->Init(10, 6, 24), IMAGERESULT_OK);
+  logo->Clear(255, 0, 0);
+  const Filename file = folder / "logo.tif";
+  ASSERT_EQ(logo->Save(file, FILTER_TIF), IMAGERESULT_OK);
+  settings.SetValue(LM_STAMP_IMAGE_FILE, file.GetString());
+  for (const auto& [code, x, y] : {std::tuple<LONG, LONG, LONG>{0, 4, 4},
+                                   {1, (WIDTH - 10) / 2, (HEIGHT - 6) / 2},
+                                   {2, WIDTH - 14, HEIGHT - 10},
+                                   {33, 33, 33}}) {
+    SCOPED_TRACE(code);
+    bitmap->Clear(GROUND, GROUND, GROUND);
+    on(LM_STAMP_IMAGE, LM_STAMP_IMAGE_H, code, LM_STAMP_IMAGE_V, code);
+    draw();
+    expectPixel(*bitmap, x, y, 255, 0, 0);
+    expectPixel(*bitmap, x + 9, y + 5, 255, 0, 0);
+    expectPixel(*bitmap, x - 1, y, GROUND, GROUND, GROUND);
+    expectPixel(*bitmap, x + 10, y + 5, GROUND, GROUND, GROUND);
+  }
+  on(LM_STAMP_IMAGE, LM_STAMP_IMAGE_H, 2, LM_STAMP_IMAGE_V, 0);
+  custom1("text", 0, 0);
+  bitmap->Clear(GROUND, GROUND, GROUND);
+  draw();
+  EXPECT_TRUE(showsTextAt("text", 4, 4));
+}
+
+TEST_F(StampTest, AMissingOrBrokenImageIsSkippedSilently) {
+  settings.SetValue(LM_STAMP_IMAGE_FILE, (folder / "nothing.tif").GetString());
+  on(LM_STAMP_IMAGE, LM_STAMP_IMAGE_H, 0, LM_STAMP_IMAGE_V, 0);
+  draw();
+  EXPECT_TRUE(untouched());
+  touch(folder / "broken.tif");
+  settings.SetValue(LM_STAMP_IMAGE_FILE, (folder / "broken.tif").GetString());
+  draw();
+  EXPECT_TRUE(untouched());
+  EXPECT_TRUE(messages().empty());
+}
+
+TEST_F(StampTest, MissingTextsPrintEmpty) {
+  settings.SetValue(LM_STAMP_CUSTOM1, 1);
+  settings.SetValue(LM_STAMP_CAMERA, 1);
+  draw();
+  EXPECT_TRUE(untouched());
+}
+
+TEST_F(StampTest, AlphaOfADeepBitmapStays) {
+  ASSERT_EQ(bitmap->Init(WIDTH, HEIGHT, 32), IMAGERESULT_OK);
+  bitmap->Clear(GROUND, GROUND, GROUND);
+  bitmap->SetAlpha(5, 5, 17);
+  custom1("HHH", 0, 0);
+  draw();
+  EXPECT_EQ(bitmap->GetAlpha(5, 5), 17);
+}
+
+using PrintTest = PluginFixture;
+
+TEST_F(PrintTest, LabelColonValue) {
+  Print(LVector(1, 2.5, -3), "v", 1, 2);
+  Print(2.5, "r", 3, 1);
+  Print(Filename("/a/b.tif"), "f");
+  Print(String("words"), "s");
+  Print(static_cast<LONG>(-7), "n");
+  Print(static_cast<LONG>(7), "");
+  EXPECT_EQ(console, (std::vector<std::string>{"v: 1.00, 2.50, -3.00", "r: 002.5", "f: /a/b.tif", "s: words",
+                                               "n: -7", "7"}));
+}
+
+} // namespace
