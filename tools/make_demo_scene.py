@@ -54,7 +54,7 @@ class Materials:
 
     def plain(self):
         self.backdrop = self.surface("Backdrop paper", 0xB5A99B, 0.0, 0.95)
-        self.arch = self.surface("Terracotta plaster", 0xA8705A, 0.0, 0.88, extras=ours(**self.dusty_corners()))
+        self.arch = self.surface("Terracotta plaster", 0xA0674E, 0.0, 0.88, extras=ours(**self.dusty_corners()))
         self.lacquer = self.surface("Petrol lacquer", 0x16494C, 0.0, 0.42, extensions={
             "KHR_materials_clearcoat": {"clearcoatFactor": 1.0, "clearcoatRoughnessFactor": 0.03}})
         self.glass = self.surface("Clear glass", 0xFFFFFF, 0.0, 0.0, extensions={
@@ -272,19 +272,19 @@ def lamps(doc, look_of):
     panel_at("Strip light", (0.16, 1.1), (1.15, 0.75, 0.15), look_of.strip)
     aim = doc.node("Light aim", translation=list(FOCUS))
     watch = [{"type": 5676, "container": [[1521, "link", {"node": aim}]]}]
-    wall = (0.35, 0.75, -1.3)
+    wall = (0.12, 0.42, -1.3)
     for name, place, target, colour, strength, radius, cone_of in (
-        ("Key light", (-0.75, 1.55, 1.05), FOCUS, [1.0, 0.93, 0.84], 10.5, 0.09, (0.15, 0.5)),
+        ("Key light", (-0.75, 1.55, 1.05), FOCUS, [1.0, 0.93, 0.84], 12.0, 0.09, (0.15, 0.5)),
         ("Rim light", (0.95, 0.95, -0.8), FOCUS, [0.8, 0.9, 1.0], 3.2, 0.06, (0.2, 0.55)),
-        ("Wall light", (0.75, 1.9, -0.2), wall, [1.0, 0.86, 0.7], 2.6, 0.08, (0.0, 0.75)),
+        ("Wall light", (0.95, 1.35, -0.45), wall, [1.0, 0.82, 0.62], 5.0, 0.08, (0.0, 0.85)),
     ):
         cone = {"innerConeAngle": cone_of[0], "outerConeAngle": cone_of[1]}
         spot = doc.light(name=name, type="spot", color=colour, intensity=strength, spot=cone)
         soft = ours(container=[[1107, "real", radius], [1108, "long", 2]], tags=watch if target == FOCUS else [])
         doc.node(name, translation=list(place), rotation=look(place, target), extensions=spot, extras=soft)
     doc.node("Sky", extras=ours(type=5105, container=[
-        [1201, "long", 2], [1202, "vector", [0.22, 0.25, 0.30]],
-        [1203, "vector", [0.30, 0.28, 0.26]], [1204, "vector", [0.09, 0.085, 0.08]]]))
+        [1201, "long", 2], [1202, "vector", [0.18, 0.205, 0.25]],
+        [1203, "vector", [0.25, 0.235, 0.22]], [1204, "vector", [0.09, 0.085, 0.08]]]))
 
 
 def cameras(doc):

@@ -22,7 +22,7 @@ def ours(**fields):
 
 def chequer():
     light, dark = b"\xe0\xa0\x30", b"\x2b\x2b\x2e"
-    return png_bytes([b"".join(light if (x + y) % 2 else dark for x in range(8)) for y in range(8)], 3)
+    return png_bytes([b"".join(dark if (x + y) % 2 else light for x in range(8)) for y in range(8)], 3)
 
 
 def sheet():
