@@ -54,17 +54,17 @@ const ReflectionAlbedo& reflectionAlbedo() {
 
 std::shared_ptr<const AlbedoTable> glassAlbedo(float eta) {
   static std::mutex mutex;
-  static std::map<float, std::weak_ptr<const AlbedoTable>> known;
+  static std::map<float, std::shared_ptr<const AlbedoTable>> known;
   const std::lock_guard lock(mutex);
-  auto& entry = known[eta];
-  if (auto table = entry.lock()) return table;
+  if (const auto it = known.find(eta); it != known.end()) return it->second;
+  if (known.size() >= 64) known.clear(); // renders hold what they use
   auto table = std::make_shared<const AlbedoTable>([eta](float cosine, float roughness) {
     return average(cosine, roughness, [eta](Vec3 wo, Vec3 h, float alpha) {
       const float f = fresnel(dot(wo, h), eta);
       return f * reflected(wo, h, alpha) + (1 - f) * refracted(wo, h, alpha, eta);
     });
   });
-  entry = table;
+  known.emplace(eta, table);
   return table;
 }
 

@@ -2,7 +2,9 @@
 
 #include <atomic>
 #include <cstring>
+#include <new>
 
+#include "texture_loader.h"
 #include "worker_threads.h"
 
 namespace host::render {
@@ -33,10 +35,6 @@ std::shared_ptr<MeshAccel> prepare(const MeshPtr& mesh) {
   rtcReleaseGeometry(geometry);
   if (!points && vertices) throw std::bad_alloc();
   return accel;
-}
-
-std::size_t totalBytes(const Texture& texture) {
-  return texture.bytes();
 }
 
 } // namespace
@@ -125,35 +123,30 @@ bool SceneCache::textures(const std::vector<TextureRequest>& wanted, int workers
                           std::vector<TexturePtr>& out, std::vector<std::string>& errors,
                           RenderStats& stats) {
   out.assign(wanted.size(), nullptr);
-  std::vector<std::size_t> missing;
+  TextureLoader& loader = TextureLoader::shared();
   const auto keyOf = [&](std::size_t i) {
     return Key{wanted[i].space == ColorSpace::srgb ? 1 : 2, wanted[i].picture->id};
   };
+  std::vector<std::pair<std::size_t, TextureLoader::JobPtr>> jobs;
   for (std::size_t i = 0; i < wanted.size(); ++i) {
     out[i] = std::static_pointer_cast<const Texture>(find(keyOf(i)));
-    out[i] ? void(++stats.textures_reused) : missing.push_back(i);
+    if (out[i])
+      ++stats.textures_reused;
+    else
+      jobs.emplace_back(i, loader.start(wanted[i].picture, wanted[i].space, workers));
   }
-  std::atomic<std::size_t> next{0};
-  std::atomic<bool> broken{false};
-  std::vector<std::string> problems(wanted.size());
-  runOnWorkers(std::min(workers, static_cast<int>(std::min<std::size_t>(missing.size(), 1024))), [&](int) {
-    for (std::size_t k; !broken && (k = next.fetch_add(1)) < missing.size();) {
-      if (stopped && stopped()) broken = true;
-      if (broken) return;
-      const std::size_t i = missing[k];
-      const Picture& picture = *wanted[i].picture;
-      const auto decoded = decodePicture(*picture.bytes, picture.name, &problems[i]);
-      if (!decoded) continue;
-      out[i] = std::make_shared<const Texture>(*decoded, wanted[i].space);
-      put(keyOf(i), out[i], totalBytes(*out[i]));
-    }
-  });
-  for (const std::size_t i : missing)
+  for (const auto& [i, job] : jobs) {
+    if (!loader.wait(*job, stopped)) return false;
+    if (job->texture) put(keyOf(i), job->texture, job->texture->bytes());
+    loader.forget(job);
+    if (job->outOfMemory) throw std::bad_alloc();
+    out[i] = job->texture;
     if (out[i])
       ++stats.textures_decoded;
-    else if (!problems[i].empty())
-      errors.push_back(problems[i]);
-  return !broken;
+    else
+      errors.push_back(job->error);
+  }
+  return true;
 }
 
 void SceneCache::setLimit(std::size_t bytes) {
@@ -177,5 +170,6 @@ void SceneCache::clear() {
 } // namespace host::render
 
 void host::freeRenderCaches() {
+  render::TextureLoader::shared().forgetUnused();
   render::SceneCache::shared().clear();
 }

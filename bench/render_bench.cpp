@@ -1,0 +1,242 @@
+// What a render costs: the first coarse picture, a break, a changed scene, samples and rays a second, alone
+// and beside plain ray queries on the same rays. Prints tables; no argument: the demo scene and the shared
+// scenes.
+//
+//   bench_render_bench [SCENE...] [--samples N] [--picture FILE.png]
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "access.h"
+#include "c4d.h"
+#include "film.h"
+#include "program.h"
+#include "ray_scene.h"
+#include "render_stats.h"
+#include "sampler.h"
+#include "scene_file.h"
+#include "worker_threads.h"
+
+namespace {
+
+using namespace host;
+using Clock = std::chrono::steady_clock;
+
+constexpr int width = 640, height = 480;
+
+double msSince(Clock::time_point start) {
+  return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
+}
+double median(std::vector<double> values) {
+  std::sort(values.begin(), values.end());
+  return values.empty() ? 0 : values[values.size() / 2];
+}
+
+/// A render on a thread of its own, as a plug-in does it.
+class RenderThread : public C4DThread {
+ public:
+  ~RenderThread() override { End(TRUE); }
+  BaseDocument* document = nullptr;
+  BaseContainer settings;
+  BaseBitmap* bitmap = nullptr;
+  RENDERRESULT result = RENDERRESULT_OK;
+  RenderStats stats;
+  std::atomic<bool> begun{false};
+
+  void Main() override {
+    result = RenderDocument(document, settings, progress, this, bitmap, RENDERFLAGS_SHOWERRORS, Get());
+    stats = lastRenderStats();
+  }
+  const CHAR* GetThreadName() override { return reinterpret_cast<const CHAR*>("render bench"); }
+
+ private:
+  static void progress(Real, RENDERPROGRESSTYPE type, void* self) {
+    if (type == RENDERPROGRESSTYPE_DURINGRENDERING) static_cast<RenderThread*>(self)->begun = true;
+  }
+};
+
+RenderStats renderOnce(BaseDocument& document, const BaseContainer& settings, BaseBitmap& bitmap) {
+  RenderThread thread;
+  thread.document = &document;
+  thread.settings = settings;
+  thread.bitmap = &bitmap;
+  thread.Start();
+  thread.Wait(TRUE);
+  return thread.stats;
+}
+
+/// Milliseconds from the request to end until the thread has ended, asked at the given time after its start.
+double breakAfter(BaseDocument& document, const BaseContainer& settings, BaseBitmap& bitmap, int delayMs) {
+  RenderThread thread;
+  thread.document = &document;
+  thread.settings = settings;
+  thread.bitmap = &bitmap;
+  thread.Start();
+  std::this_thread::sleep_for(std::chrono::milliseconds(delayMs));
+  const auto asked = Clock::now();
+  thread.End(TRUE);
+  return msSince(asked);
+}
+
+struct RayList {
+  std::vector<render::Ray> camera, scattered;
+};
+
+/// The camera's rays and one diffuse bounce of each.
+RayList collectRays(const render::RayScene& scene, const render::RenderCamera& camera) {
+  RayList list;
+  for (int y = 0; y < height; ++y)
+    for (int x = 0; x < width; ++x) {
+      render::Sampler sampler(static_cast<unsigned>(x), static_cast<unsigned>(y), 0, 0);
+      const render::Ray ray = camera.ray({static_cast<float>(x) + 0.5f, static_cast<float>(y) + 0.5f});
+      list.camera.push_back(ray);
+      render::Hit hit;
+      if (!scene.intersect(ray, render::anyMask, true, hit)) continue;
+      render::Surface s;
+      scene.surfaceAt(ray, hit, 0, s);
+      const render::Vec3 d =
+          render::Frame(s.normal).toWorld(render::squareToCosineHemisphere(sampler.next2()));
+      list.scattered.push_back({render::offsetFrom(s.position, s.geometric, d), d});
+    }
+  return list;
+}
+
+/// Millions of rays a second through plain queries, all workers.
+double plainRate(const render::RayScene& scene, const std::vector<render::Ray>& rays, bool coherent) {
+  if (rays.empty()) return 0;
+  std::atomic<std::size_t> next{0}, hits{0};
+  const int rounds = 3;
+  const auto start = Clock::now();
+  runOnWorkers(workerCount(), [&](int) {
+    std::size_t found = 0;
+    for (std::size_t block; (block = next.fetch_add(1024)) < rays.size() * rounds;)
+      for (std::size_t i = block; i < std::min(block + 1024, rays.size() * rounds); ++i) {
+        render::Hit hit;
+        found += scene.intersect(rays[i % rays.size()], render::anyMask, coherent, hit);
+      }
+    hits += found;
+  });
+  return static_cast<double>(rays.size()) * rounds / msSince(start) / 1e3;
+}
+
+BaseObject* firstWithMesh(BaseObject* object) {
+  for (; object; object = object->GetNext()) {
+    if (object->GetType() == Opolygon) return object;
+    if (BaseObject* found = firstWithMesh(object->GetDown())) return found;
+  }
+  return nullptr;
+}
+
+void measure(const std::string& file, int samples, const std::string& picture) {
+  const LoadResult loaded = loadDocument(Filename(String(file.c_str())));
+  if (!loaded.document) {
+    std::printf("%s: %s\n", file.c_str(), loaded.error.c_str());
+    return;
+  }
+  BaseDocument* document = loaded.document.get();
+  RenderData* data = document->GetActiveRenderData();
+  BaseContainer settings = data->GetData();
+  settings.SetLong(RDATA_MAXSAMPLES, samples);
+  settings.SetReal(RDATA_NOISETHRESHOLD, 0);
+  BaseBitmap* bitmap = BaseBitmap::Alloc();
+  bitmap->Init(width, height);
+
+  BaseContainer quick = settings;
+  quick.SetLong(RDATA_MAXSAMPLES, 1);
+  const auto cloneStart = Clock::now();
+  BaseDocument* clone = document->GetClone(COPYFLAGS_NO_ANIMATION);
+  const double cloneMs = msSince(cloneStart);
+  const RenderStats cold = renderOnce(*clone, quick, *bitmap);
+
+  std::vector<double> first, build;
+  for (int i = 0; i < 9; ++i) {
+    const RenderStats s = renderOnce(*clone, quick, *bitmap);
+    first.push_back(s.first_pixels_ms);
+    build.push_back(s.build_ms);
+  }
+  std::vector<double> breaks;
+  for (const int delay : {2, 10, 30, 60, 120, 200, 300})
+    breaks.push_back(breakAfter(*clone, settings, *bitmap, delay));
+  freeRenderCaches();
+  double coldBreak = 0;
+  for (const int delay : {5, 40, 120, 250}) {
+    coldBreak = std::max(coldBreak, breakAfter(*clone, settings, *bitmap, delay));
+    freeRenderCaches();
+  }
+  renderOnce(*clone, quick, *bitmap);
+  RenderStats moved;
+  if (BaseObject* object = firstWithMesh(clone->GetFirstObject())) {
+    Matrix m = object->GetMl();
+    m.off.x += 0.001;
+    object->SetMl(m);
+    moved = renderOnce(*clone, quick, *bitmap);
+  }
+  const auto start = Clock::now();
+  const RenderStats full = renderOnce(*clone, settings, *bitmap);
+  const double seconds = msSince(start) / 1e3;
+  const double perMillion =
+      (full.render_ms - full.build_ms) / 1e3 / (static_cast<double>(full.camera_samples) / 1e6);
+
+  RenderStats scratch;
+  std::vector<std::string> errors;
+  const SnapshotPtr snapshot = takeSnapshot(*clone, {});
+  const auto scene =
+      render::RayScene::build(snapshot, render::RenderSettings{}, workerCount(), {}, scratch, errors);
+  const RayList rays = collectRays(*scene, render::RenderCamera(snapshot->camera, width, height));
+  const double coherent = plainRate(*scene, rays.camera, true),
+               scattered = plainRate(*scene, rays.scattered, false);
+  const double rate = static_cast<double>(full.rays) / (full.render_ms - full.build_ms) / 1e3;
+
+  std::printf("%s\n", std::filesystem::path(file).filename().c_str());
+  std::printf("  triangles %llu, document clone %.2f ms\n", static_cast<unsigned long long>(cold.triangles),
+              cloneMs);
+  std::printf("  first coarse picture: cold %.0f ms (build %.0f), warm median %.1f ms (build %.1f)\n",
+              cold.first_pixels_ms, cold.build_ms, median(first), median(build));
+  std::printf("  break to thread end: worst of %zu warm %.1f ms, worst cold %.1f ms\n", breaks.size(),
+              *std::max_element(breaks.begin(), breaks.end()), coldBreak);
+  std::printf("  one object moved: %u meshes built, %u reused, first coarse picture %.1f ms\n",
+              moved.meshes_built, moved.meshes_reused, moved.first_pixels_ms);
+  std::printf("  %d samples: %.2f s, %.3f s per million camera samples, %.1f rays a sample\n", samples,
+              seconds, perMillion, static_cast<double>(full.rays) / static_cast<double>(full.camera_samples));
+  std::printf("  million rays a second: rendering %.2f; plain queries: camera %.2f, scattered %.2f; ratio to "
+              "scattered %.2f\n",
+              rate, coherent, scattered, scattered > 0 ? rate / scattered : 0);
+  if (!picture.empty()) bitmap->Save(Filename(String(picture.c_str())), FILTER_PNG);
+  std::fflush(stdout);
+  BaseBitmap::Free(bitmap);
+  BaseDocument::Free(clone);
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+  std::vector<std::string> scenes;
+  std::string picture;
+  int samples = 16;
+  for (int i = 1; i < argc; ++i) {
+    if (!std::strcmp(argv[i], "--samples") && i + 1 < argc)
+      samples = std::max(1, std::atoi(argv[++i]));
+    else if (!std::strcmp(argv[i], "--picture") && i + 1 < argc)
+      picture = argv[++i];
+    else
+      scenes.emplace_back(argv[i]);
+  }
+  if (scenes.empty()) {
+    scenes.push_back(LUMENARA_SOURCE_DIR "/scenes/demo.glb");
+    for (const char* name : {"WaterBottle", "MetalRoughSpheresNoTextures", "Lantern", "Suzanne"})
+      scenes.push_back(std::string(LUMENARA_SCENES_DIR "/") + name + "/" + name + ".gltf");
+  }
+  ProgramOptions options;
+  options.home = Filename(String((std::filesystem::temp_directory_path() / "lumenara-bench").c_str()));
+  options.loadModules = false;
+  Program program(options);
+  for (const std::string& scene : scenes)
+    measure(scene, samples, picture);
+  return 0;
+}
