@@ -20,6 +20,7 @@ using Clock = std::chrono::steady_clock;
 
 namespace {
 
+constexpr unsigned nobody = 65534;
 constexpr auto pollPeriod = std::chrono::milliseconds(5);
 
 void limit(int what, std::size_t value) {
@@ -76,6 +77,7 @@ Child::Child(const Arguments& arguments, const std::string& home, Limits limits,
   setenv("LUMENARA_HOME", home.c_str(), 1);
   limit(RLIMIT_FSIZE, limits.fileSize);
   limit(RLIMIT_AS, limits.memory);
+  if (limits.unprivileged && geteuid() == 0 && (setgid(nobody) != 0 || setuid(nobody) != 0)) _exit(126);
   signal(SIGINT, SIG_DFL);
   execv(argv[0], argv.data());
   _exit(127);

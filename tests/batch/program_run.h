@@ -13,8 +13,9 @@ namespace batchtest {
 using Arguments = std::vector<std::string>;
 
 struct Limits {
-  std::size_t fileSize = 0; // bytes that a file may have; 0: no limit
-  std::size_t memory = 0;   // bytes of address space; 0: no limit
+  std::size_t fileSize = 0;  // bytes that a file may have; 0: no limit
+  std::size_t memory = 0;    // bytes of address space; 0: no limit
+  bool unprivileged = false; // root becomes another user
 };
 
 struct Outcome {

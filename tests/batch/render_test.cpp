@@ -56,16 +56,18 @@ TEST_P(RenderFormat, HoldsThePictureUpright) {
   EXPECT_FALSE(isRed(picture, 20, 60) || isBlue(picture, 20, 60)) << "the lower left quarter is empty";
 }
 
-// Another program reads the same format and size.
-TEST_P(RenderFormat, IsReadByImageMagick) {
-  if (std::system("identify -version >/dev/null 2>&1") != 0) GTEST_SKIP() << "identify is not installed";
+// Another program reads the same size.
+TEST_P(RenderFormat, IsReadByAnotherProgram) {
   const std::string suffix = GetParam().first;
-  if (suffix == "exr") GTEST_SKIP() << "identify reads no exr here";
+  const std::string file = folder / ("picture." + suffix), said = folder / "said";
+  const std::string reader = suffix == "exr" ? "iinfo" : "identify";
+  if (std::system(("command -v " + reader + " >/dev/null 2>&1").c_str()) != 0) {
+    GTEST_SKIP() << reader << " is not installed";
+  }
   render(writeTinyScene(folder.path()), "picture." + suffix, {"--size", "70x50"});
-  const std::string command = "identify -format '%w %h %m' '" + (folder / ("picture." + suffix)) + "' >'" +
-                              (folder / "said") + "' 2>&1";
-  ASSERT_EQ(std::system(command.c_str()), 0) << readFile(folder / "said");
-  EXPECT_EQ(readFile(folder / "said").substr(0, 6), "70 50 ");
+  const std::string size = suffix == "exr" ? "70 x   50" : "70x50 ";
+  ASSERT_EQ(std::system((reader + " '" + file + "' >'" + said + "' 2>&1").c_str()), 0) << readFile(said);
+  EXPECT_NE(readFile(said).find(size), std::string::npos) << readFile(said);
 }
 
 INSTANTIATE_TEST_SUITE_P(Suffixes, RenderFormat,
