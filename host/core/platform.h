@@ -61,6 +61,8 @@ void prepareProcess() noexcept;
 bool isTerminal(std::FILE* stream) noexcept;
 /// The most memory that this process has held so far, in bytes; 0 when unknown.
 std::uint64_t peakMemory() noexcept;
+/// The machine's memory in bytes; 0 when unknown.
+std::uint64_t physicalMemory() noexcept;
 
 /// A number that tells this process from others that run now.
 long processNumber() noexcept;

@@ -129,6 +129,11 @@ std::uint64_t peakMemory() noexcept {
   return static_cast<std::uint64_t>(usage.ru_maxrss) * 1024; // told in kibibytes
 }
 
+std::uint64_t physicalMemory() noexcept {
+  const long pages = sysconf(_SC_PHYS_PAGES), size = sysconf(_SC_PAGESIZE);
+  return pages > 0 && size > 0 ? static_cast<std::uint64_t>(pages) * static_cast<std::uint64_t>(size) : 0;
+}
+
 long processNumber() noexcept {
   return static_cast<long>(getpid());
 }
