@@ -19,13 +19,12 @@ Real SecondsSince(LONG timer) {
   return (GeGetTimer() - timer) * 0.001;
 }
 
-/// Makes `camera` the one that the render view and the active view look through.
+} // namespace
+
 void SetSceneCameras(BaseDocument* doc, BaseObject* camera) {
   if (BaseDraw* view = doc->GetRenderBaseDraw()) view->SetSceneCamera(camera);
   if (BaseDraw* view = doc->GetActiveBaseDraw()) view->SetSceneCamera(camera);
 }
-
-} // namespace
 
 lmThread::~lmThread() {
   End(TRUE);
@@ -58,6 +57,7 @@ void lmThread::Main() {
 
   Job job;
   if (!CloneDocument(job)) return;
+  DecideStereo(job);
   SwitchVideoPosts(job);
 
   StatusClear();
@@ -72,23 +72,22 @@ void lmThread::Main() {
   FixShaders(job.clone);
 
   OverrideSettings(job);
+  if (animation) PrepareOutput(job);
   if (!region) EvaluateScene(job);
 
   StartStatus(job);
   if (settings->GetValue(LM_CLEAR_BITMAP, 0)) bitmap->Clear(0, 0, 0);
 
-  if (region) {
+  if (region && !animation) {
     RenderRegion(job);
   } else {
-    frameFrom = frameTo = FrameFromTime(job.time, job.fps);
+    if (!animation) frameFrom = frameTo = FrameFromTime(job.time, job.fps);
     RenderFrames(job);
   }
 
   if (data) data->result = job.result;
   ReportErrors(job.result);
-
-  StatusClear();
-  BaseDocument::Free(job.clone);
+  CleanUp(job);
   EndStatus(job);
 }
 
@@ -98,7 +97,7 @@ Bool lmThread::CloneDocument(Job& job) {
   BaseDocument* active = GetActiveDocument();
   if (!active) return FALSE;
 
-  const Bool noAnimation = !settings->GetValue(LM_CLONE_ANIMATION, 0) || region;
+  const Bool noAnimation = !animation && (!settings->GetValue(LM_CLONE_ANIMATION, 0) || region);
   job.clone = active->GetClone(noAnimation ? COPYFLAGS_NO_ANIMATION : COPYFLAGS_0);
   if (!job.clone) {
     stop = 1;
@@ -202,6 +201,71 @@ void lmThread::OverrideSettings(Job& job) {
   rdata.SetTime(RDATA_FRAMETO, job.time);
 }
 
+void lmThread::ChooseFormat(Output& output, String* suffix) {
+  output.movie = format < 6;
+  switch (format) {
+  case 0:
+  case 1: // kept: the dialog takes these two for QuickTime
+  case 2:
+  case 3:
+  case 5:
+    *suffix = "avi";
+    output.filter = FILTER_AVI;
+    break;
+  case 6:
+    *suffix = "bmp";
+    output.filter = FILTER_BMP;
+    break;
+  case 7:
+    *suffix = "tif";
+    output.filter = FILTER_TIF;
+    break;
+  case 8:
+    *suffix = "jpg";
+    output.filter = FILTER_JPG;
+    output.options.SetLong(JPGSAVER_QUALITY, jpegQuality);
+    break;
+  case 9:
+    *suffix = "psd";
+    output.filter = FILTER_PSD;
+    break;
+  case 10:
+    *suffix = "b3d";
+    output.filter = FILTER_B3D;
+    break;
+  default: // 4, and any other
+    *suffix = "mov";
+    output.filter = FILTER_MOVIE;
+    break;
+  }
+}
+
+// The movie's choices, the output file and whether it may be overwritten. The question is about the base
+// name, for image sequences too.
+void lmThread::PrepareOutput(Job& job) {
+  String suffix;
+  ChooseFormat(job.output, &suffix);
+  if (job.output.movie) job.output.saver = MovieSaver::Alloc();
+  if (format >= 0 && format <= 5) {
+    const BaseContainer choices = settings->GetContainer(LM_ANIM_MOVIE_OPTIONS);
+    for (LONG key = 10000; key <= 10020; ++key) {
+      if (key > 10004 && key < 10010) continue;
+      if (choices.GetType(key) == DA_LONG) job.output.options.SetLong(key, choices.GetLong(key));
+    }
+  }
+
+  if (!GeFExist(outputFile.GetDirectory(), TRUE))
+    outputFile = GeGetStartupPath() + job.clone->GetDocumentName();
+  outputFile.SetSuffix(suffix);
+
+  if (!GeFExist(outputFile)) return;
+  if (QuestionDialog("Are you sure you want to overwrite '" + outputFile.GetString() + "'?")) {
+    GeFKill(outputFile);
+  } else {
+    stop = 1; // the frame loop then ends before rendering anything
+  }
+}
+
 // The camera that was picked in the viewer becomes the scene camera; then the scene is brought to its time.
 void lmThread::EvaluateScene(Job& job) {
   const BaseContainer record = job.clone->GetData().GetContainer(LM_REGION);
@@ -240,25 +304,32 @@ void lmThread::RenderRegion(Job& job) {
 void lmThread::CloneCamera(Job& job) {
   BaseDraw* view = job.clone->GetRenderBaseDraw();
   if (!view) return;
-  BaseObject* camera = view->GetSceneCamera(job.clone);
-  if (!camera) camera = view->GetEditorCamera();
-  if (!camera) return;
+  job.camera = view->GetSceneCamera(job.clone);
+  if (!job.camera) job.camera = view->GetEditorCamera();
+  if (!job.camera) return;
 
   constexpr auto flags = static_cast<COPYFLAGS>(COPYFLAGS_NO_HIERARCHY | COPYFLAGS_NO_ANIMATION);
-  auto* copy = static_cast<BaseObject*>(camera->GetClone(flags));
-  if (!copy) return; // the camera itself is used
-  copy->InsertAfter(camera);
-  copy->SetMg(camera->GetMg());
-  SetSceneCameras(job.clone, copy);
+  if (auto* copy = static_cast<BaseObject*>(job.camera->GetClone(flags))) {
+    copy->InsertAfter(job.camera);
+    copy->SetMg(job.camera->GetMg());
+    SetSceneCameras(job.clone, copy);
+    job.camera = copy;
+  }
+  job.cameraMatrix = job.camera->GetMg();
 }
 
 void lmThread::RenderFrames(Job& job) {
   const LLONG frameCount = static_cast<LLONG>(frameTo) + 1 - frameFrom;
+  if (job.output.saver)
+    job.output.saver->Open(outputFile, bitmap, job.fps, job.output.filter, &job.output.options, SAVEBIT_0);
+
   CloneCamera(job);
+  PrepareStereo(job);
 
   for (LLONG f = frameFrom; f <= frameTo; f += std::max<LONG>(frameStep, 1)) {
     if (TestBreak()) break;
 
+    const LONG frameTimer = GeGetTimer();
     const BaseTime frameTime(static_cast<Real>(f), job.fps);
     // The first number is the frame's own, not its position in the range.
     StatusSetText("Lumenara (" + LLongToString(f + 1) + "/" + LLongToString(frameCount) + ")");
@@ -268,8 +339,32 @@ void lmThread::RenderFrames(Job& job) {
       data->fps = job.fps;
       data->frameTime = frameTime;
     }
-    job.result = Render(job);
+
+    job.result = job.stereo.on ? RenderStereo(job) : Render(job);
+    if (animation) WriteFrame(job, static_cast<LONG>(f), frameTimer);
   }
+
+  if (job.output.saver) job.output.saver->Close();
+  if (job.stereo.left) BaseBitmap::Free(job.stereo.left);
+  if (job.stereo.right) BaseBitmap::Free(job.stereo.right);
+}
+
+// Stamps the frame and hands it to the movie or saves it. A failure enters the host's record of failed
+// writes.
+void lmThread::WriteFrame(Job& job, LONG frame, LONG frameTimer) {
+  if (stamps && data) {
+    data->renderTime = SecondsSince(frameTimer);
+    DrawStamps(bitmap, settings, bitmap->GetBw(), bitmap->GetBh(), data);
+    data->stampsPending = 0;
+  }
+
+  if (job.output.movie) {
+    if (job.output.saver) job.output.saver->Write(bitmap);
+    return;
+  }
+  const Filename name = FileFromFrameOut(outputFile, frame, 4);
+  if (GeFExist(name)) GeFKill(name);
+  bitmap->Save(name, job.output.filter, &job.output.options, SAVEBIT_0);
 }
 
 void lmThread::ReportErrors(LONG result) {
@@ -306,6 +401,18 @@ void lmThread::DrawBanner(const String& detail) {
   map->EndDraw();
 
   CopyFromClipMap(*map, *bitmap);
+}
+
+// The render data goes with the clone.
+void lmThread::CleanUp(Job& job) {
+  StatusClear();
+  if (job.output.saver) MovieSaver::Free(job.output.saver);
+  BaseDocument::Free(job.clone);
+
+  if (!animation) return;
+  animation = 0;
+  if (animationRunning) *animationRunning = 0;
+  if (settings->GetValue(LM_ANIM_LAUNCH, 1) && job.output.movie) GeExecuteFile(outputFile);
 }
 
 // `rendering` is cleared last: who sees it cleared sees the whole result.

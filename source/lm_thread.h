@@ -29,18 +29,43 @@ class lmThread : public C4DThread {
   virtual void FixShaders(BaseDocument* doc);
 
   // The job. Both cancel words are written by the main thread and by the thread, the rest only before
-  // `Start`.
+  // `Start`, but for what `Main` writes as told.
   std::atomic<LONG> stop{0};      // break request
   lmSettings* settings = nullptr; // read through its getters
   LMTHREAD_DATA* data = nullptr;  // may be null
   BaseBitmap* bitmap = nullptr;   // target; its size is the render resolution
-  LONG regionLeft = -1, regionTop = -1, regionRight = -1, regionBottom = -1; // pixels of `bitmap`, inclusive
-  LONG region = 0;                                                           // render only the region
-  LONG frameFrom = 0, frameTo = 0; // a single render overwrites both with the current frame
-  LONG frameStep = 1;
-  std::atomic<LONG> userCancelled{0}; // tells a user break from other breaks
+  // Pixels of `bitmap`, inclusive.
+  LONG regionLeft = -1, regionTop = -1, regionRight = -1, regionBottom = -1;
+  LONG region = 0;                 // render only the region
+  LONG animation = 0;              // render the frame range to files; `Main` clears it when it ends
+  LONG frameFrom = 0, frameTo = 0; // inclusive; a single render overwrites both with the current frame
+  LONG frameStep = 1;              // at least 1
+  Filename outputFile;             // movie, or base name of the image sequence; `Main` sets its suffix
+  LONG format = 0;                 // 0 to 10; below 6 a movie
+  LONG jpegQuality = 0;            // for format 8
+  LONG photoshop7 = 0;             // carried, not read
+  LONG stamps = 0;                 // draw frame stamps on each animation frame
+  std::atomic<LONG>* animationRunning = nullptr; // the viewer's flag; `Main` writes 0 when an animation ends
+  std::atomic<LONG> userCancelled{0};            // tells a user break from other breaks
 
  private:
+  /// Where an animation goes.
+  struct Output {
+    Bool movie = FALSE;
+    LONG filter = 0;
+    BaseContainer options; // of the movie or of the image filter
+    MovieSaver* saver = nullptr;
+  };
+
+  /// Two eyes beside each other.
+  struct Stereo {
+    Bool on = FALSE;
+    Real separation = 0;
+    BaseObject *leftCamera = nullptr, *rightCamera = nullptr; // the named pair; both or none
+    BaseBitmap *left = nullptr, *right = nullptr;             // the eye bitmaps
+    LVector leftFactor, rightFactor;
+  };
+
   /// What one job works on; it lives within `Main`.
   struct Job {
     BaseDocument* clone = nullptr;
@@ -50,23 +75,39 @@ class lmThread : public C4DThread {
     LONG fps = 0;
     LONG jobTimer = 0;
     LONG result = RENDERRESULT_OK;
+    BaseObject* camera = nullptr;
+    Matrix cameraMatrix;
+    Stereo stereo;
+    Output output;
   };
 
   Bool CloneDocument(Job& job);
+  void DecideStereo(Job& job);
   void SwitchVideoPosts(Job& job);
   void OverrideSettings(Job& job);
   void OverridePair(Job& job, LONG key, LONG first, LONG second, Bool firstAt1, Bool secondAt1,
                     Bool secondAt2);
+  void PrepareOutput(Job& job);
+  void ChooseFormat(Output& output, String* suffix);
   void EvaluateScene(Job& job);
   void StartStatus(Job& job);
   void RenderRegion(Job& job);
   void RenderFrames(Job& job);
   void CloneCamera(Job& job);
+  void PrepareStereo(Job& job);
   LONG Render(Job& job);
+  LONG RenderStereo(Job& job);
+  LONG RenderEye(Job& job, BaseObject* namedCamera, Real shift, BaseBitmap* eye);
+  void CombineEyes(const Stereo& stereo);
+  void WriteFrame(Job& job, LONG frame, LONG frameTimer);
   void ReportErrors(LONG result);
   void DrawBanner(const String& detail);
+  void CleanUp(Job& job);
   void EndStatus(Job& job);
 };
+
+/// Makes `camera` the one that the render view and the active view of `doc` look through.
+void SetSceneCameras(BaseDocument* doc, BaseObject* camera);
 
 /// The progress callback of `RenderDocument`; its user data is the status record or null. Host render
 /// threads.

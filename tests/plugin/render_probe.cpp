@@ -32,7 +32,12 @@ void record(VideoPostStruct& call) {
 class ProbePost : public VideoPostData {
  public:
   RENDERRESULT Execute(BaseVideoPost*, VideoPostStruct* call) override {
-    if (RenderProbe::current && call->vp == VIDEOPOSTCALL_RENDER && call->open) record(*call);
+    RenderProbe* probe = RenderProbe::current;
+    if (!probe) return RENDERRESULT_OK;
+    if (call->vp == VIDEOPOSTCALL_RENDER && call->open) record(*call);
+    if (call->vp == VIDEOPOSTCALL_FRAME && !call->open && probe->finished) {
+      probe->finished(*call->render->GetBuffer(VPBUFFER_RGBA, -1), probe->renders.size() - 1);
+    }
     return RENDERRESULT_OK;
   }
   static NodeData* Alloc() { return new ProbePost; }

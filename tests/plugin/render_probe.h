@@ -33,6 +33,9 @@ struct RenderProbe {
   std::vector<ProbedRender> renders;
   /// Called while a render is open, on its thread, after it was recorded.
   std::function<void(BaseDocument& clone, VideoPostStruct& call)> during;
+  /// Called when a render's frame closes, with its finished picture, which it may paint over, and the
+  /// render's number from 0.
+  std::function<void(BaseBitmap& picture, std::size_t number)> finished;
   /// What the render is made to result in.
   RENDERRESULT result = RENDERRESULT_OK;
 
