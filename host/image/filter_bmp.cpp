@@ -3,8 +3,7 @@
 namespace host {
 
 FileBytes encodeBmp(const FilterJob& job) {
-  const FilterJob opaque{job.bitmap, false, job.options};
-  return encodePixels("bmp", displaySpec(opaque), pixelBytes(opaque).data());
+  return encodeDisplay("bmp", {job.bitmap, false, job.options}, [](OIIO::ImageSpec&) {});
 }
 
 } // namespace host

@@ -36,27 +36,35 @@ FileBytes pixelBytes(const FilterJob& job) {
   return bytes;
 }
 
-OIIO::ImageSpec displaySpec(const FilterJob& job) {
-  OIIO::ImageSpec spec(job.bitmap.GetBw(), job.bitmap.GetBh(), job.alpha ? 4 : 3, OIIO::TypeDesc::UINT8);
-  spec.attribute("oiio:ColorSpace", "sRGB");
-  // Our alpha is straight, and colours above an alpha of 0 count.
-  if (job.alpha) spec.attribute("oiio:UnassociatedAlpha", 1);
-  spec.attribute("Software", "Lumenara");
-  return spec;
-}
-
-FileBytes encodePixels(const char* writer, const OIIO::ImageSpec& spec, const void* pixels) {
-  prepareImageLibrary();
-  const std::unique_ptr<OIIO::ImageOutput> output = OIIO::ImageOutput::create(writer);
-  if (!output) fail(OIIO::geterror());
-  output->threads(1);
+FileBytes encodePixels(const char* writer, const FilterJob& job, OIIO::TypeDesc type, const void* pixels,
+                       const Describe& describe) {
+  const int channels = job.alpha ? 4 : 3;
   FileBytes bytes;
   OIIO::Filesystem::IOVecOutput memory(bytes);
-  if (!output->set_ioproxy(&memory) || !output->open(std::string("picture.") + writer, spec))
-    fail(output->geterror());
-  if (!output->write_image(spec.format, pixels)) fail(output->geterror());
+  std::unique_ptr<OIIO::ImageOutput> output;
+  {
+    const ImageLibraryLock lock;
+    OIIO::ImageSpec spec(job.bitmap.GetBw(), job.bitmap.GetBh(), channels, type);
+    spec.attribute("Software", "Lumenara");
+    describe(spec);
+    output = OIIO::ImageOutput::create(writer);
+    if (!output) fail(OIIO::geterror());
+    output->threads(1);
+    if (!output->set_ioproxy(&memory) || !output->open(std::string("picture.") + writer, spec))
+      fail(output->geterror());
+  }
+  if (!output->write_image(type, pixels)) fail(output->geterror());
   if (!output->close()) fail(output->geterror());
   return bytes;
+}
+
+FileBytes encodeDisplay(const char* writer, const FilterJob& job, const Describe& describe) {
+  return encodePixels(writer, job, OIIO::TypeDesc::UINT8, pixelBytes(job).data(), [&](OIIO::ImageSpec& spec) {
+    spec.attribute("oiio:ColorSpace", "sRGB");
+    // Our alpha is straight, and colours above an alpha of 0 count.
+    if (job.alpha) spec.attribute("oiio:UnassociatedAlpha", 1);
+    describe(spec);
+  });
 }
 
 } // namespace host

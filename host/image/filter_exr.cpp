@@ -38,11 +38,11 @@ std::vector<float> linearPixels(const FilterJob& job) {
 } // namespace
 
 FileBytes encodeExr(const FilterJob& job) {
-  OIIO::ImageSpec spec(job.bitmap.GetBw(), job.bitmap.GetBh(), job.alpha ? 4 : 3, OIIO::TypeDesc::FLOAT);
-  spec.attribute("oiio:ColorSpace", "Linear");
-  spec.attribute("compression", "zip");
-  spec.attribute("Software", "Lumenara");
-  return encodePixels("openexr", spec, linearPixels(job).data());
+  return encodePixels("openexr", job, OIIO::TypeDesc::FLOAT, linearPixels(job).data(),
+                      [](OIIO::ImageSpec& spec) {
+                        spec.attribute("oiio:ColorSpace", "Linear");
+                        spec.attribute("compression", "zip");
+                      });
 }
 
 } // namespace host

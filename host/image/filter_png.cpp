@@ -3,9 +3,7 @@
 namespace host {
 
 FileBytes encodePng(const FilterJob& job) {
-  OIIO::ImageSpec spec = displaySpec(job);
-  spec.attribute("png:compressionLevel", 6);
-  return encodePixels("png", spec, pixelBytes(job).data());
+  return encodeDisplay("png", job, [](OIIO::ImageSpec& spec) { spec.attribute("png:compressionLevel", 6); });
 }
 
 } // namespace host

@@ -3,8 +3,14 @@
 #include <OpenImageIO/imageio.h>
 
 namespace host {
+namespace {
 
-void prepareImageLibrary() {
+std::mutex& libraryMutex() {
+  static std::mutex mutex;
+  return mutex;
+}
+
+void setUp() {
   static const bool done = [] {
     // One picture is worked on by the thread that asks: the library's own pools would outlive the call, and
     // their hand-overs are invisible to the thread sanitizer.
@@ -16,6 +22,12 @@ void prepareImageLibrary() {
     return true;
   }();
   static_cast<void>(done);
+}
+
+} // namespace
+
+ImageLibraryLock::ImageLibraryLock() : lock_(libraryMutex()) {
+  setUp();
 }
 
 } // namespace host

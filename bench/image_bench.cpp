@@ -1,0 +1,135 @@
+// Pixels through the interface's calls, text in pictures, resampling and saving, at 1920 x 1080.
+#include <benchmark/benchmark.h>
+
+#include <chrono>
+#include <cstdint>
+#include <filesystem>
+#include <vector>
+
+#include "film.h"
+
+namespace {
+
+constexpr LONG width = 1920, height = 1080;
+
+using Seconds = std::chrono::duration<double>;
+
+double secondsSince(std::chrono::steady_clock::time_point start) {
+  return Seconds(std::chrono::steady_clock::now() - start).count();
+}
+
+void fill(BaseBitmap& bitmap) {
+  bitmap.Init(width, height, 24);
+  for (LONG y = 0; y < height; ++y)
+    for (LONG x = 0; x < width; ++x)
+      bitmap.SetPixel(x, y, x & 255, y & 255, (x + y) & 255);
+}
+
+/// What a stamp does with every pixel before it draws.
+void copyThroughCalls(const BaseBitmap& bitmap, GeClipMap& map) {
+  UWORD r, g, b;
+  for (LONG y = 0; y < height; ++y)
+    for (LONG x = 0; x < width; ++x) {
+      bitmap.GetPixel(x, y, &r, &g, &b);
+      map.SetPixelRGBA(x, y, r, g, b, 255);
+    }
+}
+
+/// And after it has drawn.
+void copyBack(const GeClipMap& map, BaseBitmap& bitmap) {
+  LONG r, g, b, a;
+  for (LONG y = 0; y < height; ++y)
+    for (LONG x = 0; x < width; ++x) {
+      map.GetPixelRGBA(x, y, &r, &g, &b, &a);
+      bitmap.SetPixel(x, y, r, g, b);
+    }
+}
+
+void copyPlain(const std::vector<std::uint32_t>& from, std::vector<std::uint32_t>& to) {
+  for (std::size_t i = 0; i < from.size(); ++i)
+    to[i] = from[i] | 0xff000000u;
+}
+
+/// There and back, beside the same two copies as plain loops over words; `ratio` is how many times slower.
+void stampCopy(benchmark::State& state) {
+  AutoAlloc<BaseBitmap> bitmap;
+  AutoAlloc<GeClipMap> map;
+  fill(*bitmap);
+  map->Init(width, height);
+  map->BeginDraw();
+  std::vector<std::uint32_t> from(static_cast<std::size_t>(width) * height), to(from.size());
+  double calls = 0, plain = 0;
+  for (auto _ : state) {
+    const auto start = std::chrono::steady_clock::now();
+    copyThroughCalls(*bitmap, *map);
+    copyBack(*map, *bitmap);
+    calls += secondsSince(start);
+    state.PauseTiming();
+    const auto again = std::chrono::steady_clock::now();
+    copyPlain(from, to);
+    benchmark::DoNotOptimize(to.data());
+    copyPlain(to, from);
+    benchmark::DoNotOptimize(from.data());
+    plain += secondsSince(again);
+    state.ResumeTiming();
+  }
+  state.counters["plain_ms"] = plain * 1000 / static_cast<double>(state.iterations());
+  state.counters["ratio"] = calls / plain;
+}
+BENCHMARK(stampCopy)->Unit(benchmark::kMillisecond);
+
+/// One line of text as stamps draw it: 35 passes.
+void stampText(benchmark::State& state) {
+  AutoAlloc<GeClipMap> map;
+  map->Init(width, height);
+  map->BeginDraw();
+  map->SetDrawMode(GE_CM_DRAWMODE_BLEND, 255);
+  const String text("12.345 seconds  03/07/2011  09:05:00");
+  for (auto _ : state)
+    for (LONG pass = 0; pass < 35; ++pass)
+      map->TextAt(4 + pass % 5, 4 + pass / 5, text);
+}
+BENCHMARK(stampText)->Unit(benchmark::kMicrosecond);
+
+void scaleDown(benchmark::State& state) {
+  AutoAlloc<BaseBitmap> bitmap, target;
+  fill(*bitmap);
+  target->Init(640, 360, 24);
+  for (auto _ : state)
+    bitmap->ScaleIt(target, 256, state.range(0) != 0, FALSE);
+}
+BENCHMARK(scaleDown)->ArgName("filter")->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
+
+void displayTransform(benchmark::State& state) {
+  std::vector<float> values(1u << 16);
+  for (std::size_t i = 0; i < values.size(); ++i)
+    values[i] = static_cast<float>(i * 2654435761u % 65536) / 60000.0f;
+  for (auto _ : state) {
+    unsigned sum = 0;
+    for (const float value : values)
+      sum += host::toDisplay(value);
+    benchmark::DoNotOptimize(sum);
+  }
+  state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(values.size()));
+}
+BENCHMARK(displayTransform);
+
+void save(benchmark::State& state) {
+  AutoAlloc<BaseBitmap> bitmap;
+  fill(*bitmap);
+  const Filename name((std::filesystem::temp_directory_path() / "lumenara-image-bench").c_str());
+  for (auto _ : state)
+    if (bitmap->Save(name, static_cast<LONG>(state.range(0))) != IMAGERESULT_OK)
+      state.SkipWithError("not saved");
+  GeFKill(name);
+}
+BENCHMARK(save)
+    ->ArgName("format")
+    ->Arg(FILTER_TIF)
+    ->Arg(FILTER_BMP)
+    ->Arg(FILTER_JPG)
+    ->Arg(FILTER_PNG)
+    ->Arg(FILTER_EXR)
+    ->Unit(benchmark::kMillisecond);
+
+} // namespace
