@@ -177,9 +177,7 @@ class Converter {
     if (made->bytes) {
       made->mimeType = mimeTypeOf(*made->bytes);
     } else {
-      context_.result.missingFiles.push_back(name);
-      context_.warn("The picture \"" + name +
-                    "\" is missing or cannot be read; put it beside the scene, or render without it.");
+      context_.missing(name);
     }
     return known = made;
   }

@@ -259,12 +259,8 @@ void readPictures(GltfFile& file, const Filename& folder, LoadContext& context) 
   const Json& list = member(file.root, "images");
   for (std::size_t i = 0; i < countOf(list); ++i) {
     file.images.push_back(readPicture(file, list[i], i, folder, context));
-    if (const Picture& picture = *file.images.back(); !picture.bytes) {
-      const std::string name = picture.uri.empty() ? picture.name : picture.uri;
-      context.result.missingFiles.push_back(name);
-      context.warn("The picture \"" + name +
-                   "\" is missing or cannot be read; put it beside the scene, or render without it.");
-    }
+    if (const Picture& picture = *file.images.back(); !picture.bytes)
+      context.missing(picture.uri.empty() ? picture.name : picture.uri);
     context.progress(0.3 + 0.2 * static_cast<double>(i + 1) / static_cast<double>(list.size()));
   }
 }
@@ -273,6 +269,14 @@ void readPictures(GltfFile& file, const Filename& folder, LoadContext& context) 
 
 void LoadContext::progress(double done) const {
   if (options.progress && !options.progress(done)) throw SceneCancelled();
+}
+
+void LoadContext::missing(const std::string& picture) {
+  auto& names = result.missingFiles;
+  if (std::find(names.begin(), names.end(), picture) != names.end()) return;
+  names.push_back(picture);
+  warn("The picture \"" + picture +
+       "\" is missing or cannot be read; put it beside the scene, or render without it.");
 }
 
 void LoadContext::spend(std::size_t count, std::size_t width) {

@@ -21,6 +21,8 @@ struct LoadContext {
   /// Throws SceneCancelled when the caller wants no more.
   void progress(double done) const;
   void warn(std::string sentence) { result.warnings.push_back(std::move(sentence)); }
+  /// Notes a picture that is not there, once.
+  void missing(const std::string& picture);
   /// Throws SceneError when a file wants more than the limit allows.
   void spend(std::size_t count, std::size_t width);
 };

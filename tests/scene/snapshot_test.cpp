@@ -1,0 +1,427 @@
+// What a renderer is given: instances, materials with their switches, lights, sky, camera.
+#include "snapshot.h"
+
+#include <cmath>
+
+#include "generated_mesh.h"
+#include "parameters.h"
+#include "scene_builder.h"
+
+namespace host {
+namespace {
+
+using Json = SceneBuilder::Json;
+
+// A quad with a material that uses every channel.
+SceneBuilder full() {
+  SceneBuilder scene;
+  for (const char* name : {"color.png", "mr.png", "normal.png", "occlusion.png", "glow.png"})
+    scene.add("images", Json{{"name", name},
+                             {"mimeType", "image/png"},
+                             {"bufferView", scene.addView(std::vector<char>{'x'})}});
+  for (int i = 0; i < 5; ++i)
+    scene.add("textures", Json{{"source", i}});
+  const int material = scene.add(
+      "materials",
+      Json{{"name", "all"},
+           {"pbrMetallicRoughness",
+            {{"baseColorFactor", {0.5, 0.25, 1, 0.75}},
+             {"metallicFactor", 0.5},
+             {"roughnessFactor", 0.25},
+             {"baseColorTexture", {{"index", 0}}},
+             {"metallicRoughnessTexture", {{"index", 1}}}}},
+           {"normalTexture", {{"index", 2}, {"scale", 0.5}}},
+           {"occlusionTexture", {{"index", 3}, {"strength", 0.75}, {"texCoord", 1}}},
+           {"emissiveTexture", {{"index", 4}}},
+           {"emissiveFactor", {1, 0.5, 0}},
+           {"alphaMode", "MASK"},
+           {"alphaCutoff", 0.25},
+           {"doubleSided", true},
+           {"extensions",
+            {{"KHR_materials_emissive_strength", {{"emissiveStrength", 4}}},
+             {"KHR_materials_transmission", {{"transmissionFactor", 0.5}}},
+             {"KHR_materials_ior", {{"ior", 1.25}}},
+             {"KHR_materials_specular", {{"specularFactor", 0.5}, {"specularColorFactor", {1, 0, 0}}}},
+             {"KHR_materials_clearcoat", {{"clearcoatFactor", 0.5}, {"clearcoatRoughnessFactor", 0.125}}}}}});
+  scene.addNode(Json{{"name", "n"}, {"mesh", scene.addQuad(material)}});
+  return scene;
+}
+
+SurfaceMaterialPtr surface(const DocumentPtr& document, const SnapshotOptions& options = {}) {
+  const SnapshotPtr snapshot = takeSnapshot(*document, options);
+  return snapshot->materials.at(static_cast<std::size_t>(snapshot->instances.at(0).materials.at(0)));
+}
+
+TEST(SnapshotMaterials, carryEveryValue) {
+  const DocumentPtr document = load(full());
+  const SurfaceMaterialPtr m = surface(document);
+  EXPECT_EQ(m->name, "all");
+  EXPECT_EQ(m->id, document->GetFirstMaterial()->GetIdentity());
+  EXPECT_EQ(m->baseColor, (Float4{0.5F, 0.25F, 1, 0.75F}));
+  EXPECT_EQ(m->metallic, 0.5F);
+  EXPECT_EQ(m->roughness, 0.25F);
+  EXPECT_EQ(m->emission, (Float3{4, 2, 0}));
+  EXPECT_EQ(m->normalScale, 0.5F);
+  EXPECT_EQ(m->occlusionStrength, 0.75F);
+  EXPECT_EQ(m->alphaMode, AlphaMode::mask);
+  EXPECT_EQ(m->alphaCutoff, 0.25F);
+  EXPECT_EQ(m->transmission, 0.5F);
+  EXPECT_EQ(m->ior, 1.25F);
+  EXPECT_EQ(m->specular, 0.5F);
+  EXPECT_EQ(m->specularColor, (Float3{1, 0, 0}));
+  EXPECT_EQ(m->clearcoat, 0.5F);
+  EXPECT_EQ(m->clearcoatRoughness, 0.125F);
+  EXPECT_TRUE(m->doubleSided);
+  EXPECT_FALSE(m->unlit);
+  ASSERT_TRUE(m->baseColorShade);
+  EXPECT_EQ(m->baseColorShade->kind, ShadeKind::bitmap);
+  EXPECT_EQ(m->baseColorShade->texture.picture->name, "color.png");
+  EXPECT_EQ(m->metallicRoughnessShade->texture.picture->name, "mr.png");
+  EXPECT_EQ(m->normalShade->texture.picture->name, "normal.png");
+  EXPECT_EQ(m->occlusionShade->texture.picture->name, "occlusion.png");
+  EXPECT_EQ(m->occlusionShade->texture.uvSet, 1);
+  EXPECT_EQ(m->emissionShade->texture.picture->name, "glow.png");
+}
+
+TEST(SnapshotMaterials, aChannelThatIsOffDropsItsWholeEffect) {
+  const DocumentPtr document = load(full());
+  const auto without = [&](LONG id) {
+    const DocumentPtr clone(document->GetClone(COPYFLAGS_0));
+    clone->GetFirstMaterial()->SetParameter(id, GeData(LONG(0)));
+    return surface(clone);
+  };
+  EXPECT_FALSE(without(param::switchColor)->colorOn);
+  EXPECT_EQ(without(param::switchDiffusion)->occlusionShade, nullptr);
+  EXPECT_EQ(without(param::switchLuminance)->emission, (Float3{}));
+  EXPECT_EQ(without(param::switchTransparency)->transmission, 0);
+  EXPECT_FALSE(without(param::switchReflection)->reflectionOn);
+  EXPECT_EQ(without(param::switchReflection)->metallic, 0);
+  EXPECT_EQ(without(param::switchReflection)->clearcoat, 0);
+  EXPECT_EQ(without(param::switchAlpha)->alphaMode, AlphaMode::opaque);
+  EXPECT_EQ(without(param::switchSpecular)->specular, 0);
+  EXPECT_EQ(without(param::switchSpecularColor)->specularColor, (Float3{1, 1, 1}));
+  EXPECT_EQ(without(param::switchNormal)->normalShade, nullptr);
+  EXPECT_NE(surface(document)->normalShade, nullptr) << "the original is as it was";
+}
+
+TEST(SnapshotMaterials, withoutTexturesTheFactorsStay) {
+  SnapshotOptions options;
+  options.textures = false;
+  const DocumentPtr document = load(full());
+  const SurfaceMaterialPtr m = surface(document, options);
+  ASSERT_TRUE(m->baseColorShade);
+  EXPECT_EQ(m->baseColorShade->kind, ShadeKind::color);
+  EXPECT_EQ(m->baseColorShade->color, (Float4{1, 1, 1, 1}));
+  EXPECT_EQ(m->normalShade, nullptr);
+  EXPECT_EQ(m->baseColor, (Float4{0.5F, 0.25F, 1, 0.75F}));
+}
+
+TEST(SnapshotMaterials, textureTransformsAndSamplers) {
+  SceneBuilder scene = full();
+  scene.add("samplers", Json{{"wrapS", 33071}, {"wrapT", 33648}, {"magFilter", 9728}});
+  scene.root["textures"][0]["sampler"] = 0;
+  scene.root["materials"][0]["pbrMetallicRoughness"]["baseColorTexture"]["extensions"] = {
+      {"KHR_texture_transform",
+       {{"offset", {0.5, 0.25}}, {"scale", {2, 4}}, {"rotation", 0.75}, {"texCoord", 1}}}};
+  const DocumentPtr document = load(scene);
+  const TextureUse use = surface(document)->baseColorShade->texture;
+  EXPECT_EQ(use.offset, (Float2{0.5F, 0.25F}));
+  EXPECT_EQ(use.scale, (Float2{2, 4}));
+  EXPECT_EQ(use.rotation, 0.75F);
+  EXPECT_EQ(use.uvSet, 1);
+  EXPECT_EQ(use.wrapU, Wrap::clamp);
+  EXPECT_EQ(use.wrapV, Wrap::mirror);
+  EXPECT_TRUE(use.nearest);
+  reload(*document);
+}
+
+TEST(SnapshotMaterials, aShaderTreeAndTheRemovalOfItsOcclusion) {
+  SceneBuilder scene = full();
+  scene.root["materials"][0]["extras"]["lumenara"] = Json::parse(R"({
+    "shaders": [ {"type": 1011123, "children": [
+      {"type": 5833, "image": 4, "container": [[1628, "vector", [0.5, 0.5, 0.5]]]},
+      {"type": 1001191, "container": [[1641, "real", 0.25], [1642, "vector", [0.1, 0, 0]], [1601, "long", 1], [1602, "real", 0.5]]},
+      {"type": 1011109, "children": [ {"type": 5832, "container": [[1611, "vector", [0, 1, 0]]]} ]} ]},
+      {"type": 1001191} ],
+    "slots": {"0": 0, "12": 1}})");
+  const DocumentPtr document = load(scene);
+  SurfaceMaterialPtr m = surface(document);
+  ASSERT_TRUE(m->baseColorShade);
+  EXPECT_EQ(m->baseColorShade->kind, ShadeKind::layer);
+  ASSERT_EQ(m->baseColorShade->children.size(), 3U);
+  const auto& [bitmap, occlusion, fusion] = std::tie(
+      m->baseColorShade->children[0], m->baseColorShade->children[1], m->baseColorShade->children[2]);
+  EXPECT_EQ(bitmap->texture.picture->name, "glow.png");
+  EXPECT_EQ(bitmap->color, (Float4{0.5F, 0.5F, 0.5F, 1}));
+  EXPECT_EQ(occlusion->kind, ShadeKind::ambientOcclusion);
+  EXPECT_EQ(occlusion->aoDistance, 0.25F);
+  EXPECT_EQ(occlusion->aoDark, (Float3{0.1F, 0, 0}));
+  EXPECT_EQ(occlusion->mix, ShadeMix::multiply);
+  EXPECT_EQ(occlusion->amount, 0.5F);
+  EXPECT_EQ(fusion->kind, ShadeKind::fusion);
+  EXPECT_EQ(fusion->children.at(0)->color, (Float4{0, 1, 0, 1}));
+  EXPECT_EQ(m->occlusionShade->kind, ShadeKind::ambientOcclusion);
+  EXPECT_EQ(m->metallicRoughnessShade->texture.picture->name, "mr.png")
+      << "other slots keep the file's textures";
+  reload(*document);
+
+  BaseMaterial* material = document->GetFirstMaterial();
+  BaseShader* layer = material->GetChannel(CHANNEL_COLOR)->GetShader();
+  ASSERT_EQ(layer->GetType(), Xlayer);
+  BaseShader* removed = layer->GetDown()->GetNext();
+  removed->Remove();
+  BaseShader::Free(removed);
+  BaseShader* top = material->GetChannel(CHANNEL_DIFFUSION)->GetShader();
+  BaseShader::Free(top);
+  m = surface(document);
+  EXPECT_EQ(m->baseColorShade->children.size(), 2U);
+  EXPECT_EQ(m->occlusionShade, nullptr);
+}
+
+TEST(SnapshotMaterials, onlyMaterialsInUseMissTheirPictures) {
+  SceneBuilder scene = full();
+  scene.root["images"][0] = Json{{"uri", "lost.png"}};
+  scene.add("materials", Json{{"name", "unused"}, {"normalTexture", {{"index", 5}}}});
+  scene.add("images", Json{{"uri", "lost too.png"}});
+  scene.add("textures", Json{{"source", 5}});
+  LoadResult details;
+  const DocumentPtr document = load(scene, &details);
+  EXPECT_EQ(details.missingFiles, (std::vector<std::string>{"lost.png", "lost too.png"}));
+  EXPECT_EQ(details.warnings.size(), 2U);
+  EXPECT_EQ(takeSnapshot(*document, {})->missingAssets, std::vector<std::string>{"lost.png"});
+  EXPECT_EQ(surface(document)->baseColorShade, nullptr) << "shown without it";
+  SnapshotOptions options;
+  options.textures = false;
+  EXPECT_TRUE(takeSnapshot(*document, options)->missingAssets.empty());
+  document->GetFirstMaterial()->SetParameter(param::switchColor, GeData(LONG(0)));
+}
+
+TEST(SnapshotMaterials, withoutAMaterialTheDefaultOneIsUsed) {
+  SceneBuilder scene;
+  scene.addNode(Json{{"mesh", scene.addQuad()}});
+  const DocumentPtr document = load(scene);
+  const SnapshotPtr snapshot = takeSnapshot(*document, {});
+  EXPECT_EQ(snapshot->instances.at(0).materials, std::vector<int>{0});
+  ASSERT_EQ(snapshot->materials.size(), 1U);
+  EXPECT_EQ(snapshot->materials[0]->baseColor, (Float4{0.8F, 0.8F, 0.8F, 1}));
+}
+
+// --- lights and sky ---
+
+TEST(SnapshotLights, comeFromTheFileAndItsExtras) {
+  SceneBuilder scene;
+  scene.root["extensions"]["KHR_lights_punctual"]["lights"] = Json::parse(R"([
+    {"type": "spot", "color": [1, 0.5, 0.25], "intensity": 8, "range": 20, "spot": {"innerConeAngle": 0.25, "outerConeAngle": 0.5}},
+    {"type": "directional"}, {"type": "point", "intensity": 2}])");
+  const auto light = [](int index) { return Json{{"KHR_lights_punctual", {{"light", index}}}}; };
+  scene.addNode(Json{{"extensions", light(0)},
+                     {"translation", {1, 2, 3}},
+                     {"scale", {5, 5, 5}},
+                     {"extras", {{"lumenara", {{"container", {{1107, "real", 0.125}}}}}}}});
+  scene.addNode(
+      Json{{"extensions", light(1)}, {"extras", {{"lumenara", {{"container", {{1108, "long", 0}}}}}}}});
+  scene.addNode(Json{{"extensions", light(2)},
+                     {"extras", {{"lumenara", {{"container", {{1107, "real", 3}, {1108, "long", 1}}}}}}}});
+  const DocumentPtr document = load(scene);
+  const auto lights = takeSnapshot(*document, {})->lights;
+  ASSERT_EQ(lights.size(), 3U);
+  EXPECT_EQ(lights[0].kind, LightKind::spot);
+  EXPECT_EQ(lights[0].intensity, (Float3{8, 4, 2}));
+  EXPECT_EQ(lights[0].range, 20);
+  EXPECT_EQ(lights[0].innerCone, 0.25F);
+  EXPECT_EQ(lights[0].outerCone, 0.5F);
+  EXPECT_EQ(lights[0].radius, 0.125F);
+  EXPECT_EQ(lights[0].toWorld.off, Vector(1, 2, 3));
+  EXPECT_EQ(lights[0].toWorld.v1, Vector(1, 0, 0)) << "the scale is left out";
+  EXPECT_TRUE(lights[0].shadows);
+  EXPECT_EQ(lights[1].kind, LightKind::distant);
+  EXPECT_EQ(lights[1].intensity, (Float3{1, 1, 1}));
+  EXPECT_FALSE(lights[1].shadows);
+  EXPECT_EQ(lights[2].kind, LightKind::point);
+  EXPECT_EQ(lights[2].radius, 0) << "a hard shadow has no radius";
+  EXPECT_EQ(takeSnapshot(*document, {})->sky.kind, SkyKind::none);
+  reload(*document);
+}
+
+TEST(SnapshotLights, nobodyMeetsABlackPicture) {
+  SceneBuilder scene;
+  scene.addNode(Json{{"mesh", scene.addQuad()}});
+  const DocumentPtr document = load(scene);
+  SnapshotPtr snapshot = takeSnapshot(*document, {});
+  EXPECT_EQ(snapshot->lights.size(), 1U);
+  EXPECT_EQ(snapshot->sky.kind, SkyKind::gradient);
+  BaseObject* sky = BaseObject::Alloc(Osky);
+  document->InsertObject(sky, nullptr, nullptr);
+  sky->SetParameter(param::skyColor, GeData(Vector(0.5, 0, 0)));
+  snapshot = takeSnapshot(*document, {});
+  EXPECT_TRUE(snapshot->lights.empty());
+  EXPECT_EQ(snapshot->sky.kind, SkyKind::constant);
+  EXPECT_EQ(snapshot->sky.color, (Float3{0.5F, 0, 0}));
+}
+
+TEST(SnapshotLights, anEvenGlowLightsAndAGlowingPictureDoesNot) {
+  SceneBuilder glow = full();
+  DocumentPtr document = load(glow);
+  EXPECT_EQ(takeSnapshot(*document, {})->lights.size(), 1U);
+  glow.root["materials"][0].erase("emissiveTexture");
+  document = load(glow);
+  EXPECT_TRUE(takeSnapshot(*document, {})->lights.empty());
+  EXPECT_EQ(takeSnapshot(*document, {})->sky.kind, SkyKind::none);
+}
+
+TEST(SnapshotSkies, ofAPicture) {
+  SceneBuilder scene;
+  scene.add("images", Json{{"name", "sky"},
+                           {"mimeType", "image/vnd.radiance"},
+                           {"bufferView", scene.addView(std::vector<char>{'#', '?'})}});
+  scene.addNode(Json{{"name", "sky"},
+                     {"extras",
+                      {{"lumenara",
+                        {{"type", 5105},
+                         {"image", 0},
+                         {"container", {{1201, "long", 3}, {1205, "real", 1.5}, {1206, "bool", false}}}}}}}});
+  const DocumentPtr document = load(scene);
+  SnapshotSky sky = takeSnapshot(*document, {})->sky;
+  EXPECT_EQ(sky.kind, SkyKind::picture);
+  ASSERT_TRUE(sky.picture);
+  EXPECT_EQ(sky.picture->bytes->size(), 2U);
+  EXPECT_EQ(sky.rotation, 1.5F);
+  EXPECT_FALSE(sky.seenByCamera);
+  reload(*document);
+  SnapshotOptions options;
+  options.textures = false;
+  EXPECT_EQ(takeSnapshot(*document, options)->sky.kind, SkyKind::constant);
+}
+
+// --- instances ---
+
+TEST(SnapshotInstances, placesTagsAndActivity) {
+  SceneBuilder scene;
+  const int mesh = scene.addQuad();
+  const int child = scene.addNode(Json{{"name", "child"}, {"mesh", mesh}, {"translation", {0, 1, 0}}}, false);
+  scene.addNode(Json{
+      {"name", "parent"},
+      {"translation", {1, 0, 0}},
+      {"children", {child}},
+      {"extras", {{"lumenara", {{"tags", {{{"type", 5637}, {"container", {{1512, "bool", false}}}}}}}}}}});
+  scene.addNode(Json{
+      {"name", "other"},
+      {"mesh", mesh},
+      {"extras", {{"lumenara", {{"tags", {{{"type", 5637}, {"container", {{1511, "bool", false}}}}}}}}}}});
+  const DocumentPtr document = load(scene);
+  SnapshotPtr snapshot = takeSnapshot(*document, {});
+  ASSERT_EQ(snapshot->instances.size(), 2U);
+  EXPECT_EQ(snapshot->instances[0].toWorld.off, Vector(1, 1, 0));
+  EXPECT_TRUE(snapshot->instances[0].seenByCamera);
+  EXPECT_FALSE(snapshot->instances[0].castsShadows) << "children inherit it";
+  EXPECT_FALSE(snapshot->instances[1].seenByCamera);
+  EXPECT_EQ(snapshot->instances[0].mesh, snapshot->instances[1].mesh);
+  EXPECT_EQ(snapshot->low, (Float3{0, 0, 0}));
+  EXPECT_EQ(snapshot->high, (Float3{2, 2, 0}));
+
+  objectNamed(document, "parent")->SetBit(BIT_ACTIVE);
+  SnapshotOptions options;
+  options.activeOnly = true;
+  snapshot = takeSnapshot(*document, options);
+  ASSERT_EQ(snapshot->instances.size(), 1U);
+  EXPECT_EQ(snapshot->instances[0].object, objectNamed(document, "child")->GetIdentity());
+}
+
+TEST(SnapshotInstances, aFloorIsASquare) {
+  SceneBuilder scene;
+  scene.add("materials", Json{{"name", "ground"}});
+  scene.addNode(
+      Json{{"name", "floor"},
+           {"translation", {0, -1, 0}},
+           {"extras",
+            {{"lumenara",
+              {{"type", 5104},
+               {"container", {{1301, "real", 5}}},
+               {"tags", {{{"type", 5616}, {"container", {{1501, "link", {{"material", 0}}}}}}}}}}}}});
+  const DocumentPtr document = load(scene);
+  const SnapshotPtr snapshot = takeSnapshot(*document, {});
+  ASSERT_EQ(snapshot->instances.size(), 1U);
+  const Instance& floor = snapshot->instances[0];
+  EXPECT_TRUE(floor.isFloor);
+  EXPECT_EQ(floor.mesh->low, (Float3{-5, 0, -5}));
+  EXPECT_EQ(floor.mesh->high, (Float3{5, 0, 5}));
+  EXPECT_EQ(floor.toWorld.off.y, -1);
+  EXPECT_EQ(snapshot->materials.at(static_cast<std::size_t>(floor.materials.at(0)))->name, "ground");
+  EXPECT_EQ(takeSnapshot(*document, {})->instances[0].mesh, floor.mesh) << "made once";
+  // Its front faces up.
+  const auto& t = floor.mesh->triangles[0];
+  const auto& p = floor.mesh->positions;
+  const float up = (p[t[1]][2] - p[t[0]][2]) * (p[t[2]][0] - p[t[0]][0]) -
+                   (p[t[1]][0] - p[t[0]][0]) * (p[t[2]][2] - p[t[0]][2]);
+  EXPECT_GT(up, 0);
+  reload(*document);
+}
+
+TEST(SnapshotInstances, camerasOfBothKinds) {
+  SceneBuilder scene;
+  scene.add("cameras", Json{{"type", "orthographic"},
+                            {"orthographic", {{"xmag", 2}, {"ymag", 1.5}, {"znear", 0.25}, {"zfar", 50}}}});
+  scene.add("cameras", Json{{"type", "perspective"}, {"perspective", {{"yfov", 0.5}, {"znear", 0.125}}}});
+  scene.addNode(Json{{"name", "flat"}, {"camera", 0}, {"translation", {0, 0, 9}}, {"scale", {2, 2, 2}}});
+  scene.addNode(Json{{"name", "deep"}, {"camera", 1}});
+  const DocumentPtr document = load(scene);
+  SnapshotCamera camera = takeSnapshot(*document, {})->camera;
+  EXPECT_TRUE(camera.orthographic) << "the file's first camera";
+  EXPECT_EQ(camera.ymag, 1.5F);
+  EXPECT_EQ(camera.znear, 0.25F);
+  EXPECT_EQ(camera.zfar, 50);
+  EXPECT_EQ(camera.toWorld.off, Vector(0, 0, 9));
+  EXPECT_EQ(camera.toWorld.v2, Vector(0, 1, 0));
+  SnapshotOptions options;
+  options.camera = objectNamed(document, "deep");
+  camera = takeSnapshot(*document, options)->camera;
+  EXPECT_FALSE(camera.orthographic);
+  EXPECT_EQ(camera.yfov, 0.5F);
+  EXPECT_EQ(camera.zfar, 0);
+  EXPECT_EQ(camera.object, options.camera->GetIdentity());
+  reload(*document);
+}
+
+TEST(SnapshotInstances, anUnchangedSourceGivesTheSameMesh) {
+  SceneBuilder scene;
+  const int child = scene.addNode(Json{{"name", "n"}, {"mesh", scene.addQuad()}}, false);
+  scene.addNode(Json{{"name", "s"}, {"children", {child}}, {"extras", {{"lumenara", {{"type", 1007455}}}}}});
+  const DocumentPtr document = load(scene);
+  const MeshPtr first = takeSnapshot(*document, {})->instances.at(0).mesh;
+  EXPECT_EQ(first->triangles.size(), 32U) << "one quad, two levels";
+  const std::uint64_t made = generatedMeshCount();
+  objectNamed(document, "n")->SetMl(MatrixMove({1, 0, 0}));
+  const DocumentPtr clone(document->GetClone(COPYFLAGS_NO_ANIMATION));
+  EXPECT_EQ(takeSnapshot(*clone, {})->instances.at(0).mesh, first);
+  EXPECT_EQ(generatedMeshCount(), made);
+
+  SnapshotOptions half;
+  half.lod = 0.5;
+  EXPECT_EQ(takeSnapshot(*document, half)->instances.at(0).mesh->triangles.size(), 8U);
+  half.lod = 0;
+  EXPECT_EQ(takeSnapshot(*document, half)->instances.at(0).mesh->triangles.size(), 2U);
+  objectNamed(document, "s")->SetDeformMode(FALSE);
+  EXPECT_EQ(takeSnapshot(*document, {})->instances.at(0).mesh->triangles.size(), 2U);
+  reload(*document);
+}
+
+class Stopped : public C4DThread {
+ public:
+  Bool TestDBreak() override { return TRUE; }
+  void Main() override {}
+  const CHAR* GetThreadName() override { return reinterpret_cast<const CHAR*>("stopped"); }
+};
+
+TEST(SnapshotInstances, aBreakGivesNone) {
+  SceneBuilder scene;
+  scene.addNode(Json{{"mesh", scene.addQuad()}});
+  const DocumentPtr document = load(scene);
+  Stopped thread;
+  SnapshotOptions options;
+  options.thread = thread.Get();
+  EXPECT_EQ(takeSnapshot(*document, options), nullptr);
+  EXPECT_FALSE(document->ExecutePasses(thread.Get(), TRUE, TRUE, TRUE, BUILDFLAGS_0));
+}
+
+} // namespace
+} // namespace host
