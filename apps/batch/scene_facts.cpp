@@ -4,13 +4,15 @@
 
 #include "document.h"
 #include "parameters.h"
+#include "scene_setup.h"
 
 namespace batch {
 namespace {
 
-CameraFacts cameraFacts(const host::ObjectState& object) {
+CameraFacts cameraFacts(const NamedCamera& camera) {
+  const host::ObjectState& object = *host::stateOf(camera.object);
   CameraFacts facts;
-  facts.name = object.name.GetUTF8();
+  facts.name = camera.name;
   facts.orthographic = host::param::integer(object, host::param::cameraProjection) == 1;
   facts.angle = host::param::real(object, host::param::cameraYfov);
   facts.height = 2 * host::param::real(object, host::param::cameraYmag);
@@ -40,7 +42,6 @@ void addTracks(const host::ObjectState& object, std::vector<AnimationFacts>& ani
 }
 
 void addObject(const host::ObjectState& object, SceneFacts& facts) {
-  if (object.type == Ocamera) facts.cameras.push_back(cameraFacts(object));
   if (object.type == Olight) facts.lights.push_back(lightFacts(object));
   addTracks(object, facts.animations);
 }
@@ -54,6 +55,9 @@ SceneFacts factsOf(BaseDocument& document) {
     facts.animations.push_back({name, 0, 0, 0});
   }
   host::forEachObject(state.children, [&](const host::ObjectState& object) { addObject(object, facts); });
+  for (const NamedCamera& camera : camerasOf(document)) {
+    facts.cameras.push_back(cameraFacts(camera));
+  }
   facts.counts = host::countScene(document);
   facts.fps = document.GetFps();
   facts.firstFrame = document.GetMinTime().GetFrame(facts.fps);

@@ -10,7 +10,7 @@
 namespace batch {
 
 struct CameraFacts {
-  std::string name;
+  std::string name; // as --camera takes it
   bool orthographic = false;
   double angle = 0;  // perspective: the whole vertical angle in radians
   double height = 0; // orthographic: of what it sees, in metres

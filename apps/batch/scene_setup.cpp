@@ -1,5 +1,7 @@
 #include "scene_setup.h"
 
+#include <map>
+
 #include "c4d_render.h"
 #include "lm_keys.h"
 
@@ -8,17 +10,21 @@ namespace {
 
 constexpr LONG largestSide = 32768; // what a bitmap can hold
 
-void collectCameras(BaseObject* first, std::vector<BaseObject*>& cameras) {
+void collectCameras(BaseObject* first, std::vector<NamedCamera>& cameras, std::map<std::string, int>& uses) {
   for (BaseObject* object = first; object; object = object->GetNext()) {
-    if (object->IsInstanceOf(Ocamera)) cameras.push_back(object);
-    collectCameras(object->GetDown(), cameras);
+    if (object->IsInstanceOf(Ocamera)) {
+      const std::string name = object->GetName().GetUTF8();
+      const int use = ++uses[name];
+      cameras.push_back({object, use == 1 ? name : name + "#" + std::to_string(use)});
+    }
+    collectCameras(object->GetDown(), cameras, uses);
   }
 }
 
-std::string nameList(const std::vector<BaseObject*>& nodes) {
+std::string nameList(const std::vector<NamedCamera>& cameras) {
   std::string text;
-  for (const BaseObject* node : nodes) {
-    text += (text.empty() ? "\"" : ", \"") + node->GetName().GetUTF8() + "\"";
+  for (const NamedCamera& camera : cameras) {
+    text += (text.empty() ? "\"" : ", \"") + camera.name + "\"";
   }
   return text;
 }
@@ -31,19 +37,20 @@ void forgetViewersCamera(BaseDocument& document) {
 
 } // namespace
 
-std::vector<BaseObject*> camerasOf(const BaseDocument& document) {
-  std::vector<BaseObject*> cameras;
-  collectCameras(document.GetFirstObject(), cameras);
+std::vector<NamedCamera> camerasOf(const BaseDocument& document) {
+  std::vector<NamedCamera> cameras;
+  std::map<std::string, int> uses;
+  collectCameras(document.GetFirstObject(), cameras, uses);
   return cameras;
 }
 
 void chooseCamera(BaseDocument& document, const std::string& name) {
-  const std::vector<BaseObject*> cameras = camerasOf(document);
-  for (BaseObject* camera : cameras) {
-    if (camera->GetName().GetUTF8() != name) continue;
+  const std::vector<NamedCamera> cameras = camerasOf(document);
+  for (const NamedCamera& camera : cameras) {
+    if (camera.name != name) continue;
     forgetViewersCamera(document);
-    if (BaseDraw* view = document.GetRenderBaseDraw()) view->SetSceneCamera(camera);
-    if (BaseDraw* view = document.GetActiveBaseDraw()) view->SetSceneCamera(camera);
+    if (BaseDraw* view = document.GetRenderBaseDraw()) view->SetSceneCamera(camera.object);
+    if (BaseDraw* view = document.GetActiveBaseDraw()) view->SetSceneCamera(camera.object);
     return;
   }
   throw Stop(ExitCode::wrongUse, "the scene has no camera \"" + name + "\"; " +

@@ -9,8 +9,14 @@
 
 namespace batch {
 
+/// A camera and what the command line calls it: its name, and "name#2" for the second one of a name.
+struct NamedCamera {
+  BaseObject* object = nullptr;
+  std::string name;
+};
+
 /// All cameras of a document, in document order.
-std::vector<BaseObject*> camerasOf(const BaseDocument& document);
+std::vector<NamedCamera> camerasOf(const BaseDocument& document);
 
 /// Makes the camera of this name the one that the document's views look through, whatever the document had
 /// chosen before. Throws `Stop` (wrong use) when there is none; the sentence lists those that there are.

@@ -155,6 +155,17 @@ TEST_F(Render, CameraIsChosenByName) {
   }
 }
 
+TEST_F(Render, CamerasOfOneNameAreNumbered) {
+  const std::string scene = writeTinyScene(folder.path());
+  std::string text = readFile(scene);
+  text.replace(text.find("\"Back\""), 6, "\"Front\"");
+  writeFile(scene, text);
+  EXPECT_TRUE(isRed(renderPicture(scene, "first.png", {"--camera", "Front"}), 16, 16));
+  EXPECT_FALSE(isRed(renderPicture(scene, "second.png", {"--camera", "Front#2"}), 16, 16));
+  const Outcome outcome = render(scene, "third.png", {"--camera", "Front#3"}, 2);
+  EXPECT_NE(outcome.err.find("\"Front\", \"Front#2\""), std::string::npos) << outcome.err;
+}
+
 TEST_F(Render, UnknownCameraListsTheCameras) {
   const Outcome outcome = render(writeTinyScene(folder.path()), "none.png", {"--camera", "Side"}, 2);
   EXPECT_NE(outcome.err.find("\"Side\""), std::string::npos) << outcome.err;
