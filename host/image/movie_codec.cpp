@@ -151,7 +151,9 @@ bool usesMatrix709(const MovieCodec& codec, int width, int height) noexcept {
 }
 
 int encodedWidth(const MovieCodec& codec, int width) noexcept {
-  return evenIf(av_pix_fmt_desc_get(codec.plain)->log2_chroma_w > 0, width);
+  // Uncompressed rows of QuickTime take an even number of bytes, which the library does not see to.
+  const bool evenRows = codec.id == movieCodecRaw && codec.format == FILTER_MOVIE;
+  return evenIf(evenRows || av_pix_fmt_desc_get(codec.plain)->log2_chroma_w > 0, width);
 }
 
 int encodedHeight(const MovieCodec& codec, int height) noexcept {

@@ -53,8 +53,8 @@ void setMovieColour(const MovieCodec& codec, AVCodecContext& context);
 /// Whether a picture of this size gets Rec. 709's matrix (else Rec. 601's).
 bool usesMatrix709(const MovieCodec& codec, int width, int height) noexcept;
 
-/// The size that is encoded: made even where the codec halves the colours' resolution. The added column or
-/// row repeats the picture's last one.
+/// The size that is encoded: made even where the codec halves the colours' resolution or rows want it. The
+/// added column or row repeats the picture's last one.
 int encodedWidth(const MovieCodec& codec, int width) noexcept;
 int encodedHeight(const MovieCodec& codec, int height) noexcept;
 

@@ -140,5 +140,8 @@ Bool MovieSaver::Close() {
 
 Bool MovieSaver::Choose(LONG format, BaseContainer& options) {
   if (host::movieCodecs(format).empty()) return FALSE;
-  return host::userInterface().editMovieOptions(format, options);
+  BaseContainer edited = options;
+  if (!host::userInterface().editMovieOptions(format, edited)) return FALSE;
+  options = std::move(edited);
+  return TRUE;
 }

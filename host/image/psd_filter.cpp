@@ -19,18 +19,37 @@ void prepareMagick() {
   static_cast<void>(done);
 }
 
-FileBytes encode(const FilterJob& job) {
-  const FileBytes pixels = pixelBytes(job);
+Magick::Image imageOf(const FilterJob& job, const FileBytes& pixels) {
   Magick::Image image(static_cast<std::size_t>(job.bitmap.GetBw()),
                       static_cast<std::size_t>(job.bitmap.GetBh()), job.alpha ? "RGBA" : "RGB",
                       Magick::CharPixel, pixels.data());
   image.matte(job.alpha);
   image.depth(8);
-  image.type(job.alpha ? Magick::TrueColorMatteType
-                       : Magick::TrueColorType); // a grey picture stays in colours
   image.compressType(Magick::RLECompression);
+  image.attribute("colorspace:auto-grayscale", "false"); // a grey picture stays one of three channels
+  return image;
+}
+
+// Colours on white, as the picture beside the layers holds them.
+void blendOnWhite(FileBytes& pixels) {
+  for (std::size_t i = 0; i + 3 < pixels.size(); i += 4)
+    for (std::size_t c = 0; c < 3; ++c) {
+      const int alpha = pixels[i + 3], sum = pixels[i + c] * alpha + 255 * (255 - alpha);
+      pixels[i + c] = static_cast<unsigned char>((sum + 127) / 255);
+    }
+}
+
+FileBytes encode(const FilterJob& job) {
+  FileBytes pixels = pixelBytes(job);
+  std::vector<Magick::Image> images;
+  if (job.alpha) { // the merged picture comes first, then the layer with its straight colours
+    images.push_back(imageOf(job, pixels));
+    blendOnWhite(pixels);
+  }
+  images.insert(images.begin(), imageOf(job, pixels));
   Magick::Blob blob;
-  image.write(&blob, "PSD");
+  images.front().magick("PSD");
+  Magick::writeImages(images.begin(), images.end(), &blob, true);
   const auto* bytes = static_cast<const unsigned char*>(blob.data());
   return FileBytes(bytes, bytes + blob.length());
 }
