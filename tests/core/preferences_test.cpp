@@ -183,16 +183,18 @@ TEST_F(PreferencesTest, AKilledProgramLeavesAWholeFile) {
         preferences.set(ID, big, true);
       }
     });
-    std::this_thread::sleep_for(std::chrono::milliseconds(15 + 7 * round));
+    for (int tries = 0; !GeFExist(file()) && tries < 10000; ++tries)
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    std::this_thread::sleep_for(std::chrono::microseconds(1300 * (1 + round * round))); // up to 160 ms
     kill(child, SIGKILL);
     EXPECT_EQ(waitFor(child), 1000 + SIGKILL);
-    if (!GeFExist(file())) continue; // killed before its first write
+    ASSERT_TRUE(GeFExist(file()));
     const auto result = open();
     ASSERT_NE(result->get(ID), nullptr);
     EXPECT_EQ(result->get(ID)->GetCount(), 201);
     seen.push_back(result->get(ID)->GetLong(1));
   }
-  EXPECT_FALSE(seen.empty());
+  EXPECT_EQ(seen.size(), 12u);
   EXPECT_TRUE(console.empty()) << "never damaged";
   for (const std::string& name : folder.names())
     EXPECT_EQ(name.find(".tmp"), std::string::npos) << name << " is left over";
