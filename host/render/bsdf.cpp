@@ -11,21 +11,22 @@ float alphaOf(float roughness) {
   return std::max(1e-4f, roughness * roughness);
 }
 
-float albedoOf(float f0, float f90, float cosine, float roughness) {
-  const ReflectionAlbedo& table = reflectionAlbedo();
-  return f0 * table.base.at(cosine, roughness) + f90 * table.edge.at(cosine, roughness);
-}
-
-// The albedo with the light between facets brought back: times 1 + F0 (1 - E) / E.
-float fullAlbedo(float f0, float f90, float cosine, float roughness) {
-  const float single = albedoOf(1, 1, cosine, roughness);
-  return std::min(1.0f,
-                  albedoOf(f0, f90, cosine, roughness) * (1 + f0 * (1 - single) / std::max(1e-4f, single)));
-}
-Vec3 fullAlbedo(Vec3 f0, float f90, float cosine, float roughness) {
-  return {fullAlbedo(f0.x, f90, cosine, roughness), fullAlbedo(f0.y, f90, cosine, roughness),
-          fullAlbedo(f0.z, f90, cosine, roughness)};
-}
+// The albedo's two parts at one cosine and roughness: of F0 and of F90.
+struct Albedo {
+  float base, edge;
+  Albedo(float cosine, float roughness) {
+    const ReflectionAlbedo& table = reflectionAlbedo();
+    base = table.base.at(cosine, roughness);
+    edge = table.edge.at(cosine, roughness);
+  }
+  float single(float f0, float f90) const { return f0 * base + f90 * edge; }
+  /// With the light between facets brought back: times 1 + F0 (1 - E) / E.
+  float full(float f0, float f90) const {
+    const float whole = std::max(1e-4f, base + edge);
+    return std::min(1.0f, single(f0, f90) * (1 + f0 * (1 - whole) / whole));
+  }
+  Vec3 full(Vec3 f0, float f90) const { return {full(f0.x, f90), full(f0.y, f90), full(f0.z, f90)}; }
+};
 
 Vec3 dielectricF0(const SurfaceLook& look) {
   const float r = (look.ior - 1) / (look.ior + 1);
@@ -51,9 +52,9 @@ Vec3 divide(Vec3 a, Vec3 b) {
 float straightPass(const SurfaceLook& look, float cosine, Vec3* tint) {
   if (look.transmission <= 0) return 0;
   const float coat =
-      look.reflectionOn ? look.clearcoat * fullAlbedo(coatF0, 1, cosine, look.clearcoatRoughness) : 0;
+      look.reflectionOn ? look.clearcoat * Albedo(cosine, look.clearcoatRoughness).full(coatF0, 1) : 0;
   const float reflected =
-      look.reflectionOn ? maxComponent(fullAlbedo(dielectricF0(look), look.specular, cosine, look.roughness))
+      look.reflectionOn ? maxComponent(Albedo(cosine, look.roughness).full(dielectricF0(look), look.specular))
                         : 0;
   *tint = squareRoot(look.baseColor);
   return (1 - coat) * (1 - look.metallic) * look.transmission * (1 - reflected);
@@ -73,8 +74,9 @@ Bsdf::Bsdf(const SurfaceLook& look, Vec3 normal, Vec3 geometric, Vec3 wo, bool e
   if (look.reflectionOn && look.clearcoat > 0) {
     coatRoughness_ = look.clearcoatRoughness;
     coatAlpha_ = alphaOf(coatRoughness_);
-    const float full = fullAlbedo(coatF0, 1, cosine, coatRoughness_);
-    coatScale_ = look.clearcoat * full / std::max(1e-4f, albedoOf(coatF0, 1, cosine, coatRoughness_));
+    const Albedo albedo(cosine, coatRoughness_);
+    const float full = albedo.full(coatF0, 1);
+    coatScale_ = look.clearcoat * full / std::max(1e-4f, albedo.single(coatF0, 1));
     coat_ = look.clearcoat * full;
     under_ = 1 - coat_;
   }
@@ -84,13 +86,13 @@ Bsdf::Bsdf(const SurfaceLook& look, Vec3 normal, Vec3 geometric, Vec3 wo, bool e
   if (look.reflectionOn) {
     const float plain = (1 - metallic) * (1 - glassPart);
     const Vec3 d0 = dielectricF0(look);
-    dielectric = fullAlbedo(d0, look.specular, cosine, roughness_);
-    const Vec3 metal = metallic > 0 ? fullAlbedo(look.baseColor, 1, cosine, roughness_) : Vec3();
+    const Albedo albedo(cosine, roughness_);
+    dielectric = albedo.full(d0, look.specular);
+    const Vec3 metal = metallic > 0 ? albedo.full(look.baseColor, 1) : Vec3();
     f0_ = d0 * plain + look.baseColor * metallic;
     f90_ = Vec3(look.specular * plain + metallic);
     specularAlbedo_ = dielectric * plain + metal * metallic;
-    const float a = albedoOf(1, 0, cosine, roughness_), b = albedoOf(0, 1, cosine, roughness_);
-    specularScale_ = divide(specularAlbedo_, f0_ * a + f90_ * b);
+    specularScale_ = divide(specularAlbedo_, f0_ * albedo.base + f90_ * albedo.edge);
   }
   if (look.diffuseOn)
     diffuse_ = look.baseColor * ((1 - metallic) * (1 - look.transmission) * (1 - maxComponent(dielectric)));

@@ -9,8 +9,8 @@ namespace host::render {
 namespace {
 
 struct Device {
-  // One thread of the library's own pool: builds are driven by the workers that join them.
-  RTCDevice device = rtcNewDevice("set_affinity=0,start_threads=0");
+  // No threads of its own: builds are driven by the workers that join them.
+  RTCDevice device = rtcNewDevice("threads=1,set_affinity=0");
   ~Device() {
     if (device) rtcReleaseDevice(device);
   }
