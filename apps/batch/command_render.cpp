@@ -17,6 +17,7 @@
 #include "run_settings.h"
 #include "scene_load.h"
 #include "scene_setup.h"
+#include "settings_keeper.h"
 
 namespace batch {
 namespace {
@@ -31,28 +32,53 @@ void checkTargets(const RenderOptions& options) {
   if (!options.stats.empty()) requireWritable(Filename(String(options.stats)), "the statistics file");
 }
 
-host::ProgramOptions programOptions(const RenderOptions& options, BatchInterface& ui) {
-  host::ProgramOptions program;
-  program.home = Filename(String(options.home));
-  program.ui = &ui;
-  program.cpuCount = options.threads;
-  program.consoleEcho = nullptr; // the messages show it
-  return program;
-}
+/// A host with its plug-ins started, ours first and then the modules beside it.
+class RenderHost {
+ public:
+  explicit RenderHost(const RenderOptions& options)
+      : messages_(options.quiet), ui_(messages_), program_(programOptions(options)) {
+    startPlugins();
+    keeper_.emplace(program_.preferences().file());
+  }
+  ~RenderHost() {
+    if (keeper_) keeper_->collect();
+    program_.shutDown();
+    if (keeper_) keeper_->putBack();
+  }
+  RenderHost(const RenderHost&) = delete;
+  RenderHost& operator=(const RenderHost&) = delete;
 
-/// As a host starts its plug-ins: ours, then the modules beside it.
-void startPlugins(host::Program& program) {
-  const host::PluginUnit plugin = linkedPlugin(program.startupPath());
+  Messages& messages() { return messages_; }
+
+ private:
+  host::ProgramOptions programOptions(const RenderOptions& options) {
+    host::ProgramOptions program;
+    program.home = Filename(String(options.home));
+    program.ui = &ui_;
+    program.cpuCount = options.threads;
+    program.consoleEcho = nullptr; // the messages show it
+    return program;
+  }
+  void startPlugins();
+
+  Messages messages_;
+  BatchInterface ui_;
+  host::Program program_;
+  std::optional<SettingsKeeper> keeper_;
+};
+
+void RenderHost::startPlugins() {
+  const host::PluginUnit plugin = linkedPlugin(program_.startupPath());
   const std::string folder = plugin.folder.GetString().GetUTF8();
   if (!GeFExist(plugin.folder + "res", TRUE)) {
     throw Stop(ExitCode::renderFailed,
                "the plug-in's resources are not in " + folder + "/res; build or install the plug-in again");
   }
-  if (!program.loader().start(plugin)) {
+  if (!program_.loader().start(plugin)) {
     throw Stop(ExitCode::renderFailed,
                "the plug-in in " + folder + " did not start; build or install it again");
   }
-  program.startPlugins();
+  program_.startPlugins();
 }
 
 PixelSize pictureSize(const RenderOptions& options, const BaseDocument& document,
@@ -141,9 +167,8 @@ ExitCode renderScene(const RenderOptions& options, Messages& messages) {
   host::setActiveDocument(scene.document.release());
   const JobResult job = runJob(document, *bitmap, settings, options.region, messages);
 
-  if (interrupted() && (!job.rendered || job.result == RENDERRESULT_USERBREAK)) {
-    throw Stop(ExitCode::cancelled, "cancelled; " + options.image + " was not written");
-  }
+  // A break before the first frame leaves the result of a good render, so the request alone counts.
+  if (interrupted()) throw Stop(ExitCode::cancelled, "cancelled; " + options.image + " was not written");
   if (!job.rendered) {
     throw Stop(ExitCode::renderFailed, "the scene " + options.scene +
                                            " could not be prepared for the render; there is "
@@ -160,11 +185,8 @@ ExitCode renderScene(const RenderOptions& options, Messages& messages) {
 
 ExitCode runRender(const RenderOptions& options) {
   checkTargets(options);
-  Messages messages(options.quiet);
-  BatchInterface ui(messages);
-  host::Program program(programOptions(options, ui));
-  startPlugins(program);
-  return renderScene(options, messages);
+  RenderHost host(options);
+  return renderScene(options, host.messages());
 }
 
 } // namespace batch

@@ -1,6 +1,8 @@
 // `lumenara settings`.
 #include <gtest/gtest.h>
 
+#include <signal.h>
+
 #include <filesystem>
 #include <memory>
 #include <sstream>
@@ -106,6 +108,22 @@ TEST_F(Settings, ARenderKeepsThem) {
   ASSERT_EQ(outcome.code, 0) << outcome.err;
   EXPECT_EQ(get("LM_REFRESH_DELAY"), "777\n");
   EXPECT_EQ(get("LM_OPT_ENGINE"), "1\n");
+}
+
+// What is stored while a render runs outlives the render's end.
+TEST_F(Settings, AreKeptWhenTheyChangeDuringARender) {
+  const std::string demo = LUMENARA_SOURCE_DIR "/scenes/demo.glb";
+  if (!fs::exists(demo)) GTEST_SKIP() << demo << " is not there";
+  set("LM_HISTORY_SIZE", "3");
+  Child render({"render", demo, "-o", folder / "p.png", "--size", "640x360", "--samples", "100000"},
+               folder / "home", {}, true);
+  ASSERT_TRUE(render.waitForError("Rendering ", std::chrono::seconds(60))) << render.errors();
+  set("LM_HISTORY_SIZE", "4");
+  set("LM_REFRESH_DELAY", "5");
+  render.send(SIGINT);
+  ASSERT_EQ(render.wait().code, 130);
+  EXPECT_EQ(get("LM_HISTORY_SIZE"), "4\n");
+  EXPECT_EQ(get("LM_REFRESH_DELAY"), "5\n");
 }
 
 TEST_F(Settings, HomeOptionWinsOverTheEnvironment) {
