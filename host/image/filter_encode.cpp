@@ -38,21 +38,17 @@ FileBytes pixelBytes(const FilterJob& job) {
 
 FileBytes encodePixels(const char* writer, const FilterJob& job, OIIO::TypeDesc type, const void* pixels,
                        const Describe& describe) {
-  const int channels = job.alpha ? 4 : 3;
+  const ImageLibraryUse use;
+  OIIO::ImageSpec spec(job.bitmap.GetBw(), job.bitmap.GetBh(), job.alpha ? 4 : 3, type);
+  spec.attribute("Software", "Lumenara");
+  describe(spec);
   FileBytes bytes;
   OIIO::Filesystem::IOVecOutput memory(bytes);
-  std::unique_ptr<OIIO::ImageOutput> output;
-  {
-    const ImageLibraryLock lock;
-    OIIO::ImageSpec spec(job.bitmap.GetBw(), job.bitmap.GetBh(), channels, type);
-    spec.attribute("Software", "Lumenara");
-    describe(spec);
-    output = OIIO::ImageOutput::create(writer);
-    if (!output) fail(OIIO::geterror());
-    output->threads(1);
-    if (!output->set_ioproxy(&memory) || !output->open(std::string("picture.") + writer, spec))
-      fail(output->geterror());
-  }
+  const std::unique_ptr<OIIO::ImageOutput> output = OIIO::ImageOutput::create(writer);
+  if (!output) fail(OIIO::geterror());
+  output->threads(1);
+  if (!output->set_ioproxy(&memory) || !output->open(std::string("picture.") + writer, spec))
+    fail(output->geterror());
   if (!output->write_image(type, pixels)) fail(output->geterror());
   if (!output->close()) fail(output->geterror());
   return bytes;

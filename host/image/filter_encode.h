@@ -12,7 +12,7 @@ namespace host {
 /// The bitmap's pixels as red, green, blue and, when the job wants it, alpha: 8 bits each, rows from the top.
 FileBytes pixelBytes(const FilterJob& job);
 
-/// Adds to a picture's description; called while the image library is locked.
+/// Adds to a picture's description; called while the image library is in use.
 using Describe = std::function<void(OIIO::ImageSpec&)>;
 
 /// Encodes pixels of `type` (FLOAT or UINT8), as many channels as the job wants, with the named writer.

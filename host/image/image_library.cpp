@@ -5,10 +5,12 @@
 namespace host {
 namespace {
 
-std::mutex& libraryMutex() {
+#ifdef LUMENARA_SEES_THREADS
+std::mutex& turns() {
   static std::mutex mutex;
   return mutex;
 }
+#endif
 
 void setUp() {
   static const bool done = [] {
@@ -26,8 +28,14 @@ void setUp() {
 
 } // namespace
 
-ImageLibraryLock::ImageLibraryLock() : lock_(libraryMutex()) {
+#ifdef LUMENARA_SEES_THREADS
+ImageLibraryUse::ImageLibraryUse() : lock_(turns()) {
   setUp();
 }
+#else
+ImageLibraryUse::ImageLibraryUse() {
+  setUp();
+}
+#endif
 
 } // namespace host

@@ -139,23 +139,19 @@ LoadedPicture decode(std::span<const std::byte> file, const std::string& name) {
         IMAGERESULT_WRONGTYPE, name,
         "is no picture of a known kind. Use PNG, JPEG, TIFF, OpenEXR, HDR, BMP, GIF, TGA or WebP.");
   if (!plausiblePicture(kind, file)) return damaged(name, nullptr);
+  const ImageLibraryUse use;
   OIIO::Filesystem::IOMemReader memory(file.data(), file.size());
-  std::unique_ptr<OIIO::ImageInput> reader;
-  OIIO::ImageSpec spec;
-  {
-    const ImageLibraryLock lock;
-    reader = OIIO::ImageInput::create(kind);
-    if (!reader) {
-      OIIO::geterror();
-      return failure(IMAGERESULT_WRONGTYPE, name,
-                     "cannot be read: the image library was built without " + std::string(kind) + ".");
-    }
-    reader->threads(1);
-    OIIO::ImageSpec wish;
-    wish.attribute("oiio:UnassociatedAlpha", 1); // colours as they are, also where alpha is 0
-    if (!reader->set_ioproxy(&memory) || !reader->open(std::string("picture.") + kind, spec, wish))
-      return damaged(name, reader.get());
+  const std::unique_ptr<OIIO::ImageInput> reader = OIIO::ImageInput::create(kind);
+  if (!reader) {
+    OIIO::geterror();
+    return failure(IMAGERESULT_WRONGTYPE, name,
+                   "cannot be read: the image library was built without " + std::string(kind) + ".");
   }
+  reader->threads(1);
+  OIIO::ImageSpec spec, wish;
+  wish.attribute("oiio:UnassociatedAlpha", 1); // colours as they are, also where alpha is 0
+  if (!reader->set_ioproxy(&memory) || !reader->open(std::string("picture.") + kind, spec, wish))
+    return damaged(name, reader.get());
   LoadedPicture loaded = readPicture(*reader, spec, name);
   reader->close();
   return loaded;

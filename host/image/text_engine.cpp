@@ -71,7 +71,8 @@ Buffer shape(const CodePoints& text, const TextRun& run, hb_font_t* font) {
                            static_cast<unsigned>(run.begin), static_cast<int>(run.end - run.begin));
   hb_buffer_set_script(buffer.get(), run.script);
   hb_buffer_set_direction(buffer.get(), run.rightToLeft ? HB_DIRECTION_RTL : HB_DIRECTION_LTR);
-  hb_buffer_set_language(buffer.get(), hb_language_from_string("und", -1));
+  static const hb_language_t noLanguage = hb_language_from_string("und", -1);
+  hb_buffer_set_language(buffer.get(), noLanguage);
   hb_shape(font, buffer.get(), nullptr, 0);
   return buffer;
 }
