@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <new>
 
+#include "bitmap_data.h"
 #include "failures.h"
 
 namespace host {
@@ -38,6 +39,7 @@ MovieJob::MovieJob(const Filename& target, const BaseBitmap& shape, const MovieC
       width_(encodedWidth(codec, columns_)), height_(encodedHeight(codec, rows_)), file_(target) {
   const std::size_t bytes = static_cast<std::size_t>(width_) * static_cast<std::size_t>(height_) * 4;
   most_ = std::clamp<std::size_t>(mostWaitingBytes / bytes, 1, mostWaiting);
+  if (!fitsMemory(bytes * (most_ + 3))) throw std::bad_alloc(); // with those in hand and the encoder's
   refuseDevices(target);
   if (!file_.open() || !file_.closeForOthers()) failFile(file_);
   encoder_ = std::make_unique<MovieEncoder>(file_.temporary().GetString().GetUTF8(),

@@ -75,6 +75,10 @@ IMAGERESULT guarded(const Filename& name, Step step) {
     } catch (const std::system_error&) {
       host::recordMovieFailure(name, "was not written: no thread could be started. Close other programs.");
       return IMAGERESULT_MISC_ERROR;
+    } catch (const std::exception& error) {
+      host::recordMovieFailure(name,
+                               "was not written (" + std::string(error.what()) + "). Choose another codec.");
+      return IMAGERESULT_MISC_ERROR;
     }
   } catch (const std::bad_alloc&) { // no memory even for the sentence
     return IMAGERESULT_OUTOFMEMORY;
