@@ -12,6 +12,7 @@
 #include <filesystem>
 #include <map>
 
+#include "dae_cameras.h"
 #include "document.h"
 #include "evaluate.h"
 #include "mesh_tools.h"
@@ -64,8 +65,9 @@ Vector unitVector(const Vector& v, const Vector& otherwise) {
 
 class Converter {
  public:
-  Converter(const aiScene& scene, const Filename& folder, LoadContext& context)
-      : scene_(scene), folder_(folder), context_(context),
+  Converter(const aiScene& scene, std::vector<DaeCamera> daeCameras, const Filename& folder,
+            LoadContext& context)
+      : scene_(scene), daeCameras_(std::move(daeCameras)), folder_(folder), context_(context),
         document_(static_cast<DocumentState*>(makeNode(NodeKind::document, 0))) {}
 
   NodePtr<DocumentState> convert() {
@@ -282,7 +284,8 @@ class Converter {
     if (const auto found = tracks_.find(node.mName.C_Str()); found != tracks_.end())
       object->tracks = found->second;
     for (unsigned i = 0; i < scene_.mNumCameras; ++i)
-      if (scene_.mCameras[i]->mName == node.mName) addCamera(*scene_.mCameras[i], *object);
+      if (scene_.mCameras[i]->mName == node.mName)
+        addCamera(*scene_.mCameras[i], i < daeCameras_.size() ? &daeCameras_[i] : nullptr, *object);
     for (unsigned i = 0; i < scene_.mNumLights; ++i)
       if (scene_.mLights[i]->mName == node.mName) addLight(*scene_.mLights[i], *object);
     for (unsigned i = 0; i < node.mNumChildren; ++i)
@@ -320,10 +323,11 @@ class Converter {
     return *child;
   }
 
-  void addCamera(const aiCamera& camera, ObjectState& under) {
+  void addCamera(const aiCamera& camera, const DaeCamera* dae, ObjectState& under) {
     BaseContainer& data =
         addChild(Ocamera, under, vectorOf(camera.mPosition), vectorOf(camera.mLookAt), vectorOf(camera.mUp))
             .data;
+    if (dae) return fillCamera(*dae, data);
     const Real aspect = camera.mAspect > 0 && std::isfinite(camera.mAspect) ? camera.mAspect : 16.0 / 9;
     data.SetLong(param::cameraProjection, camera.mOrthographicWidth > 0 ? 1 : 0);
     if (camera.mOrthographicWidth > 0) data.SetReal(param::cameraYmag, camera.mOrthographicWidth / aspect);
@@ -331,6 +335,17 @@ class Converter {
         std::isfinite(camera.mHorizontalFOV) ? std::clamp<Real>(camera.mHorizontalFOV, 0.01, 3) : 0.8;
     data.SetReal(param::cameraYfov, 2 * std::atan(std::tan(wide / 2) / aspect));
     if (camera.mClipPlaneNear > 0) data.SetReal(param::cameraNear, camera.mClipPlaneNear);
+  }
+
+  static void fillCamera(const DaeCamera& dae, BaseContainer& data) {
+    const Real aspect = dae.aspect > 0 ? dae.aspect : 16.0 / 9;
+    const bool flat = dae.xmag > 0 || dae.ymag > 0;
+    data.SetLong(param::cameraProjection, flat ? 1 : 0);
+    if (flat) data.SetReal(param::cameraYmag, dae.ymag > 0 ? dae.ymag : dae.xmag / aspect);
+    const Real fromWidth =
+        dae.xfov > 0 && dae.xfov < 3.1 ? 2 * std::atan(std::tan(dae.xfov / 2) / aspect) : 0.8;
+    if (!flat) data.SetReal(param::cameraYfov, dae.yfov > 0 && dae.yfov < 3.1 ? dae.yfov : fromWidth);
+    if (dae.near > 0) data.SetReal(param::cameraNear, dae.near);
   }
 
   void addLight(const aiLight& light, ObjectState& under) {
@@ -397,6 +412,7 @@ class Converter {
   }
 
   const aiScene& scene_;
+  std::vector<DaeCamera> daeCameras_; // as many as the scene's cameras, or none
   Filename folder_;
   LoadContext& context_;
   NodePtr<DocumentState> document_;
@@ -413,7 +429,7 @@ bool canImport(const Filename& file) {
                      [&](const char* suffix) { return file.CheckSuffix(suffix); });
 }
 
-NodePtr<DocumentState> importDocument(const Filename& file, std::span<const std::byte>,
+NodePtr<DocumentState> importDocument(const Filename& file, std::span<const std::byte> bytes,
                                       LoadContext& context) {
   const std::string path = file.GetString().GetUTF8();
   context.progress(0.1);
@@ -432,8 +448,12 @@ NodePtr<DocumentState> importDocument(const Filename& file, std::span<const std:
     throw SceneError("its content cannot be read" + (why.empty() ? "" : " (" + why.substr(0, 160) + ")"));
   }
   context.progress(0.7);
-  return Converter(*scene, file.GetDirectory().Content() ? file.GetDirectory() : Filename("."), context)
-      .convert();
+  std::vector<DaeCamera> cameras;
+  if (file.CheckSuffix("dae"))
+    cameras = readDaeCameras({reinterpret_cast<const char*>(bytes.data()), bytes.size()});
+  if (cameras.size() != scene->mNumCameras) cameras.clear();
+  const Filename folder = file.GetDirectory().Content() ? file.GetDirectory() : Filename(".");
+  return Converter(*scene, std::move(cameras), folder, context).convert();
 }
 
 } // namespace host
