@@ -42,6 +42,9 @@ lumenara_find_dependency(tbb HEADER tbb/version.h LIBRARIES tbb)
 lumenara_find_dependency(embree HEADER embree3/rtcore.h LIBRARIES embree3)
 target_link_libraries(dep_embree INTERFACE dep_tbb)
 
+# epoxy: OpenGL and EGL, for the hardware preview without a window; the driver is looked for when a render wants it.
+lumenara_find_dependency(epoxy HEADER epoxy/gl.h LIBRARIES epoxy)
+
 # OpenImageIO: reading and writing of still images. By name: its CMake target lists a folder that does not exist.
 lumenara_find_dependency(openimageio HEADER OpenImageIO/imageio.h LIBRARIES OpenImageIO OpenImageIO_Util)
 

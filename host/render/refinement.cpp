@@ -10,7 +10,17 @@ namespace {
 constexpr int tileSize = 32;
 constexpr int leastSamples = 16; // before the noise of a pixel is judged
 
-// A film for the bitmap: the one that it has, else a new one that agrees with the pixels that are there.
+// Roughly what the eye gets of a linear brightness on a display.
+float toneOf(Vec3 c) {
+  return std::sqrt(clamp01(luminance(c)));
+}
+
+double sinceMs(SteadyTime start) {
+  return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
+}
+
+} // namespace
+
 std::shared_ptr<Film> filmFor(BaseBitmap& bitmap) {
   if (auto film = filmOf(bitmap)) return film;
   auto film = std::make_shared<Film>(bitmap.GetBw(), bitmap.GetBh());
@@ -31,16 +41,11 @@ std::shared_ptr<Film> filmFor(BaseBitmap& bitmap) {
   return film;
 }
 
-// Roughly what the eye gets of a linear brightness on a display.
-float toneOf(Vec3 c) {
-  return std::sqrt(clamp01(luminance(c)));
+void showPixel(Film& film, BaseBitmap& bitmap, int x, int y, const float rgba[4]) {
+  film.setColor(x, y, rgba);
+  bitmap.SetPixel(x, y, toDisplay(rgba[0]), toDisplay(rgba[1]), toDisplay(rgba[2]));
+  bitmap.SetAlpha(x, y, static_cast<LONG>(clamp01(rgba[3]) * 255 + 0.5f));
 }
-
-double sinceMs(SteadyTime start) {
-  return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
-}
-
-} // namespace
 
 Refinement::Refinement(const RayScene& scene, const RenderSettings& settings, BaseBitmap& bitmap,
                        const RenderHooks& hooks, RenderStats& stats, SteadyTime started)
@@ -215,10 +220,7 @@ void Refinement::commit(const Tile& tile) {
 }
 
 void Refinement::show(int x, int y, const float rgba[4]) {
-  const int px = x + settings_.region.left, py = y + settings_.region.top;
-  film_->setColor(px, py, rgba);
-  bitmap_.SetPixel(px, py, toDisplay(rgba[0]), toDisplay(rgba[1]), toDisplay(rgba[2]));
-  bitmap_.SetAlpha(px, py, static_cast<LONG>(clamp01(rgba[3]) * 255 + 0.5f));
+  showPixel(*film_, bitmap_, x + settings_.region.left, y + settings_.region.top, rgba);
 }
 
 // A pixel is on an edge when a neighbour's first sample met another object.

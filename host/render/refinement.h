@@ -13,6 +13,11 @@
 
 namespace host::render {
 
+/// A film for the bitmap: the one that it has, else a new one that agrees with the pixels that are there.
+std::shared_ptr<Film> filmFor(BaseBitmap& bitmap);
+/// Puts a linear colour and its coverage into the film and, through the display transform, into the bitmap.
+void showPixel(Film& film, BaseBitmap& bitmap, int x, int y, const float rgba[4]);
+
 class Refinement {
  public:
   Refinement(const RayScene& scene, const RenderSettings& settings, BaseBitmap& bitmap,

@@ -23,7 +23,6 @@ class DocumentRender {
   RENDERRESULT run() {
     if (settings_.region.empty()) return RENDERRESULT_OK;
     tell(0, RENDERPROGRESSTYPE_BEFORERENDERING);
-    if (container_.GetLong(RDATA_RENDERENGINE) == RDATA_RENDERENGINE_PREVIEWHARDWARE) sayFallback();
     {
       Access::RenderView view(&bitmap_, &container_);
       VideoPostStruct frame;
@@ -81,7 +80,11 @@ class DocumentRender {
     hooks.stopped = [this] {
       return (thread_ && thread_->TestBreak()) || postFailed_.load(std::memory_order_relaxed);
     };
-    if (progress_) hooks.progress = [this](double part) { tell(part, RENDERPROGRESSTYPE_DURINGRENDERING); };
+    if (progress_)
+      // A hardware preview that fails on its way begins again in software: what was told stands.
+      hooks.progress = [this](double part) {
+        tell(std::max(part, told_), RENDERPROGRESSTYPE_DURINGRENDERING);
+      };
     if (!posts.empty()) {
       hooks.beginPasses = [this, &posts] {
         posts.open(VIDEOPOSTCALL_INNER);
@@ -104,12 +107,6 @@ class DocumentRender {
     if (!(flags_ & RENDERFLAGS_SHOWERRORS)) return;
     for (const std::string& problem : problems_)
       GePrint(String(std::string_view("Render: " + problem)));
-  }
-
-  static void sayFallback() {
-    static std::atomic<bool> said{false};
-    if (!said.exchange(true))
-      GePrint(String("Render: the hardware preview is not there. The software preview draws instead."));
   }
 
   const SteadyTime started_ = std::chrono::steady_clock::now();

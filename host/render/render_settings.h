@@ -28,6 +28,7 @@ struct RenderSettings {
   int samples = 64;             // most samples a pixel
   float noise = 0.01f;          // a pixel stops when its estimated error falls below; 0: never
   bool preview = false;         // engine 1: camera rays, simple light, no noise
+  bool hardware = false;        // the preview through OpenGL where a driver is there
   bool blurry = true;           // false: roughness counts as 0 in reflection and transmission
   bool transparency = true;     // false: transmission counts as 0
   bool refraction = true;       // false: rays pass transparent surfaces without bending

@@ -3,6 +3,7 @@
 #include <new>
 #include <system_error>
 
+#include "hardware_preview.h"
 #include "refinement.h"
 #include "worker_threads.h"
 
@@ -20,6 +21,14 @@ RENDERRESULT draw(const SnapshotPtr& snapshot, const RenderSettings& settings, B
     problems.push_back("The picture \"" + name + "\" is missing. Materials are shown without it.");
   const bool missing = !problems.empty();
   std::vector<std::string> undecoded;
+  if (settings.hardware) {
+    const auto drawn = drawHardwarePreview(snapshot, settings, bitmap, hooks, stats, undecoded, started);
+    if (drawn) {
+      problems.insert(problems.end(), undecoded.begin(), undecoded.end());
+      return *drawn == RENDERRESULT_OK && (missing || !undecoded.empty()) ? RENDERRESULT_ASSETMISSING : *drawn;
+    }
+    undecoded.clear();
+  }
   const auto scene = RayScene::build(snapshot, settings, workerCount(), hooks.stopped, stats, undecoded);
   problems.insert(problems.end(), undecoded.begin(), undecoded.end());
   stats.build_ms = sinceMs(started);

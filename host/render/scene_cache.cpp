@@ -4,6 +4,7 @@
 #include <cstring>
 #include <new>
 
+#include "hardware_preview.h"
 #include "texture_loader.h"
 #include "worker_threads.h"
 
@@ -170,6 +171,7 @@ void SceneCache::clear() {
 } // namespace host::render
 
 void host::freeRenderCaches() {
+  render::freeHardwarePreview();
   render::TextureLoader::shared().forgetUnused();
   render::SceneCache::shared().clear();
 }

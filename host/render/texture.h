@@ -36,6 +36,15 @@ class Texture {
   Rgba nearest(Vec2 uv, Wrap wrapU, Wrap wrapV) const;
   Rgba texel(int level, int x, int y) const; // inside
   int levelCount() const { return static_cast<int>(levels_.size()); }
+  ColorSpace space() const { return space_; }
+  /// A level's texels, rows from the top: four 8-bit channels with red in the lowest byte, or four floats
+  /// each. One of the two is empty.
+  const std::vector<std::uint32_t>& levelBytes(int level) const {
+    return levels_[static_cast<std::size_t>(level)].bytes;
+  }
+  const std::vector<float>& levelFloats(int level) const {
+    return levels_[static_cast<std::size_t>(level)].floats;
+  }
   int levelWidth(int level) const { return levels_[static_cast<std::size_t>(level)].width; }
   int levelHeight(int level) const { return levels_[static_cast<std::size_t>(level)].height; }
 

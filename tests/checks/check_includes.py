@@ -24,6 +24,7 @@ HOST = set(USES)
 # Third-party headers: pattern of the include, then where it may stand.
 WALLS = [
     (r"embree3/|tbb/|oneapi/tbb", {"host/render", "bench"}),
+    (r"epoxy/|EGL/|GL/", {"host/render"}),
     (r"OpenImageIO/|Imath/", {"host/image", "tests"}),
     (r"libav(codec|format|util)/|libswscale/|Magick\+\+|zip\.h$", {"host/image", "tests/image"}),
     (r"ft2build\.h|freetype|FT_[A-Z_]+$|hb(-[a-z]+)?\.h|harfbuzz/|fontconfig/", {"host/image"}),

@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <mutex>
 
+#include "hardware_preview.h"
 #include "host_fixture.h"
 #include "running_state.h"
 #include "scene_file.h"
@@ -252,8 +253,10 @@ TEST_F(DocumentTest, CountsAsNoRenderOfTheHost) {
 
 TEST_F(DocumentTest, TheHardwarePreviewFallsBack) {
   settings.SetLong(RDATA_RENDERENGINE, RDATA_RENDERENGINE_PREVIEWHARDWARE);
+  render::allowHardwarePreview(false);
   EXPECT_EQ(render(), RENDERRESULT_OK);
   EXPECT_EQ(render(), RENDERRESULT_OK);
+  render::allowHardwarePreview(true);
   runAll();
   EXPECT_EQ(std::count_if(console.begin(), console.end(),
                           [](const std::string& line) { return line.find("preview") != std::string::npos; }),

@@ -1,0 +1,97 @@
+// What the hardware preview keeps in the OpenGL context between renders: meshes and textures by identity, the
+// programs of materials, samplers. Every call needs the context to be current.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <list>
+#include <map>
+#include <stdexcept>
+#include <string>
+#include <tuple>
+
+#include <epoxy/gl.h>
+
+#include "mesh.h"
+#include "texture.h"
+
+namespace host::render {
+
+/// The driver refused something; the text is a part of a sentence.
+struct GlError : std::runtime_error {
+  using std::runtime_error::runtime_error;
+};
+/// Throws when the driver has noted an error; `doing` says at what.
+void checkGl(const char* doing);
+
+/// Where the vertex program finds a mesh's data.
+enum GlAttribute : GLuint { glPosition, glNormal, glTangent, glUv0, glUv1, glColor, glAttributeCount };
+
+struct GlMesh {
+  GLuint array = 0, vertices = 0, indices = 0;
+};
+
+/// A linked program with the places of its uniforms.
+class GlProgram {
+ public:
+  GlProgram() = default;
+  GlProgram(const std::string& vertex, const std::string& fragment); // throws GlError
+  GLuint name() const { return name_; }
+  GLint place(const char* uniform); // -1: not in use
+  void free();
+
+ private:
+  GLuint name_ = 0;
+  std::map<std::string, GLint> places_;
+};
+
+class GlCache {
+ public:
+  struct Counters {
+    std::uint64_t meshUploads = 0, textureUploads = 0, programs = 0;
+  };
+
+  /// Uploads what is not there. References hold until `trim` or `clear`.
+  const GlMesh& mesh(const Mesh& mesh);
+  /// A texture with its smaller levels, by its picture's identity and colour space.
+  GLuint texture(Identity picture, const Texture& texture);
+  GlProgram& program(const std::string& vertex, const std::string& fragment);
+  GLuint sampler(Wrap u, Wrap v, bool nearest);
+  /// The albedo of reflections over cosine and roughness, in red and green: see `reflectionAlbedo`.
+  GLuint albedo();
+
+  /// Lets the least recently used go until the memory bound is kept.
+  void trim();
+  void clear();
+  void setLimit(std::size_t bytes) { limit_ = bytes; }
+  const Counters& counters() const { return counters_; }
+
+ private:
+  struct Key {
+    int kind; // 0 mesh, 1 and 2 texture by colour space
+    Identity id;
+    friend bool operator<(const Key& a, const Key& b) {
+      return a.kind != b.kind ? a.kind < b.kind : a.id < b.id;
+    }
+  };
+  struct Entry {
+    GlMesh mesh;
+    GLuint texture = 0;
+    std::size_t bytes = 0;
+    std::list<Key>::iterator use;
+  };
+  Entry* find(const Key& key);
+  Entry& put(const Key& key, Entry entry);
+  static void free(const Entry& entry);
+
+  static constexpr std::size_t mostPrograms = 64;
+  std::map<Key, Entry> entries_;
+  std::list<Key> order_; // most recently used first
+  std::size_t bytes_ = 0, limit_ = std::size_t{512} << 20;
+  std::map<std::string, GlProgram> programs_; // by fragment source
+  std::map<std::tuple<Wrap, Wrap, bool>, GLuint> samplers_;
+  GLuint albedo_ = 0;
+  Counters counters_;
+};
+
+} // namespace host::render
