@@ -62,6 +62,22 @@ PixelRegion parseRegion(const std::string& text) {
   return region;
 }
 
+FrameRange parseFrames(const std::string& text) {
+  auto given = numbers(text, ':', 2);
+  if (!given) given = numbers(text, ':', 3);
+  if (!given) throw wrong("--frames " + text + " is no range; write first:last or first:last:step, as 0:89");
+  const FrameRange range{(*given)[0], (*given)[1], given->size() > 2 ? (*given)[2] : 1};
+  if (range.from < 0 || range.to > lastFrameNumber) {
+    throw wrong("--frames " + text + " is out of range; frames count from 0 to " +
+                std::to_string(lastFrameNumber));
+  }
+  if (range.from > range.to) {
+    throw wrong("--frames " + text + " goes backwards; the first frame comes before the last, as 0:89");
+  }
+  if (range.step < 1) throw wrong("--frames " + text + " does not go on; the step is at least 1");
+  return range;
+}
+
 std::pair<std::string, std::string> splitSetting(const std::string& text) {
   const auto equals = text.find('=');
   if (equals == std::string::npos || equals == 0) {
@@ -73,38 +89,71 @@ std::pair<std::string, std::string> splitSetting(const std::string& text) {
 /// What the parser fills before the texts become values.
 struct RawOptions {
   RenderOptions render;
+  AnimateOptions animate;
   InfoOptions info;
   SettingsOptions settings;
-  std::string size, region;
-  LONG frame = 0;
+  std::string size, region, frames;
+  LONG frame = 0, format = 0, quality = 0;
   std::vector<std::string> sets;
 };
 
+/// What a picture and an animation have in common.
+template <class Options>
+void addRun(CLI::App& command, RawOptions& raw, Options& options) {
+  command.add_option("SCENE", options.scene, "Scene: glb, gltf, obj, fbx, ply, stl, dae")->required();
+  command.add_option("--size", raw.size, "Size in pixels; else the scene's own")->type_name("WxH");
+  command.add_option("--camera", options.camera, "Look through this camera")->type_name("NAME");
+  command.add_option("--set", raw.sets, "A setting for this run, by number or LM_ name; any number of them")
+      ->type_name("KEY=VALUE")
+      ->allow_extra_args(false);
+  command.add_option("--samples", options.samples, "Most samples a pixel; else the scene's own")
+      ->type_name("N")
+      ->check(CLI::Range(1, 1000000));
+  command.add_option("--threads", options.threads, "Processors to use; else all")
+      ->type_name("N")
+      ->check(CLI::Range(1, 1024));
+  command.add_option("--home", options.home, "Folder of the settings")->type_name("DIR");
+  command.add_flag("--quiet", options.quiet, "Print nothing but problems");
+}
+
 CLI::App* addRender(CLI::App& app, RawOptions& raw) {
   CLI::App* render = app.add_subcommand("render", "Render a scene into a picture");
-  render->add_option("SCENE", raw.render.scene, "Scene: glb, gltf, obj, fbx, ply, stl, dae")->required();
   render->add_option("-o,--output", raw.render.image, "Picture: png, tif, jpg, bmp, exr by its suffix")
       ->type_name("IMAGE")
       ->required();
-  render->add_option("--size", raw.size, "Size in pixels; else the scene's own")->type_name("WxH");
   render->add_option("--frame", raw.frame, "Frame of the animation; else the scene's current one")
       ->type_name("N");
-  render->add_option("--camera", raw.render.camera, "Look through this camera")->type_name("NAME");
   render->add_option("--region", raw.region, "Render these pixels only (inclusive); the rest stays black")
       ->type_name("L,T,R,B");
-  render->add_option("--set", raw.sets, "A setting for this run, by number or LM_ name; any number of them")
-      ->type_name("KEY=VALUE")
-      ->allow_extra_args(false);
-  render->add_option("--samples", raw.render.samples, "Most samples a pixel; else the scene's own")
-      ->type_name("N")
-      ->check(CLI::Range(1, 1000000));
-  render->add_option("--threads", raw.render.threads, "Processors to use; else all")
-      ->type_name("N")
-      ->check(CLI::Range(1, 1024));
-  render->add_option("--home", raw.render.home, "Folder of the settings")->type_name("DIR");
   render->add_option("--stats", raw.render.stats, "Write times and counts as JSON")->type_name("FILE");
-  render->add_flag("--quiet", raw.render.quiet, "Print nothing but problems");
+  addRun(*render, raw, raw.render);
   return render;
+}
+
+CLI::App* addAnimate(CLI::App& app, RawOptions& raw) {
+  CLI::App* animate = app.add_subcommand("animate", "Render frames into a movie or into pictures");
+  AnimateOptions& options = raw.animate;
+  animate
+      ->add_option("-o,--output", options.output,
+                   "Movie (mov, avi) or base name of pictures (bmp, tif, jpg, psd, b3d) by its suffix")
+      ->type_name("FILE")
+      ->required();
+  animate->add_option("--frames", raw.frames, "First and last frame, and the step between frames")
+      ->type_name("A:B[:STEP]")
+      ->required();
+  animate
+      ->add_option("--format", raw.format,
+                   "0 to 5 movie (4 mov, else avi), 6 bmp, 7 tif, 8 jpg, 9 psd, 10 b3d")
+      ->type_name("N")
+      ->check(CLI::Range(0, 10));
+  animate->add_option("--quality", raw.quality, "Of JPEG pictures (else 95) and of movies, 1 to 100")
+      ->type_name("N")
+      ->check(CLI::Range(1, 100));
+  animate->add_flag("--stamps", options.stamps, "Draw the stamps that the settings switch on");
+  animate->add_flag("--overwrite", options.overwrite, "Replace an existing file without a question");
+  animate->add_flag("--resume", options.resume, "Render only the pictures that are not whole yet");
+  addRun(*animate, raw, options);
+  return animate;
 }
 
 CLI::App* addInfo(CLI::App& app, RawOptions& raw) {
@@ -136,14 +185,28 @@ CLI::App* addSettings(CLI::App& app, RawOptions& raw) {
   return settings;
 }
 
-RenderOptions finish(const CLI::App& app, RawOptions& raw) {
-  RenderOptions& options = raw.render;
-  if (app.count("--size")) options.size = parseSize(raw.size);
-  if (app.count("--region")) options.region = parseRegion(raw.region);
-  if (app.count("--frame")) options.frame = raw.frame;
+template <class Options>
+void finishRun(const CLI::App& command, const RawOptions& raw, Options& options) {
+  if (command.count("--size")) options.size = parseSize(raw.size);
   for (const std::string& text : raw.sets) {
     options.settings.push_back(splitSetting(text));
   }
+}
+
+AnimateOptions finishAnimate(const CLI::App& command, RawOptions& raw) {
+  AnimateOptions& options = raw.animate;
+  finishRun(command, raw, options);
+  options.frames = parseFrames(raw.frames);
+  if (command.count("--format")) options.format = raw.format;
+  if (command.count("--quality")) options.quality = raw.quality;
+  return std::move(options);
+}
+
+RenderOptions finishRender(const CLI::App& app, RawOptions& raw) {
+  RenderOptions& options = raw.render;
+  finishRun(app, raw, options);
+  if (app.count("--region")) options.region = parseRegion(raw.region);
+  if (app.count("--frame")) options.frame = raw.frame;
   return std::move(options);
 }
 
@@ -171,12 +234,14 @@ CommandLine parseCommandLine(int argc, const char* const* argv) {
   app.set_version_flag("--version", "lumenara " + GetVersionString().GetUTF8());
   RawOptions raw;
   CLI::App* render = addRender(app, raw);
+  CLI::App* animate = addAnimate(app, raw);
   CLI::App* info = addInfo(app, raw);
   addSettings(app, raw);
 
   try {
     app.parse(arguments(argc, argv));
-    if (render->parsed()) return finish(*render, raw);
+    if (render->parsed()) return finishRender(*render, raw);
+    if (animate->parsed()) return finishAnimate(*animate, raw);
   } catch (const CLI::CallForHelp&) {
     return ShowText{app.help()};
   } catch (const CLI::CallForAllHelp&) {

@@ -9,6 +9,7 @@
 
 #include "c4d_types.h"
 #include "exit_code.h"
+#include "frame_ranges.h"
 
 namespace batch {
 
@@ -34,6 +35,20 @@ struct RenderOptions {
   bool quiet = false;
 };
 
+struct AnimateOptions {
+  std::string scene, output;
+  FrameRange frames;
+  std::optional<LONG> format;  // 0 to 10; else the output's suffix says it
+  std::optional<LONG> quality; // 1 to 100, of JPEG pictures and of movies
+  std::optional<PixelSize> size;
+  std::string camera;                                        // empty: the scene's own
+  std::vector<std::pair<std::string, std::string>> settings; // key and value, as they were typed
+  int samples = 0;                                           // 0: the scene's
+  int threads = 0;                                           // 0: all
+  std::string home;
+  bool stamps = false, overwrite = false, resume = false, quiet = false;
+};
+
 struct InfoOptions {
   std::string scene;
   bool json = false;
@@ -51,7 +66,7 @@ struct ShowText {
   std::string text;
 };
 
-using CommandLine = std::variant<RenderOptions, InfoOptions, SettingsOptions, ShowText>;
+using CommandLine = std::variant<RenderOptions, AnimateOptions, InfoOptions, SettingsOptions, ShowText>;
 
 /// Throws `Stop` with `wrongUse` when the arguments make no command.
 CommandLine parseCommandLine(int argc, const char* const* argv);

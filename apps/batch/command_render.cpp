@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <optional>
 
 #include "active_document.h"
@@ -10,14 +9,12 @@
 #include "lm_keys.h"
 #include "messages.h"
 #include "output_file.h"
-#include "plugin_unit.h"
-#include "program.h"
+#include "plugin_host.h"
 #include "render_job.h"
 #include "render_report.h"
 #include "run_settings.h"
 #include "scene_load.h"
 #include "scene_setup.h"
-#include "settings_keeper.h"
 
 namespace batch {
 namespace {
@@ -32,73 +29,10 @@ void checkTargets(const RenderOptions& options) {
   if (!options.stats.empty()) requireWritable(Filename(String(options.stats)), "the statistics file");
 }
 
-/// A host with its plug-ins started, ours first and then the modules beside it.
-class RenderHost {
- public:
-  explicit RenderHost(const RenderOptions& options)
-      : messages_(options.quiet), ui_(messages_), program_(programOptions(options)) {
-    startPlugins();
-    keeper_.emplace(program_.preferences().file());
-  }
-  ~RenderHost() {
-    if (keeper_) keeper_->collect();
-    program_.shutDown();
-    if (keeper_) keeper_->putBack();
-  }
-  RenderHost(const RenderHost&) = delete;
-  RenderHost& operator=(const RenderHost&) = delete;
-
-  Messages& messages() { return messages_; }
-
- private:
-  host::ProgramOptions programOptions(const RenderOptions& options) {
-    host::ProgramOptions program;
-    program.home = Filename(String(options.home));
-    program.ui = &ui_;
-    program.cpuCount = options.threads;
-    program.consoleEcho = nullptr; // the messages show it
-    return program;
-  }
-  void startPlugins();
-
-  Messages messages_;
-  BatchInterface ui_;
-  host::Program program_;
-  std::optional<SettingsKeeper> keeper_;
-};
-
-void RenderHost::startPlugins() {
-  const host::PluginUnit plugin = linkedPlugin(program_.startupPath());
-  const std::string folder = plugin.folder.GetString().GetUTF8();
-  if (!GeFExist(plugin.folder + "res", TRUE)) {
-    throw Stop(ExitCode::renderFailed,
-               "the plug-in's resources are not in " + folder + "/res; build or install the plug-in again");
-  }
-  if (!program_.loader().start(plugin)) {
-    throw Stop(ExitCode::renderFailed,
-               "the plug-in in " + folder + " did not start; build or install it again");
-  }
-  program_.startPlugins();
-}
-
-PixelSize pictureSize(const RenderOptions& options, const BaseDocument& document,
-                      const lmSettings& settings) {
-  const PixelSize full = options.size ? *options.size : renderSize(document);
-  const LONG divisor = std::max<LONG>(1, settings.GetValue(LM_OPT_RES_DIVISOR, static_cast<LONG>(1)));
-  return {std::max<LONG>(1, full.width / divisor), std::max<LONG>(1, full.height / divisor)};
-}
-
 void prepare(const RenderOptions& options, BaseDocument& document) {
   if (!options.camera.empty()) chooseCamera(document, options.camera);
   if (options.frame) goToFrame(document, *options.frame);
   if (options.samples > 0) setSamples(document, options.samples);
-}
-
-void makeBitmap(BaseBitmap& bitmap, PixelSize size) {
-  if (bitmap.Init(size.width, size.height, 24) == IMAGERESULT_OK) return;
-  throw Stop(ExitCode::renderFailed, "there is not enough memory for a picture of " +
-                                         std::to_string(size.width) + " x " + std::to_string(size.height) +
-                                         " pixels; choose a smaller --size");
 }
 
 void checkRegion(const std::optional<PixelRegion>& region, PixelSize size) {
@@ -117,14 +51,6 @@ void savePicture(const BaseBitmap& bitmap, const std::string& image) {
   throw Stop(ExitCode::outputNotWritable,
              failures.empty() ? "the picture " + image + " was not written; choose another place"
                               : failures.front().sentence);
-}
-
-std::string listOf(const std::vector<std::string>& names) {
-  std::string text;
-  for (const std::string& name : names) {
-    text += (text.empty() ? "" : ", ") + name;
-  }
-  return text;
 }
 
 /// The exit code of a job, and its sentence when it is not a good one.
@@ -155,7 +81,7 @@ ExitCode renderScene(const RenderOptions& options, Messages& messages) {
   fillRunSettings(settings, options.settings);
   Scene scene = loadScene(options.scene, messages);
   prepare(options, *scene.document);
-  const PixelSize size = pictureSize(options, *scene.document, settings);
+  const PixelSize size = pictureSize(options.size, *scene.document, settings);
   checkRegion(options.region, size);
   AutoAlloc<BaseBitmap> bitmap;
   makeBitmap(*bitmap, size);
@@ -185,8 +111,10 @@ ExitCode renderScene(const RenderOptions& options, Messages& messages) {
 
 ExitCode runRender(const RenderOptions& options) {
   checkTargets(options);
-  RenderHost host(options);
-  return renderScene(options, host.messages());
+  Messages messages(options.quiet);
+  BatchInterface ui(messages);
+  const PluginHost host(options.home, options.threads, ui);
+  return renderScene(options, messages);
 }
 
 } // namespace batch

@@ -6,6 +6,7 @@
 namespace batch {
 
 ExitCode runRender(const RenderOptions& options);
+ExitCode runAnimate(const AnimateOptions& options);
 ExitCode runInfo(const InfoOptions& options);
 ExitCode runSettings(const SettingsOptions& options);
 

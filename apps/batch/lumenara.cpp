@@ -1,4 +1,4 @@
-// lumenara: renders scenes, tells what they hold, and keeps the plug-in's settings.
+// lumenara: renders scenes and animations, tells what they hold, and keeps the plug-in's settings.
 #include <cstdio>
 #include <exception>
 #include <new>
@@ -16,6 +16,7 @@ ExitCode run(const CommandLine& line) {
     return ExitCode::done;
   }
   if (const auto* render = std::get_if<RenderOptions>(&line)) return runRender(*render);
+  if (const auto* animate = std::get_if<AnimateOptions>(&line)) return runAnimate(*animate);
   if (const auto* info = std::get_if<InfoOptions>(&line)) return runInfo(*info);
   return runSettings(std::get<SettingsOptions>(line));
 }

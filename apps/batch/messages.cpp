@@ -6,6 +6,7 @@
 
 #include "console.h"
 #include "platform.h"
+#include "read_line.h"
 
 namespace batch {
 
@@ -28,6 +29,14 @@ std::string progressText(const std::string& what, double part, host::Millisecond
   return text;
 }
 
+std::string listOf(const std::vector<std::string>& names) {
+  std::string text;
+  for (const std::string& name : names) {
+    text += (text.empty() ? "" : ", ") + name;
+  }
+  return text;
+}
+
 Messages::Messages(bool quiet) : quiet_(quiet), terminal_(host::platform::isTerminal(stderr)) {
   host::setConsoleEcho(nullptr); // the listener prints, around the progress line
   listener_ = host::addConsoleListener([this](const String& line) { note(line.GetUTF8()); });
@@ -46,6 +55,15 @@ void Messages::note(const std::string& sentence) {
   if (!quiet_) printLine(sentence);
 }
 
+bool Messages::confirm(const std::string& question) {
+  if (!terminal_ || !host::platform::isTerminal(stdin)) return false;
+  clearProgress();
+  std::fprintf(stderr, "%s [y/N] ", question.c_str());
+  std::fflush(stderr);
+  const std::string answer = readLine();
+  return answer == "y" || answer == "Y" || answer == "yes";
+}
+
 void Messages::printLine(const std::string& text) {
   clearProgress();
   std::fprintf(stderr, "%s\n", text.c_str());
@@ -59,9 +77,10 @@ void Messages::begin(const std::string& what) {
   progress(0);
 }
 
-void Messages::progress(double part) {
+void Messages::progress(double part, const std::string& detail) {
   if (quiet_ || !terminal_ || what_.empty()) return;
   std::string text = progressText(what_, part, host::clock().now() - started_);
+  if (!detail.empty()) text += ", " + detail;
   if (text == shown_) return;
   // Blanks cover what a longer text before has left.
   const std::size_t cover = shown_.size() > text.size() ? shown_.size() - text.size() : 0;

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "clock.h"
 #include "user_interface.h"
@@ -16,6 +17,9 @@ std::string durationText(std::int64_t seconds);
 /// How a piece of work stands: "Rendering  42 %  0:12, about 0:17 left". The rest is estimated from the part
 /// that is done, once that is at least a hundredth and a second has passed.
 std::string progressText(const std::string& what, double part, host::Milliseconds elapsed);
+
+/// The texts with commas between them.
+std::string listOf(const std::vector<std::string>& texts);
 
 /// Main thread.
 class Messages {
@@ -31,10 +35,14 @@ class Messages {
   /// One line that is not needed: nothing when quiet.
   void note(const std::string& sentence);
 
-  /// Starts, updates (0 to 1) and removes the progress line. Nothing happens without a terminal or when
-  /// quiet.
+  /// Asks on the terminal and waits for the answer: true for "y" and "yes". False without a terminal to ask
+  /// and answer on, and after Ctrl-C.
+  bool confirm(const std::string& question);
+
+  /// Starts, updates (0 to 1; `detail` follows the times) and removes the progress line. Nothing happens
+  /// without a terminal or when quiet.
   void begin(const std::string& what);
-  void progress(double part);
+  void progress(double part, const std::string& detail = {});
   void end();
 
  private:

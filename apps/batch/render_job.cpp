@@ -13,14 +13,6 @@ namespace {
 
 constexpr host::Milliseconds pollPeriod = 20;
 
-/// The facts that stamps print.
-void fillStatus(BaseDocument& document, LMTHREAD_DATA& status) {
-  status.documentName = document.GetDocumentName().GetString();
-  if (const BaseObject* camera = renderCamera(document)) status.cameraName = camera->GetName();
-  status.frameTime = document.GetTime();
-  status.fps = document.GetFps();
-}
-
 void setRegion(lmThread& thread, const std::optional<PixelRegion>& region) {
   if (!region) return;
   thread.region = TRUE;
@@ -43,6 +35,13 @@ void waitFor(lmThread& thread, const LMTHREAD_DATA& status, Messages& messages) 
 }
 
 } // namespace
+
+void fillStatus(BaseDocument& document, LMTHREAD_DATA& status) {
+  status.documentName = document.GetDocumentName().GetString();
+  if (const BaseObject* camera = renderCamera(document)) status.cameraName = camera->GetName();
+  status.frameTime = document.GetTime();
+  status.fps = document.GetFps();
+}
 
 JobResult runJob(BaseDocument& document, BaseBitmap& bitmap, lmSettings& settings,
                  const std::optional<PixelRegion>& region, Messages& messages) {

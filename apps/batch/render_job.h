@@ -6,6 +6,7 @@
 #include "c4d_bitmap.h"
 #include "command_line.h"
 #include "lm_settings.h"
+#include "lm_status.h"
 #include "messages.h"
 
 namespace batch {
@@ -15,6 +16,9 @@ struct JobResult {
   LONG result = 0;       // RENDERRESULT_...
   double seconds = 0;
 };
+
+/// Writes the facts that stamps print into a status record. Main thread.
+void fillStatus(BaseDocument& document, LMTHREAD_DATA& status);
 
 /// Renders the active document into the bitmap as the viewer would, shows how far it is, and returns when the
 /// thread has ended. Ctrl-C cancels it. Afterwards the stamps that the settings switch on are drawn. Throws

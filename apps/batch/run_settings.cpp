@@ -18,7 +18,8 @@ constexpr LONG bestAntiAliasing = 2;
 } // namespace
 
 void fillRunSettings(lmSettings& settings,
-                     const std::vector<std::pair<std::string, std::string>>& assignments) {
+                     const std::vector<std::pair<std::string, std::string>>& assignments,
+                     StampChoice stamps) {
   settings.Init(ID_LUMENARA);
   BaseContainer* values = settings.GetDataInstance();
   WriteDefaults(values, LM_DEFAULT_VIEWER);
@@ -27,7 +28,7 @@ void fillRunSettings(lmSettings& settings,
   values->SetLong(LM_OPT_15004, bestAntiAliasing);
   values->SetLong(LM_OPT_RES_DIVISOR, 1);
   for (const LONG key : stampSwitches) {
-    values->SetLong(key, 0);
+    if (stamps == StampChoice::none) values->SetLong(key, 0);
   }
   for (const auto& [name, text] : assignments) {
     const lmKey& key = findSetting(name);

@@ -1,5 +1,6 @@
 #include "scene_setup.h"
 
+#include <algorithm>
 #include <map>
 
 #include "c4d_render.h"
@@ -77,6 +78,20 @@ PixelSize renderSize(const BaseDocument& document) {
   const bool usable =
       size.width >= 1 && size.height >= 1 && size.width <= largestSide && size.height <= largestSide;
   return usable ? size : PixelSize{1280, 720};
+}
+
+PixelSize pictureSize(const std::optional<PixelSize>& wanted, const BaseDocument& document,
+                      const lmSettings& settings) {
+  const PixelSize full = wanted ? *wanted : renderSize(document);
+  const LONG divisor = std::max<LONG>(1, settings.GetValue(LM_OPT_RES_DIVISOR, static_cast<LONG>(1)));
+  return {std::max<LONG>(1, full.width / divisor), std::max<LONG>(1, full.height / divisor)};
+}
+
+void makeBitmap(BaseBitmap& bitmap, PixelSize size) {
+  if (bitmap.Init(size.width, size.height, 24) == IMAGERESULT_OK) return;
+  throw Stop(ExitCode::renderFailed, "there is not enough memory for a picture of " +
+                                         std::to_string(size.width) + " x " + std::to_string(size.height) +
+                                         " pixels; choose a smaller --size");
 }
 
 BaseObject* renderCamera(BaseDocument& document) {

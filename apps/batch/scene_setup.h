@@ -1,11 +1,14 @@
 // What the command line changes in a document before it is rendered. Main thread.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "c4d_bitmap.h"
 #include "c4d_document.h"
 #include "command_line.h"
+#include "lm_settings.h"
 
 namespace batch {
 
@@ -30,6 +33,13 @@ void setSamples(BaseDocument& document, LONG samples);
 
 /// The size of the active render settings; 1280 x 720 where they say nothing usable.
 PixelSize renderSize(const BaseDocument& document);
+
+/// The size of the next picture: `wanted` or that of the active render settings, divided as the settings say.
+PixelSize pictureSize(const std::optional<PixelSize>& wanted, const BaseDocument& document,
+                      const lmSettings& settings);
+
+/// Gives an empty bitmap this size. Throws `Stop` (render failed) when the memory is not enough.
+void makeBitmap(BaseBitmap& bitmap, PixelSize size);
 
 /// The camera of the next render: that of the viewer's record in the document, else the render view's.
 BaseObject* renderCamera(BaseDocument& document);

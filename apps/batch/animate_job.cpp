@@ -1,0 +1,142 @@
+#include "animate_job.h"
+
+#include <algorithm>
+#include <atomic>
+
+#include "c4d_render.h"
+#include "failures.h"
+#include "interrupt.h"
+#include "lm_thread.h"
+#include "main_loop.h"
+#include "render_job.h"
+
+namespace batch {
+namespace {
+
+constexpr host::Milliseconds pollPeriod = 20;
+
+LONG currentFrame(const LMTHREAD_DATA& status, const FrameRange& frames) {
+  const BaseTime time = status.frameTime;
+  return std::clamp(time.GetFrame(status.fps.load()), frames.from, frames.to);
+}
+
+/// The part of all frames that is done. It never falls: the second eye of a stereo frame starts from 0 again,
+/// and a frame's first report comes a little later than its number.
+class DonePart {
+ public:
+  DonePart(const FrameRange& frames, const FrameProgress& before) : frames_(frames), before_(before) {}
+
+  double at(LONG frame, double progress) {
+    if (frame != frame_) {
+      frame_ = frame;
+      stale_ = progress;
+    }
+    if (progress != stale_) stale_ = -1;
+    const double begun = stale_ < 0 ? std::clamp(progress, 0.0, 1.0) : 0;
+    const double done = before_.done + framesBefore(frames_, frame) + begun;
+    return most_ = std::max(most_, done / std::max<LONG>(1, before_.all));
+  }
+
+ private:
+  const FrameRange& frames_;
+  const FrameProgress& before_;
+  LONG frame_ = -1;
+  double stale_ = -1, most_ = 0;
+};
+
+/// Looks for files of a job in the host's record of failed writes, where those of plug-ins are as well.
+class FailureWatch {
+ public:
+  explicit FailureWatch(const AnimationTarget& target) : target_(target) { host::takeFailures(); }
+
+  /// The first one's sentence; empty when there is none.
+  const std::string& look() {
+    const std::size_t count = sentence_.empty() ? host::failureCount() : seen_;
+    if (count == seen_) return sentence_;
+    seen_ = count;
+    for (const host::Failure& failure : host::failures()) {
+      if (!isOurs(failure.file)) continue;
+      sentence_ = failure.sentence;
+      break;
+    }
+    return sentence_;
+  }
+
+ private:
+  bool isOurs(const Filename& file) const {
+    if (target_.movie()) return file.GetString() == target_.file.GetString();
+    return file.GetDirectory().GetString() == target_.file.GetDirectory().GetString() &&
+           file.CheckSuffix(target_.file.GetSuffix());
+  }
+
+  const AnimationTarget& target_;
+  std::size_t seen_ = 0;
+  std::string sentence_;
+};
+
+void fillThread(lmThread& thread, const AnimationJob& job, std::atomic<LONG>& running) {
+  thread.animation = 1;
+  thread.animationRunning = &running;
+  thread.frameFrom = job.frames.from;
+  thread.frameTo = job.frames.to;
+  thread.frameStep = job.frames.step;
+  thread.outputFile = job.target.file;
+  thread.format = job.target.format;
+  thread.jpegQuality = job.jpegQuality;
+  thread.photoshop7 = 1;
+  thread.stamps = job.stamps;
+}
+
+void waitFor(lmThread& thread, const LMTHREAD_DATA& status, const AnimationJob& job,
+             const FrameProgress& before, FailureWatch& failures, Messages& messages) {
+  DonePart part(job.frames, before);
+  while (thread.IsRunning()) {
+    host::mainLoop().waitAndRun(host::clock().now() + pollPeriod);
+    // A request that comes before the thread's first step is lost, so it is repeated.
+    if (interrupted() || !failures.look().empty()) thread.CancelRender();
+    const LONG frame = currentFrame(status, job.frames);
+    messages.progress(part.at(frame, status.progress), "frame " + std::to_string(frame));
+  }
+  thread.Wait(TRUE);
+}
+
+/// The thread saves what it has of a frame when it is stopped.
+void removeUnfinished(const AnimationJob& job, const AnimationResult& outcome) {
+  const bool whole = outcome.result == RENDERRESULT_OK || outcome.result == RENDERRESULT_ASSETMISSING;
+  const Filename picture = frameFile(job.target, outcome.frame);
+  if (!whole && !job.target.movie() && !outcome.moved && GeFExist(picture)) GeFKill(picture);
+}
+
+} // namespace
+
+AnimationResult runAnimation(BaseDocument& document, BaseBitmap& bitmap, lmSettings& settings,
+                             const AnimationJob& job, const FrameProgress& before, Messages& messages) {
+  LMTHREAD_DATA status;
+  fillStatus(document, status);
+  status.frameTime = BaseTime(job.frames.from, document.GetFps());
+  std::atomic<LONG> running{1};
+
+  lmThread thread;
+  thread.settings = &settings;
+  thread.data = &status;
+  thread.bitmap = &bitmap;
+  fillThread(thread, job, running);
+  FailureWatch failures(job.target);
+  if (!thread.Start()) {
+    throw Stop(ExitCode::renderFailed,
+               "the render could not be started: the system gives no thread; close other programs");
+  }
+  waitFor(thread, status, job, before, failures, messages);
+
+  AnimationResult outcome;
+  outcome.rendered = status.progress == 1.0 && running == 0;
+  outcome.moved = thread.outputFile.GetString() != job.target.file.GetString();
+  outcome.result = status.result;
+  outcome.frame = currentFrame(status, job.frames);
+  outcome.seconds = status.renderTime;
+  outcome.failure = failures.look();
+  removeUnfinished(job, outcome);
+  return outcome;
+}
+
+} // namespace batch

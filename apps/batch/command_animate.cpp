@@ -1,0 +1,203 @@
+#include <string>
+#include <vector>
+
+#include "active_document.h"
+#include "animate_job.h"
+#include "c4d_render.h"
+#include "commands.h"
+#include "frame_files.h"
+#include "interrupt.h"
+#include "lm_keys.h"
+#include "messages.h"
+#include "movie_options.h"
+#include "output_file.h"
+#include "overwrite_question.h"
+#include "plugin_host.h"
+#include "run_settings.h"
+#include "scene_load.h"
+#include "scene_setup.h"
+#include "setting_values.h"
+
+namespace batch {
+namespace {
+
+constexpr LONG defaultJpegQuality = 95;
+
+/// Everything that can be wrong before work begins.
+AnimationTarget checkTarget(const AnimateOptions& options) {
+  checkAssignments(options.settings);
+  const AnimationTarget target = animationTarget(options.output, options.format);
+  if (options.resume && target.movie()) {
+    throw Stop(ExitCode::wrongUse, "--resume goes on with pictures only, and " +
+                                       target.file.GetString().GetUTF8() +
+                                       " is a movie; render it anew, or render pictures such as shot.tif");
+  }
+  if (target.movie()) {
+    requireWritable(target.file, "the movie");
+  } else {
+    requireWritable(frameFile(target, options.frames.from), "the picture");
+  }
+  return target;
+}
+
+bool isAssigned(const AnimateOptions& options, LONG key) {
+  for (const auto& [name, text] : options.settings) {
+    if (findSetting(name).key == key) return true;
+  }
+  return false;
+}
+
+void fillSettings(lmSettings& settings, const AnimateOptions& options) {
+  fillRunSettings(settings, options.settings, options.stamps ? StampChoice::stored : StampChoice::none);
+  BaseContainer* values = settings.GetDataInstance();
+  if (!isAssigned(options, LM_ANIM_LAUNCH)) values->SetLong(LM_ANIM_LAUNCH, 0);
+  if (!options.quality) return;
+  BaseContainer movie = values->GetContainer(LM_ANIM_MOVIE_OPTIONS);
+  movie.SetLong(host::movieQualityKey, *options.quality);
+  values->SetContainer(LM_ANIM_MOVIE_OPTIONS, movie);
+}
+
+void prepare(const AnimateOptions& options, BaseDocument& document) {
+  if (!options.camera.empty()) chooseCamera(document, options.camera);
+  if (options.samples > 0) setSamples(document, options.samples);
+}
+
+/// The frames whose pictures are not whole yet.
+std::vector<LONG> missingFrames(const AnimationTarget& target, const FrameRange& frames, PixelSize size,
+                                Messages& messages) {
+  std::vector<LONG> missing;
+  messages.begin("Checking");
+  for (const LONG frame : framesOf(frames)) {
+    if (interrupted()) throw Stop(ExitCode::cancelled, "cancelled; nothing was rendered");
+    if (!isWholeFrame(frameFile(target, frame), size)) missing.push_back(frame);
+    messages.progress(static_cast<double>(framesBefore(frames, frame) + 1) / frameCount(frames));
+  }
+  messages.end();
+  return missing;
+}
+
+std::string nameOf(const Filename& file) {
+  return file.GetString().GetUTF8();
+}
+
+/// What has been rendered so far.
+struct Run {
+  AnimationTarget target;
+  std::vector<FrameRange> ranges;
+  FrameProgress progress;
+  bool assetMissing = false;
+  double seconds = 0;
+};
+
+/// Ends the command when a job did not come to its end.
+void judge(const Run& run, const AnimationResult& job, const OverwriteQuestion& ui) {
+  const bool movie = run.target.movie();
+  const std::string file = nameOf(run.target.file), frame = std::to_string(job.frame);
+  if (ui.declined()) {
+    throw Stop(ExitCode::outputNotWritable,
+               file +
+                   " is there already and was kept; add --overwrite to replace it, or choose another name");
+  }
+  if (interrupted()) {
+    throw Stop(ExitCode::cancelled,
+               !movie
+                   ? "cancelled at frame " + frame +
+                         "; the frames before it are written, the same command with --resume renders the rest"
+               : GeFExist(run.target.file) ? "cancelled; " + file + " ends with frame " + frame
+                                           : "cancelled; " + file + " was not written");
+  }
+  if (!job.failure.empty()) {
+    throw Stop(ExitCode::outputNotWritable,
+               job.failure + (movie ? " This came out at frame " + frame + "."
+                                    : " Afterwards the same command with --resume renders the rest."));
+  }
+  if (job.moved) {
+    throw Stop(ExitCode::outputNotWritable, "the folder of " + file +
+                                                " went away before the render began, and the frames went to "
+                                                "the program's folder; make it again and render again");
+  }
+  if (!job.rendered) {
+    throw Stop(ExitCode::renderFailed, "the scene could not be prepared for the render; there is "
+                                       "probably not enough memory, close other programs");
+  }
+  if (job.result == RENDERRESULT_OK || job.result == RENDERRESULT_ASSETMISSING) return;
+  throw Stop(ExitCode::renderFailed,
+             "frame " + frame + " of " + file +
+                 (job.result == RENDERRESULT_OUTOFMEMORY
+                      ? " is not complete: there was not enough memory; close other programs or choose a "
+                        "smaller --size"
+                      : " is not complete: its render ended with result " + std::to_string(job.result) +
+                            "; render again"));
+}
+
+void renderAll(Run& run, const AnimateOptions& options, BaseDocument& document, BaseBitmap& bitmap,
+               lmSettings& settings, const OverwriteQuestion& ui, Messages& messages) {
+  AnimationJob job{
+      {}, run.target, options.quality.value_or(defaultJpegQuality), options.stamps || stampsWanted(settings)};
+  messages.begin("Rendering");
+  for (const FrameRange& range : run.ranges) {
+    job.frames = range;
+    const AnimationResult result = runAnimation(document, bitmap, settings, job, run.progress, messages);
+    judge(run, result, ui);
+    run.progress.done += frameCount(range);
+    run.seconds += result.seconds;
+    run.assetMissing = run.assetMissing || result.result == RENDERRESULT_ASSETMISSING;
+  }
+  messages.end();
+}
+
+std::string frameText(LONG count) {
+  return std::to_string(count) + (count == 1 ? " frame" : " frames");
+}
+
+ExitCode report(const Run& run, const Scene& scene, Messages& messages) {
+  const std::string file = nameOf(run.target.file);
+  if (run.assetMissing) {
+    messages.problem(file + " was rendered without " +
+                     (scene.missing.empty() ? "a picture that the scene needs" : listOf(scene.missing)) +
+                     "; put what is missing beside the scene and render again");
+    return ExitCode::renderFailed;
+  }
+  const std::string where = run.target.movie() ? file : nameOf(frameFile(run.target, run.ranges[0].from));
+  messages.note("lumenara: " + frameText(run.progress.done) + " of " + where +
+                (run.progress.done > 1 && !run.target.movie() ? " and on" : "") + " were rendered in " +
+                durationText(static_cast<std::int64_t>(run.seconds + 0.5)));
+  return ExitCode::done;
+}
+
+ExitCode animateScene(const AnimateOptions& options, const AnimationTarget& target,
+                      const OverwriteQuestion& ui, Messages& messages) {
+  lmSettings settings;
+  fillSettings(settings, options);
+  Scene scene = loadScene(options.scene, messages);
+  BaseDocument& document = *scene.document;
+  prepare(options, document);
+  const PixelSize size = pictureSize(options.size, document, settings);
+
+  Run run{target, {options.frames}, {0, frameCount(options.frames)}};
+  if (options.resume) {
+    const std::vector<LONG> missing = missingFrames(target, options.frames, size, messages);
+    messages.note("lumenara: " + std::to_string(missing.size()) + " of " + frameText(run.progress.all) +
+                  " are still to be rendered");
+    if (missing.empty()) return ExitCode::done;
+    run.ranges = joinFrames(missing, options.frames.step);
+    run.progress.all = static_cast<LONG>(missing.size());
+  }
+  AutoAlloc<BaseBitmap> bitmap;
+  makeBitmap(*bitmap, size);
+  host::setActiveDocument(scene.document.release());
+  renderAll(run, options, document, *bitmap, settings, ui, messages);
+  return report(run, scene, messages);
+}
+
+} // namespace
+
+ExitCode runAnimate(const AnimateOptions& options) {
+  const AnimationTarget target = checkTarget(options);
+  Messages messages(options.quiet);
+  OverwriteQuestion ui(messages, nameOf(target.file), options.overwrite);
+  const PluginHost host(options.home, options.threads, ui);
+  return animateScene(options, target, ui, messages);
+}
+
+} // namespace batch

@@ -1,0 +1,27 @@
+// Whether an animation may take the place of a file that is there.
+#pragma once
+
+#include <string>
+
+#include "messages.h"
+
+namespace batch {
+
+/// Answers the render thread's question about this file: yes where the command line allows it, on a terminal
+/// as the user does, else no. Other questions are answered as in any batch run. Main thread.
+class OverwriteQuestion : public BatchInterface {
+ public:
+  OverwriteQuestion(Messages& messages, std::string file, bool overwrite)
+      : BatchInterface(messages), messages_(messages), file_(std::move(file)), overwrite_(overwrite) {}
+  bool question(const String& text) override;
+
+  /// Whether the answer was no.
+  bool declined() const { return declined_; }
+
+ private:
+  Messages& messages_;
+  std::string file_;
+  bool overwrite_, declined_ = false;
+};
+
+} // namespace batch

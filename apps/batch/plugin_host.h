@@ -1,0 +1,30 @@
+// A host with its plug-ins started.
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "messages.h"
+#include "program.h"
+#include "settings_keeper.h"
+
+namespace batch {
+
+/// Ours first and then the modules beside it. It ends them, and what they have stored stays. Main thread.
+class PluginHost {
+ public:
+  /// `home` empty: the user's; `threads` 0: all processors. `ui` outlives the host. Throws `Stop` (render
+  /// failed) when the plug-in cannot be started.
+  PluginHost(const std::string& home, int threads, host::UserInterface& ui);
+  ~PluginHost();
+  PluginHost(const PluginHost&) = delete;
+  PluginHost& operator=(const PluginHost&) = delete;
+
+ private:
+  void startPlugins();
+
+  host::Program program_;
+  std::optional<SettingsKeeper> keeper_;
+};
+
+} // namespace batch
