@@ -8,7 +8,7 @@
 namespace host {
 namespace {
 
-constexpr LONG largestSide = 30000; // Adobe Photoshop File Formats Specification, file header section
+constexpr LONG largestSide = 30000; // the limit that the format's public documentation gives for its header
 
 void prepareMagick() {
   static const bool done = [] {
