@@ -93,6 +93,7 @@ struct Run {
 void judge(const Run& run, const AnimationResult& job, const OverwriteQuestion& ui) {
   const bool movie = run.target.movie();
   const std::string file = nameOf(run.target.file), frame = std::to_string(job.frame);
+  if (ui.declined() && interrupted()) throw Stop(ExitCode::cancelled, "cancelled; " + file + " was kept");
   if (ui.declined()) {
     throw Stop(ExitCode::outputNotWritable,
                file +

@@ -70,7 +70,7 @@ Child::Child(const Arguments& arguments, const std::string& home, Limits limits,
   // The child: nothing but what is safe after a fork.
   const int outFile = open(out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
   const int errFile = open(err.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NOCTTY, 0600);
-  const int inFile = open("/dev/null", O_RDONLY);
+  const int inFile = open(terminal ? err.c_str() : "/dev/null", O_RDONLY | O_NOCTTY);
   dup2(inFile, 0);
   dup2(outFile, 1);
   dup2(errFile, 2);
@@ -93,6 +93,11 @@ Child::~Child() {
 
 void Child::send(int signal) const {
   if (!ended_) kill(process_, signal);
+}
+
+void Child::type(const std::string& text) const {
+  if (write(terminal_, text.data(), text.size()) != static_cast<ssize_t>(text.size()))
+    throw std::runtime_error("cannot type");
 }
 
 bool Child::ended() {

@@ -38,7 +38,7 @@ class TempFolder {
   std::filesystem::path path_;
 };
 
-/// A running program. With `terminal` its standard error is a pseudo terminal.
+/// A running program. With `terminal` its standard error and its input are a pseudo terminal.
 class Child {
  public:
   Child(const Arguments& arguments, const std::string& home, Limits limits = {}, bool terminal = false);
@@ -47,6 +47,8 @@ class Child {
   Child& operator=(const Child&) = delete;
 
   void send(int signal) const;
+  /// Types on its terminal.
+  void type(const std::string& text) const;
   /// Standard error so far.
   std::string errors();
   /// Waits until standard error has this text; false when the program ended or the time was over first.
