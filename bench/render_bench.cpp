@@ -8,6 +8,7 @@
 #include <chrono>
 #include <cstdio>
 #include <cstring>
+#include <ctime>
 #include <filesystem>
 #include <string>
 #include <thread>
@@ -178,10 +179,15 @@ void measure(const std::string& file, int samples, const std::string& picture) {
     moved = renderOnce(*clone, quick, *bitmap);
   }
   const auto start = Clock::now();
+  const std::clock_t cpuStart = std::clock();
   const RenderStats full = renderOnce(*clone, settings, *bitmap);
   const double seconds = msSince(start) / 1e3;
   const double perMillion =
       (full.render_ms - full.build_ms) / 1e3 / (static_cast<double>(full.camera_samples) / 1e6);
+
+  // On a machine that does other things as well the processor time tells more than the wall clock.
+  const double cpu = static_cast<double>(std::clock() - cpuStart) / CLOCKS_PER_SEC;
+  const double cpuPerMillion = cpu / workerCount() / (static_cast<double>(full.camera_samples) / 1e6);
 
   RenderStats scratch;
   std::vector<std::string> errors;
@@ -202,8 +208,10 @@ void measure(const std::string& file, int samples, const std::string& picture) {
               *std::max_element(breaks.begin(), breaks.end()), coldBreak);
   std::printf("  one object moved: %u meshes built, %u reused, first coarse picture %.1f ms\n",
               moved.meshes_built, moved.meshes_reused, moved.first_pixels_ms);
-  std::printf("  %d samples: %.2f s, %.3f s per million camera samples, %.1f rays a sample\n", samples,
-              seconds, perMillion, static_cast<double>(full.rays) / static_cast<double>(full.camera_samples));
+  std::printf("  %d samples: %.2f s, %.3f s per million camera samples (%.3f by processor time), %.1f rays a "
+              "sample\n",
+              samples, seconds, perMillion, cpuPerMillion,
+              static_cast<double>(full.rays) / static_cast<double>(full.camera_samples));
   std::printf("  million rays a second: rendering %.2f; plain queries: camera %.2f, scattered %.2f; ratio to "
               "scattered %.2f\n",
               rate, coherent, scattered, scattered > 0 ? rate / scattered : 0);
