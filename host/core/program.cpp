@@ -112,6 +112,7 @@ void Program::shutDown() {
   runSteps(ShutdownStage::freeDocuments);
   loader_->endAll();
   registry_.destroyAll();
+  runSteps(ShutdownStage::freeCaches);
   preferences_->flush();
   deliverConsole();
   mainLoop().reset();

@@ -29,7 +29,7 @@ struct ProgramOptions {
 };
 
 /// When something is cleaned up at the end (see `Program::shutDown`).
-enum class ShutdownStage { closeDialogs, freeDocuments };
+enum class ShutdownStage { closeDialogs, freeDocuments, freeCaches };
 
 class Program {
  public:
@@ -52,7 +52,8 @@ class Program {
   void quit(int code = 0); // any thread
 
   /// In this order: stops the loop, closes dialogs, frees documents, calls the plug-ins' end entries,
-  /// destroys what they registered in reverse order, writes preferences. Once; modules stay loaded.
+  /// destroys what they registered in reverse order, frees caches, writes preferences. Once; modules stay
+  /// loaded.
   void shutDown();
 
   const Filename& startupPath() const noexcept { return startupPath_; }

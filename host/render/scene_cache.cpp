@@ -5,6 +5,7 @@
 #include <new>
 
 #include "hardware_preview.h"
+#include "program.h"
 #include "texture_loader.h"
 #include "worker_threads.h"
 
@@ -169,6 +170,14 @@ void SceneCache::clear() {
 }
 
 } // namespace host::render
+
+namespace {
+
+// A program that ends leaves no driver and no structures behind.
+const bool freedAtShutdown =
+    (host::addShutdownStep(host::ShutdownStage::freeCaches, host::freeRenderCaches), true);
+
+} // namespace
 
 void host::freeRenderCaches() {
   render::freeHardwarePreview();
