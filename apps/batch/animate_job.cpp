@@ -95,6 +95,8 @@ void waitFor(lmThread& thread, const LMTHREAD_DATA& status, const AnimationJob& 
     // A request that comes before the thread's first step is lost, so it is repeated.
     if (interrupted() || !failures.look().empty()) thread.CancelRender();
     const LONG frame = currentFrame(status, job.frames);
+    if (interrupted() && !job.target.movie())
+      setUnfinishedFile(frameFile(job.target, frame).GetString().GetUTF8());
     messages.progress(part.at(frame, status.progress), "frame " + std::to_string(frame));
   }
   thread.Wait(TRUE);
@@ -136,6 +138,7 @@ AnimationResult runAnimation(BaseDocument& document, BaseBitmap& bitmap, lmSetti
   outcome.seconds = status.renderTime;
   outcome.failure = failures.look();
   removeUnfinished(job, outcome);
+  setUnfinishedFile({});
   return outcome;
 }
 

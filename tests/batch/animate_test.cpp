@@ -420,6 +420,34 @@ TEST_F(AnimateInterrupt, LeavesNoHalfFrame) {
   EXPECT_EQ(written().size(), names.size() + 3);
 }
 
+// The second request ends the program at any point of the first one's work.
+TEST_F(AnimateInterrupt, TwiceLeavesNoHalfFrameEither) {
+  std::map<std::string, std::string> whole;
+  for (const int pause : {0, 5, 15, 30, 60, 100}) {
+    SCOPED_TRACE(pause);
+    Child child(words("twice.bmp", "0:5000", {"--size", "300x300", "--quiet"}), folder / "home");
+    const auto deadline = std::chrono::steady_clock::now() + seconds(120);
+    while (!fs::exists(out("twice0001.bmp")) && std::chrono::steady_clock::now() < deadline)
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    child.send(SIGINT);
+    std::this_thread::sleep_for(std::chrono::milliseconds(pause));
+    child.send(SIGINT);
+    EXPECT_EQ(child.wait(seconds(60)).code, 130);
+    for (const std::string& name : written()) {
+      if (name.rfind("twice", 0) != 0) continue; // a file on its way has another name
+      const std::string bytes = readFile(out(name)), number = name.substr(5, 4);
+      if (whole[name].empty()) {
+        run({"animate", scene, "-o", out("one.bmp"), "--frames", number + ":" + number, "--size", "300x300",
+             "--samples", "1", "--quiet"},
+            folder / "home");
+        whole[name] = readFile(out("one" + number + ".bmp"));
+      }
+      EXPECT_EQ(bytes == whole[name], true) << name;
+      fs::remove(out(name));
+    }
+  }
+}
+
 TEST_F(AnimateInterrupt, AStoppedMovieCanBePlayed) {
   Child child(words("film.avi", "0:9000", {"--size", "200x200"}), folder / "home", {}, true);
   ASSERT_TRUE(child.waitForError("frame 5", seconds(120))) << child.errors();
