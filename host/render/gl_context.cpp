@@ -3,6 +3,7 @@
 #include <array>
 #include <chrono>
 #include <condition_variable>
+#include <cstdlib>
 #include <mutex>
 
 #include <epoxy/egl.h>
@@ -15,7 +16,6 @@ struct Context {
   EGLDisplay display = EGL_NO_DISPLAY;
   EGLContext context = EGL_NO_CONTEXT;
   EGLSurface surface = EGL_NO_SURFACE;
-  bool ownDisplay = false; // nobody else in the process can have it
 };
 
 // The process's context and who has it. Never destroyed: a render may run until the program ends.
@@ -48,15 +48,14 @@ void release(Context& c) {
     eglMakeCurrent(c.display, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT);
     if (c.context != EGL_NO_CONTEXT) eglDestroyContext(c.display, c.context);
     if (c.surface != EGL_NO_SURFACE) eglDestroySurface(c.display, c.surface);
-    if (c.ownDisplay) eglTerminate(c.display);
-    eglReleaseThread();
+    // The display stays: others in the process may use it, and drivers are not made to be unloaded.
   }
   c = {};
 }
 
 // A context on a display, current on this thread: without a surface, else with a tiny one off screen.
-bool openOn(EGLDisplay display, bool own, Context& c) {
-  c = {display, EGL_NO_CONTEXT, EGL_NO_SURFACE, own};
+bool openOn(EGLDisplay display, Context& c) {
+  c = {display, EGL_NO_CONTEXT, EGL_NO_SURFACE};
   if (display == EGL_NO_DISPLAY || !eglInitialize(display, nullptr, nullptr)) {
     c = {};
     return false;
@@ -89,21 +88,23 @@ bool open(Context& c) {
   const auto has = [](const char* name) { return epoxy_has_egl_extension(EGL_NO_DISPLAY, name); };
   if (has("EGL_EXT_platform_base")) {
     if (has("EGL_MESA_platform_surfaceless") &&
-        openOn(eglGetPlatformDisplayEXT(EGL_PLATFORM_SURFACELESS_MESA, EGL_DEFAULT_DISPLAY, nullptr), true,
-               c))
+        openOn(eglGetPlatformDisplayEXT(EGL_PLATFORM_SURFACELESS_MESA, EGL_DEFAULT_DISPLAY, nullptr), c))
       return true;
     std::array<EGLDeviceEXT, 16> devices{};
     EGLint count = 0;
     if (has("EGL_EXT_platform_device") && has("EGL_EXT_device_enumeration") &&
         eglQueryDevicesEXT(static_cast<EGLint>(devices.size()), devices.data(), &count))
       for (std::size_t i = 0; i < static_cast<std::size_t>(count); ++i)
-        if (openOn(eglGetPlatformDisplayEXT(EGL_PLATFORM_DEVICE_EXT, devices[i], nullptr), true, c))
-          return true;
+        if (openOn(eglGetPlatformDisplayEXT(EGL_PLATFORM_DEVICE_EXT, devices[i], nullptr), c)) return true;
   }
-  return openOn(eglGetDisplay(EGL_DEFAULT_DISPLAY), false, c);
+  return openOn(eglGetDisplay(EGL_DEFAULT_DISPLAY), c);
 }
 
 bool makeContext(Shared& s) {
+#if defined(__SANITIZE_THREAD__)
+  // The software driver's hand-overs between its own threads would be reported: it draws on the calling one.
+  setenv("LP_NUM_THREADS", "0", 0);
+#endif
   if (!epoxy_has_egl()) {
     s.why = "this system has no EGL";
     return false;
