@@ -3,6 +3,8 @@
 extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>
+#include <libavutil/buffer.h>
+#include <libavutil/imgutils.h>
 #include <libavutil/log.h>
 }
 
@@ -14,6 +16,8 @@ extern "C" {
 
 namespace host {
 namespace {
+
+constexpr int pictureAlignment = 64; // bytes, what the widest instructions of the codecs want
 
 std::string reasonOf(int code) {
   char text[AV_ERROR_MAX_STRING_SIZE] = {};
@@ -57,6 +61,7 @@ struct Dictionary {
 struct MovieEncoder::Parts {
   AVFormatContext* file = nullptr;
   AVCodecContext* codec = nullptr;
+  AVBufferPool* memory = nullptr; // of pictures, kept until the encoder's threads have ended
   AVFrame* picture = nullptr;
   AVPacket* packet = nullptr;
   AVStream* stream = nullptr; // the file's
@@ -67,6 +72,7 @@ struct MovieEncoder::Parts {
     av_packet_free(&packet);
     av_frame_free(&picture);
     avcodec_free_context(&codec);
+    av_buffer_pool_uninit(&memory);
     if (file && file->pb) avio_closep(&file->pb);
     avformat_free_context(file);
   }
@@ -83,6 +89,11 @@ MovieEncoder::MovieEncoder(const std::string& path, const MovieSetup& setup) : p
                          " files. Choose the other movie format.");
   openCodec(setup);
   openFile(url, setup);
+  const int bytes =
+      av_image_get_buffer_size(parts_->codec->pix_fmt, setup.width, setup.height, pictureAlignment);
+  if (bytes < 0) throw std::bad_alloc();
+  parts_->memory =
+      orBadAlloc(av_buffer_pool_init(static_cast<std::size_t>(bytes) + pictureAlignment, nullptr));
   parts_->picture = orBadAlloc(av_frame_alloc());
   parts_->packet = orBadAlloc(av_packet_alloc());
   parts_->converter =
@@ -140,10 +151,10 @@ void MovieEncoder::openFile(const std::string& path, const MovieSetup& setup) {
   }
 }
 
-void MovieEncoder::add(const MovieFrame& frame) {
+// A picture with room. The encoder keeps the last ones for as long as it needs them: each frame gets its own.
+void MovieEncoder::newPicture() {
   AVFrame& picture = *parts_->picture;
   const AVCodecContext& codec = *parts_->codec;
-  // The encoder keeps the last pictures' memory for as long as it needs it: each frame gets its own.
   av_frame_unref(&picture);
   picture.format = codec.pix_fmt;
   picture.width = codec.width;
@@ -155,10 +166,16 @@ void MovieEncoder::add(const MovieFrame& frame) {
   picture.chroma_location = codec.chroma_sample_location;
   picture.sample_aspect_ratio = codec.sample_aspect_ratio;
   picture.quality = codec.global_quality;
-  if (av_frame_get_buffer(&picture, 0) < 0) throw std::bad_alloc();
-  picture.pts = parts_->taken++;
-  parts_->converter->convert(frame, picture);
-  send(&picture);
+  picture.buf[0] = orBadAlloc(av_buffer_pool_get(parts_->memory));
+  av_image_fill_arrays(picture.data, picture.linesize, picture.buf[0]->data, codec.pix_fmt, codec.width,
+                       codec.height, pictureAlignment);
+}
+
+void MovieEncoder::add(const MovieFrame& frame) {
+  newPicture();
+  parts_->picture->pts = parts_->taken++;
+  parts_->converter->convert(frame, *parts_->picture);
+  send(parts_->picture);
 }
 
 // Gives the encoder a picture (null: the end) and writes what comes out.

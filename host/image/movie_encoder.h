@@ -47,6 +47,7 @@ class MovieEncoder {
   struct Parts;
   void openCodec(const MovieSetup& setup);
   void openFile(const std::string& path, const MovieSetup& setup);
+  void newPicture();
   void send(const AVFrame* picture);
 
   std::unique_ptr<Parts> parts_;

@@ -16,6 +16,8 @@ namespace host {
 namespace {
 
 constexpr LONG largestThumbnail = 256;
+// 1 January 1980 in a zip's calendar: the same picture is the same bytes whenever it is saved.
+constexpr zip_uint16_t firstDay = 1 << 5 | 1;
 
 using Bytes = std::span<const unsigned char>;
 
@@ -53,8 +55,9 @@ class ZipInMemory {
       if (entry) zip_source_free(entry);
       fail(zip_get_error(archive_));
     }
-    if (zip_set_file_compression(archive_, static_cast<zip_uint64_t>(index), ZIP_CM_STORE, 0) != 0)
-      fail(zip_get_error(archive_));
+    const auto place = static_cast<zip_uint64_t>(index);
+    zip_file_set_dostime(archive_, place, 0, firstDay, 0);
+    if (zip_set_file_compression(archive_, place, ZIP_CM_STORE, 0) != 0) fail(zip_get_error(archive_));
   }
 
   FileBytes finish() {

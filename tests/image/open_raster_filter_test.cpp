@@ -32,6 +32,8 @@ TEST(OpenRasterFilter, BeginsWithItsKind) {
   EXPECT_EQ(std::memcmp(bytes.data(), "PK\3\4", 4), 0);
   EXPECT_EQ(bytes[8], std::byte{0});
   EXPECT_EQ(std::memcmp(bytes.data() + 30, "mimetypeimage/openraster", 24), 0);
+  const int day = static_cast<int>(bytes[12]) | static_cast<int>(bytes[13]) << 8;
+  EXPECT_EQ(day, 0x21); // the same day always: a picture's bytes do not depend on when it is saved
 }
 
 TEST(OpenRasterFilter, AZipProgramFindsTheLayers) {
