@@ -1,9 +1,7 @@
 #include "read_line.h"
 
-#include <poll.h>
-#include <unistd.h>
-
 #include "interrupt.h"
+#include "platform.h"
 
 namespace batch {
 
@@ -12,12 +10,10 @@ std::string readLine() {
   constexpr int pollPeriod = 50; // milliseconds
   std::string line;
   while (!interrupted()) {
-    pollfd input{STDIN_FILENO, POLLIN, 0};
-    if (poll(&input, 1, pollPeriod) <= 0) continue;
-    char byte = 0;
-    if (read(STDIN_FILENO, &byte, 1) != 1) return {};
+    const int byte = host::platform::readInputByte(pollPeriod);
+    if (byte == -2) return {};
     if (byte == '\n') return line;
-    line.push_back(byte);
+    if (byte >= 0) line.push_back(static_cast<char>(byte));
   }
   return {};
 }

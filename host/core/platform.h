@@ -59,6 +59,8 @@ void prepareProcess() noexcept;
 
 /// Whether the stream is a terminal that a person looks at.
 bool isTerminal(std::FILE* stream) noexcept;
+/// The next byte of standard input, 0 to 255; -1 when none came within this time, -2 at the input's end.
+int readInputByte(int milliseconds) noexcept;
 /// The most memory that this process has held so far, in bytes; 0 when unknown.
 std::uint64_t peakMemory() noexcept;
 /// The machine's memory in bytes; 0 when unknown.

@@ -3,6 +3,7 @@
 
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <poll.h>
 #include <pthread.h>
 #include <sys/file.h>
 #include <sys/resource.h>
@@ -117,6 +118,13 @@ FileLock::~FileLock() {
 void prepareProcess() noexcept {
   std::signal(SIGXFSZ, SIG_IGN);
   std::signal(SIGPIPE, SIG_IGN);
+}
+
+int readInputByte(int milliseconds) noexcept {
+  pollfd input{STDIN_FILENO, POLLIN, 0};
+  if (poll(&input, 1, milliseconds) <= 0) return -1;
+  unsigned char byte = 0;
+  return read(STDIN_FILENO, &byte, 1) == 1 ? byte : -2;
 }
 
 bool isTerminal(std::FILE* stream) noexcept {
