@@ -25,7 +25,8 @@ RENDERRESULT draw(const SnapshotPtr& snapshot, const RenderSettings& settings, B
     const auto drawn = drawHardwarePreview(snapshot, settings, bitmap, hooks, stats, undecoded, started);
     if (drawn) {
       problems.insert(problems.end(), undecoded.begin(), undecoded.end());
-      return *drawn == RENDERRESULT_OK && (missing || !undecoded.empty()) ? RENDERRESULT_ASSETMISSING : *drawn;
+      return *drawn == RENDERRESULT_OK && (missing || !undecoded.empty()) ? RENDERRESULT_ASSETMISSING
+                                                                          : *drawn;
     }
     undecoded.clear();
   }
