@@ -12,11 +12,13 @@ void MessageLog::coreMessage(LONG id, const BaseContainer& message) {
                       static_cast<ULLONG>(message.GetLLong(BFM_CORE_PAR2))});
 }
 
+PluginFixture::PluginFixture() : unit_{"Lumenara", pluginFolder(), PluginMessage, PluginStart, PluginEnd} {
+}
+
 void PluginFixture::SetUp() {
   folder.makeFolder("plugin");
   std::filesystem::create_directory_symlink(std::filesystem::path(LUMENARA_SOURCE_DIR) / "res",
                                             pluginFolder().GetString().GetUTF8() + "/res");
-  unit_ = {"Lumenara", pluginFolder(), PluginMessage, PluginStart, PluginEnd};
   startHost();
   console.clear();
 }

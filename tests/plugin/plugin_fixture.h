@@ -27,7 +27,9 @@ class MessageLog final : public host::CoreListener {
 
 class PluginFixture : public HostFixture {
  protected:
+  PluginFixture();
   void SetUp() override;
+  const host::PluginUnit& unit() const { return unit_; }
 
   /// Starts the plug-in as a program does: its message entry, then its start entry.
   bool startPlugin();

@@ -8,6 +8,7 @@
 #include "lm_thread.h"
 #include "plugin_fixture.h"
 #include "render_probe.h"
+#include "thread_context.h"
 
 class ThreadFixture : public PluginFixture {
  protected:
@@ -48,6 +49,7 @@ class ThreadFixture : public PluginFixture {
   lmSettings settings;
   LMTHREAD_DATA status;
   std::unique_ptr<RenderProbe> probe;
+  host::PluginScope scope{&unit()}; // the thread is the plug-in's, and finds its pictures
   lmThread thread;
 
  private:
