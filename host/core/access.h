@@ -33,6 +33,8 @@ struct Access {
   static std::atomic<ULONG>* pixels(const BaseBitmap& bitmap) noexcept { return bitmap.pixels_; }
 
   static DialogState* state(const GeDialog& dialog) noexcept { return dialog.state_; }
+  static AreaState* state(const GeUserArea& area) noexcept { return area.state_; }
+  static void setResult(GeModalDialog& dialog, Bool ok) noexcept { dialog.result_ = ok; }
 
   // Values: the handles to their storage (container_store.h).
   static std::shared_ptr<const GeDataStore>& store(GeData& data) noexcept { return data.store_; }

@@ -8,6 +8,7 @@
 #include "c4d_events.h"
 #include "c4d_file.h"
 #include "c4d_filename.h"
+#include "c4d_input.h"
 #include "c4d_math.h"
 #include "c4d_plugin.h"
 #include "c4d_render.h"
