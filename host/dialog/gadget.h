@@ -1,0 +1,127 @@
+// What a dialog shows, as data: a tree of gadgets and a menu. Widgets mirror it, tests read it. Main thread.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "c4d_dialog.h"
+#include "c4d_math.h"
+
+namespace host {
+
+enum class GadgetKind {
+  group,
+  scrollGroup,
+  button,
+  staticText,
+  editText,
+  editNumber,
+  editNumberArrows,
+  editSlider, // a field and a slider
+  slider,
+  checkBox,
+  comboBox,
+  colorField,
+  userArea,
+  separatorH,
+  separatorV,
+};
+
+/// How a number is shown and typed. A percent field holds the fraction; its bounds are per cent.
+enum class NumberKind { integer, real, percent, meter };
+
+struct NumberSpec {
+  NumberKind kind = NumberKind::integer;
+  Real min = MINLONGl, max = MAXLONGl, step = 1; // of what is shown
+};
+
+struct ComboEntry {
+  LONG value = 0; // -1: cannot be chosen
+  String text;    // empty with -1: a separator
+};
+
+/// One gadget. `GeDialog`'s calls and the user's actions (gadget_actions.h) change it, nothing else does.
+struct Gadget {
+  GadgetKind kind = GadgetKind::group;
+  LONG id = 0;
+  LONG flags = 0; // BFH_, BFV_
+  LONG initWidth = 0, initHeight = 0;
+  String text;    // label, title, or the text of an edit field
+  String tooltip; // may be empty
+  bool enabled = true, hidden = false;
+
+  Real number = 0; // its value; check box 0 or 1; combo box: the entry's value
+  NumberSpec spec;
+  Vector color; // colour field, 0 to 1
+  Real brightness = 1;
+  std::vector<ComboEntry> entries;
+
+  // Groups.
+  LONG columns = 0, rows = 0; // 0: as many as come
+  LONG scroll = 0;            // SCROLLGROUP_...
+  LONG border = BORDER_NONE;
+  LONG spaceX = 4, spaceY = 4;
+  LONG borderLeft = 0, borderTop = 0, borderRight = 0, borderBottom = 0;
+  std::vector<std::unique_ptr<Gadget>> children;
+  Gadget* parent = nullptr;
+
+  GeUserArea* area = nullptr; // null until one is attached
+
+  /// What a number field shows: the number times 100 for per cent.
+  Real shownNumber() const noexcept { return spec.kind == NumberKind::percent ? number * 100 : number; }
+};
+
+/// A menu entry, or a menu with children.
+struct MenuEntry {
+  LONG id = 0; // 0: a menu or a separator
+  String text; // empty: a separator
+  bool enabled = true, checked = false;
+  std::vector<MenuEntry> children;
+};
+
+/// What one dialog consists of.
+struct DialogModel {
+  String title;
+  Gadget root; // a group of one column
+  std::vector<MenuEntry> menus;
+};
+
+/// The dialog's model. It lives as long as the dialog; its gadgets change with every opening.
+const DialogModel& dialogModel(const GeDialog& dialog);
+/// Depth first; null when there is none. ID 0 finds nothing.
+const Gadget* findGadget(const GeDialog& dialog, LONG id);
+const MenuEntry* findMenuEntry(const GeDialog& dialog, LONG id);
+
+struct Place {
+  LONG x = 0, y = 0, width = 0, height = 0;
+};
+
+/// Whoever shows a dialog. Set by `UserInterface::openDialog` with `setDialogView`; without one the model
+/// works alone: user areas have their minimum size, a scroll group shows what `setScrollSize`
+/// (gadget_actions.h) says.
+class DialogView {
+ public:
+  /// A value, text, range, entry, or the enabled or hidden state has changed.
+  virtual void gadgetChanged(const Gadget& gadget) = 0;
+  /// The user area's minimum size may have changed (`areaMinSize` tells it), or gadgets were hidden or shown.
+  virtual void layoutChanged(const Gadget& gadget) = 0;
+  virtual void menuChanged() = 0;
+  virtual void titleChanged() = 0;
+  /// The area's surface has a new picture (`areaSurface`).
+  virtual void areaPainted(const Gadget& gadget) = 0;
+
+  virtual bool visibleArea(const Gadget& gadget, LONG& left, LONG& top, LONG& right, LONG& bottom) const = 0;
+  /// In the window's content.
+  virtual bool place(const Gadget& gadget, Place& place) const = 0;
+  /// Where the window's content begins on the screen.
+  virtual bool origin(LONG& x, LONG& y) const = 0;
+
+ protected:
+  ~DialogView() = default;
+};
+
+/// Null takes it away.
+void setDialogView(GeDialog& dialog, DialogView* view);
+
+} // namespace host
