@@ -15,3 +15,4 @@
 #include "c4d_string.h"
 #include "c4d_threading.h"
 #include "c4d_types.h"
+#include "c4d_view.h"

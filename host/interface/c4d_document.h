@@ -261,6 +261,17 @@ class C4D_API BaseDraw : public BaseList2D {
   /// below (y), 0 none.
   void GetSafeFrame(LONG* from, LONG* to, LONG* orientation) const;
 
+  // Drawing over the picture, in the frame's logical pixels. For scene hooks, during `Draw`; elsewhere it does
+  // nothing. Before `SetMatrix_Screen` nothing is drawn either.
+
+  /// Draws in screen space from now on; greater offsets lie behind smaller ones (0 in front).
+  void SetMatrix_Screen(LONG zoffset = 0);
+  /// The colour of what is drawn from now on; at first black.
+  void SetPen(const Vector& color);
+  /// A line one pixel wide, both ends included; z is ignored. Coordinates are rounded down to pixels.
+  void DrawLine2D(Vector from, Vector to);
+  void DrawPoint2D(Vector at);
+
  private:
   friend struct host::Access;
   using BaseList2D::BaseList2D;
