@@ -51,8 +51,11 @@ function(lumenara_module name)
   if(sources)
     add_library(host_${name} OBJECT ${sources})
     target_link_libraries(host_${name} PRIVATE host_${name}_api ${arg_LINKS} lumenara_warnings)
-    set_property(GLOBAL APPEND PROPERTY LUMENARA_HOST_OBJECTS host_${name})
-    set_property(GLOBAL APPEND PROPERTY LUMENARA_HOST_LINKS ${arg_LINKS})
+    # The desktop's widgets stand beside the host's library: programs that have no window do not load Qt.
+    if(NOT name STREQUAL "qt")
+      set_property(GLOBAL APPEND PROPERTY LUMENARA_HOST_OBJECTS host_${name})
+      set_property(GLOBAL APPEND PROPERTY LUMENARA_HOST_LINKS ${arg_LINKS})
+    endif()
   endif()
 endfunction()
 
