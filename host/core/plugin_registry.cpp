@@ -27,6 +27,15 @@ String commandName(const CommandEntry& entry) {
   return "The command \"" + entry.name + "\"";
 }
 
+template <class Entry>
+std::unique_ptr<NodeData> makeData(const char* kind, const Entry* entry) {
+  if (!entry) return nullptr;
+  const PluginScope scope(entry->plugin);
+  const auto make = [&] { return entry->allocator(); };
+  NodeData* const none = nullptr;
+  return std::unique_ptr<NodeData>(guarded(String(kind) + " \"" + entry->name + "\"", make, none));
+}
+
 } // namespace
 
 PluginRegistry::~PluginRegistry() {
@@ -34,19 +43,29 @@ PluginRegistry::~PluginRegistry() {
 }
 
 bool PluginRegistry::taken(LONG id) const noexcept {
-  return findCommand(id) || findVideoPost(id);
+  return findCommand(id) || findVideoPost(id) || findSceneHook(id);
+}
+
+const PluginUnit* PluginRegistry::Entry::plugin() const noexcept {
+  return command ? command->plugin : videoPost ? videoPost->plugin : sceneHook->plugin;
 }
 
 bool PluginRegistry::addCommand(CommandEntry entry) {
   if (entry.id == 0 || !entry.data || taken(entry.id)) return false;
   entry.icon = entry.icon ? entry.icon->GetClone() : nullptr;
-  entries_.push_back({std::make_unique<CommandEntry>(std::move(entry)), nullptr});
+  entries_.push_back({std::make_unique<CommandEntry>(std::move(entry)), nullptr, nullptr});
   return true;
 }
 
 bool PluginRegistry::addVideoPost(VideoPostEntry entry) {
   if (entry.id == 0 || !entry.allocator || taken(entry.id)) return false;
-  entries_.push_back({nullptr, std::make_unique<VideoPostEntry>(std::move(entry))});
+  entries_.push_back({nullptr, std::make_unique<VideoPostEntry>(std::move(entry)), nullptr});
+  return true;
+}
+
+bool PluginRegistry::addSceneHook(SceneHookEntry entry) {
+  if (entry.id == 0 || !entry.allocator || taken(entry.id)) return false;
+  entries_.push_back({nullptr, nullptr, std::make_unique<SceneHookEntry>(std::move(entry))});
   return true;
 }
 
@@ -62,6 +81,12 @@ const VideoPostEntry* PluginRegistry::findVideoPost(LONG id) const noexcept {
   return nullptr;
 }
 
+const SceneHookEntry* PluginRegistry::findSceneHook(LONG id) const noexcept {
+  for (const Entry& entry : entries_)
+    if (entry.sceneHook && entry.sceneHook->id == id) return entry.sceneHook.get();
+  return nullptr;
+}
+
 std::vector<const CommandEntry*> PluginRegistry::commands(bool hidden) const {
   std::vector<const CommandEntry*> found;
   for (const Entry& entry : entries_)
@@ -74,6 +99,15 @@ std::vector<const VideoPostEntry*> PluginRegistry::videoPosts() const {
   std::vector<const VideoPostEntry*> found;
   for (const Entry& entry : entries_)
     if (entry.videoPost) found.push_back(entry.videoPost.get());
+  return found;
+}
+
+std::vector<const SceneHookEntry*> PluginRegistry::sceneHooks() const {
+  std::vector<const SceneHookEntry*> found;
+  for (const Entry& entry : entries_)
+    if (entry.sceneHook) found.push_back(entry.sceneHook.get());
+  std::stable_sort(found.begin(), found.end(),
+                   [](const auto* a, const auto* b) { return a->priority < b->priority; });
   return found;
 }
 
@@ -102,12 +136,11 @@ void PluginRegistry::restoreLayouts(void* secret) {
 }
 
 std::unique_ptr<NodeData> PluginRegistry::makeVideoPostData(LONG id) const {
-  const VideoPostEntry* entry = findVideoPost(id);
-  if (!entry) return nullptr;
-  const PluginScope scope(entry->plugin);
-  const auto make = [&] { return entry->allocator(); };
-  NodeData* const none = nullptr;
-  return std::unique_ptr<NodeData>(guarded("The video post \"" + entry->name + "\"", make, none));
+  return makeData("The video post", findVideoPost(id));
+}
+
+std::unique_ptr<NodeData> PluginRegistry::makeSceneHookData(LONG id) const {
+  return makeData("The scene hook", findSceneHook(id));
 }
 
 void PluginRegistry::destroyEntry(Entry& entry) {
@@ -126,9 +159,7 @@ void PluginRegistry::destroyAll() {
 }
 
 void PluginRegistry::destroy(const PluginUnit* plugin) {
-  const auto isOf = [plugin](const Entry& entry) {
-    return (entry.command ? entry.command->plugin : entry.videoPost->plugin) == plugin;
-  };
+  const auto isOf = [plugin](const Entry& entry) { return entry.plugin() == plugin; };
   for (;;) {
     const auto last = std::find_if(entries_.rbegin(), entries_.rend(), isOf);
     if (last == entries_.rend()) return;

@@ -35,6 +35,14 @@ struct VideoPostEntry {
   const PluginUnit* plugin = nullptr;
 };
 
+struct SceneHookEntry {
+  LONG id = 0;
+  String name;
+  LONG info = 0, diskLevel = 0, priority = 0;
+  DataAllocator* allocator = nullptr;
+  const PluginUnit* plugin = nullptr;
+};
+
 class PluginRegistry {
  public:
   PluginRegistry() = default;
@@ -45,13 +53,17 @@ class PluginRegistry {
   /// False when the ID is 0 or taken by anything, or the object is null. Takes the object, copies the icon.
   bool addCommand(CommandEntry entry);
   bool addVideoPost(VideoPostEntry entry);
+  bool addSceneHook(SceneHookEntry entry);
 
   /// Null when there is none. Valid until something is unregistered.
   const CommandEntry* findCommand(LONG id) const noexcept;
   const VideoPostEntry* findVideoPost(LONG id) const noexcept;
+  const SceneHookEntry* findSceneHook(LONG id) const noexcept;
   /// In the order of registration; with `hidden`, also those that hide from menus.
   std::vector<const CommandEntry*> commands(bool hidden = false) const;
   std::vector<const VideoPostEntry*> videoPosts() const;
+  /// By priority, small first, then in the order of registration.
+  std::vector<const SceneHookEntry*> sceneHooks() const;
 
   /// Calls a command that is there and enabled, with the active document (null here: the caller's).
   bool execute(LONG id, BaseDocument* document);
@@ -63,6 +75,8 @@ class PluginRegistry {
   /// A new instance of a video post's data; null when there is none. The caller deletes it. While it is
   /// called, the entry's plug-in is the one being called (PluginScope).
   std::unique_ptr<NodeData> makeVideoPostData(LONG id) const;
+  /// The same for a scene hook.
+  std::unique_ptr<NodeData> makeSceneHookData(LONG id) const;
 
   /// Destroys the objects in the reverse order of registration; all, or those of one plug-in.
   void destroyAll();
@@ -72,6 +86,8 @@ class PluginRegistry {
   struct Entry {
     std::unique_ptr<CommandEntry> command;
     std::unique_ptr<VideoPostEntry> videoPost;
+    std::unique_ptr<SceneHookEntry> sceneHook;
+    const PluginUnit* plugin() const noexcept;
   };
   bool taken(LONG id) const noexcept;
   static void destroyEntry(Entry& entry);

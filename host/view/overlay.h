@@ -1,0 +1,54 @@
+// Lines and points that scene hooks draw over a picture, and their way onto it, exact to the pixel. Main
+// thread.
+#pragma once
+
+#include "c4d_document.h"
+#include "view_image.h"
+
+namespace host {
+
+/// A line or point in logical pixels, both ends included.
+struct OverlayMark {
+  LONG x0 = 0, y0 = 0, x1 = 0, y1 = 0;
+  std::uint32_t color = 0xff000000;
+  LONG depth = 0; // greater lies behind
+};
+using Overlay = std::vector<OverlayMark>;
+
+/// Collects the drawing calls of one view while it lives; calls for other views, or without a scope, do
+/// nothing. Scopes nest; the inner one collects.
+class OverlayScope {
+ public:
+  OverlayScope(const BaseDraw& view, Overlay& overlay) noexcept;
+  ~OverlayScope();
+  OverlayScope(const OverlayScope&) = delete;
+  OverlayScope& operator=(const OverlayScope&) = delete;
+
+  static OverlayScope* of(const BaseDraw* view) noexcept; // null: nobody collects for it
+  /// What the calls of BaseDraw do.
+  void toScreenSpace(LONG depth) noexcept;
+  void setPen(const Vector& color) noexcept;
+  void add(const Vector& from, const Vector& to);
+
+ private:
+  const BaseDraw& view_;
+  Overlay& overlay_;
+  OverlayScope* outer_;
+  OverlayMark pen_; // colour and depth of what comes
+  bool screen_ = false;
+};
+
+/// A pixel that was painted over, and what had been there.
+struct PaintedPixel {
+  std::size_t index;
+  std::uint32_t before;
+};
+
+/// Draws marks onto a picture that has `ratio` device pixels for a logical one: a logical pixel (x, y) is the
+/// block from floor(x * ratio) to floor((x + 1) * ratio) - 1. What lies outside is left out. What was painted
+/// over is added to `painted`, in order.
+void drawOverlay(const Overlay& overlay, double ratio, ViewImage& image, std::vector<PaintedPixel>& painted);
+/// Puts back what was there, and empties the list.
+void eraseOverlay(ViewImage& image, std::vector<PaintedPixel>& painted) noexcept;
+
+} // namespace host
