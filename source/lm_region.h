@@ -1,0 +1,49 @@
+// The render region in the editor view.
+#pragma once
+
+#include "c4d.h"
+
+/// What describes the region of a document: its record (LM_REGION in the document's data container) and the
+/// aspect of the viewer's settings. All of it is normalised.
+struct lmRegionInfo {
+  Real aspect = 1.333334; // width / height of the box
+  Real size = 0.5;        // of the view's limiting dimension
+  Real x = 0.0, y = 0.0;  // of the view's width and height
+};
+
+/// The region of `doc`, with the defaults above for what is absent.
+lmRegionInfo LoadRegionInfo(BaseDocument* doc);
+
+/// Draws the region's box over the active view, lets the user drag it at its edges, and keeps it in the
+/// document. It acts while the viewer is on, shows the region and is in Region mode. Main thread.
+class lmRegionHook : public SceneHookData {
+ public:
+  /// Null when memory is short.
+  static NodeData* Alloc();
+
+  Bool MouseInput(BaseSceneHook* node, BaseDocument* doc, BaseDraw* bd, EditorWindow* win,
+                  const BaseContainer& msg) override;
+  Bool GetCursorInfo(BaseSceneHook* node, BaseDocument* doc, BaseDraw* bd, Real x, Real y,
+                     BaseContainer& bc) override;
+  Bool Draw(BaseSceneHook* node, BaseDocument* doc, BaseDraw* bd, BaseDrawHelp* bh, BaseThread* bt,
+            SCENEHOOKDRAW flags) override;
+
+  virtual void DrawBox(BaseDraw* bd);
+  virtual void GetRegionInfo(BaseDocument* doc);
+  /// The box in view pixels; corrects x and y by what the safe frame allows, here and not in the document.
+  virtual void GetRegion(BaseDraw* bd, BaseDocument* doc);
+  /// 0 left, 1 right, 2 top, 3 bottom, -1 none. Each edge is its whole line through the view.
+  virtual LONG GetEdge(int x, int y);
+  /// 0 top left, 1 top right, 2 bottom left, 3 bottom right, -1 none.
+  virtual LONG GetCorner(int x, int y);
+
+ private:
+  LONG left = 0, top = 0, right = 0, bottom = 0; // the box of the last GetRegion, relative to the frame
+  Real aspect = 1.333334;
+  Real size = 0.5;
+  Real x = 0.0, y = 0.0; // loaded, or corrected
+  LONG tolerance = 0;    // pixels around an edge that count as it
+};
+
+/// Registers the hook.
+Bool RegisterRegionHook();
