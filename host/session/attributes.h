@@ -1,0 +1,98 @@
+// The values of nodes that a user edits, with their types, units and ranges. Main thread.
+#pragma once
+
+#include <span>
+#include <string>
+#include <vector>
+
+#include "animation.h"
+#include "c4d_document.h"
+#include "identity.h"
+
+namespace host {
+
+enum class AttributeId {
+  none,
+  // every object
+  name,
+  visibleEditor,
+  visibleRender,
+  position,
+  rotation,
+  scale,
+  generator, // objects that generate
+  // lights
+  lightKind,
+  lightColor,
+  lightIntensity,
+  lightRadius,
+  lightInnerCone,
+  lightOuterCone,
+  lightShadow,
+  // cameras
+  cameraProjection,
+  cameraFieldOfView,
+  cameraHeight,
+  cameraNear,
+  cameraFar,
+  // sky, floor, subdivision
+  skyKind,
+  skyColor,
+  skyHorizon,
+  skyGround,
+  skyRotation,
+  skySeen,
+  floorSize,
+  subdivisionLevel,
+  // materials
+  materialColor,
+  materialAlpha,
+  materialRoughness,
+  materialMetal,
+  materialEmission,
+  materialEmissionStrength,
+  materialTransparency,
+  materialRefraction,
+  materialSpecular,
+  materialClearcoat,
+  materialClearcoatRoughness,
+  materialDoubleSided,
+};
+
+enum class AttributeKind { boolean, integer, real, vector, color, choice, text };
+
+/// An attribute of a selection. Angles are in degrees, colours linear.
+///
+/// `rotation` is a vector of heading, pitch and bank: the object is turned by the bank about its z axis, then
+/// by the pitch about x, then by the heading about y, so that a level camera's heading is its compass and its
+/// pitch looks up. Heading and bank lie between -180 and 180, pitch between -90 and 90. Angles in these
+/// ranges with up to nine decimals come back exactly as they were set; at a pitch of 90 or -90 the bank comes
+/// back as 0 and the heading holds both.
+struct Attribute {
+  AttributeId id = AttributeId::none;
+  AttributeKind kind = AttributeKind::real;
+  const char* label = "";
+  const char* group = "";                    // "Object", "Coordinates", "Light", ...
+  GeData value;                              // of the first node; LONG, Real, Vector, Bool or String
+  bool mixed = false;                        // the nodes have several values
+  bool mixedPart[3] = {false, false, false}; // of a vector
+  Real minimum = -1e12, maximum = 1e12;      // what may be typed
+  Real softMinimum = 0, softMaximum = 0;     // what a slider covers; none when both are 0
+  Real step = 0;                             // of wheel and arrow keys
+  int decimals = 3;
+  const char* unit = "";            // "m", "°", "" ...
+  std::vector<std::string> choices; // value 0, 1, ... of a choice
+  bool animated = false;            // tracks set it: what is typed holds until the time changes
+};
+
+/// The attributes that all of these nodes have (objects, or materials), in the order of display.
+std::vector<Attribute> attributesOf(const BaseDocument& document, std::span<const Identity> nodes);
+
+/// One attribute of one node; of type DA_NIL when it has none such.
+GeData attributeValue(const BaseDocument& document, Identity node, AttributeId attribute);
+
+/// Heading, pitch and bank in degrees, and back; see `Attribute`.
+Vector anglesOf(const Quaternion& rotation);
+Quaternion rotationOf(const Vector& degrees);
+
+} // namespace host

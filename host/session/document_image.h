@@ -1,0 +1,35 @@
+// Values of a document's nodes at one moment, immutable. Images of a document share what did not change
+// between them, and geometry, pictures and tracks with the document: an image after an edit costs what the
+// edit changed. The time, views and file name are not in it.
+#pragma once
+
+#include <cstddef>
+#include <memory>
+
+#include "node_state.h"
+
+namespace host {
+
+struct NodeImage;
+using ImagePtr = std::shared_ptr<const NodeImage>;
+
+/// Looks at a document. What is as in `previous` (an earlier image of it, or null) is shared with it. On the
+/// document's writing thread.
+ImagePtr takeImage(const DocumentState& document, const ImagePtr& previous);
+
+/// Whether two images of one document differ in more than the selection. The pose of what tracks or
+/// expression tags move counts only when both show the document at the same time.
+bool differs(const ImagePtr& a, const ImagePtr& b);
+
+/// Makes the document as the image shows it. Nodes that both have stay where they are in memory; others are
+/// made with their identities, or deleted. `current` is the document's image now. The document's lock is
+/// taken.
+void putImage(DocumentState& document, const ImagePtr& image, const ImagePtr& current);
+
+/// About how many bytes `image` holds that `other` does not, geometry included.
+std::size_t heldBeyond(const ImagePtr& image, const ImagePtr& other);
+
+/// The time that the image shows the document at.
+BaseTime timeOf(const ImagePtr& image);
+
+} // namespace host

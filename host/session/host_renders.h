@@ -1,0 +1,78 @@
+// The host's own renders: Render View and Render to Picture Viewer. A render works on a copy of the document
+// with its active render settings, on a thread of its own; one at a time. While it runs, plug-ins see running
+// state 2 (view) or 3 (picture viewer), and may end it with GeStopBackgroundThreads. Main thread.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "c4d_bitmap.h"
+#include "c4d_render.h"
+#include "document_hub.h"
+
+namespace host {
+
+struct BitmapDeleter {
+  void operator()(BaseBitmap* bitmap) const noexcept { BaseBitmap::Free(bitmap); }
+};
+using SharedBitmap = std::shared_ptr<BaseBitmap>;
+/// A new bitmap; null when memory is short.
+SharedBitmap makeBitmap(LONG width, LONG height, LONG depth = 24);
+/// A copy with its film; null when memory is short or there is nothing to copy.
+SharedBitmap copyBitmap(const BaseBitmap& bitmap);
+
+enum class RenderKind { view, picture };
+
+struct RenderState {
+  RenderKind kind = RenderKind::view;
+  bool running = false;
+  Real progress = 0;        // 0 to 1
+  Milliseconds elapsed = 0; // since the start
+  Milliseconds left = -1;   // estimated; -1: not known yet
+  SharedBitmap bitmap;      // refines in place while it runs; null before the first render
+  RENDERRESULT result = RENDERRESULT_OK;
+  std::string error; // one sentence; empty when all is well or the user cancelled
+};
+
+class HostRenders {
+ public:
+  explicit HostRenders(DocumentHub& hub);
+  ~HostRenders(); // cancels
+  HostRenders(const HostRenders&) = delete;
+  HostRenders& operator=(const HostRenders&) = delete;
+
+  /// Renders for the editor view, at its size in pixels (the render's format when 0). One that runs is
+  /// cancelled first. False with a sentence in `state().error` when it cannot start.
+  bool renderView(LONG width, LONG height);
+  /// Renders at the size of the render settings.
+  bool renderPicture();
+  /// Ends the running one and waits for it (milliseconds).
+  void cancel();
+  bool isRunning() const noexcept;
+  const RenderState& state() const noexcept { return state_; }
+  /// Waits for the end, serving what the render needs. False at the deadline.
+  bool finish(int milliseconds = 600000);
+
+  /// Progress or picture have moved on; at most every `period` while one runs, and at its start.
+  Listeners<> changed;
+  /// A render has ended, in whatever way; `state()` tells.
+  Listeners<> finished;
+  static constexpr Milliseconds period = 50;
+
+ private:
+  class Job;
+  bool start(RenderKind kind, LONG width, LONG height);
+  void poll();
+  void ended();
+
+  DocumentHub& hub_;
+  RenderState state_;
+  std::unique_ptr<Job> job_;
+  TimerId timer_ = 0;
+  Milliseconds started_ = 0;
+};
+
+/// A render's outcome as a sentence for the user; empty for OK and a break.
+std::string renderSentence(RENDERRESULT result);
+
+} // namespace host

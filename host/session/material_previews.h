@@ -1,0 +1,75 @@
+// Thumbnails of materials: a sphere on a neutral ground, rendered in the background one at a time (running
+// state 5). A preview runs only while nothing waits for a plug-in and the host renders nothing else: before
+// any core message, command, dialog timer or user's action reaches a plug-in, the running one is stopped and
+// waited for (MainLoop::giveWay), and taken up again when the loop is idle. Main thread.
+#pragma once
+
+#include <cstddef>
+#include <deque>
+#include <list>
+#include <map>
+#include <memory>
+
+#include "document_hub.h"
+#include "host_renders.h"
+
+namespace host {
+
+class MaterialPreviews {
+ public:
+  explicit MaterialPreviews(DocumentHub& hub);
+  ~MaterialPreviews(); // stops
+  MaterialPreviews(const MaterialPreviews&) = delete;
+  MaterialPreviews& operator=(const MaterialPreviews&) = delete;
+
+  /// The thumbnail of a material of the active document, 16 to 512 pixels wide and high. Null, or the one
+  /// from before the last change, while it is not ready; then it is rendered and `ready` tells.
+  std::shared_ptr<const BaseBitmap> preview(Identity material, int size);
+  /// Whether what `preview` gives shows the material as it is now.
+  bool isFresh(Identity material, int size) const;
+
+  bool isRunning() const noexcept;
+  std::size_t waiting() const noexcept { return queue_.size(); }
+  /// Ends the running one; it is taken up again later.
+  void stop();
+  /// No previews from now on, or again.
+  void setEnabled(bool on);
+  /// Waits until none is waiting. False at the deadline.
+  bool finish(int milliseconds = 60000);
+
+  /// A thumbnail is ready, or was made anew.
+  Listeners<Identity> ready;
+  /// How often one was stopped, and how many were finished.
+  int stoppedCount() const noexcept { return stopped_; }
+  int finishedCount() const noexcept { return finished_; }
+
+ private:
+  class Job;
+  struct Key {
+    Identity material;
+    int size;
+    friend auto operator<=>(const Key&, const Key&) = default;
+  };
+  struct Cached {
+    std::string state; // of the material, as its look depends on it
+    std::shared_ptr<const BaseBitmap> bitmap;
+    std::uint64_t used = 0;
+  };
+
+  void pursue();
+  void ended();
+  void documentChanged();
+  void drop();
+
+  DocumentHub& hub_;
+  std::map<Key, Cached> cache_;
+  std::deque<Key> queue_;
+  std::unique_ptr<Job> job_;
+  TimerId timer_ = 0;
+  std::uint64_t uses_ = 0;
+  int stopped_ = 0, finished_ = 0;
+  bool enabled_ = true;
+  Subscription changedSubscription_, replacedSubscription_;
+};
+
+} // namespace host

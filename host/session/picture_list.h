@@ -1,0 +1,67 @@
+// The pictures shown in this session: what plug-ins show and what the host renders. Main thread.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "host_renders.h"
+
+namespace host {
+
+/// Kinds of files that a picture is saved as, as a file chooser offers them.
+struct PictureFormat {
+  const char* name;
+  const char* suffix; // without the point
+  LONG filter;        // FILTER_...
+};
+const std::vector<PictureFormat>& pictureFormats(); // PNG, TIFF, JPEG, OpenEXR
+
+class PictureList {
+ public:
+  using Id = std::uint64_t; // 0 is none
+
+  struct Picture {
+    Id id = 0;
+    String name;
+    SharedBitmap bitmap; // refines in place while `running`
+    bool running = false;
+    std::int64_t time = 0; // seconds since 1970
+  };
+
+  explicit PictureList(std::size_t most = 20) : most_(most) {}
+
+  /// Adds a copy, with its film. The name gets a number when it is taken. 0 when memory is short.
+  Id show(const BaseBitmap& bitmap, const String& name = {});
+  /// Adds the picture of a render that runs; no copy. One of the same render is the same entry.
+  Id follow(const SharedBitmap& bitmap, const String& name);
+  /// It refines no more.
+  void finished(const SharedBitmap& bitmap);
+
+  /// Oldest first. When there are too many, the oldest that is not the current one goes.
+  const std::vector<Picture>& pictures() const noexcept { return pictures_; }
+  const Picture* find(Id id) const noexcept;
+  /// The one to look at: the latest, or what was chosen.
+  Id current() const noexcept { return current_; }
+  void choose(Id id);
+  void remove(Id id);
+  void clear();
+  void rename(Id id, const String& name);
+
+  /// Saves a picture by the file's suffix (png, tif, tiff, jpg, jpeg, exr); OpenEXR holds the linear film
+  /// when the picture has one. False with a sentence in `error`.
+  bool save(Id id, const Filename& file, std::string* error);
+
+  /// Entries, names or the current one are different.
+  Listeners<> changed;
+
+ private:
+  Picture* get(Id id) noexcept;
+  Id add(SharedBitmap bitmap, const String& name, bool running);
+
+  std::size_t most_;
+  std::vector<Picture> pictures_;
+  Id last_ = 0, current_ = 0;
+};
+
+} // namespace host

@@ -1,0 +1,49 @@
+// The document's time: play, stop, single frames. It follows the host's clock and leaves frames out when the
+// machine is too slow, so that a second of the scene lasts a second. Main thread.
+#pragma once
+
+#include "document_hub.h"
+
+namespace host {
+
+class Playback {
+ public:
+  explicit Playback(DocumentHub& hub);
+  ~Playback();
+  Playback(const Playback&) = delete;
+  Playback& operator=(const Playback&) = delete;
+
+  /// From the time where it stands (from the range's start when it stands at the end), round and round.
+  void play();
+  void stop();
+  void toggle() { isPlaying() ? stop() : play(); }
+  bool isPlaying() const noexcept { return timer_ != 0; }
+
+  // These stop playing. Frames are those of the document's frame rate; a time between frames counts as the
+  // frame that holds it.
+  void goToFirst();
+  void goToLast();
+  void step(int frames); // stays within the range
+  /// Any frame, also outside the range.
+  void goTo(LONG frame);
+  void goTo(const BaseTime& time);
+
+  LONG frame() const;
+  LONG firstFrame() const; // of the preview range
+  LONG lastFrame() const;
+  LONG fps() const;
+
+  /// Playing or not is different. The time itself is told by `DocumentHub::timeChanged`.
+  Listeners<> changed;
+
+ private:
+  void tick();
+
+  DocumentHub& hub_;
+  TimerId timer_ = 0;
+  Milliseconds started_ = 0;
+  LONG startFrame_ = 0, rate_ = 0;
+  Subscription replacedSubscription_;
+};
+
+} // namespace host

@@ -1,0 +1,56 @@
+// What a desktop program is made of below its windows. One in a program, made after the Program and
+// destroyed, or shut down, before it. Main thread.
+#pragma once
+
+#include "document_hub.h"
+#include "edits.h"
+#include "file_session.h"
+#include "host_renders.h"
+#include "material_previews.h"
+#include "picture_list.h"
+#include "playback.h"
+
+namespace host {
+
+class Session {
+ public:
+  /// Starts with an empty document. Ends by itself when the program shuts down.
+  Session();
+  ~Session();
+  Session(const Session&) = delete;
+  Session& operator=(const Session&) = delete;
+
+  /// The running one; null without one.
+  static Session* current() noexcept;
+
+  /// The active document; null only after `shutDown`.
+  BaseDocument* document() const { return hub_.document(); }
+  DocumentHub& hub() noexcept { return hub_; }
+  Edits& edits() noexcept { return edits_; }
+  FileSession& files() noexcept { return files_; }
+  Playback& playback() noexcept { return playback_; }
+  HostRenders& renders() noexcept { return renders_; }
+  MaterialPreviews& previews() noexcept { return previews_; }
+  PictureList& pictures() noexcept { return pictures_; }
+
+  /// Runs a registered command as a menu does, and makes an edit of what it changed. False when there is no
+  /// such command or it is not enabled.
+  bool runCommand(LONG id);
+
+  /// Stops playing, renders, previews, loading and the watch, waits for a save, frees undo and the document.
+  /// Once.
+  void shutDown();
+
+ private:
+  DocumentHub hub_;
+  Edits edits_;
+  FileSession files_;
+  Playback playback_;
+  HostRenders renders_;
+  MaterialPreviews previews_;
+  PictureList pictures_;
+  Subscription renderChanged_, renderFinished_;
+  bool down_ = false;
+};
+
+} // namespace host
