@@ -1,0 +1,66 @@
+// A dialog's model as native widgets: its menu, its gadgets, its user areas. Main thread.
+#pragma once
+
+#include <QPointer>
+#include <QWidget>
+#include <map>
+
+#include "dialog_host.h"
+#include "gadget.h"
+
+class QMenuBar;
+
+namespace host {
+
+class AreaWidget;
+
+/// The widgets of an open dialog, from its model as it stands when this is made. It is the dialog's view
+/// until it is detached or deleted. The object name is "dialog-PLUGIN-SUB", a gadget's widget is "gadget-ID",
+/// a menu's action "menu-ID"; the window title is the dialog's.
+class DialogWindow : public QWidget, public DialogView {
+  Q_OBJECT
+ public:
+  explicit DialogWindow(GeDialog& dialog, QWidget* parent = nullptr);
+  ~DialogWindow() override;
+
+  /// Null once it is detached.
+  GeDialog* dialog() const { return dialog_; }
+  /// The dialog closes: from now on nothing here refers to it.
+  void detach();
+  /// The user wants it closed (close button, Escape): asks the dialog. Whether it has closed.
+  bool closeByUser();
+  bool isModalDialog() const { return modal_; }
+
+  /// The widget of a gadget, null without one. For a field with a slider the box that holds both.
+  QWidget* gadgetWidget(LONG id) const;
+  QAction* menuAction(LONG id) const;
+  QMenuBar* menuBar() const { return menuBar_; }
+
+  // DialogView.
+  void gadgetChanged(const Gadget& gadget) override;
+  void layoutChanged(const Gadget& gadget) override;
+  void menuChanged() override;
+  void titleChanged() override;
+  void areaPainted(const Gadget& gadget) override;
+  bool visibleArea(const Gadget& gadget, LONG& left, LONG& top, LONG& right, LONG& bottom) const override;
+  bool place(const Gadget& gadget, Place& place) const override;
+  bool origin(LONG& x, LONG& y) const override;
+
+ protected:
+  void closeEvent(QCloseEvent* event) override;
+  void keyPressEvent(QKeyEvent* event) override;
+
+ private:
+  QWidget* widgetOf(const Gadget& gadget) const;
+  void build();
+  void updateHidden(const Gadget& gadget);
+
+  GeDialog* dialog_;
+  bool modal_ = false;
+  QMenuBar* menuBar_ = nullptr;
+  QWidget* content_ = nullptr;
+  std::map<const Gadget*, QPointer<QWidget>> widgets_;
+  std::map<LONG, QPointer<QAction>> actions_;
+};
+
+} // namespace host
