@@ -141,6 +141,24 @@ const lmKey KEYS[] = {
 #undef LM_COLOR
 #undef LM_ABSENT
 
+const lmRange RANGES[] = {
+    {LM_REFRESH_DELAY, LM_SHOWN_NUMBER, 0, 5000, 1},
+    {LM_MIN_WIDTH, LM_SHOWN_NUMBER, 1, 16000, 1},
+    {LM_MIN_HEIGHT, LM_SHOWN_NUMBER, 1, 16000, 1},
+    {LM_HISTORY_SIZE, LM_SHOWN_NUMBER, 2, 50, 1},
+    {LM_ZOOM_STEP, LM_SHOWN_PERCENT, 1, 20, 1},
+
+    {LM_OPT_RES_DIVISOR, LM_SHOWN_NUMBER, 1, 20, 1},
+    {LM_OPT_LOD, LM_SHOWN_PERCENT, 0, 100, 1},
+    {LM_STEREO_SEPARATION, LM_SHOWN_METER, -100, 100, 0.1},
+    {LM_STEREO_SCALE, LM_SHOWN_NUMBER, 0.01, 10.0, 0.01},
+
+    {LM_ANIM_FROM, LM_SHOWN_NUMBER, 0, 9999, 1},
+    {LM_ANIM_TO, LM_SHOWN_NUMBER, 0, 9999, 1},
+    {LM_ANIM_STEP, LM_SHOWN_NUMBER, 1, 999, 1},
+    {LM_ANIM_JPEG_QUALITY, LM_SHOWN_NUMBER, 0, 100, 1},
+};
+
 } // namespace
 
 const lmKey* GetKeys(LONG* count) {
@@ -152,4 +170,11 @@ void WriteDefaults(BaseContainer* data, LM_DEFAULT writer) {
   for (const lmKey& key : KEYS) {
     if (key.writers & writer) data->SetData(key.key, key.value);
   }
+}
+
+const lmRange* GetRange(LONG key) {
+  for (const lmRange& range : RANGES) {
+    if (range.key == key) return &range;
+  }
+  return nullptr;
 }

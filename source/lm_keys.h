@@ -175,3 +175,16 @@ const lmKey* GetKeys(LONG* count);
 
 /// Puts the defaults that `writer` writes into `data`.
 void WriteDefaults(BaseContainer* data, LM_DEFAULT writer);
+
+/// How a number is shown to the user: plain, as a fraction's per cent, or with a slider's fine steps.
+enum LM_SHOWN : LONG { LM_SHOWN_NUMBER = 0, LM_SHOWN_PERCENT = 1, LM_SHOWN_METER = 2 };
+
+/// What the user may enter for a setting; the bounds and the step are those of what is shown.
+struct lmRange {
+  LONG key;
+  LM_SHOWN shown;
+  Real min, max, step;
+};
+
+/// Null: unbounded.
+const lmRange* GetRange(LONG key);
