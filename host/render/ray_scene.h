@@ -51,6 +51,8 @@ class RayScene final : public OcclusionQuery {
   Vec3 transmittance(Ray ray, const RenderSettings& settings, std::uint64_t& rays) const;
   float openness(Vec3 position, Vec3 normal, float distance, Vec2 u) const override;
 
+  /// What was hit, as the snapshot has it.
+  const Instance& instanceOf(const Hit& hit) const { return *items_[hit.instance].source; }
   /// The radiance that a glowing surface sends towards the viewer.
   Vec3 emission(const Surface& surface) const;
   /// The number of a glowing triangle among the lights; -1 for others.
