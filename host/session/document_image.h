@@ -21,15 +21,19 @@ ImagePtr takeImage(const DocumentState& document, const ImagePtr& previous);
 /// expression tags move counts only when both show the document at the same time.
 bool differs(const ImagePtr& a, const ImagePtr& b);
 
+/// Whether the images have different objects or materials selected.
+bool selectionDiffers(const ImagePtr& a, const ImagePtr& b);
+
 /// Makes the document as the image shows it. Nodes that both have stay where they are in memory; others are
-/// made with their identities, or deleted. `current` is the document's image now. The document's lock is
-/// taken.
-void putImage(DocumentState& document, const ImagePtr& image, const ImagePtr& current);
+/// made with their identities, or deleted. The time stays. The document's lock is taken.
+void putImage(DocumentState& document, const ImagePtr& image);
 
 /// About how many bytes `image` holds that `other` does not, geometry included.
 std::size_t heldBeyond(const ImagePtr& image, const ImagePtr& other);
 
 /// The time that the image shows the document at.
 BaseTime timeOf(const ImagePtr& image);
+/// The document's own container.
+const BaseContainer& containerOf(const ImagePtr& image);
 
 } // namespace host

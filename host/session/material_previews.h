@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <deque>
 #include <list>
 #include <map>
@@ -12,6 +13,7 @@
 
 #include "document_hub.h"
 #include "host_renders.h"
+#include "identity.h"
 
 namespace host {
 

@@ -1,0 +1,386 @@
+#include "document_image.h"
+
+#include <algorithm>
+#include <unordered_set>
+
+#include "parameters.h"
+
+namespace host {
+
+namespace {
+
+struct ObjectPart {
+  Matrix local;
+  std::optional<Pose> pose;
+  bool deform = true;
+  MeshPtr mesh;
+  DeformationPtr deformation;
+  std::vector<float> weights;
+  SkinPtr skin;
+  TracksPtr tracks;
+  bool driven = false; // tracks or expressions move it
+};
+
+struct DocumentPart {
+  Identity activeRenderData = 0;
+  BaseTime time, minTime, maxTime, loopMinTime, loopMaxTime;
+  LONG fps = 30;
+  Real lod = 1;
+};
+
+using Slots = std::array<Identity, slotCount>;
+constexpr std::size_t listCount = 3; // of a document without its views; of others all that they have
+
+} // namespace
+
+struct NodeImage {
+  NodeKind kind{};
+  LONG type = 0, bits = 0;
+  Identity identity = 0;
+  String name;
+  BaseContainer data;
+  std::shared_ptr<const std::string> foreignExtras;
+  PicturePtr picture;
+  std::unique_ptr<ObjectPart> object;
+  std::unique_ptr<Slots> slots;
+  std::unique_ptr<DocumentPart> document;
+  std::array<std::vector<ImagePtr>, listCount> lists;
+};
+
+namespace {
+
+const NodeList* listAt(const NodeState& node, std::size_t index) {
+  return listsOf(node)[index];
+}
+
+bool isDriven(const ObjectState& object) {
+  if (object.tracks) return true;
+  for (const NodeState* tag = object.tags.first(); tag; tag = tag->next)
+    if (tag->type == Ttargetexpression) return true;
+  return false;
+}
+
+bool sameTime(const BaseTime& a, const BaseTime& b) {
+  return a.GetNumerator() == b.GetNumerator() && a.GetDenominator() == b.GetDenominator();
+}
+
+bool sameObject(const ObjectState& a, const ObjectPart& b) {
+  return a.local == b.local && a.pose == b.pose && a.deform == b.deform && a.mesh == b.mesh &&
+         a.deformation == b.deformation && a.weights == b.weights && a.skin == b.skin && a.tracks == b.tracks;
+}
+
+bool sameDocument(const DocumentState& a, const DocumentPart& b) {
+  return a.activeRenderData == b.activeRenderData && sameTime(a.time, b.time) &&
+         sameTime(a.minTime, b.minTime) && sameTime(a.maxTime, b.maxTime) &&
+         sameTime(a.loopMinTime, b.loopMinTime) && sameTime(a.loopMaxTime, b.loopMaxTime) && a.fps == b.fps &&
+         a.lod == b.lod;
+}
+
+const PicturePtr& pictureOf(const NodeState& node) {
+  static const PicturePtr none;
+  if (node.kind == NodeKind::object) return static_cast<const ObjectState&>(node).picture;
+  return node.kind == NodeKind::shader ? static_cast<const ShaderState&>(node).picture : none;
+}
+
+// Whether a node has the values of its image; what it owns aside.
+bool sameValues(const NodeState& node, const NodeImage& image) {
+  if (node.bits != image.bits || node.name != image.name || node.foreignExtras != image.foreignExtras ||
+      pictureOf(node) != image.picture || !(node.data == image.data))
+    return false;
+  switch (node.kind) {
+  case NodeKind::object:
+    return sameObject(static_cast<const ObjectState&>(node), *image.object) &&
+           isDriven(static_cast<const ObjectState&>(node)) == image.object->driven;
+  case NodeKind::material:
+    return static_cast<const MaterialState&>(node).slots == *image.slots;
+  case NodeKind::document:
+    return sameDocument(static_cast<const DocumentState&>(node), *image.document);
+  default:
+    return true;
+  }
+}
+
+void readObject(const ObjectState& from, ObjectPart& to) {
+  to.local = from.local;
+  to.pose = from.pose;
+  to.deform = from.deform;
+  to.mesh = from.mesh;
+  to.deformation = from.deformation;
+  to.weights = from.weights;
+  to.skin = from.skin;
+  to.tracks = from.tracks;
+  to.driven = isDriven(from);
+}
+
+void readDocument(const DocumentState& from, DocumentPart& to) {
+  to.activeRenderData = from.activeRenderData;
+  to.time = from.time;
+  to.minTime = from.minTime;
+  to.maxTime = from.maxTime;
+  to.loopMinTime = from.loopMinTime;
+  to.loopMaxTime = from.loopMaxTime;
+  to.fps = from.fps;
+  to.lod = from.lod;
+}
+
+std::shared_ptr<NodeImage> readValues(const NodeState& node) {
+  auto image = std::make_shared<NodeImage>();
+  image->kind = node.kind;
+  image->type = node.type;
+  image->bits = node.bits;
+  image->identity = node.identity;
+  image->name = node.name;
+  image->data = node.data;
+  image->foreignExtras = node.foreignExtras;
+  image->picture = pictureOf(node);
+  if (node.kind == NodeKind::object) {
+    image->object = std::make_unique<ObjectPart>();
+    readObject(static_cast<const ObjectState&>(node), *image->object);
+  } else if (node.kind == NodeKind::material) {
+    image->slots = std::make_unique<Slots>(static_cast<const MaterialState&>(node).slots);
+  } else if (node.kind == NodeKind::document) {
+    image->document = std::make_unique<DocumentPart>();
+    readDocument(static_cast<const DocumentState&>(node), *image->document);
+  }
+  return image;
+}
+
+// The image of a node in an earlier image's list; mostly at the place where it is expected.
+ImagePtr earlier(const std::vector<ImagePtr>* list, std::size_t index, Identity identity) {
+  if (!list) return nullptr;
+  for (std::size_t i = index > 0 ? index - 1 : 0; i < std::min(index + 2, list->size()); ++i)
+    if ((*list)[i]->identity == identity) return (*list)[i];
+  const auto found = std::find_if(list->begin(), list->end(),
+                                  [&](const ImagePtr& image) { return image->identity == identity; });
+  return found == list->end() ? nullptr : *found;
+}
+
+ImagePtr take(const NodeState& node, const ImagePtr& previous) {
+  std::array<std::vector<ImagePtr>, listCount> lists;
+  bool same = previous && sameValues(node, *previous);
+  for (std::size_t i = 0; i < listCount; ++i) {
+    const NodeList* list = listAt(node, i);
+    const std::vector<ImagePtr>* before = previous ? &previous->lists[i] : nullptr;
+    std::size_t index = 0;
+    for (const NodeState* child = list ? list->first() : nullptr; child; child = child->next, ++index)
+      lists[i].push_back(take(*child, earlier(before, index, child->identity)));
+    same = same && lists[i] == *before;
+  }
+  if (same) return previous;
+  auto image = readValues(node);
+  image->lists = std::move(lists);
+  return image;
+}
+
+// --- comparing ---
+
+struct Difference {
+  bool sameMoment;
+
+  bool objects(const ObjectPart& a, const ObjectPart& b) const {
+    if (a.deform != b.deform || a.mesh != b.mesh || a.deformation != b.deformation || a.skin != b.skin ||
+        a.tracks != b.tracks)
+      return true;
+    if (a.driven && b.driven && !sameMoment) return false;
+    return !(a.local == b.local) || a.pose != b.pose || a.weights != b.weights;
+  }
+
+  static bool documents(const DocumentPart& a, const DocumentPart& b) {
+    return a.activeRenderData != b.activeRenderData || !sameTime(a.minTime, b.minTime) ||
+           !sameTime(a.maxTime, b.maxTime) || !sameTime(a.loopMinTime, b.loopMinTime) ||
+           !sameTime(a.loopMaxTime, b.loopMaxTime) || a.fps != b.fps || a.lod != b.lod;
+  }
+
+  bool values(const NodeImage& a, const NodeImage& b) const {
+    const bool selectable = a.kind == NodeKind::object || a.kind == NodeKind::material;
+    const LONG bits = selectable ? ~BIT_ACTIVE : -1;
+    if (a.identity != b.identity || a.name != b.name || (a.bits & bits) != (b.bits & bits) ||
+        a.foreignExtras != b.foreignExtras || a.picture != b.picture || !(a.data == b.data))
+      return true;
+    if (a.object && objects(*a.object, *b.object)) return true;
+    if (a.slots && *a.slots != *b.slots) return true;
+    return a.document && documents(*a.document, *b.document);
+  }
+
+  bool nodes(const ImagePtr& a, const ImagePtr& b) const {
+    if (a == b) return false;
+    if (values(*a, *b)) return true;
+    for (std::size_t i = 0; i < listCount; ++i) {
+      if (a->lists[i].size() != b->lists[i].size()) return true;
+      for (std::size_t k = 0; k < a->lists[i].size(); ++k)
+        if (nodes(a->lists[i][k], b->lists[i][k])) return true;
+    }
+    return false;
+  }
+};
+
+template <class Visit>
+void forEachImage(const ImagePtr& image, const Visit& visit) {
+  visit(image);
+  for (const auto& list : image->lists)
+    for (const ImagePtr& child : list)
+      forEachImage(child, visit);
+}
+
+std::vector<Identity> selectionOf(const ImagePtr& image) {
+  std::vector<Identity> selected;
+  forEachImage(image, [&](const ImagePtr& node) {
+    if ((node->kind == NodeKind::object || node->kind == NodeKind::material) && (node->bits & BIT_ACTIVE))
+      selected.push_back(node->identity);
+  });
+  std::sort(selected.begin(), selected.end());
+  return selected;
+}
+
+// --- putting back ---
+
+class Putter {
+ public:
+  explicit Putter(DocumentState& document) : document_(document) {
+    forEachOwned(document, [this](NodeState& node) {
+      if (node.kind != NodeKind::view && node.list) live_.emplace(node.identity, &node);
+    });
+  }
+
+  void put(const NodeImage& image) {
+    place(document_, image);
+    std::vector<NodeState*> gone; // the topmost of those that the image does not have
+    for (const auto& [identity, node] : live_)
+      if (!live_.contains(node->list->owner()->identity)) gone.push_back(node);
+    for (NodeState* node : gone)
+      destroyNode(node);
+  }
+
+ private:
+  // Parents come before what is below them, so a node is never put below itself.
+  void place(NodeState& node, const NodeImage& image) {
+    if (!sameValues(node, image)) assign(node, image);
+    for (std::size_t i = 0; i < listCount; ++i) {
+      auto* list = const_cast<NodeList*>(listAt(node, i));
+      if (!list) continue;
+      NodeState* pred = nullptr;
+      for (const ImagePtr& child : image.lists[i]) {
+        NodeState* state = find(*child);
+        if (state->list != list || state->prev != pred) {
+          if (state->list) state->list->remove(*state);
+          list->insertAfter(*state, pred);
+        }
+        place(*state, *child);
+        pred = state;
+      }
+    }
+  }
+
+  // A node that is wanted; it is no candidate for deletion any more.
+  NodeState* find(const NodeImage& image) {
+    const auto found = live_.find(image.identity);
+    if (found != live_.end()) {
+      NodeState* node = found->second;
+      live_.erase(found);
+      return node;
+    }
+    NodeState* node = makeNode(image.kind, image.type);
+    node->identity = image.identity;
+    return node;
+  }
+
+  static void assign(NodeState& node, const NodeImage& image) {
+    node.bits = image.bits;
+    node.name = image.name;
+    if (!(node.data == image.data)) node.data = image.data;
+    node.foreignExtras = image.foreignExtras;
+    if (node.kind == NodeKind::object)
+      assignObject(static_cast<ObjectState&>(node), image);
+    else if (node.kind == NodeKind::material)
+      static_cast<MaterialState&>(node).slots = *image.slots;
+    else if (node.kind == NodeKind::shader)
+      static_cast<ShaderState&>(node).picture = image.picture;
+    else if (node.kind == NodeKind::document)
+      assignDocument(static_cast<DocumentState&>(node), *image.document);
+  }
+
+  static void assignObject(ObjectState& to, const NodeImage& image) {
+    const ObjectPart& from = *image.object;
+    to.local = from.local;
+    to.pose = from.pose;
+    to.deform = from.deform;
+    to.mesh = from.mesh;
+    to.deformation = from.deformation;
+    to.weights = from.weights;
+    to.skin = from.skin;
+    to.tracks = from.tracks;
+    to.picture = image.picture;
+  }
+
+  static void assignDocument(DocumentState& to, const DocumentPart& from) {
+    to.activeRenderData = from.activeRenderData;
+    to.minTime = from.minTime;
+    to.maxTime = from.maxTime;
+    to.loopMinTime = from.loopMinTime;
+    to.loopMaxTime = from.loopMaxTime;
+    to.fps = from.fps;
+    to.lod = from.lod;
+  }
+
+  DocumentState& document_;
+  std::unordered_map<Identity, NodeState*>
+      live_; // those that were there and have not been found in the image
+};
+
+std::size_t bytesOf(const Mesh& mesh) {
+  return mesh.positions.size() * sizeof(Float3) + mesh.normals.size() * sizeof(Float3) +
+         mesh.tangents.size() * sizeof(Float4) + (mesh.uv[0].size() + mesh.uv[1].size()) * sizeof(Float2) +
+         mesh.colors.size() * sizeof(Float4) + mesh.triangles.size() * 3 * sizeof(std::uint32_t);
+}
+
+std::size_t bytesOf(const PicturePtr& picture) {
+  return picture && picture->bytes ? picture->bytes->size() : 0;
+}
+
+} // namespace
+
+ImagePtr takeImage(const DocumentState& document, const ImagePtr& previous) {
+  return take(document, previous && previous->identity == document.identity ? previous : nullptr);
+}
+
+bool differs(const ImagePtr& a, const ImagePtr& b) {
+  return Difference{sameTime(a->document->time, b->document->time)}.nodes(a, b);
+}
+
+bool selectionDiffers(const ImagePtr& a, const ImagePtr& b) {
+  return a != b && selectionOf(a) != selectionOf(b);
+}
+
+void putImage(DocumentState& document, const ImagePtr& image) {
+  const std::lock_guard lock(document.mutex);
+  Putter(document).put(*image);
+}
+
+std::size_t heldBeyond(const ImagePtr& image, const ImagePtr& other) {
+  if (image == other) return 0;
+  std::unordered_set<const void*> known;
+  forEachImage(other, [&](const ImagePtr& node) {
+    known.insert(node.get());
+    if (node->object && node->object->mesh) known.insert(node->object->mesh.get());
+    if (node->picture) known.insert(node->picture.get());
+  });
+  std::size_t bytes = 0;
+  forEachImage(image, [&](const ImagePtr& node) {
+    if (!known.insert(node.get()).second) return;
+    bytes += sizeof(NodeImage) + (node->object ? sizeof(ObjectPart) : 0);
+    if (node->object && node->object->mesh && known.insert(node->object->mesh.get()).second)
+      bytes += bytesOf(*node->object->mesh);
+    if (node->picture && known.insert(node->picture.get()).second) bytes += bytesOf(node->picture);
+  });
+  return bytes;
+}
+
+BaseTime timeOf(const ImagePtr& image) {
+  return image->document->time;
+}
+
+const BaseContainer& containerOf(const ImagePtr& image) {
+  return image->data;
+}
+
+} // namespace host

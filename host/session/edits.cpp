@@ -1,0 +1,279 @@
+#include "edits.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace host {
+
+namespace {
+
+constexpr Milliseconds mergeTime = 1000;
+const char* const outsideName = "Change by Plug-in";
+const char* const outsideKey = "the document's container";
+
+void evaluate(BaseDocument& document, bool tracks) {
+  document.ExecutePasses(nullptr, tracks ? TRUE : FALSE, TRUE, FALSE, BUILDFLAGS_0);
+}
+
+} // namespace
+
+Edits::Edits(DocumentHub& hub) : hub_(hub) {
+  replacedSubscription_ = hub_.replaced.add([this](Replacement) {
+    reset();
+    tell();
+  });
+  changedSubscription_ = hub_.changed.add([this] { noticeContainer(); });
+  reset();
+}
+
+Edits::~Edits() = default;
+
+// A new document: nothing to undo, nothing unsaved.
+void Edits::reset() {
+  steps_.clear();
+  position_ = bytes_ = 0;
+  continuous_ = inside_ = false;
+  continuousBefore_.reset();
+  image_.reset();
+  revision_ = savedRevision_ = ++lastRevision_;
+  if (hub_.document()) look();
+}
+
+ImagePtr Edits::look() {
+  image_ = takeImage(*stateOf(hub_.document()), image_);
+  return image_;
+}
+
+void Edits::tell() {
+  if (BaseDocument* document = hub_.document()) {
+    const auto lock = lockOf(stateOf(document));
+    stateOf(document)->changed = revision_ != savedRevision_;
+  }
+  changed.call();
+}
+
+void Edits::run(const Change& change) {
+  BaseDocument& document = *hub_.document();
+  const DocumentEdit edit(document);
+  inside_ = true;
+  try {
+    change(document);
+  } catch (...) {
+    inside_ = false;
+    throw;
+  }
+  inside_ = false;
+  evaluate(document, false);
+}
+
+bool Edits::apply(const String& name, const Change& change, const String& mergeKey) {
+  BaseDocument* document = hub_.document();
+  if (!document || !change) return false;
+  if (inside_) return change(*document), true;
+  if (continuous_) return update(change), true;
+  notice(outsideName);
+  const ImagePtr before = image_;
+  try {
+    run(change);
+  } catch (...) {
+    putImage(*stateOf(document), before);
+    throw;
+  }
+  return finish(name, mergeKey, before);
+}
+
+// What has changed since `before` becomes a step, and everybody hears of it.
+bool Edits::finish(const String& name, const String& mergeKey, const ImagePtr& before) {
+  const ImagePtr after = look();
+  if (after == before) return false;
+  if (differs(before, after)) {
+    if (!merge(mergeKey, after)) {
+      Step step;
+      step.name = name;
+      step.mergeKey = mergeKey;
+      step.time = clock().now();
+      step.before = before;
+      step.after = after;
+      push(std::move(step));
+    }
+    tell();
+  }
+  selectionDiffers(before, after) ? hub_.tellSelection() : hub_.tellChanged();
+  return true;
+}
+
+bool Edits::merge(const String& mergeKey, const ImagePtr& after) {
+  if (!mergeKey.Content() || position_ == 0 || position_ != steps_.size()) return false;
+  Step& last = steps_.back();
+  if (last.mergeKey != mergeKey || clock().now() - last.time > mergeTime ||
+      last.revisionAfter == savedRevision_)
+    return false;
+  bytes_ -= last.bytes;
+  if (!differs(last.before, after)) { // back where it began
+    revision_ = last.revisionBefore;
+    steps_.pop_back();
+    --position_;
+    return true;
+  }
+  last.after = after;
+  last.time = clock().now();
+  last.revisionAfter = revision_ = ++lastRevision_;
+  last.bytes = heldBeyond(last.before, after) + heldBeyond(after, last.before);
+  bytes_ += last.bytes;
+  return true;
+}
+
+void Edits::push(Step step) {
+  while (steps_.size() > position_) {
+    bytes_ -= steps_.back().bytes;
+    steps_.pop_back();
+  }
+  step.revisionBefore = revision_;
+  step.revisionAfter = revision_ = ++lastRevision_;
+  step.bytes = heldBeyond(step.before, step.after) + heldBeyond(step.after, step.before);
+  bytes_ += step.bytes;
+  steps_.push_back(std::move(step));
+  position_ = steps_.size();
+  trim();
+}
+
+void Edits::trim() {
+  while (steps_.size() > 1 && position_ > 1 && (steps_.size() > maxSteps_ || bytes_ > maxBytes_)) {
+    bytes_ -= steps_.front().bytes;
+    steps_.pop_front();
+    --position_;
+  }
+}
+
+void Edits::setLimits(std::size_t steps, std::size_t bytes) {
+  maxSteps_ = std::max<std::size_t>(steps, 1);
+  maxBytes_ = bytes;
+  trim();
+  changed.call();
+}
+
+bool Edits::begin(const String& name) {
+  if (continuous_ || inside_ || !hub_.document()) return false;
+  notice(outsideName);
+  continuous_ = true;
+  continuousName_ = name;
+  continuousBefore_ = image_;
+  return true;
+}
+
+void Edits::update(const Change& change) {
+  if (!continuous_ || !change) return;
+  if (inside_) return change(*hub_.document());
+  try {
+    run(change);
+  } catch (...) {
+    cancel();
+    throw;
+  }
+  hub_.tellChanged();
+}
+
+bool Edits::end() {
+  if (!continuous_ || inside_) return false;
+  continuous_ = false;
+  return finish(continuousName_, {}, std::exchange(continuousBefore_, nullptr));
+}
+
+void Edits::cancel() {
+  if (!continuous_) return;
+  continuous_ = false;
+  put(std::exchange(continuousBefore_, nullptr), revision_);
+}
+
+// Makes the document as in the image, brings it to its own time and tells everybody.
+void Edits::put(const ImagePtr& image, std::size_t revision) {
+  BaseDocument& document = *hub_.document();
+  const ImagePtr before = look();
+  {
+    const DocumentEdit edit(document);
+    putImage(*stateOf(&document), image);
+    if (timeOf(image) != document.GetTime()) evaluate(document, true);
+  }
+  revision_ = revision;
+  const ImagePtr after = look();
+  tell();
+  selectionDiffers(before, after) ? hub_.tellSelection() : hub_.tellChanged();
+}
+
+bool Edits::undo() {
+  if (inside_ || !hub_.document()) return false;
+  end();
+  notice(outsideName);
+  if (position_ == 0) return false;
+  const Step& step = steps_[--position_];
+  put(step.before, step.revisionBefore);
+  return true;
+}
+
+bool Edits::redo() {
+  if (inside_ || !hub_.document()) return false;
+  end();
+  notice(outsideName);
+  if (position_ == steps_.size()) return false;
+  const Step& step = steps_[position_++];
+  put(step.after, step.revisionAfter);
+  return true;
+}
+
+String Edits::undoName() const {
+  return canUndo() ? steps_[position_ - 1].name : String();
+}
+
+String Edits::redoName() const {
+  return canRedo() ? steps_[position_].name : String();
+}
+
+bool Edits::notice(const String& name) {
+  if (inside_ || continuous_ || !hub_.document()) return false;
+  const ImagePtr before = image_, after = look();
+  if (after == before || !differs(before, after)) return false;
+  Step step;
+  step.name = name;
+  step.time = clock().now();
+  step.before = before;
+  step.after = after;
+  push(std::move(step));
+  tell();
+  return true;
+}
+
+// After a scene-changed event only the document's own container is looked at: a look at everything would cost
+// too much while an animation plays.
+void Edits::noticeContainer() {
+  if (inside_ || continuous_ || mainLoop().inModal() || !hub_.document()) return;
+  if (stateOf(hub_.document())->data == containerOf(image_)) return;
+  const ImagePtr before = image_, after = look();
+  if (!differs(before, after)) return;
+  if (!merge(outsideKey, after)) {
+    Step step;
+    step.name = outsideName;
+    step.mergeKey = outsideKey;
+    step.time = clock().now();
+    step.before = before;
+    step.after = after;
+    push(std::move(step));
+  }
+  tell();
+}
+
+bool Edits::isDirty() const {
+  const BaseDocument* document = hub_.document();
+  return document && (revision_ != savedRevision_ || document->GetChanged());
+}
+
+void Edits::markSaved(std::size_t revision) {
+  savedRevision_ = revision;
+  tell();
+}
+
+std::size_t Edits::revision() {
+  notice(outsideName);
+  return revision_;
+}
+
+} // namespace host
