@@ -47,6 +47,27 @@ ThreadContext& threadContext() noexcept {
   return context;
 }
 
+namespace {
+
+std::function<void()>& giveWayHook() {
+  static auto& hook = *new std::function<void()>;
+  return hook;
+}
+
+} // namespace
+
+void setGiveWayHook(std::function<void()> hook) {
+  giveWayHook() = std::move(hook);
+}
+
+void giveWay() noexcept {
+  static bool inside = false; // main thread
+  if (!onMainThread() || inside || !giveWayHook()) return;
+  inside = true;
+  runSafely(giveWayHook());
+  inside = false;
+}
+
 void MainLoop::wake() {
   changed_.notify_all();
   std::shared_ptr<Task> hook;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <atomic>
+#include <functional>
 
 class C4DThread;
 
@@ -32,11 +33,18 @@ class ContextScope {
   ThreadContext previous_;
 };
 
-/// Says for a scope which plug-in is being called.
+/// Called on the main thread before every call into a plug-in: background work of the host that a plug-in
+/// must not meet ends in it. Null takes it away. Main thread.
+void setGiveWayHook(std::function<void()> hook);
+/// Calls it; on other threads, and from within the hook, it does nothing.
+void giveWay() noexcept;
+
+/// Says for a scope which plug-in is being called, and makes way for it.
 class PluginScope {
  public:
   explicit PluginScope(const PluginUnit* plugin) noexcept : previous_(threadContext().plugin) {
     threadContext().plugin = plugin;
+    giveWay();
   }
   ~PluginScope() { threadContext().plugin = previous_; }
   PluginScope(const PluginScope&) = delete;

@@ -208,6 +208,7 @@ void readBuffers(GltfFile& file, const Chunks& chunks, const Filename& folder, L
         throw SceneError(number + " is the file \"" + uri.substr(0, 200) +
                              "\", which is not below the scene's folder",
                          "Put the file beside the scene and name it by a relative path.");
+      context.result.files.push_back(*name);
       bytes = readWholeFile(*name, context.options.limits.fileBytes);
     }
     if (bytes->size() < length)
@@ -242,6 +243,7 @@ PicturePtr readPicture(const GltfFile& file, const Json& image, std::size_t numb
     picture->uri = uri;
     if (picture->name.empty()) picture->name = lastPiece(percentDecoded(uri));
     if (const auto name = resolveReference(uri, folder)) {
+      context.result.files.push_back(*name);
       try {
         picture->bytes = readWholeFile(*name, context.options.limits.fileBytes);
       } catch (const SceneError&) {

@@ -39,6 +39,8 @@ class Filler {
 constexpr Vector white{1, 1, 1};
 
 void fillObjects(Table& table) {
+  for (const LONG type : {Opolygon, Olight, Ocamera, Ofloor, Osky, Onull, Osds})
+    Filler(table, NodeKind::object, type).flag(objectVisibleEditor, TRUE).flag(objectVisibleRender, TRUE);
   Filler(table, NodeKind::object, Ocamera)
       .integer(cameraProjection, 0)
       .real(cameraYfov, 0.8)

@@ -6,6 +6,8 @@
 
 namespace host::param {
 
+// all objects: shown in the editor view, in renders; switched off also for the children
+inline constexpr LONG objectVisibleEditor = 901, objectVisibleRender = 902;
 // cameras
 inline constexpr LONG cameraProjection = 1001, cameraYfov = 1002, cameraYmag = 1003, cameraXmag = 1004,
                       cameraAspect = 1005, cameraNear = 1006, cameraFar = 1007;

@@ -10,8 +10,10 @@ namespace host {
 
 namespace {
 
-std::string sentence(const std::string& name, const SceneError& error) {
-  return "The scene " + name + " cannot be loaded: " + error.what() + ". " + error.advice;
+void fail(LoadResult& result, const std::string& name, const SceneError& error) {
+  result.reason = error.what();
+  result.advice = error.advice;
+  result.error = "The scene " + name + " cannot be loaded: " + result.reason + ". " + result.advice;
 }
 
 // Runs a loader and turns what it throws into the result's sentence.
@@ -25,12 +27,11 @@ LoadResult guarded(const std::string& name, const LoadOptions& options, const Lo
     result.cancelled = true;
     result.error = "Loading the scene " + name + " was cancelled.";
   } catch (const SceneError& error) {
-    result.error = sentence(name, error);
+    fail(result, name, error);
   } catch (const std::bad_alloc&) {
-    result.error =
-        sentence(name, SceneError("there is not enough memory", "Close other programs, or split the scene."));
+    fail(result, name, SceneError("there is not enough memory", "Close other programs, or split the scene."));
   } catch (const std::exception& error) {
-    result.error = sentence(name, SceneError(std::string("it cannot be understood (") + error.what() + ")"));
+    fail(result, name, SceneError(std::string("it cannot be understood (") + error.what() + ")"));
   }
   if (!result.document) result.warnings.clear(), result.missingFiles.clear();
   return result;
@@ -46,6 +47,7 @@ NodePtr<DocumentState> loadGltf(BytesPtr bytes, const Filename& folder, LoadCont
 LoadResult loadDocument(const Filename& file, const LoadOptions& options) {
   const std::string name = "\"" + file.GetString().GetUTF8() + "\"";
   LoadResult result = guarded(name, options, [&](LoadContext& context) {
+    context.result.files.push_back(file);
     const BytesPtr bytes = readWholeFile(file, options.limits.fileBytes);
     if (bytes->empty()) throw SceneError("the file is empty", "Export the scene again.");
     if (isBinaryGltf(*bytes) || file.CheckSuffix("gltf") || file.CheckSuffix("glb"))

@@ -108,6 +108,8 @@ bool Taker::walk(const NodeList& list, const Inherited& above) {
   for (NodeState* node = list.first(); node; node = node->next) {
     if (options_.thread && options_.thread->TestBreak()) return false;
     const auto& object = static_cast<const ObjectState&>(*node);
+    if (!param::flag(object, options_.forEditor ? param::objectVisibleEditor : param::objectVisibleRender))
+      continue;
     const Inherited here = inherit(object, above);
     if (!takeObject(object, here)) return false;
     Inherited below = here;

@@ -147,6 +147,7 @@ struct SnapshotOptions {
   double lod = 1;               // scales subdivision
   bool activeOnly = false;      // only active objects and their children
   bool textures = true;         // false: bitmap shaders give their factor
+  bool forEditor = false;       // leaves out what is hidden in the editor view instead of in renders
   BaseObject* camera = nullptr; // null: the render view's scene camera, else its editor camera
   BaseThread* thread = nullptr; // asked for a break
 };
