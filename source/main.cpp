@@ -3,6 +3,8 @@
 #include <new>
 
 #include "lm_keys.h"
+#include "lm_postdata.h"
+#include "lm_region.h"
 #include "lm_thread.h"
 
 namespace {
@@ -119,7 +121,7 @@ Bool PluginStart() {
   CheckResetLM();
   StoreOff(LM_ENABLED);
 
-  if (RegisterDlgLumenara()) {
+  if (RegisterDlgLumenara() && RegisterRegionHook() && Register_lmPostData()) {
     PrintVersionString("Lumenara", TRUE);
   } else {
     GePrint("Lumenara Error: Failed to load component");

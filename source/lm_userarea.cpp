@@ -1,0 +1,311 @@
+#include "lm_userarea.h"
+
+#include <algorithm>
+#include <cmath>
+#include <vector>
+
+#include "lm_keys.h"
+#include "lm_stamps.h"
+
+namespace {
+
+constexpr LONG STRIP_FRAME_HEIGHT = 35;
+constexpr LONG TIMER_INTERVAL = 100;
+
+/// Whether `time` is not earlier than `other`; both wrap.
+Bool IsNotEarlier(LONG time, LONG other) {
+  return static_cast<LONG>(static_cast<ULONG>(time) - static_cast<ULONG>(other)) >= 0;
+}
+
+struct Pixel {
+  UWORD r = 0, g = 0, b = 0;
+};
+
+Pixel GetPixel(const BaseBitmap& bmp, LONG x, LONG y) {
+  Pixel pixel;
+  bmp.GetPixel(x, y, &pixel.r, &pixel.g, &pixel.b);
+  return pixel;
+}
+
+void SetPixel(BaseBitmap& bmp, LONG x, LONG y, const Pixel& pixel) {
+  bmp.SetPixel(x, y, pixel.r, pixel.g, pixel.b);
+}
+
+} // namespace
+
+lmUserArea::lmUserArea(GeDialog* owner, lmSettings* store) : dialog(owner), settings(store) {
+  dataFolder = GeGetStartupWritePath() + "plugins" + "Lumenara";
+  historyFolder = dataFolder + "history";
+  if (!GeFExist(dataFolder, TRUE)) GeFCreateDirRec(dataFolder);
+  if (!GeFExist(historyFolder, TRUE)) GeFCreateDirRec(historyFolder);
+}
+
+Bool lmUserArea::InitValues() {
+  const Filename pictures = GeGetPluginPath() + "res" + "gui";
+  if (splash) splash->Init(pictures + "splash.tif");
+  if (strip) strip->Init(pictures + "progress.tif");
+  stripFrames = strip && strip->GetBw() ? strip->GetBh() / STRIP_FRAME_HEIGHT : 0;
+
+  SetTimer(TIMER_INTERVAL);
+  Redraw();
+  LayoutChanged();
+  if (settings->GetValue(LM_HISTORY_AUTOLOAD, 0)) AutoloadRecent();
+  return TRUE;
+}
+
+Bool lmUserArea::GetMinSize(LONG& w, LONG& h) {
+  if (!enabled) {
+    w = splash ? splash->GetBw() : 120;
+    h = splash ? splash->GetBh() : 90;
+    return TRUE;
+  }
+
+  switch (settings->GetValue(LM_VIEW_SIZE, 1)) {
+  case 0: {
+    LONG left = 0, top = 0, right = w, bottom = h;
+    dialog->GetVisibleArea(GADGET_IMAGE_GROUP, &left, &top, &right, &bottom);
+    w = right - left;
+    h = bottom - top;
+    break;
+  }
+  case 1:
+    w = settings->GetValue(LM_MIN_WIDTH, 320);
+    h = settings->GetValue(LM_MIN_HEIGHT, 240);
+    break;
+  case 2:
+    w = 320;
+    h = 240;
+    break;
+  case 3:
+    w = 400;
+    h = 300;
+    break;
+  case 4:
+    w = 640;
+    h = 480;
+    break;
+  case 5:
+    w = 800;
+    h = 600;
+    break;
+  case 6:
+    w = 1024;
+    h = 768;
+    break;
+  default:
+    break;
+  }
+  width = w;
+  height = h;
+  return TRUE;
+}
+
+void lmUserArea::Sized(LONG w, LONG h) {
+  width = w;
+  height = h;
+  if (display) {
+    display->FlushAll();
+    if (display->Init(w, h, 32) == IMAGERESULT_OK) display->Clear(0, 0, 0);
+  }
+  if (!enabled) return;
+
+  settings->SetValue(LM_ASPECT, static_cast<Real>(w) / h);
+  settings->Save();
+  DrawViews(DRAWFLAGS_ALL_VIEWS_SOON);
+}
+
+void lmUserArea::DrawMsg(LONG, LONG, LONG, LONG, const BaseContainer&) {
+  OffScreenOn();
+  if (!enabled) {
+    if (!splash) return;
+    const LONG w = splash->GetBw(), h = splash->GetBh();
+    DrawBitmap(splash, (GetWidth() - w) / 2, (GetHeight() - h) / 2, w, h, 0, 0, w, h,
+               BMP_NORMALSCALED | BMP_ALLOWALPHA);
+    return;
+  }
+  if (!display) return;
+
+  const LONG mode = settings->GetValue(LM_MODE, LM_MODE_NORMAL);
+  if (mode == LM_MODE_COMPARE) {
+    DrawCompare();
+  } else if (!data.stampsPending) {
+    DrawRender(mode);
+  }
+  DrawBitmap(display, 0, 0, width, height, 0, 0, display->GetBw(), display->GetBh(), BMP_NORMAL);
+}
+
+void lmUserArea::DrawCompare() {
+  if (!lastCompose) display->Clear(0, 0, 0);
+
+  const LONG now = GeGetTimer();
+  if (lastCompose && !IsNotEarlier(now, lastCompose)) return;
+  if (imageA && imageA->GetBw() > 0 && imageB && imageB->GetBw() > 0) {
+    Real slider = 0.0;
+    dialog->GetReal(GADGET_SLIDER, slider);
+    HistoryPrepare(slider, settings->GetValue(LM_COMPARE_STYLE, COMPARE_BLEND));
+  }
+  lastCompose = now;
+}
+
+// The rendering flag is read once, before the picture is taken: a picture that is shown as finished was
+// finished then.
+void lmUserArea::DrawRender(LONG mode) {
+  if (!image || image->GetBw() < 1) return; // nothing was rendered yet
+  const Bool rendering = data.rendering;
+
+  if (mode == LM_MODE_REGION) {
+    AutoAlloc<BaseBitmap> part(
+        image->GetClonePart(regionLeft, regionTop, regionRight - regionLeft, regionBottom - regionTop));
+    if (part) part->ScaleIt(display, 256, FALSE, FALSE);
+  } else {
+    image->ScaleIt(display, 256, FALSE, FALSE);
+  }
+
+  if (rendering) {
+    if (mode != LM_MODE_REGION && settings->GetValue(LM_PROGRESS_BAR, 0)) DrawProgressBar();
+    if (stripFrames > 0 && settings->GetValue(LM_PROGRESS_STRIP, 0)) DrawProgressStrip();
+    return;
+  }
+  stripCounter = 0;
+
+  if (data.result == RENDERRESULT_OK) {
+    data.stampsPending = 1;
+    if (data.rendering) { // a job has begun meanwhile: its picture is composed when it is done
+      data.stampsPending = 0;
+      return;
+    }
+    DrawStamps(display, settings, width, height, &data);
+  }
+  if (data.stampsPending) {
+    data.progress = 2.0; // the finished picture has been shown
+    if (!settings->GetValue(LM_HISTORY_ADD, 0)) AddToHistory();
+  }
+}
+
+void lmUserArea::DrawProgressBar() {
+  const Real progress = std::clamp<Real>(data.progress, 0.0, 1.0);
+  const LONG length = static_cast<LONG>(std::floor(display->GetBw() * progress));
+  const LONG bottom = display->GetBh();
+  for (LONG y = bottom - 10; y <= bottom - 2; ++y) {
+    for (LONG x = 1; x <= length - 2; ++x)
+      display->SetPixel(x, y, 140, 147, 157);
+  }
+}
+
+void lmUserArea::DrawProgressStrip() {
+  const LONG frame = ++stripCounter % stripFrames;
+  const LONG columns = std::min(strip->GetBw(), display->GetBw());
+  const LONG rows = std::min(STRIP_FRAME_HEIGHT, display->GetBh());
+  const LONG first = frame * STRIP_FRAME_HEIGHT;
+
+  for (LONG y = 0; y < rows; ++y) {
+    for (LONG x = 0; x < columns; ++x) {
+      LONG r, g, b, a;
+      strip->GetPixelRGBA(x, first + y, &r, &g, &b, &a);
+      const Pixel below = GetPixel(*display, x, y);
+      // floor((strip - display) * a / 255 + display), which is never negative
+      const auto blend = [a](LONG top, LONG bottom) { return ((top - bottom) * a + bottom * 255) / 255; };
+      display->SetPixel(x, y, blend(r, below.r), blend(g, below.g), blend(b, below.b));
+    }
+  }
+}
+
+// ---- Compare
+
+void lmUserArea::HistoryPrepare(Real slider, LONG style) {
+  AutoAlloc<BaseBitmap> workA, workB;
+  if (!workA || !workB || !display) return;
+  for (BaseBitmap* work : {static_cast<BaseBitmap*>(workA), static_cast<BaseBitmap*>(workB)}) {
+    if (work->Init(width, height, 24) != IMAGERESULT_OK) return;
+    work->Clear(0, 0, 0);
+  }
+  if (imageA) PrepareSlot(*imageA, *workA);
+  if (imageB) PrepareSlot(*imageB, *workB);
+
+  switch (style) {
+  case COMPARE_COLUMNS: {
+    const Real split = std::floor(width * 0.5 * (slider + 1));
+    for (LONG y = 0; y < height; ++y) {
+      for (LONG x = 0; x < width; ++x)
+        SetPixel(*display, x, y, GetPixel(x < split ? *workB : *workA, x, y));
+    }
+    break;
+  }
+  case COMPARE_ROWS: {
+    const Real split = std::floor(height * 0.5 * (slider + 1));
+    for (LONG y = 0; y < height; ++y) {
+      const BaseBitmap& source = y < split ? *workB : *workA;
+      for (LONG x = 0; x < width; ++x)
+        SetPixel(*display, x, y, GetPixel(source, x, y));
+    }
+    break;
+  }
+  case COMPARE_BLEND: {
+    // floor((B - A) * t + A) of every pair of channel values
+    const Real t = (slider + 1) / 2;
+    std::vector<UCHAR> table(256 * 256);
+    for (LONG a = 0; a < 256; ++a) {
+      for (LONG b = 0; b < 256; ++b)
+        table[static_cast<std::size_t>(a * 256 + b)] =
+            static_cast<UCHAR>(std::clamp(std::floor((b - a) * t + a), 0.0, 255.0));
+    }
+    for (LONG y = 0; y < height; ++y) {
+      for (LONG x = 0; x < width; ++x) {
+        const Pixel a = GetPixel(*workA, x, y), b = GetPixel(*workB, x, y);
+        const auto blend = [&table](UWORD from, UWORD to) { return table[from * 256u + to]; };
+        display->SetPixel(x, y, blend(a.r, b.r), blend(a.g, b.g), blend(a.b, b.b));
+      }
+    }
+    break;
+  }
+  case COMPARE_DIFFERENCE:
+    for (LONG y = 0; y < height; ++y) {
+      for (LONG x = 0; x < width; ++x) {
+        const Pixel a = GetPixel(*workA, x, y), b = GetPixel(*workB, x, y);
+        display->SetPixel(x, y, std::abs(a.r - b.r), std::abs(a.g - b.g), std::abs(a.b - b.b));
+      }
+    }
+    ShowBitmap(display);
+    break;
+  default:
+    break;
+  }
+}
+
+// Fills a work bitmap of the view's size from a slot.
+void lmUserArea::PrepareSlot(const BaseBitmap& slot, BaseBitmap& work) const {
+  const LONG w = slot.GetBw(), h = slot.GetBh();
+  if (settings->GetValue(LM_COMPARE_SCALE, 1)) {
+    slot.ScaleIt(&work, 256, TRUE, FALSE);
+  } else if (settings->GetValue(LM_COMPARE_CENTER, 1)) {
+    // A picture that is larger is cropped on both sides. The rows end with their bound, the columns before
+    // it.
+    const LONG left = (width - w) / 2, top = (height - h) / 2;
+    for (LONG y = top, fromY = 0; y <= height - top; ++y, ++fromY) {
+      if (y < 0 || y >= height) continue;
+      for (LONG x = left, fromX = 0; x < width - left; ++x, ++fromX) {
+        if (x >= 0 && x < width) SetPixel(work, x, y, GetPixel(slot, fromX, fromY));
+      }
+    }
+  } else {
+    // One row and one column outside the picture are read too.
+    for (LONG y = 0; y < height && y <= h; ++y) {
+      for (LONG x = 0; x < width && x <= w; ++x)
+        SetPixel(work, x, y, GetPixel(slot, x, y));
+    }
+  }
+}
+
+void lmUserArea::Timer(const BaseContainer&) {
+  if (settings->GetValue(LM_MODE, LM_MODE_NORMAL) == LM_MODE_COMPARE) return;
+  if (enabled) Redraw();
+  if (settings->GetValue(LM_VIEW_SIZE, 1) != 0) return;
+
+  LONG left = 0, top = 0, right = 0, bottom = 0;
+  if (!dialog->GetVisibleArea(GADGET_IMAGE_GROUP, &left, &top, &right, &bottom)) return;
+  if (width != right - left || height != bottom - top) LayoutChanged();
+}
+
+void lmUserArea::SaveToPictureViewer() {
+  if (display && display->GetBw() >= 1) ShowBitmap(display);
+}
