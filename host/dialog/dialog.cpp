@@ -1,14 +1,20 @@
-// GeDialog.
+// GeDialog: its life, its window and its timer.
 #include "c4d_dialog.h"
 
 #include <algorithm>
 #include <optional>
 
 #include "access.h"
+#include "area_state.h"
+#include "dialog_geometry.h"
 #include "dialog_state.h"
+#include "gadget_actions.h"
+#include "plugin_call.h"
 #include "program.h"
 #include "user_interface.h"
 
+using host::Access;
+using host::callPlugin;
 using host::DialogPlacement;
 using host::DialogState;
 
@@ -27,20 +33,90 @@ void closeAtShutdown() {
   added = true;
 }
 
+// The areas that are in the dialog's gadgets now.
+std::vector<AreaState*> areasOf(DialogState& state) {
+  std::vector<AreaState*> areas;
+  forEachGadget(state.model.root, [&](Gadget& gadget) {
+    if (gadget.area) areas.push_back(Access::state(*gadget.area));
+  });
+  return areas;
+}
+
+void flushGadgets(DialogState& state) {
+  for (AreaState* area : areasOf(state))
+    detachArea(*area);
+  state.model.root = Gadget();
+  state.model.root.columns = 1;
+  state.model.menus.clear();
+  state.groups = {&state.model.root};
+  state.menuPath.clear();
+  state.scrollSizes.clear();
+}
+
+// CreateLayout and InitValues. Groups and menus that were not ended are ended here.
+bool build(DialogState& state) {
+  flushGadgets(state);
+  state.building = true;
+  bool built = callPlugin(
+      state.plugin, [&] { return state.dialog.CreateLayout() != FALSE; }, false);
+  state.building = state.menuBuilding = false;
+  state.groups.clear();
+  state.menuPath.clear();
+  return built && callPlugin(
+                      state.plugin, [&] { return state.dialog.InitValues() != FALSE; }, false);
+}
+
+void startTimer(DialogState& state) {
+  mainLoop().removeTimer(state.timer);
+  state.timer = 0;
+  if (!state.open || state.timerPeriod <= 0) return;
+  const auto run = [&state] { callPlugin(state.plugin, [&] { state.dialog.Timer(BaseContainer()); }); };
+  state.timer = mainLoop().addTimer(state.timerPeriod, run, Urgency::normal, &state.dialog);
+}
+
+bool show(DialogState& state, const DialogPlacement& placement) {
+  GeDialog& dialog = state.dialog;
+  const PluginScope scope(state.plugin);
+  const std::weak_ptr<const char> alive = state.alive;
+  bool shown = false;
+  {
+    std::optional<ModalScope> modal;
+    if (state.modal) modal.emplace(&dialog);
+    shown = userInterface().openDialog(dialog, placement);
+  }
+  if (alive.expired()) return shown;
+  if (!shown || state.modal)
+    dialog.Close();
+  else if (!state.view)
+    layoutWithoutView(dialog);
+  return shown;
+}
+
 } // namespace
 
 DialogState::DialogState(GeDialog& owner) : dialog(owner) {
+  model.root.columns = 1;
   closeAtShutdown();
   mainLoop().add(this);
 }
 
 DialogState::~DialogState() {
   mainLoop().remove(this);
+  mainLoop().removeTimer(timer);
+  for (AreaState* area : areasOf(*this))
+    detachArea(*area);
 }
 
 void DialogState::coreMessage(LONG id, const BaseContainer& message) {
-  const PluginScope scope(plugin);
-  dialog.CoreMessage(id, message);
+  const std::weak_ptr<const char> there = alive;
+  callPlugin(plugin, [&] { dialog.CoreMessage(id, message); });
+  if (there.expired()) return;
+  std::vector<std::pair<AreaState*, std::weak_ptr<const char>>> areas;
+  for (AreaState* area : areasOf(*this))
+    areas.emplace_back(area, area->alive);
+  for (const auto& [area, exists] : areas)
+    if (!exists.expired() && isLive(*area))
+      callPlugin(area->plugin, [&, one = area] { one->area.CoreMessage(id, message); });
 }
 
 std::vector<GeDialog*> openDialogs() {
@@ -48,14 +124,36 @@ std::vector<GeDialog*> openDialogs() {
 }
 
 bool requestClose(GeDialog& dialog) {
-  const PluginScope scope(Access::state(dialog)->plugin);
   if (!dialog.IsOpen()) return true;
-  return !dialog.AskClose() && dialog.Close();
+  DialogState& state = *Access::state(dialog);
+  const std::weak_ptr<const char> alive = state.alive;
+  const bool refused = callPlugin(
+      state.plugin, [&] { return dialog.AskClose() != FALSE; }, false);
+  if (alive.expired() || !dialog.IsOpen()) return true;
+  return !refused && dialog.Close();
 }
 
 void closeAllDialogs() {
   while (!opened().empty())
     opened().back()->Close();
+}
+
+LONG sendMessage(GeDialog& dialog, const BaseContainer& message, bool* gone) {
+  DialogState& state = *Access::state(dialog);
+  const std::weak_ptr<const char> alive = state.alive;
+  BaseContainer result;
+  const LONG used = callPlugin(
+      state.plugin, [&] { return dialog.Message(message, result); }, LONG{0});
+  if (gone) *gone = alive.expired();
+  return used;
+}
+
+const DialogModel& dialogModel(const GeDialog& dialog) {
+  return Access::state(dialog)->model;
+}
+
+void setDialogView(GeDialog& dialog, DialogView* view) {
+  Access::state(dialog)->view = view;
 }
 
 } // namespace host
@@ -87,27 +185,24 @@ void GeDialog::Timer(const BaseContainer& /*msg*/) {
 }
 void GeDialog::DestroyWindow() {
 }
-LONG GeDialog::Message(const BaseContainer& /*msg*/, BaseContainer& /*result*/) {
-  return 0;
+LONG GeDialog::Message(const BaseContainer& msg, BaseContainer& /*result*/) {
+  if (msg.GetId() != BFM_ACTION) return 0;
+  return Command(msg.GetLong(BFM_ACTION_ID), msg) ? 1 : 0;
 }
 
 Bool GeDialog::Open(DLG_TYPE type, LONG pluginId, LONG x, LONG y, LONG width, LONG height, LONG subId) {
-  const host::PluginScope scope(state_->plugin);
-  if (state_->open) return TRUE;
-  if (!CreateLayout() || !InitValues()) return FALSE;
-  state_->open = true;
-  state_->modal = type == DLG_TYPE_MODAL;
-  state_->pluginId = pluginId;
-  state_->subId = subId;
+  DialogState& state = *state_;
+  if (state.open) return TRUE;
+  if (state.building || !host::build(state)) return FALSE;
+  state.open = true;
+  state.modal = type == DLG_TYPE_MODAL;
+  state.pluginId = pluginId;
+  state.subId = subId;
+  state.askedWidth = width;
+  state.askedHeight = height;
   host::opened().push_back(this);
-  bool shown = false;
-  {
-    std::optional<host::ModalScope> modal;
-    if (state_->modal) modal.emplace(this);
-    shown = host::userInterface().openDialog(*this, {type, pluginId, subId, x, y, width, height});
-  }
-  if (!shown || state_->modal) Close();
-  return shown ? TRUE : FALSE;
+  host::startTimer(state);
+  return host::show(state, {type, pluginId, subId, x, y, width, height}) ? TRUE : FALSE;
 }
 
 Bool GeDialog::RestoreLayout(LONG pluginId, LONG subId, void* secret) {
@@ -121,16 +216,56 @@ Bool GeDialog::IsOpen() const {
 }
 
 Bool GeDialog::Close() {
-  if (!state_->open) return FALSE;
-  state_->open = false;
+  DialogState& state = *state_;
+  if (!state.open) return FALSE;
+  state.open = false;
   auto& list = host::opened();
   list.erase(std::remove(list.begin(), list.end(), this), list.end());
-  const host::PluginScope scope(state_->plugin);
+  host::startTimer(state);
+  for (host::AreaState* area : host::areasOf(state))
+    host::stopArea(*area);
+  const host::PluginScope scope(state.plugin);
   host::userInterface().closeDialog(*this);
-  DestroyWindow();
+  state.view = nullptr;
+  callPlugin(state.plugin, [&] { DestroyWindow(); });
   return TRUE;
 }
 
 Bool GeDialog::CheckCoreMessage(const BaseContainer& /*msg*/) const {
   return IsOpen();
+}
+
+void GeDialog::SetTitle(const String& title) {
+  state_->model.title = title;
+  if (state_->view) state_->view->titleChanged();
+}
+
+void GeDialog::SetTimer(LONG milliseconds) {
+  state_->timerPeriod = milliseconds;
+  host::startTimer(*state_);
+}
+
+// ---- GeModalDialog
+
+GeModalDialog::GeModalDialog() {
+  Access::state(static_cast<GeDialog&>(*this))->modalDialog = this;
+}
+
+GeModalDialog::~GeModalDialog() = default;
+
+Bool GeModalDialog::Open(LONG x, LONG y, LONG width, LONG height) {
+  if (IsOpen()) return FALSE;
+  result_ = FALSE;
+  GeDialog::Open(DLG_TYPE_MODAL, 0, x, y, width, height);
+  return result_;
+}
+
+Bool GeModalDialog::Close(Bool ok) {
+  if (!IsOpen()) return FALSE;
+  result_ = ok ? TRUE : FALSE;
+  return GeDialog::Close();
+}
+
+Bool GeModalDialog::GetResult() const {
+  return result_;
 }

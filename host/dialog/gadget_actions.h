@@ -14,8 +14,8 @@ struct ActionInput {
   bool fromMouse = true; // else by the keyboard
 };
 
-/// A button, or a check box: it toggles first. IDC_OK and IDC_CANCEL of a modal dialog close it afterwards
-/// unless `AskClose` refuses.
+/// A button, or a check box: it toggles first. IDC_OK and IDC_CANCEL of a modal dialog close it afterwards,
+/// as `closeByUser` does; OK gives the result TRUE.
 bool clickGadget(GeDialog& dialog, LONG id, const ActionInput& input = {});
 /// A number that the user typed or dragged to, as shown (per cent for a percent field); it is cut to the
 /// range.
@@ -29,7 +29,8 @@ bool chooseMenu(GeDialog& dialog, LONG id, const ActionInput& input = {});
 /// A key pressed while the dialog has the focus and no gadget took it: BFM_INPUT to `Message`. `text` is what
 /// it types. True when the dialog used it.
 bool pressKey(GeDialog& dialog, LONG channel, const String& text, LONG qualifiers = 0);
-/// The window's close button (`requestClose` of dialog_state.h), with BFM_CLOSE sent before.
+/// The window's close button, or Escape in a modal dialog: BFM_CLOSE to `Message`, then `AskClose`, then it
+/// is closed (a modal one with the result FALSE) unless that refused. Gives whether it is closed.
 bool closeByUser(GeDialog& dialog);
 
 // User areas. Positions are the area's own.
@@ -50,16 +51,26 @@ const Surface& areaSurface(const GeUserArea& area);
 /// Paints it now if a redraw is waiting.
 void paintArea(GeUserArea& area);
 
-/// How much a scroll group shows, for a dialog without a view.
+/// The colour of windows, 0xAARRGGBB: every `DrawMsg` begins on it. Repaints the areas that are shown.
+void setWindowColor(std::uint32_t color);
+std::uint32_t windowColor() noexcept;
+
+// Dialogs without a view.
+
+/// Starts the areas that have no size yet, at their minimum. `UserInterface::openDialog` calls it when it
+/// sets no view; `GeDialog::Open` does for one that is not modal.
+void layoutWithoutView(GeDialog& dialog);
+/// How much a scroll group shows; without a call it is all that it holds.
 void setScrollSize(GeDialog& dialog, LONG id, LONG width, LONG height);
 
 /// The state of mouse and keyboard, as `GetInputState` gives it; whoever has a real window keeps it up to
-/// date.
+/// date. In a dialog without a view `pressMouse` and `hoverMouse` move the pointer.
 struct InputState {
   bool known = false;
   LONG mouseX = 0, mouseY = 0; // screen
   bool left = false, middle = false, right = false;
   LONG qualifiers = 0;
+  std::vector<LONG> keys; // channels of the keyboard that are down
 };
 void setInputState(const InputState& state);
 InputState inputState();

@@ -1,6 +1,7 @@
 // A picture in memory that user areas and overlays are drawn into. One thread at a time.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -34,6 +35,11 @@ class Surface {
             bool smooth, bool alpha);
 
  private:
+  std::uint32_t* row(int y) noexcept {
+    return pixels_.data() + static_cast<std::size_t>(y) * static_cast<std::size_t>(pixelWidth_);
+  }
+  void fillPixels(int left, int top, int right, int bottom, std::uint32_t color) noexcept; // ends excluded
+
   int width_ = 0, height_ = 0, pixelWidth_ = 0, pixelHeight_ = 0;
   double ratio_ = 1;
   std::vector<std::uint32_t> pixels_;

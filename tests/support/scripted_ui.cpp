@@ -1,5 +1,7 @@
 #include "scripted_ui.h"
 
+#include "gadget_actions.h"
+
 namespace {
 
 template <class T>
@@ -36,10 +38,17 @@ bool ScriptedUi::selectFile(const host::FileRequest& request, Filename& chosen) 
   return chosen.Content();
 }
 
-LONG ScriptedUi::popup(const BaseContainer& entries, LONG /*x*/, LONG /*y*/) {
+LONG ScriptedUi::popup(const BaseContainer& entries, LONG x, LONG y) {
+  popups.push_back({entries, x, y});
   popupsShown.push_back(entries.GetCount());
   note("popup", LongToString(entries.GetCount()));
   return next(choices, LONG{0});
+}
+
+bool ScriptedUi::editMovieOptions(LONG format, BaseContainer& options) {
+  movieRequests.push_back(format);
+  note("movie options", LongToString(format));
+  return editsMovieOptions && editsMovieOptions(format, options);
 }
 
 bool ScriptedUi::showBitmap(const BaseBitmap& bitmap) {
@@ -69,8 +78,12 @@ bool ScriptedUi::drawViews(LONG flags) {
 bool ScriptedUi::openDialog(GeDialog& dialog, const host::DialogPlacement& placement) {
   openedDialogs.push_back({&dialog, placement});
   note("open dialog", LongToString(placement.pluginId));
-  if (placement.type == DLG_TYPE_MODAL && whileDialogIsOpen) whileDialogIsOpen(dialog);
-  return hasDisplay;
+  if (!hasDisplay) return false;
+  host::layoutWithoutView(dialog);
+  if (placement.type != DLG_TYPE_MODAL) return true;
+  if (const auto script = next(dialogScripts, whileDialogIsOpen)) script(dialog);
+  host::closeByUser(dialog);
+  return true;
 }
 
 bool ScriptedUi::restoredPlacement(LONG pluginId, LONG subId, void* /*secret*/,

@@ -14,6 +14,12 @@ class ScriptedUi final : public host::UserInterface {
   std::vector<std::string> messages, questions, openedFiles, openedAddresses;
   std::vector<host::FileRequest> fileRequests;
   std::vector<LONG> drawnViews, popupsShown; // flags; entry counts
+  struct Popup {
+    BaseContainer entries;
+    LONG x = 0, y = 0;
+  };
+  std::vector<Popup> popups;
+  std::vector<LONG> movieRequests; // formats
   struct Shown {
     LONG width = 0, height = 0, depth = 0;
   };
@@ -37,8 +43,13 @@ class ScriptedUi final : public host::UserInterface {
   bool showsBitmaps = true;
   /// Called while a box is open, on the main thread.
   std::function<void()> whileBoxIsOpen;
-  /// Called while a modal dialog is open; it closes when this returns.
+  /// What the user does in modal dialogs: each takes the next one of the list, else `whileDialogIsOpen`. A
+  /// dialog that is still open afterwards is closed by its window control, and when it refuses that, without
+  /// asking.
+  std::deque<std::function<void(GeDialog&)>> dialogScripts;
   std::function<void(GeDialog&)> whileDialogIsOpen;
+  /// The settings of a movie format; without one the user cancels.
+  std::function<bool(LONG format, BaseContainer& options)> editsMovieOptions;
   /// Where dialogs were open at the last end.
   std::vector<host::DialogPlacement> remembered;
 
@@ -46,6 +57,7 @@ class ScriptedUi final : public host::UserInterface {
   bool question(const String& text) override;
   bool selectFile(const host::FileRequest& request, Filename& chosen) override;
   LONG popup(const BaseContainer& entries, LONG x, LONG y) override;
+  bool editMovieOptions(LONG format, BaseContainer& options) override;
   bool showBitmap(const BaseBitmap& bitmap) override;
   bool openFile(const Filename& file) override;
   bool openAddress(const String& address) override;
