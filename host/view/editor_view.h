@@ -36,6 +36,9 @@ struct EditorViewServices {
   /// cameras of the document cannot be moved here.
   std::function<void(BaseObject& camera, const Matrix& world, bool finished)> moveCamera;
 
+  /// The same for the height that an orthographic camera shows: half of it in metres. Empty: it stays.
+  std::function<void(BaseObject& camera, double halfHeight, bool finished)> zoomCamera;
+
   /// The user picked an object (null: the empty background). `add`: added to the selection, or taken out of
   /// it when it was selected. Empty: the view changes the selection itself.
   std::function<void(BaseObject* object, bool add)> select;
@@ -77,9 +80,9 @@ class EditorView final {
 
   // Input. True: used; false: nobody wanted it.
 
-  /// In this order: scene hooks, then navigation (Alt + left, middle, right, or the held digits 3, 1, 2 with
-  /// the left button: orbit, pan, dolly; middle alone pans), then picking, which happens at the release of a
-  /// left click that did not move. Shift or Ctrl adds.
+  /// In this order: scene hooks, then navigation (Alt with the left, middle, right button, or 1, 2, 3 held
+  /// with the left one: orbit, pan, dolly; the middle one alone pans), then picking, which happens at the
+  /// release of a left click that did not move. Shift or Ctrl adds.
   bool mousePress(const ViewMouse& mouse);
   bool mouseMove(const ViewMouse& mouse);
   bool mouseRelease(const ViewMouse& mouse);

@@ -8,7 +8,7 @@ enum class MouseButton { none, left, middle, right };
 /// What is held on the keyboard.
 struct ViewKeys {
   bool alt = false, ctrl = false, shift = false;
-  int digit = 0; // 1, 2 or 3 while that key is held: pan, dolly, orbit with the left button
+  int digit = 0; // 1, 2 or 3 while that key is held: orbit, pan, dolly with the left button
 };
 
 struct ViewMouse {

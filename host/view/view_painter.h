@@ -1,0 +1,90 @@
+// Paints pictures of a view on a thread of its own, better and better, the newest request first.
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <functional>
+#include <mutex>
+#include <optional>
+#include <thread>
+
+#include "active_document.h"
+#include "editor_view.h"
+#include "view_picture.h"
+
+namespace host {
+
+struct PaintJob {
+  PictureSetup setup;
+  Identity document = 0; // whose picture it is; 0: of none
+  DocumentPtr scene;     // a clone to look at from now on; null: as before
+};
+
+struct PaintResult {
+  ViewImage image;
+  ViewDetail detail = ViewDetail::none;
+  Identity document = 0;
+  ViewScenePtr scene; // what it shows
+};
+
+class ViewPainter {
+ public:
+  /// `notify` is called from the painting thread whenever `take` has something.
+  ViewPainter(ViewTracer* tracer, std::function<void()> notify);
+  ~ViewPainter(); // gives up what is being painted
+
+  // Main thread.
+
+  /// Paints this from now on. A picture that is being painted is given up as soon as one of its kind has been
+  /// delivered, so that something shows however fast requests come. A picture that is there already is not
+  /// painted again.
+  void request(PaintJob job);
+  /// The newest picture that has not been taken.
+  std::optional<PaintResult> take();
+  /// Waits until there is a picture to take or nothing to do. False at the deadline.
+  bool wait(std::chrono::steady_clock::time_point deadline);
+  bool idle() const;
+
+  struct Counts {
+    long pictures = 0, finished = 0, cancelled = 0, scenes = 0;
+  };
+  Counts counts() const;
+
+ private:
+  void run();
+  bool newerWaits() const;
+  bool leaving() const;
+  void takeScene(PaintJob& job);
+  void paint(const PaintJob& job);
+  bool paintLevels(const PaintJob& job);
+  int firstBlock(const PictureSetup& setup) const;
+  int nextBlock(const PictureSetup& setup) const;
+  void deliver(const PaintJob& job, ViewDetail detail, int block);
+
+  ViewTracer* tracer_;
+  std::function<void()> notify_;
+
+  mutable std::mutex mutex_;
+  std::condition_variable wake_, changed_;
+  std::optional<PaintJob> waiting_;
+  std::optional<PaintResult> ready_;
+  std::atomic<bool> stop_{false}, newer_{false}, otherDocument_{false};
+  bool busy_ = false;
+  Counts counts_;
+
+  // The painting thread's.
+  ViewScenePtr scene_;
+  Identity sceneDocument_ = 0;
+  PictureSetup painted_;
+  ViewScenePtr paintedScene_;
+  TracedPixels pixels_;
+  ViewDetail reached_ = ViewDetail::none;
+  int reachedBlock_ = 1;
+  bool delivered_ = false;
+  double secondsPerRay_ = 2.5e-7; // with all workers, as measured last
+
+  std::thread thread_;
+};
+
+} // namespace host

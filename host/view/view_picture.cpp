@@ -1,0 +1,457 @@
+#include "view_picture.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cmath>
+
+#include "worker_threads.h"
+
+namespace host {
+
+namespace {
+
+constexpr int tileSize = 32;
+
+struct Color {
+  float r = 0, g = 0, b = 0; // 0 to 255, as shown
+
+  friend Color operator+(Color a, Color b) { return {a.r + b.r, a.g + b.g, a.b + b.b}; }
+  friend Color operator*(Color a, float s) { return {a.r * s, a.g * s, a.b * s}; }
+};
+
+Color mix(Color a, Color b, float t) {
+  return a * (1 - t) + b * t;
+}
+
+constexpr Color backgroundTop{70, 70, 74}, backgroundBottom{44, 44, 48};
+constexpr Color thinLine{92, 92, 98}, thickLine{112, 112, 118}, xLine{150, 78, 78}, zLine{80, 98, 158};
+
+std::uint32_t packed(Color c) {
+  const auto byte = [](float v) { return static_cast<std::uint32_t>(std::clamp(v, 0.0f, 255.0f) + 0.5f); };
+  return 0xff000000U | byte(c.r) << 16 | byte(c.g) << 8 | byte(c.b);
+}
+
+Color unpacked(std::uint32_t p) {
+  return {static_cast<float>(p >> 16 & 255), static_cast<float>(p >> 8 & 255), static_cast<float>(p & 255)};
+}
+
+// Linear light as the screen's code (IEC 61966-2-1), by table over the square root.
+float displayed(float linear) {
+  static const auto table = [] {
+    std::array<float, 1026> t{};
+    for (std::size_t i = 0; i < t.size(); ++i) {
+      const double v = static_cast<double>(i) / 1024, l = v * v;
+      t[i] = static_cast<float>(255 * (l <= 0.0031308 ? 12.92 * l : 1.055 * std::pow(l, 1 / 2.4) - 0.055));
+    }
+    return t;
+  }();
+  const float at = std::sqrt(std::clamp(linear, 0.0f, 1.0f)) * 1024;
+  const auto i = static_cast<std::size_t>(at);
+  return table[i] + (table[i + 1] - table[i]) * (at - static_cast<float>(i));
+}
+
+float dot(const Float3& a, const Float3& b) {
+  return a[0] * b[0] + a[1] * b[1] + a[2] * b[2];
+}
+
+// A lamp at the eye and a bright sky above a dim ground. Black things keep a rest of shape.
+Color lit(const ViewHit& hit, const ViewRay& ray) {
+  const float head = std::max(0.0f, -dot(hit.normal, ray.direction));
+  const float light = hit.unlit ? 1 : 0.72f * head + 0.30f * (0.5f + 0.5f * hit.normal[1]);
+  const auto part = [&](float c) { return displayed((hit.unlit ? c : 0.015f + 0.94f * c) * light); };
+  return {part(hit.color[0]), part(hit.color[1]), part(hit.color[2])};
+}
+
+// The grid of the ground plane, filtered by what a pixel covers and faded towards the horizon.
+class Grid {
+ public:
+  explicit Grid(const PictureSetup& setup)
+      : step_(static_cast<float>(setup.gridStep)), orthographic_(setup.camera.orthographic),
+        perPixel_(static_cast<float>(2 * setup.camera.half / setup.height)) {}
+
+  // Lays the grid over `under` where the ground lies before what the ray met.
+  Color over(Color under, const ViewRay& ray, float hitDistance) const {
+    const float fall = ray.direction[1];
+    if (std::abs(fall) < 1e-5f) return under;
+    const float t = -ray.origin[1] / fall;
+    if (t <= ray.near || t > ray.far || t >= hitDistance * (1 - 1e-4f)) return under;
+    const float x = ray.origin[0] + t * ray.direction[0], z = ray.origin[2] + t * ray.direction[2];
+    const float dx = t * ray.direction[0], dz = t * ray.direction[2];
+    const float along = std::sqrt(dx * dx + dz * dz);
+    const float wide = orthographic_ ? perPixel_ : perPixel_ * t, deep = wide / std::abs(fall);
+    const float hx = along > 0 ? std::abs(dx) / along : 0, hz = along > 0 ? std::abs(dz) / along : 1;
+    const float fx = hx * deep + hz * wide, fz = hz * deep + hx * wide; // a pixel's reach in x and z
+    float fade = std::exp(-along / (70 * step_)) * std::min(1.0f, std::abs(fall) * 14);
+    if (fall > 0) fade *= 0.4f; // seen from below
+    const float thin = std::max(line(x, fx, step_), line(z, fz, step_));
+    const float thick = std::max(line(x, fx, 10 * step_), line(z, fz, 10 * step_));
+    Color color = mix(under, thinLine, 0.55f * fade * thin);
+    color = mix(color, thickLine, 0.8f * fade * thick);
+    color = mix(color, xLine, fade * std::clamp(1.2f - std::abs(z) / fz, 0.0f, 1.0f));
+    return mix(color, zLine, fade * std::clamp(1.2f - std::abs(x) / fx, 0.0f, 1.0f));
+  }
+
+ private:
+  static float line(float at, float reach, float step) {
+    const float u = at / step, distance = std::abs(u - std::round(u)) * step;
+    const float dense = std::clamp(1.6f - 4 * reach / step, 0.0f, 1.0f); // lines that merge go
+    return std::clamp(1 - distance / reach, 0.0f, 1.0f) * dense;
+  }
+  float step_;
+  bool orthographic_;
+  float perPixel_;
+};
+
+class Shader {
+ public:
+  Shader(const PictureSetup& setup, const ViewScene* scene) : setup_(setup), scene_(scene), grid_(setup) {}
+
+  ViewRay ray(double x, double y) const { return setup_.camera.ray(x / setup_.ratio, y / setup_.ratio); }
+
+  void trace(std::span<const ViewRay> rays, std::span<ViewHit> hits) const {
+    if (scene_)
+      scene_->trace(rays, hits);
+    else
+      std::fill(hits.begin(), hits.end(), ViewHit());
+  }
+
+  // `y` in device pixels.
+  Color shade(const ViewRay& ray, const ViewHit& hit, double y) const {
+    const float down = static_cast<float>(std::clamp(y / setup_.height, 0.0, 1.0));
+    const Color color = hit.object ? lit(hit, ray) : mix(backgroundTop, backgroundBottom, down);
+    return setup_.hasDocument ? grid_.over(color, ray, hit.object ? hit.distance : 1e30f) : color;
+  }
+
+ private:
+  const PictureSetup& setup_;
+  const ViewScene* scene_;
+  Grid grid_;
+};
+
+// Calls `work(left, top, right, bottom)` for every tile, with the workers, until it is abandoned.
+template <class Work>
+bool forEachTile(int width, int height, int workers, const Abandoned& abandoned, const Work& work) {
+  const int across = (width + tileSize - 1) / tileSize, down = (height + tileSize - 1) / tileSize;
+  std::atomic<int> next{0};
+  std::atomic<bool> left{false};
+  runOnWorkers(std::clamp(workers, 1, std::max(1, across * down)), [&](int) {
+    for (int tile; (tile = next.fetch_add(1)) < across * down;) {
+      if (left || (abandoned && abandoned())) {
+        left = true;
+        return;
+      }
+      const int x = tile % across * tileSize, y = tile / across * tileSize;
+      work(x, y, std::min(x + tileSize, width), std::min(y + tileSize, height));
+    }
+  });
+  return !left;
+}
+
+template <class Work>
+void forEachRow(int height, int workers, const Work& work) {
+  std::atomic<int> next{0};
+  constexpr int band = 16;
+  runOnWorkers(std::clamp(workers, 1, std::max(1, height / band)), [&](int) {
+    for (int first; (first = next.fetch_add(band)) < height;)
+      for (int y = first; y < std::min(first + band, height); ++y)
+        work(y);
+  });
+}
+
+std::size_t indexOf(const TracedPixels& pixels, int x, int y) {
+  return static_cast<std::size_t>(y) * static_cast<std::size_t>(pixels.width) + static_cast<std::size_t>(x);
+}
+
+// The pixel whose ray stands for the block that starts at `start`.
+int middle(int start, int block, int limit) {
+  return std::min(start + block / 2, limit - 1);
+}
+
+// Rays of one tile, traced together.
+struct Batch {
+  std::vector<ViewRay> rays;
+  std::vector<ViewHit> hits;
+  std::vector<std::array<int, 2>> places;
+  void clear() { rays.clear(), places.clear(); }
+  void add(const ViewRay& ray, int x, int y) { rays.push_back(ray), places.push_back({x, y}); }
+};
+
+} // namespace
+
+bool sameRays(const PictureSetup& a, const PictureSetup& b) noexcept {
+  return a.width == b.width && a.height == b.height && a.ratio == b.ratio && a.camera == b.camera &&
+         a.hasDocument == b.hasDocument && a.gridStep == b.gridStep;
+}
+
+bool sameMarks(const PictureSetup& a, const PictureSetup& b) {
+  const auto same = [](const auto& x, const auto& y) {
+    return x == y || ((x ? *x : std::unordered_set<Identity>()) == (y ? *y : std::unordered_set<Identity>()));
+  };
+  return a.safeFrame == b.safeFrame && a.symbols == b.symbols && same(a.selection, b.selection);
+}
+
+void TracedPixels::reset(int newWidth, int newHeight) {
+  width = newWidth, height = newHeight;
+  const std::size_t count = static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
+  colors.resize(count);
+  objects.resize(count);
+  done.assign(count, 0);
+}
+
+bool traceLevel(const PictureSetup& setup, const ViewScene* scene, int block, int workers,
+                const Abandoned& abandoned, TracedPixels& pixels, long& rays) {
+  const Shader shader(setup, scene);
+  std::atomic<long> traced{0};
+  const bool whole = forEachTile(
+      pixels.width, pixels.height, workers, abandoned, [&](int left, int top, int right, int bottom) {
+        thread_local Batch batch;
+        batch.clear();
+        for (int y = top; y < bottom; y += block)
+          for (int x = left; x < right; x += block) {
+            const int px = middle(x, block, pixels.width), py = middle(y, block, pixels.height);
+            if (!pixels.done[indexOf(pixels, px, py)]) batch.add(shader.ray(px + 0.5, py + 0.5), px, py);
+          }
+        batch.hits.resize(batch.rays.size());
+        shader.trace(batch.rays, batch.hits);
+        for (std::size_t i = 0; i < batch.rays.size(); ++i) {
+          const auto [x, y] = batch.places[i];
+          const std::size_t at = indexOf(pixels, x, y);
+          pixels.colors[at] = packed(shader.shade(batch.rays[i], batch.hits[i], y + 0.5));
+          pixels.objects[at] = batch.hits[i].object;
+          pixels.done[at] = 1;
+        }
+        traced.fetch_add(static_cast<long>(batch.rays.size()), std::memory_order_relaxed);
+      });
+  rays = traced;
+  return whole;
+}
+
+namespace {
+
+bool differ(std::uint32_t a, std::uint32_t b) {
+  for (int shift = 0; shift < 24; shift += 8)
+    if (std::abs(static_cast<int>(a >> shift & 255) - static_cast<int>(b >> shift & 255)) > 14) return true;
+  return false;
+}
+
+// Whether a pixel differs from one beside, above or below it.
+bool atEdge(const TracedPixels& pixels, int x, int y) {
+  const std::size_t here = indexOf(pixels, x, y);
+  constexpr std::array<std::array<int, 2>, 4> sides{{{1, 0}, {-1, 0}, {0, 1}, {0, -1}}};
+  for (const auto& [dx, dy] : sides) {
+    const int nx = x + dx, ny = y + dy;
+    if (nx < 0 || ny < 0 || nx >= pixels.width || ny >= pixels.height) continue;
+    const std::size_t there = indexOf(pixels, nx, ny);
+    if (pixels.objects[here] != pixels.objects[there] || differ(pixels.colors[here], pixels.colors[there]))
+      return true;
+  }
+  return false;
+}
+
+} // namespace
+
+bool smoothEdges(const PictureSetup& setup, const ViewScene* scene, int workers, const Abandoned& abandoned,
+                 TracedPixels& pixels) {
+  // A square of four, turned so that no two share a row or column.
+  constexpr std::array<std::array<double, 2>, 4> offsets{
+      {{0.375, 0.125}, {0.875, 0.375}, {0.625, 0.875}, {0.125, 0.625}}};
+  const Shader shader(setup, scene);
+  std::vector<std::uint32_t> smooth = pixels.colors;
+  const bool whole = forEachTile(
+      pixels.width, pixels.height, workers, abandoned, [&](int left, int top, int right, int bottom) {
+        thread_local Batch batch;
+        batch.clear();
+        for (int y = top; y < bottom; ++y)
+          for (int x = left; x < right; ++x)
+            if (atEdge(pixels, x, y))
+              for (const auto& [dx, dy] : offsets)
+                batch.add(shader.ray(x + dx, y + dy), x, y);
+        batch.hits.resize(batch.rays.size());
+        shader.trace(batch.rays, batch.hits);
+        for (std::size_t i = 0; i + 3 < batch.rays.size(); i += 4) {
+          const auto [x, y] = batch.places[i];
+          const std::size_t at = indexOf(pixels, x, y);
+          Color sum = unpacked(pixels.colors[at]);
+          for (std::size_t k = 0; k < 4; ++k)
+            sum = sum + shader.shade(batch.rays[i + k], batch.hits[i + k], y + offsets[k][1]);
+          smooth[at] = packed(sum * 0.2f);
+        }
+      });
+  if (whole) pixels.colors = std::move(smooth);
+  return whole;
+}
+
+int outlineWidth(double ratio) noexcept {
+  return std::max(1, static_cast<int>(std::lround(2 * ratio)));
+}
+
+namespace {
+
+// Marks every row's pixels that lie within `reach` of a marked one in the same row.
+void spreadRow(const std::uint8_t* from, std::uint8_t* to, int width, int reach) {
+  int last = -reach - 1; // the marked pixel before
+  for (int x = 0; x < width; ++x) {
+    if (from[x]) last = x;
+    to[x] = x - last <= reach;
+  }
+  last = width + reach;
+  for (int x = width - 1; x >= 0; --x) {
+    if (from[x]) last = x;
+    if (last - x <= reach) to[x] = 1;
+  }
+}
+
+// Draws the accent colour around the pixels of selected objects.
+void outline(const PictureSetup& setup, const TracedPixels& pixels, int block, int workers,
+             ViewImage& image) {
+  const std::size_t count = image.pixels.size();
+  std::vector<std::uint8_t> chosen(count), spread(count);
+  const auto row = [&](int y) { return static_cast<std::size_t>(y) * static_cast<std::size_t>(image.width); };
+  std::atomic<bool> any{false};
+  const int reach = outlineWidth(setup.ratio);
+  forEachRow(image.height, workers, [&](int y) {
+    const int from = middle(y / block * block, block, image.height);
+    Identity last = 0;
+    bool lastChosen = false, found = false;
+    for (int x = 0; x < image.width; ++x) {
+      const Identity object =
+          pixels.objects[indexOf(pixels, middle(x / block * block, block, image.width), from)];
+      if (object != last) last = object, lastChosen = setup.selection->count(object) != 0;
+      chosen[row(y) + static_cast<std::size_t>(x)] = lastChosen;
+      found = found || lastChosen;
+    }
+    if (found) any = true;
+    spreadRow(&chosen[row(y)], &spread[row(y)], image.width, reach);
+  });
+  if (!any) return;
+  forEachRow(image.height, workers, [&](int y) {
+    const int first = std::max(0, y - reach), last = std::min(image.height - 1, y + reach);
+    for (int x = 0; x < image.width; ++x) {
+      const auto column = static_cast<std::size_t>(x);
+      if (chosen[row(y) + column]) continue;
+      for (int near = first; near <= last; ++near)
+        if (spread[row(near) + column]) {
+          image.pixels[row(y) + column] = accentColor;
+          break;
+        }
+    }
+  });
+}
+
+// A line with soft edges, in device pixels.
+void strokeLine(ViewImage& image, double x0, double y0, double x1, double y1, double width, Color color) {
+  const double reach = width / 2 + 1;
+  if (!std::isfinite(x0 + y0 + x1 + y1)) return;
+  const auto bound = [](double v, int limit) {
+    return static_cast<int>(std::clamp(v, 0.0, static_cast<double>(limit)));
+  };
+  const int left = bound(std::min(x0, x1) - reach, image.width),
+            right = bound(std::max(x0, x1) + reach + 1, image.width),
+            top = bound(std::min(y0, y1) - reach, image.height),
+            bottom = bound(std::max(y0, y1) + reach + 1, image.height);
+  const double dx = x1 - x0, dy = y1 - y0, square = dx * dx + dy * dy;
+  for (int y = top; y < bottom; ++y)
+    for (int x = left; x < right; ++x) {
+      const double px = x + 0.5 - x0, py = y + 0.5 - y0;
+      const double t = square > 0 ? std::clamp((px * dx + py * dy) / square, 0.0, 1.0) : 0;
+      const double distance = std::hypot(px - t * dx, py - t * dy);
+      const auto cover = static_cast<float>(std::clamp(width / 2 + 0.5 - distance, 0.0, 1.0));
+      if (cover <= 0) continue;
+      std::uint32_t& pixel = image.at(x, y);
+      pixel = packed(mix(unpacked(pixel), color, cover));
+    }
+}
+
+// A sign's lines, in logical pixels around its place.
+using Stroke = std::array<double, 4>;
+
+std::vector<Stroke> strokesOf(ViewSymbol::Kind kind) {
+  std::vector<Stroke> strokes;
+  if (kind == ViewSymbol::Kind::camera)
+    return {{-8, -4, 3, -4}, {3, -4, 3, 4}, {3, 4, -8, 4}, {-8, 4, -8, -4},
+            {3, 0, 8, -4},   {8, -4, 8, 4}, {8, 4, 3, 0}};
+  constexpr int corners = 12;
+  constexpr double turn = 2 * 3.14159265358979323846 / corners;
+  for (int i = 0; i < corners; ++i) {
+    const double a = i * turn, b = a + turn;
+    strokes.push_back({4 * std::cos(a), 4 * std::sin(a), 4 * std::cos(b), 4 * std::sin(b)});
+    if (i % 3 == 0) strokes.push_back({6 * std::cos(a), 6 * std::sin(a), 9 * std::cos(a), 9 * std::sin(a)});
+  }
+  return strokes;
+}
+
+void drawSymbol(const PictureSetup& setup, const ViewSymbol& symbol, ViewImage& image) {
+  const auto spot = setup.camera.project(symbol.place);
+  if (!spot || std::abs(spot->x) > 1e6 || std::abs(spot->y) > 1e6) return;
+  auto strokes = strokesOf(symbol.kind);
+  if (symbol.direction != Vector()) {
+    // Where it shines or looks, always the same length on the screen when it lies in its plane.
+    const double x = Dot(symbol.direction, setup.camera.toWorld.v1) * 26,
+                 y = -Dot(symbol.direction, setup.camera.toWorld.v2) * 26;
+    if (std::hypot(x, y) > 10) strokes.push_back({x * 0.42, y * 0.42, x, y});
+  }
+  const double r = setup.ratio;
+  const Color color = symbol.selected ? unpacked(accentColor) : Color{216, 216, 220};
+  for (const auto& [wide, shade] : {std::pair{2.8, Color{20, 20, 22}}, std::pair{1.3, color}})
+    for (const Stroke& s : strokes)
+      strokeLine(image, (spot->x + s[0]) * r, (spot->y + s[1]) * r, (spot->x + s[2]) * r,
+                 (spot->y + s[3]) * r, wide * r, shade);
+}
+
+void darkenSurround(const PictureSetup& setup, int workers, ViewImage& image) {
+  const auto& [left, top, right, bottom] = setup.safeFrame;
+  if (left <= 0 && top <= 0 && right >= image.width && bottom >= image.height) return;
+  forEachRow(image.height, workers, [&](int y) {
+    const bool all = y < top || y >= bottom;
+    for (int x = 0; x < image.width; ++x) {
+      if (!all && x >= left && x < right) continue;
+      std::uint32_t& pixel = image.at(x, y);
+      pixel = 0xff000000U | (pixel >> 1 & 0x7f7f7f);
+    }
+  });
+}
+
+void drawTripod(const PictureSetup& setup, ViewImage& image) {
+  if (setup.camera.width < 120 || setup.camera.height < 120) return;
+  constexpr std::array<Color, 3> colors{Color{210, 88, 88}, Color{118, 176, 96}, Color{92, 132, 214}};
+  const Tripod tripod = tripodOf(setup.camera);
+  std::array<std::size_t, 3> order{0, 1, 2};
+  std::sort(order.begin(), order.end(),
+            [&](std::size_t a, std::size_t b) { return tripod.depths[a] > tripod.depths[b]; });
+  const double r = setup.ratio;
+  for (const std::size_t axis : order)
+    strokeLine(image, tripod.x * r, tripod.y * r, tripod.ends[axis][0] * r, tripod.ends[axis][1] * r, 2 * r,
+               colors[axis]);
+}
+
+} // namespace
+
+Tripod tripodOf(const ViewCamera& camera) {
+  constexpr double length = 24;
+  Tripod tripod{40, camera.height - 40, {}, {}};
+  const std::array<Vector, 3> axes{Vector(1, 0, 0), Vector(0, 1, 0), Vector(0, 0, 1)};
+  for (std::size_t i = 0; i < 3; ++i) {
+    tripod.ends[i] = {tripod.x + length * Dot(axes[i], camera.toWorld.v1),
+                      tripod.y - length * Dot(axes[i], camera.toWorld.v2)};
+    tripod.depths[i] = -Dot(axes[i], camera.toWorld.v3);
+  }
+  return tripod;
+}
+
+ViewImage finishPicture(const PictureSetup& setup, const TracedPixels& pixels, int block, int workers) {
+  ViewImage image{pixels.width, pixels.height, {}};
+  image.pixels.resize(pixels.colors.size());
+  forEachRow(image.height, workers, [&](int y) {
+    const int from = middle(y / block * block, block, image.height);
+    for (int x = 0; x < image.width; ++x)
+      image.at(x, y) = pixels.colors[indexOf(pixels, middle(x / block * block, block, image.width), from)];
+  });
+  if (setup.selection && !setup.selection->empty()) outline(setup, pixels, block, workers, image);
+  for (const ViewSymbol& symbol : setup.symbols)
+    drawSymbol(setup, symbol, image);
+  darkenSurround(setup, workers, image);
+  if (setup.hasDocument) drawTripod(setup, image);
+  return image;
+}
+
+} // namespace host
