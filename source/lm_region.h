@@ -38,6 +38,8 @@ class lmRegionHook : public SceneHookData {
   virtual LONG GetCorner(int x, int y);
 
  private:
+  void MoveBox(BaseDocument* doc, BaseDraw* bd, LONG dragW, LONG dragH, Real dx, Real dy);
+
   LONG left = 0, top = 0, right = 0, bottom = 0; // the box of the last GetRegion, relative to the frame
   Real aspect = 1.333334;
   Real size = 0.5;
