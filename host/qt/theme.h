@@ -22,7 +22,8 @@ struct Tokens {
   QColor raised, hover, pressed; // a button: at rest, under the pointer, held
   QColor text, dim, disabled;
   QColor accent, onAccent, accentSoft; // soft: behind a selected row
-  QColor warning, error, good;
+  QColor warning, error, good;         // marks and lines
+  QColor warningText, errorText;       // words
 };
 
 // Lengths in logical pixels.
