@@ -167,6 +167,15 @@ int middle(int start, int block, int limit) {
   return std::min(start + block / 2, limit - 1);
 }
 
+// For every pixel of a row or column the one that stands for it.
+std::vector<int> middles(int block, int limit) {
+  std::vector<int> list(static_cast<std::size_t>(limit));
+  for (int start = 0; start < limit; start += block)
+    std::fill(list.begin() + start, list.begin() + std::min(start + block, limit),
+              middle(start, block, limit));
+  return list;
+}
+
 // Rays of one tile, traced together.
 struct Batch {
   std::vector<ViewRay> rays;
@@ -309,15 +318,16 @@ void outline(const PictureSetup& setup, const TracedPixels& pixels, int block, i
   const auto row = [&](int y) { return static_cast<std::size_t>(y) * static_cast<std::size_t>(image.width); };
   std::atomic<bool> any{false};
   const int reach = outlineWidth(setup.ratio);
+  const std::vector<int> columns = middles(block, image.width), rows = middles(block, image.height);
   forEachRow(image.height, workers, [&](int y) {
-    const int from = middle(y / block * block, block, image.height);
+    const Identity* const objects = &pixels.objects[indexOf(pixels, 0, rows[static_cast<std::size_t>(y)])];
+    std::uint8_t* const marks = &chosen[row(y)];
     Identity last = 0;
     bool lastChosen = false, found = false;
-    for (int x = 0; x < image.width; ++x) {
-      const Identity object =
-          pixels.objects[indexOf(pixels, middle(x / block * block, block, image.width), from)];
+    for (std::size_t x = 0; x < columns.size(); ++x) {
+      const Identity object = objects[columns[x]];
       if (object != last) last = object, lastChosen = setup.selection->count(object) != 0;
-      chosen[row(y) + static_cast<std::size_t>(x)] = lastChosen;
+      marks[x] = lastChosen;
       found = found || lastChosen;
     }
     if (found) any = true;
@@ -325,16 +335,17 @@ void outline(const PictureSetup& setup, const TracedPixels& pixels, int block, i
   });
   if (!any) return;
   forEachRow(image.height, workers, [&](int y) {
-    const int first = std::max(0, y - reach), last = std::min(image.height - 1, y + reach);
-    for (int x = 0; x < image.width; ++x) {
-      const auto column = static_cast<std::size_t>(x);
-      if (chosen[row(y) + column]) continue;
-      for (int near = first; near <= last; ++near)
-        if (spread[row(near) + column]) {
-          image.pixels[row(y) + column] = accentColor;
-          break;
-        }
+    // Marked within reach above or below, row by row so that the memory is read in order.
+    thread_local std::vector<std::uint8_t> near;
+    near.assign(columns.size(), 0);
+    for (int other = std::max(0, y - reach); other <= std::min(image.height - 1, y + reach); ++other) {
+      const std::uint8_t* const marks = &spread[row(other)];
+      for (std::size_t x = 0; x < near.size(); ++x)
+        near[x] |= marks[x];
     }
+    const std::uint8_t* const marks = &chosen[row(y)];
+    for (std::size_t x = 0; x < near.size(); ++x)
+      if (near[x] && !marks[x]) image.pixels[row(y) + x] = accentColor;
   });
 }
 
@@ -441,10 +452,12 @@ Tripod tripodOf(const ViewCamera& camera) {
 ViewImage finishPicture(const PictureSetup& setup, const TracedPixels& pixels, int block, int workers) {
   ViewImage image{pixels.width, pixels.height, {}};
   image.pixels.resize(pixels.colors.size());
+  const std::vector<int> columns = middles(block, image.width), rows = middles(block, image.height);
   forEachRow(image.height, workers, [&](int y) {
-    const int from = middle(y / block * block, block, image.height);
-    for (int x = 0; x < image.width; ++x)
-      image.at(x, y) = pixels.colors[indexOf(pixels, middle(x / block * block, block, image.width), from)];
+    const std::uint32_t* const from = &pixels.colors[indexOf(pixels, 0, rows[static_cast<std::size_t>(y)])];
+    std::uint32_t* const to = &image.at(0, y);
+    for (std::size_t x = 0; x < columns.size(); ++x)
+      to[x] = from[columns[x]];
   });
   if (setup.selection && !setup.selection->empty()) outline(setup, pixels, block, workers, image);
   for (const ViewSymbol& symbol : setup.symbols)

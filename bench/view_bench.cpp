@@ -1,0 +1,154 @@
+// The editor view: how many pictures a second show while somebody orbits, and what the main thread pays.
+// Arguments: width, height. A scene that is not there is skipped with an error line.
+// LUMENARA_VIEW_PICTURE=FILE also writes the last, smooth picture.
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <cstdlib>
+#include <vector>
+
+#include "active_document.h"
+#include "c4d.h"
+#include "editor_view.h"
+#include "scene_file.h"
+#include "view_tracer.h"
+
+namespace {
+
+using Steady = std::chrono::steady_clock;
+
+Filename spheres() {
+  return Filename(LUMENARA_SCENES_DIR) + "MetalRoughSpheresNoTextures/MetalRoughSpheresNoTextures.gltf";
+}
+
+Filename demo() {
+  return Filename(LUMENARA_SOURCE_DIR) + "scenes/demo.glb";
+}
+
+double secondsSince(Steady::time_point start) {
+  return std::chrono::duration<double>(Steady::now() - start).count();
+}
+
+void writePicture(const host::ViewImage& image) {
+  const char* file = std::getenv("LUMENARA_VIEW_PICTURE");
+  if (!file) return;
+  BaseBitmap* bitmap = BaseBitmap::Alloc();
+  if (bitmap && bitmap->Init(image.width, image.height, 24) == IMAGERESULT_OK) {
+    for (int y = 0; y < image.height; ++y)
+      for (int x = 0; x < image.width; ++x) {
+        const std::uint32_t p = image.at(x, y);
+        bitmap->SetPixel(x, y, p >> 16 & 255, p >> 8 & 255, p & 255);
+      }
+    bitmap->Save(Filename(file), FILTER_PNG, nullptr, SAVEBIT_0);
+  }
+  BaseBitmap::Free(bitmap);
+}
+
+// A hand that orbits for two seconds: 125 mouse events a second, whether pictures keep up or not. Counts the
+// pictures that the desktop would show, and measures the worst gap between two.
+void orbit(benchmark::State& state, Filename (*file)()) {
+  host::LoadResult loaded = host::loadDocument(file());
+  if (!loaded.document) {
+    state.SkipWithError(loaded.error.c_str());
+    return;
+  }
+  host::setActiveDocument(loaded.document.release());
+  int shown = 0;
+  double longest = 0;
+  Steady::time_point last;
+  {
+    host::EditorViewServices services;
+    services.tracer = &host::viewTracer();
+    services.present = [&] {
+      longest = std::max(longest, shown ? secondsSince(last) : 0);
+      ++shown;
+      last = Steady::now();
+    };
+    services.viewChanged = [] { EventAdd(); };
+    host::EditorView view(services);
+    view.resize(static_cast<int>(state.range(0)), static_cast<int>(state.range(1)));
+    view.lookThrough(nullptr);
+    view.finishPicture(60000);
+    view.frameAll();
+    if (!view.finishPicture(60000)) state.SkipWithError("The first picture did not come within a minute.");
+    if (std::getenv("LUMENARA_VIEW_PICTURE")) {
+      if (BaseObject* object = view.objectAt(view.width() / 2, view.height() / 2)) object->SetBit(BIT_ACTIVE);
+      view.repaintSoon();
+      view.finishPicture();
+    }
+
+    double views = 0, seconds = 0, mainSeconds = 0, slowest = 0;
+    for (auto _ : state) {
+      const double mainBefore = view.stats().mainSeconds;
+      shown = 0, longest = 0;
+      const auto start = Steady::now();
+      host::ViewMouse mouse{300, 300, host::MouseButton::left, {}, false};
+      mouse.keys.alt = true;
+      view.mousePress(mouse);
+      for (int event = 1; event <= 250; ++event) {
+        const auto next = start + std::chrono::milliseconds(8 * event);
+        mouse.x = 300 + event, mouse.y = 300 + 20 * std::sin(event * 0.05);
+        view.mouseMove(mouse);
+        for (host::mainLoop().runDue(); Steady::now() < next; host::mainLoop().runDue()) {
+          const auto left =
+              std::chrono::duration_cast<std::chrono::milliseconds>(next - Steady::now()).count();
+          host::mainLoop().waitAndRun(host::clock().now() + std::max<host::Milliseconds>(0, left));
+        }
+      }
+      view.mouseRelease(mouse);
+      seconds += secondsSince(start);
+      views += shown;
+      slowest = std::max(slowest, longest);
+      mainSeconds += view.stats().mainSeconds - mainBefore;
+    }
+    state.counters["views_per_s"] = views / seconds;
+    state.counters["worst_gap_ms"] = slowest * 1000;
+    state.counters["main_ms_per_view"] = mainSeconds * 1000 / std::max(1.0, views);
+    state.counters["main_percent"] = mainSeconds * 100 / seconds;
+    const auto smooth = Steady::now();
+    view.finishPicture(60000);
+    state.counters["smooth_after_ms"] = secondsSince(smooth) * 1000;
+    writePicture(view.image());
+  }
+  host::setActiveDocument(nullptr);
+}
+
+// What an answer to a click costs.
+void pick(benchmark::State& state, Filename (*file)()) {
+  host::LoadResult loaded = host::loadDocument(file());
+  if (!loaded.document) {
+    state.SkipWithError(loaded.error.c_str());
+    return;
+  }
+  host::setActiveDocument(loaded.document.release());
+  {
+    host::EditorViewServices services;
+    services.tracer = &host::viewTracer();
+    host::EditorView view(services);
+    view.resize(960, 600);
+    view.finishPicture(60000);
+    double x = 0;
+    for (auto _ : state)
+      benchmark::DoNotOptimize(view.objectAt(x = std::fmod(x + 7.3, 960), 300));
+  }
+  host::setActiveDocument(nullptr);
+}
+
+BENCHMARK_CAPTURE(orbit, spheres, spheres)
+    ->Args({960, 600})
+    ->Args({1920, 1200})
+    ->Iterations(1)
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime();
+BENCHMARK_CAPTURE(orbit, demo, demo)
+    ->Args({960, 600})
+    ->Iterations(1)
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime();
+BENCHMARK_CAPTURE(pick, spheres, spheres)->Unit(benchmark::kMicrosecond);
+
+} // namespace
+
+BENCHMARK_MAIN();
