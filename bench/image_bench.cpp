@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "film.h"
+#include "lm_thread.h"
 
 namespace {
 
@@ -90,6 +91,40 @@ void stampText(benchmark::State& state) {
       map->TextAt(4 + pass % 5, 4 + pass / 5, text);
 }
 BENCHMARK(stampText)->Unit(benchmark::kMicrosecond);
+
+/// The same arithmetic on words: the mean of each eye into red, and into green and blue.
+void anaglyphPlain(const std::vector<std::uint32_t>& left, const std::vector<std::uint32_t>& right,
+                   std::vector<std::uint32_t>& to) {
+  const auto mean = [](std::uint32_t w) { return ((w >> 16 & 255) + (w >> 8 & 255) + (w & 255)) / 3; };
+  for (std::size_t i = 0; i < to.size(); ++i)
+    to[i] = 0xff000000u | mean(left[i]) << 16 | mean(right[i]) * 0x101u;
+}
+
+/// Two eyes made one picture; `ratio` is how many times slower it is than plain loops over words. The plain
+/// loops know the colours of red-cyan glasses, the plug-in takes any.
+void anaglyph(benchmark::State& state) {
+  AutoAlloc<BaseBitmap> left, right, both;
+  fill(*left);
+  fill(*right);
+  fill(*both);
+  std::vector<std::uint32_t> plainLeft(static_cast<std::size_t>(width) * height, 0x102030),
+      plainRight(plainLeft), plainBoth(plainLeft);
+  double calls = 0, plain = 0;
+  for (auto _ : state) {
+    const auto start = std::chrono::steady_clock::now();
+    CombineEyes(left, right, LVector(1, 0, 0), LVector(0, 1, 1), state.range(0) != 0, 0, both);
+    calls += secondsSince(start);
+    state.PauseTiming();
+    const auto again = std::chrono::steady_clock::now();
+    anaglyphPlain(plainLeft, plainRight, plainBoth);
+    benchmark::DoNotOptimize(plainBoth.data());
+    plain += secondsSince(again);
+    state.ResumeTiming();
+  }
+  state.counters["plain_ms"] = plain * 1000 / static_cast<double>(state.iterations());
+  state.counters["ratio"] = calls / plain;
+}
+BENCHMARK(anaglyph)->ArgName("grey")->Arg(1)->Arg(0)->Unit(benchmark::kMillisecond);
 
 void scaleDown(benchmark::State& state) {
   AutoAlloc<BaseBitmap> bitmap, target;

@@ -63,7 +63,8 @@ LONG lmThread::RenderStereo(Job& job) {
 
   RenderEye(job, stereo.leftCamera, -stereo.separation * 0.5, stereo.left); // this result is dropped
   const LONG result = RenderEye(job, stereo.rightCamera, stereo.separation * 0.5, stereo.right);
-  CombineEyes(stereo);
+  CombineEyes(stereo.left, stereo.right, stereo.leftFactor, stereo.rightFactor,
+              settings->GetValue(LM_STEREO_GREY, 1), settings->GetValue(LM_STEREO_GREY_SOURCE, 0), bitmap);
 
   if (target) target->SetParameter(EXPRESSION_ENABLE, targetEnabled);
   return result;
@@ -115,23 +116,23 @@ UWORD Grey(UWORD r, UWORD g, UWORD b, LONG source) {
 } // namespace
 
 // One pass over the picture: each eye's grey where that is on, times its factors, added and cut to 255.
-void lmThread::CombineEyes(const Stereo& stereo) {
+void CombineEyes(const BaseBitmap* left, const BaseBitmap* right, const LVector& leftFactor,
+                 const LVector& rightFactor, Bool grey, LONG source, BaseBitmap* bitmap) {
   const LONG width = bitmap->GetBw(), height = bitmap->GetBh();
-  const Bool grey = settings->GetValue(LM_STEREO_GREY, 1);
-  const LONG source = settings->GetValue(LM_STEREO_GREY_SOURCE, 0);
-  const EyeTables left(stereo.leftFactor), right(stereo.rightFactor);
+  const EyeTables leftTables(leftFactor), rightTables(rightFactor);
 
   UWORD rl, gl, bl, rr, gr, br;
   for (LONG y = 0; y < height; ++y) {
     for (LONG x = 0; x < width; ++x) {
-      stereo.left->GetPixel(x, y, &rl, &gl, &bl);
-      stereo.right->GetPixel(x, y, &rr, &gr, &br);
+      left->GetPixel(x, y, &rl, &gl, &bl);
+      right->GetPixel(x, y, &rr, &gr, &br);
       if (grey) {
         rl = gl = bl = Grey(rl, gl, bl, source);
         rr = gr = br = Grey(rr, gr, br, source);
       }
-      bitmap->SetPixel(x, y, std::min(left.r[rl] + right.r[rr], 255), std::min(left.g[gl] + right.g[gr], 255),
-                       std::min(left.b[bl] + right.b[br], 255));
+      bitmap->SetPixel(x, y, std::min(leftTables.r[rl] + rightTables.r[rr], 255),
+                       std::min(leftTables.g[gl] + rightTables.g[gr], 255),
+                       std::min(leftTables.b[bl] + rightTables.b[br], 255));
     }
   }
 }

@@ -98,13 +98,17 @@ class lmThread : public C4DThread {
   LONG Render(Job& job);
   LONG RenderStereo(Job& job);
   LONG RenderEye(Job& job, BaseObject* namedCamera, Real shift, BaseBitmap* eye);
-  void CombineEyes(const Stereo& stereo);
   void WriteFrame(Job& job, LONG frame, LONG frameTimer);
   void ReportErrors(LONG result);
   void DrawBanner(const String& detail);
   void CleanUp(Job& job);
   void EndStatus(Job& job);
 };
+
+/// Combines the eyes' pictures into `bitmap`, all three of one size. Factors are colours, one a channel;
+/// `source` is where the grey comes from: 1 red, 2 green, 3 blue, others the mean.
+void CombineEyes(const BaseBitmap* left, const BaseBitmap* right, const LVector& leftFactor,
+                 const LVector& rightFactor, Bool grey, LONG source, BaseBitmap* bitmap);
 
 /// Makes `camera` the one that the render view and the active view of `doc` look through.
 void SetSceneCameras(BaseDocument* doc, BaseObject* camera);

@@ -73,7 +73,8 @@ void GeClipMap::Free(GeClipMap*& map) {
 }
 
 void GeClipMap::Destroy() {
-  data_->width = data_->height = 0;
+  data_->width = data_->height = width_ = height_ = 0;
+  pixels_ = nullptr;
   data_->pixels = {};
   data_->drawing = false;
 }
@@ -90,8 +91,9 @@ IMAGERESULT GeClipMap::Init(LONG width, LONG height, LONG bits) {
   } catch (const std::bad_alloc&) {
     return IMAGERESULT_OUTOFMEMORY;
   }
-  data_->width = width;
-  data_->height = height;
+  data_->width = width_ = width;
+  data_->height = height_ = height;
+  pixels_ = data_->pixels.data();
   return IMAGERESULT_OK;
 }
 
@@ -106,12 +108,6 @@ IMAGERESULT GeClipMap::Init(const Filename& name) {
   return IMAGERESULT_OK;
 }
 
-LONG GeClipMap::GetBw() const {
-  return data_->width;
-}
-LONG GeClipMap::GetBh() const {
-  return data_->height;
-}
 void GeClipMap::BeginDraw() {
   data_->drawing = data_->width > 0;
 }
@@ -126,18 +122,6 @@ void GeClipMap::SetDrawMode(GE_CM_DRAWMODE mode, LONG value) {
 
 void GeClipMap::SetColor(LONG r, LONG g, LONG b, LONG a) {
   data_->colour = host::joinWord(byteOf(r), byteOf(g), byteOf(b), byteOf(a));
-}
-
-void GeClipMap::SetPixelRGBA(LONG x, LONG y, LONG r, LONG g, LONG b, LONG a) {
-  if (data_->inside(x, y)) data_->at(x, y) = host::joinWord(byteOf(r), byteOf(g), byteOf(b), byteOf(a));
-}
-
-void GeClipMap::GetPixelRGBA(LONG x, LONG y, LONG* r, LONG* g, LONG* b, LONG* a) const {
-  const ULONG word = data_->inside(x, y) ? data_->at(x, y) : 0;
-  if (r) *r = static_cast<LONG>(host::channelOf(word, 16));
-  if (g) *g = static_cast<LONG>(host::channelOf(word, 8));
-  if (b) *b = static_cast<LONG>(host::channelOf(word, 0));
-  if (a) *a = static_cast<LONG>(host::channelOf(word, 24));
 }
 
 void GeClipMap::FillRect(LONG x1, LONG y1, LONG x2, LONG y2) {

@@ -140,8 +140,8 @@ class C4D_API GeClipMap {
   IMAGERESULT Init(LONG width, LONG height, LONG bits = 32);
   IMAGERESULT Init(const Filename& name);
   void Destroy();
-  LONG GetBw() const;
-  LONG GetBh() const;
+  LONG GetBw() const noexcept { return width_; }
+  LONG GetBh() const noexcept { return height_; }
 
   void BeginDraw();
   void EndDraw();
@@ -150,9 +150,18 @@ class C4D_API GeClipMap {
   void SetDrawMode(GE_CM_DRAWMODE mode, LONG value = 255);
   void SetColor(LONG r, LONG g, LONG b, LONG a = 255);
   /// Writes whatever the draw mode, also outside `BeginDraw`; values are cut to 0 to 255, outside is ignored.
-  void SetPixelRGBA(LONG x, LONG y, LONG r, LONG g, LONG b, LONG a = 255);
+  void SetPixelRGBA(LONG x, LONG y, LONG r, LONG g, LONG b, LONG a = 255) noexcept {
+    if (!Inside(x, y)) return;
+    pixels_[Index(x, y)] = (Byte(a) << 24) | (Byte(r) << 16) | (Byte(g) << 8) | Byte(b);
+  }
   /// Outside is 0; a null pointer is passed over.
-  void GetPixelRGBA(LONG x, LONG y, LONG* r, LONG* g, LONG* b, LONG* a) const;
+  void GetPixelRGBA(LONG x, LONG y, LONG* r, LONG* g, LONG* b, LONG* a) const noexcept {
+    const ULONG word = Inside(x, y) ? pixels_[Index(x, y)] : 0;
+    if (r) *r = static_cast<LONG>((word >> 16) & 255);
+    if (g) *g = static_cast<LONG>((word >> 8) & 255);
+    if (b) *b = static_cast<LONG>(word & 255);
+    if (a) *a = static_cast<LONG>(word >> 24);
+  }
   void FillRect(LONG x1, LONG y1, LONG x2, LONG y2); // inclusive
   void Line(LONG x1, LONG y1, LONG x2, LONG y2);
   /// Draws the part of another map from (sx1, sy1) to (sx2, sy2), inclusive and cut to it, at (x, y), by the
@@ -174,6 +183,20 @@ class C4D_API GeClipMap {
   ~GeClipMap();
   GeClipMap(const GeClipMap&) = delete;
   GeClipMap& operator=(const GeClipMap&) = delete;
+
+  static constexpr ULONG Byte(LONG value) noexcept {
+    return value < 0 ? 0u : value > 255 ? 255u : static_cast<ULONG>(value);
+  }
+  bool Inside(LONG x, LONG y) const noexcept {
+    return static_cast<ULONG>(x) < static_cast<ULONG>(width_) &&
+           static_cast<ULONG>(y) < static_cast<ULONG>(height_);
+  }
+  std::size_t Index(LONG x, LONG y) const noexcept {
+    return static_cast<std::size_t>(y) * static_cast<std::size_t>(width_) + static_cast<std::size_t>(x);
+  }
+
+  LONG width_ = 0, height_ = 0;
+  ULONG* pixels_ = nullptr; // 0xAARRGGBB, rows from the top; kept in `data_`
   struct Data;
   Data* data_;
 };
