@@ -26,6 +26,7 @@ enum class AttributeId {
   lightColor,
   lightIntensity,
   lightRadius,
+  lightAngle, // distant lights: how large they look
   lightInnerCone,
   lightOuterCone,
   lightShadow,
@@ -64,10 +65,10 @@ enum class AttributeKind { boolean, integer, real, vector, color, choice, text }
 /// An attribute of a selection. Angles are in degrees, colours linear.
 ///
 /// `rotation` is a vector of heading, pitch and bank: the object is turned by the bank about its z axis, then
-/// by the pitch about x, then by the heading about y, so that a level camera's heading is its compass and its
-/// pitch looks up. Heading and bank lie between -180 and 180, pitch between -90 and 90. Angles in these
-/// ranges with up to nine decimals come back exactly as they were set; at a pitch of 90 or -90 the bank comes
-/// back as 0 and the heading holds both.
+/// by the pitch about x, then by the heading about y, so a camera's positive heading turns it to the left,
+/// its positive pitch up. Heading and bank lie above -180 and up to 180, pitch between -90 and 90. Angles in
+/// these ranges with up to nine decimals and pitches up to 89.9 come back exactly as they were set; at a
+/// pitch of 90 or -90 the bank comes back as 0 and the heading holds both.
 struct Attribute {
   AttributeId id = AttributeId::none;
   AttributeKind kind = AttributeKind::real;

@@ -32,7 +32,7 @@ bool selectObjects(BaseDocument& document, std::span<const Identity> objects,
                    SelectMode mode = SelectMode::replace);
 bool selectMaterial(BaseDocument& document, Identity material); // 0: none
 
-/// Sets the local matrix; the pose's parts stay exact where the matrix has no shear.
+/// Sets the matrix, exactly.
 bool setLocalMatrix(BaseDocument& document, Identity object, const Matrix& local);
 bool setWorldMatrix(BaseDocument& document, Identity object, const Matrix& world);
 
