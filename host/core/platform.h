@@ -40,6 +40,10 @@ struct FileTimes {
 };
 bool fileTimes(const Filename& file, FileTimes& times) noexcept;
 
+/// What tells a file from another one under the same name later. False leaves both as they are: there is no
+/// such file, or the system has no such numbers.
+bool fileIdentity(const Filename& file, std::uint64_t& device, std::uint64_t& number) noexcept;
+
 /// A lock between programs, held while the object lives. Where locks do not work it is not held.
 class FileLock {
  public:

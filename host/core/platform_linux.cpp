@@ -97,6 +97,14 @@ bool fileTimes(const Filename& file, FileTimes& times) noexcept {
   return true;
 }
 
+bool fileIdentity(const Filename& file, std::uint64_t& device, std::uint64_t& number) noexcept {
+  struct stat info = {};
+  if (stat(path(file), &info) != 0) return false;
+  device = static_cast<std::uint64_t>(info.st_dev);
+  number = static_cast<std::uint64_t>(info.st_ino);
+  return true;
+}
+
 FileLock::FileLock(const Filename& file, int milliseconds) noexcept {
   const int handle = open(path(file), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
   if (handle < 0) return;

@@ -343,6 +343,14 @@ ImagePtr takeImage(const DocumentState& document, const ImagePtr& previous) {
   return take(document, previous && previous->identity == document.identity ? previous : nullptr);
 }
 
+ImagePtr takeImage(const NodeState& node, const ImagePtr& previous) {
+  return take(node, previous && previous->identity == node.identity ? previous : nullptr);
+}
+
+bool sameLook(const ImagePtr& a, const ImagePtr& b) {
+  return a == b || (a && b && !Difference{true}.nodes(a, b));
+}
+
 bool differs(const ImagePtr& a, const ImagePtr& b) {
   return Difference{sameTime(a->document->time, b->document->time)}.nodes(a, b);
 }

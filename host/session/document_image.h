@@ -17,6 +17,11 @@ using ImagePtr = std::shared_ptr<const NodeImage>;
 /// document's writing thread.
 ImagePtr takeImage(const DocumentState& document, const ImagePtr& previous);
 
+/// The same for one node with all that it owns.
+ImagePtr takeImage(const NodeState& node, const ImagePtr& previous);
+/// Whether two images of one node are alike, the selection aside.
+bool sameLook(const ImagePtr& a, const ImagePtr& b);
+
 /// Whether two images of one document differ in more than the selection. The pose of what tracks or
 /// expression tags move counts only when both show the document at the same time.
 bool differs(const ImagePtr& a, const ImagePtr& b);

@@ -77,6 +77,9 @@ class Edits {
   std::size_t stepCount() const noexcept { return steps_.size(); }
   std::size_t heldBytes() const noexcept { return bytes_; }
 
+  /// Frees all steps; there is no way back then.
+  void forgetAll() { reset(); }
+
   /// Steps, names or the dirty state are different. Called from within the calls above.
   Listeners<> changed;
 

@@ -61,8 +61,8 @@ class FileSession {
   bool saveAs(const Filename& file);
   /// Before the program ends: asks, saves and waits for it. False: stay.
   bool mayClose();
-  /// Waits for loading and saving to end, serving what they need. False at the deadline.
-  bool finish(int milliseconds = 60000);
+  /// Waits for loading and saving to end, serving what they need.
+  void finish();
 
   /// What goes on, for a bar with words.
   struct Activity {
@@ -98,18 +98,19 @@ class FileSession {
   static constexpr Milliseconds watchPeriod = 500;
 
  private:
-  class Loader;
-  class Saver;
-  struct Kept;
+  struct Loader;
+  struct Saver;
 
   bool resolveUnsaved();
   void startLoading(const Filename& file, bool reload);
-  void loaded(Loader& loader);
+  void giveUpLoading();
+  void loaded();
   void takeOver(Loader& loader);
-  void keep(BaseDocument& next) const;
-  bool startSaving(const Filename& file);
-  void saved(Saver& saver);
+  void startSaving(const Filename& file);
+  void saved();
+  void jobEnded(const void* job);
   void watchTick();
+  void progressTick();
   void fileChanged();
   void watch(std::vector<Filename> files);
   void remember(const Filename& file);
@@ -121,12 +122,14 @@ class FileSession {
   FileQuestions questions_;
   Activity activity_;
   std::unique_ptr<Loader> loader_;
+  std::vector<std::unique_ptr<Loader>> givenUp_; // end when they notice
   std::unique_ptr<Saver> saver_;
+  std::shared_ptr<FileSession*> self_; // for what waits in the loop
   FileWatch watch_;
-  TimerId timer_ = 0;
+  TimerId timer_ = 0, progressTimer_ = 0;
   bool asking_ = false, saveFailed_ = false;
   std::vector<std::string> warnings_;
-  Subscription dirtySubscription_;
+  Subscription editsSubscription_, replacedSubscription_;
 };
 
 } // namespace host

@@ -50,8 +50,8 @@ class HostRenders {
   void cancel();
   bool isRunning() const noexcept;
   const RenderState& state() const noexcept { return state_; }
-  /// Waits for the end, serving what the render needs. False at the deadline.
-  bool finish(int milliseconds = 600000);
+  /// Waits for the end, serving what the render needs.
+  void finish();
 
   /// Progress or picture have moved on; at most every `period` while one runs, and at its start.
   Listeners<> changed;
@@ -60,7 +60,7 @@ class HostRenders {
   static constexpr Milliseconds period = 50;
 
  private:
-  class Job;
+  struct Job;
   bool start(RenderKind kind, LONG width, LONG height);
   void poll();
   void ended();
@@ -70,6 +70,7 @@ class HostRenders {
   std::unique_ptr<Job> job_;
   TimerId timer_ = 0;
   Milliseconds started_ = 0;
+  std::shared_ptr<HostRenders*> self_; // for what waits in the loop
 };
 
 /// A render's outcome as a sentence for the user; empty for OK and a break.

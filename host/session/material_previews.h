@@ -12,6 +12,7 @@
 #include <memory>
 
 #include "document_hub.h"
+#include "document_image.h"
 #include "host_renders.h"
 #include "identity.h"
 
@@ -36,8 +37,8 @@ class MaterialPreviews {
   void stop();
   /// No previews from now on, or again.
   void setEnabled(bool on);
-  /// Waits until none is waiting. False at the deadline.
-  bool finish(int milliseconds = 60000);
+  /// Renders all that wait and returns when they are ready. For tests and screenshots.
+  void finish();
 
   /// A thumbnail is ready, or was made anew.
   Listeners<Identity> ready;
@@ -46,27 +47,32 @@ class MaterialPreviews {
   int finishedCount() const noexcept { return finished_; }
 
  private:
-  class Job;
+  struct Job;
   struct Key {
     Identity material;
     int size;
     friend auto operator<=>(const Key&, const Key&) = default;
   };
   struct Cached {
-    std::string state; // of the material, as its look depends on it
+    ImagePtr look; // of the material when it was rendered
     std::shared_ptr<const BaseBitmap> bitmap;
     std::uint64_t used = 0;
   };
 
+  void want(const Key& key);
   void pursue();
+  bool start();
   void ended();
   void documentChanged();
-  void drop();
+  void forget();
+  ImagePtr lookOf(Identity material, const ImagePtr& previous) const;
 
   DocumentHub& hub_;
   std::map<Key, Cached> cache_;
   std::deque<Key> queue_;
+  std::map<Key, int> patience_; // how often each was stopped: it gets fewer samples then
   std::unique_ptr<Job> job_;
+  std::shared_ptr<MaterialPreviews*> self_; // for what waits in the loop
   TimerId timer_ = 0;
   std::uint64_t uses_ = 0;
   int stopped_ = 0, finished_ = 0;

@@ -2,7 +2,10 @@
 // machine is too slow, so that a second of the scene lasts a second. Main thread.
 #pragma once
 
+#include <memory>
+
 #include "document_hub.h"
+#include "running_state.h"
 
 namespace host {
 
@@ -42,7 +45,8 @@ class Playback {
   DocumentHub& hub_;
   TimerId timer_ = 0;
   Milliseconds started_ = 0;
-  LONG startFrame_ = 0, rate_ = 0;
+  LONG startFrame_ = 0;
+  std::unique_ptr<RunningScope> running_;
   Subscription replacedSubscription_;
 };
 

@@ -1,0 +1,468 @@
+#include "file_session.h"
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <filesystem>
+#include <system_error>
+#include <thread>
+#include <utility>
+
+#include "background_job.h"
+#include "c4d_file.h"
+#include "console.h"
+#include "file_path.h"
+#include "node_paths.h"
+#include "preferences.h"
+
+namespace host {
+
+namespace {
+
+constexpr const char* recentName = "recentFiles";
+constexpr std::size_t mostRecent = 10;
+constexpr Milliseconds progressPeriod = 100;
+constexpr int mostReads = 10; // of a file that is written again and again meanwhile
+constexpr auto settleTime = std::chrono::milliseconds(500);
+constexpr auto settleStep = std::chrono::milliseconds(20);
+
+using FileTime = std::filesystem::file_time_type;
+
+// Whether a file was written after this moment. The system stamps files with a clock that is some
+// milliseconds behind.
+bool writtenSince(const Filename& file, FileTime moment) {
+  std::error_code error;
+  const FileTime time = std::filesystem::last_write_time(toPath(file), error);
+  return !error && time > moment - std::chrono::milliseconds(20);
+}
+
+// Waits until the files have held still. False when asked to stop.
+bool waitUntilStill(const std::vector<Filename>& files, BaseThread& thread) {
+  auto since = std::chrono::steady_clock::now();
+  for (std::vector<FileStamp> last = stampsOf(files);
+       std::chrono::steady_clock::now() - since < settleTime;) {
+    if (thread.TestBreak()) return false;
+    std::this_thread::sleep_for(settleStep);
+    if (std::vector<FileStamp> now = stampsOf(files); now != last) {
+      last = std::move(now);
+      since = std::chrono::steady_clock::now();
+    }
+  }
+  return true;
+}
+
+bool isScene(const Filename& file) {
+  return file.CheckSuffix("glb") || file.CheckSuffix("gltf");
+}
+
+Filename absolute(const Filename& file) {
+  std::error_code error;
+  const std::filesystem::path path = std::filesystem::absolute(toPath(file), error);
+  return error ? file : toFilename(path.lexically_normal());
+}
+
+} // namespace
+
+std::string FileError::text() const {
+  std::string all = sentence;
+  for (const std::string* part : {&reason, &advice})
+    if (!part->empty()) all += (all.empty() ? "" : " ") + *part;
+  return all;
+}
+
+// --- jobs ---
+
+struct FileSession::Loader {
+  Filename file;
+  bool reload = false;
+  std::size_t revision = 0; // of the edits when the user was asked
+  std::atomic<double> progress{0};
+  LoadResult result;
+  std::vector<FileStamp> stamps; // of result.files as they were read
+  std::unique_ptr<BackgroundJob> job;
+
+  void read(BaseThread& thread);
+  bool readOnce(BaseThread& thread);
+};
+
+// Reads the file until nobody has written it meanwhile. A file that does not load and was written a moment
+// ago may not be whole yet.
+void FileSession::Loader::read(BaseThread& thread) {
+  for (int i = 0; i < mostReads; ++i) {
+    if (readOnce(thread) || result.cancelled || !waitUntilStill(result.files, thread)) return;
+  }
+}
+
+// True when what was read stands.
+bool FileSession::Loader::readOnce(BaseThread& thread) {
+  const FileTime begin = FileTime::clock::now();
+  const FileStamp before = stampOf(file);
+  LoadOptions options;
+  options.progress = [&](double part) {
+    progress = part;
+    return !thread.TestBreak();
+  };
+  result = loadDocument(file, options);
+  stamps = stampsOf(result.files);
+  const bool moved = stamps.empty() || !(stamps.front() == before) ||
+                     std::any_of(result.files.begin() + 1, result.files.end(),
+                                 [&](const Filename& part) { return writtenSince(part, begin); });
+  if (moved) return false;
+  const bool fresh = std::any_of(result.files.begin(), result.files.end(), [&](const Filename& part) {
+    return writtenSince(part, begin - settleTime);
+  });
+  return result.document != nullptr || !fresh || !before.exists;
+}
+
+struct FileSession::Saver {
+  Filename file;
+  DocumentPtr copy;
+  Identity document = 0;
+  std::size_t revision = 0;
+  bool done = false;
+  std::string error;
+  FileStamp stamp; // of what we have written
+  std::unique_ptr<BackgroundJob> job;
+};
+
+// --- the session ---
+
+FileSession::FileSession(DocumentHub& hub, Edits& edits)
+    : hub_(hub), edits_(edits), self_(std::make_shared<FileSession*>(this)) {
+  editsSubscription_ = edits_.changed.add([this] { changed.call(); });
+  timer_ = mainLoop().addTimer(watchPeriod, [this] { watchTick(); });
+}
+
+FileSession::~FileSession() {
+  *self_ = nullptr;
+  mainLoop().removeTimer(timer_);
+  mainLoop().removeTimer(progressTimer_);
+  if (saver_) saver_->job->Wait(TRUE);
+}
+
+void FileSession::setQuestions(FileQuestions questions) {
+  questions_ = std::move(questions);
+}
+
+void FileSession::fail(FileError error) {
+  if (questions_.failed)
+    questions_.failed(error);
+  else
+    printLine(String(std::string_view(error.text())));
+}
+
+void FileSession::setActivity(Activity activity) {
+  activity_ = std::move(activity);
+  changed.call();
+}
+
+// True when what is open may go.
+bool FileSession::resolveUnsaved() {
+  if (asking_) return false;
+  edits_.end();
+  edits_.revision();
+  if (!edits_.isDirty()) return true;
+  UnsavedAnswer answer = UnsavedAnswer::cancel;
+  if (questions_.unsaved) {
+    asking_ = true;
+    const ModalScope modal;
+    answer = questions_.unsaved(title());
+    asking_ = false;
+  }
+  if (answer == UnsavedAnswer::discard) return true;
+  if (answer == UnsavedAnswer::cancel || !save()) return false;
+  finish();
+  return !saveFailed_ && !edits_.isDirty();
+}
+
+bool FileSession::newScene() {
+  if (!hub_.document() || !resolveUnsaved()) return false;
+  giveUpLoading();
+  watch_.clear();
+  warnings_.clear();
+  hub_.replace(nullptr, Replacement::created);
+  changed.call();
+  return true;
+}
+
+bool FileSession::open(const Filename& file) {
+  if (!hub_.document() || !resolveUnsaved()) return false;
+  startLoading(absolute(file), false);
+  return true;
+}
+
+void FileSession::startLoading(const Filename& file, bool reload) {
+  giveUpLoading();
+  loader_ = std::make_unique<Loader>();
+  Loader* loader = loader_.get();
+  loader->file = file;
+  loader->reload = reload;
+  loader->revision = edits_.revision();
+  loader->job = std::make_unique<BackgroundJob>(
+      "load scene", [loader](BaseThread& thread) { loader->read(thread); },
+      [self = self_, loader] {
+        if (*self) (*self)->jobEnded(loader);
+      });
+  Activity activity;
+  activity.kind = Activity::Kind::loading;
+  activity.progress = 0;
+  activity.since = clock().now();
+  activity.text = String(reload ? "Reloading " : "Loading ") + file.GetFileString();
+  activity.canCancel = true;
+  setActivity(std::move(activity));
+  if (progressTimer_ == 0)
+    progressTimer_ = mainLoop().addTimer(
+        progressPeriod, [this] { progressTick(); }, Urgency::painting);
+  if (!loader->job->Start(THREADMODE_ASYNC, THREADPRIORITY_BELOW)) {
+    loader->result.error = "no thread could be started";
+    loaded();
+  }
+}
+
+void FileSession::progressTick() {
+  if (!loader_) return mainLoop().removeTimer(std::exchange(progressTimer_, 0));
+  activity_.progress = loader_->progress;
+  changed.call();
+}
+
+void FileSession::giveUpLoading() {
+  if (!loader_) return;
+  loader_->job->askToStop();
+  givenUp_.push_back(std::move(loader_));
+  setActivity({});
+}
+
+void FileSession::cancelLoading() {
+  giveUpLoading();
+}
+
+void FileSession::jobEnded(const void* job) {
+  std::erase_if(givenUp_, [job](const auto& loader) { return loader.get() == job; });
+  if (loader_ && loader_.get() == job) loaded();
+  if (saver_ && saver_.get() == job) saved();
+}
+
+void FileSession::loaded() {
+  const std::unique_ptr<Loader> loader = std::move(loader_);
+  loader->job->Wait(TRUE);
+  setActivity({});
+  const LoadResult& result = loader->result;
+  if (result.cancelled || !hub_.document()) return;
+  if (result.document) return takeOver(*loader);
+  FileError error;
+  error.sentence = loader->reload ? "The scene was changed by another program and could not be loaded again."
+                                  : "The scene could not be opened.";
+  error.reason = "\"" + loader->file.GetString().GetUTF8() + "\": " + result.reason + ".";
+  error.advice = result.advice;
+  error.details = result.error;
+  if (loader->reload) error.advice += " The scene stays as it was.";
+  fail(std::move(error));
+}
+
+void FileSession::takeOver(Loader& loader) {
+  // What was edited while the file was read is asked about, too.
+  if (edits_.revision() != loader.revision && !resolveUnsaved()) return;
+  if (loader.reload) carryOver(*stateOf(hub_.document()), *stateOf(loader.result.document.get()));
+  warnings_ = std::move(loader.result.warnings);
+  watch_.watch(std::move(loader.result.files), std::move(loader.stamps));
+  hub_.replace(std::move(loader.result.document),
+               loader.reload ? Replacement::reloaded : Replacement::opened);
+  for (const std::string& warning : warnings_)
+    printLine(String(std::string_view(warning)));
+  if (!loader.reload) remember(loader.file);
+  changed.call();
+}
+
+// --- saving ---
+
+bool FileSession::save() {
+  const Filename own = file();
+  if (own.Content() && isScene(own)) return saveAs(own);
+  Filename chosen = own;
+  if (own.Content())
+    chosen.SetSuffix("glb");
+  else
+    chosen = Filename("Untitled.glb");
+  if (!questions_.chooseSave) return false;
+  {
+    const ModalScope modal;
+    if (!questions_.chooseSave(chosen)) return false;
+  }
+  return saveAs(chosen);
+}
+
+bool FileSession::saveAs(const Filename& file) {
+  if (!hub_.document() || !file.Content()) return false;
+  Filename target = absolute(file);
+  if (!isScene(target)) target = Filename(target.GetString() + ".glb");
+  edits_.end();
+  if (saver_) finish();
+  startSaving(target);
+  return true;
+}
+
+void FileSession::startSaving(const Filename& file) {
+  saver_ = std::make_unique<Saver>();
+  Saver* saver = saver_.get();
+  saveFailed_ = false;
+  saver->file = file;
+  saver->revision = edits_.revision();
+  saver->document = hub_.document()->GetIdentity();
+  saver->copy.reset(hub_.document()->GetClone(COPYFLAGS_0));
+  saver->job = std::make_unique<BackgroundJob>(
+      "save scene",
+      [saver](BaseThread&) {
+        saver->done = saver->copy && saveDocument(*saver->copy, saver->file, &saver->error);
+        saver->stamp = stampOf(saver->file);
+        saver->copy.reset();
+      },
+      [self = self_, saver] {
+        if (*self) (*self)->jobEnded(saver);
+      });
+  Activity activity;
+  activity.kind = Activity::Kind::saving;
+  activity.since = clock().now();
+  activity.text = "Saving " + file.GetFileString();
+  setActivity(std::move(activity));
+  if (!saver->job->Start(THREADMODE_ASYNC, THREADPRIORITY_BELOW)) {
+    saver->error = "no thread could be started";
+    saved();
+  }
+}
+
+void FileSession::saved() {
+  const std::unique_ptr<Saver> saver = std::move(saver_);
+  saver->job->Wait(TRUE);
+  setActivity({});
+  BaseDocument* document = hub_.document();
+  if (!saver->done) {
+    saveFailed_ = true;
+    FileError error;
+    error.sentence = "The scene could not be saved.";
+    error.reason = saver->error.empty() ? "There is not enough memory." : saver->error;
+    error.advice = "Your changes are still here; save them under another name or in another folder.";
+    return fail(std::move(error));
+  }
+  if (document && document->GetIdentity() == saver->document) {
+    document->SetDocumentName(saver->file.GetFile());
+    document->SetDocumentPath(saver->file.GetDirectory());
+    watch_.watch({saver->file}, {saver->stamp});
+    edits_.markSaved(saver->revision);
+  }
+  remember(saver->file);
+  changed.call();
+}
+
+void FileSession::finish() {
+  while (loader_ || saver_) {
+    if (loader_) {
+      loader_->job->Wait(TRUE);
+      loaded();
+    }
+    if (saver_) {
+      saver_->job->Wait(TRUE);
+      saved();
+    }
+  }
+}
+
+bool FileSession::mayClose() {
+  if (!hub_.document()) return true;
+  giveUpLoading();
+  if (!resolveUnsaved()) return false;
+  finish();
+  return true;
+}
+
+// --- the open file ---
+
+void FileSession::watchTick() {
+  if (loader_ || saver_ || asking_ || watch_.files().empty()) return;
+  if (watch_.look() == FileWatch::Look::changed) fileChanged();
+}
+
+void FileSession::fileChanged() {
+  edits_.end();
+  edits_.revision();
+  if (edits_.isDirty()) {
+    if (!questions_.reload) return;
+    asking_ = true;
+    bool yes = false;
+    {
+      const ModalScope modal;
+      yes = questions_.reload(title());
+    }
+    asking_ = false;
+    if (!yes) return;
+  }
+  startLoading(watch_.files().front(), true);
+}
+
+// --- names ---
+
+Filename FileSession::file() const {
+  const BaseDocument* document = hub_.document();
+  if (!document || !document->GetDocumentName().Content()) return {};
+  return document->GetDocumentPath() + document->GetDocumentName();
+}
+
+String FileSession::title() const {
+  const BaseDocument* document = hub_.document();
+  const Filename name = document ? document->GetDocumentName() : Filename();
+  return name.Content() ? name.GetString() : String("Untitled");
+}
+
+String FileSession::windowTitle() const {
+  return isDirty() ? title() + " *" : title();
+}
+
+// --- recent files ---
+
+std::vector<Filename> FileSession::recentFiles() const {
+  std::vector<Filename> files;
+  const Preferences* kept = preferences();
+  const BaseContainer* list = kept ? kept->getNamed(recentName) : nullptr;
+  for (LONG i = 0; list && i < list->GetCount(); ++i)
+    if (const Filename file = list->GetFilename(list->GetIndexId(i)); file.Content()) files.push_back(file);
+  return files;
+}
+
+namespace {
+
+void storeRecent(const std::vector<Filename>& files) {
+  BaseContainer list;
+  for (std::size_t i = 0; i < std::min(files.size(), mostRecent); ++i)
+    list.SetFilename(static_cast<LONG>(i + 1), files[i]);
+  if (Preferences* kept = preferences()) kept->setNamed(recentName, list);
+}
+
+} // namespace
+
+void FileSession::remember(const Filename& file) {
+  std::vector<Filename> files = recentFiles();
+  std::erase_if(files, [&](const Filename& other) { return other.GetString() == file.GetString(); });
+  files.insert(files.begin(), file);
+  storeRecent(files);
+  changed.call();
+}
+
+bool FileSession::openRecent(const Filename& file) {
+  if (GeFExist(file)) return open(file);
+  std::vector<Filename> files = recentFiles();
+  std::erase_if(files, [&](const Filename& other) { return other.GetString() == file.GetString(); });
+  storeRecent(files);
+  changed.call();
+  FileError error;
+  error.sentence = "The scene could not be opened.";
+  error.reason = "There is no file \"" + file.GetString().GetUTF8() + "\" any more.";
+  error.advice = "It was taken off the list of recent files; open it from where it is now.";
+  fail(std::move(error));
+  return false;
+}
+
+void FileSession::clearRecent() {
+  storeRecent({});
+  changed.call();
+}
+
+} // namespace host

@@ -1,0 +1,64 @@
+#include "file_watch.h"
+
+#include <filesystem>
+#include <system_error>
+
+#include "file_path.h"
+#include "platform.h"
+
+namespace host {
+
+FileStamp stampOf(const Filename& file) {
+  FileStamp stamp;
+  const std::filesystem::path path = toPath(file);
+  std::error_code error;
+  if (!std::filesystem::is_regular_file(path, error) || error) return stamp;
+  const std::uintmax_t size = std::filesystem::file_size(path, error);
+  if (error) return stamp;
+  const auto time = std::filesystem::last_write_time(path, error);
+  if (error) return stamp;
+  stamp.exists = true;
+  stamp.size = size;
+  stamp.modified = time.time_since_epoch().count();
+  platform::fileIdentity(file, stamp.device, stamp.inode);
+  return stamp;
+}
+
+std::vector<FileStamp> stampsOf(const std::vector<Filename>& files) {
+  std::vector<FileStamp> stamps;
+  for (const Filename& file : files)
+    stamps.push_back(stampOf(file));
+  return stamps;
+}
+
+void FileWatch::watch(std::vector<Filename> files, std::vector<FileStamp> read) {
+  files_ = std::move(files);
+  known_ = std::move(read);
+  known_.resize(files_.size());
+  last_ = known_;
+}
+
+void FileWatch::clear() {
+  files_.clear();
+  known_.clear();
+  last_.clear();
+}
+
+void FileWatch::accept() {
+  known_ = last_ = stampsOf(files_);
+}
+
+FileWatch::Look FileWatch::look() {
+  std::vector<FileStamp> now = stampsOf(files_);
+  const bool still = now == last_;
+  last_ = std::move(now);
+  if (last_ == known_) return Look::same;
+  // A scene that is gone, or a part of it that was there: somebody is about to write it anew.
+  for (std::size_t i = 0; i < last_.size(); ++i)
+    if (!last_[i].exists && known_[i].exists) return Look::moving;
+  if (!still) return Look::moving;
+  known_ = last_;
+  return Look::changed;
+}
+
+} // namespace host

@@ -1,0 +1,128 @@
+#include "picture_list.h"
+
+#include <algorithm>
+
+#include "clock.h"
+#include "failures.h"
+#include "unique_name.h"
+
+namespace host {
+
+const std::vector<PictureFormat>& pictureFormats() {
+  static const std::vector<PictureFormat> formats{{"PNG", "png", FILTER_PNG},
+                                                  {"TIFF", "tif", FILTER_TIF},
+                                                  {"JPEG", "jpg", FILTER_JPG},
+                                                  {"OpenEXR", "exr", FILTER_EXR}};
+  return formats;
+}
+
+namespace {
+
+const PictureFormat* formatOf(const Filename& file) {
+  for (const PictureFormat& format : pictureFormats())
+    if (file.CheckSuffix(format.suffix)) return &format;
+  if (file.CheckSuffix("tiff")) return &pictureFormats()[1];
+  return file.CheckSuffix("jpeg") ? &pictureFormats()[2] : nullptr;
+}
+
+} // namespace
+
+PictureList::Id PictureList::add(SharedBitmap bitmap, const String& name, bool running) {
+  if (!bitmap) return 0;
+  Picture picture;
+  picture.id = ++last_;
+  picture.name = uniqueName(name.Content() ? name : String("Picture"), [this](const String& text) {
+    return std::any_of(pictures_.begin(), pictures_.end(),
+                       [&](const Picture& other) { return other.name == text; });
+  });
+  picture.bitmap = std::move(bitmap);
+  picture.running = running;
+  picture.time = clock().wallSeconds();
+  current_ = picture.id;
+  pictures_.push_back(std::move(picture));
+  while (pictures_.size() > std::max<std::size_t>(most_, 1))
+    pictures_.erase(std::find_if(pictures_.begin(), pictures_.end(),
+                                 [this](const Picture& other) { return other.id != current_; }));
+  changed.call();
+  return last_;
+}
+
+PictureList::Id PictureList::show(const BaseBitmap& bitmap, const String& name) {
+  return add(copyBitmap(bitmap), name, false);
+}
+
+PictureList::Id PictureList::follow(const SharedBitmap& bitmap, const String& name) {
+  for (const Picture& picture : pictures_)
+    if (bitmap && picture.bitmap == bitmap) return picture.id;
+  return add(bitmap, name, true);
+}
+
+void PictureList::finished(const SharedBitmap& bitmap) {
+  for (Picture& picture : pictures_) {
+    if (picture.bitmap != bitmap || !picture.running) continue;
+    picture.running = false;
+    changed.call();
+    return;
+  }
+}
+
+PictureList::Picture* PictureList::get(Id id) noexcept {
+  for (Picture& picture : pictures_)
+    if (picture.id == id) return &picture;
+  return nullptr;
+}
+
+const PictureList::Picture* PictureList::find(Id id) const noexcept {
+  return const_cast<PictureList*>(this)->get(id);
+}
+
+void PictureList::choose(Id id) {
+  if (id == current_ || !find(id)) return;
+  current_ = id;
+  changed.call();
+}
+
+void PictureList::remove(Id id) {
+  const auto found = std::find_if(pictures_.begin(), pictures_.end(),
+                                  [id](const Picture& picture) { return picture.id == id; });
+  if (found == pictures_.end()) return;
+  const auto next = pictures_.erase(found);
+  if (current_ == id)
+    current_ = pictures_.empty() ? 0 : next != pictures_.end() ? next->id : pictures_.back().id;
+  changed.call();
+}
+
+void PictureList::clear() {
+  pictures_.clear();
+  current_ = 0;
+  changed.call();
+}
+
+void PictureList::rename(Id id, const String& name) {
+  Picture* picture = get(id);
+  if (!picture || !name.Content() || picture->name == name) return;
+  picture->name = name;
+  changed.call();
+}
+
+bool PictureList::save(Id id, const Filename& file, std::string* error) {
+  const auto refuse = [error](std::string sentence) {
+    if (error) *error = std::move(sentence);
+    return false;
+  };
+  const Picture* picture = find(id);
+  if (!picture) return refuse("The picture is not in the list any more. Render it again.");
+  const PictureFormat* format = formatOf(file);
+  if (!format)
+    return refuse("The picture \"" + file.GetString().GetUTF8() +
+                  "\" cannot be saved: its kind is unknown. Choose a name that ends in .png, .tif, .jpg or "
+                  ".exr.");
+  const std::size_t before = failureCount();
+  if (picture->bitmap->Save(file, format->filter, nullptr, SAVEBIT_ALPHA) == IMAGERESULT_OK) return true;
+  const std::vector<Failure> all = failures();
+  if (failureCount() > before && !all.empty() && all.back().file == file) return refuse(all.back().sentence);
+  return refuse("The picture \"" + file.GetString().GetUTF8() +
+                "\" was not saved. Check the folder, your rights to it and the free space.");
+}
+
+} // namespace host

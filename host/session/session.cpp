@@ -1,0 +1,70 @@
+#include "session.h"
+
+#include <utility>
+
+#include "program.h"
+
+namespace host {
+
+namespace {
+
+Session*& running() {
+  static Session* session = nullptr;
+  return session;
+}
+
+void endWithProgram() {
+  static const bool once = [] {
+    addShutdownStep(ShutdownStage::freeDocuments, [] {
+      if (Session* session = running()) session->shutDown();
+    });
+    return true;
+  }();
+  (void)once;
+}
+
+} // namespace
+
+Session::Session() : edits_(hub_), files_(hub_, edits_), playback_(hub_), renders_(hub_), previews_(hub_) {
+  renderChanged_ = renders_.changed.add([this] {
+    const RenderState& state = renders_.state();
+    if (state.running && state.kind == RenderKind::picture) pictures_.follow(state.bitmap, files_.title());
+  });
+  renderFinished_ = renders_.finished.add([this] { pictures_.finished(renders_.state().bitmap); });
+  endWithProgram();
+  running() = this;
+}
+
+Session::~Session() {
+  shutDown();
+  if (running() == this) running() = nullptr;
+}
+
+Session* Session::current() noexcept {
+  return running();
+}
+
+bool Session::runCommand(LONG id) {
+  PluginRegistry* registry = pluginRegistry();
+  const CommandEntry* command = registry ? registry->findCommand(id) : nullptr;
+  if (!command || down_) return false;
+  edits_.notice("Change by Plug-in");
+  const String name = command->name;
+  const bool done = registry->execute(id, document());
+  edits_.notice(name);
+  return done;
+}
+
+void Session::shutDown() {
+  if (std::exchange(down_, true)) return;
+  playback_.stop();
+  previews_.setEnabled(false);
+  renders_.cancel();
+  files_.cancelLoading();
+  files_.finish();
+  pictures_.clear();
+  hub_.close();
+  edits_.forgetAll();
+}
+
+} // namespace host
