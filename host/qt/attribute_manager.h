@@ -1,0 +1,63 @@
+// The values of the selection. Main thread.
+#pragma once
+
+#include <QTimer>
+#include <QWidget>
+#include <vector>
+
+#include "attributes.h"
+#include "session.h"
+
+class QLabel;
+class QScrollArea;
+class QStackedWidget;
+class QVBoxLayout;
+
+namespace host {
+
+class AttributeField;
+
+/// Fields for the attributes that all selected objects, or the selected material, have: whatever of both was
+/// selected last. Values that differ show as a dash; typing one sets it for all. A drag of a field is one
+/// step of undo, live in every view meanwhile.
+class AttributeManager : public QWidget {
+  Q_OBJECT
+ public:
+  explicit AttributeManager(Session& session, QWidget* parent = nullptr);
+  ~AttributeManager() override;
+
+  /// What the fields show; empty without a selection.
+  const std::vector<Identity>& nodes() const { return nodes_; }
+  /// The field of an attribute that is shown; null when there is none.
+  AttributeField* field(AttributeId attribute) const;
+
+  /// Takes over what has changed in the document now and not soon.
+  void refresh();
+
+  QSize sizeHint() const override { return {300, 420}; }
+
+ protected:
+  void showEvent(QShowEvent* event) override;
+
+ private:
+  void build();
+  void chooseNodes();
+  void rebuild(const std::vector<Attribute>& attributes);
+  void showHeading(const std::vector<Attribute>& attributes);
+  void connectField(AttributeField& field);
+  void change(AttributeField& field, const GeData& value, int component);
+
+  Session& session_;
+  std::vector<Identity> nodes_, objects_;
+  Identity material_ = 0;
+  bool showsMaterial_ = false, stale_ = true, dragging_ = false;
+  QStackedWidget* stack_ = nullptr;
+  QScrollArea* area_ = nullptr;
+  QWidget* content_ = nullptr;
+  QLabel *heading_ = nullptr, *icon_ = nullptr, *empty_ = nullptr;
+  std::vector<AttributeField*> fields_;
+  QTimer soon_;
+  std::vector<Subscription> subscriptions_;
+};
+
+} // namespace host

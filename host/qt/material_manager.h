@@ -1,0 +1,71 @@
+// The materials of the document as thumbnails. Main thread.
+#pragma once
+
+#include <QWidget>
+
+#include "session.h"
+
+class QByteArray;
+class QLabel;
+class QListView;
+class QMenu;
+class QMimeData;
+class QStackedWidget;
+class QToolButton;
+
+namespace host {
+
+class MaterialModel;
+
+/// The type of a dragged material: what views take that let materials be dropped.
+inline constexpr const char* materialMimeType = "application/x-lumenara-material";
+/// The data of this type, for a material of this program's document, and back; 0 for anything else, a drag
+/// from another program among it.
+QByteArray materialData(Identity material);
+Identity materialOf(const QByteArray& data);
+
+/// Thumbnails in a grid with their names. A click selects the material, F2 renames it, a drag carries it to
+/// objects, Delete deletes it.
+class MaterialManager : public QWidget {
+  Q_OBJECT
+ public:
+  explicit MaterialManager(Session& session, QWidget* parent = nullptr);
+  ~MaterialManager() override;
+
+  MaterialModel& model() { return *model_; }
+  QListView& list() { return *list_; }
+
+  // What the menu does, as edits.
+  void createMaterial();
+  void duplicateMaterial();
+  void deleteMaterial();
+  void renameMaterial(); // begins typing
+  /// The selected objects show the selected material.
+  void assignToSelection();
+  /// Selects the objects that show it.
+  void selectUsers();
+
+  QSize sizeHint() const override { return {260, 240}; }
+
+ protected:
+  void contextMenuEvent(QContextMenuEvent* event) override;
+  void showEvent(QShowEvent* event) override;
+  bool eventFilter(QObject* watched, QEvent* event) override;
+
+ private:
+  void build();
+  void refresh();
+  void takeSelection();
+  void showSelection();
+  Identity selected() const;
+
+  Session& session_;
+  MaterialModel* model_;
+  QListView* list_ = nullptr;
+  QStackedWidget* stack_ = nullptr;
+  QToolButton *new_ = nullptr, *delete_ = nullptr, *assign_ = nullptr;
+  bool settling_ = false, stale_ = true;
+  std::vector<Subscription> subscriptions_;
+};
+
+} // namespace host

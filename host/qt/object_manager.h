@@ -1,0 +1,77 @@
+// The tree of the document's objects. Main thread.
+#pragma once
+
+#include <QTimer>
+#include <QWidget>
+#include <unordered_set>
+
+#include "session.h"
+
+class QLabel;
+class QLineEdit;
+class QStackedWidget;
+class QTreeView;
+
+namespace host {
+
+class ObjectModel;
+
+/// Search field, tree with icons and switches for what is seen, context menu. The selection is the
+/// document's, both ways. F2 renames, Delete deletes, dragging reorders; materials may be dropped on objects.
+class ObjectManager : public QWidget {
+  Q_OBJECT
+ public:
+  explicit ObjectManager(Session& session, QWidget* parent = nullptr);
+  ~ObjectManager() override;
+
+  ObjectModel& model() { return *model_; }
+  QTreeView& tree() { return *tree_; }
+  QLineEdit& search() { return *search_; }
+
+  // What the menu does with the selected objects, as edits.
+  void deleteSelected();
+  void duplicateSelected();
+  void groupSelected();
+  void renameSelected(); // begins typing
+  /// Shows all rows below, or none.
+  void expandAll();
+  void collapseAll();
+
+  /// Takes over what has changed in the document now and not soon.
+  void refresh();
+
+  QSize sizeHint() const override { return {260, 360}; }
+
+ signals:
+  /// "Frame Selected" was chosen, or a row's icon double-clicked.
+  void frameSelectedWanted();
+
+ protected:
+  void contextMenuEvent(QContextMenuEvent* event) override;
+  void showEvent(QShowEvent* event) override;
+  bool eventFilter(QObject* watched, QEvent* event) override;
+
+ private:
+  void build();
+  void refreshSoon();
+  void documentReplaced(Replacement why);
+  void takeSelection();
+  void showSelection();
+  void expandAgain();
+  void setFilter(const QString& text);
+  void showEmptyState();
+
+  Session& session_;
+  ObjectModel* model_;
+  QTreeView* tree_ = nullptr;
+  QLineEdit* search_ = nullptr;
+  QStackedWidget* stack_ = nullptr;
+  QLabel* empty_ = nullptr;
+  QTimer soon_;
+  qint64 cost_ = 0; // of the last refresh, in milliseconds
+  std::unordered_set<Identity> collapsed_, expanded_;
+  bool settling_ = false, stale_ = true, filling_ = false, scrollToSelection_ = false;
+  std::vector<Subscription> subscriptions_;
+};
+
+} // namespace host

@@ -1,0 +1,69 @@
+// The objects of the document as a tree for views. Main thread.
+#pragma once
+
+#include <QAbstractItemModel>
+#include <memory>
+#include <unordered_map>
+#include <vector>
+
+#include "scene_queries.h"
+#include "session.h"
+
+namespace host {
+
+/// Mirrors `objectRows`. What changes in the document changes only the rows it concerns: names and switches
+/// as dataChanged, the tree as rows inserted, removed and moved; it is reset only for another document. Edits
+/// through the model are edits of the session; the rows follow when `DocumentHub::changed` comes.
+class ObjectModel : public QAbstractItemModel {
+  Q_OBJECT
+ public:
+  enum Column { nameColumn, editorColumn, renderColumn, columns };
+  /// Of the switches' columns: whether something above the object hides it too. Of names: the identity.
+  enum Role { hiddenRole = Qt::UserRole, identityRole };
+
+  explicit ObjectModel(Session& session, QObject* parent = nullptr);
+  ~ObjectModel() override;
+
+  /// Looks at the document and tells what is different. The manager calls it.
+  void refresh();
+  /// Only rows with this text in their names, and what is above them; empty: all.
+  void setFilter(const QString& text);
+  QString filter() const { return filter_; }
+
+  Identity identityOf(const QModelIndex& index) const; // 0 for none
+  QModelIndex indexOf(Identity identity, int column = nameColumn) const;
+  /// Null when there is none.
+  const ObjectRow* rowOf(const QModelIndex& index) const;
+  /// All rows of the document, also those that the filter hides.
+  const std::vector<ObjectRow>& rows() const { return rows_; }
+  int shownCount() const { return static_cast<int>(nodes_.size()); }
+
+  QModelIndex index(int row, int column, const QModelIndex& parent = {}) const override;
+  QModelIndex parent(const QModelIndex& child) const override;
+  int rowCount(const QModelIndex& parent = {}) const override;
+  int columnCount(const QModelIndex& = {}) const override { return columns; }
+  QVariant data(const QModelIndex& index, int role) const override;
+  QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
+  /// Renames, or switches (Qt::CheckStateRole): all selected objects when the index is one of them.
+  bool setData(const QModelIndex& index, const QVariant& value, int role) override;
+  Qt::ItemFlags flags(const QModelIndex& index) const override;
+
+  // Objects are moved, materials (materialMimeType) are assigned.
+  Qt::DropActions supportedDropActions() const override { return Qt::MoveAction | Qt::CopyAction; }
+  Qt::DropActions supportedDragActions() const override { return Qt::MoveAction; }
+  QStringList mimeTypes() const override;
+  QMimeData* mimeData(const QModelIndexList& indexes) const override;
+  bool canDropMimeData(const QMimeData* data, Qt::DropAction action, int row, int column,
+                       const QModelIndex& parent) const override;
+  bool dropMimeData(const QMimeData* data, Qt::DropAction action, int row, int column,
+                    const QModelIndex& parent) override;
+
+ private:
+  struct Node;
+  using NodePtr = std::unique_ptr<Node>;
+
+  Node* nodeOf(const QModelIndex& index) const;
+  QModelIndex indexOf(const Node& node, int column) const;
+};
+
+} // namespace host

@@ -1,0 +1,84 @@
+// The Picture Viewer: the pictures shown in this session. Main thread.
+#pragma once
+
+#include <QWidget>
+
+#include "session.h"
+
+class QLabel;
+class QListWidget;
+class QProgressBar;
+class QSplitter;
+class QToolBar;
+class QToolButton;
+
+namespace host {
+
+class PictureCanvas;
+
+/// A window of its own: list of pictures, canvas, values of the pixel under the pointer. It follows the
+/// session's picture list and a render that runs.
+class PictureViewer : public QWidget {
+  Q_OBJECT
+ public:
+  explicit PictureViewer(Session& session, QWidget* parent = nullptr);
+  ~PictureViewer() override;
+
+  PictureCanvas& canvas() { return *canvas_; }
+  QListWidget& list() { return *list_; }
+
+  /// Shows the window, in front.
+  void present();
+  /// Asks for a file and saves the picture that is shown; errors are shown in a box.
+  void saveAs();
+  /// Without asking. False with a sentence in `error`.
+  bool save(const Filename& file, std::string* error);
+  void removeCurrent();
+  /// Nothing but the picture, on the whole screen, or back. F11 and Escape.
+  void setFullScreen(bool on);
+
+  QSize sizeHint() const override { return {960, 640}; }
+
+ signals:
+  /// The toolbar's Render: the main window renders to the picture viewer.
+  void renderWanted();
+
+ protected:
+  void keyPressEvent(QKeyEvent* event) override;
+  void changeEvent(QEvent* event) override;
+  void closeEvent(QCloseEvent* event) override;
+  void showEvent(QShowEvent* event) override;
+
+ private:
+  void build();
+  void buildToolBar();
+  QWidget* buildStatus();
+  void connectParts();
+  void refreshList();
+  void showCurrent();
+  void showRender();
+  void showPixel(const QPoint& pixel);
+  void showZoom();
+  void updateActions();
+  QIcon thumbnail(const BaseBitmap& bitmap) const;
+
+  Session& session_;
+  PictureCanvas* canvas_ = nullptr;
+  QListWidget* list_ = nullptr;
+  QSplitter* split_ = nullptr;
+  QToolBar* bar_ = nullptr;
+  QWidget* status_ = nullptr;
+  QLabel *pixel_ = nullptr, *values_ = nullptr, *floats_ = nullptr, *size_ = nullptr,
+         *progressText_ = nullptr;
+  QWidget* swatch_ = nullptr;
+  QToolButton* zoom_ = nullptr;
+  QProgressBar* progress_ = nullptr;
+  QToolButton* stop_ = nullptr;
+  QAction *save_ = nullptr, *remove_ = nullptr, *fit_ = nullptr, *one_ = nullptr, *in_ = nullptr,
+          *out_ = nullptr, *full_ = nullptr, *render_ = nullptr;
+  QPoint hovered_{-1, -1};
+  bool settling_ = false;
+  std::vector<Subscription> subscriptions_;
+};
+
+} // namespace host
