@@ -37,9 +37,9 @@ class MaterialManager : public QWidget {
 
   // What the menu does, as edits.
   void createMaterial();
-  void duplicateMaterial();
-  void deleteMaterial();
-  void renameMaterial(); // begins typing
+  void duplicateSelected();
+  void deleteSelected();
+  void renameSelected(); // begins typing
   /// The selected objects show the selected material.
   void assignToSelection();
   /// Selects the objects that show it.
