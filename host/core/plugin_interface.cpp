@@ -1,10 +1,5 @@
-// The plug-in's side of registration, of kept data and of resources.
-#include <fstream>
-#include <system_error>
-
+// The plug-in's side of registration and of kept data.
 #include "c4d_plugin.h"
-#include "console.h"
-#include "file_path.h"
 #include "plugin_registry.h"
 #include "preferences.h"
 #include "thread_context.h"
@@ -56,32 +51,4 @@ Bool SetWorldPluginData(LONG id, const BaseContainer& data, Bool add) {
 BaseContainer* GetWorldPluginData(LONG id) {
   host::Preferences* preferences = host::preferences();
   return preferences ? preferences->get(id) : nullptr;
-}
-
-GeResource::GeResource() = default;
-GeResource::~GeResource() = default;
-
-namespace {
-
-bool opens(const std::filesystem::path& file) {
-  std::ifstream stream(file, std::ios::binary);
-  stream.peek();
-  return stream.good() || (stream.eof() && !stream.bad());
-}
-
-} // namespace
-
-Bool GeResource::Init(const Filename& folder) {
-  namespace fs = std::filesystem;
-  folder_ = folder;
-  std::error_code error;
-  fs::recursive_directory_iterator at(host::toPath(folder), fs::directory_options::follow_directory_symlink,
-                                      error);
-  for (; !error && at != fs::recursive_directory_iterator(); at.increment(error)) {
-    if (!at->is_regular_file(error) || opens(at->path())) continue;
-    host::printLine("Cannot read \"" + host::toFilename(at->path()).GetString() +
-                    "\". Check your rights to it, or install the plug-in again.");
-    return FALSE;
-  }
-  return error ? FALSE : TRUE;
 }
