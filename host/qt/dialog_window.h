@@ -8,6 +8,7 @@
 #include "dialog_host.h"
 #include "gadget.h"
 
+class QMenu;
 class QMenuBar;
 
 namespace host {
@@ -52,11 +53,16 @@ class DialogWindow : public QWidget, public DialogView {
 
  private:
   QWidget* widgetOf(const Gadget& gadget) const;
-  void build();
-  void updateHidden(const Gadget& gadget);
+  void addGadgets(const Gadget& group, QWidget& widget);
+  void followScroll(const Gadget& group);
+  void buildMenus();
+  void addEntries(const std::vector<MenuEntry>& entries, QMenu& menu);
+  void showEntries(const std::vector<MenuEntry>& entries);
+  void chooseEntry(LONG id);
 
   GeDialog* dialog_;
   bool modal_ = false;
+  QString menuLayout_; // what the menus were built from
   QMenuBar* menuBar_ = nullptr;
   QWidget* content_ = nullptr;
   std::map<const Gadget*, QPointer<QWidget>> widgets_;

@@ -41,6 +41,8 @@ class NumberField : public QLineEdit {
   void setMixed();
   bool isMixed() const { return mixed_; }
   bool isDragging() const { return dragging_; }
+  /// Takes over what is being typed, as Enter does. Whether there was something.
+  bool commit();
   /// How a number reads in this field, with suffix.
   QString textOf(double value) const;
 
@@ -74,7 +76,7 @@ class NumberField : public QLineEdit {
   void change(double value);
   void show_();
   void beginTyping();
-  bool commit();
+
   void takeBack();
   void stepBy(double steps, Qt::KeyboardModifiers keys);
   double stepOf(Qt::KeyboardModifiers keys) const;

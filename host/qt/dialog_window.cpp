@@ -1,0 +1,255 @@
+#include "dialog_window.h"
+
+#include "access.h"
+#include "area_widget.h"
+#include "dialog_state.h"
+#include "gadget_actions.h"
+#include "gadget_widgets.h"
+#include "grid_box.h"
+#include "input_watch.h"
+#include "qt_text.h"
+
+namespace host {
+
+namespace {
+
+bool holdsGadgets(const Gadget& gadget) {
+  return gadget.kind == GadgetKind::group || gadget.kind == GadgetKind::scrollGroup;
+}
+
+// The names and numbers of menus, so that a changed check mark does not build them anew.
+void describe(const std::vector<MenuEntry>& entries, QString& text) {
+  for (const MenuEntry& entry : entries) {
+    text += QString::number(entry.id) + QLatin1Char(' ') + toQt(entry.text) + QLatin1Char('\n');
+    if (entry.children.empty()) continue;
+    text += QLatin1String("{\n");
+    describe(entry.children, text);
+    text += QLatin1String("}\n");
+  }
+}
+
+} // namespace
+
+DialogWindow::DialogWindow(GeDialog& dialog, QWidget* parent) : QWidget(parent), dialog_(&dialog) {
+  const DialogState& state = *Access::state(dialog);
+  modal_ = state.modal;
+  setObjectName(QStringLiteral("dialog-%1-%2").arg(state.pluginId).arg(state.subId));
+  setFocusPolicy(Qt::ClickFocus);
+  setDialogView(dialog, this);
+  auto* layout = new QVBoxLayout(this);
+  layout->setContentsMargins(0, 0, 0, 0);
+  layout->setSpacing(0);
+  content_ = new QWidget(this);
+  auto* grid = new GridBox(content_);
+  const Gadget& root = state.model.root;
+  grid->setGroup(1, 0, root.spaceX, root.spaceY);
+  grid->setContentsMargins(root.borderLeft, root.borderTop, root.borderRight, root.borderBottom);
+  layout->addWidget(content_, 1);
+  widgets_[&root] = content_;
+  titleChanged();
+  buildMenus();
+  addGadgets(root, *content_);
+}
+
+DialogWindow::~DialogWindow() {
+  detach();
+}
+
+void DialogWindow::detach() {
+  if (!dialog_) return;
+  setDialogView(*dialog_, nullptr);
+  dialog_ = nullptr;
+  for (const auto& [gadget, widget] : widgets_)
+    if (auto* area = qobject_cast<AreaWidget*>(widget.data())) area->setArea(nullptr);
+  widgets_.clear();
+}
+
+bool DialogWindow::closeByUser() {
+  if (!dialog_) return true;
+  commitTyping(*this);
+  return !dialog_ || host::closeByUser(*dialog_);
+}
+
+// ---- Gadgets
+
+void DialogWindow::addGadgets(const Gadget& group, QWidget& widget) {
+  auto* grid = static_cast<GridBox*>(widget.layout());
+  for (const auto& child : group.children) {
+    QWidget* made = makeGadgetWidget(*this, *child, &widget);
+    widgets_[child.get()] = made;
+    made->setHidden(child->hidden);
+    grid->add(made, child->flags);
+    if (!holdsGadgets(*child)) continue;
+    auto* scroll = qobject_cast<ScrollGroup*>(made);
+    addGadgets(*child, scroll ? *scroll->widget() : *made);
+    if (scroll) connect(scroll, &ScrollGroup::resized, this, [this, at = child.get()] { followScroll(*at); });
+  }
+}
+
+// The areas of a scroll group may want a size that depends on what the group shows.
+void DialogWindow::followScroll(const Gadget& group) {
+  if (!dialog_ || !widgetOf(group)) return;
+  std::vector<GeUserArea*> areas;
+  forEachGadget(group, [&](const Gadget& gadget) {
+    if (gadget.area) areas.push_back(gadget.area);
+  });
+  for (GeUserArea* area : areas) {
+    if (!dialog_ || !widgetOf(group)) return;
+    area->LayoutChanged();
+  }
+}
+
+QWidget* DialogWindow::widgetOf(const Gadget& gadget) const {
+  const auto found = widgets_.find(&gadget);
+  return found == widgets_.end() ? nullptr : found->second.data();
+}
+
+QWidget* DialogWindow::gadgetWidget(LONG id) const {
+  const Gadget* gadget = dialog_ ? findGadget(*dialog_, id) : nullptr;
+  return gadget ? widgetOf(*gadget) : nullptr;
+}
+
+void DialogWindow::gadgetChanged(const Gadget& gadget) {
+  QWidget* widget = widgetOf(gadget);
+  if (!widget) return;
+  showGadget(*widget, gadget);
+  if (widget->isHidden() != gadget.hidden && widget != content_) widget->setHidden(gadget.hidden);
+}
+
+void DialogWindow::layoutChanged(const Gadget& gadget) {
+  forEachGadget(gadget, [this](const Gadget& one) {
+    QWidget* widget = widgetOf(one);
+    auto* area = qobject_cast<AreaWidget*>(widget);
+    if (area && area->area() != one.area) area->setArea(one.area);
+    if (area) area->takeMinSize();
+    if (widget && widget != content_ && widget->isHidden() != one.hidden) widget->setHidden(one.hidden);
+  });
+}
+
+void DialogWindow::areaPainted(const Gadget& gadget) {
+  if (QWidget* widget = widgetOf(gadget)) widget->update();
+}
+
+void DialogWindow::titleChanged() {
+  if (dialog_) setWindowTitle(toQt(dialogModel(*dialog_).title));
+}
+
+bool DialogWindow::visibleArea(const Gadget& gadget, LONG& left, LONG& top, LONG& right, LONG& bottom) const {
+  const auto* scroll = qobject_cast<ScrollGroup*>(widgetOf(gadget));
+  if (!scroll) return false;
+  const QRect part = scroll->visiblePart();
+  left = part.x();
+  top = part.y();
+  right = part.x() + part.width();
+  bottom = part.y() + part.height();
+  return true;
+}
+
+bool DialogWindow::place(const Gadget& gadget, Place& place) const {
+  const QWidget* widget = widgetOf(gadget);
+  if (!widget) return false;
+  const QPoint at = widget == content_ ? QPoint(0, 0) : widget->mapTo(content_, QPoint(0, 0));
+  place = {at.x(), at.y(), widget->width(), widget->height()};
+  return true;
+}
+
+bool DialogWindow::origin(LONG& x, LONG& y) const {
+  const QPoint at = content_->mapToGlobal(QPoint(0, 0));
+  x = at.x();
+  y = at.y();
+  return true;
+}
+
+// ---- Menus
+
+void DialogWindow::menuChanged() {
+  if (!dialog_) return;
+  QString layout;
+  describe(dialogModel(*dialog_).menus, layout);
+  if (layout == menuLayout_)
+    showEntries(dialogModel(*dialog_).menus);
+  else
+    buildMenus();
+}
+
+// The old menus go when the entry that may have led here has done its work.
+void DialogWindow::buildMenus() {
+  const std::vector<MenuEntry>& menus = dialogModel(*dialog_).menus;
+  menuLayout_.clear();
+  describe(menus, menuLayout_);
+  actions_.clear();
+  if (menuBar_) {
+    layout()->removeWidget(menuBar_);
+    menuBar_->hide();
+    menuBar_->deleteLater();
+    menuBar_ = nullptr;
+  }
+  if (menus.empty()) return;
+  menuBar_ = new QMenuBar(this);
+  menuBar_->setNativeMenuBar(false);
+  for (const MenuEntry& menu : menus) {
+    if (!menu.children.empty() || menu.id == 0)
+      addEntries(menu.children, *menuBar_->addMenu(labelText(menu.text)));
+  }
+  static_cast<QVBoxLayout*>(layout())->insertWidget(0, menuBar_);
+  showEntries(menus);
+}
+
+void DialogWindow::addEntries(const std::vector<MenuEntry>& entries, QMenu& menu) {
+  connect(&menu, &QMenu::aboutToShow, this, [this] { commitTyping(*this); });
+  for (const MenuEntry& entry : entries) {
+    if (!entry.children.empty()) {
+      addEntries(entry.children, *menu.addMenu(labelText(entry.text)));
+    } else if (entry.id == 0 || !entry.text.Content()) {
+      menu.addSeparator();
+    } else {
+      QAction* action = menu.addAction(labelText(entry.text));
+      action->setObjectName(QStringLiteral("menu-%1").arg(entry.id));
+      actions_[entry.id] = action;
+      connect(action, &QAction::triggered, this, [this, id = entry.id] { chooseEntry(id); });
+    }
+  }
+}
+
+// Only an entry with a mark can be checked, so that Qt makes no marks by itself.
+void DialogWindow::showEntries(const std::vector<MenuEntry>& entries) {
+  for (const MenuEntry& entry : entries) {
+    showEntries(entry.children);
+    const auto found = actions_.find(entry.id);
+    if (found == actions_.end() || !found->second) continue;
+    QAction& action = *found->second;
+    action.setEnabled(entry.enabled);
+    action.setCheckable(entry.checked);
+    action.setChecked(entry.checked);
+  }
+}
+
+void DialogWindow::chooseEntry(LONG id) {
+  if (!dialog_) return;
+  const QPointer<DialogWindow> there = this;
+  chooseMenu(*dialog_, id, {qualifiersOf(QGuiApplication::keyboardModifiers()), false, true});
+  if (there && dialog_) showEntries(dialogModel(*dialog_).menus);
+}
+
+QAction* DialogWindow::menuAction(LONG id) const {
+  const auto found = actions_.find(id);
+  return found == actions_.end() ? nullptr : found->second.data();
+}
+
+// ---- Events
+
+void DialogWindow::closeEvent(QCloseEvent* event) {
+  event->ignore(); // the dialog's closing takes the window away
+  closeByUser();
+}
+
+// What no gadget took.
+void DialogWindow::keyPressEvent(QKeyEvent* event) {
+  watchInput(*event);
+  const LONG channel = channelOf(event->key());
+  const bool used = dialog_ && channel != 0 &&
+                    pressKey(*dialog_, channel, toHost(event->text()), qualifiersOf(event->modifiers()));
+  if (!used) event->ignore();
+}
+
+} // namespace host
