@@ -113,6 +113,12 @@ if(LUMENARA_TESTS AND NOT LUMENARA_FUZZ)
   endif()
 endif()
 
+# Qt Test: synthetic mouse and keys for the tests of the widgets.
+if(LUMENARA_TESTS AND LUMENARA_QT AND NOT LUMENARA_FUZZ)
+  find_package(Qt6 6.4 REQUIRED COMPONENTS Test)
+  lumenara_dependency(qttest LINK Qt6::Test)
+endif()
+
 # Google Benchmark: timing of the renderer and of the host's hot paths. As above.
 if(LUMENARA_BENCH AND NOT LUMENARA_FUZZ)
   find_package(benchmark QUIET)
