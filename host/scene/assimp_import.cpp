@@ -157,7 +157,7 @@ class Converter {
     if (wrap(modes[0]) != 0) bitmap->data.SetLong(param::bitmapWrapU, wrap(modes[0]));
     if (wrap(modes[1]) != 0) bitmap->data.SetLong(param::bitmapWrapV, wrap(modes[1]));
     to.shaders.append(*bitmap);
-    to.slots[static_cast<std::size_t>(slot)] = bitmap->identity;
+    to.shaderSlots[static_cast<std::size_t>(slot)] = bitmap->identity;
     return true;
   }
 

@@ -58,7 +58,7 @@ void Copier::copyParts(const NodeState& from, NodeState& to, bool withChildren) 
     copyList(static_cast<const ObjectState&>(from).tags, static_cast<ObjectState&>(to).tags);
     break;
   case NodeKind::material:
-    static_cast<MaterialState&>(to).slots = static_cast<const MaterialState&>(from).slots;
+    static_cast<MaterialState&>(to).shaderSlots = static_cast<const MaterialState&>(from).shaderSlots;
     copyList(from.shaders, to.shaders);
     break;
   case NodeKind::shader:
@@ -116,7 +116,7 @@ class Renamer {
   void rename(NodeState& node) const {
     renameLinks(node.data);
     if (node.kind == NodeKind::material)
-      for (Identity& slot : static_cast<MaterialState&>(node).slots)
+      for (Identity& slot : static_cast<MaterialState&>(node).shaderSlots)
         slot = of(slot);
     if (node.kind == NodeKind::object) renameSkin(static_cast<ObjectState&>(node));
     if (node.kind == NodeKind::view) {

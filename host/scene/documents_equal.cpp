@@ -112,8 +112,8 @@ class Comparison {
       return picture(static_cast<const ShaderState&>(a).picture, static_cast<const ShaderState&>(b).picture,
                      where);
     case NodeKind::material: {
-      const auto &x = static_cast<const MaterialState&>(a).slots,
-                 &y = static_cast<const MaterialState&>(b).slots;
+      const auto &x = static_cast<const MaterialState&>(a).shaderSlots,
+                 &y = static_cast<const MaterialState&>(b).shaderSlots;
       for (std::size_t i = 0; i < x.size(); ++i)
         if (!link(x[i], y[i])) return differ(where, "the shader of slot " + std::to_string(i));
       return true;

@@ -335,7 +335,7 @@ class DocumentBuilder {
       if (!slots.is_object() || !slots.contains(key)) continue;
       const int shader = indexIn(slots, key.c_str(), own.size(), "shader");
       if (shader >= 0 && own[static_cast<std::size_t>(shader)])
-        material.slots[static_cast<std::size_t>(slot)] = own[static_cast<std::size_t>(shader)]->identity;
+        material.shaderSlots[static_cast<std::size_t>(slot)] = own[static_cast<std::size_t>(shader)]->identity;
     }
     for (const TextureSlot& place : textureSlots()) {
       if (slots.is_object() && slots.contains(std::to_string(place.slot))) continue;
@@ -344,7 +344,7 @@ class DocumentBuilder {
       NodeState* bitmap = makeBitmap(info);
       if (!bitmap) continue;
       material.shaders.append(*bitmap);
-      material.slots[static_cast<std::size_t>(place.slot)] = bitmap->identity;
+      material.shaderSlots[static_cast<std::size_t>(place.slot)] = bitmap->identity;
     }
   }
 

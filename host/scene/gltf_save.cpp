@@ -164,7 +164,7 @@ class Writer {
   }
 
   static const NodeState* shaderOf(const MaterialState& material, int slot) {
-    const Identity wanted = material.slots[static_cast<std::size_t>(slot)];
+    const Identity wanted = material.shaderSlots[static_cast<std::size_t>(slot)];
     for (const NodeState* shader = wanted ? material.shaders.first() : nullptr; shader; shader = shader->next)
       if (shader->identity == wanted) return shader;
     return nullptr;

@@ -248,7 +248,7 @@ BaseChannel* BaseMaterial::GetChannel(LONG id) {
 
 BaseShader* BaseChannel::GetShader() const {
   const host::MaterialState& material = *stateOf(material_);
-  const host::Identity wanted = material.slots[static_cast<std::size_t>(id_)];
+  const host::Identity wanted = material.shaderSlots[static_cast<std::size_t>(id_)];
   if (wanted == 0) return nullptr;
   for (NodeState* shader = material.shaders.first(); shader; shader = shader->next)
     if (shader->identity == wanted) return nodeOf<BaseShader>(shader);
@@ -260,7 +260,7 @@ Bool BaseChannel::SetShader(BaseShader* shader) {
   const NodeState* state = stateOf(static_cast<BaseList2D*>(shader));
   if (state && state->list != &material.shaders) return FALSE;
   const auto lock = lockOf(&material);
-  material.slots[static_cast<std::size_t>(id_)] = state ? state->identity : 0;
+  material.shaderSlots[static_cast<std::size_t>(id_)] = state ? state->identity : 0;
   return TRUE;
 }
 

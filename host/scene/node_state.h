@@ -98,7 +98,7 @@ struct MaterialState : NodeState {
   explicit MaterialState(LONG nodeType) : NodeState(NodeKind::material, nodeType) {}
   using ChannelPtr = std::unique_ptr<BaseChannel, void (*)(BaseChannel*)>;
 
-  std::array<Identity, slotCount> slots{}; // the top shader of each, in `shaders`
+  std::array<Identity, slotCount> shaderSlots{}; // the top shader of each, in `shaders`
   std::vector<ChannelPtr> channels;        // handed out so far
 };
 

@@ -220,7 +220,7 @@ class MaterialBuilder {
 } // namespace
 
 const ShaderState* shaderIn(const MaterialState& material, int slot) noexcept {
-  const Identity wanted = material.slots[static_cast<std::size_t>(slot)];
+  const Identity wanted = material.shaderSlots[static_cast<std::size_t>(slot)];
   for (const NodeState* shader = wanted ? material.shaders.first() : nullptr; shader; shader = shader->next)
     if (shader->identity == wanted) return static_cast<const ShaderState*>(shader);
   return nullptr;

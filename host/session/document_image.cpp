@@ -92,7 +92,7 @@ bool sameValues(const NodeState& node, const NodeImage& image) {
     return sameObject(static_cast<const ObjectState&>(node), *image.object) &&
            isDriven(static_cast<const ObjectState&>(node)) == image.object->driven;
   case NodeKind::material:
-    return static_cast<const MaterialState&>(node).slots == *image.slots;
+    return static_cast<const MaterialState&>(node).shaderSlots == *image.slots;
   case NodeKind::document:
     return sameDocument(static_cast<const DocumentState&>(node), *image.document);
   default:
@@ -137,7 +137,7 @@ std::shared_ptr<NodeImage> readValues(const NodeState& node) {
     image->object = std::make_unique<ObjectPart>();
     readObject(static_cast<const ObjectState&>(node), *image->object);
   } else if (node.kind == NodeKind::material) {
-    image->slots = std::make_unique<Slots>(static_cast<const MaterialState&>(node).slots);
+    image->slots = std::make_unique<Slots>(static_cast<const MaterialState&>(node).shaderSlots);
   } else if (node.kind == NodeKind::document) {
     image->document = std::make_unique<DocumentPart>();
     readDocument(static_cast<const DocumentState&>(node), *image->document);
@@ -292,7 +292,7 @@ class Putter {
     if (node.kind == NodeKind::object)
       assignObject(static_cast<ObjectState&>(node), image);
     else if (node.kind == NodeKind::material)
-      static_cast<MaterialState&>(node).slots = *image.slots;
+      static_cast<MaterialState&>(node).shaderSlots = *image.slots;
     else if (node.kind == NodeKind::shader)
       static_cast<ShaderState&>(node).picture = image.picture;
     else if (node.kind == NodeKind::document)
