@@ -157,12 +157,39 @@ bool Preferences::readDisk(Contents& contents) {
   Contents read;
   if (fromText(text, read, reason)) {
     lastText_ = std::move(text);
+    noteOutdated(read);
     contents = std::move(read);
   } else {
     lastText_.reset();
     keepDamaged(reason);
   }
   return true;
+}
+
+// What another program has changed since this one looked last.
+void Preferences::noteOutdated(const Contents& disk) {
+  for (const auto& [key, container] : disk) {
+    const auto found = slots_.find(key);
+    if (found == slots_.end() || !found->second->onDisk) continue;
+    Slot& place = *found->second;
+    for (LONG i = 0; i < place.base.GetCount(); ++i) {
+      const LONG id = place.base.GetIndexId(i);
+      if (place.outdated.FindIndex(id) == NOTOK && !(container.GetData(id) == *place.base.GetIndexData(i)))
+        place.outdated.SetData(id, *place.base.GetIndexData(i));
+    }
+  }
+}
+
+// Entries that the caller holds from before another program's change are not put.
+void Preferences::putEntries(const std::string& key, const BaseContainer& data, BaseContainer& target) {
+  BaseContainer& outdated = slot(key).outdated;
+  for (LONG i = 0; i < data.GetCount(); ++i) {
+    const LONG id = data.GetIndexId(i);
+    const GeData* before = outdated.GetDataPointer(id);
+    if (before && *before == *data.GetIndexData(i)) continue;
+    outdated.RemoveData(id);
+    target.SetData(id, *data.GetIndexData(i));
+  }
 }
 
 Preferences::Slot& Preferences::slot(const std::string& key) {
@@ -208,7 +235,7 @@ bool Preferences::store(const std::string& key, const BaseContainer& data, bool 
   Contents next = merged(disk);
   BaseContainer& target = next[key];
   if (add)
-    target.MergeContainer(data);
+    putEntries(key, data, target);
   else
     target = data;
   if (readable && write(next)) {
@@ -242,7 +269,9 @@ bool Preferences::set(LONG id, const BaseContainer& data, bool add) {
 
 BaseContainer* Preferences::get(LONG id) {
   const auto found = slots_.find(pluginKey(id));
-  return found != slots_.end() && found->second->stored ? &found->second->live : nullptr;
+  if (found == slots_.end() || !found->second->stored) return nullptr;
+  found->second->outdated.FlushAll(); // the caller sees what others have changed
+  return &found->second->live;
 }
 
 bool Preferences::setNamed(const std::string& name, const BaseContainer& data, bool add) {

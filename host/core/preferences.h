@@ -22,8 +22,11 @@ class Preferences {
   Preferences& operator=(const Preferences&) = delete;
 
   /// Stores a container; it is on disk when this returns true. With `add` its entries go into what the disk
-  /// holds under this number, else they replace it. False when the file cannot be written: one line on the
-  /// console, the value stays in memory and goes to the disk with the next write that works.
+  /// holds under this number, else they replace it. Entries added with the
+  /// value that they had before another program changed them are no change, unless the container was asked
+  /// for since: who stores all that it has does not undo what it has not seen. False when the file cannot be
+  /// written: one line on the console, the value stays in memory and goes to the disk with the next write
+  /// that works.
   bool set(LONG id, const BaseContainer& data, bool add);
   /// The container under a number; null when nothing is stored. The pointer stays valid.
   BaseContainer* get(LONG id);
@@ -40,8 +43,9 @@ class Preferences {
 
  private:
   struct Slot {
-    BaseContainer live; // what callers see
-    BaseContainer base; // what was on disk when last read or written
+    BaseContainer live;     // what callers see
+    BaseContainer base;     // what was on disk when last read or written
+    BaseContainer outdated; // entries that other programs have changed, as they were before
     bool stored = false, onDisk = false;
   };
   using Slots = std::map<std::string, std::unique_ptr<Slot>>;
@@ -51,6 +55,8 @@ class Preferences {
   bool readDisk(Contents& contents);
   bool write(const Contents& contents);
   void adopt(const Contents& contents);
+  void noteOutdated(const Contents& disk);
+  void putEntries(const std::string& key, const BaseContainer& data, BaseContainer& target);
   Contents merged(const Contents& disk) const;
   void keepDamaged(const std::string& reason);
   bool complain(const std::string& reason);

@@ -138,6 +138,29 @@ TEST_F(PreferencesTest, TwoProgramsMerge) {
   EXPECT_EQ(open()->get(ID)->GetCount(), 1) << "a reset by one is a reset for all";
 }
 
+TEST_F(PreferencesTest, WhoStoresAllThatItHasDoesNotUndoWhatItHasNotSeen) {
+  BaseContainer all;
+  all.SetLong(1, 10);
+  all.SetLong(2, 20);
+  open()->set(ID, all, true);
+  const auto a = open(), b = open();
+  b->set(ID, one(1, 11), true);
+  all.SetLong(2, 21);
+  a->set(ID, all, true); // 1 is as it was when a began
+  EXPECT_EQ(open()->get(ID)->GetLong(1), 11);
+  EXPECT_EQ(open()->get(ID)->GetLong(2), 21);
+  a->set(ID, one(1, 12), true);
+  EXPECT_EQ(open()->get(ID)->GetLong(1), 12) << "a change of its own counts";
+  a->set(ID, one(1, 10), true);
+  EXPECT_EQ(open()->get(ID)->GetLong(1), 10) << "also back to where it began";
+
+  b->set(ID, one(2, 22), true);
+  a->set(5, one(1, 1), true); // a hears of it
+  EXPECT_EQ(a->get(ID)->GetLong(2), 22);
+  a->set(ID, one(2, 21), true);
+  EXPECT_EQ(open()->get(ID)->GetLong(2), 21) << "what was seen may be undone";
+}
+
 // Runs `body` in a process of its own.
 template <class Body>
 pid_t startChild(const Body& body) {
