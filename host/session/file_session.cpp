@@ -193,15 +193,15 @@ bool FileSession::open(const Filename& file) {
 
 void FileSession::startLoading(const Filename& file, bool reload) {
   giveUpLoading();
-  loader_ = std::make_unique<Loader>();
+  loader_ = std::make_shared<Loader>();
   Loader* loader = loader_.get();
   loader->file = file;
   loader->reload = reload;
   loader->revision = edits_.revision();
   loader->job = std::make_unique<BackgroundJob>(
       "load scene", [loader](BaseThread& thread) { loader->read(thread); },
-      [self = self_, loader] {
-        if (*self) (*self)->jobEnded(loader);
+      [self = self_, watched = std::weak_ptr(loader_)] {
+        if (*self) (*self)->jobEnded(watched.lock());
       });
   Activity activity;
   activity.kind = Activity::Kind::loading;
@@ -236,14 +236,15 @@ void FileSession::cancelLoading() {
   giveUpLoading();
 }
 
-void FileSession::jobEnded(const void* job) {
-  std::erase_if(givenUp_, [job](const auto& loader) { return loader.get() == job; });
-  if (loader_ && loader_.get() == job) loaded();
-  if (saver_ && saver_.get() == job) saved();
+void FileSession::jobEnded(const std::shared_ptr<const void>& job) {
+  if (!job) return;
+  std::erase_if(givenUp_, [&](const auto& loader) { return loader == job; });
+  if (loader_ == job) loaded();
+  if (saver_ == job) saved();
 }
 
 void FileSession::loaded() {
-  const std::unique_ptr<Loader> loader = std::move(loader_);
+  const std::shared_ptr<Loader> loader = std::exchange(loader_, nullptr);
   loader->job->Wait(TRUE);
   setActivity({});
   const LoadResult& result = loader->result;
@@ -302,7 +303,7 @@ bool FileSession::saveAs(const Filename& file) {
 }
 
 void FileSession::startSaving(const Filename& file) {
-  saver_ = std::make_unique<Saver>();
+  saver_ = std::make_shared<Saver>();
   Saver* saver = saver_.get();
   saveFailed_ = false;
   saver->file = file;
@@ -316,8 +317,8 @@ void FileSession::startSaving(const Filename& file) {
         saver->stamp = stampOf(saver->file);
         saver->copy.reset();
       },
-      [self = self_, saver] {
-        if (*self) (*self)->jobEnded(saver);
+      [self = self_, watched = std::weak_ptr(saver_)] {
+        if (*self) (*self)->jobEnded(watched.lock());
       });
   Activity activity;
   activity.kind = Activity::Kind::saving;
@@ -331,7 +332,7 @@ void FileSession::startSaving(const Filename& file) {
 }
 
 void FileSession::saved() {
-  const std::unique_ptr<Saver> saver = std::move(saver_);
+  const std::shared_ptr<Saver> saver = std::exchange(saver_, nullptr);
   saver->job->Wait(TRUE);
   setActivity({});
   BaseDocument* document = hub_.document();

@@ -108,7 +108,7 @@ class FileSession {
   void takeOver(Loader& loader);
   void startSaving(const Filename& file);
   void saved();
-  void jobEnded(const void* job);
+  void jobEnded(const std::shared_ptr<const void>& job);
   void watchTick();
   void progressTick();
   void fileChanged();
@@ -121,9 +121,9 @@ class FileSession {
   Edits& edits_;
   FileQuestions questions_;
   Activity activity_;
-  std::unique_ptr<Loader> loader_;
-  std::vector<std::unique_ptr<Loader>> givenUp_; // end when they notice
-  std::unique_ptr<Saver> saver_;
+  std::shared_ptr<Loader> loader_;
+  std::vector<std::shared_ptr<Loader>> givenUp_; // end when they notice
+  std::shared_ptr<Saver> saver_;
   std::shared_ptr<FileSession*> self_; // for what waits in the loop
   FileWatch watch_;
   TimerId timer_ = 0, progressTimer_ = 0;

@@ -107,7 +107,7 @@ bool HostRenders::start(RenderKind kind, LONG width, LONG height) {
   state_ = {};
   state_.kind = kind;
   const BaseDocument* document = hub_.document();
-  auto job = std::make_unique<Job>();
+  auto job = std::make_shared<Job>();
   if (document) job->document.reset(document->GetClone(COPYFLAGS_0));
   const RenderData* data = job->document ? job->document->GetActiveRenderData() : nullptr;
   if (!data) {
@@ -137,8 +137,8 @@ bool HostRenders::start(RenderKind kind, LONG width, LONG height) {
   Job* raw = job.get();
   job->thread = std::make_unique<BackgroundJob>(
       "render", [raw](BaseThread& thread) { raw->run(thread); },
-      [self = self_, raw] {
-        if (*self && (*self)->job_.get() == raw) (*self)->ended();
+      [self = self_, watched = std::weak_ptr(job)] {
+        if (*self && (*self)->job_ && (*self)->job_ == watched.lock()) (*self)->ended();
       });
   if (!job->thread->Start(THREADMODE_ASYNC, THREADPRIORITY_BELOW)) {
     state_.error = "The render cannot start: the system has no thread for it. Close other programs.";
@@ -165,7 +165,7 @@ void HostRenders::poll() {
 }
 
 void HostRenders::ended() {
-  const std::unique_ptr<Job> job = std::move(job_);
+  const std::shared_ptr<Job> job = std::exchange(job_, nullptr);
   job->thread->Wait(TRUE);
   mainLoop().removeTimer(std::exchange(timer_, 0));
   state_.running = false;

@@ -67,7 +67,7 @@ class HostRenders {
 
   DocumentHub& hub_;
   RenderState state_;
-  std::unique_ptr<Job> job_;
+  std::shared_ptr<Job> job_;
   TimerId timer_ = 0;
   Milliseconds started_ = 0;
   std::shared_ptr<HostRenders*> self_; // for what waits in the loop

@@ -117,7 +117,7 @@ void MaterialPreviews::pursue() {
 
 // Starts the first of the queue; false when there is nothing to render for it.
 bool MaterialPreviews::start() {
-  auto job = std::make_unique<Job>();
+  auto job = std::make_shared<Job>();
   job->key = queue_.front();
   queue_.pop_front();
   const BaseDocument* document = hub_.document();
@@ -131,8 +131,8 @@ bool MaterialPreviews::start() {
   Job* raw = job.get();
   job->thread = std::make_unique<BackgroundJob>(
       "material preview", [raw](BaseThread& thread) { raw->run(thread); },
-      [self = self_, raw] {
-        if (*self && (*self)->job_.get() == raw) (*self)->ended();
+      [self = self_, watched = std::weak_ptr(job)] {
+        if (*self && (*self)->job_ && (*self)->job_ == watched.lock()) (*self)->ended();
       });
   if (!job->thread->Start(THREADMODE_ASYNC, THREADPRIORITY_LOWEST)) return false;
   job_ = std::move(job);
@@ -140,7 +140,7 @@ bool MaterialPreviews::start() {
 }
 
 void MaterialPreviews::ended() {
-  const std::unique_ptr<Job> job = std::move(job_);
+  const std::shared_ptr<Job> job = std::exchange(job_, nullptr);
   job->thread->Wait(TRUE);
   if (job->result == RENDERRESULT_USERBREAK) { // somebody stopped it: it comes first again
     ++stopped_;

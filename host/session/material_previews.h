@@ -71,7 +71,7 @@ class MaterialPreviews {
   std::map<Key, Cached> cache_;
   std::deque<Key> queue_;
   std::map<Key, int> patience_; // how often each was stopped: it gets fewer samples then
-  std::unique_ptr<Job> job_;
+  std::shared_ptr<Job> job_;
   std::shared_ptr<MaterialPreviews*> self_; // for what waits in the loop
   TimerId timer_ = 0;
   std::uint64_t uses_ = 0;
