@@ -1,0 +1,17 @@
+// Help > About. Main thread.
+#pragma once
+
+#include <QDialog>
+
+namespace host {
+
+class AboutDialog : public QDialog {
+  Q_OBJECT
+ public:
+  explicit AboutDialog(QWidget* parent = nullptr);
+};
+
+/// "0.1.0".
+QString studioVersion();
+
+} // namespace host

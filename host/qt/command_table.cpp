@@ -1,0 +1,100 @@
+#include "command_table.h"
+
+#include "icons.h"
+
+namespace host {
+
+namespace {
+
+// A text without its mnemonic.
+QString plain(QString text) {
+  return text.remove(QLatin1Char('&')).remove(QStringLiteral("..."));
+}
+
+// Keys without Ctrl or Alt that a focused widget has a use for of its own.
+bool keepsKey(const QWidget* widget, int key) {
+  const bool sideways = key == Qt::Key_Left || key == Qt::Key_Right;
+  if (key == Qt::Key_Space) return qobject_cast<const QAbstractButton*>(widget) != nullptr;
+  if (!sideways) return false;
+  return qobject_cast<const QAbstractItemView*>(widget) || qobject_cast<const QAbstractSlider*>(widget) ||
+         qobject_cast<const QComboBox*>(widget);
+}
+
+} // namespace
+
+CommandTable::CommandTable(QWidget* window) : QObject(window), window_(window) {
+  soon_.setSingleShot(true);
+  soon_.setInterval(0);
+  connect(&soon_, &QTimer::timeout, this, &CommandTable::refresh);
+  qApp->installEventFilter(this);
+}
+
+QAction* CommandTable::add(Command command) {
+  Q_ASSERT(!actions_.contains(command.id));
+  auto* action = new QAction(command.text, window_);
+  action->setObjectName(command.id);
+  action->setShortcuts(command.keys);
+  action->setCheckable(static_cast<bool>(command.checked));
+  if (!command.icon.isEmpty()) action->setIcon(icon(command.icon));
+  const std::size_t index = commands_.size();
+  connect(action, &QAction::triggered, this, [this, index] { run(index); });
+  window_->addAction(action);
+  actions_.insert(command.id, action);
+  commands_.push_back(std::move(command));
+  return action;
+}
+
+QStringList CommandTable::duplicateKeys() const {
+  QHash<QString, int> uses;
+  for (const Command& command : commands_)
+    for (const QKeySequence& key : command.keys)
+      ++uses[key.toString(QKeySequence::PortableText)];
+  QStringList twice;
+  for (auto use = uses.cbegin(); use != uses.cend(); ++use)
+    if (use.value() > 1) twice.push_back(use.key());
+  twice.sort();
+  return twice;
+}
+
+void CommandTable::refresh() {
+  soon_.stop();
+  for (const Command& command : commands_) {
+    QAction* action = actions_.value(command.id);
+    if (command.label) action->setText(command.label());
+    if (command.checked) action->setChecked(command.checked());
+    action->setEnabled(!command.enabled || command.enabled());
+    const QString key = action->shortcut().toString(QKeySequence::NativeText);
+    action->setToolTip(key.isEmpty() ? plain(action->text())
+                                     : QStringLiteral("%1 (%2)").arg(plain(action->text()), key));
+  }
+}
+
+void CommandTable::refreshSoon() {
+  if (!soon_.isActive()) soon_.start();
+}
+
+void CommandTable::run(std::size_t index) {
+  // The state shown may be from before the last change.
+  const Command& command = commands_[index];
+  const bool allowed = !(blocked_ && blocked_()) && (!command.enabled || command.enabled());
+  if (allowed && command.run) {
+    const std::function<void()> run = command.run;
+    run();
+  }
+  refreshSoon();
+}
+
+bool CommandTable::eventFilter(QObject* watched, QEvent* event) {
+  if (event->type() == QEvent::ShortcutOverride) {
+    const auto* key = static_cast<QKeyEvent*>(event);
+    const auto* widget = qobject_cast<QWidget*>(watched);
+    const bool bare = !(key->modifiers() & (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier));
+    if (widget && bare && keepsKey(widget, key->key())) {
+      event->accept();
+      return true;
+    }
+  }
+  return QObject::eventFilter(watched, event);
+}
+
+} // namespace host

@@ -1,0 +1,38 @@
+// The console's lines, each with its time. Main thread.
+#pragma once
+
+#include <QPlainTextEdit>
+#include <cstdint>
+
+#include "c4d_string.h"
+
+namespace host {
+
+enum class LineKind { plain, warning, error };
+/// What the words of a console line tell of.
+LineKind kindOfLine(const QString& line);
+
+/// Shows what is printed from its making on, the last `mostLines` of it.
+class ConsoleWidget : public QWidget {
+  Q_OBJECT
+ public:
+  static constexpr int mostLines = 5000;
+
+  explicit ConsoleWidget(QWidget* parent = nullptr);
+  ~ConsoleWidget() override;
+
+  void copy() const; // the marked part; all of it when nothing is marked
+  void clear();
+  QString text() const { return text_->toPlainText(); }
+
+ signals:
+  void errorPrinted(const QString& line);
+
+ private:
+  void addLine(const String& line);
+
+  QPlainTextEdit* text_;
+  std::uint64_t listener_ = 0;
+};
+
+} // namespace host

@@ -1,0 +1,107 @@
+// The editor view on screen: forwards input to the view's model and shows its picture. Main thread.
+#pragma once
+
+#include <QElapsedTimer>
+#include <QWidget>
+#include <deque>
+#include <optional>
+
+#include "editor_view.h"
+#include "session.h"
+
+class QEventLoop;
+
+namespace host {
+
+/// What a left drag on a selected object does.
+enum class ViewTool { select, move, turn, scale };
+
+class EditorViewWidget : public QWidget {
+  Q_OBJECT
+ public:
+  /// `tracer` shades and picks; null: only grid and symbols show.
+  EditorViewWidget(Session& session, ViewTracer* tracer, QWidget* parent = nullptr);
+  ~EditorViewWidget() override;
+
+  EditorView& view() { return *view_; }
+  /// Ends the view: no document and no plug-in is used from here on. The widget stays, grey.
+  void shutDown();
+
+  ViewTool tool() const { return tool_; }
+  void setTool(ViewTool tool);
+  /// Looks through a camera of the document; 0: the view's own.
+  void lookThrough(Identity camera);
+
+  /// The host's Render View lies over the picture until the scene, the camera or the size changes.
+  bool showsRender() const { return render_ != nullptr; }
+  void hideRender();
+
+  QSize sizeHint() const override { return {640, 400}; }
+
+ signals:
+  void toolChanged();
+  void menuWanted(const QPoint& globalPosition);
+
+ protected:
+  void paintEvent(QPaintEvent* event) override;
+  void resizeEvent(QResizeEvent* event) override;
+  void mousePressEvent(QMouseEvent* event) override;
+  void mouseMoveEvent(QMouseEvent* event) override;
+  void mouseReleaseEvent(QMouseEvent* event) override;
+  void mouseDoubleClickEvent(QMouseEvent* event) override;
+  void wheelEvent(QWheelEvent* event) override;
+  void leaveEvent(QEvent* event) override;
+  void hideEvent(QHideEvent* event) override;
+  void focusOutEvent(QFocusEvent* event) override;
+  void dragEnterEvent(QDragEnterEvent* event) override;
+  void dragMoveEvent(QDragMoveEvent* event) override;
+  void dropEvent(QDropEvent* event) override;
+  bool event(QEvent* event) override;
+  bool eventFilter(QObject* watched, QEvent* event) override;
+
+ private:
+  struct ToolDrag {
+    bool running = false;
+    QPointF start;
+    Identity anchor = 0;
+    Vector place; // the anchor's, in world space
+    std::vector<std::pair<Identity, Matrix>> objects;
+  };
+
+  EditorViewServices services(ViewTracer* tracer);
+  ViewKeys keys(Qt::KeyboardModifiers modifiers) const;
+  ViewMouse mouse(const QMouseEvent& event) const;
+  void press(QMouseEvent* event, bool twice);
+  bool pumpDrag(DragEvent& drag);
+  void queueDrag(const DragEvent& drag);
+  void showCursor(const QPointF& at);
+  void moveCamera(BaseObject& camera, const char* name, const Edits::Change& change, bool finished);
+  void select(BaseObject* object, bool add);
+  void takeRender();
+  bool watchDigit(const QKeyEvent& key, bool down);
+
+  void armTool(const QPointF& at);
+  void dragTool(const QPointF& at);
+  bool endTool(bool keep);
+
+  Session& session_;
+  std::unique_ptr<EditorView> view_;
+  int digit_ = 0;
+
+  // The nested loop of a scene hook's drag.
+  std::deque<DragEvent> dragEvents_;
+  QEventLoop* dragLoop_ = nullptr;
+  bool pumped_ = false, dragOver_ = false;
+
+  ViewTool tool_ = ViewTool::select;
+  std::optional<ToolDrag> toolDrag_;
+
+  SharedBitmap render_;
+  QImage renderImage_;
+  Subscription renderChanged_, renderFinished_, hubChanged_, timeChanged_, replaced_, selected_;
+};
+
+/// A bitmap as Qt draws it, opaque.
+QImage opaqueImage(const BaseBitmap& bitmap);
+
+} // namespace host

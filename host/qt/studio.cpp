@@ -1,0 +1,101 @@
+#include "studio.h"
+
+#include "c4d_events.h"
+#include "c4d_file.h"
+#include "main_window.h"
+#include "qt_main_loop.h"
+#include "qt_user_interface.h"
+#include "studio_inspector.h"
+#include "view_tracer.h"
+
+namespace host {
+
+namespace {
+
+// Commands of the viewer plug-in, which Studio is made around.
+constexpr LONG viewerCommand = 1021442;
+constexpr LONG refreshCommand = 1021447;
+constexpr LONG cancelCommand = 1021448;
+
+ProgramOptions programOptions(const StudioOptions& options, UserInterface& ui) {
+  ProgramOptions program;
+  program.home = options.home;
+  program.startupPath = options.startupPath;
+  program.ui = &ui;
+  program.loadModules = options.loadModules;
+  program.linkedPlugins = options.linkedPlugins;
+  program.consoleEcho = options.consoleEcho;
+  return program;
+}
+
+// The first of these files that is there; empty when none is.
+Filename firstOf(const std::vector<Filename>& files) {
+  for (const Filename& file : files)
+    if (GeFExist(file, FALSE)) return file;
+  return {};
+}
+
+} // namespace
+
+Studio::Studio(StudioOptions options)
+    : options_(std::move(options)), ui_(std::make_unique<QtUserInterface>()),
+      program_(std::make_unique<Program>(programOptions(options_, *ui_))),
+      loop_(std::make_unique<QtMainLoop>()), session_(std::make_unique<Session>()) {
+  MainWindowOptions window;
+  window.tracer = &viewTracer();
+  const Filename& place = program_->startupPath();
+  window.demoScene = firstOf({place + "scenes" + "demo.glb"});
+  const Filename manual = "lm_manual.pdf";
+  window.manual = firstOf({place + "plugins" + "Lumenara" + "docs" + manual, place + "docs" + manual});
+  window.dockedDialogs = {viewerCommand};
+  window.stopPlugins = [] { CallCommand(cancelCommand); };
+  window_ = std::make_unique<MainWindow>(*session_, *ui_, std::move(window));
+  connect(window_.get(), &MainWindow::closed, this, &Studio::finished);
+  program_->startPlugins();
+  window_->pluginsStarted();
+}
+
+Studio::~Studio() {
+  shutDown();
+}
+
+void Studio::start() {
+  window_->restoreLayout();
+  window_->show();
+  inspector_ = StudioInspector::fromEnvironment();
+  program_->registry().restoreLayouts(nullptr);
+  if (options_.scene.Content()) window_->openFile(options_.scene);
+  if (options_.openViewer) openViewer();
+}
+
+// The picture is asked for once the scene is there: one of the empty scene would be of no use.
+void Studio::openViewer() {
+  if (!session_->runCommand(viewerCommand)) {
+    GePrint("The Lumenara plug-in is not there; the viewer cannot be opened. Build or install it again.");
+    return;
+  }
+  using Kind = FileSession::Activity::Kind;
+  if (session_->files().activity().kind == Kind::none) return SpecialEventAdd(refreshCommand);
+  firstLoad_ = session_->files().changed.add([this] {
+    if (session_->files().activity().kind != Kind::none) return;
+    firstLoad_.cancel();
+    SpecialEventAdd(refreshCommand);
+  });
+}
+
+void Studio::shutDown() {
+  if (std::exchange(down_, true)) return;
+  firstLoad_.cancel();
+  inspector_.reset();
+  ui_->keepOpenDialogs();
+  window_->shutDown();
+  window_->hide();
+  program_->shutDown();
+  window_.reset();
+  session_.reset();
+  loop_.reset();
+  program_.reset();
+  ui_.reset();
+}
+
+} // namespace host

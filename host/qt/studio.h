@@ -1,0 +1,65 @@
+// Lumenara Studio as one object: host, session, plug-ins and main window, from start to end. Main thread.
+#pragma once
+
+#include <QObject>
+#include <cstdio>
+#include <memory>
+#include <vector>
+
+#include "program.h"
+#include "session.h"
+
+namespace host {
+
+class MainWindow;
+class QtMainLoop;
+class QtUserInterface;
+class StudioInspector;
+
+struct StudioOptions {
+  Filename scene;          // opened at the start; empty: none
+  Filename home;           // as ProgramOptions::home
+  Filename startupPath;    // as ProgramOptions::startupPath
+  bool openViewer = false; // opens the Lumenara dialog and asks it for a picture
+  bool loadModules = true;
+  std::vector<PluginUnit> linkedPlugins;
+  std::FILE* consoleEcho = stderr;
+};
+
+/// One in a program, after the QApplication. The theme is in place before (installTheme).
+class Studio : public QObject {
+  Q_OBJECT
+ public:
+  /// Starts the host and the plug-ins, makes the window; nothing is shown yet but what plug-ins show.
+  explicit Studio(StudioOptions options);
+  ~Studio() override; // shuts down
+
+  /// Shows the window and the dialogs that were open last time, opens the scene and the viewer.
+  void start();
+  /// The order that the program ends in: dialogs, documents, plug-ins, preferences, window. Once.
+  void shutDown();
+
+  Program& program() { return *program_; }
+  Session& session() { return *session_; }
+  QtUserInterface& ui() { return *ui_; }
+  MainWindow& window() { return *window_; }
+
+ signals:
+  /// The user has closed the window, and nothing is against it.
+  void finished();
+
+ private:
+  void openViewer();
+
+  StudioOptions options_;
+  std::unique_ptr<QtUserInterface> ui_;
+  std::unique_ptr<Program> program_;
+  std::unique_ptr<QtMainLoop> loop_;
+  std::unique_ptr<Session> session_;
+  std::unique_ptr<MainWindow> window_;
+  std::unique_ptr<StudioInspector> inspector_;
+  Subscription firstLoad_;
+  bool down_ = false;
+};
+
+} // namespace host

@@ -1,0 +1,62 @@
+// The document's time: a ruler with the frames, buttons to play, and fields. Main thread.
+#pragma once
+
+#include <QWidget>
+
+#include "session.h"
+
+class QToolButton;
+
+namespace host {
+
+class NumberField;
+
+/// Frames along a line: the mouse moves the time, the two marks of the preview range can be dragged.
+class TimeRuler : public QWidget {
+  Q_OBJECT
+ public:
+  explicit TimeRuler(Session& session, QWidget* parent = nullptr);
+
+  /// Logical pixels from the left edge, and back; frames beyond the range lie outside.
+  double xOf(double frame) const;
+  int frameAt(double x) const;
+  QSize sizeHint() const override;
+
+ protected:
+  void paintEvent(QPaintEvent* event) override;
+  void mousePressEvent(QMouseEvent* event) override;
+  void mouseMoveEvent(QMouseEvent* event) override;
+  void mouseReleaseEvent(QMouseEvent* event) override;
+
+ private:
+  enum class Grip { none, time, first, last };
+  Grip gripAt(const QPointF& at) const;
+  void dragTo(double x);
+  void paintTicks(QPainter& painter) const;
+
+  Session& session_;
+  Grip grip_ = Grip::none;
+  bool ownEdit_ = false;
+};
+
+/// Frames between labels of a ruler: 1, 2 or 5 times a power of ten, so that labels stand at least `least`
+/// pixels apart.
+int labelStep(double pixelsPerFrame, double least);
+
+class TimelineWidget : public QWidget {
+  Q_OBJECT
+ public:
+  explicit TimelineWidget(Session& session, QWidget* parent = nullptr);
+
+ private:
+  void refresh();
+  void setRange(LONG fps, LONG first, LONG last);
+
+  Session& session_;
+  TimeRuler* ruler_;
+  NumberField *first_, *last_, *frame_, *fps_;
+  QToolButton* play_;
+  Subscription time_, changed_, replaced_, playing_;
+};
+
+} // namespace host
