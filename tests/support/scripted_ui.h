@@ -48,6 +48,8 @@ class ScriptedUi final : public host::UserInterface {
   /// asking.
   std::deque<std::function<void(GeDialog&)>> dialogScripts;
   std::function<void(GeDialog&)> whileDialogIsOpen;
+  /// The settings of a movie format; without one the user cancels.
+  std::function<bool(LONG format, BaseContainer& options)> editsMovieOptions;
   /// Where dialogs were open at the last end.
   std::vector<host::DialogPlacement> remembered;
 
@@ -55,6 +57,7 @@ class ScriptedUi final : public host::UserInterface {
   bool question(const String& text) override;
   bool selectFile(const host::FileRequest& request, Filename& chosen) override;
   LONG popup(const BaseContainer& entries, LONG x, LONG y) override;
+  bool editMovieOptions(LONG format, BaseContainer& options) override;
   bool showBitmap(const BaseBitmap& bitmap) override;
   bool openFile(const Filename& file) override;
   bool openAddress(const String& address) override;
