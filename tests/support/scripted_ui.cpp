@@ -48,7 +48,7 @@ LONG ScriptedUi::popup(const BaseContainer& entries, LONG x, LONG y) {
 bool ScriptedUi::editMovieOptions(LONG format, BaseContainer& options) {
   movieRequests.push_back(format);
   note("movie options", LongToString(format));
-  return whileMovieOptions && whileMovieOptions(format, options);
+  return editsMovieOptions && editsMovieOptions(format, options);
 }
 
 bool ScriptedUi::showBitmap(const BaseBitmap& bitmap) {
