@@ -410,7 +410,8 @@ void drawSymbol(const PictureSetup& setup, const ViewSymbol& symbol, ViewImage& 
 }
 
 void darkenSurround(const PictureSetup& setup, int workers, ViewImage& image) {
-  const auto& [left, top, right, bottom] = setup.safeFrame;
+  const int left = setup.safeFrame[0], top = setup.safeFrame[1], right = setup.safeFrame[2],
+            bottom = setup.safeFrame[3];
   if (left <= 0 && top <= 0 && right >= image.width && bottom >= image.height) return;
   forEachRow(image.height, workers, [&](int y) {
     const bool all = y < top || y >= bottom;

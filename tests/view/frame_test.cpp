@@ -1,0 +1,130 @@
+// The view's frame, its safe frame, and where the camera puts things in them.
+#include <cmath>
+
+#include "view_kit.h"
+
+namespace {
+
+struct Safe {
+  LONG from = -1, to = -1, orientation = -1;
+};
+
+Safe safeFrameOf(const BaseDraw& draw) {
+  Safe safe;
+  draw.GetSafeFrame(&safe.from, &safe.to, &safe.orientation);
+  return safe;
+}
+
+// In whole numbers: half the room that is left, rounded to the nearest pixel, halves up.
+LONG bar(LLONG room, LLONG by) {
+  return static_cast<LONG>((room + by) / (2 * by));
+}
+
+using FrameTest = ViewTest;
+
+TEST_F(FrameTest, IsTheLogicalSizeAtEveryPixelRatio) {
+  for (const double ratio : {1.0, 1.25, 1.5, 2.0, 3.0}) {
+    open(321, 203, ratio);
+    LONG left = 9, top = 9, right = 9, bottom = 9;
+    draw().GetFrame(&left, &top, &right, &bottom);
+    EXPECT_EQ(left, 0);
+    EXPECT_EQ(top, 0);
+    EXPECT_EQ(right, 321);
+    EXPECT_EQ(bottom, 203);
+  }
+}
+
+TEST_F(FrameTest, FollowsTheActiveDocument) {
+  open(300, 200);
+  newDocument();
+  view->repaintSoon();
+  runAll();
+  LONG right = 0, bottom = 0;
+  draw().GetFrame(nullptr, nullptr, &right, &bottom);
+  EXPECT_EQ(right, 300);
+  EXPECT_EQ(bottom, 200);
+}
+
+TEST_F(FrameTest, StaysWhenTheViewHasNoSize) {
+  open(300, 200);
+  for (const auto& [width, height] : {std::pair{0, 0}, {0, 50}, {50, 0}, {-5, -7}}) {
+    view->resize(width, height);
+    LONG right = 0, bottom = 0;
+    draw().GetFrame(nullptr, nullptr, &right, &bottom);
+    EXPECT_EQ(right, 300);
+    EXPECT_EQ(bottom, 200);
+  }
+}
+
+TEST_F(FrameTest, SafeFramesAgreeWithWholeNumberArithmetic) {
+  for (const LONG width : {1, 7, 160, 320, 641, 960, 1000})
+    for (const LONG height : {1, 9, 120, 360, 480, 600, 999})
+      for (const auto& [formatWidth, formatHeight] :
+           {std::pair<LONG, LONG>{1280, 720}, {640, 480}, {1, 1}, {100, 300}, {2000, 1}, {1920, 1080}}) {
+        SCOPED_TRACE(testing::Message()
+                     << width << " x " << height << " for " << formatWidth << " x " << formatHeight);
+        setFormat(formatWidth, formatHeight);
+        host::setViewFrame(draw(), 0, 0, width, height);
+        const LLONG wide = LLONG{width} * formatHeight - LLONG{height} * formatWidth;
+        const LONG side = wide > 0 ? bar(wide, formatHeight) : 0;
+        const LONG above = wide < 0 ? bar(-wide, formatWidth) : 0;
+        const Safe safe = safeFrameOf(draw());
+        ASSERT_EQ(safe.orientation, side > 0 ? 1 : above > 0 ? 2 : 0);
+        ASSERT_EQ(safe.from, side > 0 ? side : above);
+        ASSERT_EQ(safe.to, side > 0 ? width - side : above > 0 ? height - above : width);
+      }
+}
+
+TEST_F(FrameTest, AgreesWithTheFormatWithoutBars) {
+  setFormat(1280, 720);
+  for (const LONG scale : {1, 3, 10, 60}) {
+    host::setViewFrame(draw(), 0, 0, 16 * scale, 9 * scale);
+    EXPECT_EQ(safeFrameOf(draw()).orientation, 0);
+  }
+}
+
+// What the render's upper edge shows lies at the safe frame's upper edge, in tall and in wide views.
+TEST_F(FrameTest, TheRenderShowsWhatTheSafeFrameHolds) {
+  setFormat(1600, 900);
+  for (const auto& [width, height] : {std::pair{1600, 900}, {800, 800}, {300, 900}, {1200, 300}, {64, 9}}) {
+    SCOPED_TRACE(testing::Message() << width << " x " << height);
+    open(width, height);
+    placeCamera({0, 0, 0});
+    const host::ViewCamera eye = host::viewCameraOf(draw());
+    GeData angle;
+    ASSERT_TRUE(draw().GetEditorCamera()->GetParameter(1002, angle));
+    const double up = std::tan(angle.GetReal() / 2), across = up * 16 / 9;
+    const auto corner = eye.project({across * 5, up * 5, -5});
+    ASSERT_TRUE(corner);
+    const double aspect = static_cast<double>(width) / height;
+    const double safeWidth = aspect > 16.0 / 9 ? height * 16.0 / 9 : width;
+    const double safeHeight = aspect > 16.0 / 9 ? height : width * 9.0 / 16;
+    EXPECT_NEAR(corner->x, width / 2.0 + safeWidth / 2, 1e-6 * width);
+    EXPECT_NEAR(corner->y, height / 2.0 - safeHeight / 2, 1e-6 * height);
+  }
+}
+
+TEST_F(FrameTest, RaysAndProjectionAreInverse) {
+  open(317, 211);
+  draw().GetEditorCamera()->SetMg(host::navigate::orbit(MatrixMove({3, 2, 5}), Vector(1, 0, 0), 0.7, -0.3));
+  for (const bool orthographic : {false, true}) {
+    draw().GetEditorCamera()->SetParameter(1001, LONG{orthographic});
+    const host::ViewCamera eye = host::viewCameraOf(draw());
+    ASSERT_EQ(eye.orthographic, orthographic);
+    for (double y = 0.5; y < 211; y += 17)
+      for (double x = 0.5; x < 317; x += 23) {
+        const host::ViewRay ray = eye.ray(x, y);
+        const double t = 4.25;
+        const Vector point(ray.origin[0] + t * ray.direction[0], ray.origin[1] + t * ray.direction[1],
+                           ray.origin[2] + t * ray.direction[2]);
+        const auto spot = eye.project(point);
+        ASSERT_TRUE(spot);
+        EXPECT_NEAR(spot->x, x, 1e-3);
+        EXPECT_NEAR(spot->y, y, 1e-3);
+        const Vector same = eye.pointAt(x, y, spot->depth);
+        EXPECT_NEAR(std::sqrt(Dot(same - point, same - point)), 0, 1e-5);
+      }
+  }
+}
+
+} // namespace
