@@ -39,12 +39,16 @@ void forTargets(const Axis& axis, const Visit& visit) {
   }
 }
 
-std::vector<Tap> nearestTaps(const Axis& axis) {
-  std::vector<Tap> taps;
+struct Pair {
+  int target = 0, source = 0;
+};
+
+std::vector<Pair> nearestPairs(const Axis& axis) {
+  std::vector<Pair> pairs;
   forTargets(axis, [&](int target, double low, double scale) {
-    taps.push_back({target, static_cast<int>(std::floor(low + 0.5 * scale)), {1.0f}});
+    pairs.push_back({target, static_cast<int>(std::floor(low + 0.5 * scale))});
   });
-  return taps;
+  return pairs;
 }
 
 // The mean over the target pixel's extent; where it is smaller than a source pixel, between the two nearest.
@@ -74,16 +78,16 @@ std::vector<Tap> smoothTaps(const Axis& axis) {
 
 using Color = std::array<float, 4>; // red, green, blue times alpha, and alpha; 0 to 255
 
-Color unpack(std::uint32_t word, bool alpha) {
-  const float a = alpha ? static_cast<float>(word >> 24) : 255.0f;
-  const auto code = [&](int shift) { return static_cast<float>((word >> shift) & 255) * a / 255; };
+Color unpack(std::uint32_t word) {
+  const float a = static_cast<float>(word >> 24);
+  const auto code = [&](int shift) { return static_cast<float>((word >> shift) & 255) * (a / 255); };
   return {code(16), code(8), code(0), a};
 }
 
 std::uint32_t over(const Color& color, std::uint32_t below) {
   const float rest = 1 - color[3] / 255;
   const auto code = [](float value) {
-    return static_cast<std::uint32_t>(std::clamp(std::lround(value), 0L, 255L));
+    return static_cast<std::uint32_t>(std::clamp(value, 0.0f, 255.0f) + 0.5f);
   };
   std::uint32_t word = code(color[3] + rest * static_cast<float>(below >> 24)) << 24;
   for (int channel = 0; channel < 3; ++channel) {
@@ -98,7 +102,7 @@ std::uint32_t mixPixel(std::uint32_t word, std::uint32_t below) {
   const std::uint32_t a = word >> 24;
   if (a == 255) return word;
   if (a == 0) return below;
-  return over(unpack(word, true), below);
+  return over(unpack(word), below);
 }
 
 // The bitmap's words: without alpha they are opaque.
@@ -112,6 +116,13 @@ class Source {
                std::memory_order_relaxed) |
            opaque_;
   }
+  bool mixes() const { return opaque_ == 0; }
+  void copyRow(int x, int y, std::size_t count, std::uint32_t* target) const {
+    const std::atomic<ULONG>* from =
+        pixels_ + static_cast<std::size_t>(y) * width_ + static_cast<std::size_t>(x);
+    for (std::size_t i = 0; i < count; ++i)
+      target[i] = from[i].load(std::memory_order_relaxed) | opaque_;
+  }
 
  private:
   const std::atomic<ULONG>* pixels_;
@@ -124,7 +135,7 @@ void resampleRow(const Source& source, int y, const std::vector<Tap>& columns, s
   for (std::size_t i = 0; i < columns.size(); ++i) {
     Color sum{};
     for (std::size_t k = 0; k < columns[i].weights.size(); ++k) {
-      const Color color = unpack(source.at(columns[i].first + static_cast<int>(k), y), true);
+      const Color color = unpack(source.at(columns[i].first + static_cast<int>(k), y));
       for (std::size_t c = 0; c < 4; ++c)
         sum[c] += columns[i].weights[k] * color[c];
     }
@@ -140,27 +151,37 @@ void Surface::blit(const BaseBitmap& bitmap, int wx, int wy, int ww, int wh, int
   const Axis across{wx * ratio_, ww * ratio_, 1.0 * x, 1.0 * width, pixelWidth_, bitmap.GetBw()};
   const Axis down{wy * ratio_, wh * ratio_, 1.0 * y, 1.0 * height, pixelHeight_, bitmap.GetBh()};
   const bool scaled = across.length != width || down.length != height;
-  smooth = smooth && scaled;
-  const std::vector<Tap> columns = smooth ? smoothTaps(across) : nearestTaps(across);
-  const std::vector<Tap> rows = smooth ? smoothTaps(down) : nearestTaps(down);
   const Source source(bitmap, alpha);
-  if (!smooth) {
-    for (const Tap& to : rows)
-      for (const Tap& column : columns) {
-        std::uint32_t& pixel = row(to.target)[column.target];
-        pixel = mixPixel(source.at(column.first, to.first), pixel);
-      }
+  if (!smooth || !scaled) {
+    const std::vector<Pair> columns = nearestPairs(across);
+    for (const Pair& to : nearestPairs(down)) {
+      std::uint32_t* const pixels = row(to.target);
+      if (scaled || source.mixes())
+        for (const Pair& column : columns)
+          pixels[column.target] = mixPixel(source.at(column.source, to.source), pixels[column.target]);
+      else if (!columns.empty())
+        source.copyRow(columns.front().source, to.source, columns.size(), pixels + columns.front().target);
+    }
     return;
   }
-  // Target rows share few source rows, so each source row is simply resampled where it is used.
-  std::vector<Color> line(columns.size()), sum(columns.size());
+  const std::vector<Tap> columns = smoothTaps(across), rows = smoothTaps(down);
+  // Neighbouring target rows share source rows: the last even and the last odd one are kept.
+  struct Line {
+    int y = -1;
+    std::vector<Color> colors;
+  } lines[2];
+  std::vector<Color> sum(columns.size());
+  for (Line& line : lines)
+    line.colors.resize(columns.size());
   for (const Tap& to : rows) {
     std::fill(sum.begin(), sum.end(), Color{});
     for (std::size_t k = 0; k < to.weights.size(); ++k) {
-      resampleRow(source, to.first + static_cast<int>(k), columns, line);
+      const int at = to.first + static_cast<int>(k);
+      Line& line = lines[at & 1];
+      if (line.y != at) resampleRow(source, line.y = at, columns, line.colors);
       for (std::size_t i = 0; i < columns.size(); ++i)
         for (std::size_t c = 0; c < 4; ++c)
-          sum[i][c] += to.weights[k] * line[i][c];
+          sum[i][c] += to.weights[k] * line.colors[i][c];
     }
     for (std::size_t i = 0; i < columns.size(); ++i) {
       std::uint32_t& pixel = row(to.target)[columns[i].target];
