@@ -43,7 +43,7 @@ class AttributeManager : public QWidget {
   void build();
   void chooseNodes();
   void rebuild(const std::vector<Attribute>& attributes);
-  void showHeading(const std::vector<Attribute>& attributes);
+  void showHeading();
   void connectField(AttributeField& field);
   void change(AttributeField& field, const GeData& value, int component);
 

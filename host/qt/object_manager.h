@@ -3,11 +3,13 @@
 
 #include <QTimer>
 #include <QWidget>
+#include <string>
 #include <unordered_set>
 
 #include "session.h"
 
 class QLabel;
+class QModelIndex;
 class QLineEdit;
 class QStackedWidget;
 class QTreeView;
@@ -57,7 +59,9 @@ class ObjectManager : public QWidget {
   void documentReplaced(Replacement why);
   void takeSelection();
   void showSelection();
-  void expandAgain();
+  void unfold(const QModelIndex& above);
+  void unfoldBelow(const QModelIndex& index);
+  void unfoldDocument();
   void setFilter(const QString& text);
   void showEmptyState();
 
@@ -68,9 +72,11 @@ class ObjectManager : public QWidget {
   QStackedWidget* stack_ = nullptr;
   QLabel* empty_ = nullptr;
   QTimer soon_;
-  qint64 cost_ = 0; // of the last refresh, in milliseconds
-  std::unordered_set<Identity> collapsed_, expanded_;
-  bool settling_ = false, stale_ = true, filling_ = false, scrollToSelection_ = false;
+  qint64 cost_ = 0;                       // of the last refresh, in milliseconds
+  std::unordered_set<Identity> expanded_; // what the user has unfolded
+  std::unordered_set<std::string> unfoldedPaths_;
+  bool newDocument_ = true, wasReloaded_ = false;
+  bool settling_ = false, stale_ = true, scrollToSelection_ = true;
   std::vector<Subscription> subscriptions_;
 };
 

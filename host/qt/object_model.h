@@ -11,6 +11,9 @@
 
 namespace host {
 
+/// The name of a kind's icon, for icons.h.
+QString objectIconName(ObjectIcon kind);
+
 /// Mirrors `objectRows`. What changes in the document changes only the rows it concerns: names and switches
 /// as dataChanged, the tree as rows inserted, removed and moved; it is reset only for another document. Edits
 /// through the model are edits of the session; the rows follow when `DocumentHub::changed` comes.
@@ -29,6 +32,8 @@ class ObjectModel : public QAbstractItemModel {
   /// Only rows with this text in their names, and what is above them; empty: all.
   void setFilter(const QString& text);
   QString filter() const { return filter_; }
+  /// Switches these objects on or off in a switches' column: an edit, or a part of one that goes on.
+  void switchObjects(const std::vector<Identity>& objects, int column, bool on);
 
   Identity identityOf(const QModelIndex& index) const; // 0 for none
   QModelIndex indexOf(Identity identity, int column = nameColumn) const;
@@ -61,9 +66,31 @@ class ObjectModel : public QAbstractItemModel {
  private:
   struct Node;
   using NodePtr = std::unique_ptr<Node>;
+  using Shown = std::vector<ObjectRow>;
+  struct Tree; // the rows wanted, by parent
 
   Node* nodeOf(const QModelIndex& index) const;
   QModelIndex indexOf(const Node& node, int column) const;
+  bool sameTree(const Shown& rows) const;
+  bool isScattered(const Shown& rows) const;
+  void update(const Shown& rows);
+  void rebuild(const Shown& rows);
+  void takeValues(const Shown& rows);
+  void removeRows_(Node& parent, const Tree& tree);
+  void insertRows_(Node& parent, const Tree& tree);
+  NodePtr makeNode(const Tree& tree, std::size_t row, Node& parent, int place);
+  void forget(const Node& node);
+  bool isSwitch(const QModelIndex& index) const;
+  bool moveDropped(const std::vector<Identity>& objects, int row, const QModelIndex& parent);
+
+  Session& session_;
+  Subscription replaced_;
+  QString filter_;
+  std::vector<ObjectRow> rows_;
+  std::vector<Identity> order_; // of the shown rows
+  std::unique_ptr<Node> root_;
+  std::unordered_map<Identity, Node*> nodes_;
+  bool reset_ = true;
 };
 
 } // namespace host

@@ -1,12 +1,16 @@
 // The Picture Viewer: the pictures shown in this session. Main thread.
 #pragma once
 
+#include <QElapsedTimer>
 #include <QWidget>
 
 #include "session.h"
 
+class QAction;
+class QIcon;
 class QLabel;
 class QListWidget;
+class QListWidgetItem;
 class QProgressBar;
 class QSplitter;
 class QToolBar;
@@ -40,14 +44,12 @@ class PictureViewer : public QWidget {
   QSize sizeHint() const override { return {960, 640}; }
 
  signals:
-  /// The toolbar's Render: the main window renders to the picture viewer.
+  /// The tool bar's Render: whoever renders to the picture viewer does so.
   void renderWanted();
 
  protected:
   void keyPressEvent(QKeyEvent* event) override;
   void changeEvent(QEvent* event) override;
-  void closeEvent(QCloseEvent* event) override;
-  void showEvent(QShowEvent* event) override;
 
  private:
   void build();
@@ -55,11 +57,12 @@ class PictureViewer : public QWidget {
   QWidget* buildStatus();
   void connectParts();
   void refreshList();
+  void showEntry(QListWidgetItem& item, const PictureList::Picture& picture) const;
   void showCurrent();
   void showRender();
   void showPixel(const QPoint& pixel);
   void showZoom();
-  void updateActions();
+  void refreshPicture(bool now);
   QIcon thumbnail(const BaseBitmap& bitmap) const;
 
   Session& session_;
@@ -77,7 +80,10 @@ class PictureViewer : public QWidget {
   QAction *save_ = nullptr, *remove_ = nullptr, *fit_ = nullptr, *one_ = nullptr, *in_ = nullptr,
           *out_ = nullptr, *full_ = nullptr, *render_ = nullptr;
   QPoint hovered_{-1, -1};
-  bool settling_ = false;
+  QString folder_; // of the last save
+  QElapsedTimer sinceRefresh_;
+  qint64 refreshCost_ = 0; // milliseconds
+  bool settling_ = false, wasMaximized_ = false;
   std::vector<Subscription> subscriptions_;
 };
 

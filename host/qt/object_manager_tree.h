@@ -1,0 +1,48 @@
+// The tree of the object manager, and how its rows look. Main thread.
+#pragma once
+
+#include <QStyledItemDelegate>
+#include <QTreeView>
+
+#include "object_model.h"
+
+namespace host {
+
+/// Names as usual, switches as an eye and a render mark: bright when on, a dot when off, dim when something
+/// above hides the object.
+class ObjectDelegate : public QStyledItemDelegate {
+ public:
+  using QStyledItemDelegate::QStyledItemDelegate;
+  void paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const override;
+  QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override;
+};
+
+/// A press on a switch turns it around, and dragging on over other rows sets theirs alike: one edit. It does
+/// not change the selection.
+class ObjectTree : public QTreeView {
+  Q_OBJECT
+ public:
+  ObjectTree(Session& session, ObjectModel& model, QWidget* parent);
+
+ signals:
+  void iconDoubleClicked();
+
+ protected:
+  void mousePressEvent(QMouseEvent* event) override;
+  void mouseMoveEvent(QMouseEvent* event) override;
+  void mouseReleaseEvent(QMouseEvent* event) override;
+  void mouseDoubleClickEvent(QMouseEvent* event) override;
+
+ private:
+  bool isSwitch(const QModelIndex& index) const;
+  void sweep(const QModelIndex& index);
+  void endSweep();
+
+  Session& session_;
+  ObjectModel& model_;
+  int sweptColumn_ = -1; // while the button is held on the switches
+  bool sweptOn_ = false;
+  Identity last_ = 0;
+};
+
+} // namespace host

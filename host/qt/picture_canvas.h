@@ -1,0 +1,90 @@
+// A picture on screen, zoomed to the pixel. Main thread.
+#pragma once
+
+#include <QImage>
+#include <QWidget>
+#include <optional>
+
+#include "host_renders.h"
+
+namespace host {
+
+/// A bitmap as Qt draws it, with its alpha channel when it has one.
+QImage pictureImage(const BaseBitmap& bitmap);
+
+/// Shows a bitmap. The zoom is in pixels of the screen a pixel of the picture: 1 is one to one on any
+/// display. From 1 on the picture stands on whole pixels of the screen and its pixels are crisp squares;
+/// below, it is filtered. The wheel zooms in powers of two at the pointer, dragging moves the picture, a
+/// double click changes between the whole picture and one to one.
+class PictureCanvas : public QWidget {
+  Q_OBJECT
+ public:
+  static constexpr double leastZoom = 1.0 / 64, mostZoom = 64;
+
+  explicit PictureCanvas(QWidget* parent = nullptr);
+
+  /// Shows this one (null: none). Zoom and place stay when the size does; else the whole picture is shown.
+  void setBitmap(const SharedBitmap& bitmap);
+  const SharedBitmap& bitmap() const { return bitmap_; }
+  /// The pixels have changed: takes them again.
+  void refresh();
+  /// What is shown while there is no picture.
+  void setEmptyText(const QString& text);
+
+  double zoom() const { return zoom_; }
+  /// Cut to the range; the point of the picture that lies at `anchor` (in the widget) stays there.
+  void setZoom(double zoom, const QPointF& anchor);
+  void setZoom(double zoom); // about the middle
+  /// The next power of two, up or down.
+  void zoomIn(const QPointF& anchor);
+  void zoomOut(const QPointF& anchor);
+  /// All of it in the middle: at whole multiples when it is enlarged. Stays so when the widget's size
+  /// changes, until zoomed or moved.
+  void fit();
+  bool isFitted() const { return fitted_; }
+  /// Moves it by pixels of the widget.
+  void pan(const QPointF& by);
+
+  /// Where the picture's left upper corner is, in pixels of the screen from the widget's.
+  QPointF origin() const { return origin_; }
+  /// The pixel at a point of the widget; nothing outside of the picture.
+  std::optional<QPoint> pixelAt(const QPointF& point) const;
+  /// The picture's place in the widget.
+  QRectF pictureRect() const;
+
+  QSize minimumSizeHint() const override { return {160, 120}; }
+
+ signals:
+  void zoomChanged();
+  /// The pointer is over this pixel; (-1, -1): over none.
+  void hovered(const QPoint& pixel);
+
+ protected:
+  void paintEvent(QPaintEvent* event) override;
+  void resizeEvent(QResizeEvent* event) override;
+  void wheelEvent(QWheelEvent* event) override;
+  void mousePressEvent(QMouseEvent* event) override;
+  void mouseMoveEvent(QMouseEvent* event) override;
+  void mouseReleaseEvent(QMouseEvent* event) override;
+  void mouseDoubleClickEvent(QMouseEvent* event) override;
+  void leaveEvent(QEvent* event) override;
+
+ private:
+  QSizeF screen() const; // the widget in pixels of the screen
+  void place(const QPointF& origin);
+  void applyFit();
+  void tellHover(const QPointF& at);
+  void paintGround(QPainter& painter, const QRectF& target) const;
+
+  SharedBitmap bitmap_;
+  QImage image_, scaled_; // scaled: for zooms below 1
+  QString emptyText_;
+  double zoom_ = 1;
+  QPointF origin_;
+  bool fitted_ = true, panning_ = false;
+  QPointF last_;
+  QPoint hovered_{-1, -1};
+  int wheel_ = 0;
+};
+
+} // namespace host
