@@ -787,6 +787,7 @@ EditorView::Stats EditorView::stats() const {
   if (!self_->painter) return stats;
   const ViewPainter::Counts counts = self_->painter->counts();
   stats.pictures = counts.pictures;
+  stats.views = counts.views;
   stats.finished = counts.finished;
   stats.cancelled = counts.cancelled;
   stats.scenes = counts.scenes;

@@ -119,6 +119,7 @@ class EditorView final {
   /// How much painting has been done, since the view was made.
   struct Stats {
     long pictures = 0;      // delivered, of any detail
+    long views = 0;         // of these, the first of a new camera, scene or size
     long finished = 0;      // of these, smooth
     long cancelled = 0;     // given up for a newer camera or scene
     long scenes = 0;        // snapshots taken

@@ -141,6 +141,7 @@ void ViewPainter::deliver(const PaintJob& job, ViewDetail detail, int block) {
     const std::lock_guard lock(mutex_);
     ready_ = std::move(result);
     ++counts_.pictures;
+    counts_.views += !delivered_;
     counts_.finished += detail == ViewDetail::smooth;
   }
   delivered_ = true;

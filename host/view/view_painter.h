@@ -47,7 +47,7 @@ class ViewPainter {
   bool idle() const;
 
   struct Counts {
-    long pictures = 0, finished = 0, cancelled = 0, scenes = 0;
+    long pictures = 0, views = 0, finished = 0, cancelled = 0, scenes = 0;
   };
   Counts counts() const;
 
