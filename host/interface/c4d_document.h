@@ -261,8 +261,8 @@ class C4D_API BaseDraw : public BaseList2D {
   /// below (y), 0 none.
   void GetSafeFrame(LONG* from, LONG* to, LONG* orientation) const;
 
-  // Drawing over the picture, in the frame's logical pixels. For scene hooks, during `Draw`; elsewhere it does
-  // nothing. Before `SetMatrix_Screen` nothing is drawn either.
+  // Drawing over the picture, in the frame's logical pixels. For scene hooks, during `Draw`; elsewhere it
+  // does nothing. Before `SetMatrix_Screen` nothing is drawn either.
 
   /// Draws in screen space from now on; greater offsets lie behind smaller ones (0 in front).
   void SetMatrix_Screen(LONG zoffset = 0);
