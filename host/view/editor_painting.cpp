@@ -1,0 +1,225 @@
+// How a view keeps up with its document: looking at it, asking for pictures, showing them.
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+#include "active_document.h"
+#include "document.h"
+#include "editor_view_self.h"
+#include "parameters.h"
+
+namespace host {
+
+namespace {
+
+using Steady = std::chrono::steady_clock;
+
+constexpr int longestSide = 16384; // device pixels
+
+// A power of ten that fits the scene.
+double gridStepOf(const Snapshot& snapshot) {
+  ViewBounds bounds;
+  for (const Instance& instance : snapshot.instances)
+    if (!instance.isFloor) bounds.add(instance.toWorld, instance.mesh->low, instance.mesh->high);
+  if (bounds.empty || !(bounds.size() > 0)) return 1;
+  return std::pow(10, std::clamp(std::round(std::log10(bounds.size() / 8)), -6.0, 6.0));
+}
+
+Vector unit(const Vector& v) {
+  const double length = std::sqrt(Dot(v, v));
+  return length > 0 ? v * (1 / length) : Vector();
+}
+
+} // namespace
+
+EditorView::Self::Self(EditorViewServices given) : services(std::move(given)) {
+  painter = std::make_unique<ViewPainter>(services.tracer, [alive = std::weak_ptr(alive_)] {
+    mainLoop().post(
+        [alive] {
+          if (const auto self = alive.lock()) (*self)->deliver();
+        },
+        Urgency::painting);
+  });
+  mainLoop().add(this);
+}
+
+EditorView::Self::~Self() {
+  close();
+  mainLoop().remove(this);
+}
+
+void EditorView::Self::close() {
+  if (!open_) return;
+  open_ = false;
+  mainLoop().removeTimer(lookTimer_);
+  painter.reset();
+  scene_ = nullptr;
+  hooks.follow(nullptr);
+}
+
+void EditorView::Self::coreMessage(LONG id, const BaseContainer& /*message*/) {
+  if (id == EVMSG_CHANGE) requestPicture(true);
+}
+
+BaseDraw* EditorView::Self::view() const {
+  BaseDocument* active = document();
+  return active ? active->GetActiveBaseDraw() : nullptr;
+}
+
+void EditorView::Self::syncFrame() {
+  BaseDraw* draw = view();
+  if (!draw || width < 1 || height < 1) return;
+  LONG left = 0, top = 0, right = 0, bottom = 0;
+  draw->GetFrame(&left, &top, &right, &bottom);
+  if (left != 0 || top != 0 || right != width || bottom != height) setViewFrame(*draw, 0, 0, width, height);
+}
+
+bool EditorView::Self::ready() {
+  if (!open_) return false;
+  hooks.follow(document());
+  syncFrame();
+  return view() && width > 0 && height > 0;
+}
+
+void EditorView::Self::requestPicture(bool lookAgain) {
+  lookAgain_ = lookAgain_ || lookAgain;
+  if (submitPosted_ || !open_) return;
+  submitPosted_ = true;
+  mainLoop().post(
+      [alive = std::weak_ptr(alive_)] {
+        if (const auto self = alive.lock()) (*self)->submit();
+      },
+      Urgency::painting);
+}
+
+// Looking at a large document costs the main thread a clone, so it happens only so often that it takes a
+// fifth of the time at most.
+void EditorView::Self::submit(bool force) {
+  submitPosted_ = false;
+  if (!open_) return;
+  const Measured measured(*this);
+  BaseDocument* active = document();
+  const Identity identity = active ? active->GetIdentity() : 0;
+  const bool another = identity != lookedAt_;
+  if (another) scene_ = nullptr, gridStep_ = 1, navigation = {}, click = {};
+  hooks.follow(active);
+  syncFrame();
+
+  PaintJob job;
+  job.document = identity;
+  if (!active) {
+    symbols_.clear();
+    selection_ = nullptr;
+    lookAgain_ = false;
+  } else if ((lookAgain_ || another) && (another || force || clock().now() >= nextLook_)) {
+    const auto start = Steady::now();
+    lookAtDocument(*active);
+    job.scene.reset(active->GetClone(COPYFLAGS_NO_ANIMATION));
+    lookAgain_ = false;
+    const auto spent = std::chrono::duration_cast<std::chrono::milliseconds>(Steady::now() - start);
+    nextLook_ = clock().now() + 4 * spent.count();
+  } else if (lookAgain_ && !lookTimer_) {
+    lookTimer_ = mainLoop().addTimer(
+        std::max<Milliseconds>(1, nextLook_ - clock().now()),
+        [this] {
+          mainLoop().removeTimer(std::exchange(lookTimer_, 0));
+          requestPicture(true);
+        },
+        Urgency::painting);
+  }
+  lookedAt_ = identity;
+  job.setup = setupOf(active);
+  painter->request(std::move(job));
+}
+
+// What the picture needs besides the clone: what is selected, and where lights and cameras are.
+void EditorView::Self::lookAtDocument(BaseDocument& document) {
+  auto selection = std::make_shared<std::unordered_set<Identity>>();
+  symbols_.clear();
+  const auto walk = [&](const auto& self, const NodeList& list, const Matrix& above, bool chosen) -> void {
+    for (const NodeState* node = list.first(); node; node = node->next) {
+      const auto& object = static_cast<const ObjectState&>(*node);
+      const Matrix world = above * object.local;
+      const bool active = chosen || (object.bits & BIT_ACTIVE) != 0;
+      if (active) selection->insert(object.identity);
+      const bool isLight = object.type == Olight;
+      if (isLight || object.type == Ocamera) {
+        const bool shinesAround = isLight && param::integer(object, param::lightKind) == 0;
+        symbols_.push_back({isLight ? ViewSymbol::Kind::light : ViewSymbol::Kind::camera, object.identity,
+                            world.off, shinesAround || !isLight ? Vector() : unit(-world.v3), active});
+      }
+      self(self, object.children, world, active);
+    }
+  };
+  walk(walk, stateOf(&document)->children, Matrix(), false);
+  selection_ = std::move(selection);
+}
+
+PictureSetup EditorView::Self::setupOf(BaseDocument* document) const {
+  PictureSetup setup;
+  if (width < 1 || height < 1) return setup;
+  setup.ratio =
+      std::min({ratio, static_cast<double>(longestSide) / width, static_cast<double>(longestSide) / height});
+  const auto pixels = [&](double logical) { return static_cast<int>(std::lround(logical * setup.ratio)); };
+  setup.width = std::max(1, pixels(width));
+  setup.height = std::max(1, pixels(height));
+  setup.safeFrame = {0, 0, setup.width, setup.height};
+  setup.camera.width = width;
+  setup.camera.height = height;
+  if (!document) return setup;
+  setup.hasDocument = true;
+  const BaseDraw& draw = *document->GetActiveBaseDraw();
+  setup.camera = viewCameraOf(draw);
+  setup.gridStep = gridStep_;
+  setup.selection = selection_;
+  const Identity eye = camera()->GetIdentity();
+  for (const ViewSymbol& symbol : symbols_)
+    if (symbol.object != eye) setup.symbols.push_back(symbol);
+  LONG from = 0, to = 0, orientation = 0;
+  draw.GetSafeFrame(&from, &to, &orientation);
+  if (orientation == 1) setup.safeFrame[0] = pixels(from), setup.safeFrame[2] = pixels(to);
+  if (orientation == 2) setup.safeFrame[1] = pixels(from), setup.safeFrame[3] = pixels(to);
+  return setup;
+}
+
+void EditorView::Self::deliver() {
+  if (!open_) return;
+  std::optional<PaintResult> result = painter->take();
+  if (!result) return;
+  const Measured measured(*this);
+  BaseDocument* active = document();
+  if (result->document != (active ? active->GetIdentity() : 0)) return; // of a document that has gone
+  image = std::move(result->image);
+  painted_.clear();
+  detail = result->detail;
+  if (scene_ != result->scene) {
+    scene_ = std::move(result->scene);
+    const double step = scene_ ? gridStepOf(scene_->snapshot()) : 1;
+    if (step != gridStep_) gridStep_ = step, requestPicture(false);
+  }
+  paintOverlay();
+  if (services.present) services.present();
+}
+
+void EditorView::Self::paintOverlay() {
+  if (inOverlay_ || !ready()) return;
+  inOverlay_ = true;
+  overlay_.clear();
+  hooks.draw(*view(), overlay_);
+  const double scale = width > 0 && !image.empty() ? setupOf(nullptr).ratio : 1;
+  drawOverlay(overlay_, scale, image, painted_);
+  inOverlay_ = false;
+}
+
+void EditorView::Self::repaintNow() {
+  if (inOverlay_ || !open_) return;
+  {
+    const Measured measured(*this);
+    eraseOverlay(image, painted_);
+    paintOverlay();
+  }
+  requestPicture(true);
+  if (services.present) services.present();
+}
+
+} // namespace host
