@@ -31,7 +31,7 @@ WALLS = [
     (r"tiny_gltf\.h|draco/|assimp/|opensubdiv/", {"host/scene", "tests"}),
     (r"nlohmann/", {"host/core", "host/scene", "apps/batch", "apps/studio", "tests", "bench"}),
     (r"CLI/", {"apps/batch", "apps/studio"}),
-    (r"Q[A-Z]\w*$|Qt\w*/|q[a-z]+\.h$", {"host/qt", "apps/studio", "tests/qt"}),
+    (r"Q[A-Z]\w*$|Qt\w*/|q[a-z]+\.h$", {"host/qt", "apps/studio", "tests/qt", "bench/studio"}),
     (r"gtest/|gmock/", {"tests"}),
     (r"benchmark/", {"bench"}),
 ]
@@ -56,7 +56,7 @@ LINUX_ONLY = re.compile(r'__linux|__gnu_linux__|"/proc/|"/sys/|\b_GNU_SOURCE\b')
 def area_of(path):
     """host/scene/x.cpp -> host/scene, tests/core/x.cpp -> tests/core, source/x.cpp -> source."""
     parts = path.parts
-    return "/".join(parts[:2]) if parts[0] in ("host", "apps", "tests") and len(parts) > 2 else parts[0]
+    return "/".join(parts[:2]) if parts[0] in ("host", "apps", "tests", "bench") and len(parts) > 2 else parts[0]
 
 
 def sources_of(root):
@@ -76,7 +76,7 @@ def allowed_areas(area):
     host = {f"host/{name}" for name in HOST}
     if area == "apps/studio":
         return host | {"source", area}
-    host -= {"host/qt"} if area != "tests/qt" else set()
+    host -= {"host/qt"} if area not in ("tests/qt", "bench/studio") else set()
     if area == "tests/module":
         return host | {area, "tests/support"}
     return host | {"source", area, "tests/support"} if top == "tests" else host | {"source", area}
