@@ -78,7 +78,9 @@ void DialogWindow::addGadgets(const Gadget& group, QWidget& widget) {
     QWidget* made = makeGadgetWidget(*this, *child, &widget);
     widgets_[child.get()] = made;
     made->setHidden(child->hidden);
-    grid->add(made, child->flags);
+    // What is alone in a scroll group has all of it to lie in.
+    const bool alone = group.kind == GadgetKind::scrollGroup && group.children.size() == 1;
+    grid->add(made, alone ? child->flags | BFH_SCALE | BFV_SCALE : child->flags);
     if (!holdsGadgets(*child)) continue;
     auto* scroll = qobject_cast<ScrollGroup*>(made);
     addGadgets(*child, scroll ? *scroll->widget() : *made);

@@ -54,6 +54,23 @@ class DialogCheckBox : public QCheckBox {
   }
 };
 
+// Enter ends the typing; only in a modal dialog it is the default button's as well.
+class DialogEdit : public QLineEdit {
+ public:
+  DialogEdit(bool modal, QWidget* parent) : QLineEdit(parent), modal_(modal) {}
+
+ protected:
+  void keyPressEvent(QKeyEvent* event) override {
+    const bool enter = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
+    const QPointer<DialogEdit> there = this;
+    QLineEdit::keyPressEvent(event);
+    if (there && enter && !modal_) event->accept();
+  }
+
+ private:
+  bool modal_;
+};
+
 class DialogCombo : public QComboBox {
  public:
   using QComboBox::QComboBox;
@@ -119,7 +136,7 @@ QWidget* makeCheckBox(DialogWindow& window, const Gadget& gadget, QWidget* paren
 }
 
 QWidget* makeEditText(DialogWindow& window, const Gadget& gadget, QWidget* parent) {
-  auto* edit = new QLineEdit(parent);
+  auto* edit = new DialogEdit(window.isModalDialog(), parent);
   QObject::connect(edit, &QLineEdit::editingFinished, &window, [&window, edit, id = gadget.id] {
     if (!edit->isModified()) return;
     edit->setModified(false);

@@ -19,6 +19,7 @@ QByteArray readSvg(const QString& name) {
   static QHash<QString, QByteArray> known;
   const auto found = known.constFind(name);
   if (found != known.constEnd()) return *found;
+  if (name.contains(QLatin1Char('/'))) return {};
   QFile file(QStringLiteral(":/icons/%1.svg").arg(name));
   const QByteArray svg = file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
   known.insert(name, svg);

@@ -28,10 +28,9 @@ bool startsNumber(const QString& text) {
 
 bool wheelBelongsToScrollArea(const QWidget& widget) {
   if (widget.hasFocus()) return false;
-  for (const QWidget* at = widget.parentWidget(); at && !at->isWindow(); at = at->parentWidget()) {
+  for (const QWidget* at = widget.parentWidget(); at; at = at->isWindow() ? nullptr : at->parentWidget()) {
     const auto* area = qobject_cast<const QAbstractScrollArea*>(at);
-    if (!area) continue;
-    const QScrollBar* bar = area->verticalScrollBar();
+    const QScrollBar* bar = area ? area->verticalScrollBar() : nullptr;
     if (bar && bar->minimum() < bar->maximum()) return true;
   }
   return false;

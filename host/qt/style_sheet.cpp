@@ -113,7 +113,7 @@ QMenuBar { background: @window@; border: none; padding: 1px 2px; }
 QMenuBar::item { padding: 3px 8px; border-radius: 4px; background: transparent; }
 QMenuBar::item:selected, QMenuBar::item:pressed { background: @hover@; }
 QMenuBar::item:disabled { color: @disabled@; }
-QMenu { background: @panel@; color: @text@; border: 1px solid @line@; padding: 4px; }
+QMenu { background: @panel@; color: @text@; border: 1px solid @line@; padding: 4px; menu-scrollable: 1; }
 QMenu::item { padding: 4px 24px 4px 26px; border-radius: 3px; min-height: 16px; }
 QMenu::item:selected { background: @accentSoft@; }
 QMenu::item:disabled { color: @disabled@; background: transparent; }

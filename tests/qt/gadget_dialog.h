@@ -59,7 +59,7 @@ class TestDialogOf : public Base {
 using TestDialog = TestDialogOf<GeDialog>;
 using TestModal = TestDialogOf<GeModalDialog>;
 
-/// Paints its rectangle in red with a green pixel in each corner.
+/// Paints its rectangle in `color` with a green pixel in each corner.
 class TestArea : public GeUserArea {
  public:
   std::vector<std::string> calls;
@@ -67,6 +67,7 @@ class TestArea : public GeUserArea {
   LONG minWidth = 60, minHeight = 40;
   LONG visibleGroup = 0; // not 0: as large as this scroll group shows
   LONG timers = 0;
+  Vector color = Vector(1, 0, 0);
 
   Bool Init() override {
     calls.push_back("init");
@@ -91,7 +92,7 @@ class TestArea : public GeUserArea {
   }
   void DrawMsg(LONG x1, LONG y1, LONG x2, LONG y2, const BaseContainer& /*msg*/) override {
     OffScreenOn();
-    DrawSetPen(Vector(1, 0, 0));
+    DrawSetPen(color);
     DrawRectangle(x1, y1, x2, y2);
     DrawSetPen(Vector(0, 1, 0));
     for (const LONG x : {x1, x2})
