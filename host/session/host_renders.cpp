@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cmath>
+#include <optional>
 #include <utility>
 
 #include "background_job.h"
@@ -67,17 +68,18 @@ struct HostRenders::Job {
   SharedBitmap bitmap;
   std::atomic<double> progress{0};
   RENDERRESULT result = RENDERRESULT_OK; // valid when the thread has ended
+  std::optional<RunningScope> running;   // from the start on, so that no preview begins beside it
+  std::optional<BackgroundRender> background;
   std::unique_ptr<BackgroundJob> thread;
 
   void run(BaseThread& breakTest) {
-    const RunningScope running(kind == RenderKind::view ? CHECKISRUNNING_EDITORRENDERING
-                                                        : CHECKISRUNNING_EXTERNALRENDERING);
-    const BackgroundRender background([this] { thread->askToStop(); });
     const auto flags = static_cast<RENDERFLAGS>(
         RENDERFLAGS_SHOWERRORS | (kind == RenderKind::picture ? RENDERFLAGS_EXTERNAL : RENDERFLAGS_0));
     result =
         RenderDocument(document.get(), settings, keepProgress, &progress, bitmap.get(), flags, &breakTest);
     document.reset();
+    background.reset();
+    running.reset();
   }
 };
 
@@ -140,6 +142,9 @@ bool HostRenders::start(RenderKind kind, LONG width, LONG height) {
       [self = self_, watched = std::weak_ptr(job)] {
         if (*self && (*self)->job_ && (*self)->job_ == watched.lock()) (*self)->ended();
       });
+  job->running.emplace(kind == RenderKind::view ? CHECKISRUNNING_EDITORRENDERING
+                                                : CHECKISRUNNING_EXTERNALRENDERING);
+  job->background.emplace([raw] { raw->thread->askToStop(); });
   if (!job->thread->Start(THREADMODE_ASYNC, THREADPRIORITY_BELOW)) {
     state_.error = "The render cannot start: the system has no thread for it. Close other programs.";
     return false;

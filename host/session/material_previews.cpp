@@ -1,6 +1,7 @@
 #include "material_previews.h"
 
 #include <algorithm>
+#include <optional>
 #include <utility>
 
 #include "background_job.h"
@@ -36,14 +37,16 @@ struct MaterialPreviews::Job {
   BaseContainer settings;
   SharedBitmap bitmap;
   RENDERRESULT result = RENDERRESULT_USERBREAK; // valid when the thread has ended
+  std::optional<RunningScope> running;
+  std::optional<BackgroundRender> background;
   std::unique_ptr<BackgroundJob> thread;
 
   void run(BaseThread& breakTest) {
-    const RunningScope running(CHECKISRUNNING_MATERIALPREVIEWRUNNING);
-    const BackgroundRender background([this] { thread->askToStop(); });
     result =
         RenderDocument(document.get(), settings, nullptr, nullptr, bitmap.get(), RENDERFLAGS_0, &breakTest);
     document.reset();
+    background.reset();
+    running.reset();
   }
 };
 
@@ -134,6 +137,8 @@ bool MaterialPreviews::start() {
       [self = self_, watched = std::weak_ptr(job)] {
         if (*self && (*self)->job_ && (*self)->job_ == watched.lock()) (*self)->ended();
       });
+  job->running.emplace(CHECKISRUNNING_MATERIALPREVIEWRUNNING);
+  job->background.emplace([raw] { raw->thread->askToStop(); });
   if (!job->thread->Start(THREADMODE_ASYNC, THREADPRIORITY_LOWEST)) return false;
   job_ = std::move(job);
   return true;

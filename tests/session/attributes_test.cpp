@@ -1,0 +1,132 @@
+// Attributes: what is typed comes back, several nodes show what they have in common, ranges hold.
+#include <cmath>
+#include <random>
+
+#include "session_fixture.h"
+
+namespace {
+
+using namespace host;
+
+class AttributesTest : public SessionFixture {
+ protected:
+  AttributesTest() { openScene(); }
+
+  bool set(Identity node, AttributeId id, const GeData& value, int part = -1) {
+    return setAttribute(document(), std::array{node}, id, value, part);
+  }
+  GeData get(Identity node, AttributeId id) { return attributeValue(document(), node, id); }
+  static const Attribute* find(const std::vector<Attribute>& list, AttributeId id) {
+    for (const Attribute& attribute : list)
+      if (attribute.id == id) return &attribute;
+    return nullptr;
+  }
+};
+
+TEST_F(AttributesTest, AnglesComeBackExactly) {
+  std::mt19937 random(7);
+  const auto angle = [&](double low, double high) {
+    return std::round((low + (high - low) * static_cast<double>(random()) / 4294967296.0) * 1e4) / 1e4;
+  };
+  for (int i = 0; i < 20000; ++i) {
+    const Vector typed(angle(-180, 180), angle(-89.9, 89.9), angle(-180, 180));
+    ASSERT_EQ(anglesOf(rotationOf(typed)), typed) << typed.x << " " << typed.y << " " << typed.z;
+  }
+  for (const Vector& typed : {Vector(90, 0, 0), Vector(180, 0, 0), Vector(45, 30, 180), Vector(0, 89.9, 0),
+                              Vector(0.123456789, -0.987654321, 12.5)})
+    EXPECT_EQ(anglesOf(rotationOf(typed)), typed);
+  EXPECT_EQ(anglesOf(rotationOf({30, 90, 0})), Vector(30, 90, 0));
+  EXPECT_EQ(anglesOf(rotationOf({30, -90, 10})), Vector(40, -90, 0)) << "upright: the heading holds both";
+  EXPECT_EQ(anglesOf(rotationOf({190, 0, 0})), Vector(-170, 0, 0));
+}
+
+TEST_F(AttributesTest, AnglesMeanWhatTheyShould) {
+  Pose pose;
+  pose.rotation = rotationOf({90, 0, 0});
+  const auto near = [](const Vector& a, const Vector& b) { return Dot(a - b, a - b) < 1e-24; };
+  EXPECT_TRUE(near(matrixOf(pose).TransformVector({0, 0, -1}), {-1, 0, 0})) << "heading turns to the left";
+  pose.rotation = rotationOf({0, 30, 0});
+  EXPECT_NEAR(matrixOf(pose).TransformVector({0, 0, -1}).y, 0.5, 1e-12) << "pitch looks up";
+  // bank first, then pitch, then heading
+  Pose h, p, b;
+  h.rotation = rotationOf({20, 0, 0});
+  p.rotation = rotationOf({0, 30, 0});
+  b.rotation = rotationOf({0, 0, 40});
+  pose.rotation = rotationOf({20, 30, 40});
+  EXPECT_TRUE(
+      near(matrixOf(pose) * Vector(1, 2, 3), matrixOf(h) * (matrixOf(p) * (matrixOf(b) * Vector(1, 2, 3)))));
+}
+
+TEST_F(AttributesTest, CoordinatesStayApart) {
+  const Identity body = id("body");
+  EXPECT_EQ(get(body, AttributeId::rotation).GetVector(), Vector(30, 20, 10));
+  EXPECT_TRUE(set(body, AttributeId::rotation, GeData(Real(45)), 1));
+  EXPECT_EQ(get(body, AttributeId::rotation).GetVector(), Vector(30, 45, 10));
+  EXPECT_EQ(get(body, AttributeId::scale).GetVector(), Vector(1, 2, 3));
+  EXPECT_TRUE(set(body, AttributeId::position, GeData(Vector(0.1, 0.2, 0.3))));
+  EXPECT_TRUE(set(body, AttributeId::scale, GeData(Vector(-1, 2, 0.5))));
+  EXPECT_EQ(get(body, AttributeId::rotation).GetVector(), Vector(30, 45, 10));
+  EXPECT_EQ(get(body, AttributeId::scale).GetVector(), Vector(-1, 2, 0.5));
+  EXPECT_EQ(get(body, AttributeId::position).GetVector(), Vector(0.1, 0.2, 0.3));
+  EXPECT_EQ(object("body")->local, matrixOf(*object("body")->pose));
+  EXPECT_FALSE(set(body, AttributeId::position, GeData(Vector(0.1, 0.2, 0.3)))) << "nothing new";
+  EXPECT_TRUE(set(body, AttributeId::scale, GeData(Real(0)), 0));
+  EXPECT_NE(get(body, AttributeId::scale).GetVector().x, 0)
+      << "a scale of nothing could not be undone by hand";
+}
+
+TEST_F(AttributesTest, ShearIsKept) {
+  const Identity arm = id("arm");
+  Matrix sheared;
+  sheared.v2 = {0.5, 1, 0};
+  setLocalMatrix(document(), arm, sheared);
+  const Real between = Dot(sheared.v1, sheared.v2);
+  EXPECT_TRUE(set(arm, AttributeId::rotation, GeData(Vector(40, 0, 0))));
+  const Matrix& turned = object("arm")->local;
+  EXPECT_NEAR(Dot(turned.v1, turned.v2), between, 1e-12);
+  EXPECT_EQ(get(arm, AttributeId::rotation).GetVector(), Vector(40, 0, 0));
+}
+
+TEST_F(AttributesTest, ValuesAreClippedAndKeptInTheirUnits) {
+  const Identity camera = id("camera"), red = material("red"), lamp = id("lamp");
+  EXPECT_TRUE(set(camera, AttributeId::cameraFieldOfView, GeData(Real(35))));
+  EXPECT_EQ(get(camera, AttributeId::cameraFieldOfView).GetReal(), 35);
+  EXPECT_NEAR(param::real(*object("camera"), param::cameraYfov), 35 * 3.14159265358979 / 180, 1e-12);
+  set(camera, AttributeId::cameraFieldOfView, GeData(Real(500)));
+  EXPECT_EQ(get(camera, AttributeId::cameraFieldOfView).GetReal(), 179);
+  set(red, AttributeId::materialRoughness, GeData(Real(-3)));
+  EXPECT_EQ(get(red, AttributeId::materialRoughness).GetReal(), 0);
+  set(red, AttributeId::materialMetal, GeData(std::nan("")));
+  EXPECT_EQ(get(red, AttributeId::materialMetal).GetReal(), 0);
+  EXPECT_FALSE(set(lamp, AttributeId::materialMetal, GeData(Real(1)))) << "a lamp has no metal";
+  EXPECT_FALSE(set(lamp, AttributeId::name, GeData("")));
+  EXPECT_FALSE(set(12345678, AttributeId::name, GeData("x"))) << "there is no such node";
+  set(lamp, AttributeId::lightKind, GeData(LONG(9)));
+  EXPECT_EQ(get(lamp, AttributeId::lightKind).GetLong(), 2);
+  EXPECT_EQ(get(lamp, AttributeId::lightOuterCone).GetType(), DA_NIL) << "a distant light has no cone";
+  set(lamp, AttributeId::lightAngle, GeData(Real(1)));
+  EXPECT_NEAR(param::real(*object("lamp"), param::lightRadius), 0.5 * 3.14159265358979 / 180, 1e-12);
+}
+
+TEST_F(AttributesTest, SeveralNodesShowWhatTheyShare) {
+  const std::array both{id("body"), id("lamp")};
+  const std::vector<Attribute> list = attributesOf(document(), both);
+  EXPECT_EQ(find(list, AttributeId::lightColor), nullptr);
+  ASSERT_NE(find(list, AttributeId::position), nullptr);
+  const Attribute& position = *find(list, AttributeId::position);
+  EXPECT_TRUE(position.mixed);
+  EXPECT_FALSE(position.mixedPart[0]);
+  EXPECT_TRUE(position.mixedPart[1]);
+  EXPECT_FALSE(position.mixedPart[2]);
+  EXPECT_FALSE(find(list, AttributeId::visibleEditor)->mixed);
+  EXPECT_TRUE(find(list, AttributeId::name)->mixed);
+  EXPECT_TRUE(setAttribute(document(), both, AttributeId::position, GeData(Real(7)), 2));
+  EXPECT_EQ(object("body")->local.off, Vector(0, 0, 7));
+  EXPECT_EQ(object("lamp")->local.off, Vector(0, 4, 7)) << "only that part";
+  const auto mover = attributesOf(document(), std::array{id("mover")});
+  EXPECT_TRUE(find(mover, AttributeId::position)->animated);
+  EXPECT_FALSE(find(mover, AttributeId::rotation)->animated);
+  EXPECT_TRUE(attributesOf(document(), std::vector<Identity>{}).empty());
+}
+
+} // namespace

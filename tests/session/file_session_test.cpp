@@ -1,0 +1,398 @@
+// Files: open, save, the watch over the open file, questions, recent files.
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <thread>
+
+#include "file_path.h"
+#include "scene_file.h"
+#include "session_fixture.h"
+
+namespace {
+
+using namespace host;
+
+class FileSessionTest : public SessionFixture {
+ protected:
+  FileSessionTest() {
+    FileQuestions questions;
+    questions.unsaved = [this](const String& title) {
+      unsavedAsked.push_back(title.GetUTF8());
+      return unsavedAnswer;
+    };
+    questions.reload = [this](const String&) {
+      ++reloadAsked;
+      return reloadAnswer;
+    };
+    questions.chooseSave = [this](Filename& name) {
+      proposals.push_back(name.GetString().GetUTF8());
+      if (!saveTo.Content()) return false;
+      name = saveTo;
+      return true;
+    };
+    questions.failed = [this](const FileError& error) { errors.push_back(error); };
+    files().setQuestions(std::move(questions));
+  }
+
+  FileSession& files() { return session->files(); }
+  // Writes a scene of another program: the small scene after `change`.
+  Filename write(const char* name, const std::function<void(BaseDocument&)>& change = {}) {
+    const DocumentPtr scene = SessionFixture::scene();
+    if (change) change(*scene);
+    const Filename file = folder / name;
+    std::string error;
+    EXPECT_TRUE(saveDocument(*scene, file, &error)) << error;
+    age(file);
+    return file;
+  }
+  // Makes a file look as if it had been written some time ago: then nobody is writing it.
+  static void age(const Filename& file, int seconds = 10) {
+    std::error_code error;
+    std::filesystem::last_write_time(
+        toPath(file), std::filesystem::file_time_type::clock::now() - std::chrono::seconds(seconds), error);
+    ASSERT_FALSE(error) << error.message();
+  }
+  void open(const Filename& file) {
+    EXPECT_TRUE(files().open(file));
+    files().finish();
+    runAll();
+  }
+  // Lets the watch look often enough to notice, and the load end.
+  void watchIt() {
+    for (int i = 0; i < 3; ++i)
+      advance(FileSession::watchPeriod, FileSession::watchPeriod);
+    files().finish();
+    runAll();
+  }
+  void edit(const char* name = "edited") {
+    edits().apply("Rename", [&](BaseDocument& d) { renameNode(d, id("lamp"), name); });
+  }
+
+  std::vector<std::string> unsavedAsked, proposals;
+  UnsavedAnswer unsavedAnswer = UnsavedAnswer::cancel;
+  int reloadAsked = 0;
+  bool reloadAnswer = false;
+  Filename saveTo;
+  std::vector<FileError> errors;
+};
+
+TEST_F(FileSessionTest, OpensInTheBackgroundAndLeavesNothingUnsaved) {
+  const Filename file = write("a.glb");
+  Identity before = document().GetIdentity();
+  EXPECT_TRUE(files().open(file));
+  EXPECT_EQ(files().activity().kind, FileSession::Activity::Kind::loading);
+  EXPECT_EQ(files().activity().text, String("Loading a.glb"));
+  EXPECT_EQ(document().GetIdentity(), before) << "the old scene stays meanwhile";
+  files().finish();
+  EXPECT_EQ(files().activity().kind, FileSession::Activity::Kind::none);
+  std::string difference;
+  EXPECT_TRUE(documentsEqual(document(), *SessionFixture::scene(), &difference)) << difference;
+  EXPECT_EQ(files().windowTitle(), String("a.glb"));
+  EXPECT_FALSE(files().isDirty());
+  EXPECT_FALSE(edits().canUndo());
+  edit();
+  EXPECT_EQ(files().windowTitle(), String("a.glb *"));
+}
+
+TEST_F(FileSessionTest, ABrokenFileLeavesTheSceneAndSaysWhyOnce) {
+  open(write("a.glb"));
+  edit();
+  unsavedAnswer = UnsavedAnswer::discard;
+  const DocumentPtr before = copy();
+  const Filename broken = folder.write("broken.glb", "glTF but not really a scene file");
+  age(broken);
+  open(broken);
+  expectEqual(before, "after the failure");
+  EXPECT_EQ(files().title(), String("a.glb"));
+  EXPECT_TRUE(edits().canUndo());
+  ASSERT_EQ(errors.size(), 1u);
+  EXPECT_EQ(errors[0].sentence, "The scene could not be opened.");
+  EXPECT_NE(errors[0].reason.find("broken.glb"), std::string::npos);
+  EXPECT_FALSE(errors[0].advice.empty());
+  open(folder / "nowhere.glb");
+  ASSERT_EQ(errors.size(), 2u);
+  EXPECT_NE(errors[1].reason.find("there is no file"), std::string::npos) << errors[1].reason;
+  expectEqual(before, "after the second failure");
+}
+
+TEST_F(FileSessionTest, ACancelledLoadChangesNothing) {
+  const Filename file = write("a.glb");
+  const DocumentPtr before = copy();
+  files().open(file);
+  files().cancelLoading();
+  EXPECT_EQ(files().activity().kind, FileSession::Activity::Kind::none);
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+  while (std::chrono::steady_clock::now() < deadline && mainLoop().runDue() == 0)
+    std::this_thread::yield();
+  expectEqual(before, "after the cancelled load");
+  EXPECT_TRUE(errors.empty());
+}
+
+TEST_F(FileSessionTest, UnsavedChangesAreAskedAbout) {
+  const Filename a = write("a.glb"),
+                 b = write("b.glb", [](BaseDocument&d) { d.SearchObject("lamp")->SetName("b"); });
+  open(a);
+  EXPECT_TRUE(files().newScene());
+  open(a);
+  EXPECT_TRUE(unsavedAsked.empty()) << "nothing is unsaved";
+  edit();
+  EXPECT_FALSE(files().open(b));
+  EXPECT_FALSE(files().newScene());
+  EXPECT_FALSE(files().mayClose());
+  EXPECT_EQ(unsavedAsked, (std::vector<std::string>(3, "a.glb")));
+  unsavedAnswer = UnsavedAnswer::save;
+  EXPECT_TRUE(files().open(b));
+  files().finish();
+  EXPECT_NE(document().SearchObject("b"), nullptr);
+  EXPECT_NE(loadDocument(a).document->SearchObject("edited"), nullptr) << "saved first";
+  edits().apply("Rename", [&](BaseDocument& d) { renameNode(d, id("b"), "c"); });
+  unsavedAnswer = UnsavedAnswer::discard;
+  EXPECT_TRUE(files().mayClose());
+  EXPECT_EQ(loadDocument(b).document->SearchObject("c"), nullptr);
+}
+
+TEST_F(FileSessionTest, SavesInTheBackgroundWhatWasThere) {
+  saveTo = folder / "new scene"; // gets its suffix
+  openScene();
+  edit("one");
+  EXPECT_TRUE(files().save());
+  EXPECT_EQ(proposals, std::vector<std::string>{"Untitled.glb"});
+  EXPECT_EQ(files().activity().kind, FileSession::Activity::Kind::saving);
+  edits().apply("Rename", [&](BaseDocument& d) { renameNode(d, id("one"), "two"); });
+  files().finish();
+  EXPECT_TRUE(files().isDirty()) << "edited after it was asked for";
+  EXPECT_NE(loadDocument(folder / "new scene.glb").document->SearchObject("one"), nullptr);
+  EXPECT_EQ(files().title(), String("new scene.glb"));
+  EXPECT_TRUE(files().save());
+  files().finish();
+  EXPECT_FALSE(files().isDirty());
+  EXPECT_EQ(proposals.size(), 1u) << "it has a name now";
+  std::string difference;
+  EXPECT_TRUE(documentsEqual(*loadDocument(folder / "new scene.glb").document, document(), &difference))
+      << difference;
+  edits().undo();
+  EXPECT_TRUE(files().isDirty());
+  edits().redo();
+  EXPECT_FALSE(files().isDirty());
+}
+
+TEST_F(FileSessionTest, AnImportedSceneAsksWhereToSave) {
+  const Filename obj = folder.write("cube.obj", "v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n");
+  age(obj);
+  open(obj);
+  ASSERT_TRUE(errors.empty()) << errors[0].text();
+  EXPECT_FALSE(files().save());
+  ASSERT_EQ(proposals.size(), 1u);
+  EXPECT_EQ(proposals[0], (folder / "cube.glb").GetString().GetUTF8());
+}
+
+TEST_F(FileSessionTest, AFileThatCannotBeWrittenIsOneErrorAndStaysDirty) {
+  openScene();
+  edit();
+  EXPECT_TRUE(files().saveAs(folder / "missing folder" + "a.glb"));
+  files().finish();
+  ASSERT_EQ(errors.size(), 1u);
+  EXPECT_EQ(errors[0].sentence, "The scene could not be saved.");
+  EXPECT_NE(errors[0].reason.find("missing folder"), std::string::npos);
+  EXPECT_TRUE(files().isDirty());
+  EXPECT_EQ(files().title(), String("Untitled"));
+  unsavedAnswer = UnsavedAnswer::save;
+  saveTo = folder / "missing folder" + "a.glb";
+  EXPECT_FALSE(files().mayClose()) << "not saved: the program must not end";
+}
+
+TEST_F(FileSessionTest, AChangedFileIsLoadedAgainAndTheViewTimeAndSelectionStay) {
+  const Filename file = write("a.glb");
+  open(file);
+  session->hub().setTime(BaseTime(15, 30));
+  edits().apply("Select", [&](BaseDocument& d) {
+    selectObjects(d, std::array{id("arm"), id("lamp")});
+    selectMaterial(d, material("blue"));
+  });
+  ObjectState* own = state().activeView->editorCamera;
+  own->local.off = {7, 8, 9};
+  own->data.SetReal(param::cameraYfov, 0.4);
+  document().GetActiveBaseDraw()->SetSceneCamera(document().SearchObject("camera"));
+  setViewFrame(*document().GetActiveBaseDraw(), 0, 0, 333, 222);
+  const Identity before = document().GetIdentity();
+
+  write("a.glb", [](BaseDocument& d) {
+    d.SearchObject("body")->SetName("trunk"); // the arm is elsewhere now, but it is the only one
+    BaseObject* lamp = d.SearchObject("lamp");
+    lamp->Remove();
+    BaseObject::Free(lamp);
+  });
+  advance(FileSession::watchPeriod, FileSession::watchPeriod);
+  EXPECT_EQ(document().GetIdentity(), before) << "it may still be being written";
+  watchIt();
+  EXPECT_NE(document().GetIdentity(), before);
+  EXPECT_NE(document().SearchObject("trunk"), nullptr);
+  EXPECT_EQ(selectedObjects(document()), std::vector{id("arm")});
+  EXPECT_EQ(selectedMaterial(document()), material("blue"));
+  EXPECT_EQ(document().GetTime(), BaseTime(15, 30));
+  EXPECT_EQ(object("mover")->local.off, Vector(5, 0, 0)) << "and the scene stands there";
+  EXPECT_EQ(state().activeView->camera, id("camera"));
+  EXPECT_EQ(state().activeView->editorCamera->local.off, Vector(7, 8, 9));
+  EXPECT_EQ(param::real(*state().activeView->editorCamera, param::cameraYfov), 0.4);
+  EXPECT_EQ(state().activeView->frame, (std::array<LONG, 4>{0, 0, 333, 222}));
+  EXPECT_FALSE(files().isDirty());
+  EXPECT_EQ(reloadAsked, 0);
+}
+
+TEST_F(FileSessionTest, AViewWhoseCameraIsGoneStaysWhereItWas) {
+  const Filename file = write("a.glb");
+  open(file);
+  document().GetActiveBaseDraw()->SetSceneCamera(document().SearchObject("camera"));
+  write("a.glb", [](BaseDocument& d) {
+    BaseObject* camera = d.SearchObject("camera");
+    BaseObject::Free(camera);
+  });
+  watchIt();
+  EXPECT_EQ(document().SearchObject("camera"), nullptr);
+  EXPECT_EQ(state().activeView->camera, 0u);
+  EXPECT_EQ(state().activeView->editorCamera->local.off, Vector(0, 1, 8));
+}
+
+TEST_F(FileSessionTest, UnsavedEditsAreAskedAboutBeforeAReload) {
+  const Filename file = write("a.glb");
+  open(file);
+  edit();
+  write("a.glb", [](BaseDocument& d) { d.SearchObject("lamp")->SetName("theirs"); });
+  watchIt();
+  EXPECT_EQ(reloadAsked, 1);
+  EXPECT_NE(document().SearchObject("edited"), nullptr);
+  watchIt();
+  EXPECT_EQ(reloadAsked, 1) << "once for a change";
+  reloadAnswer = true;
+  write("a.glb", [](BaseDocument& d) { d.SearchObject("lamp")->SetName("theirs 2"); });
+  watchIt();
+  EXPECT_EQ(reloadAsked, 2);
+  EXPECT_NE(document().SearchObject("theirs 2"), nullptr);
+  EXPECT_FALSE(files().isDirty());
+}
+
+TEST_F(FileSessionTest, OurOwnSaveIsNoChange) {
+  const Filename file = write("a.glb");
+  open(file);
+  edit();
+  files().save();
+  files().finish();
+  const Identity before = document().GetIdentity();
+  watchIt();
+  watchIt();
+  EXPECT_EQ(document().GetIdentity(), before);
+  write("a.glb");
+  watchIt();
+  EXPECT_NE(document().GetIdentity(), before) << "the watch goes on";
+}
+
+TEST_F(FileSessionTest, AFileThatIsBeingWrittenIsReadWhenItHoldsStill) {
+  const Filename file = write("a.glb");
+  open(file);
+  const std::string whole =
+      readText(write("b.glb", [](BaseDocument& d) { d.SearchObject("lamp")->SetName("new"); }));
+  const Identity before = document().GetIdentity();
+  for (std::size_t part = 1; part <= 4; ++part) { // a slow writer
+    folder.write("a.glb", std::string_view(whole).substr(0, whole.size() * part / 5));
+    advance(FileSession::watchPeriod, FileSession::watchPeriod);
+    ASSERT_EQ(document().GetIdentity(), before);
+  }
+  GeFKill(file); // and one that begins anew
+  advance(2 * FileSession::watchPeriod, FileSession::watchPeriod);
+  EXPECT_EQ(document().GetIdentity(), before);
+  folder.write("a.glb", whole);
+  watchIt();
+  EXPECT_NE(document().SearchObject("new"), nullptr);
+  EXPECT_TRUE(errors.empty()) << errors[0].text();
+}
+
+TEST_F(FileSessionTest, AFileRewrittenInTheMiddleOfAReadIsReadAgain) {
+  const std::string whole = readText(write("b.glb"));
+  // Half of the file is there, just now; the other half comes while it is being read.
+  folder.write("a.glb", std::string_view(whole).substr(0, whole.size() / 2));
+  std::atomic<bool> begun{false};
+  std::thread writer([&] {
+    while (!begun)
+      std::this_thread::yield();
+    std::this_thread::sleep_for(std::chrono::milliseconds(60));
+    folder.write("a.glb", whole);
+  });
+  files().open(folder / "a.glb");
+  begun = true;
+  files().finish();
+  writer.join();
+  EXPECT_TRUE(errors.empty()) << errors[0].text();
+  std::string difference;
+  EXPECT_TRUE(documentsEqual(document(), *SessionFixture::scene(), &difference)) << difference;
+}
+
+TEST_F(FileSessionTest, ABrokenRewriteKeepsTheSceneAndTheWatch) {
+  const Filename file = write("a.glb");
+  open(file);
+  const DocumentPtr before = copy();
+  folder.write("a.glb", "broken");
+  age(file, 5);
+  watchIt();
+  ASSERT_EQ(errors.size(), 1u);
+  expectEqual(before, "after the broken rewrite");
+  watchIt();
+  EXPECT_EQ(errors.size(), 1u) << "told once";
+  write("a.glb", [](BaseDocument& d) { d.SearchObject("lamp")->SetName("repaired"); });
+  watchIt();
+  EXPECT_NE(document().SearchObject("repaired"), nullptr);
+}
+
+TEST_F(FileSessionTest, APictureBesideTheSceneIsWatchedToo) {
+  folder.write("tex.png", "one");
+  folder.write("a.gltf", R"({"asset":{"version":"2.0"},"scene":0,"scenes":[{"nodes":[]}],
+    "images":[{"uri":"tex.png"}],"textures":[{"source":0}],
+    "materials":[{"name":"m","pbrMetallicRoughness":{"baseColorTexture":{"index":0}}}]})");
+  age(folder / "tex.png");
+  age(folder / "a.gltf");
+  open(folder / "a.gltf");
+  ASSERT_TRUE(errors.empty()) << errors[0].text();
+  const Identity before = document().GetIdentity();
+  folder.write("tex.png", "another");
+  age(folder / "tex.png", 5);
+  watchIt();
+  EXPECT_NE(document().GetIdentity(), before);
+}
+
+TEST_F(FileSessionTest, EditsMadeWhileAFileLoadsAreAskedAbout) {
+  const Filename file = write("a.glb");
+  openScene();
+  files().open(file);
+  edit();
+  files().finish();
+  EXPECT_EQ(unsavedAsked.size(), 1u);
+  EXPECT_NE(document().SearchObject("edited"), nullptr) << "cancelled: what was edited stays";
+}
+
+TEST_F(FileSessionTest, RecentFilesAreKeptAndMissingOnesDropped) {
+  for (int i = 0; i < 12; ++i)
+    open(write(("s" + std::to_string(i) + ".glb").c_str()));
+  open(folder / "s5.glb");
+  std::vector<Filename> recent = files().recentFiles();
+  ASSERT_EQ(recent.size(), 10u);
+  EXPECT_EQ(recent[0].GetFileString(), String("s5.glb"));
+  EXPECT_EQ(recent[1].GetFileString(), String("s11.glb"));
+  EXPECT_EQ(std::count_if(recent.begin(), recent.end(),
+                          [](const Filename& file) { return file.GetFileString() == String("s5.glb"); }),
+            1);
+  GeFKill(folder / "s11.glb");
+  EXPECT_FALSE(files().openRecent(recent[1]));
+  EXPECT_EQ(files().recentFiles().size(), 9u);
+  ASSERT_EQ(errors.size(), 1u);
+  EXPECT_TRUE(files().openRecent(recent[2]));
+  files().finish();
+  session.reset();
+  startHost(); // the next start of the program
+  session = std::make_unique<Session>();
+  EXPECT_EQ(files().recentFiles().size(), 9u);
+  EXPECT_EQ(files().recentFiles()[0].GetFileString(), recent[2].GetFileString());
+  files().clearRecent();
+  EXPECT_TRUE(files().recentFiles().empty());
+}
+
+} // namespace
