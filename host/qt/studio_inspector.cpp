@@ -20,8 +20,17 @@ QString textOf(const QWidget& widget) {
   return {};
 }
 
+// The nearest widget above that has a name of ours.
+QString placeName(const QWidget& widget) {
+  for (const QWidget* above = widget.parentWidget(); above; above = above->parentWidget())
+    if (!above->objectName().isEmpty() && !above->objectName().startsWith(QStringLiteral("qt_")))
+      return above->objectName();
+  return {};
+}
+
 QJsonObject describeWidget(const QWidget& widget) {
   QJsonObject one;
+  one[QStringLiteral("in")] = placeName(widget);
   one[QStringLiteral("class")] = QString::fromLatin1(widget.metaObject()->className());
   one[QStringLiteral("name")] = widget.objectName();
   one[QStringLiteral("label")] = widget.accessibleName();

@@ -1,0 +1,26 @@
+#include "studio_arguments.h"
+
+#include <CLI/CLI.hpp>
+
+StudioArguments parseStudioArguments(int argc, const char* const* argv) {
+  StudioArguments given;
+  CLI::App app("Lumenara Studio: a scene editor for glTF with an interactive render viewer.",
+               "lumenara-studio");
+  app.add_option("SCENE", given.scene, "A scene to open: glTF, OBJ, FBX, PLY, STL or DAE");
+  app.add_flag("--viewer", given.viewer, "Open the Lumenara viewer and render the scene in it");
+  app.add_option("--home", given.home,
+                 "Folder for settings and plug-ins (default: LUMENARA_HOME, else the user's data folder)")
+      ->type_name("DIR");
+  app.set_version_flag("--version", "lumenara-studio " LUMENARA_VERSION);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::CallForHelp&) {
+    given.leave = {app.help(), 0};
+  } catch (const CLI::CallForVersion& version) {
+    given.leave = {std::string(version.what()) + "\n", 0};
+  } catch (const CLI::ParseError& error) {
+    given.leave = {
+        std::string("lumenara-studio: ") + error.what() + "\nlumenara-studio --help lists the options.\n", 2};
+  }
+  return given;
+}

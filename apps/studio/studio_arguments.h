@@ -1,0 +1,19 @@
+// The command line of lumenara-studio.
+#pragma once
+
+#include <optional>
+#include <string>
+
+/// What to start with; or a text to print and a code to exit with.
+struct StudioArguments {
+  std::string scene, home; // empty: not given
+  bool viewer = false;
+  struct Leave {
+    std::string text;
+    int code = 0;
+  };
+  std::optional<Leave> leave;
+};
+
+/// Unknown options and a missing scene give a sentence and the code 2.
+StudioArguments parseStudioArguments(int argc, const char* const* argv);
