@@ -1,0 +1,238 @@
+// The region on the way to a render: the whole image that it implies, and the rectangle within it.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <random>
+
+#include "dlg_lumenara.h"
+#include "region_fixture.h"
+
+namespace {
+
+struct Mapped {
+  LONG width = 0, height = 0;
+  LONG x1 = 0, y1 = 0, x2 = 0, y2 = 0;
+  friend bool operator==(const Mapped&, const Mapped&) = default;
+};
+
+std::ostream& operator<<(std::ostream& out, const Mapped& m) {
+  return out << m.width << " x " << m.height << ": (" << m.x1 << ", " << m.y1 << ", " << m.x2 << ", " << m.y2
+             << ")";
+}
+
+class Viewer : public DlgLumenara {
+ public:
+  Mapped map(BaseDraw* bd, BaseDocument* doc, LONG renderWidth, LONG renderHeight, LONG divisor = 1) {
+    regionWidth = renderWidth;
+    regionHeight = renderHeight;
+    settings.SetValue(LM_OPT_RES_DIVISOR, divisor);
+    Mapped mapped;
+    GetRegion(bd, doc, &mapped.width, &mapped.height);
+    mapped.x1 = x1, mapped.y1 = y1, mapped.x2 = x2, mapped.y2 = y2;
+    return mapped;
+  }
+  using DlgLumenara::aspect;
+  using DlgLumenara::size;
+  using DlgLumenara::x;
+  using DlgLumenara::y;
+};
+
+class RegionRenderTest : public RegionFixture {
+ protected:
+  void SetUp() override {
+    RegionFixture::SetUp();
+    viewer = std::make_unique<Viewer>();
+  }
+  void TearDown() override {
+    viewer.reset();
+    RegionFixture::TearDown();
+  }
+  Mapped map(LONG width, LONG height, LONG divisor = 1) {
+    return viewer->map(draw(), document, width, height, divisor);
+  }
+  std::unique_ptr<Viewer> viewer;
+};
+
+TEST_F(RegionRenderTest, TheRecordIsReadAsByTheHook) {
+  viewer->GetRegionInfo(document);
+  EXPECT_EQ(viewer->aspect, 1.333334);
+  EXPECT_EQ(viewer->size, 0.5);
+  EXPECT_EQ(viewer->x, 0.0);
+  EXPECT_EQ(viewer->y, 0.0);
+  setRegion(0.1, 0.2, 0.3);
+  store(LM_ASPECT, 2.0);
+  viewer->GetRegionInfo(document);
+  EXPECT_EQ(viewer->aspect, 2.0);
+  EXPECT_EQ(viewer->size, 0.3);
+  EXPECT_EQ(viewer->x, 0.1);
+  EXPECT_EQ(viewer->y, 0.2);
+}
+
+TEST_F(RegionRenderTest, AWideViewGoesByTheHeight) {
+  store(LM_ASPECT, 1.5);
+  setViewAndFormat(1000, 500);
+  setRegion(0.1, 0.1, 0.5);
+  // 240 / 0.5 high, twice as wide; the box 240 high and 360 wide.
+  EXPECT_EQ(map(360, 240), (Mapped{960, 480, 96, 48, 96 + 359, 48 + 239}));
+}
+
+TEST_F(RegionRenderTest, ATallViewGoesByTheWidth) {
+  store(LM_ASPECT, 1.5);
+  setViewAndFormat(500, 1000);
+  setRegion(0.1, 0.1, 0.5);
+  EXPECT_EQ(map(360, 240), (Mapped{720, 1440, 72, 144, 72 + 359, 144 + 239}));
+}
+
+TEST_F(RegionRenderTest, AViewOfTheSameAspectGoesByTheWidth) {
+  store(LM_ASPECT, 1.5);
+  setViewAndFormat(600, 400);
+  setRegion(0.0, 0.0, 0.3);
+  // 361 / 0.3 is cut to 1203.
+  EXPECT_EQ(map(361, 240), (Mapped{1203, 802, 0, 0, 359, 239}));
+}
+
+TEST_F(RegionRenderTest, TheDivisorDividesWholeNumbersFirst) {
+  store(LM_ASPECT, 1.5);
+  setViewAndFormat(1000, 500);
+  setRegion(0.1, 0.1, 0.5);
+  EXPECT_EQ(map(360, 240, 2), (Mapped{480, 240, 48, 24, 48 + 179, 24 + 119}));
+  // 239 / 2 is 119, and 119 / 0.5 is 238.
+  EXPECT_EQ(map(360, 239, 2).height, 238);
+  EXPECT_EQ(map(360, 239, 3).height, 158) << "79 / 0.5";
+}
+
+TEST_F(RegionRenderTest, ASafeFramesBorderIsTakenOnce) {
+  store(LM_ASPECT, 1.0);
+  setView(1000, 500);
+  setFormat(500, 500); // bars of 250: the view counts as 750 by 500
+  setRegion(0.4, 0.0, 0.5);
+  EXPECT_EQ(map(200, 200), (Mapped{600, 400, 0, 0, 199, 199})) << "240 - 250 is below 0";
+  setRegion(0.6, 0.0, 0.5);
+  EXPECT_EQ(map(200, 200), (Mapped{600, 400, 110, 0, 309, 199}));
+
+  setView(500, 1000);
+  setFormat(500, 500);
+  setRegion(0.0, 0.6, 0.5);
+  EXPECT_EQ(map(200, 200), (Mapped{400, 600, 0, 110, 199, 309}));
+}
+
+TEST_F(RegionRenderTest, ARectangleThatReachesTooFarIsMovedBack) {
+  store(LM_ASPECT, 1.5);
+  setViewAndFormat(1000, 500);
+  setRegion(0.9, 0.9, 0.5);
+  EXPECT_EQ(map(360, 240), (Mapped{960, 480, 960 - 360, 480 - 240, 959, 479}));
+  setRegion(600.0 / 960, 0.5, 0.5);
+  EXPECT_EQ(map(360, 240), (Mapped{960, 480, 600, 240, 959, 479})) << "it ends at the last pixel";
+}
+
+TEST_F(RegionRenderTest, PlacesBelowZeroAreZero) {
+  store(LM_ASPECT, 1.5);
+  setViewAndFormat(1000, 500);
+  setRegion(-0.5, -0.5, 0.5);
+  EXPECT_EQ(map(360, 240), (Mapped{960, 480, 0, 0, 359, 239}));
+}
+
+/// The rules one after the other.
+Mapped modelMap(double w, double h, double aspect, double size, double x, double y, double from,
+                LONG orientation, LONG renderWidth, LONG renderHeight, LONG divisor) {
+  if (orientation == 1) w -= from;
+  if (orientation == 2) h -= from;
+  const double va = w / h;
+  double width, height, boxW, boxH;
+  if (va > aspect) {
+    height = std::trunc(std::trunc(static_cast<double>(renderHeight) / divisor) / size);
+    width = std::floor(height * va);
+    boxH = std::floor(height * size);
+    boxW = std::floor(boxH * aspect);
+  } else {
+    width = std::trunc(std::trunc(static_cast<double>(renderWidth) / divisor) / size);
+    height = std::floor(width / va);
+    boxW = std::floor(width * size);
+    boxH = std::floor(boxW / aspect);
+  }
+  double left = std::floor(width * x) - (orientation == 1 ? from : 0);
+  double top = std::floor(height * y) - (orientation == 2 ? from : 0);
+  left = std::max(left, 0.0);
+  top = std::max(top, 0.0);
+  double right = left + boxW - 1, bottom = top + boxH - 1;
+  if (right >= width - 1) left = width - boxW, right = width - 1;
+  if (bottom >= height - 1) top = height - boxH, bottom = height - 1;
+  return {static_cast<LONG>(width), static_cast<LONG>(height), static_cast<LONG>(left),
+          static_cast<LONG>(top),   static_cast<LONG>(right),  static_cast<LONG>(bottom)};
+}
+
+TEST_F(RegionRenderTest, AgreesWithTheModelEverywhere) {
+  const unsigned seed = ::testing::UnitTest::GetInstance()->random_seed();
+  std::mt19937 random(seed);
+  const auto whole = [&](LONG a, LONG b) { return std::uniform_int_distribution<LONG>(a, b)(random); };
+  const auto real = [&](Real a, Real b) { return std::uniform_real_distribution<Real>(a, b)(random); };
+  int inside = 0;
+  for (int i = 0; i < 4000; ++i) {
+    const LONG w = whole(1, 2000), h = whole(1, 2000);
+    setView(w, h);
+    if (whole(0, 2) == 0) {
+      setFormat(w, h);
+    } else {
+      setFormat(whole(1, 3000), whole(1, 3000));
+    }
+    const Real aspect = whole(0, 5) ? real(0.1, 8) : static_cast<Real>(w) / h;
+    const Real size = real(0.1, 1.0), x = real(-1.5, 1.5), y = real(-1.5, 1.5);
+    const LONG renderWidth = whole(1, 2000), renderHeight = whole(1, 2000), divisor = whole(1, 20);
+    setAspect(aspect);
+    setRegion(x, y, size);
+    LONG from = 0, to = 0, orientation = 0;
+    draw()->GetSafeFrame(&from, &to, &orientation);
+    const Mapped mapped = map(renderWidth, renderHeight, divisor);
+    ASSERT_EQ(mapped,
+              modelMap(w, h, aspect, size, x, y, from, orientation, renderWidth, renderHeight, divisor))
+        << "seed " << seed << ", round " << i << ": view " << w << " x " << h << ", aspect " << aspect
+        << ", size " << size << ", place " << x << ", " << y << ", bars " << orientation << " " << from
+        << ", render " << renderWidth << " x " << renderHeight << " / " << divisor;
+    ASSERT_LE(mapped.x2, mapped.width - 1);
+    ASSERT_LE(mapped.y2, mapped.height - 1);
+    inside += mapped.x1 >= 0 && mapped.y1 >= 0 && mapped.x2 >= mapped.x1 && mapped.y2 >= mapped.y1;
+  }
+  EXPECT_GT(inside, 3000) << "most have an area";
+}
+
+TEST_F(RegionRenderTest, SensibleRegionsStayInsideTheImage) {
+  std::mt19937 random(7);
+  const auto real = [&](Real a, Real b) { return std::uniform_real_distribution<Real>(a, b)(random); };
+  for (int i = 0; i < 1000; ++i) {
+    const LONG w = static_cast<LONG>(real(200, 2000)), h = static_cast<LONG>(real(200, 2000));
+    setViewAndFormat(w, h);
+    setRegion(real(0, 1), real(0, 1), real(0.1, 1));
+    setAspect(real(0.5, 3));
+    const Mapped mapped = map(640, 480, 1 + i % 20);
+    ASSERT_GE(mapped.x1, 0);
+    ASSERT_GE(mapped.y1, 0);
+    ASSERT_LT(mapped.x2, mapped.width);
+    ASSERT_LT(mapped.y2, mapped.height);
+  }
+}
+
+TEST_F(RegionRenderTest, DamagedValuesDoNoHarm) {
+  const Real infinity = std::numeric_limits<Real>::infinity(), nothing = std::nan("");
+  const Real values[] = {0, -1, 1e-300, 1e300, -1e300, infinity, -infinity, nothing, 0.5};
+  for (const LONG w : {0, 1, 800}) {
+    for (const LONG h : {0, 1, 600}) {
+      setView(w, h);
+      setFormat(640, 480);
+      for (const Real aspect : values) {
+        setAspect(aspect);
+        for (const Real size : values) {
+          setRegion(size, aspect, size);
+          for (const LONG divisor : {-1, 0, 1, 2147483647})
+            map(640, 480, divisor);
+        }
+      }
+    }
+  }
+  store(LM_ASPECT, 1.5);
+  setViewAndFormat(1000, 500);
+  setRegion(0.1, 0.1, 0.5);
+  EXPECT_EQ(map(360, 240, 0), (Mapped{960, 480, 96, 48, 96 + 359, 48 + 239}))
+      << "a divisor of 0 divides nothing";
+}
+
+} // namespace
