@@ -57,7 +57,6 @@ std::vector<lmUserArea::HistoryImage> lmUserArea::ListHistory() {
   std::vector<HistoryImage> images;
   AutoAlloc<BrowseFiles> browser;
   if (!browser) return images;
-  images.reserve(static_cast<std::size_t>(GetHistoryCount()));
   browser->Init(historyFolder);
   while (NextImage(*browser)) {
     HistoryImage& added = images.emplace_back();
@@ -70,7 +69,6 @@ std::vector<lmUserArea::HistoryImage> lmUserArea::ListHistory() {
 }
 
 void lmUserArea::CleanupHistory(LONG keep) {
-  if (GetHistoryCount() <= keep) return;
   const std::vector<HistoryImage> images = ListHistory();
   const auto kept = static_cast<std::size_t>(std::max<LONG>(keep, 0));
   for (std::size_t i = 0; i + kept < images.size(); ++i)
@@ -114,7 +112,6 @@ Bool lmUserArea::LoadSlot(BaseBitmap& slot, const Filename& name, const String& 
 }
 
 void lmUserArea::AutoloadRecent() {
-  if (GetHistoryCount() < 2) return;
   const std::vector<HistoryImage> images = ListHistory();
   if (images.size() < 2 || !imageA || !imageB) return;
   LoadSlot(*imageA, historyFolder + images[images.size() - 2].name, "Lumenara Error: Image Load Failed");

@@ -105,7 +105,7 @@ void lmUserArea::Sized(LONG w, LONG h) {
   height = h;
   if (display) {
     display->FlushAll();
-    if (display->Init(w, h, 32) == IMAGERESULT_OK) display->Clear(0, 0, 0);
+    display->Init(w, h, 32); // black
   }
   if (!enabled) return;
 
@@ -215,10 +215,8 @@ void lmUserArea::DrawProgressStrip() {
 void lmUserArea::HistoryPrepare(Real slider, LONG style) {
   AutoAlloc<BaseBitmap> workA, workB;
   if (!workA || !workB || !display) return;
-  for (BaseBitmap* work : {static_cast<BaseBitmap*>(workA), static_cast<BaseBitmap*>(workB)}) {
-    if (work->Init(width, height, 24) != IMAGERESULT_OK) return;
-    work->Clear(0, 0, 0);
-  }
+  if (workA->Init(width, height, 24) != IMAGERESULT_OK) return; // black
+  if (workB->Init(width, height, 24) != IMAGERESULT_OK) return;
   if (imageA) PrepareSlot(*imageA, *workA);
   if (imageB) PrepareSlot(*imageB, *workB);
 

@@ -49,6 +49,13 @@ class lmUserArea : public GeUserArea {
   /// Opens the picture as shown in the host's Picture Viewer.
   virtual void SaveToPictureViewer();
 
+  struct HistoryImage {
+    LocalFileTime time; // of the last change
+    Filename name;
+  };
+  /// The pictures of the history, oldest first.
+  std::vector<HistoryImage> ListHistory();
+
   static constexpr LONG GADGET_SLIDER = 1108;
   static constexpr LONG GADGET_IMAGE_GROUP = 1122;
   static constexpr LONG COMPARE_COLUMNS = 0, COMPARE_ROWS = 1, COMPARE_BLEND = 2, COMPARE_DIFFERENCE = 9999;
@@ -75,16 +82,10 @@ class lmUserArea : public GeUserArea {
   Filename dataFolder, historyFolder;
 
  private:
-  struct HistoryImage {
-    LocalFileTime time; // of the last change
-    Filename name;
-  };
-
   void DrawCompare();
   void DrawRender(LONG mode);
   void DrawProgressBar();
   void DrawProgressStrip();
   void PrepareSlot(const BaseBitmap& slot, BaseBitmap& work) const;
-  std::vector<HistoryImage> ListHistory();
   Bool LoadSlot(BaseBitmap& slot, const Filename& name, const String& error);
 };

@@ -1,0 +1,412 @@
+// The image history: names, numbers, the size, the slots and the popup.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+
+#include "viewer_fixture.h"
+
+namespace {
+
+using Names = std::vector<std::string>;
+
+class HistoryTest : public ViewerFixture {
+ protected:
+  lmUserArea& view() { return viewer->view; }
+  std::string nextName(const char* prefix = "") {
+    const Filename file = view().GetNextFilename(historyFolder(), prefix);
+    EXPECT_EQ(file.GetDirectory(), historyFolder());
+    return file.GetFile().GetString().GetUTF8();
+  }
+  /// A view that shows a finished picture of this colour.
+  void showPicture(const Rgb& color) {
+    openEnabled(16, 12);
+    fillBitmap(*view().image, 16, 12, color);
+    fillBitmap(*view().display, 16, 12, color, 32);
+    view().data.stampsPending = 1;
+  }
+  void putLastRender(const Rgb& color) {
+    AutoAlloc<BaseBitmap> picture;
+    fillBitmap(*picture, 30, 20, color);
+    ASSERT_EQ(picture->Save(dataFolder() + "lastRender.tif", FILTER_TIF), IMAGERESULT_OK);
+  }
+  Rgb savedColor(const char* name) {
+    AutoAlloc<BaseBitmap> picture;
+    EXPECT_EQ(picture->Init(historyFolder() + name), IMAGERESULT_OK) << name;
+    return pixelOf(*picture, 0, 0);
+  }
+  Names popupTexts(const BaseContainer& popup) {
+    Names texts;
+    for (LONG i = 0; i < popup.GetCount(); ++i)
+      texts.push_back(LongToString(popup.GetIndexId(i)).GetUTF8() + " " +
+                      popup.GetIndexData(i)->GetString().GetUTF8());
+    return texts;
+  }
+};
+
+// ---- Names
+
+TEST_F(HistoryTest, NumbersAreFilledUpToThreeDigits) {
+  EXPECT_EQ(view().StrPad(7, 3), String("007"));
+  EXPECT_EQ(view().StrPad(1000, 3), String("1000"));
+  EXPECT_EQ(view().StrPad(0, 1), String("0"));
+}
+
+TEST_F(HistoryTest, TheNextNumberIsTheFirstFreeOne) {
+  EXPECT_EQ(nextName(), "[001].tif");
+  touch(historyFolder() + "[001].tif");
+  touch(historyFolder() + "[003].tif");
+  EXPECT_EQ(nextName(), "[002].tif");
+  touch(historyFolder() + "[002].tif");
+  EXPECT_EQ(nextName(), "[004].tif");
+}
+
+TEST_F(HistoryTest, TheThousandthHasFourDigits) {
+  for (LONG number = 1; number < 1000; ++number)
+    touch(historyFolder() + Filename(String("[") + view().StrPad(number, 3) + "].tif"));
+  EXPECT_EQ(nextName(), "[1000].tif");
+}
+
+TEST_F(HistoryTest, AnEmptyPrefixIsTheDocumentsName) {
+  view().data.documentName = "scene.c4d";
+  EXPECT_EQ(nextName(), "scene.c4d[001].tif");
+  EXPECT_EQ(nextName("lastRender"), "lastRender[001].tif");
+  touch(historyFolder() + "lastRender[001].tif");
+  EXPECT_EQ(nextName("lastRender"), "lastRender[002].tif");
+  EXPECT_EQ(nextName(), "scene.c4d[001].tif");
+}
+
+// ---- Counting and trimming
+
+TEST_F(HistoryTest, OnlyTifFilesCount) {
+  EXPECT_EQ(view().GetHistoryCount(), 0);
+  touch(historyFolder() + "[001].tif");
+  touch(historyFolder() + "upper.TIF");
+  touch(historyFolder() + "notes.txt");
+  touch(historyFolder() + "tif");
+  GeFCreateDir(historyFolder() + "folder.tif");
+  EXPECT_EQ(view().GetHistoryCount(), 2);
+}
+
+TEST_F(HistoryTest, CleanupDeletesTheOldest) {
+  addHistoryFile("b.tif", 30);
+  addHistoryFile("a.tif", 20);
+  addHistoryFile("c.tif", 10);
+  touch(historyFolder() + "notes.txt");
+  view().CleanupHistory(3);
+  EXPECT_EQ(historyNames().size(), 4u);
+  view().CleanupHistory(2);
+  EXPECT_EQ(historyNames(), (Names{"a.tif", "b.tif", "notes.txt"}));
+  view().CleanupHistory(0);
+  EXPECT_EQ(historyNames(), (Names{"notes.txt"}));
+}
+
+TEST_F(HistoryTest, ImagesOfOneSecondStandAsListed) {
+  addHistoryFile("c.tif", 10);
+  addHistoryFile("b.tif", 10);
+  addHistoryFile("a.tif", 11);
+  addHistoryFile("d.tif", 10);
+  view().CleanupHistory(2); // b and c are the first of their second
+  EXPECT_EQ(historyNames(), (Names{"a.tif", "d.tif"}));
+}
+
+TEST_F(HistoryTest, AgeGoesByEveryField) {
+  const LONG day = 86400;
+  addHistoryFile("e.tif", 0);
+  addHistoryFile("d.tif", 59);
+  addHistoryFile("c.tif", 61);
+  addHistoryFile("b.tif", 40 * day);
+  addHistoryFile("a.tif", 400 * day + 1);
+  for (const char* oldest : {"e.tif", "d.tif", "c.tif", "b.tif", "a.tif"}) {
+    ASSERT_EQ(historyNames().back(), oldest);
+    view().CleanupHistory(view().GetHistoryCount() - 1);
+  }
+}
+
+TEST_F(HistoryTest, ANegativeSizeDeletesWhatIsThere) {
+  addHistoryFile("a.tif", 1);
+  addHistoryFile("b.tif", 2);
+  view().CleanupHistory(-1);
+  EXPECT_TRUE(historyNames().empty());
+  view().CleanupHistory(-5);
+}
+
+TEST_F(HistoryTest, ClearDeletesTheImagesOnly) {
+  addHistoryFile("a.tif", 1);
+  addHistoryFile("b.tif", 2);
+  view().AutoloadRecent();
+  touch(historyFolder() + "notes.txt");
+  GeFCreateDir(historyFolder() + "folder.tif");
+  view().ClearHistory();
+  EXPECT_EQ(historyNames(), (Names{"folder.tif", "notes.txt"}));
+  EXPECT_GT(view().imageA->GetBw(), 0); // the slots stay
+  EXPECT_TRUE(ui.questions.empty());
+}
+
+// ---- Adding
+
+TEST_F(HistoryTest, AddSavesThePictureAsShown) {
+  showPicture({11, 22, 33});
+  view().AddToHistory();
+  EXPECT_EQ(historyNames(), (Names{"[001].tif"}));
+  EXPECT_EQ(savedColor("[001].tif"), (Rgb{11, 22, 33}));
+}
+
+TEST_F(HistoryTest, AddKeepsTheSize) {
+  showPicture({1, 2, 3});
+  for (LONG i = 0; i < 10; ++i)
+    addHistoryFile(String("old" + LongToString(i) + ".tif").GetUTF8().c_str(), 10 + i);
+  view().AddToHistory();
+  const Names names = historyNames();
+  EXPECT_EQ(names.size(), 10u);
+  EXPECT_EQ(names[0], "[001].tif");
+  EXPECT_EQ(names[1], "old1.tif"); // old0 was the oldest
+}
+
+TEST_F(HistoryTest, ASizeOfOneDeletesAllBefore) {
+  setOption(LM_HISTORY_SIZE, 1);
+  showPicture({1, 2, 3});
+  addHistoryFile("a.tif", 1);
+  addHistoryFile("b.tif", 2);
+  view().AddToHistory();
+  EXPECT_EQ(historyNames(), (Names{"[001].tif"}));
+  view().AddToHistory();
+  EXPECT_EQ(historyNames(), (Names{"[001].tif"}));
+}
+
+TEST_F(HistoryTest, ASizeBelowOneIsTakenAsOne) {
+  setOption(LM_HISTORY_SIZE, -3);
+  showPicture({1, 2, 3});
+  addHistoryFile("a.tif", 1);
+  view().AddToHistory();
+  EXPECT_EQ(historyNames(), (Names{"[001].tif"}));
+}
+
+TEST_F(HistoryTest, AddMakesTheFolderAgain) {
+  showPicture({1, 2, 3});
+  std::filesystem::remove_all(historyFolder().GetString().GetUTF8());
+  view().AddToHistory();
+  EXPECT_EQ(historyNames(), (Names{"[001].tif"}));
+}
+
+TEST_F(HistoryTest, AddLoadsTheTwoNewestWhenWanted) {
+  showPicture({1, 2, 3});
+  addHistoryFile("old.tif", 1, {50, 50, 50});
+  setOption(LM_HISTORY_AUTOLOAD, 0);
+  view().AddToHistory();
+  EXPECT_EQ(view().imageA->GetBw(), 0);
+  setOption(LM_HISTORY_AUTOLOAD, 1);
+  setFileTime(historyFolder() + "[001].tif", 2);
+  fillBitmap(*view().display, 16, 12, {4, 5, 6}, 32);
+  view().AddToHistory();
+  EXPECT_EQ(pixelOf(*view().imageA, 0, 0), (Rgb{1, 2, 3}));
+  EXPECT_EQ(pixelOf(*view().imageB, 0, 0), (Rgb{4, 5, 6}));
+}
+
+TEST_F(HistoryTest, WithoutAnImageNothingIsAdded) {
+  openEnabled(16, 12);
+  addHistoryFile("a.tif", 1);
+  setOption(LM_HISTORY_SIZE, 1);
+  view().AddToHistory();
+  EXPECT_EQ(historyNames(), (Names{"a.tif"}));
+}
+
+TEST_F(HistoryTest, NamesComeFromTheRenderedDocument) {
+  document->SetDocumentName("scene.gltf");
+  openEnabled(16, 12);
+  click(1109);
+  finishRender();
+  poll();
+  choose(1119);
+  choose(1119);
+  EXPECT_EQ(historyNames(), (Names{"scene.gltf[001].tif", "scene.gltf[002].tif"}));
+}
+
+TEST_F(HistoryTest, TheLastRenderIsMovedIn) {
+  openEnabled(16, 12);
+  putLastRender({9, 8, 7});
+  view().AddLastRender();
+  EXPECT_EQ(historyNames(), (Names{"lastRender[001].tif"}));
+  EXPECT_EQ(savedColor("lastRender[001].tif"), (Rgb{9, 8, 7}));
+  EXPECT_FALSE(GeFExist(dataFolder() + "lastRender.tif"));
+  EXPECT_TRUE(ui.messages.empty());
+  view().AddLastRender();
+  EXPECT_EQ(ui.messages, (Names{"Lumenara Error: No previous render found."}));
+  EXPECT_EQ(historyNames().size(), 1u);
+}
+
+TEST_F(HistoryTest, LastRendersCanPushTheHistoryPastItsSize) {
+  setOption(LM_HISTORY_SIZE, 2);
+  showPicture({1, 2, 3});
+  for (int i = 0; i < 4; ++i) {
+    putLastRender({9, 8, 7});
+    view().AddLastRender();
+  }
+  EXPECT_EQ(historyNames().size(), 4u);
+  view().AddToHistory();
+  EXPECT_EQ(historyNames().size(), 2u);
+}
+
+TEST_F(HistoryTest, AddLastRenderLoadsTheNewestInBothCases) {
+  openEnabled(16, 12);
+  addHistoryFile("a.tif", 1, {1, 1, 1});
+  addHistoryFile("b.tif", 2, {2, 2, 2});
+  view().AddLastRender(); // there is none
+  EXPECT_EQ(pixelOf(*view().imageB, 0, 0), (Rgb{2, 2, 2}));
+  putLastRender({9, 8, 7});
+  view().AddLastRender();
+  EXPECT_EQ(pixelOf(*view().imageA, 0, 0), (Rgb{2, 2, 2}));
+  EXPECT_EQ(pixelOf(*view().imageB, 0, 0), (Rgb{9, 8, 7}));
+}
+
+// ---- The slots
+
+TEST_F(HistoryTest, AutoloadNeedsTwo) {
+  openEnabled(16, 12);
+  fillBitmap(*view().imageA, 2, 2, {7, 7, 7});
+  view().AutoloadRecent();
+  addHistoryFile("a.tif", 1);
+  view().AutoloadRecent();
+  EXPECT_EQ(view().imageA->GetBw(), 2);
+  EXPECT_EQ(view().imageB->GetBw(), 0);
+}
+
+TEST_F(HistoryTest, AutoloadTakesTheTwoNewest) {
+  openEnabled(16, 12);
+  addHistoryFile("a.tif", 30, {3, 3, 3});
+  addHistoryFile("b.tif", 20, {2, 2, 2});
+  addHistoryFile("c.tif", 10, {1, 1, 1});
+  view().AutoloadRecent();
+  EXPECT_EQ(pixelOf(*view().imageA, 0, 0), (Rgb{2, 2, 2}));
+  EXPECT_EQ(pixelOf(*view().imageB, 0, 0), (Rgb{3, 3, 3}));
+}
+
+TEST_F(HistoryTest, APictureThatDoesNotLoadIsReportedAndLeavesItsSlotEmpty) {
+  openEnabled(16, 12);
+  fillBitmap(*view().imageB, 2, 2, {7, 7, 7});
+  addHistoryFile("a.tif", 1, {1, 1, 1});
+  folder.write("home/plugins/Lumenara/history/b.tif", "no picture");
+  setFileTime(historyFolder() + "b.tif", 2);
+  view().AutoloadRecent();
+  EXPECT_EQ(pixelOf(*view().imageA, 0, 0), (Rgb{1, 1, 1}));
+  EXPECT_EQ(view().imageB->GetBw(), 0);
+  EXPECT_EQ(console, (Names{"Lumenara Error: Image Load Failed"}));
+  addHistoryFile("a.tif", 3);
+  std::filesystem::resize_file((historyFolder() + "a.tif").GetString().GetUTF8(), 100);
+  view().AutoloadRecent();
+  EXPECT_EQ(std::count(console.begin(), console.end(), "Lumenara Error: Image Load Failed"), 3);
+}
+
+TEST_F(HistoryTest, SwapExchangesSizesAndPictures) {
+  openEnabled(16, 12);
+  fillBitmap(*view().imageA, 3, 4, {1, 2, 3});
+  fillBitmap(*view().imageB, 7, 5, {4, 5, 6}, 32);
+  view().HistorySwap();
+  EXPECT_EQ(view().imageA->GetBw(), 7);
+  EXPECT_EQ(view().imageA->GetBh(), 5);
+  EXPECT_EQ(view().imageA->GetBt(), 32);
+  EXPECT_TRUE(isFilled(*view().imageA, {4, 5, 6}));
+  EXPECT_EQ(view().imageB->GetBw(), 3);
+  EXPECT_EQ(view().imageB->GetBt(), 24);
+  EXPECT_TRUE(isFilled(*view().imageB, {1, 2, 3}));
+}
+
+TEST_F(HistoryTest, SwapNeedsBoth) {
+  openEnabled(16, 12);
+  fillBitmap(*view().imageA, 3, 4, {1, 2, 3});
+  view().HistorySwap();
+  EXPECT_EQ(view().imageA->GetBw(), 3);
+  EXPECT_EQ(view().imageB->GetBw(), 0);
+}
+
+// ---- The popup
+
+TEST_F(HistoryTest, ThePopupListsOldestFirst) {
+  openEnabled(16, 12);
+  addHistoryFile("[001].tif", 30);
+  addHistoryFile("lastRender[001].tif", 10);
+  addHistoryFile("scene.c4d[002].tif", 20);
+  view().SelectImagePopup(12, 34, TRUE);
+  ASSERT_EQ(ui.popups.size(), 1u);
+  EXPECT_EQ(popupTexts(ui.popups[0].entries), (Names{"900000 lastRender[001]", "900001 scene.c4d[002]",
+                                                     "900002 [001]", "0 ", "901000 Load Image..."}));
+  EXPECT_EQ(ui.popups[0].x, 12);
+  EXPECT_EQ(ui.popups[0].y, 34);
+}
+
+TEST_F(HistoryTest, AnEmptyHistorySaysSo) {
+  openEnabled(16, 12);
+  ui.choices = {900999};
+  view().SelectImagePopup(0, 0, TRUE);
+  EXPECT_EQ(popupTexts(ui.popups[0].entries), (Names{"900999 [ Empty ]&d&", "0 ", "901000 Load Image..."}));
+  EXPECT_EQ(view().imageA->GetBw(), 0);
+  EXPECT_TRUE(console.empty());
+}
+
+TEST_F(HistoryTest, AChoiceFillsItsSlot) {
+  openEnabled(16, 12);
+  addHistoryFile("a.tif", 1, {1, 1, 1});
+  addHistoryFile("b.tif", 2, {2, 2, 2});
+  ui.choices = {900001, 900000, 0, 900002, 899999, 901001};
+  view().SelectImagePopup(0, 0, TRUE);
+  EXPECT_EQ(pixelOf(*view().imageA, 0, 0), (Rgb{2, 2, 2}));
+  EXPECT_EQ(view().imageB->GetBw(), 0);
+  view().SelectImagePopup(0, 0, FALSE);
+  EXPECT_EQ(pixelOf(*view().imageB, 0, 0), (Rgb{1, 1, 1}));
+  for (int i = 0; i < 4; ++i) // none of the rest is an entry
+    view().SelectImagePopup(0, 0, TRUE);
+  EXPECT_EQ(pixelOf(*view().imageA, 0, 0), (Rgb{2, 2, 2}));
+}
+
+TEST_F(HistoryTest, AChosenPictureThatIsGoneIsReported) {
+  openEnabled(16, 12);
+  fillBitmap(*view().imageA, 2, 2, {7, 7, 7});
+  folder.write("home/plugins/Lumenara/history/a.tif", "no picture");
+  ui.choices = {900000};
+  view().SelectImagePopup(0, 0, TRUE);
+  EXPECT_EQ(view().imageA->GetBw(), 0);
+  EXPECT_EQ(console, (Names{"Lumenara Error: Invalid Image"}));
+}
+
+TEST_F(HistoryTest, LoadImageTakesAnyPicture) {
+  openEnabled(16, 12);
+  const Filename file = folder / "picture.png";
+  AutoAlloc<BaseBitmap> picture;
+  fillBitmap(*picture, 9, 9, {90, 80, 70});
+  ASSERT_EQ(picture->Save(file, FILTER_PNG), IMAGERESULT_OK);
+  ui.choices = {901000, 901000, 901000};
+  ui.files = {file, Filename(), folder.write("broken.png", "no picture")};
+  view().SelectImagePopup(0, 0, FALSE);
+  EXPECT_TRUE(isFilled(*view().imageB, {90, 80, 70}));
+  ASSERT_EQ(ui.fileRequests.size(), 1u);
+  EXPECT_EQ(ui.fileRequests[0].title, String("Load Image"));
+  EXPECT_EQ(ui.fileRequests[0].type, FILESELECTTYPE_IMAGES);
+  EXPECT_EQ(ui.fileRequests[0].mode, FILESELECT_LOAD);
+  view().SelectImagePopup(0, 0, FALSE); // cancelled
+  EXPECT_TRUE(isFilled(*view().imageB, {90, 80, 70}));
+  EXPECT_TRUE(console.empty());
+  view().SelectImagePopup(0, 0, FALSE);
+  EXPECT_EQ(view().imageB->GetBw(), 0);
+  EXPECT_EQ(console, (Names{"Lumenara Error: Invalid Image"}));
+}
+
+// From the thousandth picture on, two IDs mean what the popup's own entries mean.
+TEST_F(HistoryTest, TheNumberingStandsWhateverTheNumberOfPictures) {
+  openEnabled(16, 12);
+  for (LONG i = 0; i < 1003; ++i)
+    touch(historyFolder() + Filename(String("p") + view().StrPad(i, 4) + ".tif"));
+  ui.choices = {900999, 901000, 901001};
+  ui.files = {Filename()};
+  view().SelectImagePopup(0, 0, TRUE);
+  const BaseContainer& popup = ui.popups[0].entries;
+  EXPECT_EQ(popup.GetString(900999), String("p0999"));
+  EXPECT_EQ(popup.GetString(901000), String("Load Image..."));
+  EXPECT_EQ(popup.GetString(901002), String("p1002"));
+  EXPECT_TRUE(console.empty()); // 900999 is nothing
+  view().SelectImagePopup(0, 0, TRUE);
+  EXPECT_EQ(ui.fileRequests.size(), 1u);
+  view().SelectImagePopup(0, 0, TRUE); // an empty file
+  EXPECT_EQ(console, (Names{"Lumenara Error: Invalid Image"}));
+}
+
+} // namespace

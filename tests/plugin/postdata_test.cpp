@@ -1,0 +1,187 @@
+// The capture of the host's own renders.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "lm_postdata.h"
+#include "running_state.h"
+#include "viewer_fixture.h"
+
+namespace {
+
+/// What the host hands over; a post that is called by hand.
+class FakeRender : public Render {
+ public:
+  explicit FakeRender(BaseBitmap* picture) { bitmap_ = picture; }
+};
+
+class PostDataTest : public ViewerFixture {
+ protected:
+  void SetUp() override {
+    ViewerFixture::SetUp();
+    GeFCreateDirRec(dataFolder());
+    fillBitmap(*picture, 8, 6, {10, 20, 30});
+  }
+  RENDERRESULT call(VIDEOPOSTCALL what, Bool open) {
+    VideoPostStruct vps;
+    vps.vp = what;
+    vps.open = open;
+    vps.render = &render;
+    vps.error = &error;
+    vps.thread = breaker.Get();
+    return post.Execute(nullptr, &vps);
+  }
+  void openRender() { EXPECT_EQ(call(VIDEOPOSTCALL_RENDER, TRUE), RENDERRESULT_OK); }
+  void closeFrame() { EXPECT_EQ(call(VIDEOPOSTCALL_FRAME, FALSE), RENDERRESULT_OK); }
+  Filename file() const { return dataFolder() + "lastRender.tif"; }
+  /// Whether something was saved since the last call.
+  bool saved() {
+    if (!GeFExist(file())) return false;
+    GeFKill(file());
+    return true;
+  }
+
+  class Breaker : public C4DThread {
+   public:
+    Bool TestDBreak() override { return broken; }
+    void Main() override {}
+    const CHAR* GetThreadName() override { return "breaker"; }
+    Bool broken = FALSE;
+  };
+
+  AutoAlloc<BaseBitmap> picture;
+  FakeRender render{picture};
+  RENDERRESULT error = RENDERRESULT_OK;
+  Breaker breaker;
+  lmPostData post;
+};
+
+TEST_F(PostDataTest, EditorAndExternalRendersAreCaptured) {
+  for (const CHECKISRUNNING state : {CHECKISRUNNING_EDITORRENDERING, CHECKISRUNNING_EXTERNALRENDERING}) {
+    lmPostData another;
+    const host::RunningScope running(state);
+    openRender();
+    closeFrame();
+    AutoAlloc<BaseBitmap> loaded;
+    ASSERT_EQ(loaded->Init(file()), IMAGERESULT_OK);
+    EXPECT_TRUE(isFilled(*loaded, {10, 20, 30}));
+    EXPECT_TRUE(saved());
+  }
+}
+
+TEST_F(PostDataTest, OtherRendersAreNot) {
+  openRender();
+  closeFrame();
+  EXPECT_FALSE(saved());
+  const host::RunningScope running(CHECKISRUNNING_MATERIALPREVIEWRUNNING);
+  openRender();
+  closeFrame();
+  EXPECT_FALSE(saved());
+}
+
+TEST_F(PostDataTest, OnceArmedItStaysSoUntilAMaterialPreview) {
+  {
+    const host::RunningScope running(CHECKISRUNNING_EDITORRENDERING);
+    openRender();
+  }
+  closeFrame();
+  EXPECT_TRUE(saved());
+  openRender(); // neither runs
+  closeFrame();
+  EXPECT_TRUE(saved());
+  {
+    const host::RunningScope both(CHECKISRUNNING_EDITORRENDERING);
+    const host::RunningScope running(CHECKISRUNNING_MATERIALPREVIEWRUNNING);
+    openRender();
+  }
+  closeFrame();
+  EXPECT_FALSE(saved());
+}
+
+TEST_F(PostDataTest, OnlyAnOpeningRenderCallWithoutErrorArms) {
+  const host::RunningScope running(CHECKISRUNNING_EDITORRENDERING);
+  call(VIDEOPOSTCALL_RENDER, FALSE);
+  call(VIDEOPOSTCALL_FRAME, TRUE);
+  call(VIDEOPOSTCALL_INNER, TRUE);
+  error = RENDERRESULT_OUTOFMEMORY;
+  openRender();
+  error = RENDERRESULT_OK;
+  breaker.broken = TRUE;
+  openRender();
+  breaker.broken = FALSE;
+  closeFrame();
+  EXPECT_FALSE(saved());
+}
+
+TEST_F(PostDataTest, OnlyAClosingFrameCallWithoutErrorSaves) {
+  const host::RunningScope running(CHECKISRUNNING_EDITORRENDERING);
+  openRender();
+  for (const VIDEOPOSTCALL what : {VIDEOPOSTCALL_FRAMESEQUENCE, VIDEOPOSTCALL_SUBFRAME, VIDEOPOSTCALL_RENDER,
+                                   VIDEOPOSTCALL_INNER, VIDEOPOSTCALL_TILE})
+    call(what, FALSE);
+  call(VIDEOPOSTCALL_FRAME, TRUE);
+  EXPECT_FALSE(saved());
+  error = RENDERRESULT_USERBREAK;
+  closeFrame();
+  error = RENDERRESULT_OK;
+  breaker.broken = TRUE; // cancelled by the user
+  closeFrame();
+  EXPECT_FALSE(saved());
+  breaker.broken = FALSE;
+  closeFrame();
+  EXPECT_TRUE(saved());
+}
+
+TEST_F(PostDataTest, AMissingFolderGoesUnnoticed) {
+  std::filesystem::remove_all(dataFolder().GetString().GetUTF8());
+  const host::RunningScope running(CHECKISRUNNING_EDITORRENDERING);
+  openRender();
+  closeFrame();
+  EXPECT_FALSE(GeFExist(dataFolder(), TRUE));
+  EXPECT_TRUE(ui.messages.empty());
+}
+
+TEST_F(PostDataTest, IsRegisteredHidden) {
+  ASSERT_TRUE(startPlugin());
+  const host::VideoPostEntry* entry = program().registry().findVideoPost(1021449);
+  ASSERT_NE(entry, nullptr);
+  EXPECT_EQ(entry->name, String("lmPostData"));
+  EXPECT_EQ(entry->info, 0x20000002);
+}
+
+TEST_F(PostDataTest, ThePluginsOwnRendersAreNotCaptured) {
+  ASSERT_TRUE(startPlugin());
+  addPost(1021449);
+  openEnabled();
+  const host::RunningScope running(CHECKISRUNNING_EXTERNALRENDERING); // even while the host renders too
+  click(1109);
+  finishRender();
+  ASSERT_EQ(renderCount(), 1u);
+  EXPECT_TRUE(postDisabled(1021449));
+  EXPECT_FALSE(saved());
+}
+
+TEST_F(PostDataTest, AHostRenderIsCapturedAndTakenIntoTheHistory) {
+  ASSERT_TRUE(startPlugin());
+  addPost(1021449);
+  paintRenders({50, 60, 70});
+  AutoAlloc<BaseBitmap> target;
+  fillBitmap(*target, 20, 10, {0, 0, 0});
+  BaseDocument* clone = document->GetClone(COPYFLAGS_0);
+  {
+    const host::RunningScope running(CHECKISRUNNING_EXTERNALRENDERING);
+    ASSERT_EQ(RenderDocument(clone, clone->GetActiveRenderData()->GetData(), nullptr, nullptr, target,
+                             RENDERFLAGS_EXTERNAL, nullptr),
+              RENDERRESULT_OK);
+  }
+  BaseDocument::Free(clone);
+  openEnabled();
+  choose(5015);
+  EXPECT_EQ(historyNames(), (std::vector<std::string>{"lastRender[001].tif"}));
+  AutoAlloc<BaseBitmap> loaded;
+  ASSERT_EQ(loaded->Init(historyFolder() + "lastRender[001].tif"), IMAGERESULT_OK);
+  EXPECT_EQ(loaded->GetBw(), 20);
+  EXPECT_EQ(loaded->GetBh(), 10);
+}
+
+} // namespace

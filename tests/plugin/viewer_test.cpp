@@ -1,0 +1,700 @@
+// The viewer dialog: its window, its menus, and its commands but for the start of a render.
+#include <gtest/gtest.h>
+
+#include "viewer_fixture.h"
+
+namespace {
+
+using ViewerTest = ViewerFixture;
+
+constexpr LONG ENABLED = 1106, NORMAL = 1103, REGION = 1104, COMPARE = 1105, REFRESH = 1109;
+constexpr LONG ADD_TO_HISTORY = 1119, LOCK = 1128, SLIDER = 1108, AUTO_REFRESH = 1110, CAMERA = 1118;
+constexpr LONG VIEWS_NOW = 0x40502;
+
+std::vector<std::string> labels(const host::MenuEntry& menu) {
+  std::vector<std::string> all;
+  for (const host::MenuEntry& entry : menu.children)
+    all.push_back(LongToString(entry.id).GetUTF8() + " " + entry.text.GetUTF8());
+  return all;
+}
+
+// ---- Window
+
+TEST_F(ViewerTest, TheMenusStandInTheirOrder) {
+  openViewer();
+  const auto& menus = host::dialogModel(*viewer).menus;
+  ASSERT_EQ(menus.size(), 4u);
+  EXPECT_EQ(menus[0].text, String("Options"));
+  EXPECT_EQ(labels(menus[0]),
+            (std::vector<std::string>{"1106 Enabled", "0 ", "1100 Optimizations...", "1101 Options...", "0 ",
+                                      "5000 Render Animation...", "0 ", "1102 Save to Picture Viewer", "0 ",
+                                      "5014 Reset Lumenara Settings"}));
+  EXPECT_EQ(menus[1].text, String("Mode"));
+  EXPECT_EQ(labels(menus[1]), (std::vector<std::string>{"1103 Normal", "1104 Region", "1105 Compare"}));
+  EXPECT_EQ(menus[2].text, String("Region"));
+  EXPECT_EQ(labels(menus[2]), (std::vector<std::string>{"1115 Zoom In", "1116 Zoom Out", "0 ", "1117 Reset",
+                                                        "0 ", "1128 Lock"}));
+  EXPECT_EQ(menus[3].text, String("History"));
+  EXPECT_EQ(labels(menus[3]),
+            (std::vector<std::string>{"1119 Add Image to History", "5015 Add Last Render", "0 ",
+                                      "1131 Swap A/B Images", "1132 View Difference",
+                                      "1130 Open History Folder", "0 ", "1129 Clear History"}));
+}
+
+TEST_F(ViewerTest, TheGadgetsStandInTheirPlaces) {
+  openViewer();
+  EXPECT_EQ(host::dialogModel(*viewer).title, String("Lumenara"));
+  const host::Gadget* group = host::findGadget(*viewer, 1122);
+  ASSERT_NE(group, nullptr);
+  EXPECT_EQ(group->kind, host::GadgetKind::scrollGroup);
+  EXPECT_EQ(group->flags, BFH_SCALEFIT | BFV_SCALEFIT);
+  EXPECT_EQ(group->parent->borderLeft, 4);
+  EXPECT_EQ(group->parent->borderBottom, 4);
+  EXPECT_EQ(group->parent->spaceX, 4);
+  EXPECT_EQ(group->parent->spaceY, 4);
+
+  const host::Gadget* area = host::findGadget(*viewer, 1123);
+  ASSERT_NE(area, nullptr);
+  EXPECT_EQ(area->parent, group);
+  EXPECT_EQ(area->initWidth, 120);
+  EXPECT_EQ(area->initHeight, 90);
+  EXPECT_EQ(area->area, &viewer->view);
+
+  const host::Gadget* a = host::findGadget(*viewer, 1120);
+  ASSERT_NE(a, nullptr);
+  const host::Gadget& bar = *a->parent;
+  EXPECT_EQ(bar.columns, 4);
+  ASSERT_EQ(bar.children.size(), 4u);
+  EXPECT_EQ(bar.children[0]->text, String(" A "));
+  EXPECT_EQ(bar.children[1]->text, String("<->"));
+  EXPECT_EQ(bar.children[1]->kind, host::GadgetKind::staticText);
+  EXPECT_EQ(bar.children[2]->text, String(" B "));
+  EXPECT_EQ(bar.children[2]->id, 1121);
+  EXPECT_EQ(bar.children[3]->id, SLIDER);
+  EXPECT_EQ(bar.children[3]->spec.kind, host::NumberKind::percent);
+  EXPECT_EQ(bar.children[3]->spec.min, -100);
+  EXPECT_EQ(bar.children[3]->spec.max, 100);
+
+  EXPECT_EQ(host::findGadget(*viewer, AUTO_REFRESH)->kind, host::GadgetKind::checkBox);
+  EXPECT_EQ(host::findGadget(*viewer, AUTO_REFRESH)->text, String(" "));
+  EXPECT_EQ(host::findGadget(*viewer, REFRESH)->text, String("Refresh"));
+  EXPECT_EQ(host::findGadget(*viewer, CAMERA)->text, String("Camera"));
+}
+
+TEST_F(ViewerTest, TheMenusShowTheSettings) {
+  openViewer();
+  EXPECT_FALSE(isChecked(ENABLED));
+  EXPECT_TRUE(isChecked(NORMAL));
+  EXPECT_FALSE(isChecked(REGION));
+  EXPECT_FALSE(isChecked(COMPARE));
+  EXPECT_FALSE(isChecked(LOCK));
+  EXPECT_TRUE(isEntryEnabled(ADD_TO_HISTORY));
+  EXPECT_EQ(host::findGadget(*viewer, AUTO_REFRESH)->number, 0);
+  viewer->Close();
+
+  setOption(LM_ENABLED, 1);
+  setOption(LM_MODE, COMPARE);
+  setOption(LM_LOCK, 1);
+  setOption(LM_AUTO_REFRESH, 1);
+  openViewer();
+  EXPECT_TRUE(isChecked(ENABLED));
+  EXPECT_FALSE(isChecked(NORMAL));
+  EXPECT_TRUE(isChecked(COMPARE));
+  EXPECT_TRUE(isChecked(LOCK));
+  EXPECT_FALSE(isEntryEnabled(ADD_TO_HISTORY));
+  EXPECT_EQ(host::findGadget(*viewer, AUTO_REFRESH)->number, 1);
+}
+
+TEST_F(ViewerTest, AnUnknownModeChecksNoEntryAndIsNotCompare) {
+  setOption(LM_MODE, 7);
+  openEnabled();
+  for (const LONG entry : {NORMAL, REGION, COMPARE})
+    EXPECT_FALSE(isChecked(entry)) << entry;
+  EXPECT_TRUE(isEntryEnabled(ADD_TO_HISTORY));
+  click(REFRESH);
+  finishRender();
+  EXPECT_EQ(renderCount(), 1u);
+}
+
+TEST_F(ViewerTest, AddToHistoryIsForHistoryByHand) {
+  setOption(LM_HISTORY_ADD, 0);
+  openViewer();
+  EXPECT_FALSE(isEntryEnabled(ADD_TO_HISTORY));
+}
+
+TEST_F(ViewerTest, OpeningShowsTheRegionAndRedrawsTheViews) {
+  setOption(LM_ENABLED, 1);
+  openViewer();
+  EXPECT_EQ(storedOption(LM_REGION_SHOWN), 1);
+  EXPECT_EQ(viewer->view.enabled, 1);
+  EXPECT_NE(std::count(ui.drawnViews.begin(), ui.drawnViews.end(), VIEWS_NOW), 0);
+}
+
+TEST_F(ViewerTest, ClosingHidesTheRegionAndIsAlwaysAllowed) {
+  openEnabled();
+  EXPECT_TRUE(host::closeByUser(*viewer));
+  EXPECT_EQ(storedOption(LM_REGION_SHOWN), 0);
+  EXPECT_NE(std::count(ui.drawnViews.begin(), ui.drawnViews.end(), VIEWS_NOW), 0);
+  EXPECT_FALSE(viewer->IsOpen());
+}
+
+TEST_F(ViewerTest, ClosingLetsARenderFinish) {
+  openEnabled();
+  holdRenders();
+  click(REFRESH);
+  waitForHeldRender();
+  EXPECT_TRUE(host::closeByUser(*viewer));
+  EXPECT_TRUE(viewer->thread.IsRunning());
+  finishRender();
+  EXPECT_EQ(viewer->view.data.result, RENDERRESULT_OK);
+}
+
+TEST_F(ViewerTest, TheDestructorEndsTheRenderAndHidesTheRegion) {
+  openEnabled();
+  holdRenders();
+  click(REFRESH);
+  waitForHeldRender();
+  viewer.reset();
+  EXPECT_EQ(storedOption(LM_REGION_SHOWN), 0);
+}
+
+TEST_F(ViewerTest, TheCloseMessageSavesTheSettings) {
+  openEnabled();
+  viewer->settings.SetValue(LM_REFRESH_DELAY, 777);
+  BaseContainer result;
+  viewer->Message(BaseContainer(BFM_CLOSE), result);
+  EXPECT_EQ(storedOption(LM_REFRESH_DELAY), 777);
+}
+
+TEST_F(ViewerTest, OpensAgainAfterClosing) {
+  openEnabled();
+  viewer->Close();
+  openViewer();
+  EXPECT_TRUE(isChecked(ENABLED));
+  EXPECT_EQ(storedOption(LM_REGION_SHOWN), 1);
+}
+
+// ---- Commands
+
+TEST_F(ViewerTest, EveryCommandShowsTheRegionAndSaves) {
+  openEnabled();
+  viewer->settings.SetValue(LM_REGION_SHOWN, 0);
+  viewer->settings.SetValue(LM_REFRESH_DELAY, 555);
+  choose(LOCK);
+  EXPECT_EQ(storedOption(LM_REGION_SHOWN), 1);
+  EXPECT_EQ(storedOption(LM_REFRESH_DELAY), 555);
+}
+
+TEST_F(ViewerTest, EnabledTogglesTheViewer) {
+  openEnabled();
+  choose(ENABLED);
+  EXPECT_EQ(storedOption(LM_ENABLED), 0);
+  EXPECT_FALSE(isChecked(ENABLED));
+  EXPECT_EQ(viewer->view.enabled, 0);
+  EXPECT_EQ(ui.drawnViews, (std::vector<LONG>{VIEWS_NOW}));
+  choose(ENABLED);
+  EXPECT_EQ(storedOption(LM_ENABLED), 1);
+  EXPECT_TRUE(isChecked(ENABLED));
+  EXPECT_EQ(viewer->view.enabled, 1);
+  EXPECT_EQ(renderCount(), 0u);
+}
+
+TEST_F(ViewerTest, AMissingEnabledReadsAsOn) {
+  openEnabled();
+  viewer->settings.GetDataInstance()->RemoveData(LM_ENABLED);
+  choose(ENABLED);
+  EXPECT_EQ(option(LM_ENABLED), 0);
+}
+
+TEST_F(ViewerTest, SwitchingOnRendersWithAutomaticRefresh) {
+  openEnabled();
+  setOption(LM_AUTO_REFRESH, 1);
+  choose(ENABLED); // off
+  finishRender();
+  EXPECT_EQ(renderCount(), 0u);
+  choose(ENABLED);
+  finishRender();
+  EXPECT_EQ(renderCount(), 1u);
+}
+
+TEST_F(ViewerTest, ModesCheckTheirEntryAndRender) {
+  openEnabled();
+  choose(REGION);
+  finishRender();
+  EXPECT_EQ(storedOption(LM_MODE), REGION);
+  EXPECT_TRUE(isChecked(REGION));
+  EXPECT_FALSE(isChecked(NORMAL));
+  EXPECT_EQ(renderCount(), 1u);
+  EXPECT_EQ(ui.drawnViews, (std::vector<LONG>{VIEWS_NOW}));
+  choose(NORMAL);
+  finishRender();
+  EXPECT_TRUE(isChecked(NORMAL));
+  EXPECT_FALSE(isChecked(REGION));
+  EXPECT_EQ(renderCount(), 2u);
+}
+
+TEST_F(ViewerTest, EnteringCompareStartsItAnewAndRendersNothing) {
+  openEnabled();
+  viewer->view.lastCompose = 5;
+  choose(COMPARE);
+  EXPECT_EQ(viewer->compareValue, -2.0);
+  EXPECT_EQ(viewer->view.lastCompose, 0);
+  EXPECT_FALSE(isEntryEnabled(ADD_TO_HISTORY));
+  finishRender();
+  EXPECT_EQ(renderCount(), 0u);
+  choose(NORMAL);
+  EXPECT_TRUE(isEntryEnabled(ADD_TO_HISTORY));
+}
+
+TEST_F(ViewerTest, LeavingCompareKeepsAddToHistoryOffWhenItIsAutomatic) {
+  openEnabled();
+  setOption(LM_HISTORY_ADD, 0);
+  choose(COMPARE);
+  choose(NORMAL);
+  EXPECT_FALSE(isEntryEnabled(ADD_TO_HISTORY));
+  finishRender();
+}
+
+TEST_F(ViewerTest, RenderingCommandsSwitchTheViewerOn) {
+  openEnabled();
+  for (const LONG id : {REFRESH, NORMAL, REGION, COMPARE, AUTO_REFRESH, SLIDER}) {
+    setOption(LM_MODE, NORMAL);
+    choose(ENABLED); // off
+    ASSERT_EQ(option(LM_ENABLED), 0);
+    viewer->view.lastCompose = 5;
+    viewer->Command(id, BaseContainer());
+    EXPECT_EQ(storedOption(LM_ENABLED), 1) << id;
+    EXPECT_TRUE(isChecked(ENABLED)) << id;
+    EXPECT_EQ(viewer->view.enabled, 1) << id;
+    EXPECT_EQ(viewer->view.lastCompose, 0) << id;
+    finishRender();
+  }
+}
+
+TEST_F(ViewerTest, AutoEnableDoesNothingWhenOn) {
+  openEnabled();
+  viewer->view.lastCompose = 5;
+  viewer->AutoEnable();
+  EXPECT_EQ(viewer->view.lastCompose, 5);
+  EXPECT_TRUE(ui.drawnViews.empty());
+}
+
+TEST_F(ViewerTest, TheCheckBoxSetsAutomaticRefreshAndRendersWhenOn) {
+  openEnabled();
+  click(AUTO_REFRESH);
+  EXPECT_EQ(storedOption(LM_AUTO_REFRESH), 1);
+  finishRender();
+  EXPECT_EQ(renderCount(), 1u);
+  click(AUTO_REFRESH);
+  EXPECT_EQ(storedOption(LM_AUTO_REFRESH), 0);
+  finishRender();
+  EXPECT_EQ(renderCount(), 1u);
+}
+
+TEST_F(ViewerTest, LockTogglesItsEntry) {
+  openEnabled();
+  choose(LOCK);
+  EXPECT_EQ(storedOption(LM_LOCK), 1);
+  EXPECT_TRUE(isChecked(LOCK));
+  choose(LOCK);
+  EXPECT_EQ(storedOption(LM_LOCK), 0);
+  EXPECT_FALSE(isChecked(LOCK));
+}
+
+TEST_F(ViewerTest, ShiftOnRefreshSwitchesOffAndRendersNothing) {
+  openEnabled();
+  click(REFRESH, {.qualifiers = QSHIFT});
+  EXPECT_EQ(storedOption(LM_ENABLED), 0);
+  EXPECT_FALSE(isChecked(ENABLED));
+  finishRender();
+  EXPECT_EQ(renderCount(), 0u);
+  // It is off now, so the next one switches it on.
+  click(REFRESH, {.qualifiers = QSHIFT});
+  finishRender();
+  EXPECT_EQ(option(LM_ENABLED), 1);
+  EXPECT_EQ(renderCount(), 1u);
+}
+
+TEST_F(ViewerTest, ShiftCountsOnlyWithItsSettingAndTheMouse) {
+  openEnabled();
+  click(REFRESH, {.qualifiers = QSHIFT, .fromMouse = false});
+  finishRender();
+  EXPECT_EQ(renderCount(), 1u);
+  click(REFRESH, {.qualifiers = QCTRL});
+  finishRender();
+  EXPECT_EQ(renderCount(), 2u);
+  setOption(LM_SHIFT_DISABLES, 0);
+  click(REFRESH, {.qualifiers = QSHIFT});
+  finishRender();
+  EXPECT_EQ(renderCount(), 3u);
+  viewer->settings.GetDataInstance()->RemoveData(LM_SHIFT_DISABLES);
+  click(REFRESH, {.qualifiers = QSHIFT});
+  finishRender();
+  EXPECT_EQ(renderCount(), 4u);
+  EXPECT_EQ(option(LM_ENABLED), 1);
+}
+
+TEST_F(ViewerTest, TheSliderRedrawsWhenItsValueChanges) {
+  openEnabled();
+  addHistoryFile("a[001].tif", 1, {200, 0, 0});
+  addHistoryFile("a[002].tif", 2, {0, 0, 200});
+  viewer->view.AutoloadRecent();
+  choose(COMPARE);
+  runAll();
+  advance(20);
+  EXPECT_TRUE(host::enterNumber(*viewer, SLIDER, 100));
+  EXPECT_EQ(viewer->compareValue, 1.0);
+  advance(20);
+  EXPECT_EQ(paintedPixel(viewer->view, 3, 3), (Rgb{0, 0, 200}));
+  EXPECT_TRUE(host::enterNumber(*viewer, SLIDER, -100));
+  advance(20);
+  EXPECT_EQ(paintedPixel(viewer->view, 3, 3), (Rgb{200, 0, 0}));
+}
+
+TEST_F(ViewerTest, OptimizationsOpensItsDialogByCommand) {
+  openEnabled();
+  ASSERT_TRUE(startPlugin());
+  const std::size_t before = ui.openedDialogs.size();
+  choose(1100);
+  ASSERT_EQ(ui.openedDialogs.size(), before + 1);
+  EXPECT_EQ(ui.openedDialogs.back().placement.pluginId, 1021446);
+}
+
+TEST_F(ViewerTest, SaveToPictureViewerShowsTheViewsPicture) {
+  openEnabled(64, 48);
+  choose(1102);
+  ASSERT_EQ(ui.shownBitmaps.size(), 1u);
+  EXPECT_EQ(ui.shownBitmaps[0].width, 64);
+  EXPECT_EQ(ui.shownBitmaps[0].height, 48);
+  EXPECT_EQ(ui.shownBitmaps[0].depth, 32);
+}
+
+TEST_F(ViewerTest, ResetAsksThenLeavesTheMarker) {
+  openEnabled();
+  ui.answers = {false, true};
+  choose(5014);
+  EXPECT_FALSE(GeFExist(dataFolder() + "reset.lm"));
+  EXPECT_TRUE(ui.messages.empty());
+  choose(5014);
+  EXPECT_TRUE(GeFExist(dataFolder() + "reset.lm"));
+  EXPECT_EQ(readText(dataFolder() + "reset.lm"), "");
+  EXPECT_EQ(ui.questions, (std::vector<std::string>{"Are you sure you want to clear Lumenara's settings?",
+                                                    "Are you sure you want to clear Lumenara's settings?"}));
+  EXPECT_EQ(ui.messages, (std::vector<std::string>{
+                             "Your Lumenara settings will be reset the next time you run Cinema 4D."}));
+}
+
+// ---- Region commands
+
+TEST_F(ViewerTest, ZoomInShrinksToATenth) {
+  openEnabled();
+  setRegion(0.2, 0.3, 0.15);
+  choose(1115);
+  EXPECT_DOUBLE_EQ(region().GetReal(LM_REGION_SIZE), 0.1);
+  EXPECT_DOUBLE_EQ(region().GetReal(LM_REGION_X), 0.2);
+  EXPECT_DOUBLE_EQ(region().GetReal(LM_REGION_Y), 0.3);
+  EXPECT_EQ(ui.drawnViews, (std::vector<LONG>{VIEWS_NOW}));
+  EXPECT_TRUE(document->GetChanged());
+  finishRender();
+  EXPECT_EQ(renderCount(), 0u);
+}
+
+TEST_F(ViewerTest, ZoomOutGrowsToOne) {
+  openEnabled();
+  setRegion(0, 0, 0.95);
+  choose(1116);
+  EXPECT_DOUBLE_EQ(region().GetReal(LM_REGION_SIZE), 1.0);
+}
+
+TEST_F(ViewerTest, ZoomStartsAtAHalfAndTakesItsStep) {
+  openEnabled();
+  choose(1115);
+  EXPECT_DOUBLE_EQ(region().GetReal(LM_REGION_SIZE), 0.4);
+  setOption(LM_ZOOM_STEP, 0.2);
+  choose(1116);
+  EXPECT_DOUBLE_EQ(region().GetReal(LM_REGION_SIZE), 0.4 + 0.2);
+}
+
+TEST_F(ViewerTest, RegionCommandsKeepTheCamera) {
+  openEnabled();
+  BaseObject* camera = addCamera("Side", {1, 2, 3});
+  linkCamera(camera);
+  choose(1115);
+  choose(1117);
+  EXPECT_EQ(region().GetLink(LM_REGION_CAMERA, document), camera);
+}
+
+TEST_F(ViewerTest, ResetPutsTheRegionBack) {
+  openEnabled();
+  setRegion(0.7, 0.6, 0.2);
+  choose(1117);
+  EXPECT_EQ(region().GetReal(LM_REGION_X, -1), 0.0);
+  EXPECT_EQ(region().GetReal(LM_REGION_Y, -1), 0.0);
+  EXPECT_EQ(region().GetReal(LM_REGION_SIZE, -1), 0.5);
+  EXPECT_TRUE(document->GetChanged());
+  EXPECT_EQ(ui.drawnViews, (std::vector<LONG>{VIEWS_NOW}));
+}
+
+TEST_F(ViewerTest, LockedRegionCommandsDoNothing) {
+  openEnabled();
+  setOption(LM_LOCK, 1);
+  setOption(LM_AUTO_REFRESH, 1);
+  setRegion(0.1, 0.1, 0.3);
+  for (const LONG id : {1115, 1116, 1117})
+    choose(id);
+  EXPECT_EQ(region().GetReal(LM_REGION_SIZE), 0.3);
+  EXPECT_TRUE(ui.drawnViews.empty());
+  finishRender();
+  EXPECT_EQ(renderCount(), 0u);
+}
+
+TEST_F(ViewerTest, RegionCommandsNeedADocument) {
+  openEnabled();
+  setOption(LM_AUTO_REFRESH, 1);
+  clearActiveDocument();
+  for (const LONG id : {1115, 1116, 1117})
+    choose(id);
+  EXPECT_TRUE(ui.drawnViews.empty());
+  EXPECT_FALSE(viewer->thread.IsRunning());
+}
+
+TEST_F(ViewerTest, RegionCommandsRenderWithAutomaticRefresh) {
+  openEnabled();
+  setOption(LM_AUTO_REFRESH, 1);
+  std::size_t expected = 0;
+  for (const LONG id : {1115, 1116, 1117}) {
+    choose(id);
+    finishRender();
+    EXPECT_EQ(renderCount(), ++expected) << id;
+  }
+}
+
+TEST_F(ViewerTest, PlusAndMinusZoom) {
+  openEnabled();
+  EXPECT_TRUE(host::pressKey(*viewer, '+', "+"));
+  EXPECT_DOUBLE_EQ(region().GetReal(LM_REGION_SIZE), 0.4);
+  EXPECT_TRUE(host::pressKey(*viewer, '-', "-"));
+  EXPECT_DOUBLE_EQ(region().GetReal(LM_REGION_SIZE), 0.5);
+  EXPECT_FALSE(host::pressKey(*viewer, 'X', "x"));
+}
+
+TEST_F(ViewerTest, TypedSignsOfOtherDevicesAreNoZoom) {
+  openEnabled();
+  BaseContainer message(BFM_INPUT), result;
+  message.SetLong(BFM_INPUT_DEVICE, BFM_INPUT_MOUSE);
+  message.SetString(BFM_INPUT_ASC, "+");
+  viewer->Message(message, result);
+  EXPECT_EQ(region().GetCount(), 0);
+}
+
+// ---- Cameras
+
+TEST_F(ViewerTest, TheCameraPopupListsTheTreesCamerasInOrder) {
+  openEnabled();
+  BaseObject* last = addCamera("Last", {});
+  BaseObject* group = addObject(Onull, "Group");
+  BaseObject* inner = addObject(Ocamera, "Inner", group);
+  BaseObject* deep = addObject(Ocamera, "Deep", inner);
+  // Each is put first: Group (Inner (Deep)), Last.
+  linkCamera(deep);
+  click(CAMERA);
+  ASSERT_EQ(ui.popups.size(), 1u);
+  const BaseContainer& popup = ui.popups[0].entries;
+  EXPECT_EQ(popup.GetString(900000), String("Default Camera"));
+  EXPECT_EQ(popup.GetString(900001), String("Inner"));
+  EXPECT_EQ(popup.GetString(900002), String("Deep&c&"));
+  EXPECT_EQ(popup.GetString(900003), String("Last"));
+  EXPECT_EQ(popup.FindIndex(0), 1);
+  EXPECT_EQ(popup.GetLink(910001, document), inner);
+  EXPECT_EQ(popup.GetLink(910003, document), last);
+  EXPECT_EQ(popup.FindIndex(910000), -1);
+}
+
+TEST_F(ViewerTest, WithoutCamerasThePopupSaysSo) {
+  openEnabled();
+  click(CAMERA);
+  ASSERT_EQ(ui.popups.size(), 1u);
+  EXPECT_EQ(ui.popups[0].entries.GetString(900000), String("Default Camera&c&"));
+  EXPECT_EQ(ui.popups[0].entries.GetString(910000), String("(No Cameras)&d&"));
+}
+
+TEST_F(ViewerTest, ThePopupOpensAtTheButton) {
+  openEnabled();
+  click(CAMERA);
+  LONG x = 0, y = 0, w = 0, h = 0;
+  ASSERT_TRUE(viewer->GetItemDim(CAMERA, &x, &y, &w, &h));
+  ASSERT_TRUE(viewer->Local2Screen(&x, &y));
+  EXPECT_EQ(ui.popups[0].x, x);
+  EXPECT_EQ(ui.popups[0].y, y);
+}
+
+TEST_F(ViewerTest, AChosenCameraIsLinkedAndTheDefaultClearsIt) {
+  openEnabled();
+  setRegion(0.1, 0.2, 0.3);
+  BaseObject* camera = addCamera("Side", {});
+  ui.choices = {900001};
+  click(CAMERA);
+  EXPECT_EQ(region().GetLink(LM_REGION_CAMERA, document), camera);
+  EXPECT_EQ(region().GetReal(LM_REGION_SIZE), 0.3);
+  ui.choices = {0};
+  click(CAMERA);
+  EXPECT_EQ(region().GetLink(LM_REGION_CAMERA, document), camera);
+  ui.choices = {900000};
+  click(CAMERA);
+  EXPECT_EQ(region().FindIndex(LM_REGION_CAMERA), -1);
+  finishRender();
+  EXPECT_EQ(renderCount(), 0u);
+}
+
+TEST_F(ViewerTest, TheChosenCameraRendersWithAutomaticRefresh) {
+  openEnabled();
+  setOption(LM_AUTO_REFRESH, 1);
+  addCamera("Side", {4, 5, 6});
+  ui.choices = {900001};
+  click(CAMERA);
+  finishRender();
+  ASSERT_EQ(renderCount(), 1u);
+  EXPECT_EQ(probe->renders[0].cameraName, "Side");
+  EXPECT_EQ(viewer->view.data.cameraName, String("Side"));
+}
+
+TEST_F(ViewerTest, AnyChoiceStoresTheRecordAndRenders) {
+  openEnabled();
+  setOption(LM_AUTO_REFRESH, 1);
+  ui.choices = {900000};
+  click(CAMERA);
+  EXPECT_NE(document->GetData().FindIndex(LM_REGION), -1);
+  EXPECT_EQ(region().FindIndex(LM_REGION_CAMERA), -1);
+  finishRender();
+  EXPECT_EQ(renderCount(), 1u);
+}
+
+TEST_F(ViewerTest, CamerasNeedADocumentAndAreNotForCompare) {
+  openEnabled();
+  choose(COMPARE);
+  click(CAMERA);
+  EXPECT_TRUE(ui.popups.empty());
+  choose(NORMAL);
+  finishRender();
+  clearActiveDocument();
+  click(CAMERA);
+  EXPECT_TRUE(ui.popups.empty());
+}
+
+// ---- History commands
+
+TEST_F(ViewerTest, HistoryButtonsAreForCompare) {
+  openEnabled();
+  click(1120);
+  EXPECT_TRUE(ui.popups.empty());
+  choose(COMPARE);
+  addHistoryFile("x[001].tif", 1, {10, 20, 30});
+  ui.choices = {900000, 900000};
+  click(1120);
+  EXPECT_EQ(viewer->view.imageA->GetBw(), 8);
+  EXPECT_EQ(viewer->view.imageB->GetBw(), 0);
+  click(1121);
+  EXPECT_EQ(viewer->view.imageB->GetBw(), 8);
+  LONG x = 0, y = 0, w = 0, h = 0;
+  ASSERT_TRUE(viewer->GetItemDim(1121, &x, &y, &w, &h));
+  ASSERT_TRUE(viewer->Local2Screen(&x, &y));
+  ASSERT_EQ(ui.popups.size(), 2u);
+  EXPECT_EQ(ui.popups[1].x, x);
+  EXPECT_EQ(ui.popups[1].y, y);
+}
+
+TEST_F(ViewerTest, APopupWithoutItsButtonOpensAtThePointer) {
+  setOption(LM_ENABLED, 1);
+  setOption(LM_MODE, COMPARE);
+  viewer->Command(1120, BaseContainer()); // never opened: there are no dimensions
+  ASSERT_EQ(ui.popups.size(), 1u);
+  EXPECT_EQ(ui.popups[0].x, 0x7fffffff);
+  EXPECT_EQ(ui.popups[0].y, 0x7fffffff);
+}
+
+TEST_F(ViewerTest, OpenHistoryFolderMakesItAndOpensIt) {
+  openEnabled();
+  ASSERT_TRUE(GeFKill(historyFolder()));
+  choose(1130);
+  runAll();
+  EXPECT_TRUE(GeFExist(historyFolder(), TRUE));
+  EXPECT_EQ(ui.openedFiles, (std::vector<std::string>{historyFolder().GetString().GetUTF8()}));
+}
+
+TEST_F(ViewerTest, ClearHistoryAsksFirst) {
+  openEnabled();
+  addHistoryFile("x[001].tif", 1);
+  touch(historyFolder() + "notes.txt");
+  ui.answers = {false, true};
+  choose(1129);
+  EXPECT_EQ(historyNames().size(), 2u);
+  choose(1129);
+  EXPECT_EQ(historyNames(), (std::vector<std::string>{"notes.txt"}));
+  EXPECT_EQ(ui.questions[0], "Are you sure you want to delete all images in your history?");
+}
+
+TEST_F(ViewerTest, ViewDifferenceShowsItInThePictureViewer) {
+  openEnabled(10, 8);
+  fillBitmap(*viewer->view.imageA, 10, 8, {10, 200, 30});
+  fillBitmap(*viewer->view.imageB, 10, 8, {15, 100, 30});
+  choose(1132);
+  EXPECT_TRUE(isFilled(*viewer->view.display, {5, 100, 0}));
+  EXPECT_EQ(ui.shownBitmaps.size(), 1u);
+}
+
+TEST_F(ViewerTest, SwapAndAddReachTheView) {
+  openEnabled(16, 12);
+  fillBitmap(*viewer->view.imageA, 3, 4, {1, 1, 1});
+  fillBitmap(*viewer->view.imageB, 5, 6, {2, 2, 2});
+  choose(1131);
+  EXPECT_EQ(viewer->view.imageA->GetBw(), 5);
+  choose(5015);
+  EXPECT_EQ(ui.messages, (std::vector<std::string>{"Lumenara Error: No previous render found."}));
+  click(REFRESH);
+  finishRender();
+  poll();
+  choose(ADD_TO_HISTORY);
+  EXPECT_EQ(historyNames(), (std::vector<std::string>{"[001].tif"}));
+}
+
+// ---- The two dialogs
+
+TEST_F(ViewerTest, OptionsClosedWithOkAreTakenOver) {
+  openEnabled();
+  ui.dialogScripts.push_back([](GeDialog& dialog) {
+    host::clickGadget(dialog, LM_AUTO_REFRESH);
+    host::clickGadget(dialog, LM_LOCK);
+    host::clickGadget(dialog, IDC_OK);
+  });
+  choose(1101);
+  EXPECT_EQ(option(LM_AUTO_REFRESH), 1);
+  EXPECT_EQ(host::findGadget(*viewer, AUTO_REFRESH)->number, 1);
+  EXPECT_EQ(isChecked(LOCK), option(LM_LOCK) == 1);
+}
+
+TEST_F(ViewerTest, OptionsLoadTheNewestPictures) {
+  openEnabled();
+  addHistoryFile("a[001].tif", 1, {200, 0, 0});
+  addHistoryFile("a[002].tif", 2, {0, 0, 200});
+  ui.dialogScripts.push_back([](GeDialog& dialog) { host::clickGadget(dialog, IDC_CANCEL); });
+  choose(1101);
+  EXPECT_EQ(viewer->view.imageA->GetBw(), 0);
+  ui.dialogScripts.push_back([](GeDialog& dialog) { host::clickGadget(dialog, IDC_OK); });
+  choose(1101);
+  EXPECT_TRUE(isFilled(*viewer->view.imageA, {200, 0, 0}));
+  EXPECT_TRUE(isFilled(*viewer->view.imageB, {0, 0, 200}));
+}
+
+TEST_F(ViewerTest, OptionsChangeTheViewsSize) {
+  openEnabled(64, 48);
+  ui.dialogScripts.push_back([](GeDialog& dialog) {
+    host::chooseEntry(dialog, LM_VIEW_SIZE, 2);
+    host::clickGadget(dialog, IDC_OK);
+  });
+  choose(1101);
+  runAll();
+  EXPECT_EQ(viewer->view.width, 320);
+  EXPECT_EQ(viewer->view.height, 240);
+}
+
+} // namespace
