@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstdint>
 #include <new>
 #include <vector>
 
@@ -10,46 +11,53 @@
 
 namespace {
 
-/// The source pixels that make one target pixel; the weights add up to 1.
+/// The source pixels that make one target pixel, neighbours from `first` on; their weights lie from
+/// `weights` on in the axis' list and add up to 1.
 struct Taps {
   LONG first = 0;
-  std::vector<float> weights;
+  std::uint32_t weights = 0, count = 0;
 };
 
-Taps nearestTap(LONG target, LONG from, LONG to) {
-  const LLONG at = (2 * static_cast<LLONG>(target) + 1) * from / (2 * static_cast<LLONG>(to));
-  return {static_cast<LONG>(at), {1.0f}};
+struct Axis {
+  std::vector<Taps> taps; // one for every target pixel
+  std::vector<float> weights;
+
+  void begin(LONG first) { taps.push_back({first, static_cast<std::uint32_t>(weights.size()), 0}); }
+  void add(double weight) {
+    weights.push_back(static_cast<float>(weight));
+    ++taps.back().count;
+  }
+};
+
+LONG nearestPixel(LONG target, LONG from, LONG to) {
+  return static_cast<LONG>((2 * static_cast<LLONG>(target) + 1) * from / (2 * static_cast<LLONG>(to)));
 }
 
 /// The average over the pixel's area on the source.
-Taps areaTaps(LONG target, LONG from, LONG to) {
+void addAreaTaps(Axis& axis, LONG target, LONG from, LONG to) {
   const double scale = static_cast<double>(from) / to;
   const double begin = target * scale, end = std::min<double>((target + 1) * scale, from);
-  Taps taps;
-  taps.first = static_cast<LONG>(begin);
-  for (LONG i = taps.first; i < end && i < from; ++i)
-    taps.weights.push_back(
-        static_cast<float>((std::min<double>(end, i + 1) - std::max<double>(begin, i)) / (end - begin)));
-  return taps;
+  const auto first = static_cast<LONG>(begin);
+  axis.begin(first);
+  for (LONG i = first; i < end && i < from; ++i)
+    axis.add((std::min<double>(end, i + 1) - std::max<double>(begin, i)) / (end - begin));
 }
 
 /// A straight line between the two nearest pixel centres; the border's colour beyond the outermost centres.
-Taps linearTaps(LONG target, LONG from, LONG to) {
+void addLinearTaps(Axis& axis, LONG target, LONG from, LONG to) {
   const double centre =
       std::clamp((target + 0.5) * static_cast<double>(from) / to - 0.5, 0.0, static_cast<double>(from - 1));
   const auto first = static_cast<LONG>(centre);
   const double part = centre - first;
-  Taps taps{first, {static_cast<float>(1 - part)}};
-  if (part > 0 && first + 1 < from) taps.weights.push_back(static_cast<float>(part));
-  return taps;
+  axis.begin(first);
+  axis.add(1 - part);
+  if (part > 0 && first + 1 < from) axis.add(part);
 }
 
-std::vector<Taps> axisTaps(LONG from, LONG to, bool filter) {
-  std::vector<Taps> axis(static_cast<std::size_t>(to));
+Axis filterAxis(LONG from, LONG to) {
+  Axis axis;
   for (LONG i = 0; i < to; ++i)
-    axis[static_cast<std::size_t>(i)] = !filter     ? nearestTap(i, from, to)
-                                        : to < from ? areaTaps(i, from, to)
-                                                    : linearTaps(i, from, to);
+    to < from ? addAreaTaps(axis, i, from, to) : addLinearTaps(axis, i, from, to);
   return axis;
 }
 
@@ -60,15 +68,15 @@ struct Rows {
   const std::atomic<ULONG>* pixels;
   LONG width;
   ULONG opaque; // set over the alpha of a picture that has none
-  const std::vector<Taps>& columns;
+  const Axis& columns;
   // Neighbouring target rows share at most one source row when shrinking, two when enlarging.
   std::array<Row, 2> cache;
   std::array<LONG, 2> cached{-1, -1};
 
-  Rows(const std::atomic<ULONG>* source, LONG sourceWidth, LONG depth, const std::vector<Taps>& taps)
-      : pixels(source), width(sourceWidth), opaque(depth == 32 ? 0 : 0xff000000u), columns(taps) {
+  Rows(const std::atomic<ULONG>* source, LONG sourceWidth, ULONG opaqueBits, const Axis& axis)
+      : pixels(source), width(sourceWidth), opaque(opaqueBits), columns(axis) {
     for (Row& row : cache)
-      row.resize(columns.size() * channels);
+      row.resize(columns.taps.size() * channels);
   }
 
   /// A source row at the target's width.
@@ -84,13 +92,14 @@ struct Rows {
   void resample(LONG y, Row& row) const {
     const std::atomic<ULONG>* line = pixels + static_cast<std::size_t>(y) * static_cast<std::size_t>(width);
     float* out = row.data();
-    for (const Taps& taps : columns) {
+    for (const Taps& taps : columns.taps) {
       float sum[channels] = {};
       const std::atomic<ULONG>* source = line + taps.first;
-      for (const float weight : taps.weights) {
-        const ULONG word = (source++)->load(std::memory_order_relaxed) | opaque;
+      const float* weight = columns.weights.data() + taps.weights;
+      for (std::uint32_t i = 0; i < taps.count; ++i) {
+        const ULONG word = source[i].load(std::memory_order_relaxed) | opaque;
         for (int c = 0; c < channels; ++c)
-          sum[c] += weight * static_cast<float>((word >> (8 * c)) & 255);
+          sum[c] += weight[i] * static_cast<float>(static_cast<LONG>((word >> (8 * c)) & 255));
       }
       for (const float value : sum)
         *out++ = value;
@@ -98,17 +107,21 @@ struct Rows {
   }
 };
 
-ULONG mixChannel(float fresh, ULONG old, LONG intensity) {
-  // Half a thousandth of a code takes up what the sums of weights lost, so that halves round up.
-  const auto value = static_cast<LONG>(fresh + 0.5005f);
-  const LONG there = static_cast<LONG>(old);
-  return static_cast<ULONG>(std::clamp((value * intensity + there * (256 - intensity) + 128) / 256, 0, 255));
-}
-
-ULONG mixWord(const float* fresh, ULONG old, LONG intensity) {
+/// Half a thousandth of a code takes up what the sums of weights lost, so that halves round up.
+ULONG roundWord(const float* fresh) {
   ULONG word = 0;
   for (int c = 0; c < channels; ++c)
-    word |= mixChannel(fresh[c], (old >> (8 * c)) & 255, intensity) << (8 * c);
+    word |= static_cast<ULONG>(std::min(static_cast<LONG>(fresh[c] + 0.5005f), 255)) << (8 * c);
+  return word;
+}
+
+ULONG mixWords(ULONG fresh, ULONG there, LONG intensity) {
+  ULONG word = 0;
+  for (int c = 0; c < channels; ++c) {
+    const auto value = static_cast<LONG>((fresh >> (8 * c)) & 255);
+    const auto old = static_cast<LONG>((there >> (8 * c)) & 255);
+    word |= static_cast<ULONG>((value * intensity + old * (256 - intensity) + 128) / 256) << (8 * c);
+  }
   return word;
 }
 
@@ -134,22 +147,43 @@ void BaseBitmap::ScaleIt(BaseBitmap* target, LONG intensity, Bool sample, Bool p
   if (!target || !pixels_ || !target->pixels_ || target == this || intensity <= 0) return;
   const LONG mix = std::min(intensity, 256);
   const Box box = targetBox(width_, height_, target->width_, target->height_, proportional != FALSE);
+  const ULONG opaque = depth_ == 32 ? 0 : 0xff000000u;
   try {
-    const std::vector<Taps> columns = axisTaps(width_, box.width, sample != FALSE);
-    const std::vector<Taps> lines = axisTaps(height_, box.height, sample != FALSE);
-    Rows rows(pixels_, width_, depth_, columns);
-    Row sum(columns.size() * channels);
-    for (LONG y = 0; y < box.height; ++y) {
-      const Taps& taps = lines[static_cast<std::size_t>(y)];
-      std::fill(sum.begin(), sum.end(), 0.0f);
-      for (std::size_t i = 0; i < taps.weights.size(); ++i) {
-        const Row& row = rows.at(taps.first + static_cast<LONG>(i));
-        for (std::size_t k = 0; k < sum.size(); ++k)
-          sum[k] += taps.weights[i] * row[k];
+    // Without a filter, or when nothing changes its size, a target pixel is a source pixel.
+    if (!sample || (box.width == width_ && box.height == height_)) {
+      std::vector<LONG> columns;
+      for (LONG x = 0; x < box.width; ++x)
+        columns.push_back(nearestPixel(x, width_, box.width));
+      for (LONG y = 0; y < box.height; ++y) {
+        const std::atomic<ULONG>* line = &Word(0, nearestPixel(y, height_, box.height));
+        std::atomic<ULONG>* out = &target->Word(box.x, box.y + y);
+        for (const LONG x : columns) {
+          const ULONG word = line[x].load(std::memory_order_relaxed) | opaque;
+          const ULONG there = mix < 256 ? out->load(std::memory_order_relaxed) : 0;
+          (out++)->store(mix < 256 ? mixWords(word, there, mix) : word, std::memory_order_relaxed);
+        }
       }
-      for (LONG x = 0; x < box.width; ++x) {
-        const float* fresh = sum.data() + static_cast<std::size_t>(x) * channels;
-        target->Store(box.x + x, box.y + y, mixWord(fresh, target->Load(box.x + x, box.y + y), mix));
+      return;
+    }
+
+    const Axis columns = filterAxis(width_, box.width), lines = filterAxis(height_, box.height);
+    Rows rows(pixels_, width_, opaque, columns);
+    Row sum(columns.taps.size() * channels);
+    for (LONG y = 0; y < box.height; ++y) {
+      const Taps& taps = lines.taps[static_cast<std::size_t>(y)];
+      std::fill(sum.begin(), sum.end(), 0.0f);
+      for (std::uint32_t i = 0; i < taps.count; ++i) {
+        const float* row = rows.at(taps.first + static_cast<LONG>(i)).data();
+        const float weight = lines.weights[taps.weights + i];
+        for (std::size_t k = 0; k < sum.size(); ++k)
+          sum[k] += weight * row[k];
+      }
+      std::atomic<ULONG>* out = &target->Word(box.x, box.y + y);
+      const float* fresh = sum.data();
+      for (LONG x = 0; x < box.width; ++x, ++out, fresh += channels) {
+        const ULONG word = roundWord(fresh);
+        const ULONG there = mix < 256 ? out->load(std::memory_order_relaxed) : 0;
+        out->store(mix < 256 ? mixWords(word, there, mix) : word, std::memory_order_relaxed);
       }
     }
   } catch (const std::bad_alloc&) {
