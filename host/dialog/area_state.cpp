@@ -170,10 +170,12 @@ void paintNow(AreaState& state) {
   state.lastPaint = clock().now();
   state.surface.fill(windowColor());
   if (state.width > 0 && state.height > 0) {
+    const std::weak_ptr<const char> alive = state.alive;
     state.drawing = true;
     state.pen = Vector();
     callPlugin(state.plugin,
                [&] { state.area.DrawMsg(0, 0, state.width - 1, state.height - 1, BaseContainer()); });
+    if (alive.expired()) return;
     state.drawing = false;
   }
   const DialogState* dialog = dialogOf(state);
@@ -199,6 +201,7 @@ void sizeArea(GeUserArea& area, LONG width, LONG height, double pixelRatio) {
   AreaState& state = *Access::state(area);
   const DialogState* dialog = dialogOf(state);
   if (!dialog || !dialog->open) return;
+  const std::weak_ptr<const char> alive = state.alive;
   startArea(state);
   if (isLive(state) && !state.minKnown) askMinSize(state);
   width = std::clamp<LONG>(width, 0, largestSide);
@@ -211,6 +214,7 @@ void sizeArea(GeUserArea& area, LONG width, LONG height, double pixelRatio) {
   state.height = height;
   if (!isLive(state)) return;
   if (sized) callPlugin(state.plugin, [&] { area.Sized(width, height); });
+  if (alive.expired()) return;
   if (first && isLive(state)) {
     state.stage = AreaState::Stage::shown;
     state.toldWidth = width;
@@ -219,7 +223,7 @@ void sizeArea(GeUserArea& area, LONG width, LONG height, double pixelRatio) {
   } else if (sized && isLive(state)) {
     tellSizeLater(state);
   }
-  if (isLive(state)) paintNow(state);
+  if (!alive.expired() && isLive(state)) paintNow(state);
 }
 
 const Surface& areaSurface(const GeUserArea& area) {

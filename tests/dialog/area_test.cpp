@@ -333,6 +333,28 @@ TEST_F(AreaTest, TheDialogOutlivesIt) {
   EXPECT_EQ(host::findGadget(dialog, AREA)->area, nullptr);
 }
 
+TEST_F(AreaTest, ItMayEndWhileItIsCalled) {
+  for (const int when : {0, 1, 2}) {
+    auto* gone = new KitArea;
+    dialog.layout = [&] {
+      dialog.AddUserArea(AREA, 0);
+      dialog.AttachUserArea(*gone, AREA);
+    };
+    dialog.Open(DLG_TYPE_ASYNC, 1);
+    const std::function<void()> end = [gone] { delete gone; };
+    (when == 0 ? gone->sized : when == 1 ? gone->values : gone->timer) = [&end] { end(); };
+    gone->SetTimer(10);
+    if (when == 0) host::sizeArea(*gone, 77, 66);
+    if (when == 1) {
+      dialog.Close();
+      dialog.Open(DLG_TYPE_ASYNC, 1);
+    }
+    advance(100);
+    EXPECT_EQ(host::findGadget(dialog, AREA)->area, nullptr) << when;
+    dialog.Close();
+  }
+}
+
 TEST_F(AreaTest, AnAreaIsInOneGadget) {
   dialog.layout = [&] {
     dialog.AddUserArea(AREA, 0);
