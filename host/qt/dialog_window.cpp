@@ -74,10 +74,14 @@ bool DialogWindow::closeByUser() {
 
 void DialogWindow::addGadgets(const Gadget& group, QWidget& widget) {
   auto* grid = static_cast<GridBox*>(widget.layout());
+  const Gadget* before = nullptr;
   for (const auto& child : group.children) {
     QWidget* made = makeGadgetWidget(*this, *child, &widget);
     widgets_[child.get()] = made;
     made->setHidden(child->hidden);
+    if (before && before->kind == GadgetKind::staticText && !child->text.Content())
+      made->setAccessibleName(toQt(before->text)); // its label
+    before = child.get();
     // What is alone in a scroll group has all of it to lie in.
     const bool alone = group.kind == GadgetKind::scrollGroup && group.children.size() == 1;
     grid->add(made, alone ? child->flags | BFH_SCALE | BFV_SCALE : child->flags);

@@ -207,12 +207,12 @@ QWidget* makeArea(const Gadget& gadget, QWidget* parent) {
 
 // ---- From the model to the widget
 
-// Two digits more than a step has, so that a step always shows.
+// One digit more than a step has, so that what lies between two steps shows too.
 int decimalsOf(const NumberSpec& spec) {
   if (spec.kind == NumberKind::integer) return 0;
   const double step = spec.step > 0 ? spec.step : 1;
   const int ofStep = std::max(0, static_cast<int>(std::ceil(-std::log10(step) - 1e-9)));
-  return std::clamp(ofStep + 1, spec.kind == NumberKind::percent ? 1 : 2, 6);
+  return std::clamp(ofStep + 1, spec.kind == NumberKind::percent ? 1 : 3, 6);
 }
 
 QString suffixOf(const NumberSpec& spec) {

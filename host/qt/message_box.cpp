@@ -10,8 +10,10 @@ namespace {
 
 constexpr int textWidth = 420;
 
-QLabel* textLabel(const QString& text, QWidget* parent) {
+QLabel* textLabel(const QString& text, QWidget* parent, const char* role = nullptr) {
   auto* label = new QLabel(text, parent);
+  if (role) setRole(label, role);
+  label->ensurePolished(); // the font that it is measured with
   label->setTextFormat(Qt::PlainText);
   label->setWordWrap(true);
   label->setTextInteractionFlags(Qt::TextSelectableByMouse);
@@ -38,9 +40,8 @@ class Box : public QDialog {
     auto* mark = new QLabel(this);
     mark->setPixmap(iconPixmap(picture, 32, color, devicePixelRatioF()));
     grid->addWidget(mark, 0, 0, 3, 1, Qt::AlignTop);
-    auto* sentence = textLabel(text.sentence, this);
+    auto* sentence = textLabel(text.sentence, this, "sentence");
     sentence->setObjectName(QStringLiteral("sentence"));
-    setRole(sentence, "sentence");
     grid->addWidget(sentence, 0, 1);
     if (!text.reason.isEmpty()) grid->addWidget(textLabel(text.reason, this), 1, 1);
     if (!text.advice.isEmpty()) grid->addWidget(textLabel(text.advice, this), 2, 1);
@@ -60,13 +61,13 @@ class Box : public QDialog {
     fold->setObjectName(QStringLiteral("details"));
     fold->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
     fold->setIcon(icon(QStringLiteral("chevron-right")));
-    fold->setCheckable(true);
     auto* shown = new QPlainTextEdit(details, this);
     shown->setReadOnly(true);
     shown->setFont(fixedFont());
     shown->setMinimumSize(textWidth, 120);
     shown->hide();
-    connect(fold, &QToolButton::toggled, this, [fold, shown](bool open) {
+    connect(fold, &QToolButton::clicked, this, [fold, shown] {
+      const bool open = shown->isHidden();
       fold->setIcon(icon(open ? QStringLiteral("chevron-down") : QStringLiteral("chevron-right")));
       shown->setVisible(open);
     });

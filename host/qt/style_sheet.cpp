@@ -84,26 +84,26 @@ QCheckBox:disabled, QRadioButton:disabled { color: @disabled@; }
 QCheckBox::indicator, QGroupBox::indicator { width: 14px; height: 14px; border: 1px solid @dim@;
             border-radius: 3px; background: @field@; }
 QCheckBox::indicator:hover { border-color: @text@; }
-QCheckBox:focus::indicator { border-color: @accent@; }
+QCheckBox::indicator:focus { border-color: @accent@; }
 QCheckBox::indicator:checked { background: @accent@; border-color: @accent@; image: url(:/style/check.svg); }
 QCheckBox::indicator:indeterminate { background: @field@; image: url(:/style/part.svg); }
 QCheckBox::indicator:disabled { border-color: @line@; background: @window@; }
 QCheckBox::indicator:checked:disabled { background: @disabled@; border-color: @disabled@; }
 QRadioButton::indicator { width: 13px; height: 13px; border: 1px solid @dim@; border-radius: 7px;
             background: @field@; }
-QRadioButton:focus::indicator { border-color: @accent@; }
+QRadioButton::indicator:focus { border-color: @accent@; }
 QRadioButton::indicator:checked { background: @accent@; border: 4px solid @field@; width: 7px; height: 7px; }
 
 QSlider { min-height: 24px; }
 QSlider:vertical { min-height: 0; min-width: 24px; }
-QSlider::groove:horizontal { height: 4px; background: @field@; border-radius: 2px; }
+QSlider::groove:horizontal { height: 4px; background: @line@; border-radius: 2px; }
 QSlider::sub-page:horizontal { height: 4px; background: @dim@; border-radius: 2px; }
 QSlider::handle:horizontal { width: 12px; height: 12px; margin: -4px 0; border-radius: 6px; background: @text@; }
-QSlider::groove:vertical { width: 4px; background: @field@; border-radius: 2px; }
+QSlider::groove:vertical { width: 4px; background: @line@; border-radius: 2px; }
 QSlider::handle:vertical { width: 12px; height: 12px; margin: 0 -4px; border-radius: 6px; background: @text@; }
-QSlider::handle:hover, QSlider:focus::handle { background: @accent@; }
+QSlider::handle:hover, QSlider::handle:focus { background: @accent@; }
 QSlider::handle:disabled { background: @disabled@; }
-QSlider::sub-page:disabled { background: @line@; }
+QSlider::sub-page:disabled { background: @disabled@; }
 
 QGroupBox { border: 1px solid @line@; border-radius: 4px; margin-top: 9px; padding-top: 6px; }
 QGroupBox::title { subcontrol-origin: margin; left: 8px; padding: 0 4px; color: @dim@; }
