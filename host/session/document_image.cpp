@@ -145,14 +145,15 @@ std::shared_ptr<NodeImage> readValues(const NodeState& node) {
   return image;
 }
 
-// The image of a node in an earlier image's list; mostly at the place where it is expected.
+// The image of a node in an earlier image's list; mostly near the place where it is expected.
 ImagePtr earlier(const std::vector<ImagePtr>* list, std::size_t index, Identity identity) {
-  if (!list) return nullptr;
-  for (std::size_t i = index > 0 ? index - 1 : 0; i < std::min(index + 2, list->size()); ++i)
-    if ((*list)[i]->identity == identity) return (*list)[i];
-  const auto found = std::find_if(list->begin(), list->end(),
-                                  [&](const ImagePtr& image) { return image->identity == identity; });
-  return found == list->end() ? nullptr : *found;
+  const std::size_t count = list ? list->size() : 0;
+  const auto is = [&](std::size_t at) { return at < count && (*list)[at]->identity == identity; };
+  for (std::size_t away = 0; away <= std::max(index, count); ++away) {
+    if (is(index + away)) return (*list)[index + away];
+    if (away <= index && is(index - away)) return (*list)[index - away];
+  }
+  return nullptr;
 }
 
 ImagePtr take(const NodeState& node, const ImagePtr& previous) {
@@ -214,19 +215,28 @@ struct Difference {
   }
 };
 
+// Visits the nodes of an image that another one does not share.
 template <class Visit>
-void forEachImage(const ImagePtr& image, const Visit& visit) {
-  visit(image);
-  for (const auto& list : image->lists)
-    for (const ImagePtr& child : list)
-      forEachImage(child, visit);
+void forEachUnshared(const ImagePtr& image, const ImagePtr& other, const Visit& visit) {
+  if (image == other) return;
+  visit(*image);
+  for (std::size_t i = 0; i < listCount; ++i) {
+    const std::vector<ImagePtr>* beside = other ? &other->lists[i] : nullptr;
+    std::size_t index = 0;
+    for (const ImagePtr& child : image->lists[i]) {
+      const bool shared = beside && index < beside->size() && (*beside)[index] == child;
+      if (!shared) forEachUnshared(child, earlier(beside, index, child->identity), visit);
+      ++index;
+    }
+  }
 }
 
-std::vector<Identity> selectionOf(const ImagePtr& image) {
+// The selected nodes among those that the other image does not share.
+std::vector<Identity> selectionBeside(const ImagePtr& image, const ImagePtr& other) {
   std::vector<Identity> selected;
-  forEachImage(image, [&](const ImagePtr& node) {
-    if ((node->kind == NodeKind::object || node->kind == NodeKind::material) && (node->bits & BIT_ACTIVE))
-      selected.push_back(node->identity);
+  forEachUnshared(image, other, [&](const NodeImage& node) {
+    if ((node.kind == NodeKind::object || node.kind == NodeKind::material) && (node.bits & BIT_ACTIVE))
+      selected.push_back(node.identity);
   });
   std::sort(selected.begin(), selected.end());
   return selected;
@@ -356,7 +366,7 @@ bool differs(const ImagePtr& a, const ImagePtr& b) {
 }
 
 bool selectionDiffers(const ImagePtr& a, const ImagePtr& b) {
-  return a != b && selectionOf(a) != selectionOf(b);
+  return a != b && selectionBeside(a, b) != selectionBeside(b, a);
 }
 
 void putImage(DocumentState& document, const ImagePtr& image) {
@@ -365,20 +375,21 @@ void putImage(DocumentState& document, const ImagePtr& image) {
 }
 
 std::size_t heldBeyond(const ImagePtr& image, const ImagePtr& other) {
-  if (image == other) return 0;
-  std::unordered_set<const void*> known;
-  forEachImage(other, [&](const ImagePtr& node) {
-    known.insert(node.get());
-    if (node->object && node->object->mesh) known.insert(node->object->mesh.get());
-    if (node->picture) known.insert(node->picture.get());
+  std::unordered_set<const void*> known; // geometry and pictures of what differs
+  const auto geometryOf = [](const NodeImage& node) {
+    return node.object ? static_cast<const void*>(node.object->mesh.get()) : nullptr;
+  };
+  forEachUnshared(other, image, [&](const NodeImage& node) {
+    known.insert(geometryOf(node));
+    known.insert(node.picture.get());
   });
   std::size_t bytes = 0;
-  forEachImage(image, [&](const ImagePtr& node) {
-    if (!known.insert(node.get()).second) return;
-    bytes += sizeof(NodeImage) + (node->object ? sizeof(ObjectPart) : 0);
-    if (node->object && node->object->mesh && known.insert(node->object->mesh.get()).second)
-      bytes += bytesOf(*node->object->mesh);
-    if (node->picture && known.insert(node->picture.get()).second) bytes += bytesOf(node->picture);
+  forEachUnshared(image, other, [&](const NodeImage& node) {
+    bytes += sizeof(NodeImage) + (node.object ? sizeof(ObjectPart) : 0);
+    for (const auto& list : node.lists)
+      bytes += list.size() * sizeof(ImagePtr);
+    if (geometryOf(node) && known.insert(geometryOf(node)).second) bytes += bytesOf(*node.object->mesh);
+    if (node.picture && known.insert(node.picture.get()).second) bytes += bytesOf(node.picture);
   });
   return bytes;
 }

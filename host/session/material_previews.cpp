@@ -16,7 +16,7 @@ namespace {
 
 constexpr Milliseconds lookPeriod = 15;
 constexpr std::size_t mostCached = 1024;
-constexpr LONG mostSamples = 32, leastSamples = 4;
+constexpr LONG mostSamples = 24, leastSamples = 4;
 
 BaseContainer settingsOf(int size, int timesStopped) {
   BaseContainer settings;

@@ -76,13 +76,13 @@ void addGround(DocumentState& document) {
 void addLights(DocumentState& document) {
   ObjectState* lamp = addObject(document, Olight);
   lamp->local = lookAt({-2.6, 4.2, 3.2}, {0, 1, 0});
-  lamp->data.SetReal(param::lightIntensity, 55);
+  lamp->data.SetReal(param::lightIntensity, 42);
   lamp->data.SetReal(param::lightRadius, 0.6);
   ObjectState* sky = addObject(document, Osky);
   sky->data.SetLong(param::skyKind, 2);
-  sky->data.SetVector(param::skyColor, Vector(0.75, 0.8, 0.9));
-  sky->data.SetVector(param::skyHorizon, Vector(0.55, 0.56, 0.58));
-  sky->data.SetVector(param::skyGround, Vector(0.12, 0.12, 0.13));
+  sky->data.SetVector(param::skyColor, Vector(0.42, 0.45, 0.5));
+  sky->data.SetVector(param::skyHorizon, Vector(0.32, 0.33, 0.34));
+  sky->data.SetVector(param::skyGround, Vector(0.08, 0.08, 0.09));
 }
 
 } // namespace
@@ -104,7 +104,7 @@ DocumentPtr previewScene(const MaterialState& material, const RenderDataState* p
       post->bits |= BIT_VPDISABLED;
   state.renderData.append(*data);
   ObjectState* camera = state.renderView->editorCamera;
-  camera->local = lookAt({0, 2.1, 5.2}, {0, 0.96, 0});
+  camera->local = lookAt({0, 2.6, 5}, {0, 0.96, 0});
   camera->data.SetReal(param::cameraYfov, 0.46);
   return document;
 }
