@@ -111,6 +111,7 @@ void ViewPainter::takeScene(PaintJob& job) {
   if (!job.scene || !tracer_) return;
   SnapshotOptions options;
   options.lod = job.scene->GetLOD();
+  options.forEditor = true;
   const SnapshotPtr snapshot = takeSnapshot(*job.scene, options);
   job.scene.reset();
   if (!snapshot || (scene_ && sameLook(scene_->snapshot(), *snapshot))) return;
