@@ -8,6 +8,7 @@
 #include "plugin_unit.h"
 #include "program.h"
 #include "setting_values.h"
+#include "setting_words.h"
 #include "thread_context.h"
 
 namespace batch {
@@ -26,6 +27,7 @@ class SettingsHost {
     const host::PluginScope scope(&plugin_);
     CheckResetLM();
   }
+  const host::PluginUnit& plugin() const { return plugin_; }
 
  private:
   host::ProgramOptions options(const std::string& home) {
@@ -52,16 +54,20 @@ BaseContainer currentSettings() {
   return *settings.GetDataInstance();
 }
 
-void list() {
+/// One line a setting: number, name, kind and value, then, after tabs, default, range and label.
+void list(const host::PluginUnit& plugin) {
   const BaseContainer values = currentSettings();
+  const auto words = settingWords(plugin);
   LONG count = 0;
   const lmKey* first = GetKeys(&count);
   std::vector<lmKey> keys(first, first + count);
   std::sort(keys.begin(), keys.end(), [](const lmKey& a, const lmKey& b) { return a.key < b.key; });
   for (const lmKey& key : keys) {
-    const std::string text = settingText(values.GetData(key.key));
-    std::printf("%d %-24s %-9s%s%s\n", static_cast<int>(key.key), key.name, kindName(key.type).c_str(),
-                text.empty() ? "" : " ", text.c_str());
+    const auto found = words.find(key.key);
+    const SettingWords said = found == words.end() ? SettingWords() : found->second;
+    std::printf("%d %-24s %-9s %s\t%s\t%s\t%s\n", static_cast<int>(key.key), key.name,
+                kindName(key.type).c_str(), settingText(values.GetData(key.key)).c_str(),
+                settingText(key.value).c_str(), said.range.c_str(), said.label.c_str());
   }
 }
 
@@ -108,7 +114,7 @@ ExitCode runSettings(const SettingsOptions& options) {
     return ExitCode::done;
   }
   host.applyReset();
-  if (options.action == SettingsAction::list) list();
+  if (options.action == SettingsAction::list) list(host.plugin());
   if (options.action == SettingsAction::get) get(options.key);
   if (options.action == SettingsAction::set) set(options.key, options.value);
   return ExitCode::done;

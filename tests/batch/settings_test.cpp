@@ -79,8 +79,42 @@ TEST_F(Settings, ListHasEveryKeyOnce) {
     numbers.push_back(number);
   }
   EXPECT_EQ(numbers.size(), 115u);
-  EXPECT_NE(outcome.out.find("20005 LM_REFRESH_DELAY         long      250\n"), std::string::npos)
+  EXPECT_NE(outcome.out.find(
+                "20005 LM_REFRESH_DELAY         long      250\t250\t0..5000\tDelay between refreshes (ms)\n"),
+            std::string::npos)
       << outcome.out;
+}
+
+TEST_F(Settings, ListTellsDefaultsRangesAndTheWordsOfTheDialogs) {
+  set("LM_STAMP_DATE", "1");
+  const std::string all = settings({"list"}).out;
+  const auto line = [&](const std::string& name) {
+    const std::size_t start = all.find(" " + name + " ");
+    return start == std::string::npos ? name + " is missing"
+                                      : all.substr(start, all.find('\n', start) - start);
+  };
+  const auto endsWith = [&](const std::string& name, const std::string& end) {
+    const std::string text = line(name);
+    EXPECT_EQ(text.substr(text.size() - std::min(text.size(), end.size())), end);
+  };
+  endsWith("LM_STAMP_DATE", " 1\t0\t0..1\tDate and time");
+  endsWith("LM_ZOOM_STEP", " 0.1\t0.1\t1..20 %\tZoom step");
+  endsWith("LM_STAMP_DATE_V", " 2\t2\t0 Top, 1 Middle, 2 Bottom\tDate and time: place down");
+  endsWith("LM_OPT_15004", " 0\t0\t0 None, 1 Edges of objects, 2 Best\tAnti-aliasing");
+  endsWith("LM_STEREO_SEPARATION", " 0\t0\t-100..100\tEye separation");
+  endsWith("LM_STAMP_TEXT1", " Custom Text\tCustom Text\t\tText 1: words");
+  endsWith("LM_ANIM_STEP", " 1\t1\t1..999\tFrame Step");
+  endsWith("LM_ANIM_STAMP", " \t\t0..1\tStamp Frames");
+  endsWith("LM_ANIM_JPEG_QUALITY", " \t\t0..100\tJPEG Quality");
+  endsWith("LM_ANIM_PHOTOSHOP7", " \t\t0..1\tPhotoshop 7");
+  endsWith("LM_ASPECT", " 1.333334\t1.333334\t\t");
+  // Every setting that a dialog edits has words.
+  std::istringstream in(all);
+  for (std::string one; std::getline(in, one);) {
+    if (one.rfind("10", 0) != 0) {
+      EXPECT_NE(one.back(), '\t') << one;
+    }
+  }
 }
 
 TEST_F(Settings, EveryKindComesBackFromTheNextRun) {
@@ -205,7 +239,7 @@ TEST_F(Settings, ProgramsAtTheSameTimeKeepEachOthersValues) {
     }
     const std::string all = settings({"list"}).out;
     for (std::size_t i = 0; i < keys.size(); ++i) {
-      const std::string value = " " + std::to_string(1000 * round + static_cast<int>(i)) + "\n";
+      const std::string value = " " + std::to_string(1000 * round + static_cast<int>(i)) + "\t";
       const std::size_t line = all.find(" " + keys[i] + " ");
       ASSERT_NE(line, std::string::npos) << keys[i];
       EXPECT_NE(all.substr(line, all.find('\n', line) + 1 - line).find(value), std::string::npos) << keys[i];

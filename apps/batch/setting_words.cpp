@@ -1,0 +1,115 @@
+#include "setting_words.h"
+
+#include "dlg_animation.h"
+#include "exit_code.h"
+#include "gadget.h"
+#include "lm_keys.h"
+#include "number_text.h"
+#include "plugin_resources.h"
+#include "thread_context.h"
+#include "user_interface.h"
+
+namespace batch {
+namespace {
+
+using Words = std::map<LONG, SettingWords>;
+
+std::string boundsText(const lmRange& range) {
+  const std::string unit = range.shown == LM_SHOWN_PERCENT ? " %" : "";
+  return host::shortestText(range.min) + ".." + host::shortestText(range.max) + unit;
+}
+
+std::string choicesText(const std::vector<host::ComboEntry>& entries) {
+  std::string text;
+  for (const host::ComboEntry& entry : entries) {
+    if (entry.value == -1) continue; // cannot be chosen
+    text += (text.empty() ? "" : ", ") + std::to_string(entry.value) + " " + entry.text.GetUTF8();
+  }
+  return text;
+}
+
+std::string rangeText(LONG key, host::GadgetKind kind, const std::vector<host::ComboEntry>& entries) {
+  if (const lmRange* range = GetRange(key)) return boundsText(*range);
+  if (kind == host::GadgetKind::checkBox) return "0..1";
+  return choicesText(entries);
+}
+
+std::string trimmed(const String& text) {
+  const std::string& all = text.GetUTF8();
+  const auto first = all.find_first_not_of(' ');
+  return first == std::string::npos ? "" : all.substr(first, all.find_last_not_of(' ') - first + 1);
+}
+
+/// In the descriptions the text of a key's number is the label of its gadget.
+void addDescribed(const host::GadgetDescription& gadget, const std::map<LONG, String>& texts, Words& words) {
+  const auto text = texts.find(gadget.id);
+  if (gadget.id && text != texts.end())
+    words[gadget.id] = {trimmed(text->second), rangeText(gadget.id, gadget.kind, gadget.entries)};
+  for (const host::GadgetDescription& child : gadget.children)
+    addDescribed(child, texts, words);
+}
+
+/// In a dialog that is laid out by code a gadget bears its label, or follows it.
+void addLaidOut(const host::Gadget& gadget, std::string& label, Words& words) {
+  using Kind = host::GadgetKind;
+  if (gadget.kind == Kind::staticText && !trimmed(gadget.text).empty()) label = trimmed(gadget.text);
+  if (gadget.id > IDC_CANCEL && gadget.kind != Kind::staticText) {
+    const bool named = gadget.kind == Kind::checkBox || gadget.kind == Kind::button;
+    words.emplace(gadget.id, SettingWords{named ? trimmed(gadget.text) : label,
+                                          rangeText(gadget.id, gadget.kind, gadget.entries)});
+  }
+  for (const auto& child : gadget.children)
+    addLaidOut(*child, label, words);
+}
+
+/// The program's interface for a while: it reads what a dialog has laid out, and shows none.
+class LayoutReader final : public host::UserInterface {
+ public:
+  explicit LayoutReader(Words& words) : words_(words), outer_(host::userInterface()) {
+    host::setUserInterface(this);
+  }
+  ~LayoutReader() { host::setUserInterface(&outer_); }
+  LayoutReader(const LayoutReader&) = delete;
+  LayoutReader& operator=(const LayoutReader&) = delete;
+
+  bool openDialog(GeDialog& dialog, const host::DialogPlacement& /*placement*/) override {
+    std::string label;
+    addLaidOut(host::dialogModel(dialog).root, label, words_);
+    return false;
+  }
+
+ private:
+  Words& words_;
+  host::UserInterface& outer_;
+};
+
+void addAnimation(Words& words) {
+  LayoutReader reader(words);
+  lmSettings none;
+  DlgAnimation animation;
+  animation.settings = &none;
+  animation.Open();
+  for (const Bool jpeg : {TRUE, FALSE}) {
+    lmDlgJPGPSD_Options still;
+    still.jpeg = jpeg;
+    still.Open();
+  }
+}
+
+} // namespace
+
+Words settingWords(const host::PluginUnit& plugin) {
+  std::string error;
+  const auto resources = host::readDialogResources(plugin.folder + "res", error);
+  if (!resources) throw Stop(ExitCode::renderFailed, error);
+  Words words;
+  for (const auto& [id, dialog] : resources->dialogs) {
+    const auto texts = resources->texts.find(dialog.name);
+    if (texts != resources->texts.end()) addDescribed(dialog.root, texts->second, words);
+  }
+  const host::PluginScope scope(&plugin);
+  addAnimation(words);
+  return words;
+}
+
+} // namespace batch
