@@ -92,10 +92,11 @@ lumenara_dependency(json LINK nlohmann_json::nlohmann_json)
 find_package(CLI11 2.1 REQUIRED)
 lumenara_dependency(cli11 LINK CLI11::CLI11)
 
-# Qt 6: the desktop's widgets and vector icons. Only host/qt and apps/studio use it.
+# Qt 6: the desktop's widgets and vector icons, and the bus on which desktops say whether they are dark. Only host/qt
+# and apps/studio use it.
 if(LUMENARA_QT AND NOT LUMENARA_FUZZ)
-  find_package(Qt6 6.4 REQUIRED COMPONENTS Core Gui Widgets Svg)
-  lumenara_dependency(qt LINK Qt6::Core Qt6::Gui Qt6::Widgets Qt6::Svg)
+  find_package(Qt6 6.4 REQUIRED COMPONENTS Core Gui Widgets Svg DBus)
+  lumenara_dependency(qt LINK Qt6::Core Qt6::Gui Qt6::Widgets Qt6::Svg Qt6::DBus)
 endif()
 
 # Python 3: makes the plug-in's link library and runs the checks of the source tree.

@@ -2,6 +2,7 @@
 
 #include <cmath>
 
+#include "desktop_scheme.h"
 #include "gadget_actions.h"
 #include "style_sheet.h"
 
@@ -12,6 +13,7 @@ namespace {
 std::optional<Theme> fixedTheme;
 Theme current = Theme::dark;
 bool installed = false;
+DesktopScheme* desktopScheme = nullptr; // null: no bus to ask
 
 double channelLight(double value) {
   return value <= 0.04045 ? value / 12.92 : std::pow((value + 0.055) / 1.055, 2.4);
@@ -30,6 +32,12 @@ std::optional<Theme> themeOfEnvironment() {
   return {};
 }
 
+// A settings service says it in a word.
+std::optional<Theme> themeOfService() {
+  if (!desktopScheme || !desktopScheme->scheme()) return {};
+  return *desktopScheme->scheme() == Scheme::dark ? Theme::dark : Theme::light;
+}
+
 // The application's palette without ours is the desktop's, laid over the style's own. When both are the same,
 // the desktop says nothing.
 std::optional<Theme> themeOfDesktop() {
@@ -44,6 +52,7 @@ std::optional<Theme> themeOfDesktop() {
 Theme wantedTheme() {
   if (fixedTheme) return *fixedTheme;
   if (const auto named = themeOfEnvironment()) return *named;
+  if (const auto told = themeOfService()) return *told;
   return themeOfDesktop().value_or(Theme::dark);
 }
 
@@ -106,6 +115,21 @@ void applyTheme() {
   qApp->setStyleSheet(styleSheet(t));
   setWindowColor(t.window.rgb());
   emit ThemeNotifier::instance().changed();
+}
+
+void forgetService() {
+  desktopScheme = nullptr;
+  installed = false;
+}
+
+// Where there is a screen and a bus.
+void askService() {
+  const QString platform = QGuiApplication::platformName();
+  const bool screen = platform != QLatin1String("offscreen") && platform != QLatin1String("minimal");
+  if (!screen || !sessionHasBus()) return;
+  desktopScheme = new DesktopScheme(QDBusConnection::sessionBus(), qApp);
+  QObject::connect(desktopScheme, &DesktopScheme::changed, qApp, applyTheme);
+  QObject::connect(desktopScheme, &QObject::destroyed, forgetService);
 }
 
 // Sees that the desktop has changed its colours.
@@ -192,6 +216,7 @@ void installTheme() {
     qApp->setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
     qApp->setFont(interfaceFont());
     qApp->installEventFilter(new ThemeFollower(qApp));
+    askService();
     installed = true;
   }
   applyTheme();

@@ -1,0 +1,77 @@
+#include "desktop_scheme.h"
+
+#include <QtDBus/QDBusMessage>
+#include <QtDBus/QDBusPendingCallWatcher>
+#include <QtDBus/QDBusPendingReply>
+#include <QtDBus/QDBusVariant>
+#include <unistd.h>
+
+namespace host {
+
+namespace {
+
+const char* const service = "org.freedesktop.portal.Desktop";
+const char* const path = "/org/freedesktop/portal/desktop";
+const char* const settings = "org.freedesktop.portal.Settings";
+const char* const group = "org.freedesktop.appearance";
+const char* const key = "color-scheme";
+constexpr int patience = 200; // milliseconds
+
+QDBusMessage question() {
+  QDBusMessage message = QDBusMessage::createMethodCall(service, path, settings, "Read");
+  message << QString::fromLatin1(group) << QString::fromLatin1(key);
+  return message;
+}
+
+} // namespace
+
+bool sessionHasBus() {
+  if (!qEnvironmentVariableIsEmpty("DBUS_SESSION_BUS_ADDRESS")) return true;
+  return QFile::exists(QStringLiteral("/run/user/%1/bus").arg(getuid()));
+}
+
+DesktopScheme::DesktopScheme(const QDBusConnection& bus, QObject* parent) : QObject(parent), bus_(bus) {
+  if (!bus_.isConnected()) return;
+  bus_.connect(service, path, settings, "SettingChanged", this,
+               SLOT(onSetting(QString, QString, QDBusVariant)));
+  const QDBusMessage answer = bus_.call(question(), QDBus::Block, patience);
+  if (answer.type() == QDBusMessage::ReplyMessage && !answer.arguments().isEmpty())
+    take(answer.arguments().first());
+  else if (answer.type() == QDBusMessage::ErrorMessage &&
+           answer.errorName() == QLatin1String("org.freedesktop.DBus.Error.NoReply"))
+    askAgain(); // the service is still starting
+}
+
+void DesktopScheme::askAgain() {
+  auto* watcher = new QDBusPendingCallWatcher(bus_.asyncCall(question()), this);
+  connect(watcher, &QDBusPendingCallWatcher::finished, this, [this](QDBusPendingCallWatcher* done) {
+    const QDBusMessage answer = done->reply();
+    done->deleteLater();
+    if (answer.type() != QDBusMessage::ReplyMessage || answer.arguments().isEmpty()) return;
+    take(answer.arguments().first());
+    emit changed();
+  });
+}
+
+// A number in one variant or two: 1 is dark, 2 is light, anything else no preference.
+void DesktopScheme::take(const QVariant& value) {
+  QVariant inner = value;
+  for (int i = 0; i < 3 && inner.userType() == qMetaTypeId<QDBusVariant>(); ++i)
+    inner = inner.value<QDBusVariant>().variant();
+  const uint number = inner.toUInt();
+  if (number == 1)
+    scheme_ = Scheme::dark;
+  else if (number == 2)
+    scheme_ = Scheme::light;
+  else
+    scheme_.reset();
+}
+
+void DesktopScheme::onSetting(const QString& changedGroup, const QString& changedKey,
+                              const QDBusVariant& value) {
+  if (changedGroup != QLatin1String(group) || changedKey != QLatin1String(key)) return;
+  take(value.variant());
+  emit changed();
+}
+
+} // namespace host
