@@ -335,7 +335,8 @@ class DocumentBuilder {
       if (!slots.is_object() || !slots.contains(key)) continue;
       const int shader = indexIn(slots, key.c_str(), own.size(), "shader");
       if (shader >= 0 && own[static_cast<std::size_t>(shader)])
-        material.shaderSlots[static_cast<std::size_t>(slot)] = own[static_cast<std::size_t>(shader)]->identity;
+        material.shaderSlots[static_cast<std::size_t>(slot)] =
+            own[static_cast<std::size_t>(shader)]->identity;
     }
     for (const TextureSlot& place : textureSlots()) {
       if (slots.is_object() && slots.contains(std::to_string(place.slot))) continue;

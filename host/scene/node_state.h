@@ -99,7 +99,7 @@ struct MaterialState : NodeState {
   using ChannelPtr = std::unique_ptr<BaseChannel, void (*)(BaseChannel*)>;
 
   std::array<Identity, slotCount> shaderSlots{}; // the top shader of each, in `shaders`
-  std::vector<ChannelPtr> channels;        // handed out so far
+  std::vector<ChannelPtr> channels;              // handed out so far
 };
 
 struct RenderDataState : NodeState {

@@ -27,13 +27,13 @@ struct LoadOptions {
 };
 
 struct LoadResult {
-  DocumentPtr document; // null: not loaded
-  std::string error;    // why not, one sentence: what, where, what to do
+  DocumentPtr document;       // null: not loaded
+  std::string error;          // why not, one sentence: what, where, what to do
   std::string reason, advice; // the error's parts: why not, what to do
   bool cancelled = false;
   std::vector<std::string> warnings;     // one sentence each; the scene loaded all the same
   std::vector<std::string> missingFiles; // pictures that are not there, as the file names them
-  std::vector<Filename> files;           // all that it consists of, the scene first; also when it did not load
+  std::vector<Filename> files; // all that it consists of, the scene first; also when it did not load
 };
 
 /// Loads glTF (.gltf, .glb) or imports OBJ, FBX, PLY, STL, DAE; the content decides for glTF, the suffix for
