@@ -1,6 +1,7 @@
 #include "command_line.h"
 
 #include <charconv>
+#include <map>
 #include <string_view>
 
 #include <CLI/CLI.hpp>
@@ -13,7 +14,8 @@ namespace {
 constexpr LONG largestSide = 32768; // what a bitmap can hold
 
 constexpr const char* footer =
-    "\nExit codes: 0 done, 2 wrong use, 3 scene unreadable, 4 output not writable, 5 render failed or an "
+    "\nExit codes: 0 done, 1 pictures too different, 2 wrong use, 3 scene or picture unreadable, 4 output "
+    "not writable, 5 render failed or an "
     "asset "
     "missing\n(the picture is still saved), 130 cancelled. The manual is docs/batch.md.";
 
@@ -62,6 +64,27 @@ PixelRegion parseRegion(const std::string& text) {
   return region;
 }
 
+RegionBox parseBox(const std::string& text) {
+  double values[3] = {};
+  const char* at = text.data();
+  const char* const end = at + text.size();
+  bool good = true;
+  for (int i = 0; i < 3 && good; ++i) {
+    if (i > 0) good = at != end && *at++ == ',';
+    if (!good) break;
+    const auto [next, error] = std::from_chars(at, end, values[i], std::chars_format::fixed);
+    good = error == std::errc() && next != at;
+    at = next;
+  }
+  if (!good || at != end)
+    throw wrong("--region-box " + text + " is no box; write left,top,size as fractions, as 0.25,0.25,0.5");
+  const auto [x, y, size] = values;
+  if (!(x >= 0 && x <= 1 && y >= 0 && y <= 1 && size > 0 && size <= 1))
+    throw wrong("--region-box " + text +
+                " is out of range; left and top are 0 to 1, the size is above 0 and at most 1");
+  return {x, y, size};
+}
+
 FrameRange parseFrames(const std::string& text) {
   auto given = numbers(text, ':', 2);
   if (!given) given = numbers(text, ':', 3);
@@ -92,7 +115,11 @@ struct RawOptions {
   AnimateOptions animate;
   InfoOptions info;
   SettingsOptions settings;
-  std::string size, region, frames;
+  CompareOptions compare;
+  HistoryOptions history;
+  double failAbove = 0;
+  bool scale = false, center = false, corner = false;
+  std::string size, region, box, frames;
   LONG frame = 0, format = 0, quality = 0;
   std::vector<std::string> sets;
 };
@@ -123,8 +150,12 @@ CLI::App* addRender(CLI::App& app, RawOptions& raw) {
       ->required();
   render->add_option("--frame", raw.frame, "Frame of the animation; else the scene's current one")
       ->type_name("N");
-  render->add_option("--region", raw.region, "Render these pixels only (inclusive); the rest stays black")
-      ->type_name("L,T,R,B");
+  CLI::Option* region =
+      render->add_option("--region", raw.region, "Render these pixels only (inclusive); the rest stays black")
+          ->type_name("L,T,R,B");
+  render->add_option("--region-box", raw.box, "The same, as fractions of the picture")
+      ->type_name("X,Y,SIZE")
+      ->excludes(region);
   render->add_option("--stats", raw.render.stats, "Write times and counts as JSON")->type_name("FILE");
   addRun(*render, raw, raw.render);
   return render;
@@ -185,6 +216,69 @@ CLI::App* addSettings(CLI::App& app, RawOptions& raw) {
   return settings;
 }
 
+CLI::App* addCompare(CLI::App& app, RawOptions& raw) {
+  CLI::App* compare = app.add_subcommand("compare", "Put two pictures into one, and measure how they differ");
+  CompareOptions& options = raw.compare;
+  compare->add_option("A", options.a, "Picture: png, tif, jpg, exr, hdr, psd, bmp, tga")->required();
+  compare->add_option("B", options.b, "The picture beside it")->required();
+  compare->add_option("-o,--output", options.image, "Picture: png, tif, jpg, bmp, exr by its suffix")
+      ->type_name("IMAGE");
+  static const std::map<std::string, LONG> styles = {
+      {"columns", 0}, {"rows", 1}, {"blend", 2}, {"difference", 9999}};
+  compare->add_option("--style", options.style, "columns, rows, blend (without the option), difference")
+      ->type_name("STYLE")
+      ->transform(CLI::CheckedTransformer(styles).description(""));
+  compare->add_option("--slider", options.slider, "From A only (-1) to B only (1); else 0")
+      ->type_name("S")
+      ->check(CLI::Range(-1.0, 1.0));
+  compare->add_option("--size", raw.size, "Size in pixels; else that of A")->type_name("WxH");
+  CLI::Option* scale =
+      compare->add_flag("--scale", raw.scale, "Stretch both to the size (without an option)");
+  CLI::Option* center = compare->add_flag("--center", raw.center, "Keep their sizes, centred");
+  CLI::Option* corner = compare->add_flag("--corner", raw.corner, "Keep their sizes, at the upper left");
+  scale->excludes(center)->excludes(corner);
+  center->excludes(corner);
+  compare->add_flag("--stats", options.stats, "Print how they differ, as JSON");
+  compare->add_option("--fail-above", raw.failAbove, "Exit with 1 when the mean difference is above this")
+      ->type_name("X")
+      ->check(CLI::Range(0.0, 1.0));
+  compare->add_option("--home", options.home, "Folder of the settings")->type_name("DIR");
+  compare->add_flag("--quiet", options.quiet, "Print nothing but problems");
+  return compare;
+}
+
+CLI::App* addHistory(CLI::App& app, RawOptions& raw) {
+  CLI::App* history = app.add_subcommand("history", "Show and change the viewer's history of pictures");
+  history->require_subcommand(1);
+  history->fallthrough();
+  history->add_option("--home", raw.history.home, "Folder of the settings")->type_name("DIR");
+
+  auto add = [&](const char* name, const char* help, HistoryAction action) {
+    CLI::App* sub = history->add_subcommand(name, help);
+    sub->fallthrough();
+    sub->final_callback([&raw, action] { raw.history.action = action; });
+    return sub;
+  };
+  add("list", "Its pictures with their times, oldest first", HistoryAction::list);
+  add("add", "Add a picture; the oldest go when there are too many", HistoryAction::add)
+      ->add_option("FILE", raw.history.file, "Picture")
+      ->required();
+  add("clear", "Delete all its pictures", HistoryAction::clear);
+  add("path", "Print its folder", HistoryAction::path);
+  return history;
+}
+
+CompareOptions finishCompare(const CLI::App& command, RawOptions& raw) {
+  CompareOptions& options = raw.compare;
+  if (command.count("--size")) options.size = parseSize(raw.size);
+  if (command.count("--fail-above")) options.failAbove = raw.failAbove;
+  if (raw.center) options.placement = ComparePlacement::center;
+  if (raw.corner) options.placement = ComparePlacement::corner;
+  if (options.image.empty() && !options.stats && !options.failAbove)
+    throw wrong("there is nothing to do; name a picture with -o, or ask for --stats or --fail-above");
+  return std::move(options);
+}
+
 template <class Options>
 void finishRun(const CLI::App& command, const RawOptions& raw, Options& options) {
   if (command.count("--size")) options.size = parseSize(raw.size);
@@ -206,12 +300,13 @@ RenderOptions finishRender(const CLI::App& app, RawOptions& raw) {
   RenderOptions& options = raw.render;
   finishRun(app, raw, options);
   if (app.count("--region")) options.region = parseRegion(raw.region);
+  if (app.count("--region-box")) options.box = parseBox(raw.box);
   if (app.count("--frame")) options.frame = raw.frame;
   return std::move(options);
 }
 
 /// Arguments in the parser's order (last first). A value that starts with a minus sign, as in
-/// `settings set KEY -1`, is protected from being read as an option.
+/// `settings set KEY -1` and `compare A B --slider -1`, is protected from being read as an option.
 std::vector<std::string> arguments(int argc, const char* const* argv) {
   std::vector<std::string> list(argv + 1, argv + argc);
   const bool sets = list.size() >= 4 && list[0] == "settings" && list[1] == "set";
@@ -221,6 +316,11 @@ std::vector<std::string> arguments(int argc, const char* const* argv) {
     list.erase(list.begin() + 3);
     list.push_back("--");
     list.push_back(std::move(value));
+  }
+  for (std::size_t i = 1; i + 1 < list.size() && list[0] == "compare"; ++i) {
+    if (list[i] != "--slider") continue;
+    list[i] += "=" + list[i + 1];
+    list.erase(list.begin() + static_cast<std::ptrdiff_t>(i) + 1);
   }
   return {list.rbegin(), list.rend()};
 }
@@ -237,11 +337,14 @@ CommandLine parseCommandLine(int argc, const char* const* argv) {
   CLI::App* animate = addAnimate(app, raw);
   CLI::App* info = addInfo(app, raw);
   addSettings(app, raw);
+  CLI::App* compare = addCompare(app, raw);
+  CLI::App* history = addHistory(app, raw);
 
   try {
     app.parse(arguments(argc, argv));
     if (render->parsed()) return finishRender(*render, raw);
     if (animate->parsed()) return finishAnimate(*animate, raw);
+    if (compare->parsed()) return finishCompare(*compare, raw);
   } catch (const CLI::CallForHelp&) {
     return ShowText{app.help()};
   } catch (const CLI::CallForAllHelp&) {
@@ -252,6 +355,7 @@ CommandLine parseCommandLine(int argc, const char* const* argv) {
     throw wrong(std::string(error.what()) + "; `lumenara --help` shows what there is");
   }
   if (info->parsed()) return raw.info;
+  if (history->parsed()) return raw.history;
   return raw.settings;
 }
 

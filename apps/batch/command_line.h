@@ -22,12 +22,19 @@ struct PixelRegion {
   LONG left = 0, top = 0, right = 0, bottom = 0;
 };
 
+/// A region as the viewer keeps it: left and top edge, and the size, as fractions of the whole picture. Its
+/// shape is the picture's.
+struct RegionBox {
+  double x = 0, y = 0, size = 0.5;
+};
+
 struct RenderOptions {
   std::string scene, image;
   std::optional<PixelSize> size;
   std::optional<LONG> frame;
   std::string camera; // empty: the scene's own
   std::optional<PixelRegion> region;
+  std::optional<RegionBox> box;                              // one of both at most
   std::vector<std::pair<std::string, std::string>> settings; // key and value, as they were typed
   int samples = 0;                                           // 0: the scene's
   int threads = 0;                                           // 0: all
@@ -61,12 +68,34 @@ struct SettingsOptions {
   std::string key, value, home;
 };
 
+enum class ComparePlacement { scale, center, corner };
+
+struct CompareOptions {
+  std::string a, b;
+  std::string image;             // empty: none
+  LONG style = 2;                // of the viewer: 0 columns, 1 rows, 2 blend, 9999 difference
+  double slider = 0;             // -1 to 1
+  std::optional<PixelSize> size; // else the first picture's
+  ComparePlacement placement = ComparePlacement::scale;
+  bool stats = false, quiet = false;
+  std::optional<double> failAbove; // mean difference, 0 to 1
+  std::string home;
+};
+
+enum class HistoryAction { list, add, clear, path };
+
+struct HistoryOptions {
+  HistoryAction action = HistoryAction::list;
+  std::string file, home;
+};
+
 /// A text that was asked for (help, version): it goes to standard output and the program is done.
 struct ShowText {
   std::string text;
 };
 
-using CommandLine = std::variant<RenderOptions, AnimateOptions, InfoOptions, SettingsOptions, ShowText>;
+using CommandLine = std::variant<RenderOptions, AnimateOptions, InfoOptions, SettingsOptions, CompareOptions,
+                                 HistoryOptions, ShowText>;
 
 /// Throws `Stop` with `wrongUse` when the arguments make no command.
 CommandLine parseCommandLine(int argc, const char* const* argv);

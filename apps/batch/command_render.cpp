@@ -1,4 +1,7 @@
+#include <algorithm>
+#include <cmath>
 #include <optional>
+#include <utility>
 
 #include "active_document.h"
 #include "c4d_bitmap.h"
@@ -39,6 +42,20 @@ void checkRegion(const std::optional<PixelRegion>& region, PixelSize size) {
   if (!region || (region->left < size.width && region->top < size.height)) return;
   throw Stop(ExitCode::wrongUse, "--region lies outside the picture of " + std::to_string(size.width) +
                                      " x " + std::to_string(size.height) + " pixels");
+}
+
+/// The pixels to render; none: all. A box that reaches past an edge is moved back onto it.
+std::optional<PixelRegion> pixelRegion(const RenderOptions& options, PixelSize size) {
+  checkRegion(options.region, size);
+  if (!options.box) return options.region;
+  const auto side = [&](double at, LONG whole) {
+    const LONG length = std::max<LONG>(1, static_cast<LONG>(std::floor(whole * options.box->size)));
+    const LONG first = std::min(static_cast<LONG>(std::floor(whole * at)), whole - length);
+    return std::pair<LONG, LONG>(first, first + length - 1);
+  };
+  const auto [left, right] = side(options.box->x, size.width);
+  const auto [top, bottom] = side(options.box->y, size.height);
+  return PixelRegion{left, top, right, bottom};
 }
 
 void savePicture(const BaseBitmap& bitmap, const std::string& image) {
@@ -82,16 +99,15 @@ ExitCode renderScene(const RenderOptions& options, Messages& messages) {
   Scene scene = loadScene(options.scene, messages);
   prepare(options, *scene.document);
   const PixelSize size = pictureSize(options.size, *scene.document, settings);
-  checkRegion(options.region, size);
+  const std::optional<PixelRegion> region = pixelRegion(options, size);
   AutoAlloc<BaseBitmap> bitmap;
   makeBitmap(*bitmap, size);
 
   RunTimes times{scene.loadMs, 0};
-  if (!options.stats.empty())
-    times.cloneMs = measureClone(*scene.document, settings, options.region.has_value());
+  if (!options.stats.empty()) times.cloneMs = measureClone(*scene.document, settings, region.has_value());
   BaseDocument& document = *scene.document;
   host::setActiveDocument(scene.document.release());
-  const JobResult job = runJob(document, *bitmap, settings, options.region, messages);
+  const JobResult job = runJob(document, *bitmap, settings, region, messages);
 
   // A break before the first frame leaves the result of a good render, so the request alone counts.
   if (interrupted()) throw Stop(ExitCode::cancelled, "cancelled; " + options.image + " was not written");

@@ -9,5 +9,7 @@ ExitCode runRender(const RenderOptions& options);
 ExitCode runAnimate(const AnimateOptions& options);
 ExitCode runInfo(const InfoOptions& options);
 ExitCode runSettings(const SettingsOptions& options);
+ExitCode runCompare(const CompareOptions& options);
+ExitCode runHistory(const HistoryOptions& options);
 
 } // namespace batch

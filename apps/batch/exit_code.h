@@ -8,8 +8,9 @@ namespace batch {
 
 enum class ExitCode {
   done = 0,
+  tooDifferent = 1,      // two pictures, by more than was allowed
   wrongUse = 2,          // options, keys, values, names that are not there
-  sceneUnreadable = 3,   // the scene
+  sceneUnreadable = 3,   // the scene, or a picture
   outputNotWritable = 4, // picture, statistics, settings
   renderFailed = 5,      // or an asset is missing; the picture is saved all the same
   cancelled = 130        // by Ctrl-C

@@ -1,4 +1,5 @@
-// lumenara: renders scenes and animations, tells what they hold, and keeps the plug-in's settings.
+// lumenara: renders scenes and animations, tells what they hold, compares pictures, and keeps the plug-in's
+// settings and history.
 #include <cstdio>
 #include <exception>
 #include <new>
@@ -18,6 +19,8 @@ ExitCode run(const CommandLine& line) {
   if (const auto* render = std::get_if<RenderOptions>(&line)) return runRender(*render);
   if (const auto* animate = std::get_if<AnimateOptions>(&line)) return runAnimate(*animate);
   if (const auto* info = std::get_if<InfoOptions>(&line)) return runInfo(*info);
+  if (const auto* compare = std::get_if<CompareOptions>(&line)) return runCompare(*compare);
+  if (const auto* history = std::get_if<HistoryOptions>(&line)) return runHistory(*history);
   return runSettings(std::get<SettingsOptions>(line));
 }
 
