@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <vector>
 
 #include "lm_keys.h"
@@ -17,18 +18,23 @@ Bool IsNotEarlier(LONG time, LONG other) {
   return static_cast<LONG>(static_cast<ULONG>(time) - static_cast<ULONG>(other)) >= 0;
 }
 
-struct Pixel {
-  UWORD r = 0, g = 0, b = 0;
-};
-
-Pixel GetPixel(const BaseBitmap& bmp, LONG x, LONG y) {
-  Pixel pixel;
-  bmp.GetPixel(x, y, &pixel.r, &pixel.g, &pixel.b);
-  return pixel;
+inline void CopyPixel(const BaseBitmap& from, LONG fromX, LONG fromY, BaseBitmap& to, LONG x, LONG y) {
+  UWORD r, g, b;
+  from.GetPixel(fromX, fromY, &r, &g, &b);
+  to.SetPixel(x, y, r, g, b);
 }
 
-void SetPixel(BaseBitmap& bmp, LONG x, LONG y, const Pixel& pixel) {
-  bmp.SetPixel(x, y, pixel.r, pixel.g, pixel.b);
+/// Writes `mix(a, b)` of every channel value into the upper left part of the target.
+template <class Mix>
+void MixPixels(const BaseBitmap& a, const BaseBitmap& b, BaseBitmap& target, LONG w, LONG h, Mix mix) {
+  UWORD aR, aG, aB, bR, bG, bB;
+  for (LONG y = 0; y < h; ++y) {
+    for (LONG x = 0; x < w; ++x) {
+      a.GetPixel(x, y, &aR, &aG, &aB);
+      b.GetPixel(x, y, &bR, &bG, &bB);
+      target.SetPixel(x, y, mix(aR, bR), mix(aG, bG), mix(aB, bB));
+    }
+  }
 }
 
 } // namespace
@@ -202,10 +208,11 @@ void lmUserArea::DrawProgressStrip() {
     for (LONG x = 0; x < columns; ++x) {
       LONG r, g, b, a;
       strip->GetPixelRGBA(x, first + y, &r, &g, &b, &a);
-      const Pixel below = GetPixel(*display, x, y);
+      UWORD oldR, oldG, oldB;
+      display->GetPixel(x, y, &oldR, &oldG, &oldB);
       // floor((strip - display) * a / 255 + display), which is never negative
       const auto blend = [a](LONG top, LONG bottom) { return ((top - bottom) * a + bottom * 255) / 255; };
-      display->SetPixel(x, y, blend(r, below.r), blend(g, below.g), blend(b, below.b));
+      display->SetPixel(x, y, blend(r, oldR), blend(g, oldG), blend(b, oldB));
     }
   }
 }
@@ -225,7 +232,7 @@ void lmUserArea::HistoryPrepare(Real slider, LONG style) {
     const Real split = std::floor(width * 0.5 * (slider + 1));
     for (LONG y = 0; y < height; ++y) {
       for (LONG x = 0; x < width; ++x)
-        SetPixel(*display, x, y, GetPixel(x < split ? *workB : *workA, x, y));
+        CopyPixel(x < split ? *workB : *workA, x, y, *display, x, y);
     }
     break;
   }
@@ -234,7 +241,7 @@ void lmUserArea::HistoryPrepare(Real slider, LONG style) {
     for (LONG y = 0; y < height; ++y) {
       const BaseBitmap& source = y < split ? *workB : *workA;
       for (LONG x = 0; x < width; ++x)
-        SetPixel(*display, x, y, GetPixel(source, x, y));
+        CopyPixel(source, x, y, *display, x, y);
     }
     break;
   }
@@ -247,22 +254,12 @@ void lmUserArea::HistoryPrepare(Real slider, LONG style) {
         table[static_cast<std::size_t>(a * 256 + b)] =
             static_cast<UCHAR>(std::clamp(std::floor((b - a) * t + a), 0.0, 255.0));
     }
-    for (LONG y = 0; y < height; ++y) {
-      for (LONG x = 0; x < width; ++x) {
-        const Pixel a = GetPixel(*workA, x, y), b = GetPixel(*workB, x, y);
-        const auto blend = [&table](UWORD from, UWORD to) { return table[from * 256u + to]; };
-        display->SetPixel(x, y, blend(a.r, b.r), blend(a.g, b.g), blend(a.b, b.b));
-      }
-    }
+    MixPixels(*workA, *workB, *display, width, height,
+              [values = table.data()](UWORD a, UWORD b) { return values[a * 256 + b]; });
     break;
   }
   case COMPARE_DIFFERENCE:
-    for (LONG y = 0; y < height; ++y) {
-      for (LONG x = 0; x < width; ++x) {
-        const Pixel a = GetPixel(*workA, x, y), b = GetPixel(*workB, x, y);
-        display->SetPixel(x, y, std::abs(a.r - b.r), std::abs(a.g - b.g), std::abs(a.b - b.b));
-      }
-    }
+    MixPixels(*workA, *workB, *display, width, height, [](UWORD a, UWORD b) { return std::abs(a - b); });
     ShowBitmap(display);
     break;
   default:
@@ -282,14 +279,14 @@ void lmUserArea::PrepareSlot(const BaseBitmap& slot, BaseBitmap& work) const {
     for (LONG y = top, fromY = 0; y <= height - top; ++y, ++fromY) {
       if (y < 0 || y >= height) continue;
       for (LONG x = left, fromX = 0; x < width - left; ++x, ++fromX) {
-        if (x >= 0 && x < width) SetPixel(work, x, y, GetPixel(slot, fromX, fromY));
+        if (x >= 0 && x < width) CopyPixel(slot, fromX, fromY, work, x, y);
       }
     }
   } else {
     // One row and one column outside the picture are read too.
     for (LONG y = 0; y < height && y <= h; ++y) {
       for (LONG x = 0; x < width && x <= w; ++x)
-        SetPixel(work, x, y, GetPixel(slot, x, y));
+        CopyPixel(slot, x, y, work, x, y);
     }
   }
 }

@@ -657,23 +657,29 @@ TEST_F(ViewerTest, SwapAndAddReachTheView) {
   EXPECT_EQ(historyNames(), (std::vector<std::string>{"[001].tif"}));
 }
 
-// ---- The two dialogs
+// ---- The Options dialog
 
-TEST_F(ViewerTest, OptionsClosedWithOkAreTakenOver) {
-  openEnabled();
+class ViewerOptionsTest : public ViewerFixture {
+ protected:
+  void SetUp() override {
+    ViewerFixture::SetUp();
+    ASSERT_TRUE(PluginMessage(C4DPL_INIT_SYS, nullptr)); // opens the dialogs' descriptions
+    openEnabled();
+  }
+};
+
+TEST_F(ViewerOptionsTest, OptionsClosedWithOkAreTakenOver) {
   ui.dialogScripts.push_back([](GeDialog& dialog) {
     host::clickGadget(dialog, LM_AUTO_REFRESH);
-    host::clickGadget(dialog, LM_LOCK);
     host::clickGadget(dialog, IDC_OK);
   });
   choose(1101);
   EXPECT_EQ(option(LM_AUTO_REFRESH), 1);
   EXPECT_EQ(host::findGadget(*viewer, AUTO_REFRESH)->number, 1);
-  EXPECT_EQ(isChecked(LOCK), option(LM_LOCK) == 1);
+  EXPECT_EQ(storedOption(LM_AUTO_REFRESH), 1);
 }
 
-TEST_F(ViewerTest, OptionsLoadTheNewestPictures) {
-  openEnabled();
+TEST_F(ViewerOptionsTest, OptionsLoadTheNewestPictures) {
   addHistoryFile("a[001].tif", 1, {200, 0, 0});
   addHistoryFile("a[002].tif", 2, {0, 0, 200});
   ui.dialogScripts.push_back([](GeDialog& dialog) { host::clickGadget(dialog, IDC_CANCEL); });
@@ -685,8 +691,7 @@ TEST_F(ViewerTest, OptionsLoadTheNewestPictures) {
   EXPECT_TRUE(isFilled(*viewer->view.imageB, {0, 0, 200}));
 }
 
-TEST_F(ViewerTest, OptionsChangeTheViewsSize) {
-  openEnabled(64, 48);
+TEST_F(ViewerOptionsTest, OptionsChangeTheViewsSize) {
   ui.dialogScripts.push_back([](GeDialog& dialog) {
     host::chooseEntry(dialog, LM_VIEW_SIZE, 2);
     host::clickGadget(dialog, IDC_OK);
