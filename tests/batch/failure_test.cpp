@@ -57,39 +57,47 @@ class Failure : public testing::Test {
 
 TEST_F(Failure, WrongUse) {
   const std::string file = scene(), picture = folder / "picture.png";
-  const std::vector<Arguments> wrong{{},
-                                     {"paint"},
-                                     {"render"},
-                                     {"render", file},
-                                     {"render", "-o", picture},
-                                     {"render", file, file, "-o", picture},
-                                     {"render", file, "-o", picture, "--size", "0x10"},
-                                     {"render", file, "-o", picture, "--size", "10"},
-                                     {"render", file, "-o", picture, "--size", "10x10x10"},
-                                     {"render", file, "-o", picture, "--size", "32769x10"},
-                                     {"render", file, "-o", picture, "--size", "10x-5"},
-                                     {"render", file, "-o", picture, "--frame", "one"},
-                                     {"render", file, "-o", picture, "--frame", "99999999999"},
-                                     {"render", file, "-o", picture, "--region", "1,2,3"},
-                                     {"render", file, "-o", picture, "--region", "10,10,9,20"},
-                                     {"render", file, "-o", picture, "--region", "-1,0,9,20"},
-                                     {"render", file, "-o", picture, "--region", "5000,5000,5010,5010"},
-                                     {"render", file, "-o", picture, "--set", "LM_NOTHING=1"},
-                                     {"render", file, "-o", picture, "--set", "LM_OPT_15004"},
-                                     {"render", file, "-o", picture, "--set", "LM_OPT_15004=best"},
-                                     {"render", file, "-o", picture, "--set", "=1"},
-                                     {"render", file, "-o", picture, "--samples", "0"},
-                                     {"render", file, "-o", picture, "--samples", "-3"},
-                                     {"render", file, "-o", picture, "--threads", "0"},
-                                     {"render", file, "-o", picture, "--threads", "many"},
-                                     {"render", file, "-o", picture, "--camera"},
-                                     {"render", file, "-o", picture, "--nothing"},
-                                     {"render", file, "-o", folder / "picture"},
-                                     {"render", file, "-o", folder / "picture.gif"},
-                                     {"render", file, "-o", folder / "picture.psd"},
-                                     {"info"},
-                                     {"info", file, file},
-                                     {"info", file, "--yaml"}};
+  const std::vector<Arguments> wrong{
+      {},
+      {"paint"},
+      {"render"},
+      {"render", file},
+      {"render", "-o", picture},
+      {"render", file, file, "-o", picture},
+      {"render", file, "-o", picture, "--size", "0x10"},
+      {"render", file, "-o", picture, "--size", "10"},
+      {"render", file, "-o", picture, "--size", "10x10x10"},
+      {"render", file, "-o", picture, "--size", "32769x10"},
+      {"render", file, "-o", picture, "--size", "10x-5"},
+      {"render", file, "-o", picture, "--frame", "one"},
+      {"render", file, "-o", picture, "--frame", "99999999999"},
+      {"render", file, "-o", picture, "--region", "1,2,3"},
+      {"render", file, "-o", picture, "--region", "10,10,9,20"},
+      {"render", file, "-o", picture, "--region", "-1,0,9,20"},
+      {"render", file, "-o", picture, "--region", "5000,5000,5010,5010"},
+      {"render", file, "-o", picture, "--region-box", "0.1,0.1"},
+      {"render", file, "-o", picture, "--region-box", "0.1,0.1,0.5,"},
+      {"render", file, "-o", picture, "--region-box", "0.1;0.1;0.5"},
+      {"render", file, "-o", picture, "--region-box", "0.1,0.1,0"},
+      {"render", file, "-o", picture, "--region-box", "1.1,0.1,0.5"},
+      {"render", file, "-o", picture, "--region-box", "nan,0,0.5"},
+      {"render", file, "-o", picture, "--region-box", "0,0,0.5", "--region", "0,0,9,9"},
+      {"render", file, "-o", picture, "--set", "LM_NOTHING=1"},
+      {"render", file, "-o", picture, "--set", "LM_OPT_15004"},
+      {"render", file, "-o", picture, "--set", "LM_OPT_15004=best"},
+      {"render", file, "-o", picture, "--set", "=1"},
+      {"render", file, "-o", picture, "--samples", "0"},
+      {"render", file, "-o", picture, "--samples", "-3"},
+      {"render", file, "-o", picture, "--threads", "0"},
+      {"render", file, "-o", picture, "--threads", "many"},
+      {"render", file, "-o", picture, "--camera"},
+      {"render", file, "-o", picture, "--nothing"},
+      {"render", file, "-o", folder / "picture"},
+      {"render", file, "-o", folder / "picture.gif"},
+      {"render", file, "-o", folder / "picture.psd"},
+      {"info"},
+      {"info", file, file},
+      {"info", file, "--yaml"}};
   for (const Arguments& arguments : wrong) {
     std::string text;
     for (const std::string& argument : arguments)
@@ -111,8 +119,8 @@ TEST_F(Failure, HelpAndVersionAreNoFailures) {
   }
   const Outcome render = run({"render", "--help"}, folder / "home");
   EXPECT_EQ(render.code, 0);
-  for (const char* word : {"--size", "--frame", "--camera", "--region", "--set", "--samples", "--threads",
-                           "--home", "--stats", "--quiet", "--output"}) {
+  for (const char* word : {"--size", "--frame", "--camera", "--region", "--region-box", "--set", "--samples",
+                           "--threads", "--home", "--stats", "--quiet", "--output"}) {
     EXPECT_NE(render.out.find(word), std::string::npos) << word << "\n" << render.out;
   }
   const Outcome version = run({"--version"}, folder / "home");

@@ -196,6 +196,20 @@ TEST_F(Render, RegionBeyondTheEdgeIsClipped) {
   EXPECT_TRUE(isBlue(picture, 48, 48));
 }
 
+// A box says the same as its pixels, and is moved back from an edge.
+TEST_F(Render, ARegionBoxIsARegion) {
+  const std::string scene = writeTinyScene(folder.path());
+  const auto same = [&](const char* box, const char* pixels) {
+    const Picture byBox = renderPicture(scene, "box.png", {"--region-box", box});
+    const Picture byPixels = renderPicture(scene, "pixels.png", {"--region", pixels});
+    EXPECT_EQ(byBox.pixels, byPixels.pixels) << box;
+    EXPECT_TRUE(isRed(byBox, 20, 20) || isBlue(byBox, 48, 48)) << box;
+  };
+  same("0.25,0.125,0.5", "16,8,47,39");
+  same("0.9,0.9,0.5", "32,32,63,63");
+  same("0,0,1", "0,0,63,63");
+}
+
 // A key by its name and by its number do the same: the textures' and materials' colour channel goes.
 TEST_F(Render, SettingsByNameAndNumber) {
   const std::string scene = writeTinyScene(folder.path());
