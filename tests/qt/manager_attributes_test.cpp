@@ -1,0 +1,281 @@
+// The attribute manager: fields show the selection, edits through them reach it, drags are one step.
+#include <QCheckBox>
+#include <QColorDialog>
+#include <QComboBox>
+#include <QLabel>
+#include <QLineEdit>
+
+#include "attribute_fields.h"
+#include "attribute_manager.h"
+#include "manager_kit.h"
+#include "number_field.h"
+
+using namespace host;
+
+namespace {
+
+class ManagerAttributesTest : public ManagerTest {
+ public:
+  ManagerAttributesTest() {
+    manager = std::make_unique<AttributeManager>(*session);
+    manager->resize(300, 560);
+    manager->show();
+    manager->activateWindow();
+    settle();
+  }
+  ~ManagerAttributesTest() override { manager.reset(); }
+
+  std::unique_ptr<AttributeManager> manager;
+
+  template <class Field>
+  Field& field(AttributeId id) {
+    auto* found = dynamic_cast<Field*>(manager->field(id));
+    if (!found) throw std::runtime_error("there is no such field");
+    return *found;
+  }
+  void type(QLineEdit& edit, const char* text) {
+    edit.setFocus();
+    edit.selectAll();
+    QTest::keyClicks(&edit, QLatin1String(text));
+    QTest::keyClick(&edit, Qt::Key_Return);
+    settle();
+  }
+  static void drag(NumberField& field, int pixels, bool escape = false) {
+    const QPoint start = field.rect().center();
+    QTest::mousePress(&field, Qt::LeftButton, {}, start);
+    for (int x = 1; x <= pixels; ++x) {
+      const QPoint at = start + QPoint(x, 0);
+      QMouseEvent move(QEvent::MouseMove, at, field.mapToGlobal(at), Qt::NoButton, Qt::LeftButton, {});
+      QApplication::sendEvent(&field, &move);
+      settle();
+    }
+    if (escape) QTest::keyClick(&field, Qt::Key_Escape);
+    QTest::mouseRelease(&field, Qt::LeftButton, {}, start + QPoint(pixels, 0));
+    settle();
+  }
+};
+
+TEST_F(ManagerAttributesTest, NothingSelectedTeaches) {
+  auto* words = manager->findChild<QLabel*>(QStringLiteral("attributesEmpty"));
+  ASSERT_TRUE(words);
+  EXPECT_TRUE(words->isVisible());
+  EXPECT_TRUE(words->text().contains(QStringLiteral("Select an object")));
+  EXPECT_TRUE(manager->nodes().empty());
+  keepPicture(*manager, QStringLiteral("attributes-empty"));
+}
+
+TEST_F(ManagerAttributesTest, FieldsAreThoseOfTheKind) {
+  select({id("lamp")});
+  EXPECT_TRUE(manager->field(AttributeId::lightIntensity));
+  EXPECT_TRUE(manager->field(AttributeId::lightRadius));
+  EXPECT_FALSE(manager->field(AttributeId::lightOuterCone));
+  EXPECT_FALSE(manager->field(AttributeId::cameraFieldOfView));
+  select({id("camera")});
+  EXPECT_TRUE(manager->field(AttributeId::cameraFieldOfView));
+  EXPECT_FALSE(manager->field(AttributeId::lightIntensity));
+  select({id("camera"), id("lamp")});
+  EXPECT_TRUE(manager->field(AttributeId::position));
+  EXPECT_FALSE(manager->field(AttributeId::lightIntensity));
+}
+
+TEST_F(ManagerAttributesTest, TypedValuesReachTheDocument) {
+  select({id("lamp")});
+  const DocumentPtr before = copy();
+  type(field<VectorAttributeField>(AttributeId::position).part(1), "9/2");
+  EXPECT_EQ(attribute("lamp", AttributeId::position).GetVector(), Vector(0, 4.5, 0));
+  EXPECT_EQ(edits().undoName(), String("Change Position"));
+  type(field<TextAttributeField>(AttributeId::name).edit(), "key");
+  EXPECT_TRUE(document().SearchObject("key"));
+  type(field<NumberAttributeField>(AttributeId::lightIntensity).number(), "25");
+  EXPECT_EQ(attribute("key", AttributeId::lightIntensity).GetReal(), 25);
+  EXPECT_EQ(edits().stepCount(), 3u);
+  for (int i = 0; i < 3; ++i)
+    edits().undo();
+  expectEqual(before);
+  settle();
+  EXPECT_EQ(field<VectorAttributeField>(AttributeId::position).part(1).value(), 4);
+  EXPECT_EQ(field<TextAttributeField>(AttributeId::name).edit().text(), QStringLiteral("lamp"));
+}
+
+TEST_F(ManagerAttributesTest, RangesAndUnitsHold) {
+  select({id("camera")});
+  NumberField& view = field<NumberAttributeField>(AttributeId::cameraFieldOfView).number();
+  type(view, "500");
+  EXPECT_NEAR(attribute("camera", AttributeId::cameraFieldOfView).GetReal(), 179, 1e-9);
+  type(view, "60");
+  EXPECT_NEAR(document().SearchObject("camera")->GetDataInstance()->GetReal(param::cameraYfov), 1.0471975512,
+              1e-9)
+      << "stored in radians";
+  EXPECT_EQ(view.suffix(), QString(QChar(0xb0)));
+  EXPECT_EQ(field<VectorAttributeField>(AttributeId::position).part(0).suffix(), QStringLiteral(" m"));
+}
+
+TEST_F(ManagerAttributesTest, ADragIsLiveAndOneStep) {
+  select({id("lamp"), id("spot")});
+  int events = 0;
+  const Subscription heard = session->hub().changed.add([&] { ++events; });
+  const DocumentPtr before = copy();
+  NumberField& x = field<VectorAttributeField>(AttributeId::position).part(0);
+  drag(x, 40);
+  const Vector lamp = attribute("lamp", AttributeId::position).GetVector();
+  EXPECT_GT(lamp.x, 0);
+  EXPECT_EQ(lamp.y, 4) << "only the dragged part";
+  EXPECT_EQ(attribute("spot", AttributeId::position).GetVector().x, lamp.x);
+  EXPECT_GT(events, 5) << "views follow the drag";
+  EXPECT_EQ(edits().stepCount(), 1u);
+  edits().undo();
+  expectEqual(before);
+}
+
+TEST_F(ManagerAttributesTest, EscapeTakesADragBack) {
+  select({id("lamp")});
+  const DocumentPtr before = copy();
+  drag(field<VectorAttributeField>(AttributeId::position).part(0), 30, true);
+  expectEqual(before);
+  EXPECT_EQ(edits().stepCount(), 0u);
+  EXPECT_FALSE(edits().isContinuous());
+}
+
+TEST_F(ManagerAttributesTest, MixedValuesShowAsSuchAndTypingSetsAll) {
+  select({id("lamp"), id("camera")});
+  auto& position = field<VectorAttributeField>(AttributeId::position);
+  EXPECT_FALSE(position.part(0).isMixed()) << "both at 0";
+  EXPECT_TRUE(position.part(1).isMixed());
+  EXPECT_TRUE(position.part(2).isMixed());
+  EXPECT_TRUE(field<TextAttributeField>(AttributeId::name).edit().text().isEmpty());
+  type(position.part(1), "2");
+  EXPECT_EQ(attribute("lamp", AttributeId::position).GetVector(), Vector(0, 2, 0));
+  EXPECT_EQ(attribute("camera", AttributeId::position).GetVector(), Vector(0, 2, 8));
+  EXPECT_FALSE(position.part(1).isMixed());
+  EXPECT_TRUE(position.part(2).isMixed());
+}
+
+TEST_F(ManagerAttributesTest, MixedSwitchesAreTurnedOnTogether) {
+  edits().apply("Hide", [&](BaseDocument& in) {
+    setAttribute(in, std::vector{id("lamp")}, AttributeId::visibleRender, GeData::FromBool(FALSE));
+  });
+  select({id("lamp"), id("camera")});
+  QCheckBox& box = field<SwitchAttributeField>(AttributeId::visibleRender).box();
+  EXPECT_EQ(box.checkState(), Qt::PartiallyChecked);
+  box.click();
+  settle();
+  EXPECT_EQ(box.checkState(), Qt::Checked);
+  EXPECT_TRUE(attribute("lamp", AttributeId::visibleRender).GetBool());
+  box.click();
+  settle();
+  EXPECT_FALSE(attribute("camera", AttributeId::visibleRender).GetBool());
+}
+
+TEST_F(ManagerAttributesTest, AChoiceChangesTheFields) {
+  select({id("lamp")});
+  QComboBox& kind = field<ChoiceAttributeField>(AttributeId::lightKind).box();
+  kind.setFocus();
+  QTest::keyClick(&kind, Qt::Key_Down);
+  settle();
+  EXPECT_EQ(attribute("lamp", AttributeId::lightKind).GetLong(), 1);
+  EXPECT_TRUE(manager->field(AttributeId::lightOuterCone));
+  edits().undo();
+  settle();
+  EXPECT_FALSE(manager->field(AttributeId::lightOuterCone));
+}
+
+TEST_F(ManagerAttributesTest, ColoursAreTypedAndLinear) {
+  select({id("lamp")});
+  auto& color = field<ColorAttributeField>(AttributeId::lightColor);
+  type(color.code(), "#ff8000");
+  const Vector value = attribute("lamp", AttributeId::lightColor).GetVector();
+  EXPECT_NEAR(value.x, 1, 1e-6);
+  EXPECT_NEAR(value.y, std::pow((128 / 255.0 + 0.055) / 1.055, 2.4), 1e-4);
+  EXPECT_EQ(value.z, 0);
+  EXPECT_EQ(color.color().name(), QStringLiteral("#ff8000"));
+  ASSERT_TRUE(color.brightness());
+  type(*color.brightness(), "300");
+  const Vector bright = attribute("lamp", AttributeId::lightColor).GetVector();
+  EXPECT_NEAR(bright.x, 3, 1e-9);
+  EXPECT_NEAR(bright.y, 3 * value.y, 1e-9);
+  EXPECT_EQ(color.color().name(), QStringLiteral("#ff8000")) << "the hue stays";
+  type(color.code(), "no colour");
+  EXPECT_EQ(attribute("lamp", AttributeId::lightColor).GetVector(), bright);
+  EXPECT_EQ(color.code().text(), QStringLiteral("#ff8000"));
+}
+
+TEST_F(ManagerAttributesTest, TheColourChooserIsLiveAndOneStep) {
+  select({id("lamp")});
+  const DocumentPtr before = copy();
+  const auto chooser = [&]() -> QColorDialog& {
+    field<ColorAttributeField>(AttributeId::lightColor).swatch().click();
+    auto* found = manager->findChild<QColorDialog*>(QStringLiteral("colorChooser"));
+    if (!found) throw std::runtime_error("no chooser");
+    return *found;
+  };
+  QColorDialog& first = chooser();
+  first.setCurrentColor(QColor(255, 0, 0));
+  settle();
+  EXPECT_EQ(attribute("lamp", AttributeId::lightColor).GetVector(), Vector(1, 0, 0)) << "while it is open";
+  first.setCurrentColor(QColor(0, 255, 0));
+  first.accept();
+  settle();
+  EXPECT_EQ(attribute("lamp", AttributeId::lightColor).GetVector(), Vector(0, 1, 0));
+  EXPECT_EQ(edits().stepCount(), 1u);
+  edits().undo();
+  expectEqual(before);
+  settle();
+  QColorDialog& second = chooser();
+  second.setCurrentColor(QColor(255, 0, 0));
+  second.reject();
+  settle();
+  expectEqual(before);
+  EXPECT_FALSE(edits().isContinuous());
+}
+
+TEST_F(ManagerAttributesTest, AReloadEndsAnOpenChooser) {
+  select({id("lamp")});
+  field<ColorAttributeField>(AttributeId::lightColor).swatch().click();
+  session->hub().replace(scene(), Replacement::reloaded);
+  settle();
+  EXPECT_FALSE(edits().isContinuous());
+  EXPECT_FALSE(manager->findChild<QColorDialog*>(QStringLiteral("colorChooser")));
+}
+
+TEST_F(ManagerAttributesTest, MaterialsAndObjectsTakeTurns) {
+  select({id("lamp")});
+  EXPECT_TRUE(manager->field(AttributeId::lightColor));
+  edits().apply("Select", [&](BaseDocument& in) { selectMaterial(in, material("red")); });
+  settle();
+  ASSERT_TRUE(manager->field(AttributeId::materialRoughness));
+  EXPECT_EQ(manager->nodes(), std::vector{material("red")});
+  type(field<NumberAttributeField>(AttributeId::materialRoughness).number(), "0.25");
+  EXPECT_EQ(attributeValue(document(), material("red"), AttributeId::materialRoughness).GetReal(), 0.25);
+  keepPicture(*manager, QStringLiteral("attributes-material"));
+  select({id("camera")});
+  EXPECT_TRUE(manager->field(AttributeId::cameraFieldOfView));
+  select({});
+  EXPECT_TRUE(manager->field(AttributeId::materialRoughness)) << "the material is still selected";
+}
+
+TEST_F(ManagerAttributesTest, WheelStepsThatFollowEachOtherAreOneStep) {
+  select({id("lamp")});
+  NumberField& number = field<NumberAttributeField>(AttributeId::lightIntensity).number();
+  const double before = attribute("lamp", AttributeId::lightIntensity).GetReal();
+  number.setFocus();
+  for (int i = 0; i < 3; ++i)
+    QTest::keyClick(&number, Qt::Key_Up);
+  settle();
+  EXPECT_NEAR(attribute("lamp", AttributeId::lightIntensity).GetReal(), before + 0.3, 1e-9);
+  EXPECT_EQ(edits().stepCount(), 1u);
+}
+
+TEST_F(ManagerAttributesTest, Looks) {
+  select({id("spot")});
+  EXPECT_EQ(manager->grab().size(), QSize(300, 560));
+  for (const AttributeId id : {AttributeId::name, AttributeId::position, AttributeId::lightColor,
+                               AttributeId::lightIntensity, AttributeId::lightKind}) {
+    const QWidget& shown = *manager->field(id);
+    EXPECT_LE(shown.mapTo(manager.get(), QPoint(shown.width(), 0)).x(), 300 - 10) << "nothing is cut off";
+  }
+  keepPicture(*manager, QStringLiteral("attributes-spot"));
+  select({id("lamp"), id("camera")});
+  keepPicture(*manager, QStringLiteral("attributes-mixed"));
+}
+
+} // namespace

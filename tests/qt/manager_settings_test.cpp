@@ -1,0 +1,274 @@
+// The render settings: every field reaches the document and follows it.
+#include <QCheckBox>
+#include <QComboBox>
+#include <QLabel>
+#include <QListWidget>
+#include <QMenu>
+#include <QPushButton>
+#include <QTabWidget>
+
+#include "c4d_render.h"
+#include "manager_kit.h"
+#include "number_field.h"
+#include "plugin_registry.h"
+#include "render_settings_dialog.h"
+
+using namespace host;
+
+namespace {
+
+class ManagerSettingsTest : public ManagerTest {
+ public:
+  ManagerSettingsTest() {
+    dialog = std::make_unique<RenderSettingsDialog>(*session);
+    dialog->show();
+    dialog->activateWindow();
+    settle();
+  }
+  ~ManagerSettingsTest() override { dialog.reset(); }
+
+  std::unique_ptr<RenderSettingsDialog> dialog;
+
+  GeData value(LONG id) { return renderValue(document(), id); }
+  NumberField& number(LONG id) { return dynamic_cast<NumberField&>(*dialog->field(id)); }
+  QComboBox& choice(LONG id) { return dynamic_cast<QComboBox&>(*dialog->field(id)); }
+  QCheckBox& box(LONG id) { return dynamic_cast<QCheckBox&>(*dialog->field(id)); }
+  void type(LONG id, const char* text) {
+    NumberField& field = number(id);
+    showPageOf(field);
+    field.setFocus();
+    field.selectAll();
+    QTest::keyClicks(&field, QLatin1String(text));
+    QTest::keyClick(&field, Qt::Key_Return);
+    settle();
+  }
+  void choose(LONG id, int index) {
+    QComboBox& field = choice(id);
+    showPageOf(field);
+    field.setFocus();
+    const int steps = index - field.currentIndex();
+    for (int i = 0; i < std::abs(steps); ++i)
+      QTest::keyClick(&field, steps > 0 ? Qt::Key_Down : Qt::Key_Up);
+    settle();
+  }
+  void showPageOf(const QWidget& field) {
+    for (int page = 0; page < dialog->tabs().count(); ++page)
+      if (dialog->tabs().widget(page)->isAncestorOf(&field)) dialog->tabs().setCurrentIndex(page);
+  }
+};
+
+TEST_F(ManagerSettingsTest, NumbersReachTheDocument) {
+  const DocumentPtr before = copy();
+  type(RDATA_XRES, "800");
+  type(RDATA_YRES, "600");
+  type(RDATA_MAXSAMPLES, "2*128");
+  type(RDATA_NOISETHRESHOLD, "0.005");
+  type(RDATA_LOD, "50");
+  EXPECT_EQ(value(RDATA_XRES).GetLong(), 800);
+  EXPECT_EQ(value(RDATA_YRES).GetLong(), 600);
+  EXPECT_EQ(value(RDATA_MAXSAMPLES).GetLong(), 256);
+  EXPECT_DOUBLE_EQ(value(RDATA_NOISETHRESHOLD).GetReal(), 0.005);
+  EXPECT_DOUBLE_EQ(value(RDATA_LOD).GetReal(), 0.5);
+  EXPECT_EQ(edits().stepCount(), 5u);
+  EXPECT_EQ(edits().undoName(), String("Change Render Settings"));
+  for (int i = 0; i < 5; ++i)
+    edits().undo();
+  expectEqual(before);
+  settle();
+  EXPECT_EQ(number(RDATA_XRES).value(), 1280) << "the fields follow";
+  EXPECT_EQ(number(RDATA_LOD).value(), 100);
+}
+
+TEST_F(ManagerSettingsTest, NumbersAreCutToTheirRanges) {
+  type(RDATA_XRES, "0");
+  EXPECT_EQ(value(RDATA_XRES).GetLong(), 1);
+  type(RDATA_XRES, "1e9");
+  EXPECT_EQ(value(RDATA_XRES).GetLong(), 32768);
+  type(RDATA_MAXSAMPLES, "-4");
+  EXPECT_EQ(value(RDATA_MAXSAMPLES).GetLong(), 1);
+  type(RDATA_NOISETHRESHOLD, "7");
+  EXPECT_EQ(value(RDATA_NOISETHRESHOLD).GetReal(), 1);
+}
+
+TEST_F(ManagerSettingsTest, ProportionsAreKept) {
+  dialog->setProportional(true);
+  type(RDATA_XRES, "640");
+  EXPECT_EQ(value(RDATA_YRES).GetLong(), 360);
+  EXPECT_EQ(edits().stepCount(), 1u) << "both sides are one step";
+  type(RDATA_YRES, "1080");
+  EXPECT_EQ(value(RDATA_XRES).GetLong(), 1920);
+  auto* presets = dialog->findChild<QComboBox*>(QStringLiteral("presets"));
+  EXPECT_TRUE(presets->currentText().startsWith(QStringLiteral("Full HD")));
+  dialog->setProportional(false);
+  type(RDATA_XRES, "1000");
+  EXPECT_EQ(value(RDATA_YRES).GetLong(), 1080);
+  EXPECT_EQ(presets->currentIndex(), -1);
+}
+
+TEST_F(ManagerSettingsTest, ChoicesReachTheDocument) {
+  choose(RDATA_ANTIALIASING, 1);
+  EXPECT_EQ(value(RDATA_ANTIALIASING).GetLong(), 1);
+  choose(RDATA_AAFILTER, 6);
+  EXPECT_EQ(value(RDATA_AAFILTER).GetLong(), 6);
+  choose(RDATA_RENDERENGINE, 2);
+  EXPECT_EQ(value(RDATA_RENDERENGINE).GetLong(), RDATA_RENDERENGINE_PREVIEWHARDWARE);
+  edits().apply("Foreign",
+                [](BaseDocument& in) { setRenderValue(in, RDATA_RENDERENGINE, GeData(LONG{77})); });
+  settle();
+  EXPECT_EQ(choice(RDATA_RENDERENGINE).currentData().toInt(), 77)
+      << "what has no word here is shown and stays";
+}
+
+TEST_F(ManagerSettingsTest, EverySwitchReachesTheDocument) {
+  dialog->tabs().setCurrentIndex(2);
+  for (const LONG id :
+       {RDATA_TEXTURES, RDATA_ENABLEBLURRY, RDATA_OPTION_LIMITREFLECTION, RDATA_OPTION_REFLECTION,
+        RDATA_OPTION_REFRACTION, RDATA_OPTION_TRANSPARENCY, RDATA_SSS, RDATA_SUBPOLYGON_DISPLACEMENT,
+        RDATA_OPTION_LIMITSHADOW, RDATA_OPTION_SHADOW, RDATA_VOLUMETRICLIGHTING, RDATA_ACTIVEOBJECTONLY,
+        RDATA_POSTEFFECTS_ENABLE, RDATA_SAVEIMAGE, RDATA_MULTIPASS_ENABLE, RDATA_MULTIPASS_SAVEIMAGE,
+        RDATA_RENDERREGION}) {
+    const bool before = value(id).GetBool();
+    EXPECT_EQ(box(id).isChecked(), before) << id;
+    EXPECT_TRUE(box(id).isEnabled()) << id;
+    box(id).click();
+    settle();
+    EXPECT_EQ(value(id).GetBool() != FALSE, !before) << id;
+    edits().undo();
+    settle();
+    EXPECT_EQ(box(id).isChecked(), before) << id;
+    // Those that hang on another are off with it; the loop reaches the multi-pass file after its switch.
+    if (id == RDATA_MULTIPASS_ENABLE) box(id).click(), settle();
+  }
+}
+
+TEST_F(ManagerSettingsTest, FieldsAreEnabledWhereTheyCount) {
+  EXPECT_FALSE(number(RDATA_RENDERREGION_LEFT).isEnabled());
+  box(RDATA_RENDERREGION).click();
+  settle();
+  EXPECT_TRUE(number(RDATA_RENDERREGION_LEFT).isEnabled());
+  type(RDATA_RENDERREGION_RIGHT, "99");
+  EXPECT_EQ(value(RDATA_RENDERREGION_RIGHT).GetLong(), 99);
+  EXPECT_TRUE(box(RDATA_OPTION_REFRACTION).isEnabled());
+  box(RDATA_OPTION_TRANSPARENCY).click();
+  settle();
+  EXPECT_FALSE(box(RDATA_OPTION_REFRACTION).isEnabled());
+  EXPECT_TRUE(choice(RDATA_AAFILTER).isEnabled());
+  choose(RDATA_ANTIALIASING, 0);
+  EXPECT_FALSE(choice(RDATA_AAFILTER).isEnabled());
+  EXPECT_TRUE(number(RDATA_MAXSAMPLES).isEnabled());
+  choose(RDATA_RENDERENGINE, 1);
+  EXPECT_FALSE(number(RDATA_MAXSAMPLES).isEnabled());
+}
+
+TEST_F(ManagerSettingsTest, FramesAreTimes) {
+  document().SetFps(25);
+  dialog->refresh();
+  type(RDATA_FRAMEFROM, "10");
+  type(RDATA_FRAMETO, "50");
+  EXPECT_DOUBLE_EQ(value(RDATA_FRAMEFROM).GetTime().Get(), 0.4);
+  EXPECT_DOUBLE_EQ(value(RDATA_FRAMETO).GetTime().Get(), 2);
+  EXPECT_EQ(number(RDATA_FRAMETO).value(), 50);
+}
+
+TEST_F(ManagerSettingsTest, WhatHasNoEffectSaysSo) {
+  for (const LONG id : {RDATA_SSS, RDATA_SUBPOLYGON_DISPLACEMENT, RDATA_VOLUMETRICLIGHTING, RDATA_SAVEIMAGE,
+                        RDATA_MULTIPASS_ENABLE, RDATA_MULTIPASS_SAVEIMAGE})
+    EXPECT_TRUE(box(id).text().contains(QStringLiteral("no effect"))) << id;
+  for (const LONG id :
+       {RDATA_TEXTURES, RDATA_OPTION_SHADOW, RDATA_ACTIVEOBJECTONLY, RDATA_POSTEFFECTS_ENABLE})
+    EXPECT_FALSE(box(id).text().contains(QStringLiteral("no effect"))) << id;
+}
+
+TEST_F(ManagerSettingsTest, ADragIsOneStep) {
+  NumberField& field = number(RDATA_XRES);
+  const QPoint start = field.rect().center();
+  QTest::mousePress(&field, Qt::LeftButton, {}, start);
+  for (int x = 1; x <= 30; ++x) {
+    const QPoint at = start + QPoint(x, 0);
+    QMouseEvent move(QEvent::MouseMove, at, field.mapToGlobal(at), Qt::NoButton, Qt::LeftButton, {});
+    QApplication::sendEvent(&field, &move);
+    settle();
+  }
+  EXPECT_GT(value(RDATA_XRES).GetLong(), 1280);
+  QTest::mouseRelease(&field, Qt::LeftButton, {}, start + QPoint(30, 0));
+  settle();
+  EXPECT_EQ(edits().stepCount(), 1u);
+  edits().undo();
+  EXPECT_EQ(value(RDATA_XRES).GetLong(), 1280);
+}
+
+TEST_F(ManagerSettingsTest, EffectsAreAddedSwitchedAndRemoved) {
+  dialog->tabs().setCurrentIndex(3);
+  while (dialog->effects().count() > 0) { // what a new document has
+    dialog->effects().setCurrentRow(0);
+    dialog->removeEffect();
+  }
+  settle();
+  const DocumentPtr before = copy();
+  const std::size_t steps = edits().stepCount();
+  auto* add = dialog->findChild<QPushButton*>(QStringLiteral("addEffect"));
+  emit add->menu()->aboutToShow();
+  QStringList offered;
+  for (const QAction* action : add->menu()->actions())
+    offered << action->text();
+  EXPECT_TRUE(offered.contains(QStringLiteral("Caustics")));
+  EXPECT_TRUE(offered.contains(QStringLiteral("Hair (no effect)")));
+  for (QAction* action : add->menu()->actions())
+    if (action->text() == QStringLiteral("Caustics")) action->trigger();
+  settle();
+  ASSERT_EQ(dialog->effects().count(), 1);
+  EXPECT_EQ(dialog->effects().item(0)->text(), QStringLiteral("Caustics"));
+  EXPECT_EQ(dialog->effects().item(0)->checkState(), Qt::Checked);
+  emit add->menu()->aboutToShow();
+  for (const QAction* action : add->menu()->actions())
+    EXPECT_NE(action->text(), QStringLiteral("Caustics")) << "there once";
+
+  dialog->effects().item(0)->setCheckState(Qt::Unchecked);
+  settle();
+  ASSERT_EQ(videoPostRows(document()).size(), 1u);
+  EXPECT_FALSE(videoPostRows(document())[0].on);
+  edits().undo();
+  settle();
+  EXPECT_EQ(dialog->effects().item(0)->checkState(), Qt::Checked);
+
+  dialog->effects().setCurrentRow(0);
+  dialog->findChild<QPushButton*>(QStringLiteral("removeEffect"))->click();
+  settle();
+  EXPECT_EQ(dialog->effects().count(), 0);
+  EXPECT_TRUE(videoPostRows(document()).empty());
+  EXPECT_EQ(edits().stepCount(), steps + 2) << "added, removed; the switch was undone";
+  edits().undo();
+  EXPECT_EQ(videoPostRows(document()).size(), 1u);
+  edits().undo();
+  expectEqual(before);
+}
+
+TEST_F(ManagerSettingsTest, ItFollowsAnotherDocument) {
+  type(RDATA_XRES, "333");
+  session->hub().replace(scene(), Replacement::opened);
+  settle();
+  EXPECT_EQ(number(RDATA_XRES).value(), 1280);
+}
+
+TEST_F(ManagerSettingsTest, TabGoesThroughThePageFromTheTop) {
+  dialog->tabs().setCurrentIndex(1);
+  settle();
+  choice(RDATA_RENDERENGINE).setFocus();
+  const LONG order[] = {RDATA_MAXSAMPLES, RDATA_NOISETHRESHOLD, RDATA_ANTIALIASING, RDATA_AAFILTER,
+                        RDATA_LOD};
+  for (const LONG id : order) {
+    QTest::keyClick(dialog->focusWidget(), Qt::Key_Tab);
+    EXPECT_EQ(dialog->focusWidget(), dialog->field(id)) << id;
+  }
+}
+
+TEST_F(ManagerSettingsTest, Looks) {
+  for (int page = 0; page < dialog->tabs().count(); ++page) {
+    dialog->tabs().setCurrentIndex(page);
+    settle();
+    EXPECT_FALSE(dialog->grab().isNull());
+    keepPicture(*dialog, QStringLiteral("settings-%1").arg(page));
+  }
+}
+
+} // namespace

@@ -1,0 +1,186 @@
+// The picture viewer: list, values, saving, a render that runs.
+#include <QFileDialog>
+#include <QLabel>
+#include <QListWidget>
+#include <QMessageBox>
+#include <QToolButton>
+
+#include "c4d_render.h"
+#include "film.h"
+#include "manager_kit.h"
+#include "picture_canvas.h"
+#include "picture_viewer.h"
+
+using namespace host;
+
+namespace {
+
+class PictureViewerTest : public ManagerTest {
+ public:
+  PictureViewerTest() {
+    viewer = std::make_unique<PictureViewer>(*session);
+    viewer->resize(900, 600);
+    viewer->show();
+    viewer->activateWindow();
+    settle();
+  }
+  ~PictureViewerTest() override { viewer.reset(); }
+
+  std::unique_ptr<PictureViewer> viewer;
+
+  static SharedBitmap picture(int width, int height, int red) {
+    SharedBitmap bitmap = makeBitmap(width, height);
+    bitmap->Clear(red, 20, 30);
+    return bitmap;
+  }
+  QString label(const char* name) { return viewer->findChild<QLabel*>(QLatin1String(name))->text(); }
+  void hover(int x, int y) {
+    const QRectF place = viewer->canvas().pictureRect();
+    const double size = viewer->canvas().zoom();
+    QTest::mouseMove(&viewer->canvas(),
+                     (place.topLeft() + QPointF((x + 0.5) * size, (y + 0.5) * size)).toPoint());
+    settle();
+  }
+};
+
+TEST_F(PictureViewerTest, TheListFollowsTheSession) {
+  EXPECT_EQ(viewer->list().count(), 0);
+  keepPicture(*viewer, QStringLiteral("pictures-empty"));
+  session->pictures().show(*picture(40, 30, 1), "one");
+  session->pictures().show(*picture(80, 20, 2), "two");
+  ASSERT_EQ(viewer->list().count(), 2);
+  EXPECT_TRUE(viewer->list().item(0)->text().startsWith(QStringLiteral("two\n80 x 20\n"))) << "newest first";
+  EXPECT_EQ(viewer->list().currentRow(), 0);
+  EXPECT_EQ(viewer->canvas().bitmap()->GetBw(), 80);
+  viewer->list().setCurrentRow(1);
+  EXPECT_EQ(viewer->canvas().bitmap()->GetBw(), 40);
+  EXPECT_EQ(session->pictures().current(), session->pictures().pictures()[0].id);
+  EXPECT_TRUE(viewer->windowTitle().contains(QStringLiteral("one")));
+  viewer->removeCurrent();
+  ASSERT_EQ(viewer->list().count(), 1);
+  EXPECT_EQ(viewer->canvas().bitmap()->GetBw(), 80);
+  viewer->removeCurrent();
+  EXPECT_FALSE(viewer->canvas().bitmap());
+}
+
+TEST_F(PictureViewerTest, ValuesUnderThePointer) {
+  const SharedBitmap bitmap = picture(40, 30, 1);
+  bitmap->SetPixel(7, 9, 255, 128, 3);
+  session->pictures().show(*bitmap, "plain");
+  settle();
+  hover(7, 9);
+  EXPECT_EQ(label("pixelPlace").simplified(), QStringLiteral("x 7 y 9"));
+  EXPECT_EQ(label("pixelValues").simplified(), QStringLiteral("R 255 G 128 B 3"));
+  EXPECT_EQ(label("pixelFloats"), QString()) << "no film";
+
+  auto film = std::make_shared<Film>(40, 30);
+  const float light[4] = {1.5f, 0.25f, 0.125f, 1};
+  film->setColor(2, 3, light);
+  setFilm(*bitmap, film);
+  session->pictures().show(*bitmap, "rendered");
+  settle();
+  hover(2, 3);
+  EXPECT_EQ(label("pixelFloats").simplified(), QStringLiteral("1.5000 0.2500 0.1250"));
+}
+
+TEST_F(PictureViewerTest, SavesEveryKind) {
+  session->pictures().show(*picture(16, 8, 200), "one");
+  for (const char* suffix : {"png", "tif", "jpg", "exr"}) {
+    const Filename file = folder / (std::string("saved.") + suffix).c_str();
+    std::string error;
+    EXPECT_TRUE(viewer->save(file, &error)) << error;
+    const SharedBitmap read(BaseBitmap::Alloc(), BitmapDeleter());
+    ASSERT_EQ(read->Init(file), IMAGERESULT_OK) << suffix;
+    EXPECT_EQ(read->GetBw(), 16);
+    UWORD r = 0, g = 0, b = 0;
+    read->GetPixel(5, 5, &r, &g, &b);
+    EXPECT_NEAR(r, 200, 2) << suffix;
+    EXPECT_NEAR(g, 20, 3) << suffix;
+  }
+  std::string error;
+  EXPECT_FALSE(viewer->save(folder / "saved.xyz", &error));
+  EXPECT_NE(error.find("saved.xyz"), std::string::npos) << error;
+  EXPECT_FALSE(viewer->save(folder / "no such folder/saved.png", &error));
+  EXPECT_FALSE(error.empty());
+}
+
+TEST_F(PictureViewerTest, SaveAsAsksAndTellsWhatWentWrong) {
+  session->pictures().show(*picture(16, 8, 200), "a/b: c");
+  QApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
+  const QString target = toQt(folder / "chosen.png");
+  whenModal([&](QWidget& window) {
+    auto& chooser = dynamic_cast<QFileDialog&>(window);
+    EXPECT_EQ(chooser.nameFilters().size(), 4);
+    EXPECT_TRUE(chooser.selectedFiles().value(0).endsWith(QStringLiteral("a_b_ c.png")))
+        << chooser.selectedFiles().value(0).toStdString();
+    chooser.selectFile(target);
+    QMetaObject::invokeMethod(&chooser, "accept");
+  });
+  viewer->saveAs();
+  EXPECT_TRUE(QFile::exists(target));
+}
+
+TEST_F(PictureViewerTest, FollowsARenderAndStopsIt) {
+  edits().apply("Settings", [](BaseDocument& in) {
+    setRenderValue(in, RDATA_XRES, GeData(LONG{160}));
+    setRenderValue(in, RDATA_YRES, GeData(LONG{120}));
+    setRenderValue(in, RDATA_MAXSAMPLES, GeData(LONG{1 << 20}));
+    setRenderValue(in, RDATA_NOISETHRESHOLD, GeData(0.0));
+  });
+  auto* stop = viewer->findChild<QToolButton*>(QStringLiteral("renderStop"));
+  EXPECT_FALSE(stop->isVisible());
+  ASSERT_TRUE(session->renders().renderPicture()) << session->renders().state().error;
+  ASSERT_TRUE(waitFor([&] { return viewer->list().count() == 1 && stop->isVisible(); }, 20000));
+  EXPECT_EQ(viewer->canvas().bitmap(), session->renders().state().bitmap);
+  EXPECT_TRUE(viewer->list().item(0)->text().contains(QStringLiteral("rendering")));
+  EXPECT_TRUE(waitFor([&] { return !label("renderProgress").isEmpty(); }, 5000));
+  keepPicture(*viewer, QStringLiteral("pictures-rendering"));
+  stop->click();
+  ASSERT_TRUE(waitFor([&] { return !session->renders().isRunning() && !stop->isVisible(); }, 10000));
+  EXPECT_FALSE(viewer->list().item(0)->text().contains(QStringLiteral("rendering")));
+  EXPECT_EQ(viewer->list().count(), 1);
+}
+
+TEST_F(PictureViewerTest, FullScreenIsThePictureAlone) {
+  session->pictures().show(*picture(40, 30, 1), "one");
+  settle();
+  QTest::keyClick(viewer.get(), Qt::Key_F11);
+  settle();
+  EXPECT_TRUE(viewer->isFullScreen());
+  EXPECT_FALSE(viewer->list().isVisible());
+  QTest::keyClick(viewer.get(), Qt::Key_Escape);
+  settle();
+  EXPECT_FALSE(viewer->isFullScreen());
+  EXPECT_TRUE(viewer->list().isVisible());
+}
+
+TEST_F(PictureViewerTest, KeysZoom) {
+  session->pictures().show(*picture(40, 30, 1), "one");
+  settle();
+  QTest::keyClick(viewer.get(), Qt::Key_1);
+  EXPECT_EQ(viewer->canvas().zoom(), 1);
+  QTest::keyClick(viewer.get(), Qt::Key_Plus);
+  EXPECT_EQ(viewer->canvas().zoom(), 2);
+  QTest::keyClick(viewer.get(), Qt::Key_Minus);
+  QTest::keyClick(viewer.get(), Qt::Key_Minus);
+  EXPECT_EQ(viewer->canvas().zoom(), 0.5);
+  EXPECT_EQ(viewer->findChild<QToolButton*>(QStringLiteral("zoomButton"))->text(), QStringLiteral("50 %"));
+  QTest::keyClick(viewer.get(), Qt::Key_H);
+  EXPECT_TRUE(viewer->canvas().isFitted());
+}
+
+TEST_F(PictureViewerTest, Looks) {
+  const SharedBitmap bitmap = makeBitmap(320, 180);
+  for (int y = 0; y < 180; ++y)
+    for (int x = 0; x < 320; ++x)
+      bitmap->SetPixel(x, y, x * 255 / 320, y * 255 / 180, 90);
+  session->pictures().show(*bitmap, "Lumenara");
+  session->pictures().show(*picture(640, 480, 130), "Render 1");
+  session->pictures().choose(session->pictures().pictures()[0].id);
+  settle();
+  hover(160, 90);
+  keepPicture(*viewer, QStringLiteral("pictures"));
+  EXPECT_EQ(viewer->list().count(), 2);
+}
+
+} // namespace
