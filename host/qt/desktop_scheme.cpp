@@ -47,7 +47,7 @@ void DesktopScheme::askAgain() {
   connect(watcher, &QDBusPendingCallWatcher::finished, this, [this](QDBusPendingCallWatcher* done) {
     const QDBusMessage answer = done->reply();
     done->deleteLater();
-    if (answer.type() != QDBusMessage::ReplyMessage || answer.arguments().isEmpty()) return;
+    if (told_ || answer.type() != QDBusMessage::ReplyMessage || answer.arguments().isEmpty()) return;
     take(answer.arguments().first());
     emit changed();
   });
@@ -70,6 +70,7 @@ void DesktopScheme::take(const QVariant& value) {
 void DesktopScheme::onSetting(const QString& changedGroup, const QString& changedKey,
                               const QDBusVariant& value) {
   if (changedGroup != QLatin1String(group) || changedKey != QLatin1String(key)) return;
+  told_ = true;
   take(value.variant());
   emit changed();
 }

@@ -35,6 +35,7 @@ class DesktopScheme : public QObject {
 
   QDBusConnection bus_;
   std::optional<Scheme> scheme_;
+  bool told_ = false; // by the service itself, which is newer than an answer under way
 };
 
 /// Whether the user's session has a bus, without starting one.
