@@ -1,0 +1,194 @@
+// Files through the window: opening, dropping, errors, questions, the start page.
+#include <QFile>
+#include <QLabel>
+#include <QMenu>
+#include <QMimeData>
+#include <QPushButton>
+
+#include "c4d_file.h"
+#include "editor_view_widget.h"
+#include "main_kit.h"
+#include "scene_edits.h"
+#include "scene_queries.h"
+#include "start_page.h"
+#include "status_widget.h"
+
+namespace {
+
+class MainFiles : public StudioTest {
+ protected:
+  MainFiles() { startStudio(); }
+
+  QWidget& startPage() { return *window().findChild<QWidget*>("start-page"); }
+  void change() {
+    session().edits().apply("Add", [](BaseDocument& document) { host::newObject(document, Onull); });
+    settle();
+  }
+  bool isLoaded(const char* name) { return session().files().title() == String(name); }
+  // The button of a box that starts with this word.
+  static void answer(QWidget& box, const char* word) {
+    for (QAbstractButton* button : box.findChildren<QAbstractButton*>())
+      if (button->text().remove('&').startsWith(QLatin1String(word))) return button->click();
+    ADD_FAILURE() << "The box has no button " << word;
+    box.close();
+  }
+  static QString words(QWidget& box) {
+    QString all;
+    for (const QLabel* label : box.findChildren<QLabel*>())
+      all += label->text() + QLatin1Char('\n');
+    return all;
+  }
+};
+
+TEST_F(MainFiles, OpensASceneAndSaysSo) {
+  openScene(smallScene());
+  EXPECT_TRUE(isLoaded("small.gltf"));
+  EXPECT_EQ(window().windowTitle(), "small.gltf - Lumenara Studio");
+  EXPECT_FALSE(window().findChild<QLabel*>("status-triangles")->text().startsWith("0 "));
+  change();
+  EXPECT_EQ(window().windowTitle(), "small.gltf * - Lumenara Studio");
+  choose("edit.undo");
+  EXPECT_EQ(window().windowTitle(), "small.gltf - Lumenara Studio");
+}
+
+TEST_F(MainFiles, StartPageStandsWhereThereIsNoScene) {
+  EXPECT_TRUE(startPage().isVisible());
+  EXPECT_EQ(window().findChild<QPushButton*>("start-demo"), nullptr); // there is no demo scene here
+  openScene(smallScene());
+  EXPECT_FALSE(startPage().isVisible());
+  choose("file.new");
+  EXPECT_TRUE(startPage().isVisible());
+  change();
+  EXPECT_FALSE(startPage().isVisible());
+}
+
+TEST_F(MainFiles, StartPageOffersTheDemoScene) {
+  stopStudio();
+  const Filename scene = smallScene();
+  folder.makeFolder("program/scenes");
+  QFile::copy(QString::fromStdString(scene.GetString().GetUTF8()),
+              QString::fromStdString((folder / "program/scenes/demo.glb").GetString().GetUTF8()));
+  startStudio();
+  auto* demo = window().findChild<QPushButton*>("start-demo");
+  ASSERT_NE(demo, nullptr);
+  demo->click();
+  ASSERT_TRUE(waitFor([&] { return isLoaded("demo.glb"); }));
+}
+
+TEST_F(MainFiles, TakesADroppedFile) {
+  const Filename scene = smallScene("dropped.gltf");
+  QMimeData data;
+  data.setUrls({QUrl::fromLocalFile(QString::fromStdString(scene.GetString().GetUTF8()))});
+  QDragEnterEvent enter(QPoint(100, 100), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+  QApplication::sendEvent(&window(), &enter);
+  EXPECT_TRUE(enter.isAccepted());
+  QDropEvent drop(QPointF(100, 100), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+  QApplication::sendEvent(&window(), &drop);
+  ASSERT_TRUE(waitFor([&] { return isLoaded("dropped.gltf"); }));
+}
+
+TEST_F(MainFiles, RefusesADropWithoutAFile) {
+  QMimeData data;
+  data.setText("no file");
+  QDragEnterEvent enter(QPoint(100, 100), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+  enter.ignore();
+  QApplication::sendEvent(&window(), &enter);
+  EXPECT_FALSE(enter.isAccepted());
+}
+
+TEST_F(MainFiles, ABrokenSceneIsToldInOneBoxAndTheOpenOneStays) {
+  openScene(smallScene());
+  const Filename broken = folder.write("broken.gltf", "{ \"asset\": ");
+  int boxes = 0;
+  QString said;
+  whenModal([&](QWidget& box) {
+    ++boxes;
+    said = words(box);
+    box.close();
+  });
+  window().openFile(broken);
+  ASSERT_TRUE(waitFor([&] { return boxes == 1; }));
+  settle();
+  EXPECT_TRUE(said.contains("broken.gltf")) << said.toStdString();
+  EXPECT_TRUE(isLoaded("small.gltf"));
+  EXPECT_FALSE(startPage().isVisible());
+}
+
+TEST_F(MainFiles, AsksBeforeChangesAreLost) {
+  openScene(smallScene());
+  change();
+  whenModal([](QWidget& box) { answer(box, "Cancel"); });
+  choose("file.new");
+  EXPECT_TRUE(isLoaded("small.gltf"));
+  whenModal([](QWidget& box) { answer(box, "Discard"); });
+  choose("file.new");
+  EXPECT_TRUE(isLoaded("Untitled"));
+}
+
+TEST_F(MainFiles, ClosingAsksToo) {
+  int finished = 0;
+  QObject::connect(&studio(), &host::Studio::finished, [&] { ++finished; });
+  change();
+  whenModal([](QWidget& box) { answer(box, "Cancel"); });
+  window().close();
+  settle();
+  EXPECT_EQ(finished, 0);
+  EXPECT_TRUE(window().isVisible());
+  whenModal([](QWidget& box) { answer(box, "Discard"); });
+  window().close();
+  settle();
+  EXPECT_EQ(finished, 1);
+}
+
+TEST_F(MainFiles, SavesFromTheQuestion) {
+  const Filename scene = smallScene();
+  openScene(scene);
+  const std::string before = readText(scene);
+  change();
+  whenModal([](QWidget& box) { answer(box, "Save"); });
+  choose("file.new");
+  ASSERT_TRUE(
+      waitFor([&] { return session().files().activity().kind == host::FileSession::Activity::Kind::none; }));
+  EXPECT_NE(readText(scene), before);
+}
+
+TEST_F(MainFiles, RecentFilesAreInTheMenu) {
+  openScene(smallScene("first.gltf"));
+  openScene(smallScene("second.gltf"));
+  QMenu& recent = *window().findChild<QMenu*>("menu-recent");
+  emit recent.aboutToShow();
+  ASSERT_GE(recent.actions().size(), 3);
+  EXPECT_EQ(recent.actions()[0]->text(), "second.gltf");
+  EXPECT_EQ(recent.actions()[1]->text(), "first.gltf");
+  recent.actions()[1]->trigger();
+  ASSERT_TRUE(waitFor([&] { return isLoaded("first.gltf"); }));
+  settle();
+  choose("file.clear-recent");
+  emit recent.aboutToShow();
+  EXPECT_FALSE(recent.actions()[0]->isEnabled());
+}
+
+TEST_F(MainFiles, AReloadKeepsViewTimeAndSelection) {
+  const Filename scene = smallScene();
+  openScene(scene);
+  choose("edit.select-all");
+  const std::size_t selected = host::selectedObjects(document()).size();
+  ASSERT_GT(selected, 0u);
+  window().viewWidget().view().frameAll();
+  settle();
+  const Matrix camera = window().viewWidget().view().camera()->GetMg();
+  session().playback().goTo(3);
+  const host::Identity before = document().GetIdentity();
+  std::string text = readText(scene);
+  text += "\n";
+  folder.write("small.gltf", text);
+  ASSERT_TRUE(waitFor([&] { return document().GetIdentity() != before; }, 10000));
+  settle();
+  EXPECT_EQ(host::selectedObjects(document()).size(), selected);
+  EXPECT_EQ(session().playback().frame(), 3);
+  const Matrix after = window().viewWidget().view().camera()->GetMg();
+  EXPECT_NEAR(after.off.x, camera.off.x, 1e-9);
+  EXPECT_NEAR(after.off.z, camera.off.z, 1e-9);
+}
+
+} // namespace

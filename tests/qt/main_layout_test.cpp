@@ -1,0 +1,216 @@
+// Docks, layout, full screen, dialogs of plug-ins, console, status.
+#include <QDockWidget>
+#include <QProgressBar>
+#include <QToolButton>
+
+#include "c4d_events.h"
+#include "console_widget.h"
+#include "editor_view_widget.h"
+#include "host_renders.h"
+#include "main_kit.h"
+#include "preferences.h"
+#include "scene_edits.h"
+#include "status_widget.h"
+#include "timeline_widget.h"
+
+namespace {
+
+class MainLayout : public StudioTest {
+ protected:
+  QDockWidget& dock(const char* name) { return *window().findChild<QDockWidget*>(QLatin1String(name)); }
+  QDockWidget* viewer() { return window().findChild<QDockWidget*>("dialog-1021442-0"); }
+};
+
+TEST_F(MainLayout, StandsAsItIsDrawn) {
+  startStudio();
+  const auto area = [&](const char* name) { return window().dockWidgetArea(&dock(name)); };
+  EXPECT_EQ(area("dock-objects"), Qt::LeftDockWidgetArea);
+  EXPECT_EQ(area("dock-materials"), Qt::LeftDockWidgetArea);
+  EXPECT_EQ(area("dock-attributes"), Qt::RightDockWidgetArea);
+  EXPECT_EQ(area("dock-console"), Qt::BottomDockWidgetArea);
+  EXPECT_FALSE(dock("dock-console").isVisible());
+  EXPECT_GT(dock("dock-materials").y(), dock("dock-objects").y());
+  EXPECT_GT(window().timeline().mapToGlobal(QPoint()).y(), window().viewWidget().mapToGlobal(QPoint()).y());
+}
+
+TEST_F(MainLayout, ComesBackAtTheNextStart) {
+  startStudio();
+  window().addDockWidget(Qt::LeftDockWidgetArea, &dock("dock-attributes"));
+  dock("dock-console").show();
+  window().resize(1111, 777);
+  settle();
+  startStudio();
+  EXPECT_EQ(window().dockWidgetArea(&dock("dock-attributes")), Qt::LeftDockWidgetArea);
+  EXPECT_TRUE(dock("dock-console").isVisible());
+  EXPECT_EQ(window().size(), QSize(1111, 777));
+  choose("window.reset");
+  EXPECT_EQ(window().dockWidgetArea(&dock("dock-attributes")), Qt::RightDockWidgetArea);
+  EXPECT_FALSE(dock("dock-console").isVisible());
+}
+
+TEST_F(MainLayout, IsStoredSoonAfterAChange) {
+  startStudio();
+  const int before = studio().program().preferences().writeCount();
+  dock("dock-console").show();
+  EXPECT_TRUE(waitFor([&] { return studio().program().preferences().writeCount() > before; }));
+}
+
+TEST_F(MainLayout, ADamagedOneIsIgnored) {
+  startStudio();
+  dock("dock-console").show();
+  settle();
+  stopStudio();
+  startHost();
+  const BaseContainer* stored = host::preferences()->getNamed("window");
+  ASSERT_NE(stored, nullptr);
+  BaseContainer damaged = *stored;
+  std::size_t count = 0;
+  const auto* bytes = static_cast<const char*>(damaged.GetMemory(3, &count));
+  std::string state(bytes, count);
+  for (std::size_t i = 8; i < state.size(); i += 3)
+    state[i] = static_cast<char>(state[i] ^ 0x5a);
+  damaged.SetMemory(3, state.data(), state.size());
+  host::preferences()->setNamed("window", damaged);
+  stopHost();
+  startStudio();
+  EXPECT_FALSE(dock("dock-console").isVisible());
+  EXPECT_EQ(window().dockWidgetArea(&dock("dock-objects")), Qt::LeftDockWidgetArea);
+}
+
+TEST_F(MainLayout, F11LeavesThePictureAlone) {
+  startStudio();
+  choose("window.picture-only");
+  EXPECT_TRUE(window().isFullScreen());
+  EXPECT_FALSE(dock("dock-objects").isVisible());
+  EXPECT_FALSE(window().timeline().isVisible());
+  EXPECT_FALSE(window().status().isVisible());
+  EXPECT_TRUE(window().viewWidget().isVisible());
+  QTest::keyClick(&window(), Qt::Key_Escape);
+  settle();
+  EXPECT_FALSE(window().isFullScreen());
+  EXPECT_TRUE(dock("dock-objects").isVisible());
+  EXPECT_TRUE(window().status().isVisible());
+  EXPECT_FALSE(dock("dock-console").isVisible());
+}
+
+TEST_F(MainLayout, TheViewerOpensAboveTheAttributes) {
+  linkPlugin = true;
+  startStudio();
+  ASSERT_EQ(viewer(), nullptr);
+  ASSERT_TRUE(session().runCommand(1021442));
+  settle();
+  ASSERT_NE(viewer(), nullptr);
+  EXPECT_FALSE(viewer()->isFloating());
+  EXPECT_EQ(window().dockWidgetArea(viewer()), Qt::RightDockWidgetArea);
+  EXPECT_LT(viewer()->y(), dock("dock-attributes").y());
+  EXPECT_EQ(viewer()->windowTitle(), "Lumenara");
+}
+
+TEST_F(MainLayout, OpenDialogsComeBack) {
+  linkPlugin = true;
+  startStudio();
+  ASSERT_TRUE(session().runCommand(1021442));
+  settle();
+  startStudio();
+  ASSERT_NE(viewer(), nullptr);
+  EXPECT_TRUE(viewer()->isVisible());
+  EXPECT_FALSE(viewer()->isFloating());
+  viewer()->close();
+  settle();
+  EXPECT_EQ(viewer(), nullptr);
+  startStudio();
+  EXPECT_EQ(viewer(), nullptr);
+}
+
+TEST_F(MainLayout, AFloatingDialogStaysFloating) {
+  linkPlugin = true;
+  startStudio();
+  ASSERT_TRUE(session().runCommand(1021442));
+  settle();
+  viewer()->setFloating(true);
+  settle();
+  viewer()->close();
+  settle();
+  ASSERT_EQ(viewer(), nullptr);
+  ASSERT_TRUE(session().runCommand(1021442));
+  settle();
+  ASSERT_NE(viewer(), nullptr);
+  EXPECT_TRUE(viewer()->isFloating());
+  choose("window.reset");
+  EXPECT_FALSE(viewer()->isFloating());
+}
+
+TEST_F(MainLayout, ConsoleShowsLinesWithTheirKind) {
+  startStudio();
+  GePrint("a plain line");
+  GePrint("<b>Something failed & broke</b>");
+  settle();
+  const QString text = window().console().text();
+  EXPECT_TRUE(text.contains("a plain line"));
+  EXPECT_TRUE(text.contains("<b>Something failed & broke</b>"));
+  EXPECT_EQ(host::kindOfLine("a plain line"), host::LineKind::plain);
+  EXPECT_EQ(host::kindOfLine("Lumenara Error: Failed to load component"), host::LineKind::error);
+  EXPECT_EQ(host::kindOfLine("The picture could not be read."), host::LineKind::error);
+  EXPECT_EQ(host::kindOfLine("2 pictures are missing"), host::LineKind::warning);
+  EXPECT_EQ(host::kindOfLine("mirrors and terrors"), host::LineKind::plain);
+  window().console().clear();
+  EXPECT_TRUE(window().console().text().isEmpty());
+}
+
+TEST_F(MainLayout, ConsoleIsBounded) {
+  startStudio();
+  for (int i = 0; i < host::ConsoleWidget::mostLines + 50; ++i)
+    GePrint(String("line ") + LongToString(i));
+  const QString text = window().console().text();
+  EXPECT_EQ(text.count('\n') + 1, host::ConsoleWidget::mostLines);
+  EXPECT_FALSE(text.contains("line 0\n"));
+  EXPECT_TRUE(text.endsWith("line 5049"));
+}
+
+TEST_F(MainLayout, StatusShowsOnlyWhatTakesLong) {
+  startStudio();
+  StatusSetText("Lumenara Rendering...");
+  StatusSetBar(10);
+  settle();
+  EXPECT_EQ(window().status().shown().source, host::BusyState::Source::none);
+  StatusClear();
+  settle();
+  StatusSetText("Lumenara Rendering...");
+  StatusSetBar(40);
+  ASSERT_TRUE(
+      waitFor([&] { return window().status().shown().source == host::BusyState::Source::plugin; }, 3000));
+  EXPECT_EQ(window().status().shown().text, "Lumenara Rendering...");
+  EXPECT_DOUBLE_EQ(window().status().shown().progress, 0.4);
+  auto* bar = window().findChild<QProgressBar*>("status-bar");
+  EXPECT_TRUE(bar->isVisible());
+  EXPECT_EQ(bar->value(), 400);
+  StatusClear();
+  settle();
+  EXPECT_FALSE(bar->isVisible());
+}
+
+TEST_F(MainLayout, StopButtonAsksThePlugin) {
+  startStudio();
+  int stops = 0;
+  window().status().setStopPlugins([&] { ++stops; });
+  StatusSetText("Working");
+  StatusSetBar(5);
+  ASSERT_TRUE(waitFor([&] { return window().status().shown().canStop; }, 3000));
+  window().findChild<QToolButton*>("status-stop")->click();
+  EXPECT_EQ(stops, 1);
+  StatusClear();
+  settle();
+}
+
+TEST_F(MainLayout, DurationsAndCountsReadWell) {
+  EXPECT_EQ(host::durationText(900), "1 s");
+  EXPECT_EQ(host::durationText(12000), "12 s");
+  EXPECT_EQ(host::durationText(200000), "3 min 20 s");
+  EXPECT_EQ(host::durationText(3900000), "1 h 5 min");
+  EXPECT_EQ(host::countText(999), "999");
+  EXPECT_EQ(host::countText(15234), "15.2 k");
+  EXPECT_EQ(host::countText(999960), "1.00 M");
+  EXPECT_EQ(host::countText(1040000), "1.04 M");
+}
+
+} // namespace
