@@ -4,7 +4,6 @@
 #include <QtDBus/QDBusPendingCallWatcher>
 #include <QtDBus/QDBusPendingReply>
 #include <QtDBus/QDBusVariant>
-#include <unistd.h>
 
 namespace host {
 
@@ -27,7 +26,8 @@ QDBusMessage question() {
 
 bool sessionHasBus() {
   if (!qEnvironmentVariableIsEmpty("DBUS_SESSION_BUS_ADDRESS")) return true;
-  return QFile::exists(QStringLiteral("/run/user/%1/bus").arg(getuid()));
+  const QString runtime = qEnvironmentVariable("XDG_RUNTIME_DIR");
+  return !runtime.isEmpty() && QFile::exists(runtime + QLatin1String("/bus"));
 }
 
 DesktopScheme::DesktopScheme(const QDBusConnection& bus, QObject* parent) : QObject(parent), bus_(bus) {
