@@ -3,6 +3,7 @@
 #include <ctime>
 #include <string>
 #include <system_error>
+#include <utility>
 #include <vector>
 
 #include "c4d_file.h"
@@ -21,18 +22,14 @@ struct Entry {
   host::platform::FileTimes times;
 };
 
-Entry describe(const fs::directory_entry& found, const std::string& prefix) {
+Entry describe(const fs::directory_entry& found, const std::string& name, const std::string& prefix) {
   std::error_code error;
   Entry entry;
-  const std::string name = found.path().filename().native();
   entry.path = prefix + name;
   entry.hidden = name[0] == '.';
   entry.directory = found.is_directory(error);
-  if (!entry.directory) {
-    const auto size = found.file_size(error);
-    entry.size = error ? 0 : static_cast<LLONG>(size);
-  }
   host::platform::fileTimes(host::toFilename(found.path()), entry.times);
+  if (!entry.directory) entry.size = entry.times.size;
   return entry;
 }
 
@@ -40,14 +37,12 @@ Entry describe(const fs::directory_entry& found, const std::string& prefix) {
 // are listed, not entered: they may lead in a circle.
 void list(const fs::path& directory, const std::string& prefix, bool recursive, std::vector<Entry>& entries) {
   std::error_code error;
-  std::vector<fs::directory_entry> found;
+  std::vector<std::pair<std::string, fs::directory_entry>> found;
   for (fs::directory_iterator at(directory, error), end; !error && at != end; at.increment(error))
-    found.push_back(*at);
-  std::sort(found.begin(), found.end(), [](const fs::directory_entry& a, const fs::directory_entry& b) {
-    return a.path().filename().native() < b.path().filename().native();
-  });
-  for (const fs::directory_entry& entry : found) {
-    entries.push_back(describe(entry, prefix));
+    found.emplace_back(at->path().filename().native(), *at);
+  std::sort(found.begin(), found.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
+  for (const auto& [name, entry] : found) {
+    entries.push_back(describe(entry, name, prefix));
     if (recursive && entries.back().directory && !entry.is_symlink(error))
       list(entry.path(), entries.back().path + "/", true, entries);
   }

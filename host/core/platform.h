@@ -37,6 +37,7 @@ void flushFolder(const Filename& folder) noexcept;
 /// the change.
 struct FileTimes {
   std::int64_t created = 0, modified = 0, accessed = 0;
+  std::int64_t size = 0; // bytes
 };
 bool fileTimes(const Filename& file, FileTimes& times) noexcept;
 

@@ -94,6 +94,7 @@ bool fileTimes(const Filename& file, FileTimes& times) noexcept {
   times.modified = info.stx_mtime.tv_sec;
   times.accessed = info.stx_atime.tv_sec;
   times.created = (info.stx_mask & STATX_BTIME) ? info.stx_btime.tv_sec : times.modified;
+  times.size = static_cast<std::int64_t>(info.stx_size);
   return true;
 }
 
