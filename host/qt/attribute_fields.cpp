@@ -180,10 +180,9 @@ bool TextAttributeField::eventFilter(QObject* watched, QEvent* event) {
 // --- switches ---
 
 SwitchAttributeField::SwitchAttributeField(const Attribute& attribute, QWidget* parent)
-    : AttributeField(attribute, parent), box_(new QCheckBox(this)) {
+    : AttributeField(attribute, parent), box_(new QCheckBox(tr(attribute.label), this)) {
   makeRow(this)->addWidget(box_);
   setFocusProxy(box_);
-  box_->setAccessibleName(tr(attribute.label));
   connect(box_, &QCheckBox::clicked, this, [this] {
     // A click on mixed ones switches all on.
     const bool on = box_->checkState() != Qt::Unchecked;
@@ -320,7 +319,7 @@ ColorAttributeField::ColorAttributeField(const Attribute& attribute, QWidget* pa
   QHBoxLayout* row = makeRow(this);
   row->addWidget(swatch_, 1);
   row->addWidget(code_);
-  code_->setFixedWidth(76);
+  code_->setFixedWidth(78);
   code_->setMaxLength(16);
   code_->setAccessibleName(tr("%1 as #rrggbb").arg(tr(attribute.label)));
   swatch_->setAccessibleName(tr(attribute.label));
@@ -332,7 +331,7 @@ ColorAttributeField::ColorAttributeField(const Attribute& attribute, QWidget* pa
     brightness_->setSuffix(QStringLiteral(" %"));
     brightness_->setToolTip(tr("Brightness"));
     brightness_->setAccessibleName(tr("%1, brightness").arg(tr(attribute.label)));
-    brightness_->setFixedWidth(72);
+    brightness_->setFixedWidth(60);
     row->addWidget(brightness_);
     connect(brightness_, &NumberField::valueChanged, this, [this](double value) {
       const double most = std::max(brightest(value_), 1.0);

@@ -33,6 +33,8 @@ class AttributeField : public QWidget {
   void show(const Attribute& attribute);
   /// Needs the full width, with its label above.
   virtual bool isWide() const { return false; }
+  /// Shows its label itself.
+  virtual bool hasLabel() const { return false; }
 
  signals:
   /// `component` 0 to 2: of a vector; -1: all.
@@ -71,6 +73,7 @@ class SwitchAttributeField : public AttributeField {
  public:
   SwitchAttributeField(const Attribute& attribute, QWidget* parent);
   QCheckBox& box() { return *box_; }
+  bool hasLabel() const override { return true; }
 
  protected:
   void showValue(const Attribute& attribute) override;

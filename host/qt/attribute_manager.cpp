@@ -14,7 +14,7 @@ namespace host {
 
 namespace {
 
-constexpr int labelWidth = 104;
+constexpr int labelWidth = 92;
 
 // A group with its heading, which folds it.
 class Section : public QWidget {
@@ -45,6 +45,7 @@ class Section : public QWidget {
 
   void add(AttributeField* field) {
     const Attribute& shape = field->shape();
+    if (field->hasLabel()) return grid_->addWidget(field, grid_->rowCount(), 1);
     auto* label = new QLabel(tr(shape.label), body_);
     label->setBuddy(field);
     label->setToolTip(shape.animated ? tr("An animation sets it: a change holds until the time changes.")
@@ -122,6 +123,7 @@ AttributeManager::AttributeManager(Session& session, QWidget* parent) : QWidget(
     chooseNodes();
     soon();
   }));
+  connect(&ThemeNotifier::instance(), &ThemeNotifier::changed, this, &AttributeManager::showHeading);
   chooseNodes();
   refresh();
 }

@@ -29,6 +29,12 @@ void ObjectDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option
   painter->drawPixmap(option.rect.center() - QPoint(metrics::icon / 2 - 1, metrics::icon / 2 - 1), pixmap);
 }
 
+// The icon of an unfolded row is not one that is switched on.
+void ObjectDelegate::initStyleOption(QStyleOptionViewItem* option, const QModelIndex& index) const {
+  QStyledItemDelegate::initStyleOption(option, index);
+  option->state &= ~QStyle::State_Open;
+}
+
 QSize ObjectDelegate::sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const {
   return {QStyledItemDelegate::sizeHint(option, index).width(), metrics::control};
 }

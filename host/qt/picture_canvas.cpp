@@ -170,7 +170,7 @@ void PictureCanvas::paintGround(QPainter& painter, const QRectF& target) const {
 void PictureCanvas::paintEvent(QPaintEvent*) {
   QPainter painter(this);
   const Tokens& t = tokens();
-  painter.fillRect(rect(), t.field);
+  painter.fillRect(rect(), t.window);
   if (image_.isNull()) {
     painter.setPen(t.dim);
     const QRect middle = rect().adjusted(24, 24, -24, -24);

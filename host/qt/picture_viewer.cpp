@@ -208,7 +208,7 @@ QIcon PictureViewer::thumbnail(const BaseBitmap& bitmap) const {
   const double ratio = devicePixelRatioF();
   const QSize pixels = thumbnailSize * ratio;
   QPixmap pixmap(pixels);
-  pixmap.fill(tokens().window);
+  pixmap.fill(Qt::transparent);
   if (bitmap.GetBw() > 0) {
     const QImage small = pictureImage(bitmap).scaled(pixels, Qt::KeepAspectRatio, Qt::SmoothTransformation);
     QPainter painter(&pixmap);
@@ -277,7 +277,7 @@ void PictureViewer::showCurrent() {
   for (QAction* action : {save_, remove_, fit_, one_, in_, out_})
     action->setEnabled(bitmap != nullptr);
   remove_->setEnabled(picture && !picture->running);
-  zoom_->setEnabled(bitmap != nullptr);
+  zoom_->setVisible(bitmap != nullptr);
 }
 
 // A picture that is large is taken less often, so that the window stays quick.

@@ -18,7 +18,6 @@ class QListWidget;
 class QListWidgetItem;
 class QPushButton;
 class QTabWidget;
-class QToolButton;
 
 namespace host {
 
@@ -44,7 +43,7 @@ class RenderSettingsDialog : public QDialog {
   /// Keeps the picture's proportions when a side is changed. Of the dialog, not of the document.
   void setProportional(bool on);
 
-  QSize sizeHint() const override { return {460, 520}; }
+  QSize sizeHint() const override { return {460, 640}; }
 
  signals:
   void renderWanted();
@@ -98,8 +97,7 @@ class RenderSettingsDialog : public QDialog {
   QListWidget* effects_ = nullptr;
   QComboBox* presets_ = nullptr;
   QCheckBox* proportional_ = nullptr;
-  QToolButton* add_ = nullptr;
-  QPushButton* remove_ = nullptr;
+  QPushButton *add_ = nullptr, *remove_ = nullptr;
   QLabel *effectNote_ = nullptr, *noEffects_ = nullptr;
   std::map<LONG, Entry> entries_;
   double proportion_ = 16.0 / 9;

@@ -150,14 +150,9 @@ QWidget* RenderSettingsDialog::buildEffects() {
   layout->setSpacing(metrics::groupSpace);
   auto* bar = new QHBoxLayout;
   bar->setSpacing(metrics::groupSpace);
-  add_ = new QToolButton(page);
+  add_ = new QPushButton(icon(QStringLiteral("plus")), tr("Add Effect"), page);
   add_->setObjectName(QStringLiteral("addEffect"));
-  add_->setIcon(icon(QStringLiteral("plus")));
-  add_->setText(tr("Add Effect"));
-  add_->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
-  add_->setPopupMode(QToolButton::InstantPopup);
-  add_->setFixedHeight(metrics::control);
-  add_->setFocusPolicy(Qt::StrongFocus);
+  add_->setAutoDefault(false);
   add_->setMenu(new QMenu(add_));
   connect(add_->menu(), &QMenu::aboutToShow, this, &RenderSettingsDialog::fillAddMenu);
   remove_ = new QPushButton(icon(QStringLiteral("delete")), tr("Remove"), page);
