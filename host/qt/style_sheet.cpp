@@ -81,11 +81,11 @@ QComboBox QAbstractItemView::item { min-height: 22px; padding: 0 4px; }
 
 QCheckBox, QRadioButton { spacing: 6px; min-height: 24px; }
 QCheckBox:disabled, QRadioButton:disabled { color: @disabled@; }
-QCheckBox::indicator, QGroupBox::indicator { width: 14px; height: 14px; border: 1px solid @dim@;
+QCheckBox::indicator, QGroupBox::indicator, QListView::indicator { width: 14px; height: 14px; border: 1px solid @dim@;
             border-radius: 3px; background: @field@; }
 QCheckBox::indicator:hover { border-color: @text@; }
 QCheckBox::indicator:focus { border-color: @accent@; }
-QCheckBox::indicator:checked { background: @accent@; border-color: @accent@; image: url(:/style/check.svg); }
+QCheckBox::indicator:checked, QListView::indicator:checked { background: @accent@; border-color: @accent@; image: url(:/style/check.svg); }
 QCheckBox::indicator:indeterminate { background: @field@; image: url(:/style/part.svg); }
 QCheckBox::indicator:disabled { border-color: @line@; background: @window@; }
 QCheckBox::indicator:checked:disabled { background: @disabled@; border-color: @disabled@; }
