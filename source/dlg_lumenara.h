@@ -83,6 +83,8 @@ class DlgLumenara : public GeDialog {
     Real xres = 0, yres = 0; // of the active render settings
   };
 
+  /// The camera that the document's region record links to; null for none.
+  static BaseObject* GetRegionCamera(const BaseDocument* doc);
   void CreateMenus();
   void InitMenus();
   void CheckMode();
