@@ -207,9 +207,9 @@ void measure(const std::string& scene, int repeat) {
   DialogWindow* window = nullptr;
   for (QWidget* widget : QApplication::allWidgets())
     if (auto* dialog = qobject_cast<DialogWindow*>(widget);
-        dialog && dialog->objectName().contains("1021442"))
+        dialog && dialog->dialog() && dialog->objectName().contains("1021442"))
       window = dialog;
-  if (!window || !window->dialog()) {
+  if (!window) {
     std::fprintf(stderr, "the viewer is not open\n");
     return;
   }
