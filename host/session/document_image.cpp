@@ -147,9 +147,11 @@ std::shared_ptr<NodeImage> readValues(const NodeState& node) {
 
 // The image of a node in an earlier image's list; mostly near the place where it is expected.
 ImagePtr earlier(const std::vector<ImagePtr>* list, std::size_t index, Identity identity) {
+  constexpr std::size_t farthest = 4096; // one that went further is taken as a new one: it costs room only
   const std::size_t count = list ? list->size() : 0;
+  if (count == 0) return nullptr;
   const auto is = [&](std::size_t at) { return at < count && (*list)[at]->identity == identity; };
-  for (std::size_t away = 0; away <= std::max(index, count); ++away) {
+  for (std::size_t away = 0; away <= std::min(std::max(index, count), farthest); ++away) {
     if (is(index + away)) return (*list)[index + away];
     if (away <= index && is(index - away)) return (*list)[index - away];
   }
