@@ -101,8 +101,10 @@ void ObjectManager::build() {
 
 // Large documents are looked at less often while they change all the time.
 void ObjectManager::refreshSoon() {
+  constexpr qint64 quick = 16, longest = 500;
   stale_ = true;
-  if (isVisible() && !soon_.isActive()) soon_.start(static_cast<int>(std::min<qint64>(3 * cost_, 500)));
+  if (!isVisible() || soon_.isActive()) return;
+  soon_.start(cost_ <= quick ? 0 : static_cast<int>(std::min(3 * cost_, longest)));
 }
 
 void ObjectManager::refresh() {
