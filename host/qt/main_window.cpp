@@ -81,6 +81,10 @@ MainWindow::MainWindow(Session& session, QtUserInterface& ui, MainWindowOptions 
   connect(&storeSoon_, &QTimer::timeout, this, &MainWindow::storeLayout);
   progressLate_.setSingleShot(true);
   connect(&progressLate_, &QTimer::timeout, this, &MainWindow::showActivity);
+  dialogUsed_.setSingleShot(true);
+  dialogUsed_.setInterval(60);
+  connect(&dialogUsed_, &QTimer::timeout, this, &MainWindow::noticeDialogs);
+  qApp->installEventFilter(this);
   subscribe();
   askQuestions();
   ui_.setMainWindow(this);
@@ -477,8 +481,24 @@ void MainWindow::dropEvent(QDropEvent* event) {
 }
 
 bool MainWindow::eventFilter(QObject* watched, QEvent* event) {
-  if (watched == view_ && event->type() == QEvent::Resize && start_) start_->settle();
+  const QEvent::Type type = event->type();
+  if (watched == view_ && type == QEvent::Resize && start_) start_->settle();
+  const bool hand = type == QEvent::MouseButtonRelease || type == QEvent::KeyRelease;
+  if (hand && watched->isWidgetType() && !down_) {
+    const auto* widget = static_cast<const QWidget*>(watched);
+    const bool popup = widget->window()->windowType() == Qt::Popup;
+    for (const DialogDock* dock : findChildren<DialogDock*>())
+      if (popup || dock->isAncestorOf(widget)) dialogUsed_.start();
+  }
   return QMainWindow::eventFilter(watched, event);
+}
+
+// What a plug-in's dialog did to the document without saying so becomes a step too, once the user's hand is
+// off it.
+void MainWindow::noticeDialogs() {
+  if (down_ || view_->view().inDrag()) return;
+  if (QApplication::activePopupWidget() || session_.edits().isContinuous()) return dialogUsed_.start();
+  session_.edits().notice("Change in Dialog");
 }
 
 void MainWindow::shutDown() {
@@ -487,6 +507,8 @@ void MainWindow::shutDown() {
   down_ = true;
   storeSoon_.stop();
   progressLate_.stop();
+  dialogUsed_.stop();
+  qApp->removeEventFilter(this);
   subscriptions_.clear();
   session_.files().setQuestions({});
   ui_.setShowBitmap({});

@@ -104,6 +104,7 @@ class MainWindow : public QMainWindow, public DialogHost {
   void placeDialog(DialogDock& dock, const DialogPlacement& placement, const QByteArray& state);
   void dockAboveAttributes(QDockWidget& dock);
   DialogDock* dockOf(const DialogWindow& window) const;
+  void noticeDialogs();
 
   // main_window_commands.cpp
   void fillTable();
@@ -156,7 +157,7 @@ class MainWindow : public QMainWindow, public DialogHost {
   QPointer<RenderSettingsDialog> settings_;
   QPointer<ShortcutsDialog> shortcuts_;
   QPointer<QProgressDialog> progress_;
-  QTimer storeSoon_, progressLate_;
+  QTimer storeSoon_, progressLate_, dialogUsed_;
   QByteArray beforePictureOnly_;
   bool wasMaximized_ = false;
   bool pictureOnly_ = false, down_ = false, layoutReady_ = false, userLoads_ = false;

@@ -1,0 +1,308 @@
+"""Works Lumenara Studio from outside: an X server without a screen, a window manager, the real program, a mouse and a
+keyboard. Where things are on screen the program tells (LUMENARA_INSPECT); what they show is read from screenshots.
+
+Nothing here waits for a fixed time: everything polls with a deadline.
+"""
+import json
+import os
+import pathlib
+import shutil
+import signal
+import subprocess
+import sys
+import tempfile
+import time
+
+SKIP = 77
+# A click brings the window to the front; Alt belongs to the program, not to the window manager.
+WINDOW_MANAGER = """<?xml version="1.0" encoding="UTF-8"?>
+<openbox_config xmlns="http://openbox.org/3.4/rc">
+  <focus><focusNew>yes</focusNew><followMouse>no</followMouse></focus>
+  <placement><policy>Smart</policy></placement>
+  <keyboard/>
+  <mouse>
+    <context name="Client">
+      <mousebind button="Left" action="Press"><action name="Focus"/><action name="Raise"/></mousebind>
+    </context>
+  </mouse>
+</openbox_config>
+"""
+TOOLS = ("Xvfb", "openbox", "xdotool", "import")
+
+
+class Failed(Exception):
+    """What a test says when the program does not do what it should."""
+
+
+def require_tools():
+    """Ends the test as skipped, and says so, when this machine cannot run it."""
+    missing = [tool for tool in TOOLS if not shutil.which(tool)]
+    if missing:
+        print("skipped: not installed: " + ", ".join(missing))
+        sys.exit(SKIP)
+
+
+def wait_for(what, test, seconds=20.0, every=0.05):
+    """The first true value of `test()`; fails with `what` at the deadline."""
+    end = time.monotonic() + seconds
+    while True:
+        value = test()
+        if value:
+            return value
+        if time.monotonic() > end:
+            raise Failed(f"after {seconds:g} s still not: {what}")
+        time.sleep(every)
+
+
+class Display:
+    """An X server with a window manager, on a number that nobody else has."""
+
+    def __init__(self, width=1600, height=1000):
+        self.width, self.height = width, height
+        reader, writer = os.pipe()
+        self.server = subprocess.Popen(
+            ["Xvfb", "-displayfd", str(writer), "-screen", "0", f"{width}x{height}x24", "-nolisten", "tcp"],
+            pass_fds=[writer], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        os.close(writer)
+        with os.fdopen(reader) as answer:
+            number = answer.readline().strip()
+        if not number:
+            raise Failed("the X server did not start")
+        self.name = ":" + number
+        self.environment = {k: v for k, v in os.environ.items()
+                            if k not in ("WAYLAND_DISPLAY", "XAUTHORITY", "DBUS_SESSION_BUS_ADDRESS")
+                            and not k.startswith("QT_")}
+        self.environment["DISPLAY"] = self.name
+        self.folder = tempfile.mkdtemp(prefix="studio-display-")
+        rules = pathlib.Path(self.folder) / "rc.xml"
+        rules.write_text(WINDOW_MANAGER, encoding="utf-8")
+        self.manager = subprocess.Popen(["openbox", "--config-file", str(rules)], env=self.environment, stdout=subprocess.DEVNULL,
+                                        stderr=subprocess.DEVNULL)
+        wait_for("a window manager", lambda: self.tool("getdisplaygeometry", check=False).returncode == 0)
+
+    def tool(self, *arguments, check=True):
+        return subprocess.run(["xdotool", *map(str, arguments)], env=self.environment, check=check,
+                              capture_output=True, text=True, timeout=30)
+
+    def shot(self, place):
+        """The pixels of a rectangle (x, y, width, height) of the screen."""
+        x, y, width, height = place
+        left, top = max(0, x), max(0, y)
+        width, height = min(width, self.width - left), min(height, self.height - top)
+        if width < 1 or height < 1:
+            raise Failed(f"{place} is not on the screen")
+        data = subprocess.run(
+            ["import", "-silent", "-display", self.name, "-window", "root", "-crop",
+             f"{width}x{height}+{left}+{top}", "-depth", "8", "rgb:-"],
+            env=self.environment, check=True, capture_output=True, timeout=60).stdout
+        return Picture(width, height, data)
+
+    def save(self, path):
+        subprocess.run(["import", "-silent", "-display", self.name, "-window", "root", str(path)],
+                       env=self.environment, check=False, timeout=60)
+
+    def close(self):
+        for process in (self.manager, self.server):
+            process.terminate()
+        for process in (self.manager, self.server):
+            try:
+                process.wait(10)
+            except subprocess.TimeoutExpired:
+                process.kill()
+                process.wait()
+        shutil.rmtree(self.folder, ignore_errors=True)
+
+
+class Picture:
+    def __init__(self, width, height, data):
+        self.width, self.height, self.data = width, height, data
+        if len(data) != width * height * 3:
+            raise Failed(f"a screenshot of {width}x{height} has {len(data)} bytes")
+
+    def pixel(self, x, y):
+        at = (y * self.width + x) * 3
+        return tuple(self.data[at:at + 3])
+
+    def colours(self, step=5):
+        """How many different colours it has, looked at coarsely."""
+        return len({self.data[i:i + 3] for i in range(0, len(self.data) - 2, 3 * step)})
+
+    def difference(self, other):
+        """Mean difference of a channel's value, 0 to 255."""
+        if (self.width, self.height) != (other.width, other.height):
+            return 255.0
+        step = max(1, len(self.data) // 200000)
+        ours, theirs = self.data[::step], other.data[::step]
+        return sum(abs(a - b) for a, b in zip(ours, theirs)) / len(ours)
+
+    def mean(self):
+        step = max(1, len(self.data) // 200000)
+        part = self.data[::step]
+        return sum(part) / len(part)
+
+
+class Studio:
+    """A running lumenara-studio."""
+
+    def __init__(self, display, program, *arguments, home, theme="dark", environment=None):
+        self.display = display
+        self.inspect_folder = pathlib.Path(tempfile.mkdtemp(prefix="studio-inspect-"))
+        self.log = open(self.inspect_folder / "output.txt", "w+", encoding="utf-8", errors="replace")
+        settings = dict(display.environment, LUMENARA_INSPECT=str(self.inspect_folder), LUMENARA_THEME=theme,
+                        XDG_RUNTIME_DIR=str(self.inspect_folder), **(environment or {}))
+        self.process = subprocess.Popen([str(program), *map(str, arguments), "--home", str(home)], env=settings,
+                                        stdin=subprocess.DEVNULL, stdout=self.log, stderr=subprocess.STDOUT)
+        wait_for("the main window", lambda: self.find(name="studio"), 60)
+
+    # --- looking ---
+
+    def output(self):
+        self.log.flush()
+        return pathlib.Path(self.log.name).read_text(encoding="utf-8", errors="replace")
+
+    def alive(self):
+        if self.process.poll() is not None:
+            raise Failed(f"the program has ended with {self.process.returncode}:\n{self.output()}")
+
+    def things(self, seconds=30):
+        """Everything on screen, as the program lists it now."""
+        answer = self.inspect_folder / "answer.json"
+        answer.unlink(missing_ok=True)
+        (self.inspect_folder / "request").touch()
+
+        def read():
+            self.alive()
+            try:
+                return json.loads(answer.read_text(encoding="utf-8"))
+            except FileNotFoundError:
+                return None
+        return wait_for("an answer of the program's main thread", read, seconds, 0.01)
+
+    def find(self, **wanted):
+        """The first thing with these values (name=, text=, label=...); a text may end in "*". None without one."""
+        for thing in self.things():
+            for key, value in wanted.items():
+                have = thing.get(key, "")
+                if isinstance(value, str) and value.endswith("*"):
+                    if not str(have).startswith(value[:-1]):
+                        break
+                elif have != value:
+                    break
+            else:
+                return thing
+        return None
+
+    def get(self, seconds=20, **wanted):
+        return wait_for(f"{wanted} on screen", lambda: self.find(**wanted), seconds)
+
+    def text(self, name):
+        return self.get(name=name)["text"]
+
+    def shot(self, thing):
+        return self.display.shot(thing["place"])
+
+    # --- hands ---
+
+    @staticmethod
+    def middle(thing):
+        x, y, width, height = thing["place"]
+        return x + width // 2, y + height // 2
+
+    def move(self, x, y):
+        self.display.tool("mousemove", "--sync", x, y)
+
+    def click(self, thing=None, button=1, at=None, **wanted):
+        x, y = at or self.middle(thing or self.get(**wanted))
+        self.move(x, y)
+        self.display.tool("click", button)
+
+    def drag(self, start, end, button=1, key=None, steps=8):
+        self.move(*start)
+        if key:
+            self.display.tool("keydown", key)
+        self.display.tool("mousedown", button)
+        for i in range(1, steps + 1):
+            self.display.tool("mousemove", round(start[0] + (end[0] - start[0]) * i / steps),
+                              round(start[1] + (end[1] - start[1]) * i / steps))
+            time.sleep(0.01)
+        self.display.tool("mouseup", button)
+        if key:
+            self.display.tool("keyup", key)
+
+    def key(self, *keys):
+        self.display.tool("key", "--clearmodifiers", *keys)
+
+    def write(self, text):
+        self.display.tool("type", "--delay", "15", "--", text)
+
+    def menu(self, *path):
+        """Chooses an entry of the main window's menus, or of a dialog's own."""
+        for text in path[:-1]:
+            self.click(**{"class": "QAction", "text": text, "menu": True})
+        self.click(**{"class": "QAction", "text": path[-1], "enabled": True})
+
+    def enter(self, name, text):
+        """Types a number or a word into a field."""
+        field = self.get(name=name)
+        self.move(*self.middle(field))
+        self.display.tool("click", "--repeat", 2, "--delay", 60, 1)
+        wait_for(f"the keyboard in {name}", lambda: self.get(name=name)["focus"])
+        self.key("ctrl+a")
+        self.write(text)
+        self.key("Return")
+
+    # --- the viewer ---
+
+    def viewer(self):
+        return self.get(name="gadget-1123")
+
+    def picture(self):
+        return self.shot(self.viewer())
+
+    def busy(self):
+        return self.find(name="status-stop") is not None
+
+    def settled(self, seconds=120):
+        """The viewer's picture once nothing changes any more: no bar, two shots alike."""
+        end = time.monotonic() + seconds
+        before, quiet = None, 0
+        while time.monotonic() < end:
+            busy, now = self.busy(), self.picture()
+            alike = before is not None and now.difference(before) == 0
+            quiet = quiet + 1 if alike and not busy else 0
+            if quiet >= 4:
+                return now
+            before = now
+            time.sleep(0.15)
+        raise Failed(f"the viewer's picture did not come to rest in {seconds} s")
+
+    def changed_from(self, picture, least=0.3, seconds=60):
+        return wait_for("another picture in the viewer",
+                        lambda: (lambda now: now if now.difference(picture) > least else None)(self.picture()),
+                        seconds, 0.1)
+
+    # --- the end ---
+
+    def quit(self, seconds=30):
+        """Ends the program as a user does, giving up unsaved changes."""
+        unsaved = " *" in self.get(name="studio")["text"]
+        self.key("ctrl+q")
+        if unsaved:
+            self.click(name="answer-1")
+        try:
+            code = self.process.wait(seconds)
+        except subprocess.TimeoutExpired:
+            raise Failed("the program did not end") from None
+        if code != 0:
+            raise Failed(f"the program ended with {code}:\n{self.output()}")
+
+    def kill(self):
+        self.process.send_signal(signal.SIGKILL)
+        self.process.wait()
+
+    def close(self):
+        if self.process.poll() is None:
+            self.process.kill()
+            self.process.wait()
+        self.log.close()
+        shutil.rmtree(self.inspect_folder, ignore_errors=True)
