@@ -105,6 +105,7 @@ void EditorView::Self::submit(bool force) {
   hooks.follow(active);
   syncFrame();
 
+  if (lookAgain_ && !another) refreshOverlay();
   PaintJob job;
   job.document = identity;
   if (!active) {
@@ -206,9 +207,27 @@ void EditorView::Self::paintOverlay() {
   inOverlay_ = true;
   overlay_.clear();
   hooks.draw(*view(), overlay_);
+  inOverlay_ = false;
+  layOverlay();
+}
+
+void EditorView::Self::layOverlay() {
   const double scale = width > 0 && !image.empty() ? setupOf(nullptr).ratio : 1;
   drawOverlay(overlay_, scale, image, painted_);
+}
+
+// What hooks draw may follow from values that no picture shows; then no new picture comes to carry it.
+void EditorView::Self::refreshOverlay() {
+  if (inOverlay_ || image.empty() || !ready()) return;
+  inOverlay_ = true;
+  Overlay now;
+  hooks.draw(*view(), now);
   inOverlay_ = false;
+  if (now == overlay_) return;
+  eraseOverlay(image, painted_);
+  overlay_ = std::move(now);
+  layOverlay();
+  if (services.present) services.present();
 }
 
 void EditorView::Self::repaintNow() {

@@ -54,6 +54,8 @@ class EditorView::Self final : public CoreListener {
   PictureSetup setupOf(BaseDocument* document) const;
   void deliver();
   void paintOverlay();
+  void layOverlay();
+  void refreshOverlay();
   void repaintNow();
 
   ViewHit hitAt(double x, double y) const;

@@ -12,6 +12,7 @@ struct OverlayMark {
   LONG x0 = 0, y0 = 0, x1 = 0, y1 = 0;
   std::uint32_t color = 0xff000000;
   LONG depth = 0; // greater lies behind
+  friend bool operator==(const OverlayMark&, const OverlayMark&) = default;
 };
 using Overlay = std::vector<OverlayMark>;
 

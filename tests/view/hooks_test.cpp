@@ -383,6 +383,35 @@ TEST_F(HookTest, LinesAreExactToThePixelAtEveryRatio) {
   }
 }
 
+TEST_F(HookTest, WhatTheyDrawFollowsTheDocumentWithoutANewPicture) {
+  add(87, 0);
+  LONG place = 10;
+  data.draw[87] = [&](BaseDraw* bd) {
+    bd->SetMatrix_Screen();
+    bd->SetPen(Vector(1, 0.5, 0));
+    bd->DrawPoint2D({static_cast<Real>(place), 20, 0});
+    return TRUE;
+  };
+  open(90, 70);
+  ASSERT_TRUE(view->finishPicture());
+  runAll();
+  const std::uint32_t ground = view->image().at(30, 20);
+  ASSERT_EQ(view->image().at(10, 20), 0xffff8000u);
+
+  place = 30; // as a value of the document's container that undo brings back
+  presented = 0;
+  EventAdd();
+  runAll();
+  EXPECT_EQ(view->image().at(30, 20), 0xffff8000u);
+  EXPECT_EQ(view->image().at(10, 20), ground);
+  EXPECT_GE(presented, 1);
+
+  presented = 0;
+  EventAdd();
+  runAll();
+  EXPECT_EQ(presented, 0) << "nothing is different";
+}
+
 TEST_F(HookTest, WhatIsDrawnOutsideAPassIsNotSeen) {
   add(82, 0);
   open(60, 50);
