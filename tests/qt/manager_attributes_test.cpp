@@ -271,7 +271,8 @@ TEST_F(ManagerAttributesTest, Looks) {
   for (const AttributeId id : {AttributeId::name, AttributeId::position, AttributeId::lightColor,
                                AttributeId::lightIntensity, AttributeId::lightKind}) {
     const QWidget& shown = *manager->field(id);
-    EXPECT_LE(shown.mapTo(manager.get(), QPoint(shown.width(), 0)).x(), 300 - metrics::grid) << "nothing is cut off";
+    EXPECT_LE(shown.mapTo(manager.get(), QPoint(shown.width(), 0)).x(), 300 - metrics::grid)
+        << "nothing is cut off";
   }
   keepPicture(*manager, QStringLiteral("attributes-spot"));
   select({id("lamp"), id("camera")});
