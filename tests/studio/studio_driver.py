@@ -209,7 +209,7 @@ class Studio:
         return x + width // 2, y + height // 2
 
     def move(self, x, y):
-        self.display.tool("mousemove", "--sync", x, y)
+        self.display.tool("mousemove", x, y)
 
     def click(self, thing=None, button=1, at=None, **wanted):
         x, y = at or self.middle(thing or self.get(**wanted))
