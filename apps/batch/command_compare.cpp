@@ -25,6 +25,7 @@ host::ProgramOptions programOptions(const std::string& home, host::UserInterface
   options.ui = &ui;
   options.loadModules = false;
   options.consoleEcho = nullptr; // the messages show it
+  options.printFailures = false; // the command tells its own
   return options;
 }
 

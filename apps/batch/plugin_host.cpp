@@ -13,6 +13,7 @@ host::ProgramOptions programOptions(const std::string& home, int threads, host::
   program.ui = &ui;
   program.cpuCount = threads;
   program.consoleEcho = nullptr; // the messages show it
+  program.printFailures = false; // the command tells its own
   return program;
 }
 

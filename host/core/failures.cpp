@@ -1,7 +1,10 @@
 #include "failures.h"
 
+#include <atomic>
 #include <mutex>
 #include <utility>
+
+#include "console.h"
 
 namespace host {
 
@@ -11,6 +14,7 @@ struct Record {
   std::mutex mutex;
   std::vector<Failure> kept;
   std::size_t count = 0;
+  std::atomic<bool> print{false};
 };
 
 Record& record() {
@@ -21,9 +25,14 @@ Record& record() {
 } // namespace
 
 void recordFailure(const Filename& file, std::string sentence) {
-  const std::lock_guard lock(record().mutex);
-  ++record().count;
-  if (record().kept.size() < 1000) record().kept.push_back({file, std::move(sentence)});
+  const bool print = record().print.load();
+  const String line = print ? String(sentence) : String();
+  {
+    const std::lock_guard lock(record().mutex);
+    ++record().count;
+    if (record().kept.size() < 1000) record().kept.push_back({file, std::move(sentence)});
+  }
+  if (print) printLine(line);
 }
 
 std::vector<Failure> failures() {
@@ -40,6 +49,10 @@ std::vector<Failure> takeFailures() {
   const std::lock_guard lock(record().mutex);
   record().count = 0;
   return std::exchange(record().kept, {});
+}
+
+void printFailures(bool print) {
+  record().print.store(print);
 }
 
 } // namespace host

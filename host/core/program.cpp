@@ -7,6 +7,7 @@
 
 #include "c4d_file.h"
 #include "console.h"
+#include "failures.h"
 #include "file_path.h"
 #include "main_loop.h"
 #include "platform.h"
@@ -63,6 +64,7 @@ Program::Program(ProgramOptions options) : options_(std::move(options)) {
   setUserInterface(options_.ui);
   setWorkerCount(options_.cpuCount);
   setConsoleEcho(options_.consoleEcho);
+  printFailures(options_.printFailures);
   mainLoop().reset();
   startupPath_ = chooseStartupPath(options_);
   writePath_ = chooseWritePath(options_);
@@ -79,6 +81,7 @@ Program::~Program() {
   setClock(nullptr);
   setWorkerCount(0);
   setConsoleEcho(stderr);
+  printFailures(false);
 }
 
 Program* Program::current() noexcept {

@@ -26,6 +26,7 @@ struct ProgramOptions {
   bool loadModules = true;     // plugins/*/ beside bin/, and in the write path
   std::vector<PluginUnit> linkedPlugins; // started before the modules, in this order
   std::FILE* consoleEcho = stderr;       // null: lines go to listeners only
+  bool printFailures = true;             // failed writes are lines on the console (failures.h)
 };
 
 /// When something is cleaned up at the end (see `Program::shutDown`).

@@ -147,7 +147,15 @@ TEST_F(Pictures, HistoryFailuresSayWhat) {
   EXPECT_EQ(history({}).code, 2);
   const Outcome outcome = run({"history", "add", a}, folder / "home", Limits{.fileSize = 64});
   EXPECT_EQ(outcome.code, 4) << outcome.err;
+  EXPECT_EQ(linesWith(outcome.err, "a.png[001].tif"), 1) << outcome.err;
   EXPECT_EQ(history({"list"}).out, "") << "no broken picture stays";
+}
+
+TEST_F(Pictures, AFullDiskIsToldOnce) {
+  const Outcome outcome = run({"compare", a, b, "-o", out}, folder / "home", Limits{.fileSize = 64});
+  EXPECT_EQ(outcome.code, 4) << outcome.err;
+  EXPECT_EQ(linesWith(outcome.err, out), 1) << outcome.err;
+  EXPECT_FALSE(fs::exists(out));
 }
 
 } // namespace

@@ -13,6 +13,7 @@
 #include <filesystem>
 
 #include "atomic_file.h"
+#include "console.h"
 #include "failures.h"
 #include "file_path.h"
 #include "host_fixture.h"
@@ -381,6 +382,22 @@ TEST(Failures, AreRecordedAndTaken) {
     host::recordFailure("/f", "s");
   EXPECT_EQ(host::failureCount(), 1500u);
   EXPECT_EQ(host::takeFailures().size(), 1000u);
+}
+
+TEST(Failures, AreConsoleLinesWhenWanted) {
+  std::vector<std::string> lines;
+  host::setConsoleEcho(nullptr);
+  const auto listener =
+      host::addConsoleListener([&lines](const String& line) { lines.push_back(line.GetUTF8()); });
+  host::recordFailure("/f", "before");
+  host::printFailures(true);
+  host::recordFailure("/f", "Cannot write /f.");
+  host::printFailures(false);
+  host::recordFailure("/f", "after");
+  host::removeConsoleListener(listener);
+  host::setConsoleEcho(stderr);
+  EXPECT_EQ(lines, std::vector<std::string>{"Cannot write /f."});
+  EXPECT_EQ(host::takeFailures().size(), 3u);
 }
 
 } // namespace

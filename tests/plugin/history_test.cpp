@@ -1,6 +1,9 @@
 // The image history: names, numbers, the size, the slots and the popup.
 #include <gtest/gtest.h>
 
+#include <sys/resource.h>
+
+#include <csignal>
 #include <filesystem>
 #include <fstream>
 
@@ -201,6 +204,51 @@ TEST_F(HistoryTest, AddLoadsTheTwoNewestWhenWanted) {
   view().AddToHistory();
   EXPECT_EQ(pixelOf(*view().imageA, 0, 0), (Rgb{1, 2, 3}));
   EXPECT_EQ(pixelOf(*view().imageB, 0, 0), (Rgb{4, 5, 6}));
+}
+
+/// Files of this process grow no further than `bytes`, as on a full disk.
+class FileSizeLimit {
+ public:
+  explicit FileSizeLimit(rlim_t bytes) : handler_(std::signal(SIGXFSZ, SIG_IGN)) {
+    getrlimit(RLIMIT_FSIZE, &before_);
+    const rlimit limit{bytes, before_.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &limit);
+  }
+  ~FileSizeLimit() {
+    setrlimit(RLIMIT_FSIZE, &before_);
+    std::signal(SIGXFSZ, handler_);
+  }
+
+ private:
+  void (*handler_)(int);
+  rlimit before_{};
+};
+
+TEST_F(HistoryTest, AFullDiskLeavesNoPictureAndTheConsoleSaysSoOnce) {
+  showPicture({10, 20, 30});
+  console.clear();
+  {
+    const FileSizeLimit full(64);
+    view().AddToHistory();
+  }
+  EXPECT_TRUE(historyNames().empty());
+  ASSERT_EQ(console.size(), 1u);
+  for (const char* part : {"history/[001].tif", "was not written", "File too large", "free space"})
+    EXPECT_NE(console[0].find(part), std::string::npos) << part << ": " << console[0];
+  EXPECT_TRUE(ui.messages.empty());
+  view().AddToHistory();
+  EXPECT_EQ(historyNames(), (Names{"[001].tif"}));
+  EXPECT_EQ(console.size(), 1u);
+}
+
+TEST_F(HistoryTest, AFolderThatCannotBeMadeIsToldByTheConsole) {
+  showPicture({10, 20, 30});
+  std::filesystem::remove_all(dataFolder().GetString().GetUTF8());
+  console.clear();
+  view().AddToHistory();
+  ASSERT_EQ(console.size(), 1u);
+  EXPECT_NE(console[0].find("history/[001].tif"), std::string::npos) << console[0];
+  EXPECT_NE(console[0].find("Check the folder"), std::string::npos) << console[0];
 }
 
 TEST_F(HistoryTest, WithoutAnImageNothingIsAdded) {

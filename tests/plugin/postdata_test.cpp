@@ -138,7 +138,9 @@ TEST_F(PostDataTest, AMissingFolderGoesUnnoticed) {
   openRender();
   closeFrame();
   EXPECT_FALSE(GeFExist(dataFolder(), TRUE));
-  EXPECT_TRUE(ui.messages.empty());
+  EXPECT_TRUE(ui.messages.empty()); // the host's console alone tells that the picture was not written
+  ASSERT_EQ(console.size(), 1u);
+  EXPECT_NE(console[0].find("lastRender.tif"), std::string::npos) << console[0];
 }
 
 TEST_F(PostDataTest, IsRegisteredHidden) {
