@@ -16,7 +16,7 @@ QString pluginLines() {
   QStringList lines;
   if (Program* program = Program::current())
     for (const auto& unit : program->loader().units())
-      lines.push_back(QString::fromStdString(unit->name.GetUTF8()));
+      lines.push_back(QString::fromStdString(unit->folder.GetFileString().GetUTF8()));
   return lines.isEmpty() ? AboutDialog::tr("No plug-ins are loaded.")
                          : AboutDialog::tr("Plug-ins: %1").arg(lines.join(QStringLiteral(", ")));
 }
@@ -56,6 +56,7 @@ AboutDialog::AboutDialog(QWidget* parent) : QDialog(parent) {
   top->addLayout(words, 1);
 
   auto* buttons = new QDialogButtonBox(QDialogButtonBox::Close);
+  buttons->button(QDialogButtonBox::Close)->setIcon({});
   connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
   auto* layout = new QVBoxLayout(this);
   layout->setContentsMargins(20, 20, 20, 12);

@@ -37,6 +37,7 @@ ShortcutsDialog::ShortcutsDialog(const CommandTable& table, QWidget* parent)
   list_->setColumnCount(2);
   list_->setHeaderHidden(true);
   list_->setRootIsDecorated(false);
+  list_->setUniformRowHeights(true);
   list_->setIndentation(metrics::groupSpace);
   list_->setSelectionMode(QAbstractItemView::NoSelection);
   list_->setFocusPolicy(Qt::NoFocus);
