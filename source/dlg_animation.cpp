@@ -8,6 +8,7 @@
 namespace {
 
 constexpr LONG LABEL_WIDTH = 100;
+constexpr LONG JPEG_DIALOG_WIDTH = 400; // keeps the captions of the slider's ends apart
 
 // Values of the format.
 enum : LONG {
@@ -214,7 +215,7 @@ Bool DlgAnimation::ChooseStill(Bool jpeg) {
   dialog.jpeg = jpeg;
   dialog.quality = jpegQuality;
   dialog.photoshop7 = photoshop7;
-  dialog.Open();
+  dialog.Open(-1, -1, jpeg ? JPEG_DIALOG_WIDTH : 0);
   if (dialog.GetResult()) {
     jpegQuality = dialog.quality;
     photoshop7 = dialog.photoshop7;

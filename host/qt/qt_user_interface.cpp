@@ -18,6 +18,12 @@ namespace {
 constexpr int storeDelay = 400; // milliseconds after the last movement of a window
 constexpr LONG atPointer = 0x7fffffff;
 
+// What a window's frame needs to show the title in full beside its buttons.
+int titleWidth(const QWidget& window) {
+  constexpr int frame = 140;
+  return window.fontMetrics().horizontalAdvance(window.windowTitle()) + frame;
+}
+
 // The window of a modal dialog. Escape and its close button ask the dialog.
 class ModalFrame : public QDialog {
  public:
@@ -199,6 +205,7 @@ bool QtUserInterface::runModal(GeDialog& dialog, const DialogPlacement& placemen
   open_[&dialog] = {window, frame.data(), &loop, where};
   frame->setModal(true);
   QSize size = frame->sizeHint();
+  size.setWidth(std::max(size.width(), titleWidth(*frame)));
   if (where.width > 0) size.setWidth(std::max<int>(where.width, size.width()));
   if (where.height > 0) size.setHeight(std::max<int>(where.height, size.height()));
   frame->resize(size);

@@ -63,6 +63,13 @@ QLineEdit, QAbstractSpinBox { background: @field@; color: @text@; border: 1px so
 QLineEdit:hover, QAbstractSpinBox:hover { border-color: @disabled@; }
 QLineEdit:focus, QAbstractSpinBox:focus { border-color: @accent@; }
 QLineEdit:disabled, QAbstractSpinBox:disabled { color: @disabled@; background: @window@; }
+QAbstractSpinBox { padding: 0 18px 0 5px; }
+QAbstractSpinBox::up-button, QAbstractSpinBox::down-button { subcontrol-origin: border; width: 16px; border: none; }
+QAbstractSpinBox::up-button { subcontrol-position: top right; }
+QAbstractSpinBox::down-button { subcontrol-position: bottom right; }
+QAbstractSpinBox::up-arrow { image: url(:/style/up.svg); width: 9px; height: 9px; }
+QAbstractSpinBox::down-arrow { image: url(:/style/down.svg); width: 9px; height: 9px; }
+QDialogButtonBox { dialogbuttonbox-buttons-have-icons: 0; }
 QLineEdit[complaint="true"] { border-color: @error@; color: @errorText@; }
 QPlainTextEdit, QTextEdit { background: @field@; color: @text@; border: 1px solid @line@; border-radius: 4px;
             selection-background-color: @accent@; selection-color: @onAccent@; }

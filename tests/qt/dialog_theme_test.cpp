@@ -1,5 +1,6 @@
 // The look: readable colours, icons in the theme's colours, heights on the grid.
 #include <QComboBox>
+#include <QDialogButtonBox>
 #include <QDir>
 #include <QImage>
 #include <QLineEdit>
@@ -123,6 +124,14 @@ TEST_F(DialogTheme, IconsAreSharpOnDenseScreens) {
   EXPECT_EQ(picture.width(), 32);
   EXPECT_EQ(picture.devicePixelRatio(), 2);
   EXPECT_EQ(host::iconPixmap("open", 16, Qt::red, 2).width(), 32);
+}
+
+TEST_F(DialogTheme, ButtonsOfBoxesHaveWordsOnly) {
+  QDialogButtonBox box(QDialogButtonBox::Ok | QDialogButtonBox::Cancel);
+  box.show();
+  settle();
+  for (const QAbstractButton* button : box.buttons())
+    EXPECT_TRUE(button->icon().isNull()) << button->text().toStdString();
 }
 
 TEST_F(DialogTheme, MissingIconIsEmpty) {
