@@ -8,33 +8,19 @@
 #include <vector>
 
 #include "access.h"
+#include "scale_rows.h"
 
 namespace {
 
-/// The source pixels that make one target pixel, neighbours from `first` on; their weights lie from
-/// `weights` on in the axis' list and add up to 1.
-struct Taps {
-  LONG first = 0;
-  std::uint32_t weights = 0, count = 0;
-};
-
-struct Axis {
-  std::vector<Taps> taps; // one for every target pixel
-  std::vector<float> weights;
-
-  void begin(LONG first) { taps.push_back({first, static_cast<std::uint32_t>(weights.size()), 0}); }
-  void add(double weight) {
-    weights.push_back(static_cast<float>(weight));
-    ++taps.back().count;
-  }
-};
+using host::ScaleAxis;
+using host::ScaleTaps;
 
 LONG nearestPixel(LONG target, LONG from, LONG to) {
   return static_cast<LONG>((2 * static_cast<LLONG>(target) + 1) * from / (2 * static_cast<LLONG>(to)));
 }
 
 /// The average over the pixel's area on the source.
-void addAreaTaps(Axis& axis, LONG target, LONG from, LONG to) {
+void addAreaTaps(ScaleAxis& axis, LONG target, LONG from, LONG to) {
   const double scale = static_cast<double>(from) / to;
   const double begin = target * scale, end = std::min<double>((target + 1) * scale, from);
   const auto first = static_cast<LONG>(begin);
@@ -44,7 +30,7 @@ void addAreaTaps(Axis& axis, LONG target, LONG from, LONG to) {
 }
 
 /// A straight line between the two nearest pixel centres; the border's colour beyond the outermost centres.
-void addLinearTaps(Axis& axis, LONG target, LONG from, LONG to) {
+void addLinearTaps(ScaleAxis& axis, LONG target, LONG from, LONG to) {
   const double centre =
       std::clamp((target + 0.5) * static_cast<double>(from) / to - 0.5, 0.0, static_cast<double>(from - 1));
   const auto first = static_cast<LONG>(centre);
@@ -54,8 +40,8 @@ void addLinearTaps(Axis& axis, LONG target, LONG from, LONG to) {
   if (part > 0 && first + 1 < from) axis.add(part);
 }
 
-Axis filterAxis(LONG from, LONG to) {
-  Axis axis;
+ScaleAxis filterAxis(LONG from, LONG to) {
+  ScaleAxis axis;
   for (LONG i = 0; i < to; ++i)
     to < from ? addAreaTaps(axis, i, from, to) : addLinearTaps(axis, i, from, to);
   return axis;
@@ -81,12 +67,12 @@ struct Rows {
   const std::atomic<ULONG>* pixels;
   LONG width;
   ULONG opaque; // set over the alpha of a picture that has none
-  const Axis& columns;
+  const ScaleAxis& columns;
   // Neighbouring target rows share at most one source row when shrinking, two when enlarging.
   std::array<Row, 2> cache;
   std::array<LONG, 2> cached{-1, -1};
 
-  Rows(const std::atomic<ULONG>* source, LONG sourceWidth, ULONG opaqueBits, const Axis& axis)
+  Rows(const std::atomic<ULONG>* source, LONG sourceWidth, ULONG opaqueBits, const ScaleAxis& axis)
       : pixels(source), width(sourceWidth), opaque(opaqueBits), columns(axis) {
     for (Row& row : cache)
       row.resize(columns.taps.size());
@@ -105,7 +91,7 @@ struct Rows {
   void resample(LONG y, Row& row) const {
     const std::atomic<ULONG>* line = pixels + static_cast<std::size_t>(y) * static_cast<std::size_t>(width);
     Lanes* out = row.data();
-    for (const Taps& taps : columns.taps) {
+    for (const ScaleTaps& taps : columns.taps) {
       Lanes sum = {};
       const std::atomic<ULONG>* source = line + taps.first;
       const float* weight = columns.weights.data() + taps.weights;
@@ -133,6 +119,16 @@ ULONG mixWords(ULONG fresh, ULONG there, LONG intensity) {
     word |= static_cast<ULONG>((value * intensity + old * (256 - intensity) + 128) / 256) << (8 * c);
   }
   return word;
+}
+
+/// Stores what `word` gives for every column, mixed by `intensity` of 256 with what is there.
+template <class WordAt>
+void storeRow(std::atomic<ULONG>* out, LONG width, LONG intensity, WordAt word) {
+  for (LONG x = 0; x < width; ++x) {
+    const ULONG fresh = word(x);
+    out[x].store(intensity < 256 ? mixWords(fresh, out[x].load(std::memory_order_relaxed), intensity) : fresh,
+                 std::memory_order_relaxed);
+  }
 }
 
 struct Box {
@@ -166,21 +162,26 @@ void BaseBitmap::ScaleIt(BaseBitmap* target, LONG intensity, Bool sample, Bool p
         columns.push_back(nearestPixel(x, width_, box.width));
       for (LONG y = 0; y < box.height; ++y) {
         const std::atomic<ULONG>* line = &Word(0, nearestPixel(y, height_, box.height));
-        std::atomic<ULONG>* out = &target->Word(box.x, box.y + y);
-        for (const LONG x : columns) {
-          const ULONG word = line[x].load(std::memory_order_relaxed) | opaque;
-          const ULONG there = mix < 256 ? out->load(std::memory_order_relaxed) : 0;
-          (out++)->store(mix < 256 ? mixWords(word, there, mix) : word, std::memory_order_relaxed);
-        }
+        storeRow(&target->Word(box.x, box.y + y), box.width, mix, [&](LONG x) {
+          return line[columns[static_cast<std::size_t>(x)]].load(std::memory_order_relaxed) | opaque;
+        });
       }
       return;
     }
 
-    const Axis columns = filterAxis(width_, box.width), lines = filterAxis(height_, box.height);
+    const ScaleAxis columns = filterAxis(width_, box.width), lines = filterAxis(height_, box.height);
+    if (host::FixedScaleRows::suits(columns, lines)) {
+      host::FixedScaleRows rows(pixels_, width_, opaque, columns, lines);
+      for (LONG y = 0; y < box.height; ++y) {
+        const ULONG* row = rows.at(y);
+        storeRow(&target->Word(box.x, box.y + y), box.width, mix, [row](LONG x) { return row[x]; });
+      }
+      return;
+    }
     Rows rows(pixels_, width_, opaque, columns);
     Row sum(columns.taps.size());
     for (LONG y = 0; y < box.height; ++y) {
-      const Taps& taps = lines.taps[static_cast<std::size_t>(y)];
+      const ScaleTaps& taps = lines.taps[static_cast<std::size_t>(y)];
       std::fill(sum.begin(), sum.end(), Lanes{});
       for (std::uint32_t i = 0; i < taps.count; ++i) {
         const Lanes* row = rows.at(taps.first + static_cast<LONG>(i)).data();
@@ -188,12 +189,8 @@ void BaseBitmap::ScaleIt(BaseBitmap* target, LONG intensity, Bool sample, Bool p
         for (std::size_t k = 0; k < sum.size(); ++k)
           sum[k] += weight * row[k];
       }
-      std::atomic<ULONG>* out = &target->Word(box.x, box.y + y);
-      for (const Lanes& fresh : sum) {
-        const ULONG word = roundWord(fresh);
-        const ULONG there = mix < 256 ? out->load(std::memory_order_relaxed) : 0;
-        (out++)->store(mix < 256 ? mixWords(word, there, mix) : word, std::memory_order_relaxed);
-      }
+      storeRow(&target->Word(box.x, box.y + y), box.width, mix,
+               [&sum](LONG x) { return roundWord(sum[static_cast<std::size_t>(x)]); });
     }
   } catch (const std::bad_alloc&) {
     // Rows and weights are small beside the pictures: nothing sensible is left to draw with.

@@ -1,4 +1,8 @@
 // Resampling.
+#include <algorithm>
+#include <cmath>
+#include <random>
+
 #include "picture_fixture.h"
 
 using namespace picture_fixture;
@@ -167,4 +171,72 @@ TEST(BitmapScale, TheAverageOfABigPictureIsKept) {
     }
   source->ScaleIt(target, 256, TRUE, FALSE);
   EXPECT_NEAR(at(*target, 0, 0).r, sum / (301 * 199), 0.51);
+}
+
+namespace {
+
+/// The weight of source pixel `i` in target pixel `t`: its share of the area when shrinking, a straight line
+/// between pixel centres when enlarging.
+double weightOf(LONG i, LONG t, LONG from, LONG to) {
+  const double scale = static_cast<double>(from) / to;
+  if (to < from)
+    return std::max(0.0, std::min(i + 1.0, (t + 1) * scale) - std::max<double>(i, t * scale)) / scale;
+  const double centre = std::clamp((t + 0.5) * scale - 0.5, 0.0, from - 1.0);
+  return std::max(0.0, 1 - std::abs(i - centre));
+}
+
+std::vector<double> weightsOf(LONG t, LONG from, LONG to) {
+  std::vector<double> all;
+  for (LONG i = 0; i < from; ++i)
+    all.push_back(weightOf(i, t, from, to));
+  return all;
+}
+
+/// The filtered red of a target pixel, by the definition.
+double filteredRed(const BaseBitmap& source, const std::vector<double>& columns,
+                   const std::vector<double>& lines) {
+  double sum = 0;
+  for (LONG y = 0; y < source.GetBh(); ++y)
+    for (LONG x = 0; x < source.GetBw(); ++x) {
+      const double weight = columns[static_cast<std::size_t>(x)] * lines[static_cast<std::size_t>(y)];
+      if (weight > 0) sum += weight * at(source, x, y).r;
+    }
+  return sum;
+}
+
+} // namespace
+
+// Every way of counting, quick and slow, comes to the definition's value, rounded.
+TEST(BitmapScale, AnySizeIsTheDefinitionsFilter) {
+  std::mt19937 random(11);
+  std::uniform_int_distribution<int> code(0, 255);
+  Bitmap source, target;
+  init(source, 30, 20);
+  for (LONG y = 0; y < 20; ++y)
+    for (LONG x = 0; x < 30; ++x)
+      put(*source, x, y, {code(random), code(random), code(random), 255});
+  for (const auto& [width, height] : {std::pair<LONG, LONG>{20, 13},
+                                      {61, 47},
+                                      {29, 20},
+                                      {30, 41},
+                                      {9, 20},
+                                      {13, 7},
+                                      {11, 60},
+                                      {3, 2},
+                                      {7, 40},
+                                      {1, 19},
+                                      {90, 6}}) {
+    init(target, width, height);
+    source->ScaleIt(target, 256, TRUE, FALSE);
+    double error = 0;
+    for (LONG y = 0; y < height; ++y) {
+      const std::vector<double> lines = weightsOf(y, 20, height);
+      for (LONG x = 0; x < width; ++x) {
+        const double off = at(*target, x, y).r - filteredRed(*source, weightsOf(x, 30, width), lines);
+        ASSERT_LT(std::abs(off), 0.56) << width << " x " << height << " at " << x << ", " << y;
+        error += off;
+      }
+    }
+    EXPECT_LT(std::abs(error) / (width * height), 0.05 + 1.5 / std::sqrt(width * height)) << width;
+  }
 }
