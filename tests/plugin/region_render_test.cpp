@@ -3,9 +3,12 @@
 
 #include <cmath>
 #include <random>
+#include <set>
 
 #include "dlg_lumenara.h"
+#include "lm_thread.h"
 #include "region_fixture.h"
+#include "scene_file.h"
 
 namespace {
 
@@ -32,6 +35,7 @@ class Viewer : public DlgLumenara {
     return mapped;
   }
   using DlgLumenara::aspect;
+  using DlgLumenara::settings;
   using DlgLumenara::size;
   using DlgLumenara::x;
   using DlgLumenara::y;
@@ -209,6 +213,91 @@ TEST_F(RegionRenderTest, SensibleRegionsStayInsideTheImage) {
     ASSERT_LT(mapped.x2, mapped.width);
     ASSERT_LT(mapped.y2, mapped.height);
   }
+}
+
+// A view of the render's aspect has no bars: the rectangle is the box, in the image's pixels.
+TEST_F(RegionRenderTest, WithTheRendersAspectItRendersWhatTheBoxFrames) {
+  std::mt19937 random(11);
+  const auto real = [&](Real a, Real b) { return std::uniform_real_distribution<Real>(a, b)(random); };
+  for (int i = 0; i < 500; ++i) {
+    const LONG w = static_cast<LONG>(real(400, 2000)), h = static_cast<LONG>(real(400, 2000));
+    const LONG renderWidth = static_cast<LONG>(real(200, 1000));
+    setViewAndFormat(w, h);
+    // The viewer shows the render in a picture of the box's aspect.
+    const LONG renderHeight = static_cast<LONG>(real(200, 1000));
+    setAspect(static_cast<Real>(renderWidth) / renderHeight);
+    setRegion(real(0, 0.6), real(0, 0.6), real(0.2, 0.9));
+    const Box box = drawnBox();
+    // As after a drag: the record has the place that the safe frame allows.
+    setRegion(static_cast<Real>(box.left) / w, static_cast<Real>(box.top) / h,
+              region().GetReal(LM_REGION_SIZE));
+    const Mapped mapped = map(renderWidth, renderHeight);
+    const Real perX = static_cast<Real>(mapped.width) / w, perY = static_cast<Real>(mapped.height) / h;
+    EXPECT_NEAR(mapped.x1, box.left * perX, perX + 2) << i;
+    EXPECT_NEAR(mapped.y1, box.top * perY, 3 * perY + 2) << i;
+    EXPECT_NEAR(mapped.x2 + 1, box.right * perX, 2 * perX + 2) << i;
+    EXPECT_NEAR(mapped.y2 + 1, box.bottom * perY, 3 * perY + 2) << i;
+  }
+}
+
+TEST_F(RegionRenderTest, TheRegionIsThatPartOfTheWholePicture) {
+  host::LoadResult loaded = host::loadDocument(Filename(LUMENARA_SOURCE_DIR "/scenes/small.gltf"));
+  ASSERT_TRUE(loaded.document) << loaded.error;
+  hooks.follow(nullptr);
+  document = loaded.document.release();
+  host::setActiveDocument(document);
+  BaseContainer* rdata = document->GetActiveRenderData()->GetDataInstance();
+  rdata->SetLong(RDATA_MAXSAMPLES, 2);
+  rdata->SetReal(RDATA_NOISETHRESHOLD, 0);
+  setViewAndFormat(640, 480);
+  setAspect(4.0 / 3);
+  setRegion(0.3, 0.25, 0.4);
+  const Mapped mapped = map(64, 48);
+  ASSERT_EQ(mapped.width, 160);
+  ASSERT_EQ(mapped.height, 120);
+
+  const auto render = [&](BaseBitmap& bitmap, bool region) {
+    bitmap.Init(mapped.width, mapped.height, 24);
+    LMTHREAD_DATA status;
+    lmThread thread;
+    thread.settings = &viewer->settings;
+    thread.data = &status;
+    thread.bitmap = &bitmap;
+    thread.region = region;
+    thread.regionLeft = mapped.x1, thread.regionTop = mapped.y1;
+    thread.regionRight = mapped.x2, thread.regionBottom = mapped.y2;
+    thread.Start();
+    thread.Wait(TRUE);
+    EXPECT_EQ(status.result, RENDERRESULT_OK);
+  };
+  const AutoAlloc<BaseBitmap> whole, part;
+  render(*whole, false);
+  render(*part, true);
+  LONG inside = 0, differing = 0, outside = 0;
+  std::set<LONG> colours;
+  for (LONG y = 0; y < mapped.height; ++y) {
+    for (LONG x = 0; x < mapped.width; ++x) {
+      UWORD a[3] = {}, b[3] = {};
+      whole->GetPixel(x, y, &a[0], &a[1], &a[2]);
+      part->GetPixel(x, y, &b[0], &b[1], &b[2]);
+      const bool in = mapped.x1 <= x && x <= mapped.x2 && mapped.y1 <= y && y <= mapped.y2;
+      if (in) {
+        ++inside;
+        colours.insert(a[0] << 16 | a[1] << 8 | a[2]);
+        for (int c = 0; c < 3; ++c)
+          if (std::abs(a[c] - b[c]) > 1) {
+            ++differing;
+            break;
+          }
+      } else if (b[0] || b[1] || b[2]) {
+        ++outside;
+      }
+    }
+  }
+  EXPECT_EQ(inside, 64 * 48);
+  EXPECT_GT(colours.size(), 20u) << "there is something to see";
+  EXPECT_EQ(differing, 0);
+  EXPECT_EQ(outside, 0) << "only the region is computed";
 }
 
 TEST_F(RegionRenderTest, DamagedValuesDoNoHarm) {
