@@ -1,8 +1,10 @@
 // A bitmap's shape and pixels.
 #include <algorithm>
 #include <limits>
+#include <memory>
 #include <new>
 #include <span>
+#include <type_traits>
 
 #include "access.h"
 #include "bitmap_data.h"
@@ -16,12 +18,23 @@ std::size_t pixelCount(LONG width, LONG height) {
   return static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
 }
 
-/// Null when there is not enough memory.
+/// Black pixels, each written once; null when there is not enough memory. `deletePixels` frees them.
 std::atomic<ULONG>* newPixels(LONG width, LONG height) noexcept {
   const auto wide = static_cast<ULLONG>(width) * static_cast<ULLONG>(height);
   if (wide > std::numeric_limits<std::size_t>::max() / sizeof(ULONG)) return nullptr;
   if (!host::fitsMemory(static_cast<std::size_t>(wide) * sizeof(ULONG))) return nullptr;
-  return new (std::nothrow) std::atomic<ULONG>[static_cast<std::size_t>(wide)];
+  const auto count = static_cast<std::size_t>(wide);
+  void* memory = ::operator new(count * sizeof(std::atomic<ULONG>), std::nothrow);
+  if (!memory) return nullptr;
+  auto* pixels = static_cast<std::atomic<ULONG>*>(memory);
+  for (std::size_t i = 0; i < count; ++i)
+    std::construct_at(pixels + i, opaqueBlack);
+  return pixels;
+}
+
+void deletePixels(std::atomic<ULONG>* pixels) noexcept {
+  static_assert(std::is_trivially_destructible_v<std::atomic<ULONG>>);
+  ::operator delete(pixels);
 }
 
 void fill(std::atomic<ULONG>* pixels, std::size_t count, ULONG word) noexcept {
@@ -52,7 +65,7 @@ BaseBitmap::BaseBitmap() : data_(new host::BitmapData) {
 }
 
 BaseBitmap::~BaseBitmap() {
-  delete[] pixels_;
+  deletePixels(pixels_);
   delete data_;
 }
 
@@ -70,7 +83,7 @@ void BaseBitmap::Free(BaseBitmap*& bitmap) {
 }
 
 void BaseBitmap::FlushAll() {
-  delete[] pixels_;
+  deletePixels(pixels_);
   pixels_ = nullptr;
   width_ = height_ = depth_ = 0;
   host::setFilm(*this, nullptr);
@@ -83,13 +96,15 @@ IMAGERESULT BaseBitmap::Init(LONG width, LONG height, LONG depth) {
   if (width < 1 || height < 1 || width > host::maxPictureSide || height > host::maxPictureSide)
     return IMAGERESULT_PARAM_ERROR;
   if (depth != 24 && depth != 32) return IMAGERESULT_PARAM_ERROR;
-  if (!sameMemory) pixels_ = newPixels(width, height);
+  if (sameMemory)
+    fill(pixels_, pixelCount(width, height), opaqueBlack);
+  else
+    pixels_ = newPixels(width, height);
   if (!pixels_) return IMAGERESULT_OUTOFMEMORY;
   width_ = width;
   height_ = height;
   depth_ = depth;
   host::setFilm(*this, nullptr);
-  fill(pixels_, pixelCount(width, height), opaqueBlack);
   return IMAGERESULT_OK;
 }
 
