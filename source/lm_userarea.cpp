@@ -252,7 +252,7 @@ void lmUserArea::HistoryPrepare(Real slider, LONG style) {
     for (LONG a = 0; a < 256; ++a) {
       for (LONG b = 0; b < 256; ++b)
         table[static_cast<std::size_t>(a * 256 + b)] =
-            static_cast<UCHAR>(std::clamp(std::floor((b - a) * t + a), 0.0, 255.0));
+            static_cast<UCHAR>(std::clamp((b - a) * t + a, 0.0, 255.0)); // the conversion takes the floor
     }
     MixPixels(*workA, *workB, *display, width, height,
               [values = table.data()](UWORD a, UWORD b) { return values[a * 256 + b]; });
