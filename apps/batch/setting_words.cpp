@@ -34,8 +34,12 @@ std::string rangeText(LONG key, host::GadgetKind kind, const std::vector<host::C
   return choicesText(entries);
 }
 
+/// Without the spaces around it and the sign before the letter that works with Alt.
 std::string trimmed(const String& text) {
-  const std::string& all = text.GetUTF8();
+  std::string all = text.GetUTF8();
+  if (const auto sign = all.find('&');
+      sign != std::string::npos && sign + 1 < all.size() && all[sign + 1] != ' ')
+    all.erase(sign, 1);
   const auto first = all.find_first_not_of(' ');
   return first == std::string::npos ? "" : all.substr(first, all.find_last_not_of(' ') - first + 1);
 }

@@ -2,6 +2,7 @@
 #include <QCheckBox>
 #include <QColorDialog>
 #include <QComboBox>
+#include <QKeySequence>
 #include <QLabel>
 #include <QPushButton>
 #include <filesystem>
@@ -117,6 +118,18 @@ class PluginDialogs : public QtFixture {
       widget = widget->nextInFocusChain();
     } while (widget != start);
     return order;
+  }
+  /// The letters that work with Alt; each has one check box.
+  static std::string letters(QWidget& window) {
+    std::string found;
+    for (const QCheckBox* box : window.findChildren<QCheckBox*>()) {
+      const QString key = QKeySequence::mnemonic(box->text()).toString();
+      if (key.isEmpty()) continue;
+      const char letter = key.back().toLatin1();
+      EXPECT_EQ(found.find(letter), std::string::npos) << box->text().toStdString();
+      found += letter;
+    }
+    return found;
   }
   static std::size_t place(const std::vector<LONG>& order, LONG id) {
     return static_cast<std::size_t>(std::find(order.begin(), order.end(), id) - order.begin());
@@ -260,6 +273,18 @@ TEST_F(OptionsDialog, TheTabKeyGoesDownTheColumns) {
     }
     EXPECT_EQ(order.back(), IDC_OK);
   });
+}
+
+TEST_F(OptionsDialog, LettersWorkWithAlt) {
+  open([](QWidget& window) {
+    EXPECT_GE(letters(window).size(), 15u);
+    window.activateWindow();
+    EXPECT_TRUE(waitFor([&] { return window.isActiveWindow(); }));
+    QTest::keyClick(&window, Qt::Key_A, Qt::AltModifier);
+    EXPECT_TRUE(waitFor([&] { return at<QCheckBox>(window, LM_AUTO_REFRESH).isChecked(); }))
+        << "the button stays down for a moment";
+  });
+  EXPECT_EQ(settings.GetDataInstance()->GetLong(LM_AUTO_REFRESH), 1);
 }
 
 TEST_F(OptionsDialog, TheTitleBarTellsTheVersion) {
@@ -434,6 +459,12 @@ TEST_F(OptimizationsDialog, FitsTheScreenAndShowsEverythingInBothThemes) {
     EXPECT_LE(window().width(), 1000);
     expectNothingClipped(window());
   }
+}
+
+TEST_F(OptimizationsDialog, LettersLeaveTheMainMenuItsOwn) {
+  const std::string ours = letters(window());
+  EXPECT_GE(ours.size(), 10u);
+  EXPECT_EQ(ours.find_first_of("FEVRPWH"), std::string::npos) << ours;
 }
 
 TEST_F(OptimizationsDialog, EveryChangeIsSentAtOnce) {
