@@ -297,6 +297,7 @@ def pacing_wait(run):
     run.set("LM_REFRESH_WAIT", 1)
     run.set("LM_AUTO_REFRESH", 1)
     run.set("LM_PROGRESS_BAR", 1)
+    run.set("LM_VIEW_SIZE", 3)
     shutil.copy(run.options.source / "scenes" / "demo.glb", run.folder / "demo.glb")
     run.scene = run.folder / "demo.glb"
     studio = run.start(run.scene, "--viewer")
