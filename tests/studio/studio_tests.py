@@ -397,6 +397,24 @@ def drop_open(run):
     studio.quit()
 
 
+def loading(run):
+    """A load that takes long has a box with a bar, and can be cancelled."""
+    large, side = run.folder / "large.obj", 700
+    with open(large, "w", encoding="utf-8") as file:
+        for i in range(side):
+            file.writelines(f"v {i * 0.01:.2f} {(i * j) % 7 * 0.001:.3f} {j * 0.01:.2f}\n" for j in range(side))
+        for i in range(side - 1):
+            corners = (i * side + j + 1 for j in range(side - 1))
+            file.writelines(f"f {a} {a + 1} {a + side + 1} {a + side}\n" for a in corners)
+    studio = run.start(large)
+    studio.get(name="loading")
+    studio.click(**{"in": "loading", "class": "QPushButton"})
+    wait_for("the end of the box", lambda: studio.find(name="loading") is None)
+    check(studio.get(name="studio")["text"].startswith("Untitled"), "a cancelled scene was opened")
+    check(studio.find(name="box") is None, "a cancelled load counts as an error")
+    studio.quit()
+
+
 def settings_survive(run):
     """Killed at once after a finished command, the program has lost nothing."""
     on = None
@@ -455,7 +473,7 @@ def themes(run):
 
 
 SCENARIOS = {f.__name__: f for f in (command_line, viewer, refresh, cancel, switch, resize, camera, move, pacing_wait,
-                                     pacing_delay, reload, drop_open, settings_survive, layout, themes)}
+                                     pacing_delay, reload, drop_open, loading, settings_survive, layout, themes)}
 
 
 def main():
