@@ -32,6 +32,8 @@ WALLS = [
     (r"nlohmann/", {"host/core", "host/scene", "apps/batch", "apps/studio", "tests", "bench"}),
     (r"CLI/", {"apps/batch", "apps/studio"}),
     (r"Q[A-Z]\w*$|Qt\w*/|q[a-z]+\.h$", {"host/qt", "apps/studio", "tests/qt", "bench/studio"}),
+    # Instructions of one processor family, beside portable code that does the same.
+    (r"emmintrin\.h$", {"host/image"}),
     (r"gtest/|gmock/", {"tests"}),
     (r"benchmark/", {"bench"}),
 ]
