@@ -32,8 +32,7 @@ bool sessionHasBus() {
 
 DesktopScheme::DesktopScheme(const QDBusConnection& bus, QObject* parent) : QObject(parent), bus_(bus) {
   if (!bus_.isConnected()) return;
-  bus_.connect(service, path, settings, "SettingChanged", this,
-               SLOT(onSetting(QString, QString, QDBusVariant)));
+  bus_.connect(service, path, settings, "SettingChanged", this, SLOT(onSetting(QDBusMessage)));
   const QDBusMessage answer = bus_.call(question(), QDBus::Block, patience);
   if (answer.type() == QDBusMessage::ReplyMessage && !answer.arguments().isEmpty())
     take(answer.arguments().first());
@@ -67,11 +66,14 @@ void DesktopScheme::take(const QVariant& value) {
     scheme_.reset();
 }
 
-void DesktopScheme::onSetting(const QString& changedGroup, const QString& changedKey,
-                              const QDBusVariant& value) {
-  if (changedGroup != QLatin1String(group) || changedKey != QLatin1String(key)) return;
+// A group, a key and the value in a variant.
+void DesktopScheme::onSetting(const QDBusMessage& message) {
+  const QVariantList told = message.arguments();
+  if (told.size() < 3 || told[0].toString() != QLatin1String(group) ||
+      told[1].toString() != QLatin1String(key))
+    return;
   told_ = true;
-  take(value.variant());
+  take(told[2]);
   emit changed();
 }
 

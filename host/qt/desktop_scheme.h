@@ -6,7 +6,8 @@
 #include <QObject>
 #include <optional>
 
-class QDBusVariant;
+class QDBusMessage;
+class QVariant;
 
 namespace host {
 
@@ -27,7 +28,7 @@ class DesktopScheme : public QObject {
   void changed();
 
  private slots:
-  void onSetting(const QString& group, const QString& key, const QDBusVariant& value);
+  void onSetting(const QDBusMessage& message);
 
  private:
   void take(const QVariant& value);
