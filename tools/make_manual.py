@@ -142,7 +142,7 @@ def main():
         contents.append(f'<a href="#{name}">{title}</a>')
         bodies.append(body.replace("<h1>", f'<h1 id="{name}">', 1))
     page = cover() + '<div class="contents"><h1>Contents</h1>' + "".join(contents) + "</div>" + "".join(bodies)
-    document = weasyprint.HTML(string=f"<html lang='en'><title>Lumenara</title><body>{page}</body></html>", base_url=f"{MANUAL}/")
+    document = weasyprint.HTML(string=f"<html lang='en'><title>Lumenara</title><body>{page}</body></html>", base_url=MANUAL.as_uri() + "/")
     document.write_pdf(str(output), stylesheets=[str(MANUAL / "style.css")])
 
 
