@@ -40,7 +40,7 @@ def strings():
         parts = tokens(file.read_text())
         for name, text in zip(parts, parts[1:]):
             if text.startswith('"'):
-                words[name] = text[1:-1].replace('\\"', '"').replace("\\n", " ")
+                words[name] = text[1:-1].replace("&", "").replace('\\"', '"').replace("\\n", " ")
     return words
 
 
