@@ -104,7 +104,8 @@ void MainWindow::editCommands() {
                   {},
                   [&edits, label] { return label(tr("&Redo"), edits.redoName()); }});
   commands_->add({"edit.rename", group, tr("Re&name"), "rename", {key("F2")}, [this] {
-                    if (materials_->isAncestorOf(QApplication::focusWidget())) return materials_->renameSelected();
+                    if (materials_->isAncestorOf(QApplication::focusWidget()))
+                      return materials_->renameSelected();
                     objectsDock_->show();
                     objects_->renameSelected();
                   }});
@@ -131,7 +132,8 @@ void MainWindow::editCommands() {
                   },
                   has});
   commands_->add({"edit.delete", group, tr("&Delete"), "delete", {key("Del")}, [this] {
-                    if (materials_->isAncestorOf(QApplication::focusWidget())) return materials_->deleteSelected();
+                    if (materials_->isAncestorOf(QApplication::focusWidget()))
+                      return materials_->deleteSelected();
                     objects_->deleteSelected();
                   }});
   commands_->add(
