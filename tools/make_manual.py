@@ -102,16 +102,29 @@ class Dialog:
                 yield from self.rows(inner)
             elif kind == "STATICTEXT":
                 label = self.text(inner, "NAME") or label
-            elif kind in FIELDS:
+            elif kind in FIELDS and (self.text(inner, "NAME") or label):  # what has no label belongs to the row above
                 name = self.text(inner, "NAME") or label
                 what = self.text(inner, "TOOLTIP")
                 choices = ", ".join(self.choices(inner))
                 yield "field", name, ". ".join(filter(None, [what.rstrip("."), choices]))
                 label = ""
 
+    def merged(self):
+        """The rows; neighbours with the same explanation are one."""
+        last = None
+        for kind, name, what in self.rows(self.block):
+            if last and kind == last[0] == "field" and what == last[2]:
+                last = (kind, f"{last[1]}, {name}", what)
+                continue
+            if last:
+                yield last
+            last = (kind, name, what)
+        if last:
+            yield last
+
     def html(self):
         out, open_table = [], False
-        for kind, name, what in self.rows(self.block):
+        for kind, name, what in self.merged():
             if kind == "title":
                 out += ["</table>"] if open_table else []
                 out.append(f"<h2>{html.escape(name)}</h2>")
@@ -123,10 +136,21 @@ class Dialog:
         return "\n".join(out + (["</table>"] if open_table else []))
 
 
+def figures(page):
+    """Pictures with their descriptions below them."""
+    page = re.sub(r"<p>((?:\s*<img [^>]*>)+)\s*</p>", r"\1", page)
+
+    def figure(match):
+        text, names = (re.search(rf'{key}="([^"]*)"', match[0]) for key in ("alt", "class"))
+        kind = f' class="{names[1]}"' if names else ""
+        return f"<figure{kind}>{match[0]}<figcaption>{text[1]}</figcaption></figure>"
+    return re.sub(r"<img [^>]*>", figure, page)
+
+
 def chapters():
     for file in sorted(MANUAL.glob("*.md")):
         text = re.sub(r"^\{\{dialog (\d+)\}\}$", lambda m: Dialog(int(m[1])).html(), file.read_text(), flags=re.M)
-        yield file.stem, markdown.markdown(text, extensions=["tables", "md_in_html"])
+        yield file.stem, figures(markdown.markdown(text, extensions=["tables", "md_in_html", "attr_list"]))
 
 
 def cover():

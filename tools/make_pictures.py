@@ -105,7 +105,7 @@ def progress():
         for dot in range(3):
             lit = frame // 2 % 4 > dot
             parts.append(
-                f'<circle cx="{103.5 + 6 * dot}" cy="{top + 20.9}" r="1.1" fill="{ACCENT}" fill-opacity="{1 if lit else 0.25}"/>'
+                f'<circle cx="{104 + 6.5 * dot}" cy="{top + 20.2}" r="1.5" fill="{ACCENT}" fill-opacity="{1 if lit else 0.3}"/>'
             )
     return width, FRAMES * FRAME_HEIGHT, "".join(parts)
 

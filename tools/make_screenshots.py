@@ -8,7 +8,9 @@ xdotool and ImageMagick; nothing appears on your own display.
 """
 
 import argparse
+import json
 import pathlib
+import struct
 import subprocess
 import sys
 import tempfile
@@ -19,8 +21,25 @@ sys.path.insert(0, str(ROOT / "tests" / "studio"))
 
 from studio_driver import Display, Studio, require_tools, wait_for  # noqa: E402
 
-DIALOG, REFRESH = "dialog-1021442-0", "gadget-1109"
+DIALOG, OPTIMIZATIONS, REFRESH = "dialog-1021442-0", "dialog-1021446-0", "gadget-1109"
 SIZE = (1500, 940)
+SAMPLES = 24  # a pixel; enough for pictures of this size
+
+
+def scene_with_samples(folder):
+    """The demo scene, rendered with fewer samples, so that the pictures come soon."""
+    data = (ROOT / "scenes" / "demo.glb").read_bytes()
+    length = struct.unpack_from("<I", data, 12)[0]
+    document = json.loads(data[20:20 + length])
+    own = (document.get("extras") or document["scenes"][0]["extras"])["lumenara"]
+    for settings in own["renderData"]:
+        settings["container"] = [[key, kind, SAMPLES if key == 7100 else value] for key, kind, value in settings["container"]]
+    text = json.dumps(document).encode()
+    text += b" " * (-len(text) % 4)
+    rest = data[20 + length:]
+    file = folder / "demo.glb"
+    file.write_bytes(struct.pack("<4sIIII", b"glTF", 2, 20 + len(text) + len(rest), len(text), 0x4E4F534A) + text + rest)
+    return file
 
 
 class Photographer:
@@ -29,6 +48,7 @@ class Photographer:
         self.display = Display(1600, 1000)
         self.folder = tempfile.TemporaryDirectory(prefix="screenshots-")
         self.home = pathlib.Path(self.folder.name) / "home"
+        self.scene = scene_with_samples(pathlib.Path(self.folder.name))
         self.studio = None
         self.set("LM_STAMP_RENDER_TIME", 0)
 
@@ -45,9 +65,8 @@ class Photographer:
     def start(self, theme="dark", viewer=True, refresh=True):
         if self.studio:
             self.studio.close()
-        scene = ROOT / "scenes" / "demo.glb"
         more = ["--viewer"] if viewer else []
-        self.studio = Studio(self.display, self.options.studio, scene, *more, home=self.home, theme=theme)
+        self.studio = Studio(self.display, self.options.studio, self.scene, *more, home=self.home, theme=theme)
         window = self.display.tool("search", "--name", "Lumenara Studio").stdout.split()[-1]
         self.display.tool("windowsize", "--sync", window, *SIZE)
         self.display.tool("windowmove", window, 40, 30)
@@ -105,8 +124,6 @@ class Photographer:
         time.sleep(8)
         self.save_window(self.image("studio-finished"))
         self.save(self.studio.get(name=DIALOG)["place"], self.manual("viewer"))
-        self.studio.menu("History", "Add Image to History")
-        time.sleep(1)
 
     def light(self):
         self.start(theme="light")
@@ -127,17 +144,29 @@ class Photographer:
         self.studio.menu("Mode", "Normal")
         time.sleep(1)
 
-    def compare(self):
-        self.render()
-        self.studio.close()
-        self.set("LM_OPT_15014", 0)
-        self.start()
+    def keep(self):
+        """The picture goes into the history."""
         self.finished()
+        count = len(self.history())
         self.studio.menu("History", "Add Image to History")
-        time.sleep(1)
-        self.studio.close()
-        self.set("LM_OPT_15014", 1)
-        self.set("LM_HISTORY_AUTOLOAD", 1)
+        wait_for("one picture more", lambda: len(self.history()) > count, 30)
+
+    def history(self):
+        return list((self.home / "plugins" / "Lumenara" / "history").glob("*.tif"))
+
+    def compare(self):
+        """Two pictures of one size, without and with global illumination, with the time that each took."""
+        self.set("LM_STAMP_RENDER_TIME", 1)
+        self.set("LM_STAMP_DOCUMENT", 1)
+        for light in (0, 1):
+            self.set("LM_OPT_15014", light)
+            self.start()
+            self.keep()
+            self.studio.close()
+        sizes = {subprocess.run(["identify", "-format", "%wx%h", f"{file}[0]"], check=True, capture_output=True,
+                                text=True, timeout=60).stdout for file in self.history()}
+        if len(sizes) != 1:
+            sys.exit(f"the pictures to compare have different sizes: {sizes}")
         for style, name in ((1, "compare-rows"), (2, "compare-blend"), (0, "compare")):
             self.set("LM_COMPARE_STYLE", style)
             self.start(refresh=False)
@@ -146,46 +175,79 @@ class Photographer:
             self.away()
             self.save(self.studio.get(name=DIALOG)["place"], self.manual(name))
         self.studio.menu("History", "View Difference")
-        viewer = self.studio.get(name="pictureViewer", seconds=30)
+        self.studio.get(name="pictureViewer", seconds=30)
         time.sleep(2)
         self.away()
-        self.save(self.studio.get(name="pictureViewer")["place"] or viewer["place"], self.manual("difference"))
-        self.studio.close()
-        self.set("LM_MODE", 1103)
+        self.save(self.studio.get(name="pictureViewer")["place"], self.manual("difference"))
+
+    def pictures(self):
+        """The Picture Viewer with a render of the scene's own size."""
+        self.start(viewer=False)
+        self.studio.menu("Render", "Render to Picture Viewer")
+        self.studio.get(name="pictureViewer", seconds=30)
+        time.sleep(4)
+        wait_for("the end of the render", lambda: not self.studio.busy(), 400, 0.5)
+        time.sleep(2)
+        self.away()
+        self.save(self.studio.get(name="pictureViewer")["place"], self.manual("picture-viewer"))
 
     def dialogs(self):
+        """Every dialog of the plug-in, with what a user sees first."""
+        self.set("LM_ANIM_REMEMBER", 1)
+        self.set("LM_ANIM_FORMAT", 8)
         self.start()
-        self.studio.menu("Options", "Optimizations...")
-        self.save_dialog("dialog-1021446-0", "optimizations")
+        self.finished()
         self.studio.menu("Options", "Options...")
         self.save_modal("options")
         self.studio.menu("Options", "Render Animation...")
-        self.save_modal("animation")
-
-    def save_dialog(self, name, file):
-        self.studio.get(name=name)
+        self.modal()
+        self.studio.enter("gadget-14001", "/home/me/renders/turn.jpg")
+        self.save_modal("animation", close=False)
+        self.studio.click(name="gadget-14010")
+        self.save_window_of("JPEG Settings", "jpeg")
+        self.studio.close()
+        self.set("LM_ANIM_FORMAT", 4)
+        self.start(refresh=False)
+        self.studio.click(name=REFRESH)
+        self.studio.menu("Options", "Render Animation...")
+        self.modal()
+        self.studio.click(name="gadget-14010")
+        self.save_window_of("Movie Options", "movie")
+        self.studio.close()
+        self.start(refresh=False)
+        self.studio.menu("Options", "Optimizations...")
+        self.studio.get(name=OPTIMIZATIONS)
         time.sleep(1)
         self.away()
-        self.save(self.studio.get(name=name)["place"], self.manual(file))
+        self.save(self.studio.get(name=OPTIMIZATIONS)["place"], self.manual("optimizations"))
 
-    def save_modal(self, file):
-        modal = wait_for("the dialog", lambda: next(
-            (t for t in self.studio.things() if t["class"].endswith("DialogWindow") and t["name"] not in (DIALOG, "dialog-1021446-0")), None))
+    def modal(self):
+        return wait_for("the dialog", lambda: next((t for t in self.studio.things() if t["name"].startswith("modal-dialog")), None))
+
+    def save_modal(self, file, close=True):
+        self.modal()
         time.sleep(1)
         self.away()
-        self.save(modal["place"], self.manual(file))
-        self.studio.key("Escape")
+        self.save(self.modal()["place"], self.manual(file))
+        if close:
+            self.studio.key("Escape")
+            time.sleep(1)
+
+    def save_window_of(self, title, file):
+        self.studio.get(text=title, window=True)
         time.sleep(1)
+        self.away()
+        self.save(self.studio.get(text=title, window=True)["place"], self.manual(file))
 
 
 def main():
     parser = argparse.ArgumentParser(description="Takes the screenshots of the README and the manual.")
     parser.add_argument("--studio", type=pathlib.Path, default=ROOT / "build" / "release" / "bin" / "lumenara-studio")
     parser.add_argument("--batch", type=pathlib.Path, default=ROOT / "build" / "release" / "bin" / "lumenara")
-    parser.add_argument("names", nargs="*", help="idle light region compare dialogs")
+    parser.add_argument("names", nargs="*", help="idle render light region compare pictures dialogs")
     options = parser.parse_args()
     require_tools()
-    for name in options.names or ("idle", "compare", "region", "dialogs", "light"):
+    for name in options.names or ("idle", "render", "compare", "region", "pictures", "dialogs", "light"):
         photographer = Photographer(options)
         try:
             getattr(photographer, name)()

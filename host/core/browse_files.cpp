@@ -22,13 +22,17 @@ struct Entry {
   host::platform::FileTimes times;
 };
 
-Entry describe(const fs::directory_entry& found, const std::string& name, const std::string& prefix) {
-  std::error_code error;
+struct Found {
+  std::string name;
+  bool directory, link;
+};
+
+Entry describe(const Found& found, const std::string& folder, const std::string& prefix) {
   Entry entry;
-  entry.path = prefix + name;
-  entry.hidden = name[0] == '.';
-  entry.directory = found.is_directory(error);
-  host::platform::fileTimes(host::toFilename(found.path()), entry.times);
+  entry.path = prefix + found.name;
+  entry.hidden = found.name[0] == '.';
+  entry.directory = found.directory;
+  host::platform::fileTimes(folder + found.name, entry.times);
   if (!entry.directory) entry.size = entry.times.size;
   return entry;
 }
@@ -37,14 +41,18 @@ Entry describe(const fs::directory_entry& found, const std::string& name, const 
 // are listed, not entered: they may lead in a circle.
 void list(const fs::path& directory, const std::string& prefix, bool recursive, std::vector<Entry>& entries) {
   std::error_code error;
-  std::vector<std::pair<std::string, fs::directory_entry>> found;
-  for (fs::directory_iterator at(directory, error), end; !error && at != end; at.increment(error))
-    found.emplace_back(at->path().filename().native(), *at);
-  std::sort(found.begin(), found.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
-  for (const auto& [name, entry] : found) {
-    entries.push_back(describe(entry, name, prefix));
-    if (recursive && entries.back().directory && !entry.is_symlink(error))
-      list(entry.path(), entries.back().path + "/", true, entries);
+  std::vector<Found> all;
+  for (fs::directory_iterator at(directory, error), end; !error && at != end; at.increment(error)) {
+    std::error_code unknown;
+    all.push_back({at->path().filename().native(), at->is_directory(unknown), at->is_symlink(unknown)});
+  }
+  std::sort(all.begin(), all.end(), [](const Found& a, const Found& b) { return a.name < b.name; });
+  const std::string folder = directory.native() + "/";
+  entries.reserve(entries.size() + all.size());
+  for (const Found& found : all) {
+    entries.push_back(describe(found, folder, prefix));
+    if (recursive && found.directory && !found.link)
+      list(directory / found.name, prefix + found.name + "/", true, entries);
   }
 }
 

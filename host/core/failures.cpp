@@ -24,13 +24,13 @@ Record& record() {
 
 } // namespace
 
-void recordFailure(const Filename& file, std::string sentence) {
+void recordFailure(const Filename& file, std::string sentence, LONG frame) {
   const bool print = record().print.load();
   const String line = print ? String(sentence) : String();
   {
     const std::lock_guard lock(record().mutex);
     ++record().count;
-    if (record().kept.size() < 1000) record().kept.push_back({file, std::move(sentence)});
+    if (record().kept.size() < 1000) record().kept.push_back({file, std::move(sentence), frame});
   }
   if (print) printLine(line);
 }

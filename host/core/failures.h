@@ -1,4 +1,5 @@
-// The host's record of failures that its callers do not look at, such as a frame that was not written.
+// The host's record of failures that its callers do not look at, such as a frame that was not written, or one
+// of a range that was not rendered to its end.
 // Programs read it and tell the user. Any thread.
 #pragma once
 
@@ -10,12 +11,13 @@
 namespace host {
 
 struct Failure {
-  Filename file;
+  Filename file;        // that was not written, or whose document was not rendered
   std::string sentence; // what happened, where, and what to do
+  LONG frame = -1;      // of the document, when a render failed; -1: a write
 };
 
 /// Adds one, and prints it on the console if that is wanted. The record keeps the first 1000 and counts on.
-void recordFailure(const Filename& file, std::string sentence);
+void recordFailure(const Filename& file, std::string sentence, LONG frame = -1);
 /// Those since the last `takeFailures`, in order.
 std::vector<Failure> failures();
 std::size_t failureCount();

@@ -35,6 +35,7 @@ bool isAbsolute(std::string_view path) {
 std::string normalised(std::string_view path) {
   if (isWebAddress(path)) return std::string(path);
   std::string result;
+  result.reserve(path.size());
   for (char c : path)
     if (c != '/' || result.empty() || result.back() != '/') result.push_back(c);
   if (result.size() > 1 && result.back() == '/') result.pop_back();

@@ -39,7 +39,7 @@ struct FileTimes {
   std::int64_t created = 0, modified = 0, accessed = 0;
   std::int64_t size = 0; // bytes
 };
-bool fileTimes(const Filename& file, FileTimes& times) noexcept;
+bool fileTimes(const std::string& path, FileTimes& times) noexcept;
 
 /// What tells a file from another one under the same name later. False leaves both as they are: there is no
 /// such file, or the system has no such numbers.

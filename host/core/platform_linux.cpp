@@ -88,9 +88,9 @@ void flushFolder(const Filename& folder) noexcept {
   close(handle);
 }
 
-bool fileTimes(const Filename& file, FileTimes& times) noexcept {
+bool fileTimes(const std::string& name, FileTimes& times) noexcept {
   struct statx info = {};
-  if (statx(AT_FDCWD, path(file), 0, STATX_BASIC_STATS | STATX_BTIME, &info) != 0) return false;
+  if (statx(AT_FDCWD, name.c_str(), 0, STATX_BASIC_STATS | STATX_BTIME, &info) != 0) return false;
   times.modified = info.stx_mtime.tv_sec;
   times.accessed = info.stx_atime.tv_sec;
   times.created = (info.stx_mask & STATX_BTIME) ? info.stx_btime.tv_sec : times.modified;

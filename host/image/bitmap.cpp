@@ -115,9 +115,9 @@ IMAGERESULT BaseBitmap::Init(const Filename& name) {
   const IMAGERESULT result =
       Init(loaded.picture->width, loaded.picture->height, loaded.picture->hasAlpha ? 32 : 24);
   if (result != IMAGERESULT_OK) return result;
-  const std::size_t count = pixelCount(width_, height_);
-  for (std::size_t i = 0; i < count; ++i)
-    pixels_[i].store(host::pixelWord(*loaded.picture, i), std::memory_order_relaxed);
+  host::eachPixelWord(*loaded.picture, [pixels = pixels_](std::size_t i, ULONG word) {
+    pixels[i].store(word, std::memory_order_relaxed);
+  });
   return IMAGERESULT_OK;
 }
 

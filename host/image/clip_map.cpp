@@ -103,8 +103,7 @@ IMAGERESULT GeClipMap::Init(const Filename& name) {
   if (loaded.result != IMAGERESULT_OK) return loaded.result;
   const IMAGERESULT result = Init(loaded.picture->width, loaded.picture->height, 32);
   if (result != IMAGERESULT_OK) return result;
-  for (std::size_t i = 0; i < data_->pixels.size(); ++i)
-    data_->pixels[i] = host::pixelWord(*loaded.picture, i);
+  host::eachPixelWord(*loaded.picture, [this](std::size_t i, ULONG word) { data_->pixels[i] = word; });
   return IMAGERESULT_OK;
 }
 

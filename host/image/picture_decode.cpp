@@ -7,7 +7,9 @@
 #include <array>
 #include <cmath>
 #include <new>
+#include <span>
 #include <string_view>
+#include <type_traits>
 
 #include "bitmap_data.h"
 #include "image_library.h"
@@ -72,6 +74,28 @@ void separateAlpha(unsigned char* rgba) noexcept {
     rgba[c] = static_cast<unsigned char>(std::min(255, (rgba[c] * 255 + rgba[3] / 2) / rgba[3]));
 }
 
+/// Spreads pixels of `count` channels over red, green, blue and alpha.
+template <class Value, class Count>
+void spread(const Value* source, Count count, const std::array<int, 4>& index, Value opaque,
+            std::span<Value> out) {
+  for (std::size_t i = 0; i < out.size(); i += 4, source += count)
+    for (std::size_t c = 0; c < 4; ++c)
+      out[i + c] = index[c] < 0 ? opaque : finite(source[index[c]]);
+}
+
+/// The same; the two usual orders as loops that the compiler can straighten.
+template <class Value>
+void spread(const Value* source, std::size_t count, const Channels& channels, Value opaque,
+            std::span<Value> out) {
+  constexpr std::array<int, 4> colour{0, 1, 2, -1}, colourAlpha{0, 1, 2, 3};
+  if (count == 3 && channels.index == colour)
+    spread(source, std::integral_constant<std::size_t, 3>{}, colour, opaque, out);
+  else if (count == 4 && channels.index == colourAlpha)
+    spread(source, std::integral_constant<std::size_t, 4>{}, colourAlpha, opaque, out);
+  else
+    spread(source, count, channels.index, opaque, out);
+}
+
 /// Reads the picture in bands of rows. The pixels' memory grows as rows arrive: a short file that claims a
 /// huge picture fails before it costs anything.
 template <class Value>
@@ -92,13 +116,10 @@ bool readPixels(OIIO::ImageInput& reader, const OIIO::ImageSpec& spec, const Cha
     if (!done || reader.has_error()) return false; // some readers only leave a message
     const std::size_t before = pixels.size();
     pixels.resize(before + width * static_cast<std::size_t>(end - row) * 4);
-    const Value* source = band.data();
-    for (Value* rgba = pixels.data() + before; rgba != pixels.data() + pixels.size();
-         rgba += 4, source += count) {
-      for (std::size_t c = 0; c < 4; ++c)
-        rgba[c] = channels.index[c] < 0 ? opaque : finite(source[channels.index[c]]);
-      if (multiplied) separateAlpha(rgba);
-    }
+    const std::span fresh = std::span(pixels).subspan(before);
+    spread<Value>(band.data(), count, channels, opaque, fresh);
+    for (std::size_t i = 0; multiplied && i < fresh.size(); i += 4)
+      separateAlpha(&fresh[i]);
   }
   return true;
 }

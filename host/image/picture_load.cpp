@@ -1,7 +1,6 @@
 #include "picture_load.h"
 
 #include <algorithm>
-#include <cmath>
 #include <filesystem>
 #include <fstream>
 #include <new>
@@ -34,14 +33,6 @@ LoadedPicture load(const std::string& path) {
   return loadPictureBytes(bytes, path);
 }
 
-ULONG byteOf(float value) noexcept {
-  return value > 0 ? static_cast<ULONG>(std::lround(std::min(value, 1.0f) * 255)) : 0;
-}
-
-ULONG join(ULONG r, ULONG g, ULONG b, ULONG a) noexcept {
-  return (a << 24) | (r << 16) | (g << 8) | b;
-}
-
 } // namespace
 
 LoadedPicture loadPicture(const std::string& path) noexcept {
@@ -52,15 +43,6 @@ LoadedPicture loadPicture(const std::string& path) noexcept {
   } catch (...) {
     return {IMAGERESULT_FILEERROR, "A picture cannot be read.", nullptr};
   }
-}
-
-ULONG pixelWord(const DecodedPicture& picture, std::size_t index) noexcept {
-  if (picture.floats.empty()) {
-    const unsigned char* p = picture.bytes.data() + index * 4;
-    return join(p[0], p[1], p[2], p[3]);
-  }
-  const float* p = picture.floats.data() + index * 4;
-  return join(toDisplay(p[0]), toDisplay(p[1]), toDisplay(p[2]), byteOf(p[3]));
 }
 
 } // namespace host

@@ -1,12 +1,15 @@
 // Picture files read into memory, with the interface's result codes. Private to host/image.
 #pragma once
 
+#include <algorithm>
+#include <cmath>
 #include <cstddef>
 #include <memory>
 #include <span>
 #include <string>
 
 #include "c4d_bitmap.h"
+#include "film.h"
 #include "picture_decode.h"
 
 namespace host {
@@ -25,7 +28,25 @@ LoadedPicture loadPictureBytes(std::span<const std::byte> file, const std::strin
 /// thread.
 LoadedPicture loadPicture(const std::string& path) noexcept;
 
-/// The pixel at `index` as 0xAARRGGBB, floats through the display transform.
-ULONG pixelWord(const DecodedPicture& picture, std::size_t index) noexcept;
+/// Gives every pixel, row by row, to `store(index, word)` as 0xAARRGGBB, floats through the display
+/// transform.
+template <class Store>
+void eachPixelWord(const DecodedPicture& picture, Store store) {
+  const auto join = [](ULONG r, ULONG g, ULONG b, ULONG a) { return (a << 24) | (r << 16) | (g << 8) | b; };
+  const std::size_t count =
+      static_cast<std::size_t>(picture.width) * static_cast<std::size_t>(picture.height);
+  if (picture.floats.empty()) {
+    const unsigned char* p = picture.bytes.data();
+    for (std::size_t i = 0; i < count; ++i, p += 4)
+      store(i, join(p[0], p[1], p[2], p[3]));
+    return;
+  }
+  const auto byteOf = [](float value) {
+    return value > 0 ? static_cast<ULONG>(std::lround(std::min(value, 1.0f) * 255)) : 0;
+  };
+  const float* p = picture.floats.data();
+  for (std::size_t i = 0; i < count; ++i, p += 4)
+    store(i, join(toDisplay(p[0]), toDisplay(p[1]), toDisplay(p[2]), byteOf(p[3])));
+}
 
 } // namespace host

@@ -99,8 +99,10 @@ const ULONG* FixedScaleRows::sourceRow(LONG y) {
     sourceLine_[slot] = y;
     const std::atomic<ULONG>* line = pixels_ + sizeOf(y) * sizeOf(width_);
     ULONG* out = row.data();
-    for (LONG x = 0; x < width_; ++x)
-      out[x] = line[x].load(std::memory_order_relaxed) | opaque_;
+    const ULONG opaque = opaque_; // a member would be read again after every store
+    const LONG width = width_;
+    for (LONG x = 0; x < width; ++x)
+      out[x] = line[x].load(std::memory_order_relaxed) | opaque;
   }
   return row.data();
 }
