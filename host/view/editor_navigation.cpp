@@ -79,6 +79,37 @@ BaseObject* EditorView::Self::objectAt(double x, double y) const {
   return node && node->kind == NodeKind::object ? nodeOf<BaseObject>(node) : nullptr;
 }
 
+std::vector<BaseObject*> EditorView::Self::objectsIn(double x0, double y0, double x1, double y1) const {
+  std::vector<BaseObject*> objects;
+  BaseDocument* active = document();
+  const BaseDraw* draw = view();
+  if (!active || !draw) return objects;
+  const ViewCamera eye = viewCameraOf(*draw);
+  const double left = std::min(x0, x1), right = std::max(x0, x1);
+  const double top = std::min(y0, y1), bottom = std::max(y0, y1);
+  const auto inside = [&](const Vector& place) {
+    const auto spot = eye.project(place);
+    return spot && left <= spot->x && spot->x <= right && top <= spot->y && spot->y <= bottom;
+  };
+  std::unordered_set<Identity> found;
+  const Identity own = camera()->GetIdentity();
+  for (const ViewSymbol& symbol : symbols_)
+    if (symbol.object != own && inside(symbol.place)) found.insert(symbol.object);
+  if (scene_) {
+    for (const Instance& instance : scene_->snapshot().instances) {
+      if (instance.isFloor || !instance.seenByCamera || found.contains(instance.object)) continue;
+      const auto& points = instance.mesh->positions;
+      if (std::any_of(points.begin(), points.end(),
+                      [&](const auto& p) { return inside(instance.toWorld * Vector(p[0], p[1], p[2])); }))
+        found.insert(instance.object);
+    }
+  }
+  forEachObject(stateOf(active)->children, [&](ObjectState& object) {
+    if (found.contains(object.identity)) objects.push_back(nodeOf<BaseObject>(&object));
+  });
+  return objects;
+}
+
 void EditorView::Self::selectHere(BaseObject* object, bool add) {
   BaseDocument& active = *document();
   {

@@ -33,13 +33,14 @@ Vector unit(const Vector& v) {
 } // namespace
 
 EditorView::Self::Self(EditorViewServices given) : services(std::move(given)) {
-  painter = std::make_unique<ViewPainter>(services.tracer, [alive = std::weak_ptr(alive_)] {
+  const auto notify = [alive = std::weak_ptr(alive_)] {
     mainLoop().post(
         [alive] {
           if (const auto self = alive.lock()) (*self)->deliver();
         },
         Urgency::painting);
-  });
+  };
+  painter = std::make_unique<ViewPainter>(services.tracer, notify, services.drawing);
   mainLoop().add(this);
 }
 
@@ -202,12 +203,18 @@ void EditorView::Self::deliver() {
   if (services.present) services.present();
 }
 
+Overlay EditorView::Self::drawnByHooks() {
+  const std::shared_ptr<void> drawing = services.drawing ? services.drawing() : nullptr;
+  Overlay drawn;
+  inOverlay_ = true;
+  hooks.draw(*view(), drawn);
+  inOverlay_ = false;
+  return drawn;
+}
+
 void EditorView::Self::paintOverlay() {
   if (inOverlay_ || !ready()) return;
-  inOverlay_ = true;
-  overlay_.clear();
-  hooks.draw(*view(), overlay_);
-  inOverlay_ = false;
+  overlay_ = drawnByHooks();
   layOverlay();
 }
 
@@ -219,10 +226,7 @@ void EditorView::Self::layOverlay() {
 // What hooks draw may follow from values that no picture shows; then no new picture comes to carry it.
 void EditorView::Self::refreshOverlay() {
   if (inOverlay_ || image.empty() || !ready()) return;
-  inOverlay_ = true;
-  Overlay now;
-  hooks.draw(*view(), now);
-  inOverlay_ = false;
+  Overlay now = drawnByHooks();
   if (now == overlay_) return;
   eraseOverlay(image, painted_);
   overlay_ = std::move(now);

@@ -235,6 +235,10 @@ BaseObject* EditorView::objectAt(double x, double y) const {
   return self_->objectAt(x, y);
 }
 
+std::vector<BaseObject*> EditorView::objectsIn(double x0, double y0, double x1, double y1) const {
+  return self_->objectsIn(x0, y0, x1, y1);
+}
+
 void EditorView::frameAll() {
   self_->frame(false);
 }

@@ -43,6 +43,10 @@ struct EditorViewServices {
   /// it when it was selected. Empty: the view changes the selection itself.
   std::function<void(BaseObject* object, bool add)> select;
 
+  /// What it gives lives while the view is drawn: its picture in the background, or what scene hooks draw.
+  /// Any thread.
+  std::function<std::shared_ptr<void>()> drawing;
+
   /// The camera was moved or another one chosen: plug-ins are to know (EventAdd). Also while a move goes on.
   std::function<void()> viewChanged;
 };
@@ -101,6 +105,9 @@ class EditorView final {
   /// The object under a position: symbols of lights and cameras first; null for none, or while the first
   /// picture of a scene is still being prepared.
   BaseObject* objectAt(double x, double y) const;
+  /// The objects that show a vertex in a rectangle (ends included, either corner first), hidden ones too, and
+  /// the lights and cameras whose signs lie in it; in document order, each once. Floors have no vertices.
+  std::vector<BaseObject*> objectsIn(double x0, double y0, double x1, double y1) const;
 
   // Commands.
 

@@ -53,6 +53,7 @@ class EditorView::Self final : public CoreListener {
   void lookAtDocument(BaseDocument& document);
   PictureSetup setupOf(BaseDocument* document) const;
   void deliver();
+  Overlay drawnByHooks();
   void paintOverlay();
   void layOverlay();
   void refreshOverlay();
@@ -62,6 +63,7 @@ class EditorView::Self final : public CoreListener {
   std::optional<Vector> pointUnder(double x, double y) const;
   Vector pivotAt(double x, double y) const;
   BaseObject* objectAt(double x, double y) const;
+  std::vector<BaseObject*> objectsIn(double x0, double y0, double x1, double y1) const;
   void pick(double x, double y, bool add);
   void selectHere(BaseObject* object, bool add);
 

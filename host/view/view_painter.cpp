@@ -24,8 +24,9 @@ double since(Steady::time_point start) {
 
 } // namespace
 
-ViewPainter::ViewPainter(ViewTracer* tracer, std::function<void()> notify)
-    : tracer_(tracer), notify_(std::move(notify)), thread_([this] { run(); }) {
+ViewPainter::ViewPainter(ViewTracer* tracer, std::function<void()> notify,
+                         std::function<std::shared_ptr<void>()> drawing)
+    : tracer_(tracer), notify_(std::move(notify)), drawing_(std::move(drawing)), thread_([this] { run(); }) {
 }
 
 ViewPainter::~ViewPainter() {
@@ -89,6 +90,7 @@ void ViewPainter::run() {
     busy_ = true;
     lock.unlock();
     try {
+      const std::shared_ptr<void> drawing = drawing_ ? drawing_() : nullptr;
       takeScene(job);
       paint(job);
     } catch (const std::exception& error) {

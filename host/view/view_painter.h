@@ -30,8 +30,10 @@ struct PaintResult {
 
 class ViewPainter {
  public:
-  /// `notify` is called from the painting thread whenever `take` has something.
-  ViewPainter(ViewTracer* tracer, std::function<void()> notify);
+  /// `notify` is called from the painting thread whenever `take` has something; what `drawing` (may be empty)
+  /// gives there lives while a picture is painted.
+  ViewPainter(ViewTracer* tracer, std::function<void()> notify,
+              std::function<std::shared_ptr<void>()> drawing = {});
   ~ViewPainter(); // gives up what is being painted
 
   // Main thread.
@@ -64,6 +66,7 @@ class ViewPainter {
 
   ViewTracer* tracer_;
   std::function<void()> notify_;
+  std::function<std::shared_ptr<void>()> drawing_;
 
   mutable std::mutex mutex_;
   std::condition_variable wake_, changed_;

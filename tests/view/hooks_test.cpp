@@ -1,4 +1,6 @@
 // Scene hooks: their order, their drags, the pointer, and what they draw.
+#include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <deque>
 #include <map>
@@ -259,6 +261,32 @@ TEST_F(HookTest, DuringADragPaintingGoesOnAndTheRestWaits) {
   EXPECT_FALSE(view->inDrag());
   runAll();
   EXPECT_EQ(normal, 1);
+}
+
+TEST_F(HookTest, WhileTheViewIsDrawnItSaysSo) {
+  add(35, 0);
+  addBox("box", {0, 0, 0}, 5);
+  std::atomic<int> now{0}, all{0};
+  services.drawing = [&] {
+    ++now, ++all;
+    return std::shared_ptr<void>(&now, [](std::atomic<int>* count) { --*count; });
+  };
+  int inHook = 0;
+  data.draw[35] = [&](BaseDraw*) {
+    inHook = std::max(inHook, now.load());
+    return TRUE;
+  };
+  open(100, 80);
+  EXPECT_EQ(now, 0);
+  ASSERT_TRUE(view->finishPicture());
+  EXPECT_GE(inHook, 1);
+  EXPECT_GE(all, 2) << "the picture in the background, and the hooks";
+  runAll();
+  ASSERT_TRUE(view->finishPicture());
+  EXPECT_EQ(now, 0) << "and it ends";
+  inHook = 0;
+  view->repaintNow();
+  EXPECT_GE(inHook, 1);
 }
 
 TEST_F(HookTest, TheFirstThatAsksDecidesThePointer) {

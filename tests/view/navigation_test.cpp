@@ -1,4 +1,5 @@
 // Orbit, pan, dolly, framing: what they keep and what they reach.
+#include <algorithm>
 #include <cmath>
 #include <random>
 
@@ -359,6 +360,68 @@ TEST_F(NavigationTest, ACameraThatGoesEndsTheMove) {
   EXPECT_FALSE(view->mouseMove(altMouse(150, 100)));
   view->mouseRelease(altMouse(150, 100));
   EXPECT_EQ(cameraMatrix(), own);
+}
+
+// ---- What lies in a rectangle
+
+class BoxSelectionTest : public ViewTest {
+ protected:
+  void SetUp() override {
+    setFormat(400, 300);
+    placeCamera({0, 0, 10});
+  }
+  std::vector<std::string> in(double x0, double y0, double x1, double y1) {
+    std::vector<std::string> names;
+    for (const BaseObject* object : view->objectsIn(x0, y0, x1, y1))
+      names.push_back(object->GetName().GetUTF8());
+    return names;
+  }
+  host::ViewCamera::Spot spot(const Vector& place) { return *host::viewCameraOf(draw()).project(place); }
+  using Names = std::vector<std::string>;
+};
+
+TEST_F(BoxSelectionTest, HoldsTheObjectsThatShowAVertexInIt) {
+  BaseObject* left = addBox("left", {-2, 0, 0});
+  BaseObject* right = addBox("right", {2, 0, 0});
+  addBox("behind the eye", {0, 0, 20});
+  // Above the others in the tree; its vertices lie outside of the view.
+  addBox("around", {0, 0, -41}, 50);
+  open(400, 300);
+  ASSERT_TRUE(view->finishPicture());
+  ASSERT_NE(left, right);
+  EXPECT_EQ(in(0, 0, 200, 300), (Names{"left"}));
+  EXPECT_EQ(in(400, 300, 200, 0), (Names{"right"})) << "from any corner";
+  EXPECT_EQ(in(0, 0, 400, 300).size(), 2u);
+  EXPECT_TRUE(in(195, 100, 205, 200).empty());
+  // One vertex is enough: the upper right one in front.
+  const auto corner = spot({-1.5, 0.5, 0.5});
+  EXPECT_EQ(in(corner.x - 0.5, corner.y - 0.5, corner.x + 0.5, corner.y + 0.5), (Names{"left"}));
+  EXPECT_TRUE(in(corner.x + 0.5, corner.y - 4, corner.x + 4, corner.y + 4).empty());
+  EXPECT_TRUE(in(corner.x - 4, corner.y + 3, corner.x - 3, corner.y + 4).empty()) << "within a face";
+}
+
+TEST_F(BoxSelectionTest, HiddenObjectsCountAndSignsDo) {
+  addBox("front", {0, 0, 2}, 1);
+  addBox("hidden", {0, 0, 0}, 0.25f);
+  addObject(Olight, "lamp", MatrixMove(Vector(2, 1, 0)));
+  addObject(Ocamera, "other", MatrixMove(Vector(-2, 1, 0)));
+  addObject(Onull, "null", MatrixMove(Vector(-2, -1, 0)));
+  open(400, 300);
+  ASSERT_TRUE(view->finishPicture());
+  EXPECT_EQ(in(180, 130, 220, 170), (Names{"hidden"}));
+  const auto lamp = spot({2, 1, 0}), other = spot({-2, 1, 0});
+  EXPECT_EQ(in(lamp.x - 1, lamp.y - 1, lamp.x + 1, lamp.y + 1), (Names{"lamp"}));
+  EXPECT_EQ(in(other.x - 1, other.y - 1, other.x + 1, other.y + 1), (Names{"other"}));
+  Names all = in(0, 0, 400, 300);
+  std::sort(all.begin(), all.end());
+  EXPECT_EQ(all, (Names{"front", "hidden", "lamp", "other"})) << "a null shows nothing";
+}
+
+TEST_F(BoxSelectionTest, WithoutADocumentThereIsNothing) {
+  open(400, 300);
+  host::setActiveDocument(nullptr);
+  document = nullptr;
+  EXPECT_TRUE(view->objectsIn(0, 0, 400, 300).empty());
 }
 
 } // namespace
