@@ -10,8 +10,10 @@ namespace host {
 
 namespace {
 
+// The scene's own name stands once in the sentence; a problem with another file keeps that one's.
 void fail(LoadResult& result, const std::string& name, const SceneError& error) {
   result.reason = error.what();
+  if (result.reason.starts_with(name)) result.reason.replace(0, name.size(), "it");
   result.advice = error.advice;
   result.error = "The scene " + name + " cannot be loaded: " + result.reason + ". " + result.advice;
 }

@@ -98,12 +98,12 @@ TEST(Hostile, whatIsNoScene) {
 
 TEST(Hostile, filesThatCannotBeRead) {
   const TemporaryFolder folder;
-  expectError(loadDocument(folder / "none.glb"), "there is no file");
-  expectError(loadDocument(folder.path()), "is a folder");
+  expectError(loadDocument(folder / "none.glb"), "none.glb\" cannot be loaded: it is not there");
+  expectError(loadDocument(folder.path()), "it is a folder");
   expectError(loadDocument(folder.write("empty.glb")), "empty");
   expectError(loadDocument(folder.write("text.txt", "hello")), "its kind is unknown");
   expectError(loadDocument("/dev/zero"), "not a file of data");
-  expectError(loadDocument(Filename()), "there is no file");
+  expectError(loadDocument(Filename()), "it is not there");
   LoadOptions small;
   small.limits.fileBytes = 10;
   expectError(loadDocument(folder.write("large.glb", "12345678901"), small), "too large");
