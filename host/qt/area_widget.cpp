@@ -53,11 +53,17 @@ void AreaWidget::paintEvent(QPaintEvent*) {
   if (surface.ratio() != devicePixelRatioF() || surface.width() != width() || surface.height() != height())
     tellSize();
   if (surface.width() != width() || surface.height() != height()) painter.fillRect(rect(), tokens().window);
-  if (surface.pixelWidth() == 0 || surface.pixelHeight() == 0) return;
+  painter.drawImage(QPointF(0, 0), picture());
+}
+
+QImage AreaWidget::picture() const {
+  if (!area_) return {};
+  const Surface& surface = areaSurface(*area_);
+  if (surface.pixelWidth() == 0 || surface.pixelHeight() == 0) return {};
   QImage picture(reinterpret_cast<const uchar*>(surface.pixels()), surface.pixelWidth(),
                  surface.pixelHeight(), surface.pixelWidth() * 4, QImage::Format_RGB32);
   picture.setDevicePixelRatio(surface.ratio());
-  painter.drawImage(QPointF(0, 0), picture);
+  return picture;
 }
 
 void AreaWidget::press(QMouseEvent& event, bool doubleClick) {

@@ -1,6 +1,7 @@
 // A user area on the screen. Main thread.
 #pragma once
 
+#include <QImage>
 #include <QWidget>
 
 #include "c4d_dialog.h"
@@ -19,6 +20,9 @@ class AreaWidget : public QWidget {
   GeUserArea* area() const { return area_; }
   /// The area's minimum size, as it is now.
   void takeMinSize();
+
+  /// What the area has painted, without a copy: valid until it paints again. Null while it has no size.
+  QImage picture() const;
 
   QSize sizeHint() const override { return least_; }
   QSize minimumSizeHint() const override { return least_; }

@@ -76,24 +76,8 @@ class Section : public QWidget {
 };
 
 ObjectIcon iconOf(const BaseDocument& document, Identity object, LONG type) {
-  switch (type) {
-  case Opolygon:
-    return ObjectIcon::mesh;
-  case Olight: {
-    const LONG kind = attributeValue(document, object, AttributeId::lightKind).GetLong();
-    return kind == 1 ? ObjectIcon::spotLight : kind == 2 ? ObjectIcon::distantLight : ObjectIcon::light;
-  }
-  case Ocamera:
-    return ObjectIcon::camera;
-  case Osky:
-    return ObjectIcon::sky;
-  case Ofloor:
-    return ObjectIcon::floor;
-  case Osds:
-    return ObjectIcon::subdivision;
-  default:
-    return ObjectIcon::null;
-  }
+  return objectIcon(type,
+                    type == Olight ? attributeValue(document, object, AttributeId::lightKind).GetLong() : 0);
 }
 
 bool mayMerge(AttributeKind kind) {

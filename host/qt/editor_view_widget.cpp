@@ -6,6 +6,7 @@
 #include "icons.h"
 #include "material_manager.h"
 #include "parameters.h"
+#include "running_state.h"
 #include "scene_edits.h"
 #include "scene_queries.h"
 #include "theme.h"
@@ -79,6 +80,7 @@ EditorViewWidget::EditorViewWidget(Session& session, ViewTracer* tracer, QWidget
   timeChanged_ = session.hub().timeChanged.add([this] { hideRender(), view_->repaintSoon(); });
   replaced_ = session.hub().replaced.add([this](Replacement) {
     toolDrag_.reset();
+    band_.reset();
     hideRender();
     view_->repaintSoon();
   });
@@ -120,6 +122,7 @@ EditorViewServices EditorViewWidget::services(ViewTracer* tracer) {
         finished);
   };
   services.select = [this](BaseObject* object, bool add) { select(object, add); };
+  services.drawing = [] { return std::make_shared<RunningScope>(CHECKISRUNNING_VIEWDRAWING); };
   services.viewChanged = [this] {
     hideRender();
     EventAdd();
@@ -144,13 +147,17 @@ void EditorViewWidget::moveCamera(BaseObject& camera, const char* name, const Ed
 }
 
 void EditorViewWidget::select(BaseObject* object, bool add) {
+  select(object ? Identities{object->GetIdentity()} : Identities{},
+         add ? SelectMode::toggle : SelectMode::replace);
+}
+
+void EditorViewWidget::select(const Identities& chosen, SelectMode mode) {
   BaseDocument* document = session_.document();
   if (!document) return;
   bool different = false;
   {
     const DocumentEdit edit(*document);
-    const Identities chosen = object ? Identities{object->GetIdentity()} : Identities{};
-    different = selectObjects(*document, chosen, add ? SelectMode::toggle : SelectMode::replace);
+    different = selectObjects(*document, chosen, mode);
   }
   if (different) session_.hub().tellSelection();
 }
@@ -198,6 +205,13 @@ void EditorViewWidget::paintEvent(QPaintEvent* /*event*/) {
     painter.drawText(box.translated(0, 1).adjusted(-1, -1, 1, 1), Qt::AlignCenter, words);
     painter.setPen(QColor::fromRgb(text.color));
     painter.drawText(box.adjusted(-1, -1, 1, 1), Qt::AlignCenter, words);
+  }
+  if (band_ && band_->running) {
+    QColor inside = tokens().accent;
+    painter.setPen(inside);
+    inside.setAlpha(30);
+    painter.setBrush(inside);
+    painter.drawRect(QRectF(band_->start, band_->end).normalized().toRect());
   }
 }
 
@@ -274,8 +288,14 @@ void EditorViewWidget::press(QMouseEvent* event, bool twice) {
     return;
   }
   if (!used && event->button() == Qt::RightButton) emit menuWanted(event->globalPosition().toPoint());
-  const bool plain = !input.keys.alt && input.keys.digit == 0 && !input.keys.shift && !input.keys.ctrl;
-  if (event->button() == Qt::LeftButton && plain && !view_->isNavigating()) armTool(event->position());
+  const bool add = input.keys.shift || input.keys.ctrl;
+  if (event->button() == Qt::LeftButton && !input.keys.alt && input.keys.digit == 0 &&
+      !view_->isNavigating()) {
+    if (tool_ == ViewTool::select)
+      armBand(event->position(), add);
+    else if (!add)
+      armTool(event->position());
+  }
   showCursor(event->position());
 }
 
@@ -287,6 +307,7 @@ void EditorViewWidget::mouseMoveEvent(QMouseEvent* event) {
   }
   view_->mouseMove(mouse(*event));
   if (toolDrag_) dragTool(event->position());
+  if (band_) dragBand(event->position());
   showCursor(event->position());
 }
 
@@ -297,7 +318,10 @@ void EditorViewWidget::mouseReleaseEvent(QMouseEvent* event) {
         {DragEvent::Kind::release, event->position().x(), event->position().y(), keys(event->modifiers())});
   }
   view_->mouseRelease(mouse(*event));
-  if (event->button() == Qt::LeftButton) endTool(true);
+  if (event->button() == Qt::LeftButton) {
+    endTool(true);
+    endBand(true);
+  }
   showCursor(event->position());
 }
 
@@ -316,6 +340,7 @@ void EditorViewWidget::leaveEvent(QEvent* /*event*/) {
 
 void EditorViewWidget::hideEvent(QHideEvent* event) {
   dragOver_ = true;
+  band_.reset();
   if (dragLoop_) dragLoop_->quit();
   QWidget::hideEvent(event);
 }
@@ -364,12 +389,12 @@ bool EditorViewWidget::eventFilter(QObject* watched, QEvent* event) {
     if (type == QEvent::ShortcutOverride) event->accept();
     return true;
   }
-  if (escape && (view_->isNavigating() || toolDrag_)) {
+  if (escape && (view_->isNavigating() || toolDrag_ || (band_ && band_->running))) {
     if (type == QEvent::ShortcutOverride) {
       event->accept();
       return true;
     }
-    if (!endTool(false)) view_->cancelNavigation();
+    if (!endTool(false) && !endBand(false)) view_->cancelNavigation();
     return true;
   }
   if (escape && type == QEvent::KeyPress && render_ && watched == this) {
@@ -461,6 +486,30 @@ bool EditorViewWidget::endTool(bool keep) {
     session_.edits().end();
   else
     session_.edits().cancel();
+  return true;
+}
+
+void EditorViewWidget::armBand(const QPointF& at, bool add) {
+  band_ = Band{at, at, false, add};
+}
+
+void EditorViewWidget::dragBand(const QPointF& at) {
+  const QPointF moved = at - band_->start;
+  band_->running = band_->running || std::hypot(moved.x(), moved.y()) > dragReach;
+  band_->end = at;
+  if (band_->running) update();
+}
+
+bool EditorViewWidget::endBand(bool keep) {
+  const std::optional<Band> band = std::exchange(band_, std::nullopt);
+  if (!band || !band->running) return false;
+  update();
+  if (!keep) return true;
+  Identities chosen;
+  for (const BaseObject* object :
+       view_->objectsIn(band->start.x(), band->start.y(), band->end.x(), band->end.y()))
+    chosen.push_back(object->GetIdentity());
+  select(chosen, band->add ? SelectMode::add : SelectMode::replace);
   return true;
 }
 

@@ -7,13 +7,14 @@
 #include <optional>
 
 #include "editor_view.h"
+#include "scene_edits.h"
 #include "session.h"
 
 class QEventLoop;
 
 namespace host {
 
-/// What a left drag on a selected object does.
+/// What a left drag does: select draws a box around what to select, the others work on a selected object.
 enum class ViewTool { select, move, turn, scale };
 
 class EditorViewWidget : public QWidget {
@@ -77,8 +78,19 @@ class EditorViewWidget : public QWidget {
   void showCursor(const QPointF& at);
   void moveCamera(BaseObject& camera, const char* name, const Edits::Change& change, bool finished);
   void select(BaseObject* object, bool add);
+  void select(const std::vector<Identity>& chosen, SelectMode mode);
   void takeRender();
   bool watchDigit(const QKeyEvent& key, bool down);
+
+  // A box that is drawn with the select tool; what it holds becomes the selection.
+  struct Band {
+    QPointF start, end;
+    bool running = false; // further than a click may go
+    bool add = false;
+  };
+  void armBand(const QPointF& at, bool add);
+  void dragBand(const QPointF& at);
+  bool endBand(bool keep);
 
   void armTool(const QPointF& at);
   void dragTool(const QPointF& at);
@@ -95,6 +107,7 @@ class EditorViewWidget : public QWidget {
 
   ViewTool tool_ = ViewTool::select;
   std::optional<ToolDrag> toolDrag_;
+  std::optional<Band> band_;
 
   SharedBitmap render_;
   QImage renderImage_;

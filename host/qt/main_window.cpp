@@ -1,10 +1,12 @@
 #include "main_window.h"
 
+#include "area_widget.h"
 #include "attribute_manager.h"
 #include "c4d_events.h"
 #include "console_widget.h"
 #include "dialog_window.h"
 #include "editor_view_widget.h"
+#include "full_picture.h"
 #include "icons.h"
 #include "material_manager.h"
 #include "message_box.h"
@@ -355,6 +357,25 @@ void MainWindow::setPictureOnly(bool on) {
   commands_->refreshSoon();
 }
 
+AreaWidget* MainWindow::focusedPicture() const {
+  const QWidget* focus = QApplication::focusWidget();
+  for (const DialogDock* dock : findChildren<DialogDock*>()) {
+    if (!focus || !dock->isAncestorOf(focus)) continue;
+    for (const QScrollArea* group : dock->findChildren<QScrollArea*>())
+      for (AreaWidget* area : group->findChildren<AreaWidget*>())
+        if (area->area() && area->isVisible()) return area;
+  }
+  return nullptr;
+}
+
+void MainWindow::togglePicture() {
+  AreaWidget* area = pictureOnly_ ? nullptr : focusedPicture();
+  if (area)
+    new FullPicture(*area, this);
+  else
+    setPictureOnly(!pictureOnly_);
+}
+
 // --- docks of dialogs ---
 
 void MainWindow::dockAboveAttributes(QDockWidget& dock) {
@@ -440,6 +461,7 @@ QByteArray MainWindow::stateOf(const DialogWindow& window) const {
 void MainWindow::closeEvent(QCloseEvent* event) {
   if (down_) return event->accept();
   if (view_->view().inDrag() || !session_.files().mayClose()) return event->ignore();
+  session_.pictureSaver().finish(); // one that cannot be saved is told while there is a window
   if (pictureOnly_) setPictureOnly(false);
   storeLayout();
   event->accept();

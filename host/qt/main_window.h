@@ -18,6 +18,7 @@ class QToolBar;
 
 namespace host {
 
+class AreaWidget;
 class AttributeManager;
 class ConsoleWidget;
 class EditorViewWidget;
@@ -72,6 +73,9 @@ class MainWindow : public QMainWindow, public DialogHost {
   /// Full screen with nothing but the editor view, or back.
   void setPictureOnly(bool on);
   bool isPictureOnly() const { return pictureOnly_; }
+  /// As F11: the picture of the dialog that has the focus, when it has one in a scroll group, is alone on the
+  /// screen; else the editor view, or it goes back.
+  void togglePicture();
 
   /// Ends everything that uses the session, its document or plug-ins; dialogs may still close. Once.
   void shutDown();
@@ -103,6 +107,7 @@ class MainWindow : public QMainWindow, public DialogHost {
   void askQuestions();
   void placeDialog(DialogDock& dock, const DialogPlacement& placement, const QByteArray& state);
   void dockAboveAttributes(QDockWidget& dock);
+  AreaWidget* focusedPicture() const;
   DialogDock* dockOf(const DialogWindow& window) const;
   void noticeDialogs();
 

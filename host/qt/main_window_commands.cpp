@@ -265,7 +265,7 @@ void MainWindow::windowCommands() {
                   tr("&Full Screen Picture"),
                   "fullscreen",
                   {key("F11")},
-                  [this] { setPictureOnly(!pictureOnly_); },
+                  [this] { togglePicture(); },
                   {},
                   [this] { return pictureOnly_; }});
   commands_->add({"window.reset", window, tr("&Reset Layout"), "layout", {}, [this] { resetLayout(); }});
@@ -294,12 +294,16 @@ void MainWindow::gestures() {
       {tr("Wheel"), tr("Dolly towards the pointer")},
       {tr("Click"), tr("Select")},
       {tr("Shift or Ctrl + click"), tr("Add to the selection, or take out")},
+      {tr("Drag with the select tool"), tr("Select what has a point in the box; with Shift or Ctrl add it")},
       {tr("Drag on a selected object"), tr("Use the active tool")},
       {tr("Right click"), tr("Menu of the view")},
       {tr("Escape"), tr("Take back what the mouse does")},
   };
   for (const auto& [keys, what] : rows)
     commands_->add(Gesture{group, keys, what});
+  const QString dialogs = tr("Plug-in Dialogs");
+  commands_->add(Gesture{dialogs, tr("F10"), tr("Open the dialog's menus")});
+  commands_->add(Gesture{dialogs, tr("Ctrl+W"), tr("Close the dialog")});
   const QString fields = tr("Number Fields");
   commands_->add(Gesture{fields, tr("Drag sideways"), tr("Change the value")});
   commands_->add(Gesture{fields, tr("Up, Down or wheel"), tr("Step; Shift ten times, Ctrl a tenth")});
@@ -447,6 +451,7 @@ void MainWindow::fillDocks() {
       dock->show();
       dock->raise();
       dock->activateWindow();
+      dock->widget()->setFocus(Qt::ShortcutFocusReason);
     });
   }
   windowMenu_->addSeparator();

@@ -7,6 +7,7 @@
 #include "message_box.h"
 #include "picture_canvas.h"
 #include "qt_text.h"
+#include "status_widget.h"
 #include "theme.h"
 
 namespace host {
@@ -14,6 +15,7 @@ namespace host {
 namespace {
 
 constexpr QSize thumbnailSize(72, 54);
+constexpr int saidFor = 4000; // milliseconds that "Saved ..." stands
 constexpr int idRole = Qt::UserRole, runningRole = Qt::UserRole + 1;
 
 QString nameOf(const PictureFormat& format) {
@@ -64,7 +66,7 @@ PictureViewer::PictureViewer(Session& session, QWidget* parent)
   build();
   connectParts();
   refreshList();
-  showRender();
+  showWork();
 }
 
 PictureViewer::~PictureViewer() = default;
@@ -193,11 +195,16 @@ void PictureViewer::connectParts() {
     if (!settling_ && item) session_.pictures().choose(item->data(idRole).toULongLong());
   });
   subscriptions_.push_back(session_.pictures().changed.add([this] { refreshList(); }));
-  subscriptions_.push_back(session_.renders().changed.add([this] { showRender(); }));
+  subscriptions_.push_back(session_.renders().changed.add([this] { showWork(); }));
+  subscriptions_.push_back(session_.pictureSaver().changed.add([this] { showSaving(); }));
+  for (QTimer* timer : {&late_, &forget_})
+    timer->setSingleShot(true);
+  connect(&late_, &QTimer::timeout, this, &PictureViewer::showWork);
+  connect(&forget_, &QTimer::timeout, this, [this] { said_.clear(), showWork(); });
   subscriptions_.push_back(session_.renders().finished.add([this] {
     refreshPicture(true);
     refreshList();
-    showRender();
+    showWork();
   }));
   connect(&ThemeNotifier::instance(), &ThemeNotifier::changed, this, [this] { canvas_->update(); });
 }
@@ -292,18 +299,35 @@ void PictureViewer::refreshPicture(bool now) {
   if (hovered_.x() >= 0) showPixel(hovered_);
 }
 
-void PictureViewer::showRender() {
+// The render that runs, else the picture that is being saved or has just been.
+void PictureViewer::showWork() {
   const RenderState& state = session_.renders().state();
   const bool running = session_.renders().isRunning() && state.kind == RenderKind::picture;
-  progress_->setVisible(running);
-  progressText_->setVisible(running);
+  const bool saving = !running && session_.pictureSaver().isBusy() && !late_.isActive();
+  progress_->setVisible(running || saving);
+  progressText_->setVisible(running || saving || !said_.isEmpty());
   stop_->setVisible(running);
   if (running) {
+    progress_->setRange(0, 1000);
     progress_->setValue(static_cast<int>(std::clamp(state.progress, 0.0, 1.0) * 1000));
     const QString percent = tr("%1 %").arg(static_cast<int>(std::clamp(state.progress, 0.0, 1.0) * 100));
     progressText_->setText(state.left < 0 ? percent : tr("%1, %2 left").arg(percent, spanText(state.left)));
+  } else if (saving) {
+    progress_->setRange(0, 0);
+    progressText_->setText(tr("Saving %1").arg(toQt(session_.pictureSaver().file().GetFileString())));
+  } else {
+    progressText_->setText(said_);
   }
   refreshPicture(false);
+}
+
+// Nothing that is over soon flashes a bar.
+void PictureViewer::showSaving() {
+  if (session_.pictureSaver().isBusy())
+    late_.start(static_cast<int>(StatusWidget::delay));
+  else
+    late_.stop();
+  showWork();
 }
 
 void PictureViewer::showPixel(const QPoint& pixel) {
@@ -348,11 +372,18 @@ void PictureViewer::present() {
   activateWindow();
 }
 
-bool PictureViewer::save(const Filename& file, std::string* error) {
-  QApplication::setOverrideCursor(Qt::WaitCursor);
-  const bool done = session_.pictures().save(session_.pictures().current(), file, error);
-  QApplication::restoreOverrideCursor();
-  return done;
+void PictureViewer::save(const Filename& file) {
+  const PictureList::Picture* picture = session_.pictures().find(session_.pictures().current());
+  if (!picture) return;
+  said_.clear();
+  const auto done = [there = QPointer<PictureViewer>(this), file](const std::string& error) {
+    if (!there) return;
+    if (!error.empty()) return showError(there, splitBoxText(QString::fromStdString(error)));
+    there->said_ = tr("Saved %1").arg(toQt(file.GetFileString()));
+    there->forget_.start(saidFor);
+    there->showWork();
+  };
+  session_.pictureSaver().save(picture->bitmap, file, done);
 }
 
 void PictureViewer::saveAs() {
@@ -380,8 +411,7 @@ void PictureViewer::saveAs() {
   }
   const QString file = chooser.selectedFiles().first();
   folder_ = QFileInfo(file).absolutePath();
-  std::string error;
-  if (!save(Filename(toHost(file)), &error)) showError(this, splitBoxText(QString::fromStdString(error)));
+  save(Filename(toHost(file)));
 }
 
 void PictureViewer::removeCurrent() {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QElapsedTimer>
+#include <QTimer>
 #include <QWidget>
 
 #include "session.h"
@@ -33,10 +34,10 @@ class PictureViewer : public QWidget {
 
   /// Shows the window, in front.
   void present();
-  /// Asks for a file and saves the picture that is shown; errors are shown in a box.
+  /// Asks for a file and saves the picture that is shown, in the background; an error is shown in a box.
   void saveAs();
-  /// Without asking. False with a sentence in `error`.
-  bool save(const Filename& file, std::string* error);
+  /// Without asking.
+  void save(const Filename& file);
   void removeCurrent();
   /// Nothing but the picture, on the whole screen, or back. F11 and Escape.
   void setFullScreen(bool on);
@@ -59,7 +60,8 @@ class PictureViewer : public QWidget {
   void refreshList();
   void showEntry(QListWidgetItem& item, const PictureList::Picture& picture) const;
   void showCurrent();
-  void showRender();
+  void showWork();
+  void showSaving();
   void showPixel(const QPoint& pixel);
   void showZoom();
   void refreshPicture(bool now);
@@ -83,6 +85,8 @@ class PictureViewer : public QWidget {
   QString folder_; // of the last save
   QElapsedTimer sinceRefresh_;
   qint64 refreshCost_ = 0; // milliseconds
+  QString said_;           // what was saved last, for a moment
+  QTimer late_, forget_;
   bool settling_ = false, wasMaximized_ = false;
   std::vector<Subscription> subscriptions_;
 };

@@ -39,6 +39,7 @@ QJsonObject describeWidget(const QWidget& widget) {
   one[QStringLiteral("window")] = widget.isWindow();
   one[QStringLiteral("enabled")] = widget.isEnabled();
   one[QStringLiteral("focus")] = widget.hasFocus();
+  one[QStringLiteral("cursor")] = static_cast<int>(widget.cursor().shape());
   if (const auto* button = qobject_cast<const QAbstractButton*>(&widget); button && button->isCheckable())
     one[QStringLiteral("checked")] = button->isChecked();
   if (const auto* bar = qobject_cast<const QProgressBar*>(&widget))

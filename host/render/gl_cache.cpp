@@ -138,7 +138,7 @@ void GlCache::free(const Entry& e) {
 }
 
 const GlMesh& GlCache::mesh(const Mesh& m) {
-  const Key key{0, m.id};
+  const Key key = Key::ofMesh(m.id);
   if (const Entry* known = find(key)) return known->mesh;
   Entry e;
   const std::size_t count = m.positions.size(), indexBytes = m.triangles.size() * sizeof(m.triangles[0]);
@@ -167,7 +167,7 @@ const GlMesh& GlCache::mesh(const Mesh& m) {
 }
 
 GLuint GlCache::texture(Identity picture, const Texture& t) {
-  const Key key{t.space() == ColorSpace::srgb ? 1 : 2, picture};
+  const Key key = Key::ofTexture(picture, t.space());
   if (const Entry* known = find(key)) return known->texture;
   GLint most = 1024;
   glGetIntegerv(GL_MAX_TEXTURE_SIZE, &most);

@@ -12,6 +12,7 @@
 
 #include <epoxy/gl.h>
 
+#include "cache_key.h"
 #include "mesh.h"
 #include "texture.h"
 
@@ -67,13 +68,7 @@ class GlCache {
   const Counters& counters() const { return counters_; }
 
  private:
-  struct Key {
-    int kind; // 0 mesh, 1 and 2 texture by colour space
-    Identity id;
-    friend bool operator<(const Key& a, const Key& b) {
-      return a.kind != b.kind ? a.kind < b.kind : a.id < b.id;
-    }
-  };
+  using Key = CacheKey;
   struct Entry {
     GlMesh mesh;
     GLuint texture = 0;

@@ -8,6 +8,10 @@
 
 namespace host::render {
 
+/// A setting of the host's own renders: which samples are taken. Several renders with different ones may be
+/// averaged. Absent: 0.
+inline constexpr LONG seedSetting = 7102;
+
 /// Inclusive pixel bounds; empty when right < left or bottom < top.
 struct Region {
   int left = 0, top = 0, right = -1, bottom = -1;

@@ -89,7 +89,7 @@ std::vector<MeshAccelPtr> SceneCache::meshes(const std::vector<MeshPtr>& wanted,
   for (const MeshPtr& mesh : wanted) {
     const auto [slot, fresh] = found.try_emplace(mesh->id);
     if (!fresh) continue;
-    slot->second = std::static_pointer_cast<const MeshAccel>(find({0, mesh->id}));
+    slot->second = std::static_pointer_cast<const MeshAccel>(find(Key::ofMesh(mesh->id)));
     if (slot->second) {
       ++stats.meshes_reused;
       continue;
@@ -111,7 +111,7 @@ std::vector<MeshAccelPtr> SceneCache::meshes(const std::vector<MeshPtr>& wanted,
   if (broken) return {};
   for (const auto* list : {&small, &large})
     for (const auto& accel : *list) {
-      put({0, accel->mesh->id}, accel, accel->bytes);
+      put(Key::ofMesh(accel->mesh->id), accel, accel->bytes);
       ++stats.meshes_built;
     }
   std::vector<MeshAccelPtr> out;
@@ -126,9 +126,7 @@ bool SceneCache::textures(const std::vector<TextureRequest>& wanted, int workers
                           RenderStats& stats) {
   out.assign(wanted.size(), nullptr);
   TextureLoader& loader = TextureLoader::shared();
-  const auto keyOf = [&](std::size_t i) {
-    return Key{wanted[i].space == ColorSpace::srgb ? 1 : 2, wanted[i].picture->id};
-  };
+  const auto keyOf = [&](std::size_t i) { return Key::ofTexture(wanted[i].picture->id, wanted[i].space); };
   std::vector<std::pair<std::size_t, TextureLoader::JobPtr>> jobs;
   for (std::size_t i = 0; i < wanted.size(); ++i) {
     out[i] = std::static_pointer_cast<const Texture>(find(keyOf(i)));

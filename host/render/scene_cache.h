@@ -8,6 +8,7 @@
 #include <map>
 #include <mutex>
 
+#include "cache_key.h"
 #include "embree_device.h"
 #include "render_stats.h"
 #include "texture.h"
@@ -51,13 +52,7 @@ class SceneCache {
   void clear();
 
  private:
-  struct Key {
-    int kind; // 0 mesh, 1 and 2 texture by colour space
-    Identity id;
-    friend bool operator<(const Key& a, const Key& b) {
-      return a.kind != b.kind ? a.kind < b.kind : a.id < b.id;
-    }
-  };
+  using Key = CacheKey;
   struct Entry {
     std::shared_ptr<const void> value;
     std::size_t bytes;

@@ -15,12 +15,18 @@ namespace host {
 
 namespace {
 
+// How far a save is: collecting the meshes, then writing the file.
+using Progress = std::function<void(double)>;
+constexpr double collected = 0.3, written = 0.95;
+constexpr std::size_t writtenAtOnce = std::size_t{4} << 20;
+
 constexpr int typeFloat = TINYGLTF_COMPONENT_TYPE_FLOAT, typeShort = TINYGLTF_COMPONENT_TYPE_UNSIGNED_SHORT,
               typeInt = TINYGLTF_COMPONENT_TYPE_UNSIGNED_INT;
 
 class Writer {
  public:
-  explicit Writer(const DocumentState& document) : document_(document) {}
+  Writer(const DocumentState& document, const Progress& progress)
+      : document_(document), progress_(progress) {}
 
   Json write() {
     number(document_.children);
@@ -257,8 +263,17 @@ class Writer {
   void writeObjects() {
     for (const NodeState* node = document_.children.first(); node; node = node->next)
       root_["scenes"][0]["nodes"].push_back(places_[node->identity]["node"]);
+    const auto weightOf = [](const ObjectState& object) {
+      return 1.0 + (object.mesh ? static_cast<double>(object.mesh->triangles.size()) : 0.0);
+    };
+    double all = 0, done = 0;
     for (const ObjectState* object : objects_)
+      all += weightOf(*object);
+    for (const ObjectState* object : objects_) {
       writeObject(*object);
+      done += weightOf(*object);
+      if (progress_) progress_(collected * done / all);
+    }
   }
 
   void writeObject(const ObjectState& object) {
@@ -599,6 +614,7 @@ class Writer {
   }
 
   const DocumentState& document_;
+  const Progress& progress_;
   Json root_ = Json::object();
   Json lights_ = Json::array();
   Bytes data_;
@@ -643,20 +659,18 @@ Bytes textFile(Json root, const Bytes& data) {
   return {bytes.begin(), bytes.end()};
 }
 
-Bytes fileOf(const BaseDocument& document, bool binary) {
+Bytes fileOf(const BaseDocument& document, bool binary, const Progress& progress) {
   const DocumentState& state = *stateOf(&document);
   const std::lock_guard lock(state.mutex);
-  Writer writer(state);
+  Writer writer(state, progress);
   Json root = writer.write();
   return binary ? binaryFile(root, writer.data()) : textFile(std::move(root), writer.data());
 }
 
-} // namespace
-
-std::vector<std::byte> saveDocumentToMemory(const BaseDocument& document, bool binary, std::string* error) {
+Bytes guardedFileOf(const BaseDocument& document, bool binary, const Progress& progress, std::string* error) {
   std::string why;
   try {
-    return fileOf(document, binary);
+    return fileOf(document, binary, progress);
   } catch (const SceneError& problem) {
     why = std::string(problem.what()) + ". " + problem.advice;
   } catch (const std::bad_alloc&) {
@@ -668,7 +682,31 @@ std::vector<std::byte> saveDocumentToMemory(const BaseDocument& document, bool b
   return {};
 }
 
-bool saveDocument(const BaseDocument& document, const Filename& file, std::string* error) {
+// Replaces the file, piece by piece so that it can be told how far it is. `why` says why not.
+bool writeFile(const Filename& target, const Bytes& bytes, const Progress& progress, std::string& why) {
+  AtomicFile file(target);
+  bool good = file.open();
+  for (std::size_t at = 0; good && at < bytes.size(); at += writtenAtOnce) {
+    if (progress)
+      progress(collected +
+               (written - collected) * static_cast<double>(at) / static_cast<double>(bytes.size()));
+    good = file.write(bytes.data() + at, std::min(writtenAtOnce, bytes.size() - at));
+  }
+  if (good && progress) progress(written);
+  good = good && file.commit();
+  if (good && progress) progress(1);
+  if (!good) why = file.error();
+  return good;
+}
+
+} // namespace
+
+std::vector<std::byte> saveDocumentToMemory(const BaseDocument& document, bool binary, std::string* error) {
+  return guardedFileOf(document, binary, {}, error);
+}
+
+bool saveDocument(const BaseDocument& document, const Filename& file, std::string* error,
+                  const std::function<void(double)>& progress) {
   const std::string name = "\"" + file.GetString().GetUTF8() + "\"";
   const bool binary = file.CheckSuffix("glb");
   if (!binary && !file.CheckSuffix("gltf")) {
@@ -676,10 +714,10 @@ bool saveDocument(const BaseDocument& document, const Filename& file, std::strin
       *error = "The scene cannot be saved as " + name + ": choose a name that ends in .glb or .gltf.";
     return false;
   }
-  const Bytes bytes = saveDocumentToMemory(document, binary, error);
+  const Bytes bytes = guardedFileOf(document, binary, progress, error);
   if (bytes.empty()) return false;
   std::string why;
-  if (replaceFile(file, std::span<const std::byte>(bytes), &why)) return true;
+  if (writeFile(file, bytes, progress, why)) return true;
   if (error)
     *error = "The scene cannot be saved as " + name + ": " + why + ". Choose another folder, or make room.";
   return false;

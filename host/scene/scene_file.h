@@ -47,8 +47,10 @@ LoadResult loadDocumentFromMemory(std::span<const std::byte> bytes, const Filena
                                   const LoadOptions& options = {});
 
 /// Writes .glb or .gltf (by the suffix), everything inside the one file, which is replaced whole. False with
-/// a sentence in `error`; the old file stays then. The document is read under its lock. Any thread.
-bool saveDocument(const BaseDocument& document, const Filename& file, std::string* error = nullptr);
+/// a sentence in `error`; the old file stays then. The document is read under its lock. `progress` (may be
+/// empty) is called with 0 to 1, never less than before, from time to time on the saving thread. Any thread.
+bool saveDocument(const BaseDocument& document, const Filename& file, std::string* error = nullptr,
+                  const std::function<void(double)>& progress = {});
 
 /// The bytes that `saveDocument` writes; with `binary` those of a .glb. Empty with a sentence in `error` when
 /// it cannot be.

@@ -119,6 +119,7 @@ struct FileSession::Saver {
   DocumentPtr copy;
   Identity document = 0;
   std::size_t revision = 0;
+  std::atomic<double> progress{0};
   bool done = false;
   std::string error;
   FileStamp stamp; // of what we have written
@@ -210,18 +211,26 @@ void FileSession::startLoading(const Filename& file, bool reload) {
   activity.text = String(reload ? "Reloading " : "Loading ") + file.GetFileString();
   activity.canCancel = true;
   setActivity(std::move(activity));
-  if (progressTimer_ == 0)
-    progressTimer_ = mainLoop().addTimer(
-        progressPeriod, [this] { progressTick(); }, Urgency::painting);
+  watchProgress();
   if (!loader->job->Start(THREADMODE_ASYNC, THREADPRIORITY_BELOW)) {
     loader->result.error = "no thread could be started";
     loaded();
   }
 }
 
+void FileSession::watchProgress() {
+  if (progressTimer_ == 0)
+    progressTimer_ = mainLoop().addTimer(
+        progressPeriod, [this] { progressTick(); }, Urgency::painting);
+}
+
 void FileSession::progressTick() {
-  if (!loader_) return mainLoop().removeTimer(std::exchange(progressTimer_, 0));
-  activity_.progress = loader_->progress;
+  if (activity_.kind == Activity::Kind::loading && loader_)
+    activity_.progress = loader_->progress;
+  else if (activity_.kind == Activity::Kind::saving && saver_)
+    activity_.progress = saver_->progress;
+  else
+    return mainLoop().removeTimer(std::exchange(progressTimer_, 0));
   changed.call();
 }
 
@@ -313,7 +322,8 @@ void FileSession::startSaving(const Filename& file) {
   saver->job = std::make_unique<BackgroundJob>(
       "save scene",
       [saver](BaseThread&) {
-        saver->done = saver->copy && saveDocument(*saver->copy, saver->file, &saver->error);
+        saver->done = saver->copy && saveDocument(*saver->copy, saver->file, &saver->error,
+                                                  [saver](double part) { saver->progress = part; });
         saver->stamp = stampOf(saver->file);
         saver->copy.reset();
       },
@@ -322,9 +332,11 @@ void FileSession::startSaving(const Filename& file) {
       });
   Activity activity;
   activity.kind = Activity::Kind::saving;
+  activity.progress = 0;
   activity.since = clock().now();
   activity.text = "Saving " + file.GetFileString();
   setActivity(std::move(activity));
+  watchProgress();
   if (!saver->job->Start(THREADMODE_ASYNC, THREADPRIORITY_BELOW)) {
     saver->error = "no thread could be started";
     saved();

@@ -110,6 +110,7 @@ class FileSession {
   void saved();
   void jobEnded(const std::shared_ptr<const void>& job);
   void watchTick();
+  void watchProgress();
   void progressTick();
   void fileChanged();
   void watch(std::vector<Filename> files);

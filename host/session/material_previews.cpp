@@ -7,7 +7,9 @@
 #include "background_job.h"
 #include "document.h"
 #include "preview_scene.h"
+#include "render_settings.h"
 #include "running_state.h"
+#include "status_bar.h"
 #include "thread_context.h"
 
 namespace host {
@@ -16,22 +18,58 @@ namespace {
 
 constexpr Milliseconds lookPeriod = 15;
 constexpr std::size_t mostCached = 1024;
-constexpr LONG mostSamples = 24, leastSamples = 4;
+constexpr LONG mostSamples = 24, leastSamples = 4; // of a pass
+constexpr int mostStops = 40;                      // of a refinement: then this machine has no time for it
 
-BaseContainer settingsOf(int size, int timesStopped) {
+LONG samplesAfter(int timesStopped) {
+  return std::max<LONG>(mostSamples >> std::min(timesStopped, 8), leastSamples);
+}
+
+BaseContainer settingsOf(int size, LONG samples, LONG seed) {
   BaseContainer settings;
   settings.SetLong(RDATA_XRES, size);
   settings.SetLong(RDATA_YRES, size);
   settings.SetLong(RDATA_ANTIALIASING, 2);
-  settings.SetLong(RDATA_MAXSAMPLES, std::max<LONG>(mostSamples >> std::min(timesStopped, 8), leastSamples));
-  settings.SetReal(RDATA_NOISETHRESHOLD, 0.02);
+  settings.SetLong(RDATA_MAXSAMPLES, samples);
+  settings.SetReal(RDATA_NOISETHRESHOLD, 0); // every pixel weighs the same in the mean
+  settings.SetLong(render::seedSetting, seed);
   return settings;
+}
+
+// Joins a pass to the mean of those before it (null: the first), and gives what it looks like then.
+std::shared_ptr<BaseBitmap> joined(std::shared_ptr<Film>& mean, LONG before, const BaseBitmap& pass,
+                                   LONG samples) {
+  const std::shared_ptr<Film> film = filmOf(pass);
+  SharedBitmap bitmap = makeBitmap(pass.GetBw(), pass.GetBh());
+  if (!film || !bitmap) return nullptr;
+  auto next = std::make_shared<Film>(film->width(), film->height());
+  const float part = static_cast<float>(samples) / static_cast<float>(before + samples);
+  for (int y = 0; y < film->height(); ++y) {
+    for (int x = 0; x < film->width(); ++x) {
+      float now[4] = {}, old[4] = {};
+      film->getColor(x, y, now);
+      if (mean) mean->getColor(x, y, old);
+      for (int i = 0; i < 4 && mean; ++i)
+        now[i] = old[i] + (now[i] - old[i]) * part;
+      next->setColor(x, y, now);
+      bitmap->SetPixel(x, y, toDisplay(now[0]), toDisplay(now[1]), toDisplay(now[2]));
+    }
+  }
+  mean = std::move(next);
+  return bitmap;
+}
+
+bool pluginWorks() {
+  const StatusState state = statusState();
+  return state.spinning || state.percent >= 0;
 }
 
 } // namespace
 
 struct MaterialPreviews::Job {
   Key key{};
+  LONG samples = 0;
+  bool refines = false;
   ImagePtr look;
   DocumentPtr document;
   BaseContainer settings;
@@ -107,22 +145,52 @@ void MaterialPreviews::documentChanged() {
     if (!isFresh(key.material, key.size)) want(key);
 }
 
+LONG MaterialPreviews::samplesOf(Identity material, int size) const {
+  const auto found = cache_.find({material, size});
+  return found == cache_.end() ? 0 : found->second.samples;
+}
+
 // Starts the next one when nothing else is to be done.
 void MaterialPreviews::pursue() {
-  if (!enabled_ || job_ || queue_.empty() || mainLoop().inModal()) return;
+  if (!enabled_ || job_ || mainLoop().inModal()) return;
   if (CheckIsRunning(CHECKISRUNNING_EDITORRENDERING) || CheckIsRunning(CHECKISRUNNING_EXTERNALRENDERING))
     return;
   const auto deadline = mainLoop().nextDeadline();
   if (deadline && *deadline <= clock().now()) return;
+  if (queue_.empty()) {
+    refine();
+    return;
+  }
   while (!queue_.empty() && !start()) {
   }
 }
 
+// The grainiest of what was looked at last.
+bool MaterialPreviews::refine() {
+  if (pluginWorks()) return false;
+  auto chosen = cache_.end();
+  for (auto entry = cache_.begin(); entry != cache_.end(); ++entry) {
+    const Cached& cached = entry->second;
+    if (!cached.mean || cached.samples >= cleanSamples || cached.stops >= mostStops) continue;
+    const auto rank = [](const Cached& one) { return std::pair(-one.samples, one.used); };
+    if (chosen == cache_.end() || rank(cached) > rank(chosen->second)) chosen = entry;
+  }
+  if (chosen == cache_.end() || !isFresh(chosen->first.material, chosen->first.size)) return false;
+  return start(chosen->first, samplesAfter(chosen->second.stops), chosen->second.samples, true);
+}
+
 // Starts the first of the queue; false when there is nothing to render for it.
 bool MaterialPreviews::start() {
-  auto job = std::make_shared<Job>();
-  job->key = queue_.front();
+  const Key key = queue_.front();
   queue_.pop_front();
+  return start(key, samplesAfter(patience_[key]), 0, false);
+}
+
+bool MaterialPreviews::start(const Key& key, LONG samples, LONG seed, bool refines) {
+  auto job = std::make_shared<Job>();
+  job->key = key;
+  job->samples = samples;
+  job->refines = refines;
   const BaseDocument* document = hub_.document();
   job->look = lookOf(job->key.material, nullptr);
   job->bitmap = makeBitmap(job->key.size, job->key.size);
@@ -130,7 +198,7 @@ bool MaterialPreviews::start() {
   const DocumentState& state = *stateOf(document);
   job->document = previewScene(static_cast<const MaterialState&>(*findNode(state, job->key.material)),
                                activeRenderData(state));
-  job->settings = settingsOf(job->key.size, patience_[job->key]);
+  job->settings = settingsOf(key.size, samples, seed);
   Job* raw = job.get();
   job->thread = std::make_unique<BackgroundJob>(
       "material preview", [raw](BaseThread& thread) { raw->run(thread); },
@@ -147,18 +215,42 @@ bool MaterialPreviews::start() {
 void MaterialPreviews::ended() {
   const std::shared_ptr<Job> job = std::exchange(job_, nullptr);
   job->thread->Wait(TRUE);
-  if (job->result == RENDERRESULT_USERBREAK) { // somebody stopped it: it comes first again
-    ++stopped_;
-    ++patience_[job->key];
-    queue_.push_front(job->key);
-    return;
-  }
+  if (job->result == RENDERRESULT_USERBREAK) return stopped(*job);
+  if (job->refines) return join(*job);
   ++finished_;
   patience_.erase(job->key);
-  cache_[job->key] = {job->look, job->bitmap, ++uses_};
+  Cached& cached = cache_[job->key];
+  cached = {job->look, job->bitmap, ++uses_, nullptr, 0, 0, 0};
+  joined(cached.mean, 0, *job->bitmap, job->samples);
+  cached.samples = cached.told = job->samples;
   if (!isFresh(job->key.material, job->key.size)) want(job->key); // edited meanwhile
   forget();
   ready.call(job->key.material);
+}
+
+// Somebody stopped it: what is not there yet comes first again.
+void MaterialPreviews::stopped(const Job& job) {
+  ++stopped_;
+  if (!job.refines) {
+    ++patience_[job.key];
+    queue_.push_front(job.key);
+  } else if (const auto found = cache_.find(job.key); found != cache_.end()) {
+    ++found->second.stops;
+  }
+}
+
+// A pass more. It is shown when there are twice as many as what is shown has.
+void MaterialPreviews::join(const Job& job) {
+  const auto found = cache_.find(job.key);
+  if (found == cache_.end() || !sameLook(found->second.look, job.look)) return;
+  Cached& cached = found->second;
+  const std::shared_ptr<BaseBitmap> bitmap = joined(cached.mean, cached.samples, *job.bitmap, job.samples);
+  if (!bitmap) return cached.mean.reset();
+  cached.samples += job.samples;
+  if (cached.samples < cleanSamples && cached.samples < 2 * cached.told) return;
+  cached.bitmap = bitmap;
+  cached.told = cached.samples;
+  ready.call(job.key.material);
 }
 
 void MaterialPreviews::forget() {

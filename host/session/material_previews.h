@@ -1,7 +1,9 @@
 // Thumbnails of materials: a sphere on a neutral ground, rendered in the background one at a time (running
 // state 5). A preview runs only while nothing waits for a plug-in and the host renders nothing else: before
 // any core message, command, dialog timer or user's action reaches a plug-in, the running one is stopped and
-// waited for (MainLoop::giveWay), and taken up again when the loop is idle. Main thread.
+// waited for (MainLoop::giveWay), and taken up again when the loop is idle. Once all are there, and no
+// plug-in reports work of its own, they are refined: more passes of other samples join the mean, until it is
+// clean. Main thread.
 #pragma once
 
 #include <cstddef>
@@ -13,6 +15,7 @@
 
 #include "document_hub.h"
 #include "document_image.h"
+#include "film.h"
 #include "host_renders.h"
 #include "identity.h"
 
@@ -33,6 +36,9 @@ class MaterialPreviews {
 
   bool isRunning() const noexcept;
   std::size_t waiting() const noexcept { return queue_.size(); }
+  /// Samples a pixel of a thumbnail has so far; 0 without one. It is as good as it gets at `cleanSamples`.
+  LONG samplesOf(Identity material, int size) const;
+  static constexpr LONG cleanSamples = 192;
   /// Ends the running one; it is taken up again later.
   void stop();
   /// No previews from now on, or again.
@@ -57,12 +63,20 @@ class MaterialPreviews {
     ImagePtr look; // of the material when it was rendered
     std::shared_ptr<const BaseBitmap> bitmap;
     std::uint64_t used = 0;
+    std::shared_ptr<Film> mean; // of all passes; null: it cannot be refined
+    LONG samples = 0;           // a pixel, in all passes
+    LONG told = 0;              // of these when `ready` was called
+    int stops = 0;              // passes of its refinement that were stopped
   };
 
   void want(const Key& key);
   void pursue();
   bool start();
+  bool start(const Key& key, LONG samples, LONG seed, bool refines);
+  bool refine();
   void ended();
+  void stopped(const Job& job);
+  void join(const Job& job);
   void documentChanged();
   void forget();
   ImagePtr lookOf(Identity material, const ImagePtr& previous) const;

@@ -3,29 +3,9 @@
 #include <algorithm>
 
 #include "clock.h"
-#include "failures.h"
 #include "unique_name.h"
 
 namespace host {
-
-const std::vector<PictureFormat>& pictureFormats() {
-  static const std::vector<PictureFormat> formats{{"PNG", "png", FILTER_PNG},
-                                                  {"TIFF", "tif", FILTER_TIF},
-                                                  {"JPEG", "jpg", FILTER_JPG},
-                                                  {"OpenEXR", "exr", FILTER_EXR}};
-  return formats;
-}
-
-namespace {
-
-const PictureFormat* formatOf(const Filename& file) {
-  for (const PictureFormat& format : pictureFormats())
-    if (file.CheckSuffix(format.suffix)) return &format;
-  if (file.CheckSuffix("tiff")) return &pictureFormats()[1];
-  return file.CheckSuffix("jpeg") ? &pictureFormats()[2] : nullptr;
-}
-
-} // namespace
 
 PictureList::Id PictureList::add(SharedBitmap bitmap, const String& name, bool running) {
   if (!bitmap) return 0;
@@ -103,26 +83,6 @@ void PictureList::rename(Id id, const String& name) {
   if (!picture || !name.Content() || picture->name == name) return;
   picture->name = name;
   changed.call();
-}
-
-bool PictureList::save(Id id, const Filename& file, std::string* error) {
-  const auto refuse = [error](std::string sentence) {
-    if (error) *error = std::move(sentence);
-    return false;
-  };
-  const Picture* picture = find(id);
-  if (!picture) return refuse("The picture is not in the list any more. Render it again.");
-  const PictureFormat* format = formatOf(file);
-  if (!format)
-    return refuse("The picture \"" + file.GetString().GetUTF8() +
-                  "\" cannot be saved: its kind is unknown. Choose a name that ends in .png, .tif, .jpg or "
-                  ".exr.");
-  const std::size_t before = failureCount();
-  if (picture->bitmap->Save(file, format->filter, nullptr, SAVEBIT_ALPHA) == IMAGERESULT_OK) return true;
-  const std::vector<Failure> all = failures();
-  if (failureCount() > before && !all.empty() && all.back().file == file) return refuse(all.back().sentence);
-  return refuse("The picture \"" + file.GetString().GetUTF8() +
-                "\" was not saved. Check the folder, your rights to it and the free space.");
 }
 
 } // namespace host

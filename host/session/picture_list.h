@@ -2,20 +2,11 @@
 #pragma once
 
 #include <cstdint>
-#include <string>
 #include <vector>
 
 #include "host_renders.h"
 
 namespace host {
-
-/// Kinds of files that a picture is saved as, as a file chooser offers them.
-struct PictureFormat {
-  const char* name;
-  const char* suffix; // without the point
-  LONG filter;        // FILTER_...
-};
-const std::vector<PictureFormat>& pictureFormats(); // PNG, TIFF, JPEG, OpenEXR
 
 class PictureList {
  public:
@@ -47,10 +38,6 @@ class PictureList {
   void remove(Id id);
   void clear();
   void rename(Id id, const String& name);
-
-  /// Saves a picture by the file's suffix (png, tif, tiff, jpg, jpeg, exr); OpenEXR holds the linear film
-  /// when the picture has one. False with a sentence in `error`.
-  bool save(Id id, const Filename& file, std::string* error);
 
   /// Entries, names or the current one are different.
   Listeners<> changed;

@@ -20,24 +20,7 @@ struct Above {
 };
 
 ObjectIcon iconOf(const ObjectState& object) {
-  switch (object.type) {
-  case Opolygon:
-    return ObjectIcon::mesh;
-  case Olight: {
-    const LONG kind = param::integer(object, param::lightKind);
-    return kind == 1 ? ObjectIcon::spotLight : kind == 2 ? ObjectIcon::distantLight : ObjectIcon::light;
-  }
-  case Ocamera:
-    return ObjectIcon::camera;
-  case Osky:
-    return ObjectIcon::sky;
-  case Ofloor:
-    return ObjectIcon::floor;
-  case Osds:
-    return ObjectIcon::subdivision;
-  default:
-    return ObjectIcon::null;
-  }
+  return objectIcon(object.type, object.type == Olight ? param::integer(object, param::lightKind) : 0);
 }
 
 std::vector<Identity> materialsOf(const ObjectState& object) {
@@ -94,6 +77,27 @@ String postName(LONG type) {
 }
 
 } // namespace
+
+ObjectIcon objectIcon(LONG type, LONG lightKind) {
+  switch (type) {
+  case Opolygon:
+    return ObjectIcon::mesh;
+  case Olight:
+    return lightKind == 1   ? ObjectIcon::spotLight
+           : lightKind == 2 ? ObjectIcon::distantLight
+                            : ObjectIcon::light;
+  case Ocamera:
+    return ObjectIcon::camera;
+  case Osky:
+    return ObjectIcon::sky;
+  case Ofloor:
+    return ObjectIcon::floor;
+  case Osds:
+    return ObjectIcon::subdivision;
+  default:
+    return ObjectIcon::null;
+  }
+}
 
 std::vector<ObjectRow> objectRows(const BaseDocument& document) {
   const DocumentState& state = *stateOf(&document);

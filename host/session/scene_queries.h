@@ -11,6 +11,8 @@
 namespace host {
 
 enum class ObjectIcon { null, mesh, light, spotLight, distantLight, camera, sky, floor, subdivision };
+/// Of an object type; `lightKind` (param::lightKind) counts for lights.
+ObjectIcon objectIcon(LONG type, LONG lightKind = 0);
 
 struct ObjectRow {
   Identity identity = 0, parent = 0; // parent 0: at the top

@@ -62,6 +62,7 @@ void Session::shutDown() {
   renders_.cancel();
   files_.cancelLoading();
   files_.finish();
+  pictureSaver_.finish();
   pictures_.clear();
   hub_.close();
   edits_.forgetAll();

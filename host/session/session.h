@@ -8,6 +8,7 @@
 #include "host_renders.h"
 #include "material_previews.h"
 #include "picture_list.h"
+#include "picture_saver.h"
 #include "playback.h"
 
 namespace host {
@@ -32,12 +33,13 @@ class Session {
   HostRenders& renders() noexcept { return renders_; }
   MaterialPreviews& previews() noexcept { return previews_; }
   PictureList& pictures() noexcept { return pictures_; }
+  PictureSaver& pictureSaver() noexcept { return pictureSaver_; }
 
   /// Runs a registered command as a menu does, and makes an edit of what it changed. False when there is no
   /// such command or it is not enabled.
   bool runCommand(LONG id);
 
-  /// Stops playing, renders, previews, loading and the watch, waits for a save, frees undo and the document.
+  /// Stops playing, renders, previews, loading and the watch, waits for saves, frees undo and the document.
   /// Once.
   void shutDown();
 
@@ -49,6 +51,7 @@ class Session {
   HostRenders renders_;
   MaterialPreviews previews_;
   PictureList pictures_;
+  PictureSaver pictureSaver_;
   Subscription renderChanged_, renderFinished_;
   bool down_ = false;
 };

@@ -2,7 +2,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
+#include <set>
 #include <thread>
 
 #include "file_path.h"
@@ -175,6 +177,59 @@ TEST_F(FileSessionTest, SavesInTheBackgroundWhatWasThere) {
   EXPECT_TRUE(files().isDirty());
   edits().redo();
   EXPECT_FALSE(files().isDirty());
+}
+
+TEST_F(FileSessionTest, SavingTellsHowFarItIs) {
+  const DocumentPtr scene = SessionFixture::scene();
+  auto large = std::make_shared<Mesh>();
+  large->positions.resize(600000, {1, 2, 3});
+  large->triangles = {{0, 1, 2}};
+  large->groups = {{0, 1}};
+  for (const char* name : {"large.glb", "large.gltf", "empty.glb"}) {
+    const DocumentPtr empty = newDocument();
+    const bool isEmpty = std::string(name) == "empty.glb";
+    stateOf(scene->SearchObject("arm"))->mesh = large;
+    std::vector<double> parts;
+    std::string error;
+    ASSERT_TRUE(saveDocument(isEmpty ? *empty : *scene, folder / name, &error, [&](double part) {
+      parts.push_back(part);
+    })) << error;
+    ASSERT_FALSE(parts.empty());
+    EXPECT_TRUE(std::is_sorted(parts.begin(), parts.end())) << name;
+    EXPECT_GE(parts.front(), 0);
+    EXPECT_EQ(parts.back(), 1);
+    EXPECT_GE(std::set<double>(parts.begin(), parts.end()).size(), isEmpty ? 3u : 6u) << name;
+  }
+  std::vector<double> parts;
+  EXPECT_FALSE(
+      saveDocument(*scene, folder / "none/large.glb", nullptr, [&](double part) { parts.push_back(part); }));
+  EXPECT_LT(parts.back(), 1) << "never whole";
+}
+
+TEST_F(FileSessionTest, ASaveHasAPercentage) {
+  openScene();
+  auto large = std::make_shared<Mesh>();
+  large->positions.resize(3000000, {1, 2, 3});
+  large->triangles = {{0, 1, 2}};
+  large->groups = {{0, 1}};
+  edits().apply("Mesh", [&](BaseDocument& d) { stateOf(d.SearchObject("arm"))->mesh = large; });
+  std::vector<Real> parts;
+  const Subscription looked = files().changed.add([&] {
+    if (files().activity().kind == FileSession::Activity::Kind::saving)
+      parts.push_back(files().activity().progress);
+  });
+  ASSERT_TRUE(files().saveAs(folder / "large.gltf"));
+  EXPECT_EQ(files().activity().progress, 0);
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+  while (files().activity().kind == FileSession::Activity::Kind::saving &&
+         std::chrono::steady_clock::now() < deadline) {
+    clock.advance(100);
+    runAll();
+  }
+  EXPECT_EQ(files().activity().kind, FileSession::Activity::Kind::none);
+  ASSERT_TRUE(errors.empty()) << errors[0].text();
+  EXPECT_TRUE(std::is_sorted(parts.begin(), parts.end()));
+  EXPECT_GT(parts.back(), 0) << "it moved on";
 }
 
 TEST_F(FileSessionTest, AnImportedSceneAsksWhereToSave) {

@@ -6,8 +6,10 @@
 #include "c4d_plugin.h"
 #include "film.h"
 #include "preview_scene.h"
+#include "render_settings.h"
 #include "running_state.h"
 #include "session_fixture.h"
+#include "status_bar.h"
 #include "thread_context.h"
 
 namespace {
@@ -278,6 +280,78 @@ TEST_F(RendersTest, AnotherDocumentForgetsThumbnails) {
   EXPECT_EQ(previews().preview(material("red"), 32), nullptr);
 }
 
+// Mean square difference of the channels.
+double noiseOf(const BaseBitmap& a, const BaseBitmap& b) {
+  double sum = 0;
+  for (LONG y = 0; y < a.GetBh(); ++y) {
+    for (LONG x = 0; x < a.GetBw(); ++x) {
+      UWORD p[3] = {}, q[3] = {};
+      a.GetPixel(x, y, &p[0], &p[1], &p[2]);
+      b.GetPixel(x, y, &q[0], &q[1], &q[2]);
+      for (int i = 0; i < 3; ++i)
+        sum += (p[i] - q[i]) * (p[i] - q[i]);
+    }
+  }
+  return sum / (3.0 * a.GetBw() * a.GetBh());
+}
+
+TEST_F(RendersTest, ThumbnailsAreRefinedUntilTheyAreClean) {
+  const Identity red = material("red");
+  previews().preview(red, 32);
+  EXPECT_EQ(previews().samplesOf(red, 32), 0);
+  previews().finish();
+  const auto first = previews().preview(red, 32);
+  EXPECT_EQ(previews().samplesOf(red, 32), 24);
+  int told = 0;
+  const Subscription counted = previews().ready.add([&](Identity) { ++told; });
+  ASSERT_TRUE(runUntil([&] { return previews().samplesOf(red, 32) >= MaterialPreviews::cleanSamples; }));
+  const auto clean = previews().preview(red, 32);
+  EXPECT_EQ(told, 3) << "at twice as many, and at the end";
+
+  const SharedBitmap reference = makeBitmap(32, 32);
+  BaseContainer settings;
+  settings.SetLong(RDATA_MAXSAMPLES, 3000);
+  settings.SetReal(RDATA_NOISETHRESHOLD, 0);
+  settings.SetLong(render::seedSetting, 77777);
+  const auto& look = static_cast<const MaterialState&>(*findNode(state(), red));
+  const DocumentPtr scene = previewScene(look, nullptr);
+  ASSERT_EQ(RenderDocument(scene.get(), settings, nullptr, nullptr, reference.get(), RENDERFLAGS_0, nullptr),
+            RENDERRESULT_OK);
+  EXPECT_LT(4 * noiseOf(*clean, *reference), noiseOf(*first, *reference)) << "eight times the samples";
+
+  const int renders = looks.renders;
+  advance(500, 20);
+  EXPECT_EQ(looks.renders, renders) << "then it rests";
+  edits().apply("Metal", [&](BaseDocument& d) {
+    setAttribute(d, std::array{red}, AttributeId::materialMetal, GeData(Real(1)));
+  });
+  EXPECT_TRUE(runUntil([&] {
+    return previews().isFresh(red, 32) && previews().samplesOf(red, 32) >= MaterialPreviews::cleanSamples;
+  })) << "an edit begins anew";
+}
+
+TEST_F(RendersTest, RefiningWaitsForAPluginsOwnWork) {
+  const Identity red = material("red");
+  previews().preview(red, 32);
+  previews().finish();
+  StatusSetSpin();
+  const int renders = looks.renders;
+  advance(500, 20);
+  EXPECT_EQ(looks.renders, renders);
+  EXPECT_EQ(previews().samplesOf(red, 32), 24);
+  StatusClear();
+  looks.hold = true;
+  ASSERT_TRUE(runUntil([&] { return looks.renders > renders; }));
+  {
+    const PluginScope call(nullptr);
+    EXPECT_FALSE(previews().isRunning()) << "it gives way like any thumbnail";
+  }
+  EXPECT_TRUE(previews().isFresh(red, 32)) << "and what is there stays";
+  EXPECT_EQ(previews().waiting(), 0u);
+  looks.hold = false;
+  EXPECT_TRUE(runUntil([&] { return previews().samplesOf(red, 32) >= MaterialPreviews::cleanSamples; }));
+}
+
 // --- pictures ---
 
 TEST_F(RendersTest, PicturesAreCopiedNamedAndBounded) {
@@ -306,19 +380,79 @@ TEST_F(RendersTest, PicturesAreCopiedNamedAndBounded) {
 TEST_F(RendersTest, PicturesAreSavedByTheirSuffix) {
   ASSERT_TRUE(renders().renderPicture());
   renders().finish();
-  PictureList& list = session->pictures();
+  const SharedBitmap picture = session->pictures().find(session->pictures().current())->bitmap;
   std::string error;
   for (const char* name : {"p.png", "p.tif", "p.tiff", "p.jpg", "p.exr"}) {
-    EXPECT_TRUE(list.save(list.current(), folder / name, &error)) << name << ": " << error;
+    EXPECT_TRUE(savePicture(*picture, folder / name, &error)) << name << ": " << error;
     const SharedBitmap loaded = makeBitmap(1, 1);
     EXPECT_EQ(loaded->Init(folder / name), IMAGERESULT_OK) << name;
     EXPECT_EQ(loaded->GetBw(), 48) << name;
   }
-  EXPECT_FALSE(list.save(list.current(), folder / "p.xyz", &error));
+  EXPECT_FALSE(savePicture(*picture, folder / "p.xyz", &error));
   EXPECT_NE(error.find(".png"), std::string::npos);
-  EXPECT_FALSE(list.save(list.current(), folder / "no folder" + "p.png", &error));
+  EXPECT_FALSE(savePicture(*picture, folder / "no folder" + "p.png", &error));
   EXPECT_NE(error.find("no folder"), std::string::npos) << error;
-  EXPECT_FALSE(list.save(12345, folder / "p.png", &error));
+}
+
+// Pixels that do not pack well, so that encoding takes its time.
+SharedBitmap noise(LONG width, LONG height) {
+  SharedBitmap bitmap = makeBitmap(width, height);
+  std::uint32_t state = 1;
+  for (LONG y = 0; y < height; ++y)
+    for (LONG x = 0; x < width; ++x) {
+      state = state * 1664525 + 1013904223;
+      bitmap->SetPixel(x, y, static_cast<LONG>(state >> 24), static_cast<LONG>(state >> 16 & 255),
+                       static_cast<LONG>(state >> 8 & 255));
+    }
+  return bitmap;
+}
+
+TEST_F(RendersTest, PicturesAreSavedInTheBackgroundOneAfterTheOther) {
+  using Clock = std::chrono::steady_clock;
+  PictureSaver& saver = session->pictureSaver();
+  const SharedBitmap large = noise(2400, 1600), small = noise(8, 8);
+  std::vector<std::string> order;
+  const auto done = [&](const char* name) {
+    return [&order, name](const std::string& error) { order.push_back(name + error); };
+  };
+  int changes = 0;
+  const Subscription counted = saver.changed.add([&] { ++changes; });
+  const auto begin = Clock::now();
+  saver.save(large, folder / "large.png", done("large"));
+  saver.save(small, folder / "small.png", done("small"));
+  saver.save(small, folder / "no folder" + "small.png", done("lost "));
+  const auto asked = Clock::now() - begin;
+  EXPECT_TRUE(saver.isBusy());
+  EXPECT_EQ(saver.file(), folder / "large.png");
+  EXPECT_TRUE(order.empty());
+  EXPECT_FALSE(GeFExist(folder / "small.png"));
+  const auto deadline = Clock::now() + std::chrono::seconds(60);
+  while (saver.isBusy() && Clock::now() < deadline)
+    runAll();
+  const auto all = Clock::now() - begin;
+  EXPECT_LT(asked * 4, all) << "the encoding was waited for";
+  ASSERT_EQ(order.size(), 3u);
+  EXPECT_EQ(order[0], "large");
+  EXPECT_EQ(order[1], "small");
+  EXPECT_EQ(order[2].find("lost Picture"), 0u) << order[2];
+  EXPECT_NE(order[2].find("no folder"), std::string::npos) << order[2];
+  EXPECT_EQ(changes, 4) << "three beginnings and the end";
+  EXPECT_TRUE(GeFExist(folder / "small.png"));
+}
+
+TEST_F(RendersTest, TheEndOfTheSessionWaitsForSaves) {
+  int told = 0;
+  for (const char* name : {"a.png", "b.png"})
+    session->pictureSaver().save(noise(600, 400), folder / name, [&](const std::string& error) {
+      ++told;
+      EXPECT_EQ(error, "");
+    });
+  session->shutDown();
+  EXPECT_EQ(told, 2);
+  for (const char* name : {"a.png", "b.png"}) {
+    const SharedBitmap loaded = makeBitmap(1, 1);
+    EXPECT_EQ(loaded->Init(folder / name), IMAGERESULT_OK) << name;
+  }
 }
 
 // --- time ---

@@ -1,0 +1,118 @@
+#include "picture_saver.h"
+
+#include <utility>
+
+#include "background_job.h"
+#include "console.h"
+#include "failures.h"
+
+namespace host {
+
+const std::vector<PictureFormat>& pictureFormats() {
+  static const std::vector<PictureFormat> formats{{"PNG", "png", FILTER_PNG},
+                                                  {"TIFF", "tif", FILTER_TIF},
+                                                  {"JPEG", "jpg", FILTER_JPG},
+                                                  {"OpenEXR", "exr", FILTER_EXR}};
+  return formats;
+}
+
+namespace {
+
+const PictureFormat* formatOf(const Filename& file) {
+  for (const PictureFormat& format : pictureFormats())
+    if (file.CheckSuffix(format.suffix)) return &format;
+  if (file.CheckSuffix("tiff")) return &pictureFormats()[1];
+  return file.CheckSuffix("jpeg") ? &pictureFormats()[2] : nullptr;
+}
+
+// The latest failure with this file.
+std::string failureWith(const Filename& file) {
+  const std::vector<Failure> all = failures();
+  for (auto failure = all.rbegin(); failure != all.rend(); ++failure)
+    if (failure->file == file) return failure->sentence;
+  return {};
+}
+
+} // namespace
+
+bool savePicture(const BaseBitmap& picture, const Filename& file, std::string* error) {
+  const auto refuse = [error](std::string sentence) {
+    if (error) *error = std::move(sentence);
+    return false;
+  };
+  const std::string name = "The picture \"" + file.GetString().GetUTF8() + "\" ";
+  const PictureFormat* format = formatOf(file);
+  if (!format) {
+    return refuse(
+        name + "cannot be saved: its kind is unknown. Choose a name that ends in .png, .tif, .jpg or .exr.");
+  }
+  const std::size_t before = failureCount();
+  if (picture.Save(file, format->filter, nullptr, SAVEBIT_ALPHA) == IMAGERESULT_OK) return true;
+  if (failureCount() > before)
+    if (std::string sentence = failureWith(file); !sentence.empty()) return refuse(std::move(sentence));
+  return refuse(name + "was not saved. Check the folder, your rights to it and the free space.");
+}
+
+struct PictureSaver::Job {
+  SharedBitmap picture;
+  Filename file;
+  Done done;
+  bool saved = false;
+  std::string error;
+  std::unique_ptr<BackgroundJob> thread;
+};
+
+PictureSaver::PictureSaver() : self_(std::make_shared<PictureSaver*>(this)) {
+}
+
+PictureSaver::~PictureSaver() {
+  finish();
+  *self_ = nullptr;
+}
+
+Filename PictureSaver::file() const {
+  return job_ ? job_->file : Filename();
+}
+
+void PictureSaver::save(SharedBitmap picture, const Filename& file, Done done) {
+  if (!picture) return;
+  auto job = std::make_shared<Job>();
+  job->picture = std::move(picture);
+  job->file = file;
+  job->done = std::move(done);
+  queue_.push_back(std::move(job));
+  if (!job_) start();
+}
+
+void PictureSaver::start() {
+  job_ = std::move(queue_.front());
+  queue_.pop_front();
+  Job* job = job_.get();
+  job->thread = std::make_unique<BackgroundJob>(
+      "save picture", [job](BaseThread&) { job->saved = savePicture(*job->picture, job->file, &job->error); },
+      [self = self_, watched = std::weak_ptr(job_)] {
+        if (*self && (*self)->job_ && (*self)->job_ == watched.lock()) (*self)->ended();
+      });
+  changed.call();
+  if (job->thread->Start(THREADMODE_ASYNC, THREADPRIORITY_BELOW)) return;
+  job->error = "The picture was not saved: no thread could be started. Close other programs and save again.";
+  ended();
+}
+
+void PictureSaver::ended() {
+  job_->thread->Wait(TRUE);
+  const std::shared_ptr<Job> job = std::exchange(job_, nullptr);
+  if (job->saved) printLine("The picture \"" + job->file.GetString() + "\" was saved.");
+  if (queue_.empty())
+    changed.call();
+  else
+    start();
+  if (job->done) job->done(job->saved ? std::string() : job->error);
+}
+
+void PictureSaver::finish() {
+  while (job_)
+    ended();
+}
+
+} // namespace host

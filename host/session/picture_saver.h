@@ -1,0 +1,60 @@
+// Saving pictures to files, in the background: a large one takes seconds to encode. Main thread, but for
+// `savePicture`.
+#pragma once
+
+#include <deque>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "c4d_filename.h"
+#include "host_renders.h"
+
+namespace host {
+
+/// Kinds of files that a picture is saved as, as a file chooser offers them.
+struct PictureFormat {
+  const char* name;
+  const char* suffix; // without the point
+  LONG filter;        // FILTER_...
+};
+const std::vector<PictureFormat>& pictureFormats(); // PNG, TIFF, JPEG, OpenEXR
+
+/// Saves by the file's suffix (png, tif, tiff, jpg, jpeg, exr); OpenEXR holds the linear film when the
+/// picture has one. The file is replaced whole. False with a sentence in `error`. Any thread.
+bool savePicture(const BaseBitmap& picture, const Filename& file, std::string* error);
+
+class PictureSaver {
+ public:
+  /// What came of it: empty when the file is there, else a sentence for the user.
+  using Done = std::function<void(const std::string& error)>;
+
+  PictureSaver();
+  ~PictureSaver(); // finishes
+  PictureSaver(const PictureSaver&) = delete;
+  PictureSaver& operator=(const PictureSaver&) = delete;
+
+  /// Begins to save, after those that wait already; the main loop calls `done` once. A picture that still
+  /// refines is saved as it is when its turn comes.
+  void save(SharedBitmap picture, const Filename& file, Done done = {});
+  bool isBusy() const noexcept { return job_ != nullptr; }
+  /// What is being saved now; empty when nothing is.
+  Filename file() const;
+  /// Waits until all is saved, and has called every `done`.
+  void finish();
+
+  /// Another picture, or none, is being saved. A picture that was saved is a line on the console.
+  Listeners<> changed;
+
+ private:
+  struct Job;
+  void start();
+  void ended();
+
+  std::deque<std::shared_ptr<Job>> queue_; // those behind the one that is being saved
+  std::shared_ptr<Job> job_;
+  std::shared_ptr<PictureSaver*> self_; // for what waits in the loop
+};
+
+} // namespace host
