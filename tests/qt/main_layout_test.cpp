@@ -3,9 +3,11 @@
 #include <QProgressBar>
 #include <QToolButton>
 
+#include "area_widget.h"
 #include "c4d_events.h"
 #include "console_widget.h"
 #include "editor_view_widget.h"
+#include "full_picture.h"
 #include "host_renders.h"
 #include "main_kit.h"
 #include "preferences.h"
@@ -91,6 +93,59 @@ TEST_F(MainLayout, F11LeavesThePictureAlone) {
   EXPECT_TRUE(dock("dock-objects").isVisible());
   EXPECT_TRUE(window().status().isVisible());
   EXPECT_FALSE(dock("dock-console").isVisible());
+}
+
+TEST_F(MainLayout, F11ShowsThePictureOfTheViewerThatHasTheFocus) {
+  linkPlugin = true;
+  startStudio();
+  ASSERT_TRUE(session().runCommand(1021442));
+  settle();
+  auto* area = viewer()->findChild<host::AreaWidget*>(QStringLiteral("gadget-1123"));
+  ASSERT_NE(area, nullptr);
+  const auto full = [] {
+    for (QWidget* widget : QApplication::topLevelWidgets())
+      if (auto* found = qobject_cast<host::FullPicture*>(widget); found && found->isVisible()) return found;
+    return static_cast<host::FullPicture*>(nullptr);
+  };
+  area->setFocus();
+  choose("window.picture-only");
+  ASSERT_NE(full(), nullptr);
+  EXPECT_FALSE(window().isPictureOnly());
+  EXPECT_TRUE(full()->isFullScreen());
+  EXPECT_TRUE(dock("dock-objects").isVisible()) << "behind it nothing changes";
+  const QRectF place = full()->pictureRect();
+  EXPECT_NEAR(place.width() / place.height(), static_cast<double>(area->width()) / area->height(), 0.01);
+  EXPECT_TRUE(full()->width() - place.width() < 1 || full()->height() - place.height() < 1)
+      << "as large as fits";
+  const QImage shown = full()->grab().toImage();
+  const QImage small = area->picture().copy();
+  const QColor here = shown.pixelColor(place.center().toPoint());
+  const QColor there = small.pixelColor(small.width() / 2, small.height() / 2);
+  for (const auto& [a, b] :
+       {std::pair{here.red(), there.red()}, {here.green(), there.green()}, {here.blue(), there.blue()}})
+    EXPECT_NEAR(a, b, 12);
+
+  QTest::keyClick(full(), Qt::Key_F11);
+  settle();
+  EXPECT_EQ(full(), nullptr);
+  area->setFocus();
+  choose("window.picture-only");
+  ASSERT_NE(full(), nullptr);
+  QTest::keyClick(full(), Qt::Key_Escape);
+  settle();
+  EXPECT_EQ(full(), nullptr);
+
+  area->setFocus();
+  choose("window.picture-only");
+  ASSERT_NE(full(), nullptr);
+  viewer()->close();
+  settle();
+  EXPECT_EQ(full(), nullptr) << "it ends with the viewer";
+
+  window().viewWidget().setFocus();
+  choose("window.picture-only");
+  EXPECT_TRUE(window().isPictureOnly()) << "elsewhere it is the editor view's";
+  choose("window.picture-only");
 }
 
 TEST_F(MainLayout, TheViewerOpensAboveTheAttributes) {

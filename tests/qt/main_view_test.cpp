@@ -3,6 +3,7 @@
 
 #include <QWheelEvent>
 
+#include "c4d_render.h"
 #include "c4d_view.h"
 #include "editor_view_widget.h"
 #include "main_kit.h"
@@ -10,6 +11,7 @@
 #include "plugin_registry.h"
 #include "scene_edits.h"
 #include "scene_queries.h"
+#include "theme.h"
 #include "timeline_widget.h"
 
 namespace {
@@ -28,7 +30,7 @@ class ChangeCounter final : public host::CoreListener {
 
 // What the hook of a test saw and does.
 struct HookScript {
-  bool drags = false;
+  bool drags = false, drawing = false;
   int moves = 0;
   double dx = 0;
   MOUSEDRAGRESULT last = MOUSEDRAGRESULT_CONTINUE;
@@ -46,6 +48,11 @@ class DragHook final : public SceneHookData {
     while ((script->last = win->MouseDrag(&dx, &dy, &channels)) == MOUSEDRAGRESULT_CONTINUE)
       ++script->moves, script->dx += dx;
     win->MouseDragEnd();
+    return TRUE;
+  }
+  Bool Draw(BaseSceneHook* /*node*/, BaseDocument* /*doc*/, BaseDraw* /*bd*/, BaseDrawHelp* /*bh*/,
+            BaseThread* /*bt*/, SCENEHOOKDRAW /*flags*/) override {
+    if (script && CheckIsRunning(CHECKISRUNNING_VIEWDRAWING)) script->drawing = true;
     return TRUE;
   }
   Bool GetCursorInfo(BaseSceneHook* /*node*/, BaseDocument* /*doc*/, BaseDraw* /*bd*/, Real x, Real /*y*/,
@@ -161,6 +168,53 @@ TEST_F(MainView, AClickSelects) {
   EXPECT_TRUE(host::selectedObjects(document()).empty());
 }
 
+TEST_F(MainView, TheSelectToolDrawsABox) {
+  openAndPaint();
+  choose("edit.select-none");
+  const auto drag = [&](QPoint from, QPoint to, Qt::KeyboardModifiers keys, bool letGo = true) {
+    QTest::mousePress(&view(), Qt::LeftButton, keys, from);
+    QTest::mouseMove(&view(), (from + to) / 2);
+    QTest::mouseMove(&view(), to);
+    if (letGo) QTest::mouseRelease(&view(), Qt::LeftButton, keys, to);
+    settle();
+  };
+  const auto in = [&](QPoint from, QPoint to) {
+    std::vector<Identity> found;
+    for (const BaseObject* object : view().view().objectsIn(from.x(), from.y(), to.x(), to.y()))
+      found.push_back(object->GetIdentity());
+    return found;
+  };
+  const QPoint corner(view().width() - 2, view().height() - 2), upper(corner.x(), middle().y());
+  const auto all = in({1, 1}, corner), some = in({1, 1}, upper);
+  ASSERT_GT(all.size(), some.size());
+  ASSERT_FALSE(some.empty());
+  const std::size_t steps = session().edits().stepCount();
+
+  drag({1, 1}, upper, Qt::NoModifier);
+  EXPECT_EQ(host::selectedObjects(document()), some);
+  drag(corner, {1, middle().y()}, Qt::ShiftModifier);
+  EXPECT_EQ(host::selectedObjects(document()), all) << "Shift adds";
+  drag({1, 1}, upper, Qt::NoModifier);
+  EXPECT_EQ(host::selectedObjects(document()), some) << "without it they are all there is";
+  drag({1, 1}, {2, 3}, Qt::NoModifier);
+  EXPECT_EQ(session().edits().stepCount(), steps) << "a selection is no step";
+
+  drag({1, 1}, corner, Qt::NoModifier, false);
+  const QImage shown = view().grab().toImage();
+  const QColor edge = shown.pixelColor(middle().x(), 1);
+  EXPECT_EQ(edge, host::tokens().accent) << edge.name().toStdString();
+  const auto before = host::selectedObjects(document());
+  QTest::keyClick(&view(), Qt::Key_Escape);
+  QTest::mouseRelease(&view(), Qt::LeftButton, Qt::NoModifier, corner);
+  settle();
+  EXPECT_EQ(host::selectedObjects(document()), before) << "Escape takes it back";
+  EXPECT_NE(view().grab().toImage().pixelColor(middle().x(), 1), host::tokens().accent);
+
+  choose("tool.move");
+  drag({1, 1}, corner, Qt::NoModifier);
+  EXPECT_NE(host::selectedObjects(document()), all) << "other tools draw none";
+}
+
 TEST_F(MainView, TheMoveToolMovesInOneStep) {
   openAndPaint();
   Identity object = 0;
@@ -225,6 +279,13 @@ TEST_F(MainView, AHookFollowsTheMouseInANestedLoop) {
   EXPECT_DOUBLE_EQ(hook.dx, 25);
   EXPECT_GT(hook.moves, 2); // the hook's loop turns while nothing happens
   EXPECT_FALSE(view().view().inDrag());
+}
+
+TEST_F(MainView, PluginsMayAskWhetherTheViewIsDrawn) {
+  openAndPaint();
+  EXPECT_TRUE(hook.drawing);
+  EXPECT_TRUE(waitFor([] { return !CheckIsRunning(CHECKISRUNNING_VIEWDRAWING); }))
+      << "not when it has come to rest";
 }
 
 TEST_F(MainView, EscapeEndsAHooksDrag) {

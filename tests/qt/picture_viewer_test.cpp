@@ -3,6 +3,8 @@
 #include <QLabel>
 #include <QListWidget>
 #include <QMessageBox>
+#include <QProgressBar>
+#include <QTimer>
 #include <QToolButton>
 
 #include "c4d_render.h"
@@ -87,8 +89,8 @@ TEST_F(PictureViewerTest, SavesEveryKind) {
   session->pictures().show(*picture(16, 8, 200), "one");
   for (const char* suffix : {"png", "tif", "jpg", "exr"}) {
     const Filename file = folder / (std::string("saved.") + suffix).c_str();
-    std::string error;
-    EXPECT_TRUE(viewer->save(file, &error)) << error;
+    viewer->save(file);
+    EXPECT_TRUE(waitFor([&] { return label("renderProgress") == "Saved " + toQt(file.GetFileString()); }));
     const SharedBitmap read(BaseBitmap::Alloc(), BitmapDeleter());
     ASSERT_EQ(read->Init(file), IMAGERESULT_OK) << suffix;
     EXPECT_EQ(read->GetBw(), 16);
@@ -97,14 +99,56 @@ TEST_F(PictureViewerTest, SavesEveryKind) {
     EXPECT_NEAR(r, 200, 2) << suffix;
     EXPECT_NEAR(g, 20, 3) << suffix;
   }
-  std::string error;
-  EXPECT_FALSE(viewer->save(folder / "saved.xyz", &error));
-  EXPECT_NE(error.find("saved.xyz"), std::string::npos) << error;
-  EXPECT_FALSE(viewer->save(folder / "no such folder/saved.png", &error));
-  EXPECT_FALSE(error.empty());
 }
 
-TEST_F(PictureViewerTest, SaveAsAsksAndTellsWhatWentWrong) {
+TEST_F(PictureViewerTest, AFailedSaveIsOneBox) {
+  session->pictures().show(*picture(16, 8, 200), "one");
+  for (const char* name : {"saved.xyz", "no such folder/saved.png"}) {
+    QString shown;
+    whenModal([&](QWidget& window) {
+      for (const QLabel* part : window.findChildren<QLabel*>())
+        shown += part->text() + QLatin1Char(' ');
+      QTest::keyClick(&window, Qt::Key_Escape);
+    });
+    viewer->save(folder / name);
+    EXPECT_TRUE(waitFor([&] { return !shown.isEmpty(); })) << name;
+    EXPECT_TRUE(shown.contains(QString::fromUtf8(name).section('/', -1))) << shown.toStdString();
+    EXPECT_TRUE(waitFor([&] { return !QApplication::activeModalWidget(); }));
+    EXPECT_FALSE(session->pictureSaver().isBusy());
+  }
+}
+
+TEST_F(PictureViewerTest, ALongSaveShowsABarAndTheWindowGoesOn) {
+  const SharedBitmap large = makeBitmap(3200, 2400);
+  std::uint32_t state = 1;
+  for (LONG y = 0; y < 2400; ++y)
+    for (LONG x = 0; x < 3200; ++x) {
+      state = state * 1664525 + 1013904223;
+      large->SetPixel(x, y, static_cast<LONG>(state >> 24), static_cast<LONG>(state >> 16 & 255), 7);
+    }
+  session->pictures().show(*large, "large");
+  settle();
+  auto* bar = viewer->findChild<QProgressBar*>();
+  int beats = 0;
+  QTimer heart;
+  QObject::connect(&heart, &QTimer::timeout, [&] { ++beats; });
+  heart.start(10);
+  viewer->save(folder / "large.png");
+  EXPECT_FALSE(bar->isVisible()) << "not at once";
+  bool barSeen = false;
+  ASSERT_TRUE(waitFor(
+      [&] {
+        barSeen = barSeen || (bar->isVisible() && label("renderProgress") == "Saving large.png");
+        return !session->pictureSaver().isBusy();
+      },
+      60000));
+  EXPECT_TRUE(barSeen);
+  EXPECT_GT(beats, 10) << "events went on meanwhile";
+  EXPECT_FALSE(bar->isVisible());
+  EXPECT_EQ(label("renderProgress"), QStringLiteral("Saved large.png"));
+}
+
+TEST_F(PictureViewerTest, SaveAsAsksForAFile) {
   session->pictures().show(*picture(16, 8, 200), "a/b: c");
   QApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
   const QString target = toQt(folder / "chosen.png");
@@ -117,7 +161,7 @@ TEST_F(PictureViewerTest, SaveAsAsksAndTellsWhatWentWrong) {
     QMetaObject::invokeMethod(&chooser, "accept");
   });
   viewer->saveAs();
-  EXPECT_TRUE(QFile::exists(target));
+  EXPECT_TRUE(waitFor([&] { return QFile::exists(target); }));
 }
 
 TEST_F(PictureViewerTest, FollowsARenderAndStopsIt) {
