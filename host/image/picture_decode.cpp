@@ -9,7 +9,6 @@
 #include <new>
 #include <span>
 #include <string_view>
-#include <type_traits>
 
 #include "bitmap_data.h"
 #include "image_library.h"
@@ -74,26 +73,28 @@ void separateAlpha(unsigned char* rgba) noexcept {
     rgba[c] = static_cast<unsigned char>(std::min(255, (rgba[c] * 255 + rgba[3] / 2) / rgba[3]));
 }
 
-/// Spreads pixels of `count` channels over red, green, blue and alpha.
-template <class Value, class Count>
-void spread(const Value* source, Count count, const std::array<int, 4>& index, Value opaque,
-            std::span<Value> out) {
-  for (std::size_t i = 0; i < out.size(); i += 4, source += count)
-    for (std::size_t c = 0; c < 4; ++c)
-      out[i + c] = index[c] < 0 ? opaque : finite(source[index[c]]);
+/// Spreads pixels that come as red, green, blue and, where `count` is 4, alpha.
+template <std::size_t count, class Value>
+void spreadInOrder(const Value* source, Value opaque, std::span<Value> out) {
+  Value* to = out.data();
+  for (std::size_t left = out.size() / 4; left > 0; --left, to += 4, source += count) {
+    to[0] = finite(source[0]);
+    to[1] = finite(source[1]);
+    to[2] = finite(source[2]);
+    to[3] = count == 4 ? finite(source[count - 1]) : opaque;
+  }
 }
 
-/// The same; the two usual orders as loops that the compiler can straighten.
+/// Spreads pixels of `count` channels over red, green, blue and alpha.
 template <class Value>
 void spread(const Value* source, std::size_t count, const Channels& channels, Value opaque,
             std::span<Value> out) {
-  constexpr std::array<int, 4> colour{0, 1, 2, -1}, colourAlpha{0, 1, 2, 3};
-  if (count == 3 && channels.index == colour)
-    spread(source, std::integral_constant<std::size_t, 3>{}, colour, opaque, out);
-  else if (count == 4 && channels.index == colourAlpha)
-    spread(source, std::integral_constant<std::size_t, 4>{}, colourAlpha, opaque, out);
-  else
-    spread(source, count, channels.index, opaque, out);
+  const std::array<int, 4>& index = channels.index;
+  if (count == 3 && index == std::array{0, 1, 2, -1}) return spreadInOrder<3>(source, opaque, out);
+  if (count == 4 && index == std::array{0, 1, 2, 3}) return spreadInOrder<4>(source, opaque, out);
+  for (std::size_t i = 0; i < out.size(); i += 4, source += count)
+    for (std::size_t c = 0; c < 4; ++c)
+      out[i + c] = index[c] < 0 ? opaque : finite(source[index[c]]);
 }
 
 /// Reads the picture in bands of rows. The pixels' memory grows as rows arrive: a short file that claims a
