@@ -52,16 +52,19 @@ LONG lmUserArea::GetHistoryCount() {
   return count;
 }
 
-// Oldest first; images of the same second stay as the folder's listing has them.
 std::vector<lmUserArea::HistoryImage> lmUserArea::ListHistory() {
-  std::vector<HistoryImage> images;
   AutoAlloc<BrowseFiles> browser;
-  if (!browser) return images;
-  browser->Init(historyFolder);
-  while (NextImage(*browser)) {
+  return browser ? ListHistory(*browser) : std::vector<HistoryImage>();
+}
+
+// Oldest first; images of the same second stay as the folder's listing has them.
+std::vector<lmUserArea::HistoryImage> lmUserArea::ListHistory(BrowseFiles& browser) {
+  std::vector<HistoryImage> images;
+  browser.Init(historyFolder);
+  while (NextImage(browser)) {
     HistoryImage& added = images.emplace_back();
-    browser->GetFileTime(GE_FILETIME_MODIFIED, &added.time);
-    added.name = browser->GetFilename();
+    browser.GetFileTime(GE_FILETIME_MODIFIED, &added.time);
+    added.name = browser.GetFilename();
   }
   std::stable_sort(images.begin(), images.end(),
                    [](const HistoryImage& a, const HistoryImage& b) { return IsOlder(a.time, b.time); });
@@ -132,8 +135,9 @@ void lmUserArea::HistorySwap() {
 
 void lmUserArea::SelectImagePopup(LONG x, LONG y, Bool toA) {
   BaseBitmap* slot = toA ? imageA : imageB;
-  if (!slot) return;
-  const std::vector<HistoryImage> images = ListHistory();
+  AutoAlloc<BrowseFiles> browser;
+  if (!slot || !browser) return;
+  const std::vector<HistoryImage> images = ListHistory(*browser);
 
   BaseContainer popup;
   LONG id = POPUP_IMAGE;

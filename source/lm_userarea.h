@@ -53,7 +53,7 @@ class lmUserArea : public GeUserArea {
     LocalFileTime time; // of the last change
     Filename name;
   };
-  /// The pictures of the history, oldest first.
+  /// The pictures of the history, oldest first; none when the folder cannot be browsed.
   std::vector<HistoryImage> ListHistory();
 
   static constexpr LONG GADGET_SLIDER = 1108;
@@ -87,5 +87,6 @@ class lmUserArea : public GeUserArea {
   void DrawProgressBar();
   void DrawProgressStrip();
   void PrepareSlot(const BaseBitmap& slot, BaseBitmap& work) const;
+  std::vector<HistoryImage> ListHistory(BrowseFiles& browser);
   Bool LoadSlot(BaseBitmap& slot, const Filename& name, const String& error);
 };

@@ -3,11 +3,25 @@
 
 #include <sys/resource.h>
 
+#include <algorithm>
 #include <csignal>
 #include <filesystem>
-#include <fstream>
+#include <new>
 
+#include "user_interface.h"
 #include "viewer_fixture.h"
+
+namespace {
+
+/// The host has no memory for a directory browser.
+bool withoutBrowser = false;
+
+} // namespace
+
+// In the host's place, for the whole test program.
+BrowseFiles* BrowseFiles::Alloc() {
+  return withoutBrowser ? nullptr : new (std::nothrow) BrowseFiles;
+}
 
 namespace {
 
@@ -15,7 +29,6 @@ using Names = std::vector<std::string>;
 
 class HistoryTest : public ViewerFixture {
  protected:
-  lmUserArea& view() { return viewer->view; }
   std::string nextName(const char* prefix = "") {
     const Filename file = view().GetNextFilename(historyFolder(), prefix);
     EXPECT_EQ(file.GetDirectory(), historyFolder());
@@ -113,14 +126,17 @@ TEST_F(HistoryTest, ImagesOfOneSecondStandAsListed) {
   EXPECT_EQ(historyNames(), (Names{"a.tif", "d.tif"}));
 }
 
+// Each is the first moment of its field's next value: every later field says the opposite.
 TEST_F(HistoryTest, AgeGoesByEveryField) {
-  const LONG day = 86400;
-  addHistoryFile("e.tif", 0);
-  addHistoryFile("d.tif", 59);
-  addHistoryFile("c.tif", 61);
-  addHistoryFile("b.tif", 40 * day);
-  addHistoryFile("a.tif", 400 * day + 1);
-  for (const char* oldest : {"e.tif", "d.tif", "c.tif", "b.tif", "a.tif"}) {
+  const LONG minute = 60, hour = 3600, day = 86400;
+  addHistoryFile("g.tif", 366 * day - 2); // 2020 was a leap year
+  addHistoryFile("f.tif", 366 * day - 1);
+  addHistoryFile("e.tif", 366 * day + 31 * day - 1); // 31 January 2021
+  addHistoryFile("d.tif", 366 * day + 31 * day);
+  addHistoryFile("c.tif", 366 * day + 32 * day);
+  addHistoryFile("b.tif", 366 * day + 32 * day + hour);
+  addHistoryFile("a.tif", 366 * day + 32 * day + hour + minute);
+  for (const char* oldest : {"g.tif", "f.tif", "e.tif", "d.tif", "c.tif", "b.tif", "a.tif"}) {
     ASSERT_EQ(historyNames().back(), oldest);
     view().CleanupHistory(view().GetHistoryCount() - 1);
   }
@@ -307,6 +323,89 @@ TEST_F(HistoryTest, AddLastRenderLoadsTheNewestInBothCases) {
   EXPECT_EQ(pixelOf(*view().imageB, 0, 0), (Rgb{9, 8, 7}));
 }
 
+TEST_F(HistoryTest, ALastRenderThatCannotBeMovedStays) {
+  openEnabled(16, 12);
+  putLastRender({9, 8, 7});
+  ASSERT_TRUE(GeFKill(historyFolder()));
+  view().AddLastRender(); // which makes no folder
+  EXPECT_TRUE(GeFExist(dataFolder() + "lastRender.tif"));
+  EXPECT_FALSE(GeFExist(historyFolder(), TRUE));
+  EXPECT_TRUE(ui.messages.empty());
+}
+
+// ---- The view's own calls
+
+/// Notes which of its operations are called.
+class NotingView : public lmUserArea {
+ public:
+  using lmUserArea::lmUserArea;
+  void AutoloadRecent() override { calls.push_back("autoload"); }
+  void CleanupHistory(LONG keep) override { calls.push_back("cleanup " + std::to_string(keep)); }
+  Filename GetNextFilename(const Filename& folder, const String& prefix) override {
+    calls.push_back("next " + prefix.GetUTF8());
+    return lmUserArea::GetNextFilename(folder, prefix);
+  }
+  String StrPad(LONG number, LONG length) override {
+    calls.push_back("pad");
+    return lmUserArea::StrPad(number, length);
+  }
+  Names calls;
+};
+
+TEST_F(HistoryTest, ItsOperationsCallEachOtherAsOperations) {
+  NotingView noting(viewer.get(), &viewer->settings);
+  fillBitmap(*noting.image, 4, 3, {1, 2, 3});
+  fillBitmap(*noting.display, 4, 3, {1, 2, 3}, 32);
+  noting.AddToHistory();
+  EXPECT_EQ(noting.calls, (Names{"cleanup 9", "next ", "pad", "autoload"}));
+  noting.calls.clear();
+  putLastRender({9, 8, 7});
+  noting.AddLastRender();
+  EXPECT_EQ(noting.calls, (Names{"next lastRender", "pad", "autoload"}));
+  noting.calls.clear();
+  setOption(LM_HISTORY_AUTOLOAD, 0);
+  viewer->settings.GetDataInstance()->RemoveData(LM_HISTORY_SIZE);
+  noting.AddToHistory();
+  EXPECT_EQ(noting.calls, (Names{"cleanup 9", "next ", "pad", "pad"}));
+}
+
+// ---- A host without a directory browser
+
+class NoBrowserTest : public HistoryTest {
+ protected:
+  void TearDown() override {
+    withoutBrowser = false;
+    HistoryTest::TearDown();
+  }
+};
+
+TEST_F(NoBrowserTest, NothingIsCountedShownLoadedOrDeleted) {
+  openEnabled(16, 12);
+  addHistoryFile("a.tif", 1);
+  addHistoryFile("b.tif", 2);
+  ui.choices = {900000, 901000};
+  withoutBrowser = true;
+  EXPECT_EQ(view().GetHistoryCount(), 0);
+  view().CleanupHistory(0);
+  view().ClearHistory();
+  view().AutoloadRecent();
+  view().SelectImagePopup(0, 0, TRUE);
+  EXPECT_TRUE(ui.popups.empty()); // no menu, not one that says that there are none
+  EXPECT_TRUE(ui.fileRequests.empty());
+  EXPECT_EQ(view().imageA->GetBw(), 0);
+  withoutBrowser = false;
+  EXPECT_EQ(historyNames(), (Names{"a.tif", "b.tif"}));
+  EXPECT_TRUE(console.empty());
+}
+
+TEST_F(NoBrowserTest, APictureIsAddedAllTheSame) {
+  showPicture({1, 2, 3});
+  withoutBrowser = true;
+  view().AddToHistory();
+  withoutBrowser = false;
+  EXPECT_EQ(historyNames(), (Names{"[001].tif"}));
+}
+
 // ---- The slots
 
 TEST_F(HistoryTest, AutoloadNeedsTwo) {
@@ -384,6 +483,8 @@ TEST_F(HistoryTest, ThePopupListsOldestFirst) {
 
 TEST_F(HistoryTest, AnEmptyHistorySaysSo) {
   openEnabled(16, 12);
+  touch(historyFolder() + "notes.txt"); // is not listed
+  GeFCreateDir(historyFolder() + "folder.tif");
   ui.choices = {900999};
   view().SelectImagePopup(0, 0, TRUE);
   EXPECT_EQ(popupTexts(ui.popups[0].entries), (Names{"900999 [ Empty ]&d&", "0 ", "901000 Load Image..."}));
@@ -406,14 +507,59 @@ TEST_F(HistoryTest, AChoiceFillsItsSlot) {
   EXPECT_EQ(pixelOf(*view().imageA, 0, 0), (Rgb{2, 2, 2}));
 }
 
-TEST_F(HistoryTest, AChosenPictureThatIsGoneIsReported) {
+/// Somebody else works in the folder while the popup is open.
+class BusyFolder final : public host::UserInterface {
+ public:
+  BusyFolder(LONG choice, std::function<void()> work) : choice_(choice), work_(std::move(work)) {
+    host::setUserInterface(this);
+  }
+  void message(const String&) override {}
+  bool question(const String&) override { return false; }
+  LONG popup(const BaseContainer&, LONG, LONG) override {
+    work_();
+    return choice_;
+  }
+
+ private:
+  LONG choice_;
+  std::function<void()> work_;
+};
+
+TEST_F(HistoryTest, AChosenPictureThatIsGoneOrDamagedIsReported) {
   openEnabled(16, 12);
-  fillBitmap(*view().imageA, 2, 2, {7, 7, 7});
-  folder.write("home/plugins/Lumenara/history/a.tif", "no picture");
-  ui.choices = {900000};
-  view().SelectImagePopup(0, 0, TRUE);
-  EXPECT_EQ(view().imageA->GetBw(), 0);
-  EXPECT_EQ(console, (Names{"Lumenara Error: Invalid Image"}));
+  const std::string file = (historyFolder() + "a.tif").GetString().GetUTF8();
+  const std::function<void()> works[] = {
+      [&] { std::filesystem::remove(file); },
+      [&] { std::filesystem::resize_file(file, 100); },
+      [&] { std::filesystem::resize_file(file, 0); },
+      [&] { folder.write("home/plugins/Lumenara/history/a.tif", "no picture"); },
+      [&] { std::filesystem::remove_all(historyFolder().GetString().GetUTF8()); },
+  };
+  for (const auto& work : works) {
+    addHistoryFile("a.tif", 1);
+    fillBitmap(*view().imageA, 2, 2, {7, 7, 7});
+    console.clear();
+    {
+      const BusyFolder busy(900000, work);
+      view().SelectImagePopup(0, 0, TRUE);
+    }
+    host::setUserInterface(&ui);
+    EXPECT_EQ(view().imageA->GetBw(), 0);
+    EXPECT_EQ(console, (Names{"Lumenara Error: Invalid Image"}));
+  }
+}
+
+// By its name, not by its place in a list that has changed.
+TEST_F(HistoryTest, TheChoiceIsThePictureThatWasListed) {
+  openEnabled(16, 12);
+  addHistoryFile("a.tif", 1, {1, 1, 1});
+  addHistoryFile("b.tif", 2, {2, 2, 2});
+  {
+    const BusyFolder busy(900001, [&] { GeFKill(historyFolder() + "a.tif"); });
+    view().SelectImagePopup(0, 0, FALSE);
+  }
+  host::setUserInterface(&ui);
+  EXPECT_TRUE(isFilled(*view().imageB, {2, 2, 2}));
 }
 
 TEST_F(HistoryTest, LoadImageTakesAnyPicture) {

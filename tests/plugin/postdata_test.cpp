@@ -163,20 +163,29 @@ TEST_F(PostDataTest, ThePluginsOwnRendersAreNotCaptured) {
   EXPECT_FALSE(saved());
 }
 
-TEST_F(PostDataTest, AHostRenderIsCapturedAndTakenIntoTheHistory) {
-  ASSERT_TRUE(startPlugin());
-  addPost(1021449);
-  paintRenders({50, 60, 70});
-  AutoAlloc<BaseBitmap> target;
-  fillBitmap(*target, 20, 10, {0, 0, 0});
-  BaseDocument* clone = document->GetClone(COPYFLAGS_0);
-  {
-    const host::RunningScope running(CHECKISRUNNING_EXTERNALRENDERING);
-    ASSERT_EQ(RenderDocument(clone, clone->GetActiveRenderData()->GetData(), nullptr, nullptr, target,
-                             RENDERFLAGS_EXTERNAL, nullptr),
-              RENDERRESULT_OK);
+class HostRenderTest : public PostDataTest {
+ protected:
+  void SetUp() override {
+    PostDataTest::SetUp();
+    ASSERT_TRUE(startPlugin());
+    addPost(1021449);
   }
-  BaseDocument::Free(clone);
+  /// A render of the host, of this size and colour.
+  RENDERRESULT renderAs(CHECKISRUNNING state, const Rgb& color, BaseThread* breakTest = nullptr) {
+    paintRenders(color);
+    AutoAlloc<BaseBitmap> target;
+    fillBitmap(*target, 20, 10, {0, 0, 0});
+    BaseDocument* clone = document->GetClone(COPYFLAGS_0);
+    const host::RunningScope running(state);
+    const RENDERRESULT result = RenderDocument(clone, clone->GetActiveRenderData()->GetData(), nullptr,
+                                               nullptr, target, RENDERFLAGS_EXTERNAL, breakTest);
+    BaseDocument::Free(clone);
+    return result;
+  }
+};
+
+TEST_F(HostRenderTest, IsCapturedAndTakenIntoTheHistory) {
+  ASSERT_EQ(renderAs(CHECKISRUNNING_EXTERNALRENDERING, {50, 60, 70}), RENDERRESULT_OK);
   openEnabled();
   choose(5015);
   EXPECT_EQ(historyNames(), (std::vector<std::string>{"lastRender[001].tif"}));
@@ -184,6 +193,27 @@ TEST_F(PostDataTest, AHostRenderIsCapturedAndTakenIntoTheHistory) {
   ASSERT_EQ(loaded->Init(historyFolder() + "lastRender[001].tif"), IMAGERESULT_OK);
   EXPECT_EQ(loaded->GetBw(), 20);
   EXPECT_EQ(loaded->GetBh(), 10);
+}
+
+TEST_F(HostRenderTest, EachReplacesTheFileOfTheOneBefore) {
+  for (const CHECKISRUNNING state : {CHECKISRUNNING_EDITORRENDERING, CHECKISRUNNING_EXTERNALRENDERING}) {
+    ASSERT_EQ(renderAs(state, {50, 60, 70}), RENDERRESULT_OK);
+    const std::string first = readText(file());
+    ASSERT_FALSE(first.empty());
+    ASSERT_EQ(renderAs(state, {70, 60, 50}), RENDERRESULT_OK);
+    EXPECT_NE(readText(file()), first);
+  }
+}
+
+TEST_F(HostRenderTest, OfAMaterialIsNotCaptured) {
+  ASSERT_EQ(renderAs(CHECKISRUNNING_MATERIALPREVIEWRUNNING, {50, 60, 70}), RENDERRESULT_OK);
+  EXPECT_FALSE(saved());
+}
+
+TEST_F(HostRenderTest, ThatIsCancelledIsNotCaptured) {
+  breaker.broken = TRUE;
+  EXPECT_EQ(renderAs(CHECKISRUNNING_EXTERNALRENDERING, {50, 60, 70}, breaker.Get()), RENDERRESULT_USERBREAK);
+  EXPECT_FALSE(saved());
 }
 
 } // namespace

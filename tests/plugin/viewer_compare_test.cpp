@@ -18,7 +18,6 @@ class CompareTest : public ViewerFixture {
     setOption(LM_MODE, LM_MODE_COMPARE);
     setOption(LM_HISTORY_AUTOLOAD, 0);
   }
-  lmUserArea& view() { return viewer->view; }
   const BaseBitmap& display() { return *view().display; }
   void putPictures() {
     fillBitmap(*view().imageA, W, H, A);
@@ -112,6 +111,27 @@ TEST_F(CompareTest, DifferenceIsAbsoluteAndGoesToThePictureViewer) {
   ASSERT_EQ(ui.shownBitmaps.size(), 1u);
   EXPECT_EQ(ui.shownBitmaps[0].width, W);
   EXPECT_EQ(ui.shownBitmaps[0].height, H);
+}
+
+TEST_F(CompareTest, DifferenceIgnoresTheSlider) {
+  putPictures();
+  for (const Real slider : {-1.0, 0.0, 1.0}) {
+    view().display->Clear(0, 0, 0);
+    view().HistoryPrepare(slider, 9999);
+    EXPECT_TRUE(isFilled(display(), {190, 90, 1})) << slider;
+  }
+  EXPECT_EQ(ui.shownBitmaps.size(), 3u);
+}
+
+TEST_F(CompareTest, AnEmptySlotCountsAsBlack) {
+  fillBitmap(*view().imageB, W, H, B);
+  for (const LONG scale : {1, 0}) {
+    place(scale, 1);
+    view().HistoryPrepare(0.0, 9999);
+    EXPECT_TRUE(isFilled(display(), B));
+    view().HistoryPrepare(-1.0, 0);
+    EXPECT_TRUE(isFilled(display(), BLACK));
+  }
 }
 
 TEST_F(CompareTest, OtherStylesLeaveTheDisplay) {

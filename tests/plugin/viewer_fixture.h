@@ -48,11 +48,17 @@ class ViewerFixture : public ThreadFixture {
   void SetUp() override;
   void TearDown() override;
 
+  lmUserArea& view() { return viewer->view; }
   /// A new dialog, as at the program's start.
   void makeViewer();
   void openViewer();
   /// Opened, switched on, with a view of this size.
   void openEnabled(LONG width = 64, LONG height = 48);
+  /// The same, with automatic refresh.
+  void openAutomatic() {
+    openEnabled();
+    setOption(LM_AUTO_REFRESH, 1);
+  }
   template <class Value>
   void setOption(LONG key, Value value) {
     viewer->settings.SetValue(key, value);
@@ -73,15 +79,35 @@ class ViewerFixture : public ThreadFixture {
   void releaseRender();
   /// Waits until the thread has begun a render that is held.
   void waitForHeldRender();
+  /// Starts a render that stays open.
+  void startHeldRender() {
+    holdRenders();
+    click(1109);
+    waitForHeldRender();
+  }
   /// Waits until the thread has ended.
   void finishRender();
   std::size_t renderCount() const { return probe->renders.size(); }
+  /// The same, when the one that runs has been brought to its end.
+  std::size_t rendersSoFar() {
+    finishRender();
+    return renderCount();
+  }
   /// Makes every render finish with this picture.
   void paintRenders(const Rgb& color);
   /// Paints the view anew.
   void redraw();
-  /// The view's own timer and its drawing, once.
-  void poll() { advance(100); }
+  /// The view's own timer and its drawing, that many times.
+  void poll(int times = 1) {
+    for (int i = 0; i < times; ++i)
+      advance(100);
+  }
+  /// Refresh, up to the finished picture in the view.
+  void render() {
+    click(1109);
+    finishRender();
+    poll();
+  }
 
   Filename historyFolder() const { return home() + "plugins" + "Lumenara" + "history"; }
   Filename dataFolder() const { return home() + "plugins" + "Lumenara"; }
