@@ -5,46 +5,34 @@
 
 #include <nlohmann/json.hpp>
 
-#include "c4d_bitmap.h"
 #include "commands.h"
 #include "failures.h"
 #include "lm_keys.h"
 #include "lm_userarea.h"
-#include "messages.h"
 #include "output_file.h"
-#include "program.h"
+#include "picture_host.h"
 
 namespace batch {
 namespace {
 
 constexpr LONG jpegQuality = 95;
 
-host::ProgramOptions programOptions(const std::string& home, host::UserInterface& ui) {
-  host::ProgramOptions options;
-  options.home = Filename(String(home));
-  options.ui = &ui;
-  options.loadModules = false;
-  options.consoleEcho = nullptr; // the messages show it
-  options.printFailures = false; // the command tells its own
-  return options;
+void requireNumber(double value, const char* option) {
+  if (std::isfinite(value)) return;
+  throw Stop(ExitCode::wrongUse, std::string(option) + " needs a number, such as 0.5");
 }
 
-void load(BaseBitmap& bitmap, const std::string& file) {
-  switch (bitmap.Init(Filename(String(file)))) {
-  case IMAGERESULT_OK:
-    return;
-  case IMAGERESULT_OUTOFMEMORY:
-    throw Stop(ExitCode::sceneUnreadable, "the picture " + file + " is too large; make it smaller first");
-  case IMAGERESULT_WRONGTYPE:
-    throw Stop(ExitCode::sceneUnreadable,
-               file + " is no picture that can be read; convert it to png, tif, jpg, exr, hdr, psd, bmp or "
-                      "tga");
-  case IMAGERESULT_FILESTRUCTURE:
-    throw Stop(ExitCode::sceneUnreadable, "the picture " + file + " is damaged; make it again");
-  default:
-    throw Stop(ExitCode::sceneUnreadable,
-               "the picture " + file + " cannot be read; check its name and rights");
-  }
+/// Makes the view's picture. One that then lacked the memory for a composition would stay black: that is
+/// found out here.
+void setSize(lmUserArea& view, const PixelSize& size) {
+  view.Sized(size.width, size.height);
+  AutoAlloc<BaseBitmap> a, b;
+  const auto fits = [&](BaseBitmap* work) {
+    return work && work->Init(size.width, size.height, 24) == IMAGERESULT_OK;
+  };
+  if (view.display && view.display->GetBw() == size.width && fits(a) && fits(b)) return;
+  throw Stop(ExitCode::renderFailed, "there is not enough memory for " + std::to_string(size.width) + " x " +
+                                         std::to_string(size.height) + " pixels; choose a smaller --size");
 }
 
 /// How two pictures differ over all pixels and the three channels, 0 to 1.
@@ -52,7 +40,7 @@ struct Difference {
   double mean = 0, largest = 0, square = 0;
 
   /// In decibels; infinite when nothing differs.
-  double peakSignalToNoise() const { return -10 * std::log10(square); }
+  double peakSignalToNoise() const { return 10 * std::log10(1 / square); }
 };
 
 /// From a picture that holds the absolute differences.
@@ -67,18 +55,18 @@ Difference measure(const BaseBitmap& differences) {
       ++counts[b];
     }
   }
-  Difference result;
-  double sum = 0, squares = 0, all = 0;
-  for (std::size_t value = 0; value < counts.size(); ++value) {
-    const double part = static_cast<double>(value) / 255, count = static_cast<double>(counts[value]);
-    sum += part * count;
-    squares += part * part * count;
+  // Whole numbers as long as can be, so that a limit that is just met is met.
+  std::uint64_t sum = 0, squares = 0, all = 0, largest = 0;
+  for (std::uint64_t value = 0; value < counts.size(); ++value) {
+    const std::uint64_t count = counts[value];
+    sum += value * count;
+    squares += value * value * count;
     all += count;
-    if (counts[value] > 0) result.largest = part;
+    if (count > 0) largest = value;
   }
-  result.mean = sum / all;
-  result.square = squares / all;
-  return result;
+  const auto parts = static_cast<double>(all) * 255;
+  return {static_cast<double>(sum) / parts, static_cast<double>(largest) / 255,
+          static_cast<double>(squares) / (parts * 255)};
 }
 
 std::string statsText(const Difference& difference, const BaseBitmap& picture) {
@@ -115,26 +103,20 @@ void place(lmSettings& settings, ComparePlacement placement) {
 } // namespace
 
 ExitCode runCompare(const CompareOptions& options) {
+  requireNumber(options.slider, "--slider");
+  if (options.failAbove) requireNumber(*options.failAbove, "--fail-above");
   if (!options.image.empty()) {
     pictureFilter(Filename(String(options.image)));
     requireWritable(Filename(String(options.image)), "the picture");
   }
-  Messages messages(options.quiet);
-  BatchInterface ui(messages);
-  host::Program program(programOptions(options.home, ui));
+  PictureHost host(options.home, options.quiet);
 
   lmSettings settings;
   place(settings, options.placement);
   lmUserArea view(nullptr, &settings);
-  load(*view.imageA, options.a);
-  load(*view.imageB, options.b);
-  const PixelSize size = options.size.value_or(PixelSize{view.imageA->GetBw(), view.imageA->GetBh()});
-  view.Sized(size.width, size.height);
-  if (view.display->GetBw() != size.width) {
-    throw Stop(ExitCode::renderFailed, "there is not enough memory for " + std::to_string(size.width) +
-                                           " x " + std::to_string(size.height) +
-                                           " pixels; choose a smaller --size");
-  }
+  loadPicture(*view.imageA, options.a);
+  loadPicture(*view.imageB, options.b);
+  setSize(view, options.size.value_or(PixelSize{view.imageA->GetBw(), view.imageA->GetBh()}));
 
   if (!options.image.empty()) {
     view.HistoryPrepare(options.slider, options.style);
@@ -149,7 +131,7 @@ ExitCode runCompare(const CompareOptions& options) {
   char numbers[80];
   std::snprintf(numbers, sizeof numbers, "%.6g on average, more than %.6g", difference.mean,
                 *options.failAbove);
-  messages.problem(options.a + " and " + options.b + " differ by " + numbers);
+  host.messages().problem(options.a + " and " + options.b + " differ by " + numbers);
   return ExitCode::tooDifferent;
 }
 

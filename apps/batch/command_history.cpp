@@ -1,25 +1,13 @@
 #include <cstdio>
 
-#include "c4d_bitmap.h"
 #include "commands.h"
 #include "failures.h"
 #include "lm_keys.h"
 #include "lm_userarea.h"
-#include "messages.h"
-#include "program.h"
+#include "picture_host.h"
 
 namespace batch {
 namespace {
-
-host::ProgramOptions programOptions(const std::string& home, host::UserInterface& ui) {
-  host::ProgramOptions options;
-  options.home = Filename(String(home));
-  options.ui = &ui;
-  options.loadModules = false;
-  options.consoleEcho = nullptr; // the messages show it
-  options.printFailures = false; // the command tells its own
-  return options;
-}
 
 void list(lmUserArea& view) {
   for (const lmUserArea::HistoryImage& image : view.ListHistory()) {
@@ -31,25 +19,30 @@ void list(lmUserArea& view) {
 
 /// As the viewer adds what it shows, at the picture's own size and under its file's name.
 void add(lmUserArea& view, const std::string& file) {
-  const Filename name{String(file)};
-  if (view.image->Init(name) != IMAGERESULT_OK) {
-    throw Stop(ExitCode::sceneUnreadable,
-               "the picture " + file + " cannot be read; check its name and whether it is whole");
-  }
-  view.image->CopyTo(view.display);
-  view.data.documentName = name.GetFile().GetString();
+  loadPicture(*view.image, file);
+  if (!view.image->CopyTo(view.display))
+    throw Stop(ExitCode::renderFailed,
+               "there is not enough memory to add " + file + "; make it smaller first");
+  view.data.documentName = Filename(String(file)).GetFile().GetString();
   host::takeFailures();
   view.AddToHistory();
   const auto failures = host::takeFailures();
   if (!failures.empty()) throw Stop(ExitCode::outputNotWritable, failures.front().sentence);
 }
 
+void clear(lmUserArea& view) {
+  view.ClearHistory();
+  const LONG left = view.GetHistoryCount();
+  if (left == 0) return;
+  throw Stop(ExitCode::outputNotWritable, std::to_string(left) + " pictures in " +
+                                              view.historyFolder.GetString().GetUTF8() +
+                                              " were not deleted; check your rights to the folder");
+}
+
 } // namespace
 
 ExitCode runHistory(const HistoryOptions& options) {
-  Messages messages(false);
-  BatchInterface ui(messages);
-  host::Program program(programOptions(options.home, ui));
+  const PictureHost host(options.home, false);
 
   lmSettings settings;
   settings.Init(ID_LUMENARA);
@@ -66,7 +59,7 @@ ExitCode runHistory(const HistoryOptions& options) {
     add(view, options.file);
     break;
   case HistoryAction::clear:
-    view.ClearHistory();
+    clear(view);
     break;
   case HistoryAction::path:
     std::printf("%s\n", view.historyFolder.GetString().GetUTF8().c_str());

@@ -1,0 +1,42 @@
+#include "picture_host.h"
+
+#include "exit_code.h"
+
+namespace batch {
+namespace {
+
+host::ProgramOptions programOptions(const std::string& home, host::UserInterface& ui) {
+  host::ProgramOptions options;
+  options.home = Filename(String(home));
+  options.ui = &ui;
+  options.loadModules = false;
+  options.consoleEcho = nullptr; // the messages show it
+  options.printFailures = false; // the commands tell their own
+  return options;
+}
+
+std::string whyUnreadable(IMAGERESULT result, const std::string& file) {
+  switch (result) {
+  case IMAGERESULT_OUTOFMEMORY:
+    return "the picture " + file + " is too large; make it smaller first";
+  case IMAGERESULT_WRONGTYPE:
+    return file + " is no picture that can be read; convert it to png, tif, jpg, exr, hdr, psd, bmp or tga";
+  case IMAGERESULT_FILESTRUCTURE:
+    return "the picture " + file + " is damaged; make it again";
+  default:
+    return "the picture " + file + " cannot be read; check its name and rights";
+  }
+}
+
+} // namespace
+
+PictureHost::PictureHost(const std::string& home, bool quiet)
+    : messages_(quiet), ui_(messages_), program_(programOptions(home, ui_)) {
+}
+
+void loadPicture(BaseBitmap& bitmap, const std::string& file) {
+  const IMAGERESULT result = bitmap.Init(Filename(String(file)));
+  if (result != IMAGERESULT_OK) throw Stop(ExitCode::sceneUnreadable, whyUnreadable(result, file));
+}
+
+} // namespace batch
