@@ -1,9 +1,8 @@
-// Pixels through the interface's calls, text in pictures, resampling and saving, at 1920 x 1080.
+// Pixels through the interface's calls, text in pictures and resampling, at 1920 x 1080.
 #include <benchmark/benchmark.h>
 
 #include <chrono>
 #include <cstdint>
-#include <filesystem>
 #include <vector>
 
 #include "film.h"
@@ -148,23 +147,5 @@ void displayTransform(benchmark::State& state) {
   state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(values.size()));
 }
 BENCHMARK(displayTransform);
-
-void save(benchmark::State& state) {
-  AutoAlloc<BaseBitmap> bitmap;
-  fill(*bitmap);
-  const Filename name((std::filesystem::temp_directory_path() / "lumenara-image-bench").c_str());
-  for (auto _ : state)
-    if (bitmap->Save(name, static_cast<LONG>(state.range(0))) != IMAGERESULT_OK)
-      state.SkipWithError("not saved");
-  GeFKill(name);
-}
-BENCHMARK(save)
-    ->ArgName("format")
-    ->Arg(FILTER_TIF)
-    ->Arg(FILTER_BMP)
-    ->Arg(FILTER_JPG)
-    ->Arg(FILTER_PNG)
-    ->Arg(FILTER_EXR)
-    ->Unit(benchmark::kMillisecond);
 
 } // namespace

@@ -150,8 +150,9 @@ void still(benchmark::State& state, LONG filter) {
         ->Iterations(1)
         ->Unit(benchmark::kMillisecond);
   }
-  const std::pair<const char*, LONG> filters[] = {{"PSD", FILTER_PSD},
-                                                  {"B3D", FILTER_B3D}}; // others: image_bench
+  const std::pair<const char*, LONG> filters[] = {
+      {"BMP", FILTER_BMP}, {"TIFF", FILTER_TIF}, {"JPEG", FILTER_JPG}, {"PNG", FILTER_PNG},
+      {"PSD", FILTER_PSD}, {"B3D", FILTER_B3D},  {"EXR", FILTER_EXR}};
   for (const auto& [name, filter] : filters)
     RegisterBenchmark((std::string("still/") + name).c_str(), still, filter)
         ->Iterations(5)
