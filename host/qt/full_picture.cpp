@@ -46,6 +46,11 @@ void FullPicture::keyPressEvent(QKeyEvent* event) {
     QWidget::keyPressEvent(event);
 }
 
+void FullPicture::closeEvent(QCloseEvent* event) {
+  if (parentWidget()) parentWidget()->activateWindow();
+  QWidget::closeEvent(event);
+}
+
 void FullPicture::mouseDoubleClickEvent(QMouseEvent* /*event*/) {
   close();
 }

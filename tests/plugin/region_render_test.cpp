@@ -172,7 +172,8 @@ TEST_F(RegionRenderTest, AgreesWithTheModelEverywhere) {
   const auto real = [&](Real a, Real b) { return std::uniform_real_distribution<Real>(a, b)(random); };
   int inside = 0;
   for (int i = 0; i < 4000; ++i) {
-    const LONG w = whole(1, 2000), h = whole(1, 2000);
+    const bool tiny = i % 4 == 3; // views and renders of a few pixels, down to none behind the divisor
+    const LONG w = whole(1, tiny ? 4 : 2000), h = whole(1, tiny ? 4 : 2000);
     setView(w, h);
     if (whole(0, 2) == 0) {
       setFormat(w, h);
@@ -181,7 +182,8 @@ TEST_F(RegionRenderTest, AgreesWithTheModelEverywhere) {
     }
     const Real aspect = whole(0, 5) ? real(0.1, 8) : static_cast<Real>(w) / h;
     const Real size = real(0.1, 1.0), x = real(-1.5, 1.5), y = real(-1.5, 1.5);
-    const LONG renderWidth = whole(1, 2000), renderHeight = whole(1, 2000), divisor = whole(1, 20);
+    const LONG renderWidth = whole(1, tiny ? 30 : 2000), renderHeight = whole(1, tiny ? 30 : 2000);
+    const LONG divisor = whole(1, 20);
     setAspect(aspect);
     setRegion(x, y, size);
     LONG from = 0, to = 0, orientation = 0;
@@ -192,11 +194,14 @@ TEST_F(RegionRenderTest, AgreesWithTheModelEverywhere) {
         << "seed " << seed << ", round " << i << ": view " << w << " x " << h << ", aspect " << aspect
         << ", size " << size << ", place " << x << ", " << y << ", bars " << orientation << " " << from
         << ", render " << renderWidth << " x " << renderHeight << " / " << divisor;
+    ASSERT_GE(mapped.x1, 0);
+    ASSERT_GE(mapped.y1, 0);
     ASSERT_LE(mapped.x2, mapped.width - 1);
     ASSERT_LE(mapped.y2, mapped.height - 1);
-    inside += mapped.x1 >= 0 && mapped.y1 >= 0 && mapped.x2 >= mapped.x1 && mapped.y2 >= mapped.y1;
+    inside += mapped.x2 >= mapped.x1 && mapped.y2 >= mapped.y1;
   }
-  EXPECT_GT(inside, 3000) << "most have an area";
+  EXPECT_GT(inside, 2800) << "most have an area";
+  EXPECT_LT(inside, 4000) << "some have none";
 }
 
 TEST_F(RegionRenderTest, SensibleRegionsStayInsideTheImage) {
@@ -240,64 +245,139 @@ TEST_F(RegionRenderTest, WithTheRendersAspectItRendersWhatTheBoxFrames) {
   }
 }
 
-TEST_F(RegionRenderTest, TheRegionIsThatPartOfTheWholePicture) {
-  host::LoadResult loaded = host::loadDocument(Filename(LUMENARA_SOURCE_DIR "/scenes/small.gltf"));
-  ASSERT_TRUE(loaded.document) << loaded.error;
-  hooks.follow(nullptr);
-  document = loaded.document.release();
-  host::setActiveDocument(document);
-  BaseContainer* rdata = document->GetActiveRenderData()->GetDataInstance();
-  rdata->SetLong(RDATA_MAXSAMPLES, 2);
-  rdata->SetReal(RDATA_NOISETHRESHOLD, 0);
-  setViewAndFormat(640, 480);
-  setAspect(4.0 / 3);
-  setRegion(0.3, 0.25, 0.4);
-  const Mapped mapped = map(64, 48);
-  ASSERT_EQ(mapped.width, 160);
-  ASSERT_EQ(mapped.height, 120);
+// ---- The picture
 
-  const auto render = [&](BaseBitmap& bitmap, bool region) {
-    bitmap.Init(mapped.width, mapped.height, 24);
+/// The small scene, rendered by the viewer's thread.
+class RegionPictureTest : public RegionRenderTest {
+ protected:
+  void SetUp() override {
+    RegionRenderTest::SetUp();
+    host::LoadResult loaded = host::loadDocument(Filename(LUMENARA_SOURCE_DIR "/scenes/small.gltf"));
+    ASSERT_TRUE(loaded.document) << loaded.error;
+    hooks.follow(nullptr);
+    document = loaded.document.release();
+    host::setActiveDocument(document);
+    hooks.follow(document);
+    BaseContainer* rdata = document->GetActiveRenderData()->GetDataInstance();
+    rdata->SetLong(RDATA_MAXSAMPLES, 2);
+    rdata->SetReal(RDATA_NOISETHRESHOLD, 0);
+    setViewAndFormat(640, 480);
+    setAspect(4.0 / 3);
+  }
+
+  /// Renders into the bitmap as it is; without a rectangle the whole.
+  void render(BaseBitmap& bitmap, const Mapped* part) {
     LMTHREAD_DATA status;
     lmThread thread;
     thread.settings = &viewer->settings;
     thread.data = &status;
     thread.bitmap = &bitmap;
-    thread.region = region;
-    thread.regionLeft = mapped.x1, thread.regionTop = mapped.y1;
-    thread.regionRight = mapped.x2, thread.regionBottom = mapped.y2;
+    thread.region = part != nullptr;
+    if (part) {
+      thread.regionLeft = part->x1, thread.regionTop = part->y1;
+      thread.regionRight = part->x2, thread.regionBottom = part->y2;
+    }
     thread.Start();
     thread.Wait(TRUE);
     EXPECT_EQ(status.result, RENDERRESULT_OK);
-  };
+  }
+
+  static LONG colour(const BaseBitmap& bitmap, LONG x, LONG y) {
+    UWORD r = 0, g = 0, b = 0;
+    bitmap.GetPixel(x, y, &r, &g, &b);
+    return r << 16 | g << 8 | b;
+  }
+  /// The greatest difference of a channel.
+  static LONG distance(LONG a, LONG b) {
+    LONG most = 0;
+    for (const LONG shift : {16, 8, 0})
+      most = std::max(most, std::abs((a >> shift & 255) - (b >> shift & 255)));
+    return most;
+  }
+  static LONG differing(const BaseBitmap& a, const BaseBitmap& b) {
+    LONG count = 0;
+    for (LONG y = 0; y < a.GetBh(); ++y)
+      for (LONG x = 0; x < a.GetBw(); ++x)
+        count += distance(colour(a, x, y), colour(b, x, y)) > 1;
+    return count;
+  }
+};
+
+TEST_F(RegionPictureTest, TheRegionIsThatPartOfTheWholePicture) {
+  setRegion(0.3, 0.25, 0.4);
+  const Mapped mapped = map(64, 48);
+  ASSERT_EQ(mapped.width, 160);
+  ASSERT_EQ(mapped.height, 120);
+
   const AutoAlloc<BaseBitmap> whole, part;
-  render(*whole, false);
-  render(*part, true);
-  LONG inside = 0, differing = 0, outside = 0;
+  for (BaseBitmap* bitmap : {static_cast<BaseBitmap*>(whole), static_cast<BaseBitmap*>(part)})
+    bitmap->Init(mapped.width, mapped.height, 24);
+  render(*whole, nullptr);
+  render(*part, &mapped);
+  LONG inside = 0, wrong = 0, outside = 0;
   std::set<LONG> colours;
   for (LONG y = 0; y < mapped.height; ++y) {
     for (LONG x = 0; x < mapped.width; ++x) {
-      UWORD a[3] = {}, b[3] = {};
-      whole->GetPixel(x, y, &a[0], &a[1], &a[2]);
-      part->GetPixel(x, y, &b[0], &b[1], &b[2]);
-      const bool in = mapped.x1 <= x && x <= mapped.x2 && mapped.y1 <= y && y <= mapped.y2;
-      if (in) {
+      const LONG a = colour(*whole, x, y), b = colour(*part, x, y);
+      if (mapped.x1 <= x && x <= mapped.x2 && mapped.y1 <= y && y <= mapped.y2) {
         ++inside;
-        colours.insert(a[0] << 16 | a[1] << 8 | a[2]);
-        for (int c = 0; c < 3; ++c)
-          if (std::abs(a[c] - b[c]) > 1) {
-            ++differing;
-            break;
-          }
-      } else if (b[0] || b[1] || b[2]) {
-        ++outside;
+        colours.insert(a);
+        wrong += distance(a, b) > 1;
+      } else {
+        outside += b != 0;
       }
     }
   }
   EXPECT_EQ(inside, 64 * 48);
   EXPECT_GT(colours.size(), 20u) << "there is something to see";
-  EXPECT_EQ(differing, 0);
+  EXPECT_EQ(wrong, 0);
   EXPECT_EQ(outside, 0) << "only the region is computed";
+}
+
+TEST_F(RegionPictureTest, ARectangleThatReachesPastAKeptBitmapIsClipped) {
+  const LONG width = 24, height = 18;
+  const AutoAlloc<BaseBitmap> whole, part;
+  whole->Init(width, height, 24);
+  render(*whole, nullptr);
+  const Mapped rectangles[] = {{0, 0, 10, 5, 90, 70},  {0, 0, -9, -4, 6, 8},
+                               {0, 0, -50, 3, 50, 9},  {0, 0, 24, 0, 30, 17},
+                               {0, 0, -9, -9, -1, -1}, {0, 0, 8, 8, 7, 12},
+                               {0, 0, 23, 17, 23, 17}, {0, 0, -1000000000, 0, 1000000000, 2000000000}};
+  for (const Mapped& rectangle : rectangles) {
+    part->Init(width, height, 24);
+    part->Clear(1, 2, 3);
+    render(*part, &rectangle);
+    for (LONG y = 0; y < height; ++y) {
+      for (LONG x = 0; x < width; ++x) {
+        const bool in = rectangle.x1 <= x && x <= rectangle.x2 && rectangle.y1 <= y && y <= rectangle.y2;
+        const LONG expected = in ? colour(*whole, x, y) : 0x010203;
+        ASSERT_LE(distance(colour(*part, x, y), expected), in ? 1 : 0)
+            << rectangle << " at " << x << ", " << y;
+      }
+    }
+  }
+}
+
+TEST_F(RegionPictureTest, AfterADragTheRenderUsesTheScenesOwnCamera) {
+  const AutoAlloc<BaseBitmap> own, linked, dragged;
+  for (BaseBitmap* bitmap :
+       {static_cast<BaseBitmap*>(own), static_cast<BaseBitmap*>(linked), static_cast<BaseBitmap*>(dragged)})
+    bitmap->Init(32, 24, 24);
+  render(*own, nullptr);
+
+  BaseObject* camera = BaseObject::Alloc(Ocamera);
+  camera->SetMg(MatrixMove(Vector(0.3, 0.2, 2.5)));
+  document->InsertObject(camera, nullptr, nullptr);
+  setRegion(0.25, 0.25, 0.5);
+  document->GetDataInstance()->GetContainerInstance(LM_REGION)->SetLink(LM_REGION_CAMERA, camera);
+  render(*linked, nullptr);
+  EXPECT_GT(differing(*own, *linked), 50) << "the linked camera sees something else";
+
+  cursorAt(0, 0);
+  ASSERT_TRUE(press(160, 300, {moveTo(170, 300), release(170, 300)}));
+  EXPECT_EQ(region().GetCount(), 3);
+  render(*dragged, nullptr);
+  EXPECT_EQ(differing(*own, *dragged), 0);
 }
 
 TEST_F(RegionRenderTest, DamagedValuesDoNoHarm) {

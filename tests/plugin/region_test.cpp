@@ -171,6 +171,10 @@ TEST_F(RegionTest, AViewOfTheSameAspectSizesBothSidesFromTheSize) {
   setViewAndFormat(301, 301);
   store(LM_ASPECT, 1.0);
   EXPECT_EQ(drawnBox(), (Box{1, 1, 301, 301})) << "both sides by rounding the same size down";
+  setRegion(0.1, 0.1, 0.3328);
+  setViewAndFormat(600, 400);
+  store(LM_ASPECT, 1.5);
+  EXPECT_EQ(drawnBox(), (Box{60, 40, 60 + 199, 40 + 133})) << "199 / 1.5 would be 132";
 }
 
 TEST_F(RegionTest, PlacesAreRoundedDown) {
@@ -452,18 +456,29 @@ TEST_F(RegionTest, ADragThatIsTakenBackKeepsItsSteps) {
 }
 
 TEST_F(RegionTest, TheAllocatorReadsTheActiveDocument) {
-  setViewAndFormat(801, 601);
-  setRegion(0.25, 0.25, 0.125);
-  std::unique_ptr<NodeData> made(lmRegionHook::Alloc());
-  ASSERT_NE(made, nullptr);
-  auto* other = static_cast<lmRegionHook*>(made.get());
-  // No box yet: its edges are the view's corner.
-  EXPECT_EQ(other->GetEdge(2, 100), 0);
-  EXPECT_EQ(other->GetEdge(3, 100), -1);
+  setViewAndFormat(800, 600);
+  setRegion(0.25, 0.5, 0.125);
+  hooks.follow(nullptr);
+  hooks.follow(document); // a new hook
+  // No box yet: its edges are the view's corner. The drag writes what the allocator has read.
+  EXPECT_FALSE(press(3, 100, {moveTo(23, 100), release(23, 100)}));
+  EXPECT_TRUE(press(2, 100, {moveTo(22, 100), release(22, 100)}));
+  EXPECT_DOUBLE_EQ(region().GetReal(LM_REGION_X), (799 * 0.25 + 20) / 799);
+  EXPECT_EQ(region().GetReal(LM_REGION_Y), 0.5);
+  EXPECT_EQ(region().GetReal(LM_REGION_SIZE), 0.125);
+}
+
+TEST_F(RegionTest, WithoutADocumentTheAllocatorTakesTheDefaults) {
+  setViewAndFormat(800, 600);
+  setRegion(0.25, 0.5, 0.125);
   host::setActiveDocument(nullptr);
   document = nullptr;
-  made.reset(lmRegionHook::Alloc());
-  EXPECT_NE(made, nullptr) << "without a document as well";
+  hooks.follow(nullptr);
+  const std::unique_ptr<NodeData> made(lmRegionHook::Alloc());
+  ASSERT_NE(made, nullptr);
+  auto* other = static_cast<lmRegionHook*>(made.get());
+  EXPECT_EQ(other->GetEdge(2, 100), 0);
+  EXPECT_EQ(other->GetEdge(3, 100), -1);
 }
 
 // ---- Against a model of its own

@@ -21,6 +21,14 @@ class MainLayout : public StudioTest {
  protected:
   QDockWidget& dock(const char* name) { return *window().findChild<QDockWidget*>(QLatin1String(name)); }
   QDockWidget* viewer() { return window().findChild<QDockWidget*>("dialog-1021442-0"); }
+  void focus(QWidget& widget) {
+    window().activateWindow();
+    EXPECT_TRUE(waitFor([&] { return window().isActiveWindow(); }));
+    widget.setFocus();
+  }
+  static QColor meanOf(const QImage& image) {
+    return image.scaled(1, 1, Qt::IgnoreAspectRatio, Qt::SmoothTransformation).pixelColor(0, 0);
+  }
 };
 
 TEST_F(MainLayout, StandsAsItIsDrawn) {
@@ -107,7 +115,7 @@ TEST_F(MainLayout, F11ShowsThePictureOfTheViewerThatHasTheFocus) {
       if (auto* found = qobject_cast<host::FullPicture*>(widget); found && found->isVisible()) return found;
     return static_cast<host::FullPicture*>(nullptr);
   };
-  area->setFocus();
+  focus(*area);
   choose("window.picture-only");
   ASSERT_NE(full(), nullptr);
   EXPECT_FALSE(window().isPictureOnly());
@@ -117,32 +125,31 @@ TEST_F(MainLayout, F11ShowsThePictureOfTheViewerThatHasTheFocus) {
   EXPECT_NEAR(place.width() / place.height(), static_cast<double>(area->width()) / area->height(), 0.01);
   EXPECT_TRUE(full()->width() - place.width() < 1 || full()->height() - place.height() < 1)
       << "as large as fits";
-  const QImage shown = full()->grab().toImage();
-  const QImage small = area->picture().copy();
-  const QColor here = shown.pixelColor(place.center().toPoint());
-  const QColor there = small.pixelColor(small.width() / 2, small.height() / 2);
-  for (const auto& [a, b] :
-       {std::pair{here.red(), there.red()}, {here.green(), there.green()}, {here.blue(), there.blue()}})
-    EXPECT_NEAR(a, b, 12);
+  const QImage shown = full()->grab().toImage().copy(place.toRect());
+  const QColor mean = meanOf(shown), wanted = meanOf(area->picture());
+  EXPECT_NEAR(mean.red(), wanted.red(), 2);
+  EXPECT_NEAR(mean.green(), wanted.green(), 2);
+  EXPECT_NEAR(mean.blue(), wanted.blue(), 2);
+  EXPECT_GT(mean.lightness(), 5) << "there is a picture";
 
   QTest::keyClick(full(), Qt::Key_F11);
   settle();
   EXPECT_EQ(full(), nullptr);
-  area->setFocus();
+  focus(*area);
   choose("window.picture-only");
   ASSERT_NE(full(), nullptr);
   QTest::keyClick(full(), Qt::Key_Escape);
   settle();
   EXPECT_EQ(full(), nullptr);
 
-  area->setFocus();
+  focus(*area);
   choose("window.picture-only");
   ASSERT_NE(full(), nullptr);
   viewer()->close();
   settle();
   EXPECT_EQ(full(), nullptr) << "it ends with the viewer";
 
-  window().viewWidget().setFocus();
+  focus(window().viewWidget());
   choose("window.picture-only");
   EXPECT_TRUE(window().isPictureOnly()) << "elsewhere it is the editor view's";
   choose("window.picture-only");

@@ -335,6 +335,62 @@ def layout(run):
     check(editor(studio)["place"][2] == studio.display.width, "the picture does not fill the screen")
     studio.key("Escape")
     studio.get(name="dock-objects")
+    # With the focus in the viewer it is the viewer's picture.
+    studio.menu("Plugins", "Lumenara")
+    studio.click(thing=studio.viewer())
+    studio.key("F11")
+    full = studio.get(name="full-picture")
+    wait_for("the viewer's picture on the whole screen", lambda: studio.get(name="full-picture")["place"][2:] ==
+             [studio.display.width, studio.display.height])
+    wait_for("a picture there", lambda: studio.shot(full).colours() > 20)
+    studio.key("Escape")
+    wait_for("the window again", lambda: studio.find(name="full-picture") is None)
+    studio.get(name="dock-objects")
+    studio.quit()
+
+
+def box_select(run):
+    """A box drawn with the select tool selects what is in it; Shift adds."""
+    studio = run.start(run.scene)
+    studio.get(name="objectTree")
+
+    def chosen():
+        return sorted(t["text"] for t in studio.things() if t["class"] == "row" and t["name"] == "objectTree"
+                      and t["selected"])
+    x, y, w, h = editor(studio)["place"]
+    studio.click(at=(x + 4, y + 4))
+    studio.key("h")
+    wait_for("nothing selected", lambda: chosen() == [])
+    studio.drag((x + 3, y + 3), (x + w - 4, y + h // 2))
+    upper = wait_for("a selection", chosen)
+    studio.move(x + 3, y + h - 4)
+    studio.display.tool("keydown", "shift")
+    studio.drag((x + 3, y + h - 4), (x + w - 4, y + h // 2 - 2))
+    studio.display.tool("keyup", "shift")
+    both = wait_for("more of them", lambda: (lambda now: now if len(now) > len(upper) else None)(chosen()))
+    check(set(upper) < set(both), f"Shift gave up {upper}: {both}")
+    studio.drag((x + 3, y + 3), (x + 20, y + 20))
+    wait_for("nothing selected", lambda: chosen() == [])
+    check(" *" not in studio.get(name="studio")["text"], "a selection counts as a change")
+    studio.quit()
+
+
+def save_picture(run):
+    """The Picture Viewer saves in the background and says so."""
+    studio = run.viewer()
+    studio.menu("Options", "Save to Picture Viewer")
+    wait_for("the picture viewer", lambda: studio.find(name="pictureViewer"))
+    studio.key("ctrl+s")
+    target = run.folder / "shown.png"
+    studio.get(**{"class": "QFileDialog"})
+    studio.key("ctrl+a")
+    studio.write(str(target))
+    studio.key("Return")
+    wait_for("the file", target.exists)
+    studio.get(name="renderProgress", text="Saved shown.png")
+    run.options.output.mkdir(parents=True, exist_ok=True)
+    run.display.save(run.options.output / "save-picture.png")
+    studio.click(name="status-file")  # the main window gets the keys again
     studio.quit()
 
 
@@ -354,4 +410,4 @@ def themes(run):
 
 if __name__ == "__main__":
     sys.exit(main((command_line, viewer, refresh, cancel, switch, resize, camera, move, pacing_wait, pacing_delay, reload,
-                   drop_open, loading, settings_survive, layout, themes)))
+                   drop_open, loading, settings_survive, layout, box_select, save_picture, themes)))
