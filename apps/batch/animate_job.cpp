@@ -44,25 +44,37 @@ class DonePart {
   double stale_ = -1, most_ = 0;
 };
 
-/// Looks for files of a job in the host's record of failed writes, where those of plug-ins are as well.
+/// Looks for a job's files and frames in the host's record of failures, where those of plug-ins are as well.
 class FailureWatch {
  public:
   explicit FailureWatch(const AnimationTarget& target) : target_(target) { host::takeFailures(); }
 
-  /// The first one's sentence; empty when there is none.
-  const std::string& look() {
-    const std::size_t count = sentence_.empty() ? host::failureCount() : seen_;
-    if (count == seen_) return sentence_;
-    seen_ = count;
-    for (const host::Failure& failure : host::failures()) {
-      if (!isOurs(failure.file)) continue;
-      sentence_ = failure.sentence;
-      break;
+  /// Whether there are any by now.
+  bool look() {
+    if (const std::size_t count = host::failureCount(); count != seen_) {
+      seen_ = count;
+      read(host::failures());
     }
-    return sentence_;
+    return !sentence_.empty() || !frames_.empty();
   }
+  /// The first file's sentence; empty when there is none.
+  const std::string& sentence() const { return sentence_; }
+  /// The frames that were not rendered to their end, each once, and the first one's sentence.
+  const std::vector<LONG>& frames() const { return frames_; }
+  const std::string& frameSentence() const { return frameSentence_; }
 
  private:
+  void read(const std::vector<host::Failure>& failures) {
+    frames_.clear();
+    for (const host::Failure& failure : failures) {
+      if (failure.frame >= 0) {
+        if (frames_.empty()) frameSentence_ = failure.sentence;
+        if (frames_.empty() || frames_.back() != failure.frame) frames_.push_back(failure.frame);
+      } else if (sentence_.empty() && isOurs(failure.file)) {
+        sentence_ = failure.sentence;
+      }
+    }
+  }
   bool isOurs(const Filename& file) const {
     if (target_.movie()) return file.GetString() == target_.file.GetString();
     return file.GetDirectory().GetString() == target_.file.GetDirectory().GetString() &&
@@ -71,7 +83,8 @@ class FailureWatch {
 
   const AnimationTarget& target_;
   std::size_t seen_ = 0;
-  std::string sentence_;
+  std::string sentence_, frameSentence_;
+  std::vector<LONG> frames_;
 };
 
 void fillThread(lmThread& thread, const AnimationJob& job, std::atomic<LONG>& running) {
@@ -93,7 +106,7 @@ void waitFor(lmThread& thread, const LMTHREAD_DATA& status, const AnimationJob& 
   while (thread.IsRunning()) {
     host::mainLoop().waitAndRun(host::clock().now() + pollPeriod);
     // A request that comes before the thread's first step is lost, so it is repeated.
-    if (interrupted() || !failures.look().empty()) thread.CancelRender();
+    if (interrupted() || failures.look()) thread.CancelRender();
     const LONG frame = currentFrame(status, job.frames);
     if (interrupted() && !job.target.movie())
       setUnfinishedFile(frameFile(job.target, frame).GetString().GetUTF8());
@@ -102,11 +115,16 @@ void waitFor(lmThread& thread, const LMTHREAD_DATA& status, const AnimationJob& 
   thread.Wait(TRUE);
 }
 
-/// The thread saves what it has of a frame when it is stopped.
+/// The thread saves what it has of a frame when it is stopped or its render fails.
 void removeUnfinished(const AnimationJob& job, const AnimationResult& outcome) {
+  if (job.target.movie() || outcome.moved) return;
+  std::vector<LONG> unfinished = outcome.incomplete;
   const bool whole = outcome.result == RENDERRESULT_OK || outcome.result == RENDERRESULT_ASSETMISSING;
-  const Filename picture = frameFile(job.target, outcome.frame);
-  if (!whole && !job.target.movie() && !outcome.moved && GeFExist(picture)) GeFKill(picture);
+  if (!whole) unfinished.push_back(outcome.frame);
+  for (const LONG frame : unfinished) {
+    const Filename picture = frameFile(job.target, frame);
+    if (GeFExist(picture)) GeFKill(picture);
+  }
 }
 
 } // namespace
@@ -136,7 +154,10 @@ AnimationResult runAnimation(BaseDocument& document, BaseBitmap& bitmap, lmSetti
   outcome.result = status.result;
   outcome.frame = currentFrame(status, job.frames);
   outcome.seconds = status.renderTime;
-  outcome.failure = failures.look();
+  failures.look();
+  outcome.failure = failures.sentence();
+  outcome.incomplete = failures.frames();
+  outcome.incompleteWhy = failures.frameSentence();
   removeUnfinished(job, outcome);
   setUnfinishedFile({});
   return outcome;

@@ -117,18 +117,19 @@ void judge(const Run& run, const AnimationResult& job, const OverwriteQuestion& 
                                                 " went away before the render began, and the frames went to "
                                                 "the program's folder; make it again and render again");
   }
+  if (!job.incomplete.empty()) {
+    throw Stop(ExitCode::renderFailed,
+               job.incompleteWhy + (movie ? " " + file + " ends soon after it."
+                                          : " Afterwards the same command with --resume renders the rest."));
+  }
   if (!job.rendered) {
     throw Stop(ExitCode::renderFailed, "the scene could not be prepared for the render; there is "
                                        "probably not enough memory, close other programs");
   }
   if (job.result == RENDERRESULT_OK || job.result == RENDERRESULT_ASSETMISSING) return;
-  throw Stop(ExitCode::renderFailed,
-             "frame " + frame + " of " + file +
-                 (job.result == RENDERRESULT_OUTOFMEMORY
-                      ? " is not complete: there was not enough memory; close other programs or choose a "
-                        "smaller --size"
-                      : " is not complete: its render ended with result " + std::to_string(job.result) +
-                            "; render again"));
+  throw Stop(ExitCode::renderFailed, "frame " + frame + " of " + file +
+                                         " is not complete: its render ended with result " +
+                                         std::to_string(job.result) + "; render again");
 }
 
 void renderAll(Run& run, const AnimateOptions& options, BaseDocument& document, BaseBitmap& bitmap,
@@ -177,6 +178,7 @@ ExitCode animateScene(const AnimateOptions& options, const AnimationTarget& targ
 
   Run run{target, {options.frames}, {0, frameCount(options.frames)}};
   if (options.resume) {
+    removeAbandoned(target);
     const std::vector<LONG> missing = missingFrames(target, options.frames, size, messages);
     messages.note("lumenara: " + std::to_string(missing.size()) + " of " + frameText(run.progress.all) +
                   " are still to be rendered");

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <span>
@@ -53,6 +54,26 @@ std::vector<char> readBytes(const Filename& file) {
   return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
 }
 
+/// The process that was writing a frame's picture under this name, ".shot0012.4711-3.tmp.tif"; 0 when it is
+/// no such name.
+int ownerOfUnfinished(const AnimationTarget& target, const std::string& name) {
+  const fs::path file(target.file.GetString().GetUTF8());
+  const std::string start = "." + file.stem().string(), end = ".tmp" + file.extension().string();
+  if (name.size() <= start.size() + end.size() || !name.starts_with(start) || !name.ends_with(end)) return 0;
+  const std::string middle = name.substr(start.size(), name.size() - start.size() - end.size());
+  int frame = -1, process = 0, number = -1, length = 0;
+  const bool fits = std::sscanf(middle.c_str(), "%9d.%9d-%9d%n", &frame, &process, &number, &length) == 3 &&
+                    static_cast<std::size_t>(length) == middle.size();
+  return fits && frame >= 0 && number >= 0 ? process : 0;
+}
+
+/// Where the system does not tell, no process has.
+bool hasEnded(int process) {
+  std::error_code failed;
+  return fs::exists("/proc/self", failed) && !fs::exists("/proc/" + std::to_string(process), failed) &&
+         !failed;
+}
+
 using Bytes = std::span<const std::byte>;
 
 /// The flat picture of a layered document, which is stored as it is; empty when the archive has no end.
@@ -78,6 +99,15 @@ AnimationTarget animationTarget(const std::string& output, std::optional<LONG> f
 Filename frameFile(const AnimationTarget& target, LONG frame) {
   constexpr LONG digits = 4;
   return FileFromFrameOut(target.file, frame, digits);
+}
+
+void removeAbandoned(const AnimationTarget& target) {
+  const fs::path folder(target.file.GetDirectory().GetString().GetUTF8());
+  std::error_code ignored;
+  for (fs::directory_iterator entry(folder, ignored), end; entry != end; entry.increment(ignored)) {
+    const int owner = ownerOfUnfinished(target, entry->path().filename().string());
+    if (owner > 0 && hasEnded(owner)) fs::remove(entry->path(), ignored);
+  }
 }
 
 bool isWholeFrame(const Filename& picture, PixelSize size) {

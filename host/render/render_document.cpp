@@ -4,6 +4,7 @@
 
 #include "access.h"
 #include "c4d_events.h"
+#include "failures.h"
 #include "render_snapshot.h"
 #include "video_post_calls.h"
 
@@ -125,6 +126,28 @@ class DocumentRender {
   double told_ = 0;
 };
 
+// Who renders a range of frames looks at the last one's result only, so every frame that failed is recorded.
+RENDERRESULT recorded(const BaseDocument& document, const BaseContainer& settings,
+                      RENDERRESULT result) noexcept {
+  if (result == RENDERRESULT_OK || result == RENDERRESULT_ASSETMISSING || result == RENDERRESULT_USERBREAK)
+    return result;
+  try {
+    const LONG frame =
+        settings.GetTime(RDATA_FRAMEFROM, document.GetTime()).GetFrame(static_cast<Real>(document.GetFps()));
+    const Filename file = document.GetDocumentPath() + document.GetDocumentName();
+    recordFailure(file,
+                  "Frame " + std::to_string(frame) + " of \"" + file.GetString().GetUTF8() +
+                      "\" was not rendered to its end: " +
+                      (result == RENDERRESULT_OUTOFMEMORY
+                           ? "there was not enough memory. Use a smaller picture or a simpler scene."
+                           : "a video post ended it with result " + std::to_string(result) +
+                                 ". Switch it off or render again."),
+                  frame);
+  } catch (const std::exception&) { // no memory for the sentence: the result stays
+  }
+  return result;
+}
+
 RENDERRESULT failed(const char* problem, RENDERFLAGS flags) {
   if (flags & RENDERFLAGS_SHOWERRORS) GePrint(String("Render: ") + String(problem));
   publishStats({});
@@ -144,9 +167,9 @@ RENDERRESULT RenderDocument(BaseDocument* document, const BaseContainer& setting
     DocumentRender render(*document, settings, progress, userData, *bitmap, flags, thread);
     const RENDERRESULT result = render.run();
     publishStats(render.stats());
-    return result;
+    return recorded(*document, settings, result);
   } catch (const std::exception&) {
-    return failed("not enough memory.", flags);
+    return recorded(*document, settings, failed("not enough memory.", flags));
   }
 }
 
