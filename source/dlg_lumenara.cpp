@@ -100,7 +100,7 @@ void DlgLumenara::CreateMenus() {
   MenuFlushAll();
 
   MenuSubBegin("Options");
-  MenuAddString(ID_ENABLED, "Enabled");
+  MenuAddString(ID_ENABLED, GetWord(LM_ENABLED));
   MenuAddSeparator();
   MenuAddString(ID_OPTIMIZATIONS, "Optimizations...");
   MenuAddString(ID_OPTIONS, "Options...");
@@ -112,10 +112,9 @@ void DlgLumenara::CreateMenus() {
   MenuAddString(ID_RESET_SETTINGS, "Reset Lumenara Settings");
   MenuSubEnd();
 
-  MenuSubBegin("Mode");
-  MenuAddString(LM_MODE_NORMAL, "Normal");
-  MenuAddString(LM_MODE_REGION, "Region");
-  MenuAddString(LM_MODE_COMPARE, "Compare");
+  MenuSubBegin(GetWord(LM_MODE));
+  for (const LONG mode : {LM_MODE_NORMAL, LM_MODE_REGION, LM_MODE_COMPARE})
+    MenuAddString(mode, GetWord(mode));
   MenuSubEnd();
 
   MenuSubBegin("Region");

@@ -141,6 +141,21 @@ const lmKey KEYS[] = {
 #undef LM_COLOR
 #undef LM_ABSENT
 
+struct Word {
+  LONG id;
+  const char* text;
+};
+
+const Word WORDS[] = {
+    {LM_ENABLED, "Enabled"},
+    {LM_MODE, "Mode"},
+    {LM_MODE_NORMAL, "Normal"},
+    {LM_MODE_REGION, "Region"},
+    {LM_MODE_COMPARE, "Compare"},
+    {LM_ASPECT, "Width to height of the picture"},
+    {LM_REGION_SHOWN, "Region box in the editor view"},
+};
+
 const lmRange RANGES[] = {
     {LM_REFRESH_DELAY, LM_SHOWN_NUMBER, 0, 5000, 1},
     {LM_MIN_WIDTH, LM_SHOWN_NUMBER, 1, 16000, 1},
@@ -175,6 +190,13 @@ void WriteDefaults(BaseContainer* data, LM_DEFAULT writer) {
 const lmRange* GetRange(LONG key) {
   for (const lmRange& range : RANGES) {
     if (range.key == key) return &range;
+  }
+  return nullptr;
+}
+
+const char* GetWord(LONG id) {
+  for (const Word& word : WORDS) {
+    if (word.id == id) return word.text;
   }
   return nullptr;
 }

@@ -176,6 +176,10 @@ const lmKey* GetKeys(LONG* count);
 /// Puts the defaults that `writer` writes into `data`.
 void WriteDefaults(BaseContainer* data, LM_DEFAULT writer);
 
+/// What the user calls a setting that no dialog has a gadget for, or a value of such a setting; the viewer's
+/// menus take their words from here. Null: a dialog has the word.
+const char* GetWord(LONG id);
+
 /// How a number is shown to the user: plain, as a fraction's per cent, or with a slider's fine steps.
 enum LM_SHOWN : LONG { LM_SHOWN_NUMBER = 0, LM_SHOWN_PERCENT = 1, LM_SHOWN_METER = 2 };
 

@@ -100,6 +100,17 @@ void addAnimation(Words& words) {
   }
 }
 
+/// What stands in the viewer's menus, or is kept by the viewer itself.
+void addViewer(Words& words) {
+  const std::string mode = choicesText({{LM_MODE_NORMAL, GetWord(LM_MODE_NORMAL)},
+                                        {LM_MODE_REGION, GetWord(LM_MODE_REGION)},
+                                        {LM_MODE_COMPARE, GetWord(LM_MODE_COMPARE)}});
+  words[LM_ENABLED] = {GetWord(LM_ENABLED), "0..1"};
+  words[LM_MODE] = {GetWord(LM_MODE), mode};
+  words[LM_ASPECT] = {GetWord(LM_ASPECT), ""};
+  words[LM_REGION_SHOWN] = {GetWord(LM_REGION_SHOWN), "0..1"};
+}
+
 } // namespace
 
 Words settingWords(const host::PluginUnit& plugin) {
@@ -111,6 +122,7 @@ Words settingWords(const host::PluginUnit& plugin) {
     const auto texts = resources->texts.find(dialog.name);
     if (texts != resources->texts.end()) addDescribed(dialog.root, texts->second, words);
   }
+  addViewer(words);
   const host::PluginScope scope(&plugin);
   addAnimation(words);
   return words;

@@ -14,7 +14,7 @@ struct SettingWords {
   std::string range; // "0..5000", "1..20 %", "0 Left, 1 Centre, 2 Right"; empty: anything of its kind
 };
 
-/// By key; settings without a gadget are not in it. Labels and choices of the described dialogs come from the
+/// By key, every setting. Labels and choices of the described dialogs come from the
 /// plug-in's resource files; throws `Stop` (render failed) when these do not read.
 std::map<LONG, SettingWords> settingWords(const host::PluginUnit& plugin);
 
