@@ -249,13 +249,32 @@ void DialogWindow::closeEvent(QCloseEvent* event) {
   closeByUser();
 }
 
+// Whoever comes by a menu, or from another window, means the gadgets.
+void DialogWindow::focusInEvent(QFocusEvent* event) {
+  QWidget::focusInEvent(event);
+  const Qt::FocusReason reason = event->reason();
+  if (reason == Qt::ShortcutFocusReason || reason == Qt::ActiveWindowFocusReason) focusNextChild();
+}
+
+// A dialog that has menus opens them by F10, one that stays open beside others closes by Ctrl+W.
+bool DialogWindow::windowKey(const QKeyEvent& event) {
+  const bool menus = menuBar_ && !menuBar_->actions().isEmpty();
+  if (menus && event.key() == Qt::Key_F10 && event.modifiers() == Qt::NoModifier) {
+    menuBar_->setActiveAction(menuBar_->actions().constFirst());
+    return true;
+  }
+  if (modal_ || !event.matches(QKeySequence::Close)) return false;
+  closeByUser();
+  return true;
+}
+
 // What no gadget took.
 void DialogWindow::keyPressEvent(QKeyEvent* event) {
   watchInput(*event);
   const LONG channel = channelOf(event->key());
   const bool used = dialog_ && channel != 0 &&
                     pressKey(*dialog_, channel, toHost(event->text()), qualifiersOf(event->modifiers()));
-  if (!used) event->ignore();
+  if (!used && !windowKey(*event)) event->ignore();
 }
 
 } // namespace host

@@ -17,7 +17,8 @@ class AreaWidget;
 
 /// The widgets of an open dialog, from its model as it stands when this is made. It is the dialog's view
 /// until it is detached or deleted. The object name is "dialog-PLUGIN-SUB", a gadget's widget is "gadget-ID",
-/// a menu's action "menu-ID"; the window title is the dialog's.
+/// a menu's action "menu-ID"; the window title is the dialog's. Given the focus by a menu or a key it passes
+/// it on to its first gadget; F10 opens its menus, Ctrl+W closes it when it is not modal.
 class DialogWindow : public QWidget, public DialogView {
   Q_OBJECT
  public:
@@ -49,9 +50,11 @@ class DialogWindow : public QWidget, public DialogView {
 
  protected:
   void closeEvent(QCloseEvent* event) override;
+  void focusInEvent(QFocusEvent* event) override;
   void keyPressEvent(QKeyEvent* event) override;
 
  private:
+  bool windowKey(const QKeyEvent& event);
   QWidget* widgetOf(const Gadget& gadget) const;
   void addGadgets(const Gadget& group, QWidget& widget);
   void followScroll(const Gadget& group);

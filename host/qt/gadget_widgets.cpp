@@ -16,6 +16,8 @@ namespace host {
 
 namespace {
 
+constexpr int meterWidth = 88; // of a field that shows "-99.999 m"
+
 // A button that knows whether a key pressed it.
 class DialogButton : public QPushButton {
  public:
@@ -23,8 +25,15 @@ class DialogButton : public QPushButton {
   bool byKey = false;
 
  protected:
+  // Enter is for the button with the focus, not for the dialog's OK.
   void keyPressEvent(QKeyEvent* event) override {
-    key([&] { QPushButton::keyPressEvent(event); });
+    const bool enter = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
+    key([&] {
+      if (enter)
+        click();
+      else
+        QPushButton::keyPressEvent(event);
+    });
   }
   void keyReleaseEvent(QKeyEvent* event) override {
     key([&] { QPushButton::keyReleaseEvent(event); });
@@ -332,6 +341,7 @@ void showGadget(QWidget& widget, const Gadget& gadget) {
     showNumber(*number, gadget);
   } else if (auto* slider = qobject_cast<SliderField*>(&widget)) {
     showNumber(*slider, gadget);
+    if (gadget.spec.kind == NumberKind::meter) slider->field().setMinimumWidth(meterWidth);
   } else if (auto* edit = qobject_cast<QLineEdit*>(&widget)) {
     showText(*edit, gadget);
   } else if (auto* combo = qobject_cast<QComboBox*>(&widget)) {

@@ -356,6 +356,51 @@ TEST_F(DialogWidgets, CloseButtonAsks) {
   EXPECT_TRUE(there.isNull());
 }
 
+TEST_F(DialogWidgets, EnterPressesTheButtonWithTheFocus) {
+  open();
+  QTest::keyClick(widget(idButton), Qt::Key_Return);
+  EXPECT_EQ(dialog.takeCalls(), Calls{"command 1001"});
+  EXPECT_NE(dialog.lastMessage.GetLong(BFM_INPUT_DEVICE), BFM_INPUT_MOUSE);
+}
+
+TEST_F(DialogWidgets, CtrlWClosesIt) {
+  open();
+  dialog.refuses = true;
+  QTest::keyClick(widget(idCheck), Qt::Key_W, Qt::ControlModifier);
+  EXPECT_TRUE(dialog.IsOpen()) << "it may refuse";
+  dialog.refuses = false;
+  QTest::keyClick(widget(idCheck), Qt::Key_W, Qt::ControlModifier);
+  EXPECT_FALSE(dialog.IsOpen());
+  EXPECT_EQ(dialog.takeCalls(), (Calls{"key w", "ask", "key w", "ask", "destroy"}))
+      << "its own use of the key comes first";
+}
+
+TEST_F(DialogWidgets, MenusOpenByF10AndAreUsedByTheKeyboard) {
+  open();
+  window().activateWindow();
+  widget(idCheck)->setFocus();
+  QTest::keyClick(widget(idCheck), Qt::Key_F10, Qt::ShiftModifier);
+  EXPECT_EQ(QApplication::activePopupWidget(), nullptr);
+  whenPopup([](QWidget& menu) {
+    QTest::keyClick(&menu, Qt::Key_Down);
+    QTest::keyClick(&menu, Qt::Key_Return);
+  });
+  QTest::keyClick(widget(idCheck), Qt::Key_F10);
+  EXPECT_TRUE(waitFor([&] { return !dialog.calls.empty(); }));
+  EXPECT_EQ(dialog.takeCalls(), Calls{"command 2001"});
+}
+
+TEST_F(DialogWidgets, AFocusThatAMenuGivesGoesToTheFirstGadget) {
+  open();
+  window().activateWindow();
+  ASSERT_TRUE(waitFor([&] { return window().isActiveWindow(); }));
+  window().setFocus(Qt::MouseFocusReason);
+  EXPECT_TRUE(window().hasFocus());
+  window().clearFocus();
+  window().setFocus(Qt::ShortcutFocusReason);
+  EXPECT_TRUE(widget(idButton)->hasFocus());
+}
+
 TEST_F(DialogWidgets, CommandMayCloseItsDialog) {
   open();
   dialog.command = [&](LONG) { dialog.Close(); };
