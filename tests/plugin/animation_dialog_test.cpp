@@ -1,90 +1,7 @@
-// The Render Animation dialog, and the dialog of the JPEG and PSD options.
-#include <gtest/gtest.h>
-
-#include "active_document.h"
-#include "dlg_animation.h"
-#include "gadget_actions.h"
-#include "lm_keys.h"
-#include "plugin_fixture.h"
+// The Render Animation dialog.
+#include "animation_fixture.h"
 
 namespace {
-
-constexpr LONG FRAMES = 14003, CONFIGURE = 14010, BROWSE = 14002;
-
-class AnimationDialogTest : public PluginFixture {
- protected:
-  void SetUp() override {
-    PluginFixture::SetUp();
-    settings.Init(ID_LUMENARA);
-    WriteDefaults(settings.GetDataInstance(), LM_DEFAULT_VIEWER);
-    document = BaseDocument::Alloc();
-    document->SetFps(30);
-    document->SetMinTime(BaseTime(0));
-    document->SetMaxTime(BaseTime(3));
-    document->SetLoopMinTime(BaseTime(1));
-    document->SetLoopMaxTime(BaseTime(2));
-    host::setActiveDocument(document);
-    prepare();
-  }
-  void TearDown() override { host::setActiveDocument(nullptr); }
-
-  /// As the viewer fills the dialog before it opens it.
-  void prepare() {
-    dialog.settings = &settings;
-    dialog.fileName = Filename();
-    dialog.from = dialog.to = dialog.step = 0;
-    dialog.format = 8;
-    dialog.launch = 1;
-    dialog.jpegQuality = 95;
-    dialog.photoshop7 = 1;
-    dialog.stamp = 0;
-  }
-  /// Opens it; `act` is the user, who closes it with OK unless he does otherwise.
-  bool open(const std::function<void()>& act) {
-    bool opened = false;
-    ui.whileDialogIsOpen = [&](GeDialog& shown) {
-      if (&shown == &dialog) {
-        opened = true;
-        act();
-      } else if (nested) {
-        nested(shown);
-      }
-    };
-    const Bool ok = dialog.Open();
-    EXPECT_TRUE(opened);
-    EXPECT_EQ(ok, dialog.GetResult());
-    return ok != FALSE;
-  }
-  bool click(LONG id) { return host::clickGadget(dialog, id); }
-  void ok() { click(IDC_OK); }
-  const host::Gadget& gadget(LONG id) {
-    const host::Gadget* found = host::findGadget(dialog, id);
-    if (!found) ADD_FAILURE() << "no gadget " << id;
-    static const host::Gadget none;
-    return found ? *found : none;
-  }
-  LONG number(LONG id) { return static_cast<LONG>(gadget(id).number); }
-  std::string text(LONG id) { return gadget(id).text.GetUTF8(); }
-  LONG stored(LONG key) {
-    const BaseContainer* data = GetWorldPluginData(ID_LUMENARA);
-    return data ? data->GetLong(key, -1) : -1;
-  }
-
-  lmSettings settings;
-  DlgAnimation dialog;
-  BaseDocument* document = nullptr;
-  std::function<void(GeDialog&)> nested;
-};
-
-std::vector<const host::Gadget*> flat(const host::Gadget& root) {
-  std::vector<const host::Gadget*> all;
-  for (const auto& child : root.children) {
-    all.push_back(child.get());
-    const auto below = flat(*child);
-    all.insert(all.end(), below.begin(), below.end());
-  }
-  return all;
-}
 
 TEST_F(AnimationDialogTest, HasItsGadgetsInTheirOrder) {
   open([&] {
@@ -176,14 +93,8 @@ TEST_F(AnimationDialogTest, HasTheFormatsInTheirOrder) {
 TEST_F(AnimationDialogTest, ShowsTheDefaultsAtFirst) {
   open([&] {
     EXPECT_EQ(text(14001), "");
-    EXPECT_EQ(number(FRAMES), 0);
-    EXPECT_EQ(number(14004), 0);
-    EXPECT_EQ(number(14005), 0);
-    EXPECT_EQ(number(14006), 1);
+    expectShown({{FRAMES, 0}, {14004, 0}, {14005, 0}, {14006, 1}, {14013, 0}, {14009, 1}, {14008, 0}});
     EXPECT_EQ(number(14007), 0) << "kept, though no entry shows it";
-    EXPECT_EQ(number(14013), 0);
-    EXPECT_EQ(number(14009), 1);
-    EXPECT_EQ(number(14008), 0);
     EXPECT_EQ(dialog.step, 1) << "the settings replace what the opener gave";
     EXPECT_EQ(dialog.format, 0);
     EXPECT_EQ(dialog.jpegQuality, 95);
@@ -193,24 +104,15 @@ TEST_F(AnimationDialogTest, ShowsTheDefaultsAtFirst) {
 
 TEST_F(AnimationDialogTest, ShowsWhatIsStored) {
   settings.SetValue(14001, Filename("/out/shot.avi"));
-  settings.SetValue(14004, 12);
-  settings.SetValue(14005, 34);
-  settings.SetValue(14006, 3);
-  settings.SetValue(14007, 5);
-  settings.SetValue(14008, 1);
-  settings.SetValue(14009, 0);
+  const Numbers shown = {{14004, 12}, {14005, 34}, {14006, 3}, {14007, 5},
+                         {14008, 1},  {14009, 0},  {14013, 1}};
+  for (const auto& [key, value] : shown)
+    settings.SetValue(key, value);
   settings.SetValue(14011, 60);
   settings.SetValue(14012, 0);
-  settings.SetValue(14013, 1);
   open([&] {
     EXPECT_EQ(text(14001), "/out/shot.avi");
-    EXPECT_EQ(number(14004), 12);
-    EXPECT_EQ(number(14005), 34);
-    EXPECT_EQ(number(14006), 3);
-    EXPECT_EQ(number(14007), 5);
-    EXPECT_EQ(number(14008), 1);
-    EXPECT_EQ(number(14009), 0);
-    EXPECT_EQ(number(14013), 1);
+    expectShown(shown);
     EXPECT_EQ(dialog.jpegQuality, 60);
     EXPECT_EQ(dialog.photoshop7, 0);
     EXPECT_EQ(dialog.launch, 1) << "the opener's; the box alone follows the setting";
@@ -363,131 +265,9 @@ TEST_F(AnimationDialogTest, TheFileSelectorSaves) {
   EXPECT_EQ(ui.fileRequests[0].start, Filename("/out/a.jpg"));
 }
 
-TEST_F(AnimationDialogTest, ConfigureIsForFormatsThatHaveOptions) {
-  for (LONG format = -1; format <= 12; ++format) {
-    settings.SetValue(14007, format);
-    open([&] {
-      const bool has = format == 4 || format == 5 || format == 8 || format == 9;
-      EXPECT_EQ(gadget(CONFIGURE).enabled, has) << format;
-    });
-  }
-  settings.SetValue(14007, 0);
-  open([&] {
-    host::chooseEntry(dialog, 14007, 8);
-    EXPECT_TRUE(gadget(CONFIGURE).enabled);
-    host::chooseEntry(dialog, 14007, 10);
-    EXPECT_FALSE(gadget(CONFIGURE).enabled);
-  });
-}
-
-TEST_F(AnimationDialogTest, ConfigureOfFormatsWithoutOptionsFails) {
-  nested = [](GeDialog&) { ADD_FAILURE() << "nothing is to open"; };
-  for (const LONG format : {-1, 6, 7, 10, 11}) {
-    settings.SetValue(14007, format);
-    open([&] { EXPECT_FALSE(dialog.Command(CONFIGURE, BaseContainer())) << format; });
-  }
-}
-
-TEST_F(AnimationDialogTest, ConfigureOfAMovieEditsItsChoices) {
-  for (LONG format = 0; format <= 5; ++format) {
-    settings.SetValue(14007, format);
-    BaseContainer before;
-    before.SetLong(10000, 7);
-    settings.SetValue(14010, before);
-    LONG asked = 0;
-    ui.editsMovieOptions = [&](LONG type, BaseContainer& choices) {
-      asked = type;
-      EXPECT_EQ(choices.GetLong(10000), 7);
-      choices.SetLong(10000, 8);
-      return true;
-    };
-    open([&] {
-      EXPECT_TRUE(dialog.Command(CONFIGURE, BaseContainer()));
-      EXPECT_EQ(asked, format == 2 || format == 3 || format == 5 ? 1122 : 1125) << format;
-      EXPECT_EQ(dialog.formatOptions.GetLong(10000), 8);
-      ui.editsMovieOptions = [](LONG, BaseContainer& choices) { return choices.SetLong(10000, 9), false; };
-      EXPECT_FALSE(dialog.Command(CONFIGURE, BaseContainer())) << "cancelled";
-      EXPECT_EQ(dialog.formatOptions.GetLong(10000), 8);
-    });
-  }
-}
-
-TEST_F(AnimationDialogTest, ConfigureOfJpegSetsTheQuality) {
-  settings.SetValue(14007, 8);
-  int opened = 0;
-  nested = [&](GeDialog& shown) {
-    ++opened;
-    EXPECT_EQ(host::dialogModel(shown).title, String("JPEG Settings"));
-    EXPECT_EQ(host::findGadget(shown, 14012), nullptr);
-    const host::Gadget* slider = host::findGadget(shown, 14011);
-    ASSERT_NE(slider, nullptr);
-    EXPECT_EQ(slider->kind, host::GadgetKind::editSlider);
-    EXPECT_EQ(slider->initWidth, 40);
-    EXPECT_EQ(slider->spec.min, 0);
-    EXPECT_EQ(slider->spec.max, 100);
-    EXPECT_EQ(slider->spec.step, 1);
-    EXPECT_EQ(slider->number, opened == 1 ? 95 : 40);
-    host::enterNumber(shown, 14011, opened == 1 ? 40 : 140);
-    host::clickGadget(shown, opened == 1 ? IDC_OK : IDC_CANCEL);
-  };
-  open([&] {
-    EXPECT_TRUE(click(CONFIGURE));
-    EXPECT_EQ(dialog.jpegQuality, 40);
-    EXPECT_TRUE(click(CONFIGURE));
-    EXPECT_EQ(dialog.jpegQuality, 40) << "cancelled";
-  });
-  EXPECT_EQ(opened, 2);
-}
-
-TEST_F(AnimationDialogTest, TheJpegDialogNamesBothEndsOfItsSlider) {
-  lmDlgJPGPSD_Options still;
-  still.jpeg = TRUE;
-  ui.whileDialogIsOpen = [](GeDialog& shown) {
-    std::vector<std::string> texts;
-    std::vector<LONG> columns;
-    for (const host::Gadget* one : flat(host::dialogModel(shown).root)) {
-      if (one->kind == host::GadgetKind::staticText) texts.push_back(one->text.GetUTF8());
-      if (one->kind == host::GadgetKind::group) columns.push_back(one->columns);
-    }
-    EXPECT_EQ(texts, (std::vector<std::string>{"", "", "Low", "High ", "JPEG Quality", "", "", "Small File",
-                                               "Large File "}));
-    ASSERT_GE(columns.size(), 4u);
-    EXPECT_EQ(std::vector<LONG>(columns.begin(), columns.begin() + 4), (std::vector<LONG>{1, 4, 2, 4}));
-  };
-  still.Open();
-}
-
-TEST_F(AnimationDialogTest, ConfigureOfPsdSetsPhotoshop7) {
-  settings.SetValue(14007, 9);
-  int opened = 0;
-  nested = [&](GeDialog& shown) {
-    ++opened;
-    EXPECT_EQ(host::dialogModel(shown).title, String("PSD Options"));
-    EXPECT_EQ(host::findGadget(shown, 14011), nullptr);
-    const host::Gadget* box = host::findGadget(shown, 14012);
-    ASSERT_NE(box, nullptr);
-    EXPECT_EQ(box->text, String("Photoshop 7"));
-    EXPECT_EQ(box->number, opened == 1 ? 1 : 0);
-    host::clickGadget(shown, 14012);
-    host::clickGadget(shown, opened == 1 ? IDC_OK : IDC_CANCEL);
-  };
-  open([&] {
-    EXPECT_TRUE(click(CONFIGURE));
-    EXPECT_EQ(dialog.photoshop7, 0);
-    EXPECT_TRUE(click(CONFIGURE));
-    EXPECT_EQ(dialog.photoshop7, 0) << "cancelled";
-  });
-  EXPECT_EQ(opened, 2);
-}
-
 TEST_F(AnimationDialogTest, OkWithRememberStoresEverything) {
   const bool closedByOk = open([&] {
-    host::enterText(dialog, 14001, "/out/shot");
-    host::enterNumber(dialog, 14004, 5);
-    host::enterNumber(dialog, 14005, 25);
-    host::enterNumber(dialog, 14006, 2);
-    host::chooseEntry(dialog, 14007, 9);
-    click(14013);
+    fillIn(9);
     click(14008);
     dialog.formatOptions.SetLong(10001, 3);
     dialog.jpegQuality = 50;
@@ -499,16 +279,16 @@ TEST_F(AnimationDialogTest, OkWithRememberStoresEverything) {
   ASSERT_NE(data, nullptr);
   EXPECT_EQ(data->GetType(14001), DA_FILENAME);
   EXPECT_EQ(data->GetFilename(14001), Filename("/out/shot.psd"));
-  EXPECT_EQ(stored(14004), 5);
-  EXPECT_EQ(stored(14005), 25);
-  EXPECT_EQ(stored(14006), 2);
-  EXPECT_EQ(stored(14007), 9);
-  EXPECT_EQ(stored(14008), 1);
-  EXPECT_EQ(stored(14009), 1);
   EXPECT_EQ(data->GetContainer(14010).GetLong(10001), 3);
-  EXPECT_EQ(stored(14011), 50);
-  EXPECT_EQ(stored(14012), 0);
-  EXPECT_EQ(stored(14013), 1);
+  expectStored({{14004, 5},
+                {14005, 25},
+                {14006, 2},
+                {14007, 9},
+                {14008, 1},
+                {14009, 1},
+                {14011, 50},
+                {14012, 0},
+                {14013, 1}});
   EXPECT_EQ(dialog.fileName, Filename("/out/shot.psd"));
   EXPECT_EQ(dialog.from, 5);
   EXPECT_EQ(dialog.stamp, 1);
@@ -521,12 +301,7 @@ TEST_F(AnimationDialogTest, OkWithoutRememberStoresTheDefaults) {
   settings.SetValue(14008, 1);
   settings.SetValue(14011, 20);
   open([&] {
-    host::enterText(dialog, 14001, "/out/shot");
-    host::enterNumber(dialog, 14004, 5);
-    host::enterNumber(dialog, 14005, 25);
-    host::enterNumber(dialog, 14006, 2);
-    host::chooseEntry(dialog, 14007, 5);
-    click(14013);
+    fillIn(5);
     click(14009);
     dialog.formatOptions.SetLong(10001, 4);
     click(14008);
@@ -536,16 +311,10 @@ TEST_F(AnimationDialogTest, OkWithoutRememberStoresTheDefaults) {
   ASSERT_NE(data, nullptr);
   EXPECT_EQ(data->GetType(14001), DA_FILENAME);
   EXPECT_FALSE(data->GetFilename(14001).Content());
-  EXPECT_EQ(stored(14004), 0);
-  EXPECT_EQ(stored(14005), 0);
-  EXPECT_EQ(stored(14006), 1);
-  EXPECT_EQ(stored(14007), 0);
-  EXPECT_EQ(stored(14008), 0);
   EXPECT_EQ(stored(14009), 1) << "launched whatever the box said";
   EXPECT_EQ(data->GetContainer(14010).GetLong(10001), 3) << "the movie's choices survive as they were";
-  EXPECT_EQ(stored(14011), 95);
-  EXPECT_EQ(stored(14012), 1);
-  EXPECT_EQ(stored(14013), 0);
+  expectStored(
+      {{14004, 0}, {14005, 0}, {14006, 1}, {14007, 0}, {14008, 0}, {14011, 95}, {14012, 1}, {14013, 0}});
   // The render of now goes by what was entered.
   EXPECT_EQ(dialog.fileName, Filename("/out/shot.avi"));
   EXPECT_EQ(dialog.from, 5);
