@@ -1,27 +1,13 @@
 #include "plugin_registry.h"
 
 #include <algorithm>
-#include <exception>
 
-#include "console.h"
+#include "guarded_call.h"
 #include "thread_context.h"
 
 namespace host {
 
 namespace {
-
-// What a plug-in throws stays in the plug-in's call.
-template <class Result, class Function>
-Result guarded(const String& what, const Function& function, Result failed) {
-  try {
-    return function();
-  } catch (const std::exception& error) {
-    printLine(what + " stopped with an error: " + error.what());
-  } catch (...) {
-    printLine(what + " stopped with an unknown error.");
-  }
-  return failed;
-}
 
 String commandName(const CommandEntry& entry) {
   return "The command \"" + entry.name + "\"";

@@ -63,6 +63,7 @@ PictureViewer::PictureViewer(Session& session, QWidget* parent)
     : QWidget(parent, Qt::Window), session_(session) {
   setObjectName(QStringLiteral("pictureViewer"));
   setWindowTitle(tr("Picture Viewer"));
+  setWindowIcon(icon(QStringLiteral("lumenara")));
   build();
   connectParts();
   refreshList();

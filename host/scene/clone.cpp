@@ -1,5 +1,7 @@
 #include "clone.h"
 
+#include "document_range.h"
+
 namespace host {
 
 namespace {
@@ -93,14 +95,8 @@ void Copier::copyDocument(const DocumentState& from, DocumentState& to) {
     if (old == from.activeView) to.activeView = static_cast<ViewState*>(view);
     if (old == from.renderView) to.renderView = static_cast<ViewState*>(view);
   }
-  to.activeRenderData = from.activeRenderData;
   to.time = from.time;
-  to.minTime = from.minTime;
-  to.maxTime = from.maxTime;
-  to.loopMinTime = from.loopMinTime;
-  to.loopMaxTime = from.loopMaxTime;
-  to.fps = from.fps;
-  to.lod = from.lod;
+  copyRange(from, to);
   to.fileName = from.fileName;
   to.path = from.path;
   to.changed = from.changed;

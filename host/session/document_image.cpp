@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <unordered_set>
 
+#include "document_range.h"
 #include "parameters.h"
 
 namespace host {
@@ -113,14 +114,8 @@ void readObject(const ObjectState& from, ObjectPart& to) {
 }
 
 void readDocument(const DocumentState& from, DocumentPart& to) {
-  to.activeRenderData = from.activeRenderData;
   to.time = from.time;
-  to.minTime = from.minTime;
-  to.maxTime = from.maxTime;
-  to.loopMinTime = from.loopMinTime;
-  to.loopMaxTime = from.loopMaxTime;
-  to.fps = from.fps;
-  to.lod = from.lod;
+  copyRange(from, to);
 }
 
 std::shared_ptr<NodeImage> readValues(const NodeState& node) {
@@ -324,15 +319,7 @@ class Putter {
     to.picture = image.picture;
   }
 
-  static void assignDocument(DocumentState& to, const DocumentPart& from) {
-    to.activeRenderData = from.activeRenderData;
-    to.minTime = from.minTime;
-    to.maxTime = from.maxTime;
-    to.loopMinTime = from.loopMinTime;
-    to.loopMaxTime = from.loopMaxTime;
-    to.fps = from.fps;
-    to.lod = from.lod;
-  }
+  static void assignDocument(DocumentState& to, const DocumentPart& from) { copyRange(from, to); }
 
   DocumentState& document_;
   std::unordered_map<Identity, NodeState*>

@@ -1,9 +1,8 @@
 #include "scene_hooks.h"
 
 #include <algorithm>
-#include <exception>
 
-#include "console.h"
+#include "guarded_call.h"
 #include "thread_context.h"
 
 namespace host {
@@ -82,15 +81,7 @@ Result SceneHooks::call(Instance& instance, const Function& function, Result fai
     explicit Depth(int& d) : depth(d) { ++depth; }
     ~Depth() { --depth; }
   } depth(depth_);
-  const String what = "The scene hook \"" + instance.node.GetName() + "\"";
-  try {
-    return function();
-  } catch (const std::exception& error) {
-    printLine(what + " stopped with an error: " + error.what());
-  } catch (...) {
-    printLine(what + " stopped with an unknown error.");
-  }
-  return failed;
+  return guarded("The scene hook \"" + instance.node.GetName() + "\"", function, failed);
 }
 
 SceneHooks::Input SceneHooks::mouseInput(BaseDraw& view, const BaseContainer& message, const DragPump& pump,

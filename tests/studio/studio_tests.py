@@ -390,7 +390,7 @@ def save_picture(run):
     studio.get(name="renderProgress", text="Saved shown.png")
     run.options.output.mkdir(parents=True, exist_ok=True)
     run.display.save(run.options.output / "save-picture.png")
-    studio.click(name="status-file")  # the main window gets the keys again
+    studio.click(thing=studio.viewer())  # the main window gets the keys again
     studio.quit()
 
 
