@@ -1,6 +1,10 @@
 // Animations: the range of frames, the files, the overwrite question, stamps, the end.
 #include <gtest/gtest.h>
 
+#include <cstdio>
+#include <cstdlib>
+
+#include "failures.h"
 #include "lm_stamps.h"
 #include "movie_options.h"
 #include "thread_fixture.h"
@@ -283,6 +287,144 @@ TEST_F(AnimationTest, WithoutStampsThePictureStaysClean) {
   ASSERT_EQ(saved->Init(out + "shot0001.tif"), IMAGERESULT_OK);
   for (LONG x = 0; x < 32; ++x)
     expectPixel(*saved, x, 12, 40, 40, 40);
+}
+
+// ---- Unusual jobs
+
+TEST_F(AnimationTest, AFormatBelowZeroIsAQuickTimeMovie) {
+  thread.format = -1;
+  runAnimation();
+  EXPECT_EQ(written(), Names{"shot.mov"});
+  EXPECT_EQ(readText(out + "shot.mov").substr(4, 4), "ftyp");
+}
+
+// A file where the folder should be is no folder.
+TEST_F(AnimationTest, AFileInTheFoldersPlaceRedirectsToo) {
+  document->SetDocumentName("walk.glb");
+  folder.write("out/place", "a file");
+  GeFCreateDirRec(GeGetStartupPath());
+  thread.outputFile = out + "place" + "shot";
+  runAnimation();
+  EXPECT_EQ(thread.outputFile, GeGetStartupPath() + "walk.tif");
+  EXPECT_TRUE(GeFExist(GeGetStartupPath() + "walk0000.tif"));
+  EXPECT_EQ(readText(out + "place"), "a file");
+}
+
+TEST_F(AnimationTest, TheQuestionIsAboutTheFileThatIsWritten) {
+  document->SetDocumentName("walk.glb");
+  GeFCreateDirRec(GeGetStartupPath());
+  const Filename there = GeGetStartupPath() + "walk.tif";
+  touch(there);
+  thread.outputFile = out + "nowhere" + "shot";
+  runAnimation();
+  EXPECT_EQ(ui.questions, Names{"Are you sure you want to overwrite '" + there.GetString().GetUTF8() + "'?"});
+  EXPECT_TRUE(probe->renders.empty());
+}
+
+TEST_F(AnimationTest, TheLastFramesThatANumberCanName) {
+  thread.frameFrom = 2147483646;
+  thread.frameTo = 2147483647;
+  runAnimation();
+  ASSERT_EQ(probe->renders.size(), 2u);
+  EXPECT_EQ(probe->renders[1].statusText, "Lumenara (2147483648/2)");
+  EXPECT_EQ(written(), (Names{"shot2147483646.tif", "shot2147483647.tif"}));
+}
+
+TEST_F(AnimationTest, AStepThatIsNoneGoesOn) {
+  for (const LONG step : {0, -3}) {
+    thread.frameStep = step;
+    runAnimation();
+  }
+  EXPECT_EQ(probe->renders.size(), 4u); // two frames a job
+}
+
+TEST_F(AnimationTest, OnlyWholeNumbersAreTakenFromTheChoices) {
+  BaseContainer choices;
+  choices.SetReal(host::movieCodecKey, host::movieCodecPng);
+  settings.SetValue(LM_ANIM_MOVIE_OPTIONS, choices);
+  thread.format = 4;
+  runAnimation();
+  EXPECT_EQ(readText(out + "shot.mov").find("png "), std::string::npos);
+}
+
+// The choices are a movie's; pictures get theirs from the job.
+TEST_F(AnimationTest, ThePicturesQualityIsTheJobs) {
+  BaseContainer choices;
+  choices.SetLong(JPGSAVER_QUALITY, 1);
+  settings.SetValue(LM_ANIM_MOVIE_OPTIONS, choices);
+  probe->finished = [](BaseBitmap& picture, std::size_t) {
+    for (LONG y = 0; y < picture.GetBh(); ++y) {
+      for (LONG x = 0; x < picture.GetBw(); ++x)
+        picture.SetPixel(x, y, (x * 37 + y * 91) % 256, (x * 53) % 256, (y * 71) % 256);
+    }
+  };
+  thread.format = 8;
+  thread.frameTo = 0;
+  runAnimation();
+  const std::string given = readText(out + "shot0000.jpg");
+  settings.SetValue(LM_ANIM_MOVIE_OPTIONS, BaseContainer());
+  runAnimation();
+  EXPECT_EQ(readText(out + "shot0000.jpg"), given);
+}
+
+TEST_F(AnimationTest, TheMovieRunsAtTheDocumentsRate) {
+  if (std::system("ffprobe -version > /dev/null 2>&1") != 0) GTEST_SKIP() << "ffprobe is not installed";
+  document->SetFps(24);
+  thread.format = 4;
+  thread.frameTo = 11;
+  runAnimation();
+  const std::string command =
+      "ffprobe -v error -count_frames -show_entries stream=r_frame_rate,nb_read_frames " +
+      std::string("-show_entries format=duration -of csv=p=0 '") + thread.outputFile.GetString().GetUTF8() +
+      "'";
+  std::string said(200, 0);
+  FILE* pipe = popen(command.c_str(), "r");
+  ASSERT_NE(pipe, nullptr);
+  said.resize(fread(said.data(), 1, said.size(), pipe));
+  pclose(pipe);
+  EXPECT_EQ(said, "24/1,12\n0.500000\n");
+  EXPECT_EQ(probe->renders[11].settings.GetTime(5017), BaseTime(11, 24));
+}
+
+TEST_F(AnimationTest, StampsNeedTheRecord) {
+  thread.stamps = 1;
+  thread.data = nullptr;
+  runAnimation();
+  EXPECT_EQ(written().size(), 2u);
+}
+
+// A frame whose render failed is written as far as it came; the host's record names it.
+TEST_F(AnimationTest, AFrameThatFailsInsideTheRangeIsRecorded) {
+  document->SetDocumentName("walk.glb");
+  thread.frameTo = 4;
+  probe->during = [&](BaseDocument&, VideoPostStruct& call) {
+    if (probe->renders.size() == 3) *call.error = RENDERRESULT_OUTOFMEMORY;
+  };
+  host::takeFailures();
+  runAnimation();
+  EXPECT_EQ(status.result, RENDERRESULT_OK); // the last frame's
+  EXPECT_EQ(probe->renders.size(), 5u);
+  const std::vector<host::Failure> failures = host::takeFailures();
+  ASSERT_EQ(failures.size(), 1u);
+  EXPECT_EQ(failures[0].frame, 2);
+  EXPECT_EQ(failures[0].file, Filename("walk.glb"));
+  EXPECT_EQ(failures[0].sentence, "Frame 2 of \"walk.glb\" was not rendered to its end: there was not enough "
+                                  "memory. Use a smaller picture or a simpler scene.");
+}
+
+TEST_F(AnimationTest, BreaksAndMissingPicturesAreNoEntries) {
+  host::takeFailures();
+  for (const RENDERRESULT result : {RENDERRESULT_ASSETMISSING, RENDERRESULT_USERBREAK}) {
+    probe->result = result;
+    runAnimation();
+  }
+  EXPECT_EQ(host::failureCount(), 0u);
+  probe->result = static_cast<RENDERRESULT>(17);
+  runAnimation();
+  const std::vector<host::Failure> failures = host::takeFailures();
+  ASSERT_EQ(failures.size(), 2u);
+  EXPECT_NE(failures[1].sentence.find("result 17"), std::string::npos) << failures[1].sentence;
+  EXPECT_EQ(failures[1].frame, 1);
 }
 
 } // namespace

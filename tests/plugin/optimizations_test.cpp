@@ -138,4 +138,108 @@ TEST_F(OptimizationsTest, WithTheSwitchOnEveryShaderStays) {
   EXPECT_EQ(material->GetChannel(CHANNEL_COLOR)->GetShader(), shader);
 }
 
+TEST_F(OptimizationsTest, FindObjectsLooksAtBothArguments) {
+  BaseObject* generator = addObject(Osds, "Smooth");
+  thread.FindObjects(document, FALSE, FALSE);
+  EXPECT_FALSE(generator->GetDeformMode());
+}
+
+TEST_F(OptimizationsTest, SearchShadersKeepsThemWithTheSwitchOn) {
+  BaseMaterial* material = addMaterial("Clay");
+  BaseShader* shader = addShader(material, CHANNEL_COLOR, Xambientocclusion);
+  EXPECT_EQ(thread.SearchShaders(shader), 0);
+  EXPECT_EQ(material->GetChannel(CHANNEL_COLOR)->GetShader(), shader);
+}
+
+TEST_F(OptimizationsTest, NothingToWalkIsNoFailure) {
+  settings.SetValue(LM_OPT_SHADERS, 0);
+  EXPECT_EQ(thread.SearchObjects(nullptr, FALSE, TRUE), 0);
+  EXPECT_EQ(thread.SearchShaders(nullptr), 0);
+  addMaterial("Clay");
+  thread.FixShaders(document);
+  while (BaseObject* object = document->GetFirstObject()) {
+    object->Remove();
+    BaseObject::Free(object);
+  }
+  thread.FindObjects(document, FALSE, TRUE);
+}
+
+TEST_F(OptimizationsTest, ARemovedShaderTakesItsChildrenAlong) {
+  BaseMaterial* material = addMaterial("Clay");
+  BaseShader* parent = addShader(material, CHANNEL_COLOR, Xlayer);
+  BaseShader* occlusion = BaseShader::Alloc(Xambientocclusion);
+  BaseShader* last = BaseShader::Alloc(Xcolor);
+  parent->InsertShader(occlusion);
+  parent->InsertShader(last, occlusion);
+  occlusion->InsertShader(BaseShader::Alloc(Xcolor));
+  settings.SetValue(LM_OPT_SHADERS, 0);
+  thread.FixShaders(document);
+  EXPECT_EQ(parent->GetDown(), last);
+  EXPECT_EQ(last->GetDown(), nullptr);
+  EXPECT_EQ(last->GetNext(), nullptr);
+}
+
+/// Breaks after a number of break tests, and notes the shaders that it searches.
+class BreakingThread final : public lmThread {
+ public:
+  explicit BreakingThread(lmSettings* from) { settings = from; }
+  ~BreakingThread() override { End(TRUE); }
+  Bool TestDBreak() override { return left == 0 || --left < 0; }
+  LONG SearchShaders(BaseShader* first) override {
+    if (first) searched.push_back(first);
+    return lmThread::SearchShaders(first);
+  }
+  LONG left = 1000;
+  std::vector<BaseShader*> searched;
+};
+
+// One break test an object: what was visited before the break is changed, the rest is not.
+TEST_F(OptimizationsTest, ABreakStopsTheObjectsWhereItComes) {
+  BaseObject* group = addObject(Onull, "Group");
+  std::vector<BaseObject*> generators;
+  for (const char* name : {"Third", "Second", "First"}) {
+    BaseObject* generator = BaseObject::Alloc(Osds);
+    generator->SetName(name);
+    generator->InsertUnder(group);
+    generators.insert(generators.begin(), generator);
+  }
+  for (LONG tests = 0; tests <= 4; ++tests) {
+    SCOPED_TRACE(tests);
+    for (BaseObject* generator : generators)
+      generator->SetDeformMode(TRUE);
+    BreakingThread breaking(&settings);
+    breaking.left = tests;
+    breaking.FindObjects(document, FALSE, TRUE); // the group takes the first test
+    for (LONG i = 0; i < 3; ++i)
+      EXPECT_EQ(generators[static_cast<std::size_t>(i)]->GetDeformMode() == 0, i + 1 < tests) << i;
+  }
+}
+
+TEST_F(OptimizationsTest, ABreakStopsTheShadersWhereItComes) {
+  BaseMaterial* material = addMaterial("Clay");
+  BaseShader* parent = addShader(material, CHANNEL_COLOR, Xlayer);
+  for (int i = 0; i < 3; ++i)
+    parent->InsertShader(BaseShader::Alloc(Xambientocclusion));
+  settings.SetValue(LM_OPT_SHADERS, 0);
+  BreakingThread breaking(&settings);
+  breaking.left = 3; // the layer and two of its children
+  breaking.FixShaders(document);
+  ASSERT_NE(parent->GetDown(), nullptr);
+  EXPECT_EQ(parent->GetDown()->GetNext(), nullptr);
+}
+
+TEST_F(OptimizationsTest, ChannelsAreVisitedInTheirOrderMaterialByMaterial) {
+  std::vector<BaseShader*> expected;
+  BaseMaterial* materials[] = {addMaterial("Second"), addMaterial("First")}; // the last one stands first
+  for (BaseMaterial* material = document->GetFirstMaterial(); material; material = material->GetNext()) {
+    for (const LONG channel : {0, 1, 2, 3, 4, 6, 7, 9, 11, 12, 13})
+      expected.push_back(addShader(material, channel, Xcolor));
+  }
+  EXPECT_NE(materials[0], materials[1]);
+  settings.SetValue(LM_OPT_SHADERS, 0);
+  BreakingThread walking(&settings);
+  walking.FixShaders(document);
+  EXPECT_EQ(walking.searched, expected);
+}
+
 } // namespace

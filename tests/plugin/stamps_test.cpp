@@ -1,8 +1,10 @@
 // Frame stamps: texts, places and what reaches the picture.
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <tuple>
 
+#include "font_search.h"
 #include "lm_keys.h"
 #include "lm_stamps.h"
 #include "plugin_fixture.h"
@@ -266,6 +268,40 @@ TEST_F(StampTest, AMissingOrBrokenImageIsSkippedSilently) {
   draw();
   EXPECT_TRUE(untouched());
   EXPECT_TRUE(messages().empty());
+}
+
+// A character that the font of the stamps lacks comes from another installed font.
+TEST_F(StampTest, TextsOfAnyScript) {
+  const std::pair<std::uint32_t, const char*> candidates[] = {{0x3042, "\xe3\x81\x82"},
+                                                              {0x4e00, "\xe4\xb8\x80"},
+                                                              {0x905, "\xe0\xa4\x85"},
+                                                              {0xe01, "\xe0\xb8\x81"},
+                                                              {0x1d49c, "\xf0\x9d\x92\x9c"}};
+  const auto drawn = [&](const std::string& words) {
+    bitmap->Clear(GROUND, GROUND, GROUND);
+    custom1(words.c_str(), 0, 0);
+    draw();
+    EXPECT_TRUE(showsTextAt(words.c_str(), 4, 4)) << words;
+    std::vector<UWORD> reds;
+    for (LONG y = 0; y < 40; ++y) {
+      for (LONG x = 0; x < 120; ++x) {
+        UWORD r, g, b;
+        bitmap->GetPixel(x, y, &r, &g, &b);
+        reds.push_back(r);
+      }
+    }
+    return reds;
+  };
+  const auto box = drawn("Take \xcd\xb8"); // a character that no font has
+  int tried = 0;
+  for (const auto& [codePoint, letter] : candidates) {
+    const host::FontFile other = host::fontWith(codePoint);
+    if (other.path.empty() || other == host::defaultFont()) continue;
+    ++tried;
+    EXPECT_NE(drawn(std::string("Take ") + letter), box) << letter << " from " << other.path;
+    EXPECT_NE(drawn(std::string("Take ") + letter), drawn("Take ")) << letter;
+  }
+  if (tried == 0) GTEST_SKIP() << "no installed font has a character that the default font lacks";
 }
 
 TEST_F(StampTest, MissingTextsPrintEmpty) {

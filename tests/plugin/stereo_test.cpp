@@ -212,4 +212,77 @@ TEST_F(StereoTest, AnAnimationHasTwoEyesAFrame) {
   EXPECT_TRUE(GeFExist(folder / "eye0002.tif"));
 }
 
+// Every frame of an animation is the combination of its own two eyes.
+TEST_F(StereoTest, EachFrameIsItsOwnEyes) {
+  thread.animation = 1;
+  thread.format = 6;
+  thread.frameFrom = 3;
+  thread.frameTo = 5;
+  thread.outputFile = folder / "eye";
+  probe->finished = [](BaseBitmap& picture, std::size_t number) {
+    const LONG grey = 10 + 20 * static_cast<LONG>(number);
+    picture.Clear(grey, grey, grey);
+  };
+  runJob();
+  for (LONG i = 0; i < 3; ++i) {
+    AutoAlloc<BaseBitmap> saved;
+    ASSERT_EQ(saved->Init(FileFromFrameOut(folder / "eye.bmp", 3 + i, 4)), IMAGERESULT_OK);
+    expectPixel(*saved, 7, 5, 10 + 40 * i, 30 + 40 * i, 30 + 40 * i);
+  }
+}
+
+TEST_F(StereoTest, ADeepBitmapKeepsItsAlpha) {
+  ASSERT_EQ(bitmap->Init(8, 6, 32), IMAGERESULT_OK);
+  EXPECT_EQ(combine(Vector(10, 20, 31), Vector(100, 110, 122)), (Pixel{20, 110, 110}));
+  EXPECT_EQ(bitmap->GetBt(), 32);
+}
+
+// The tag has its own value again when the frame is done: the next frame finds it so.
+TEST_F(StereoTest, TheTargetTagComesBackAfterEveryFrame) {
+  for (const Bool own : {TRUE, FALSE}) {
+    SCOPED_TRACE(own);
+    if (!camera->GetTag(Ttargetexpression)) camera->MakeTag(Ttargetexpression);
+    camera->GetTag(Ttargetexpression)->SetParameter(EXPRESSION_ENABLE, GeData::FromBool(own));
+    thread.animation = 1;
+    thread.format = 7;
+    thread.frameFrom = 0;
+    thread.frameTo = 1;
+    thread.outputFile = folder / "eye";
+    settings.SetValue(LM_STEREO_TAG_OFF, 1);
+    const std::size_t first = probe->renders.size();
+    std::vector<Bool> seen;
+    probe->during = [&](BaseDocument& clone, VideoPostStruct&) {
+      GeData enabled;
+      clone.GetRenderBaseDraw()
+          ->GetSceneCamera(&clone)
+          ->GetTag(Ttargetexpression)
+          ->GetParameter(EXPRESSION_ENABLE, enabled);
+      seen.push_back(enabled.GetBool() != 0);
+      if (probe->renders.size() == first + 2) settings.SetValue(LM_STEREO_TAG_OFF, 0);
+    };
+    runJob();
+    EXPECT_EQ(seen, (std::vector<Bool>{FALSE, FALSE, own, own}));
+  }
+}
+
+TEST_F(StereoTest, ANegativeSeparationSwapsTheEyes) {
+  settings.SetValue(LM_STEREO_SEPARATION, -0.2);
+  runJob();
+  ASSERT_EQ(probe->renders.size(), 2u);
+  EXPECT_NEAR(probe->renders[0].cameraMatrix.off.z, 3 - 0.1, 1e-12);
+  EXPECT_NEAR(probe->renders[1].cameraMatrix.off.z, 3 + 0.1, 1e-12);
+}
+
+TEST_F(StereoTest, EveryFrameStartsFromTheKeptMatrix) {
+  thread.animation = 1;
+  thread.format = 7;
+  thread.frameFrom = 0;
+  thread.frameTo = 4;
+  thread.outputFile = folder / "eye";
+  runJob();
+  ASSERT_EQ(probe->renders.size(), 10u);
+  for (std::size_t i = 0; i < 10; ++i)
+    EXPECT_NEAR(probe->renders[i].cameraMatrix.off.z, i % 2 ? 3 - 0.1 : 3 + 0.1, 1e-12) << i;
+}
+
 } // namespace
