@@ -30,7 +30,7 @@ constexpr MovieCodec codecs[] = {
      MovieColour::rgb, false, false, true, 32768, false, nullptr, nullptr},
     {movieCodecRaw, "Uncompressed", "rawvideo", FILTER_MOVIE, AV_PIX_FMT_RGB24, AV_PIX_FMT_ARGB,
      MovieColour::rgb, false, false, false, 32768, false, nullptr, nullptr},
-    {movieCodecMpeg4, "MPEG-4", "mpeg4", FILTER_AVI, AV_PIX_FMT_YUV420P, none, MovieColour::unmarked, true,
+    {movieCodecMpeg4, "MPEG-4", "mpeg4", FILTER_AVI, AV_PIX_FMT_YUV420P, none, MovieColour::assumed, true,
      true, true, 8190, false, "XVID", nullptr},
     {movieCodecMotionJpeg, "Motion JPEG", "mjpeg", FILTER_AVI, AV_PIX_FMT_YUVJ422P, none, MovieColour::jpeg,
      true, true, false, 32768, false, nullptr, nullptr},
@@ -146,7 +146,7 @@ void setMovieColour(const MovieCodec& codec, AVCodecContext& context) {
 }
 
 bool usesMatrix709(const MovieCodec& codec, int width, int height) noexcept {
-  if (codec.colour == MovieColour::unmarked) return width >= 1280 || height > 576;
+  if (codec.colour == MovieColour::assumed) return width >= 1280 || height > 576;
   return codec.colour == MovieColour::video709;
 }
 

@@ -18,7 +18,8 @@ namespace host {
 enum class MovieColour {
   video709, // tagged
   jpeg,     // Rec. 601's matrix, full range: what a JPEG means (ITU-T T.871)
-  unmarked, // no room for a tag: the matrix that players assume, Rec. 709 from 1280 x 577 on, else Rec. 601
+  assumed,  // tagged, but few players look: the matrix that they assume, Rec. 709 from 1280 x 577 on, else
+            // Rec. 601
   rgb       // the codes as they are, tagged sRGB
 };
 

@@ -12,6 +12,7 @@ extern "C" {
 #include <cerrno>
 #include <new>
 
+#include "mpeg4_colour.h"
 #include "worker_threads.h"
 
 namespace host {
@@ -67,6 +68,7 @@ struct MovieEncoder::Parts {
   AVStream* stream = nullptr; // the file's
   std::unique_ptr<FrameConverter> converter;
   std::int64_t taken = 0, written = 0; // frames
+  bool tagsPackets = false;            // the encoder leaves the colour tags to us
 
   ~Parts() {
     av_packet_free(&packet);
@@ -123,6 +125,7 @@ void MovieEncoder::openCodec(const MovieSetup& setup) {
                             static_cast<unsigned>(tag[2]), static_cast<unsigned>(tag[3]));
   if (parts_->file->oformat->flags & AVFMT_GLOBALHEADER) codec.flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
   setMovieColour(setup.codec, codec);
+  parts_->tagsPackets = setup.codec.id == movieCodecMpeg4;
   Dictionary choices;
   setMovieQuality(setup.codec, setup.options, setup.fps, codec, choices.entries);
   if (const int code = avcodec_open2(&codec, encoder, &choices.entries); code < 0)
@@ -185,6 +188,7 @@ void MovieEncoder::send(const AVFrame* picture) {
     failEncoding(code, "was not written: frame " + std::to_string(parts_->taken) + " was not encoded");
   AVPacket* packet = parts_->packet;
   while ((code = avcodec_receive_packet(parts_->codec, packet)) >= 0) {
+    if (parts_->tagsPackets) tagMpeg4Colours(*packet, *parts_->codec);
     if (packet->duration <= 0) packet->duration = 1;
     av_packet_rescale_ts(packet, parts_->codec->time_base, parts_->stream->time_base);
     packet->stream_index = parts_->stream->index;

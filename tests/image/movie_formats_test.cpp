@@ -1,4 +1,8 @@
 // Every codec of every movie format, as another program reads it.
+#include <algorithm>
+#include <cstring>
+#include <tuple>
+
 #include "movie_fixture.h"
 
 using namespace movie_fixture;
@@ -8,8 +12,9 @@ namespace {
 struct Case {
   const char* title;
   LONG format, codec;
-  const char *name, *pixels, *matrix, *range; // as ffprobe calls them
-  double tolerance;                           // of mean colours, in codes
+  const char *name, *pixels;
+  const char *primaries, *transfer, *matrix, *range; // as ffprobe calls them; "" where the file has no word
+  double tolerance;                                  // of mean colours, in codes
   bool evenWidth, evenHeight;
 };
 
@@ -18,22 +23,33 @@ void PrintTo(const Case& c, std::ostream* out) {
 }
 
 const Case cases[] = {
-    {"MovH264", FILTER_MOVIE, host::movieCodecH264, "h264", "yuv420p", "bt709", "tv", 3, true, true},
-    {"MovProRes422", FILTER_MOVIE, host::movieCodecProRes422, "prores", "yuv422p10le", "bt709", "tv", 2, true,
-     false},
-    {"MovProRes4444", FILTER_MOVIE, host::movieCodecProRes4444, "prores", "yuv444p12le", "bt709", "tv", 2,
+    {"MovH264", FILTER_MOVIE, host::movieCodecH264, "h264", "yuv420p", "bt709", "bt709", "bt709", "tv", 3,
+     true, true},
+    {"MovProRes422", FILTER_MOVIE, host::movieCodecProRes422, "prores", "yuv422p10le", "bt709", "bt709",
+     "bt709", "tv", 2, true, false},
+    {"MovProRes4444", FILTER_MOVIE, host::movieCodecProRes4444, "prores", "yuv444p12le", "bt709", "bt709",
+     "bt709", "tv", 2, false, false},
+    {"MovJpeg", FILTER_MOVIE, host::movieCodecMotionJpeg, "mjpeg", "yuvj422p", "bt709", "iec61966-2-1",
+     "bt470bg", "pc", 3, true, false},
+    {"MovPng", FILTER_MOVIE, host::movieCodecPng, "png", "rgb24", "bt709", "iec61966-2-1", "gbr", "pc", 0,
      false, false},
-    {"MovJpeg", FILTER_MOVIE, host::movieCodecMotionJpeg, "mjpeg", "yuvj422p", "bt470bg", "pc", 3, true,
+    {"MovAnimation", FILTER_MOVIE, host::movieCodecAnimation, "qtrle", "rgb24", "bt709", "iec61966-2-1",
+     "gbr", "", 0, false, false},
+    {"MovRaw", FILTER_MOVIE, host::movieCodecRaw, "rawvideo", "rgb24", "bt709", "iec61966-2-1", "gbr", "", 0,
+     true, false},
+    {"AviMpeg4", FILTER_AVI, host::movieCodecMpeg4, "mpeg4", "yuv420p", "bt709", "bt709", "smpte170m", "tv",
+     4, true, true},
+    {"AviJpeg", FILTER_AVI, host::movieCodecMotionJpeg, "mjpeg", "yuvj422p", "", "", "bt470bg", "pc", 3, true,
      false},
-    {"MovPng", FILTER_MOVIE, host::movieCodecPng, "png", "rgb24", "", "pc", 0, false, false},
-    {"MovAnimation", FILTER_MOVIE, host::movieCodecAnimation, "qtrle", "rgb24", "", "", 0, false, false},
-    {"MovRaw", FILTER_MOVIE, host::movieCodecRaw, "rawvideo", "rgb24", "", "", 0, true, false},
-    {"AviMpeg4", FILTER_AVI, host::movieCodecMpeg4, "mpeg4", "yuv420p", "unknown", "", 4, true, true},
-    {"AviJpeg", FILTER_AVI, host::movieCodecMotionJpeg, "mjpeg", "yuvj422p", "bt470bg", "pc", 3, true, false},
-    {"AviFfv1", FILTER_AVI, host::movieCodecFfv1, "ffv1", "bgr0", "", "", 0, false, false},
-    {"AviPng", FILTER_AVI, host::movieCodecPng, "png", "rgb24", "", "pc", 0, false, false},
-    {"AviRaw", FILTER_AVI, host::movieCodecRaw, "rawvideo", "bgr24", "", "", 0, false, false},
+    {"AviFfv1", FILTER_AVI, host::movieCodecFfv1, "ffv1", "bgr0", "", "", "", "", 0, false, false},
+    {"AviPng", FILTER_AVI, host::movieCodecPng, "png", "rgb24", "", "", "", "pc", 0, false, false},
+    {"AviRaw", FILTER_AVI, host::movieCodecRaw, "rawvideo", "bgr24", "", "", "", "", 0, false, false},
 };
+
+/// ffprobe's word, empty where it knows none.
+std::string tagOf(std::map<std::string, std::string>& facts, const char* name) {
+  return facts[name] == "unknown" || facts[name] == "N/A" ? "" : facts[name];
+}
 
 int evenIf(bool even, int side) {
   return even ? side + side % 2 : side;
@@ -68,12 +84,10 @@ TEST_P(MovieFormats, CodecSizeLengthAndColours) {
   EXPECT_EQ(facts["r_frame_rate"], "25/1");
   EXPECT_EQ(facts["avg_frame_rate"], "25/1");
   EXPECT_NEAR(std::atof(facts["duration"].c_str()), 0.2, 1e-4);
-  if (*GetParam().matrix) {
-    EXPECT_EQ(facts["color_space"], GetParam().matrix);
-  }
-  if (*GetParam().range) {
-    EXPECT_EQ(facts["color_range"], GetParam().range);
-  }
+  EXPECT_EQ(tagOf(facts, "color_primaries"), GetParam().primaries);
+  EXPECT_EQ(tagOf(facts, "color_transfer"), GetParam().transfer);
+  EXPECT_EQ(tagOf(facts, "color_space"), GetParam().matrix);
+  EXPECT_EQ(tagOf(facts, "color_range"), GetParam().range);
   const auto frames = decode(file(), 64, 48);
   ASSERT_EQ(frames.size(), 5u);
   for (int frame = 0; frame < 5; ++frame)
@@ -155,19 +169,50 @@ TEST(MovieDefaults, TheIndexOfH264ComesBeforeTheFrames) {
   EXPECT_LT(text.find("moov"), text.find("mdat"));
 }
 
-TEST(MovieDefaults, LargeUnmarkedPicturesHaveTheMatrixThatPlayersAssume) {
+// Players that do not look at the tag go by the size; those that do find the same.
+TEST(MovieDefaults, TheMatrixOfMpeg4IsTaggedAndTheOneThatPlayersAssume) {
   NEEDS_FFMPEG();
   Folder folder;
   MovieRequest request;
   request.format = FILTER_AVI;
-  request.width = 1280;
-  request.height = 720;
   request.frames = 1;
+  for (const auto& [width, height, matrix] :
+       {std::tuple(1280, 720, "bt709"), {720, 578, "bt709"}, {720, 576, "smpte170m"}}) {
+    SCOPED_TRACE(height);
+    request.width = width;
+    request.height = height;
+    writeMovie(folder.file("a.avi"), request);
+    EXPECT_EQ(probe(folder.file("a.avi"))["color_space"], matrix);
+    const auto frames = decode(folder.file("a.avi"), width, height);
+    ASSERT_EQ(frames.size(), 1u);
+    expectFrame(frames[0], width, height, 0, 4);
+  }
+}
+
+// Every key frame says it, so that a player may begin anywhere; the file has no trouble with the longer
+// frames.
+TEST(MovieDefaults, EveryKeyFrameOfMpeg4IsTagged) {
+  NEEDS_FFMPEG();
+  Folder folder;
+  MovieRequest request;
+  request.format = FILTER_AVI;
+  request.frames = 12;
+  request.options[host::movieKeyDistanceKey] = 4;
   writeMovie(folder.file("a.avi"), request);
-  const auto frames =
-      decode(folder.file("a.avi"), 1280, 720, std::string(accurate) + ":in_color_matrix=bt709");
-  ASSERT_EQ(frames.size(), 1u);
-  expectFrame(frames[0], 1280, 720, 0, 4);
+  const std::vector<std::byte> bytes = bytesOf(folder.file("a.avi"));
+  // The header of a visual object: video, unspecified format, limited range, Rec. 709, Rec. 709, SMPTE 170M.
+  constexpr unsigned char wanted[] = {0, 0, 1, 0xB5, 0x89, 0x1D, 0x40, 0x40, 0x41, 0x9F};
+  int tagged = 0, headers = 0;
+  for (std::size_t at = 0; at + sizeof wanted <= bytes.size(); ++at) {
+    if (std::memcmp(&bytes[at], wanted, 4) == 0) ++headers;
+    if (std::memcmp(&bytes[at], wanted, 4) == 0 && std::memcmp(&bytes[at + 5], wanted + 5, 5) == 0) ++tagged;
+  }
+  const std::string flags =
+      outputOf("ffprobe -v error -show_entries packet=flags -of csv=p=0 " + quoted(folder.file("a.avi")));
+  EXPECT_GE(headers, 3);
+  EXPECT_EQ(headers, std::count(flags.begin(), flags.end(), 'K'));
+  EXPECT_EQ(tagged, headers);
+  EXPECT_EQ(decode(folder.file("a.avi"), 64, 48).size(), 12u);
 }
 
 TEST(MovieAlpha, WhereTheCodecHasOne) {
