@@ -135,12 +135,15 @@ TEST_F(RegionTest, OtherViewsThanTheActiveOneStayAsTheyAre) {
 TEST_F(RegionTest, ALockedBoxIsDrawnAndStaysWhereItIs) {
   setViewAndFormat(800, 600);
   setRegion(0.25, 0.25, 0.5);
+  EXPECT_EQ(cursorAt(200, 200), MOUSE_MOVE) << "the hook knows its box";
   store(LM_LOCK, 1);
   EXPECT_EQ(drawnBox(), (Box{200, 150, 600, 449}));
   EXPECT_EQ(cursorAt(200, 200), 0);
   EXPECT_FALSE(press(200, 200, {moveTo(300, 200), release(300, 200)}));
   EXPECT_EQ(region().GetReal(LM_REGION_X), 0.25);
   EXPECT_EQ(pumped, 0);
+  store(LM_LOCK, 0);
+  EXPECT_TRUE(press(200, 200, {release(200, 200)})) << "unlocked the same press is a drag";
 }
 
 // ---- The box
