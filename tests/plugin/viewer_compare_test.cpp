@@ -39,14 +39,18 @@ class CompareTest : public ViewerFixture {
   static constexpr LONG W = 21, H = 16;
 };
 
-TEST_F(CompareTest, SideBySideSplitsAtTheSlider) {
+TEST_F(CompareTest, SplitsStandAtTheSlider) {
   putPictures();
-  for (const Real slider : {-1.0, -0.5, -0.01, 0.0, 0.3, 0.999, 1.0}) {
-    view().HistoryPrepare(slider, 0);
-    const auto split = static_cast<LONG>(std::floor(W * 0.5 * (slider + 1)));
-    for (LONG y = 0; y < H; ++y) {
-      for (LONG x = 0; x < W; ++x)
-        ASSERT_EQ(pixelOf(display(), x, y), (x < split ? B : A)) << slider << ": " << x << ", " << y;
+  for (const LONG style : {0, 1}) { // side by side, top and bottom
+    const LONG side = style == 0 ? W : H;
+    for (const Real slider : {-1.0, -0.5, -0.01, 0.0, 0.3, 0.999, 1.0}) {
+      view().HistoryPrepare(slider, style);
+      const auto split = static_cast<LONG>(std::floor(side * 0.5 * (slider + 1)));
+      for (LONG y = 0; y < H; ++y) {
+        for (LONG x = 0; x < W; ++x)
+          ASSERT_EQ(pixelOf(display(), x, y), ((style == 0 ? x : y) < split ? B : A))
+              << style << ", " << slider << ": " << x << ", " << y;
+      }
     }
   }
 }
@@ -56,18 +60,6 @@ TEST_F(CompareTest, TheMiddleSplitsAtHalfTheWidthRoundedDown) {
   view().HistoryPrepare(0.0, 0);
   EXPECT_EQ(pixelOf(display(), 9, 0), B);
   EXPECT_EQ(pixelOf(display(), 10, 0), A);
-}
-
-TEST_F(CompareTest, TopAndBottomSplitsAtTheSlider) {
-  putPictures();
-  for (const Real slider : {-1.0, -0.5, 0.0, 0.3, 1.0}) {
-    view().HistoryPrepare(slider, 1);
-    const auto split = static_cast<LONG>(std::floor(H * 0.5 * (slider + 1)));
-    for (LONG y = 0; y < H; ++y) {
-      for (LONG x = 0; x < W; ++x)
-        ASSERT_EQ(pixelOf(display(), x, y), (y < split ? B : A)) << slider << ": " << x << ", " << y;
-    }
-  }
 }
 
 TEST_F(CompareTest, TheEndsShowOneOnly) {
