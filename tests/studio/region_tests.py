@@ -356,8 +356,7 @@ def region_picture(run):
         own = scene["extras"]["lumenara"]
         values = own["renderData"][own["activeRenderData"]]["container"]
         for entry in values:
-            if entry[0] in (5008, 5009):
-                entry[2] = w if entry[0] == 5008 else h
+            entry[2] = {5008: w, 5009: h, 7100: 4}.get(entry[0], entry[2])
         values.append([7101, "real", 0.0])  # every pixel gets all of its samples
     save(run, studio)
     run.rewrite(format_of_the_view)
