@@ -102,6 +102,10 @@ class Photographer:
     def save_window(self, file):
         self.save(self.studio.get(name="studio")["place"], file)
 
+    def viewer_place(self):
+        """The viewer with its title: the dock and the dialog in it have one name."""
+        return max((t["place"] for t in self.studio.things() if t["name"] == DIALOG), key=lambda place: place[3])
+
     def image(self, name):
         return ROOT / "docs" / "images" / f"{name}.jpg"
 
@@ -123,7 +127,7 @@ class Photographer:
         self.finished()
         time.sleep(8)
         self.save_window(self.image("studio-finished"))
-        self.save(self.studio.get(name=DIALOG)["place"], self.manual("viewer"))
+        self.save(self.viewer_place(), self.manual("viewer"))
 
     def light(self):
         self.start(theme="light")
@@ -137,7 +141,7 @@ class Photographer:
         self.studio.menu("Mode", "Region")
         time.sleep(2)
         self.finished()
-        view, dialog = self.studio.get(name="editor-view")["place"], self.studio.get(name=DIALOG)["place"]
+        view, dialog = self.studio.get(name="editor-view")["place"], self.viewer_place()
         top = min(view[1], dialog[1])
         bottom = dialog[1] + dialog[3]
         self.save((view[0], top, dialog[0] + dialog[2] - view[0], bottom - top), self.manual("region"))
@@ -155,11 +159,15 @@ class Photographer:
         return list((self.home / "plugins" / "Lumenara" / "history").glob("*.tif"))
 
     def compare(self):
-        """Two pictures of one size, without and with global illumination, with the time that each took."""
-        self.set("LM_STAMP_RENDER_TIME", 1)
-        self.set("LM_STAMP_DOCUMENT", 1)
-        for light in (0, 1):
+        """Two pictures of one size, without and with global illumination, and what they are written into them."""
+        self.set("LM_VIEW_SIZE", 3)
+        self.set("LM_STAMP_CUSTOM1", 1)
+        # Each where its own part of the composed picture is.
+        for light, text, place in ((0, "direct light", 2), (1, "all light", 0)):
             self.set("LM_OPT_15014", light)
+            self.set("LM_STAMP_TEXT1", text)
+            self.set("LM_STAMP_CUSTOM1_H", place)
+            self.set("LM_STAMP_CUSTOM1_V", place)
             self.start()
             self.keep()
             self.studio.close()
@@ -173,7 +181,7 @@ class Photographer:
             self.studio.menu("Mode", "Compare")
             time.sleep(2)
             self.away()
-            self.save(self.studio.get(name=DIALOG)["place"], self.manual(name))
+            self.save(self.viewer_place(), self.manual(name))
         self.studio.menu("History", "View Difference")
         self.studio.get(name="pictureViewer", seconds=30)
         time.sleep(2)
@@ -201,7 +209,9 @@ class Photographer:
         self.save_modal("options")
         self.studio.menu("Options", "Render Animation...")
         self.modal()
-        self.studio.enter("gadget-14001", "/home/me/renders/turn.jpg")
+        wait_for("the file name's focus", lambda: self.studio.get(name="gadget-14001")["focus"])
+        self.studio.write("renders/turn.jpg")
+        self.studio.key("Tab")
         self.save_modal("animation", close=False)
         self.studio.click(name="gadget-14010")
         self.save_window_of("JPEG Settings", "jpeg")
