@@ -1,6 +1,7 @@
 #include "embree_device.h"
 
 #include <atomic>
+#include <mutex>
 #include <new>
 
 #include "worker_threads.h"
@@ -16,12 +17,17 @@ struct Device {
   }
 };
 
-// ThreadSanitizer does not see how the library hands its data from one joining thread to another and would
-// report each hand-over; under it one worker builds alone.
+// ThreadSanitizer does not see how the library hands its data from one thread to another and would report
+// each hand-over; under it one worker builds alone, and builds take turns.
 #if defined(__SANITIZE_THREAD__)
 constexpr bool joinBuilds = false;
+std::mutex turns;
+class Turn {
+  const std::lock_guard<std::mutex> lock_{turns};
+};
 #else
 constexpr bool joinBuilds = true;
+struct Turn {};
 #endif
 
 struct BuildState {
@@ -53,6 +59,7 @@ EmbreeScene::EmbreeScene(RTCSceneFlags flags, RTCBuildQuality quality) : scene_(
 
 bool EmbreeScene::build(int workers, const std::function<bool()>& stopped) {
   BuildState state{stopped};
+  [[maybe_unused]] const Turn turn;
   rtcSetSceneProgressMonitorFunction(scene_, goesOn, &state);
   if (workers <= 1 || !joinBuilds)
     rtcJoinCommitScene(scene_);
