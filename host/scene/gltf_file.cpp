@@ -305,8 +305,7 @@ BytesPtr readWholeFile(const Filename& file, std::size_t mostBytes) {
   const fs::path path = pathOf(file);
   std::error_code code;
   const fs::file_status status = fs::status(path, code);
-  if (status.type() == fs::file_type::not_found)
-    throw SceneError(name + " is not there", "Check the name.");
+  if (status.type() == fs::file_type::not_found) throw SceneError(name + " is not there", "Check the name.");
   if (fs::is_directory(status)) throw SceneError(name + " is a folder", "Choose the scene file inside it.");
   if (status.type() == fs::file_type::none)
     throw SceneError(name + " cannot be read: " + code.message(), "Check your rights to the folder.");
