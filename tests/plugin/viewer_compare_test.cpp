@@ -170,6 +170,20 @@ TEST_F(CompareTest, CentredPicturesThatAreSmaller) {
   }
 }
 
+TEST_F(CompareTest, WithoutSettingsPicturesAreScaledElseCentred) {
+  fillBitmap(*view().imageA, 5, 4, A);
+  fillBitmap(*view().imageB, W, H, B);
+  BaseContainer& data = *viewer->settings.GetDataInstance();
+  data.RemoveData(LM_COMPARE_SCALE);
+  data.RemoveData(LM_COMPARE_CENTER);
+  view().HistoryPrepare(-1.0, 0);
+  EXPECT_TRUE(isFilled(display(), A));
+  data.SetLong(LM_COMPARE_SCALE, 0);
+  view().HistoryPrepare(-1.0, 0);
+  EXPECT_EQ(pixelOf(display(), 0, 0), BLACK);
+  EXPECT_EQ(pixelOf(display(), W / 2, H / 2), A);
+}
+
 // An odd rest: the column bound comes one column early, the row bound lets one row more through.
 TEST_F(CompareTest, CentredBoundsAreNotAlike) {
   place(0, 1);
