@@ -13,6 +13,7 @@
 
 #include "lm_thread.h"
 #include "picture_decode.h"
+#include "platform.h"
 
 namespace batch {
 namespace {
@@ -67,13 +68,6 @@ int ownerOfUnfinished(const AnimationTarget& target, const std::string& name) {
   return fits && frame >= 0 && number >= 0 ? process : 0;
 }
 
-/// Where the system does not tell, no process has.
-bool hasEnded(int process) {
-  std::error_code failed;
-  return fs::exists("/proc/self", failed) && !fs::exists("/proc/" + std::to_string(process), failed) &&
-         !failed;
-}
-
 using Bytes = std::span<const std::byte>;
 
 /// The flat picture of a layered document, which is stored as it is; empty when the archive has no end.
@@ -106,7 +100,7 @@ void removeAbandoned(const AnimationTarget& target) {
   std::error_code ignored;
   for (fs::directory_iterator entry(folder, ignored), end; entry != end; entry.increment(ignored)) {
     const int owner = ownerOfUnfinished(target, entry->path().filename().string());
-    if (owner > 0 && hasEnded(owner)) fs::remove(entry->path(), ignored);
+    if (owner > 0 && host::platform::hasEnded(owner)) fs::remove(entry->path(), ignored);
   }
 }
 

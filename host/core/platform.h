@@ -73,5 +73,7 @@ std::uint64_t physicalMemory() noexcept;
 
 /// A number that tells this process from others that run now.
 long processNumber() noexcept;
+/// Whether no process has this number, which is above 0, any more.
+bool hasEnded(long processNumber) noexcept;
 
 } // namespace host::platform

@@ -155,4 +155,8 @@ long processNumber() noexcept {
   return static_cast<long>(getpid());
 }
 
+bool hasEnded(long processNumber) noexcept {
+  return kill(static_cast<pid_t>(processNumber), 0) != 0 && errno == ESRCH; // 0: asks, sends nothing
+}
+
 } // namespace host::platform

@@ -185,7 +185,7 @@ LoadedPicture loadPictureBytes(std::span<const std::byte> file, const std::strin
   try {
     return decode(file, name);
   } catch (const std::bad_alloc&) {
-    return {IMAGERESULT_OUTOFMEMORY, "Not enough memory for a picture. Use a smaller one.", nullptr};
+    return {IMAGERESULT_OUTOFMEMORY, "Not enough memory for a picture. Use a smaller one.", nullptr, true};
   } catch (...) { // the image library's own
     return {IMAGERESULT_FILESTRUCTURE, "A picture is damaged. Save it again from the program that made it.",
             nullptr};

@@ -18,6 +18,7 @@ struct LoadedPicture {
   IMAGERESULT result = IMAGERESULT_OK;
   std::string error;                             // a sentence for the user; empty when all is well
   std::shared_ptr<const DecodedPicture> picture; // null after a failure
+  bool shortage = false; // memory ran out on the way; the picture itself may be a good one
 };
 
 /// Decodes bytes; see decodePicture. Results: WRONGTYPE no picture we read, FILESTRUCTURE damaged,

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cstring>
+#include <exception>
 #include <new>
 
 #include "hardware_preview.h"
@@ -178,7 +179,10 @@ const bool freedAtShutdown =
 } // namespace
 
 void host::freeRenderCaches() {
-  render::freeHardwarePreview();
-  render::TextureLoader::shared().forgetUnused();
-  render::SceneCache::shared().clear();
+  try {
+    render::freeHardwarePreview();
+    render::TextureLoader::shared().forgetUnused();
+    render::SceneCache::shared().clear();
+  } catch (const std::exception&) { // what there was no memory to make holds nothing
+  }
 }

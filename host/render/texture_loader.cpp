@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <chrono>
 #include <new>
+#include <utility>
 
+#include "picture_load.h"
 #include "platform.h"
 
 namespace host::render {
@@ -68,8 +70,10 @@ void TextureLoader::dropUnused() {
 
 void TextureLoader::decode(Job& job) {
   try {
-    const auto decoded = decodePicture(*job.picture->bytes, job.picture->name, &job.error);
-    if (decoded) job.texture = std::make_shared<const Texture>(*decoded, job.space);
+    LoadedPicture loaded = loadPictureBytes(*job.picture->bytes, job.picture->name);
+    job.error = std::move(loaded.error);
+    job.outOfMemory = loaded.shortage;
+    if (loaded.picture) job.texture = std::make_shared<const Texture>(*loaded.picture, job.space);
   } catch (const std::bad_alloc&) {
     job.outOfMemory = true;
   }

@@ -81,6 +81,8 @@ def allowed_areas(area):
     host -= {"host/qt"} if area not in ("tests/qt", "bench/studio") else set()
     if area == "tests/module":
         return host | {area, "tests/support"}
+    if area == "tests/batch_units":  # the program's units on the plug-in's fixtures
+        return host | {"source", area, "apps/batch", "tests/plugin", "tests/support"}
     return host | {"source", area, "tests/support"} if top == "tests" else host | {"source", area}
 
 
