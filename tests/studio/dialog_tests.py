@@ -179,6 +179,7 @@ def options_by_keys(run):
 
 def optimizations_by_keys(run):
     """Each change of the live dialog reaches the viewer, which renders again."""
+    run.set("LM_VIEW_SIZE", 2)
     studio = run.viewer()
     set_auto(studio, True)
     full = studio.settled()
