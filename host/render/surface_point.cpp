@@ -17,6 +17,26 @@ Vec2 toVec2(const Float2& v) {
   return {v[0], v[1]};
 }
 
+/// The shading normal, or where it would mirror the viewer below the surface, whose light is lost, one that
+/// leans back towards the surface's own until the mirror image stands above it. That happens along the
+/// outlines of coarse meshes and in steep normal maps. All are unit vectors, the viewer above the surface.
+Vec3 leanBack(Vec3 normal, Vec3 geometric, Vec3 viewer) {
+  const float slant = dot(viewer, geometric), least = std::min(0.9f * slant, 0.01f);
+  const auto mirrored = [&](Vec3 n) { return 2 * dot(n, viewer) * dot(n, geometric) - slant; };
+  if (mirrored(normal) >= least) return normal;
+  Vec3 leaned = geometric;
+  float low = 0, high = 1; // how far; the surface's own normal mirrors the viewer to the height that it has
+  for (int i = 0; i < 6; ++i) {
+    const float middle = 0.5f * (low + high);
+    const Vec3 n = normalize(normal * (1 - middle) + geometric * middle);
+    if (mirrored(n) >= least)
+      leaned = n, high = middle;
+    else
+      low = middle;
+  }
+  return leaned;
+}
+
 } // namespace
 
 void RayScene::surfaceAt(const Ray& ray, const Hit& hit, float coneWidth, Surface& out) const {
@@ -157,9 +177,7 @@ void RayScene::applyNormalMaps(const Hit& hit, Vec3 viewer, Surface& s) const {
       }
     }
   }
-  // A normal that turns away from the viewer would lose light: bring it back to the horizon.
-  const float c = dot(s.normal, viewer);
-  if (c < 0.01f) s.normal = normalize(s.normal + viewer * (0.02f - c));
+  s.normal = leanBack(s.normal, s.geometric, viewer);
 }
 
 } // namespace host::render

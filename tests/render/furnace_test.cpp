@@ -54,6 +54,25 @@ TEST(Furnace, WhiteSurfacesReturnEverything) {
       }
 }
 
+// The smooth normals of a coarse mesh lean far over along its outline.
+TEST(Furnace, CoarseMeshesHaveNoDarkOutline) {
+  for (const bool metal : {false, true}) {
+    SCOPED_TRACE(metal);
+    Scene scene;
+    scene.sky(1);
+    SurfaceMaterial& m = *scene.materials[0];
+    m.metallic = metal, m.roughness = 0.05f;
+    scene.add(ball(1, 10));
+    scene.lookAt({0, 0, 5}, {0, 0, 0}, true, 1.1f);
+    const Result picture = draw(scene, 96, 64);
+    float darkest = 1;
+    for (int y = 0; y < 96; ++y)
+      for (int x = 0; x < 96; ++x)
+        darkest = std::min(darkest, picture.at(x, y).x);
+    EXPECT_GT(darkest, 0.85);
+  }
+}
+
 TEST(Furnace, GreySurfacesReturnTheirShare) {
   const Vec3 c = furnace(
       [](SurfaceMaterial& m) {
