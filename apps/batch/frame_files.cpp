@@ -55,17 +55,21 @@ std::vector<char> readBytes(const Filename& file) {
   return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
 }
 
-/// The process that was writing a frame's picture under this name, ".shot0012.4711-3.tmp.tif"; 0 when it is
+/// The process that was writing a frame's picture under this name, ".shot0012.tif.4711-3.tmp"; 0 when it is
 /// no such name.
 int ownerOfUnfinished(const AnimationTarget& target, const std::string& name) {
   const fs::path file(target.file.GetString().GetUTF8());
-  const std::string start = "." + file.stem().string(), end = ".tmp" + file.extension().string();
-  if (name.size() <= start.size() + end.size() || !name.starts_with(start) || !name.ends_with(end)) return 0;
-  const std::string middle = name.substr(start.size(), name.size() - start.size() - end.size());
-  int frame = -1, process = 0, number = -1, length = 0;
-  const bool fits = std::sscanf(middle.c_str(), "%9d.%9d-%9d%n", &frame, &process, &number, &length) == 3 &&
-                    static_cast<std::size_t>(length) == middle.size();
-  return fits && frame >= 0 && number >= 0 ? process : 0;
+  const std::string start = "." + file.stem().string(), suffix = file.extension().string();
+  if (!name.starts_with(start)) return 0;
+  int frame = -1, digits = 0;
+  if (std::sscanf(name.c_str() + start.size(), "%9d%n", &frame, &digits) != 1 || frame < 0) return 0;
+  const std::string rest = name.substr(start.size() + static_cast<std::size_t>(digits));
+  if (!rest.starts_with(suffix)) return 0;
+  int process = 0, number = -1, length = 0;
+  const bool fits =
+      std::sscanf(rest.c_str() + suffix.size(), ".%9d-%9d.tmp%n", &process, &number, &length) == 2 &&
+      suffix.size() + static_cast<std::size_t>(length) == rest.size();
+  return fits && number >= 0 ? process : 0;
 }
 
 using Bytes = std::span<const std::byte>;

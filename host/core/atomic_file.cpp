@@ -29,15 +29,16 @@ fs::path behindLink(const fs::path& path) {
   return file;
 }
 
-// ".name.<process>-<number>.tmp.suffix" beside the target, short enough for any file system.
+// ".name.suffix.<process>-<number>.tmp" beside the target, short enough for any file system. What a killed
+// program leaves has not the target's suffix, so that nobody lists it among whole files.
 fs::path temporaryFor(const fs::path& target) {
   static std::atomic<unsigned> number{0};
   std::string stem = target.stem().string();
   if (stem.size() > 100) stem.resize(utf8::offset(stem, 25));
   std::string suffix = target.extension().string();
   if (suffix.size() > 30) suffix.clear();
-  return target.parent_path() / ("." + stem + "." + std::to_string(platform::processNumber()) + "-" +
-                                 std::to_string(++number) + ".tmp" + suffix);
+  return target.parent_path() / ("." + stem + suffix + "." + std::to_string(platform::processNumber()) + "-" +
+                                 std::to_string(++number) + ".tmp");
 }
 
 } // namespace

@@ -29,7 +29,7 @@ class AtomicFile {
   /// From the start. Not for devices and pipes.
   bool seek(long long position);
 
-  /// Where it is written, with the target's suffix. For a library that opens files itself: `open`,
+  /// Where it is written, a hidden file of the suffix "tmp". For a library that opens files itself: `open`,
   /// `closeForOthers`, let it write here, `commit`.
   const Filename& temporary() const noexcept { return temporary_; }
   bool closeForOthers();

@@ -263,6 +263,7 @@ PictureViewer& MainWindow::pictureViewer() {
     pictures_ = new PictureViewer(session_, nullptr);
     connect(pictures_, &PictureViewer::renderWanted, commands_->action(QStringLiteral("render.picture")),
             &QAction::trigger);
+    pictures_->addAction(commands_->action(QStringLiteral("file.quit")));
   }
   return *pictures_;
 }

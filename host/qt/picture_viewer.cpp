@@ -135,6 +135,10 @@ void PictureViewer::buildToolBar() {
   full_->setCheckable(true);
   // They go on working when the bar is hidden.
   addActions(bar_->actions());
+  auto* shut = new QAction(tr("Close"), this);
+  shut->setShortcut(key("Ctrl+W"));
+  connect(shut, &QAction::triggered, this, &QWidget::close);
+  addAction(shut);
 }
 
 QWidget* PictureViewer::buildStatus() {

@@ -87,15 +87,15 @@ TEST_F(Animate, AKilledRunLeavesWholeFramesAndGoesOn) {
     }
     EXPECT_GE(there, 3u);
     EXPECT_LT(there, 20u) << "it was killed too late";
-    writeFile(out(".shot0004.999999999-7.tmp.bmp"), "half a frame");   // of a program that is gone
-    writeFile(out(".shot0005.1-7.tmp.bmp"), "another's");              // of one that runs
-    writeFile(out(".shotgun0004.999999999-7.tmp.bmp"), "not a frame"); // of another animation
+    writeFile(out(".shot0004.bmp.999999999-7.tmp"), "half a frame");   // of a program that is gone
+    writeFile(out(".shot0005.bmp.1-7.tmp"), "another's");              // of one that runs
+    writeFile(out(".shotgun0004.bmp.999999999-7.tmp"), "not a frame"); // of another animation
 
     const Outcome rest = animate("shot.bmp", "0:19", {"--size", "300x300", "--resume"});
     EXPECT_EQ(linesWith(rest.err, std::to_string(20 - there) + " of 20 frames are still to be rendered"), 1)
         << rest.err;
-    EXPECT_TRUE(fs::remove(out(".shot0005.1-7.tmp.bmp")));
-    EXPECT_TRUE(fs::remove(out(".shotgun0004.999999999-7.tmp.bmp")));
+    EXPECT_TRUE(fs::remove(out(".shot0005.bmp.1-7.tmp")));
+    EXPECT_TRUE(fs::remove(out(".shotgun0004.bmp.999999999-7.tmp")));
     EXPECT_EQ(written().size(), 20u);
     for (const std::string& name : written()) {
       EXPECT_TRUE(readFile(out(name)) == whole[name]) << name;

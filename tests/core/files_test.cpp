@@ -282,7 +282,7 @@ TEST(AtomicFile, ReplacesWholeAndKeepsTheRights) {
     EXPECT_TRUE(file.write("N"));
     EXPECT_EQ(readText(target), "old") << "nobody sees it before it is done";
     EXPECT_EQ(file.temporary().GetDirectory(), folder.path());
-    EXPECT_TRUE(file.temporary().CheckSuffix("txt"));
+    EXPECT_TRUE(file.temporary().CheckSuffix("tmp")) << "what is left of it is no file of the target's kind";
     EXPECT_TRUE(file.commit()) << file.error();
   }
   EXPECT_EQ(readText(target), "New text");

@@ -198,6 +198,12 @@ TEST_F(PictureViewerTest, FullScreenIsThePictureAlone) {
   EXPECT_TRUE(viewer->list().isVisible());
 }
 
+TEST_F(PictureViewerTest, AKeyClosesIt) {
+  ASSERT_TRUE(viewer->isVisible());
+  QTest::keyClick(viewer.get(), Qt::Key_W, Qt::ControlModifier);
+  EXPECT_FALSE(viewer->isVisible());
+}
+
 TEST_F(PictureViewerTest, KeysZoom) {
   session->pictures().show(*picture(40, 30, 1), "one");
   settle();
