@@ -79,7 +79,7 @@ void lmUserArea::CleanupHistory(LONG keep) {
 }
 
 void lmUserArea::AddToHistory() {
-  if (!display || !image || image->GetBw() < 1) return; // nothing was rendered yet
+  if (!display) return;
   if (!GeFExist(historyFolder, TRUE)) GeFCreateDir(historyFolder);
   CleanupHistory(settings->GetValue(LM_HISTORY_SIZE, 10) - 1);
   display->Save(GetNextFilename(historyFolder, ""), FILTER_TIF);

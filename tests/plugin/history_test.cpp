@@ -259,12 +259,22 @@ TEST_F(HistoryTest, AFolderThatCannotBeMadeIsToldByTheConsole) {
   EXPECT_NE(console[0].find("Check the folder"), std::string::npos) << console[0];
 }
 
-TEST_F(HistoryTest, WithoutAnImageNothingIsAdded) {
+// A comparison of pictures of an earlier day, for example.
+TEST_F(HistoryTest, WhatTheViewShowsIsAddedAlsoWithoutARender) {
   openEnabled(16, 12);
-  addHistoryFile("a.tif", 1);
-  setOption(LM_HISTORY_SIZE, 1);
+  ASSERT_EQ(view().image->GetBw(), 0);
+  view().display->SetPixel(3, 4, 10, 200, 30);
   view().AddToHistory();
-  EXPECT_EQ(historyNames(), (Names{"a.tif"}));
+  ASSERT_EQ(historyNames(), (Names{"[001].tif"}));
+  AutoAlloc<BaseBitmap> added;
+  ASSERT_EQ(added->Init(historyFolder() + "[001].tif"), IMAGERESULT_OK);
+  UWORD r = 0, g = 0, b = 0;
+  added->GetPixel(3, 4, &r, &g, &b);
+  EXPECT_EQ(added->GetBw(), 16);
+  EXPECT_EQ(added->GetBh(), 12);
+  EXPECT_EQ(r, 10);
+  EXPECT_EQ(g, 200);
+  EXPECT_EQ(b, 30);
 }
 
 TEST_F(HistoryTest, NamesComeFromTheRenderedDocument) {
