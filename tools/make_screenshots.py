@@ -23,7 +23,7 @@ from studio_driver import Display, Studio, require_tools, wait_for  # noqa: E402
 
 DIALOG, OPTIMIZATIONS, REFRESH = "dialog-1021442-0", "dialog-1021446-0", "gadget-1109"
 SIZE = (1500, 940)
-SAMPLES = 24  # a pixel; enough for pictures of this size
+SAMPLES = 64  # a pixel; enough for pictures of this size
 
 
 def scene_with_samples(folder):
