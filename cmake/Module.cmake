@@ -4,6 +4,7 @@
 #
 # makes for host/scene the OBJECT library host_scene from all its .cpp files, and host_scene_api, which carries the
 # folder's include root (and, through the folders it uses, theirs). A folder without sources has only the latter.
+# A folder may have sub-folders, one level deep: their files belong to it, and each is one more include root of it.
 include_guard(GLOBAL)
 
 # Lower folders first. Each line: folder, then what it may use directly.
@@ -42,12 +43,19 @@ function(lumenara_module name)
   set(apis ${arg_USES})
   list(TRANSFORM apis REPLACE "(.+)" "host_\\1_api")
 
+  file(GLOB headers CONFIGURE_DEPENDS "*/*.h")
+  set(roots "${CMAKE_CURRENT_SOURCE_DIR}")
+  foreach(header IN LISTS headers)
+    get_filename_component(root "${header}" DIRECTORY)
+    list(APPEND roots "${root}")
+  endforeach()
+  list(REMOVE_DUPLICATES roots)
   add_library(host_${name}_api INTERFACE)
-  target_include_directories(host_${name}_api INTERFACE "${CMAKE_CURRENT_SOURCE_DIR}")
+  target_include_directories(host_${name}_api INTERFACE ${roots})
   target_link_libraries(host_${name}_api INTERFACE ${apis})
   set_property(GLOBAL APPEND PROPERTY LUMENARA_MODULES ${name})
 
-  file(GLOB sources CONFIGURE_DEPENDS "*.cpp")
+  file(GLOB sources CONFIGURE_DEPENDS "*.cpp" "*/*.cpp")
   if(sources)
     add_library(host_${name} OBJECT ${sources})
     target_link_libraries(host_${name} PRIVATE host_${name}_api ${arg_LINKS} lumenara_warnings)

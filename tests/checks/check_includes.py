@@ -56,7 +56,7 @@ LINUX_ONLY = re.compile(r'__linux|__gnu_linux__|"/proc/|"/sys/|\b_GNU_SOURCE\b')
 
 
 def area_of(path):
-    """host/scene/x.cpp -> host/scene, tests/core/x.cpp -> tests/core, source/x.cpp -> source."""
+    """host/scene/x.cpp and host/scene/gltf/x.cpp -> host/scene, tests/core/x.cpp -> tests/core, source/x.cpp -> source."""
     parts = path.parts
     return "/".join(parts[:2]) if parts[0] in ("host", "apps", "tests", "bench") and len(parts) > 2 else parts[0]
 
@@ -144,13 +144,20 @@ def check_names(headers_by_path):
             yield f"{path}: has the name of a standard header"
 
 
+def check_depth(paths):
+    """A folder of the host has one level of sub-folders; the build takes no file from deeper ones."""
+    for path in paths:
+        if path.parts[0] == "host" and len(path.parts) > 4:
+            yield f"{path}: stands too deep; a folder of the host has one level of sub-folders"
+
+
 def check_tree(root):
     paths = list(sources_of(root))
     headers = {}
     for path in paths:
         if path.suffix == ".h":
             headers.setdefault(path.name, set()).add(area_of(path))
-    faults = list(check_names([path for path in paths if path.suffix == ".h"]))
+    faults = list(check_names([path for path in paths if path.suffix == ".h"])) + list(check_depth(paths))
     for path in paths:
         faults += check_file(root, path, headers)
     return faults, len(paths)
