@@ -11,12 +11,16 @@ namespace host::platform {
 
 /// The file of the running program; empty when unknown.
 Filename programPath();
+/// The file of the host's library: of the program where the host is linked into it. Absolute; empty when
+/// unknown.
+Filename libraryPath();
 /// The folder for this user's data of programs: "<it>/Lumenara Studio" is ours. Empty when there is none.
 Filename userDataFolder();
 
 /// The end of a module's file name, without the point.
 const char* moduleSuffix() noexcept;
-/// Loads a module, its symbols for itself only, every one resolved. Null with a reason.
+/// Loads a module, its symbols for itself only, every one resolved. Null with a reason; a file that was cut
+/// short is refused as well.
 void* loadModule(const Filename& file, std::string& error);
 /// Null when the module has no such symbol.
 void* findSymbol(void* module, const char* name) noexcept;

@@ -2,7 +2,9 @@
 #include "platform.h"
 
 #include <dlfcn.h>
+#include <elf.h>
 #include <fcntl.h>
+#include <link.h>
 #include <poll.h>
 #include <pthread.h>
 #include <sys/file.h>
@@ -16,6 +18,9 @@
 #include <climits>
 #include <csignal>
 #include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <memory>
 #include <thread>
 
 namespace host::platform {
@@ -24,6 +29,21 @@ namespace {
 const char* path(const Filename& file) {
   return file.GetString().GetUTF8().c_str();
 }
+
+// Whether the file holds all that its headers promise. The dynamic loader maps what is missing and the
+// program dies when it is read. What is no module at all the loader refuses itself.
+bool isCutShort(const Filename& file) {
+  const std::unique_ptr<std::FILE, int (*)(std::FILE*)> stream(std::fopen(path(file), "rb"), &std::fclose);
+  if (!stream || std::fseek(stream.get(), 0, SEEK_END) != 0) return false;
+  const long size = std::ftell(stream.get());
+  std::rewind(stream.get());
+  ElfW(Ehdr) header;
+  if (size < 0 || std::fread(&header, sizeof header, 1, stream.get()) != 1) return false;
+  if (std::memcmp(header.e_ident, ELFMAG, SELFMAG) != 0) return false;
+  const std::uint64_t end = static_cast<std::uint64_t>(size), sections = header.e_shoff;
+  // Linkers put the table of sections last.
+  return sections > end || end - sections < std::uint64_t{header.e_shnum} * header.e_shentsize;
+}
 } // namespace
 
 Filename programPath() {
@@ -31,6 +51,14 @@ Filename programPath() {
   const ssize_t length = readlink("/proc/self/exe", buffer, PATH_MAX);
   if (length <= 0) return {};
   return String(std::string_view(buffer, static_cast<std::size_t>(length)));
+}
+
+Filename libraryPath() {
+  Dl_info found = {};
+  if (dladdr(reinterpret_cast<void*>(&libraryPath), &found) == 0 || !found.dli_fname) return programPath();
+  std::error_code error;
+  const std::filesystem::path absolute = std::filesystem::absolute(found.dli_fname, error);
+  return error ? Filename() : Filename(absolute.c_str());
 }
 
 Filename userDataFolder() {
@@ -45,6 +73,10 @@ const char* moduleSuffix() noexcept {
 }
 
 void* loadModule(const Filename& file, std::string& error) {
+  if (isCutShort(file)) {
+    error = "the file is damaged: its end is missing";
+    return nullptr;
+  }
   void* module = dlopen(path(file), RTLD_NOW | RTLD_LOCAL);
   if (!module) {
     const char* reason = dlerror();

@@ -36,14 +36,15 @@ void recordMovieFailure(const Filename& movie, const std::string& clause) {
 MovieJob::MovieJob(const Filename& target, const BaseBitmap& shape, const MovieCodec& codec,
                    const MovieOptions& options, LONG fps, bool alpha)
     : target_(target), columns_(shape.GetBw()), rows_(shape.GetBh()), bottomUp_(codec.bottomUp),
-      width_(encodedWidth(codec, columns_)), height_(encodedHeight(codec, rows_)), file_(target) {
+      width_(movieLibrary().encodedWidth(codec, columns_)),
+      height_(movieLibrary().encodedHeight(codec, rows_)), file_(target) {
   const std::size_t bytes = static_cast<std::size_t>(width_) * static_cast<std::size_t>(height_) * 4;
   most_ = std::clamp<std::size_t>(mostWaitingBytes / bytes, 1, mostWaiting);
   if (!fitsMemory(bytes * (most_ + 3))) throw std::bad_alloc(); // with those in hand and the encoder's
   refuseDevices(target);
   if (!file_.open() || !file_.closeForOthers()) failFile(file_);
-  encoder_ = std::make_unique<MovieEncoder>(file_.temporary().GetString().GetUTF8(),
-                                            MovieSetup{codec, options, width_, height_, fps, alpha});
+  encoder_ = movieLibrary().open(file_.temporary().GetString().GetUTF8(),
+                                 MovieSetup{codec, options, width_, height_, fps, alpha});
   thread_ = std::thread(&MovieJob::work, this);
 }
 

@@ -10,7 +10,7 @@
 #include <thread>
 
 #include "atomic_file.h"
-#include "movie_encoder.h"
+#include "movie_library.h"
 
 namespace host {
 
@@ -19,7 +19,7 @@ namespace host {
 class MovieJob {
  public:
   /// Makes the file beside the target and opens the encoder. `codec` lives as long as the job. Throws
-  /// MovieError, std::bad_alloc or std::system_error; these have not entered the record.
+  /// MovieError, PartError, std::bad_alloc or std::system_error; these have not entered the record.
   MovieJob(const Filename& target, const BaseBitmap& shape, const MovieCodec& codec,
            const MovieOptions& options, LONG fps, bool alpha);
   /// What was not closed leaves no file.

@@ -51,6 +51,7 @@ struct MovieCodecInfo {
 };
 
 /// Those that the installed libraries can write into this format, the default first; none for another format.
+/// Loads them at the first call; throws PartError (part.h).
 std::vector<MovieCodecInfo> movieCodecs(LONG format);
 
 } // namespace host

@@ -4,7 +4,9 @@
 #include <system_error>
 #include <utility>
 
+#include "console.h"
 #include "movie_job.h"
+#include "part.h"
 #include "user_interface.h"
 
 struct MovieSaver::Data {
@@ -20,7 +22,7 @@ namespace {
 using host::MovieError;
 
 const host::MovieCodec& chooseCodec(LONG format, LONG id) {
-  if (const host::MovieCodec* codec = host::findMovieCodec(format, id)) return *codec;
+  if (const host::MovieCodec* codec = host::movieLibrary().findCodec(format, id)) return *codec;
   const char* name = format == FILTER_AVI ? "AVI" : "QuickTime";
   if (id == host::movieCodecDefault)
     throw MovieError(IMAGERESULT_WRONGTYPE,
@@ -56,7 +58,7 @@ std::unique_ptr<host::MovieJob> open(const Filename& name, const BaseBitmap* bit
   const host::MovieCodec& codec = chooseCodec(format, options.codec);
   checkSize(codec, *bitmap);
   const bool wanted = options.alpha || (bits & SAVEBIT_ALPHA) != 0;
-  const bool alpha = wanted && bitmap->GetBt() == 32 && codec.withAlpha != AV_PIX_FMT_NONE;
+  const bool alpha = wanted && bitmap->GetBt() == 32 && codec.hasAlpha();
   return std::make_unique<host::MovieJob>(name, *bitmap, codec, options, fps, alpha);
 }
 
@@ -69,6 +71,9 @@ IMAGERESULT guarded(const Filename& name, Step step) {
     } catch (const MovieError& error) {
       host::recordMovieFailure(name, error.what());
       return error.result;
+    } catch (const host::PartError& error) {
+      host::recordMovieFailure(name, std::string("was not written: ") + error.what());
+      return IMAGERESULT_MISC_ERROR;
     } catch (const std::bad_alloc&) {
       host::recordMovieFailure(name, "was not written: not enough memory. Use a smaller picture.");
       return IMAGERESULT_OUTOFMEMORY;
@@ -143,7 +148,12 @@ Bool MovieSaver::Close() {
 }
 
 Bool MovieSaver::Choose(LONG format, BaseContainer& options) {
-  if (host::movieCodecs(format).empty()) return FALSE;
+  try {
+    if (host::movieCodecs(format).empty()) return FALSE;
+  } catch (const host::PartError& error) {
+    host::printLine(String("Movies have no options: ") + error.what());
+    return FALSE;
+  }
   BaseContainer edited = options;
   if (!host::userInterface().editMovieOptions(format, edited)) return FALSE;
   options = std::move(edited);

@@ -21,12 +21,13 @@ USES = {
 }
 HOST = set(USES)
 
-# Third-party headers: pattern of the include, then where it may stand.
+# Third-party headers: pattern of the include, then the folders where it may stand.
 WALLS = [
     (r"embree3/|tbb/|oneapi/tbb", {"host/render", "bench"}),
     (r"epoxy/|EGL/|GL/", {"host/render"}),
     (r"OpenImageIO/|Imath/", {"host/image", "tests"}),
-    (r"libav(codec|format|util)/|libswscale/|Magick\+\+|zip\.h$", {"host/image", "tests/image"}),
+    (r"libav(codec|format|util)/|libswscale/", {"host/image/movie", "tests/image"}),
+    (r"Magick\+\+|zip\.h$", {"host/image", "tests/image"}),
     (r"ft2build\.h|freetype|FT_[A-Z_]+$|hb(-[a-z]+)?\.h|harfbuzz/|fontconfig/", {"host/image"}),
     (r"tiny_gltf\.h|draco/|assimp/|opensubdiv/", {"host/scene", "tests"}),
     (r"nlohmann/", {"host/core", "host/scene", "apps/batch", "apps/studio", "tests", "bench"}),
@@ -100,14 +101,14 @@ def check_quoted(path, area, name, headers):
     return None
 
 
-def in_wall(area, places):
-    return any(area == place or area.startswith(place + "/") for place in places)
+def in_wall(path, places):
+    return any(path.as_posix().startswith(place + "/") for place in places)
 
 
 def check_foreign(path, area, name):
     for pattern, places in WALLS:
         if re.match(pattern, name):
-            return None if in_wall(area, places) else f"may stand in {', '.join(sorted(places))} only"
+            return None if in_wall(path, places) else f"may stand in {', '.join(sorted(places))} only"
     if name in STANDARD:
         return None
     if area in ("source", "host/interface"):

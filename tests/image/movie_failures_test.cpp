@@ -101,7 +101,7 @@ TEST(MovieFailures, AnEncoderThatIsNotInstalled) {
   Folder folder;
   Bitmap bitmap;
   ASSERT_EQ(bitmap->Init(64, 48), IMAGERESULT_OK);
-  host::MovieCodec codec = *host::findMovieCodec(FILTER_MOVIE, host::movieCodecMotionJpeg);
+  host::MovieCodec codec = *host::movieLibrary().findCodec(FILTER_MOVIE, host::movieCodecMotionJpeg);
   codec.encoder = "an encoder that nobody has";
   try {
     const host::MovieJob job(folder.file("a.mov"), *bitmap, codec, {}, 25, false);

@@ -1,4 +1,4 @@
-// The colour tags of MPEG-4 video, which the library's encoder leaves out. Private to host/image.
+// The colour tags of MPEG-4 video, which the library's encoder leaves out.
 #pragma once
 
 struct AVCodecContext;

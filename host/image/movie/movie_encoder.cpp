@@ -12,6 +12,7 @@ extern "C" {
 #include <cerrno>
 #include <new>
 
+#include "frame_converter.h"
 #include "mpeg4_colour.h"
 #include "worker_threads.h"
 
@@ -59,7 +60,7 @@ struct Dictionary {
 } // namespace
 
 // What the library gave, freed in the right order.
-struct MovieEncoder::Parts {
+struct FileMovieEncoder::Parts {
   AVFormatContext* file = nullptr;
   AVCodecContext* codec = nullptr;
   AVBufferPool* memory = nullptr; // of pictures, kept until the encoder's threads have ended
@@ -80,7 +81,7 @@ struct MovieEncoder::Parts {
   }
 };
 
-MovieEncoder::MovieEncoder(const std::string& path, const MovieSetup& setup) : parts_(new Parts) {
+FileMovieEncoder::FileMovieEncoder(const std::string& path, const MovieSetup& setup) : parts_(new Parts) {
   prepareMovieLibrary();
   const std::string url = "file:" + path; // a name with a colon is not an address
   const char* container = setup.codec.format == FILTER_AVI ? "avi" : "mov";
@@ -102,9 +103,9 @@ MovieEncoder::MovieEncoder(const std::string& path, const MovieSetup& setup) : p
       std::make_unique<FrameConverter>(setup.codec, parts_->codec->pix_fmt, setup.width, setup.height);
 }
 
-MovieEncoder::~MovieEncoder() = default;
+FileMovieEncoder::~FileMovieEncoder() = default;
 
-void MovieEncoder::openCodec(const MovieSetup& setup) {
+void FileMovieEncoder::openCodec(const MovieSetup& setup) {
   const AVCodec* encoder = installedEncoder(setup.codec);
   if (!encoder)
     throw MovieError(IMAGERESULT_WRONGTYPE, std::string("was not written: the installed libraries have no ") +
@@ -117,7 +118,7 @@ void MovieEncoder::openCodec(const MovieSetup& setup) {
   codec.time_base = {1, setup.fps};
   codec.framerate = {setup.fps, 1};
   codec.sample_aspect_ratio = {1, 1};
-  codec.pix_fmt = setup.alpha ? setup.codec.withAlpha : setup.codec.plain;
+  codec.pix_fmt = static_cast<AVPixelFormat>(setup.alpha ? setup.codec.withAlpha : setup.codec.plain);
   codec.thread_count = std::clamp(workerCount(), 1, 8);
   if (setup.codec.colour == MovieColour::rgb) codec.bits_per_coded_sample = setup.alpha ? 32 : 24;
   if (const char* tag = setup.codec.tag)
@@ -133,7 +134,7 @@ void MovieEncoder::openCodec(const MovieSetup& setup) {
                            std::to_string(setup.width) + " x " + std::to_string(setup.height) + " pixels");
 }
 
-void MovieEncoder::openFile(const std::string& path, const MovieSetup& setup) {
+void FileMovieEncoder::openFile(const std::string& path, const MovieSetup& setup) {
   parts_->stream = orBadAlloc(avformat_new_stream(parts_->file, nullptr));
   AVStream& stream = *parts_->stream;
   stream.time_base = parts_->codec->time_base;
@@ -155,7 +156,7 @@ void MovieEncoder::openFile(const std::string& path, const MovieSetup& setup) {
 }
 
 // A picture with room. The encoder keeps the last ones for as long as it needs them: each frame gets its own.
-void MovieEncoder::newPicture() {
+void FileMovieEncoder::newPicture() {
   AVFrame& picture = *parts_->picture;
   const AVCodecContext& codec = *parts_->codec;
   av_frame_unref(&picture);
@@ -174,7 +175,7 @@ void MovieEncoder::newPicture() {
                        codec.height, pictureAlignment);
 }
 
-void MovieEncoder::add(const MovieFrame& frame) {
+void FileMovieEncoder::add(const MovieFrame& frame) {
   newPicture();
   parts_->picture->pts = parts_->taken++;
   parts_->converter->convert(frame, *parts_->picture);
@@ -182,7 +183,7 @@ void MovieEncoder::add(const MovieFrame& frame) {
 }
 
 // Gives the encoder a picture (null: the end) and writes what comes out.
-void MovieEncoder::send(const AVFrame* picture) {
+void FileMovieEncoder::send(const AVFrame* picture) {
   int code = avcodec_send_frame(parts_->codec, picture);
   if (code < 0)
     failEncoding(code, "was not written: frame " + std::to_string(parts_->taken) + " was not encoded");
@@ -201,7 +202,7 @@ void MovieEncoder::send(const AVFrame* picture) {
     failEncoding(code, "was not written: frame " + std::to_string(parts_->written + 1) + " was not encoded");
 }
 
-void MovieEncoder::finish() {
+void FileMovieEncoder::finish() {
   send(nullptr);
   if (const int code = av_write_trailer(parts_->file); code < 0) failFile(code, -1);
   const int error = parts_->file->pb->error;

@@ -2,7 +2,6 @@
 
 extern "C" {
 #include <libavcodec/avcodec.h>
-#include <libavutil/pixdesc.h>
 }
 
 #include <algorithm>
@@ -12,7 +11,8 @@ extern "C" {
 namespace host {
 namespace {
 
-constexpr AVPixelFormat none = AV_PIX_FMT_NONE;
+constexpr int none = AV_PIX_FMT_NONE;
+static_assert(none == MovieCodec::noPixelFormat);
 
 // The default of a format comes first, what stands in for it next.
 constexpr MovieCodec codecs[] = {
@@ -42,10 +42,6 @@ constexpr MovieCodec codecs[] = {
     {movieCodecRaw, "Uncompressed", "rawvideo", FILTER_AVI, AV_PIX_FMT_BGR24, none, MovieColour::rgb, false,
      false, false, 32768, true, nullptr, nullptr},
 };
-
-int evenIf(bool halved, int side) noexcept {
-  return halved ? (side + 1) / 2 * 2 : side;
-}
 
 // Factor of the x264 encoder: 12.5 for quality 100, 18 (no difference to be seen) for 80, 40 for 0.
 double rateFactor(LONG quality) noexcept {
@@ -81,19 +77,19 @@ const AVCodec* installedEncoder(const MovieCodec& codec) {
   return avcodec_find_encoder_by_name(codec.encoder);
 }
 
-const MovieCodec* findMovieCodec(LONG format, LONG id) {
+const MovieCodec* findCodecInTable(LONG format, LONG id) {
   for (const MovieCodec& codec : codecs)
     if (codec.format == format && (id == codec.id || (id == movieCodecDefault && installedEncoder(codec))))
       return &codec;
   return nullptr;
 }
 
-std::vector<MovieCodecInfo> movieCodecs(LONG format) {
+std::vector<MovieCodecInfo> listInstalledCodecs(LONG format) {
   std::vector<MovieCodecInfo> found;
   for (const MovieCodec& codec : codecs)
     if (codec.format == format && installedEncoder(codec))
       found.push_back(
-          {codec.id, codec.name, codec.quality, codec.bitRate, codec.keyDistance, codec.withAlpha != none});
+          {codec.id, codec.name, codec.quality, codec.bitRate, codec.keyDistance, codec.hasAlpha()});
   return found;
 }
 
@@ -148,16 +144,6 @@ void setMovieColour(const MovieCodec& codec, AVCodecContext& context) {
 bool usesMatrix709(const MovieCodec& codec, int width, int height) noexcept {
   if (codec.colour == MovieColour::assumed) return width >= 1280 || height > 576;
   return codec.colour == MovieColour::video709;
-}
-
-int encodedWidth(const MovieCodec& codec, int width) noexcept {
-  // Uncompressed rows of QuickTime take an even number of bytes, which the library does not see to.
-  const bool evenRows = codec.id == movieCodecRaw && codec.format == FILTER_MOVIE;
-  return evenIf(evenRows || av_pix_fmt_desc_get(codec.plain)->log2_chroma_w > 0, width);
-}
-
-int encodedHeight(const MovieCodec& codec, int height) noexcept {
-  return evenIf(av_pix_fmt_desc_get(codec.plain)->log2_chroma_h > 0, height);
 }
 
 } // namespace host

@@ -1,0 +1,44 @@
+#include "part.h"
+
+#include "platform.h"
+
+namespace host {
+namespace {
+
+Filename fileOf(const char* name, const Filename& folder) {
+  return folder + (std::string("lumenara_") + name + "." + platform::moduleSuffix()).c_str();
+}
+
+} // namespace
+
+Part::Part(const char* name, Entry linked)
+    : name_(name), linked_(linked), file_(fileOf(name, platform::libraryPath().GetDirectory())) {
+}
+
+Part::Part(const char* name, const Filename& folder)
+    : name_(name), linked_(nullptr), file_(fileOf(name, folder)) {
+}
+
+void* Part::interface() {
+  if (void* loaded = interface_.load(std::memory_order_acquire)) return loaded;
+  const std::lock_guard lock(loading_);
+  if (void* loaded = interface_.load(std::memory_order_relaxed)) return loaded;
+  void* loaded = linked_ ? linked_() : load();
+  interface_.store(loaded, std::memory_order_release);
+  return loaded;
+}
+
+void* Part::load() const {
+  std::string reason;
+  if (void* module = platform::loadModule(file_, reason)) {
+    const std::string name = std::string("lumenara_part_") + name_;
+    const auto entry = reinterpret_cast<Entry>(platform::findSymbol(module, name.c_str()));
+    if (void* found = entry ? entry() : nullptr) return found;
+    reason = "it belongs to another version";
+    platform::unloadModule(module);
+  }
+  throw PartError("the program's library \"" + file_.GetString().GetUTF8() + "\" cannot be loaded (" +
+                  reason + "). Install the program again.");
+}
+
+} // namespace host

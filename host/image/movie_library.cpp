@@ -1,0 +1,16 @@
+#include "movie_library.h"
+
+#include "part.h"
+
+namespace host {
+
+const MovieLibrary& movieLibrary() {
+  static Part part = LUMENARA_PART(movie);
+  return part.as<const MovieLibrary>();
+}
+
+std::vector<MovieCodecInfo> movieCodecs(LONG format) {
+  return movieLibrary().codecs(format);
+}
+
+} // namespace host
