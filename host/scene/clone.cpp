@@ -6,6 +6,12 @@ namespace host {
 
 namespace {
 
+struct DestroyNode {
+  void operator()(NodeState* node) const noexcept { destroyNode(node); }
+};
+/// A copy in the making: it goes again when memory runs out.
+using OwnedNode = std::unique_ptr<NodeState, DestroyNode>;
+
 struct Copier {
   COPYFLAGS flags = COPYFLAGS_0;
   bool keepIdentities = false;
@@ -39,13 +45,13 @@ void Copier::copyList(const NodeList& from, NodeList& to) {
 }
 
 NodeState* Copier::copy(const NodeState& from, bool withChildren) {
-  NodeState* to = makeNode(from.kind, from.type);
+  OwnedNode to(makeNode(from.kind, from.type));
   if (keepIdentities)
     to->identity = from.identity;
   else
     renamed.emplace(from.identity, to->identity);
   copyParts(from, *to, withChildren);
-  return to;
+  return to.release();
 }
 
 void Copier::copyParts(const NodeState& from, NodeState& to, bool withChildren) {
@@ -166,11 +172,11 @@ class Renamer {
 
 NodeState* cloneNode(const NodeState& node, COPYFLAGS flags) {
   Copier copier{flags, false, {}};
-  NodeState* clone = copier.copy(node, (flags & COPYFLAGS_NO_HIERARCHY) == 0);
+  OwnedNode clone(copier.copy(node, (flags & COPYFLAGS_NO_HIERARCHY) == 0));
   const Renamer renamer(copier.renamed);
   renamer.rename(*clone);
   forEachOwned(*clone, [&](NodeState& owned) { renamer.rename(owned); });
-  return clone;
+  return clone.release();
 }
 
 DocumentState* cloneDocument(const DocumentState& document, COPYFLAGS flags) {

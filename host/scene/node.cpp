@@ -1,4 +1,6 @@
 // Nodes: what all kinds have in common, tags, shaders and materials.
+#include <new>
+
 #include "clone.h"
 #include "node_state.h"
 #include "parameters.h"
@@ -93,8 +95,11 @@ Bool BaseList2D::SetParameter(LONG id, const GeData& value) {
 
 BaseList2D* BaseList2D::GetClone(COPYFLAGS flags) const {
   const auto lock = lockOf(state_);
-  const NodeState* clone = host::cloneNode(*state_, flags);
-  return clone ? clone->node : nullptr;
+  try {
+    return host::cloneNode(*state_, flags)->node;
+  } catch (const std::bad_alloc&) {
+    return nullptr;
+  }
 }
 
 void BaseList2D::Remove() {
