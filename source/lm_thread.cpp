@@ -246,13 +246,8 @@ void lmThread::PrepareOutput(Job& job) {
   String suffix;
   ChooseFormat(job.output, &suffix);
   if (job.output.movie) job.output.saver = MovieSaver::Alloc();
-  if (format >= 0 && format <= 5) {
-    const BaseContainer choices = settings->GetContainer(LM_ANIM_MOVIE_OPTIONS);
-    for (LONG key = 10000; key <= 10020; ++key) {
-      if (key > 10004 && key < 10010) continue;
-      if (choices.GetType(key) == DA_LONG) job.output.options.SetLong(key, choices.GetLong(key));
-    }
-  }
+  if (format >= 0 && format <= 5)
+    job.output.options = GetMovieOptions(settings->GetContainer(LM_ANIM_MOVIE_OPTIONS));
 
   if (!GeFExist(outputFile.GetDirectory(), TRUE))
     outputFile = GeGetStartupPath() + job.clone->GetDocumentName();
@@ -421,6 +416,15 @@ void lmThread::EndStatus(Job& job) {
   data->renderTime = SecondsSince(job.jobTimer);
   data->progress = 1.0;
   data->rendering = 0;
+}
+
+BaseContainer GetMovieOptions(const BaseContainer& choices) {
+  BaseContainer options;
+  for (LONG key = 10000; key <= 10020; ++key) {
+    if (key > 10004 && key < 10010) continue;
+    if (choices.GetType(key) == DA_LONG) options.SetLong(key, choices.GetLong(key));
+  }
+  return options;
 }
 
 LONG FrameFromTime(const BaseTime& time, LONG fps) {

@@ -117,6 +117,10 @@ void SetSceneCameras(BaseDocument* doc, BaseObject* camera);
 /// threads.
 void ProgressFunction2(Real p, RENDERPROGRESSTYPE type, void* userData);
 
+/// The options of a movie among the user's choices: the whole numbers under 10000 to 10004 and 10010 to
+/// 10020.
+BaseContainer GetMovieOptions(const BaseContainer& choices);
+
 /// The frame at a time: trunc(floor(fps x numerator) / floor(denominator)); 0 where the denominator's floor
 /// is 0.
 LONG FrameFromTime(const BaseTime& time, LONG fps);
