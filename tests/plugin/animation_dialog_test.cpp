@@ -119,6 +119,32 @@ TEST_F(AnimationDialogTest, ShowsWhatIsStored) {
   });
 }
 
+// Fields cut what they show; the values themselves change only when the user changes them.
+TEST_F(AnimationDialogTest, StoredValuesOutsideOfTheRangesAreShownCutAndKept) {
+  settings.SetValue(14004, -20);
+  settings.SetValue(14005, 12345);
+  settings.SetValue(14006, 5000);
+  settings.SetValue(14008, 1);
+  open([&] {
+    expectShown({{14004, 0}, {14005, 9999}, {14006, 999}});
+    EXPECT_EQ(dialog.from, -20);
+    EXPECT_EQ(dialog.to, 12345);
+    EXPECT_EQ(dialog.step, 5000);
+    ok();
+  });
+  expectStored({{14004, -20}, {14005, 12345}, {14006, 5000}});
+  EXPECT_EQ(dialog.to, 12345) << "for the render too";
+
+  settings.SetValue(14006, 0);
+  open([&] {
+    EXPECT_EQ(number(14006), 1);
+    EXPECT_EQ(dialog.step, 0);
+    host::enterNumber(dialog, 14005, 7);
+    ok();
+  });
+  expectStored({{14004, -20}, {14005, 7}, {14006, 0}});
+}
+
 TEST_F(AnimationDialogTest, FramesAndStepHaveLimits) {
   open([&] {
     host::enterNumber(dialog, 14004, -5);

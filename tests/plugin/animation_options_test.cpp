@@ -1,5 +1,6 @@
 // "Configure..." of the Render Animation dialog: the options of movies, of JPEG and of PSD files.
 #include "animation_fixture.h"
+#include "memory_shortage.h"
 
 namespace {
 
@@ -50,6 +51,22 @@ TEST_F(AnimationDialogTest, ConfigureOfAMovieEditsItsChoices) {
       EXPECT_EQ(dialog.formatOptions.GetLong(10000), 8);
     });
   }
+}
+
+TEST_F(AnimationDialogTest, ConfigureWithoutAMovieSaverFails) {
+  settings.SetValue(14007, 4);
+  ui.editsMovieOptions = [](LONG, BaseContainer&) { return true; };
+  open([&] {
+    Bool configured = TRUE;
+    {
+      const MemoryShortage shortage(ANY_SIZE);
+      configured = dialog.Command(CONFIGURE, BaseContainer());
+    }
+    EXPECT_FALSE(configured);
+    EXPECT_TRUE(ui.movieRequests.empty());
+    EXPECT_TRUE(dialog.Command(CONFIGURE, BaseContainer()));
+    EXPECT_EQ(ui.movieRequests.size(), 1u);
+  });
 }
 
 TEST_F(AnimationDialogTest, ConfigureOfJpegSetsTheQuality) {

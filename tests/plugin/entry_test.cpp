@@ -42,6 +42,31 @@ TEST_F(EntryTest, RegistersTheFourCommandsInTheirOrder) {
   }
 }
 
+TEST_F(EntryTest, EveryCommandHasItsIcon) {
+  ASSERT_TRUE(startPlugin());
+  const std::pair<LONG, const char*> icons[] = {
+      {1021442, "lm.tif"}, {1021447, "refresh.tif"}, {1021448, "cancel.tif"}, {1021446, "lm.tif"}};
+  for (const auto& [id, file] : icons) {
+    SCOPED_TRACE(file);
+    const BaseBitmap* icon = program().registry().findCommand(id)->icon;
+    AutoAlloc<BaseBitmap> picture;
+    callAsPlugin([&, name = file] { picture.Assign(AutoBitmap(name)); });
+    ASSERT_NE(icon, nullptr);
+    ASSERT_TRUE(static_cast<bool>(picture));
+    ASSERT_EQ(icon->GetBw(), picture->GetBw());
+    ASSERT_EQ(icon->GetBh(), picture->GetBh());
+    UWORD r, g, b;
+    LONG different = 0;
+    for (LONG y = 0; y < picture->GetBh(); ++y) {
+      for (LONG x = 0; x < picture->GetBw(); ++x) {
+        picture->GetPixel(x, y, &r, &g, &b);
+        different += !pixelIs(*icon, x, y, r, g, b) || icon->GetAlpha(x, y) != picture->GetAlpha(x, y);
+      }
+    }
+    EXPECT_EQ(different, 0);
+  }
+}
+
 TEST_F(EntryTest, EveryCommandIsEnabled) {
   ASSERT_TRUE(startPlugin());
   for (const LONG id : {1021442, 1021447, 1021448, 1021446}) {
@@ -54,8 +79,8 @@ TEST_F(EntryTest, TheRefreshAndCancelCommandsPostTheirEvents) {
   MessageLog log;
   runMainLoop();
   log.messages.clear();
-  CallCommand(1021447);
-  CallCommand(1021448);
+  EXPECT_TRUE(program().registry().execute(1021447, nullptr));
+  EXPECT_TRUE(program().registry().execute(1021448, nullptr));
   runMainLoop();
   ASSERT_EQ(log.messages.size(), 2u);
   EXPECT_EQ(log.messages[0], (Message{1021447, 0, 0}));
@@ -78,17 +103,29 @@ TEST_F(EntryTest, TheDialogCommandsOpenTheirDialogs) {
   EXPECT_EQ(opened[1].type, DLG_TYPE_ASYNC);
   EXPECT_EQ(opened[1].pluginId, 1021446);
   EXPECT_EQ(opened[1].subId, 0);
+  EXPECT_EQ(opened[1].x, -1);
+  EXPECT_EQ(opened[1].y, -1);
   EXPECT_EQ(opened[1].width, 0);
   EXPECT_EQ(opened[1].height, 0);
 }
 
 TEST_F(EntryTest, RestoresTheDialogsThatWereOpen) {
   ASSERT_TRUE(startPlugin());
-  restoreDialog(1021446);
+  for (const LONG id : {1021442, 1021446}) {
+    SCOPED_TRACE(id);
+    ui.remembered.clear();
+    ui.openedDialogs.clear();
+    restoreDialog(id);
+    program().registry().restoreLayouts(nullptr);
+    const auto opened = openedDialogs();
+    ASSERT_EQ(opened.size(), 1u);
+    EXPECT_EQ(opened[0].pluginId, id);
+    EXPECT_EQ(opened[0].subId, 0);
+  }
+  ui.remembered[0].subId = 1;
+  ui.openedDialogs.clear();
   program().registry().restoreLayouts(nullptr);
-  const auto opened = openedDialogs();
-  ASSERT_EQ(opened.size(), 1u);
-  EXPECT_EQ(opened[0].pluginId, 1021446);
+  EXPECT_TRUE(openedDialogs().empty()) << "another dialog's place";
 }
 
 TEST_F(EntryTest, TheOptimizationsDialogPostsOneEventWhenItIsMade) {
@@ -114,6 +151,12 @@ TEST_F(EntryTest, PrintsTheBannerBetweenTwoFrameLines) {
   EXPECT_EQ(countOf(lines, frame), 2);
 }
 
+TEST_F(EntryTest, TheBannerNamesWhomItIsAskedFor) {
+  PrintVersionString("Other", FALSE);
+  const std::string frame = "||----------------------------------------";
+  EXPECT_EQ(console, (std::vector<std::string>{frame, "||  Other v" + GetVersionString().GetUTF8(), frame}));
+}
+
 TEST_F(EntryTest, TheVersionIsMajorAndTwoDigitsOfMinor) {
   const std::string version = GetVersionString().GetUTF8();
   const std::size_t point = version.find('.');
@@ -132,6 +175,30 @@ TEST_F(EntryTest, AFailedRegistrationIsOneLineAndWhatRegisteredStays) {
   EXPECT_NE(program().registry().findCommand(1021442), nullptr);
   EXPECT_NE(program().registry().findCommand(1021447), nullptr);
   EXPECT_EQ(program().registry().findCommand(1021446), nullptr);
+  EXPECT_EQ(program().registry().findSceneHook(1021443), nullptr) << "the commands come first";
+  EXPECT_EQ(program().registry().findVideoPost(1021449), nullptr);
+}
+
+TEST_F(EntryTest, AFailedSceneHookIsOneLineAndTheCommandsStay) {
+  class Other : public CommandData {};
+  ASSERT_TRUE(RegisterCommandPlugin(1021443, "Other", 0, nullptr, "Other", new Other));
+  EXPECT_TRUE(startPlugin());
+  EXPECT_EQ(countOf(console, "Lumenara Error: Failed to load component"), 1);
+  EXPECT_EQ(countOf(console, "||----------------------------------------"), 0);
+  EXPECT_EQ(program().registry().commands(true).size(), 5u);
+  EXPECT_EQ(program().registry().findVideoPost(1021449), nullptr) << "the hook comes first";
+  EXPECT_EQ(GetWorldPluginData(ID_LUMENARA)->GetLong(LM_REGION_SHOWN, -1), 0) << "the start goes on";
+}
+
+TEST_F(EntryTest, AFailedVideoPostIsOneLineAndTheRestStays) {
+  class Other : public CommandData {};
+  ASSERT_TRUE(RegisterCommandPlugin(1021449, "Other", 0, nullptr, "Other", new Other));
+  EXPECT_TRUE(startPlugin());
+  EXPECT_EQ(countOf(console, "Lumenara Error: Failed to load component"), 1);
+  EXPECT_EQ(countOf(console, "||----------------------------------------"), 0);
+  EXPECT_EQ(program().registry().commands(true).size(), 5u);
+  EXPECT_NE(program().registry().findSceneHook(1021443), nullptr);
+  EXPECT_EQ(GetWorldPluginData(ID_LUMENARA)->GetLong(LM_REGION_SHOWN, -1), 0) << "the start goes on";
 }
 
 TEST_F(EntryTest, TheViewerStartsSwitchedOffWhateverWasSaved) {

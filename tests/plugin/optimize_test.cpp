@@ -85,6 +85,15 @@ TEST_F(OptimizeTest, HasAGadgetForEveryKey) {
   EXPECT_EQ(host::dialogModel(*dialog).title, String("Optimizations"));
 }
 
+TEST_F(OptimizeTest, ItsGadgetsReachTheWindowsEdgeAndScaleWithIt) {
+  open();
+  const host::Gadget& root = host::dialogModel(*dialog).root;
+  for (const LONG border : {root.borderLeft, root.borderTop, root.borderRight, root.borderBottom})
+    EXPECT_EQ(border, 0);
+  ASSERT_FALSE(root.children.empty());
+  EXPECT_EQ(root.children.at(0)->flags & (BFH_SCALEFIT | BFV_SCALEFIT), BFH_SCALEFIT | BFV_SCALEFIT);
+}
+
 TEST_F(OptimizeTest, ChoicesHaveAnEntryForEachOfTheirValues) {
   open();
   const std::pair<LONG, LONG> counts[] = {{15004, 3}, {15006, 8}, {15008, 3}, {15010, 3},

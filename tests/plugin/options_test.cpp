@@ -220,6 +220,18 @@ TEST_F(OptionsTest, ClosingStoresWhateverTheWayOut) {
   EXPECT_EQ(stored->GetLong(20014), 0) << "the window's control stores as well";
 }
 
+TEST_F(OptionsTest, AskCloseAloneStoresAndAllows) {
+  open([&] {
+    click(20014);
+    EXPECT_EQ(data().GetLong(20014), 0);
+    EXPECT_FALSE(dialog->AskClose());
+    EXPECT_EQ(data().GetLong(20014), 1);
+    ASSERT_NE(GetWorldPluginData(ID_LUMENARA), nullptr);
+    EXPECT_EQ(GetWorldPluginData(ID_LUMENARA)->GetLong(20014), 1);
+    EXPECT_TRUE(dialog->IsOpen()) << "it only answers";
+  });
+}
+
 TEST_F(OptionsTest, ChecksEnableWhatStandsBelowThem) {
   const std::vector<std::pair<LONG, std::vector<LONG>>> rules = {{20011, {20012, 20013}},
                                                                  {20014, {20015, 20016}},

@@ -62,16 +62,26 @@ class StampTest : public PluginFixture {
   }
   void draw() { DrawStamps(bitmap, &settings, WIDTH, HEIGHT, &status); }
 
+  /// Starts a picture on the same ground, in the stamps' drawing mode.
+  static void beginPicture(GeClipMap& map) {
+    ASSERT_EQ(map.Init(WIDTH, HEIGHT, 32), IMAGERESULT_OK);
+    map.BeginDraw();
+    map.SetDrawMode(GE_CM_DRAWMODE_BLEND, 255);
+    for (LONG y = 0; y < HEIGHT; ++y) {
+      for (LONG x = 0; x < WIDTH; ++x)
+        map.SetPixelRGBA(x, y, GROUND, GROUND, GROUND, 255);
+    }
+  }
+  static void saveImage(const Filename& file, LONG width, LONG height) {
+    const AutoAlloc<BaseBitmap> logo;
+    ASSERT_EQ(logo->Init(width, height, 24), IMAGERESULT_OK);
+    logo->Clear(255, 0, 0);
+    ASSERT_EQ(logo->Save(file, FILTER_TIF), IMAGERESULT_OK);
+  }
   /// The same text drawn alone by the clip map at (x, y) on the same ground.
   bool showsTextAt(const String& words, LONG x, LONG y) {
     AutoAlloc<GeClipMap> map;
-    map->Init(WIDTH, HEIGHT, 32);
-    map->BeginDraw();
-    map->SetDrawMode(GE_CM_DRAWMODE_BLEND, 255);
-    for (LONG py = 0; py < HEIGHT; ++py) {
-      for (LONG px = 0; px < WIDTH; ++px)
-        map->SetPixelRGBA(px, py, GROUND, GROUND, GROUND, 255);
-    }
+    beginPicture(*map);
     DrawShadowText(*map, x, y, words);
     map->EndDraw();
     const LONG w = map->GetTextWidth(words);
@@ -128,6 +138,34 @@ TEST_F(StampTest, TheRenderTimeHasThreeDecimals) {
   EXPECT_TRUE(showsTextAt("2.500 seconds", 4, 4));
 }
 
+TEST_F(StampTest, TheRenderTimeHasADigitBeforeThePoint) {
+  on(LM_STAMP_RENDER_TIME, LM_STAMP_RENDER_TIME_H, 0, LM_STAMP_RENDER_TIME_V, 0);
+  const std::pair<Real, const char*> times[] = {
+      {0, "0.000 seconds"}, {0.25, "0.250 seconds"}, {123.4567, "123.457 seconds"}};
+  for (const auto& [time, words] : times) {
+    bitmap->Clear(GROUND, GROUND, GROUND);
+    status.renderTime = time;
+    draw();
+    EXPECT_TRUE(showsTextAt(words, 4, 4)) << words;
+  }
+}
+
+// Every key of a position that is absent counts as 0.
+TEST_F(StampTest, WithoutAPositionAnItemStandsAtTheTopLeft) {
+  status.documentName = "scene.glb";
+  settings.SetValue(LM_STAMP_DOCUMENT, 1);
+  const Filename file = folder / "logo.tif";
+  saveImage(file, 10, 6);
+  settings.SetValue(LM_STAMP_IMAGE_FILE, file.GetString());
+  draw();
+  EXPECT_TRUE(showsTextAt("scene.glb", 4, 4)) << "the image's switch is absent: off";
+  settings.SetValue(LM_STAMP_DOCUMENT, 0);
+  settings.SetValue(LM_STAMP_IMAGE, 1);
+  draw();
+  expectPixel(*bitmap, 4, 4, 255, 0, 0);
+  expectPixel(*bitmap, 13, 9, 255, 0, 0);
+}
+
 TEST_F(StampTest, DateDocumentTimeCodeAndCameraAreTheRecords) {
   status.documentName = "scene.glb";
   status.cameraName = "Hero";
@@ -147,6 +185,8 @@ TEST_F(StampTest, DateDocumentTimeCodeAndCameraAreTheRecords) {
 TEST_F(StampTest, TheTimeStampIsTheClocks) {
   setLocalTime(2011, 3, 7, 9, 5, 0);
   EXPECT_EQ(text(GetTimeStamp()), "03/07/2011  09:05:00");
+  setLocalTime(2026, 12, 31, 23, 59, 48);
+  EXPECT_EQ(text(GetTimeStamp()), "12/31/2026  23:59:48");
 }
 
 TEST_F(StampTest, NineCells) {
@@ -178,15 +218,63 @@ TEST_F(StampTest, ASecondBottomItemSitsAboveTheFirst) {
   EXPECT_TRUE(showsTextAt("second", WIDTH - widthOf("second") - 4, HEIGHT - th - 4 - (th + 8)));
 }
 
+// A second middle item stands below the lower edge of the picture; it shows where the bitmap is larger.
 TEST_F(StampTest, ASecondMiddleItemLandsFarBelow) {
-  custom1("first", 1, 1);
-  custom2("second", 1, 1);
-  draw();
-  const LONG first = (HEIGHT - th) / 2;
-  const LONG second = first + first + 4 + th;
-  ASSERT_LT(second + th, HEIGHT + 40);
-  EXPECT_TRUE(showsTextAt("first", (WIDTH - widthOf("first")) / 2, first));
-  EXPECT_TRUE(second >= HEIGHT || showsTextAt("second", (WIDTH - widthOf("second")) / 2, second));
+  constexpr LONG width = 300, height = 90;
+  status.cameraName = "first";
+  on(LM_STAMP_CAMERA, LM_STAMP_CAMERA_H, 1, LM_STAMP_CAMERA_V, 1);
+  custom1("second", 1, 1);
+  custom2("third", 1, 1);
+  DrawStamps(bitmap, &settings, width, height, &status);
+  const LONG first = (height - th) / 2;
+  const LONG second = first + (first + 4 + th);
+  const LONG third = first + (second + 4 + th);
+  ASSERT_GE(second, height);
+  ASSERT_LT(third + th, HEIGHT);
+  EXPECT_TRUE(showsTextAt("first", (width - widthOf("first")) / 2, first));
+  EXPECT_TRUE(showsTextAt("second", (width - widthOf("second")) / 2, second));
+  EXPECT_TRUE(showsTextAt("third", (width - widthOf("third")) / 2, third));
+}
+
+// Everything in one corner: the texts stand in their order, the image lies below them where it always is.
+TEST_F(StampTest, SevenItemsOfOneCellStandInTheirOrderOverTheImage) {
+  setLocalTime(2011, 3, 7, 9, 5, 0);
+  status.renderTime = 2.5;
+  status.documentName = "scene.glb";
+  status.frameTime = BaseTime(61.5, 1);
+  status.fps = 25;
+  status.cameraName = "Hero";
+  const String texts[] = {"2.500 seconds", "03/07/2011  09:05:00", "scene.glb",   "01:01:12",
+                          "Hero",          "first words",          "second words"};
+  const Filename file = folder / "logo.tif";
+  saveImage(file, 60, 90);
+  settings.SetValue(LM_STAMP_IMAGE_FILE, file.GetString());
+  for (const LONG vertical : {0, 2}) {
+    SCOPED_TRACE(vertical);
+    on(LM_STAMP_IMAGE, LM_STAMP_IMAGE_H, 0, LM_STAMP_IMAGE_V, vertical);
+    on(LM_STAMP_RENDER_TIME, LM_STAMP_RENDER_TIME_H, 0, LM_STAMP_RENDER_TIME_V, vertical);
+    on(LM_STAMP_DATE, LM_STAMP_DATE_H, 0, LM_STAMP_DATE_V, vertical);
+    on(LM_STAMP_DOCUMENT, LM_STAMP_DOCUMENT_H, 0, LM_STAMP_DOCUMENT_V, vertical);
+    on(LM_STAMP_TIMECODE, LM_STAMP_TIMECODE_H, 0, LM_STAMP_TIMECODE_V, vertical);
+    on(LM_STAMP_CAMERA, LM_STAMP_CAMERA_H, 0, LM_STAMP_CAMERA_V, vertical);
+    custom1("first words", 0, vertical);
+    custom2("second words", 0, vertical);
+    bitmap->Clear(GROUND, GROUND, GROUND);
+    draw();
+
+    const AutoAlloc<GeClipMap> expected;
+    beginPicture(*expected);
+    const LONG imageTop = vertical == 0 ? 4 : HEIGHT - 90 - 4;
+    for (LONG y = imageTop; y < imageTop + 90; ++y) {
+      for (LONG x = 4; x < 64; ++x)
+        expected->SetPixelRGBA(x, y, 255, 0, 0, 255);
+    }
+    for (LONG i = 0; i < 7; ++i)
+      DrawShadowText(*expected, 4, vertical == 0 ? 4 + i * (th + 4) : HEIGHT + 4 - (i + 1) * (th + 8),
+                     texts[i]);
+    expected->EndDraw();
+    EXPECT_TRUE(sameBox(*expected, 0, 0, WIDTH - 1, HEIGHT - 1));
+  }
 }
 
 TEST_F(StampTest, DifferentCellsDoNotPushEachOther) {
@@ -232,11 +320,8 @@ TEST_F(StampTest, TheTextIsWhiteWithADarkRim) {
 }
 
 TEST_F(StampTest, TheImageIsPlacedWithMarginsAndDoesNotMoveTexts) {
-  AutoAlloc<BaseBitmap> logo;
-  ASSERT_EQ(logo->Init(10, 6, 24), IMAGERESULT_OK);
-  logo->Clear(255, 0, 0);
   const Filename file = folder / "logo.tif";
-  ASSERT_EQ(logo->Save(file, FILTER_TIF), IMAGERESULT_OK);
+  saveImage(file, 10, 6);
   settings.SetValue(LM_STAMP_IMAGE_FILE, file.GetString());
   for (const auto& [code, x, y] : {std::tuple<LONG, LONG, LONG>{0, 4, 4},
                                    {1, (WIDTH - 10) / 2, (HEIGHT - 6) / 2},

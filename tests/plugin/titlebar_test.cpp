@@ -25,6 +25,19 @@ const Picture PICTURES[] = {{"t_cntr.tif", 4, 10},  {"t_caps.tif", 10, 20}, {"na
                             {"help_b.tif", 30, 70}, {"home_a.tif", 40, 80}, {"home_b.tif", 40, 90},
                             {"t_rght.tif", 14, 100}};
 
+class CountingBar : public titlebarUA {
+ public:
+  void Timer(const BaseContainer& msg) override {
+    ++timers;
+    titlebarUA::Timer(msg);
+  }
+  void DrawMsg(LONG x1, LONG y1, LONG x2, LONG y2, const BaseContainer& msg) override {
+    ++drawings;
+    titlebarUA::DrawMsg(x1, y1, x2, y2, msg);
+  }
+  LONG timers = 0, drawings = 0;
+};
+
 class BarDialog : public GeDialog {
  public:
   Bool CreateLayout() override {
@@ -35,7 +48,7 @@ class BarDialog : public GeDialog {
     if (msg.GetId() == BFM_ACTION) actions.push_back(msg);
     return GeDialog::Message(msg, result);
   }
-  titlebarUA bar;
+  CountingBar bar;
   std::vector<BaseContainer> actions;
 };
 
@@ -55,11 +68,11 @@ class TitlebarTest : public PluginFixture {
   }
 
   Filename guiFolder() const { return pluginFolder() + "res" + "gui"; }
-  void write(const Picture& picture) {
+  void write(const Picture& picture, LONG height = HEIGHT) {
     const AutoAlloc<BaseBitmap> bitmap;
-    ASSERT_EQ(bitmap->Init(picture.width, HEIGHT, 24), IMAGERESULT_OK);
+    ASSERT_EQ(bitmap->Init(picture.width, height, 24), IMAGERESULT_OK);
     for (LONG x = 0; x < picture.width; ++x) {
-      for (LONG y = 0; y < HEIGHT; ++y)
+      for (LONG y = 0; y < height; ++y)
         bitmap->SetPixel(x, y, x, picture.gray, y);
     }
     ASSERT_EQ(bitmap->Save(guiFolder() + picture.file, FILTER_TIF), IMAGERESULT_OK);
@@ -77,7 +90,7 @@ class TitlebarTest : public PluginFixture {
     host::sizeArea(bar(), width, HEIGHT);
     runAll();
   }
-  titlebarUA& bar() { return dialog->bar; }
+  CountingBar& bar() { return dialog->bar; }
 
   /// What is shown at a place: the picture's gray and its column.
   std::pair<LONG, LONG> shown(int x, int y = 10) {
@@ -147,6 +160,30 @@ TEST_F(TitlebarTest, TheCentreIsStretchedPastTheRightEdge) {
   EXPECT_EQ(shown(172).second, 0);
   EXPECT_EQ(shown(173).second, 1);
   EXPECT_EQ(shown(273).second, 2);
+}
+
+TEST_F(TitlebarTest, ATallerPictureShowsItsUpperRows) {
+  for (const Picture& picture : PICTURES)
+    write(picture, 2 * HEIGHT);
+  open(400);
+  for (const int x : {0, 1, 61, 200, 296, 310, 350, 360, 390}) {
+    for (const int y : {0, 12, 23})
+      shown(x, y); // which looks at the row
+  }
+}
+
+TEST_F(TitlebarTest, ANewSizeOfTheDialogIsARedraw) {
+  open();
+  advance(300); // what the opening posts
+  const auto drawings = [&](LONG id) {
+    bar().drawings = 0;
+    BaseContainer result;
+    bar().Message(BaseContainer(id), result);
+    paint();
+    return bar().drawings;
+  };
+  EXPECT_EQ(drawings(FourCC("bISI")), 1);
+  EXPECT_EQ(drawings(FourCC("xxxx")), 0);
 }
 
 TEST_F(TitlebarTest, TheRightGroupStaysAtTheRightEdge) {
@@ -296,6 +333,45 @@ TEST_F(TitlebarTest, TheHoverPictureGoesWhenThePointerHasLeft) {
   advance(20);
   paint();
   EXPECT_EQ(grayAt(330), 80);
+}
+
+TEST_F(TitlebarTest, TheTimerRunsOnlyWhileThePointerIsInside) {
+  open();
+  advance(1000);
+  EXPECT_EQ(bar().timers, 0);
+  for (int visit = 0; visit < 2; ++visit) {
+    SCOPED_TRACE(visit);
+    bar().timers = 0;
+    pointerAt(200, 10); // on no button
+    hover(200, 10);
+    advance(50);
+    hover(210, 10); // the same timer goes on
+    advance(930);
+    EXPECT_EQ(bar().timers, 10);
+    pointerAt(200, 100);
+    advance(100);
+    EXPECT_EQ(bar().timers, 11) << "it sees that the pointer has left";
+    advance(1000);
+    EXPECT_EQ(bar().timers, 11) << "and stops";
+  }
+}
+
+TEST_F(TitlebarTest, TheTimerStartsBetweenTheEdges) {
+  const auto starts = [&](LONG x, LONG y) {
+    open();
+    pointerAt(x, y);
+    hover(x, y);
+    pointerAt(200, 10); // inside, so that it goes on
+    bar().timers = 0;
+    advance(500);
+    return bar().timers > 0;
+  };
+  EXPECT_TRUE(starts(1, 1));
+  EXPECT_TRUE(starts(399, 23));
+  EXPECT_FALSE(starts(0, 10));
+  EXPECT_FALSE(starts(400, 10));
+  EXPECT_FALSE(starts(200, 0));
+  EXPECT_FALSE(starts(200, 24));
 }
 
 TEST_F(TitlebarTest, LeavingIsSeenOnlyBehindTheLowerAndRightEdges) {

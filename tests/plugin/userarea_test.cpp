@@ -228,6 +228,30 @@ TEST_F(ViewTest, OffItShowsTheSplashCentred) {
   }
 }
 
+// The window shows through where the splash has no alpha.
+TEST_F(ViewTest, OffTheSplashIsDrawnWithItsAlpha) {
+  removeResources();
+  const Filename gui = folder.makeFolder("plugin/res/gui");
+  AutoAlloc<BaseBitmap> splash;
+  fillBitmap(*splash, 30, 20, {200, 100, 50}, 32);
+  for (LONG y = 0; y < 20; ++y) {
+    for (LONG x = 0; x < 30; ++x)
+      splash->SetAlpha(x, y, x < 10 ? 0 : x < 20 ? 128 : 255);
+  }
+  ASSERT_EQ(splash->Save(gui + "splash.tif", FILTER_TIF, nullptr, SAVEBIT_ALPHA), IMAGERESULT_OK);
+  openViewer();
+  host::sizeArea(view(), 30, 20);
+  redraw();
+  const auto word = static_cast<LONG>(host::windowColor());
+  const Rgb ground{word >> 16 & 255, word >> 8 & 255, word & 255};
+  EXPECT_EQ(paintedPixel(view(), 5, 10), ground);
+  EXPECT_EQ(paintedPixel(view(), 25, 10), (Rgb{200, 100, 50}));
+  const Rgb mixed = paintedPixel(view(), 15, 10);
+  EXPECT_NEAR(mixed.r, (ground.r * 127 + 200 * 128) / 255, 1);
+  EXPECT_NEAR(mixed.g, (ground.g * 127 + 100 * 128) / 255, 1);
+  EXPECT_NEAR(mixed.b, (ground.b * 127 + 50 * 128) / 255, 1);
+}
+
 // What is larger than the area is cut on both sides; the halves truncate toward zero.
 TEST_F(ViewTest, OffALargerSplashIsCentredToo) {
   openViewer();

@@ -407,6 +407,35 @@ TEST_F(ViewerOptionsTest, OptionsClosedWithOkAreTakenOver) {
   EXPECT_EQ(storedOption(LM_AUTO_REFRESH), 1);
 }
 
+TEST_F(ViewerOptionsTest, OptionsRefreshLockAndTheHistoryEntry) {
+  const auto closeWithOk = [&](const std::function<void(GeDialog&)>& user) {
+    ui.dialogScripts.push_back([=](GeDialog& dialog) {
+      user(dialog);
+      host::clickGadget(dialog, IDC_OK);
+    });
+    choose(1101);
+  };
+  const auto lock = [](GeDialog& dialog) { host::clickGadget(dialog, LM_LOCK); };
+  closeWithOk(lock);
+  EXPECT_TRUE(isChecked(LOCK));
+  closeWithOk(lock);
+  EXPECT_FALSE(isChecked(LOCK));
+
+  const auto addAll = [](GeDialog& dialog) { host::chooseEntry(dialog, LM_HISTORY_ADD, 0); };
+  const auto addByHand = [](GeDialog& dialog) { host::chooseEntry(dialog, LM_HISTORY_ADD, 1); };
+  ASSERT_TRUE(isEntryEnabled(ADD_TO_HISTORY));
+  closeWithOk(addAll);
+  EXPECT_FALSE(isEntryEnabled(ADD_TO_HISTORY));
+  closeWithOk(addByHand);
+  EXPECT_TRUE(isEntryEnabled(ADD_TO_HISTORY));
+
+  // In Compare mode the entry stays off.
+  choose(COMPARE);
+  closeWithOk(addByHand);
+  EXPECT_EQ(option(LM_HISTORY_ADD), 1);
+  EXPECT_FALSE(isEntryEnabled(ADD_TO_HISTORY));
+}
+
 TEST_F(ViewerOptionsTest, OptionsLoadTheNewestPictures) {
   addHistoryFile("a[001].tif", 1, {200, 0, 0});
   addHistoryFile("a[002].tif", 2, {0, 0, 200});
