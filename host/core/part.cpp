@@ -38,7 +38,7 @@ void* Part::load() const {
     platform::unloadModule(module);
   }
   throw PartError("the program's library \"" + file_.GetString().GetUTF8() + "\" cannot be loaded (" +
-                  reason + "). Install the program again.");
+                  reason + ")");
 }
 
 } // namespace host

@@ -27,10 +27,11 @@
 
 namespace host {
 
-/// A part that could not be loaded. The text follows a colon: "the program's library "..." cannot be loaded
-/// (...). Install the program again."
+/// A part that could not be loaded. The text is a clause: "the program's library "..." cannot be loaded
+/// (...)".
 struct PartError : std::runtime_error {
   using std::runtime_error::runtime_error;
+  static constexpr const char* advice = "Install the program again.";
 };
 
 /// One part. It stays loaded until the process ends. Any thread.

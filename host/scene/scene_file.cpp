@@ -2,9 +2,9 @@
 
 #include <new>
 
-#include "assimp_import.h"
 #include "document.h"
 #include "gltf_load.h"
+#include "scene_import.h"
 
 namespace host {
 

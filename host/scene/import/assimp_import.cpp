@@ -1,5 +1,4 @@
-#include "assimp_import.h"
-
+// The entry of the part that imports scenes, and the import.
 #include <assimp/DefaultIOSystem.h>
 #include <assimp/GltfMaterial.h>
 #include <assimp/Importer.hpp>
@@ -17,14 +16,13 @@
 #include "evaluate.h"
 #include "mesh_tools.h"
 #include "parameters.h"
+#include "scene_import.h"
 
 namespace host {
 
 namespace {
 
 namespace fs = std::filesystem;
-
-constexpr const char* formats[] = {"obj", "fbx", "ply", "stl", "dae"};
 
 // The library opens only the scene itself and files at or below its folder.
 class FolderSystem final : public Assimp::DefaultIOSystem {
@@ -422,15 +420,8 @@ class Converter {
   std::size_t done_ = 0;
 };
 
-} // namespace
-
-bool canImport(const Filename& file) {
-  return std::any_of(std::begin(formats), std::end(formats),
-                     [&](const char* suffix) { return file.CheckSuffix(suffix); });
-}
-
-NodePtr<DocumentState> importDocument(const Filename& file, std::span<const std::byte> bytes,
-                                      LoadContext& context) {
+NodePtr<DocumentState> importFile(const Filename& file, std::span<const std::byte> bytes,
+                                  LoadContext& context) {
   const std::string path = file.GetString().GetUTF8();
   context.progress(0.1);
   Assimp::Importer importer;
@@ -456,4 +447,18 @@ NodePtr<DocumentState> importDocument(const Filename& file, std::span<const std:
   return Converter(*scene, std::move(cameras), folder, context).convert();
 }
 
+class Importer final : public SceneImporter {
+ public:
+  NodePtr<DocumentState> import(const Filename& file, std::span<const std::byte> bytes,
+                                LoadContext& context) const override {
+    return importFile(file, bytes, context);
+  }
+};
+
+} // namespace
 } // namespace host
+
+void* lumenara_part_import() {
+  static host::Importer importer;
+  return static_cast<host::SceneImporter*>(&importer);
+}
