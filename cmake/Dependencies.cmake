@@ -45,6 +45,18 @@ target_link_libraries(dep_embree INTERFACE dep_tbb)
 # epoxy: OpenGL and EGL, for the hardware preview without a window; the driver is looked for when a render wants it.
 lumenara_find_dependency(epoxy HEADER epoxy/gl.h LIBRARIES epoxy)
 
+# One library a common format of still pictures: PNG, JPEG, TIFF, OpenEXR (with its numbers' own library), WebP.
+lumenara_find_dependency(png HEADER spng.h LIBRARIES spng)
+lumenara_find_dependency(jpeg HEADER jpeglib.h LIBRARIES jpeg)
+lumenara_find_dependency(tiff HEADER tiffio.h LIBRARIES tiff)
+lumenara_find_dependency(imath HEADER ImathBox.h LIBRARIES Imath SUFFIXES Imath)
+lumenara_find_dependency(exr HEADER ImfHeader.h LIBRARIES OpenEXR Iex IlmThread SUFFIXES OpenEXR)
+target_link_libraries(dep_exr INTERFACE dep_imath)
+lumenara_find_dependency(webp HEADER webp/decode.h LIBRARIES webp webpdemux webpmux)
+
+# Little CMS: pictures with colour profiles.
+lumenara_find_dependency(lcms HEADER lcms2.h LIBRARIES lcms2)
+
 # OpenImageIO: reading and writing of still images. By name: its CMake target lists a folder that does not exist.
 lumenara_find_dependency(openimageio HEADER OpenImageIO/imageio.h LIBRARIES OpenImageIO OpenImageIO_Util)
 

@@ -26,14 +26,15 @@ set(LUMENARA_USES_session dialog view render core image scene interface)
 set(LUMENARA_USES_qt session dialog view render core image scene interface)
 
 # Sub-folders that are parts, each loaded at its first use.
-set(LUMENARA_PARTS_image movie)
+set(LUMENARA_PARTS_image movie pictures)
 set(LUMENARA_PARTS_scene import)
 
 # Third-party libraries stay behind one wall each; <folder>_<part> for parts.
 set(LUMENARA_WALLS_interface)
 set(LUMENARA_WALLS_core json threads)
-set(LUMENARA_WALLS_image openimageio magick zip freetype harfbuzz fontconfig threads)
+set(LUMENARA_WALLS_image png jpeg tiff exr webp lcms zip freetype harfbuzz fontconfig threads)
 set(LUMENARA_WALLS_image_movie ffmpeg)
+set(LUMENARA_WALLS_image_pictures openimageio magick)
 set(LUMENARA_WALLS_scene tinygltf draco opensubdiv json threads)
 set(LUMENARA_WALLS_scene_import assimp json)
 set(LUMENARA_WALLS_render embree tbb epoxy threads)

@@ -5,7 +5,8 @@
 
 #include "atomic_file.h"
 #include "failures.h"
-#include "image_filter.h"
+#include "picture_codec.h"
+#include "picture_formats.h"
 
 namespace {
 
@@ -17,15 +18,15 @@ struct Outcome {
 Outcome save(const BaseBitmap& bitmap, const Filename& name, LONG format, const BaseContainer* options,
              SAVEBIT bits) {
   if (!name.Content()) return {IMAGERESULT_PARAM_ERROR, "has no name. Choose a file name."};
-  const host::ImageFilter* filter = host::findImageFilter(format);
-  if (!filter)
+  const host::PictureFileFormat* writer = host::formatOfFilter(format);
+  if (!writer)
     return {IMAGERESULT_WRONGTYPE, "was not saved: there is no writer for image format " +
-                                       std::to_string(format) +
-                                       ". Choose TIFF, BMP, JPEG, PSD, B3D, PNG or OpenEXR."};
+                                       std::to_string(format) + ". Choose " + host::namesOfWrittenFormats() +
+                                       "."};
   if (bitmap.GetBw() < 1)
     return {IMAGERESULT_PARAM_ERROR, "was not saved: the picture is empty. Render it first."};
   const bool alpha = (bits & SAVEBIT_ALPHA) != 0 && bitmap.GetBt() == 32;
-  const host::FileBytes bytes = filter->encode({bitmap, alpha, options});
+  const host::FileBytes bytes = writer->write({bitmap, alpha, options});
   std::string reason;
   if (!host::replaceFile(name, std::as_bytes(std::span(bytes)), &reason))
     return {IMAGERESULT_FILEERROR,

@@ -23,19 +23,26 @@ struct LoadedPicture {
 
 /// Decodes bytes; see decodePicture. Results: WRONGTYPE no picture we read, FILESTRUCTURE damaged,
 /// OUTOFMEMORY too large. Any thread; nothing is thrown.
-LoadedPicture loadPictureBytes(std::span<const std::byte> file, const std::string& name) noexcept;
+LoadedPicture loadPictureBytes(std::span<const std::byte> file, const std::string& name,
+                               PictureUse use = PictureUse::shown) noexcept;
 
 /// Reads and decodes a file. Also: NOTEXISTING, and FILEERROR when it is there but cannot be read. Any
 /// thread.
 LoadedPicture loadPicture(const std::string& path) noexcept;
 
-/// Gives every pixel, row by row, to `store(index, word)` as 0xAARRGGBB, floats through the display
-/// transform.
+/// Gives every pixel, row by row, to `store(index, word)` as 0xAARRGGBB, 16 bits rounded to 8, floats through
+/// the display transform.
 template <class Store>
 void eachPixelWord(const DecodedPicture& picture, Store store) {
   const auto join = [](ULONG r, ULONG g, ULONG b, ULONG a) { return (a << 24) | (r << 16) | (g << 8) | b; };
   const std::size_t count =
       static_cast<std::size_t>(picture.width) * static_cast<std::size_t>(picture.height);
+  if (!picture.words.empty()) {
+    const std::uint16_t* p = picture.words.data();
+    for (std::size_t i = 0; i < count; ++i, p += 4)
+      store(i, join(roundedTo8(p[0]), roundedTo8(p[1]), roundedTo8(p[2]), roundedTo8(p[3])));
+    return;
+  }
   if (picture.floats.empty()) {
     const unsigned char* p = picture.bytes.data();
     for (std::size_t i = 0; i < count; ++i, p += 4)

@@ -68,9 +68,12 @@ Rgba mix(Rgba a, Rgba b, float t) {
 Texture::Texture(const DecodedPicture& picture, ColorSpace space) : space_(space) {
   Level first{picture.width, picture.height, {}, {}};
   if (picture.floats.empty()) {
-    first.bytes.resize(picture.bytes.size() / 4);
+    const std::vector<unsigned char> rounded =
+        picture.words.empty() ? std::vector<unsigned char>() : eightBits(picture);
+    const std::vector<unsigned char>& bytes = picture.words.empty() ? picture.bytes : rounded;
+    first.bytes.resize(bytes.size() / 4);
     for (std::size_t i = 0; i < first.bytes.size(); ++i) {
-      const unsigned char* p = picture.bytes.data() + 4 * i;
+      const unsigned char* p = bytes.data() + 4 * i;
       first.bytes[i] = static_cast<std::uint32_t>(p[0] | (p[1] << 8) | (p[2] << 16)) |
                        (static_cast<std::uint32_t>(p[3]) << 24);
     }

@@ -70,7 +70,9 @@ void TextureLoader::dropUnused() {
 
 void TextureLoader::decode(Job& job) {
   try {
-    LoadedPicture loaded = loadPictureBytes(*job.picture->bytes, job.picture->name);
+    // Normals, roughness and the like are numbers: no profile may change them.
+    const PictureUse use = job.space == ColorSpace::srgb ? PictureUse::colours : PictureUse::data;
+    LoadedPicture loaded = loadPictureBytes(*job.picture->bytes, job.picture->name, use);
     job.error = std::move(loaded.error);
     job.outOfMemory = loaded.shortage;
     if (loaded.picture) job.texture = std::make_shared<const Texture>(*loaded.picture, job.space);

@@ -25,9 +25,10 @@ HOST = set(USES)
 WALLS = [
     (r"embree3/|tbb/|oneapi/tbb", {"host/render", "bench"}),
     (r"epoxy/|EGL/|GL/", {"host/render"}),
-    (r"OpenImageIO/|Imath/", {"host/image", "tests"}),
+    (r"spng\.h$|jpeglib\.h$|jerror\.h$|tiffio\.h$|OpenEXR/|Imath/|webp/|lcms2\.h$", {"host/image/codec", "tests", "bench"}),
+    (r"OpenImageIO/|Magick\+\+", {"host/image/pictures", "tests"}),
     (r"libav(codec|format|util)/|libswscale/", {"host/image/movie", "tests/image"}),
-    (r"Magick\+\+|zip\.h$", {"host/image", "tests/image"}),
+    (r"zip\.h$", {"host/image/codec", "tests/image"}),
     (r"ft2build\.h|freetype|FT_[A-Z_]+$|hb(-[a-z]+)?\.h|harfbuzz/|fontconfig/", {"host/image"}),
     (r"tiny_gltf\.h|draco/|opensubdiv/", {"host/scene", "tests"}),
     (r"assimp/", {"host/scene/import"}),

@@ -10,7 +10,7 @@
 #include <string>
 #include <string_view>
 
-#include "filter_encode.h"
+#include "picture_codec.h"
 
 namespace host {
 namespace {

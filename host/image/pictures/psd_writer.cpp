@@ -1,4 +1,5 @@
-#include "filter_encode.h"
+// PSD through Magick++.
+#include "rare_files.h"
 
 // Last: it defines macros with names of other people's functions.
 #include <Magick++.h>
@@ -7,17 +8,6 @@
 
 namespace host {
 namespace {
-
-constexpr LONG largestSide = 30000; // the limit that the format's public documentation gives for its header
-
-void prepareMagick() {
-  static const bool done = [] {
-    Magick::InitializeMagick(nullptr);
-    Magick::ResourceLimits::thread(1); // one picture is worked on by the thread that asks
-    return true;
-  }();
-  static_cast<void>(done);
-}
 
 Magick::Image imageOf(const FilterJob& job, const FileBytes& pixels) {
   Magick::Image image(static_cast<std::size_t>(job.bitmap.GetBw()),
@@ -56,10 +46,12 @@ FileBytes encode(const FilterJob& job) {
 
 } // namespace
 
-FileBytes encodePsd(const FilterJob& job) {
-  if (job.bitmap.GetBw() > largestSide || job.bitmap.GetBh() > largestSide)
-    throw FilterError("was not saved: PSD holds at most 30000 pixels a side");
-  prepareMagick();
+void setUpPsdWriter() {
+  Magick::InitializeMagick(nullptr);
+  Magick::ResourceLimits::thread(1); // one picture is worked on by the thread that asks
+}
+
+FileBytes writePsdFile(const FilterJob& job) {
   try {
     return encode(job);
   } catch (const Magick::Exception& error) {

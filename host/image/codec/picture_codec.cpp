@@ -1,0 +1,107 @@
+#include "picture_codec.h"
+
+#include <cstring>
+
+#include "bitmap_data.h"
+
+namespace host {
+namespace {
+
+constexpr std::uint16_t orientationTag = 0x0112, softwareTag = 0x0131;
+constexpr std::uint16_t textType = 2, shortType = 3;
+constexpr std::size_t entryBytes = 12;
+
+/// Numbers of an EXIF block, which says its byte order itself.
+class ExifNumbers {
+ public:
+  explicit ExifNumbers(PictureBytes bytes) : bytes_(bytes), lowestFirst_(at(0) == 'I') {}
+  bool whole() const {
+    return bytes_.size() >= 8 && at(0) == at(1) && (at(0) == 'I' || at(0) == 'M') && number(2, 2) == 42;
+  }
+  /// 0 where the block ends before.
+  std::uint32_t number(std::size_t offset, std::size_t count) const {
+    if (offset > bytes_.size() || count > bytes_.size() - offset) return 0;
+    std::uint32_t value = 0;
+    for (std::size_t i = 0; i < count; ++i)
+      value = (value << 8) | at(lowestFirst_ ? offset + count - 1 - i : offset + i);
+    return value;
+  }
+
+ private:
+  unsigned at(std::size_t i) const { return i < bytes_.size() ? std::to_integer<unsigned>(bytes_[i]) : 0; }
+  PictureBytes bytes_;
+  bool lowestFirst_;
+};
+
+} // namespace
+
+void startPicture(DecodedPicture& picture, std::uint64_t width, std::uint64_t height,
+                  std::size_t valueBytes) {
+  if (width == 0 || height == 0) throw DamagedPicture("it has no pixels");
+  constexpr auto most = static_cast<std::uint64_t>(maxPictureSide);
+  if (width > most || height > most || !fitsMemory(width * height * 4 * valueBytes))
+    throw PictureError(IMAGERESULT_OUTOFMEMORY,
+                       "is too large: " + std::to_string(width) + " x " + std::to_string(height) +
+                           " pixels. At most 32768 a side are possible, and they must fit into memory.");
+  picture.width = static_cast<int>(width);
+  picture.height = static_cast<int>(height);
+  const std::size_t count = width * height * 4;
+  if (valueBytes == 1)
+    picture.bytes.reserve(count);
+  else if (valueBytes == 2)
+    picture.words.reserve(count);
+  else
+    picture.floats.reserve(count);
+}
+
+int exifOrientation(PictureBytes exif) noexcept {
+  const ExifNumbers block(exif);
+  if (!block.whole()) return 1;
+  const std::size_t table = block.number(4, 4), count = block.number(table, 2);
+  for (std::size_t i = 0; i < count; ++i) {
+    const std::size_t entry = table + 2 + i * entryBytes;
+    if (block.number(entry, 2) != orientationTag || block.number(entry + 2, 2) != shortType) continue;
+    const std::uint32_t value = block.number(entry + 8, 2);
+    return value >= 1 && value <= 8 ? static_cast<int>(value) : 1;
+  }
+  return 1;
+}
+
+std::vector<unsigned char> exifSoftware() {
+  constexpr std::size_t textAt = 8 + 2 + entryBytes + 4;
+  std::vector<unsigned char> block;
+  const auto add = [&block](std::size_t value, std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i)
+      block.push_back(static_cast<unsigned char>(value >> (8 * i)));
+  };
+  block.assign({'I', 'I'});
+  add(42, 2);
+  add(8, 4); // the table begins here
+  add(1, 2);
+  add(softwareTag, 2);
+  add(textType, 2);
+  add(sizeof writingProgram, 4);
+  add(textAt, 4);
+  add(0, 4); // no further table
+  block.insert(block.end(), std::begin(writingProgram), std::end(writingProgram));
+  return block;
+}
+
+FileBytes pixelBytes(const FilterJob& job) {
+  const BaseBitmap& bitmap = job.bitmap;
+  const LONG width = bitmap.GetBw(), height = bitmap.GetBh();
+  FileBytes bytes(static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * (job.alpha ? 4 : 3));
+  unsigned char* out = bytes.data();
+  for (LONG y = 0; y < height; ++y)
+    for (LONG x = 0; x < width; ++x) {
+      UWORD r, g, b;
+      bitmap.GetPixel(x, y, &r, &g, &b);
+      *out++ = static_cast<unsigned char>(r);
+      *out++ = static_cast<unsigned char>(g);
+      *out++ = static_cast<unsigned char>(b);
+      if (job.alpha) *out++ = static_cast<unsigned char>(bitmap.GetAlpha(x, y));
+    }
+  return bytes;
+}
+
+} // namespace host

@@ -1,0 +1,113 @@
+// Readers and writers of picture files, one file a format. Private to host/image.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "c4d_bitmap.h"
+#include "picture_decode.h"
+
+namespace host {
+
+using PictureBytes = std::span<const std::byte>;
+using FileBytes = std::vector<unsigned char>;
+
+struct FilterJob {
+  const BaseBitmap& bitmap;
+  bool alpha;                   // wanted, and the bitmap has one
+  const BaseContainer* options; // null for none
+};
+
+/// A picture that a writer could not encode; the text is a clause that follows the file's name.
+struct FilterError : std::runtime_error {
+  using std::runtime_error::runtime_error;
+};
+
+/// A picture that a reader refuses. The text is a clause that follows the picture's name.
+struct PictureError : std::runtime_error {
+  explicit PictureError(IMAGERESULT code, const std::string& clause) : runtime_error(clause), result(code) {}
+  IMAGERESULT result;
+};
+/// A damaged or cut file; the text says more about it, or nothing.
+struct DamagedPicture : PictureError {
+  explicit DamagedPicture(const std::string& detail = {}) : PictureError(IMAGERESULT_FILESTRUCTURE, detail) {}
+};
+
+/// The colours that a file holds.
+enum class FileColours : std::uint8_t {
+  grey, // spread over red, green and blue
+  rgb,
+  inks // cyan, magenta, yellow and black in the four channels, 0 for no ink; without alpha
+};
+
+/// A file's pixels before its colour profile and its orientation were looked at.
+struct RawPicture {
+  DecodedPicture picture;
+  FileColours colours = FileColours::rgb;
+  std::vector<std::byte> profile; // ICC; empty for none
+  int orientation = 1;            // EXIF's and TIFF's, 1 to 8
+};
+
+// Each reads the whole of a file whose first bytes are of its kind. Throws PictureError, std::bad_alloc, or
+// another std::exception for a damaged file. Any thread.
+RawPicture readPng(PictureBytes file);
+RawPicture readJpeg(PictureBytes file);
+RawPicture readTiff(PictureBytes file); // the first picture of the file
+RawPicture readExr(PictureBytes file);  // the data window of the first part with colours
+RawPicture readWebp(PictureBytes file); // of an animation the first frame
+RawPicture readBmp(PictureBytes file);
+RawPicture readPsd(PictureBytes file); // its flat picture
+RawPicture readHdr(PictureBytes file);
+RawPicture readGif(PictureBytes file); // the first frame
+RawPicture readPnm(PictureBytes file);
+RawPicture readTga(PictureBytes file);
+
+// Cheap checks of a header against the size of the file, before any memory is asked for. False means damaged.
+bool plausiblePng(PictureBytes file);
+bool plausibleJpeg(PictureBytes file);
+bool plausibleBmp(PictureBytes file);
+bool plausibleTga(PictureBytes file);
+
+// Each throws FilterError or std::bad_alloc. Any thread.
+FileBytes encodeTiff(const FilterJob& job); // LZW; with alpha when wanted, straight
+FileBytes encodeBmp(const FilterJob& job);  // no alpha
+FileBytes encodeJpeg(const FilterJob& job); // no alpha; JPGSAVER_QUALITY, default 90
+FileBytes encodePng(const FilterJob& job);  // with alpha when wanted, straight
+/// 32-bit floats, linear. A pixel holds the film's value where the film shows as what the bitmap has; a pixel
+/// that was drawn over since (a stamp, a banner), or a bitmap without film, holds the linear light of its
+/// codes. With alpha the colours are multiplied by it, as the format's readers expect.
+FileBytes encodeExr(const FilterJob& job);
+FileBytes
+encodeWebp(const FilterJob& job);          // lossless, or lossy with JPGSAVER_QUALITY; with alpha when wanted
+FileBytes encodePsd(const FilterJob& job); // 8 bits a channel; with alpha when wanted, straight
+FileBytes encodeOpenRaster(const FilterJob& job); // a document of one layer; with alpha when wanted
+
+/// Sets the size and reserves the memory of `picture`, for values of `valueBytes` each. Throws PictureError
+/// when a side has none or too many pixels, or the pixels do not fit into memory.
+void startPicture(DecodedPicture& picture, std::uint64_t width, std::uint64_t height, std::size_t valueBytes);
+
+/// Adds a row of four channels and gives its start. Memory grows with the rows: a short file that claims a
+/// huge picture fails before it costs anything.
+template <class Value>
+Value* addRow(std::vector<Value>& pixels, int width) {
+  const std::size_t before = pixels.size(), count = static_cast<std::size_t>(width) * 4;
+  if (before == 0) pixels.reserve(count);
+  pixels.resize(before + count);
+  return pixels.data() + before;
+}
+
+/// The orientation in a block of EXIF data (without JPEG's "Exif" mark); 1 when it says none.
+int exifOrientation(PictureBytes exif) noexcept;
+
+/// A block of EXIF data that names the program that wrote the picture.
+std::vector<unsigned char> exifSoftware();
+inline constexpr char writingProgram[] = "Lumenara";
+
+/// The bitmap's pixels as red, green, blue and, when the job wants it, alpha: 8 bits each, rows from the top.
+FileBytes pixelBytes(const FilterJob& job);
+
+} // namespace host

@@ -1,0 +1,57 @@
+// The table of picture formats: whoever lists, reads or writes formats goes through it.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "c4d_bitmap.h"
+
+namespace host {
+
+/// The number of WebP for `BaseBitmap::Save`; a number of this host. Without JPGSAVER_QUALITY in the options
+/// the file is lossless, with it (1 to 100) lossy.
+inline constexpr LONG filterWebp = 1990001;
+
+struct FilterJob;
+struct RawPicture;
+
+/// What an option of a format's writer is.
+enum class WriterOption : std::uint8_t { none, quality };
+
+/// A kind of picture file.
+struct PictureFileFormat {
+  const char* name;                    // "PNG", as messages say it
+  std::array<const char*, 4> suffixes; // lower case, without the point; the first is the usual one
+  LONG filter;                         // for `BaseBitmap::Save`; 0: it is not written
+  bool alpha;                          // a written file holds the alpha channel when that is wanted
+  const char* depths;                  // what is kept of what is read: "8, 16", "float" ...
+  WriterOption option;
+  /// Whether the file's bytes are of this kind; its name counts only where they cannot tell.
+  bool (*recognises)(std::span<const std::byte> file, const std::string& name);
+  bool (*plausible)(std::span<const std::byte> file);  // null: the reader finds out; see picture_codec.h
+  RawPicture (*read)(std::span<const std::byte> file); // null: it is not read
+  std::vector<unsigned char> (*write)(const FilterJob& job);
+};
+
+/// All of them, in the order in which programs list them. Any thread.
+std::span<const PictureFileFormat> pictureFileFormats() noexcept;
+
+/// The format that these bytes are; null when they are no kind that we read. Asking the bytes first keeps a
+/// file's name from choosing a reader that has nothing to do with it.
+const PictureFileFormat* recognisePicture(std::span<const std::byte> file, const std::string& name);
+
+/// The format with this number, or that writes files of this suffix (with or without capitals); null for
+/// none.
+const PictureFileFormat* formatOfFilter(LONG filter) noexcept;
+const PictureFileFormat* formatOfSuffix(std::string_view suffix) noexcept;
+
+/// "TIFF, BMP, JPEG or PNG": the names of the formats that are read, or of those that are written.
+std::string namesOfReadFormats();
+std::string namesOfWrittenFormats();
+
+} // namespace host
