@@ -57,7 +57,7 @@ lumenara_find_dependency(webp HEADER webp/decode.h LIBRARIES webp webpdemux webp
 # Little CMS: pictures with colour profiles.
 lumenara_find_dependency(lcms HEADER lcms2.h LIBRARIES lcms2)
 
-# OpenImageIO: reading and writing of still images. By name: its CMake target lists a folder that does not exist.
+# OpenImageIO: reading of rare kinds of still pictures. By name: its CMake target lists a folder that does not exist.
 lumenara_find_dependency(openimageio HEADER OpenImageIO/imageio.h LIBRARIES OpenImageIO OpenImageIO_Util)
 
 # FFmpeg: encoding of movies.
