@@ -28,6 +28,13 @@ class SettingsHost {
     CheckResetLM();
   }
   const host::PluginUnit& plugin() const { return plugin_; }
+  /// What a home of this run alone would forget is not done.
+  void requireHome() const {
+    if (!program_.homeIsKept())
+      throw Stop(ExitCode::outputNotWritable,
+                 "the settings were not changed, for there is no safe home to keep them in; name a folder of "
+                 "your own with --home");
+  }
 
  private:
   host::ProgramOptions options(const std::string& home) {
@@ -109,6 +116,7 @@ ExitCode runSettings(const SettingsOptions& options) {
     if (options.action == SettingsAction::set) parseSetting(key, options.value);
   }
   SettingsHost host(options.home);
+  if (options.action == SettingsAction::reset || options.action == SettingsAction::set) host.requireHome();
   if (options.action == SettingsAction::reset) {
     leaveResetMarker();
     return ExitCode::done;

@@ -114,7 +114,8 @@ bool textFromJson(const Json& json, String& text) {
 }
 
 Json containerToValue(const BaseContainer& container);
-bool containerFromValue(const Json& json, BaseContainer& container, int depth);
+// With `dropped` an entry that does not read is left out and counted.
+bool containerFromValue(const Json& json, BaseContainer& container, int depth, LONG* dropped);
 
 Json entryToJson(const ContainerEntry& entry) {
   const GeData& data = entry.data;
@@ -207,7 +208,7 @@ bool filenameFromJson(const Json& json, Filename& name) {
   return true;
 }
 
-bool valueFromJson(const std::string& type, const Json& json, GeData& data, int depth) {
+bool valueFromJson(const std::string& type, const Json& json, GeData& data, int depth, LONG* dropped) {
   if (type == "long") return readAs<LONG>(json, data, integerFromJson<LONG>);
   if (type == "real") return readAs<Real>(json, data, realFromJson);
   if (type == "time") return readAs<BaseTime>(json, data, timeFromJson);
@@ -228,21 +229,21 @@ bool valueFromJson(const std::string& type, const Json& json, GeData& data, int 
     return data = GeData(BaseLink::FromIdentity(identity)), true;
   }
   if (type == "container")
-    return readAs<BaseContainer>(json, data, [depth](const Json& value, BaseContainer& container) {
-      return containerFromValue(value, container, depth + 1);
+    return readAs<BaseContainer>(json, data, [depth, dropped](const Json& value, BaseContainer& container) {
+      return containerFromValue(value, container, depth + 1, dropped);
     });
   return false;
 }
 
-bool entryFromJson(const Json& json, ContainerEntry& entry, int depth) {
+bool entryFromJson(const Json& json, ContainerEntry& entry, int depth, LONG* dropped) {
   if (!json.is_array() || json.size() < 2 || json.size() > 3) return false;
   if (!integerFromJson(json[0], entry.id) || !json[1].is_string()) return false;
   const std::string type = json[1].get<std::string>();
   if (json.size() == 2) return type == "nil";
-  return valueFromJson(type, json[2], entry.data, depth);
+  return valueFromJson(type, json[2], entry.data, depth, dropped);
 }
 
-bool containerFromValue(const Json& json, BaseContainer& container, int depth) {
+bool containerFromValue(const Json& json, BaseContainer& container, int depth, LONG* dropped) {
   if (depth > deepest) return false;
   const Json* entries = &json;
   LONG id = 0;
@@ -254,7 +255,11 @@ bool containerFromValue(const Json& json, BaseContainer& container, int depth) {
   auto store = std::make_shared<ContainerStore>();
   for (const Json& json_entry : *entries) {
     ContainerEntry entry;
-    if (!entryFromJson(json_entry, entry, depth)) return false;
+    if (!entryFromJson(json_entry, entry, depth, dropped)) {
+      if (!dropped) return false;
+      ++*dropped;
+      continue;
+    }
     const int index = store->find(entry.id); // a number that comes twice: the later one counts
     if (index >= 0)
       store->entries[static_cast<std::size_t>(index)].data = std::move(entry.data);
@@ -275,13 +280,22 @@ std::string containerToJson(const BaseContainer& container, int indent) {
 bool containerFromJson(std::string_view text, BaseContainer& container, std::string* error) {
   const Json json = Json::parse(text, nullptr, false);
   BaseContainer read;
-  const bool good = !json.is_discarded() && containerFromValue(json, read, 0);
+  const bool good = !json.is_discarded() && containerFromValue(json, read, 0, nullptr);
   if (good)
     container = std::move(read);
   else if (error)
     *error =
         json.is_discarded() ? "the text is not JSON" : "an entry is not [ID, type, value] of a known type";
   return good;
+}
+
+LONG salvageContainer(std::string_view text, BaseContainer& container) {
+  const Json json = Json::parse(text, nullptr, false);
+  LONG dropped = 0;
+  BaseContainer read;
+  if (json.is_discarded() || !containerFromValue(json, read, 0, &dropped)) ++dropped;
+  container = std::move(read);
+  return dropped;
 }
 
 } // namespace host

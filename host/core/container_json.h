@@ -16,4 +16,8 @@ std::string containerToJson(const BaseContainer& container, int indent = -1);
 /// 64 deep at most.
 bool containerFromJson(std::string_view text, BaseContainer& container, std::string* error = nullptr);
 
+/// Reads as much of a damaged text as makes sense: entries that do not read are left out, at every depth.
+/// Gives how many were; a text that is no container at all counts as one and leaves the container empty.
+LONG salvageContainer(std::string_view text, BaseContainer& container);
+
 } // namespace host

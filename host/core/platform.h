@@ -17,6 +17,16 @@ Filename libraryPath();
 /// The folder for this user's data of programs: "<it>/Lumenara Studio" is ours. Empty when there is none.
 Filename userDataFolder();
 
+/// Who can change a file or a folder.
+enum class Owner { missing, onlyUs, anyone, anotherUser };
+/// `anyone`: its group or others may write; `anotherUser`: it belongs neither to this program's user nor to
+/// the system's. A link counts as what it leads to. `missing` also when that cannot be told.
+Owner ownerOf(const Filename& file) noexcept;
+/// Makes a folder with those above it, for this user alone. False when it is not there afterwards.
+bool makeOwnFolder(const Filename& folder);
+/// Makes a fresh folder for this user alone among the temporary files; empty when that fails.
+Filename makeTemporaryFolder();
+
 /// The end of a module's file name, without the point.
 const char* moduleSuffix() noexcept;
 /// Loads a module, its symbols for itself only, every one resolved. Null with a reason; a file that was cut

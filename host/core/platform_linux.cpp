@@ -21,6 +21,7 @@
 #include <cstring>
 #include <filesystem>
 #include <memory>
+#include <string>
 #include <thread>
 
 namespace host::platform {
@@ -66,6 +67,27 @@ Filename userDataFolder() {
   if (const char* data = std::getenv("XDG_DATA_HOME"); data && data[0] == '/') return Filename(data);
   if (const char* home = std::getenv("HOME"); home && home[0] == '/') return Filename(home) + ".local/share";
   return {};
+}
+
+Owner ownerOf(const Filename& file) noexcept {
+  struct stat info = {};
+  if (stat(path(file), &info) != 0) return Owner::missing;
+  if (info.st_uid != geteuid() && info.st_uid != 0) return Owner::anotherUser;
+  return (info.st_mode & (S_IWGRP | S_IWOTH)) != 0 ? Owner::anyone : Owner::onlyUs;
+}
+
+bool makeOwnFolder(const Filename& folder) {
+  struct stat info = {};
+  if (stat(path(folder), &info) == 0) return S_ISDIR(info.st_mode);
+  const Filename above = folder.GetDirectory();
+  if (above.Content() && !(above == folder) && !makeOwnFolder(above)) return false;
+  return mkdir(path(folder), S_IRWXU) == 0 || errno == EEXIST;
+}
+
+Filename makeTemporaryFolder() {
+  const char* place = std::getenv("TMPDIR");
+  std::string name = std::string(place && place[0] == '/' ? place : "/tmp") + "/lumenara-XXXXXX";
+  return mkdtemp(name.data()) ? Filename(String(name)) : Filename(); // mode 0700
 }
 
 const char* moduleSuffix() noexcept {

@@ -63,7 +63,9 @@ std::string toText(const std::map<std::string, BaseContainer>& contents) {
   return text + "\n}\n";
 }
 
-bool fromText(const std::string& text, std::map<std::string, BaseContainer>& contents, std::string& reason) {
+// False when it is no such file. `dropped` counts the entries that do not read.
+bool fromText(const std::string& text, std::map<std::string, BaseContainer>& contents, LONG& dropped,
+              std::string& reason) {
   const Json json = Json::parse(text, nullptr, false);
   if (!json.is_object() || json.value("format", Json()) != formatName) {
     reason = "it is not a preferences file";
@@ -75,10 +77,7 @@ bool fromText(const std::string& text, std::map<std::string, BaseContainer>& con
   }
   for (const auto& [key, value] : json.items()) {
     if (key == "format" || key == "version") continue;
-    if (!containerFromJson(value.dump(), contents[key], &reason)) {
-      reason = "in \"" + key + "\" " + reason;
-      return false;
-    }
+    dropped += salvageContainer(value.dump(-1, ' ', false, Json::error_handler_t::replace), contents[key]);
   }
   return true;
 }
@@ -100,7 +99,9 @@ Preferences::Preferences(const Filename& file) : file_(file) {
   const platform::FileLock lock(besides(file_, ".lock"), lockPatience);
   if (lock.held()) removeLeftovers();
   Contents contents;
-  if (readDisk(contents)) adopt(contents);
+  if (!readDisk(contents)) return;
+  if (damaged_) write(contents);
+  adopt(contents);
 }
 
 Preferences::~Preferences() = default;
@@ -130,12 +131,21 @@ bool Preferences::complain(const std::string& reason) {
   return false;
 }
 
-void Preferences::keepDamaged(const std::string& reason) {
+void Preferences::setAside(const std::string& reason) {
   const Filename kept = besides(file_, ".damaged");
   const bool moved = GeFMove(file_, kept);
   printLine("The preferences in \"" + file_.GetString() + "\" are damaged: " + reason.c_str() +
             ". Default settings are used" +
             (moved ? "; the damaged file was kept as \"" + kept.GetString() + "\"." : String(".")));
+}
+
+void Preferences::keepCopy(LONG entries) {
+  const Filename kept = besides(file_, ".damaged");
+  const bool copied = GeFCopyFile(file_, kept, TRUE);
+  printLine("The preferences in \"" + file_.GetString() + "\" are damaged in " +
+            String(std::to_string(entries)) + (entries == 1 ? " place" : " places") +
+            ". Default settings are used there and the rest stays" +
+            (copied ? "; the damaged file was kept as \"" + kept.GetString() + "\"." : String(".")));
 }
 
 // Gives what the file holds; what it held last when it is gone or damaged. False when it cannot be read: it
@@ -155,14 +165,16 @@ bool Preferences::readDisk(Contents& contents) {
   }
   if (text == lastText_) return true;
   Contents read;
-  if (fromText(text, read, reason)) {
+  LONG dropped = 0;
+  lastText_.reset(); // a damaged file is written anew
+  if (!fromText(text, read, dropped, reason)) return setAside(reason), true;
+  damaged_ = dropped > 0;
+  if (damaged_)
+    keepCopy(dropped);
+  else
     lastText_ = std::move(text);
-    noteOutdated(read);
-    contents = std::move(read);
-  } else {
-    lastText_.reset();
-    keepDamaged(reason);
-  }
+  noteOutdated(read);
+  contents = std::move(read);
   return true;
 }
 

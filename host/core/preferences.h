@@ -14,8 +14,9 @@ namespace host {
 
 class Preferences {
  public:
-  /// Reads the file, when it is there. One that is damaged is kept beside it as ".damaged"; a line on the
-  /// console tells.
+  /// Reads the file, when it is there. A file that is no preferences file is moved aside as ".damaged". Of
+  /// one with damaged entries a copy is kept under that name and every other entry is used. A line on the
+  /// console tells either.
   explicit Preferences(const Filename& file);
   ~Preferences();
   Preferences(const Preferences&) = delete;
@@ -58,7 +59,8 @@ class Preferences {
   void noteOutdated(const Contents& disk);
   void putEntries(const std::string& key, const BaseContainer& data, BaseContainer& target);
   Contents merged(const Contents& disk) const;
-  void keepDamaged(const std::string& reason);
+  void setAside(const std::string& reason);
+  void keepCopy(LONG entries);
   bool complain(const std::string& reason);
   void removeLeftovers() const;
   Slot& slot(const std::string& key);
@@ -68,6 +70,7 @@ class Preferences {
   std::optional<std::string> lastText_; // the file's text when last read or written
   int writes_ = 0;
   bool complained_ = false;
+  bool damaged_ = false; // entries of the file that was read last were left out
 };
 
 /// The running program's; null without one.

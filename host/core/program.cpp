@@ -1,11 +1,9 @@
 #include "program.h"
 
 #include <atomic>
-#include <cstdlib>
 #include <system_error>
 #include <utility>
 
-#include "c4d_file.h"
 #include "console.h"
 #include "failures.h"
 #include "file_path.h"
@@ -46,15 +44,6 @@ Filename chooseStartupPath(const ProgramOptions& options) {
   return folder.GetFileString() == "bin" ? folder.GetDirectory() : folder;
 }
 
-Filename chooseWritePath(const ProgramOptions& options) {
-  if (options.home.Content()) return absolute(options.home);
-  if (const char* home = std::getenv("LUMENARA_HOME"); home && *home) return absolute(home);
-  Filename data = platform::userDataFolder();
-  std::error_code error;
-  if (!data.Content()) data = toFilename(std::filesystem::temp_directory_path(error));
-  return data + "Lumenara Studio";
-}
-
 } // namespace
 
 Program::Program(ProgramOptions options) : options_(std::move(options)) {
@@ -67,9 +56,8 @@ Program::Program(ProgramOptions options) : options_(std::move(options)) {
   printFailures(options_.printFailures);
   mainLoop().reset();
   startupPath_ = chooseStartupPath(options_);
-  writePath_ = chooseWritePath(options_);
-  GeFCreateDirRec(writePath_); // without it the preferences tell that they cannot be saved
-  preferences_ = std::make_unique<Preferences>(writePath_ + "preferences.json");
+  home_ = std::make_unique<Home>(options_.home);
+  preferences_ = std::make_unique<Preferences>(writePath() + "preferences.json");
   loader_ = std::make_unique<PluginLoader>(registry_);
   running.store(this);
 }
@@ -92,9 +80,20 @@ void Program::startPlugins() {
   for (const PluginUnit& unit : options_.linkedPlugins)
     loader_->start(unit);
   if (!options_.loadModules) return;
-  for (const Filename& place : {startupPath_, writePath_})
-    for (const PluginModule& module : findModules(place + "plugins"))
+  startModules(startupPath_, true);
+  if (home_->isKept()) startModules(writePath(), false);
+}
+
+// What is installed with the program is as trusted as the program itself.
+void Program::startModules(const Filename& place, bool installed) {
+  for (const PluginModule& module : findModules(place + "plugins")) {
+    const std::string unsafe = installed ? std::string() : home_->whyUnsafe(module.file);
+    if (unsafe.empty())
       loader_->load(module);
+    else
+      printLine("The plug-in \"" + module.file.GetString() + "\" was not loaded: " + unsafe.c_str() +
+                ". Install it again as yourself, or remove it.");
+  }
 }
 
 int Program::run() {

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "clock.h"
+#include "home.h"
 #include "plugin_loader.h"
 #include "plugin_registry.h"
 #include "preferences.h"
@@ -19,7 +20,7 @@ namespace host {
 
 struct ProgramOptions {
   Filename startupPath;        // empty: the folder that holds the program's bin/, else the program's own
-  Filename home;               // empty: LUMENARA_HOME, else the user's data folder
+  Filename home;               // empty: LUMENARA_HOME, else the user's data folder (home.h)
   UserInterface* ui = nullptr; // not owned
   Clock* clock = nullptr;      // not owned; null: the system's
   int cpuCount = 0;            // for render workers; 0: all
@@ -34,8 +35,8 @@ enum class ShutdownStage { closeDialogs, freeDocuments, freeCaches };
 
 class Program {
  public:
-  /// Makes the calling thread the main one and creates the write path. A home that cannot be made is a line
-  /// on the console.
+  /// Makes the calling thread the main one and takes the home. One that cannot be made or is not safe is a
+  /// line on the console.
   explicit Program(ProgramOptions options);
   ~Program(); // shuts down
 
@@ -45,7 +46,8 @@ class Program {
   /// The running one; null without one. Any thread.
   static Program* current() noexcept;
 
-  /// Starts the linked plug-ins, then the modules.
+  /// Starts the linked plug-ins, then the installed modules, then those of the home that nobody else can
+  /// change.
   void startPlugins();
 
   /// Runs the loop until `quit`, and gives its code. For programs without a loop of their own.
@@ -58,14 +60,19 @@ class Program {
   void shutDown();
 
   const Filename& startupPath() const noexcept { return startupPath_; }
-  const Filename& writePath() const noexcept { return writePath_; }
+  const Filename& writePath() const noexcept { return home_->folder(); }
+  /// Whether what is written there outlives the program.
+  bool homeIsKept() const noexcept { return home_->isKept(); }
   PluginRegistry& registry() noexcept { return registry_; }
   PluginLoader& loader() noexcept { return *loader_; }
   Preferences& preferences() noexcept { return *preferences_; }
 
  private:
+  void startModules(const Filename& place, bool installed);
+
   ProgramOptions options_;
-  Filename startupPath_, writePath_;
+  Filename startupPath_;
+  std::unique_ptr<Home> home_;
   std::unique_ptr<Preferences> preferences_;
   PluginRegistry registry_;
   std::unique_ptr<PluginLoader> loader_;

@@ -398,11 +398,13 @@ TEST_F(Pictures, AHistoryThatCannotBeClearedSaysSo) {
   const auto closed =
       fs::perms::owner_read | fs::perms::owner_exec | fs::perms::others_read | fs::perms::others_exec;
   fs::permissions(folder.path(), closed);
+  fs::permissions(folder / "home", closed);
   fs::permissions(folder / "home/plugins/Lumenara/history", closed);
   const Outcome outcome = run({"history", "clear"}, folder / "home", {.unprivileged = true});
   EXPECT_EQ(outcome.code, 4) << outcome.err;
   EXPECT_EQ(linesWith(outcome.err, "not deleted"), 1) << outcome.err;
   fs::permissions(folder / "home/plugins/Lumenara/history", fs::perms::owner_all);
+  fs::permissions(folder / "home", fs::perms::owner_all);
   fs::permissions(folder.path(), fs::perms::owner_all);
   EXPECT_EQ(lineCount(history({"list"}).out), 1);
 }

@@ -227,7 +227,6 @@ TEST_F(PreferencesTest, ADamagedFileIsKeptAside) {
   for (const std::string& text :
        {std::string("garbage"), std::string("{\"format\": \"Lumenara preferences\", \"version\": 1, "),
         std::string("{}"), std::string("[]"), std::string(),
-        std::string("{\"format\":\"Lumenara preferences\",\"version\":1,\"plugins/5\":[[1,\"long\",\"x\"]]}"),
         std::string("{\"format\":\"Lumenara preferences\",\"version\":2}"), std::string(5000, '{')}) {
     folder.write("preferences.json", text);
     console.clear();
@@ -241,6 +240,48 @@ TEST_F(PreferencesTest, ADamagedFileIsKeptAside) {
     EXPECT_TRUE(preferences->set(ID, one(1, 1), true));
     EXPECT_EQ(open()->get(ID)->GetLong(1), 1);
   }
+}
+
+TEST_F(PreferencesTest, DamagedEntriesDoNotThrowAwayTheRest) {
+  const std::string head =
+      R"({"format": "Lumenara preferences", "version": 1, "plugins/1021442": [[1, "long", 10]])";
+  for (const std::string& damage : {
+           std::string(R"("plugins/5": [[1, "long", "x"]])"),
+           std::string(R"("plugins/5": 7)"),
+           std::string(R"("plugins/5": {"id": "x", "entries": []})"),
+           std::string(R"("program/layout": null)"),
+           std::string(R"("program/recentFiles": [[1, "filename", 3]])"),
+           std::string(R"("plugins/5": [[1, "no such type", 1]])"),
+           std::string(R"("plugins/5": [[1, "container", [[2, "real", "x"]]]])"),
+       }) {
+    const std::string text = head + ", " + damage + "}";
+    folder.write("preferences.json", text);
+    console.clear();
+    {
+      const auto preferences = open();
+      ASSERT_NE(preferences->get(ID), nullptr) << damage;
+      EXPECT_EQ(preferences->get(ID)->GetLong(1), 10) << damage;
+    }
+    ASSERT_EQ(console.size(), 1u) << damage;
+    EXPECT_NE(console[0].find("damaged in 1 place."), std::string::npos) << console[0];
+    EXPECT_EQ(readText(folder / "preferences.json.damaged"), text);
+    console.clear();
+    EXPECT_EQ(open()->get(ID)->GetLong(1), 10) << "the file is whole again";
+    EXPECT_TRUE(console.empty());
+  }
+}
+
+TEST_F(PreferencesTest, OfADamagedContainerTheOtherEntriesStay) {
+  folder.write("preferences.json",
+               R"({"format": "Lumenara preferences", "version": 1, "plugins/1021442":
+                  [[1, "long", 10], [2, "long"], 3, [4, "container", [[5, "bool", 1], [6, "long", 60]]]]})");
+  const auto preferences = open();
+  ASSERT_NE(preferences->get(ID), nullptr);
+  EXPECT_EQ(preferences->get(ID)->GetCount(), 2);
+  EXPECT_EQ(preferences->get(ID)->GetLong(1), 10);
+  EXPECT_EQ(preferences->get(ID)->GetContainer(4).GetLong(6), 60);
+  ASSERT_EQ(console.size(), 1u);
+  EXPECT_NE(console[0].find("damaged in 3 places."), std::string::npos) << console[0];
 }
 
 TEST_F(PreferencesTest, DamageOrLossWhileItRunsCostsNothing) {

@@ -1,0 +1,213 @@
+// The home: nobody else's code runs, and nobody else's settings are read.
+#include "home.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <map>
+#include <optional>
+
+#include "c4d_file.h"
+#include "host_fixture.h"
+#include "platform.h"
+
+namespace {
+
+constexpr uid_t someoneElse = 65534;
+
+const char* path(const Filename& file) {
+  return file.GetString().GetUTF8().c_str();
+}
+
+mode_t modeOf(const Filename& file) {
+  struct stat info = {};
+  return stat(path(file), &info) == 0 ? info.st_mode & 07777 : 0;
+}
+
+// Environment variables for the time of a test.
+class Environment {
+ public:
+  void set(const char* name, const char* value) {
+    const char* before = std::getenv(name);
+    before_.try_emplace(name, before ? std::optional<std::string>(before) : std::nullopt);
+    value ? setenv(name, value, 1) : unsetenv(name);
+  }
+  ~Environment() {
+    for (const auto& [name, value] : before_)
+      value ? setenv(name.c_str(), value->c_str(), 1) : unsetenv(name.c_str());
+  }
+
+ private:
+  std::map<std::string, std::optional<std::string>> before_;
+};
+
+class HomeTest : public HostFixture {
+ protected:
+  HomeTest() { environment.set("LUMENARA_HOME", nullptr); }
+
+  void expectTemporary(const char* about) {
+    ASSERT_EQ(console.size(), 1U) << about;
+    EXPECT_NE(console[0].find(about), std::string::npos) << console[0];
+    EXPECT_FALSE(program().homeIsKept());
+    const Filename used = program().writePath();
+    EXPECT_EQ(modeOf(used), 0700U);
+    EXPECT_FALSE(used == home());
+    EXPECT_TRUE(SetWorldPluginData(1021442, BaseContainer(), TRUE)) << "settings work in this run";
+    stopHost();
+    EXPECT_FALSE(GeFExist(used, TRUE)) << "it goes with the program";
+    console.clear();
+  }
+
+  Environment environment;
+};
+
+TEST_F(HomeTest, isMadeForItsUserAlone) {
+  options.home = folder / "deep/er";
+  startHost();
+  EXPECT_TRUE(console.empty());
+  EXPECT_TRUE(program().homeIsKept());
+  EXPECT_EQ(program().writePath(), folder / "deep/er");
+  EXPECT_EQ(modeOf(folder / "deep/er"), 0700U);
+  stopHost();
+  EXPECT_TRUE(GeFExist(folder / "deep/er", TRUE));
+}
+
+TEST_F(HomeTest, withoutOneThereIsAPrivateTemporaryFolder) {
+  environment.set("TMPDIR", path(folder.makeFolder("shared")));
+  environment.set("HOME", nullptr);
+  environment.set("XDG_DATA_HOME", nullptr);
+  folder.write("shared/Lumenara Studio/plugins/theirs/theirs.so", "the code of another user");
+  options.home = Filename();
+  options.loadModules = true;
+  startHost();
+  EXPECT_EQ(program().writePath().GetDirectory(), folder / "shared");
+  EXPECT_FALSE(program().writePath() == folder / "shared/Lumenara Studio");
+  expectTemporary("HOME is not set");
+  environment.set("HOME", "");
+  startHost();
+  expectTemporary("HOME is not set");
+  environment.set("TMPDIR", path(folder / "not there"));
+  startHost();
+  EXPECT_EQ(program().writePath(), "/dev/null/lumenara");
+}
+
+TEST_F(HomeTest, oneThatOthersCanWriteToIsRefused) {
+  for (const mode_t mode : {0777U, 0775U, 0770U, 01777U, 0702U}) {
+    ASSERT_EQ(chmod(path(folder.makeFolder("home")), mode), 0);
+    startHost();
+    expectTemporary("other users can write to it");
+  }
+  ASSERT_EQ(chmod(path(home()), 0755), 0);
+  startHost();
+  EXPECT_TRUE(console.empty());
+  EXPECT_EQ(program().writePath(), home());
+}
+
+TEST_F(HomeTest, theEnvironmentsHomeIsLookedAtTheSameWay) {
+  const Filename open = folder.makeFolder("open");
+  ASSERT_EQ(chmod(path(open), 0777), 0);
+  options.home = Filename();
+  environment.set("LUMENARA_HOME", path(open));
+  startHost();
+  expectTemporary("other users can write to it");
+  environment.set("LUMENARA_HOME", nullptr);
+  environment.set("XDG_DATA_HOME", path(folder / "data"));
+  ASSERT_EQ(chmod(path(folder.makeFolder("data/Lumenara Studio")), 0777), 0);
+  startHost();
+  expectTemporary("other users can write to it");
+}
+
+TEST_F(HomeTest, aLinkCountsAsWhatItLeadsTo) {
+  const Filename open = folder.makeFolder("open");
+  ASSERT_EQ(chmod(path(open), 0777), 0);
+  ASSERT_EQ(symlink(path(open), path(home())), 0);
+  startHost();
+  expectTemporary("other users can write to it");
+}
+
+TEST_F(HomeTest, anotherUsersIsRefused) {
+  if (geteuid() != 0) GTEST_SKIP() << "only the super-user can give a folder away";
+  ASSERT_EQ(chown(path(folder.makeFolder("home")), someoneElse, someoneElse), 0);
+  startHost();
+  expectTemporary("belongs to another user");
+}
+
+#ifdef LUMENARA_TEST_MODULES
+class HomeModuleTest : public HomeTest {
+ protected:
+  HomeModuleTest() { options.loadModules = true; }
+  void SetUp() override {
+    const Filename target = folder.makeFolder("home/plugins/mine");
+    const std::string file = std::string("good.") + host::platform::moduleSuffix();
+    module = target + file.c_str();
+    ASSERT_TRUE(GeFCopyFile(Filename(LUMENARA_TEST_MODULES) + file.c_str(), module, TRUE));
+    chmod(path(module), 0644);
+  }
+  void expectRefused(const char* about) {
+    console.clear();
+    startHost();
+    ASSERT_EQ(console.size(), 1U) << about;
+    EXPECT_NE(console[0].find("was not loaded: "), std::string::npos) << console[0];
+    EXPECT_NE(console[0].find(about), std::string::npos) << console[0];
+    EXPECT_TRUE(program().loader().units().empty());
+    stopHost();
+  }
+  void expectLoaded() {
+    console.clear();
+    startHost();
+    EXPECT_EQ(program().loader().units().size(), 1U);
+    stopHost();
+  }
+  Filename module;
+};
+
+TEST_F(HomeModuleTest, othersMayWriteToNothingOnTheWay) {
+  expectLoaded();
+  for (const Filename& place : {module, folder / "home/plugins/mine", folder / "home/plugins"}) {
+    const mode_t before = modeOf(place);
+    for (const mode_t mode : {before | 0002U, before | 0020U}) {
+      ASSERT_EQ(chmod(path(place), mode), 0);
+      expectRefused("other users can write to");
+    }
+    ASSERT_EQ(chmod(path(place), before), 0);
+  }
+  expectLoaded();
+}
+
+TEST_F(HomeModuleTest, aLinkThatLeavesTheHomeIsFollowed) {
+  const Filename outside = folder.makeFolder("outside");
+  ASSERT_TRUE(GeFMove(module, outside + module.GetFileString()));
+  ASSERT_EQ(symlink(path(outside + module.GetFileString()), path(module)), 0);
+  ASSERT_EQ(chmod(path(outside), 0777), 0);
+  expectRefused("other users can write to");
+}
+
+TEST_F(HomeModuleTest, nothingOnTheWayBelongsToAnotherUser) {
+  if (geteuid() != 0) GTEST_SKIP() << "only the super-user can give a file away";
+  for (const Filename& place : {module, folder / "home/plugins/mine", folder / "home/plugins"}) {
+    ASSERT_EQ(chown(path(place), someoneElse, someoneElse), 0);
+    expectRefused("belongs to another user");
+    ASSERT_EQ(chown(path(place), 0, 0), 0);
+  }
+}
+
+TEST_F(HomeModuleTest, noneOfARefusedHomeIsLoaded) {
+  ASSERT_EQ(chmod(path(home()), 0777), 0);
+  console.clear();
+  startHost();
+  EXPECT_EQ(console.size(), 1U);
+  EXPECT_TRUE(program().loader().units().empty());
+}
+
+TEST_F(HomeModuleTest, theInstalledOnesAreLoadedAllTheSame) {
+  const Filename target = folder.makeFolder("program/plugins/installed");
+  ASSERT_TRUE(GeFMove(module, target + module.GetFileString()));
+  ASSERT_EQ(chmod(path(home()), 0777), 0);
+  console.clear();
+  startHost();
+  EXPECT_EQ(program().loader().units().size(), 1U);
+}
+#endif
+
+} // namespace
