@@ -5,12 +5,32 @@
 namespace host::render {
 namespace {
 
-bool usable(const Instance& instance) {
+// Embree asserts that rays, also those it turns into an instance's own space, keep below this.
+constexpr float largest = 1e18f;
+
+float sumOf(Vec3 v) {
+  return std::abs(v.x) + std::abs(v.y) + std::abs(v.z);
+}
+Real sumOf(const Vector& v) {
+  return std::abs(v.x) + std::abs(v.y) + std::abs(v.z);
+}
+
+// How far from the origin rays may start so that they can be turned into the instance's space; 0: nowhere.
+Real roomFor(const Instance& instance) {
   const Matrix& m = instance.toWorld;
   const Real det = Dot(m.v1, Cross(m.v2, m.v3));
-  const Real sum = m.off.x + m.off.y + m.off.z;
-  return instance.mesh && !instance.mesh->triangles.empty() && std::isfinite(det) && std::isfinite(sum) &&
-         std::abs(det) > 1e-30;
+  const Matrix inverse = m.Inverse();
+  const Real stretch = sumOf(inverse.v1) + sumOf(inverse.v2) + sumOf(inverse.v3);
+  const bool usable = instance.mesh && !instance.mesh->triangles.empty() && std::isfinite(det) &&
+                      std::abs(det) > 1e-30 && stretch < 0.1 * largest && sumOf(inverse.off) < 0.1 * largest;
+  return usable ? 0.1 * largest / std::max(stretch, 1.0) : 0;
+}
+
+// Where the rays of a render start: at the camera and on surfaces.
+Real startsWithin(const Snapshot& s) {
+  const Vector low(s.low[0], s.low[1], s.low[2]), high(s.high[0], s.high[1], s.high[2]);
+  const Real sum = sumOf(low) + sumOf(high) + sumOf(s.camera.toWorld.off) + 1;
+  return std::isfinite(sum) ? sum : 1;
 }
 
 RTCRay toEmbree(const Ray& ray, unsigned mask) {
@@ -46,8 +66,11 @@ std::unique_ptr<RayScene> RayScene::build(SnapshotPtr snapshot, const RenderSett
   scene->snapshot_ = std::move(snapshot);
   const Snapshot& s = *scene->snapshot_;
   std::vector<MeshPtr> meshes;
+  const Real starts = startsWithin(s);
   for (const Instance& instance : s.instances) {
-    if (!usable(instance)) continue;
+    const Real room = roomFor(instance);
+    if (!(room > starts)) continue;
+    scene->room_ = std::min(scene->room_, static_cast<float>(room));
     const Real det = Dot(instance.toWorld.v1, Cross(instance.toWorld.v2, instance.toWorld.v3));
     scene->items_.push_back(
         {instance.mesh.get(), &instance, Transform(instance.toWorld), det < 0 ? -1.0f : 1.0f});
@@ -151,7 +174,13 @@ void RayScene::addGlows(Item& item, std::uint32_t index) {
   }
 }
 
+// Not for directions that came out as no number, nor for starts beyond the room.
+bool RayScene::traceable(const Ray& ray) const {
+  return sumOf(ray.origin) <= room_ && sumOf(ray.direction) < 4 && ray.near >= 0;
+}
+
 bool RayScene::intersect(const Ray& ray, unsigned mask, bool coherent, Hit& hit) const {
+  if (!traceable(ray)) return false;
   RTCRayHit r;
   r.ray = toEmbree(ray, mask);
   r.hit.geomID = r.hit.instID[0] = RTC_INVALID_GEOMETRY_ID;
@@ -165,6 +194,7 @@ bool RayScene::intersect(const Ray& ray, unsigned mask, bool coherent, Hit& hit)
 }
 
 bool RayScene::blocked(const Ray& ray, unsigned mask) const {
+  if (!traceable(ray)) return false;
   RTCRay r = toEmbree(ray, mask);
   RTCIntersectContext context;
   rtcInitIntersectContext(&context);

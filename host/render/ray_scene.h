@@ -76,6 +76,7 @@ class RayScene final : public OcclusionQuery {
   RayScene() = default;
   const CompiledMaterial& materialOf(const Item& item, std::uint32_t primitive) const;
   unsigned maskOf(const Instance& instance) const;
+  bool traceable(const Ray& ray) const;
   bool buildTop(const std::vector<MeshAccelPtr>& accels, int workers, const Stopped& stopped);
   void addGlows(Item& item, std::uint32_t index);
   void setUv(const Item& item, const std::array<std::uint32_t, 3>& corners, const Hit& hit, float coneWidth,
@@ -91,6 +92,7 @@ class RayScene final : public OcclusionQuery {
   RenderSky sky_;
   LightSet lights_;
   float size_ = 1;
+  float room_ = 1e17f;    // rays start no farther from the origin, in the sum of their coordinates
   bool filtered_ = false; // something lets light through
 };
 

@@ -20,6 +20,7 @@ RENDERRESULT draw(const SnapshotPtr& snapshot, const RenderSettings& settings, B
   for (const std::string& name : snapshot->missingAssets)
     problems.push_back("The picture \"" + name + "\" is missing. Materials are shown without it.");
   const bool missing = !problems.empty();
+  problems.insert(problems.end(), snapshot->problems.begin(), snapshot->problems.end());
   std::vector<std::string> undecoded;
   if (settings.hardware) {
     const auto drawn = drawHardwarePreview(snapshot, settings, bitmap, hooks, stats, undecoded, started);

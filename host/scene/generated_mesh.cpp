@@ -200,7 +200,7 @@ bool isBent(const ObjectState& object) {
          (object.skin && !object.deformation->joints.empty());
 }
 
-// Large enough to be outside what a float or a renderer can bear.
+// False when numbers on the way were too large for a float.
 bool isFinite(const Mesh& mesh) {
   return std::all_of(mesh.positions.begin(), mesh.positions.end(), [](const Float3& p) {
     return std::isfinite(p[0]) && std::isfinite(p[1]) && std::isfinite(p[2]);
@@ -237,6 +237,7 @@ MeshPtr subdividedMesh(const MeshPtr& mesh, int level, const BaseThread* thread)
   if (MeshPtr known = store().find(key.text())) return known;
   MeshPtr fine = subdivide(mesh, level, thread);
   if (!fine || fine == mesh) return fine;
+  if (!isFinite(*fine)) return mesh;
   return store().keep(key.text(), std::move(fine));
 }
 

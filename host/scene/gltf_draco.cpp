@@ -1,6 +1,7 @@
 // Compressed meshes: KHR_draco_mesh_compression.
 #include <draco/compression/decode.h>
 
+#include <algorithm>
 #include <cmath>
 
 #include "gltf_meshes.h"
@@ -43,6 +44,10 @@ std::size_t widthOf(const draco::Mesh& mesh, int id) {
   return attribute ? static_cast<std::size_t>(attribute->num_components()) : 0;
 }
 
+std::uint16_t jointFrom(float number) {
+  return static_cast<std::uint16_t>(std::clamp(number, 0.0F, 65535.0F));
+}
+
 void readAttribute(const draco::Mesh& mesh, const std::string& name, int id, LoadContext& context,
                    PrimitiveData& data) {
   Mesh& v = data.vertices;
@@ -59,8 +64,7 @@ void readAttribute(const draco::Mesh& mesh, const std::string& name, int id, Loa
   if (name == "JOINTS_0") {
     std::vector<std::array<std::uint16_t, 4>> joints;
     for (const Float4& four : pieces<4>(numbersOf(mesh, id, 4, context)))
-      joints.push_back({static_cast<std::uint16_t>(four[0]), static_cast<std::uint16_t>(four[1]),
-                        static_cast<std::uint16_t>(four[2]), static_cast<std::uint16_t>(four[3])});
+      joints.push_back({jointFrom(four[0]), jointFrom(four[1]), jointFrom(four[2]), jointFrom(four[3])});
     data.deformation.joints.push_back(std::move(joints));
   }
 }

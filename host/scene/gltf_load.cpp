@@ -236,7 +236,8 @@ class DocumentBuilder {
     object.weights = loaded.weights;
     const auto& weights = file_.model.nodes[index].weights;
     for (std::size_t i = 0; i < std::min(weights.size(), object.weights.size()); ++i)
-      object.weights[i] = static_cast<float>(weights[i]);
+      if (const auto weight = static_cast<float>(weights[i]); std::isfinite(weight))
+        object.weights[i] = weight;
     for (std::size_t group = 0; group < loaded.materials.size(); ++group) {
       if (loaded.materials[group] < 0) continue;
       NodeState* tag = makeNode(NodeKind::tag, Ttexture);

@@ -71,48 +71,40 @@ class PrimitiveReader {
     const auto given = [&](const char* name) { return attributeOf(a, name); };
     if (given("POSITION") < 0) throw SceneError(where_ + " has no positions");
     v.positions = readPieces<3>(file_, given("POSITION"), context_);
-    if (given("NORMAL") >= 0) v.normals = readPieces<3>(file_, given("NORMAL"), context_);
-    if (given("TANGENT") >= 0) v.tangents = readPieces<4>(file_, given("TANGENT"), context_);
-    if (given("TEXCOORD_0") >= 0) v.uv[0] = readPieces<2>(file_, given("TEXCOORD_0"), context_);
-    if (given("TEXCOORD_1") >= 0) v.uv[1] = readPieces<2>(file_, given("TEXCOORD_1"), context_);
-    if (given("COLOR_0") >= 0) v.colors = readColors(file_, given("COLOR_0"), context_);
+    const auto whole = [&](auto list) { return this->whole(std::move(list), v.positions.size()); };
+    if (given("NORMAL") >= 0) v.normals = whole(readPieces<3>(file_, given("NORMAL"), context_));
+    if (given("TANGENT") >= 0) v.tangents = whole(readPieces<4>(file_, given("TANGENT"), context_));
+    if (given("TEXCOORD_0") >= 0) v.uv[0] = whole(readPieces<2>(file_, given("TEXCOORD_0"), context_));
+    if (given("TEXCOORD_1") >= 0) v.uv[1] = whole(readPieces<2>(file_, given("TEXCOORD_1"), context_));
+    if (given("COLOR_0") >= 0) v.colors = whole(readColors(file_, given("COLOR_0"), context_));
     for (int set = 0; set < 4; ++set) {
       const int joints = given(("JOINTS_" + std::to_string(set)).c_str());
       const int weights = given(("WEIGHTS_" + std::to_string(set)).c_str());
       if (joints < 0 || weights < 0) break;
-      data.deformation.joints.push_back(readJoints(file_, joints, context_));
-      data.deformation.weights.push_back(readPieces<4>(file_, weights, context_));
+      data.deformation.joints.push_back(whole(readJoints(file_, joints, context_)));
+      data.deformation.weights.push_back(whole(readPieces<4>(file_, weights, context_)));
     }
   }
 
   void readTargets(const tinygltf::Primitive& primitive, PrimitiveData& data) {
+    const auto read = [&](int accessor) {
+      return whole(readPieces<3>(file_, accessor, context_), data.vertices.positions.size());
+    };
     for (const auto& attributes : primitive.targets) {
       MorphTarget target;
-      if (const int a = attributeOf(attributes, "POSITION"); a >= 0)
-        target.positions = readPieces<3>(file_, a, context_);
-      if (const int a = attributeOf(attributes, "NORMAL"); a >= 0)
-        target.normals = readPieces<3>(file_, a, context_);
-      if (const int a = attributeOf(attributes, "TANGENT"); a >= 0)
-        target.tangents = readPieces<3>(file_, a, context_);
+      if (const int a = attributeOf(attributes, "POSITION"); a >= 0) target.positions = read(a);
+      if (const int a = attributeOf(attributes, "NORMAL"); a >= 0) target.normals = read(a);
+      if (const int a = attributeOf(attributes, "TANGENT"); a >= 0) target.tangents = read(a);
       data.deformation.targets.push_back(std::move(target));
     }
   }
 
-  // Every attribute must be as long as the positions.
+  // A compressed mesh may hold joints alone; every triangle uses vertices that are there.
   void check(PrimitiveData& data) const {
     const std::size_t count = data.vertices.positions.size();
-    const auto fits = [&](const auto& list) {
-      if (!list.empty() && list.size() != count)
-        throw SceneError(where_ + " has attributes of different lengths");
-    };
-    const Mesh& v = data.vertices;
-    fits(v.normals), fits(v.tangents), fits(v.uv[0]), fits(v.uv[1]), fits(v.colors);
-    for (const auto& list : data.deformation.joints)
-      fits(list);
-    for (const auto& list : data.deformation.weights)
-      fits(list);
-    for (const MorphTarget& t : data.deformation.targets)
-      fits(t.positions), fits(t.normals), fits(t.tangents);
+    Deformation& d = data.deformation;
+    d.joints.resize(std::min(d.joints.size(), d.weights.size()));
+    d.weights.resize(d.joints.size());
     for (const std::uint32_t index : data.indices)
       if (index >= count)
         throw SceneError(where_ + " uses vertex " + std::to_string(index) + " of " + std::to_string(count));
@@ -145,6 +137,13 @@ class PrimitiveReader {
   }
 
  private:
+  // An attribute that is given has one entry a vertex, also when it has none at all.
+  template <class List>
+  List whole(List list, std::size_t vertices) const {
+    if (list.size() != vertices) throw SceneError(where_ + " has attributes of different lengths");
+    return list;
+  }
+
   const GltfFile& file_;
   LoadContext& context_;
   std::string where_;

@@ -8,6 +8,7 @@
 #include "generated_mesh.h"
 #include "parameters.h"
 #include "snapshot_materials.h"
+#include "snapshot_range.h"
 
 namespace host {
 
@@ -62,6 +63,7 @@ class Taker {
     snapshot_->materials.push_back(defaultMaterial());
     if (!walk(document_.children, Inherited{})) return nullptr;
     takeCamera();
+    keepInRange(*snapshot_, document_);
     if (snapshot_->lights.empty() && snapshot_->sky.kind == SkyKind::none && !glows_) addDefaultLight();
     measure();
     std::sort(missing_.begin(), missing_.end());
@@ -227,7 +229,8 @@ void Taker::takeCamera() {
   to.object = camera->identity;
   to.toWorld = withoutScale(worldOf(*camera));
   to.orthographic = param::integer(*camera, param::cameraProjection) == 1;
-  to.yfov = std::clamp(number(*camera, param::cameraYfov), 1e-4F, 3.14F);
+  const bool angle = std::isfinite(param::real(*camera, param::cameraYfov));
+  to.yfov = angle ? std::clamp(number(*camera, param::cameraYfov), 1e-4F, 3.14F) : SnapshotCamera().yfov;
   to.ymag = std::max(std::abs(number(*camera, param::cameraYmag)), 1e-9F);
   to.znear = std::max(number(*camera, param::cameraNear), 0.0F);
   to.zfar = std::max(number(*camera, param::cameraFar), 0.0F);

@@ -139,6 +139,7 @@ struct Snapshot {
   SnapshotCamera camera;
   SnapshotSky sky;
   std::vector<std::string> missingAssets; // pictures that materials in use need and that are not there
+  std::vector<std::string> problems;      // sentences on what was left out or moved (snapshot_range.h)
   Float3 low{}, high{};                   // bounds of all instances
 };
 using SnapshotPtr = std::shared_ptr<const Snapshot>;
@@ -154,7 +155,8 @@ struct SnapshotOptions {
 
 /// Takes one of a document that has been evaluated (`ExecutePasses`). Runs the generators and deformers that
 /// are on; their results are kept by identity and reused while their sources stay the same. A document
-/// without lights, glowing materials and sky gets a default light and a soft sky. Null after a break. On the
+/// without lights, glowing materials and sky gets a default light and a soft sky. Every number is finite and
+/// in the range of snapshot_range.h. Null after a break. On the
 /// document's thread.
 SnapshotPtr takeSnapshot(BaseDocument& document, const SnapshotOptions& options);
 

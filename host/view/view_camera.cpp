@@ -7,6 +7,7 @@
 #include "c4d_render.h"
 #include "document.h"
 #include "parameters.h"
+#include "snapshot_range.h"
 
 namespace host {
 
@@ -50,7 +51,7 @@ Matrix unitAxes(const Matrix& m) {
   Vector y = unit(m.v2 - z * Dot(z, m.v2), Vector());
   if (y == Vector())
     y = unit(Cross(z, std::abs(z.y) < 0.9 ? Cross({0, 1, 0}, z) : Vector(1, 0, 0)), {0, 1, 0});
-  return {finite(m.off) ? m.off : Vector(), Cross(y, z), y, z};
+  return {eyeInRange(m.off), Cross(y, z), y, z};
 }
 
 ViewRay ViewCamera::ray(double x, double y) const {

@@ -116,6 +116,9 @@ void ViewPainter::takeScene(PaintJob& job) {
   options.forEditor = true;
   const SnapshotPtr snapshot = takeSnapshot(*job.scene, options);
   job.scene.reset();
+  if (snapshot && std::exchange(told_, snapshot->problems) != snapshot->problems)
+    for (const std::string& problem : snapshot->problems)
+      printLine(String(std::string_view("Editor view: " + problem)));
   if (!snapshot || (scene_ && sameLook(scene_->snapshot(), *snapshot))) return;
   const auto stopped = [this] { return leaving() || otherDocument_.load(std::memory_order_relaxed); };
   if (auto scene = tracer_->prepare(snapshot, workerCount(), stopped)) scene_ = std::move(scene);

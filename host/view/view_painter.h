@@ -78,6 +78,7 @@ class ViewPainter {
 
   // The painting thread's.
   ViewScenePtr scene_;
+  std::vector<std::string> told_; // the problems of the last snapshot, told once
   Identity sceneDocument_ = 0;
   PictureSetup painted_;
   ViewScenePtr paintedScene_;

@@ -5,6 +5,7 @@
 #include "document.h"
 #include "parameters.h"
 #include "scene_builder.h"
+#include "snapshot.h"
 
 namespace host {
 namespace {
@@ -235,11 +236,14 @@ TEST(Gltf, defaultsOfADocument) {
 
 // --- compressed meshes ---
 
-SceneBuilder compressed() {
+SceneBuilder compressed(bool joints = false) {
   draco::TriangleSoupMeshBuilder builder;
   builder.Start(2);
   const int positions = builder.AddAttribute(draco::GeometryAttribute::POSITION, 3, draco::DT_FLOAT32);
   const int uv = builder.AddAttribute(draco::GeometryAttribute::TEX_COORD, 2, draco::DT_FLOAT32);
+  const int influence =
+      joints ? builder.AddAttribute(draco::GeometryAttribute::GENERIC, 4, draco::DT_UINT16) : -1;
+  const std::uint16_t first[4] = {0, 0, 0, 0};
   const float p[4][3] = {{0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0}},
               t[4][2] = {{0, 1}, {1, 1}, {1, 0}, {0, 0}};
   const int corner[2][3] = {{0, 1, 2}, {0, 2, 3}};
@@ -249,6 +253,9 @@ SceneBuilder compressed() {
                                       p[c[1]], p[c[2]]);
     builder.SetAttributeValuesForFace(uv, draco::FaceIndex(static_cast<std::uint32_t>(face)), t[c[0]],
                                       t[c[1]], t[c[2]]);
+    if (joints)
+      builder.SetAttributeValuesForFace(influence, draco::FaceIndex(static_cast<std::uint32_t>(face)), first,
+                                        first, first);
   }
   const auto mesh = builder.Finalize();
   draco::EncoderBuffer buffer;
@@ -268,6 +275,9 @@ SceneBuilder compressed() {
           {"attributes",
            {{"POSITION", mesh->attribute(positions)->unique_id()},
             {"TEXCOORD_0", mesh->attribute(uv)->unique_id()}}}}}}}};
+  if (joints)
+    primitive["extensions"]["KHR_draco_mesh_compression"]["attributes"]["JOINTS_0"] =
+        mesh->attribute(influence)->unique_id();
   scene.add("meshes", Json{{"primitives", Json::array({primitive})}});
   scene.addNode(Json{{"mesh", 0}});
   scene.root["extensionsRequired"] = {"KHR_draco_mesh_compression"};
@@ -285,6 +295,16 @@ TEST(GltfDraco, aCompressedQuad) {
     EXPECT_NEAR(mesh.uv[0][v][1], 1 - mesh.positions[v][1], 1e-3F);
   }
   reload(*document);
+}
+
+TEST(GltfDraco, jointsWithoutWeightsBendNothing) {
+  SceneBuilder scene = compressed(true);
+  scene.root["nodes"][0]["skin"] = 0;
+  scene.root["skins"] = {Json{{"joints", {scene.addNode(Json{{"translation", {0, 1, 0}}})}}}};
+  const DocumentPtr document = load(scene);
+  EXPECT_EQ(stateOf(document->GetFirstObject())->deformation, nullptr);
+  document->ExecutePasses(nullptr, TRUE, TRUE, TRUE, BUILDFLAGS_0);
+  EXPECT_EQ(takeSnapshot(*document, {})->instances.at(0).mesh->high, (Float3{1, 1, 0}));
 }
 
 TEST(GltfDraco, damaged) {
