@@ -30,6 +30,7 @@ void* Part::interface() {
 
 void* Part::load() const {
   std::string reason;
+  const std::string file = file_.GetString().GetUTF8();
   if (void* module = platform::loadModule(file_, reason)) {
     const std::string name = std::string("lumenara_part_") + name_;
     const auto entry = reinterpret_cast<Entry>(platform::findSymbol(module, name.c_str()));
@@ -37,8 +38,8 @@ void* Part::load() const {
     reason = "it belongs to another version";
     platform::unloadModule(module);
   }
-  throw PartError("the program's library \"" + file_.GetString().GetUTF8() + "\" cannot be loaded (" +
-                  reason + ")");
+  if (reason.starts_with(file + ": ")) reason.erase(0, file.size() + 2); // it is named already
+  throw PartError("the program's library \"" + file + "\" cannot be loaded (" + reason + ")");
 }
 
 } // namespace host

@@ -58,8 +58,8 @@ Filename libraryPath() {
   Dl_info found = {};
   if (dladdr(reinterpret_cast<void*>(&libraryPath), &found) == 0 || !found.dli_fname) return programPath();
   std::error_code error;
-  const std::filesystem::path absolute = std::filesystem::absolute(found.dli_fname, error);
-  return error ? Filename() : Filename(absolute.c_str());
+  const std::filesystem::path whole = std::filesystem::canonical(found.dli_fname, error);
+  return error ? Filename() : Filename(whole.c_str());
 }
 
 Filename userDataFolder() {
