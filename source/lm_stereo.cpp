@@ -45,9 +45,15 @@ void lmThread::PrepareStereo(Job& job) {
   stereo.rightFactor = settings->GetValue(LM_ANAGLYPH_RIGHT, LVector(0, 1, 1));
 }
 
-LONG lmThread::RenderStereo(Job& job) {
+// The scene goes to the frame's time first, for what the camera hangs on may have moved. The kept matrix is
+// where the camera then stands; the eyes stand on both sides of it, and it has its place again at the end.
+LONG lmThread::RenderStereo(Job& job, const BaseTime& time) {
   Stereo& stereo = job.stereo;
   if (!job.camera || !stereo.left || !stereo.right) return RENDERRESULT_OUTOFMEMORY;
+
+  job.clone->SetTime(time);
+  job.clone->ExecutePasses(Get(), TRUE, TRUE, FALSE, BUILDFLAGS_0);
+  job.cameraMatrix = job.camera->GetMg();
 
   BaseTag* target =
       settings->GetValue(LM_STEREO_TAG_OFF, 0) ? job.camera->GetTag(Ttargetexpression) : nullptr;
@@ -66,6 +72,7 @@ LONG lmThread::RenderStereo(Job& job) {
   CombineEyes(stereo.left, stereo.right, stereo.leftFactor, stereo.rightFactor,
               settings->GetValue(LM_STEREO_GREY, 1), settings->GetValue(LM_STEREO_GREY_SOURCE, 0), bitmap);
 
+  job.camera->SetMg(job.cameraMatrix);
   if (target) target->SetParameter(EXPRESSION_ENABLE, targetEnabled);
   return result;
 }

@@ -335,7 +335,7 @@ void lmThread::RenderFrames(Job& job) {
       data->frameTime = frameTime;
     }
 
-    job.result = job.stereo.on ? RenderStereo(job) : Render(job);
+    job.result = job.stereo.on ? RenderStereo(job, frameTime) : Render(job);
     if (animation) WriteFrame(job, static_cast<LONG>(f), frameTimer);
   }
 

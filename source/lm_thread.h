@@ -76,7 +76,7 @@ class lmThread : public C4DThread {
     LONG jobTimer = 0;
     LONG result = RENDERRESULT_OK;
     BaseObject* camera = nullptr;
-    Matrix cameraMatrix;
+    Matrix cameraMatrix; // global; of the frame's time in stereo
     Stereo stereo;
     Output output;
   };
@@ -96,7 +96,7 @@ class lmThread : public C4DThread {
   void CloneCamera(Job& job);
   void PrepareStereo(Job& job);
   LONG Render(Job& job);
-  LONG RenderStereo(Job& job);
+  LONG RenderStereo(Job& job, const BaseTime& time);
   LONG RenderEye(Job& job, BaseObject* namedCamera, Real shift, BaseBitmap* eye);
   void WriteFrame(Job& job, LONG frame, LONG frameTimer);
   void ReportErrors(LONG result);
