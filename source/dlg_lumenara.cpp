@@ -143,8 +143,8 @@ void DlgLumenara::CreateMenus() {
 void DlgLumenara::InitMenus() {
   MenuInitString(ID_ENABLED, TRUE, settings.GetValue(LM_ENABLED, 1));
   CheckMode();
-  SetBool(ID_AUTO_REFRESH, settings.GetValue(LM_AUTO_REFRESH, 0));
-  EnableAddToHistory();
+  SetBool(ID_AUTO_REFRESH, IsAutoRefresh());
+  SetEnabling();
   MenuInitString(ID_LOCK, TRUE, settings.GetValue(LM_LOCK, 0));
 }
 
@@ -154,9 +154,12 @@ void DlgLumenara::CheckMode() {
     MenuInitString(entry, TRUE, entry == mode);
 }
 
-void DlgLumenara::EnableAddToHistory() {
+// What works in Compare mode alone, or in the other modes alone.
+void DlgLumenara::SetEnabling() {
   const Bool compare = settings.GetValue(LM_MODE, LM_MODE_NORMAL) == LM_MODE_COMPARE;
   MenuInitString(ID_ADD_TO_HISTORY, !compare && settings.GetValue(LM_HISTORY_ADD, 0) == 1, FALSE);
+  Enable(ID_IMAGE_A, compare);
+  Enable(ID_IMAGE_B, compare);
 }
 
 // ---- Open, close, switch on
@@ -206,7 +209,7 @@ void DlgLumenara::ShowEnabled(LONG enabled) {
 // ---- Commands
 
 Bool DlgLumenara::Command(LONG id, const BaseContainer& msg) {
-  const LONG autoRefresh = settings.GetValue(LM_AUTO_REFRESH, 0);
+  const Bool autoRefresh = IsAutoRefresh();
   switch (id) {
   case ID_ENABLED:
     ToggleEnabled(autoRefresh);
@@ -293,7 +296,7 @@ Bool DlgLumenara::Command(LONG id, const BaseContainer& msg) {
   return TRUE;
 }
 
-void DlgLumenara::ToggleEnabled(LONG autoRefresh) {
+void DlgLumenara::ToggleEnabled(Bool autoRefresh) {
   ShowEnabled(!settings.GetValue(LM_ENABLED, 1));
   view.Redraw();
   if (autoRefresh) OnRender(0);
@@ -309,7 +312,7 @@ void DlgLumenara::SetMode(LONG mode) {
     view.lastCompose = 0;
     view.Redraw();
   }
-  EnableAddToHistory();
+  SetEnabling();
   DrawViews(DRAWFLAGS_ACTIVE_VIEW_NOW);
   OnRender(0);
 }
@@ -319,9 +322,9 @@ void DlgLumenara::EditOptions() {
   if (!options.Open()) return;
   settings.Load();
   view.LayoutChanged();
-  SetBool(ID_AUTO_REFRESH, settings.GetValue(LM_AUTO_REFRESH, 0));
+  SetBool(ID_AUTO_REFRESH, IsAutoRefresh());
   MenuInitString(ID_LOCK, TRUE, settings.GetValue(LM_LOCK, 0));
-  EnableAddToHistory();
+  SetEnabling();
   if (settings.GetValue(LM_HISTORY_AUTOLOAD, 0) == 1) view.AutoloadRecent();
 }
 
@@ -358,7 +361,7 @@ void DlgLumenara::ResetSettings() {
   MessageDialog("Your Lumenara settings will be reset the next time you run Cinema 4D.");
 }
 
-void DlgLumenara::ZoomRegion(LONG id, LONG autoRefresh) {
+void DlgLumenara::ZoomRegion(LONG id, Bool autoRefresh) {
   BaseDocument* doc = GetActiveDocument();
   if (settings.GetValue(LM_LOCK, 0) == 1 || !doc) return;
   BaseContainer record = GetRegionRecord(doc);
@@ -368,7 +371,7 @@ void DlgLumenara::ZoomRegion(LONG id, LONG autoRefresh) {
   if (autoRefresh) OnRender(0);
 }
 
-void DlgLumenara::ResetRegion(LONG autoRefresh) {
+void DlgLumenara::ResetRegion(Bool autoRefresh) {
   BaseDocument* doc = GetActiveDocument();
   if (settings.GetValue(LM_LOCK, 0) == 1 || !doc) return;
   BaseContainer record = GetRegionRecord(doc);
@@ -438,7 +441,7 @@ LONG DlgLumenara::Message(const BaseContainer& msg, BaseContainer& result) {
   case BFM_SIZED: // of the view
     view.Redraw();
     if (settings.GetValue(LM_VIEW_SIZE, 1) != 1) view.LayoutChanged();
-    if (settings.GetValue(LM_AUTO_REFRESH, 0)) OnRender(0);
+    if (IsAutoRefresh()) OnRender(0);
     break;
   case BFM_CLOSE:
     settings.Save();
@@ -457,7 +460,7 @@ Bool DlgLumenara::CoreMessage(LONG id, const BaseContainer& msg) {
     if (thread.IsRunning()) thread.CancelRender();
     return TRUE;
   case EVMSG_CHANGE:
-    if (settings.GetValue(LM_AUTO_REFRESH, 0) && CheckCoreMessage(msg)) SceneChanged();
+    if (IsAutoRefresh() && CheckCoreMessage(msg)) SceneChanged();
     return TRUE;
   case ID_LUMENARA_OPTIMIZE:
     return OptimizationChanged(msg) ? TRUE : GeDialog::CoreMessage(id, msg);
@@ -501,7 +504,7 @@ void DlgLumenara::FindCameras() {
     record.SetLink(LM_REGION_CAMERA, popup.GetLink(result + POPUP_CAMERA_LINK - POPUP_CAMERA, doc));
   }
   doc->GetDataInstance()->SetContainer(LM_REGION, record);
-  if (settings.GetValue(LM_AUTO_REFRESH, 0) == 1) OnRender(0);
+  if (IsAutoRefresh()) OnRender(0);
 }
 
 LONG DlgLumenara::SearchCameras(BaseObject* first, BaseObject* linked, BaseContainer& popup, LONG count) {

@@ -55,7 +55,7 @@ class DlgLumenara : public GeDialog {
   Bool busy = FALSE;                     // no request is served
   std::atomic<LONG> animationRunning{0}; // an animation was started; the thread clears it
   LONG pendingRefresh = 0;
-  LONG lastRefresh = 0;    // host milliseconds
+  LONG lastRefresh = 0;    // host milliseconds; 0: no refresh yet
   LONG renderStart = 0;    // host milliseconds
   Real compareValue = 0.0; // the slider's, when it was last drawn
   lmThread thread;         // renders into the view's image and its status record
@@ -88,16 +88,16 @@ class DlgLumenara : public GeDialog {
   void CreateMenus();
   void InitMenus();
   void CheckMode();
-  void EnableAddToHistory();
+  void SetEnabling();
   void ShowEnabled(LONG enabled);
   void HideRegion();
-  void ToggleEnabled(LONG autoRefresh);
+  void ToggleEnabled(Bool autoRefresh);
   void SetMode(LONG mode);
   void EditOptions();
   void RenderAnimation();
   void ResetSettings();
-  void ZoomRegion(LONG id, LONG autoRefresh);
-  void ResetRegion(LONG autoRefresh);
+  void ZoomRegion(LONG id, Bool autoRefresh);
+  void ResetRegion(Bool autoRefresh);
   void StoreRegion(BaseDocument* doc, const BaseContainer& record);
   void ToggleLock();
   void CompareSlider();
@@ -105,8 +105,10 @@ class DlgLumenara : public GeDialog {
   void GetScreenPosition(LONG gadget, LONG* screenX, LONG* screenY) const;
   void OpenHistoryFolder();
   void ClearHistory();
+  Bool TakeRefreshTurn(LONG delayPreset);
   void SceneChanged();
   Bool OptimizationChanged(const BaseContainer& msg);
+  Bool IsAutoRefresh() const;
   Bool IsAutoRefresh(const BaseContainer& msg) const;
   SceneFacts CollectFacts() const;
   void FillJob(LONG animation, LONG region, const SceneFacts& facts, LONG width, LONG height);

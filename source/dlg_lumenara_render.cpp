@@ -10,35 +10,31 @@ namespace {
 constexpr LONG TIMER_INTERVAL = 500;
 constexpr LONG STOP_TIMEOUT = 1000, STOP_FLAGS = 4;
 
-/// Milliseconds since `timer`; it wraps.
-LONG MillisecondsSince(LONG timer) {
-  return static_cast<LONG>(static_cast<ULONG>(GeGetTimer()) - static_cast<ULONG>(timer));
-}
-
 } // namespace
 
 // ---- Scene changes and their pacing
 
+// Whether the pacing lets a refresh begin now; then it counts as the last one.
+Bool DlgLumenara::TakeRefreshTurn(LONG delayPreset) {
+  if (settings.GetValue(LM_REFRESH_WAIT, 1) == 1) return !thread.IsRunning();
+  const LLONG delay = settings.GetValue(LM_REFRESH_DELAY, delayPreset);
+  if (lastRefresh && MillisecondsSince(lastRefresh) <= delay) return FALSE; // 0: there was none yet
+  lastRefresh = GeGetTimer();
+  return TRUE;
+}
+
 // Renders, or holds the request for the timer.
 void DlgLumenara::SceneChanged() {
-  if (settings.GetValue(LM_REFRESH_WAIT, 1)) {
-    if (thread.IsRunning()) {
-      pendingRefresh = 1;
-      return;
-    }
-  } else {
-    if (MillisecondsSince(lastRefresh) <= settings.GetValue(LM_REFRESH_DELAY, 250)) {
-      pendingRefresh = 1;
-      return;
-    }
-    lastRefresh = GeGetTimer();
-  }
-  pendingRefresh = 0;
-  OnRender(0);
+  pendingRefresh = !TakeRefreshTurn(250);
+  if (!pendingRefresh) OnRender(0);
+}
+
+Bool DlgLumenara::IsAutoRefresh() const {
+  return settings.GetValue(LM_AUTO_REFRESH, 0) == 1;
 }
 
 Bool DlgLumenara::IsAutoRefresh(const BaseContainer& msg) const {
-  return settings.GetValue(LM_AUTO_REFRESH, 0) == 1 && CheckCoreMessage(msg) && !busy;
+  return IsAutoRefresh() && CheckCoreMessage(msg) && !busy;
 }
 
 // False for a key that is none of an optimization.
@@ -75,13 +71,7 @@ Bool DlgLumenara::OptimizationChanged(const BaseContainer& msg) {
 
 // The pending refresh.
 void DlgLumenara::Timer(const BaseContainer&) {
-  if (!pendingRefresh) return;
-  if (settings.GetValue(LM_REFRESH_WAIT, 1)) {
-    if (thread.IsRunning()) return;
-  } else {
-    if (MillisecondsSince(lastRefresh) <= settings.GetValue(LM_REFRESH_DELAY, 0)) return;
-    lastRefresh = GeGetTimer();
-  }
+  if (!pendingRefresh || !TakeRefreshTurn(0)) return;
   pendingRefresh = 0;
   OnRender(0);
 }
@@ -164,7 +154,6 @@ void DlgLumenara::FillJob(LONG animation, LONG region, const SceneFacts& facts, 
   data.cameraName = facts.cameraName;
   data.frameTime = facts.time;
   data.fps = facts.fps;
-  data.stampsPending = 1; // there is nothing to compose before the thread has begun
 
   thread.settings = &settings;
   thread.data = &data;
@@ -188,8 +177,12 @@ void DlgLumenara::FillJob(LONG animation, LONG region, const SceneFacts& facts, 
 
   // A bitmap that differs in one side only is kept as it is.
   thread.bitmap = view.image;
+  if (thread.begun) view.imageIsNew = 0;
   if (view.image && view.image->GetBw() != width && view.image->GetBh() != height) {
     view.image->FlushAll();
     view.image->Init(width, height, 24);
+    view.imageIsNew = 1;
   }
+  thread.begun = 0;
+  view.job = &thread;
 }

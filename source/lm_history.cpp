@@ -72,14 +72,16 @@ std::vector<lmUserArea::HistoryImage> lmUserArea::ListHistory(BrowseFiles& brows
 }
 
 void lmUserArea::CleanupHistory(LONG keep) {
+  const LONG count = GetHistoryCount();
+  if (count <= keep) return;
   const std::vector<HistoryImage> images = ListHistory();
-  const auto kept = static_cast<std::size_t>(std::max<LONG>(keep, 0));
-  for (std::size_t i = 0; i + kept < images.size(); ++i)
+  const auto surplus = static_cast<std::size_t>(count - std::max<LONG>(keep, 0));
+  for (std::size_t i = 0; i < std::min(surplus, images.size()); ++i)
     GeFKill(historyFolder + images[i].name);
 }
 
 void lmUserArea::AddToHistory() {
-  if (!display) return;
+  if (!display || !composed) return; // a black picture would push a real one out
   if (!GeFExist(historyFolder, TRUE)) GeFCreateDir(historyFolder);
   CleanupHistory(settings->GetValue(LM_HISTORY_SIZE, 10) - 1);
   display->Save(GetNextFilename(historyFolder, ""), FILTER_TIF);
@@ -115,6 +117,7 @@ Bool lmUserArea::LoadSlot(BaseBitmap& slot, const Filename& name, const String& 
 }
 
 void lmUserArea::AutoloadRecent() {
+  if (GetHistoryCount() < 2) return;
   const std::vector<HistoryImage> images = ListHistory();
   if (images.size() < 2 || !imageA || !imageB) return;
   LoadSlot(*imageA, historyFolder + images[images.size() - 2].name, "Lumenara Error: Image Load Failed");

@@ -16,7 +16,7 @@ constexpr LONG VP_GI_PARAMETER = 3804;
 
 /// The time since `timer` in seconds.
 Real SecondsSince(LONG timer) {
-  return (GeGetTimer() - timer) * 0.001;
+  return MillisecondsSince(timer) * 0.001;
 }
 
 } // namespace
@@ -279,6 +279,7 @@ void lmThread::StartStatus(Job& job) {
   data->rendering = 1;
   data->result = RENDERRESULT_OK;
   data->stampsPending = 0;
+  begun = 1;
 }
 
 LONG lmThread::Render(Job& job) {
@@ -425,6 +426,10 @@ BaseContainer GetMovieOptions(const BaseContainer& choices) {
     if (choices.GetType(key) == DA_LONG) options.SetLong(key, choices.GetLong(key));
   }
   return options;
+}
+
+ULONG MillisecondsSince(LONG timer) {
+  return static_cast<ULONG>(GeGetTimer()) - static_cast<ULONG>(timer);
 }
 
 LONG FrameFromTime(const BaseTime& time, LONG fps) {

@@ -45,6 +45,7 @@ class lmThread : public C4DThread {
   LONG jpegQuality = 0;            // for format 8
   LONG photoshop7 = 0;             // carried, not read
   LONG stamps = 0;                 // draw frame stamps on each animation frame
+  std::atomic<LONG> begun{0};      // cleared before `Start`; set when the status record tells of this job
   std::atomic<LONG>* animationRunning = nullptr; // the viewer's flag; `Main` writes 0 when an animation ends
   std::atomic<LONG> userCancelled{0};            // tells a user break from other breaks
 
@@ -120,6 +121,9 @@ void ProgressFunction2(Real p, RENDERPROGRESSTYPE type, void* userData);
 /// The options of a movie among the user's choices: the whole numbers under 10000 to 10004 and 10010 to
 /// 10020.
 BaseContainer GetMovieOptions(const BaseContainer& choices);
+
+/// Milliseconds since a value of the host's timer, which wraps after 2^32.
+ULONG MillisecondsSince(LONG timer);
 
 /// The frame at a time: trunc(floor(fps x numerator) / floor(denominator)); 0 where the denominator's floor
 /// is 0.

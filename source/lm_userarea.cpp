@@ -7,6 +7,7 @@
 
 #include "lm_keys.h"
 #include "lm_stamps.h"
+#include "lm_thread.h"
 
 namespace {
 
@@ -52,6 +53,7 @@ Bool lmUserArea::InitValues() {
   if (strip) strip->Init(pictures + "progress.tif");
   stripFrames = strip && strip->GetBw() ? strip->GetBh() / STRIP_FRAME_HEIGHT : 0;
 
+  composed = 0;
   SetTimer(TIMER_INTERVAL);
   Redraw();
   LayoutChanged();
@@ -153,18 +155,29 @@ void lmUserArea::DrawCompare() {
   lastCompose = now;
 }
 
+// Whether the image holds a render. A job that has not begun leaves the render before it, unless the image
+// was made anew for it; while it is on its way there is nothing to compose.
+Bool lmUserArea::HasRender() const {
+  if (!image || image->GetBw() < 1) return FALSE;
+  return !job || job->begun || (!imageIsNew && !job->IsRunning());
+}
+
 // The rendering flag is read once, before the picture is taken: a picture that is shown as finished was
 // finished then.
 void lmUserArea::DrawRender(LONG mode) {
-  if (!image || image->GetBw() < 1) return; // nothing was rendered yet
+  if (!HasRender()) return;
   const Bool rendering = data.rendering;
 
   if (mode == LM_MODE_REGION) {
     AutoAlloc<BaseBitmap> part(
         image->GetClonePart(regionLeft, regionTop, regionRight - regionLeft, regionBottom - regionTop));
-    if (part) part->ScaleIt(display, 256, FALSE, FALSE);
+    if (part) {
+      part->ScaleIt(display, 256, FALSE, FALSE);
+      composed = 1;
+    }
   } else {
     image->ScaleIt(display, 256, FALSE, FALSE);
+    composed = 1;
   }
 
   if (rendering) {
@@ -227,6 +240,7 @@ void lmUserArea::HistoryPrepare(Real slider, LONG style) {
   if (imageA) PrepareSlot(*imageA, *workA);
   if (imageB) PrepareSlot(*imageB, *workB);
 
+  if ((style >= COMPARE_COLUMNS && style <= COMPARE_BLEND) || style == COMPARE_DIFFERENCE) composed = 1;
   switch (style) {
   case COMPARE_COLUMNS: {
     const Real split = std::floor(width * 0.5 * (slider + 1));

@@ -7,6 +7,8 @@
 #include "lm_settings.h"
 #include "lm_status.h"
 
+class lmThread;
+
 /// Shows the latest render at its own size, with the progress of the one that runs, or two pictures of the
 /// history beside each other. It polls the status record and the image, which the render side writes, and
 /// sends nothing back but `stampsPending` and, between jobs, `progress`. It also keeps the history: a folder
@@ -44,7 +46,8 @@ class lmUserArea : public GeUserArea {
   virtual Filename GetNextFilename(const Filename& folder, const String& prefix);
   /// Moves the host's last render, as the capture post effect left it, into the history.
   virtual void AddLastRender();
-  /// Saves the display bitmap, the picture as shown, into the history, which keeps its size.
+  /// Saves the display bitmap, the picture as shown, into the history, which keeps its size. Before something
+  /// was composed since the view was opened there is no picture, and nothing is added or deleted.
   virtual void AddToHistory();
   /// Opens the picture as shown in the host's Picture Viewer.
   virtual void SaveToPictureViewer();
@@ -77,12 +80,16 @@ class lmUserArea : public GeUserArea {
   /// The part of the image that Region mode shows; set by the dialog when it starts a render.
   LONG regionLeft = -1, regionTop = -1, regionRight = -1, regionBottom = -1;
   LMTHREAD_DATA data;
-  LONG lastCompose = 0;  // host milliseconds; 0: nothing since Compare mode was entered
-  LONG stripCounter = 0; // one more for each drawing while a render runs
+  const lmThread* job = nullptr; // the one that was started last; null before the first
+  LONG imageIsNew = 0;           // the image was made anew and no job has begun since
+  LONG composed = 0;             // something was composed into `display` since the view was opened
+  LONG lastCompose = 0;          // host milliseconds; 0: nothing since Compare mode was entered
+  LONG stripCounter = 0;         // one more for each drawing while a render runs
   Filename dataFolder, historyFolder;
 
  private:
   void DrawCompare();
+  Bool HasRender() const;
   void DrawRender(LONG mode);
   void DrawProgressBar();
   void DrawProgressStrip();

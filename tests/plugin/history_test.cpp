@@ -37,8 +37,14 @@ class HistoryTest : public ViewerFixture {
   void showPicture(const Rgb& color) {
     openEnabled(16, 12);
     fillBitmap(*view().image, 16, 12, color);
-    fillBitmap(*view().display, 16, 12, color, 32);
-    view().data.stampsPending = 1;
+    redraw();
+    ASSERT_EQ(view().data.stampsPending, 1);
+    ASSERT_TRUE(isFilled(*view().display, color));
+  }
+  /// As many as the history keeps.
+  void fillHistory() {
+    for (LONG i = 0; i < 10; ++i)
+      addHistoryFile(String("old" + LongToString(i) + ".tif").GetUTF8().c_str(), 10 + i);
   }
   void putLastRender(const Rgb& color) {
     AutoAlloc<BaseBitmap> picture;
@@ -165,8 +171,7 @@ TEST_F(HistoryTest, AddSavesThePictureAsShown) {
 
 TEST_F(HistoryTest, AddKeepsTheSize) {
   showPicture({1, 2, 3});
-  for (LONG i = 0; i < 10; ++i)
-    addHistoryFile(String("old" + LongToString(i) + ".tif").GetUTF8().c_str(), 10 + i);
+  fillHistory();
   view().AddToHistory();
   const Names names = historyNames();
   EXPECT_EQ(names.size(), 10u);
@@ -259,22 +264,55 @@ TEST_F(HistoryTest, AFolderThatCannotBeMadeIsToldByTheConsole) {
   EXPECT_NE(console[0].find("Check the folder"), std::string::npos) << console[0];
 }
 
-// A comparison of pictures of an earlier day, for example.
-TEST_F(HistoryTest, WhatTheViewShowsIsAddedAlsoWithoutARender) {
+TEST_F(HistoryTest, AComparisonIsAddedAlsoWithoutARender) {
   openEnabled(16, 12);
   ASSERT_EQ(view().image->GetBw(), 0);
-  view().display->SetPixel(3, 4, 10, 200, 30);
+  fillBitmap(*view().imageA, 16, 12, {10, 200, 30});
+  fillBitmap(*view().imageB, 16, 12, {10, 200, 30});
+  choose(LM_MODE_COMPARE);
+  advance(20);
   view().AddToHistory();
   ASSERT_EQ(historyNames(), (Names{"[001].tif"}));
   AutoAlloc<BaseBitmap> added;
   ASSERT_EQ(added->Init(historyFolder() + "[001].tif"), IMAGERESULT_OK);
-  UWORD r = 0, g = 0, b = 0;
-  added->GetPixel(3, 4, &r, &g, &b);
   EXPECT_EQ(added->GetBw(), 16);
   EXPECT_EQ(added->GetBh(), 12);
-  EXPECT_EQ(r, 10);
-  EXPECT_EQ(g, 200);
-  EXPECT_EQ(b, 30);
+  EXPECT_TRUE(isFilled(*added, {10, 200, 30}));
+}
+
+TEST_F(HistoryTest, NothingIsAddedBeforeSomethingWasComposed) {
+  openEnabled(16, 12);
+  fillHistory();
+  const Names before = historyNames();
+  choose(1119); // the view is black
+  EXPECT_EQ(historyNames(), before);
+  choose(LM_MODE_COMPARE); // with nothing to compare
+  advance(300);
+  choose(LM_MODE_NORMAL);
+  finishRender();
+  view().data.stampsPending = 1;
+  view().AddToHistory();
+  EXPECT_EQ(historyNames(), before);
+  EXPECT_EQ(pixelOf(*view().imageA, 0, 0), (Rgb{0, 0, 0})) << "nor are the newest loaded";
+}
+
+TEST_F(HistoryTest, NothingIsAddedBeforeSomethingWasComposedSinceTheViewWasOpened) {
+  openEnabled(16, 12);
+  render();
+  fillHistory();
+  viewer->Close();
+  openViewer();
+  advance(200);
+  const Names before = historyNames();
+  choose(1119);
+  EXPECT_EQ(historyNames(), before);
+  choose(1106); // off: the splash
+  advance(200);
+  choose(1119);
+  EXPECT_EQ(historyNames(), before);
+  render(); // which switches it on
+  choose(1119);
+  EXPECT_NE(historyNames(), before);
 }
 
 TEST_F(HistoryTest, NamesComeFromTheRenderedDocument) {
@@ -356,8 +394,10 @@ class NotingView : public lmUserArea {
 
 TEST_F(HistoryTest, ItsOperationsCallEachOtherAsOperations) {
   NotingView noting(viewer.get(), &viewer->settings);
-  fillBitmap(*noting.image, 4, 3, {1, 2, 3});
+  noting.width = 4;
+  noting.height = 3;
   fillBitmap(*noting.display, 4, 3, {1, 2, 3}, 32);
+  noting.HistoryPrepare(0.0, lmUserArea::COMPARE_BLEND);
   noting.AddToHistory();
   EXPECT_EQ(noting.calls, (Names{"cleanup 9", "next ", "pad", "autoload"}));
   noting.calls.clear();
@@ -369,6 +409,34 @@ TEST_F(HistoryTest, ItsOperationsCallEachOtherAsOperations) {
   viewer->settings.GetDataInstance()->RemoveData(LM_HISTORY_SIZE);
   noting.AddToHistory();
   EXPECT_EQ(noting.calls, (Names{"cleanup 9", "next ", "pad", "pad"}));
+}
+
+/// Counts as it is told.
+class CountingView : public lmUserArea {
+ public:
+  using lmUserArea::lmUserArea;
+  LONG GetHistoryCount() override { return count; }
+  LONG count = 0;
+};
+
+TEST_F(HistoryTest, TrimmingAndLoadingGoByTheCountingOperation) {
+  addHistoryFile("a.tif", 1, {1, 1, 1});
+  addHistoryFile("b.tif", 2, {2, 2, 2});
+  addHistoryFile("c.tif", 3, {3, 3, 3});
+  CountingView counting(viewer.get(), &viewer->settings);
+  counting.count = 1;
+  counting.CleanupHistory(1);
+  counting.AutoloadRecent();
+  EXPECT_EQ(historyNames().size(), 3u);
+  EXPECT_EQ(counting.imageB->GetBw(), 0);
+  counting.count = 3;
+  counting.AutoloadRecent();
+  EXPECT_EQ(pixelOf(*counting.imageB, 0, 0), (Rgb{3, 3, 3}));
+  counting.CleanupHistory(2);
+  EXPECT_EQ(historyNames(), (Names{"b.tif", "c.tif"}));
+  counting.count = 9; // more than there are
+  counting.CleanupHistory(0);
+  EXPECT_TRUE(historyNames().empty());
 }
 
 // ---- A host without a directory browser

@@ -341,6 +341,72 @@ TEST_F(ViewRenderTest, AMissingHistorySwitchMeansAutomatic) {
   EXPECT_EQ(historyNames().size(), 1u);
 }
 
+TEST_F(ViewRenderTest, AFailedPictureComesBackWhenTheNextJobDidNotBegin) {
+  openEnabled(60, 40);
+  paintRenders({50, 60, 70});
+  probe->result = RENDERRESULT_USERBREAK;
+  render();
+  ASSERT_EQ(view().data.stampsPending, 0);
+  clearActiveDocument(); // the thread ends before it begins
+  render();
+  EXPECT_EQ(view().data.stampsPending, 0);
+  setOption(LM_MIN_WIDTH, 80);
+  view().LayoutChanged();
+  advance(300);
+  EXPECT_EQ(paintedPixel(view(), 79, 39), (Rgb{50, 60, 70}));
+}
+
+// It is neither composed a second time nor taken for a picture of the job that did not begin.
+TEST_F(ViewRenderTest, AFinishedPictureStaysWhenTheNextJobDidNotBegin) {
+  setOption(LM_HISTORY_ADD, 0);
+  openEnabled(60, 40);
+  paintRenders({50, 60, 70});
+  render();
+  ASSERT_EQ(historyNames().size(), 1u);
+  clearActiveDocument();
+  render();
+  poll(3);
+  EXPECT_EQ(view().data.stampsPending, 1);
+  EXPECT_EQ(paintedPixel(view(), 30, 20), (Rgb{50, 60, 70}));
+  EXPECT_EQ(historyNames().size(), 1u);
+}
+
+TEST_F(ViewRenderTest, AJobThatHasNotBegunShowsNothingOfIts) {
+  setOption(LM_HISTORY_ADD, 0);
+  openEnabled(60, 40);
+  paintRenders({50, 60, 70});
+  clearActiveDocument();
+  render();
+  poll(3);
+  EXPECT_EQ(view().data.stampsPending, 0);
+  EXPECT_TRUE(historyNames().empty());
+}
+
+// The view's timer stands still while the dialog is closed.
+TEST_F(ViewRenderTest, ARenderThatEndsWhileTheDialogIsClosedIsShownAtItsNextOpening) {
+  setOption(LM_HISTORY_ADD, 0);
+  openEnabled(60, 40);
+  stampHello();
+  paintRenders({50, 60, 70});
+  startHeldRender();
+  viewer->Close();
+  EXPECT_TRUE(viewer->thread.IsRunning());
+  finishRender();
+  advance(1000);
+  EXPECT_EQ(view().data.rendering, 0);
+  EXPECT_EQ(view().data.result, RENDERRESULT_OK);
+  EXPECT_EQ(view().data.stampsPending, 0);
+  EXPECT_TRUE(historyNames().empty());
+  openViewer();
+  poll(3);
+  EXPECT_EQ(view().data.stampsPending, 1);
+  EXPECT_EQ(view().data.progress, 2.0);
+  EXPECT_EQ(paintedPixel(view(), 59, 39), (Rgb{50, 60, 70}));
+  EXPECT_FALSE(shows({50, 60, 70})) << "the stamp";
+  EXPECT_EQ(historyNames(), (Names{"[001].tif"}));
+  EXPECT_EQ(renderCount(), 1u);
+}
+
 TEST_F(ViewRenderTest, AJobThatHasNotBegunAddsNothing) {
   setOption(LM_HISTORY_ADD, 0);
   openEnabled(60, 40);

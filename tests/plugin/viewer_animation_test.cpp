@@ -101,6 +101,40 @@ TEST_F(ViewerAnimationTest, AnAnimationThatCouldNotBeginIsNotInProgress) {
   finishRender();
 }
 
+// The view takes the last frame for a finished render: it is composed, stamped and added once.
+TEST_F(ViewerAnimationTest, TheLastFrameIsComposedStampedAndAdded) {
+  setOption(LM_HISTORY_ADD, 0);
+  openEnabled(120, 60);
+  setOption(LM_STAMP_CUSTOM1, 1);
+  setOption(LM_STAMP_TEXT1, String("TAKE"));
+  probe->finished = [](BaseBitmap& picture, std::size_t number) {
+    picture.Clear(10 + 20 * static_cast<LONG>(number), 0, 90);
+  };
+  startAnimation(4, 6);
+  finishRender();
+  poll(5);
+  EXPECT_EQ(viewer->view.data.stampsPending, 1);
+  EXPECT_EQ(viewer->view.data.progress, 2.0);
+  const Rgb last{50, 0, 90};
+  const BaseBitmap& display = *viewer->view.display;
+  LONG stamped = 0;
+  for (LONG y = 0; y < 60; ++y) {
+    for (LONG x = 0; x < 120; ++x)
+      stamped += !(pixelOf(display, x, y) == last);
+  }
+  EXPECT_GT(stamped, 20);
+  EXPECT_LT(stamped, 120 * 60 / 2);
+  ASSERT_EQ(historyNames(), (std::vector<std::string>{"[001].tif"}));
+  AutoAlloc<BaseBitmap> added, frame;
+  ASSERT_EQ(added->Init(historyFolder() + "[001].tif"), IMAGERESULT_OK);
+  for (LONG y = 0; y < 60; ++y) {
+    for (LONG x = 0; x < 120; ++x)
+      ASSERT_EQ(pixelOf(*added, x, y), pixelOf(display, x, y)) << x << ", " << y;
+  }
+  ASSERT_EQ(frame->Init(folder / "shot0006.tif"), IMAGERESULT_OK);
+  EXPECT_TRUE(isFilled(*frame, last)) << "frames are stamped by their own switch alone";
+}
+
 TEST_F(ViewerAnimationTest, RenderAnimationIsForAViewerThatIsOn) {
   openEnabled();
   viewer->settings.SetValue(LM_ENABLED, 0);

@@ -14,7 +14,7 @@ using Names = std::vector<std::string>;
 
 TEST_F(ViewerHistoryTest, HistoryButtonsAreForCompare) {
   openEnabled();
-  click(1120);
+  viewer->Command(1120, BaseContainer());
   EXPECT_TRUE(ui.popups.empty());
   choose(COMPARE);
   addHistoryFile("x[001].tif", 1, {10, 20, 30});
@@ -30,6 +30,59 @@ TEST_F(ViewerHistoryTest, HistoryButtonsAreForCompare) {
   ASSERT_EQ(ui.popups.size(), 2u);
   EXPECT_EQ(ui.popups[1].x, x);
   EXPECT_EQ(ui.popups[1].y, y);
+}
+
+TEST_F(ViewerHistoryTest, HistoryButtonsAreGreyWhereTheyDoNothing) {
+  const auto expectEnabled = [&](bool enabled) {
+    for (const LONG button : {1120, 1121})
+      EXPECT_EQ(host::findGadget(*viewer, button)->enabled, enabled) << button;
+  };
+  openEnabled();
+  expectEnabled(false);
+  for (const LONG mode : std::vector<LONG>{COMPARE, LM_MODE_REGION, COMPARE, LM_MODE_NORMAL}) {
+    choose(mode);
+    expectEnabled(mode == COMPARE);
+  }
+  choose(COMPARE);
+  choose(1106); // off: they switch the viewer on
+  expectEnabled(true);
+  viewer->Close();
+  openViewer();
+  expectEnabled(true);
+  finishRender();
+}
+
+// In Compare mode the view's timer asks for nothing, so each operation asks by itself.
+TEST_F(ViewerHistoryTest, LoadingSwappingAndChoosingRedrawTheComparison) {
+  openEnabled(16, 12);
+  setOption(LM_COMPARE_STYLE, 0); // B on the left, A on the right
+  const Rgb oldest{10, 0, 0}, older{20, 0, 0}, newest{30, 0, 0};
+  addHistoryFile("a.tif", 1, oldest);
+  addHistoryFile("b.tif", 2, older);
+  addHistoryFile("c.tif", 3, newest);
+  choose(COMPARE);
+  advance(1000);
+  const auto expectShown = [&](const Rgb& left, const Rgb& right) {
+    advance(20);
+    EXPECT_EQ(paintedPixel(view(), 2, 6), left);
+    EXPECT_EQ(paintedPixel(view(), 13, 6), right);
+  };
+  expectShown({}, {});
+  view().AutoloadRecent();
+  expectShown(newest, older);
+  choose(1131);
+  expectShown(older, newest);
+  ui.choices = {900000, 900000};
+  click(1120);
+  expectShown(older, oldest);
+  click(1121);
+  expectShown(oldest, oldest);
+  view().imageA->Clear(77, 0, 0);
+  expectShown(oldest, oldest); // nothing has asked
+  ui.choices = {901000};
+  ui.files = {Filename()};
+  click(1120); // cancelled, and redrawn all the same
+  expectShown(oldest, {77, 0, 0});
 }
 
 TEST_F(ViewerHistoryTest, HistoryButtonsSwitchTheViewerOn) {

@@ -138,6 +138,62 @@ TEST_F(PacingTest, PacingGoesAcrossTheTimersWrap) {
   EXPECT_EQ(rendersSoFar(), 1u);
 }
 
+// The timer's word is negative for half of its 49.7 days.
+TEST_F(PacingTest, TheFirstRefreshIsDueHoweverLongTheHostHasRun) {
+  openAutomatic();
+  setOption(LM_REFRESH_WAIT, 0);
+  std::size_t renders = 0;
+  for (const LLONG uptime : {1200LL, 0x7fffffffLL, 0x80000001LL, 0xc0000000LL, 0x180000001LL}) {
+    SCOPED_TRACE(uptime);
+    clock.set(uptime);
+    viewer->lastRefresh = 0;
+    changeScene();
+    EXPECT_EQ(rendersSoFar(), ++renders);
+    EXPECT_EQ(viewer->pendingRefresh, 0);
+    viewer->lastRefresh = 0;
+    viewer->pendingRefresh = 1;
+    viewer->Timer(BaseContainer());
+    EXPECT_EQ(rendersSoFar(), ++renders);
+  }
+}
+
+TEST_F(PacingTest, ARefreshIsDueAfterMoreThanHalfOfTheTimersRange) {
+  openAutomatic();
+  setOption(LM_REFRESH_WAIT, 0);
+  std::size_t renders = 0;
+  for (const LLONG later : {0x7fffffffLL, 0x80000000LL, 0xf0000000LL}) {
+    SCOPED_TRACE(later);
+    viewer->lastRefresh = GeGetTimer();
+    clock.advance(later);
+    changeScene();
+    EXPECT_EQ(rendersSoFar(), ++renders);
+  }
+}
+
+TEST_F(PacingTest, ASwitchOfAnotherValueIsOff) {
+  openAutomatic();
+  setOption(LM_REFRESH_WAIT, 2); // paced by the delay
+  viewer->lastRefresh = GeGetTimer();
+  changeScene();
+  EXPECT_EQ(viewer->pendingRefresh, 1);
+  viewer->Timer(BaseContainer());
+  EXPECT_EQ(rendersSoFar(), 0u);
+  clock.advance(300);
+  viewer->Timer(BaseContainer());
+  EXPECT_EQ(rendersSoFar(), 1u);
+
+  setOption(LM_AUTO_REFRESH, 2);
+  clock.advance(300);
+  changeScene();
+  sendEvent(ID_LUMENARA_REGION_CHANGED);
+  for (const LONG command : {1115, 1116, 1117})
+    choose(command);
+  view().Sized(64, 48);
+  BaseContainer sized(BFM_SIZED), result;
+  viewer->Message(sized, result);
+  EXPECT_EQ(rendersSoFar(), 1u);
+}
+
 TEST_F(PacingTest, TheTimerRunsOnlyWhatIsPending) {
   openAutomatic();
   viewer->Timer(BaseContainer());

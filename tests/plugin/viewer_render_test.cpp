@@ -1,6 +1,9 @@
 // How the viewer's requests become renders: what a job is given, how requests are paced, and how a job ends.
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <thread>
+
 #include "gadget.h"
 #include "running_state.h"
 #include "viewer_fixture.h"
@@ -93,6 +96,24 @@ TEST_F(RenderTest, ABusyHostStopsItsPreviewsInstead) {
   }
   refresh();
   EXPECT_EQ(rendersSoFar(), 1u);
+}
+
+TEST_F(RenderTest, ABusyHostIsAskedToEndItsBackgroundRenders) {
+  openEnabled();
+  std::atomic<bool> begun{false}, asked{false}, over{false};
+  std::thread preview([&] {
+    const host::RunningScope running(CHECKISRUNNING_MATERIALPREVIEWRUNNING);
+    const host::BackgroundRender render([&] { asked = true; });
+    begun = true;
+    while (!asked && !over)
+      std::this_thread::yield();
+  });
+  waitUntil([&] { return begun.load(); });
+  refresh();
+  EXPECT_TRUE(asked);
+  over = true;
+  preview.join();
+  EXPECT_EQ(rendersSoFar(), 0u);
 }
 
 TEST_F(RenderTest, ABusyDialogRefusesRequestsAndStartsNoAutomaticOnes) {
