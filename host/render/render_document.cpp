@@ -36,21 +36,21 @@ class DocumentRender {
       // The switch for post effects stops what plug-ins add; the renderer's own effects have their posts'
       // disabled bits.
       const bool effects = container_.GetBool(RDATA_POSTEFFECTS_ENABLE, TRUE);
-      VideoPostCalls posts(effects ? document_.GetActiveRenderData() : nullptr, frame, &result_);
+      VideoPostCalls posts(effects ? document_.GetActiveRenderData() : nullptr, frame, &error_);
       posts.open(VIDEOPOSTCALL_FRAMESEQUENCE);
       posts.open(VIDEOPOSTCALL_FRAME);
       posts.open(VIDEOPOSTCALL_SUBFRAME);
       renderFrame(posts);
     }
     printProblems();
-    tell(result_ == RENDERRESULT_USERBREAK ? told_ : 1, RENDERPROGRESSTYPE_AFTERRENDERING);
-    return result_;
+    tell(error_ == RENDERRESULT_USERBREAK ? told_ : 1, RENDERPROGRESSTYPE_AFTERRENDERING);
+    return error_ == RENDERRESULT_OK && missing_ ? RENDERRESULT_ASSETMISSING : error_;
   }
 
   RenderStats& stats() { return stats_; }
 
  private:
-  bool stopped() const { return (thread_ && thread_->TestBreak()) || result_ != RENDERRESULT_OK; }
+  bool stopped() const { return (thread_ && thread_->TestBreak()) || error_ != RENDERRESULT_OK; }
 
   BaseTime time() const { return container_.GetTime(RDATA_FRAMEFROM, document_.GetTime()); }
 
@@ -73,7 +73,7 @@ class DocumentRender {
   void renderFrame(VideoPostCalls& posts) {
     const SnapshotPtr snapshot = stopped() ? nullptr : evaluate();
     if (!snapshot) {
-      if (result_ == RENDERRESULT_OK) result_ = RENDERRESULT_USERBREAK;
+      if (error_ == RENDERRESULT_OK) error_ = RENDERRESULT_USERBREAK;
       return;
     }
     posts.open(VIDEOPOSTCALL_RENDER);
@@ -89,19 +89,20 @@ class DocumentRender {
     if (!posts.empty()) {
       hooks.beginPasses = [this, &posts] {
         posts.open(VIDEOPOSTCALL_INNER);
-        if (result_ != RENDERRESULT_OK) postFailed_ = true;
+        if (error_ != RENDERRESULT_OK) postFailed_ = true;
       };
       hooks.endPasses = [&posts] { posts.close(VIDEOPOSTCALL_INNER); };
       hooks.beginTile = [&posts] { posts.open(VIDEOPOSTCALL_TILE); };
       hooks.endTile = [this, &posts] {
         posts.close(VIDEOPOSTCALL_TILE);
-        if (result_ != RENDERRESULT_OK) postFailed_ = true;
+        if (error_ != RENDERRESULT_OK) postFailed_ = true;
       };
     }
-    if (result_ != RENDERRESULT_OK) return; // a post has refused
+    if (error_ != RENDERRESULT_OK) return; // a post has refused
     const RENDERRESULT rendered =
         renderSnapshot(snapshot, settings_, bitmap_, hooks, stats_, problems_, started_);
-    if (result_ == RENDERRESULT_OK) result_ = rendered;
+    missing_ = rendered == RENDERRESULT_ASSETMISSING; // the render was completed all the same
+    if (error_ == RENDERRESULT_OK && !missing_) error_ = rendered;
   }
 
   void printProblems() const {
@@ -121,7 +122,8 @@ class DocumentRender {
   RenderSettings settings_;
   RenderStats stats_;
   std::vector<std::string> problems_;
-  RENDERRESULT result_ = RENDERRESULT_OK; // what video posts see as the error
+  RENDERRESULT error_ = RENDERRESULT_OK; // what video posts see; 0 for a render that was completed
+  bool missing_ = false;                 // a picture was
   std::atomic<bool> postFailed_{false};
   double told_ = 0;
 };

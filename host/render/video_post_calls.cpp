@@ -1,6 +1,7 @@
 #include "video_post_calls.h"
 
 #include "plugin_registry.h"
+#include "video_post_state.h"
 
 namespace host::render {
 
@@ -13,8 +14,9 @@ VideoPostCalls::VideoPostCalls(RenderData* data, const VideoPostStruct& frame, R
     const VideoPostEntry* entry =
         node->GetBit(BIT_VPDISABLED) ? nullptr : registry->findVideoPost(node->GetType());
     if (!entry) continue;
-    if (auto instance = registry->makeVideoPostData(node->GetType()))
-      posts_.push_back({node, std::move(instance), entry->plugin});
+    std::unique_ptr<NodeData>& kept = stateOf(node)->data;
+    if (!kept) kept = registry->makeVideoPostData(node->GetType());
+    if (kept) posts_.push_back({node, static_cast<VideoPostData*>(kept.get()), entry->plugin});
   }
 }
 
@@ -42,7 +44,7 @@ void VideoPostCalls::call(VIDEOPOSTCALL which, bool opens) {
     call.vp = which;
     call.open = opens ? TRUE : FALSE;
     const PluginScope scope(post.plugin);
-    const RENDERRESULT result = static_cast<VideoPostData&>(*post.data).Execute(post.node, &call);
+    const RENDERRESULT result = post.data->Execute(post.node, &call);
     if (result != RENDERRESULT_OK && *frame_.error == RENDERRESULT_OK) *frame_.error = result;
   }
 }

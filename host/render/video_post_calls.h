@@ -1,7 +1,6 @@
 // Calls the video posts that plug-ins have registered, in nested order.
 #pragma once
 
-#include <memory>
 #include <vector>
 
 #include "c4d_plugin.h"
@@ -10,11 +9,12 @@
 
 namespace host::render {
 
-/// The registered, enabled video posts of a render data, each with an instance of its data for one render.
-/// Used by one thread at a time.
+/// The registered, enabled video posts of a render data. Each one's data is made at its first render and
+/// stays with its node. Used by one thread at a time.
 class VideoPostCalls {
  public:
-  /// `error` is the render's result as the posts see it; a post may set it. Null render data: no posts.
+  /// `error` is the slot that the posts see: 0 while nothing has gone wrong and once the render is completed,
+  /// missing pictures or not. A post may set it. Null render data: no posts.
   VideoPostCalls(RenderData* data, const VideoPostStruct& frame, RENDERRESULT* error);
   ~VideoPostCalls(); // closes what is open
 
@@ -26,7 +26,7 @@ class VideoPostCalls {
  private:
   struct Post {
     BaseVideoPost* node;
-    std::unique_ptr<NodeData> data;
+    VideoPostData* data;
     const PluginUnit* plugin;
   };
   void call(VIDEOPOSTCALL which, bool opens);

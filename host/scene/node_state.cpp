@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "video_post_state.h"
+
 namespace host {
 
 namespace {
@@ -47,8 +49,9 @@ std::unique_ptr<NodeState> newState(NodeKind kind, LONG type) {
     return std::make_unique<RenderDataState>();
   case NodeKind::view:
     return std::make_unique<ViewState>();
-  case NodeKind::tag:
   case NodeKind::videoPost:
+    return std::make_unique<VideoPostState>(type);
+  case NodeKind::tag:
     break;
   }
   return std::make_unique<NodeState>(kind, type);

@@ -3,8 +3,11 @@
 
 #include <filesystem>
 
+#include "active_document.h"
 #include "lm_postdata.h"
 #include "running_state.h"
+#include "scene_file.h"
+#include "test_scenes.h"
 #include "viewer_fixture.h"
 
 namespace {
@@ -203,6 +206,44 @@ TEST_F(HostRenderTest, EachReplacesTheFileOfTheOneBefore) {
     ASSERT_EQ(renderAs(state, {70, 60, 50}), RENDERRESULT_OK);
     EXPECT_NE(readText(file()), first);
   }
+}
+
+// A picture that is missing does not make the render an unfinished one.
+TEST_F(HostRenderTest, WithoutAMissingPictureIsCaptured) {
+  host::LoadResult scene = host::loadDocument(folder.write("scene.gltf", testscene::WITH_A_MISSING_PICTURE));
+  ASSERT_TRUE(scene.document) << scene.error;
+  document = scene.document.release();
+  host::setActiveDocument(document);
+  addPost(PROBE_POST);
+  addPost(1021449);
+  touch(file()); // of an earlier render
+  EXPECT_EQ(renderAs(CHECKISRUNNING_EXTERNALRENDERING, {50, 60, 70}), RENDERRESULT_ASSETMISSING);
+  AutoAlloc<BaseBitmap> captured;
+  ASSERT_EQ(captured->Init(file()), IMAGERESULT_OK);
+  EXPECT_EQ(captured->GetBw(), 20);
+}
+
+// The post's data lives with its node: what one render has armed holds for the document's next ones.
+TEST_F(HostRenderTest, ArmsTheDocumentsLaterRenders) {
+  AutoAlloc<BaseBitmap> target;
+  fillBitmap(*target, 20, 10, {0, 0, 0});
+  const auto captured = [&] {
+    EXPECT_EQ(RenderDocument(document, document->GetActiveRenderData()->GetData(), nullptr, nullptr, target,
+                             RENDERFLAGS_EXTERNAL, nullptr),
+              RENDERRESULT_OK);
+    return saved();
+  };
+  EXPECT_FALSE(captured());
+  {
+    const host::RunningScope running(CHECKISRUNNING_EDITORRENDERING);
+    EXPECT_TRUE(captured());
+  }
+  EXPECT_TRUE(captured());
+  {
+    const host::RunningScope running(CHECKISRUNNING_MATERIALPREVIEWRUNNING);
+    EXPECT_FALSE(captured());
+  }
+  EXPECT_FALSE(captured());
 }
 
 TEST_F(HostRenderTest, OfAMaterialIsNotCaptured) {

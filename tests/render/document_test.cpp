@@ -5,12 +5,14 @@
 #include <atomic>
 #include <filesystem>
 #include <mutex>
+#include <utility>
 
 #include "hardware_preview.h"
 #include "host_fixture.h"
 #include "running_state.h"
 #include "scene_file.h"
 #include "scene_kit.h"
+#include "test_scenes.h"
 
 using namespace host;
 
@@ -23,13 +25,14 @@ struct Call {
 };
 std::mutex callsMutex;
 std::vector<Call> calls;
-int instances = 0;
+int instances = 0, living = 0;
 RENDERRESULT refusal = RENDERRESULT_OK;
 BaseBitmap* seenBuffer = nullptr;
 
 class RecordingPost : public VideoPostData {
  public:
-  RecordingPost() { ++instances; }
+  RecordingPost() { ++instances, ++living; }
+  ~RecordingPost() override { --living; }
   static NodeData* Make() { return new RecordingPost; }
   RENDERRESULT Execute(BaseVideoPost*, VideoPostStruct* vps) override {
     const std::lock_guard lock(callsMutex);
@@ -46,7 +49,7 @@ class DocumentTest : public HostFixture {
   void SetUp() override {
     startHost();
     calls.clear();
-    instances = 0;
+    instances = living = 0;
     refusal = RENDERRESULT_OK;
     loaded = loadDocument(Filename(String(LUMENARA_SOURCE_DIR "/scenes/small.gltf")));
     ASSERT_TRUE(loaded.document) << loaded.error;
@@ -58,11 +61,12 @@ class DocumentTest : public HostFixture {
     return RenderDocument(loaded.document.get(), settings, hook, data, bitmap.bitmap, RENDERFLAGS_SHOWERRORS,
                           thread);
   }
-  void addPost(LONG id, bool disabled = false) {
+  void addPost(LONG id, bool disabled = false) { addPostTo(*loaded.document, id, disabled); }
+  static void addPostTo(BaseDocument& document, LONG id, bool disabled = false) {
     BaseVideoPost* post = BaseVideoPost::Alloc(id);
     ASSERT_NE(post, nullptr);
     if (disabled) post->SetBit(BIT_VPDISABLED);
-    loaded.document->GetActiveRenderData()->InsertVideoPostLast(post);
+    document.GetActiveRenderData()->InsertVideoPostLast(post);
   }
 
   LoadResult loaded;
@@ -217,6 +221,97 @@ TEST_F(DocumentTest, VideoPostsAreCalledInNestedOrder) {
   for (std::size_t vp = 1; vp <= 5; ++vp)
     EXPECT_EQ(count[vp], 1) << vp;
   EXPECT_GE(count[6], 2);
+}
+
+// What a post remembers lasts as long as its node.
+TEST_F(DocumentTest, APostsDataLivesWithItsNode) {
+  ASSERT_TRUE(RegisterVideoPostPlugin(postId, "recorder", 0, RecordingPost::Make, "", 0, 0));
+  addPost(postId);
+  for (LONG frame = 0; frame < 3; ++frame) {
+    settings.SetTime(RDATA_FRAMEFROM, BaseTime(frame, 30));
+    EXPECT_EQ(render(), RENDERRESULT_OK);
+  }
+  EXPECT_EQ(instances, 1);
+  EXPECT_EQ(living, 1);
+  const LoadResult first = std::exchange(loaded, {});
+  {
+    DocumentPtr clone(first.document->GetClone(COPYFLAGS_0));
+    RenderDocument(clone.get(), settings, nullptr, nullptr, bitmap.bitmap, RENDERFLAGS_0, nullptr);
+    EXPECT_EQ(instances, 2) << "a clone's node has its own";
+    EXPECT_EQ(living, 2);
+  }
+  EXPECT_EQ(living, 1);
+  addPostTo(*first.document, postId); // a second node
+  RenderDocument(first.document.get(), settings, nullptr, nullptr, bitmap.bitmap, RENDERFLAGS_0, nullptr);
+  EXPECT_EQ(instances, 3);
+  BaseVideoPost* node = first.document->GetActiveRenderData()->GetFirstVideoPost();
+  while (node->GetType() != postId)
+    node = node->GetNext();
+  node->Remove();
+  BaseVideoPost::Free(node);
+  EXPECT_EQ(living, 1);
+}
+
+// A render that is done is no error to a post, whatever was missing.
+TEST_F(DocumentTest, AMissingPictureIsNoErrorToAPost) {
+  folder.write("scene.gltf", testscene::WITH_A_MISSING_PICTURE);
+  loaded = loadDocument(folder / "scene.gltf");
+  ASSERT_TRUE(loaded.document) << loaded.error;
+  ASSERT_TRUE(RegisterVideoPostPlugin(postId, "recorder", 0, RecordingPost::Make, "", 0, 0));
+  addPost(postId);
+  EXPECT_EQ(render(), RENDERRESULT_ASSETMISSING);
+  ASSERT_FALSE(calls.empty());
+  for (const Call& call : calls)
+    EXPECT_EQ(call.error, RENDERRESULT_OK) << call.vp;
+  refusal = RENDERRESULT_OUTOFMEMORY;
+  EXPECT_EQ(render(), RENDERRESULT_OUTOFMEMORY);
+}
+
+std::vector<UWORD> pixelsOf(const BaseBitmap& bitmap) {
+  std::vector<UWORD> pixels;
+  for (LONG y = 0; y < bitmap.GetBh(); ++y)
+    for (LONG x = 0; x < bitmap.GetBw(); ++x) {
+      UWORD r, g, b;
+      bitmap.GetPixel(x, y, &r, &g, &b);
+      pixels.insert(pixels.end(), {r, g, b});
+    }
+  return pixels;
+}
+
+// Numbers that are kept and change no picture, each of them named by the documentation.
+TEST_F(DocumentTest, NumbersWithoutEffect) {
+  const std::string text = readText(Filename(LUMENARA_SOURCE_DIR) + "docs" + "rendering.md");
+  const std::size_t first = text.find("## Numbers without effect");
+  ASSERT_NE(first, std::string::npos);
+  const std::string list = text.substr(first, text.find("\n## ", first + 1) - first);
+  for (const char* number :
+       {"5016", "5018", "5052", "5076", "5079", "5200", "5202", "5604", "1017325", "1021830", "1003",
+        "1004", "3804", "5612", "5629", "5699", "5700", "2005", "2006", "2011",    "2012"})
+    EXPECT_NE(list.find(number), std::string::npos) << number;
+
+  ASSERT_EQ(render(), RENDERRESULT_OK);
+  const std::vector<UWORD> before = pixelsOf(*bitmap.bitmap);
+  for (const LONG id : {5052, 5076, 5079, 5200, 5202, 5604})
+    settings.SetBool(id, !settings.GetBool(id));
+  settings.SetLong(RDATA_FRAMESEQUENCE, 1);
+  settings.SetTime(RDATA_FRAMETO, BaseTime(77, 30));
+  RenderData& data = *loaded.document->GetActiveRenderData();
+  for (BaseVideoPost* post = data.GetFirstVideoPost(); post; post = post->GetNext())
+    if (post->GetType() == VPglobalillumination) post->SetParameter(3804, GeData::FromBool(TRUE));
+  addPost(VPhair);
+  addPost(1021830);
+  for (BaseVideoPost* post = data.GetFirstVideoPost(); post; post = post->GetNext())
+    if (post->GetType() == 1021830)
+      for (const LONG id : {1003, 1004})
+        post->SetParameter(id, GeData::FromBool(TRUE));
+  for (BaseObject* object = loaded.document->GetFirstObject(); object; object = object->GetNext())
+    for (const LONG tag : {Tphong, Tprotection, Taligntopath, Taligntospline})
+      object->MakeTag(tag);
+  for (BaseMaterial* material = loaded.document->GetFirstMaterial(); material; material = material->GetNext())
+    for (const LONG id : {2005, 2006, 2011, 2012})
+      material->SetParameter(id, GeData::FromBool(TRUE));
+  ASSERT_EQ(render(), RENDERRESULT_OK);
+  EXPECT_EQ(pixelsOf(*bitmap.bitmap), before);
 }
 
 TEST_F(DocumentTest, DisabledPostsAndSwitchedOffEffectsAreNotCalled) {
