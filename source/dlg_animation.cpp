@@ -131,7 +131,8 @@ Bool DlgAnimation::Command(LONG id, const BaseContainer& /*msg*/) {
     SaveValues();
     break;
   case DLG_ANIMATION_BROWSE: {
-    Filename file = fileName;
+    Filename file;
+    GetFilename(LM_ANIM_FILE, file);
     if (file.FileSelect(FILESELECTTYPE_ANYTHING, FILESELECT_SAVE, "Save Animation")) {
       SetFilename(LM_ANIM_FILE, file);
       CheckFormat();

@@ -291,6 +291,22 @@ TEST_F(AnimationDialogTest, TheFileSelectorSaves) {
   EXPECT_EQ(ui.fileRequests[0].start, Filename("/out/a.jpg"));
 }
 
+TEST_F(AnimationDialogTest, TheFileSelectorStartsFromTheTypedName) {
+  settings.SetValue(14001, Filename("/out/stored.avi"));
+  open([&] {
+    host::enterText(dialog, 14001, "/typed/name");
+    ui.files.push_back(Filename());
+    click(BROWSE);
+    EXPECT_EQ(text(14001), "/typed/name");
+    host::enterText(dialog, 14001, "");
+    ui.files.push_back(Filename());
+    click(BROWSE);
+  });
+  ASSERT_EQ(ui.fileRequests.size(), 2u);
+  EXPECT_EQ(ui.fileRequests[0].start, Filename("/typed/name"));
+  EXPECT_EQ(ui.fileRequests[1].start, Filename());
+}
+
 TEST_F(AnimationDialogTest, OkWithRememberStoresEverything) {
   const bool closedByOk = open([&] {
     fillIn(9);

@@ -295,6 +295,20 @@ TEST_F(OptionsTest, AControlStandsAboveWhatItEnables) {
   }
 }
 
+TEST_F(OptionsTest, ABoxIsDrawnAboveWhatItEnables) {
+  const std::pair<LONG, LONG> pairs[] = {{20004, 20065}, {20065, 20005}, {20011, 20012}, {20014, 20015},
+                                         {20045, 20046}, {20060, 20061}, {20066, 20067}, {20017, 20018},
+                                         {20041, 20042}, {20021, 20022}, {20027, 20028}, {20059, 20063}};
+  open([&] {
+    for (const auto& [box, governed] : pairs) {
+      LONG x = 0, y = 0, w = 0, h = 0, x2 = 0, y2 = 0, w2 = 0, h2 = 0;
+      ASSERT_TRUE(dialog->GetItemDim(box, &x, &y, &w, &h));
+      ASSERT_TRUE(dialog->GetItemDim(governed, &x2, &y2, &w2, &h2));
+      EXPECT_GE(y2, y + h) << box << " and " << governed;
+    }
+  });
+}
+
 TEST_F(OptionsTest, AnImageIsChosenByAFileSelector) {
   const Filename picture = writePicture("logo.tif");
   settings.SetValue(20021, 1);
