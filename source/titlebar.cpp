@@ -8,8 +8,6 @@ constexpr LONG HEIGHT = 24;
 constexpr LONG CAP = 10;       // width of an end cap
 constexpr LONG INTERVAL = 100; // milliseconds between two looks whether the pointer has left
 
-const char* const HOME = "https://lumenara.example/";
-
 // Indices of the pictures.
 enum : LONG { T_CNTR, T_CAPS, NAME_A, NAME_B, T_LEFT, HELP_A, HELP_B, HOME_A, HOME_B, T_RGHT };
 
@@ -53,7 +51,8 @@ void titlebarUA::SetPieces() {
     pieces[index] = piece;
   };
   const auto w = [this](LONG picture) { return pictures[picture]->GetBw(); };
-  const Filename manual = GeGetPluginPath() + "docs" + "lm_manual.pdf";
+  const Filename docs = GeGetPluginPath() + "docs";
+  const Filename manual = docs + "lm_manual.pdf";
 
   set(0, 0, CAP, T_CAPS, FALSE);
   set(1, 1, w(NAME_A), NAME_A, TRUE); // overlaps the left cap
@@ -68,7 +67,7 @@ void titlebarUA::SetPieces() {
 
   pieces[1].message = "Lumenara v" + GetVersionString();
   pieces[5].file = manual;
-  pieces[7].file.SetString(HOME); // an address, opened as files are
+  pieces[7].file = docs + "lumenara.html"; // the product's page
 }
 
 Bool titlebarUA::GetMinSize(LONG& w, LONG& h) {

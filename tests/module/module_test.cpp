@@ -2,12 +2,15 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <string>
 #include <vector>
 
 #include "c4d_events.h"
+#include "c4d_file.h"
 #include "c4d_plugin.h"
 #include "host_fixture.h"
+#include "temporary_folder.h"
 
 namespace {
 
@@ -191,6 +194,34 @@ TEST_F(Module, StartsAgainInTheSameHome) {
   startHost();
   EXPECT_EQ(program().registry().commands(true).size(), 4u);
   EXPECT_EQ(lines("||  Lumenara v"), 1);
+}
+
+// What the title bar opens lies beside the module, in the build and where it is installed.
+TEST_F(Module, TheProductPageAndTheManualLieBesideIt) {
+  const Filename build = Filename(LUMENARA_PLUGINS_DIR).GetDirectory();
+  const Filename installed = folder / "installed";
+  const std::string install = "cmake --install '" + (build + "source").GetString().GetUTF8() +
+                              "' --prefix '" + installed.GetString().GetUTF8() + "' >/dev/null";
+  ASSERT_EQ(std::system(install.c_str()), 0);
+  for (const Filename& tree : {build, installed}) {
+    const Filename docs = tree + "plugins" + "Lumenara" + "docs";
+    EXPECT_TRUE(GeFExist(docs + "lm_manual.pdf")) << docs.GetString().GetUTF8();
+    const std::string page = readText(docs + "lumenara.html");
+    EXPECT_NE(page.find("<title>Lumenara</title>"), std::string::npos) << docs.GetString().GetUTF8();
+    // Its links and pictures are there too.
+    int links = 0;
+    for (const char* attribute : {"href=\"", "src=\""}) {
+      for (std::size_t at = page.find(attribute); at != std::string::npos;
+           at = page.find(attribute, at + 1)) {
+        const std::size_t first = page.find('"', at) + 1;
+        const std::string link = page.substr(first, page.find('"', first) - first);
+        if (link.starts_with("#")) continue;
+        ++links;
+        EXPECT_TRUE(GeFExist(docs + Filename(String(link)))) << link;
+      }
+    }
+    EXPECT_GE(links, 2);
+  }
 }
 
 } // namespace
