@@ -74,13 +74,21 @@ void list(const host::PluginUnit& plugin) {
     const SettingWords said = found == words.end() ? SettingWords() : found->second;
     std::printf("%d %-24s %-9s %s\t%s\t%s\t%s\n", static_cast<int>(key.key), key.name,
                 kindName(key.type).c_str(), settingText(values.GetData(key.key)).c_str(),
-                settingText(key.value).c_str(), said.range.c_str(), said.label.c_str());
+                settingText(key.value).c_str(), said.range.text.c_str(), said.label.c_str());
   }
 }
 
 void get(const std::string& name) {
   const lmKey& key = findSetting(name);
   std::printf("%s\n", settingText(currentSettings().GetData(key.key)).c_str());
+}
+
+/// The range that `list` tells, before anything is stored.
+void checkValue(const host::PluginUnit& plugin, const std::string& name, const std::string& text) {
+  const lmKey& key = findSetting(name);
+  const auto words = settingWords(plugin);
+  const auto found = words.find(key.key);
+  if (found != words.end()) checkRange(key, parseSetting(key, text), found->second.range);
 }
 
 void set(const std::string& name, const std::string& text) {
@@ -121,6 +129,7 @@ ExitCode runSettings(const SettingsOptions& options) {
     leaveResetMarker();
     return ExitCode::done;
   }
+  if (options.action == SettingsAction::set) checkValue(host.plugin(), options.key, options.value);
   host.applyReset();
   if (options.action == SettingsAction::list) list(host.plugin());
   if (options.action == SettingsAction::get) get(options.key);

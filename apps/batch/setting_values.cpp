@@ -10,10 +10,6 @@
 namespace batch {
 namespace {
 
-std::string title(const lmKey& key) {
-  return std::string(key.name) + " (" + std::to_string(key.key) + ")";
-}
-
 std::optional<LONG> wholeNumber(const std::string& text) {
   LONG value = 0;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
@@ -41,7 +37,7 @@ std::optional<Vector> threeNumbers(const std::string& text) {
 
 [[noreturn]] void refuse(const lmKey& key, const std::string& text, const std::string& wanted) {
   throw Stop(ExitCode::wrongUse,
-             "\"" + text + "\" is no value for " + title(key) + ", which takes " + wanted);
+             "\"" + text + "\" is no value for " + settingTitle(key) + ", which takes " + wanted);
 }
 
 } // namespace
@@ -55,6 +51,10 @@ const lmKey& findSetting(const std::string& name) {
   }
   throw Stop(ExitCode::wrongUse,
              "there is no setting " + name + "; `lumenara settings list` shows all of them");
+}
+
+std::string settingTitle(const lmKey& key) {
+  return std::string(key.name) + " (" + std::to_string(key.key) + ")";
 }
 
 std::string kindName(LONG type) {
@@ -93,7 +93,7 @@ GeData parseSetting(const lmKey& key, const std::string& text) {
     return GeData(Filename(String(text)));
   default:
     throw Stop(ExitCode::wrongUse,
-               title(key) + " holds a group of values, which has no text; only the viewer sets it");
+               settingTitle(key) + " holds a group of values, which has no text; only the viewer sets it");
   }
 }
 

@@ -10,6 +10,9 @@ namespace batch {
 /// The entry of the key table for a number or an LM_ name. Throws `Stop` (wrong use) when there is none.
 const lmKey& findSetting(const std::string& name);
 
+/// "LM_REFRESH_DELAY (20005)".
+std::string settingTitle(const lmKey& key);
+
 /// "long", "real", "string", "filename", "vector", "container".
 std::string kindName(LONG type);
 

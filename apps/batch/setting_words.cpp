@@ -1,11 +1,14 @@
 #include "setting_words.h"
 
+#include <algorithm>
+
 #include "dlg_animation.h"
 #include "exit_code.h"
 #include "gadget.h"
 #include "lm_keys.h"
 #include "number_text.h"
 #include "plugin_resources.h"
+#include "setting_values.h"
 #include "thread_context.h"
 #include "user_interface.h"
 
@@ -14,24 +17,31 @@ namespace {
 
 using Words = std::map<LONG, SettingWords>;
 
-std::string boundsText(const lmRange& range) {
-  const std::string unit = range.shown == LM_SHOWN_PERCENT ? " %" : "";
-  return host::shortestText(range.min) + ".." + host::shortestText(range.max) + unit;
+SettingRange rangeOf(const lmRange& shown) {
+  const bool percent = shown.shown == LM_SHOWN_PERCENT;
+  const Real part = percent ? 0.01 : 1; // of what is shown, stored
+  return {host::shortestText(shown.min) + ".." + host::shortestText(shown.max) + (percent ? " %" : ""),
+          std::pair(shown.min * part, shown.max * part),
+          {}};
 }
 
-std::string choicesText(const std::vector<host::ComboEntry>& entries) {
-  std::string text;
+SettingRange choiceOf(const std::vector<host::ComboEntry>& entries) {
+  SettingRange range;
   for (const host::ComboEntry& entry : entries) {
     if (entry.value == -1) continue; // cannot be chosen
-    text += (text.empty() ? "" : ", ") + std::to_string(entry.value) + " " + entry.text.GetUTF8();
+    range.text += (range.text.empty() ? "" : ", ") + std::to_string(entry.value) + " " + entry.text.GetUTF8();
+    range.choices.push_back(entry.value);
   }
-  return text;
+  return range;
 }
 
-std::string rangeText(LONG key, host::GadgetKind kind, const std::vector<host::ComboEntry>& entries) {
-  if (const lmRange* range = GetRange(key)) return boundsText(*range);
-  if (kind == host::GadgetKind::checkBox) return "0..1";
-  return choicesText(entries);
+SettingRange onOrOff() {
+  return {"0..1", {}, {0, 1}};
+}
+
+SettingRange rangeOf(LONG key, host::GadgetKind kind, const std::vector<host::ComboEntry>& entries) {
+  if (const lmRange* range = GetRange(key)) return rangeOf(*range);
+  return kind == host::GadgetKind::checkBox ? onOrOff() : choiceOf(entries);
 }
 
 /// Without the spaces around it and the sign before the letter that works with Alt.
@@ -48,7 +58,7 @@ std::string trimmed(const String& text) {
 void addDescribed(const host::GadgetDescription& gadget, const std::map<LONG, String>& texts, Words& words) {
   const auto text = texts.find(gadget.id);
   if (gadget.id && text != texts.end())
-    words[gadget.id] = {trimmed(text->second), rangeText(gadget.id, gadget.kind, gadget.entries)};
+    words[gadget.id] = {trimmed(text->second), rangeOf(gadget.id, gadget.kind, gadget.entries)};
   for (const host::GadgetDescription& child : gadget.children)
     addDescribed(child, texts, words);
 }
@@ -60,7 +70,7 @@ void addLaidOut(const host::Gadget& gadget, std::string& label, Words& words) {
   if (gadget.id > IDC_CANCEL && gadget.kind != Kind::staticText) {
     const bool named = gadget.kind == Kind::checkBox || gadget.kind == Kind::button;
     words.emplace(gadget.id, SettingWords{named ? trimmed(gadget.text) : label,
-                                          rangeText(gadget.id, gadget.kind, gadget.entries)});
+                                          rangeOf(gadget.id, gadget.kind, gadget.entries)});
   }
   for (const auto& child : gadget.children)
     addLaidOut(*child, label, words);
@@ -102,13 +112,13 @@ void addAnimation(Words& words) {
 
 /// What stands in the viewer's menus, or is kept by the viewer itself.
 void addViewer(Words& words) {
-  const std::string mode = choicesText({{LM_MODE_NORMAL, GetWord(LM_MODE_NORMAL)},
-                                        {LM_MODE_REGION, GetWord(LM_MODE_REGION)},
-                                        {LM_MODE_COMPARE, GetWord(LM_MODE_COMPARE)}});
-  words[LM_ENABLED] = {GetWord(LM_ENABLED), "0..1"};
+  const SettingRange mode = choiceOf({{LM_MODE_NORMAL, GetWord(LM_MODE_NORMAL)},
+                                      {LM_MODE_REGION, GetWord(LM_MODE_REGION)},
+                                      {LM_MODE_COMPARE, GetWord(LM_MODE_COMPARE)}});
+  words[LM_ENABLED] = {GetWord(LM_ENABLED), onOrOff()};
   words[LM_MODE] = {GetWord(LM_MODE), mode};
-  words[LM_ASPECT] = {GetWord(LM_ASPECT), ""};
-  words[LM_REGION_SHOWN] = {GetWord(LM_REGION_SHOWN), "0..1"};
+  words[LM_ASPECT] = {GetWord(LM_ASPECT), {}};
+  words[LM_REGION_SHOWN] = {GetWord(LM_REGION_SHOWN), onOrOff()};
 }
 
 } // namespace
@@ -126,6 +136,20 @@ Words settingWords(const host::PluginUnit& plugin) {
   const host::PluginScope scope(&plugin);
   addAnimation(words);
   return words;
+}
+
+void checkRange(const lmKey& key, const GeData& value, const SettingRange& range) {
+  const Real number = value.GetReal();
+  const bool isChoice = range.choices.empty() || std::find(range.choices.begin(), range.choices.end(),
+                                                           value.GetLong()) != range.choices.end();
+  if (isChoice && (!range.bounds || (number >= range.bounds->first && number <= range.bounds->second)))
+    return;
+  std::string wanted = range.text;
+  if (range.bounds)
+    wanted = host::shortestText(range.bounds->first) + ".." + host::shortestText(range.bounds->second);
+  if (range.bounds && wanted != range.text) wanted += " (" + range.text + ")";
+  throw Stop(ExitCode::wrongUse, "\"" + settingText(value) + "\" is no value for " + settingTitle(key) +
+                                     ", which takes " + wanted);
 }
 
 } // namespace batch

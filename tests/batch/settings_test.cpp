@@ -118,13 +118,13 @@ TEST_F(Settings, ListTellsDefaultsRangesAndTheWordsOfTheDialogs) {
 }
 
 TEST_F(Settings, EveryKindComesBackFromTheNextRun) {
-  set("LM_REFRESH_DELAY", "-12");
+  set("LM_REFRESH_DELAY", "12");
   set("LM_ASPECT", "0.1");
   set("20057", "0.25,-1e-3,3");
   set("LM_STAMP_TEXT1", "Größe = \"1, 2\"");
   set("LM_ANIM_FILE", "/tmp/a b.mov");
   set("LM_STEREO_SEPARATION", "-0.5");
-  EXPECT_EQ(get("20005"), "-12\n");
+  EXPECT_EQ(get("20005"), "12\n");
   EXPECT_EQ(get("10004"), "0.1\n");
   EXPECT_EQ(get("LM_ANAGLYPH_LEFT"), "0.25,-0.001,3\n");
   EXPECT_EQ(get("LM_STAMP_TEXT1"), "Größe = \"1, 2\"\n");
@@ -222,10 +222,67 @@ TEST_F(Settings, WrongKeysAndValuesAreRefused) {
   EXPECT_EQ(get("LM_REFRESH_DELAY"), "250\n");
 }
 
+TEST_F(Settings, ValuesOutsideOfASettingsRangeAreRefused) {
+  set("LM_STAMP_DATE_V", "0");
+  struct Wrong {
+    std::string key, value, told;
+  };
+  const std::vector<Wrong> wrong{
+      {"LM_STAMP_DATE_V", "99", "0 Top, 1 Middle, 2 Bottom"},
+      {"LM_STAMP_DATE_V", "-1", "0 Top, 1 Middle, 2 Bottom"},
+      {"LM_OPT_15004", "3", "0 None, 1 Edges of objects, 2 Best"},
+      {"LM_MODE", "2", "1103 Normal, 1104 Region, 1105 Compare"},
+      {"LM_STAMP_DATE", "2", "0..1"},
+      {"LM_ENABLED", "-1", "0..1"},
+      {"LM_REFRESH_DELAY", "5001", "0..5000"},
+      {"LM_REFRESH_DELAY", "-1", "0..5000"},
+      {"LM_HISTORY_SIZE", "1", "2..50"},
+      {"LM_STEREO_SEPARATION", "100.5", "-100..100"},
+      {"LM_ZOOM_STEP", "20", "0.01..0.2 (1..20 %)"},
+      {"LM_OPT_LOD", "1.01", "0..1 (0..100 %)"},
+      {"LM_ANIM_JPEG_QUALITY", "101", "0..100"},
+  };
+  for (const Wrong& one : wrong) {
+    const Outcome outcome = settings({"set", one.key, one.value});
+    EXPECT_EQ(outcome.code, 2) << one.key;
+    EXPECT_EQ(lineCount(outcome.err), 1) << outcome.err;
+    for (const std::string& part : {one.key, "\"" + one.value + "\"", "which takes " + one.told})
+      EXPECT_NE(outcome.err.find(part), std::string::npos) << part << " in " << outcome.err;
+  }
+  EXPECT_EQ(get("LM_STAMP_DATE_V"), "0\n");
+  EXPECT_EQ(get("LM_REFRESH_DELAY"), "250\n");
+  // The ends of each range.
+  for (const auto& [key, value] :
+       std::vector<std::pair<std::string, std::string>>{{"LM_STAMP_DATE_V", "2"},
+                                                        {"LM_REFRESH_DELAY", "0"},
+                                                        {"LM_REFRESH_DELAY", "5000"},
+                                                        {"LM_ZOOM_STEP", "0.01"},
+                                                        {"LM_ZOOM_STEP", "0.2"},
+                                                        {"LM_OPT_LOD", "0"},
+                                                        {"LM_OPT_LOD", "1"},
+                                                        {"LM_STEREO_SCALE", "10"}})
+    set(key, value);
+}
+
+// Every default, and what `list` shows as the value, may be set.
+TEST_F(Settings, EveryListedDefaultMayBeSet) {
+  std::istringstream in(settings({"list"}).out);
+  for (std::string line; std::getline(in, line);) {
+    std::istringstream fields(line);
+    std::string number, name, kind;
+    fields >> number >> name >> kind;
+    const std::size_t first = line.find('\t'), second = line.find('\t', first + 1);
+    const std::string preset = line.substr(first + 1, second - first - 1);
+    if (kind == "container" || preset.empty()) continue;
+    const Outcome outcome = settings({"set", name, preset});
+    EXPECT_EQ(outcome.code, 0) << outcome.err;
+  }
+}
+
 // Programs that store at the same time lose nothing of each other.
 TEST_F(Settings, ProgramsAtTheSameTimeKeepEachOthersValues) {
-  const std::vector<std::string> keys{"LM_REFRESH_DELAY", "LM_HISTORY_SIZE",    "LM_MIN_WIDTH",
-                                      "LM_MIN_HEIGHT",    "LM_OPT_RES_DIVISOR", "LM_COMPARE_STYLE"};
+  const std::vector<std::string> keys{"LM_REFRESH_DELAY", "LM_MIN_WIDTH", "LM_MIN_HEIGHT",
+                                      "LM_ANIM_FROM",     "LM_ANIM_TO",   "LM_STAMP_TEXT1"};
   for (int round = 1; round <= 3; ++round) {
     std::vector<std::unique_ptr<Child>> children;
     for (std::size_t i = 0; i < keys.size(); ++i) {
