@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <map>
+#include <set>
 
 #include "document.h"
 #include "evaluate.h"
@@ -40,6 +41,7 @@ class DocumentBuilder {
     context_.progress(0.55);
     nameRefs();
     makeMaterials();
+    numberCameras(tree.roots);
     for (const int root : tree.roots)
       document_->children.append(*makeNodeObject(root));
     bindSkins();
@@ -172,7 +174,35 @@ class DocumentBuilder {
     return object.release();
   }
 
-  std::string nameOf(std::size_t index, const Contents& contents, LONG type) const {
+  // Cameras without a name get numbers, in the order of the tree, where "Camera" alone would not tell them
+  // apart.
+  void numberCameras(const std::vector<int>& roots) {
+    std::vector<std::size_t> unnamed;
+    std::set<std::string> taken;
+    const auto visit = [&](const auto& self, const std::vector<int>& list) -> void {
+      for (const int node : list) {
+        const auto index = static_cast<std::size_t>(node);
+        const Contents contents = contentsOf(index);
+        const std::string name = givenName(index, contents);
+        if (!name.empty())
+          taken.insert(name);
+        else if (contents.camera >= 0)
+          unnamed.push_back(index);
+        self(self, file_.model.nodes[index].children);
+      }
+    };
+    visit(visit, roots);
+    if (unnamed.size() < 2 && !taken.contains("Camera")) return;
+    int number = 0;
+    for (const std::size_t index : unnamed) {
+      do
+        cameraName_[index] = "Camera " + std::to_string(++number);
+      while (taken.contains(cameraName_[index]));
+    }
+  }
+
+  // Of the node, else of what it holds; empty when nothing has one.
+  std::string givenName(std::size_t index, const Contents& contents) const {
     const std::string& own = file_.model.nodes[index].name;
     if (!own.empty()) return own;
     std::string other;
@@ -181,7 +211,12 @@ class DocumentBuilder {
       other = file_.model.cameras[static_cast<std::size_t>(contents.camera)].name;
     if (other.empty() && contents.light >= 0)
       other = textIn(element(lightList(), static_cast<std::size_t>(contents.light)), "name");
-    if (!other.empty()) return other;
+    return other;
+  }
+
+  std::string nameOf(std::size_t index, const Contents& contents, LONG type) const {
+    if (std::string given = givenName(index, contents); !given.empty()) return given;
+    if (const auto numbered = cameraName_.find(index); numbered != cameraName_.end()) return numbered->second;
     if (contents.camera >= 0) return "Camera";
     switch (type) {
     case Opolygon:
@@ -492,6 +527,7 @@ class DocumentBuilder {
   std::vector<ObjectState*> primary_, content_; // of each node of the shown scene
   std::vector<std::pair<std::size_t, ObjectState*>> skinned_;
   std::map<int, Tracks> tracks_;
+  std::map<std::size_t, std::string> cameraName_; // of nodes with a numbered camera
   std::map<std::string, Identity> refs_, firstOfName_;
   std::size_t meshesDone_ = 0;
 };

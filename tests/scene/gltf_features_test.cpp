@@ -62,6 +62,29 @@ TEST(Gltf, stripsAndFans) {
   EXPECT_EQ(meshOf(load(scene)).triangles, (Triangles{{0, 1, 2}}));
 }
 
+TEST(Gltf, camerasWithoutANameGetNumbers) {
+  SceneBuilder scene;
+  const int lens =
+      scene.add("cameras", Json{{"type", "perspective"}, {"perspective", {{"yfov", 0.5}, {"znear", 0.1}}}});
+  const int inner = scene.addNode(Json{{"camera", lens}}, false);
+  scene.addNode(Json{{"camera", lens}, {"name", "Camera 2"}});
+  scene.addNode(Json{{"name", "rig"}, {"children", {inner}}});
+  scene.addNode(Json{{"camera", lens}});
+  const std::vector<std::string> names{"Camera 2", "Camera 1", "Camera 3"};
+  const DocumentPtr document = load(scene);
+  EXPECT_EQ(countScene(*document).cameraNames, names);
+  const DocumentPtr second = reload(*document);
+  EXPECT_EQ(countScene(*second).cameraNames, names) << "they stay";
+
+  SceneBuilder alone;
+  const int other =
+      alone.add("cameras", Json{{"type", "perspective"}, {"perspective", {{"yfov", 0.5}, {"znear", 0.1}}}});
+  alone.addNode(Json{{"camera", other}});
+  EXPECT_EQ(countScene(*load(alone)).cameraNames, std::vector<std::string>{"Camera"});
+  alone.addNode(Json{{"camera", other}, {"name", "Camera"}});
+  EXPECT_EQ(countScene(*load(alone)).cameraNames, (std::vector<std::string>{"Camera 1", "Camera"}));
+}
+
 TEST(Gltf, smallNumbersMeanFractions) {
   SceneBuilder scene;
   scene.addNode(Json{{"mesh", scene.addQuad()}});
