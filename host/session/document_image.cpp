@@ -27,6 +27,7 @@ struct DocumentPart {
   BaseTime time, minTime, maxTime, loopMinTime, loopMaxTime;
   LONG fps = 30;
   Real lod = 1;
+  std::vector<std::string> animationNames;
 };
 
 using Slots = std::array<Identity, slotCount>;
@@ -74,7 +75,7 @@ bool sameDocument(const DocumentState& a, const DocumentPart& b) {
   return a.activeRenderData == b.activeRenderData && sameTime(a.time, b.time) &&
          sameTime(a.minTime, b.minTime) && sameTime(a.maxTime, b.maxTime) &&
          sameTime(a.loopMinTime, b.loopMinTime) && sameTime(a.loopMaxTime, b.loopMaxTime) && a.fps == b.fps &&
-         a.lod == b.lod;
+         a.lod == b.lod && a.animationNames == b.animationNames;
 }
 
 const PicturePtr& pictureOf(const NodeState& node) {
@@ -115,6 +116,7 @@ void readObject(const ObjectState& from, ObjectPart& to) {
 
 void readDocument(const DocumentState& from, DocumentPart& to) {
   to.time = from.time;
+  to.animationNames = from.animationNames;
   copyRange(from, to);
 }
 
@@ -186,7 +188,8 @@ struct Difference {
   static bool documents(const DocumentPart& a, const DocumentPart& b) {
     return a.activeRenderData != b.activeRenderData || !sameTime(a.minTime, b.minTime) ||
            !sameTime(a.maxTime, b.maxTime) || !sameTime(a.loopMinTime, b.loopMinTime) ||
-           !sameTime(a.loopMaxTime, b.loopMaxTime) || a.fps != b.fps || a.lod != b.lod;
+           !sameTime(a.loopMaxTime, b.loopMaxTime) || a.fps != b.fps || a.lod != b.lod ||
+           a.animationNames != b.animationNames;
   }
 
   bool values(const NodeImage& a, const NodeImage& b) const {
@@ -319,7 +322,10 @@ class Putter {
     to.picture = image.picture;
   }
 
-  static void assignDocument(DocumentState& to, const DocumentPart& from) { copyRange(from, to); }
+  static void assignDocument(DocumentState& to, const DocumentPart& from) {
+    to.animationNames = from.animationNames;
+    copyRange(from, to);
+  }
 
   DocumentState& document_;
   std::unordered_map<Identity, NodeState*>

@@ -2,6 +2,9 @@
 
 #include <algorithm>
 #include <utility>
+#include <vector>
+
+#include "node_paths.h"
 
 namespace host {
 
@@ -11,6 +14,33 @@ constexpr Milliseconds mergeTime = 1000;
 const char* const outsideName = "Change by Plug-in";
 const char* const outsideKey = "the document's container";
 
+// The cameras that the views look through, by their names: those of a file that was loaded again are others
+// than before.
+class ViewCameras {
+ public:
+  explicit ViewCameras(const DocumentState& document) {
+    for (const NodeState* view = document.views.first(); view; view = view->next) {
+      const auto* camera =
+          static_cast<const ObjectState*>(findNode(document, static_cast<const ViewState*>(view)->camera));
+      paths_.push_back(camera && camera->kind == NodeKind::object ? namePathOf(*camera) : NamePath());
+    }
+  }
+
+  void keep(DocumentState& document) const {
+    std::size_t index = 0;
+    for (NodeState* node = document.views.first(); node && index < paths_.size();
+         node = node->next, ++index) {
+      auto& view = static_cast<ViewState&>(*node);
+      if (view.camera == 0 || findNode(document, view.camera)) continue;
+      const ObjectState* same = objectAt(document, paths_[index]);
+      if (same && same->type == Ocamera) view.camera = same->identity;
+    }
+  }
+
+ private:
+  std::vector<NamePath> paths_; // of each view; empty for one that looks through its own
+};
+
 void evaluate(BaseDocument& document, bool tracks) {
   document.ExecutePasses(nullptr, tracks ? TRUE : FALSE, TRUE, FALSE, BUILDFLAGS_0);
 }
@@ -18,8 +48,8 @@ void evaluate(BaseDocument& document, bool tracks) {
 } // namespace
 
 Edits::Edits(DocumentHub& hub) : hub_(hub) {
-  replacedSubscription_ = hub_.replaced.add([this](Replacement) {
-    reset();
+  replacedSubscription_ = hub_.replaced.add([this](Replacement why) {
+    why == Replacement::reloaded ? takeReload() : reset();
     tell();
   });
   changedSubscription_ = hub_.changed.add([this] { noticeContainer(); });
@@ -37,6 +67,19 @@ void Edits::reset() {
   image_.reset();
   revision_ = savedRevision_ = ++lastRevision_;
   if (hub_.document()) look();
+}
+
+// The scene as it was before and the one that is on disk now, as one step.
+void Edits::takeReload() {
+  continuous_ = inside_ = false;
+  continuousBefore_.reset();
+  Step step;
+  step.name = "Reload";
+  step.time = clock().now();
+  step.before = image_;
+  step.after = look();
+  push(std::move(step));
+  savedRevision_ = revision_;
 }
 
 ImagePtr Edits::look() {
@@ -191,7 +234,9 @@ void Edits::put(const ImagePtr& image, std::size_t revision) {
   const ImagePtr before = look();
   {
     const DocumentEdit edit(document);
+    const ViewCameras cameras(*stateOf(&document));
     putImage(*stateOf(&document), image);
+    cameras.keep(*stateOf(&document));
     if (timeOf(image) != document.GetTime()) evaluate(document, true);
   }
   revision_ = revision;

@@ -7,6 +7,9 @@
 // addresses. The time, the views and the file's name are no edits. Neither is the selection: it makes no
 // step, but undo brings back the one that stood when the step was made.
 //
+// A reload of the file is a step as well: undo brings back the scene that it replaced. Another scene, opened
+// or new, leaves no way back.
+//
 // What a plug-in changes by itself (it writes the document and posts the scene-changed event) becomes a step
 // too: changes of the document's container with the event, everything else with the next edit, undo or
 // `notice`.
@@ -92,6 +95,7 @@ class Edits {
   };
 
   void reset();
+  void takeReload();
   ImagePtr look();
   bool finish(const String& name, const String& mergeKey, const ImagePtr& before);
   bool merge(const String& mergeKey, const ImagePtr& after);
