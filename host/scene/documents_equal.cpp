@@ -193,7 +193,9 @@ class Comparison {
     if (a == b) return true;
     if (!bothOrNone(a, b)) return differ(where, "whether there is a picture");
     const bool bytes = a->bytes == b->bytes || (a->bytes && b->bytes && *a->bytes == *b->bytes);
-    return same(a->name == b->name && a->uri == b->uri && a->mimeType == b->mimeType, where,
+    // Where an outside picture lies depends on where the scene is.
+    const bool outside = a->file.Content() && b->file.Content();
+    return same(a->name == b->name && (outside || a->uri == b->uri) && a->mimeType == b->mimeType, where,
                 "the picture's name") &&
            same(bytes, where, "the picture's bytes");
   }

@@ -40,18 +40,33 @@ Box boxOf(const Snapshot& snapshot) {
   return box;
 }
 
+// Of the meshes at the document's time, without subdivision.
+Box boxOf(BaseDocument& document) {
+  SnapshotOptions options;
+  options.textures = false;
+  options.lod = 0;
+  const SnapshotPtr snapshot = takeSnapshot(document, options);
+  return snapshot ? boxOf(*snapshot) : Box();
+}
+
 Vector unit(const Vector& v) {
   return v * (1 / std::sqrt(Dot(v, v)));
 }
 
 } // namespace
 
+Real SceneBounds::radius() const {
+  constexpr Real least = 1e-9; // of a scene that is a point
+  return std::max(std::sqrt(Dot(high - low, high - low)) / 2, least);
+}
+
+std::optional<SceneBounds> sceneBounds(BaseDocument& document) {
+  const Box box = boxOf(document);
+  return box.empty ? std::nullopt : std::optional(SceneBounds{box.low, box.high});
+}
+
 void frameScene(BaseDocument& document, BaseDraw& view) {
-  SnapshotOptions options;
-  options.textures = false;
-  options.lod = 0;
-  const SnapshotPtr snapshot = takeSnapshot(document, options);
-  Box box = snapshot ? boxOf(*snapshot) : Box();
+  Box box = boxOf(document);
   if (box.empty) box.add({-1, -1, -1}), box.add({1, 1, 1});
 
   ObjectState& camera = *stateOf(&view)->editorCamera;
@@ -105,13 +120,8 @@ SceneCounts countScene(BaseDocument& document) {
   counts.pictures = pictures.size();
   counts.animations = state.animationNames.size();
   counts.animationNames = state.animationNames;
-  SnapshotOptions options;
-  options.textures = false;
-  options.lod = 0;
-  if (const SnapshotPtr snapshot = takeSnapshot(document, options)) {
-    const Box box = boxOf(*snapshot);
-    counts.low = box.low, counts.high = box.high;
-  }
+  const Box box = boxOf(document);
+  counts.low = box.low, counts.high = box.high;
   return counts;
 }
 

@@ -9,6 +9,8 @@
 #include <set>
 #include <system_error>
 
+#include "file_reference.h"
+
 namespace host {
 
 namespace {
@@ -26,17 +28,6 @@ std::uint32_t word(std::span<const std::byte> bytes, std::size_t at) {
 
 fs::path pathOf(const Filename& file) {
   return fs::path(std::u8string(reinterpret_cast<const char8_t*>(file.GetString().GetUTF8().c_str())));
-}
-
-// The file that a reference names, when it lies at or below the folder.
-std::optional<Filename> resolveReference(const std::string& uri, const Filename& folder) {
-  const std::string plain = percentDecoded(uri);
-  if (!folder.Content() || plain.empty() || plain.find('\0') != std::string::npos ||
-      plain.find(':') != std::string::npos || plain.find('\\') != std::string::npos)
-    return std::nullopt;
-  const fs::path path = fs::path(plain).lexically_normal();
-  if (path.is_absolute() || path.empty() || *path.begin() == "..") return std::nullopt;
-  return folder + Filename(String(path.generic_string()));
 }
 
 struct DataUri {
@@ -203,7 +194,7 @@ void readBuffers(GltfFile& file, const Chunks& chunks, const Filename& folder, L
       if (!data) throw SceneError(number + " holds no readable data");
       bytes = std::make_shared<Bytes>(std::move(data->bytes));
     } else {
-      const auto name = resolveReference(uri, folder);
+      const auto name = resolveReference(uri, folder, Reach::below);
       if (!name)
         throw SceneError(number + " is the file \"" + uri.substr(0, 200) +
                              "\", which is not below the scene's folder",
@@ -224,6 +215,17 @@ std::string lastPiece(const std::string& path) {
   return slash == std::string::npos ? path : path.substr(slash + 1);
 }
 
+// A picture's file; null when it cannot be read. Above the scene's folder a scene gets at pictures alone: it
+// may come from a stranger, and what it names may be sent on with it.
+BytesPtr readOutside(const Filename& file, bool above, const LoadContext& context) {
+  try {
+    BytesPtr bytes = readWholeFile(file, context.options.limits.fileBytes);
+    return above && mimeTypeOf(*bytes).empty() ? nullptr : bytes;
+  } catch (const SceneError&) {
+    return nullptr;
+  }
+}
+
 PicturePtr readPicture(const GltfFile& file, const Json& image, std::size_t number, const Filename& folder,
                        LoadContext& context) {
   auto picture = std::make_shared<Picture>();
@@ -242,13 +244,10 @@ PicturePtr readPicture(const GltfFile& file, const Json& image, std::size_t numb
   } else {
     picture->uri = uri;
     if (picture->name.empty()) picture->name = lastPiece(percentDecoded(uri));
-    if (const auto name = resolveReference(uri, folder)) {
+    if (const auto name = resolveReference(uri, folder, Reach::anywhere)) {
       context.result.files.push_back(*name);
-      try {
-        picture->bytes = readWholeFile(*name, context.options.limits.fileBytes);
-      } catch (const SceneError&) {
-        picture->bytes = nullptr;
-      }
+      picture->file = absoluteFile(*name);
+      picture->bytes = readOutside(*name, !resolveReference(uri, folder, Reach::below), context);
     }
   }
   if (const Json& kept = member(ours(image), "uri"); !kept.is_null()) picture->uri = textOf(kept);

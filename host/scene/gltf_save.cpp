@@ -2,6 +2,7 @@
 #include <algorithm>
 
 #include "atomic_file.h"
+#include "file_reference.h"
 #include "gltf_writer.h"
 
 namespace host {
@@ -40,24 +41,33 @@ Bytes binaryFile(const Json& root, const Bytes& data) {
 Bytes textFile(Json root, const Bytes& data) {
   if (!data.empty()) root["buffers"][0]["uri"] = "data:application/octet-stream;base64," + toBase64(data);
   const std::string text = root.dump(1) + "\n";
+  if (text.size() > LoadLimits().jsonBytes)
+    throw SceneError("it is too large for a .gltf, which is text", "Save it as .glb.");
   const auto bytes = std::as_bytes(std::span(text));
   return {bytes.begin(), bytes.end()};
 }
 
-Bytes fileOf(const BaseDocument& document, bool binary, const Progress& progress) {
+// How a scene is written.
+struct Form {
+  bool binary = true, packed = true;
+  Filename folder; // where it will lie; empty: nowhere
+};
+
+Bytes fileOf(const BaseDocument& document, const Form& form, const Progress& progress) {
   const DocumentState& state = *stateOf(&document);
   const std::lock_guard lock(state.mutex);
   Progress collecting;
   if (progress) collecting = [&progress](double part) { progress(collected * part); };
-  GltfWriter writer(state, std::move(collecting));
+  GltfWriter writer(state, form.folder, form.packed, std::move(collecting));
   Json root = writer.write();
-  return binary ? binaryFile(root, writer.data()) : textFile(std::move(root), writer.data());
+  return form.binary ? binaryFile(root, writer.data()) : textFile(std::move(root), writer.data());
 }
 
-Bytes guardedFileOf(const BaseDocument& document, bool binary, const Progress& progress, std::string* error) {
+Bytes guardedFileOf(const BaseDocument& document, const Form& form, const Progress& progress,
+                    std::string* error) {
   std::string why;
   try {
-    return fileOf(document, binary, progress);
+    return fileOf(document, form, progress);
   } catch (const SceneError& problem) {
     why = std::string(problem.what()) + ". " + problem.advice;
   } catch (const std::bad_alloc&) {
@@ -89,11 +99,11 @@ bool writeFile(const Filename& target, const Bytes& bytes, const Progress& progr
 } // namespace
 
 std::vector<std::byte> saveDocumentToMemory(const BaseDocument& document, bool binary, std::string* error) {
-  return guardedFileOf(document, binary, {}, error);
+  return guardedFileOf(document, {binary, true, {}}, {}, error);
 }
 
 bool saveDocument(const BaseDocument& document, const Filename& file, std::string* error,
-                  const std::function<void(double)>& progress) {
+                  const std::function<void(double)>& progress, OutsidePictures pictures) {
   const std::string name = "\"" + file.GetString().GetUTF8() + "\"";
   const bool binary = file.CheckSuffix("glb");
   if (!binary && !file.CheckSuffix("gltf")) {
@@ -101,7 +111,8 @@ bool saveDocument(const BaseDocument& document, const Filename& file, std::strin
       *error = "The scene cannot be saved as " + name + ": choose a name that ends in .glb or .gltf.";
     return false;
   }
-  const Bytes bytes = guardedFileOf(document, binary, progress, error);
+  const Form form{binary, pictures == OutsidePictures::packed, absoluteFile(file).GetDirectory()};
+  const Bytes bytes = guardedFileOf(document, form, progress, error);
   if (bytes.empty()) return false;
   std::string why;
   if (writeFile(file, bytes, progress, why)) return true;

@@ -20,9 +20,11 @@ namespace host {
 /// Writes one document, once, under its lock. Throws SceneError and std::bad_alloc.
 class GltfWriter {
  public:
-  /// `progress` (may be empty) hears how far it is, 0 to 1.
-  GltfWriter(const DocumentState& document, std::function<void(double)> progress)
-      : document_(document), progress_(std::move(progress)) {}
+  /// Pictures outside the scene are named as seen from `folder`; with an empty one, or `packed`, they are
+  /// written into it. `progress` (may be empty) hears how far it is, 0 to 1.
+  GltfWriter(const DocumentState& document, Filename folder, bool packed,
+             std::function<void(double)> progress)
+      : document_(document), folder_(std::move(folder)), packed_(packed), progress_(std::move(progress)) {}
 
   /// The root; its buffer, where there is one, has the length of `data`.
   Json write();
@@ -110,6 +112,8 @@ class GltfWriter {
   void finish();
 
   const DocumentState& document_;
+  const Filename folder_;
+  const bool packed_;
   const std::function<void(double)> progress_;
   Json root_ = Json::object();
   Json lights_ = Json::array();

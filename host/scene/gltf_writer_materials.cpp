@@ -2,6 +2,7 @@
 #include <cmath>
 #include <map>
 
+#include "file_reference.h"
 #include "gltf_writer.h"
 #include "parameters.h"
 
@@ -13,7 +14,11 @@ int GltfWriter::pictureIndex(const PicturePtr& picture) {
   Json image = Json::object();
   if (isUtf8(picture->name)) image["name"] = picture->name;
   if (!picture->mimeType.empty()) image["mimeType"] = picture->mimeType;
-  if (picture->bytes) {
+  const std::optional<std::string> outside =
+      !picture->bytes || !packed_ ? outsideReference(*picture, folder_) : std::nullopt;
+  if (outside) {
+    image["uri"] = *outside;
+  } else if (picture->bytes) {
     image["bufferView"] = addView(*picture->bytes);
     if (!picture->uri.empty()) image["extras"]["lumenara"]["uri"] = textJson(picture->uri);
   } else {

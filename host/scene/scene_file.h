@@ -3,12 +3,14 @@
 
 #include <cstddef>
 #include <functional>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
 
 #include "active_document.h"
 #include "c4d_filename.h"
+#include "snapshot.h"
 
 namespace host {
 
@@ -46,14 +48,26 @@ LoadResult loadDocument(const Filename& file, const LoadOptions& options = {});
 LoadResult loadDocumentFromMemory(std::span<const std::byte> bytes, const Filename& folder,
                                   const LoadOptions& options = {});
 
-/// Writes .glb or .gltf (by the suffix), everything inside the one file, which is replaced whole. False with
-/// a sentence in `error`; the old file stays then. The document is read under its lock. `progress` (may be
-/// empty) is called with 0 to 1, never less than before, from time to time on the saving thread. Any thread.
-bool saveDocument(const BaseDocument& document, const Filename& file, std::string* error = nullptr,
-                  const std::function<void(double)>& progress = {});
+/// Pictures that lie in files of their own: named by the scene, relative to its folder, or written into it.
+/// One whose file is gone, or that no relative name reaches, is written into the scene either way.
+enum class OutsidePictures { named, packed };
 
-/// The bytes that `saveDocument` writes; with `binary` those of a .glb. Empty with a sentence in `error` when
-/// it cannot be.
+/// Writes .glb or .gltf (by the suffix), all but the outside pictures inside the one file, which is replaced
+/// whole. False with a sentence in `error`; the old file stays then. The document is read under its lock.
+/// `progress` (may be empty) is called with 0 to 1, never less than before, from time to time on the saving
+/// thread. Any thread.
+bool saveDocument(const BaseDocument& document, const Filename& file, std::string* error = nullptr,
+                  const std::function<void(double)>& progress = {},
+                  OutsidePictures pictures = OutsidePictures::named);
+
+/// The files of the outside pictures that a document uses, each once.
+std::vector<Filename> outsideFiles(const BaseDocument& document);
+
+/// A picture's file as an outside picture; its bytes are null when it cannot be read.
+PicturePtr readPictureFile(const Filename& file);
+
+/// The bytes that `saveDocument` writes, all pictures packed; with `binary` those of a .glb. Empty with a
+/// sentence in `error` when it cannot be.
 std::vector<std::byte> saveDocumentToMemory(const BaseDocument& document, bool binary,
                                             std::string* error = nullptr);
 
@@ -73,6 +87,16 @@ struct SceneCounts {
 };
 /// `meshes` and `pictures` count those that differ, `triangles` those of all objects together.
 SceneCounts countScene(BaseDocument& document);
+
+/// The box around all meshes at the document's time, floors aside; nothing when there is none.
+struct SceneBounds {
+  Vector low, high;
+
+  Vector center() const { return (low + high) * 0.5; }
+  /// Half the diagonal: that of the sphere around the box. Above 0.
+  Real radius() const;
+};
+std::optional<SceneBounds> sceneBounds(BaseDocument& document);
 
 /// Places a view's own camera so that it sees all meshes, from the front, above and to the right.
 void frameScene(BaseDocument& document, BaseDraw& view);

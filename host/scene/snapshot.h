@@ -17,6 +17,7 @@ struct Picture {
   Identity id = newIdentity();
   std::string name; // what a user would call it: the file name, or the image's name
   std::string uri;  // where it came from, empty when embedded
+  Filename file;    // outside the scene's own file: where it lies; empty when packed into it
   std::string mimeType;
   std::shared_ptr<const std::vector<std::byte>> bytes; // null: the file is missing
 };

@@ -14,6 +14,7 @@
 #include "dae_cameras.h"
 #include "document.h"
 #include "evaluate.h"
+#include "file_reference.h"
 #include "mesh_tools.h"
 #include "parameters.h"
 #include "scene_import.h"
@@ -172,7 +173,7 @@ class Converter {
       made->bytes = std::make_shared<Bytes>(bytes, bytes + embedded->mWidth);
     } else {
       made->uri = name;
-      made->bytes = pictureFile(name);
+      made->bytes = pictureFile(name, made->file);
     }
     if (made->bytes) {
       made->mimeType = mimeTypeOf(*made->bytes);
@@ -183,13 +184,16 @@ class Converter {
   }
 
   // As the file names it, below the folder; else beside the scene.
-  BytesPtr pictureFile(const std::string& name) const {
+  BytesPtr pictureFile(const std::string& name, Filename& found) const {
     const fs::path normal = fs::path(name).lexically_normal();
     for (const std::string& piece : {normal.generic_string(), normal.filename().generic_string()}) {
       const fs::path relative(piece);
       if (piece.empty() || relative.is_absolute() || *relative.begin() == "..") continue;
       try {
-        return readWholeFile(folder_ + Filename(String(piece)), context_.options.limits.fileBytes);
+        const Filename file = folder_ + Filename(String(piece));
+        BytesPtr bytes = readWholeFile(file, context_.options.limits.fileBytes);
+        found = absoluteFile(file);
+        return bytes;
       } catch (const SceneError&) {
         continue;
       }
