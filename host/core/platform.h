@@ -16,6 +16,8 @@ Filename programPath();
 Filename libraryPath();
 /// The folder for this user's data of programs: "<it>/Lumenara Studio" is ours. Empty when there is none.
 Filename userDataFolder();
+/// The folder where this user keeps videos; it need not be there. Empty when there is none.
+Filename userVideosFolder();
 
 /// Who can change a file or a folder.
 enum class Owner { missing, onlyUs, anyone, anotherUser };

@@ -20,8 +20,10 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <fstream>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <thread>
 
 namespace host::platform {
@@ -88,6 +90,35 @@ Filename makeTemporaryFolder() {
   const char* place = std::getenv("TMPDIR");
   std::string name = std::string(place && place[0] == '/' ? place : "/tmp") + "/lumenara-XXXXXX";
   return mkdtemp(name.data()) ? Filename(String(name)) : Filename(); // mode 0700
+}
+
+namespace {
+
+// The value of XDG_VIDEOS_DIR in the user's folder table, a line like XDG_VIDEOS_DIR="$HOME/Films"; empty
+// without one.
+std::string configuredVideos(const std::string& home, const std::string& table) {
+  static constexpr std::string_view key = "XDG_VIDEOS_DIR=\"";
+  std::ifstream file(table);
+  for (std::string line; std::getline(file, line);) {
+    line.erase(0, line.find_first_not_of(" \t"));
+    const std::size_t end = line.rfind('"');
+    if (!line.starts_with(key) || end < key.size()) continue;
+    std::string value = line.substr(key.size(), end - key.size());
+    if (value.starts_with("$HOME/")) value.replace(0, 5, home);
+    if (value.starts_with('/') && value != home + "/") return value; // the home itself means none
+  }
+  return {};
+}
+
+} // namespace
+
+Filename userVideosFolder() {
+  const char* home = std::getenv("HOME");
+  if (!home || home[0] != '/') return {};
+  const char* config = std::getenv("XDG_CONFIG_HOME");
+  const std::string folder = config && config[0] == '/' ? config : std::string(home) + "/.config";
+  const std::string videos = configuredVideos(home, folder + "/user-dirs.dirs");
+  return videos.empty() ? Filename(home) + "Videos" : Filename(String(videos));
 }
 
 const char* moduleSuffix() noexcept {

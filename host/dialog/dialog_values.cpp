@@ -7,6 +7,7 @@
 #include "c4d_dialog.h"
 #include "dialog_geometry.h"
 #include "dialog_state.h"
+#include "typed_name.h"
 
 using host::DialogState;
 using host::Gadget;
@@ -194,7 +195,7 @@ Bool GeDialog::GetString(LONG id, String& text) const {
 Bool GeDialog::GetFilename(LONG id, Filename& name) const {
   const Gadget* gadget = host::findGadget(*state_, id);
   if (!gadget || gadget->kind != GadgetKind::editText) return FALSE;
-  name = Filename(gadget->text);
+  name = host::typedName(Filename(gadget->text));
   return TRUE;
 }
 
