@@ -39,6 +39,7 @@ SnapshotPtr plainLook(const Snapshot& full) {
   plain->instances = full.instances;
   plain->low = full.low;
   plain->high = full.high;
+  if (showsSky(full)) plain->sky = full.sky;
   for (const SurfaceMaterialPtr& material : full.materials)
     plain->materials.push_back(plainLook(*material));
   return plain;
@@ -61,13 +62,22 @@ class TracedScene final : public ViewScene {
     Ray ray{Vec3(from.origin), Vec3(from.direction), from.near, from.far};
     for (int layer = 0; layer < 16; ++layer) {
       Hit hit;
-      if (!rays_->intersect(ray, cameraMask, true, hit)) return {};
+      if (!rays_->intersect(ray, cameraMask, true, hit)) return beyond(ray.direction);
       Surface surface;
       rays_->surfaceAt(ray, hit, hit.distance * pixelAngle, surface);
       if (shows(surface)) return shown(hit, surface);
       ray.near = hit.distance + 1e-5f * hit.distance + 1e-6f;
     }
     return {};
+  }
+
+  ViewHit beyond(Vec3 direction) const {
+    ViewHit out;
+    if (!rays_->sky().present()) return out;
+    const Vec3 light = rays_->sky().radiance(direction);
+    out.color = {light.x, light.y, light.z};
+    out.unlit = true;
+    return out;
   }
 
   static bool shows(const Surface& surface) {

@@ -16,7 +16,8 @@ struct ViewRay {
   float near = 0, far = 1e30f;
 };
 
-/// What a ray met first. `object` is 0, and nothing else is set, when it met nothing.
+/// What a ray met first. `object` is 0 when it met nothing; then `unlit` says that `color` is the sky there,
+/// and without it nothing else is set.
 struct ViewHit {
   Identity object = 0;
   float distance = 0; // along the ray, metres
@@ -24,6 +25,13 @@ struct ViewHit {
   Float3 color{};     // what a matt surface reflects, linear 0 to 1; with glow its picture instead
   bool unlit = false; // shown as `color` is: glowing and unlit surfaces
 };
+
+/// Whether the view shows the snapshot's sky: not one that cameras do not see, nor the one that stands in,
+/// with a lamp of no object, where a document has no light.
+inline bool showsSky(const Snapshot& snapshot) {
+  const bool standsIn = !snapshot.lights.empty() && snapshot.lights.front().object == 0;
+  return snapshot.sky.kind != SkyKind::none && snapshot.sky.seenByCamera && !standsIn;
+}
 
 /// A snapshot made ready for rays. Immutable.
 class ViewScene {

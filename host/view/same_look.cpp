@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "view_shading.h"
+
 namespace host {
 
 namespace {
@@ -34,13 +36,21 @@ bool same(const Instance& a, const Instance& b) {
          a.seenByCamera == b.seenByCamera && a.isFloor == b.isFloor;
 }
 
+bool sameSky(const Snapshot& x, const Snapshot& y) {
+  if (!showsSky(x) || !showsSky(y)) return showsSky(x) == showsSky(y);
+  const SnapshotSky &a = x.sky, &b = y.sky;
+  return a.kind == b.kind && a.color == b.color && a.horizon == b.horizon && a.ground == b.ground &&
+         a.picture == b.picture && a.rotation == b.rotation;
+}
+
 } // namespace
 
 bool sameLook(const Snapshot& a, const Snapshot& b) {
   return std::equal(a.instances.begin(), a.instances.end(), b.instances.begin(), b.instances.end(),
                     [](const Instance& x, const Instance& y) { return same(x, y); }) &&
          std::equal(a.materials.begin(), a.materials.end(), b.materials.begin(), b.materials.end(),
-                    [](const auto& x, const auto& y) { return x == y || same(*x, *y); });
+                    [](const auto& x, const auto& y) { return x == y || same(*x, *y); }) &&
+         sameSky(a, b);
 }
 
 } // namespace host

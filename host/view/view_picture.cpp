@@ -62,6 +62,13 @@ Color lit(const ViewHit& hit, const ViewRay& ray) {
   return {part(hit.color[0]), part(hit.color[1]), part(hit.color[2])};
 }
 
+// The sky, dimmed so that the grid and the words over it can be read.
+Color skyColor(const ViewHit& hit) {
+  constexpr float dimmed = 0.6f;
+  const auto part = [](float c) { return displayed(c * dimmed); };
+  return {part(hit.color[0]), part(hit.color[1]), part(hit.color[2])};
+}
+
 // The grid of the ground plane, filtered by what a pixel covers and faded towards the horizon.
 class Grid {
  public:
@@ -118,7 +125,9 @@ class Shader {
   // `y` in device pixels.
   Color shade(const ViewRay& ray, const ViewHit& hit, double y) const {
     const float down = static_cast<float>(std::clamp(y / setup_.height, 0.0, 1.0));
-    const Color color = hit.object ? lit(hit, ray) : mix(backgroundTop, backgroundBottom, down);
+    const Color color = hit.object  ? lit(hit, ray)
+                        : hit.unlit ? skyColor(hit)
+                                    : mix(backgroundTop, backgroundBottom, down);
     return setup_.hasDocument ? grid_.over(color, ray, hit.object ? hit.distance : 1e30f) : color;
   }
 

@@ -7,6 +7,7 @@
 #include <mutex>
 #include <set>
 
+#include "parameters.h"
 #include "view_kit.h"
 #include "view_picture.h"
 
@@ -247,6 +248,30 @@ TEST_F(PictureTest, DarkensWhatTheRenderDoesNotShow) {
             << x << ", " << y;
       }
   }
+}
+
+TEST_F(PictureTest, ShowsTheSkyOfTheDocument) {
+  addBox("box", {0, 0, -20});
+  placeCamera({0, 1, 8});
+  open(200, 100);
+  const auto channel = [](std::uint32_t pixel, int shift) { return static_cast<int>(pixel >> shift & 255); };
+  const auto blueness = [&] {
+    view->repaintSoon();
+    const std::uint32_t pixel = finish().at(150, 2);
+    return channel(pixel, 0) - channel(pixel, 16);
+  };
+  EXPECT_LT(blueness(), 10) << "the light that stands in shows nothing";
+  BaseObject* sky = addObject(Osky, "sky", Matrix());
+  sky->SetParameter(host::param::skyKind, GeData(static_cast<LONG>(2)));
+  sky->SetParameter(host::param::skyColor, GeData(Vector(0, 0, 1)));
+  sky->SetParameter(host::param::skyHorizon, GeData(Vector(0.1, 0.1, 0.5)));
+  EXPECT_GT(blueness(), 60);
+  const ViewImage& image = view->image();
+  EXPECT_GT(channel(image.at(150, 45), 16), channel(image.at(150, 2), 16) + 5) << "a gradient";
+  sky->SetParameter(host::param::skyHorizon, GeData(Vector(0.5, 0.1, 0.1)));
+  EXPECT_LT(blueness(), 60) << "it follows a change";
+  sky->SetParameter(host::param::skySeen, GeData::FromBool(FALSE));
+  EXPECT_LT(blueness(), 10);
 }
 
 TEST_F(PictureTest, SignsOfLightsAndCamerasArePicked) {
