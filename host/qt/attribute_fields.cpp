@@ -6,6 +6,7 @@
 #include "number_field.h"
 #include "qt_text.h"
 #include "theme.h"
+#include "user_interface.h"
 #include "wheel_rule.h"
 
 namespace host {
@@ -118,6 +119,9 @@ AttributeField* AttributeField::make(const Attribute& attribute, QWidget* parent
   case AttributeKind::text:
     field = new TextAttributeField(attribute, parent);
     break;
+  case AttributeKind::file:
+    field = new FileAttributeField(attribute, parent);
+    break;
   }
   field->show(attribute);
   return field;
@@ -148,16 +152,17 @@ TextAttributeField::TextAttributeField(const Attribute& attribute, QWidget* pare
   edit_->installEventFilter(this);
   connect(edit_, &QLineEdit::editingFinished, this, [this] {
     const QString text = edit_->text().trimmed();
-    if (text.isEmpty() || (!mixed_ && text == text_)) return showValue(shape());
+    if ((text.isEmpty() && (mixed_ || !mayBeEmpty())) || (!mixed_ && text == text_))
+      return showValue(shape());
     edit_->setModified(false);
-    emit changed(GeData(toHost(text)), -1);
+    emit changed(valueOf(text), -1);
   });
 }
 
 // What is being typed stays.
 void TextAttributeField::showValue(const Attribute& attribute) {
   const QString before = text_;
-  text_ = toQt(attribute.value.GetString());
+  text_ = textOf(attribute.value);
   mixed_ = attribute.mixed;
   edit_->setPlaceholderText(mixed_ ? mixedText() : QString());
   if (edit_->hasFocus() && edit_->isModified() && text_ == before) return;
@@ -175,6 +180,49 @@ bool TextAttributeField::eventFilter(QObject* watched, QEvent* event) {
     return true;
   }
   return AttributeField::eventFilter(watched, event);
+}
+
+QString TextAttributeField::textOf(const GeData& value) const {
+  return toQt(value.GetString());
+}
+
+GeData TextAttributeField::valueOf(const QString& text) const {
+  return GeData(toHost(text));
+}
+
+// --- files ---
+
+FileAttributeField::FileAttributeField(const Attribute& attribute, QWidget* parent)
+    : TextAttributeField(attribute, parent), button_(new QToolButton(this)) {
+  button_->setText(QString(QChar(0x2026)));
+  button_->setToolTip(tr("Choose a file"));
+  button_->setAccessibleName(tr("%1: choose a file").arg(tr(attribute.label)));
+  button_->setFixedHeight(metrics::control);
+  layout()->addWidget(button_);
+  connect(button_, &QAbstractButton::clicked, this, &FileAttributeField::choose);
+}
+
+void FileAttributeField::showValue(const Attribute& attribute) {
+  TextAttributeField::showValue(attribute);
+  edit().setToolTip(attribute.mixed ? QString() : textOf(attribute.value));
+}
+
+QString FileAttributeField::textOf(const GeData& value) const {
+  return toQt(value.GetFilename().GetString());
+}
+
+GeData FileAttributeField::valueOf(const QString& text) const {
+  return GeData(Filename(toHost(text)));
+}
+
+void FileAttributeField::choose() {
+  FileRequest request;
+  request.type = FILESELECTTYPE_IMAGES;
+  request.mode = FILESELECT_LOAD;
+  request.title = "Open Picture";
+  request.start = shape().mixed ? Filename() : shape().value.GetFilename();
+  Filename file;
+  if (userInterface().selectFile(request, file)) emit changed(GeData(file), -1);
 }
 
 // --- switches ---

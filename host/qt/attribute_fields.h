@@ -61,11 +61,34 @@ class TextAttributeField : public AttributeField {
  protected:
   void showValue(const Attribute& attribute) override;
   bool eventFilter(QObject* watched, QEvent* event) override;
+  virtual QString textOf(const GeData& value) const;
+  virtual GeData valueOf(const QString& text) const;
+  virtual bool mayBeEmpty() const { return false; }
 
  private:
   QLineEdit* edit_;
   QString text_;
   bool mixed_ = false;
+};
+
+/// A picture's file: typed, or chosen with the button.
+class FileAttributeField : public TextAttributeField {
+  Q_OBJECT
+ public:
+  FileAttributeField(const Attribute& attribute, QWidget* parent);
+  QAbstractButton& button() { return *button_; }
+  bool isWide() const override { return true; }
+
+ protected:
+  void showValue(const Attribute& attribute) override;
+  QString textOf(const GeData& value) const override;
+  GeData valueOf(const QString& text) const override;
+  bool mayBeEmpty() const override { return true; }
+
+ private:
+  void choose();
+
+  QAbstractButton* button_;
 };
 
 class SwitchAttributeField : public AttributeField {

@@ -285,6 +285,12 @@ void AttributeManager::change(AttributeField& field, const GeData& value, int co
     host::setAttribute(document, nodes, id, value, component);
   };
   if (dragging_) return session_.edits().update(edit);
+  if (field.shape().kind == AttributeKind::file && value.GetFilename().Content()) {
+    session_.files().setSkyPicture(value.GetFilename(), nodes_);
+    field.show(field.shape()); // what was typed goes when it was refused
+    soon_.start();
+    return;
+  }
   // Steps of the wheel that follow each other are one.
   std::string key;
   if (mayMerge(field.shape().kind) && !nodes_.empty())

@@ -129,6 +129,7 @@ class MainWindow : public QMainWindow, public DialogHost {
 
   void chooseAndOpen();
   void saveAs();
+  void savePacked();
   void create(LONG type, const QString& name);
   void createLight(LONG kind, const QString& name);
   void withSelection(const char* name, const std::function<void(BaseDocument&)>& change);

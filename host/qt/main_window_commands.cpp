@@ -68,6 +68,8 @@ void MainWindow::fileCommands() {
                   {key("Ctrl+Shift+S")},
                   [this] { saveAs(); },
                   idle});
+  commands_->add(
+      {"file.save-packed", group, tr("Save Pac&ked (.glb)..."), "", {}, [this] { savePacked(); }, idle});
   commands_->add({"file.clear-recent",
                   group,
                   tr("&Clear List"),
@@ -326,7 +328,7 @@ void MainWindow::buildMenus() {
   recentMenu_ = file->addMenu(tr("Open &Recent"));
   recentMenu_->setObjectName(QStringLiteral("menu-recent"));
   connect(recentMenu_, &QMenu::aboutToShow, this, &MainWindow::fillRecent);
-  fill(file, "- file.save file.save-as - file.quit");
+  fill(file, "- file.save file.save-as file.save-packed - file.quit");
 
   QMenu* edit = menuBar()->addMenu(tr("&Edit"));
   fill(edit, "edit.undo edit.redo - edit.rename edit.duplicate edit.group edit.delete - edit.select-all "
@@ -494,6 +496,18 @@ void MainWindow::saveAs() {
   if (!ui_.selectFile(request, file)) return;
   if (!file.GetSuffix().Content()) file.SetSuffix("glb");
   session_.files().saveAs(file);
+}
+
+void MainWindow::savePacked() {
+  FileRequest request;
+  request.type = FILESELECTTYPE_SCENES;
+  request.mode = FILESELECT_SAVE;
+  request.title = "Save Packed Scene";
+  request.forceSuffix = "glb";
+  request.start = session_.files().file();
+  if (!request.start.Content()) request.start = Filename("Untitled.glb");
+  request.start.SetSuffix("glb");
+  if (Filename file; ui_.selectFile(request, file)) session_.files().savePacked(file);
 }
 
 void MainWindow::withSelection(const char* name, const std::function<void(BaseDocument&)>& change) {

@@ -242,8 +242,8 @@ MeshPtr subdividedMesh(const MeshPtr& mesh, int level, const BaseThread* thread)
 }
 
 MeshPtr floorMesh(double halfSide) {
-  if (!(halfSide > 0) || halfSide > 1e6) halfSide = 1000;
-  const auto h = static_cast<float>(halfSide);
+  if (!(halfSide > 0)) halfSide = 1000;
+  const auto h = static_cast<float>(std::min(halfSide, 1e9));
   Key key;
   key.add('f').add(h);
   if (MeshPtr known = store().find(key.text())) return known;

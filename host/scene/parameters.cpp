@@ -37,6 +37,8 @@ class Filler {
 };
 
 constexpr Vector white{1, 1, 1};
+// A clear day, dim enough that a white thing under it is not overexposed.
+constexpr Vector zenithBlue{0.16, 0.33, 0.68}, horizonHaze{0.66, 0.74, 0.82}, groundBrown{0.16, 0.14, 0.12};
 
 void fillObjects(Table& table) {
   for (const LONG type : {Opolygon, Olight, Ocamera, Ofloor, Osky, Onull, Osds})
@@ -61,9 +63,10 @@ void fillObjects(Table& table) {
   Filler(table, NodeKind::object, Osky)
       .integer(skyKind, 1)
       .vector(skyColor, white)
-      .vector(skyHorizon, white)
-      .vector(skyGround, white)
+      .vector(skyHorizon, horizonHaze)
+      .vector(skyGround, groundBrown)
       .real(skyRotation, 0)
+      .real(skyStrength, 1)
       .flag(skySeen, TRUE);
   Filler(table, NodeKind::object, Ofloor).real(floorSize, 1000);
   Filler(table, NodeKind::object, Osds).integer(subdivisionLevel, 2);
@@ -174,25 +177,32 @@ const GeData& defaultValue(NodeKind kind, LONG type, LONG id) {
   return found == table().end() ? nothing : found->second;
 }
 
+const GeData& defaultValue(const NodeState& node, LONG id) {
+  static const GeData zenith(zenithBlue);
+  const bool isZenith = id == skyColor && node.kind == NodeKind::object && node.type == Osky &&
+                        node.data.GetLong(skyKind, 1) == 2;
+  return isZenith ? zenith : defaultValue(node.kind, node.type, id);
+}
+
 GeData value(const NodeState& node, LONG id) {
   const GeData& stored = node.data.GetData(id);
-  return stored.GetType() != DA_NIL ? stored : defaultValue(node.kind, node.type, id);
+  return stored.GetType() != DA_NIL ? stored : defaultValue(node, id);
 }
 
 Real real(const NodeState& node, LONG id) {
-  return node.data.GetReal(id, defaultValue(node.kind, node.type, id).GetReal());
+  return node.data.GetReal(id, defaultValue(node, id).GetReal());
 }
 
 LONG integer(const NodeState& node, LONG id) {
-  return node.data.GetLong(id, defaultValue(node.kind, node.type, id).GetLong());
+  return node.data.GetLong(id, defaultValue(node, id).GetLong());
 }
 
 bool flag(const NodeState& node, LONG id) {
-  return node.data.GetBool(id, defaultValue(node.kind, node.type, id).GetBool()) != FALSE;
+  return node.data.GetBool(id, defaultValue(node, id).GetBool()) != FALSE;
 }
 
 Vector vector(const NodeState& node, LONG id) {
-  return node.data.GetVector(id, defaultValue(node.kind, node.type, id).GetVector());
+  return node.data.GetVector(id, defaultValue(node, id).GetVector());
 }
 
 } // namespace host::param

@@ -16,7 +16,7 @@ inline constexpr LONG lightKind = 1101, lightColor = 1102, lightIntensity = 1103
                       lightInnerCone = 1105, lightOuterCone = 1106, lightRadius = 1107, lightShadow = 1108;
 // sky, floor, subdivision
 inline constexpr LONG skyKind = 1201, skyColor = 1202, skyHorizon = 1203, skyGround = 1204,
-                      skyRotation = 1205, skySeen = 1206;
+                      skyRotation = 1205, skySeen = 1206, skyStrength = 1207;
 inline constexpr LONG floorSize = 1301;
 inline constexpr LONG subdivisionLevel = 1401;
 // tags
@@ -46,6 +46,9 @@ inline constexpr LONG aoDistance = 1641, aoDark = 1642, aoBright = 1643;
 
 /// The default of a parameter of a node type; of type DA_NIL when the type knows no such parameter.
 const GeData& defaultValue(NodeKind kind, LONG type, LONG id);
+
+/// The default of a parameter of this node: a colour of the sky depends on the sky's kind.
+const GeData& defaultValue(const NodeState& node, LONG id);
 
 /// The value of a node's parameter: the container's entry, else the default.
 GeData value(const NodeState& node, LONG id);

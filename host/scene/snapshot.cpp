@@ -202,10 +202,12 @@ void Taker::takeSky(const ObjectState& object) {
   SnapshotSky& sky = snapshot_->sky;
   if (sky.kind != SkyKind::none) return;
   const LONG kind = param::integer(object, param::skyKind);
+  if (kind == 0) return;
   sky.kind = kind == 2 ? SkyKind::gradient : kind == 3 ? SkyKind::picture : SkyKind::constant;
-  sky.color = color(object, param::skyColor);
-  sky.horizon = color(object, param::skyHorizon);
-  sky.ground = color(object, param::skyGround);
+  const Real strength = param::real(object, param::skyStrength);
+  sky.color = color(object, param::skyColor, strength);
+  sky.horizon = color(object, param::skyHorizon, strength);
+  sky.ground = color(object, param::skyGround, strength);
   sky.rotation = number(object, param::skyRotation);
   sky.seenByCamera = param::flag(object, param::skySeen);
   if (sky.kind != SkyKind::picture) return;

@@ -153,15 +153,21 @@ void addSurroundings(Table& table) {
   table.of(NodeKind::object, Osky, "Sky")
       .add(Id::skyKind, Kind::choice, "Kind", param::skyKind)
       .choices({"None", "Constant", "Gradient", "Picture"})
+      .when(param::skyKind, 1)
       .add(Id::skyColor, Kind::color, "Color", param::skyColor)
       .when(param::skyKind, 2)
+      .add(Id::skyColor, Kind::color, "Zenith", param::skyColor)
       .add(Id::skyHorizon, Kind::color, "Horizon", param::skyHorizon)
       .add(Id::skyGround, Kind::color, "Ground", param::skyGround)
       .when(param::skyKind, 3)
+      .add(Id::skyPicture, Kind::file, "Picture")
       .add(Id::skyRotation, Kind::real, "Turn", param::skyRotation)
       .range(-36000, 36000, -180, 180, 1)
       .degrees()
+      .add(Id::skyColor, Kind::color, "Tint", param::skyColor)
       .when(0, 0)
+      .add(Id::skyStrength, Kind::real, "Strength", param::skyStrength)
+      .range(0, most, 0, 4, 0.05)
       .add(Id::skySeen, Kind::boolean, "Seen by Camera", param::skySeen);
   table.of(NodeKind::object, Ofloor, "Floor")
       .add(Id::floorSize, Kind::real, "Half Size", param::floorSize)
@@ -181,7 +187,14 @@ void addMaterials(Table& table) {
       .add(Id::name, Kind::text, "Name")
       .add(Id::materialColor, Kind::color, "Color", param::baseColor)
       .range(0, 1, 0, 1, 0.01);
+  table.add(Id::materialAlphaMode, Kind::choice, "Alpha", param::alphaMode)
+      .choices({"Opaque", "Mask", "Blend"});
+  table.when(param::alphaMode, 1);
   part(Id::materialAlpha, "Opacity", param::baseAlpha);
+  part(Id::materialAlphaCutoff, "Cutoff", param::alphaCutoff);
+  table.when(param::alphaMode, 2);
+  part(Id::materialAlpha, "Opacity", param::baseAlpha);
+  table.when(0, 0);
   part(Id::materialRoughness, "Roughness", param::roughness);
   part(Id::materialMetal, "Metal", param::metallic);
   table.add(Id::materialEmission, Kind::color, "Emission", param::emission)
@@ -193,6 +206,12 @@ void addMaterials(Table& table) {
   part(Id::materialClearcoat, "Clear Coat", param::clearcoat);
   part(Id::materialClearcoatRoughness, "Clear Coat Roughness", param::clearcoatRoughness);
   table.add(Id::materialDoubleSided, Kind::boolean, "Double Sided", param::doubleSided);
+}
+
+// Where it lies; a packed one has a name alone.
+Filename pictureName(const PicturePtr& picture) {
+  if (!picture) return {};
+  return picture->file.Content() ? picture->file : Filename(String(picture->name));
 }
 
 Pose poseAt(const ObjectState& object) {
@@ -249,6 +268,8 @@ GeData readAttribute(const NodeState& node, const AttributeEntry& entry) {
     return GeData(anglesOf(poseAt(static_cast<const ObjectState&>(node)).rotation));
   case AttributeId::scale:
     return GeData(poseAt(static_cast<const ObjectState&>(node)).scale);
+  case AttributeId::skyPicture:
+    return GeData(pictureName(static_cast<const ObjectState&>(node).picture));
   default:
     break;
   }

@@ -41,13 +41,17 @@ enum class AttributeId {
   skyColor,
   skyHorizon,
   skyGround,
+  skyPicture,
   skyRotation,
+  skyStrength,
   skySeen,
   floorSize,
   subdivisionLevel,
   // materials
   materialColor,
-  materialAlpha,
+  materialAlphaMode,
+  materialAlpha, // where the mode makes use of it
+  materialAlphaCutoff,
   materialRoughness,
   materialMetal,
   materialEmission,
@@ -60,7 +64,7 @@ enum class AttributeId {
   materialDoubleSided,
 };
 
-enum class AttributeKind { boolean, integer, real, vector, color, choice, text };
+enum class AttributeKind { boolean, integer, real, vector, color, choice, text, file };
 
 /// An attribute of a selection. Angles are in degrees, colours linear.
 ///
@@ -73,9 +77,9 @@ struct Attribute {
   AttributeId id = AttributeId::none;
   AttributeKind kind = AttributeKind::real;
   const char* label = "";
-  const char* group = "";                    // "Object", "Coordinates", "Light", ...
-  GeData value;                              // of the first node; LONG, Real, Vector, Bool or String
-  bool mixed = false;                        // the nodes have several values
+  const char* group = ""; // "Object", "Coordinates", "Light", ...
+  GeData value;           // of the first node; LONG, Real, Vector, Bool, String, or Filename (empty: none)
+  bool mixed = false;     // the nodes have several values
   bool mixedPart[3] = {false, false, false}; // of a vector
   Real minimum = -1e12, maximum = 1e12;      // what may be typed
   Real softMinimum = 0, softMaximum = 0;     // what a slider covers; none when both are 0

@@ -13,7 +13,9 @@
 #include "console.h"
 #include "file_path.h"
 #include "node_paths.h"
+#include "platform.h"
 #include "preferences.h"
+#include "scene_edits.h"
 
 namespace host {
 
@@ -120,9 +122,10 @@ struct FileSession::Saver {
   Identity document = 0;
   std::size_t revision = 0;
   std::atomic<double> progress{0};
-  bool done = false;
+  bool packed = false, done = false;
   std::string error;
-  FileStamp stamp; // of what we have written
+  FileStamp stamp;               // of what we have written
+  std::vector<Filename> outside; // the pictures that it names
   std::unique_ptr<BackgroundJob> job;
 };
 
@@ -181,12 +184,36 @@ bool FileSession::newScene() {
   giveUpLoading();
   watch_.clear();
   warnings_.clear();
+  packed_ = false;
   hub_.replace(nullptr, Replacement::created);
   changed.call();
   return true;
 }
 
+bool FileSession::isSkyPicture(const Filename& file) {
+  return file.CheckSuffix("hdr") || file.CheckSuffix("exr");
+}
+
+bool FileSession::setSkyPicture(const Filename& file, const std::vector<Identity>& skies) {
+  BaseDocument* document = hub_.document();
+  if (!document) return false;
+  const bool counted = toPath(file).is_relative() && document->GetDocumentPath().Content();
+  const Filename place = counted ? document->GetDocumentPath() + file : file;
+  const PicturePtr picture = readPictureFile(place);
+  if (!picture->bytes || picture->mimeType.empty()) {
+    FileError error;
+    error.sentence = "The picture for the sky could not be loaded.";
+    error.reason = "\"" + place.GetString().GetUTF8() +
+                   (picture->bytes ? "\" is no picture." : "\" is not there or cannot be read.");
+    error.advice = "Choose a picture of the whole surroundings, such as an .hdr or .exr file.";
+    fail(std::move(error));
+    return false;
+  }
+  return edits_.apply("Set Sky Picture", [&](BaseDocument& to) { host::setSkyPicture(to, skies, picture); });
+}
+
 bool FileSession::open(const Filename& file) {
+  if (isSkyPicture(file)) return setSkyPicture(file);
   if (!hub_.document() || !resolveUnsaved()) return false;
   startLoading(absolute(file), false);
   return true;
@@ -273,6 +300,7 @@ void FileSession::takeOver(Loader& loader) {
   // What was edited while the file was read is asked about, too.
   if (edits_.revision() != loader.revision && !resolveUnsaved()) return;
   if (loader.reload) carryOver(*stateOf(hub_.document()), *stateOf(loader.result.document.get()));
+  if (!loader.reload) packed_ = false;
   warnings_ = std::move(loader.result.warnings);
   watch_.watch(std::move(loader.result.files), std::move(loader.stamps));
   hub_.replace(std::move(loader.result.document),
@@ -287,7 +315,7 @@ void FileSession::takeOver(Loader& loader) {
 
 bool FileSession::save() {
   const Filename own = file();
-  if (own.Content() && isScene(own)) return saveAs(own);
+  if (own.Content() && isScene(own)) return saveTo(own, packed_ && own.CheckSuffix("glb"));
   Filename chosen = own;
   if (own.Content())
     chosen.SetSuffix("glb");
@@ -302,29 +330,43 @@ bool FileSession::save() {
 }
 
 bool FileSession::saveAs(const Filename& file) {
+  return saveTo(file, false);
+}
+
+bool FileSession::savePacked(const Filename& file) {
+  Filename target = file;
+  if (target.Content()) target.SetSuffix("glb");
+  return saveTo(target, true);
+}
+
+bool FileSession::saveTo(const Filename& file, bool packed) {
   if (!hub_.document() || !file.Content()) return false;
   Filename target = absolute(file);
   if (!isScene(target)) target = Filename(target.GetString() + ".glb");
   edits_.end();
   if (saver_) finish();
-  startSaving(target);
+  startSaving(target, packed);
   return true;
 }
 
-void FileSession::startSaving(const Filename& file) {
+void FileSession::startSaving(const Filename& file, bool packed) {
   saver_ = std::make_shared<Saver>();
   Saver* saver = saver_.get();
   saveFailed_ = false;
   saver->file = file;
+  saver->packed = packed;
   saver->revision = edits_.revision();
   saver->document = hub_.document()->GetIdentity();
   saver->copy.reset(hub_.document()->GetClone(COPYFLAGS_0));
   saver->job = std::make_unique<BackgroundJob>(
       "save scene",
       [saver](BaseThread&) {
-        saver->done = saver->copy && saveDocument(*saver->copy, saver->file, &saver->error,
-                                                  [saver](double part) { saver->progress = part; });
+        const auto progress = [saver](double part) { saver->progress = part; };
+        const auto pictures = saver->packed ? OutsidePictures::packed : OutsidePictures::named;
+        saver->done =
+            saver->copy && saveDocument(*saver->copy, saver->file, &saver->error, progress, pictures);
         saver->stamp = stampOf(saver->file);
+        if (saver->done && !saver->packed) saver->outside = outsideFiles(*saver->copy);
         saver->copy.reset();
       },
       [self = self_, watched = std::weak_ptr(saver_)] {
@@ -359,11 +401,23 @@ void FileSession::saved() {
   if (document && document->GetIdentity() == saver->document) {
     document->SetDocumentName(saver->file.GetFile());
     document->SetDocumentPath(saver->file.GetDirectory());
-    watch_.watch({saver->file}, {saver->stamp});
+    packed_ = saver->packed;
+    watchSaved(*saver);
     edits_.markSaved(saver->revision);
   }
   remember(saver->file);
   changed.call();
+}
+
+// The pictures that are watched already stay known as they were read.
+void FileSession::watchSaved(const Saver& saver) {
+  std::vector<Filename> files{saver.file};
+  std::vector<FileStamp> stamps{saver.stamp};
+  for (const Filename& picture : saver.outside) {
+    files.push_back(picture);
+    stamps.push_back(watch_.known(picture).value_or(stampOf(picture)));
+  }
+  watch_.watch(std::move(files), std::move(stamps));
 }
 
 void FileSession::finish() {
@@ -417,6 +471,17 @@ Filename FileSession::file() const {
   const BaseDocument* document = hub_.document();
   if (!document || !document->GetDocumentName().Content()) return {};
   return document->GetDocumentPath() + document->GetDocumentName();
+}
+
+Filename FileSession::outputFile(const Filename& typed) const {
+  if (!typed.Content() || toPath(typed).is_absolute()) return typed;
+  const BaseDocument* document = hub_.document();
+  Filename folder = document ? document->GetDocumentPath() : Filename();
+  folder = folder.Content() ? absolute(folder) : platform::userVideosFolder();
+  if (!folder.Content()) return typed;
+  const Filename file = absolute(folder + typed);
+  GeFCreateDirRec(file.GetDirectory());
+  return file;
 }
 
 String FileSession::title() const {

@@ -49,16 +49,26 @@ class FileSession {
 
   /// An empty document. Asks about unsaved changes; false when the user cancelled.
   bool newScene();
-  /// Begins to load a file, as a dropped or a recent one too; one that is being loaded is given up. Asks
-  /// about unsaved changes first; false when the user cancelled. The open scene stays until the new one is
-  /// whole; a file that does not load leaves it as it was and is told once by `failed`. A file that is
-  /// written meanwhile is read again until it holds still.
+  /// Begins to load a scene, as a dropped or a recent one too (a picture goes to `setSkyPicture`); one that
+  /// is being loaded is given up. Asks about unsaved changes first; false when the user cancelled. The open
+  /// scene stays until the new one is whole; a file that does not load leaves it as it was and is told once
+  /// by `failed`. A file that is written meanwhile is read again until it holds still.
   bool open(const Filename& file);
   void cancelLoading();
+  /// Whether `open` takes this file as a picture for the sky (.hdr, .exr) and not as a scene.
+  static bool isSkyPicture(const Filename& file);
+  /// One step of undo: these skies, or without any the scene's first one, or else a new one, show the picture
+  /// around the scene. A relative name counts from the scene's folder. One that cannot be read changes
+  /// nothing and is told by `failed`.
+  bool setSkyPicture(const Filename& file, const std::vector<Identity>& skies = {});
   /// Saves under the document's name; asks for one when it has none or is of another kind than glTF. False
   /// when cancelled. The file is written in the background from a copy; edits may go on.
+  /// Pictures in files of their own stay there, named by the scene; in a scene that was last saved packed
+  /// they go into it.
   bool save();
   bool saveAs(const Filename& file);
+  /// Saves as .glb with all pictures in it; one that ends otherwise becomes .glb.
+  bool savePacked(const Filename& file);
   /// Before the program ends: asks, saves and waits for it. False: stay.
   bool mayClose();
   /// Waits for loading and saving to end, serving what they need.
@@ -76,6 +86,9 @@ class FileSession {
 
   /// Empty for a scene without a file.
   Filename file() const;
+  /// The file that a name typed for an output means: a relative one counts from the scene's folder, without
+  /// one from the user's folder for videos. Folders on the way to it are made.
+  Filename outputFile(const Filename& typed) const;
   /// The file's name, or "Untitled"; `windowTitle` with a mark for unsaved changes: "robot.glb *".
   String title() const;
   String windowTitle() const;
@@ -106,8 +119,10 @@ class FileSession {
   void giveUpLoading();
   void loaded();
   void takeOver(Loader& loader);
-  void startSaving(const Filename& file);
+  bool saveTo(const Filename& file, bool packed);
+  void startSaving(const Filename& file, bool packed);
   void saved();
+  void watchSaved(const Saver& saver);
   void jobEnded(const std::shared_ptr<const void>& job);
   void watchTick();
   void watchProgress();
@@ -129,6 +144,7 @@ class FileSession {
   FileWatch watch_;
   TimerId timer_ = 0, progressTimer_ = 0;
   bool asking_ = false, saveFailed_ = false;
+  bool packed_ = false; // the scene was last saved so
   std::vector<std::string> warnings_;
   Subscription editsSubscription_, replacedSubscription_;
 };

@@ -44,6 +44,12 @@ void FileWatch::clear() {
   last_.clear();
 }
 
+std::optional<FileStamp> FileWatch::known(const Filename& file) const {
+  for (std::size_t i = 0; i < files_.size(); ++i)
+    if (files_[i].GetString() == file.GetString()) return known_[i];
+  return std::nullopt;
+}
+
 void FileWatch::accept() {
   known_ = last_ = stampsOf(files_);
 }

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -30,6 +31,8 @@ class FileWatch {
   /// The files are known as they are now: our own save.
   void accept();
   const std::vector<Filename>& files() const noexcept { return files_; }
+  /// The state in which a watched file is known; nothing for another file.
+  std::optional<FileStamp> known(const Filename& file) const;
 
   enum class Look { same, moving, changed };
   /// Looks once. `changed` is told once for each change, at the first look that finds the changed files as

@@ -9,6 +9,7 @@
 #include "clone.h"
 #include "document.h"
 #include "parameters.h"
+#include "scene_file.h"
 #include "scene_queries.h"
 #include "unique_name.h"
 
@@ -110,11 +111,21 @@ bool writeFlag(NodeState& node, const AttributeEntry& entry, bool on) {
   return true;
 }
 
+// An empty name takes the picture away.
+bool writePicture(ObjectState& object, const Filename& file) {
+  const PicturePtr picture = file.Content() ? readPictureFile(file) : nullptr;
+  if ((picture && !picture->bytes) || (!picture && !object.picture)) return false;
+  object.picture = picture;
+  return true;
+}
+
 bool writeAttribute(NodeState& node, const AttributeEntry& entry, const GeData& value, int component) {
   const Attribute& shape = entry.shape;
   switch (shape.kind) {
   case AttributeKind::text:
     return writeText(node, value.GetString());
+  case AttributeKind::file:
+    return writePicture(static_cast<ObjectState&>(node), value.GetFilename());
   case AttributeKind::boolean:
     if ((readAttribute(node, entry).GetBool() != FALSE) == (value.GetBool() != FALSE)) return false;
     return writeFlag(node, entry, value.GetBool() != FALSE);
@@ -174,6 +185,41 @@ String freeName(const DocumentState& document, const String& wanted) {
   std::unordered_set<std::string> names;
   forEachObject(document.children, [&](const ObjectState& object) { names.insert(object.name.GetUTF8()); });
   return uniqueName(wanted, [&](const String& name) { return names.contains(name.GetUTF8()); });
+}
+
+// --- new objects, measured by the scene ---
+
+// Around all meshes; an empty scene counts as a room two metres high.
+SceneBounds roomOf(BaseDocument& document) {
+  return sceneBounds(document).value_or(SceneBounds{{-1, 0, -1}, {1, 2, 1}});
+}
+
+// Below everything, by so little that a ground which the scene has already does not flicker through it, and
+// wide enough to fill the lower half of most pictures.
+void fitFloor(BaseDocument& document, ObjectState& floor) {
+  constexpr Real below = 1e-4, wide = 20; // of the scene's radius
+  const SceneBounds room = roomOf(document);
+  const Vector center = room.center();
+  setPose(floor, {{center.x, room.low.y - below * room.radius(), center.z}, {}, {1, 1, 1}});
+  floor.data.SetReal(param::floorSize, std::clamp(wide * room.radius(), 1e-3, 1e9));
+}
+
+// Outside the scene, aimed at its middle, as bright there whatever the distance: a lamp's light falls with
+// its square. A spot's cone holds the whole scene.
+void fitLight(BaseDocument& document, ObjectState& light, LONG kind) {
+  constexpr Real irradiance = 3; // at the scene's middle
+  constexpr Real away = 3;       // scene radii
+  constexpr Real toRadians = 3.14159265358979323846 / 180;
+  const SceneBounds room = roomOf(document);
+  const Real distance = away * room.radius();
+  Pose pose;
+  pose.rotation = rotationOf({40, -50, 0});
+  pose.translation = room.center() + matrixOf(pose).v3 * distance;
+  setPose(light, pose);
+  light.data.SetReal(param::lightIntensity, kind == 2 ? irradiance : irradiance * distance * distance);
+  if (kind != 1) return;
+  light.data.SetReal(param::lightInnerCone, 20 * toRadians);
+  light.data.SetReal(param::lightOuterCone, 25 * toRadians);
 }
 
 } // namespace
@@ -239,6 +285,8 @@ Identity newObject(BaseDocument& document, LONG type, const BaseDraw* view) {
     object->local = worldOf(*from);
     object->data = from->data;
   }
+  if (type == Ofloor) fitFloor(document, *object);
+  if (type == Osky) object->data.SetLong(param::skyKind, 2);
   state.children.append(*object);
   selectOnly(state, {object->identity});
   return object->identity;
@@ -247,14 +295,28 @@ Identity newObject(BaseDocument& document, LONG type, const BaseDraw* view) {
 Identity newLight(BaseDocument& document, LONG kind) {
   const Identity identity = newObject(document, Olight);
   ObjectState* light = objectIn(stateIn(document), identity);
-  light->data.SetLong(param::lightKind, std::clamp<LONG>(kind, 0, 2));
-  light->data.SetReal(param::lightIntensity, kind == 2 ? 3 : 10);
-  Pose pose;
-  pose.translation = {0, 2, 0};
-  if (kind == 1) pose.rotation = rotationOf({0, -90, 0});
-  if (kind == 2) pose.rotation = rotationOf({40, -50, 0});
-  setPose(*light, pose);
+  kind = std::clamp<LONG>(kind, 0, 2);
+  light->data.SetLong(param::lightKind, kind);
+  fitLight(document, *light, kind);
   return identity;
+}
+
+bool setSkyPicture(BaseDocument& document, std::span<const Identity> skies, const PicturePtr& picture) {
+  Identities wanted(skies.begin(), skies.end());
+  forEachObject(stateIn(document).children, [&](const ObjectState& object) {
+    if (wanted.empty() && object.type == Osky) wanted.push_back(object.identity);
+  });
+  if (wanted.empty()) wanted.push_back(newObject(document, Osky));
+  bool done = false;
+  for (const Identity identity : wanted) {
+    ObjectState* sky = objectIn(stateIn(document), identity);
+    if (!sky || sky->type != Osky) continue;
+    if (param::integer(*sky, param::skyKind) != 3) sky->data.RemoveData(param::skyColor);
+    sky->data.SetLong(param::skyKind, 3);
+    sky->picture = picture;
+    done = true;
+  }
+  return done;
 }
 
 Identities topmost(const BaseDocument& document, std::span<const Identity> objects) {

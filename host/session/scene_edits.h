@@ -18,8 +18,9 @@ using Identities = std::vector<Identity>;
 
 /// An empty name is refused.
 bool renameNode(BaseDocument& document, Identity node, const String& name);
-/// Sets one attribute of all these nodes, clipped to its range. Nodes without it are passed over. `component`
-/// 0 to 2 sets only that part (x, y, z) of a vector, from the value as a real; -1 all of it.
+/// Sets one attribute of all these nodes, clipped to its range; a file is read. Nodes without it, and files
+/// that cannot be read, are passed over. `component` 0 to 2 sets only that part (x, y, z) of a vector, from
+/// the value as a real; -1 all of it.
 bool setAttribute(BaseDocument& document, std::span<const Identity> nodes, AttributeId attribute,
                   const GeData& value, int component = -1);
 
@@ -37,10 +38,16 @@ bool setLocalMatrix(BaseDocument& document, Identity object, const Matrix& local
 bool setWorldMatrix(BaseDocument& document, Identity object, const Matrix& world);
 
 /// What a user can make. It stands at the top, after all others, is the only one selected and is given back.
-/// Cameras look as `view` does (null: from the origin along -Z); lights are white.
+/// Cameras look as `view` does (null: from the origin along -Z). A floor lies below all meshes and reaches
+/// far beyond them; a sky is a gradient.
 Identity newObject(BaseDocument& document, LONG type, const BaseDraw* view = nullptr);
-/// Makes a light of a kind (param::lightKind) two metres above the origin; a distant one shines slanted down.
+/// Makes a white light of a kind (param::lightKind) outside all meshes, above and to the right, aimed at
+/// their middle. Its intensity grows with the square of its distance, so it lights a scene of any size alike.
 Identity newLight(BaseDocument& document, LONG kind);
+
+/// These skies, or without any the document's first one, or else a new one, show this picture around the
+/// scene. A sky that was of another kind gives up its colour.
+bool setSkyPicture(BaseDocument& document, std::span<const Identity> skies, const PicturePtr& picture);
 
 /// With all below them.
 bool deleteObjects(BaseDocument& document, std::span<const Identity> objects);

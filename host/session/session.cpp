@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "program.h"
+#include "typed_name.h"
 
 namespace host {
 
@@ -32,11 +33,13 @@ Session::Session() : edits_(hub_), files_(hub_, edits_), playback_(hub_), render
   });
   renderFinished_ = renders_.finished.add([this] { pictures_.finished(renders_.state().bitmap); });
   endWithProgram();
+  setTypedNames([this](const Filename& typed) { return files_.outputFile(typed); });
   running() = this;
 }
 
 Session::~Session() {
   shutDown();
+  setTypedNames({});
   if (running() == this) running() = nullptr;
 }
 

@@ -1,5 +1,6 @@
 // Files through the window: opening, dropping, errors, questions, the start page.
 #include <QFile>
+#include <QFileDialog>
 #include <QLabel>
 #include <QMenu>
 #include <QMimeData>
@@ -85,6 +86,48 @@ TEST_F(MainFiles, TakesADroppedFile) {
   QDropEvent drop(QPointF(100, 100), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
   QApplication::sendEvent(&window(), &drop);
   ASSERT_TRUE(waitFor([&] { return isLoaded("dropped.gltf"); }));
+}
+
+// On the window, and on the view, which itself takes materials only.
+TEST_F(MainFiles, ADroppedPictureBecomesTheSky) {
+  openScene(smallScene());
+  const auto dropOn = [this](QWidget& target, const char* name) {
+    const Filename picture = folder.write(name, "#?RADIANCE\n");
+    QMimeData data;
+    data.setUrls({QUrl::fromLocalFile(QString::fromStdString(picture.GetString().GetUTF8()))});
+    QDragEnterEvent enter(QPoint(100, 100), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+    QApplication::sendEvent(&target, &enter);
+    EXPECT_TRUE(enter.isAccepted());
+    QDropEvent drop(QPointF(100, 100), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+    QApplication::sendEvent(&target, &drop);
+    const auto shown = [&] {
+      const BaseObject* sky = document().SearchObject("Sky");
+      return sky && host::attributeValue(document(), sky->GetIdentity(), host::AttributeId::skyPicture)
+                            .GetFilename() == picture;
+    };
+    EXPECT_TRUE(waitFor(shown)) << name;
+  };
+  dropOn(window(), "noon.hdr");
+  dropOn(window().viewWidget(), "dusk.hdr");
+  EXPECT_TRUE(isLoaded("small.gltf"));
+  EXPECT_EQ(document().SearchObject("Sky 2"), nullptr);
+  choose("edit.undo");
+  choose("edit.undo");
+  EXPECT_EQ(document().SearchObject("Sky"), nullptr);
+}
+
+TEST_F(MainFiles, SavePackedMakesAGlb) {
+  openScene(smallScene());
+  whenModal([&](QWidget& box) {
+    auto& chooser = dynamic_cast<QFileDialog&>(box);
+    EXPECT_TRUE(chooser.selectedFiles().value(0).endsWith("small.glb"))
+        << chooser.selectedFiles().value(0).toStdString();
+    chooser.selectFile(QString::fromStdString((folder / "whole").GetString().GetUTF8()));
+    QMetaObject::invokeMethod(&chooser, "accept");
+  });
+  choose("file.save-packed");
+  ASSERT_TRUE(waitFor([&] { return isLoaded("whole.glb"); }));
+  EXPECT_TRUE(GeFExist(folder / "whole.glb"));
 }
 
 TEST_F(MainFiles, RefusesADropWithoutAFile) {

@@ -2,6 +2,7 @@
 #include <QCheckBox>
 #include <QColorDialog>
 #include <QComboBox>
+#include <QFileDialog>
 #include <QLabel>
 #include <QLineEdit>
 
@@ -95,6 +96,78 @@ TEST_F(ManagerAttributesTest, TypedValuesReachTheDocument) {
   settle();
   EXPECT_EQ(field<VectorAttributeField>(AttributeId::position).part(1).value(), 4);
   EXPECT_EQ(field<TextAttributeField>(AttributeId::name).edit().text(), QStringLiteral("lamp"));
+}
+
+TEST_F(ManagerAttributesTest, OpacityComesWithItsAlphaMode) {
+  edits().apply("Select", [&](BaseDocument& in) { selectMaterial(in, material("red")); });
+  settle();
+  const auto choose = [&](int mode) {
+    QComboBox& box = field<ChoiceAttributeField>(AttributeId::materialAlphaMode).box();
+    box.setCurrentIndex(mode);
+    emit box.activated(mode);
+    settle();
+  };
+  EXPECT_FALSE(manager->field(AttributeId::materialAlpha)) << "nothing that would have no effect";
+  choose(2);
+  EXPECT_EQ(edits().undoName(), String("Change Alpha"));
+  type(field<NumberAttributeField>(AttributeId::materialAlpha).number(), "0.25");
+  EXPECT_FALSE(manager->field(AttributeId::materialAlphaCutoff));
+  choose(1);
+  type(field<NumberAttributeField>(AttributeId::materialAlphaCutoff).number(), "0.75");
+  keepPicture(*manager, QStringLiteral("attributes-alpha"));
+  const BaseContainer& data = *document().SearchMaterial("red")->GetDataInstance();
+  EXPECT_EQ(data.GetLong(param::alphaMode), 1);
+  EXPECT_EQ(data.GetReal(param::baseAlpha), 0.25);
+  EXPECT_EQ(data.GetReal(param::alphaCutoff), 0.75);
+  for (int i = 0; i < 4; ++i)
+    edits().undo();
+  settle();
+  EXPECT_FALSE(manager->field(AttributeId::materialAlpha));
+}
+
+TEST_F(ManagerAttributesTest, ASkysPictureIsTypedOrChosen) {
+  const Filename noon = folder.write("noon.hdr", "#?RADIANCE\n");
+  const Filename dusk = folder.write("dusk.hdr", "#?RADIANCE\n");
+  edits().apply("Sky", [](BaseDocument& in) { newObject(in, Osky); });
+  settle();
+  EXPECT_FALSE(manager->field(AttributeId::skyPicture));
+  QComboBox& kind = field<ChoiceAttributeField>(AttributeId::skyKind).box();
+  kind.setCurrentIndex(3);
+  emit kind.activated(3);
+  settle();
+  auto& picture = field<FileAttributeField>(AttributeId::skyPicture);
+  EXPECT_TRUE(manager->field(AttributeId::skyRotation));
+  EXPECT_TRUE(manager->field(AttributeId::skyStrength));
+  type(picture.edit(), noon.GetString().GetUTF8().c_str());
+  EXPECT_EQ(attribute("Sky", AttributeId::skyPicture).GetFilename(), noon);
+  EXPECT_EQ(edits().undoName(), String("Set Sky Picture"));
+  // One that cannot be read is refused, once, and the field shows what is there.
+  int told = 0;
+  FileQuestions questions;
+  questions.failed = [&](const FileError&) { ++told; };
+  session->files().setQuestions(std::move(questions));
+  type(picture.edit(), "/nowhere/at all.hdr");
+  EXPECT_EQ(told, 1);
+  EXPECT_EQ(picture.edit().text(), toQt(noon.GetString()));
+  // The button's chooser.
+  whenModal([&](QWidget& box) {
+    auto& chooser = dynamic_cast<QFileDialog&>(box);
+    chooser.selectFile(toQt(dusk.GetString()));
+    QMetaObject::invokeMethod(&chooser, "accept");
+  });
+  picture.button().click();
+  settle();
+  EXPECT_EQ(attribute("Sky", AttributeId::skyPicture).GetFilename(), dusk);
+  EXPECT_EQ(picture.edit().text(), toQt(dusk.GetString()));
+  keepPicture(*manager, QStringLiteral("attributes-sky-picture"));
+  picture.edit().setFocus();
+  picture.edit().selectAll();
+  QTest::keyClick(&picture.edit(), Qt::Key_Delete);
+  QTest::keyClick(&picture.edit(), Qt::Key_Return);
+  settle();
+  EXPECT_FALSE(attribute("Sky", AttributeId::skyPicture).GetFilename().Content());
+  edits().undo();
+  EXPECT_EQ(attribute("Sky", AttributeId::skyPicture).GetFilename(), dusk) << "taking it away is a step";
 }
 
 TEST_F(ManagerAttributesTest, RangesAndUnitsHold) {

@@ -4,12 +4,15 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstdlib>
+#include <fstream>
 #include <set>
 #include <thread>
 
 #include "file_path.h"
 #include "scene_file.h"
 #include "session_fixture.h"
+#include "typed_name.h"
 
 namespace {
 
@@ -412,6 +415,244 @@ TEST_F(FileSessionTest, APictureBesideTheSceneIsWatchedToo) {
   age(folder / "tex.png", 5);
   watchIt();
   EXPECT_NE(document().GetIdentity(), before);
+}
+
+// A variable of the environment, for a while.
+class EnvironmentValue {
+ public:
+  EnvironmentValue(const char* name, const char* value) : name_(name) {
+    if (const char* before = std::getenv(name)) before_ = before;
+    set(value);
+  }
+  ~EnvironmentValue() { set(before_ ? before_->c_str() : nullptr); }
+  EnvironmentValue(const EnvironmentValue&) = delete;
+  EnvironmentValue& operator=(const EnvironmentValue&) = delete;
+
+ private:
+  void set(const char* value) const { value ? setenv(name_, value, 1) : unsetenv(name_); }
+  const char* name_;
+  std::optional<std::string> before_;
+};
+
+// A scene with one picture beside it.
+class OutsidePictureTest : public FileSessionTest {
+ protected:
+  OutsidePictureTest() {
+    std::filesystem::create_directories(toPath(folder / "tex tures"));
+    paint("one");
+    folder.write("a.gltf", R"({"asset":{"version":"2.0"},"scene":0,"scenes":[{"nodes":[0]}],
+      "nodes":[{"name":"lamp"}],"images":[{"uri":"tex%20tures/%C3%BC%23.png"}],"textures":[{"source":0}],
+      "materials":[{"name":"m","pbrMetallicRoughness":{"baseColorTexture":{"index":0}}}]})");
+    age(folder / "a.gltf");
+    open(folder / "a.gltf");
+    EXPECT_TRUE(errors.empty()) << errors[0].text();
+  }
+  // The picture's file holds this, and looks older than `seconds`.
+  void paint(const std::string& bytes, int seconds = 10) {
+    folder.write("tex tures/ü#.png", std::string("\x89PNG") + bytes);
+    age(folder / "tex tures/ü#.png", seconds);
+  }
+  std::string painted() {
+    const auto& bytes =
+        *static_cast<ShaderState*>(state().materials.first()->shaders.first())->picture->bytes;
+    return std::string(reinterpret_cast<const char*>(bytes.data()), bytes.size()).substr(4);
+  }
+  void saveInto(const char* name) {
+    EXPECT_TRUE(files().saveAs(folder / name));
+    files().finish();
+    EXPECT_TRUE(errors.empty()) << errors[0].text();
+  }
+};
+
+TEST_F(OutsidePictureTest, IsWatchedAfterASaveToo) {
+  edit();
+  EXPECT_TRUE(files().save());
+  files().finish();
+  EXPECT_EQ(readText(folder / "a.gltf").find("base64"), std::string::npos);
+  watchIt();
+  EXPECT_EQ(painted(), "one");
+  paint("two", 5);
+  watchIt();
+  EXPECT_EQ(painted(), "two");
+  EXPECT_NE(document().SearchObject("edited"), nullptr) << "with what was saved";
+  std::filesystem::create_directories(toPath(folder / "other"));
+  saveInto("other/b.glb");
+  paint("three", 4);
+  watchIt();
+  EXPECT_EQ(painted(), "three") << "from the other folder as well";
+}
+
+// Between the load and the save another program painted: what was read is older than the file.
+TEST_F(OutsidePictureTest, AChangeDuringASaveIsNoticed) {
+  paint("two", 5);
+  edit();
+  EXPECT_TRUE(files().save());
+  files().finish();
+  watchIt();
+  EXPECT_EQ(painted(), "two");
+}
+
+TEST_F(OutsidePictureTest, APackedSceneHoldsItAndStaysPacked) {
+  EXPECT_TRUE(files().savePacked(folder / "p.gltf")) << "another ending becomes .glb";
+  files().finish();
+  EXPECT_EQ(files().title(), String("p.glb"));
+  paint("two", 5);
+  watchIt();
+  EXPECT_EQ(painted(), "one") << "nobody depends on the file any more";
+  edit();
+  EXPECT_TRUE(files().save());
+  files().finish();
+  EXPECT_EQ(readText(folder / "p.glb").find("%23.png\",\"mime"), std::string::npos);
+  LoadResult loaded = loadDocument(folder / "p.glb");
+  EXPECT_TRUE(outsideFiles(*loaded.document).empty()) << "saved again it stays packed";
+  saveInto("q.gltf");
+  EXPECT_EQ(outsideFiles(*loadDocument(folder / "q.gltf").document).size(), 1u);
+}
+
+TEST_F(FileSessionTest, AReloadIsOneStepOfUndo) {
+  const Filename file = write("a.glb");
+  open(file);
+  document().GetActiveBaseDraw()->SetSceneCamera(document().SearchObject("camera"));
+  edit("mine");
+  const DocumentPtr mine = copy();
+  reloadAnswer = true;
+  write("a.glb", [](BaseDocument& d) {
+    d.SearchObject("lamp")->SetName("theirs");
+    stateOf(&d)->animationNames = {"run", "jump"};
+  });
+  watchIt();
+  ASSERT_NE(document().SearchObject("theirs"), nullptr);
+  const DocumentPtr theirs = copy();
+  EXPECT_FALSE(files().isDirty());
+  EXPECT_EQ(edits().undoName(), String("Reload"));
+  EXPECT_TRUE(edits().undo());
+  runAll();
+  expectEqual(mine, "the edits are back");
+  EXPECT_EQ(state().activeView->camera, id("camera")) << "and the view looks through the same camera";
+  EXPECT_TRUE(files().isDirty()) << "this is not what is on disk";
+  EXPECT_TRUE(edits().redo());
+  expectEqual(theirs, "the file again");
+  EXPECT_EQ(state().activeView->camera, id("camera"));
+  EXPECT_FALSE(files().isDirty());
+  edits().undo();
+  EXPECT_EQ(edits().undoName(), String("Rename")) << "what was before the reload can be undone too";
+  edits().undo();
+  EXPECT_NE(document().SearchObject("lamp"), nullptr);
+  edits().redo();
+  EXPECT_TRUE(files().save());
+  files().finish();
+  EXPECT_NE(loadDocument(file).document->SearchObject("mine"), nullptr);
+  EXPECT_FALSE(files().isDirty());
+  unsavedAnswer = UnsavedAnswer::discard;
+  open(write("b.glb"));
+  EXPECT_FALSE(edits().canUndo()) << "another scene has no way back";
+}
+
+TEST_F(FileSessionTest, APictureBecomesTheSky) {
+  open(write("a.glb"));
+  const Filename noon = folder.write("noon.hdr", "#?RADIANCE\n"),
+                 dusk = folder.write("dusk.EXR", "\x76\x2f\x31\x01");
+  const DocumentPtr before = copy();
+  unsavedAnswer = UnsavedAnswer::cancel;
+  EXPECT_TRUE(files().open(noon)) << "as a dropped file";
+  runAll();
+  EXPECT_EQ(files().title(), String("a.glb")) << "the scene stays";
+  EXPECT_TRUE(errors.empty()) << errors[0].text();
+  const ObjectState* sky = object("Sky");
+  EXPECT_EQ(param::integer(*sky, param::skyKind), 3);
+  EXPECT_EQ(sky->picture->name, "noon.hdr");
+  EXPECT_EQ(attributeValue(document(), sky->identity, AttributeId::skyPicture).GetFilename(), noon);
+  EXPECT_EQ(edits().undoName(), String("Set Sky Picture"));
+  edits().undo();
+  expectEqual(before, "undone");
+  edits().redo();
+  setAttribute(document(), std::array{id("Sky")}, AttributeId::skyRotation, GeData(Real(90)));
+  setAttribute(document(), std::array{id("Sky")}, AttributeId::skyStrength, GeData(Real(2)));
+  EXPECT_TRUE(files().open(dusk)) << "with unsaved edits too: nothing is lost";
+  EXPECT_TRUE(unsavedAsked.empty());
+  EXPECT_EQ(object("Sky")->picture->name, "dusk.EXR");
+  EXPECT_EQ(document().SearchObject("Sky 2"), nullptr) << "the sky that is there changes";
+  EXPECT_TRUE(files().save());
+  files().finish();
+  const DocumentPtr loaded = std::move(loadDocument(folder / "a.glb").document);
+  const ObjectState* again = stateOf(loaded->SearchObject("Sky"));
+  ASSERT_TRUE(again && again->picture);
+  EXPECT_EQ(again->picture->uri, "dusk.EXR") << "relative, outside";
+  EXPECT_EQ(again->picture->file, dusk);
+  EXPECT_NEAR(param::real(*again, param::skyRotation), 1.5707963, 1e-6);
+  EXPECT_EQ(param::real(*again, param::skyStrength), 2);
+}
+
+TEST_F(FileSessionTest, APictureThatIsNoneChangesNoSky) {
+  openScene();
+  const DocumentPtr before = copy();
+  EXPECT_FALSE(files().open(folder / "nowhere.hdr"));
+  EXPECT_FALSE(files().open(folder.write("text.exr", "no picture")));
+  ASSERT_EQ(errors.size(), 2u);
+  for (const FileError& error : errors)
+    EXPECT_EQ(error.sentence, "The picture for the sky could not be loaded.");
+  EXPECT_NE(errors[0].reason.find("not there"), std::string::npos);
+  EXPECT_NE(errors[1].reason.find("no picture"), std::string::npos);
+  expectEqual(before, "afterwards");
+}
+
+TEST_F(FileSessionTest, TheSkysPictureIsAnAttribute) {
+  const Filename noon = folder.write("noon.hdr", "#?RADIANCE\n");
+  open(write("a.glb"));
+  const std::array sky{newObject(document(), Osky)};
+  EXPECT_EQ(attributeValue(document(), sky[0], AttributeId::skyPicture).GetType(), DA_NIL);
+  setAttribute(document(), sky, AttributeId::skyKind, GeData(LONG(3)));
+  EXPECT_FALSE(attributeValue(document(), sky[0], AttributeId::skyPicture).GetFilename().Content());
+  EXPECT_TRUE(files().setSkyPicture(Filename("noon.hdr"), {sky[0]})) << "relative to the scene";
+  EXPECT_EQ(attributeValue(document(), sky[0], AttributeId::skyPicture).GetFilename(), noon);
+  EXPECT_FALSE(setAttribute(document(), sky, AttributeId::skyPicture, GeData(folder / "no.hdr")));
+  EXPECT_TRUE(setAttribute(document(), sky, AttributeId::skyPicture, GeData(Filename())));
+  EXPECT_FALSE(object("Sky")->picture);
+}
+
+class NameDialog final : public GeDialog {
+ public:
+  Bool CreateLayout() override {
+    AddEditText(1, BFH_SCALEFIT);
+    return TRUE;
+  }
+};
+
+TEST_F(FileSessionTest, ADialogsFileNameCountsFromTheScene) {
+  open(write("a.glb"));
+  NameDialog dialog;
+  ASSERT_TRUE(dialog.Open(DLG_TYPE_ASYNC, 1));
+  dialog.SetString(1, "shot.mov");
+  Filename name;
+  EXPECT_TRUE(dialog.GetFilename(1, name));
+  EXPECT_EQ(name, folder / "shot.mov");
+  dialog.SetString(1, "/elsewhere/shot.mov");
+  EXPECT_TRUE(dialog.GetFilename(1, name));
+  EXPECT_EQ(name, Filename("/elsewhere/shot.mov"));
+  session.reset();
+  dialog.SetString(1, "shot.mov");
+  EXPECT_TRUE(dialog.GetFilename(1, name));
+  EXPECT_EQ(name, Filename("shot.mov")) << "without a session as typed";
+}
+
+TEST_F(FileSessionTest, ARelativeOutputCountsFromTheScene) {
+  const std::string home = folder.path().GetString().GetUTF8() + "/home";
+  std::filesystem::create_directories(home);
+  const EnvironmentValue user("HOME", home.c_str()), config("XDG_CONFIG_HOME", nullptr);
+  const auto meant = [](const char* typed) { return typedName(Filename(typed)).GetString().GetUTF8(); };
+  const std::string here = folder.path().GetString().GetUTF8();
+  EXPECT_EQ(meant("/tmp/shot.mov"), "/tmp/shot.mov");
+  EXPECT_EQ(meant(""), "");
+  EXPECT_EQ(meant("shot.mov"), home + "/Videos/shot.mov") << "a scene without a file";
+  EXPECT_TRUE(std::filesystem::is_directory(home + "/Videos"));
+  std::filesystem::create_directories(home + "/.config");
+  std::ofstream(home + "/.config/user-dirs.dirs") << "# folders\nXDG_VIDEOS_DIR=\"$HOME/My Films\"\n";
+  EXPECT_EQ(meant("shot.mov"), home + "/My Films/shot.mov");
+  open(write("a.glb"));
+  EXPECT_EQ(meant("shot.mov"), here + "/shot.mov");
+  EXPECT_EQ(meant("frames/shot.tif"), here + "/frames/shot.tif");
+  EXPECT_TRUE(std::filesystem::is_directory(here + "/frames")) << "else it would land elsewhere";
+  EXPECT_EQ(meant("../shot.mov"), here.substr(0, here.rfind('/')) + "/shot.mov");
 }
 
 TEST_F(FileSessionTest, EditsMadeWhileAFileLoadsAreAskedAbout) {
