@@ -8,7 +8,9 @@
 #include "interrupt.h"
 #include "lm_thread.h"
 #include "main_loop.h"
+#include "plugin_unit.h"
 #include "render_job.h"
+#include "thread_context.h"
 
 namespace batch {
 namespace {
@@ -136,6 +138,7 @@ AnimationResult runAnimation(BaseDocument& document, BaseBitmap& bitmap, lmSetti
   status.frameTime = BaseTime(job.frames.from, document.GetFps());
   std::atomic<LONG> running{1};
 
+  const host::PluginScope plugin(startedPlugin()); // the thread is the plug-in's and finds its pictures
   lmThread thread;
   thread.settings = &settings;
   thread.data = &status;

@@ -1,5 +1,6 @@
 #include "plugin_unit.h"
 
+#include "lm_keys.h"
 #include "main.h"
 
 namespace batch {
@@ -12,6 +13,12 @@ host::PluginUnit linkedPlugin(const Filename& startupPath) {
   unit.start = &PluginStart;
   unit.end = &PluginEnd;
   return unit;
+}
+
+const host::PluginUnit* startedPlugin() {
+  const host::PluginRegistry* registry = host::pluginRegistry();
+  const host::CommandEntry* viewer = registry ? registry->findCommand(ID_LUMENARA) : nullptr;
+  return viewer ? viewer->plugin : nullptr;
 }
 
 } // namespace batch

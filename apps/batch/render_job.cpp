@@ -5,8 +5,10 @@
 #include "lm_stamps.h"
 #include "lm_thread.h"
 #include "main_loop.h"
+#include "plugin_unit.h"
 #include "run_settings.h"
 #include "scene_setup.h"
+#include "thread_context.h"
 
 namespace batch {
 namespace {
@@ -48,6 +50,7 @@ JobResult runJob(BaseDocument& document, BaseBitmap& bitmap, lmSettings& setting
   LMTHREAD_DATA status;
   fillStatus(document, status);
 
+  const host::PluginScope plugin(startedPlugin()); // the thread is the plug-in's and finds its pictures
   lmThread thread;
   thread.settings = &settings;
   thread.data = &status;

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdlib>
 #include <set>
 
@@ -347,6 +348,28 @@ TEST_F(Render, BannerTellsAboutTheMissingPictureUnlessOff) {
     }
   }
   EXPECT_GT(differing, 100);
+}
+
+// The icon is the plug-in's own picture, found from any working folder.
+TEST_F(Render, BannerHasItsIcon) {
+  const Picture icon = readPicture(LUMENARA_SOURCE_DIR "/res/gui/error.tif");
+  ASSERT_GT(icon.width, 8);
+  TinyScene scene;
+  scene.missingPicture = true;
+  const std::string file = writeTinyScene(folder.path(), scene);
+  render(file, "banner.png", {"--size", "400x400"}, 5);
+  const Picture banner = readPicture(folder / "banner.png");
+  ASSERT_EQ(banner.width, 400);
+  int same = 0; // where the icon covers the picture
+  for (int y = 0; y < icon.height; ++y) {
+    for (int x = 0; x < icon.width; ++x) {
+      bool equal = !icon.isBlack(x, y);
+      for (int channel = 0; channel < 3; ++channel)
+        equal = equal && std::abs(banner.at(4 + x, 4 + y, channel) - icon.at(x, y, channel)) < 0.003F;
+      same += equal;
+    }
+  }
+  EXPECT_GT(same, 1000);
 }
 
 TEST_F(Render, QuietSaysNothing) {
