@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""Writes the seed corpus of scene_fuzz: small glTF files, each with a few features, made here."""
+"""Writes the seeds of the fuzz targets, one folder a target: small glTF files, each with a few features, preferences,
+containers, names and command lines, made here. Inputs that runs have found lie beside them."""
 import base64
 import json
 import pathlib
@@ -144,12 +145,58 @@ def furnished():
     return scene
 
 
+def write(target, name, data):
+    folder = FOLDER / target
+    folder.mkdir(parents=True, exist_ok=True)
+    (folder / name).write_bytes(data if isinstance(data, bytes) else data.encode())
+
+
+VALUES = [[1, "long", 1], [2, "llong", 9000000000], [3, "bool", True], [4, "real", 0.5], [5, "real", "nan"],
+          [6, "time", [1, 30]], [7, "vector", [1, 2, 3]], [8, "matrix", [0] * 12], [9, "string", "x"],
+          [10, "filename", "a/b.tif"], [11, "bytes", "00ff"], [12, "link", 7], [13, "nil"],
+          [14, "container", {"id": 3, "entries": [[1, "long", 2]]}]]
+
+
+def containers():
+    write("container", "values.json", json.dumps(VALUES))
+    write("container", "with_id.json", json.dumps({"id": 5, "entries": VALUES[:3]}))
+    write("container", "damaged.json", json.dumps([[1, "long", "x"], 7, [2, "container", [[3], [4, "bool", True]]]]))
+
+
+def preferences():
+    head = {"format": "Lumenara preferences", "version": 1}
+    write("preferences", "whole.json", json.dumps({**head, "plugins/1030001": VALUES, "program/recentFiles": VALUES[9:10]}))
+    write("preferences", "damaged.json", json.dumps({**head, "plugins/1030001": [[1, "long", 5], [2, "long"]], "program/x": 3}))
+    write("preferences", "other_version.json", json.dumps({**head, "version": 2}))
+    write("preferences", "cut_off.json", json.dumps(head)[:-1] + ', "plugins/1')
+
+
+def names():
+    for number, name in enumerate(("scene[001].tif", "lastRender[012].tif", ".hidden", "a.b.c", "two words[999].tif",
+                                   "\u00e4\u6f22.tif", "..tif", "[1].TIF")):
+        write("history", f"name{number}", name)
+
+
+def command_lines():
+    lines = (["render", "a.glb", "-o", "b.png", "--size", "64x48", "--samples", "4", "--region", "0,0,9,9"],
+             ["render", "a.glb", "-o", "b.png", "--region-box", "0.25,0.25,0.5", "--frame", "3", "--set", "LM_OPT_15014=0"],
+             ["animate", "a.glb", "-o", "b.mov", "--frames", "0:89:2", "--format", "4", "--quality", "50", "--resume"],
+             ["compare", "a.png", "b.png", "--slider", "-1", "--style", "blend", "--stats", "--fail-above", "0.1"],
+             ["settings", "set", "10005", "-1"], ["settings", "list", "--home", "x"], ["history", "add", "a.tif"],
+             ["info", "a.glb", "--json"], ["--version"], ["render", "--help"])
+    for number, words in enumerate(lines):
+        write("command_line", f"line{number}", "\0".join(words))
+
+
 def main():
-    FOLDER.mkdir(exist_ok=True)
     for make in (plain, quantised, animated, skinned, sparse, furnished):
-        (FOLDER / f"{make.__name__}.glb").write_bytes(make().glb())
+        write("scene", f"{make.__name__}.glb", make().glb())
     for make in (plain, furnished):
-        (FOLDER / f"{make.__name__}.gltf").write_bytes(make().text())
+        write("scene", f"{make.__name__}.gltf", make().text())
+    containers()
+    preferences()
+    names()
+    command_lines()
 
 
 main()

@@ -2,6 +2,7 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "gltf_mutator.h"
 #include "scene_file.h"
 #include "snapshot.h"
 
@@ -29,6 +30,11 @@ void use(BaseDocument& document) {
 }
 
 } // namespace
+
+extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t size, std::size_t mostBytes,
+                                               unsigned seed) {
+  return fuzz::mutateGltf(data, size, mostBytes, seed);
+}
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   host::LoadOptions options;

@@ -14,6 +14,7 @@ TiffMemory& memoryOf(thandle_t self) {
   return *static_cast<TiffMemory*>(self);
 }
 
+__attribute__((format(printf, 4, 0))) // clang asks who checks the format
 int keepError(TIFF*, void* text, const char*, const char* format, va_list values) {
   auto& error = *static_cast<std::string*>(text);
   char line[300];

@@ -1,0 +1,80 @@
+// Command lines from any bytes, a zero byte between the arguments: each is a command within its ranges, a
+// text, or one sentence of wrong use.
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+
+#include "c4d_string.h"
+#include "command_line.h"
+
+/// The plug-in has it; its units are not part of what is tested here.
+String GetVersionString() {
+  return "0";
+}
+
+namespace {
+
+void require(bool holds, const char* what) {
+  if (holds) return;
+  std::fprintf(stderr, "%s\n", what);
+  std::abort();
+}
+
+void check(const std::optional<batch::PixelSize>& size) {
+  require(!size || (size->width >= 1 && size->width <= 32768 && size->height >= 1 && size->height <= 32768),
+          "sizes are those of bitmaps");
+}
+
+struct Check {
+  void operator()(const batch::RenderOptions& o) const {
+    check(o.size);
+    require(!o.region || (o.region->left >= 0 && o.region->top >= 0 && o.region->right >= o.region->left &&
+                          o.region->bottom >= o.region->top),
+            "regions have pixels");
+    require(!o.box || (o.box->x >= 0 && o.box->x <= 1 && o.box->y >= 0 && o.box->y <= 1 && o.box->size > 0 &&
+                       o.box->size <= 1),
+            "boxes are fractions");
+    require(o.samples >= 0 && o.samples <= 1000000 && o.threads >= 0 && o.threads <= 1024,
+            "counts are limited");
+    for (const auto& setting : o.settings)
+      require(!setting.first.empty(), "settings have names");
+  }
+  void operator()(const batch::AnimateOptions& o) const {
+    check(o.size);
+    require(o.frames.from >= 0 && o.frames.from <= o.frames.to && o.frames.step >= 1, "frames go on");
+    require(!o.format || (*o.format >= 0 && *o.format <= 10), "formats are known");
+    require(!o.quality || (*o.quality >= 1 && *o.quality <= 100), "qualities are percent");
+  }
+  void operator()(const batch::CompareOptions& o) const {
+    check(o.size);
+    require(o.slider >= -1 && o.slider <= 1, "the slider has ends");
+    require(!o.failAbove || (*o.failAbove >= 0 && *o.failAbove <= 1), "so has the difference");
+  }
+  void operator()(const batch::InfoOptions&) const {}
+  void operator()(const batch::SettingsOptions&) const {}
+  void operator()(const batch::HistoryOptions&) const {}
+  void operator()(const batch::ShowText& text) const { require(!text.text.empty(), "a text says something"); }
+};
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  std::vector<std::string> words{"lumenara"};
+  std::string_view text(reinterpret_cast<const char*>(data), size);
+  while (!text.empty() && words.size() < 40) {
+    const std::size_t end = text.find('\0');
+    words.emplace_back(text.substr(0, end));
+    text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
+  }
+  std::vector<const char*> arguments;
+  for (const std::string& word : words)
+    arguments.push_back(word.c_str());
+  arguments.push_back(nullptr);
+  try {
+    std::visit(Check(), batch::parseCommandLine(static_cast<int>(words.size()), arguments.data()));
+  } catch (const batch::Stop& stop) {
+    require(stop.code() == batch::ExitCode::wrongUse && *stop.what(), "wrong use is told");
+  }
+  return 0;
+}
