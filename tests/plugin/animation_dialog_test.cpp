@@ -102,6 +102,20 @@ TEST_F(AnimationDialogTest, ShowsTheDefaultsAtFirst) {
   });
 }
 
+TEST_F(AnimationDialogTest, ShowsTheSameWithoutStoredKeys) {
+  settings.GetDataInstance()->FlushAll();
+  open([&] {
+    EXPECT_EQ(text(14001), "");
+    expectShown(
+        {{FRAMES, 0}, {14004, 0}, {14005, 0}, {14006, 1}, {14007, 0}, {14013, 0}, {14009, 1}, {14008, 0}});
+    EXPECT_EQ(dialog.step, 1);
+    EXPECT_EQ(dialog.jpegQuality, 95);
+    EXPECT_EQ(dialog.photoshop7, 1);
+    EXPECT_EQ(dialog.stamp, 0);
+    EXPECT_EQ(dialog.formatOptions.GetCount(), 0);
+  });
+}
+
 TEST_F(AnimationDialogTest, ShowsWhatIsStored) {
   settings.SetValue(14001, Filename("/out/shot.avi"));
   const Numbers shown = {{14004, 12}, {14005, 34}, {14006, 3}, {14007, 5},

@@ -101,13 +101,17 @@ TEST_F(AnimationDialogTest, TheJpegDialogNamesBothEndsOfItsSlider) {
   still.jpeg = TRUE;
   ui.whileDialogIsOpen = [](GeDialog& shown) {
     std::vector<std::string> texts;
-    std::vector<LONG> columns;
+    std::vector<LONG> columns, widths;
     for (const host::Gadget* one : flat(host::dialogModel(shown).root)) {
-      if (one->kind == host::GadgetKind::staticText) texts.push_back(one->text.GetUTF8());
+      if (one->kind == host::GadgetKind::staticText) {
+        texts.push_back(one->text.GetUTF8());
+        widths.push_back(one->initWidth);
+      }
       if (one->kind == host::GadgetKind::group) columns.push_back(one->columns);
     }
     EXPECT_EQ(texts, (std::vector<std::string>{"", "", "Low", "High ", "JPEG Quality", "", "", "Small File",
                                                "Large File "}));
+    EXPECT_EQ(widths, (std::vector<LONG>{120, 80, 0, 0, 120, 120, 80, 0, 0}));
     ASSERT_GE(columns.size(), 4u);
     EXPECT_EQ(std::vector<LONG>(columns.begin(), columns.begin() + 4), (std::vector<LONG>{1, 4, 2, 4}));
   };

@@ -147,7 +147,9 @@ TEST_F(EntryTest, PrintsTheBannerBetweenTwoFrameLines) {
   ASSERT_NE(first, lines.end());
   ASSERT_NE(first + 1, lines.end());
   EXPECT_EQ(*(first + 1), "||  Lumenara v" + GetVersionString().GetUTF8());
-  EXPECT_NE(std::find(first + 1, lines.end(), frame), lines.end());
+  const auto last = std::find(first + 1, lines.end(), frame);
+  ASSERT_NE(last, lines.end());
+  EXPECT_GT(last - first, 2) << "the notice lines";
   EXPECT_EQ(countOf(lines, frame), 2);
 }
 

@@ -190,6 +190,25 @@ TEST_F(OptionsTest, TheStoredTypeSaysHowAGadgetIsRead) {
   EXPECT_EQ(data().GetType(20012), DA_TIME) << "no gadget shows a time";
 }
 
+// A real without a range of its own has none, whatever the gadget.
+TEST_F(OptionsTest, OtherRealsAreUnbounded) {
+  settings.GetDataInstance()->SetReal(20028, -7.5);
+  open([&] {
+    EXPECT_EQ(gadget(20028).number, -7.5);
+    EXPECT_EQ(gadget(20028).spec.min, -1.0e308);
+    EXPECT_EQ(gadget(20028).spec.max, 1.0e308);
+    EXPECT_EQ(gadget(20028).spec.step, 1.0);
+  });
+}
+
+TEST_F(OptionsTest, ScalesWithItsWindow) {
+  open([&] {
+    const host::Gadget& root = host::dialogModel(*dialog).root;
+    ASSERT_FALSE(root.children.empty());
+    EXPECT_EQ(root.children.at(0)->flags & (BFH_SCALEFIT | BFV_SCALEFIT), BFH_SCALEFIT | BFV_SCALEFIT);
+  });
+}
+
 TEST_F(OptionsTest, ClosingStoresWhateverTheWayOut) {
   EXPECT_TRUE(open([&] {
     click(20014);
@@ -368,6 +387,10 @@ TEST_F(OptionsTest, EveryCommandSucceedsAndSetsTheEnabling) {
     EXPECT_FALSE(enabled(20015)) << "a setter calls nothing";
     EXPECT_TRUE(dialog->Command(4711, BaseContainer()));
     EXPECT_TRUE(enabled(20015));
+    dialog->SetBool(20014, FALSE);
+    ui.files.push_back(Filename());
+    EXPECT_TRUE(dialog->Command(20023, BaseContainer()));
+    EXPECT_FALSE(enabled(20015)) << "a cancelled selector too";
   });
 }
 

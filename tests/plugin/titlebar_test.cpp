@@ -416,4 +416,20 @@ TEST_F(TitlebarTest, ANewOpeningForgetsTheHover) {
   EXPECT_EQ(grayAt(330), 80);
 }
 
+TEST_F(TitlebarTest, ANewOpeningStartsTheTimerAnew) {
+  open();
+  pointerAt(330, 10);
+  hover(330, 10);
+  dialog->Close();
+  callAsPlugin([&] { dialog->Open(DLG_TYPE_ASYNC, 1); });
+  host::sizeArea(bar(), 400, HEIGHT);
+  runAll();
+  bar().SetTimer(0); // whatever was left of the old one
+  bar().timers = 0;
+  pointerAt(200, 10);
+  hover(200, 10);
+  advance(500);
+  EXPECT_GT(bar().timers, 0);
+}
+
 } // namespace

@@ -122,6 +122,15 @@ TEST_F(ViewRenderTest, TheTimerRedrawsEveryTenthOfASecond) {
   EXPECT_EQ(paintedPixel(view(), 5, 5), (Rgb{2, 2, 2}));
 }
 
+TEST_F(ViewRenderTest, AMissingModeIsNormal) {
+  beginRender(60, 40, {1, 1, 1});
+  poll();
+  viewer->settings.GetDataInstance()->RemoveData(LM_MODE);
+  view().image->Clear(2, 2, 2);
+  poll();
+  EXPECT_EQ(paintedPixel(view(), 5, 35), (Rgb{2, 2, 2}));
+}
+
 TEST_F(ViewRenderTest, WithoutAPictureNothingIsSaved) {
   viewer->view.SaveToPictureViewer(); // never sized
   EXPECT_TRUE(ui.shownBitmaps.empty());

@@ -183,6 +183,17 @@ TEST_F(ViewTest, TheTimerFollowsTheGroupInFitModeOnly) {
   EXPECT_EQ(view().width, 200); // not asked again
 }
 
+TEST_F(ViewTest, EitherSideOfTheGroupIsFollowed) {
+  openEnabled();
+  setOption(LM_VIEW_SIZE, 0);
+  for (const Size& size : {Size{200, 100}, Size{200, 80}, Size{180, 80}}) {
+    host::setScrollSize(*viewer, 1122, size.width, size.height);
+    poll();
+    EXPECT_EQ(viewSize(), size);
+    EXPECT_EQ((Size{view().display->GetBw(), view().display->GetBh()}), size);
+  }
+}
+
 TEST_F(ViewTest, TheLargestSizeHoldsWhateverTheDialogsSize) {
   openEnabled();
   setOption(LM_VIEW_SIZE, 6);
