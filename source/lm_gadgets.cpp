@@ -2,8 +2,22 @@
 
 #include "lm_keys.h"
 
+namespace {
+
+/// The setting's range when its values are of this type; a value of another type has none.
+const lmRange* RangeFor(LONG key, LONG type) {
+  LONG count = 0;
+  const lmKey* keys = GetKeys(&count);
+  for (LONG i = 0; i < count; ++i) {
+    if (keys[i].key == key) return keys[i].type == type ? GetRange(key) : nullptr;
+  }
+  return nullptr;
+}
+
+} // namespace
+
 void SetNumber(GeDialog* dialog, LONG key, LONG value) {
-  if (const lmRange* range = GetRange(key)) {
+  if (const lmRange* range = RangeFor(key, DA_LONG)) {
     dialog->SetLong(key, value, static_cast<LONG>(range->min), static_cast<LONG>(range->max),
                     static_cast<LONG>(range->step));
   } else {
@@ -12,7 +26,7 @@ void SetNumber(GeDialog* dialog, LONG key, LONG value) {
 }
 
 void SetNumber(GeDialog* dialog, LONG key, Real value) {
-  const lmRange* range = GetRange(key);
+  const lmRange* range = RangeFor(key, DA_REAL);
   if (!range) {
     dialog->SetReal(key, value, MINREALr, MAXREALr, 1.0);
   } else if (range->shown == LM_SHOWN_PERCENT) {

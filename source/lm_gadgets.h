@@ -3,7 +3,8 @@
 
 #include "c4d.h"
 
-// Shows a number within the setting's range and as it is to be shown; a setting without a range is unbounded.
+// Shows a number within the setting's range and as it is to be shown. A setting without a range is unbounded,
+// and so is a value that is not of the setting's type.
 void SetNumber(GeDialog* dialog, LONG key, LONG value);
 void SetNumber(GeDialog* dialog, LONG key, Real value);
 

@@ -190,15 +190,20 @@ TEST_F(OptionsTest, TheStoredTypeSaysHowAGadgetIsRead) {
   EXPECT_EQ(data().GetType(20012), DA_TIME) << "no gadget shows a time";
 }
 
-// A real without a range of its own has none, whatever the gadget.
-TEST_F(OptionsTest, OtherRealsAreUnbounded) {
+// The ranges are those of one type: a real in the place of a whole number is a plain one, and the other way
+// round.
+TEST_F(OptionsTest, ValuesOfAnotherTypeAreUnbounded) {
   settings.GetDataInstance()->SetReal(20028, -7.5);
+  settings.SetValue(20040, 3000);
   open([&] {
+    EXPECT_EQ(gadget(20040).number, 3000);
     EXPECT_EQ(gadget(20028).number, -7.5);
     EXPECT_EQ(gadget(20028).spec.min, -1.0e308);
     EXPECT_EQ(gadget(20028).spec.max, 1.0e308);
     EXPECT_EQ(gadget(20028).spec.step, 1.0);
   });
+  EXPECT_EQ(data().GetReal(20028), -7.5);
+  EXPECT_EQ(data().GetLong(20040), 3000);
 }
 
 TEST_F(OptionsTest, ScalesWithItsWindow) {
