@@ -48,13 +48,22 @@ bool MemoryShortage::hasFailed() {
   return allocationsLeft == FAILED;
 }
 
-// In the library's place, for the whole test program. The forms for arrays and without exceptions call these.
+// In the library's place, for the whole test program; the address sanitizer wants every form that these
+// delete.
 void* operator new(std::size_t size) {
   return allocateOrThrow(size);
 }
 
 void* operator new(std::size_t size, std::align_val_t alignment) {
   return allocateOrThrow(size, static_cast<std::size_t>(alignment));
+}
+
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+  return allocate(size, 1);
+}
+
+void* operator new(std::size_t size, std::align_val_t alignment, const std::nothrow_t&) noexcept {
+  return allocate(size, static_cast<std::size_t>(alignment));
 }
 
 void operator delete(void* memory) noexcept {
@@ -70,5 +79,13 @@ void operator delete(void* memory, std::align_val_t) noexcept {
 }
 
 void operator delete(void* memory, std::size_t, std::align_val_t) noexcept {
+  std::free(memory);
+}
+
+void operator delete(void* memory, const std::nothrow_t&) noexcept {
+  std::free(memory);
+}
+
+void operator delete(void* memory, std::align_val_t, const std::nothrow_t&) noexcept {
   std::free(memory);
 }
