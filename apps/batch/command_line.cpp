@@ -145,7 +145,9 @@ void addRun(CLI::App& command, RawOptions& raw, Options& options) {
 
 CLI::App* addRender(CLI::App& app, RawOptions& raw) {
   CLI::App* render = app.add_subcommand("render", "Render a scene into a picture");
-  render->add_option("-o,--output", raw.render.image, "Picture: png, tif, jpg, bmp, exr by its suffix")
+  render
+      ->add_option("-o,--output", raw.render.image,
+                   "Picture: png, tif, jpg, exr, webp, bmp, psd, b3d by its suffix")
       ->type_name("IMAGE")
       ->required();
   render->add_option("--frame", raw.frame, "Frame of the animation; else the scene's current one")
@@ -219,9 +221,11 @@ CLI::App* addSettings(CLI::App& app, RawOptions& raw) {
 CLI::App* addCompare(CLI::App& app, RawOptions& raw) {
   CLI::App* compare = app.add_subcommand("compare", "Put two pictures into one, and measure how they differ");
   CompareOptions& options = raw.compare;
-  compare->add_option("A", options.a, "Picture: png, tif, jpg, exr, hdr, psd, bmp, tga")->required();
+  compare->add_option("A", options.a, "Picture: png, tif, jpg, exr, webp, hdr, psd, bmp, tga")->required();
   compare->add_option("B", options.b, "The picture beside it")->required();
-  compare->add_option("-o,--output", options.image, "Picture: png, tif, jpg, bmp, exr by its suffix")
+  compare
+      ->add_option("-o,--output", options.image,
+                   "Picture: png, tif, jpg, exr, webp, bmp, psd, b3d by its suffix")
       ->type_name("IMAGE");
   static const std::map<std::string, LONG> styles = {
       {"columns", 0}, {"rows", 1}, {"blend", 2}, {"difference", 9999}};

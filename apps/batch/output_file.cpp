@@ -1,22 +1,12 @@
 #include "output_file.h"
 
-#include <array>
-#include <utility>
-
 #include "atomic_file.h"
 #include "c4d_bitmap.h"
 #include "exit_code.h"
+#include "picture_formats.h"
 
 namespace batch {
 namespace {
-
-constexpr std::array<std::pair<const char*, LONG>, 7> formats{{{"png", FILTER_PNG},
-                                                               {"tif", FILTER_TIF},
-                                                               {"tiff", FILTER_TIF},
-                                                               {"jpg", FILTER_JPG},
-                                                               {"jpeg", FILTER_JPG},
-                                                               {"bmp", FILTER_BMP},
-                                                               {"exr", FILTER_EXR}}};
 
 [[noreturn]] void notWritable(const Filename& file, const std::string& what, const std::string& why) {
   throw Stop(ExitCode::outputNotWritable,
@@ -26,14 +16,15 @@ constexpr std::array<std::pair<const char*, LONG>, 7> formats{{{"png", FILTER_PN
 } // namespace
 
 LONG pictureFilter(const Filename& picture) {
-  for (const auto& [suffix, filter] : formats) {
-    if (picture.CheckSuffix(suffix)) return filter;
-  }
   const std::string suffix = picture.GetSuffix().GetUTF8();
+  if (const host::PictureFileFormat* format = host::formatOfSuffix(suffix)) return format->filter;
+  std::string known;
+  for (const host::PictureFileFormat& format : host::pictureFileFormats())
+    if (format.write) known += (known.empty() ? "" : ", ") + std::string(format.suffixes[0]);
   throw Stop(ExitCode::wrongUse,
              picture.GetString().GetUTF8() +
                  (suffix.empty() ? " has no suffix" : " has the unknown suffix " + suffix) +
-                 "; pictures are written as png, tif, jpg, bmp or exr");
+                 "; pictures are written as " + known);
 }
 
 void requireWritable(const Filename& file, const std::string& what) {

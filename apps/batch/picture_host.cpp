@@ -20,7 +20,8 @@ std::string whyUnreadable(IMAGERESULT result, const std::string& file) {
   case IMAGERESULT_OUTOFMEMORY:
     return "the picture " + file + " is too large; make it smaller first";
   case IMAGERESULT_WRONGTYPE:
-    return file + " is no picture that can be read; convert it to png, tif, jpg, exr, hdr, psd, bmp or tga";
+    return file +
+           " is no picture that can be read; convert it to png, tif, jpg, exr, webp, hdr, psd, bmp or tga";
   case IMAGERESULT_FILESTRUCTURE:
     return "the picture " + file + " is damaged; make it again";
   default:

@@ -32,10 +32,11 @@ QStringList filtersOf(const FileRequest& request) {
   const QString suffix = toQt(request.forceSuffix);
   if (!suffix.isEmpty()) return {QObject::tr("%1 files (*.%2)").arg(suffix.toUpper(), suffix), all};
   if (request.type == FILESELECTTYPE_IMAGES && request.mode == FILESELECT_SAVE)
-    return {QObject::tr("Pictures (*.png *.tif *.tiff *.jpg *.jpeg *.exr *.bmp *.psd *.b3d)"), all};
+    return {QObject::tr("Pictures (*.png *.tif *.tiff *.jpg *.jpeg *.exr *.webp *.bmp *.psd *.b3d)"), all};
   if (request.type == FILESELECTTYPE_IMAGES)
-    return {QObject::tr("Pictures (*.png *.tif *.tiff *.jpg *.jpeg *.exr *.hdr *.bmp *.psd *.tga *.b3d)"),
-            all};
+    return {
+        QObject::tr("Pictures (*.png *.tif *.tiff *.jpg *.jpeg *.exr *.webp *.hdr *.bmp *.psd *.tga *.b3d)"),
+        all};
   if (request.type == FILESELECTTYPE_SCENES && request.mode == FILESELECT_SAVE)
     return {QObject::tr("glTF scenes (*.glb *.gltf)")};
   if (request.type == FILESELECTTYPE_SCENES)

@@ -5,6 +5,7 @@
 #include "background_job.h"
 #include "console.h"
 #include "failures.h"
+#include "picture_formats.h"
 
 namespace host {
 
@@ -12,17 +13,18 @@ const std::vector<PictureFormat>& pictureFormats() {
   static const std::vector<PictureFormat> formats{{"PNG", "png", FILTER_PNG},
                                                   {"TIFF", "tif", FILTER_TIF},
                                                   {"JPEG", "jpg", FILTER_JPG},
-                                                  {"OpenEXR", "exr", FILTER_EXR}};
+                                                  {"OpenEXR", "exr", FILTER_EXR},
+                                                  {"WebP", "webp", filterWebp}};
   return formats;
 }
 
 namespace {
 
 const PictureFormat* formatOf(const Filename& file) {
+  const PictureFileFormat* written = formatOfSuffix(file.GetSuffix().GetUTF8());
   for (const PictureFormat& format : pictureFormats())
-    if (file.CheckSuffix(format.suffix)) return &format;
-  if (file.CheckSuffix("tiff")) return &pictureFormats()[1];
-  return file.CheckSuffix("jpeg") ? &pictureFormats()[2] : nullptr;
+    if (written && format.filter == written->filter) return &format;
+  return nullptr;
 }
 
 // The latest failure with this file.
@@ -44,7 +46,8 @@ bool savePicture(const BaseBitmap& picture, const Filename& file, std::string* e
   const PictureFormat* format = formatOf(file);
   if (!format) {
     return refuse(
-        name + "cannot be saved: its kind is unknown. Choose a name that ends in .png, .tif, .jpg or .exr.");
+        name + "cannot be saved: its kind is unknown. Choose a name that ends in .png, .tif, .jpg, .exr or "
+               ".webp.");
   }
   const std::size_t before = failureCount();
   if (picture.Save(file, format->filter, nullptr, SAVEBIT_ALPHA) == IMAGERESULT_OK) return true;

@@ -19,10 +19,10 @@ struct PictureFormat {
   const char* suffix; // without the point
   LONG filter;        // FILTER_...
 };
-const std::vector<PictureFormat>& pictureFormats(); // PNG, TIFF, JPEG, OpenEXR
+const std::vector<PictureFormat>& pictureFormats(); // PNG, TIFF, JPEG, OpenEXR, WebP
 
-/// Saves by the file's suffix (png, tif, tiff, jpg, jpeg, exr); OpenEXR holds the linear film when the
-/// picture has one. The file is replaced whole. False with a sentence in `error`. Any thread.
+/// Saves by the file's suffix (png, tif, tiff, jpg, jpeg, jpe, exr, webp); OpenEXR holds the linear film when
+/// the picture has one. The file is replaced whole. False with a sentence in `error`. Any thread.
 bool savePicture(const BaseBitmap& picture, const Filename& file, std::string* error);
 
 class PictureSaver {

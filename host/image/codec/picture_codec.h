@@ -82,7 +82,7 @@ FileBytes encodePng(const FilterJob& job);  // with alpha when wanted, straight
 /// codes. With alpha the colours are multiplied by it, as the format's readers expect.
 FileBytes encodeExr(const FilterJob& job);
 FileBytes
-encodeWebp(const FilterJob& job);          // lossless, or lossy with JPGSAVER_QUALITY; with alpha when wanted
+encodeWebp(const FilterJob& job);          // lossless, or lossy with webpSaverQuality; with alpha when wanted
 FileBytes encodePsd(const FilterJob& job); // 8 bits a channel; with alpha when wanted, straight
 FileBytes encodeOpenRaster(const FilterJob& job); // a document of one layer; with alpha when wanted
 

@@ -13,9 +13,10 @@
 
 namespace host {
 
-/// The number of WebP for `BaseBitmap::Save`; a number of this host. Without JPGSAVER_QUALITY in the options
-/// the file is lossless, with it (1 to 100) lossy.
+/// The number of WebP for `BaseBitmap::Save`, and the option that makes it lossy with a quality of 1 to 100;
+/// without it the file is lossless. Numbers of this host.
 inline constexpr LONG filterWebp = 1990001;
+inline constexpr LONG webpSaverQuality = 1990002;
 
 struct FilterJob;
 struct RawPicture;

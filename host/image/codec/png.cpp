@@ -11,6 +11,8 @@ namespace {
 
 // The usual level 6 makes renders 8 % smaller and takes more than three times as long.
 constexpr int packingLevel = 4;
+// Renders come as small with these two as with all five, and a fifth sooner.
+constexpr int rowFilters = SPNG_FILTER_CHOICE_SUB | SPNG_FILTER_CHOICE_AVG;
 
 using Context = std::unique_ptr<spng_ctx, void (*)(spng_ctx*)>;
 
@@ -112,6 +114,7 @@ FileBytes encodePng(const FilterJob& job) {
   const Context context = newContext(SPNG_CTX_ENCODER);
   requireWritten(spng_set_option(context.get(), SPNG_ENCODE_TO_BUFFER, 1));
   requireWritten(spng_set_option(context.get(), SPNG_IMG_COMPRESSION_LEVEL, packingLevel));
+  requireWritten(spng_set_option(context.get(), SPNG_FILTER_CHOICE, rowFilters));
   describe(context.get(), job);
   requireWritten(
       spng_encode_image(context.get(), pixels.data(), pixels.size(), SPNG_FMT_PNG, SPNG_ENCODE_FINALIZE));

@@ -9,6 +9,7 @@
 #include <memory>
 
 #include "picture_codec.h"
+#include "picture_formats.h"
 
 namespace host {
 namespace {
@@ -111,7 +112,7 @@ struct Picture : WebPPicture {
 WebPConfig configOf(const FilterJob& job) {
   WebPConfig config;
   if (!WebPConfigInit(&config)) throw FilterError("could not be encoded (the library has another version)");
-  const LONG quality = job.options ? job.options->GetLong(JPGSAVER_QUALITY, 0) : 0;
+  const LONG quality = job.options ? job.options->GetLong(webpSaverQuality, 0) : 0;
   if (quality > 0) {
     config.quality = static_cast<float>(std::clamp<LONG>(quality, 1, 100));
     config.alpha_quality = 100;
