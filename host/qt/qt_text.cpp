@@ -14,6 +14,10 @@ QString labelText(const String& text) {
   return label;
 }
 
+QString plainLabel(const String& text) {
+  return toQt(text).replace(QLatin1Char('&'), QLatin1String("&&"));
+}
+
 LONG qualifiersOf(Qt::KeyboardModifiers modifiers) {
   return (modifiers & Qt::ShiftModifier ? QSHIFT : 0) | (modifiers & Qt::ControlModifier ? QCTRL : 0) |
          (modifiers & Qt::AltModifier ? QALT : 0);

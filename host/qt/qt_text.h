@@ -21,9 +21,10 @@ inline String toHost(const QString& text) {
 }
 
 /// A label for a button or a menu entry: "&" before a letter or a digit underlines it (and makes it a key),
-/// any other
-/// "&" is shown.
+/// any other "&" is shown.
 QString labelText(const String& text);
+/// A label that shows the text as it is, names of files and objects for example.
+QString plainLabel(const String& text);
 
 /// QSHIFT, QCTRL, QALT.
 LONG qualifiersOf(Qt::KeyboardModifiers modifiers);

@@ -124,7 +124,7 @@ LONG QtUserInterface::popup(const BaseContainer& entries, LONG x, LONG y) {
       menu.addSeparator();
       continue;
     }
-    QAction* action = menu.addAction(labelText(entry.text));
+    QAction* action = menu.addAction(plainLabel(entry.text));
     action->setData(entry.id);
     action->setEnabled(entry.enabled);
     action->setCheckable(entry.checked);

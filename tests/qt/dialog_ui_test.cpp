@@ -197,6 +197,26 @@ TEST_F(DialogUi, PopupGivesTheChosenEntry) {
   EXPECT_EQ(ShowPopupMenu(nullptr, 20, 20, list), 8);
 }
 
+TEST_F(DialogUi, PopupShowsEveryAmpersand) {
+  whenPopup([](QWidget& popup) {
+    const char* const shown[] = {"R&D.glb", "&First", "A && B", "Both&", "A &c& B"};
+    const QList<QAction*> actions = popup.actions();
+    ASSERT_EQ(actions.size(), 5);
+    for (int i = 0; i < 5; ++i) {
+      QString text = actions[i]->text();
+      EXPECT_TRUE(QKeySequence::mnemonic(text).isEmpty()) << text.toStdString();
+      EXPECT_EQ(text.replace(QLatin1String("&&"), QLatin1String("&")), shown[i]);
+      EXPECT_EQ(actions[i]->isChecked(), i == 4);
+    }
+    QTest::keyClick(&popup, Qt::Key_D); // no letter of a name chooses it
+    EXPECT_TRUE(popup.isVisible());
+    QTest::keyClick(&popup, Qt::Key_Escape);
+  });
+  const BaseContainer list =
+      entries({{5, "R&D.glb"}, {6, "&First"}, {7, "A && B"}, {8, "Both&"}, {9, "A &c& B&c&"}});
+  EXPECT_EQ(desktop->popup(list, 20, 20), 0);
+}
+
 TEST_F(DialogUi, PopupIsLeftWithoutAChoice) {
   whenPopup([](QWidget& popup) { QTest::keyClick(&popup, Qt::Key_Escape); });
   EXPECT_EQ(desktop->popup(entries({{5, "First"}}), 0x7fffffff, 0x7fffffff), 0);

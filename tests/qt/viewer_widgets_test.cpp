@@ -1,10 +1,12 @@
 // The viewer's button and the dialogs' title bar through real mouse events of their windows.
+#include <QAction>
 #include <QCursor>
 #include <QImage>
 #include <QPushButton>
 #include <QWindow>
 #include <fstream>
 
+#include "active_document.h"
 #include "dialog_window.h"
 #include "dlg_lumenara.h"
 #include "dlg_optimize.h"
@@ -98,6 +100,43 @@ TEST_F(RefreshButton, ShiftCountsOnlyWithItsOption) {
   click();
   EXPECT_EQ(requestsOf([&] { click(Qt::ShiftModifier); }), 1);
   EXPECT_EQ(stored(LM_ENABLED), 1);
+}
+
+// ---- The other buttons
+
+TEST_F(RefreshButton, TheButtonsOfTheHistoryAreGreyOutsideCompareMode) {
+  QWidget& window = *desktop->windowOf(*viewer);
+  for (const LONG mode : std::vector<LONG>{LM_MODE_NORMAL, LM_MODE_COMPARE, LM_MODE_REGION}) {
+    viewer->Command(mode, BaseContainer());
+    settle();
+    for (const LONG button : {1120, 1121})
+      EXPECT_EQ(enabled(window, button), mode == LM_MODE_COMPARE) << mode;
+  }
+}
+
+TEST_F(RefreshButton, TheCamerasOfThePopupBearTheirNames) {
+  BaseDocument* document = BaseDocument::Alloc();
+  for (const char* name : {"R&D", "Left && Right"}) {
+    BaseObject* camera = BaseObject::Alloc(Ocamera);
+    camera->SetName(name);
+    document->InsertObject(camera, nullptr, nullptr);
+  }
+  host::setActiveDocument(document);
+  QStringList names;
+  whenPopup([&](QWidget& popup) {
+    for (const QAction* action : popup.actions()) {
+      if (action->isSeparator()) continue;
+      EXPECT_TRUE(QKeySequence::mnemonic(action->text()).isEmpty());
+      names << action->text().replace(QLatin1String("&&"), QLatin1String("&"));
+    }
+    QTest::keyClick(&popup, Qt::Key_Escape);
+  });
+  auto& camera = at<QPushButton>(*desktop->windowOf(*viewer), 1118);
+  clickWindow(camera, camera.rect().center());
+  settle();
+  names.sort();
+  EXPECT_EQ(names, (QStringList{"Default Camera", "Left && Right", "R&D"}));
+  host::setActiveDocument(nullptr);
 }
 
 // ---- The title bar
