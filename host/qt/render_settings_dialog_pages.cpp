@@ -77,7 +77,8 @@ QWidget* RenderSettingsDialog::buildQuality() {
   enable(RDATA_NOISETHRESHOLD, standard);
   QGridLayout* edges = addGroup(page, tr("Anti-Aliasing"));
   addChoice(*edges, RDATA_ANTIALIASING, tr("Anti-aliasing"),
-            tr("None leaves hard edges, Geometry smooths edges between objects, Best smooths everything."),
+            tr("None smooths the pixel alone, Geometry adds samples and the filter at edges between objects, "
+               "Best uses the filter everywhere."),
             {{0, tr("None")}, {1, tr("Geometry")}, {2, tr("Best")}});
   addChoice(*edges, RDATA_AAFILTER, tr("Filter"),
             tr("How samples become a pixel: sharper for stills, softer for animations."),

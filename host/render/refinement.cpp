@@ -127,7 +127,7 @@ bool Refinement::coarseTile(const Tile& tile, int block, std::uint64_t& rays) {
       const int right = std::min(tile.right, ((left + x) / block + 1) * block - left);
       const int bottom = std::min(tile.bottom, ((top + y) / block + 1) * block - top);
       float weight;
-      const PathResult r = sample((x + right) / 2, (y + bottom) / 2, 0, true, weight, rays);
+      const PathResult r = sample((x + right) / 2, (y + bottom) / 2, 0, Spread::centre, weight, rays);
       const float rgba[4] = {r.color.x, r.color.y, r.color.z, r.alpha};
       for (int py = y; py < bottom; ++py)
         for (int px = x; px < right; ++px)
@@ -150,12 +150,11 @@ bool Refinement::fineTile(const Tile& tile, int target, std::uint64_t& rays) {
       const std::size_t i = index(x, y);
       Pixel& pixel = pixels_[i];
       if (flags_[i] & resting) continue;
-      const bool centre = settings_.antiAliasing == AntiAliasing::none ||
-                          (settings_.antiAliasing == AntiAliasing::geometry && !(flags_[i] & edge));
+      const Spread spread = spreadOf(flags_[i]);
       for (; pixel.count < target; ++count) {
         if (stopped()) return false;
         float weight = 1;
-        const PathResult r = sample(x, y, pixel.count, centre, weight, rays);
+        const PathResult r = sample(x, y, pixel.count, spread, weight, rays);
         if (pixel.count == 0 && !objects_.empty()) objects_[i] = r.object;
         gather(pixel, r, weight);
       }
@@ -166,7 +165,14 @@ bool Refinement::fineTile(const Tile& tile, int target, std::uint64_t& rays) {
   return true;
 }
 
-PathResult Refinement::sample(int x, int y, int number, bool centre, float& weight,
+// A picture that refines smooths the pixel alone for nothing; a lone sample lies best in its middle.
+Refinement::Spread Refinement::spreadOf(std::uint8_t flags) const {
+  const bool wide = settings_.antiAliasing == AntiAliasing::best ||
+                    (settings_.antiAliasing == AntiAliasing::geometry && (flags & edge));
+  return wide ? Spread::filter : samples_ > 1 ? Spread::pixel : Spread::centre;
+}
+
+PathResult Refinement::sample(int x, int y, int number, Spread spread, float& weight,
                               std::uint64_t& rays) const {
   const int px = x + settings_.region.left, py = y + settings_.region.top;
   Vec2 place{static_cast<float>(px) + 0.5f, static_cast<float>(py) + 0.5f};
@@ -180,7 +186,10 @@ PathResult Refinement::sample(int x, int y, int number, bool centre, float& weig
   }
   Sampler sampler(static_cast<std::uint32_t>(px), static_cast<std::uint32_t>(py), settings_.seed,
                   static_cast<std::uint32_t>(number));
-  if (!centre) {
+  if (spread == Spread::pixel) {
+    const Vec2 at = sampler.next2();
+    place = place + Vec2{at.x - 0.5f, at.y - 0.5f};
+  } else if (spread == Spread::filter) {
     const PixelFilter::Sample s = filter_.sample(sampler.next2());
     place = place + s.offset;
     weight = s.weight;
@@ -256,7 +265,7 @@ void Refinement::restQuietPixels() {
       for (int ny = std::max(0, y - 1); ny <= std::min(height_ - 1, y + 1); ++ny)
         for (int nx = std::max(0, x - 1); nx <= std::min(width_ - 1, x + 1); ++nx)
           near = near || noisy[index(nx, ny)];
-      if (near) continue;
+      if (near || (flags_[i] & edge)) continue; // edges between objects take all samples
       flags_[i] |= resting;
       spared += static_cast<std::uint64_t>(samples_ - pixels_[i].count);
     }

@@ -45,7 +45,10 @@ class Refinement {
   bool eachTile(const std::vector<Tile>& tiles, Work&& work);
   std::vector<Tile> makeTiles(int size) const;
 
-  PathResult sample(int x, int y, int index, bool centre, float& weight, std::uint64_t& rays) const;
+  // Where the samples of a pixel lie: its middle, all of it, or as far as the filter reaches.
+  enum class Spread { centre, pixel, filter };
+  Spread spreadOf(std::uint8_t flags) const;
+  PathResult sample(int x, int y, int index, Spread spread, float& weight, std::uint64_t& rays) const;
   void gather(Pixel& pixel, const PathResult& result, float weight) const;
   void commit(const Tile& tile);
   void show(int x, int y, const float rgba[4]);

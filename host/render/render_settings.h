@@ -20,6 +20,8 @@ struct Region {
   int height() const { return bottom - top + 1; }
 };
 
+/// none: samples spread over the pixel alone. geometry: also pixels on an edge between objects use the filter
+/// and take all samples. best: all pixels use the filter, and take samples by their noise.
 enum class AntiAliasing : std::uint8_t { none = 0, geometry = 1, best = 2 };
 enum class Filter : std::uint8_t { still, animation, blend, sinc, area, cone, catmull, video };
 /// How camera paths find light. The two one-sided kinds exist to check the combination against them.

@@ -237,7 +237,7 @@ TEST_F(Render, SettingsOfARunAreNotStored) {
   EXPECT_EQ(run({"settings", "get", "LM_REFRESH_DELAY"}, folder / "home").out, "250\n");
 }
 
-// Edges are smooth by default and hard when the plug-in's setting says so.
+// Edges use the filter by default, and the pixel alone when the plug-in's setting says so.
 TEST_F(Render, AntiAliasingIsBestUnlessSet) {
   const std::string scene = writeTinyScene(folder.path());
   const Arguments odd{"--size", "61x61"};

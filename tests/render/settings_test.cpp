@@ -1,6 +1,8 @@
 // Every render setting that is honoured changes what it should.
 #include <gtest/gtest.h>
 
+#include <array>
+
 #include "pixel_filter.h"
 #include "scene_kit.h"
 
@@ -184,12 +186,48 @@ TEST(Settings, AntiAliasing) {
         between += r.at(x, y).x > 0.01f && r.at(x, y).x < 0.99f;
     return between;
   };
-  EXPECT_EQ(kinds(AntiAliasing::none), 0);
+  EXPECT_EQ(kinds(AntiAliasing::none), 32);
   EXPECT_EQ(kinds(AntiAliasing::geometry), 32);
   EXPECT_EQ(kinds(AntiAliasing::best), 32);
 }
 
-TEST(Settings, GeometryAntiAliasingLeavesTexturesHard) {
+TEST(Settings, WithoutAntiAliasingSamplesSpreadOverThePixelAlone) {
+  Scene scene;
+  scene.materials[0]->unlit = true;
+  scene.add(quad({0.03f, -2, 0}, {2, 0, 0}, {0, 4, 0}));
+  scene.lookAt({0, 0, 5}, {0, 0, 0}, true, 1);
+  const auto row = [&](AntiAliasing kind, int samples) {
+    const auto how = [&](RenderSettings& s) { s.antiAliasing = kind, s.filter = Filter::blend; };
+    const Result r = shot(scene, how, samples);
+    return std::array<float, 3>{r.mean(15, 0, 15, 31).x, r.mean(16, 0, 16, 31).x, r.mean(17, 0, 17, 31).x};
+  };
+  const auto alone = row(AntiAliasing::none, 64), wide = row(AntiAliasing::best, 64);
+  EXPECT_EQ(alone[0], 0) << "nothing of the neighbours";
+  EXPECT_NEAR(alone[1], 0.52f, 0.01f) << "the part of the pixel that the square covers";
+  EXPECT_EQ(alone[2], 1);
+  EXPECT_GT(wide[0], 0.02f);
+  EXPECT_LT(wide[2], 0.98f);
+  const auto lone = row(AntiAliasing::none, 1);
+  EXPECT_EQ(lone[1], 1) << "a single sample lies in the middle";
+}
+
+TEST(Settings, GeometryTakesAllSamplesAtEdgesBetweenObjects) {
+  // Two squares alike beside each other: nothing is noisy.
+  Scene scene;
+  scene.materials[0]->unlit = true;
+  scene.add(quad({-2, -2, 0}, {2, 0, 0}, {0, 4, 0}));
+  scene.add(quad({0, -2, 0}, {2, 0, 0}, {0, 4, 0}));
+  scene.lookAt({0, 0, 5}, {0, 0, 0}, true, 1);
+  const auto samples = [&](AntiAliasing kind) {
+    const auto how = [&](RenderSettings& s) { s.antiAliasing = kind, s.noise = 0.01f; };
+    return shot(scene, how, 64).stats.camera_samples;
+  };
+  const auto none = samples(AntiAliasing::none);
+  EXPECT_EQ(samples(AntiAliasing::best), none);
+  EXPECT_EQ(samples(AntiAliasing::geometry), none + 48u * 2 * 32) << "48 more in the two columns of the edge";
+}
+
+TEST(Settings, GeometryUsesTheFilterAtEdgesBetweenObjectsAlone) {
   Scene scene;
   scene.materials[0]->unlit = true;
   auto shade = std::make_shared<Shade>();
@@ -202,12 +240,14 @@ TEST(Settings, GeometryAntiAliasingLeavesTexturesHard) {
   scene.materials[0]->baseColorShade = shade;
   scene.add(quad({-1.97f, -2, 0}, {4, 0, 0}, {0, 4, 0}));
   scene.lookAt({0, 0, 5}, {0, 0, 0}, true, 1);
-  const auto between = [&](AntiAliasing kind) {
-    const float v = shot(scene, [&](RenderSettings& s) { s.antiAliasing = kind; }).at(16, 16).x;
-    return v > 0.01f && v < 0.99f;
+  // The texture's edge runs through pixel 16.
+  const auto leaks = [&](AntiAliasing kind) {
+    const auto how = [&](RenderSettings& s) { s.antiAliasing = kind, s.filter = Filter::blend; };
+    return shot(scene, how, 64).mean(15, 0, 15, 31).x > 0.02f;
   };
-  EXPECT_FALSE(between(AntiAliasing::geometry));
-  EXPECT_TRUE(between(AntiAliasing::best));
+  EXPECT_FALSE(leaks(AntiAliasing::none));
+  EXPECT_FALSE(leaks(AntiAliasing::geometry));
+  EXPECT_TRUE(leaks(AntiAliasing::best));
 }
 
 TEST(Settings, FiltersKeepEvenAreasAndDifferAtEdges) {
