@@ -255,10 +255,13 @@ class C4D_API BaseDraw : public BaseList2D {
   /// inserted after it belongs to the document and resolves there.
   BaseObject* GetEditorCamera() const;
 
-  /// The view's rectangle in view coordinates.
+  /// The part of the view's window that a render in the document's format shows, to the nearest pixel: left
+  /// and top in the window's logical pixels, right and bottom behind the last one. The darkened surround
+  /// belongs to no frame. Drawing and mouse positions count from the frame's upper left corner, and the
+  /// camera's vertical angle spans its height.
   void GetFrame(LONG* left, LONG* top, LONG* right, LONG* bottom) const;
-  /// The part that the render format covers: orientation 1 bars left and right (from, to are x), 2 above and
-  /// below (y), 0 none.
+  /// The part of the frame that is safe, counted from its corner: orientation 1 bars left and right (from, to
+  /// are x), 2 above and below (y), 0 no bars: 0 to the frame's width. Views of the program have none.
   void GetSafeFrame(LONG* from, LONG* to, LONG* orientation) const;
 
   // Drawing over the picture, in the frame's logical pixels. For scene hooks, during `Draw`; elsewhere it

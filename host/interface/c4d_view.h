@@ -79,7 +79,8 @@ class C4D_API EditorWindow {
 };
 
 /// What a plug-in wants to see of editor views. Hooks are called in the order of their priority, small first,
-/// then of registration. Positions are those of the view's frame, in logical pixels, y downwards.
+/// then of registration. Positions are logical pixels from the upper left corner of the view's frame, y
+/// downwards; what happens outside of the frame comes to no hook, but for a drag that began inside.
 class C4D_API SceneHookData : public NodeData {
  public:
   SceneHookData() = default;

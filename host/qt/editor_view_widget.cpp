@@ -180,7 +180,8 @@ void EditorViewWidget::paintEvent(QPaintEvent* /*event*/) {
   QPainter painter(this);
   const ViewImage* image = view_ ? &view_->image() : nullptr;
   if (!renderImage_.isNull()) {
-    painter.drawImage(rect(), renderImage_);
+    painter.fillRect(rect(), tokens().field);
+    painter.drawImage(frameRect(), renderImage_);
     return;
   }
   if (!image || image->empty()) return painter.fillRect(rect(), tokens().field);
@@ -225,6 +226,15 @@ bool EditorViewWidget::event(QEvent* event) {
   if (event->type() == QEvent::ScreenChangeInternal && view_)
     view_->resize(width(), height(), devicePixelRatioF());
   return QWidget::event(event);
+}
+
+QRect EditorViewWidget::frameRect() const {
+  const BaseDocument* document = session_.document();
+  const BaseDraw* draw = document ? document->GetActiveBaseDraw() : nullptr;
+  if (!draw) return rect();
+  LONG left = 0, top = 0, right = 0, bottom = 0;
+  draw->GetFrame(&left, &top, &right, &bottom);
+  return {left, top, right - left, bottom - top};
 }
 
 void EditorViewWidget::takeRender() {

@@ -33,7 +33,10 @@ class EditorViewWidget : public QWidget {
   /// Looks through a camera of the document; 0: the view's own.
   void lookThrough(Identity camera);
 
-  /// The host's Render View lies over the picture until the scene, the camera or the size changes.
+  /// The view's frame in the widget's pixels.
+  QRect frameRect() const;
+
+  /// The host's Render View lies in the frame until the scene, the camera or the size changes.
   bool showsRender() const { return render_ != nullptr; }
   void hideRender();
 

@@ -237,8 +237,9 @@ void MainWindow::renderCommands() {
   HostRenders& renders = session_.renders();
   commands_->add({"render.view", group, tr("Render &View"), "render-view", {key("Ctrl+R")}, [this] {
                     const double ratio = view_->devicePixelRatioF();
-                    session_.renders().renderView(static_cast<LONG>(view_->width() * ratio),
-                                                  static_cast<LONG>(view_->height() * ratio));
+                    const QSizeF size = QSizeF(view_->frameRect().size()) * ratio;
+                    session_.renders().renderView(static_cast<LONG>(size.width()),
+                                                  static_cast<LONG>(size.height()));
                   }});
   commands_->add(
       {"render.picture", group, tr("Render to &Picture Viewer"), "render", {key("Shift+R")}, [this] {

@@ -79,7 +79,8 @@ void Copier::copyParts(const NodeState& from, NodeState& to, bool withChildren) 
     const auto& view = static_cast<const ViewState&>(from);
     auto& target = static_cast<ViewState&>(to);
     target.camera = view.camera;
-    target.frame = view.frame;
+    target.area = view.area;
+    target.safeFrame = view.safeFrame;
     if (view.editorCamera) target.editorCamera = static_cast<ObjectState*>(copy(*view.editorCamera, true));
     break;
   }

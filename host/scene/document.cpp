@@ -1,5 +1,7 @@
 #include "document.h"
 
+#include <algorithm>
+#include <array>
 #include <cmath>
 #include <new>
 
@@ -45,9 +47,19 @@ RenderDataState* activeRenderData(const DocumentState& document) {
   return static_cast<RenderDataState*>(chosen);
 }
 
-void setViewFrame(BaseDraw& view, LONG left, LONG top, LONG right, LONG bottom) {
+bool selectionShows(const BaseDocument& document) {
+  const RenderDataState* data = activeRenderData(*stateOf(&document));
+  return data && param::flag(*data, RDATA_ACTIVEOBJECTONLY);
+}
+
+void setViewArea(BaseDraw& view, LONG left, LONG top, LONG right, LONG bottom) {
   const auto lock = lockOf(stateOf(&view));
-  stateOf(&view)->frame = {left, top, right, bottom};
+  stateOf(&view)->area = {left, top, right, bottom};
+}
+
+void setViewSafeFrame(BaseDraw& view, LONG from, LONG to, LONG orientation) {
+  const auto lock = lockOf(stateOf(&view));
+  stateOf(&view)->safeFrame = {from, to, orientation};
 }
 
 namespace {
@@ -70,8 +82,25 @@ NodeState* searchName(const NodeList& list, const String& name) {
   return nullptr;
 }
 
-LONG pixel(Real value) {
-  return static_cast<LONG>(std::lround(value));
+// Half the room that the frame leaves on a side, to the nearest pixel; a pixel of the frame stays.
+LONG barOf(Real side, Real covered) {
+  return static_cast<LONG>(std::min(std::round((side - covered) / 2), std::floor((side - 1) / 2)));
+}
+
+// The part of a view's area that the render format covers, in its middle.
+std::array<LONG, 4> frameOf(const ViewState& view) {
+  auto [left, top, right, bottom] = view.area;
+  const RenderDataState* data = view.document ? activeRenderData(*view.document) : nullptr;
+  const Real formatWidth = data ? param::integer(*data, RDATA_XRES) : 0;
+  const Real formatHeight = data ? param::integer(*data, RDATA_YRES) : 0;
+  const Real width = static_cast<Real>(right) - left, height = static_cast<Real>(bottom) - top;
+  if (width > 0 && height > 0 && formatWidth > 0 && formatHeight > 0) {
+    const Real widest = height * formatWidth / formatHeight, tallest = width * formatHeight / formatWidth;
+    const LONG side = width > widest ? barOf(width, widest) : 0;
+    const LONG above = height > tallest ? barOf(height, tallest) : 0;
+    left += side, right -= side, top += above, bottom -= above;
+  }
+  return {left, top, right, bottom};
 }
 
 } // namespace
@@ -264,28 +293,17 @@ BaseObject* BaseDraw::GetEditorCamera() const {
 }
 
 void BaseDraw::GetFrame(LONG* left, LONG* top, LONG* right, LONG* bottom) const {
-  const auto& frame = stateOf(this)->frame;
+  const auto frame = host::frameOf(*stateOf(this));
   LONG* const targets[] = {left, top, right, bottom};
   for (std::size_t i = 0; i < 4; ++i)
     if (targets[i]) *targets[i] = frame[i];
 }
 
 void BaseDraw::GetSafeFrame(LONG* from, LONG* to, LONG* orientation) const {
-  const auto& [left, top, right, bottom] = stateOf(this)->frame;
-  LONG bars = 0, first = left, last = right;
-  const host::RenderDataState* data = state_->document ? host::activeRenderData(*state_->document) : nullptr;
-  const Real formatWidth = data ? host::param::integer(*data, RDATA_XRES) : 0;
-  const Real formatHeight = data ? host::param::integer(*data, RDATA_YRES) : 0;
-  const Real width = right - left, height = bottom - top;
-  if (width > 0 && height > 0 && formatWidth > 0 && formatHeight > 0) {
-    const LONG side = host::pixel((width - height * formatWidth / formatHeight) / 2);
-    const LONG above = host::pixel((height - width * formatHeight / formatWidth) / 2);
-    if (side > 0)
-      bars = 1, first = left + side, last = right - side;
-    else if (above > 0)
-      bars = 2, first = top + above, last = bottom - above;
-  }
-  if (from) *from = first;
-  if (to) *to = last;
-  if (orientation) *orientation = bars;
+  const host::ViewState& view = *stateOf(this);
+  const auto [left, top, right, bottom] = host::frameOf(view);
+  const auto safe = view.safeFrame.value_or(std::array<LONG, 3>{0, right - left, 0});
+  LONG* const targets[] = {from, to, orientation};
+  for (std::size_t i = 0; i < 3; ++i)
+    if (targets[i]) *targets[i] = safe[i];
 }

@@ -13,8 +13,13 @@ ViewState* addView(DocumentState& document);
 RenderDataState* makeDefaultRenderData();
 /// The render data that is active: the chosen one, else the first; null when there is none.
 RenderDataState* activeRenderData(const DocumentState& document);
-/// A view's rectangle; right and bottom lie behind the last pixel.
-void setViewFrame(BaseDraw& view, LONG left, LONG top, LONG right, LONG bottom);
+/// Whether a picture in the active render data shows selected objects alone, so that the selection is seen.
+bool selectionShows(const BaseDocument& document);
+/// All that a view has to draw in, in logical pixels; right and bottom lie behind the last pixel. Its frame
+/// is the part that the render format covers.
+void setViewArea(BaseDraw& view, LONG left, LONG top, LONG right, LONG bottom);
+/// A safe frame within the frame, as `GetSafeFrame` gives it. The program's own views have none.
+void setViewSafeFrame(BaseDraw& view, LONG from, LONG to, LONG orientation);
 
 /// All objects of a document in document order, depth first.
 template <class Visit>

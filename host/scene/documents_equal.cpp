@@ -201,8 +201,7 @@ class Comparison {
   }
 
   bool view(const ViewState& a, const ViewState& b, const std::string& where) {
-    return same(a.frame == b.frame, where, "the frame") &&
-           same(link(a.camera, b.camera), where, "the camera") &&
+    return same(a.area == b.area, where, "the area") && same(link(a.camera, b.camera), where, "the camera") &&
            node(*a.editorCamera, *b.editorCamera, where + " / editor camera");
   }
 

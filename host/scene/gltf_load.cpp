@@ -482,7 +482,7 @@ class DocumentBuilder {
     const Json& frame = member(from, "frame");
     for (std::size_t i = 0; i < 4 && countOf(frame) == 4; ++i)
       if (frame[i].is_number_integer())
-        view->frame[i] =
+        view->area[i] =
             static_cast<LONG>(std::clamp<std::int64_t>(frame[i].get<std::int64_t>(), -1'000'000, 1'000'000));
     const Json& camera = member(from, "editorCamera");
     if (!camera.is_object()) return view->camera != 0;

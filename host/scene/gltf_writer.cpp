@@ -362,7 +362,7 @@ void GltfWriter::writeViews(Json& extras) {
     const auto& view = static_cast<const ViewState&>(*node);
     Json json = entry(view, false);
     if (view.camera != 0) json["camera"] = link(view.camera);
-    json["frame"] = view.frame;
+    json["frame"] = view.area;
     Json camera = entry(*view.editorCamera, false);
     camera["matrix"] = matrixJson(view.editorCamera->local);
     for (const NodeState* tag = view.editorCamera->tags.first(); tag; tag = tag->next)

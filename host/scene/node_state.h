@@ -113,7 +113,8 @@ struct ViewState : NodeState {
 
   Identity camera = 0; // 0: the view's own
   ObjectState* editorCamera = nullptr;
-  std::array<LONG, 4> frame{0, 0, 1280, 720}; // left, top, right, bottom (behind the last pixel)
+  std::array<LONG, 4> area{0, 0, 1280, 720};    // left, top, right, bottom (behind the last pixel)
+  std::optional<std::array<LONG, 3>> safeFrame; // from, to, orientation; without one all of the frame
 };
 
 struct DocumentState : NodeState {

@@ -45,7 +45,7 @@ void carrySelection(const DocumentState& before, DocumentState& next) {
 
 // A view that looked through a camera which is gone stays where it looked from.
 void carryView(const DocumentState& before, const ViewState& from, DocumentState& next, ViewState& to) {
-  to.frame = from.frame;
+  to.area = from.area;
   const ObjectState* own = from.editorCamera;
   to.camera = 0;
   const auto* old = static_cast<const ObjectState*>(findNode(before, from.camera));

@@ -122,7 +122,7 @@ void EditorView::Self::selectHere(BaseObject* object, bool add) {
     else if (object)
       object->SetBit(BIT_ACTIVE);
   }
-  EventAdd();
+  if (selectionShows(active)) EventAdd();
 }
 
 void EditorView::Self::pick(double x, double y, bool add) {
@@ -217,7 +217,7 @@ void EditorView::Self::moveGesture(double x, double y, bool finished) {
   }
 }
 
-void EditorView::Self::frame(bool activeOnly) {
+void EditorView::Self::frameObjects(bool activeOnly) {
   if (!ready()) return;
   const Snapshot* latest = scene_ && !lookAgain_ ? &scene_->snapshot() : nullptr;
   ViewBounds bounds = boundsOf(*document(), activeOnly, latest);

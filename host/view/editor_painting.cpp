@@ -67,18 +67,23 @@ BaseDraw* EditorView::Self::view() const {
   return active ? active->GetActiveBaseDraw() : nullptr;
 }
 
-void EditorView::Self::syncFrame() {
+void EditorView::Self::syncArea() {
   BaseDraw* draw = view();
   if (!draw || width < 1 || height < 1) return;
-  LONG left = 0, top = 0, right = 0, bottom = 0;
-  draw->GetFrame(&left, &top, &right, &bottom);
-  if (left != 0 || top != 0 || right != width || bottom != height) setViewFrame(*draw, 0, 0, width, height);
+  if (stateOf(draw)->area != std::array<LONG, 4>{0, 0, width, height})
+    setViewArea(*draw, 0, 0, width, height);
+}
+
+ViewRect EditorView::Self::frame() const {
+  ViewRect frame;
+  view()->GetFrame(&frame.left, &frame.top, &frame.right, &frame.bottom);
+  return frame;
 }
 
 bool EditorView::Self::ready() {
   if (!open_) return false;
   hooks.follow(document());
-  syncFrame();
+  syncArea();
   return view() && width > 0 && height > 0;
 }
 
@@ -104,7 +109,7 @@ void EditorView::Self::submit(bool force) {
   const bool another = identity != lookedAt_;
   if (another) scene_ = nullptr, gridStep_ = 1, navigation = {}, click = {};
   hooks.follow(active);
-  syncFrame();
+  syncArea();
 
   if (lookAgain_ && !another) refreshOverlay();
   PaintJob job;
@@ -165,7 +170,7 @@ PictureSetup EditorView::Self::setupOf(BaseDocument* document) const {
   const auto pixels = [&](double logical) { return static_cast<int>(std::lround(logical * setup.ratio)); };
   setup.width = std::max(1, pixels(width));
   setup.height = std::max(1, pixels(height));
-  setup.safeFrame = {0, 0, setup.width, setup.height};
+  setup.frame = {0, 0, setup.width, setup.height};
   setup.camera.width = width;
   setup.camera.height = height;
   if (!document) return setup;
@@ -177,10 +182,8 @@ PictureSetup EditorView::Self::setupOf(BaseDocument* document) const {
   const Identity eye = camera()->GetIdentity();
   for (const ViewSymbol& symbol : symbols_)
     if (symbol.object != eye) setup.symbols.push_back(symbol);
-  LONG from = 0, to = 0, orientation = 0;
-  draw.GetSafeFrame(&from, &to, &orientation);
-  if (orientation == 1) setup.safeFrame[0] = pixels(from), setup.safeFrame[2] = pixels(to);
-  if (orientation == 2) setup.safeFrame[1] = pixels(from), setup.safeFrame[3] = pixels(to);
+  const ViewRect frame = this->frame();
+  setup.frame = {pixels(frame.left), pixels(frame.top), pixels(frame.right), pixels(frame.bottom)};
   return setup;
 }
 
@@ -219,8 +222,11 @@ void EditorView::Self::paintOverlay() {
 }
 
 void EditorView::Self::layOverlay() {
-  const double scale = width > 0 && !image.empty() ? setupOf(nullptr).ratio : 1;
-  drawOverlay(overlay_, scale, image, painted_);
+  if (image.empty() || !view()) return;
+  const PictureSetup setup = setupOf(document());
+  const auto [left, top, right, bottom] = setup.frame;
+  const ViewRect frame = this->frame();
+  drawOverlay(overlay_, {setup.ratio, frame.left, frame.top, left, top, right, bottom}, image, painted_);
 }
 
 // What hooks draw may follow from values that no picture shows; then no new picture comes to carry it.

@@ -50,6 +50,24 @@ std::vector<EditorView*>& liveViews() {
 
 } // namespace
 
+// Hooks live in the frame: a press in the surround is not theirs, and what they get counts from its corner. A
+// drag goes on outside.
+SceneHooks::Input EditorView::Self::offerToHooks(const void* owner, LONG channel, LONG value,
+                                                 const ViewMouse& mouse) {
+  const ViewRect frame = this->frame();
+  if (!frame.contains(mouse.x, mouse.y)) return {};
+  BaseContainer message = inputMessage(channel, mouse.x - frame.left, mouse.y - frame.top, value, mouse.keys);
+  if (mouse.doubleClick) message.SetLong(BFM_INPUT_DOUBLECLICK, 1);
+  DragPump pump; // empty when the program has none
+  if (services.pumpDrag)
+    pump = [&](DragEvent& event) {
+      if (!services.pumpDrag(event)) return false;
+      event.x -= frame.left, event.y -= frame.top;
+      return true;
+    };
+  return hooks.mouseInput(*view(), message, pump, owner);
+}
+
 EditorView::EditorView(EditorViewServices services) : self_(std::make_unique<Self>(std::move(services))) {
   static const bool once = [] {
     addShutdownStep(ShutdownStage::closeDialogs, [] {
@@ -71,7 +89,7 @@ void EditorView::resize(int width, int height, double pixelRatio) {
   self_->width = std::clamp(width, 0, longestSide);
   self_->height = std::clamp(height, 0, longestSide);
   self_->ratio = pixelRatio > 0 && std::isfinite(pixelRatio) ? std::clamp(pixelRatio, 0.25, 8.0) : 1;
-  self_->syncFrame();
+  self_->syncArea();
   self_->requestPicture(false);
 }
 
@@ -139,10 +157,7 @@ bool EditorView::mousePress(const ViewMouse& mouse) {
   self_->swallowed = MouseButton::none;
   const LONG channel = channelOf(mouse.button);
   if (channel == 0) return false;
-  BaseContainer message = inputMessage(channel, mouse.x, mouse.y, 1, mouse.keys);
-  if (mouse.doubleClick) message.SetLong(BFM_INPUT_DOUBLECLICK, 1);
-  const SceneHooks::Input input =
-      self_->hooks.mouseInput(*self_->view(), message, self_->services.pumpDrag, this);
+  const SceneHooks::Input input = self_->offerToHooks(this, channel, 1, mouse);
   if (input.used) {
     if (!input.released) self_->swallowed = mouse.button;
     return true;
@@ -189,8 +204,8 @@ bool EditorView::mouseRelease(const ViewMouse& mouse) {
 bool EditorView::wheel(double x, double y, double notches, const ViewKeys& keys) {
   if (inDrag() || notches == 0 || !std::isfinite(notches) || !self_->ready()) return false;
   const auto value = static_cast<LONG>(std::lround(std::clamp(notches, -1000.0, 1000.0) * 120));
-  const BaseContainer message = inputMessage(BFM_INPUT_MOUSEWHEEL, x, y, value, keys);
-  if (self_->hooks.mouseInput(*self_->view(), message, self_->services.pumpDrag, this).used) return true;
+  const ViewMouse at{x, y, MouseButton::none, keys, false};
+  if (self_->offerToHooks(this, BFM_INPUT_MOUSEWHEEL, value, at).used) return true;
   if (!self_->ready() || self_->navigation.gesture != Gesture::none) return true;
   const double factor = std::pow(dollyPerNotch, std::clamp(notches, -50.0, 50.0));
   const ViewCamera eye = viewCameraOf(*self_->view());
@@ -207,7 +222,10 @@ bool EditorView::wheel(double x, double y, double notches, const ViewKeys& keys)
 
 LONG EditorView::cursorAt(double x, double y) {
   if (isNavigating()) return MOUSE_MOVE;
-  const LONG asked = self_->ready() ? self_->hooks.cursor(*self_->view(), x, y) : 0;
+  if (!self_->ready()) return MOUSE_NORMAL;
+  const ViewRect frame = self_->frame();
+  const LONG asked =
+      frame.contains(x, y) ? self_->hooks.cursor(*self_->view(), x - frame.left, y - frame.top) : 0;
   return asked ? asked : MOUSE_NORMAL;
 }
 
@@ -240,11 +258,11 @@ std::vector<BaseObject*> EditorView::objectsIn(double x0, double y0, double x1, 
 }
 
 void EditorView::frameAll() {
-  self_->frame(false);
+  self_->frameObjects(false);
 }
 
 void EditorView::frameSelected() {
-  self_->frame(true);
+  self_->frameObjects(true);
 }
 
 void EditorView::lookThrough(BaseObject* camera) {

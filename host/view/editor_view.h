@@ -61,8 +61,9 @@ class EditorView final {
   EditorView(const EditorView&) = delete;
   EditorView& operator=(const EditorView&) = delete;
 
-  /// The view's size in logical pixels (its frame is 0, 0, width, height) and device pixels for each. Sizes
-  /// below 1 paint nothing. At most 16384 device pixels a side are painted.
+  /// The view's size in logical pixels and device pixels for each. Its frame, in which scene hooks draw and
+  /// get the mouse, is the part that the render format covers; the rest is darkened. Sizes below 1 paint
+  /// nothing. At most 16384 device pixels a side are painted.
   void resize(int width, int height, double pixelRatio = 1);
   int width() const noexcept;
   int height() const noexcept;

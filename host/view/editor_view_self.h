@@ -14,6 +14,12 @@ namespace host {
 
 enum class Gesture { none, orbit, pan, dolly };
 
+/// Logical pixels of the view; right and bottom lie behind the last one.
+struct ViewRect {
+  LONG left = 0, top = 0, right = 0, bottom = 0;
+  bool contains(double x, double y) const { return x >= left && y >= top && x < right && y < bottom; }
+};
+
 class EditorView::Self final : public CoreListener {
  public:
   explicit Self(EditorViewServices given);
@@ -44,8 +50,9 @@ class EditorView::Self final : public CoreListener {
 
   BaseDocument* document() const { return GetActiveDocument(); }
   BaseDraw* view() const;
-  bool ready(); // a document with a view that has a size; its hooks and frame are up to date
-  void syncFrame();
+  bool ready(); // a document with a view that has a size; its hooks and area are up to date
+  void syncArea();
+  ViewRect frame() const; // of a view that is there
 
   void requestPicture(bool lookAgain);
   bool picturePosted() const { return submitPosted_; }
@@ -54,6 +61,7 @@ class EditorView::Self final : public CoreListener {
   PictureSetup setupOf(BaseDocument* document) const;
   void deliver();
   Overlay drawnByHooks();
+  SceneHooks::Input offerToHooks(const void* owner, LONG channel, LONG value, const ViewMouse& mouse);
   void paintOverlay();
   void layOverlay();
   void refreshOverlay();
@@ -74,7 +82,7 @@ class EditorView::Self final : public CoreListener {
   void cameraMoved();
   bool startGesture(const ViewMouse& mouse);
   void moveGesture(double x, double y, bool finished);
-  void frame(bool activeOnly);
+  void frameObjects(bool activeOnly);
 
   EditorViewServices services;
   int width = 0, height = 0;

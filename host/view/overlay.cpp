@@ -19,38 +19,49 @@ std::uint32_t byteOf(Real value) {
   return value > 0 ? static_cast<std::uint32_t>(std::lround(std::min(value, 1.0) * 255)) : 0; // NaN: 0
 }
 
-// The device pixels of logical pixels, along one axis.
+// The device pixels of the frame's logical pixels, along one axis.
 struct Axis {
   double ratio;
-  int limit;
+  LONG origin;
+  int first, limit; // the device pixels that may be drawn on
   int edge(LONG pixel) const {
-    return static_cast<int>(std::clamp(std::floor(pixel * ratio), 0.0, static_cast<double>(limit)));
+    const double at = std::floor((static_cast<double>(origin) + pixel) * ratio);
+    return static_cast<int>(std::clamp(at, static_cast<double>(first), static_cast<double>(limit)));
   }
-  // The first logical pixel that lies behind the picture.
-  LONG end() const { return static_cast<LONG>(std::ceil(limit / ratio)); }
+  LONG begin() const { return static_cast<LONG>(std::floor(first / ratio)) - origin; }
+  // The first logical pixel that lies behind.
+  LONG end() const { return static_cast<LONG>(std::ceil(limit / ratio)) - origin; }
 };
+
+Axis axisOf(double ratio, LONG origin, int first, int limit, int size) {
+  first = std::clamp(first, 0, size);
+  return {ratio, origin, first, std::clamp(limit, first, size)};
+}
 
 class Painter {
  public:
-  Painter(double ratio, ViewImage& image, std::vector<PaintedPixel>& painted)
-      : across_{ratio, image.width}, down_{ratio, image.height}, image_(image), painted_(painted) {}
+  Painter(const OverlayFrame& frame, ViewImage& image, std::vector<PaintedPixel>& painted)
+      : across_(axisOf(frame.ratio, frame.x, frame.left, frame.right, image.width)),
+        down_(axisOf(frame.ratio, frame.y, frame.top, frame.bottom, image.height)), image_(image),
+        painted_(painted) {}
 
   void draw(const OverlayMark& mark) {
     const LLONG dx = LLONG{mark.x1} - mark.x0, dy = LLONG{mark.y1} - mark.y0;
     if (std::abs(dx) >= std::abs(dy))
-      run(mark.x0, mark.y0, dx, dy, across_.end(), [&](LONG x, LONG y) { block(x, y, mark.color); });
+      run(mark.x0, mark.y0, dx, dy, across_, [&](LONG x, LONG y) { block(x, y, mark.color); });
     else
-      run(mark.y0, mark.x0, dy, dx, down_.end(), [&](LONG y, LONG x) { block(x, y, mark.color); });
+      run(mark.y0, mark.x0, dy, dx, down_, [&](LONG y, LONG x) { block(x, y, mark.color); });
   }
 
  private:
-  // Visits a line's pixels along its longer axis, only where that axis is in the picture. The other
+  // Visits a line's pixels along its longer axis, only where that axis is in the frame. The other
   // coordinate is the nearest pixel's, halves towards the line's end, in whole numbers.
   template <class Visit>
-  static void run(LONG start, LONG side, LLONG length, LLONG rise, LONG end, const Visit& visit) {
+  static void run(LONG start, LONG side, LLONG length, LLONG rise, const Axis& axis, const Visit& visit) {
     const LLONG sign = length < 0 ? -1 : 1, count = length * sign;
-    LLONG first = sign > 0 ? -LLONG{start} : LLONG{start} - (end - 1);
-    LLONG last = sign > 0 ? LLONG{end} - 1 - start : LLONG{start};
+    const LLONG near = axis.begin(), far = LLONG{axis.end()} - 1;
+    LLONG first = sign > 0 ? near - start : start - far;
+    LLONG last = sign > 0 ? far - start : start - near;
     first = std::max<LLONG>(first, 0), last = std::min(last, count);
     const LLONG up = rise < 0 ? -1 : 1;
     for (LLONG i = first; i <= last; ++i) {
@@ -106,14 +117,15 @@ void OverlayScope::add(const Vector& from, const Vector& to) {
   overlay_.push_back(mark);
 }
 
-void drawOverlay(const Overlay& overlay, double ratio, ViewImage& image, std::vector<PaintedPixel>& painted) {
-  if (image.empty() || !(ratio > 0)) return;
+void drawOverlay(const Overlay& overlay, const OverlayFrame& frame, ViewImage& image,
+                 std::vector<PaintedPixel>& painted) {
+  if (image.empty() || !(frame.ratio > 0)) return;
   std::vector<const OverlayMark*> order(overlay.size());
   std::transform(overlay.begin(), overlay.end(), order.begin(),
                  [](const OverlayMark& mark) { return &mark; });
   std::stable_sort(order.begin(), order.end(),
                    [](const auto* a, const auto* b) { return a->depth > b->depth; });
-  Painter painter(ratio, image, painted);
+  Painter painter(frame, image, painted);
   for (const OverlayMark* mark : order)
     painter.draw(*mark);
 }

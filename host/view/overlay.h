@@ -7,7 +7,7 @@
 
 namespace host {
 
-/// A line or point in logical pixels, both ends included.
+/// A line or point in logical pixels of the frame, both ends included.
 struct OverlayMark {
   LONG x0 = 0, y0 = 0, x1 = 0, y1 = 0;
   std::uint32_t color = 0xff000000;
@@ -45,10 +45,19 @@ struct PaintedPixel {
   std::uint32_t before;
 };
 
-/// Draws marks onto a picture that has `ratio` device pixels for a logical one: a logical pixel (x, y) is the
-/// block from floor(x * ratio) to floor((x + 1) * ratio) - 1. What lies outside is left out. What was painted
-/// over is added to `painted`, in order.
-void drawOverlay(const Overlay& overlay, double ratio, ViewImage& image, std::vector<PaintedPixel>& painted);
+/// A view's frame in its picture.
+struct OverlayFrame {
+  double ratio = 1;                      // device pixels for a logical one
+  LONG x = 0, y = 0;                     // its corner, logical
+  int left = 0, top = 0;                 // and in device pixels
+  int right = 1 << 30, bottom = 1 << 30; // behind its last one
+};
+
+/// Draws marks into a frame of a picture: its logical pixel (x, y) is the block from floor((frame.x + x) *
+/// ratio) to floor((frame.x + x + 1) * ratio) - 1. Marks outside of the frame or the picture are left out.
+/// The pixels painted over are added to `painted`, in order.
+void drawOverlay(const Overlay& overlay, const OverlayFrame& frame, ViewImage& image,
+                 std::vector<PaintedPixel>& painted);
 /// Puts back what was there, and empties the list.
 void eraseOverlay(ViewImage& image, std::vector<PaintedPixel>& painted) noexcept;
 

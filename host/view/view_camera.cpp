@@ -4,7 +4,6 @@
 #include <cmath>
 #include <unordered_map>
 
-#include "c4d_render.h"
 #include "document.h"
 #include "parameters.h"
 #include "snapshot_range.h"
@@ -119,18 +118,15 @@ ViewCamera viewCameraOf(const BaseDraw& view) {
   result.near = sceneCamera ? real(param::cameraNear, 0, 1e30, 0) : 0;
   result.far = sceneCamera ? real(param::cameraFar, 0, 1e30, 0) : 0;
 
-  LONG left = 0, top = 0, right = 0, bottom = 0;
-  view.GetFrame(&left, &top, &right, &bottom);
+  const auto [left, top, right, bottom] = stateOf(&view)->area;
   result.width = std::max<LONG>(1, right - left);
   result.height = std::max<LONG>(1, bottom - top);
-  const double aspect = result.width / result.height;
-  const DocumentState* document = state.document;
-  const RenderDataState* format = document ? activeRenderData(*document) : nullptr;
-  const double formatWidth = format ? param::integer(*format, RDATA_XRES) : 0;
-  const double formatHeight = format ? param::integer(*format, RDATA_YRES) : 0;
-  result.format = formatWidth > 0 && formatHeight > 0 ? formatWidth / formatHeight : aspect;
-  // Bars above and below: the format's height is less than the view's.
-  result.inner = std::min(1.0, aspect / result.format);
+  LONG frameLeft = 0, frameTop = 0, frameRight = 0, frameBottom = 0;
+  view.GetFrame(&frameLeft, &frameTop, &frameRight, &frameBottom);
+  const double frameWidth = std::max<LONG>(1, frameRight - frameLeft);
+  const double frameHeight = std::max<LONG>(1, frameBottom - frameTop);
+  result.format = frameWidth / frameHeight;
+  result.inner = frameHeight / result.height;
   result.half /= result.inner;
   return result;
 }

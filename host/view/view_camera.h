@@ -9,14 +9,15 @@
 
 namespace host {
 
-/// A camera over a rectangle of logical pixels: (0, 0) is its upper left corner, y points down.
+/// A camera over a view's area in logical pixels: (0, 0) is its upper left corner, y points down. The view's
+/// frame lies in the middle of the area.
 struct ViewCamera {
   Matrix toWorld; // unit axes at right angles, looks along -Z
   bool orthographic = false;
-  double half = 0.4;    // perspective: tangent of half the vertical angle of the whole view; orthographic:
+  double half = 0.4;    // perspective: tangent of half the vertical angle of the whole area; orthographic:
                         // half its height in metres
-  double inner = 1;     // the part of `half` that the render format covers, 0 to 1
-  double format = 1.78; // the format's width by its height
+  double inner = 1;     // the frame's height by the area's: the part of `half` that the camera's angle spans
+  double format = 1.78; // the frame's width by its height
   double near = 0, far = 0; // along the axis; far 0: without end
   double width = 1, height = 1;
 
@@ -35,8 +36,8 @@ struct ViewCamera {
   friend bool operator==(const ViewCamera& a, const ViewCamera& b) noexcept;
 };
 
-/// The camera of a view over its frame, sized so that a render of the document's format shows what lies in
-/// the safe frame. The view's own camera sees as near as wanted.
+/// The camera of a view over its area. The camera's vertical angle spans the frame's height, as a render of
+/// the frame's shape has it. The view's own camera sees as near as wanted.
 ViewCamera viewCameraOf(const BaseDraw& view);
 
 /// Unit axes at right angles, -Z kept; the identity's for what has no axes.
@@ -67,10 +68,10 @@ Matrix pan(const Matrix& camera, const ViewCamera& view, double depth, double dx
 /// Moves it so that its distance to the point is `factor` times as long; the point keeps its place in the
 /// picture.
 Matrix dolly(const Matrix& camera, const Vector& target, double factor);
-/// Moves it, keeping its direction, so that the bounds fill the render format with a little air.
+/// Moves it, keeping its direction, so that the bounds fill the frame with a little air.
 /// Orthographic cameras need `fittingHalf` too.
 Matrix frame(const Matrix& camera, const ViewCamera& view, const ViewBounds& bounds);
-/// Half the height in metres that shows the bounds in an orthographic picture of the render format.
+/// Half the height in metres that shows the bounds in an orthographic picture of the frame's shape.
 double fittingHalf(const ViewCamera& view, const ViewBounds& bounds);
 
 } // namespace navigate

@@ -205,7 +205,7 @@ bool sameMarks(const PictureSetup& a, const PictureSetup& b) {
   const auto same = [](const auto& x, const auto& y) {
     return x == y || ((x ? *x : std::unordered_set<Identity>()) == (y ? *y : std::unordered_set<Identity>()));
   };
-  return a.safeFrame == b.safeFrame && a.symbols == b.symbols && same(a.selection, b.selection);
+  return a.frame == b.frame && a.symbols == b.symbols && same(a.selection, b.selection);
 }
 
 void TracedPixels::reset(int newWidth, int newHeight) {
@@ -419,8 +419,7 @@ void drawSymbol(const PictureSetup& setup, const ViewSymbol& symbol, ViewImage& 
 }
 
 void darkenSurround(const PictureSetup& setup, int workers, ViewImage& image) {
-  const int left = setup.safeFrame[0], top = setup.safeFrame[1], right = setup.safeFrame[2],
-            bottom = setup.safeFrame[3];
+  const auto [left, top, right, bottom] = setup.frame;
   if (left <= 0 && top <= 0 && right >= image.width && bottom >= image.height) return;
   forEachRow(image.height, workers, [&](int y) {
     const bool all = y < top || y >= bottom;

@@ -29,9 +29,9 @@ struct PictureSetup {
   int width = 0, height = 0; // device pixels
   double ratio = 1;          // of them for a logical one
   ViewCamera camera;
-  bool hasDocument = false;                 // without one: the background alone
-  double gridStep = 1;                      // metres between the grid's thin lines
-  std::array<int, 4> safeFrame{0, 0, 0, 0}; // left, top, right, bottom in device pixels; the rest is darkened
+  bool hasDocument = false;             // without one: the background alone
+  double gridStep = 1;                  // metres between the grid's thin lines
+  std::array<int, 4> frame{0, 0, 0, 0}; // left, top, right, bottom in device pixels; the rest is darkened
   std::shared_ptr<const std::unordered_set<Identity>> selection; // may be null
   std::vector<ViewSymbol> symbols;
 };

@@ -1,5 +1,6 @@
 #include "region_fixture.h"
 
+#include <cmath>
 #include <ostream>
 
 #include "document.h"
@@ -38,13 +39,25 @@ void RegionFixture::TearDown() {
 }
 
 void RegionFixture::setView(LONG width, LONG height) {
-  host::setViewFrame(*draw(), 0, 0, width, height);
-}
-
-void RegionFixture::setFormat(LONG width, LONG height) {
+  host::setViewArea(*draw(), 0, 0, width, height);
   BaseContainer* data = document->GetActiveRenderData()->GetDataInstance();
   data->SetLong(RDATA_XRES, width);
   data->SetLong(RDATA_YRES, height);
+  host::setViewSafeFrame(*draw(), 0, width, 0);
+}
+
+void RegionFixture::setFormat(LONG width, LONG height) {
+  LONG left = 0, top = 0, right = 0, bottom = 0;
+  draw()->GetFrame(&left, &top, &right, &bottom);
+  const Real w = right - left, h = bottom - top;
+  const auto side = static_cast<LONG>(std::lround((w - h * width / height) / 2));
+  const auto above = static_cast<LONG>(std::lround((h - w * height / width) / 2));
+  if (side > 0)
+    host::setViewSafeFrame(*draw(), side, right - side, 1);
+  else if (above > 0)
+    host::setViewSafeFrame(*draw(), above, bottom - above, 2);
+  else
+    host::setViewSafeFrame(*draw(), 0, right, 0);
 }
 
 void RegionFixture::setViewAndFormat(LONG width, LONG height) {

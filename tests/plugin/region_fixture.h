@@ -23,9 +23,10 @@ class RegionFixture : public PluginFixture {
   void SetUp() override;
   void TearDown() override;
 
+  /// A view whose frame is all of its area, and safe.
   void setView(LONG width, LONG height);
+  /// Keeps the frame; its safe frame is the part that a format covers.
   void setFormat(LONG width, LONG height);
-  /// A format that gives the view no safe frame.
   void setViewAndFormat(LONG width, LONG height);
   void setRegion(Real x, Real y, Real size);
   BaseContainer region() const;

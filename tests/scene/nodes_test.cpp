@@ -1,4 +1,5 @@
 // Nodes through the interface: lists, parameters, tags, materials, views, clones.
+#include <array>
 #include <thread>
 
 #include "c4d_render.h"
@@ -241,16 +242,37 @@ TEST_F(Nodes, theViewsFrameAndSafeFrame) {
   EXPECT_EQ(bottom, 720);
   view->GetSafeFrame(&from, &to, &orientation);
   EXPECT_EQ(orientation, 0);
-  setViewFrame(*view, 10, 20, 1010, 420); // wider than 16 to 9: bars left and right
+  const auto frame = [&] {
+    view->GetFrame(&left, &top, &right, &bottom);
+    return std::array<LONG, 4>{left, top, right, bottom};
+  };
+  setViewArea(*view, 10, 20, 1010, 420); // wider than 16 to 9: the surround is left and right
+  EXPECT_EQ(frame(), (std::array<LONG, 4>{10 + 144, 20, 1010 - 144, 420}));
   view->GetSafeFrame(&from, &to, &orientation);
-  EXPECT_EQ(orientation, 1);
-  EXPECT_EQ(from, 10 + 144);
-  EXPECT_EQ(to, 1010 - 144);
-  setViewFrame(*view, 0, 0, 640, 480); // narrower: bars above and below
+  EXPECT_EQ(orientation, 0) << "all of the frame";
+  EXPECT_EQ(from, 0);
+  EXPECT_EQ(to, 712);
+  setViewArea(*view, 0, 0, 640, 480); // narrower: above and below
+  EXPECT_EQ(frame(), (std::array<LONG, 4>{0, 60, 640, 420}));
   view->GetSafeFrame(&from, &to, &orientation);
-  EXPECT_EQ(orientation, 2);
-  EXPECT_EQ(from, 60);
-  EXPECT_EQ(to, 420);
+  EXPECT_EQ(orientation, 0);
+  EXPECT_EQ(to, 640);
+  // It follows the format at once, without anybody who draws it.
+  document->GetActiveRenderData()->GetDataInstance()->SetLong(RDATA_XRES, 720);
+  EXPECT_EQ(frame(), (std::array<LONG, 4>{80, 0, 560, 480}));
+}
+
+TEST_F(Nodes, aViewHasTheSafeFrameThatIsSet) {
+  BaseDraw* view = document->GetRenderBaseDraw();
+  for (const LONG orientation : {1, 2, 0, 7}) {
+    setViewSafeFrame(*view, 30, 500, orientation);
+    LONG from = 0, to = 0, got = -1;
+    view->GetSafeFrame(&from, &to, &got);
+    EXPECT_EQ(got, orientation);
+    EXPECT_EQ(from, 30);
+    EXPECT_EQ(to, 500);
+    view->GetSafeFrame(nullptr, nullptr, nullptr);
+  }
 }
 
 TEST_F(Nodes, theViewsCameraIsFoundInItsDocument) {

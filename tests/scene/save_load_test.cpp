@@ -202,7 +202,7 @@ DocumentPtr everything() {
   d.SetActiveRenderData(second);
   BaseDraw* view = d.GetRenderBaseDraw();
   view->SetSceneCamera(camera);
-  setViewFrame(*view, 1, 2, 801, 602);
+  setViewArea(*view, 1, 2, 801, 602);
   view->GetEditorCamera()->SetMl(MatrixMove({9, 8, 7}));
   view->GetEditorCamera()->SetParameter(param::cameraYfov, GeData(0.55));
   stateOf(&d)->activeView = addView(*stateOf(&d));
@@ -273,7 +273,7 @@ TEST(SaveAndLoad, theComparisonSeesEveryKindOfChange) {
   differs([](BaseDocument& d) { d.SearchMaterial("layered")->GetChannel(0)->SetShader(nullptr); });
   differs([](BaseDocument& d) { d.GetActiveRenderData()->GetFirstVideoPost()->DelBit(BIT_VPDISABLED); });
   differs([](BaseDocument& d) { d.GetRenderBaseDraw()->SetSceneCamera(nullptr); });
-  differs([](BaseDocument& d) { setViewFrame(*d.GetRenderBaseDraw(), 0, 0, 1, 1); });
+  differs([](BaseDocument& d) { setViewArea(*d.GetRenderBaseDraw(), 0, 0, 1, 1); });
   differs([](BaseDocument& d) { d.GetRenderBaseDraw()->GetEditorCamera()->SetMl(Matrix()); });
   differs([](BaseDocument& d) {
     BaseObject* object = d.SearchObject("floor");

@@ -272,7 +272,7 @@ TEST_F(FileSessionTest, AChangedFileIsLoadedAgainAndTheViewTimeAndSelectionStay)
   own->local.off = {7, 8, 9};
   own->data.SetReal(param::cameraYfov, 0.4);
   document().GetActiveBaseDraw()->SetSceneCamera(document().SearchObject("camera"));
-  setViewFrame(*document().GetActiveBaseDraw(), 0, 0, 333, 222);
+  setViewArea(*document().GetActiveBaseDraw(), 0, 0, 333, 222);
   const Identity before = document().GetIdentity();
 
   write("a.glb", [](BaseDocument& d) {
@@ -293,7 +293,7 @@ TEST_F(FileSessionTest, AChangedFileIsLoadedAgainAndTheViewTimeAndSelectionStay)
   EXPECT_EQ(state().activeView->camera, id("camera"));
   EXPECT_EQ(state().activeView->editorCamera->local.off, Vector(7, 8, 9));
   EXPECT_EQ(param::real(*state().activeView->editorCamera, param::cameraYfov), 0.4);
-  EXPECT_EQ(state().activeView->frame, (std::array<LONG, 4>{0, 0, 333, 222}));
+  EXPECT_EQ(state().activeView->area, (std::array<LONG, 4>{0, 0, 333, 222}));
   EXPECT_FALSE(files().isDirty());
   EXPECT_EQ(reloadAsked, 0);
 }

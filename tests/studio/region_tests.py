@@ -50,18 +50,14 @@ def render_format(run):
     return values[5008], values[5009]
 
 
-def safe_frame(width, height, format_width, format_height):
-    """From, to and orientation of the part of the view that the render format covers, in whole numbers."""
+def frame(run, studio):
+    """Left, top, width and height of the part of the view that the render format covers, in whole numbers."""
+    width, height = editor(studio)["place"][2:]
+    format_width, format_height = render_format(run)
     wide = width * format_height - height * format_width
-    if wide > 0:
-        bar = (wide + format_height) // (2 * format_height)
-        if bar:
-            return bar, width - bar, 1
-    if wide < 0:
-        bar = (-wide + format_width) // (2 * format_width)
-        if bar:
-            return bar, height - bar, 2
-    return 0, width, 0
+    side = min((wide + format_height) // (2 * format_height), (width - 1) // 2) if wide > 0 else 0
+    above = min((-wide + format_width) // (2 * format_width), (height - 1) // 2) if wide < 0 else 0
+    return side, above, width - 2 * side, height - 2 * above
 
 
 def aspect(studio):
@@ -71,7 +67,7 @@ def aspect(studio):
 
 def expected_box(run, studio, region):
     """Where the box of a record stands in the editor view."""
-    w, h = editor(studio)["place"][2:]
+    x, y, w, h = frame(run, studio)
     ratio, size = aspect(studio), region.get(SIZE, 0.5)
     if w / h > ratio:
         box_h = math.floor(h * size)
@@ -79,15 +75,13 @@ def expected_box(run, studio, region):
     else:
         box_w = math.floor(w * size)
         box_h = math.floor(h * size) if w / h == ratio else math.floor(box_w / ratio)
-    begin, end, orientation = safe_frame(w, h, *render_format(run))
-    low_x, low_y, high_x, high_y = {0: (1, 2, w, h), 1: (begin, 2, end, h), 2: (1, begin, w, end)}[orientation]
-    left = max(math.floor(w * region.get(X, 0.0)), low_x)
-    top = max(math.floor(h * region.get(Y, 0.0)), low_y)
-    if left + box_w >= high_x:
-        left = high_x - box_w
-    if top + box_h >= high_y:
-        top = high_y - box_h
-    return left, top, left + box_w, top + box_h
+    left = max(math.floor(w * region.get(X, 0.0)), 1)
+    top = max(math.floor(h * region.get(Y, 0.0)), 2)
+    if left + box_w >= w:
+        left = w - box_w
+    if top + box_h >= h:
+        top = h - box_h
+    return x + left, y + top, x + left + box_w, y + top + box_h
 
 
 # ---- What the screen shows
@@ -315,9 +309,8 @@ def region_undo(run):
 
 
 def implied(run, studio, region):
-    """The whole image that a region render is a part of, and the rectangle of that part, for a view without bars."""
-    w, h = editor(studio)["place"][2:]
-    check(safe_frame(w, h, *render_format(run))[2] == 0, "the view has bars")
+    """The whole image that a region render is a part of, and the rectangle of that part."""
+    w, h = frame(run, studio)[2:]
     view_w, view_h = studio.viewer()["place"][2:]
     ratio, size = aspect(studio), region[SIZE]
     if w / h > ratio:
@@ -347,20 +340,21 @@ def cropped(run, file, left, top, width, height, to):
 
 
 def region_picture(run):
-    """In a view of the render's aspect the viewer shows what the box frames: that part of the whole picture."""
+    """In a view with a surround the viewer shows what the box frames: that part of the whole picture."""
     run.set("LM_STAMP_RENDER_TIME", 0)
     studio = start_in_region_mode(run)
-    w, h = editor(studio)["place"][2:]
 
-    def format_of_the_view(scene):
+    def wide_and_even(scene):
         own = scene["extras"]["lumenara"]
         values = own["renderData"][own["activeRenderData"]]["container"]
         for entry in values:
-            entry[2] = {5008: w, 5009: h, 7100: 4}.get(entry[0], entry[2])
+            entry[2] = {5008: 1920, 5009: 600, 7100: 4}.get(entry[0], entry[2])
         values.append([7101, "real", 0.0])  # every pixel gets all of its samples
     save(run, studio)
-    run.rewrite(format_of_the_view)
-    wait_for("the view without bars", lambda: shown_box(studio) == expected_box(run, studio, {}))
+    run.rewrite(wide_and_even)
+    wait_for("the view with a surround", lambda: shown_box(studio) == expected_box(run, studio, {}))
+    left, top, w, h = frame(run, studio)
+    check(left > 20 or top > 20, "the view has no surround")
     box = shown_box(studio)
     drag_box(studio, box[0], (box[1] + box[3]) // 2, w // 4, h // 5)
     before = studio.picture()

@@ -1,4 +1,6 @@
-// The view's frame, its safe frame, and where the camera puts things in them.
+// The view's frame, and where the camera puts things in it.
+#include <algorithm>
+#include <array>
 #include <cmath>
 
 #include "view_kit.h"
@@ -15,6 +17,12 @@ Safe safeFrameOf(const BaseDraw& draw) {
   return safe;
 }
 
+std::array<LONG, 4> frameOf(const BaseDraw& draw) {
+  std::array<LONG, 4> frame{};
+  draw.GetFrame(&frame[0], &frame[1], &frame[2], &frame[3]);
+  return frame;
+}
+
 // In whole numbers: half the room that is left, rounded to the nearest pixel, halves up.
 LONG bar(LLONG room, LLONG by) {
   return static_cast<LONG>((room + by) / (2 * by));
@@ -23,6 +31,7 @@ LONG bar(LLONG room, LLONG by) {
 using FrameTest = ViewTest;
 
 TEST_F(FrameTest, IsTheLogicalSizeAtEveryPixelRatio) {
+  setFormat(321, 203);
   for (const double ratio : {1.0, 1.25, 1.5, 2.0, 3.0}) {
     open(321, 203, ratio);
     LONG left = 9, top = 9, right = 9, bottom = 9;
@@ -37,6 +46,7 @@ TEST_F(FrameTest, IsTheLogicalSizeAtEveryPixelRatio) {
 TEST_F(FrameTest, FollowsTheActiveDocument) {
   open(300, 200);
   newDocument();
+  setFormat(300, 200);
   view->repaintSoon();
   runAll();
   LONG right = 0, bottom = 0;
@@ -47,6 +57,7 @@ TEST_F(FrameTest, FollowsTheActiveDocument) {
 
 TEST_F(FrameTest, StaysWhenTheViewHasNoSize) {
   open(300, 200);
+  setFormat(300, 200);
   for (const auto& [width, height] : {std::pair{0, 0}, {0, 50}, {50, 0}, {-5, -7}}) {
     view->resize(width, height);
     LONG right = 0, bottom = 0;
@@ -56,7 +67,7 @@ TEST_F(FrameTest, StaysWhenTheViewHasNoSize) {
   }
 }
 
-TEST_F(FrameTest, SafeFramesAgreeWithWholeNumberArithmetic) {
+TEST_F(FrameTest, AgreesWithWholeNumberArithmeticAndIsAllSafe) {
   for (const LONG width : {1, 7, 160, 320, 641, 960, 1000})
     for (const LONG height : {1, 9, 120, 360, 480, 600, 999})
       for (const auto& [formatWidth, formatHeight] :
@@ -64,27 +75,30 @@ TEST_F(FrameTest, SafeFramesAgreeWithWholeNumberArithmetic) {
         SCOPED_TRACE(testing::Message()
                      << width << " x " << height << " for " << formatWidth << " x " << formatHeight);
         setFormat(formatWidth, formatHeight);
-        host::setViewFrame(draw(), 0, 0, width, height);
+        host::setViewArea(draw(), 3, -5, 3 + width, -5 + height);
         const LLONG wide = LLONG{width} * formatHeight - LLONG{height} * formatWidth;
-        const LONG side = wide > 0 ? bar(wide, formatHeight) : 0;
-        const LONG above = wide < 0 ? bar(-wide, formatWidth) : 0;
+        // A pixel is left of the thinnest one.
+        const LONG side = wide > 0 ? std::min(bar(wide, formatHeight), (width - 1) / 2) : 0;
+        const LONG above = wide < 0 ? std::min(bar(-wide, formatWidth), (height - 1) / 2) : 0;
+        ASSERT_EQ(frameOf(draw()),
+                  (std::array<LONG, 4>{3 + side, -5 + above, 3 + width - side, -5 + height - above}));
         const Safe safe = safeFrameOf(draw());
-        ASSERT_EQ(safe.orientation, side > 0 ? 1 : above > 0 ? 2 : 0);
-        ASSERT_EQ(safe.from, side > 0 ? side : above);
-        ASSERT_EQ(safe.to, side > 0 ? width - side : above > 0 ? height - above : width);
+        ASSERT_EQ(safe.orientation, 0);
+        ASSERT_EQ(safe.from, 0);
+        ASSERT_EQ(safe.to, width - 2 * side);
       }
 }
 
 TEST_F(FrameTest, AgreesWithTheFormatWithoutBars) {
   setFormat(1280, 720);
   for (const LONG scale : {1, 3, 10, 60}) {
-    host::setViewFrame(draw(), 0, 0, 16 * scale, 9 * scale);
-    EXPECT_EQ(safeFrameOf(draw()).orientation, 0);
+    host::setViewArea(draw(), 0, 0, 16 * scale, 9 * scale);
+    EXPECT_EQ(frameOf(draw()), (std::array<LONG, 4>{0, 0, 16 * scale, 9 * scale}));
   }
 }
 
-// What the render's upper edge shows lies at the safe frame's upper edge, in tall and in wide views.
-TEST_F(FrameTest, TheRenderShowsWhatTheSafeFrameHolds) {
+// The render's upper edge lies at the frame's upper edge, in tall and in wide views.
+TEST_F(FrameTest, TheRenderShowsWhatTheFrameHolds) {
   setFormat(1600, 900);
   for (const auto& [width, height] : {std::pair{1600, 900}, {800, 800}, {300, 900}, {1200, 300}, {64, 9}}) {
     SCOPED_TRACE(testing::Message() << width << " x " << height);
@@ -96,11 +110,9 @@ TEST_F(FrameTest, TheRenderShowsWhatTheSafeFrameHolds) {
     const double up = std::tan(angle.GetReal() / 2), across = up * 16 / 9;
     const auto corner = eye.project({across * 5, up * 5, -5});
     ASSERT_TRUE(corner);
-    const double aspect = static_cast<double>(width) / height;
-    const double safeWidth = aspect > 16.0 / 9 ? height * 16.0 / 9 : width;
-    const double safeHeight = aspect > 16.0 / 9 ? height : width * 9.0 / 16;
-    EXPECT_NEAR(corner->x, width / 2.0 + safeWidth / 2, 1e-6 * width);
-    EXPECT_NEAR(corner->y, height / 2.0 - safeHeight / 2, 1e-6 * height);
+    const auto [left, top, right, bottom] = frameOf(draw());
+    EXPECT_NEAR(corner->y, top, 1e-6 * height);
+    EXPECT_NEAR(corner->x, right, 1) << "its sides are whole pixels";
   }
 }
 

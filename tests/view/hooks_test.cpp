@@ -77,6 +77,11 @@ class HookTest : public ViewTest {
     script = nullptr;
   }
 
+  /// A view without a surround.
+  host::EditorView& open(int width, int height, double ratio = 1) {
+    setFormat(width, height);
+    return ViewTest::open(width, height, ratio);
+  }
   bool add(LONG id, LONG priority) {
     return RegisterSceneHookPlugin(id, String("hook ") + std::to_string(id).c_str(), 0, makeHook, priority,
                                    0);
@@ -289,6 +294,126 @@ TEST_F(HookTest, WhileTheViewIsDrawnItSaysSo) {
   EXPECT_GE(inHook, 1);
 }
 
+// ---- In a view with a surround
+
+class SurroundTest : public HookTest {
+ public:
+  /// A frame of 100 by 80 in the middle of a view.
+  void openBarred(int width, int height, double ratio = 1) {
+    setFormat(100, 80);
+    ViewTest::open(width, height, ratio);
+    LONG frame[4] = {};
+    draw().GetFrame(&frame[0], &frame[1], &frame[2], &frame[3]);
+    EXPECT_EQ(frame[2] - frame[0], 100);
+    EXPECT_EQ(frame[3] - frame[1], 80);
+    left = frame[0], top = frame[1];
+  }
+  LONG left = 0, top = 0;
+};
+
+TEST_F(SurroundTest, PlacesCountFromTheFramesCorner) {
+  add(91, 0);
+  BaseContainer got, channels;
+  Real dx = 0, dy = 0;
+  data.mouse[91] = [&](BaseDraw*, EditorWindow* win, const BaseContainer& msg) {
+    got = msg;
+    if (msg.GetLong(BFM_INPUT_CHANNEL) != BFM_INPUT_MOUSELEFT) return TRUE;
+    win->MouseDragStart(KEY_MLEFT, msg.GetReal(BFM_INPUT_X), msg.GetReal(BFM_INPUT_Y), MOUSEDRAGFLAGS_0);
+    win->MouseDrag(&dx, &dy, &channels);
+    win->MouseDragEnd();
+    return TRUE;
+  };
+  Real x = -1, y = -1;
+  data.cursor[91] = [&](Real px, Real py, BaseContainer& bc) {
+    x = px, y = py;
+    bc.SetLong(RESULT_CURSOR, MOUSE_MOVE);
+    return FALSE;
+  };
+  for (const auto& [width, height] : {std::pair{300, 80}, {100, 230}}) {
+    SCOPED_TRACE(width);
+    script1({at(DragEvent::Kind::move, -7, 400)}); // a drag goes on in the surround
+    openBarred(width, height);
+    view->mousePress(mouse(left + 12.5, top + 33));
+    EXPECT_EQ(got.GetReal(BFM_INPUT_X), 12.5);
+    EXPECT_EQ(got.GetReal(BFM_INPUT_Y), 33);
+    EXPECT_EQ(channels.GetReal(BFM_INPUT_X), -7 - left);
+    EXPECT_EQ(channels.GetReal(BFM_INPUT_Y), 400 - top);
+    EXPECT_EQ(dx, -7 - left - 12.5);
+    EXPECT_EQ(dy, 400 - top - 33);
+    view->wheel(left + 1, top + 2, 1, {});
+    EXPECT_EQ(got.GetReal(BFM_INPUT_X), 1);
+    EXPECT_EQ(got.GetReal(BFM_INPUT_Y), 2);
+    EXPECT_EQ(view->cursorAt(left + 99.5, top + 79.5), MOUSE_MOVE);
+    EXPECT_EQ(x, 99.5);
+    EXPECT_EQ(y, 79.5);
+  }
+}
+
+TEST_F(SurroundTest, BelongsToNoHook) {
+  add(92, 0);
+  data.cursor[92] = [](Real, Real, BaseContainer& bc) {
+    bc.SetLong(RESULT_CURSOR, MOUSE_MOVE);
+    return FALSE;
+  };
+  openBarred(300, 80);
+  view->finishPicture();
+  data.record.clear();
+  for (const double x : {0.0, left - 0.5, left + 100.0, 299.0}) {
+    EXPECT_EQ(view->cursorAt(x, 40), MOUSE_NORMAL) << x;
+    view->mousePress(mouse(x, 40));
+    view->mouseRelease(mouse(x, 40));
+    view->wheel(x, 40, 1, {});
+  }
+  EXPECT_TRUE(data.record.empty());
+  const Matrix before = cameraMatrix();
+  EXPECT_TRUE(view->mousePress(altMouse(3, 3))) << "the view itself is moved from there too";
+  view->mouseMove(altMouse(30, 3));
+  EXPECT_NE(cameraMatrix(), before);
+}
+
+TEST_F(SurroundTest, DrawingStaysInTheFrameAtEveryRatio) {
+  add(93, 0);
+  constexpr std::uint32_t shown = 0xffff8000;
+  for (const double ratio : {1.0, 1.25, 1.5, 2.0})
+    for (const auto& [width, height] : {std::pair{300, 80}, {100, 230}}) {
+      SCOPED_TRACE(testing::Message() << ratio << ", " << width);
+      data.draw.clear();
+      openBarred(width, height, ratio);
+      ASSERT_TRUE(view->finishPicture());
+      const host::ViewImage plain = view->image();
+      data.draw[93] = [&](BaseDraw* bd) {
+        bd->SetMatrix_Screen();
+        bd->SetPen(Vector(1, 0.5, 0));
+        bd->DrawLine2D({-1000, 10, 0}, {1000, 10, 0});
+        bd->DrawLine2D({20, 1000, 0}, {20, -1000, 0});
+        for (const LONG outside : {-1, 100})
+          bd->DrawLine2D(Vector(outside, -1000, 0), Vector(outside, 1000, 0));
+        for (const LONG outside : {-1, 80})
+          bd->DrawLine2D(Vector(-1000, outside, 0), Vector(1000, outside, 0));
+        return TRUE;
+      };
+      view->repaintNow();
+      const host::ViewImage& image = view->image();
+      const auto pixels = [&](LONG logical) { return static_cast<int>(std::lround(logical * ratio)); };
+      const auto covers = [&](LONG line, int at) {
+        return std::floor(line * ratio) <= at && at < std::floor((line + 1) * ratio);
+      };
+      for (int y = 0; y < image.height; ++y)
+        for (int x = 0; x < image.width; ++x) {
+          const bool inside =
+              x >= pixels(left) && x < pixels(left + 100) && y >= pixels(top) && y < pixels(top + 80);
+          if (!inside) {
+            ASSERT_EQ(image.at(x, y), plain.at(x, y)) << x << ", " << y;
+          } else if (covers(left + 20, x) || covers(top + 10, y)) {
+            ASSERT_EQ(image.at(x, y), shown) << x << ", " << y;
+          } else if (x > pixels(left) + 2 && x < pixels(left + 100) - 3 && y > pixels(top) + 2 &&
+                     y < pixels(top + 80) - 3) {
+            ASSERT_EQ(image.at(x, y), plain.at(x, y)) << x << ", " << y;
+          }
+        }
+    }
+}
+
 TEST_F(HookTest, TheFirstThatAsksDecidesThePointer) {
   add(41, 0);
   add(42, 1);
@@ -319,6 +444,7 @@ TEST_F(HookTest, HaveOneInstanceADocument) {
   EXPECT_EQ(data.alive, 1) << "a clone has none";
   BaseDocument::Free(clone);
   newDocument();
+  setFormat(100, 80);
   view->mousePress(mouse(1, 1));
   EXPECT_EQ(data.alive, 1) << "the old document's has gone";
   EXPECT_EQ(data.record, std::vector<std::string>{"mouse 51"});
@@ -487,7 +613,7 @@ TEST(Overlay, DiagonalsHaveOnePixelAStepAndBothEnds) {
   for (const auto& [x1, y1] : {std::pair{9, 4}, {4, 9}, {-9, 4}, {9, -4}, {-4, -9}, {9, 9}, {0, 0}}) {
     host::ViewImage image = blank(40, 40);
     std::vector<host::PaintedPixel> painted;
-    host::drawOverlay({{20, 20, 20 + x1, 20 + y1, 0xffffffff, 0}}, 1, image, painted);
+    host::drawOverlay({{20, 20, 20 + x1, 20 + y1, 0xffffffff, 0}}, {}, image, painted);
     EXPECT_EQ(painted.size(), static_cast<std::size_t>(std::max(std::abs(x1), std::abs(y1)) + 1));
     EXPECT_EQ(image.at(20, 20), 0xffffffffu);
     EXPECT_EQ(image.at(20 + x1, 20 + y1), 0xffffffffu);
@@ -508,12 +634,12 @@ TEST(Overlay, FarAwayLinesCostNothingAndCrossTheSamePixels) {
   host::ViewImage image = blank(30, 20), expected = blank(30, 20);
   std::vector<host::PaintedPixel> painted;
   const LONG far = 1 << 30;
-  host::drawOverlay({{-far, 7, far, 7, 0xff112233, 0}, {3, far, 3, -far, 0xff445566, 0}}, 1, image, painted);
-  host::drawOverlay({{0, 7, 29, 7, 0xff112233, 0}, {3, 0, 3, 19, 0xff445566, 0}}, 1, expected, painted);
+  host::drawOverlay({{-far, 7, far, 7, 0xff112233, 0}, {3, far, 3, -far, 0xff445566, 0}}, {}, image, painted);
+  host::drawOverlay({{0, 7, 29, 7, 0xff112233, 0}, {3, 0, 3, 19, 0xff445566, 0}}, {}, expected, painted);
   EXPECT_EQ(image.pixels, expected.pixels);
   host::ViewImage untouched = blank(30, 20);
-  host::drawOverlay({{-far, -5, far, -5, 1, 0}, {40, 0, far, far, 2, 0}, {0, 20, 29, 20, 3, 0}}, 1, untouched,
-                    painted);
+  host::drawOverlay({{-far, -5, far, -5, 1, 0}, {40, 0, far, far, 2, 0}, {0, 20, 29, 20, 3, 0}}, {},
+                    untouched, painted);
   EXPECT_EQ(untouched.pixels, blank(30, 20).pixels);
 }
 
@@ -524,7 +650,7 @@ TEST(Overlay, SmallerOffsetsLieInFront) {
                      {2, 2, 2, 2, 0xff000002, 9},
                      {3, 3, 3, 3, 0xff000003, 0},
                      {3, 3, 3, 3, 0xff000004, 0}},
-                    1, image, painted);
+                    {}, image, painted);
   EXPECT_EQ(image.at(2, 2), 0xff000001u);
   EXPECT_EQ(image.at(3, 3), 0xff000004u) << "of equal ones the later";
   host::eraseOverlay(image, painted);

@@ -232,14 +232,12 @@ TEST_F(PictureTest, DarkensWhatTheRenderDoesNotShow) {
     view->resize(200, 100);
     // The same camera angle over the whole view, so that only the bars differ.
     setFormat(formatWidth, formatHeight);
-    LONG from = 0, to = 0, orientation = 0;
-    draw().GetSafeFrame(&from, &to, &orientation);
-    ASSERT_NE(orientation, 0);
+    LONG left = 0, top = 0, right = 0, bottom = 0;
+    draw().GetFrame(&left, &top, &right, &bottom);
+    ASSERT_TRUE(left > 0 || top > 0);
     view->repaintSoon();
     const ViewImage& barred = finish();
-    const auto dark = [&](int x, int y) {
-      return orientation == 1 ? x < from || x >= to : y < from || y >= to;
-    };
+    const auto dark = [&](int x, int y) { return x < left || x >= right || y < top || y >= bottom; };
     // The background alone, away from tripod and ground: its colour depends on the row.
     for (int y = 0; y < 45; ++y)
       for (int x = 0; x < 200; ++x) {
@@ -480,7 +478,7 @@ TEST_F(PictureTest, WithoutATracerShowsTheGround) {
 TEST(Picture, EveryBlockSizeCoversEveryPixel) {
   host::PictureSetup setup;
   setup.width = 37, setup.height = 29;
-  setup.safeFrame = {0, 0, 37, 29};
+  setup.frame = {0, 0, 37, 29};
   setup.camera.width = 37, setup.camera.height = 29;
   host::TracedPixels reference;
   reference.reset(37, 29);
