@@ -1,6 +1,7 @@
 #include "document_hub.h"
 
 #include "c4d_events.h"
+#include "document.h"
 #include "node_state.h"
 #include "scene_file.h"
 
@@ -27,6 +28,7 @@ void DocumentHub::replace(DocumentPtr document, Replacement why) {
   selection_ = false;
   setActiveDocument(document.release());
   replaced.call(why);
+  tellChanged();
   tellSelection();
 }
 
@@ -47,9 +49,15 @@ void DocumentHub::tellChanged() {
   announce();
 }
 
+void DocumentHub::tellUnseen() {
+  announce();
+}
+
 void DocumentHub::tellSelection() {
   selection_ = true;
-  tellChanged();
+  const BaseDocument* active = document();
+  if (active && selectionShows(*active)) EventAdd();
+  announce();
 }
 
 void DocumentHub::close() {

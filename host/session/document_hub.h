@@ -29,9 +29,13 @@ class DocumentHub final : private CoreListener {
   /// posts the scene-changed event. Setting the time that it has does nothing.
   void setTime(const BaseTime& time);
 
-  /// Something in the document is different: posts the scene-changed event; `changed` follows.
+  /// Something that a picture may show is different: posts the scene-changed event; `changed` follows.
   void tellChanged();
-  /// The selection is different; `selectionChanged` and `changed` follow, with the scene-changed event.
+  /// Something that no picture shows is different: `changed` follows, for the program's own windows, without
+  /// the scene-changed event, so that nothing is rendered again.
+  void tellUnseen();
+  /// The selection is different; `selectionChanged` and `changed` follow. Pictures show it only when the
+  /// active render settings ask for selected objects alone; then the scene-changed event is posted too.
   void tellSelection();
   /// Takes the document away: the session ends.
   void close();

@@ -176,6 +176,7 @@ ImagePtr take(const NodeState& node, const ImagePtr& previous) {
 
 struct Difference {
   bool sameMoment;
+  bool inPictures = false; // only what they may show
 
   bool objects(const ObjectPart& a, const ObjectPart& b) const {
     if (a.deform != b.deform || a.mesh != b.mesh || a.deformation != b.deformation || a.skin != b.skin ||
@@ -185,18 +186,29 @@ struct Difference {
     return !(a.local == b.local) || a.pose != b.pose || a.weights != b.weights;
   }
 
-  static bool documents(const DocumentPart& a, const DocumentPart& b) {
-    return a.activeRenderData != b.activeRenderData || !sameTime(a.minTime, b.minTime) ||
-           !sameTime(a.maxTime, b.maxTime) || !sameTime(a.loopMinTime, b.loopMinTime) ||
-           !sameTime(a.loopMaxTime, b.loopMaxTime) || a.fps != b.fps || a.lod != b.lod ||
-           a.animationNames != b.animationNames;
+  bool documents(const DocumentPart& a, const DocumentPart& b) const {
+    if (a.activeRenderData != b.activeRenderData || a.fps != b.fps || a.lod != b.lod ||
+        a.animationNames != b.animationNames)
+      return true;
+    return !inPictures &&
+           (!sameTime(a.minTime, b.minTime) || !sameTime(a.maxTime, b.maxTime) ||
+            !sameTime(a.loopMinTime, b.loopMinTime) || !sameTime(a.loopMaxTime, b.loopMaxTime));
+  }
+
+  bool data(const NodeImage& a, const NodeImage& b) const {
+    if (a.data == b.data) return false;
+    if (!inPictures || a.kind != NodeKind::object) return true;
+    BaseContainer first = a.data, second = b.data;
+    first.RemoveData(param::objectVisibleEditor); // for the editor's view alone
+    second.RemoveData(param::objectVisibleEditor);
+    return !(first == second);
   }
 
   bool values(const NodeImage& a, const NodeImage& b) const {
     const bool selectable = a.kind == NodeKind::object || a.kind == NodeKind::material;
     const LONG bits = selectable ? ~BIT_ACTIVE : -1;
     if (a.identity != b.identity || a.name != b.name || (a.bits & bits) != (b.bits & bits) ||
-        a.foreignExtras != b.foreignExtras || a.picture != b.picture || !(a.data == b.data))
+        a.foreignExtras != b.foreignExtras || a.picture != b.picture || data(a, b))
       return true;
     if (a.object && objects(*a.object, *b.object)) return true;
     if (a.slots && *a.slots != *b.slots) return true;
@@ -358,6 +370,10 @@ bool sameLook(const ImagePtr& a, const ImagePtr& b) {
 
 bool differs(const ImagePtr& a, const ImagePtr& b) {
   return Difference{sameTime(a->document->time, b->document->time)}.nodes(a, b);
+}
+
+bool pictureDiffers(const ImagePtr& a, const ImagePtr& b) {
+  return Difference{sameTime(a->document->time, b->document->time), true}.nodes(a, b);
 }
 
 bool selectionDiffers(const ImagePtr& a, const ImagePtr& b) {

@@ -26,6 +26,10 @@ bool sameLook(const ImagePtr& a, const ImagePtr& b);
 /// expression tags move counts only when both show the document at the same time.
 bool differs(const ImagePtr& a, const ImagePtr& b);
 
+/// The same without the ranges of time and the visibility in the editor: whether a picture may show the
+/// difference.
+bool pictureDiffers(const ImagePtr& a, const ImagePtr& b);
+
 /// Whether the images have different objects or materials selected.
 bool selectionDiffers(const ImagePtr& a, const ImagePtr& b);
 

@@ -125,6 +125,11 @@ bool Edits::apply(const String& name, const Change& change, const String& mergeK
   return finish(name, mergeKey, before);
 }
 
+void Edits::tellHub(const ImagePtr& before, const ImagePtr& after) {
+  pictureDiffers(before, after) ? hub_.tellChanged() : hub_.tellUnseen();
+  if (selectionDiffers(before, after)) hub_.tellSelection();
+}
+
 // What has changed since `before` becomes a step, and everybody hears of it.
 bool Edits::finish(const String& name, const String& mergeKey, const ImagePtr& before) {
   const ImagePtr after = look();
@@ -141,7 +146,7 @@ bool Edits::finish(const String& name, const String& mergeKey, const ImagePtr& b
     }
     tell();
   }
-  selectionDiffers(before, after) ? hub_.tellSelection() : hub_.tellChanged();
+  tellHub(before, after);
   return true;
 }
 
@@ -242,7 +247,7 @@ void Edits::put(const ImagePtr& image, std::size_t revision) {
   revision_ = revision;
   const ImagePtr after = look();
   tell();
-  selectionDiffers(before, after) ? hub_.tellSelection() : hub_.tellChanged();
+  tellHub(before, after);
 }
 
 bool Edits::undo() {

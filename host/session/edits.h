@@ -97,6 +97,7 @@ class Edits {
   void reset();
   void takeReload();
   ImagePtr look();
+  void tellHub(const ImagePtr& before, const ImagePtr& after);
   bool finish(const String& name, const String& mergeKey, const ImagePtr& before);
   bool merge(const String& mergeKey, const ImagePtr& after);
   void push(Step step);
