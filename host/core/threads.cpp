@@ -1,4 +1,5 @@
 // C4DThread, BaseThread and which thread is the main one.
+#include <atomic>
 #include <system_error>
 #include <thread>
 
@@ -6,6 +7,7 @@
 #include "console.h"
 #include "main_loop.h"
 #include "platform.h"
+#include "plugin_renders.h"
 #include "thread_context.h"
 #include "worker_threads.h"
 
@@ -129,3 +131,19 @@ Bool GeIsMainThread() {
 LONG GeGetCPUCount() {
   return host::workerCount();
 }
+
+namespace host {
+
+namespace {
+std::atomic<unsigned long long> rendersBegun{0};
+}
+
+void countPluginRender() noexcept {
+  rendersBegun.fetch_add(1, std::memory_order_relaxed);
+}
+
+unsigned long long pluginRenders() noexcept {
+  return rendersBegun.load(std::memory_order_relaxed);
+}
+
+} // namespace host

@@ -1,11 +1,14 @@
 #include "area_state.h"
 
 #include <algorithm>
+#include <array>
+#include <utility>
 
 #include "access.h"
 #include "dialog_state.h"
 #include "gadget_actions.h"
 #include "plugin_call.h"
+#include "plugin_renders.h"
 
 namespace host {
 
@@ -38,10 +41,67 @@ void postFor(AreaState& state, void (*work)(AreaState&)) {
   mainLoop().post(run, Urgency::painting);
 }
 
+// A render since the area got its size has made its bitmap, unless only one side was another.
+void noteRender(AreaState& state) {
+  if (state.rendersSeen == pluginRenders()) return;
+  state.rendersSeen = pluginRenders();
+  const bool both = state.width != state.renderedWidth && state.height != state.renderedHeight;
+  if (state.rendered && !both) return;
+  state.rendered = true;
+  state.renderedWidth = state.width;
+  state.renderedHeight = state.height;
+}
+
+// The scroll group whose visible part the area fills, alone; null without one.
+Gadget* filledGroup(const AreaState& state) {
+  Gadget* group = state.gadget->parent;
+  if (!group || group->kind != GadgetKind::scrollGroup || group->children.size() != 1) return nullptr;
+  LONG left = 0, top = 0, right = 0, bottom = 0;
+  const bool known = state.dialog->GetVisibleArea(group->id, &left, &top, &right, &bottom) != FALSE;
+  return known && right - left == state.width && bottom - top == state.height ? group : nullptr;
+}
+
+// True when the area gets another size; one of a fixed size does not.
+bool keepFree(AreaState& state, Gadget& group, LONG width, LONG height) {
+  const LONG widthBefore = state.width, heightBefore = state.height;
+  const LONG freeWidth = std::exchange(group.freeWidth, width);
+  const LONG freeHeight = std::exchange(group.freeHeight, height);
+  const std::weak_ptr<const char> alive = state.alive;
+  DialogView* view = dialogOf(state)->view;
+  if (view) view->layoutChanged(group);
+  if (!alive.expired()) relayoutArea(state);
+  if (alive.expired() || !state.gadget) return true;
+  if (view) return state.width != widthBefore || state.height != heightBefore;
+  if (state.minWidth != widthBefore || state.minHeight != heightBefore) return true;
+  group.freeWidth = freeWidth;
+  group.freeHeight = freeHeight;
+  return false;
+}
+
+// A viewer keeps a bitmap that differs from its size in one side only, and would show it squashed from then
+// on. So when one side alone has changed, the group gives up or regains a pixel of the other one. True: the
+// area gets another size.
+bool evenOut(AreaState& state) {
+  Gadget* group = filledGroup(state);
+  if (!group) return false;
+  noteRender(state);
+  const LONG width = state.width + group->freeWidth, height = state.height + group->freeHeight;
+  constexpr std::array<std::array<LONG, 2>, 3> choices{{{0, 0}, {0, 1}, {1, 0}}};
+  for (const auto& [across, down] : choices) {
+    const bool otherWidth = width - across != state.renderedWidth;
+    const bool otherHeight = height - down != state.renderedHeight;
+    if (otherWidth != otherHeight) continue;
+    if (across == group->freeWidth && down == group->freeHeight) return false;
+    return keepFree(state, *group, across, down);
+  }
+  return false;
+}
+
 // BFM_SIZED to the area, then to its dialog.
 void tellSize(AreaState& state) {
   stopTimer(state.sizedTimer);
   if (!isLive(state) || (state.width == state.toldWidth && state.height == state.toldHeight)) return;
+  if (evenOut(state)) return; // the size that comes is told
   state.toldWidth = state.width;
   state.toldHeight = state.height;
   BaseContainer message(BFM_SIZED), result;
@@ -209,6 +269,12 @@ void sizeArea(GeUserArea& area, LONG width, LONG height, double pixelRatio) {
   const bool first = state.stage != AreaState::Stage::shown;
   const bool sized = first || width != state.width || height != state.height;
   if (!sized && pixelRatio == state.surface.ratio()) return;
+  if (sized && state.width > 0) noteRender(state);
+  if (first && state.renderedWidth == 0) {
+    state.renderedWidth = width;
+    state.renderedHeight = height;
+    state.rendersSeen = pluginRenders();
+  }
   state.surface.resize(width, height, pixelRatio, windowColor());
   state.width = width;
   state.height = height;

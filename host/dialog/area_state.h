@@ -42,6 +42,11 @@ struct AreaState {
 
   TimerId sizedTimer = 0;
   LONG toldWidth = 0, toldHeight = 0; // the size that BFM_SIZED told last, or that of the opening
+
+  // The size of the bitmap that a viewer renders into: it follows the area's size when both sides differ.
+  LONG renderedWidth = 0, renderedHeight = 0;
+  unsigned long long rendersSeen = 0;
+  bool rendered = false; // else the size is that of the opening
   std::shared_ptr<const char> alive = std::make_shared<const char>('a');
 };
 

@@ -217,8 +217,8 @@ Bool GeDialog::GetVisibleArea(LONG id, LONG* left, LONG* top, LONG* right, LONG*
     const auto set = state_->scrollSizes.find(id);
     const host::Place size = set != state_->scrollSizes.end() ? set->second : host::scrollContent(*gadget);
     l = t = 0;
-    r = size.width;
-    b = size.height;
+    r = std::max<LONG>(0, size.width - gadget->freeWidth);
+    b = std::max<LONG>(0, size.height - gadget->freeHeight);
   }
   if (left) *left = l;
   if (top) *top = t;

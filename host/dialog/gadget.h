@@ -63,6 +63,7 @@ struct Gadget {
   LONG border = BORDER_NONE;
   LONG spaceX = 4, spaceY = 4;
   LONG borderLeft = 0, borderTop = 0, borderRight = 0, borderBottom = 0;
+  LONG freeWidth = 0, freeHeight = 0; // pixels of a scroll group's right and lower edge that it keeps free
   std::vector<std::unique_ptr<Gadget>> children;
   Gadget* parent = nullptr;
 
@@ -104,13 +105,15 @@ class DialogView {
  public:
   /// A value, text, range, entry, or the enabled or hidden state has changed.
   virtual void gadgetChanged(const Gadget& gadget) = 0;
-  /// The user area's minimum size may have changed (`areaMinSize` tells it), or gadgets were hidden or shown.
+  /// The user area's minimum size may have changed (`areaMinSize` tells it), or gadgets were hidden or shown,
+  /// or a scroll group keeps other pixels free.
   virtual void layoutChanged(const Gadget& gadget) = 0;
   virtual void menuChanged() = 0;
   virtual void titleChanged() = 0;
   /// The area's surface has a new picture (`areaSurface`).
   virtual void areaPainted(const Gadget& gadget) = 0;
 
+  /// Without what the group keeps free.
   virtual bool visibleArea(const Gadget& gadget, LONG& left, LONG& top, LONG& right, LONG& bottom) const = 0;
   /// In the window's content.
   virtual bool place(const Gadget& gadget, Place& place) const = 0;

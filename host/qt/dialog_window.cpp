@@ -126,6 +126,7 @@ void DialogWindow::layoutChanged(const Gadget& gadget) {
   forEachGadget(gadget, [this](const Gadget& one) {
     QWidget* widget = widgetOf(one);
     auto* area = qobject_cast<AreaWidget*>(widget);
+    if (auto* scroll = qobject_cast<ScrollGroup*>(widget)) scroll->keepFree(one.freeWidth, one.freeHeight);
     if (area && area->area() != one.area) area->setArea(one.area);
     if (area) area->takeMinSize();
     if (widget && widget != content_ && widget->isHidden() != one.hidden) widget->setHidden(one.hidden);

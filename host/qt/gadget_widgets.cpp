@@ -417,6 +417,10 @@ QRect ScrollGroup::visiblePart() const {
   return {QPoint(horizontalScrollBar()->value(), verticalScrollBar()->value()), viewport()->size()};
 }
 
+void ScrollGroup::keepFree(int width, int height) {
+  if (viewportMargins() != QMargins(0, 0, width, height)) setViewportMargins(0, 0, width, height);
+}
+
 void ScrollGroup::resizeEvent(QResizeEvent* event) {
   laidOut_ = true;
   emit resized();

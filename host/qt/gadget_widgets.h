@@ -28,6 +28,8 @@ class ScrollGroup : public QScrollArea {
   /// The part of the content that shows, in the content's coordinates. Before the first layout it is what the
   /// group would like to show.
   QRect visiblePart() const;
+  /// Leaves pixels of its right and lower edge empty.
+  void keepFree(int width, int height);
   QSize sizeHint() const override;
   QSize minimumSizeHint() const override;
 

@@ -5,7 +5,9 @@
 #include "access.h"
 #include "c4d_events.h"
 #include "failures.h"
+#include "plugin_renders.h"
 #include "render_snapshot.h"
+#include "thread_context.h"
 #include "video_post_calls.h"
 
 namespace host::render {
@@ -165,6 +167,7 @@ RENDERRESULT RenderDocument(BaseDocument* document, const BaseContainer& setting
   if (!document) return failed("there is no document to render.", flags);
   if (!bitmap || bitmap->GetBw() < 1 || bitmap->GetBh() < 1)
     return failed("the picture to render into is empty. Give it a size first.", flags);
+  if (host::threadContext().plugin) host::countPluginRender();
   try {
     DocumentRender render(*document, settings, progress, userData, *bitmap, flags, thread);
     const RENDERRESULT result = render.run();

@@ -1,6 +1,9 @@
 // User areas: the order of their calls, painting, sizes, timers, input.
+#include <algorithm>
+
 #include "area_state.h"
 #include "dialog_kit.h"
+#include "plugin_renders.h"
 
 namespace {
 
@@ -436,6 +439,93 @@ TEST_F(AreaTest, ItsMessagesReachTheDialog) {
   message.SetLong(BFM_ACTION_ID, AREA);
   EXPECT_EQ(area.SendParentMessage(message), 1);
   EXPECT_EQ(dialog.calls, Calls{"command 1123"});
+}
+
+// ---- Areas that fill a scroll group
+
+/// As large as what the group shows.
+class FilledGroupTest : public AreaTest {
+ protected:
+  FilledGroupTest() {
+    area.minSize = [&] {
+      if (fixed) return;
+      const host::Place shown = visible();
+      area.minWidth = shown.width, area.minHeight = shown.height;
+    };
+    host::setScrollSize(dialog, SCROLL, 400, 300);
+    open();
+    EXPECT_EQ(size(), "400 x 300");
+  }
+  host::Place visible() {
+    LONG left = 0, top = 0, right = 0, bottom = 0;
+    dialog.GetVisibleArea(SCROLL, &left, &top, &right, &bottom);
+    return {left, top, right - left, bottom - top};
+  }
+  std::string size() { return std::to_string(area.GetWidth()) + " x " + std::to_string(area.GetHeight()); }
+  /// Up to the settled size.
+  void resize(LONG width, LONG height) {
+    host::setScrollSize(dialog, SCROLL, width, height);
+    area.LayoutChanged();
+    advance(1000);
+  }
+  /// As a viewer that keeps its bitmap when one side alone differs.
+  void render() {
+    host::countPluginRender();
+    if (area.GetWidth() == bitmapWidth || area.GetHeight() == bitmapHeight) return;
+    bitmapWidth = area.GetWidth(), bitmapHeight = area.GetHeight();
+  }
+  bool isSquashed() const { return (area.GetWidth() == bitmapWidth) != (area.GetHeight() == bitmapHeight); }
+  LONG bitmapWidth = 0, bitmapHeight = 0;
+  bool fixed = false;
+};
+
+TEST_F(FilledGroupTest, GiveUpAPixelWhenTheOtherSideAloneHasChanged) {
+  render();
+  resize(500, 300);
+  EXPECT_EQ(size(), "500 x 299");
+  EXPECT_EQ(visible().height, 299);
+  EXPECT_EQ(std::count(dialog.calls.begin(), dialog.calls.end(), "sized"), 1) << "the last size is told";
+  render();
+  resize(600, 300);
+  EXPECT_EQ(size(), "600 x 300") << "and regain it";
+  render();
+  resize(600, 200);
+  EXPECT_EQ(size(), "599 x 200");
+  render();
+  resize(700, 250);
+  EXPECT_EQ(size(), "700 x 250") << "both sides differ";
+}
+
+TEST_F(FilledGroupTest, NeverDriftOverManyResizes) {
+  std::uint32_t state = 5;
+  const auto next = [&state](LONG below) {
+    state = state * 1664525u + 1013904223u;
+    return static_cast<LONG>(state >> 16) % below;
+  };
+  LONG width = 400, height = 300;
+  for (int round = 0; round < 600; ++round) {
+    SCOPED_TRACE(round);
+    if (next(2) == 0) render();
+    if (next(3) != 0)
+      width = 400 + next(4);
+    else
+      height = 300 + next(4);
+    resize(width, height);
+    ASSERT_FALSE(isSquashed()) << size() << " for " << bitmapWidth << " x " << bitmapHeight;
+    ASSERT_LE(width - area.GetWidth() + height - area.GetHeight(), 1);
+    ASSERT_GE(width, area.GetWidth());
+    ASSERT_GE(height, area.GetHeight());
+  }
+}
+
+TEST_F(FilledGroupTest, OfAFixedSizeKeepTheGroupWhole) {
+  render();
+  fixed = true;
+  area.minWidth = 350, area.minHeight = 300;
+  resize(350, 300);
+  EXPECT_EQ(size(), "350 x 300");
+  EXPECT_EQ(visible().height, 300);
+  EXPECT_EQ(std::count(dialog.calls.begin(), dialog.calls.end(), "sized"), 1);
 }
 
 // ---- With a view

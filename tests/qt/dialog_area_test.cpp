@@ -7,6 +7,7 @@
 #include "gadget_actions.h"
 #include "gadget_dialog.h"
 #include "gadget_widgets.h"
+#include "plugin_renders.h"
 #include "qt_fixture.h"
 
 namespace {
@@ -146,6 +147,35 @@ TEST_F(DialogArea, AreaFollowsTheDialogInBothDirections) {
     EXPECT_FALSE(scroll().verticalScrollBar()->isVisible());
     EXPECT_FALSE(scroll().horizontalScrollBar()->isVisible());
     expectPicture();
+  }
+}
+
+TEST_F(DialogArea, OneSideAloneChangesTheOtherByAPixel) {
+  scrolls = true;
+  flags = BFH_CENTER | BFV_CENTER;
+  area.visibleGroup = idScroll;
+  open(300, 200);
+  QSize bitmap = widget().size(); // as a viewer keeps it
+  host::countPluginRender();
+  for (int round = 0; round < 12; ++round) {
+    const QSize shown(round % 2 ? 300 : 340 + round, 200);
+    resize(shown.width(), shown.height());
+    const auto follows = [&] {
+      const QSize now = widget().size();
+      return (now.width() == bitmap.width()) == (now.height() == bitmap.height());
+    };
+    EXPECT_TRUE(waitFor(follows)) << round;
+    const QSize now = widget().size();
+    EXPECT_EQ(now, visible());
+    EXPECT_EQ(QSize(area.GetWidth(), area.GetHeight()), now);
+    EXPECT_EQ(now.width(), shown.width());
+    EXPECT_TRUE(now.height() == 200 || now.height() == 199) << now.height();
+    EXPECT_FALSE(scroll().verticalScrollBar()->isVisible());
+    EXPECT_FALSE(scroll().horizontalScrollBar()->isVisible());
+    EXPECT_EQ(window().size(), shown) << "the window keeps its size";
+    expectPicture();
+    host::countPluginRender();
+    bitmap = now;
   }
 }
 
