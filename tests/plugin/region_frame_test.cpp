@@ -23,12 +23,12 @@ class RegionFrameTest : public RegionFixture {
   static constexpr LONG LEFT = 137, TOP = 61, WIDTH = 800, HEIGHT = 600;
   void SetUp() override {
     RegionFixture::SetUp();
-    setFormat(WIDTH, HEIGHT);
+    setView(WIDTH, HEIGHT);
     setAspect(4.0 / 3);
     setRegion(0.25, 0.3, 0.4);
     moveFrame(LEFT, TOP);
   }
-  void moveFrame(LONG left, LONG top) { host::setViewFrame(*draw(), left, top, left + WIDTH, top + HEIGHT); }
+  void moveFrame(LONG left, LONG top) { host::setViewArea(*draw(), left, top, left + WIDTH, top + HEIGHT); }
 };
 
 TEST_F(RegionFrameTest, TheBoxCountsFromTheFramesCorner) {
