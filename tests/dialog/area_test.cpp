@@ -452,9 +452,10 @@ class FilledGroupTest : public AreaTest {
       const host::Place shown = visible();
       area.minWidth = shown.width, area.minHeight = shown.height;
     };
-    host::setScrollSize(dialog, SCROLL, 400, 300);
     open();
+    resize(400, 300);
     EXPECT_EQ(size(), "400 x 300");
+    dialog.calls.clear();
   }
   host::Place visible() {
     LONG left = 0, top = 0, right = 0, bottom = 0;
