@@ -1,0 +1,60 @@
+// The session's list of recent files.
+#include <algorithm>
+
+#include "c4d_file.h"
+#include "file_session.h"
+#include "preferences.h"
+
+namespace host {
+
+namespace {
+
+constexpr const char* recentName = "recentFiles";
+constexpr std::size_t mostRecent = 10;
+
+void storeRecent(const std::vector<Filename>& files) {
+  BaseContainer list;
+  for (std::size_t i = 0; i < std::min(files.size(), mostRecent); ++i)
+    list.SetFilename(static_cast<LONG>(i + 1), files[i]);
+  if (Preferences* kept = preferences()) kept->setNamed(recentName, list);
+}
+
+} // namespace
+
+std::vector<Filename> FileSession::recentFiles() const {
+  std::vector<Filename> files;
+  const Preferences* kept = preferences();
+  const BaseContainer* list = kept ? kept->getNamed(recentName) : nullptr;
+  for (LONG i = 0; list && i < list->GetCount(); ++i)
+    if (const Filename file = list->GetFilename(list->GetIndexId(i)); file.Content()) files.push_back(file);
+  return files;
+}
+
+void FileSession::remember(const Filename& file) {
+  std::vector<Filename> files = recentFiles();
+  std::erase_if(files, [&](const Filename& other) { return other.GetString() == file.GetString(); });
+  files.insert(files.begin(), file);
+  storeRecent(files);
+  changed.call();
+}
+
+bool FileSession::openRecent(const Filename& file) {
+  if (GeFExist(file)) return open(file);
+  std::vector<Filename> files = recentFiles();
+  std::erase_if(files, [&](const Filename& other) { return other.GetString() == file.GetString(); });
+  storeRecent(files);
+  changed.call();
+  FileError error;
+  error.sentence = "The scene could not be opened.";
+  error.reason = "There is no file \"" + file.GetString().GetUTF8() + "\" any more.";
+  error.advice = "It was taken off the list of recent files; open it from where it is now.";
+  fail(std::move(error));
+  return false;
+}
+
+void FileSession::clearRecent() {
+  storeRecent({});
+  changed.call();
+}
+
+} // namespace host
