@@ -195,9 +195,9 @@ SceneBounds roomOf(BaseDocument& document) {
 }
 
 // Below everything, by so little that a ground which the scene has already does not flicker through it, and
-// wide enough to fill the lower half of most pictures.
+// wide enough that its end is near the horizon.
 void fitFloor(BaseDocument& document, ObjectState& floor) {
-  constexpr Real below = 1e-4, wide = 20; // of the scene's radius
+  constexpr Real below = 1e-4, wide = 100; // of the scene's radius
   const SceneBounds room = roomOf(document);
   const Vector center = room.center();
   setPose(floor, {{center.x, room.low.y - below * room.radius(), center.z}, {}, {1, 1, 1}});
@@ -207,7 +207,7 @@ void fitFloor(BaseDocument& document, ObjectState& floor) {
 // Outside the scene, aimed at its middle, as bright there whatever the distance: a lamp's light falls with
 // its square. A spot's cone holds the whole scene.
 void fitLight(BaseDocument& document, ObjectState& light, LONG kind) {
-  constexpr Real irradiance = 3; // at the scene's middle
+  constexpr Real irradiance = 2; // at the scene's middle
   constexpr Real away = 3;       // scene radii
   constexpr Real toRadians = 3.14159265358979323846 / 180;
   const SceneBounds room = roomOf(document);
