@@ -25,7 +25,7 @@ void applyTrack(const Track& track, double seconds, Pose& pose, ObjectState& obj
     break;
   case TrackPath::weights:
     for (std::size_t i = 0; i < std::min(v.size(), object.weights.size()); ++i)
-      object.weights[i] = static_cast<float>(v[i]);
+      if (const auto weight = static_cast<float>(v[i]); std::isfinite(weight)) object.weights[i] = weight;
     break;
   }
 }

@@ -351,7 +351,8 @@ LoadedMesh MeshReader::read(int index) {
   loaded.deformation = known->second.deformation;
   if (loaded.deformation) loaded.weights.assign(loaded.deformation->targets.size(), 0.0F);
   for (std::size_t i = 0; i < std::min(source.weights.size(), loaded.weights.size()); ++i)
-    if (std::isfinite(source.weights[i])) loaded.weights[i] = static_cast<float>(source.weights[i]);
+    if (const auto weight = static_cast<float>(source.weights[i]); std::isfinite(weight))
+      loaded.weights[i] = weight;
   return loaded;
 }
 

@@ -174,6 +174,19 @@ TEST(HostileNumbers, meshesBeyondTheRange) {
   EXPECT_EQ(snapshot->problems.size(), 1U);
 }
 
+TEST(HostileNumbers, weightsBeyondFloatsCountAsNone) {
+  for (const char* place : {"meshes", "nodes"}) {
+    SceneBuilder builder;
+    builder.addNode(Json{{"mesh", builder.addQuad()}});
+    builder.root["meshes"][0]["primitives"][0]["targets"] = {
+        Json{{"POSITION", builder.addFloats(std::vector<float>(12, 1), "VEC3", 3)}}};
+    builder.root[place][0]["weights"] = {1e300};
+    const DocumentPtr document = load(builder);
+    EXPECT_EQ(stateOf(document->GetFirstObject())->weights, std::vector<float>{0}) << place;
+    reload(*document);
+  }
+}
+
 // --- attributes that are shorter than the positions ---
 
 SceneBuilder skinned() {
