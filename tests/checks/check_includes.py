@@ -86,6 +86,8 @@ def allowed_areas(area):
         return host | {area, "tests/support"}
     if area == "tests/batch_units":  # the program's units on the plug-in's fixtures
         return host | {"source", area, "apps/batch", "tests/plugin", "tests/support"}
+    if area == "tests/fuzz":  # the program's command line is fuzzed as well
+        return host | {"source", area, "apps/batch"}
     return host | {"source", area, "tests/support"} if top == "tests" else host | {"source", area}
 
 

@@ -23,6 +23,8 @@ RIGHT = {
     "source/lm_keys.h": '#include "c4d.h"\n',
     "source/main.cpp": '#include "lm_keys.h"\n#include <atomic>\n',
     "apps/batch/main.cpp": '#include "film.h"\n#include "lm_keys.h"\n#include <CLI/CLI.hpp>\n',
+    "apps/batch/batch_line.h": "#include <string>\n",
+    "tests/fuzz/a_fuzz.cpp": '#include "batch_line.h"\n#include "clock.h"\n',
     "tests/core/a_test.cpp": '#include "clock.h"\n#include <gtest/gtest.h>\n#include <sys/stat.h>\n',
 }
 WRONG = [
@@ -53,6 +55,7 @@ WRONG = [
     ("source/a.cpp", "#include <unistd.h>\n", "standard library"),
     ("host/interface/a.h", '#include "clock.h"\n', "must not use"),
     ("apps/batch/a.cpp", "#include <QApplication>\n", "may stand in"),
+    ("tests/core/b_test.cpp", '#include "batch_line.h"\n', "must not use"),
     ("tests/module/a_test.cpp", '#include "lm_keys.h"\n', "must not use"),
 ]
 
