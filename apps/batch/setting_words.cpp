@@ -139,6 +139,7 @@ Words settingWords(const host::PluginUnit& plugin) {
 }
 
 void checkRange(const lmKey& key, const GeData& value, const SettingRange& range) {
+  if (value == key.value) return; // the default, which a choice need not offer
   const Real number = value.GetReal();
   const bool isChoice = range.choices.empty() || std::find(range.choices.begin(), range.choices.end(),
                                                            value.GetLong()) != range.choices.end();

@@ -28,7 +28,8 @@ struct SettingWords {
 /// plug-in's resource files; throws `Stop` (render failed) when these do not read.
 std::map<LONG, SettingWords> settingWords(const host::PluginUnit& plugin);
 
-/// Throws `Stop` (wrong use), naming what may be entered, when the value lies outside the range.
+/// Throws `Stop` (wrong use), naming what may be entered, when the value lies outside the range
+/// and is not the default.
 void checkRange(const lmKey& key, const GeData& value, const SettingRange& range);
 
 } // namespace batch
