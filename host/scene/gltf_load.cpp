@@ -59,16 +59,22 @@ class DocumentBuilder {
 
   Identity refIdentity(const std::string& ref) { return refs_.try_emplace(ref, newIdentity()).first->second; }
 
+  // The identity that a reference stands for goes to the first that bears its name.
+  void takeRef(const Json& from, NodeState& node) {
+    const std::string ref = textIn(from, "ref");
+    if (!ref.empty() && taken_.insert(ref).second) node.identity = refIdentity(ref);
+  }
+
   void nameRefs() {
     const Json& nodes = member(file_.root, "nodes");
     for (std::size_t i = 0; i < linkIdentity_.size(); ++i)
       if (const std::string ref = textIn(ours(element(nodes, i)), "ref"); !ref.empty())
-        refs_.emplace(ref, linkIdentity_[i]);
+        refs_.emplace(ref, linkIdentity_[i]), taken_.insert(ref);
     const Json& materials = member(file_.root, "materials");
     for (std::size_t i = 0; i < countOf(materials); ++i) {
       materialIdentity_.push_back(newIdentity());
       if (const std::string ref = textIn(ours(materials[i]), "ref"); !ref.empty())
-        refs_.emplace(ref, materialIdentity_.back());
+        refs_.emplace(ref, materialIdentity_.back()), taken_.insert(ref);
     }
   }
 
@@ -104,7 +110,7 @@ class DocumentBuilder {
     const LONG type = longIn(from, "type");
     if (!isKnownType(kind, type)) return nullptr;
     NodeState* node = makeNode(kind, type);
-    if (const std::string ref = textIn(from, "ref"); !ref.empty()) node->identity = refIdentity(ref);
+    takeRef(from, *node);
     applyCommon(from, *node);
     return node;
   }
@@ -476,7 +482,7 @@ class DocumentBuilder {
   bool makeView(const Json& from) {
     ViewState* view = addView(*document_);
     view->name = String();
-    if (const std::string ref = textIn(from, "ref"); !ref.empty()) view->identity = refIdentity(ref);
+    takeRef(from, *view);
     applyCommon(from, *view);
     view->camera = link(member(from, "camera"));
     const Json& frame = member(from, "frame");
@@ -487,8 +493,7 @@ class DocumentBuilder {
     const Json& camera = member(from, "editorCamera");
     if (!camera.is_object()) return view->camera != 0;
     view->editorCamera->local = matrixFrom(member(camera, "matrix"));
-    if (const std::string ref = textIn(camera, "ref"); !ref.empty())
-      view->editorCamera->identity = refIdentity(ref);
+    takeRef(camera, *view->editorCamera);
     applyCommon(camera, *view->editorCamera);
     const Json& tags = member(camera, "tags");
     for (std::size_t i = 0; i < countOf(tags); ++i)
@@ -529,6 +534,7 @@ class DocumentBuilder {
   std::map<int, Tracks> tracks_;
   std::map<std::size_t, std::string> cameraName_; // of nodes with a numbered camera
   std::map<std::string, Identity> refs_, firstOfName_;
+  std::set<std::string> taken_; // references whose bearer is known
   std::size_t meshesDone_ = 0;
 };
 
