@@ -4,7 +4,9 @@ containers, names and command lines, made here. Inputs that runs have found lie 
 import base64
 import json
 import pathlib
+import shutil
 import struct
+import subprocess
 
 FOLDER = pathlib.Path(__file__).parent / "corpus"
 
@@ -188,7 +190,60 @@ def command_lines():
         write("command_line", f"line{number}", "\0".join(words))
 
 
+def profile(space=b"RGB ", kind=b"mntr"):
+    """A small ICC profile of primaries and one exponent."""
+    def curve(gamma):
+        return b"curv" + struct.pack(">IIH2x", 0, 1, round(gamma * 256))
+
+    def xyz(*values):
+        return b"XYZ " + struct.pack(">I3i", 0, *(round(v * 65536) for v in values))
+
+    tags = {b"wtpt": xyz(0.9642, 1, 0.8249)}
+    if space == b"GRAY":
+        tags[b"kTRC"] = curve(1.8)
+    else:
+        tags.update({b"rXYZ": xyz(0.4361, 0.2225, 0.0139), b"gXYZ": xyz(0.3851, 0.7169, 0.0971),
+                     b"bXYZ": xyz(0.1431, 0.0606, 0.7141), b"rTRC": curve(1), b"gTRC": curve(1.8), b"bTRC": curve(2.2)})
+    at, table, data = 128 + 4 + 12 * len(tags), struct.pack(">I", len(tags)), b""
+    for name, block in tags.items():
+        table += name + struct.pack(">II", at + len(data), len(block))
+        data += block
+    head = struct.pack(">I4sI4s4s4s12s4s", at + len(data), b"none", 0x02100000, kind, space, b"XYZ ", bytes(12), b"acsp")
+    head += bytes(28) + struct.pack(">3i", 63190, 65536, 54061) + bytes(48)
+    return head + table + data
+
+
+def pictures():
+    """Seeds of the picture formats, through ImageMagick where it is installed, and our program for OpenEXR."""
+    for space in (b"RGB ", b"GRAY"):
+        write("colour_profile", space.decode().strip().lower() + ".icc", profile(space))
+    if not shutil.which("convert"):
+        return
+    icc = str(FOLDER / "colour_profile" / "rgb.icc")
+    source = ["-size", "9x7", "gradient:red-blue"]
+    kinds = {"png": {"plain.png": [], "deep.png": ["-depth", "16"], "palette.png": ["-colors", "4", "-type", "palette"],
+                     "passes.png": ["-interlace", "PNG"], "profile.png": ["-profile", icc]},
+             "jpeg": {"plain.jpg": [], "grey.jpg": ["-colorspace", "Gray"], "inks.jpg": ["-colorspace", "CMYK"],
+                      "passes.jpg": ["-interlace", "JPEG"], "profile.jpg": ["-profile", icc]},
+             "tiff": {"plain.tif": ["-compress", "LZW"], "tiles.tif": ["-define", "tiff:tile-geometry=16x16"],
+                      "deep.tif": ["-depth", "16", "-compress", "Zip"], "palette.tif": ["-colors", "4", "-type", "palette"],
+                      "inks.tif": ["-colorspace", "CMYK"], "lab.tif": ["-colorspace", "Lab"], "jpeg.tif": ["-compress", "JPEG"],
+                      "floats.tif": ["-define", "quantum:format=floating-point", "-depth", "32"]},
+             "webp": {"lossy.webp": [], "lossless.webp": ["-define", "webp:lossless=true"], "profile.webp": ["-profile", icc]}}
+    for kind, files in kinds.items():
+        (FOLDER / kind).mkdir(exist_ok=True)
+        for name, options in files.items():
+            subprocess.run(["convert", *source, *options, "-strip" if "profile" not in name else "-quiet",
+                            str(FOLDER / kind / name)], check=False)
+    program = FOLDER.parents[2] / "build" / "release" / "bin" / "lumenara"
+    if program.exists():
+        (FOLDER / "exr").mkdir(exist_ok=True)
+        subprocess.run([program, "render", FOLDER.parents[2] / "scenes" / "demo.glb", "-o", FOLDER / "exr" / "plain.exr",
+                        "--size", "9x7", "--samples", "1", "--quiet"], check=False)
+
+
 def main():
+    pictures()
     for make in (plain, quantised, animated, skinned, sparse, furnished):
         write("scene", f"{make.__name__}.glb", make().glb())
     for make in (plain, furnished):

@@ -14,14 +14,16 @@ using Context = std::unique_ptr<std::remove_pointer_t<cmsContext>, void (*)(cmsC
 using Profile = std::unique_ptr<void, cmsBool (*)(cmsHPROFILE)>;
 using Transform = std::unique_ptr<void, void (*)(cmsHTRANSFORM)>;
 
-constexpr cmsUInt32Number flags = cmsFLAGS_BLACKPOINTCOMPENSATION | cmsFLAGS_NOCACHE;
+constexpr cmsUInt32Number wholePicture = cmsFLAGS_BLACKPOINTCOMPENSATION | cmsFLAGS_NOCACHE;
+// Making fast tables takes longer than a few colours without them.
+constexpr cmsUInt32Number fewColours = wholePicture | cmsFLAGS_NOOPTIMIZE;
 
 Profile owned(cmsHPROFILE profile) {
   return Profile(profile, cmsCloseProfile);
 }
 
 Transform makeTransform(cmsContext context, const Profile& from, cmsUInt32Number fromFormat,
-                        const Profile& to, cmsUInt32Number toFormat) {
+                        const Profile& to, cmsUInt32Number toFormat, cmsUInt32Number flags) {
   return Transform(cmsCreateTransformTHR(context, from.get(), fromFormat, to.get(), toFormat,
                                          INTENT_RELATIVE_COLORIMETRIC, flags),
                    cmsDeleteTransform);
@@ -77,7 +79,7 @@ std::string refusal(const Profile& profile, const Space& space) {
 bool changesNothing(cmsContext context, const Profile& from, const Profile& to, const Space& space) {
   if (space.signature == cmsSigCmykData) return false;
   const Transform transform = makeTransform(context, from, format(space.space, space.channels, 1, false), to,
-                                            format(PT_RGB, 3, 1, false));
+                                            format(PT_RGB, 3, 1, false), fewColours);
   if (!transform) return false;
   constexpr unsigned steps = 6, step = 255 / (steps - 1);
   for (unsigned i = 0; i < steps * steps * steps; ++i) {
@@ -128,7 +130,7 @@ std::string convert(RawPicture& raw) {
   const cmsUInt32Number bytes = floats ? 4 : raw.picture.words.empty() ? 1 : 2;
   const Transform transform =
       makeTransform(context.get(), from, format(space.space, space.channels, bytes, floats), to,
-                    format(PT_RGB, 3, bytes, floats));
+                    format(PT_RGB, 3, bytes, floats), wholePicture);
   if (!transform) return "its tables cannot be used";
   convertRows(transform, raw.picture.bytes, raw.picture.width);
   convertRows(transform, raw.picture.words, raw.picture.width);

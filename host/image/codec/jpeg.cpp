@@ -18,7 +18,7 @@ namespace host {
 namespace {
 
 // A progressive file may repeat its scans at little cost to itself; real ones have about ten.
-constexpr int mostScans = 500;
+constexpr int mostScans = 64;
 constexpr int profileMarker = JPEG_APP0 + 2, exifMarker = JPEG_APP0 + 1;
 constexpr std::string_view exifStart("Exif\0\0", 6);
 

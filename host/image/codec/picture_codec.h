@@ -69,6 +69,7 @@ RawPicture readTga(PictureBytes file);
 // Cheap checks of a header against the size of the file, before any memory is asked for. False means damaged.
 bool plausiblePng(PictureBytes file);
 bool plausibleJpeg(PictureBytes file);
+bool plausibleExr(PictureBytes file);
 bool plausibleBmp(PictureBytes file);
 bool plausibleTga(PictureBytes file);
 

@@ -86,7 +86,7 @@ constexpr PictureFileFormat formats[] = {
      plausibleJpeg,
      readJpeg,
      encodeJpeg},
-    {"OpenEXR", {"exr"}, FILTER_EXR, true, "float", none, isExr, nullptr, readExr, encodeExr},
+    {"OpenEXR", {"exr"}, FILTER_EXR, true, "float", none, isExr, plausibleExr, readExr, encodeExr},
     {"WebP", {"webp"}, filterWebp, true, "8", quality, isWebp, nullptr, readWebp, encodeWebp},
     {"BMP", {"bmp"}, FILTER_BMP, false, "8", none, isBmp, plausibleBmp, readBmp, encodeBmp},
     {"PSD", {"psd"}, FILTER_PSD, true, "8, 16, float", none, isPsd, nullptr, readPsd, encodePsd},

@@ -33,7 +33,35 @@ bool plausibleChunks(PictureBytes file) {
   return false;
 }
 
+/// The place behind the text that begins at `at` and ends with a 0; the file's end when there is none.
+std::size_t behindText(PictureBytes file, std::size_t at) {
+  const std::size_t end = view(file).find('\0', at);
+  return end == std::string_view::npos ? file.size() : end + 1;
+}
+
 } // namespace
+
+/// No attribute of a header is larger than what is left of the file: the library would ask for its memory
+/// first. Each is a name, a type, a size and that many bytes; a 0 ends a header, and another one those of
+/// many parts.
+bool plausibleExr(PictureBytes file) {
+  constexpr unsigned manyParts = 0x10;
+  if (file.size() < 9) return false;
+  const bool many = (number(file, 5, 1, true) & manyParts) != 0;
+  for (std::size_t at = 8; at < file.size();) {
+    if (std::to_integer<int>(file[at]) == 0) {
+      ++at;
+      if (!many || at >= file.size() || std::to_integer<int>(file[at]) == 0) return true;
+      continue;
+    }
+    const std::size_t size = behindText(file, behindText(file, at));
+    if (file.size() - size < 4) return false;
+    const std::size_t bytes = number(file, size, 4, true);
+    if (bytes > file.size() - size - 4) return false;
+    at = size + 4 + bytes;
+  }
+  return false;
+}
 
 /// Deflate packs at most 1032 bytes into one.
 bool plausiblePng(PictureBytes file) {
