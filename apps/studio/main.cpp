@@ -42,6 +42,7 @@ int run(int argc, char** argv, const StudioArguments& given) {
   options.scene = Filename(String(given.scene));
   options.home = Filename(String(given.home));
   options.openViewer = given.viewer;
+  options.resetLayout = given.resetLayout;
   host::Studio studio(std::move(options));
   QObject::connect(&studio, &host::Studio::finished, &application, &QApplication::quit, Qt::QueuedConnection);
   studio.start();

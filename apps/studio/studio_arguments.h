@@ -7,7 +7,7 @@
 /// What to start with; or a text to print and a code to exit with.
 struct StudioArguments {
   std::string scene, home; // empty: not given
-  bool viewer = false;
+  bool viewer = false, resetLayout = false;
   struct Leave {
     std::string text;
     int code = 0;

@@ -176,6 +176,14 @@ void AttributeManager::chooseNodes() {
   nodes_ = showsMaterial_ ? std::vector<Identity>{material} : objects;
 }
 
+void AttributeManager::lookAt(bool material) {
+  if (dragging_ || showsMaterial_ == material) return;
+  showsMaterial_ = material;
+  chooseNodes();
+  stale_ = true;
+  if (isVisible()) soon_.start();
+}
+
 void AttributeManager::refresh() {
   soon_.stop();
   stale_ = false;

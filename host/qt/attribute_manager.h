@@ -31,6 +31,11 @@ class AttributeManager : public QWidget {
   /// The field of an attribute that is shown; null when there is none.
   AttributeField* field(AttributeId attribute) const;
 
+  /// The user points at the selected material, or at the selected objects: the fields show these, also when
+  /// they were selected before.
+  void lookAtMaterial() { lookAt(true); }
+  void lookAtObjects() { lookAt(false); }
+
   /// Takes over what has changed in the document now and not soon.
   void refresh();
 
@@ -41,6 +46,7 @@ class AttributeManager : public QWidget {
 
  private:
   void build();
+  void lookAt(bool material);
   void chooseNodes();
   void rebuild(const std::vector<Attribute>& attributes);
   void showHeading();

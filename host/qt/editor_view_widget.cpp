@@ -160,6 +160,7 @@ void EditorViewWidget::select(const Identities& chosen, SelectMode mode) {
     different = selectObjects(*document, chosen, mode);
   }
   if (different) session_.hub().tellSelection();
+  if (!chosen.empty()) emit picked();
 }
 
 void EditorViewWidget::lookThrough(Identity camera) {

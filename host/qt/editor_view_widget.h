@@ -44,6 +44,8 @@ class EditorViewWidget : public QWidget {
 
  signals:
   void toolChanged();
+  /// Something was clicked to select it; it may have been selected before.
+  void picked();
   void menuWanted(const QPoint& globalPosition);
 
  protected:

@@ -1,18 +1,15 @@
 #include "main_window.h"
 
-#include "area_widget.h"
 #include "attribute_manager.h"
 #include "c4d_events.h"
 #include "console_widget.h"
 #include "dialog_window.h"
 #include "editor_view_widget.h"
-#include "full_picture.h"
 #include "icons.h"
 #include "material_manager.h"
 #include "message_box.h"
 #include "object_manager.h"
 #include "picture_viewer.h"
-#include "preferences.h"
 #include "qt_user_interface.h"
 #include "render_settings_dialog.h"
 #include "shortcuts_dialog.h"
@@ -25,26 +22,12 @@ namespace host {
 
 namespace {
 
-constexpr int layoutVersion = 1;
-constexpr const char* layoutName = "window";
-enum LayoutKey : LONG { keyVersion = 1, keyGeometry = 2, keyState = 3, keySum = 4, keyTool = 5 };
-
 QString text(const String& string) {
   return QString::fromStdString(string.GetUTF8());
 }
 
 QString text(const std::string& string) {
   return QString::fromStdString(string);
-}
-
-QByteArray bytes(const BaseContainer& container, LONG id) {
-  std::size_t count = 0;
-  const void* memory = container.GetMemory(id, &count);
-  return memory ? QByteArray(static_cast<const char*>(memory), static_cast<qsizetype>(count)) : QByteArray();
-}
-
-void setBytes(BaseContainer& container, LONG id, const QByteArray& data) {
-  container.SetMemory(id, data.constData(), static_cast<std::size_t>(data.size()));
 }
 
 // The first file of what is dragged over the window.
@@ -66,7 +49,7 @@ MainWindow::MainWindow(Session& session, QtUserInterface& ui, MainWindowOptions 
   setTabPosition(Qt::AllDockWidgetAreas, QTabWidget::North);
   setCorner(Qt::BottomLeftCorner, Qt::LeftDockWidgetArea);
   setCorner(Qt::BottomRightCorner, Qt::RightDockWidgetArea);
-  resize(1440, 900);
+  placeOnScreen();
 
   buildCentre();
   buildDocks();
@@ -81,6 +64,8 @@ MainWindow::MainWindow(Session& session, QtUserInterface& ui, MainWindowOptions 
   storeSoon_.setSingleShot(true);
   storeSoon_.setInterval(1000);
   connect(&storeSoon_, &QTimer::timeout, this, &MainWindow::storeLayout);
+  applySoon_.setSingleShot(true);
+  connect(&applySoon_, &QTimer::timeout, this, &MainWindow::applyLayout);
   progressLate_.setSingleShot(true);
   connect(&progressLate_, &QTimer::timeout, this, &MainWindow::showActivity);
   dialogUsed_.setSingleShot(true);
@@ -92,7 +77,7 @@ MainWindow::MainWindow(Session& session, QtUserInterface& ui, MainWindowOptions 
   ui_.setMainWindow(this);
   ui_.setDialogHost(this);
   ui_.setShowBitmap([this](const BaseBitmap& bitmap) {
-    if (down_ || !session_.pictures().show(bitmap)) return false;
+    if (down_ || !session_.pictures().show(bitmap, session_.files().title())) return false;
     showPictureViewer();
     return true;
   });
@@ -143,6 +128,9 @@ void MainWindow::buildDocks() {
   materials_ = new MaterialManager(session_, nullptr);
   attributes_ = new AttributeManager(session_, nullptr);
   connect(objects_, &ObjectManager::frameSelectedWanted, this, [this] { view_->view().frameSelected(); });
+  connect(objects_, &ObjectManager::clicked, attributes_, &AttributeManager::lookAtObjects);
+  connect(view_, &EditorViewWidget::picked, attributes_, &AttributeManager::lookAtObjects);
+  connect(materials_, &MaterialManager::clicked, attributes_, &AttributeManager::lookAtMaterial);
   console_ = new ConsoleWidget;
   objectsDock_ = addDock("dock-objects", tr("Objects"), objects_);
   materialsDock_ = addDock("dock-materials", tr("Materials"), materials_);
@@ -192,7 +180,7 @@ void MainWindow::askQuestions() {
                       tr("There are unsaved changes here as well."),
                       tr("Loading the file again gives them up."),
                       {}};
-    return askChoice(this, box, {tr("Load Again"), tr("Keep My Changes")}) == 0;
+    return askChoice(this, box, {tr("Load Again"), tr("Keep My Changes")}, 1) == 0;
   };
   questions.chooseSave = [this](Filename& file) {
     FileRequest request;
@@ -277,186 +265,6 @@ void MainWindow::openFile(const Filename& file) {
   showActivity();
 }
 
-// --- layout ---
-
-void MainWindow::resetLayout() {
-  if (pictureOnly_) setPictureOnly(false);
-  const struct {
-    QDockWidget* dock;
-    Qt::DockWidgetArea area;
-  } places[] = {{objectsDock_, Qt::LeftDockWidgetArea},
-                {materialsDock_, Qt::LeftDockWidgetArea},
-                {attributesDock_, Qt::RightDockWidgetArea},
-                {consoleDock_, Qt::BottomDockWidgetArea}};
-  for (const auto& [dock, area] : places) {
-    dock->setFloating(false);
-    addDockWidget(area, dock);
-    dock->setVisible(dock != consoleDock_);
-  }
-  splitDockWidget(objectsDock_, materialsDock_, Qt::Vertical);
-  if (toolBar_) {
-    addToolBar(Qt::TopToolBarArea, toolBar_);
-    toolBar_->show();
-  }
-  resizeDocks({objectsDock_, attributesDock_}, {270, 380}, Qt::Horizontal);
-  resizeDocks({objectsDock_, materialsDock_}, {500, 260}, Qt::Vertical);
-  for (DialogDock* dock : findChildren<DialogDock*>()) {
-    const auto* window = qobject_cast<DialogWindow*>(dock->widget());
-    if (window && window->dialog() && options_.dockedDialogs.count(dock->property("plugin").toInt()))
-      dockAboveAttributes(*dock);
-  }
-}
-
-void MainWindow::restoreLayout() {
-  layoutReady_ = true;
-  const Preferences* stored = preferences();
-  const BaseContainer* layout = stored ? stored->getNamed(layoutName) : nullptr;
-  if (!layout || layout->GetLong(keyVersion) != layoutVersion) return;
-  const QByteArray geometry = bytes(*layout, keyGeometry), state = bytes(*layout, keyState);
-  if (layout->GetLong(keySum, -1) != qChecksum(QByteArrayView(geometry + state))) return;
-  restoreGeometry(geometry);
-  if (!restoreState(state, layoutVersion)) resetLayout();
-}
-
-void MainWindow::storeLayout() {
-  storeSoon_.stop();
-  Preferences* stored = preferences();
-  if (!stored || !layoutReady_ || pictureOnly_ || down_) return;
-  const QByteArray geometry = saveGeometry(), state = saveState(layoutVersion);
-  BaseContainer layout;
-  layout.SetLong(keyVersion, layoutVersion);
-  setBytes(layout, keyGeometry, geometry);
-  setBytes(layout, keyState, state);
-  layout.SetLong(keySum, qChecksum(QByteArrayView(geometry + state)));
-  const BaseContainer* before = stored->getNamed(layoutName);
-  if (!before || *before != layout) stored->setNamed(layoutName, layout);
-}
-
-void MainWindow::layoutChanged() {
-  if (layoutReady_ && !pictureOnly_ && !down_) storeSoon_.start();
-}
-
-void MainWindow::setPictureOnly(bool on) {
-  if (on == pictureOnly_) return;
-  if (on) {
-    storeLayout();
-    beforePictureOnly_ = saveState(layoutVersion);
-    wasMaximized_ = isMaximized();
-    pictureOnly_ = true;
-    for (QDockWidget* dock : findChildren<QDockWidget*>(QString(), Qt::FindDirectChildrenOnly))
-      if (!dock->isFloating()) dock->hide();
-    toolBar_->hide();
-    showFullScreen();
-  } else {
-    wasMaximized_ ? showMaximized() : showNormal();
-    restoreState(beforePictureOnly_, layoutVersion);
-    pictureOnly_ = false;
-  }
-  menuBar()->setVisible(!on);
-  statusBar()->setVisible(!on);
-  timeline_->setVisible(!on);
-  commands_->refreshSoon();
-}
-
-AreaWidget* MainWindow::focusedPicture() const {
-  const QWidget* focus = QApplication::focusWidget();
-  for (const DialogDock* dock : findChildren<DialogDock*>()) {
-    if (!focus || !dock->isAncestorOf(focus)) continue;
-    for (const QScrollArea* group : dock->findChildren<QScrollArea*>())
-      for (AreaWidget* area : group->findChildren<AreaWidget*>())
-        if (area->area() && area->isVisible()) return area;
-  }
-  return nullptr;
-}
-
-void MainWindow::togglePicture() {
-  AreaWidget* area = pictureOnly_ ? nullptr : focusedPicture();
-  if (area)
-    new FullPicture(*area, this);
-  else
-    setPictureOnly(!pictureOnly_);
-}
-
-// --- docks of dialogs ---
-
-void MainWindow::dockAboveAttributes(QDockWidget& dock) {
-  dock.setFloating(false);
-  addDockWidget(Qt::RightDockWidgetArea, &dock);
-  if (!attributesDock_->isFloating() && dockWidgetArea(attributesDock_) == Qt::RightDockWidgetArea) {
-    const bool shown = !attributesDock_->isHidden();
-    splitDockWidget(&dock, attributesDock_, Qt::Vertical);
-    attributesDock_->setVisible(shown);
-    resizeDocks({&dock, attributesDock_}, {460, 320}, Qt::Vertical);
-  }
-  resizeDocks({&dock}, {460}, Qt::Horizontal);
-}
-
-void MainWindow::placeDialog(DialogDock& dock, const DialogPlacement& placement, const QByteArray& state) {
-  const bool docked = options_.dockedDialogs.count(placement.pluginId) > 0;
-  // The saved layout knows the dock when it was open then.
-  if (!state.isEmpty() && restoreDockWidget(&dock)) return;
-  QDataStream stream(state);
-  qint32 version = 0, area = 0;
-  bool floating = false;
-  stream >> version >> floating >> area;
-  const bool known = stream.status() == QDataStream::Ok && version == layoutVersion;
-  if (known && !floating && area == Qt::RightDockWidgetArea) return dockAboveAttributes(dock);
-  if (known && !floating &&
-      (area == Qt::LeftDockWidgetArea || area == Qt::BottomDockWidgetArea || area == Qt::TopDockWidgetArea)) {
-    addDockWidget(static_cast<Qt::DockWidgetArea>(area), &dock);
-    return;
-  }
-  if (!known && docked && placement.x < 0) return dockAboveAttributes(dock);
-
-  addDockWidget(Qt::RightDockWidgetArea, &dock);
-  dock.setFloating(true);
-  const QSize wanted = dock.sizeHint().expandedTo({placement.width, placement.height});
-  dock.resize(wanted);
-  QRect place(QPoint(placement.x, placement.y), wanted);
-  const QScreen* at = placement.x < 0 ? nullptr : QGuiApplication::screenAt(place.topLeft());
-  if (!at) place.moveCenter(geometry().center());
-  dock.move(place.topLeft());
-}
-
-QWidget* MainWindow::place(DialogWindow& window, const DialogPlacement& placement, const QByteArray& state) {
-  if (down_) return nullptr;
-  auto* dock = new DialogDock(window, this);
-  dock->setProperty("plugin", placement.pluginId);
-  placeDialog(*dock, placement, state);
-  for (auto signal : {&QDockWidget::topLevelChanged})
-    connect(dock, signal, this, &MainWindow::layoutChanged);
-  dock->show();
-  dock->raise();
-  layoutChanged();
-  return dock;
-}
-
-DialogDock* MainWindow::dockOf(const DialogWindow& window) const {
-  for (DialogDock* dock : findChildren<DialogDock*>())
-    if (dock->widget() == &window) return dock;
-  return nullptr;
-}
-
-void MainWindow::remove(DialogWindow& window) {
-  DialogDock* dock = dockOf(window);
-  if (!dock) return;
-  dock->hide();
-  window.setParent(nullptr);
-  removeDockWidget(dock);
-  dock->deleteLater();
-  layoutChanged();
-}
-
-QByteArray MainWindow::stateOf(const DialogWindow& window) const {
-  QByteArray state;
-  const DialogDock* dock = dockOf(window);
-  if (!dock) return state;
-  QDataStream stream(&state, QIODevice::WriteOnly);
-  stream << qint32(layoutVersion) << dock->isFloating()
-         << qint32(dockWidgetArea(const_cast<DialogDock*>(dock)));
-  return state;
-}
-
 // --- events ---
 
 void MainWindow::closeEvent(QCloseEvent* event) {
@@ -529,6 +337,7 @@ void MainWindow::shutDown() {
   storeLayout();
   down_ = true;
   storeSoon_.stop();
+  applySoon_.stop();
   progressLate_.stop();
   dialogUsed_.stop();
   qApp->removeEventFilter(this);

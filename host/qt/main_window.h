@@ -10,6 +10,7 @@
 #include "command_table.h"
 #include "dialog_host.h"
 #include "session.h"
+#include "stored_layout.h"
 
 class QDockWidget;
 class QMenu;
@@ -62,10 +63,11 @@ class MainWindow : public QMainWindow, public DialogHost {
   /// Opens a file that was dropped or named, as File > Open does after the choice.
   void openFile(const Filename& file);
 
-  // The layout: place and size of the window, its docks and tool bars, kept in the preferences under the name
-  // "window".
+  // The layout: place and size of the window, its docks and tool bars (stored_layout.h).
 
-  /// Brings back the layout of the last time; one that is damaged, or of another version, is ignored.
+  /// Brings back the layout of the last time, for the docks that are there: dialogs open before. Call it
+  /// once, before the window shows. One that is damaged, of another version, or that cannot be worked with is
+  /// dropped with a line on the console.
   void restoreLayout();
   void storeLayout();
   void resetLayout();
@@ -105,11 +107,17 @@ class MainWindow : public QMainWindow, public DialogHost {
   void buildDocks();
   void subscribe();
   void askQuestions();
+  void noticeDialogs();
+
+  // main_window_layout.cpp
+  void applyLayout();
+  void dropLayout(const QString& trouble);
+  void placeOnScreen();
+  void layoutChanged();
   void placeDialog(DialogDock& dock, const DialogPlacement& placement, const QByteArray& state);
   void dockAboveAttributes(QDockWidget& dock);
   AreaWidget* focusedPicture() const;
   DialogDock* dockOf(const DialogWindow& window) const;
-  void noticeDialogs();
 
   // main_window_commands.cpp
   void fillTable();
@@ -140,7 +148,6 @@ class MainWindow : public QMainWindow, public DialogHost {
   void refresh();
   void showActivity();
   void showTitle();
-  void layoutChanged();
 
   Session& session_;
   QtUserInterface& ui_;
@@ -163,7 +170,8 @@ class MainWindow : public QMainWindow, public DialogHost {
   QPointer<RenderSettingsDialog> settings_;
   QPointer<ShortcutsDialog> shortcuts_;
   QPointer<QProgressDialog> progress_;
-  QTimer storeSoon_, progressLate_, dialogUsed_;
+  QTimer storeSoon_, applySoon_, progressLate_, dialogUsed_;
+  std::optional<StoredLayout> waiting_; // for the window's size
   QByteArray beforePictureOnly_;
   bool wasMaximized_ = false;
   bool pictureOnly_ = false, down_ = false, layoutReady_ = false, userLoads_ = false;

@@ -57,6 +57,7 @@ void MaterialManager::build() {
   list_->setContextMenuPolicy(Qt::NoContextMenu); // the manager has the menu
   list_->installEventFilter(this);
   connect(list_->selectionModel(), &QItemSelectionModel::selectionChanged, this, [this] { takeSelection(); });
+  connect(list_, &QListView::clicked, this, &MaterialManager::clicked);
 
   auto* empty = new QLabel(tr("No materials yet.\n\nMake one with +, and drag it onto an object."), this);
   empty->setWordWrap(true);

@@ -47,6 +47,10 @@ class MaterialManager : public QWidget {
 
   QSize sizeHint() const override { return {260, 240}; }
 
+ signals:
+  /// A material was clicked; it may have been selected before.
+  void clicked();
+
  protected:
   void contextMenuEvent(QContextMenuEvent* event) override;
   void showEvent(QShowEvent* event) override;

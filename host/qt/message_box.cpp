@@ -28,7 +28,7 @@ QLabel* textLabel(const QString& text, QWidget* parent, const char* role = nullp
 class Box : public QDialog {
  public:
   Box(QWidget* parent, const QString& picture, const QColor& color, const BoxText& text,
-      const QStringList& buttons)
+      const QStringList& buttons, int enter)
       : QDialog(parent) {
     setWindowTitle(QStringLiteral("Lumenara Studio"));
     setObjectName(QStringLiteral("box"));
@@ -46,7 +46,7 @@ class Box : public QDialog {
     if (!text.reason.isEmpty()) grid->addWidget(textLabel(text.reason, this), 1, 1);
     if (!text.advice.isEmpty()) grid->addWidget(textLabel(text.advice, this), 2, 1);
     if (!text.details.isEmpty()) addDetails(*grid, text.details);
-    grid->addLayout(buttonRow(buttons), 5, 0, 1, 2);
+    grid->addLayout(buttonRow(buttons, enter), 5, 0, 1, 2);
     grid->setSizeConstraint(QLayout::SetFixedSize);
     setAccessibleName(text.sentence);
     setAccessibleDescription(text.reason);
@@ -75,7 +75,7 @@ class Box : public QDialog {
     grid.addWidget(shown, 4, 1);
   }
 
-  QHBoxLayout* buttonRow(const QStringList& names) {
+  QHBoxLayout* buttonRow(const QStringList& names, int enter) {
     auto* row = new QHBoxLayout;
     row->setContentsMargins(0, 12, 0, 0);
     row->setSpacing(8);
@@ -86,7 +86,7 @@ class Box : public QDialog {
       button->setObjectName(QStringLiteral("answer-%1").arg(i));
       button->setMinimumWidth(80);
       button->setAutoDefault(true);
-      if (i == 0) {
+      if (i == enter) {
         button->setDefault(true);
         button->setFocus();
       }
@@ -103,8 +103,8 @@ class Box : public QDialog {
 };
 
 int run(QWidget* parent, const QString& picture, const QColor& color, const BoxText& text,
-        const QStringList& buttons) {
-  const QPointer<Box> box = new Box(parent, picture, color, text, buttons);
+        const QStringList& buttons, int enter = 0) {
+  const QPointer<Box> box = new Box(parent, picture, color, text, buttons, enter);
   const ModalScope modal;
   box->exec();
   const int chosen = box ? box->chosen() : static_cast<int>(buttons.size()) - 1;
@@ -147,8 +147,8 @@ bool askQuestion(QWidget* parent, const BoxText& text) {
   return askChoice(parent, text, {QObject::tr("&Yes"), QObject::tr("&No")}) == 0;
 }
 
-int askChoice(QWidget* parent, const BoxText& text, const QStringList& buttons) {
-  return run(parent, QStringLiteral("question"), tokens().accent, text, buttons);
+int askChoice(QWidget* parent, const BoxText& text, const QStringList& buttons, int enter) {
+  return run(parent, QStringLiteral("question"), tokens().accent, text, buttons, enter);
 }
 
 } // namespace host

@@ -23,7 +23,8 @@ void showError(QWidget* parent, const BoxText& text);
 void showMessage(QWidget* parent, const BoxText& text);
 /// True for yes. Escape and the window's close button mean no.
 bool askQuestion(QWidget* parent, const BoxText& text);
-/// The index of the chosen button; the first is what Enter gives, the last is Escape's.
-int askChoice(QWidget* parent, const BoxText& text, const QStringList& buttons);
+/// The index of the chosen button; `enter` is what Enter gives at once, the last is Escape's. Where one
+/// answer loses work, Enter gives another.
+int askChoice(QWidget* parent, const BoxText& text, const QStringList& buttons, int enter = 0);
 
 } // namespace host

@@ -56,6 +56,7 @@ ObjectManager::~ObjectManager() = default;
 
 void ObjectManager::build() {
   setObjectName(QStringLiteral("objectManager"));
+  setMinimumWidth(150); // names can be read
   search_ = new QLineEdit(this);
   search_->setObjectName(QStringLiteral("objectSearch"));
   search_->setPlaceholderText(tr("Search"));
@@ -83,6 +84,7 @@ void ObjectManager::build() {
 
   connect(tree, &ObjectTree::iconDoubleClicked, this, &ObjectManager::frameSelectedWanted);
   connect(tree_->selectionModel(), &QItemSelectionModel::selectionChanged, this, [this] { takeSelection(); });
+  connect(tree_, &QTreeView::clicked, this, &ObjectManager::clicked);
   connect(tree_, &QTreeView::expanded, this, [this](const QModelIndex& index) {
     if (!settling_ && model_->filter().isEmpty()) expanded_.insert(model_->identityOf(index));
   });

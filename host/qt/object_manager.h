@@ -47,6 +47,8 @@ class ObjectManager : public QWidget {
  signals:
   /// "Frame Selected" was chosen, or a row's icon double-clicked.
   void frameSelectedWanted();
+  /// An object's row was clicked; it may have been selected before.
+  void clicked();
 
  protected:
   void contextMenuEvent(QContextMenuEvent* event) override;

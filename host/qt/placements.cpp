@@ -76,4 +76,13 @@ void storePlacement(const StoredPlacement& stored) {
   if (!before || !(*before == all)) preferences()->setNamed(preferencesName, all);
 }
 
+void forgetPlaces() {
+  for (StoredPlacement stored : storedPlacements()) {
+    stored.placement.x = stored.placement.y = -1;
+    stored.placement.width = stored.placement.height = 0;
+    stored.state.clear();
+    storePlacement(stored);
+  }
+}
+
 } // namespace host

@@ -20,5 +20,7 @@ std::vector<StoredPlacement> storedPlacements();
 std::optional<StoredPlacement> storedPlacement(LONG pluginId, LONG subId);
 /// Stores one; writes nothing when nothing has changed.
 void storePlacement(const StoredPlacement& stored);
+/// Dialogs open where they do at first; which of them were open stays.
+void forgetPlaces();
 
 } // namespace host

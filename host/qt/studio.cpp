@@ -3,6 +3,7 @@
 #include "c4d_events.h"
 #include "c4d_file.h"
 #include "main_window.h"
+#include "placements.h"
 #include "qt_main_loop.h"
 #include "qt_user_interface.h"
 #include "studio_inspector.h"
@@ -35,6 +36,11 @@ Filename firstOf(const std::vector<Filename>& files) {
   return {};
 }
 
+void forgetLayouts() {
+  forgetLayout();
+  forgetPlaces();
+}
+
 } // namespace
 
 Studio::Studio(StudioOptions options)
@@ -59,21 +65,26 @@ Studio::~Studio() {
   shutDown();
 }
 
+// Every dock is there before the layout is brought back.
 void Studio::start() {
+  if (options_.resetLayout) forgetLayouts();
+  program_->registry().restoreLayouts(nullptr);
+  const bool viewer = options_.openViewer && openViewer();
   window_->restoreLayout();
   window_->show();
   inspector_ = StudioInspector::fromEnvironment();
-  program_->registry().restoreLayouts(nullptr);
   if (options_.scene.Content()) window_->openFile(options_.scene);
-  if (options_.openViewer) openViewer();
+  if (viewer) renderWhenLoaded();
+}
+
+bool Studio::openViewer() {
+  if (session_->runCommand(viewerCommand)) return true;
+  GePrint("The Lumenara plug-in is not there; the viewer cannot be opened. Build or install it again.");
+  return false;
 }
 
 // The picture is asked for once the scene is there: one of the empty scene would be of no use.
-void Studio::openViewer() {
-  if (!session_->runCommand(viewerCommand)) {
-    GePrint("The Lumenara plug-in is not there; the viewer cannot be opened. Build or install it again.");
-    return;
-  }
+void Studio::renderWhenLoaded() {
   using Kind = FileSession::Activity::Kind;
   if (session_->files().activity().kind == Kind::none) return SpecialEventAdd(refreshCommand);
   firstLoad_ = session_->files().changed.add([this] {

@@ -17,10 +17,11 @@ class QtUserInterface;
 class StudioInspector;
 
 struct StudioOptions {
-  Filename scene;          // opened at the start; empty: none
-  Filename home;           // as ProgramOptions::home
-  Filename startupPath;    // as ProgramOptions::startupPath
-  bool openViewer = false; // opens the Lumenara dialog and asks it for a picture
+  Filename scene;           // opened at the start; empty: none
+  Filename home;            // as ProgramOptions::home
+  Filename startupPath;     // as ProgramOptions::startupPath
+  bool openViewer = false;  // opens the Lumenara dialog and asks it for a picture
+  bool resetLayout = false; // the default layout; where windows and dialogs were is forgotten
   bool loadModules = true;
   std::vector<PluginUnit> linkedPlugins;
   std::FILE* consoleEcho = stderr;
@@ -49,7 +50,8 @@ class Studio : public QObject {
   void finished();
 
  private:
-  void openViewer();
+  bool openViewer();
+  void renderWhenLoaded();
 
   StudioOptions options_;
   std::unique_ptr<QtUserInterface> ui_;

@@ -52,6 +52,10 @@ NumberField* frameField(const char* name, const QString& text, int width) {
   return field;
 }
 
+int leastWidth(const QWidget& part) {
+  return std::max(part.minimumWidth(), std::min(part.sizeHint().width(), part.maximumWidth()));
+}
+
 } // namespace
 
 int labelStep(double pixelsPerFrame, double least) {
@@ -236,6 +240,7 @@ TimelineWidget::TimelineWidget(Session& session, QWidget* parent)
   layout->addSpacing(metrics::groupSpace);
   layout->addWidget(frame_);
   layout->addWidget(fps_);
+  spare_ = {{fps_}, {start, end}, {first_, last_}};
 
   time_ = session.hub().timeChanged.add([this] { refresh(); });
   changed_ = session.hub().changed.add([this] { refresh(); });
@@ -243,6 +248,29 @@ TimelineWidget::TimelineWidget(Session& session, QWidget* parent)
   playing_ = playback.changed.add([this] { refresh(); });
   connect(&ThemeNotifier::instance(), &ThemeNotifier::changed, ruler_, qOverload<>(&QWidget::update));
   refresh();
+}
+
+QSize TimelineWidget::minimumSizeHint() const {
+  int width = layout()->minimumSize().width();
+  for (const std::vector<QWidget*>& parts : spare_)
+    for (const QWidget* part : parts)
+      if (!part->isHidden()) width -= leastWidth(*part) + metrics::grid;
+  return {width, layout()->minimumSize().height()};
+}
+
+void TimelineWidget::resizeEvent(QResizeEvent* event) {
+  QWidget::resizeEvent(event);
+  int needed = minimumSizeHint().width();
+  for (const std::vector<QWidget*>& parts : spare_)
+    for (const QWidget* part : parts)
+      needed += leastWidth(*part) + metrics::grid;
+  for (const std::vector<QWidget*>& parts : spare_) {
+    const bool fits = needed <= width();
+    for (QWidget* part : parts) {
+      part->setVisible(fits);
+      if (!fits) needed -= leastWidth(*part) + metrics::grid;
+    }
+  }
 }
 
 void TimelineWidget::refresh() {

@@ -43,10 +43,17 @@ class TimeRuler : public QWidget {
 /// pixels apart.
 int labelStep(double pixelsPerFrame, double least);
 
+/// A narrow one hides what is needed least: first the frame rate, then the buttons for first and last frame,
+/// then the fields of the range.
 class TimelineWidget : public QWidget {
   Q_OBJECT
  public:
   explicit TimelineWidget(Session& session, QWidget* parent = nullptr);
+
+  QSize minimumSizeHint() const override;
+
+ protected:
+  void resizeEvent(QResizeEvent* event) override;
 
  private:
   void refresh();
@@ -56,6 +63,7 @@ class TimelineWidget : public QWidget {
   TimeRuler* ruler_;
   NumberField *first_, *last_, *frame_, *fps_;
   QToolButton* play_;
+  std::vector<std::vector<QWidget*>> spare_; // hidden together, in this order
   Subscription time_, changed_, replaced_, playing_;
 };
 

@@ -28,6 +28,7 @@ host::Studio& StudioTest::startStudio() {
   wanted.home = home();
   wanted.startupPath = folder / "program";
   wanted.loadModules = false;
+  wanted.resetLayout = resetLayout;
   wanted.consoleEcho = nullptr;
   if (linkPlugin) {
     host::PluginUnit unit;

@@ -31,7 +31,7 @@ class StudioTest : public QtFixture {
   /// A copy of the small scene in the test's folder.
   Filename smallScene(const char* name = "small.gltf");
 
-  bool linkPlugin = false;
+  bool linkPlugin = false, resetLayout = false;
 
  private:
   std::unique_ptr<host::Studio> studio_;

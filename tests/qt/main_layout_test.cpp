@@ -5,6 +5,7 @@
 
 #include "area_widget.h"
 #include "c4d_events.h"
+#include "console.h"
 #include "console_widget.h"
 #include "editor_view_widget.h"
 #include "full_picture.h"
@@ -13,6 +14,7 @@
 #include "preferences.h"
 #include "scene_edits.h"
 #include "status_widget.h"
+#include "stored_layout.h"
 #include "timeline_widget.h"
 
 namespace {
@@ -21,6 +23,16 @@ class MainLayout : public StudioTest {
  protected:
   QDockWidget& dock(const char* name) { return *window().findChild<QDockWidget*>(QLatin1String(name)); }
   QDockWidget* viewer() { return window().findChild<QDockWidget*>("dialog-1021442-0"); }
+  /// Starts Studio anew; what it says of the layout.
+  std::vector<std::string> linesOfAStart() {
+    std::vector<std::string> said;
+    const std::uint64_t listener = host::addConsoleListener([&](const String& line) {
+      if (line.FindFirst("window layout", nullptr)) said.push_back(line.GetUTF8());
+    });
+    startStudio();
+    host::removeConsoleListener(listener);
+    return said;
+  }
   void focus(QWidget& widget) {
     window().activateWindow();
     EXPECT_TRUE(waitFor([&] { return window().isActiveWindow(); }));
@@ -65,26 +77,133 @@ TEST_F(MainLayout, IsStoredSoonAfterAChange) {
   EXPECT_TRUE(waitFor([&] { return studio().program().preferences().writeCount() > before; }));
 }
 
-TEST_F(MainLayout, ADamagedOneIsIgnored) {
+TEST_F(MainLayout, AnUnusableOneIsDroppedWithALine) {
+  const struct {
+    const char* word; // of the line
+    std::function<void(BaseContainer&)> spoil;
+  } damages[] = {
+      {"damaged",
+       [](BaseContainer& layout) {
+         std::size_t count = 0;
+         const auto* bytes = static_cast<const char*>(layout.GetMemory(3, &count));
+         std::string state(bytes, count);
+         for (std::size_t i = 8; i < state.size(); i += 3)
+           state[i] = static_cast<char>(state[i] ^ 0x5a);
+         layout.SetMemory(3, state.data(), state.size());
+       }},
+      {"damaged", [](BaseContainer& layout) { layout.RemoveData(3); }},
+      {"damaged", [](BaseContainer& layout) { layout.SetLong(6, 7); }},
+      {"another version", [](BaseContainer& layout) { layout.SetLong(1, 1); }},
+      {"another version", [](BaseContainer& layout) { layout.SetString(1, "2"); }},
+  };
+  for (const auto& damage : damages) {
+    startStudio();
+    dock("dock-console").show();
+    settle();
+    stopStudio();
+    startHost();
+    BaseContainer layout = *host::preferences()->getNamed("window");
+    damage.spoil(layout);
+    host::preferences()->setNamed("window", layout);
+    stopHost();
+    const std::vector<std::string> said = linesOfAStart();
+    EXPECT_FALSE(dock("dock-console").isVisible());
+    EXPECT_EQ(window().dockWidgetArea(&dock("dock-objects")), Qt::LeftDockWidgetArea);
+    ASSERT_EQ(said.size(), 1u);
+    EXPECT_NE(said[0].find(damage.word), std::string::npos) << said[0];
+  }
+}
+
+TEST_F(MainLayout, ANewOneIsNothingToTell) {
+  EXPECT_TRUE(linesOfAStart().empty());
+  EXPECT_TRUE(linesOfAStart().empty());
+}
+
+TEST_F(MainLayout, TroubleIsFound) {
   startStudio();
+  window().resize(700, 500);
+  settle();
+  EXPECT_EQ(host::layoutTrouble(window()), QString());
+  const QRect place = dock("dock-objects").geometry();
+  dock("dock-objects").setGeometry(place.translated(-60, 0));
+  EXPECT_TRUE(host::layoutTrouble(window()).contains("out of the window"));
+  dock("dock-objects").setGeometry(place.translated(120, 0));
+  EXPECT_TRUE(host::layoutTrouble(window()).contains("over another"));
+  dock("dock-objects").setGeometry(place);
+  EXPECT_EQ(host::layoutTrouble(window()), QString());
+  dock("dock-console").setFloating(true);
+  dock("dock-console").show();
+  dock("dock-console").move(9000, 9000);
+  EXPECT_TRUE(host::layoutTrouble(window()).contains("off the screen"));
+  dock("dock-console").setFloating(false);
+  window().move(-5000, 40);
+  EXPECT_TRUE(host::layoutTrouble(window()).contains("off the screen"));
+}
+
+// A maximized window shows at its normal size for a moment, which is too small for these docks.
+TEST_F(MainLayout, OneOfAMaximizedWindowComesBackWithItsDialogs) {
+  linkPlugin = true;
+  startStudio();
+  ASSERT_TRUE(session().runCommand(1021442));
+  dock("dock-objects").hide();
+  dock("dock-materials").hide();
+  window().resize(660, 500);
+  settle();
+  window().showMaximized();
+  settle();
+  window().resizeDocks({viewer()}, {520}, Qt::Horizontal);
+  settle();
+  const QRect place = viewer()->geometry();
+  const int least = viewer()->minimumSizeHint().width();
+  ASSERT_GT(place.width(), least);
+  EXPECT_TRUE(linesOfAStart().empty());
+  ASSERT_TRUE(waitFor([&] { return viewer() && viewer()->geometry() == place; }))
+      << viewer()->x() << " " << viewer()->width() << " and not " << place.x() << " " << place.width();
+  EXPECT_TRUE(window().isMaximized());
+  EXPECT_TRUE(window().updatesEnabled());
+}
+
+TEST_F(MainLayout, IsResetAtTheStartWhenAskedFor) {
+  linkPlugin = true;
+  startStudio();
+  ASSERT_TRUE(session().runCommand(1021442));
+  settle();
+  viewer()->setFloating(true);
   dock("dock-console").show();
   settle();
-  stopStudio();
-  startHost();
-  const BaseContainer* stored = host::preferences()->getNamed("window");
-  ASSERT_NE(stored, nullptr);
-  BaseContainer damaged = *stored;
-  std::size_t count = 0;
-  const auto* bytes = static_cast<const char*>(damaged.GetMemory(3, &count));
-  std::string state(bytes, count);
-  for (std::size_t i = 8; i < state.size(); i += 3)
-    state[i] = static_cast<char>(state[i] ^ 0x5a);
-  damaged.SetMemory(3, state.data(), state.size());
-  host::preferences()->setNamed("window", damaged);
-  stopHost();
+  resetLayout = true;
   startStudio();
   EXPECT_FALSE(dock("dock-console").isVisible());
-  EXPECT_EQ(window().dockWidgetArea(&dock("dock-objects")), Qt::LeftDockWidgetArea);
+  ASSERT_NE(viewer(), nullptr) << "it stays open";
+  EXPECT_FALSE(viewer()->isFloating());
+  EXPECT_EQ(window().dockWidgetArea(viewer()), Qt::RightDockWidgetArea);
+}
+
+TEST_F(MainLayout, FitsASmallScreen) {
+  linkPlugin = true;
+  startStudio();
+  ASSERT_TRUE(session().runCommand(1021442));
+  settle();
+  window().resize(892, 560); // of 900 x 600, without frame and title
+  settle();
+  EXPECT_EQ(window().size(), QSize(892, 560));
+  EXPECT_EQ(host::layoutTrouble(window()), QString());
+  for (const char* name : {"dock-objects", "dock-materials", "dock-attributes"}) {
+    EXPECT_GE(dock(name).width(), 150) << name;
+    EXPECT_GE(dock(name).height(), 100) << name;
+  }
+  for (const char* name : {"time-play", "time-frame", "time-ruler", "gadget-1109", "gadget-1118"}) {
+    const auto* widget = window().findChild<QWidget*>(QLatin1String(name));
+    ASSERT_TRUE(widget && widget->isVisible()) << name;
+    EXPECT_TRUE(window().rect().contains(QRect(widget->mapTo(&window(), QPoint()), widget->size()))) << name;
+    EXPECT_GE(widget->width(), widget->minimumSizeHint().width()) << name;
+  }
+  EXPECT_FALSE(window().findChild<QWidget*>("time-fps")->isVisible());
+  viewer()->close();
+  window().resize(1400, 700);
+  settle();
+  EXPECT_TRUE(window().findChild<QWidget*>("time-fps")->isVisible());
+  EXPECT_TRUE(window().findChild<QWidget*>("time-first")->isVisible());
 }
 
 TEST_F(MainLayout, F11LeavesThePictureAlone) {

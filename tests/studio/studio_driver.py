@@ -14,12 +14,13 @@ import tempfile
 import time
 
 SKIP = 77
-# A click brings the window to the front; Alt belongs to the program, not to the window manager.
+# A click brings the window to the front, Super+M makes it as large as the screen; Alt belongs to the program, not to
+# the window manager.
 WINDOW_MANAGER = """<?xml version="1.0" encoding="UTF-8"?>
 <openbox_config xmlns="http://openbox.org/3.4/rc">
   <focus><focusNew>yes</focusNew><followMouse>no</followMouse></focus>
   <placement><policy>Smart</policy></placement>
-  <keyboard/>
+  <keyboard><keybind key="W-m"><action name="ToggleMaximize"/></keybind></keyboard>
   <mouse>
     <context name="Client">
       <mousebind button="Left" action="Press"><action name="Focus"/><action name="Raise"/></mousebind>
