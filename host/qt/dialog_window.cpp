@@ -2,12 +2,14 @@
 
 #include "access.h"
 #include "area_widget.h"
+#include "dialog_scroll.h"
 #include "dialog_state.h"
 #include "gadget_actions.h"
 #include "gadget_widgets.h"
 #include "grid_box.h"
 #include "input_watch.h"
 #include "qt_text.h"
+#include "theme.h"
 
 namespace host {
 
@@ -15,6 +17,27 @@ namespace {
 
 bool holdsGadgets(const Gadget& gadget) {
   return gadget.kind == GadgetKind::group || gadget.kind == GadgetKind::scrollGroup;
+}
+
+bool isFoot(const Gadget& group) {
+  bool ends = false, only = group.kind == GadgetKind::group;
+  forEachGadget(group, [&](const Gadget& gadget) {
+    ends = ends || gadget.id == IDC_OK || gadget.id == IDC_CANCEL;
+    only = only && (gadget.kind == GadgetKind::group || gadget.kind == GadgetKind::button);
+  });
+  return ends && only;
+}
+
+// The buttons that end a modal dialog, where they are the last of its column: they stand below all else, and
+// never scroll away.
+const Gadget* footOf(const Gadget& root) {
+  for (const Gadget* column = &root; !column->children.empty(); column = column->children.back().get()) {
+    const Gadget& last = *column->children.back();
+    if (isFoot(last)) return column->children.size() > 1 ? &last : nullptr;
+    const bool isColumn = last.columns == 1 || (last.columns == 0 && last.rows == 0);
+    if (last.kind != GadgetKind::group || !isColumn) return nullptr;
+  }
+  return nullptr;
 }
 
 // The names and numbers of menus, so that a changed check mark does not build them anew.
@@ -39,16 +62,37 @@ DialogWindow::DialogWindow(GeDialog& dialog, QWidget* parent) : QWidget(parent),
   auto* layout = new QVBoxLayout(this);
   layout->setContentsMargins(0, 0, 0, 0);
   layout->setSpacing(0);
-  content_ = new QWidget(this);
-  auto* grid = new GridBox(content_);
   const Gadget& root = state.model.root;
-  grid->setGroup(1, 0, root.spaceX, root.spaceY);
-  grid->setContentsMargins(root.borderLeft, root.borderTop, root.borderRight, root.borderBottom);
-  layout->addWidget(content_, 1);
+  content_ = makeColumn(root);
+  setRole(content_, "scrolled");
+  scroll_ = new DialogScroll(this);
+  layout->addWidget(scroll_, 1);
   widgets_[&root] = content_;
   titleChanged();
   buildMenus();
+  foot_ = modal_ ? footOf(root) : nullptr;
+  if (foot_) {
+    footer_ = makeColumn(root);
+    content_->layout()->setContentsMargins(root.borderLeft, root.borderTop, root.borderRight, 0);
+    footer_->layout()->setContentsMargins(root.borderLeft, root.spaceY, root.borderRight, root.borderBottom);
+    layout->addWidget(footer_);
+  }
   addGadgets(root, *content_);
+  scroll_->setWidget(content_);
+  reserveRoom();
+}
+
+QWidget* DialogWindow::makeColumn(const Gadget& root) {
+  auto* column = new QWidget(this);
+  auto* grid = new GridBox(column);
+  grid->setGroup(1, 0, root.spaceX, root.spaceY);
+  grid->setContentsMargins(root.borderLeft, root.borderTop, root.borderRight, root.borderBottom);
+  return column;
+}
+
+void DialogWindow::reserveRoom() {
+  scroll_->setReserved((menuBar_ ? menuBar_->sizeHint().height() : 0) +
+                       (footer_ ? footer_->sizeHint().height() : 0));
 }
 
 DialogWindow::~DialogWindow() {
@@ -76,7 +120,8 @@ void DialogWindow::addGadgets(const Gadget& group, QWidget& widget) {
   auto* grid = static_cast<GridBox*>(widget.layout());
   const Gadget* before = nullptr;
   for (const auto& child : group.children) {
-    QWidget* made = makeGadgetWidget(*this, *child, &widget);
+    const bool below = child.get() == foot_;
+    QWidget* made = makeGadgetWidget(*this, *child, below ? footer_ : &widget);
     widgets_[child.get()] = made;
     made->setHidden(child->hidden);
     if (before && before->kind == GadgetKind::staticText && !child->text.Content())
@@ -84,7 +129,8 @@ void DialogWindow::addGadgets(const Gadget& group, QWidget& widget) {
     before = child.get();
     // What is alone in a scroll group has all of it to lie in.
     const bool alone = group.kind == GadgetKind::scrollGroup && group.children.size() == 1;
-    grid->add(made, alone ? child->flags | BFH_SCALE | BFV_SCALE : child->flags);
+    auto* column = below ? static_cast<GridBox*>(footer_->layout()) : grid;
+    column->add(made, alone ? child->flags | BFH_SCALE | BFV_SCALE : child->flags);
     if (!holdsGadgets(*child)) continue;
     auto* scroll = qobject_cast<ScrollGroup*>(made);
     addGadgets(*child, scroll ? *scroll->widget() : *made);
@@ -155,7 +201,7 @@ bool DialogWindow::visibleArea(const Gadget& gadget, LONG& left, LONG& top, LONG
 bool DialogWindow::place(const Gadget& gadget, Place& place) const {
   const QWidget* widget = widgetOf(gadget);
   if (!widget) return false;
-  const QPoint at = widget == content_ ? QPoint(0, 0) : widget->mapTo(content_, QPoint(0, 0));
+  const QPoint at = content_->mapFromGlobal(widget->mapToGlobal(QPoint(0, 0)));
   place = {at.x(), at.y(), widget->width(), widget->height()};
   return true;
 }
@@ -199,6 +245,7 @@ void DialogWindow::buildMenus() {
       addEntries(menu.children, *menuBar_->addMenu(labelText(menu.text)));
   }
   static_cast<QVBoxLayout*>(layout())->insertWidget(0, menuBar_);
+  reserveRoom();
   showEntries(menus);
 }
 

@@ -14,8 +14,10 @@ class QMenuBar;
 namespace host {
 
 class AreaWidget;
+class DialogScroll;
 
-/// The widgets of an open dialog, from its model as it stands when this is made. It is the dialog's view
+/// The widgets of an open dialog, from its model as it stands when this is made. They scroll where the screen
+/// is too small; a modal dialog's OK and Cancel stay in place below. It is the dialog's view
 /// until it is detached or deleted. The object name is "dialog-PLUGIN-SUB", a gadget's widget is "gadget-ID",
 /// a menu's action "menu-ID"; the window title is the dialog's. Given the focus by a menu or a key it passes
 /// it on to its first gadget; F10 opens its menus, Ctrl+W closes it when it is not modal.
@@ -55,6 +57,8 @@ class DialogWindow : public QWidget, public DialogView {
 
  private:
   bool windowKey(const QKeyEvent& event);
+  QWidget* makeColumn(const Gadget& root);
+  void reserveRoom();
   QWidget* widgetOf(const Gadget& gadget) const;
   void addGadgets(const Gadget& group, QWidget& widget);
   void followScroll(const Gadget& group);
@@ -67,7 +71,9 @@ class DialogWindow : public QWidget, public DialogView {
   bool modal_ = false;
   QString menuLayout_; // what the menus were built from
   QMenuBar* menuBar_ = nullptr;
-  QWidget* content_ = nullptr;
+  DialogScroll* scroll_ = nullptr;
+  QWidget *content_ = nullptr, *footer_ = nullptr;
+  const Gadget* foot_ = nullptr; // what stands in the footer; null without one
   std::map<const Gadget*, QPointer<QWidget>> widgets_;
   std::map<LONG, QPointer<QAction>> actions_;
 };

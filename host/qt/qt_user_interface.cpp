@@ -24,6 +24,23 @@ int titleWidth(const QWidget& window) {
   return window.fontMetrics().horizontalAdvance(window.windowTitle()) + frame;
 }
 
+// On the screen with its whole frame: a position that was asked for gives way.
+void placeModal(QWidget& frame, const DialogPlacement& where, const QSize& wanted) {
+  constexpr int side = 4, title = 32;
+  const QRect room = (frame.parentWidget() ? *frame.parentWidget() : frame).screen()->availableGeometry();
+  const QSize size = wanted.boundedTo(room.size() - QSize(2 * side, title + side));
+  QRect place(QPoint(where.x, where.y), size);
+  if (where.x == -1 && where.y == -1)
+    place.moveCenter(frame.parentWidget() ? frame.parentWidget()->window()->frameGeometry().center()
+                                          : room.center());
+  place.moveRight(std::min(place.right(), room.right() - 2 * side));
+  place.moveBottom(std::min(place.bottom(), room.bottom() - title - side));
+  place.moveLeft(std::max(place.left(), room.left()));
+  place.moveTop(std::max(place.top(), room.top()));
+  frame.resize(size);
+  frame.move(place.topLeft());
+}
+
 // The window of a modal dialog. Escape and its close button ask the dialog.
 class ModalFrame : public QDialog {
  public:
@@ -155,19 +172,26 @@ bool QtUserInterface::drawViews(LONG flags) {
   return drawViews_ && drawViews_(flags);
 }
 
-bool QtUserInterface::openUrl(const QString& url) {
-  return openUrl_ ? openUrl_(url) : QDesktopServices::openUrl(QUrl(url));
+bool QtUserInterface::openUrl(const QUrl& url, const QString& shown) {
+  if (openUrl_ ? openUrl_(url.toString()) : QDesktopServices::openUrl(url)) return true;
+  showMessage(boxParent(), {tr("No program was found to open this:"),
+                            shown,
+                            tr("Open it by hand. The text can be selected and copied."),
+                            {}});
+  return false;
 }
 
 bool QtUserInterface::openFile(const Filename& file) {
   const QString path = toQt(file);
-  if (isAddress(path)) return openUrl(path);
-  return QFileInfo::exists(path) &&
-         openUrl(QUrl::fromLocalFile(QFileInfo(path).absoluteFilePath()).toString());
+  if (isAddress(path)) return openUrl(QUrl(path), path);
+  const QString whole = QFileInfo(path).absoluteFilePath();
+  if (QFileInfo::exists(path)) return openUrl(QUrl::fromLocalFile(whole), QDir::toNativeSeparators(whole));
+  return false;
 }
 
 bool QtUserInterface::openAddress(const String& address) {
-  return isAddress(toQt(address)) && openUrl(toQt(address));
+  const QString text = toQt(address);
+  return isAddress(text) && openUrl(QUrl(text), text);
 }
 
 // ---- Dialogs
@@ -208,8 +232,7 @@ bool QtUserInterface::runModal(GeDialog& dialog, const DialogPlacement& placemen
   size.setWidth(std::max(size.width(), titleWidth(*frame)));
   if (where.width > 0) size.setWidth(std::max<int>(where.width, size.width()));
   if (where.height > 0) size.setHeight(std::max<int>(where.height, size.height()));
-  frame->resize(size);
-  if (where.x != -1 || where.y != -1) frame->move(where.x, where.y);
+  placeModal(*frame, where, size);
   frame->show();
   if (open_.count(&dialog) != 0) loop.exec();
   delete frame; // with the window

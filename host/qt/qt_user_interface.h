@@ -36,7 +36,7 @@ class QtUserInterface : public QObject, public UserInterface {
   /// Whether file choosers are the desktop's own. Default true.
   void setNativeFileDialogs(bool native);
   /// Replaces the system's program for a file or an address (tests): gets a URL, true when it could be
-  /// started.
+  /// started. When it could not, a box names the file or the address, so that the user can open it.
   void setOpenUrl(std::function<bool(const QString& url)> open);
 
   /// The dialogs (plug-in ID, sub-ID) that were open when the program ended last and are not open now.
@@ -70,7 +70,7 @@ class QtUserInterface : public QObject, public UserInterface {
     DialogPlacement placement;
   };
   QWidget* boxParent() const;
-  bool openUrl(const QString& url);
+  bool openUrl(const QUrl& url, const QString& shown);
   bool runModal(GeDialog& dialog, const DialogPlacement& placement);
   DialogPlacement remembered(const DialogPlacement& asked, QByteArray& state) const;
   void remember(const Open& open, bool isOpen);

@@ -95,6 +95,17 @@ TEST_F(DialogUi, ChoiceGivesTheButton) {
   EXPECT_EQ(host::askChoice(nullptr, {"Save?", "", "", ""}, {"Save", "Discard", "Cancel"}), 2);
 }
 
+TEST_F(DialogUi, EnterGivesTheSafeAnswer) {
+  whenModal([](QWidget& box) { QTest::keyClick(&box, Qt::Key_Return); });
+  EXPECT_EQ(host::askChoice(nullptr, {"Load?", "", "", ""}, {"Load", "Keep"}, 1), 1);
+  whenModal([](QWidget& box) {
+    EXPECT_TRUE(answer(box, 1).isDefault());
+    EXPECT_FALSE(answer(box, 0).isDefault());
+    QTest::mouseClick(&answer(box, 0), Qt::LeftButton);
+  });
+  EXPECT_EQ(host::askChoice(nullptr, {"Load?", "", "", ""}, {"Load", "Keep"}, 1), 0);
+}
+
 TEST_F(DialogUi, DetailsAreFolded) {
   whenModal([](QWidget& box) {
     auto* details = box.findChild<QPlainTextEdit*>();
@@ -516,6 +527,29 @@ TEST_F(DialogUi, FilesAndAddressesAreOpenedBySomeoneElse) {
   EXPECT_EQ(opened[0], "https://example.org/a");
   EXPECT_TRUE(opened[1].startsWith("file:///"));
   EXPECT_TRUE(QFileInfo(QUrl(opened[1]).toLocalFile()).isDir());
+}
+
+TEST_F(DialogUi, WithoutALauncherTheFileOrAddressIsNamed) {
+  desktop->setOpenUrl([](const QString&) { return false; });
+  QStringList said;
+  const auto read = [&](QWidget& box) {
+    QString all;
+    for (const QLabel* label : box.findChildren<QLabel*>()) {
+      all += label->text() + QLatin1Char('\n');
+      EXPECT_TRUE(label->text().isEmpty() || label->textInteractionFlags() & Qt::TextSelectableByMouse);
+    }
+    said << all;
+    box.close();
+  };
+  const Filename place = folder.makeFolder("a b");
+  whenModal(read);
+  EXPECT_FALSE(desktop->openFile(place));
+  whenModal(read);
+  EXPECT_FALSE(desktop->openAddress("https://example.org/a"));
+  ASSERT_EQ(said.size(), 2) << "one box each";
+  EXPECT_TRUE(said[0].contains("No program was found")) << said[0].toStdString();
+  EXPECT_TRUE(said[0].contains(QString::fromStdString(place.GetString().GetUTF8()))) << said[0].toStdString();
+  EXPECT_TRUE(said[1].contains("https://example.org/a")) << said[1].toStdString();
 }
 
 TEST_F(DialogUi, PicturesAndViewsGoToTheDesktop) {

@@ -4,9 +4,11 @@
 #include <QComboBox>
 #include <QLabel>
 #include <QPushButton>
+#include <QScrollBar>
 
 #include "active_document.h"
 #include "color_field.h"
+#include "dialog_scroll.h"
 #include "dialog_window.h"
 #include "dlg_animation.h"
 #include "dlg_optimize.h"
@@ -82,6 +84,37 @@ TEST_F(OptionsDialog, FitsTheScreenAndShowsEverythingInBothThemes) {
       expectNothingClipped(window);
     });
   }
+}
+
+TEST_F(OptionsDialog, ScrollsOnASmallScreenAndTheKeyboardReachesAll) {
+  open([](QWidget& window) {
+    window.activateWindow();
+    ASSERT_TRUE(waitFor([&] { return window.isActiveWindow(); }));
+    settle();
+    const QRect screen = window.screen()->availableGeometry();
+    ASSERT_LE(screen.height(), 800) << "the screen is too large for this test";
+    EXPECT_LE(window.frameGeometry().height(), screen.height() - 32);
+    EXPECT_TRUE(screen.contains(window.frameGeometry()));
+    auto& scroll = *window.findChild<host::DialogScroll*>();
+    EXPECT_GT(scroll.verticalScrollBar()->maximum(), 0);
+    const auto isSeen = [](const QWidget& widget, const QWidget& in) {
+      const int top = widget.mapTo(&in, QPoint(0, 0)).y();
+      return top >= 0 && top + widget.height() <= in.height();
+    };
+    EXPECT_TRUE(isSeen(at(window, IDC_OK), window)) << at(window, IDC_OK).mapTo(&window, QPoint()).y();
+    QTest::keyClick(&window, Qt::Key_Tab);
+    int visited = 0;
+    QWidget* first = window.focusWidget();
+    do {
+      QWidget* focus = window.focusWidget();
+      ASSERT_NE(focus, nullptr);
+      EXPECT_TRUE(!scroll.widget()->isAncestorOf(focus) || isSeen(*focus, *scroll.viewport()))
+          << focus->objectName().toStdString();
+      QTest::keyClick(focus, Qt::Key_Tab);
+    } while (++visited < 300 && window.focusWidget() != first);
+    EXPECT_GT(visited, 30);
+    EXPECT_LT(visited, 300);
+  });
 }
 
 TEST_F(OptionsDialog, ChecksEnableTheirFields) {

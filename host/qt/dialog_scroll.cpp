@@ -1,0 +1,57 @@
+#include "dialog_scroll.h"
+
+namespace host {
+
+namespace {
+
+// For a window's frame, its title and a panel of the desktop that no platform tells of.
+constexpr int besideWidth = 24, besideHeight = 64;
+constexpr int aroundFocus = 24; // that is seen around what has the focus
+
+} // namespace
+
+DialogScroll::DialogScroll(QWidget* parent) : QScrollArea(parent) {
+  setWidgetResizable(true);
+  setFrameShape(QFrame::NoFrame);
+  setFocusPolicy(Qt::NoFocus);
+  connect(qApp, &QApplication::focusChanged, this,
+          [this](QWidget* /*before*/, QWidget* focus) { showFocus(focus); });
+}
+
+void DialogScroll::setReserved(int height) {
+  if (height == reserved_) return;
+  reserved_ = height;
+  updateGeometry();
+}
+
+// A bar takes room from the other direction.
+QSize DialogScroll::fitted(const QSize& wanted) const {
+  const QSize room =
+      (screen()->availableSize() - QSize(besideWidth, besideHeight + reserved_)).expandedTo({120, 80});
+  QSize size = wanted;
+  if (size.height() > room.height()) size.rwidth() += verticalScrollBar()->sizeHint().width();
+  if (size.width() > room.width()) size.rheight() += horizontalScrollBar()->sizeHint().height();
+  return size.boundedTo(room);
+}
+
+QSize DialogScroll::sizeHint() const {
+  return widget() ? fitted(widget()->sizeHint().expandedTo(widget()->minimumSizeHint())) : QSize(0, 0);
+}
+
+QSize DialogScroll::minimumSizeHint() const {
+  return widget() ? fitted(widget()->minimumSizeHint()) : QSize(0, 0);
+}
+
+// What the content needs counts outside as well.
+bool DialogScroll::eventFilter(QObject* watched, QEvent* event) {
+  if (watched == widget() && event->type() == QEvent::LayoutRequest) updateGeometry();
+  return QScrollArea::eventFilter(watched, event);
+}
+
+// A click shows what it is on already.
+void DialogScroll::showFocus(QWidget* focus) {
+  if (QApplication::mouseButtons() == Qt::NoButton && focus && widget() && widget()->isAncestorOf(focus))
+    ensureWidgetVisible(focus, aroundFocus, aroundFocus);
+}
+
+} // namespace host

@@ -1,0 +1,29 @@
+// The gadgets of a dialog, scrolled when the screen is too small for them. Main thread.
+#pragma once
+
+#include <QScrollArea>
+
+namespace host {
+
+/// Shows all of its widget while there is room, and asks for no more room than the screen has: then it
+/// scrolls, and follows the keyboard's focus.
+class DialogScroll : public QScrollArea {
+  Q_OBJECT
+ public:
+  explicit DialogScroll(QWidget* parent);
+  /// What stands beside it in the same window needs this height, in logical pixels.
+  void setReserved(int height);
+
+  QSize sizeHint() const override;
+  QSize minimumSizeHint() const override;
+
+  bool eventFilter(QObject* watched, QEvent* event) override;
+
+ private:
+  void showFocus(QWidget* focus);
+  QSize fitted(const QSize& wanted) const;
+
+  int reserved_ = 0;
+};
+
+} // namespace host
