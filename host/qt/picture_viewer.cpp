@@ -88,9 +88,6 @@ void PictureViewer::build() {
   list_->setTextElideMode(Qt::ElideRight);
   list_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
   canvas_ = new PictureCanvas(this);
-  canvas_->setEmptyText(
-      tr("No pictures yet.\n\nRender to the Picture Viewer, or save a picture of the viewer "
-         "here, and it is listed at the left."));
   split_ = new QSplitter(Qt::Horizontal, this);
   split_->addWidget(list_);
   split_->addWidget(canvas_);
@@ -257,6 +254,7 @@ void PictureViewer::refreshList() {
   }
   for (int row = 0; row < count; ++row)
     showEntry(*list_->item(row), at(row));
+  if (session_.pictures().current() == 0) list_->setCurrentRow(-1);
   for (int row = 0; row < count; ++row)
     if (at(row).id == session_.pictures().current() && list_->currentRow() != row) list_->setCurrentRow(row);
   settling_ = was;
@@ -281,6 +279,12 @@ void PictureViewer::showEntry(QListWidgetItem& item, const PictureList::Picture&
 void PictureViewer::showCurrent() {
   const PictureList::Picture* picture = session_.pictures().find(session_.pictures().current());
   const SharedBitmap bitmap = picture ? picture->bitmap : nullptr;
+  canvas_->setEmptyText(
+      session_.pictures().pictures().empty()
+          ? tr("No pictures yet.\n\nRender to the Picture Viewer, or save a picture of the viewer here, and "
+               "it "
+               "is listed at the left.")
+          : tr("No picture of this scene yet.\n\nThe earlier pictures are listed at the left."));
   if (bitmap != canvas_->bitmap()) canvas_->setBitmap(bitmap);
   setWindowTitle(picture ? tr("%1 - Picture Viewer").arg(toQt(picture->name)) : tr("Picture Viewer"));
   size_->setText(bitmap ? tr("%1 x %2").arg(bitmap->GetBw()).arg(bitmap->GetBh()) : QString());

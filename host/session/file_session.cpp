@@ -130,6 +130,7 @@ struct FileSession::Saver {
 
 FileSession::FileSession(DocumentHub& hub, Edits& edits)
     : hub_(hub), edits_(edits), self_(std::make_shared<FileSession*>(this)) {
+  mendRecent();
   editsSubscription_ = edits_.changed.add([this] { changed.call(); });
   timer_ = mainLoop().addTimer(watchPeriod, [this] { watchTick(); });
 }
@@ -442,7 +443,10 @@ bool FileSession::mayClose() {
 
 void FileSession::watchTick() {
   if (loader_ || saver_ || asking_ || watch_.files().empty()) return;
-  if (watch_.look() == FileWatch::Look::changed) fileChanged();
+  const bool wasGone = watch_.isGone();
+  const FileWatch::Look look = watch_.look();
+  if (watch_.isGone() != wasGone) changed.call();
+  if (look == FileWatch::Look::changed) fileChanged();
 }
 
 void FileSession::fileChanged() {
@@ -488,7 +492,7 @@ String FileSession::title() const {
 }
 
 String FileSession::windowTitle() const {
-  return isDirty() ? title() + " *" : title();
+  return title() + (watch_.isGone() ? " (deleted)" : "") + (isDirty() ? " *" : "");
 }
 
 } // namespace host

@@ -89,7 +89,8 @@ class FileSession {
   /// The file that a name typed for an output means: a relative one counts from the scene's folder, without
   /// one from the user's folder for videos. Folders on the way to it are made.
   Filename outputFile(const Filename& typed) const;
-  /// The file's name, or "Untitled"; `windowTitle` with a mark for unsaved changes: "robot.glb *".
+  /// The file's name, or "Untitled"; `windowTitle` with a mark for unsaved changes, and one when
+  /// the file is not there any more: "robot.glb (deleted) *".
   String title() const;
   String windowTitle() const;
   bool isDirty() const { return edits_.isDirty(); }
@@ -129,6 +130,7 @@ class FileSession {
   void progressTick();
   void fileChanged();
   void watch(std::vector<Filename> files);
+  void mendRecent() const;
   void remember(const Filename& file);
   void fail(FileError error);
   void setActivity(Activity activity);

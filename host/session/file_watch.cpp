@@ -36,12 +36,14 @@ void FileWatch::watch(std::vector<Filename> files, std::vector<FileStamp> read) 
   known_ = std::move(read);
   known_.resize(files_.size());
   last_ = known_;
+  missing_ = 0;
 }
 
 void FileWatch::clear() {
   files_.clear();
   known_.clear();
   last_.clear();
+  missing_ = 0;
 }
 
 std::optional<FileStamp> FileWatch::known(const Filename& file) const {
@@ -58,6 +60,7 @@ FileWatch::Look FileWatch::look() {
   std::vector<FileStamp> now = stampsOf(files_);
   const bool still = now == last_;
   last_ = std::move(now);
+  missing_ = last_.empty() || last_.front().exists ? 0 : std::min(missing_ + 1, 2);
   if (last_ == known_) return Look::same;
   // A scene that is gone, or a part of it that was there: somebody is about to write it anew.
   for (std::size_t i = 0; i < last_.size(); ++i)

@@ -34,6 +34,9 @@ class FileWatch {
   /// The state in which a watched file is known; nothing for another file.
   std::optional<FileStamp> known(const Filename& file) const;
 
+  /// The first of the files was not there at the last two looks: it is gone, and not just being written anew.
+  bool isGone() const noexcept { return missing_ >= 2; }
+
   enum class Look { same, moving, changed };
   /// Looks once. `changed` is told once for each change, at the first look that finds the changed files as
   /// the look before found them; `moving` before that. A file that is missing for a while (many programs
@@ -43,6 +46,7 @@ class FileWatch {
  private:
   std::vector<Filename> files_;
   std::vector<FileStamp> known_, last_;
+  int missing_ = 0; // looks in a row that did not find the first file
 };
 
 } // namespace host

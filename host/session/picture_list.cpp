@@ -57,7 +57,7 @@ const PictureList::Picture* PictureList::find(Id id) const noexcept {
 }
 
 void PictureList::choose(Id id) {
-  if (id == current_ || !find(id)) return;
+  if (id == current_ || (id != 0 && !find(id))) return;
   current_ = id;
   changed.call();
 }

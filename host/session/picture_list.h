@@ -32,9 +32,9 @@ class PictureList {
   /// Oldest first. When there are too many, the oldest that is not the current one goes.
   const std::vector<Picture>& pictures() const noexcept { return pictures_; }
   const Picture* find(Id id) const noexcept;
-  /// The one to look at: the latest, or what was chosen.
+  /// The one to look at: the latest, or what was chosen; 0 none.
   Id current() const noexcept { return current_; }
-  void choose(Id id);
+  void choose(Id id); // 0: none, one that is not there: nothing happens
   void remove(Id id);
   void clear();
   void rename(Id id, const String& name);

@@ -2,6 +2,7 @@
 #include <algorithm>
 
 #include "c4d_file.h"
+#include "console.h"
 #include "file_session.h"
 #include "preferences.h"
 
@@ -11,6 +12,7 @@ namespace {
 
 constexpr const char* recentName = "recentFiles";
 constexpr std::size_t mostRecent = 10;
+constexpr LONG longestName = 4096; // characters
 
 void storeRecent(const std::vector<Filename>& files) {
   BaseContainer list;
@@ -25,9 +27,22 @@ std::vector<Filename> FileSession::recentFiles() const {
   std::vector<Filename> files;
   const Preferences* kept = preferences();
   const BaseContainer* list = kept ? kept->getNamed(recentName) : nullptr;
-  for (LONG i = 0; list && i < list->GetCount(); ++i)
-    if (const Filename file = list->GetFilename(list->GetIndexId(i)); file.Content()) files.push_back(file);
+  for (LONG i = 0; list && i < list->GetCount() && files.size() < mostRecent; ++i)
+    if (const Filename file = list->GetFilename(list->GetIndexId(i));
+        file.Content() && file.GetString().GetLength() <= longestName)
+      files.push_back(file);
   return files;
+}
+
+// Others may have written the preferences: what names no file is taken out, and told, once.
+void FileSession::mendRecent() const {
+  const BaseContainer* list = preferences() ? preferences()->getNamed(recentName) : nullptr;
+  const std::vector<Filename> files = recentFiles();
+  const LONG damaged = list ? list->GetCount() - static_cast<LONG>(files.size()) : 0;
+  if (damaged == 0) return;
+  storeRecent(files);
+  printLine("The list of recent files was damaged: " + LongToString(damaged) + " of its entries " +
+            (damaged == 1 ? "was" : "were") + " taken out.");
 }
 
 void FileSession::remember(const Filename& file) {

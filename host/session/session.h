@@ -52,7 +52,7 @@ class Session {
   MaterialPreviews previews_;
   PictureList pictures_;
   PictureSaver pictureSaver_;
-  Subscription renderChanged_, renderFinished_;
+  Subscription renderChanged_, renderFinished_, replaced_;
   bool down_ = false;
 };
 

@@ -7,8 +7,10 @@
 #include <QPushButton>
 
 #include "c4d_file.h"
+#include "console.h"
 #include "editor_view_widget.h"
 #include "main_kit.h"
+#include "preferences.h"
 #include "scene_edits.h"
 #include "scene_file.h"
 #include "scene_queries.h"
@@ -212,6 +214,66 @@ TEST_F(MainFiles, RecentFilesAreInTheMenu) {
   choose("file.clear-recent");
   emit recent.aboutToShow();
   EXPECT_FALSE(recent.actions()[0]->isEnabled());
+}
+
+TEST_F(MainFiles, EnterAtTheReloadQuestionKeepsTheEdits) {
+  const Filename scene = smallScene();
+  openScene(scene);
+  change();
+  const host::Identity before = document().GetIdentity();
+  bool asked = false;
+  whenModal([&](QWidget& box) {
+    asked = words(box).contains("changed by another program");
+    QTest::keyClick(&box, Qt::Key_Return);
+  });
+  folder.write("small.gltf", readText(scene) + "\n");
+  ASSERT_TRUE(waitFor([&] { return asked; }, 10000));
+  settle();
+  EXPECT_EQ(document().GetIdentity(), before);
+  EXPECT_TRUE(session().files().isDirty());
+}
+
+TEST_F(MainFiles, TheTitleTellsThatTheFileWasDeleted) {
+  const Filename scene = smallScene();
+  openScene(scene);
+  const std::string whole = readText(scene);
+  const auto title = [&](const char* wanted) {
+    return waitFor([&] { return window().windowTitle() == QLatin1String(wanted); }, 10000);
+  };
+  GeFKill(scene);
+  EXPECT_TRUE(title("small.gltf (deleted) - Lumenara Studio")) << window().windowTitle().toStdString();
+  change();
+  EXPECT_TRUE(title("small.gltf (deleted) * - Lumenara Studio")) << window().windowTitle().toStdString();
+  choose("edit.undo");
+  folder.write("small.gltf", whole);
+  EXPECT_TRUE(title("small.gltf - Lumenara Studio")) << window().windowTitle().toStdString();
+}
+
+TEST_F(MainFiles, ADamagedListOfRecentFilesIsMended) {
+  openScene(smallScene("first.gltf"));
+  stopStudio();
+  startHost();
+  BaseContainer list = *host::preferences()->getNamed("recentFiles");
+  list.SetLong(7, 12);
+  list.SetString(8, "no file");
+  list.SetFilename(9, Filename(String(std::string(100000, 'x'))));
+  for (LONG i = 20; i < 500; ++i)
+    list.SetFilename(i, Filename("f" + LongToString(i)));
+  host::preferences()->setNamed("recentFiles", list);
+  stopHost();
+  std::vector<std::string> said;
+  const std::uint64_t listener =
+      host::addConsoleListener([&](const String& line) { said.push_back(line.GetUTF8()); });
+  for (int start = 0; start < 2; ++start)
+    startStudio();
+  host::removeConsoleListener(listener);
+  EXPECT_EQ(std::count_if(said.begin(), said.end(),
+                          [](const std::string& line) { return line.find("recent files") != line.npos; }),
+            1);
+  const std::vector<Filename> recent = session().files().recentFiles();
+  ASSERT_EQ(recent.size(), 10u);
+  EXPECT_EQ(recent[0].GetFileString(), String("first.gltf"));
+  EXPECT_TRUE(startPage().isVisible());
 }
 
 TEST_F(MainFiles, AReloadKeepsViewTimeAndSelection) {

@@ -144,6 +144,19 @@ TEST_F(ManagerMaterialsTest, ThumbnailsComeAndFollowTheirMaterial) {
   EXPECT_TRUE(waitFor([&] { return middle("red").green() > middle("red").red() + 40; }, 60000));
 }
 
+TEST_F(ManagerMaterialsTest, ANewSceneHasNoThumbnailOfTheOldOne) {
+  session->previews().setEnabled(true);
+  const auto picture = [&] {
+    return manager->model().index(0).data(Qt::DecorationRole).value<QPixmap>().toImage();
+  };
+  const QImage waiting = picture();
+  ASSERT_TRUE(waitFor([&] { return picture() != waiting; }, 60000));
+  session->previews().setEnabled(false);
+  session->hub().replace(scene(), Replacement::opened);
+  settle();
+  EXPECT_EQ(picture(), waiting);
+}
+
 TEST_F(ManagerMaterialsTest, AnEmptyDocumentHasWords) {
   EXPECT_TRUE(manager->list().isVisible());
   session->hub().replace(newDocument(), Replacement::created);

@@ -65,6 +65,31 @@ TEST_F(PictureViewerTest, TheListFollowsTheSession) {
   EXPECT_FALSE(viewer->canvas().bitmap());
 }
 
+TEST_F(PictureViewerTest, ANewSceneShowsNoPictureOfTheOldOne) {
+  session->pictures().show(*picture(40, 30, 200), "old.glb");
+  settle();
+  ASSERT_NE(viewer->canvas().bitmap(), nullptr);
+  session->hub().replace(scene(), Replacement::reloaded);
+  settle();
+  EXPECT_NE(viewer->canvas().bitmap(), nullptr) << "the same scene";
+  for (const Replacement why : {Replacement::opened, Replacement::created}) {
+    session->hub().replace(scene(), why);
+    settle();
+    EXPECT_EQ(viewer->canvas().bitmap(), nullptr);
+    EXPECT_EQ(viewer->windowTitle(), "Picture Viewer");
+    EXPECT_EQ(viewer->list().currentRow(), -1);
+    ASSERT_EQ(viewer->list().count(), 1) << "it stays listed, with its scene's name";
+    EXPECT_TRUE(viewer->list().item(0)->text().startsWith("old.glb"));
+    viewer->list().setCurrentRow(0);
+    settle();
+    EXPECT_NE(viewer->canvas().bitmap(), nullptr) << "and can be looked at";
+  }
+  session->hub().replace(scene(), Replacement::opened);
+  session->pictures().show(*picture(40, 30, 90), "new.glb");
+  settle();
+  EXPECT_EQ(viewer->windowTitle(), "new.glb - Picture Viewer");
+}
+
 TEST_F(PictureViewerTest, ValuesUnderThePointer) {
   const SharedBitmap bitmap = picture(40, 30, 1);
   bitmap->SetPixel(7, 9, 255, 128, 3);
