@@ -15,6 +15,32 @@ stage() {
   return "$code"
 }
 
+# bounded_stage NAME SECONDS COMMAND...: a stage that is ended when its time is over. It then counts as unfinished, not as failed:
+# the list of stages says so.
+bounded_stage() {
+  local name=$1 limit=$2 start=$SECONDS code=0 running watch
+  shift 2
+  printf '== %s (at most %d s)\n' "$name" "$limit"
+  if [[ $limit -gt 0 ]]; then
+    set -m # a process group of its own, so that all of it can be ended
+    ("$@") &
+    running=$!
+    (sleep "$limit" && kill -TERM -- -"$running") &
+    watch=$!
+    set +m
+    wait "$running" || code=$?
+    kill -TERM -- -"$watch" 2>/dev/null || true
+    wait "$watch" 2>/dev/null || true
+  fi
+  if [[ $((SECONDS - start)) -ge $limit ]]; then
+    STAGES+=("$(printf '%6d s  %s (NOT FINISHED: out of time)' "$((SECONDS - start))" "$name")")
+    return 1
+  fi
+  STAGES+=("$(printf '%6d s  %s%s' "$((SECONDS - start))" "$name" "$([[ $code == 0 ]] || echo ' (failed)')")")
+  [[ $code == 0 ]] || FAILED_STAGES+=("$name")
+  return "$code"
+}
+
 print_stages() {
   printf '\nStages:\n'
   printf '%s\n' "${STAGES[@]}"
