@@ -125,7 +125,7 @@ def spoil_window(turn):
 
 
 def garble(value):
-    return value[: len(value) // 2] + "AAAA" + value[len(value) // 2 + 4:] if isinstance(value, str) and len(value) > 40 else value
+    return value[: len(value) // 2] + "aaaa" + value[len(value) // 2 + 4:] if isinstance(value, str) and len(value) > 40 else value
 
 
 SPOILED = (
