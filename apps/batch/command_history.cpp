@@ -23,6 +23,7 @@ void add(lmUserArea& view, const std::string& file) {
   if (!view.image->CopyTo(view.display))
     throw Stop(ExitCode::renderFailed,
                "there is not enough memory to add " + file + "; make it smaller first");
+  view.composed = 1;
   view.data.documentName = Filename(String(file)).GetFile().GetString();
   host::takeFailures();
   view.AddToHistory();

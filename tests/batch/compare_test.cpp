@@ -342,7 +342,7 @@ TEST_F(Pictures, AHugePictureIsRefused) {
 
 // The composition needs two more bitmaps than the picture: without them it would be black.
 TEST_F(Pictures, ASizeWithoutTheMemoryForItIsRefused) {
-  const Limits limits{.memory = std::size_t{1} << 30};
+  const Limits limits{.memory = std::size_t{3} << 28};
   const Outcome outcome =
       run({"compare", a, b, "-o", out, "--size", "8000x8000", "--quiet"}, folder / "home", limits);
   expectOneLine(outcome, 5, "memory");

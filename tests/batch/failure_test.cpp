@@ -94,7 +94,7 @@ TEST_F(Failure, WrongUse) {
       {"render", file, "-o", picture, "--nothing"},
       {"render", file, "-o", folder / "picture"},
       {"render", file, "-o", folder / "picture.gif"},
-      {"render", file, "-o", folder / "picture.psd"},
+      {"render", file, "-o", folder / "picture.tga"},
       {"info"},
       {"info", file, file},
       {"info", file, "--yaml"}};

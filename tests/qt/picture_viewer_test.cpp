@@ -179,7 +179,7 @@ TEST_F(PictureViewerTest, SaveAsAsksForAFile) {
   const QString target = toQt(folder / "chosen.png");
   whenModal([&](QWidget& window) {
     auto& chooser = dynamic_cast<QFileDialog&>(window);
-    EXPECT_EQ(chooser.nameFilters().size(), 4);
+    EXPECT_EQ(chooser.nameFilters().size(), 5);
     EXPECT_TRUE(chooser.selectedFiles().value(0).endsWith(QStringLiteral("a_b_ c.png")))
         << chooser.selectedFiles().value(0).toStdString();
     chooser.selectFile(target);
