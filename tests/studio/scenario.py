@@ -58,6 +58,13 @@ class Run:
         subprocess.run([self.options.batch, "settings", "set", key, str(value), "--home", str(self.home)],
                        check=True, capture_output=True, timeout=60)
 
+    def stretch(self, key, stored, value):
+        """Replaces a stored whole number by one beyond the setting's range: slow machines need more time."""
+        file = self.home / "preferences.json"
+        text = file.read_text(encoding="utf-8")
+        check(text.count(f'"long",{stored}]') == 1, f"{key} is not stored as {stored}")
+        file.write_text(text.replace(f'"long",{stored}]', f'"long",{value}]'), encoding="utf-8")
+
     def rewrite(self, change):
         """Writes the scene anew, as another program does."""
         scene = json.loads(self.scene.read_text(encoding="utf-8"))

@@ -206,11 +206,12 @@ def pacing_delay(run):
     """Within the delay after a refresh a change is held; then it is shown."""
     delay = 16
     run.set("LM_REFRESH_WAIT", 0)
-    run.set("LM_REFRESH_DELAY", delay * 1000)
+    run.set("LM_REFRESH_DELAY", 5000)
+    run.stretch("LM_REFRESH_DELAY", 5000, delay * 1000)
     run.set("LM_AUTO_REFRESH", 1)
     studio = run.viewer()
     select(studio, first_mesh(studio))
-    # The selection is a change as well; its delay passes first.
+    # The delay after the viewer's own first refresh passes first.
     time.sleep(delay)
     before = studio.settled()
     move_object(studio, "0.5")
