@@ -138,8 +138,7 @@ def check_composed(studio, style, a, b):
 def choose_style(studio, row):
     """The style, in the Options dialog."""
     studio.menu("Options", "Options...")
-    box = studio.get(name=STYLE)
-    studio.click(thing=box)
+    studio.click(thing=studio.standing(name=STYLE))
     rows = wait_for("the list of styles", lambda: (lambda found: found if len(found) >= 3 else None)(
         [t for t in studio.things() if t["class"] == "row" and t["name"] not in ("objectTree", "materialList")]))
     studio.click(thing=rows[row])

@@ -212,6 +212,15 @@ class Studio:
     def move(self, x, y):
         self.display.tool("mousemove", x, y)
 
+    def standing(self, **wanted):
+        """What was asked for, once two looks find it at the same place: window managers move new windows."""
+        places = [None]
+
+        def stands():
+            places.append(self.get(**wanted))
+            return places[-1] if places[-2] and places[-1]["place"] == places[-2]["place"] else None
+        return wait_for("a window that stands still", stands, 20, 0.3)
+
     def click(self, thing=None, button=1, at=None, **wanted):
         x, y = at or self.middle(thing or self.get(**wanted))
         self.move(x, y)
