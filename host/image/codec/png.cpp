@@ -90,7 +90,8 @@ void requireWritten(int code) {
   if (code) throw FilterError("could not be encoded (" + std::string(spng_strerror(code)) + ")");
 }
 
-void describe(spng_ctx* context, const FilterJob& job) {
+// The context keeps a pointer to the program's name until the picture is encoded.
+void describe(spng_ctx* context, const FilterJob& job, std::string& program) {
   spng_ihdr header{};
   header.width = static_cast<std::uint32_t>(job.bitmap.GetBw());
   header.height = static_cast<std::uint32_t>(job.bitmap.GetBh());
@@ -101,9 +102,8 @@ void describe(spng_ctx* context, const FilterJob& job) {
   spng_text software{};
   software.type = SPNG_TEXT;
   std::strcpy(software.keyword, "Software");
-  std::string name = writingProgram;
-  software.text = name.data();
-  software.length = name.size();
+  software.text = program.data();
+  software.length = program.size();
   requireWritten(spng_set_text(context, &software, 1));
 }
 
@@ -111,11 +111,12 @@ void describe(spng_ctx* context, const FilterJob& job) {
 
 FileBytes encodePng(const FilterJob& job) {
   const FileBytes pixels = pixelBytes(job);
+  std::string program = writingProgram;
   const Context context = newContext(SPNG_CTX_ENCODER);
   requireWritten(spng_set_option(context.get(), SPNG_ENCODE_TO_BUFFER, 1));
   requireWritten(spng_set_option(context.get(), SPNG_IMG_COMPRESSION_LEVEL, packingLevel));
   requireWritten(spng_set_option(context.get(), SPNG_FILTER_CHOICE, rowFilters));
-  describe(context.get(), job);
+  describe(context.get(), job, program);
   requireWritten(
       spng_encode_image(context.get(), pixels.data(), pixels.size(), SPNG_FMT_PNG, SPNG_ENCODE_FINALIZE));
   int code = 0;
