@@ -262,8 +262,8 @@ Bytes inkProfile() {
   cmsStageSampleCLut16bit(
       table,
       [](const cmsUInt16Number* in, cmsUInt16Number* out, void*) -> cmsInt32Number {
-        out[0] = static_cast<cmsUInt16Number>((65535 - in[3]) * 0xff00 / 65535); // from black alone
-        out[1] = out[2] = 0x8000;                                                // no colour
+        out[0] = static_cast<cmsUInt16Number>((65535U - in[3]) * 0xff00U / 65535U); // from black alone
+        out[1] = out[2] = 0x8000;                                                   // no colour
         return TRUE;
       },
       nullptr, 0);
