@@ -1,5 +1,6 @@
 #include <cstdio>
 
+#include "atomic_file.h"
 #include "commands.h"
 #include "failures.h"
 #include "lm_keys.h"
@@ -51,6 +52,7 @@ ExitCode runHistory(const HistoryOptions& options) {
   settings.Load();
   settings.SetValue(LM_HISTORY_AUTOLOAD, 0); // there is nothing to show the newest in
   lmUserArea view(nullptr, &settings);
+  host::removeUnfinished(view.historyFolder);
 
   switch (options.action) {
   case HistoryAction::list:

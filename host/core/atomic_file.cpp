@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cerrno>
+#include <charconv>
 #include <system_error>
 
 #include "file_path.h"
@@ -41,7 +42,26 @@ fs::path temporaryFor(const fs::path& target) {
                                  std::to_string(++number) + ".tmp");
 }
 
+// The process that writes a file of this name (see temporaryFor); 0 for other names.
+long writerOf(const std::string& name) {
+  const std::size_t end = name.rfind('-');
+  const std::size_t point = end == name.npos ? name.npos : name.rfind('.', end);
+  if (name.empty() || name[0] != '.' || point == name.npos || point == 0 || !name.ends_with(".tmp")) return 0;
+  long process = 0;
+  const char* last = name.data() + end;
+  const auto [stop, trouble] = std::from_chars(name.data() + point + 1, last, process);
+  return trouble == std::errc() && stop == last ? process : 0;
+}
+
 } // namespace
+
+void removeUnfinished(const Filename& folder) {
+  std::error_code ignored;
+  for (fs::directory_iterator entry(toPath(folder), ignored), end; entry != end; entry.increment(ignored)) {
+    const long writer = writerOf(entry->path().filename().string());
+    if (writer > 0 && platform::hasEnded(writer)) fs::remove(entry->path(), ignored);
+  }
+}
 
 AtomicFile::AtomicFile(const Filename& target) : target_(toFilename(behindLink(toPath(target)))) {
 }

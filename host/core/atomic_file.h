@@ -53,4 +53,7 @@ class AtomicFile {
 bool replaceFile(const Filename& target, std::span<const std::byte> bytes, std::string* error = nullptr);
 bool replaceFile(const Filename& target, std::string_view text, std::string* error = nullptr);
 
+/// Removes the files that programs which have ended were writing in this folder.
+void removeUnfinished(const Filename& folder);
+
 } // namespace host

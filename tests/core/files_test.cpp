@@ -290,6 +290,23 @@ TEST(AtomicFile, ReplacesWholeAndKeepsTheRights) {
   EXPECT_EQ(folder.names(), std::vector<std::string>{"t.txt"});
 }
 
+TEST(AtomicFile, UnfinishedFilesOfEndedProgramsGo) {
+  const TemporaryFolder folder;
+  const pid_t ended = fork();
+  if (ended == 0) _exit(0);
+  waitpid(ended, nullptr, 0);
+  const std::string gone = ".a.b.tif." + std::to_string(ended) + "-1.tmp";
+  const std::vector<std::string> kept = {".a.b.tif." + std::to_string(getpid()) + "-1.tmp", "a.tif", ".a.tmp",
+                                         ".a.12x-1.tmp"};
+  ASSERT_TRUE(host::replaceFile(folder / gone.c_str(), "x"));
+  for (const std::string& name : kept)
+    ASSERT_TRUE(host::replaceFile(folder / name.c_str(), "x"));
+  host::removeUnfinished(folder.path());
+  EXPECT_FALSE(GeFExist(folder / gone.c_str()));
+  for (const std::string& name : kept)
+    EXPECT_TRUE(GeFExist(folder / name.c_str())) << name;
+}
+
 TEST(AtomicFile, WithoutCommitNothingStays) {
   TemporaryFolder folder;
   {
