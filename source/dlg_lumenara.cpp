@@ -154,7 +154,7 @@ void DlgLumenara::CheckMode() {
     MenuInitString(entry, TRUE, entry == mode);
 }
 
-// What works in Compare mode alone, or in the other modes alone.
+// Enables the entries and buttons of the current mode.
 void DlgLumenara::SetEnabling() {
   const Bool compare = settings.GetValue(LM_MODE, LM_MODE_NORMAL) == LM_MODE_COMPARE;
   MenuInitString(ID_ADD_TO_HISTORY, !compare && settings.GetValue(LM_HISTORY_ADD, 0) == 1, FALSE);

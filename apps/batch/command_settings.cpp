@@ -28,7 +28,7 @@ class SettingsHost {
     CheckResetLM();
   }
   const host::PluginUnit& plugin() const { return plugin_; }
-  /// What a home of this run alone would forget is not done.
+  /// Refuses changes that a temporary home would forget.
   void requireHome() const {
     if (!program_.homeIsKept())
       throw Stop(ExitCode::outputNotWritable,

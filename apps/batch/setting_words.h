@@ -12,7 +12,7 @@
 
 namespace batch {
 
-/// What the dialogs let a user enter.
+/// The values that the dialogs accept.
 struct SettingRange {
   std::string text; // "0..5000", "1..20 %", "0 Left, 1 Centre, 2 Right"; empty: anything
   std::optional<std::pair<Real, Real>> bounds; // of the stored value, both included

@@ -16,10 +16,10 @@ Filename programPath();
 Filename libraryPath();
 /// The folder for this user's data of programs: "<it>/Lumenara Studio" is ours. Empty when there is none.
 Filename userDataFolder();
-/// The folder where this user keeps videos; it need not be there. Empty when there is none.
+/// The folder where this user keeps videos; it may not exist. Empty when unknown.
 Filename userVideosFolder();
 
-/// Who can change a file or a folder.
+/// The users who can change a file or folder.
 enum class Owner { missing, onlyUs, anyone, anotherUser };
 /// `anyone`: its group or others may write; `anotherUser`: it belongs neither to this program's user nor to
 /// the system's. A link counts as what it leads to. `missing` also when that cannot be told.

@@ -84,7 +84,7 @@ void Program::startPlugins() {
   if (home_->isKept()) startModules(writePath(), false);
 }
 
-// What is installed with the program is as trusted as the program itself.
+// Installed plug-ins are as trusted as the program itself.
 void Program::startModules(const Filename& place, bool installed) {
   for (const PluginModule& module : findModules(place + "plugins")) {
     const std::string unsafe = installed ? std::string() : home_->whyUnsafe(module.file);

@@ -28,7 +28,7 @@ inline unsigned char roundedTo8(std::uint16_t value) noexcept {
 /// The integer pixels as 8 bits, 16 rounded; empty for floats.
 std::vector<unsigned char> eightBits(const DecodedPicture& picture);
 
-/// What a picture's pixels are for.
+/// The use of a picture's pixels.
 enum class PictureUse : std::uint8_t {
   shown,   // a picture of its own: upright as its EXIF or TIFF orientation says, colours by its profile
   colours, // a texture of colours: by its profile; rows as stored, as its coordinates were made for them

@@ -42,7 +42,7 @@ QSize DialogScroll::minimumSizeHint() const {
   return widget() ? fitted(widget()->minimumSizeHint()) : QSize(0, 0);
 }
 
-// What the content needs counts outside as well.
+// The content's size hint is also this widget's.
 bool DialogScroll::eventFilter(QObject* watched, QEvent* event) {
   if (watched == widget() && event->type() == QEvent::LayoutRequest) updateGeometry();
   return QScrollArea::eventFilter(watched, event);

@@ -11,7 +11,7 @@ class DialogScroll : public QScrollArea {
   Q_OBJECT
  public:
   explicit DialogScroll(QWidget* parent);
-  /// What stands beside it in the same window needs this height, in logical pixels.
+  /// Height of the widgets beside it in the same window, in logical pixels.
   void setReserved(int height);
 
   QSize sizeHint() const override;

@@ -1,4 +1,4 @@
-// What stands behind a video post of a render data.
+// The state behind a video post of a render data.
 #pragma once
 
 #include "c4d_plugin.h"

@@ -16,7 +16,7 @@ struct ViewRay {
   float near = 0, far = 1e30f;
 };
 
-/// What a ray met first. `object` is 0 when it met nothing; then `unlit` says that `color` is the sky there,
+/// The first hit of a ray. `object` is 0 when it met nothing; then `unlit` says that `color` is the sky there,
 /// and without it nothing else is set.
 struct ViewHit {
   Identity object = 0;

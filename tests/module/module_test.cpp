@@ -196,7 +196,7 @@ TEST_F(Module, StartsAgainInTheSameHome) {
   EXPECT_EQ(lines("||  Lumenara v"), 1);
 }
 
-// What the title bar opens lies beside the module, in the build and where it is installed.
+// The title bar's pages lie beside the module, in the build and where it is installed.
 TEST_F(Module, TheProductPageAndTheManualLieBesideIt) {
   const Filename build = Filename(LUMENARA_PLUGINS_DIR).GetDirectory();
   const Filename installed = folder / "installed";

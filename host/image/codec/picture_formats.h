@@ -21,7 +21,7 @@ inline constexpr LONG webpSaverQuality = 1990002;
 struct FilterJob;
 struct RawPicture;
 
-/// What an option of a format's writer is.
+/// The kind of a writer's option.
 enum class WriterOption : std::uint8_t { none, quality };
 
 /// A kind of picture file.

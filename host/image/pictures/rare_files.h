@@ -1,4 +1,4 @@
-// What the part for rare formats is made of. One thread at a time.
+// Functions of the part for rare formats. One thread at a time.
 #pragma once
 
 #include "picture_codec.h"

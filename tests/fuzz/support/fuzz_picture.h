@@ -1,4 +1,4 @@
-// What the fuzz targets of picture formats share.
+// Shared by the fuzz targets of picture formats.
 #pragma once
 
 #include <cstddef>
