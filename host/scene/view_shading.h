@@ -16,8 +16,8 @@ struct ViewRay {
   float near = 0, far = 1e30f;
 };
 
-/// The first hit of a ray. `object` is 0 when it met nothing; then `unlit` says that `color` is the sky there,
-/// and without it nothing else is set.
+/// The first hit of a ray. `object` is 0 when it met nothing; then `unlit` says that `color` is the sky
+/// there, and without it nothing else is set.
 struct ViewHit {
   Identity object = 0;
   float distance = 0; // along the ray, metres
