@@ -6,10 +6,10 @@
 # folder's include root (and, through the folders it uses, theirs). A folder without sources has only the latter.
 # A folder may have sub-folders, one level deep: their files belong to it, and each is one more include root of it.
 #
-#   lumenara_part(image movie LINKS dep::ffmpeg)
+#   lumenara_part(image ffmpeg LINKS dep::ffmpeg)
 #
-# makes the sub-folder host/image/movie a part that the host loads at its first use (host/core/part.h): a shared library
-# lib/lumenara_movie beside the host's, which alone links what stands behind it. Its headers are its own. The fuzz targets
+# makes the sub-folder host/image/ffmpeg a part that the host loads at its first use (host/core/plugins/part.h): a shared library
+# lib/lumenara_ffmpeg.so beside the host's, which alone links what stands behind it. Its headers are its own. The fuzz targets
 # have no shared libraries: there it is linked with the rest.
 include_guard(GLOBAL)
 
@@ -26,14 +26,14 @@ set(LUMENARA_USES_session dialog view render core image scene interface)
 set(LUMENARA_USES_qt session dialog view render core image scene interface)
 
 # Sub-folders that are parts, each loaded at its first use.
-set(LUMENARA_PARTS_image movie pictures)
+set(LUMENARA_PARTS_image ffmpeg pictures)
 set(LUMENARA_PARTS_scene import)
 
 # Third-party libraries stay behind one wall each; <folder>_<part> for parts.
 set(LUMENARA_WALLS_interface)
 set(LUMENARA_WALLS_core json threads)
 set(LUMENARA_WALLS_image png jpeg tiff exr webp lcms zip freetype harfbuzz fontconfig threads)
-set(LUMENARA_WALLS_image_movie ffmpeg)
+set(LUMENARA_WALLS_image_ffmpeg ffmpeg)
 set(LUMENARA_WALLS_image_pictures openimageio magick)
 set(LUMENARA_WALLS_scene tinygltf draco opensubdiv json threads)
 set(LUMENARA_WALLS_scene_import assimp json)
@@ -42,6 +42,10 @@ set(LUMENARA_WALLS_dialog threads)
 set(LUMENARA_WALLS_view threads)
 set(LUMENARA_WALLS_session threads)
 set(LUMENARA_WALLS_qt qt threads)
+
+# The folders of the program lumenara, each an include root.
+set(LUMENARA_BATCH_ROOTS commands host jobs scene settings)
+list(TRANSFORM LUMENARA_BATCH_ROOTS PREPEND "${CMAKE_SOURCE_DIR}/apps/batch/")
 
 # The interface is headers only.
 add_library(c4d_interface INTERFACE)

@@ -73,7 +73,7 @@ bool holds(const std::vector<std::string>& libraries, const std::string& part) {
 }
 
 // Each of these brings many more along, or much memory.
-constexpr const char* rare[] = {"lumenara_movie", "lumenara_import", "libavcodec",     "libavformat",
+constexpr const char* rare[] = {"lumenara_ffmpeg", "lumenara_import", "libavcodec",     "libavformat",
                                 "libassimp",      "libMagick",       "libOpenImageIO", "lumenara_pictures"};
 
 TEST_F(Startup, LoadsFewLibraries) {
@@ -98,7 +98,7 @@ TEST_F(Startup, AnImportLoadsItsPartAlone) {
   EXPECT_EQ(code, 0);
   EXPECT_TRUE(holds(libraries, "lumenara_import"));
   EXPECT_TRUE(holds(libraries, "libassimp"));
-  EXPECT_FALSE(holds(libraries, "lumenara_movie"));
+  EXPECT_FALSE(holds(libraries, "lumenara_ffmpeg"));
 }
 
 TEST_F(Startup, AMissingPartFailsItsOwnJobOnly) {
@@ -119,12 +119,12 @@ TEST_F(Startup, AMissingPartFailsItsOwnJobOnly) {
       "animate '" + scene + "' --frames 0:1 --size 32x32 --samples 1 -o '" + (folder / "a.mov") + "'";
   const std::string noMovie = output(program + movie);
   EXPECT_NE(code, 0);
-  EXPECT_NE(noMovie.find("elsewhere/lib/lumenara_movie.so\" cannot be loaded"), std::string::npos) << noMovie;
+  EXPECT_NE(noMovie.find("elsewhere/lib/lumenara_ffmpeg.so\" cannot be loaded"), std::string::npos) << noMovie;
   EXPECT_FALSE(fs::exists(folder / "a.mov"));
 
   // The parts beside the library are found wherever both lie.
   giveIt("lumenara_import.so");
-  giveIt("lumenara_movie.so");
+  giveIt("lumenara_ffmpeg.so");
   EXPECT_NE(output(program + import).find("triangles   1"), std::string::npos);
   EXPECT_EQ(code, 0);
   const std::string written = output(program + movie);

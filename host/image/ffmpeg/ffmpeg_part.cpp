@@ -42,7 +42,7 @@ class Library final : public host::MovieLibrary {
 
 } // namespace
 
-void* lumenara_part_movie() {
+void* lumenara_part_ffmpeg() {
   static Library library;
   return static_cast<host::MovieLibrary*>(&library);
 }

@@ -5,7 +5,7 @@
 namespace host {
 
 const MovieLibrary& movieLibrary() {
-  static Part part = LUMENARA_PART(movie);
+  static Part part = LUMENARA_PART(ffmpeg);
   return part.as<const MovieLibrary>();
 }
 

@@ -9,7 +9,7 @@
 #include "movie_frame.h"
 #include "movie_options.h"
 
-extern "C" void* lumenara_part_movie();
+extern "C" void* lumenara_part_ffmpeg();
 
 namespace host {
 

@@ -4,10 +4,10 @@
 // A part has one entry, a C function that returns its interface. cmake/Module.cmake declares it
 // (`lumenara_part`), a header that both sides include names entry and interface, and the host reaches it so:
 //
-//   extern "C" void* lumenara_part_movie(); // the part defines it
+//   extern "C" void* lumenara_part_ffmpeg(); // the part defines it
 //
 //   MovieLibrary& movieLibrary() {
-//     static Part part = LUMENARA_PART(movie);
+//     static Part part = LUMENARA_PART(ffmpeg);
 //     return part.as<MovieLibrary>();
 //   }
 #pragma once
