@@ -74,7 +74,7 @@ bool holds(const std::vector<std::string>& libraries, const std::string& part) {
 
 // Each of these brings many more along, or much memory.
 constexpr const char* rare[] = {"lumenara_ffmpeg", "lumenara_import", "libavcodec",     "libavformat",
-                                "libassimp",      "libMagick",       "libOpenImageIO", "lumenara_pictures"};
+                                "libassimp",       "libMagick",       "libOpenImageIO", "lumenara_pictures"};
 
 TEST_F(Startup, LoadsFewLibraries) {
   const std::vector<std::string> libraries = librariesOf("--version");
@@ -119,7 +119,8 @@ TEST_F(Startup, AMissingPartFailsItsOwnJobOnly) {
       "animate '" + scene + "' --frames 0:1 --size 32x32 --samples 1 -o '" + (folder / "a.mov") + "'";
   const std::string noMovie = output(program + movie);
   EXPECT_NE(code, 0);
-  EXPECT_NE(noMovie.find("elsewhere/lib/lumenara_ffmpeg.so\" cannot be loaded"), std::string::npos) << noMovie;
+  EXPECT_NE(noMovie.find("elsewhere/lib/lumenara_ffmpeg.so\" cannot be loaded"), std::string::npos)
+      << noMovie;
   EXPECT_FALSE(fs::exists(folder / "a.mov"));
 
   // The parts beside the library are found wherever both lie.
