@@ -1,4 +1,4 @@
-// The plug-in interface, whole: what a plug-in includes.
+// The whole plug-in interface: a plug-in includes this header.
 #pragma once
 
 #include "c4d_bitmap.h"

@@ -16,8 +16,10 @@ enum IMAGERESULT {
   IMAGERESULT_MISC_ERROR = -6,
   IMAGERESULT_PARAM_ERROR = -7
 };
+/// ALPHA: the alpha channel is written too.
 enum SAVEBIT { SAVEBIT_0 = 0, SAVEBIT_ALPHA = 1 };
 
+// Image filters, for `BaseBitmap::Save`, and movie formats (AVI, MOVIE: QuickTime), for MovieSaver.
 inline constexpr LONG FILTER_TIF = 1100;
 inline constexpr LONG FILTER_BMP = 1102;
 inline constexpr LONG FILTER_JPG = 1104;
@@ -27,13 +29,8 @@ inline constexpr LONG FILTER_AVI = 1122;
 inline constexpr LONG FILTER_MOVIE = 1125;
 inline constexpr LONG FILTER_EXR = 1016606;
 inline constexpr LONG FILTER_PNG = 1023671;
-/// In a filter's options: JPEG quality 0 to 100.
+/// In a filter's options: JPEG quality (LONG, 0 to 100, 90).
 inline constexpr LONG JPGSAVER_QUALITY = 10021;
-
-namespace host {
-class Film;
-struct BitmapData;
-} // namespace host
 
 /// A picture of 24 or 32 bits a pixel, sRGB, 8 bits a channel; depth 32 has a straight alpha channel.
 /// Pixels are relaxed atomic words: any thread reads and writes them. The shape changes (`Init`, `FlushAll`,
@@ -54,7 +51,7 @@ class C4D_API BaseBitmap {
 
   LONG GetBw() const noexcept { return width_; }
   LONG GetBh() const noexcept { return height_; }
-  LONG GetBt() const noexcept { return depth_; } // bits a pixel, 0 when empty
+  LONG GetBt() const noexcept { return depth_; } // bits a pixel; 0 when empty
 
   /// Red, green, blue 0 to 255. A read outside gives black, a write outside is ignored; values are cut to
   /// their low 8 bits.
@@ -88,19 +85,19 @@ class C4D_API BaseBitmap {
   BaseBitmap* GetClone() const;
   /// A part of it as a new bitmap; null when the part has no area or leaves the bitmap.
   BaseBitmap* GetClonePart(LONG x, LONG y, LONG width, LONG height) const;
-  /// Gives `target` this shape and these pixels.
+  /// Copies shape and pixels to `target`.
   Bool CopyTo(BaseBitmap* target) const;
-  /// Resamples into all of `target`. `intensity` 0 to 256 mixes with what is there; `sample` filters over the
-  /// pixel's area (between pixels when enlarging), else the nearest is taken; `proportional` keeps the aspect
-  /// and centres, and what is left over stays as it was. Channels are averaged as codes, each on its own.
+  /// Resamples into all of `target`. `intensity` (0 to 256) weighs the result against the target's pixels;
+  /// `sample` averages over a pixel's area (interpolates when enlarging), else the nearest pixel is taken;
+  /// `proportional` keeps the aspect, centres the picture and leaves the rest of the target. Channels are
+  /// averaged as codes, each on its own.
   void ScaleIt(BaseBitmap* target, LONG intensity, Bool sample, Bool proportional) const;
 
   /// Saves through the image filter `format` (FILTER_...), written beside the target and renamed. A failure
   /// also enters the host's record of failed writes. EXR holds the float film when a renderer left one, and
-  /// the linear light of the codes where pixels were drawn over since. TIFF, PNG and EXR write the alpha
-  /// channel with SAVEBIT_ALPHA, when there is one (depth 32); BMP and JPEG never. WRONGTYPE: no such filter,
-  /// or none that writes (PSD and B3D have none yet; movies are saved by MovieSaver). FILEERROR: the file
-  /// could not be written.
+  /// the linear light of the codes where pixels were drawn over since. B3D is an OpenRaster document. TIFF,
+  /// PNG, EXR, PSD and B3D write the alpha channel with SAVEBIT_ALPHA when the depth is 32; BMP and JPEG
+  /// never do. WRONGTYPE: the filter is unknown or a movie format. FILEERROR: the file could not be written.
   IMAGERESULT Save(const Filename& name, LONG format, const BaseContainer* options = nullptr,
                    SAVEBIT bits = SAVEBIT_0) const;
 
@@ -124,7 +121,7 @@ class C4D_API BaseBitmap {
 
   LONG width_ = 0, height_ = 0, depth_ = 0;
   std::atomic<ULONG>* pixels_ = nullptr; // 0xAARRGGBB, rows from the top
-  host::BitmapData* data_ = nullptr;     // the film, and what the host keeps beside the pixels
+  host::BitmapData* data_ = nullptr;     // the host's
 };
 
 enum GE_CM_DRAWMODE { GE_CM_DRAWMODE_COPY = 0, GE_CM_DRAWMODE_BLEND = 1 };
@@ -201,8 +198,8 @@ class C4D_API GeClipMap {
   Data* data_;
 };
 
-/// Writes a movie. One thread at a time. The file appears under its name, whole, at `Close`: until then, and
-/// when nothing was written, what was there stays.
+/// Writes a movie. One thread at a time. `Close` puts the whole file under its name: until then, and when
+/// nothing was written, the file that was there stays.
 class C4D_API MovieSaver {
  public:
   static MovieSaver* Alloc();
@@ -214,8 +211,7 @@ class C4D_API MovieSaver {
   /// is closed first. A failure also enters the host's record of failed writes.
   IMAGERESULT Open(const Filename& name, BaseBitmap* bitmap, LONG fps, LONG format,
                    const BaseContainer* options, SAVEBIT bits);
-  /// Adds a frame of the size given at `Open`. It is encoded beside the caller's next work; a failure shows
-  /// in a later call.
+  /// Adds a frame of the size given at `Open`. Another thread encodes it; a failure shows in a later call.
   IMAGERESULT Write(BaseBitmap* bitmap);
   /// Ends the movie; false (and an entry in the record of failed writes) when it could not be written whole.
   Bool Close();
@@ -234,6 +230,6 @@ class C4D_API MovieSaver {
 
 /// Shows a copy of the bitmap in the host's Picture Viewer. Main thread.
 C4D_API Bool ShowBitmap(BaseBitmap* bitmap);
-/// A bitmap from the calling plug-in's `res/`, else `res/gui/`, by file name; null when there is none. The
-/// caller frees it.
+/// A bitmap from the calling plug-in's `res/`, else `res/gui/`, by file name; null when neither has it. The
+/// caller frees it. Any thread.
 C4D_API BaseBitmap* AutoBitmap(const String& name);

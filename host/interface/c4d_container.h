@@ -1,7 +1,7 @@
-// Values and containers. Copies are cheap: the entries are immutable storage behind a handle, replaced whole
-// by a write. One thread may write a container object while others copy it or read it through the typed
-// getters: they see it before or after the write. References and pointers into a container are for the
-// writing thread only.
+// Values and containers. Any thread; one object is used by one thread at a time, but for containers: one
+// thread may write a container while others copy it or read it through the typed getters, and they see it
+// before or after the write. References and pointers into a container are for the writing thread only.
+// Copies are cheap: the entries are immutable storage behind a handle, which a write replaces whole.
 #pragma once
 
 #include <atomic>
@@ -14,13 +14,9 @@
 
 class BaseDocument;
 class BaseList2D;
-namespace host {
-struct ContainerStore;
-struct GeDataStore;
-struct Access;
-} // namespace host
 
-inline constexpr LONG DA_NIL = 0;
+// Types of values.
+inline constexpr LONG DA_NIL = 0; // no value
 inline constexpr LONG DA_LONG = 15;
 inline constexpr LONG DA_REAL = 19;
 inline constexpr LONG DA_TIME = 22;
@@ -33,6 +29,7 @@ inline constexpr LONG DA_FILENAME = 131;
 inline constexpr LONG DA_CONTAINER = 132;
 inline constexpr LONG DA_ALIASLINK = 133;
 inline constexpr LONG DA_BOOL = 400006001;
+/// The index of an entry that is absent.
 inline constexpr LONG NOTOK = -1;
 
 /// A time in seconds, as a fraction of reals.
@@ -71,11 +68,10 @@ class C4D_API BaseLink {
   constexpr BaseLink() noexcept = default;
   explicit BaseLink(const BaseList2D* target);
 
-  /// The node with this identity in `document`; null when there is none. A null document means the active
-  /// one.
+  /// The node with this identity in `document` (null: in the active one); null when it is not there.
   BaseList2D* GetLink(const BaseDocument* document) const;
   void SetLink(const BaseList2D* target);
-  /// 0 links to nothing. (ours)
+  /// 0: links to nothing. (ours)
   constexpr ULLONG GetIdentity() const noexcept { return identity_; }
   static constexpr BaseLink FromIdentity(ULLONG identity) noexcept {
     BaseLink link;
@@ -92,8 +88,8 @@ class C4D_API BaseLink {
 
 class BaseContainer;
 
-/// One value of one of the types DA_...; a read of another type gives the value converted between number
-/// types (LONG, LLONG, REAL, BOOL), else the type's empty value.
+/// A value of one of the types DA_.... Reading converts between number types (LONG, LLONG, REAL, BOOL); any
+/// other mismatch gives the empty value of the type that was asked for.
 class C4D_API GeData {
  public:
   GeData();
@@ -167,7 +163,7 @@ class C4D_API BaseContainer {
   Bool RemoveData(LONG id);
   Bool RemoveIndex(LONG index);
   void FlushAll();
-  /// Every entry of `source` replaces or is added.
+  /// Adds every entry of `source`, or replaces the one under its ID.
   void MergeContainer(const BaseContainer& source);
 
   const GeData& GetData(LONG id) const noexcept; // a DA_NIL value when absent
@@ -204,8 +200,8 @@ class C4D_API BaseContainer {
   void SetBaseLink(LONG id, const BaseLink& link);
   void SetMemory(LONG id, const void* bytes, std::size_t count);
 
-  /// The nested container under `id`, to write in place; null when there is none.
-  /// Valid until the entry is replaced or removed. Copies of this container are not written with it.
+  /// The nested container under `id`, to write in place; null when the entry is absent or of another type.
+  /// Valid until the entry is replaced or removed. Copies of this container do not change with it.
   BaseContainer* GetContainerInstance(LONG id);
   const BaseContainer* GetContainerInstance(LONG id) const;
 

@@ -10,14 +10,10 @@ class BaseBitmap;
 class GeDialog;
 class GeResource;
 class GeUserArea;
-namespace host {
-struct AreaState;
-struct DialogState;
-} // namespace host
 
 enum DLG_TYPE { DLG_TYPE_MODAL = 10, DLG_TYPE_ASYNC = 20 };
 
-// How a gadget lies in its cell: one horizontal and one vertical value; SCALE takes a share of what is left
+// A gadget's place in its cell: one horizontal and one vertical value; SCALE takes a share of the space left
 // over.
 inline constexpr LONG BFH_CENTER = 0;
 inline constexpr LONG BFH_LEFT = 1;
@@ -38,14 +34,15 @@ inline constexpr LONG BORDER_GROUP_IN = 3; // a frame with the group's title
 inline constexpr LONG SCROLLGROUP_VERT = 1;
 inline constexpr LONG SCROLLGROUP_HORIZ = 2;
 
+// Buttons for `AddDlgGroup`, bits.
 inline constexpr LONG DLG_OK = 1;
 inline constexpr LONG DLG_CANCEL = 2;
-/// Gadgets of these two buttons.
+/// Gadget IDs of these two buttons.
 inline constexpr LONG IDC_OK = 1;
 inline constexpr LONG IDC_CANCEL = 2;
 
 inline constexpr LONG USERAREA_0 = 0;
-/// DrawBitmap: plain (nearest), or scaled with its alpha channel.
+// Modes of DrawBitmap, bits: nearest pixel, smooth scaling, with the alpha channel.
 inline constexpr LONG BMP_NORMAL = 0;
 inline constexpr LONG BMP_NORMALSCALED = 1;
 inline constexpr LONG BMP_ALLOWALPHA = 256;
@@ -55,17 +52,16 @@ inline constexpr LONG MAXLONGl = 2147483647;
 inline constexpr Real MINREALr = -1.0e308;
 inline constexpr Real MAXREALr = 1.0e308;
 
-/// The state of a key or button, or the last input: `answer` receives BFM_INPUT_... entries, positions in
-/// screen coordinates. False when it cannot be known (no display). BFM_INPUT_VALUE tells whether it is
-/// pressed; BFM_INPUT_QUALIFIER the qualifiers.
+/// The state of a key or button: `answer` receives BFM_INPUT_... entries, positions in screen coordinates;
+/// BFM_INPUT_VALUE is 1 while it is pressed. False without a display.
 C4D_API Bool GetInputState(LONG device, LONG channel, BaseContainer& answer);
 
-/// Shows a popup menu and waits: the chosen ID, 0 for none. An entry is a string under its ID; ID 0 (or an
-/// empty text) is a separator. A text's end "&c&" puts a check mark, "&d&" greys it out. A position of
-/// 0x7fffffff is at the pointer.
+/// Shows a popup menu and waits for the user. Gives the chosen ID, 0 when the menu was closed. An entry is a
+/// string under its ID; ID 0 (or an empty text) is a separator. A text's end "&c&" puts a check mark, "&d&"
+/// greys it out. A position of 0x7fffffff is at the pointer.
 C4D_API LONG ShowPopupMenu(GeDialog* dialog, LONG screenX, LONG screenY, const BaseContainer& entries);
 
-/// A window of a plug-in. From its construction on it gets core messages, also while it is closed.
+/// A window of a plug-in. It gets core messages from its construction on, also while it is closed.
 ///
 /// `Open` calls `CreateLayout`, which builds the gadgets, then `InitValues`. A user's action changes a gadget
 /// and then calls `Command`; a setter changes it within its range and calls nothing. IDs of gadgets and menu
@@ -85,34 +81,33 @@ class C4D_API GeDialog {
   virtual Bool AskClose();
   virtual void Timer(const BaseContainer& msg);
   virtual void DestroyWindow();
-  /// Every message that the window gets: BFM_INPUT, BFM_SIZED, BFM_CLOSE, BFM_ACTION. The base calls
-  /// `Command` for BFM_ACTION. Anything but 0 says that the message was used.
+  /// Gets every message to the window: BFM_INPUT, BFM_SIZED, BFM_CLOSE, BFM_ACTION. The base calls `Command`
+  /// for BFM_ACTION. A result other than 0 says that the message was used.
   virtual LONG Message(const BaseContainer& msg, BaseContainer& result);
 
   // The window.
 
-  /// Opens the window: a position of -1 and a size of 0 are the host's choice. False when there is no
-  /// display.
+  /// Opens the window: a position of -1 and a size of 0 are the host's choice. False without a display.
   Bool Open(DLG_TYPE type, LONG pluginId, LONG x = -1, LONG y = -1, LONG width = 0, LONG height = 0,
             LONG subId = 0);
-  /// Brings the window back where it was at the last end; false when it was not open.
+  /// Opens the window where it was when the program ended; false when it was not open then.
   Bool RestoreLayout(LONG pluginId, LONG subId, void* secret);
   Bool IsOpen() const;
   Bool Close();
   /// Whether a core message is meant for this dialog: true while it is open.
   Bool CheckCoreMessage(const BaseContainer& msg) const;
   void SetTitle(const String& title);
-  /// Runs `Timer` every `milliseconds`; 0 stops it. It stands still while the dialog is closed. Starts anew
-  /// with every call.
+  /// Calls `Timer` every `milliseconds`; 0 stops it. It stands still while the dialog is closed. A call
+  /// restarts the period.
   void SetTimer(LONG milliseconds);
 
-  // Layout calls, in `CreateLayout`. `flags` are BFH_ and BFV_; a size of 0 is the gadget's own.
+  // Layout calls, in `CreateLayout`. `flags` are BFH_... and BFV_...; a size of 0 is the gadget's own.
 
   Bool GroupBegin(LONG id, LONG flags, LONG columns, LONG rows, const String& title, LONG groupFlags,
                   LONG initWidth = 0, LONG initHeight = 0);
   Bool ScrollGroupBegin(LONG id, LONG flags, LONG scrollFlags, LONG initWidth = 0, LONG initHeight = 0);
   Bool GroupEnd();
-  // Of the group that was begun last.
+  // For the group that was begun last.
   Bool GroupSpace(LONG x, LONG y);
   Bool GroupBorderSpace(LONG left, LONG top, LONG right, LONG bottom);
   Bool GroupBorder(LONG border); // BORDER_...; shows the title
@@ -126,17 +121,17 @@ class C4D_API GeDialog {
   Bool AddSlider(LONG id, LONG flags, LONG initWidth = 90, LONG initHeight = 0);
   Bool AddCheckbox(LONG id, LONG flags, LONG initWidth, LONG initHeight, const String& name);
   Bool AddComboBox(LONG id, LONG flags, LONG initWidth = 80, LONG initHeight = 0);
-  /// An entry of a combo box. One of value -1 cannot be chosen: a separator when its text is empty.
+  /// An entry of a combo box. An entry of value -1 cannot be chosen; without text it is a separator.
   Bool AddChild(LONG id, LONG value, const String& text);
   Bool AddColorField(LONG id, LONG flags, LONG initWidth = 0, LONG initHeight = 0);
   Bool AddUserArea(LONG id, LONG flags, LONG initWidth = 0, LONG initHeight = 0);
-  /// Puts an area into its gadget. The area stays the caller's, and outlives the window.
+  /// Puts an area into its gadget. The area stays the caller's and must outlive the window.
   Bool AttachUserArea(GeUserArea& area, LONG id, LONG flags = USERAREA_0);
   Bool AddSeparatorH(LONG initWidth = 0, LONG flags = BFH_FIT);
   Bool AddSeparatorV(LONG initHeight = 0, LONG flags = BFV_FIT);
   /// The buttons IDC_OK and IDC_CANCEL. In a modal dialog they close it after `Command`.
   Bool AddDlgGroup(LONG buttons);
-  /// A description from the plug-in's resource folder; `resource` null: the one that the plug-in initialised.
+  /// Builds the gadgets of a description in the resource folder; `resource` null: the plug-in's own.
   Bool LoadDialogResource(LONG id, GeResource* resource = nullptr, LONG flags = 0);
 
   // Menus. Building starts with `MenuFlushAll` and ends with `MenuFinished`.
@@ -150,16 +145,16 @@ class C4D_API GeDialog {
   /// Changes an entry.
   Bool MenuInitString(LONG id, Bool enabled, Bool checked);
 
-  // Gadgets. False when there is none of this ID, or it cannot take or give such a value.
+  // Gadgets. False when the ID is unknown or the gadget does not hold a value of this type.
 
   Bool Enable(LONG id, Bool enabled);
   Bool HideElement(LONG id, Bool hidden);
-  /// The user area or group wants another size: asks for it anew and lays out the window.
+  /// Asks the user area or group for its size again and lays out the window.
   Bool LayoutChanged(LONG id);
   /// A number within min to max; on check boxes 0 or 1, on combo boxes the entry's value.
   Bool SetLong(LONG id, LONG value, LONG min = MINLONGl, LONG max = MAXLONGl, LONG step = 1);
   Bool SetReal(LONG id, Real value, Real min = MINREALr, Real max = MAXREALr, Real step = 1.0);
-  /// `value` is a fraction; the bounds and the step are per cent.
+  /// `value` is a fraction; bounds and step are per cent.
   Bool SetPercent(LONG id, Real value, Real min = 0.0, Real max = 100.0, Real step = 1.0);
   Bool SetMeter(LONG id, Real value, Real min = MINREALr, Real max = MAXREALr, Real step = 0.01);
   Bool SetBool(LONG id, Bool value);
@@ -176,7 +171,7 @@ class C4D_API GeDialog {
 
   // Geometry, while the dialog is open.
 
-  /// The part of a scroll group that shows its content, in the content's coordinates.
+  /// The visible part of a scroll group's content, in the content's coordinates.
   Bool GetVisibleArea(LONG id, LONG* left, LONG* top, LONG* right, LONG* bottom) const;
   /// A gadget's place in the window.
   Bool GetItemDim(LONG id, LONG* x, LONG* y, LONG* width, LONG* height) const;
@@ -205,9 +200,8 @@ class C4D_API GeModalDialog : public GeDialog {
 
 /// A surface in a dialog that draws itself.
 ///
-/// When the dialog is laid out: `Init`, `GetMinSize`, `Sized`, `InitValues`. `Redraw` asks for `DrawMsg`,
-/// which is called later, at most once a frame of the display. Drawing goes to a surface of the host; calls
-/// that draw do nothing outside `DrawMsg`.
+/// The layout of the dialog calls `Init`, `GetMinSize`, `Sized`, `InitValues`. `Redraw` asks for `DrawMsg`,
+/// which is called later, at most once a frame of the display. Calls that draw do nothing outside `DrawMsg`.
 class C4D_API GeUserArea {
  public:
   GeUserArea();
@@ -217,7 +211,7 @@ class C4D_API GeUserArea {
 
   virtual Bool Init();
   virtual Bool InitValues();
-  /// `w` and `h` come with the gadget's initial size. False keeps it.
+  /// `w` and `h` hold the gadget's initial size. False keeps it.
   virtual Bool GetMinSize(LONG& w, LONG& h);
   virtual void Sized(LONG w, LONG h);
   virtual void Draw(LONG x1, LONG y1, LONG x2, LONG y2);
@@ -233,21 +227,21 @@ class C4D_API GeUserArea {
   LONG GetHeight() const;
   GeDialog* GetDialog() const;
   void Redraw();
-  /// Asks `GetMinSize` anew and lays out the window.
+  /// Asks `GetMinSize` again and lays out the window.
   void LayoutChanged();
   void SetTimer(LONG milliseconds); // like GeDialog::SetTimer; goes on while a modal box is open
   /// The area's upper left corner is (0, 0); global is the window's content, screen the display.
   Bool Global2Local(LONG* x, LONG* y) const;
   Bool Local2Global(LONG* x, LONG* y) const;
   Bool Local2Screen(LONG* x, LONG* y) const;
-  /// Like the function, with positions in global coordinates.
+  /// As the function of this name, with positions in global coordinates.
   Bool GetInputState(LONG device, LONG channel, BaseContainer& answer) const;
   /// Sends a message to the dialog that holds the area.
   LONG SendParentMessage(const BaseContainer& msg);
 
   // In `DrawMsg`.
 
-  /// Everything drawn appears at once at its end; always so in this host.
+  /// The drawing appears at once at its end: always so in this host.
   Bool OffScreenOn();
   void DrawSetPen(const Vector& color);
   void DrawLine(LONG x1, LONG y1, LONG x2, LONG y2);

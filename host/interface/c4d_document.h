@@ -1,8 +1,7 @@
 // Documents and their nodes: objects, tags, materials, shaders, render data, video posts, views.
-// A document and its nodes are used by one thread at a time: the user's documents by the main thread, a clone
-// by the thread that made it. `GetActiveDocument` called from another thread pins the document until that
-// thread ends. Every node has a 64-bit identity, never reused; a document clone keeps identities, a node's
-// clone gets a new one.
+// One thread at a time uses a document and its nodes: the main thread the user's documents, any thread the
+// clone that it made. Every node has a 64-bit identity, never reused; a document clone keeps identities, a
+// node's clone gets a new one.
 #pragma once
 
 #include "c4d_container.h"
@@ -18,17 +17,16 @@ class BaseShader;
 class BaseTag;
 class BaseVideoPost;
 class RenderData;
-namespace host {
-struct NodeState;
-}
 
 enum COPYFLAGS { COPYFLAGS_0 = 0, COPYFLAGS_NO_HIERARCHY = 4, COPYFLAGS_NO_ANIMATION = 8 };
 enum BUILDFLAGS { BUILDFLAGS_0 = 0, BUILDFLAGS_EXTERNALRENDERER = 4 };
-/// Bits of a node.
+/// Bits of a node: selected; a video post that is switched off.
 inline constexpr LONG BIT_ACTIVE = 2;
 inline constexpr LONG BIT_VPDISABLED = 4;
 
-inline constexpr LONG Obase = 5155; // every object is an instance of it
+// Node types. O: objects (every object is an instance of Obase), T: tags, M: materials, X: shaders, VP: video
+// posts.
+inline constexpr LONG Obase = 5155;
 inline constexpr LONG Opolygon = 5100;
 inline constexpr LONG Olight = 5102;
 inline constexpr LONG Ocamera = 5103;
@@ -54,8 +52,10 @@ inline constexpr LONG VPglobalillumination = 1021096;
 inline constexpr LONG VPambientocclusion = 300001045;
 inline constexpr LONG VPcaustics = 1000970;
 inline constexpr LONG VPhair = 1017325;
+/// A parameter of expression tags (Bool, TRUE): the expression works.
 inline constexpr LONG EXPRESSION_ENABLE = 1000999;
 
+// Channels of a material.
 inline constexpr LONG CHANNEL_COLOR = 0;
 inline constexpr LONG CHANNEL_LUMINANCE = 1;
 inline constexpr LONG CHANNEL_TRANSPARENCY = 2;
@@ -79,28 +79,28 @@ class C4D_API BaseList2D {
   String GetName() const;
   void SetName(const String& name);
   ULLONG GetIdentity() const;        // (ours)
-  BaseDocument* GetDocument() const; // null while it is in none
+  BaseDocument* GetDocument() const; // null while it is outside a document
 
   Bool GetBit(LONG mask) const;
   void SetBit(LONG mask);
   void DelBit(LONG mask);
 
-  /// The parameters that this node stores. The instance may be written in place.
+  /// The parameters that the node stores. The instance may be written in place.
   BaseContainer GetData() const;
   BaseContainer* GetDataInstance();
   const BaseContainer* GetDataInstance() const;
   void SetData(const BaseContainer& data, Bool add = TRUE);
-  /// A parameter, with the type's default where the container has no entry. False when the node knows none
-  /// with this ID.
+  /// A parameter, with the type's default where the container has no entry. False when the node does not know
+  /// the ID.
   Bool GetParameter(LONG id, GeData& value) const;
   Bool SetParameter(LONG id, const GeData& value);
 
   /// A copy with a new identity, in no document; null when memory is short. The caller frees it.
   BaseList2D* GetClone(COPYFLAGS flags = COPYFLAGS_0) const;
-  /// Takes it out of its list; the caller owns it then.
+  /// Takes the node out of its list; the caller owns it from then on.
   void Remove();
 
-  // Shaders that belong to this node (materials and shaders have them).
+  // The node's shaders; materials and shaders have them.
   BaseShader* GetFirstShader() const;
   void InsertShader(BaseShader* shader, BaseShader* after = nullptr);
 
@@ -146,11 +146,11 @@ class C4D_API BaseObject : public BaseList2D {
   void InsertAfter(BaseObject* sibling);
   void InsertBefore(BaseObject* sibling);
 
-  /// Whether the object works as a generator or deformer (on by default).
+  /// Whether a generator or deformer works (default TRUE).
   Bool GetDeformMode() const;
   void SetDeformMode(Bool on);
 
-  /// The local matrix (relative to the parent) and the global one. Axes carry the scale.
+  /// The local matrix (relative to the parent) and the global one, in metres. Axes carry the scale.
   Matrix GetMl() const;
   void SetMl(const Matrix& m);
   Matrix GetMg() const;
@@ -158,7 +158,7 @@ class C4D_API BaseObject : public BaseList2D {
 
   BaseTag* GetFirstTag() const;
   BaseTag* GetTag(LONG type, LONG index = 0) const;
-  /// Makes a tag of the type, puts it after `after` (null: first) and returns it.
+  /// Makes a tag of the type, after `after` (null: first); null when the type is unknown.
   BaseTag* MakeTag(LONG type, BaseTag* after = nullptr);
   void InsertTag(BaseTag* tag, BaseTag* after = nullptr);
 
@@ -183,11 +183,11 @@ class C4D_API BaseShader : public BaseList2D {
   ~BaseShader() = default;
 };
 
-/// A channel of a material. It lives as long as its material.
+/// A channel of a material, valid as long as the material.
 class C4D_API BaseChannel {
  public:
   LONG GetId() const noexcept { return id_; }
-  /// The channel's top shader; null when it has none (or it was removed).
+  /// The channel's top shader; null without one.
   BaseShader* GetShader() const;
   /// Makes `shader`, which must belong to the material, the channel's; null takes it away.
   Bool SetShader(BaseShader* shader);
@@ -251,8 +251,8 @@ class C4D_API BaseDraw : public BaseList2D {
   /// `document` null means the view's own.
   BaseObject* GetSceneCamera(const BaseDocument* document) const;
   void SetSceneCamera(BaseObject* camera, Bool animate = FALSE);
-  /// The view's own camera, always there. It heads a list of the view's own, outside the object tree: what is
-  /// inserted after it belongs to the document and resolves there.
+  /// The view's own camera, always there. It heads a list outside the object tree: nodes inserted after it
+  /// belong to the document and resolve there.
   BaseObject* GetEditorCamera() const;
 
   /// The part of the view's window that a render in the document's format shows, to the nearest pixel: left
@@ -260,16 +260,17 @@ class C4D_API BaseDraw : public BaseList2D {
   /// belongs to no frame. Drawing and mouse positions count from the frame's upper left corner, and the
   /// camera's vertical angle spans its height.
   void GetFrame(LONG* left, LONG* top, LONG* right, LONG* bottom) const;
-  /// The part of the frame that is safe, counted from its corner: orientation 1 bars left and right (from, to
-  /// are x), 2 above and below (y), 0 no bars: 0 to the frame's width. Views of the program have none.
+  /// The safe part of the frame, counted from its corner. Orientation 1: bars left and right, `from` and `to`
+  /// are x; 2: bars above and below, they are y; 0: no bars, they are 0 and the frame's width. Views of the
+  /// program have orientation 0.
   void GetSafeFrame(LONG* from, LONG* to, LONG* orientation) const;
 
-  // Drawing over the picture, in the frame's logical pixels. For scene hooks, during `Draw`; elsewhere it
-  // does nothing. Before `SetMatrix_Screen` nothing is drawn either.
+  // Drawing over the picture, in the frame's logical pixels: for scene hooks, during `Draw`, after
+  // `SetMatrix_Screen`. Elsewhere these calls do nothing.
 
   /// Draws in screen space from now on; greater offsets lie behind smaller ones (0 in front).
   void SetMatrix_Screen(LONG zoffset = 0);
-  /// The colour of what is drawn from now on; at first black.
+  /// The colour of later lines and points; at first black.
   void SetPen(const Vector& color);
   /// A line one pixel wide, both ends included; z is ignored. Coordinates are rounded down to pixels.
   void DrawLine2D(Vector from, Vector to);
@@ -292,7 +293,7 @@ class C4D_API BaseDocument : public BaseList2D {
 
   BaseObject* GetFirstObject() const;
   void InsertObject(BaseObject* object, BaseObject* parent, BaseObject* pred);
-  /// The first object of this name, depth first in document order; null when there is none.
+  /// The first object of this name, depth first in document order; null without one.
   BaseObject* SearchObject(const String& name) const;
   BaseMaterial* GetFirstMaterial() const;
   void InsertMaterial(BaseMaterial* material, BaseMaterial* pred = nullptr);
@@ -310,7 +311,7 @@ class C4D_API BaseDocument : public BaseList2D {
   BaseTime GetTime() const;
   void SetTime(const BaseTime& time);
   LONG GetFps() const;
-  void SetFps(LONG fps); // 1 to 1000
+  void SetFps(LONG fps); // frames a second, 1 to 1000; 30 in new documents
   BaseTime GetMinTime() const;
   void SetMinTime(const BaseTime& time);
   BaseTime GetMaxTime() const;
@@ -320,7 +321,7 @@ class C4D_API BaseDocument : public BaseList2D {
   BaseTime GetLoopMaxTime() const;
   void SetLoopMaxTime(const BaseTime& time);
 
-  /// Level of detail 0 to 1.
+  /// Level of detail, 0 to 1 (default 1).
   Real GetLOD() const;
   void SetLOD(Real lod);
 
@@ -342,5 +343,6 @@ class C4D_API BaseDocument : public BaseList2D {
   ~BaseDocument() = default;
 };
 
-/// The document that the user works on; null when there is none.
+/// The document that the user works on; null without one. Any thread: a call from another thread than the
+/// main one keeps the document until that thread ends.
 C4D_API BaseDocument* GetActiveDocument();

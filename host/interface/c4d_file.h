@@ -6,7 +6,7 @@
 
 /// Whether a file exists, or with `isDirectory` whether a directory does.
 C4D_API Bool GeFExist(const Filename& name, Bool isDirectory = FALSE);
-/// Makes one directory; its parent must exist. True also when it was there.
+/// Makes one directory in a parent that exists. True also when it was there.
 C4D_API Bool GeFCreateDir(const Filename& name);
 /// Makes a directory with all missing parents. True also when it was there.
 C4D_API Bool GeFCreateDirRec(const Filename& name);
@@ -15,13 +15,13 @@ C4D_API Bool GeFKill(const Filename& name);
 /// Moves a file; an existing target is replaced. Across file systems it is copied whole first.
 C4D_API Bool GeFMove(const Filename& source, const Filename& target);
 C4D_API Bool GeFCopyFile(const Filename& source, const Filename& target, Bool overwrite);
-/// Opens a file with the system's program for it. Does not block; from any thread.
+/// Opens a file with the system's program for it. Does not block.
 C4D_API Bool GeExecuteFile(const Filename& file);
 /// Opens a web address in the browser. Does not block.
 C4D_API Bool GeOpenHTML(const String& address);
 
-/// Where the program is installed; where it writes for this user; the folder of the plug-in that is being
-/// called.
+/// The folder where the program is installed, the user's folder that it writes to, and the folder of the
+/// plug-in that is being called.
 C4D_API Filename GeGetStartupPath();
 C4D_API Filename GeGetStartupWritePath();
 C4D_API Filename GeGetPluginPath();
@@ -48,7 +48,7 @@ class C4D_API BaseFile {
             LONG type = 0, LONG creator = 0);
   /// False when anything written could not reach the file.
   Bool Close();
-  /// Reads up to `count` bytes and gives how many came. With `exact`, less is an error.
+  /// Reads up to `count` bytes; gives the number that was read. With `exact`, fewer are an error.
   LLONG ReadBytes(void* bytes, LLONG count, Bool exact = TRUE);
   Bool WriteBytes(const void* bytes, LLONG count);
   Bool ReadLong(LONG* value);
@@ -79,6 +79,7 @@ struct LocalFileTime {
            a.minute == b.minute && a.second == b.second;
   }
 };
+// Modes of `GetFileTime`.
 inline constexpr LONG GE_FILETIME_CREATED = 0;
 inline constexpr LONG GE_FILETIME_MODIFIED = 1;
 inline constexpr LONG GE_FILETIME_ACCESS = 2;

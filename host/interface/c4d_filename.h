@@ -7,7 +7,7 @@ enum FILESELECTTYPE { FILESELECTTYPE_ANYTHING = 0, FILESELECTTYPE_IMAGES = 1, FI
 enum FILESELECT { FILESELECT_LOAD = 0, FILESELECT_SAVE = 1, FILESELECT_DIRECTORY = 2 };
 
 /// A path, held as text with "/" between its pieces. A web address ("http://...") is kept as it is.
-/// The suffix is what follows the last point of the last piece, unless that point starts the piece.
+/// The suffix follows the last point of the last piece, unless that point starts the piece.
 class C4D_API Filename {
  public:
   Filename();
@@ -29,12 +29,12 @@ class C4D_API Filename {
   String GetFileString() const;
   void SetFile(const Filename& file);
 
-  /// Without the point; empty when there is none.
+  /// Without the point; empty without a suffix.
   String GetSuffix() const;
   /// Replaces the suffix, or adds it. The text comes without the point; a point in front is dropped.
   void SetSuffix(const String& suffix);
   void ClearSuffix();
-  /// Letters of any case are alike; the text comes without the point.
+  /// Ignores case; the text comes without the point.
   Bool CheckSuffix(const String& suffix) const;
 
   /// Joins a directory and a piece with one separator. An empty side gives the other; an absolute piece
@@ -44,8 +44,7 @@ class C4D_API Filename {
   friend bool operator==(const Filename& a, const Filename& b) noexcept { return a.path_ == b.path_; }
   friend bool operator!=(const Filename& a, const Filename& b) noexcept { return a.path_ != b.path_; }
 
-  /// Asks the user for a file, starting from this one. False when cancelled; then nothing changes. Main
-  /// thread.
+  /// Asks the user for a file, starting from this one. False when cancelled: the name stays. Main thread.
   Bool FileSelect(FILESELECTTYPE type, FILESELECT flags, const String& title,
                   const String& forceSuffix = String());
 

@@ -1,4 +1,4 @@
-// Plug-ins: what the host calls in a module, registration, kept data, resources. Main thread.
+// Plug-ins: entry points of a module, registration, stored data, resources. Main thread.
 #pragma once
 
 #include "c4d_bitmap.h"
@@ -14,11 +14,14 @@ C4D_API Bool PluginMessage(LONG id, void* data);
 }
 inline constexpr LONG C4DPL_INIT_SYS = 1;
 
+// States of a command, bits: it can be used; it has a check mark.
 inline constexpr LONG CMD_ENABLED = 0x40000000;
 inline constexpr LONG CMD_VALUE = 0x20000000;
+/// In a registration's `info`: the command is left out of the plug-ins menu.
 inline constexpr LONG PLUGINFLAG_HIDEPLUGINMENU = 0x20000000;
 
-/// What registration hands over. The host destroys it at shutdown, in the reverse order of registration.
+/// Base of the objects that registration hands over. The host destroys them at shutdown, in the reverse order
+/// of registration.
 class C4D_API BaseData {
  public:
   BaseData() = default;
@@ -38,7 +41,7 @@ class C4D_API CommandData : public BaseData {
   virtual Bool RestoreLayout(void* secret);
 };
 
-/// Data of a node that a plug-in defines; one instance a node.
+/// Data of a node that a plug-in defines, one instance for each node.
 class C4D_API NodeData : public BaseData {
  public:
   NodeData() = default;
@@ -54,15 +57,14 @@ class C4D_API VideoPostData : public NodeData {
   virtual RENDERRESULT Execute(BaseVideoPost* node, VideoPostStruct* vps);
 };
 
-/// Each fails (false) when the ID is 0 or taken; the object then stays the caller's. The icon stays the
-/// caller's; the host copies it.
+/// False when the ID is 0 or taken: the object stays the caller's then. The host copies the icon.
 C4D_API Bool RegisterCommandPlugin(LONG id, const String& name, LONG info, BaseBitmap* icon,
                                    const String& help, CommandData* data);
 C4D_API Bool RegisterVideoPostPlugin(LONG id, const String& name, LONG info, DataAllocator* allocator,
                                      const String& description, LONG diskLevel, LONG priority);
 
-/// Data that the host keeps for a plug-in with its preferences; on disk when the call returns. With `add` the
-/// entries are merged into what is stored, else they replace it.
+/// Stores a plug-in's data in the preferences; on disk when the call returns. With `add` the entries are
+/// merged into the stored ones, else they replace them.
 C4D_API Bool SetWorldPluginData(LONG id, const BaseContainer& data, Bool add = TRUE);
 /// Null when nothing is stored. The pointer stays valid for its ID until the host ends.
 C4D_API BaseContainer* GetWorldPluginData(LONG id);
@@ -74,7 +76,7 @@ class C4D_API GeResource {
   ~GeResource();
   GeResource(const GeResource&) = delete;
   GeResource& operator=(const GeResource&) = delete;
-  /// Opens the resource folder. False when it is not there or a file in it does not read.
+  /// Opens the resource folder. False when the folder or a file in it cannot be read.
   Bool Init(const Filename& folder);
   const Filename& GetFolder() const noexcept { return folder_; }
 

@@ -14,7 +14,7 @@ enum THREADPRIORITY {
   THREADPRIORITY_LOWEST = 1002
 };
 
-/// The host's side of a thread: what host functions poll for a break. Any thread.
+/// The host's side of a thread, which host functions ask whether to break. Any thread.
 class C4D_API BaseThread {
  public:
   /// True once the thread has been told to end, or its owner's `TestDBreak` says so.
@@ -26,8 +26,8 @@ class C4D_API BaseThread {
   C4DThread* owner_;
 };
 
-/// A thread of a plug-in. `Start`, `End`, `Wait` are called by the thread that owns the object; `Main` and
-/// `TestDBreak` run elsewhere. A class that derives from it ends its thread in its own destructor.
+/// A thread of a plug-in. The thread that owns the object calls `Start`, `End` and `Wait`; `Main` runs on the
+/// new thread. A derived class ends its thread in its own destructor.
 class C4D_API C4DThread {
  public:
   C4DThread();
@@ -35,7 +35,7 @@ class C4D_API C4DThread {
   C4DThread(const C4DThread&) = delete;
   C4DThread& operator=(const C4DThread&) = delete;
 
-  /// The owner's further reason to break. Called often and from any thread: quick, no locks.
+  /// A further reason to break. Called often, on any thread: it must be quick and take no lock.
   virtual Bool TestDBreak();
   virtual void Main() = 0;
   virtual const CHAR* GetThreadName() = 0;
@@ -47,9 +47,10 @@ class C4D_API C4DThread {
   void End(Bool wait = TRUE);
   /// Waits until `Main` has returned. With `checkEvents` serves the thread's calls meanwhile.
   void Wait(Bool checkEvents);
+  // Any thread.
   Bool IsRunning() const;
   Bool TestBreak() const;
-  /// What host functions take as the thread that asks.
+  /// This thread for host functions that can be broken off.
   BaseThread* Get() const;
 
  private:
@@ -58,9 +59,10 @@ class C4D_API C4DThread {
   Data* data_;
 };
 
-/// Milliseconds of the host's clock, from an arbitrary start; wraps after 24 days. Any thread.
+/// Milliseconds of the host's clock, from an arbitrary start; wraps from 2147483647 to -2147483648 (2^32 ms
+/// are 49.7 days). Any thread.
 C4D_API LONG GeGetTimer();
 /// Whether the caller runs on the host's main thread.
 C4D_API Bool GeIsMainThread();
-/// Processors that render workers may use.
+/// The number of processors that render workers may use. Any thread.
 C4D_API LONG GeGetCPUCount();

@@ -24,6 +24,18 @@ using Real = double;
 using Bool = LONG;
 using VLONG = std::intptr_t;
 
+// Types of the host that the interface's classes hold; plug-ins do not use them.
+namespace host {
+struct Access;
+struct AreaState;
+struct BitmapData;
+struct ContainerStore;
+struct DialogState;
+class DragLoop;
+struct GeDataStore;
+struct NodeState;
+} // namespace host
+
 #ifndef TRUE
 inline constexpr Bool TRUE = 1;
 inline constexpr Bool FALSE = 0;
