@@ -1,4 +1,4 @@
-// The host's way into the private parts of interface classes. Nothing but the host includes it.
+// The host's way into the private parts of interface classes. Only the host includes it.
 #pragma once
 
 #include <memory>
@@ -39,7 +39,7 @@ struct Access {
   // Values: the handles to their storage (container_store.h).
   static std::shared_ptr<const GeDataStore>& store(GeData& data) noexcept { return data.store_; }
   static const std::shared_ptr<const GeDataStore>& store(const GeData& data) noexcept { return data.store_; }
-  /// What a reader sees now. Any thread.
+  /// The storage as a reader sees it now. Any thread.
   static std::shared_ptr<const ContainerStore> pin(const BaseContainer& container) noexcept {
     return container.Pin();
   }
@@ -48,7 +48,7 @@ struct Access {
     container.Replace(std::move(store));
   }
 
-  /// A render as a video post sees it, for the time of a call.
+  /// A render as a video post sees it, for one call.
   struct RenderView : Render {
     explicit RenderView(BaseBitmap* bitmap, const BaseContainer* settings = nullptr) {
       bitmap_ = bitmap;

@@ -1,4 +1,4 @@
-// The host's clock. A test puts its own in place, so that pacing is tested exactly and without sleeping.
+// The host's clock. Tests replace it to test pacing exactly and without sleeping.
 #pragma once
 
 #include <cstdint>
@@ -7,7 +7,7 @@ namespace host {
 
 using Milliseconds = std::int64_t;
 
-/// Time as the host sees it. Any thread.
+/// A source of time. Any thread.
 class Clock {
  public:
   virtual ~Clock();
@@ -19,11 +19,11 @@ class Clock {
   virtual bool runs() const { return true; }
 };
 
-/// The clock in place; the system's unless another was set. Any thread.
+/// The current clock: the system's unless another was set. Any thread.
 Clock& clock() noexcept;
 
-/// Puts a clock in place (null: the system's). It must live until the next call. Main thread, while no other
-/// thread asks for the time.
+/// Sets the clock (null: the system's); it must live until the next call. Main thread, while no other thread
+/// asks for the time.
 void setClock(Clock* clock) noexcept;
 
 } // namespace host

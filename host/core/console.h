@@ -11,17 +11,18 @@ namespace host {
 
 using ConsoleListener = std::function<void(const String& line)>;
 
-/// Adds a line; does not block. On the main thread it is shown before the call returns. What `GePrint` does.
+/// Adds a line, as `GePrint` does; does not block. On the main thread it is shown before the call returns.
 void printLine(const String& line);
 
 /// Listeners are called on the main thread. Main thread.
 std::uint64_t addConsoleListener(ConsoleListener listener);
 void removeConsoleListener(std::uint64_t id);
 
-/// Also writes every line to this stream; null for none. Standard error until the first call. Main thread.
+/// Also writes every line to this stream (null: to none); to standard error until the first call. Main
+/// thread.
 void setConsoleEcho(std::FILE* stream);
 
-/// Shows what other threads have added. Main thread; the loop does it by itself.
+/// Shows the lines that other threads have added. The main loop calls it. Main thread.
 void deliverConsole();
 
 } // namespace host

@@ -1,5 +1,4 @@
-// The host's record of failures that its callers do not look at, such as a frame that was not written, or one
-// of a range that was not rendered to its end.
+// The record of failures that callers do not check: a frame that was not written, or not rendered to its end.
 // Programs read it and tell the user. Any thread.
 #pragma once
 
@@ -11,21 +10,21 @@
 namespace host {
 
 struct Failure {
-  Filename file;        // that was not written, or whose document was not rendered
-  std::string sentence; // what happened, where, and what to do
-  LONG frame = -1;      // of the document, when a render failed; -1: a write
+  Filename file;        // the file that was not written, or the document that was not rendered
+  std::string sentence; // for the user: what happened, where, what to do
+  LONG frame = -1;      // the document's frame when a render failed; -1: a write failed
 };
 
-/// Adds one, and prints it on the console if that is wanted. The record keeps the first 1000 and counts on.
+/// Adds a failure, and prints it when `printFailures` is on. The record keeps the first 1000 and counts all.
 void recordFailure(const Filename& file, std::string sentence, LONG frame = -1);
-/// Those since the last `takeFailures`, in order.
+/// The failures since the last `takeFailures`, in order.
 std::vector<Failure> failures();
 std::size_t failureCount();
-/// Gives them and empties the record.
+/// Returns them and empties the record.
 std::vector<Failure> takeFailures();
 
-/// Whether every failure is a line on the console too: its sentence. Off at first; a program switches it on,
-/// unless it reads the record and tells the user itself.
+/// Whether the sentence of every failure is also printed on the console. Off at first; a program that does
+/// not read the record switches it on.
 void printFailures(bool print);
 
 } // namespace host

@@ -5,9 +5,9 @@
 
 namespace host {
 
-using Identity = std::uint64_t; // 0 is nothing
+using Identity = std::uint64_t; // 0: no node
 
-/// A fresh one. Any thread.
+/// A new identity. Any thread.
 Identity newIdentity() noexcept;
 
 } // namespace host

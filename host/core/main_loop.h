@@ -1,6 +1,6 @@
-// The main thread's loop: events, core messages, timers, and calls from other threads. Whoever owns the
-// program's real loop drives it: a desktop through `runDue`, `nextDeadline` and the wake hook, a console
-// program through `waitAndRun`.
+// The main thread's loop: events, core messages, timers, and calls from other threads. A desktop drives it
+// from its own loop through `runDue`, `nextDeadline` and the wake hook, a console program through
+// `waitAndRun`.
 #pragma once
 
 #include <condition_variable>
@@ -29,13 +29,13 @@ class CoreListener {
   ~CoreListener() = default;
 };
 
-/// What goes on while a modal box or a mouse drag is open: painting does, the rest waits.
+/// While a modal box or a mouse drag is open, painting goes on and normal work waits.
 enum class Urgency { normal, painting };
 
-/// What a call from another thread is: a box is not opened once its thread has been told to end.
+/// The kind of a call from another thread: a box is not opened once its thread has been told to end.
 enum class CallKind { box, work };
 
-using TimerId = std::uint64_t; // 0 is none
+using TimerId = std::uint64_t; // 0: no timer
 
 class MainLoop {
  public:
@@ -45,12 +45,13 @@ class MainLoop {
 
   /// A core message for every listener, in the order of the calls.
   void postSpecialEvent(LONG id, ULLONG p1, ULLONG p2);
-  /// The core message EVMSG_CHANGE; one that waits already stands for this one too.
+  /// The core message EVMSG_CHANGE. Calls while one waits add no other.
   void postSceneChanged();
   /// Runs a task on the main thread, in order with the events.
   void post(Task task, Urgency urgency = Urgency::normal);
-  /// Runs a task on the main thread and returns when it has run; at once when called there. False when it
-  /// did not run: the loop is stopped, or the task is a box and the calling thread has been told to end.
+  /// Runs a task on the main thread and returns when it has run; on the main thread itself, at once. False
+  /// when it did not run: the loop is stopped, or the task is a box and the calling thread has been told to
+  /// end.
   bool call(const Task& task, CallKind kind);
 
   // On the main thread.
@@ -59,42 +60,41 @@ class MainLoop {
   void remove(CoreListener* listener);
 
   /// Starts a timer that runs every `period` milliseconds (at least 1), first after one period. A late timer
-  /// runs once and counts on from now. While a modal box is open, a timer runs that is for painting or has
-  /// the box's owner.
+  /// runs once and counts from then on. While a modal box is open, only timers for painting and timers of the
+  /// box's owner run.
   TimerId addTimer(Milliseconds period, Task task, Urgency urgency = Urgency::normal,
                    const void* owner = nullptr);
-  void removeTimer(TimerId id); // unknown ones and 0 are ignored
+  void removeTimer(TimerId id); // 0 and unknown IDs are ignored
 
-  /// Runs the calls, tasks and events that wait now, then the timers that are due; what these post waits for
-  /// the next time. Gives how many ran. An exception of one is a line on the console.
+  /// Runs the calls, tasks and events that wait now, then the timers that are due; tasks that these post wait
+  /// for the next call. Returns the number that ran. Their exceptions become lines on the console.
   int runDue();
-  /// When `runDue` has something to do next, by `clock()`: now when something waits; nothing when neither a
-  /// task nor a timer does.
+  /// The time by `clock()` when `runDue` is next needed: now when a task waits; nothing without tasks and
+  /// timers.
   std::optional<Milliseconds> nextDeadline() const;
-  /// Waits for something to do until `deadline` (nothing: without end), and runs it. False when the deadline
-  /// came first.
+  /// Waits for work until `deadline` (nothing: without end) and runs it. False when the deadline came first.
   bool waitAndRun(std::optional<Milliseconds> deadline);
-  /// Called, from any thread, whenever something new waits. Quick, must not call the loop.
+  /// Called on any thread whenever something new waits. Must be quick and must not call the loop.
   void setWakeHook(Task hook);
 
-  /// Says that a modal box or a mouse drag is open from now on; they nest. The owner's timers go on.
+  /// A modal box or a mouse drag opens; they nest. The owner's timers go on.
   void beginModal(const void* owner);
   void endModal();
   bool inModal() const;
 
-  /// From now on events are dropped and calls refused, the waiting ones too. What is for painting stays.
+  /// From now on drops events and refuses calls, also those that wait. Work for painting stays.
   void stop();
-  /// Empties it, timers too, and lets it run again. Listeners stay: they belong to their owners.
+  /// Drops all work and timers and lets the loop run again. Listeners stay: they belong to their owners.
   void reset();
 
   // For threads (c4d_threading.h).
 
   /// Refuses the boxes that `thread` waits for.
   void refuseBoxes(const C4DThread* thread);
-  /// Waits until `done` says so; on the main thread it serves calls meanwhile, refusing those of `refused`.
+  /// Waits until `done` is true; on the main thread serves calls meanwhile and refuses those of `refused`.
   /// `done` is called with the loop's lock held.
   void waitUntil(const std::function<bool()>& done, const C4DThread* refused);
-  /// Changes something that a `waitUntil` looks at, with the loop's lock held, and wakes it.
+  /// Runs `change` with the loop's lock held and wakes every `waitUntil` that may wait for its effect.
   void change(const Task& change);
 
  private:
@@ -119,14 +119,14 @@ class MainLoop {
 
   struct Listener {
     CoreListener* listener;
-    std::uint64_t number; // tells it from one that comes to the same address later
+    std::uint64_t number; // tells it from a later one at the same address
     friend bool operator==(const Listener&, const Listener&) = default;
   };
 
   void push(Item item);
   void wake();
   bool takeItem(std::uint64_t last, Item& item);
-  bool waits() const; // something that may run now; with the lock held
+  bool waits() const; // for work that may run now; with the lock held
   template <class Refuse>
   void refuseCalls(const Refuse& refuse);
   bool serveCall(std::unique_lock<std::mutex>& lock);
@@ -148,10 +148,10 @@ class MainLoop {
   std::vector<const void*> modals_; // owners; changed by the main thread, under the lock
 };
 
-/// The program's only one. Any thread.
+/// The program's only loop. Any thread.
 MainLoop& mainLoop() noexcept;
 
-/// A modal box or a mouse drag, for a scope. Main thread.
+/// Marks a modal box or a mouse drag for a scope. Main thread.
 class ModalScope {
  public:
   explicit ModalScope(const void* owner = nullptr) { mainLoop().beginModal(owner); }

@@ -17,8 +17,8 @@ std::string scientificText(double value, int decimals);
 /// The shortest text that reads back as the same value. `value` is finite.
 std::string shortestText(double value);
 
-/// The number at the start of `text` ([sign] digits [. digits] [e [sign] digits]); gives how many characters
-/// it took, 0 when there is none. A number too large for a double is an infinity.
+/// Reads the number at the start of `text` ([sign] digits [. digits] [e [sign] digits]). Returns the number
+/// of characters read, 0 without a number. A number too large for a double is an infinity.
 std::size_t parseReal(std::string_view text, double& value);
 
 } // namespace host

@@ -23,45 +23,45 @@ struct ProgramOptions {
   Filename home;               // empty: LUMENARA_HOME, else the user's data folder (home.h)
   UserInterface* ui = nullptr; // not owned
   Clock* clock = nullptr;      // not owned; null: the system's
-  int cpuCount = 0;            // for render workers; 0: all
+  int cpuCount = 0;            // processors for render workers; 0: all
   bool loadModules = true;     // plugins/*/ beside bin/, and in the write path
   std::vector<PluginUnit> linkedPlugins; // started before the modules, in this order
   std::FILE* consoleEcho = stderr;       // null: lines go to listeners only
   bool printFailures = true;             // failed writes are lines on the console (failures.h)
 };
 
-/// When something is cleaned up at the end (see `Program::shutDown`).
+/// The stages of `Program::shutDown` that steps can be added to.
 enum class ShutdownStage { closeDialogs, freeDocuments, freeCaches };
 
 class Program {
  public:
-  /// Makes the calling thread the main one and takes the home. One that cannot be made or is not safe is a
-  /// line on the console.
+  /// Makes the calling thread the main one and takes the home. A home that cannot be made or is not safe is
+  /// reported on the console.
   explicit Program(ProgramOptions options);
   ~Program(); // shuts down
 
   Program(const Program&) = delete;
   Program& operator=(const Program&) = delete;
 
-  /// The running one; null without one. Any thread.
+  /// The running program; null without one. Any thread.
   static Program* current() noexcept;
 
   /// Starts the linked plug-ins, then the installed modules, then those of the home that nobody else can
   /// change.
   void startPlugins();
 
-  /// Runs the loop until `quit`, and gives its code. For programs without a loop of their own.
+  /// Runs the loop until `quit`; returns its code. For programs without a loop of their own.
   int run();
   void quit(int code = 0); // any thread
 
-  /// In this order: stops the loop, closes dialogs, frees documents, calls the plug-ins' end entries,
-  /// destroys what they registered in reverse order, frees caches, writes preferences. Once; modules stay
-  /// loaded.
+  /// Stops the loop, closes dialogs, frees documents, calls the plug-ins' end entries, destroys the objects
+  /// that they registered in reverse order, frees caches, writes preferences: in this order, once. Modules
+  /// stay loaded.
   void shutDown();
 
   const Filename& startupPath() const noexcept { return startupPath_; }
   const Filename& writePath() const noexcept { return home_->folder(); }
-  /// Whether what is written there outlives the program.
+  /// Whether the write path outlives the program.
   bool homeIsKept() const noexcept { return home_->isKept(); }
   PluginRegistry& registry() noexcept { return registry_; }
   PluginLoader& loader() noexcept { return *loader_; }
@@ -80,8 +80,8 @@ class Program {
   bool down_ = false;
 };
 
-/// Adds a step for every program's end: the host's own folders register theirs once, from any place. Steps of
-/// a stage run in the reverse order of their addition. Main thread.
+/// Adds a step for the end of every program: each folder of the host adds its own once. Steps of a stage run
+/// in the reverse order of their addition. Main thread.
 void addShutdownStep(ShutdownStage stage, std::function<void()> step);
 
 } // namespace host

@@ -1,4 +1,4 @@
-// The status bar's model. Changed from any thread without blocking; a program shows it.
+// The model of the status bar. Any thread changes it without blocking; a program shows it.
 #pragma once
 
 #include <cstdint>
@@ -11,15 +11,15 @@ namespace host {
 struct StatusState {
   String text;
   LONG percent = -1;       // 0 to 100; -1: no bar
-  bool spinning = false;   // busy, without knowing how far
-  std::uint64_t ticks = 0; // grows with every spin call: drives the animation
+  bool spinning = false;   // busy, progress unknown
+  std::uint64_t ticks = 0; // one more with every spin call: drives the animation
   friend bool operator==(const StatusState&, const StatusState&) = default;
 };
 
-/// What is to be shown now. Any thread.
+/// The state to show now. Any thread.
 StatusState statusState();
 
-/// Called on the main thread after changes, several may have become one. Null takes it away. Main thread.
+/// The listener is called on the main thread after one or more changes; null removes it. Main thread.
 void setStatusListener(std::function<void(const StatusState&)> listener);
 
 } // namespace host

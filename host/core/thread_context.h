@@ -1,4 +1,4 @@
-// What a thread works for: the plug-in's thread object and the plug-in that is being called.
+// The plug-in's thread object and the plug-in that a thread works for.
 #pragma once
 
 #include <atomic>
@@ -16,7 +16,7 @@ struct ThreadContext {
   const std::atomic<bool>* toldToEnd = nullptr; // of `thread`
 };
 
-/// The calling thread's own.
+/// The calling thread's context.
 ThreadContext& threadContext() noexcept;
 
 /// Sets the calling thread's context for a scope.
@@ -33,13 +33,13 @@ class ContextScope {
   ThreadContext previous_;
 };
 
-/// Called on the main thread before every call into a plug-in: background work of the host that a plug-in
-/// must not meet ends in it. Null takes it away. Main thread.
+/// The hook is called on the main thread before every call into a plug-in: it ends background work of the
+/// host that a plug-in must not meet. Null removes it. Main thread.
 void setGiveWayHook(std::function<void()> hook);
-/// Calls it; on other threads, and from within the hook, it does nothing.
+/// Calls the hook; on other threads, and from within the hook, it does nothing.
 void giveWay() noexcept;
 
-/// Says for a scope which plug-in is being called, and makes way for it.
+/// Sets for a scope which plug-in is being called, and gives way to it.
 class PluginScope {
  public:
   explicit PluginScope(const PluginUnit* plugin) noexcept : previous_(threadContext().plugin) {

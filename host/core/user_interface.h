@@ -1,6 +1,6 @@
-// What the host asks of whoever talks to the user. A desktop answers with windows, a console program from its
-// options, a test from a script. Everything is called on the main thread. What is not overridden behaves as
-// without a display: texts go to the console, questions are answered no, nothing opens.
+// The host's questions to the user. A desktop answers with windows, a console program from its options, a
+// test from a script. Main thread. The base class behaves as without a display: texts go to the console, the
+// answer to questions is no, nothing opens.
 #pragma once
 
 #include "c4d_bitmap.h"
@@ -14,7 +14,7 @@ struct FileRequest {
   FILESELECT mode = FILESELECT_LOAD;
   String title;
   String forceSuffix; // without the point; empty: any
-  Filename start;     // where the choice begins
+  Filename start;     // the first choice
 };
 
 struct DialogPlacement {
@@ -34,32 +34,32 @@ class UserInterface {
   virtual bool question(const String& text);
   /// Lets the user choose; false when cancelled.
   virtual bool selectFile(const FileRequest& request, Filename& chosen);
-  /// Shows a list (IDs and texts) at a place of the screen (0x7fffffff: at the pointer) and gives the chosen
-  /// ID, 0 for none.
+  /// Shows a menu (IDs and texts) at a place of the screen (0x7fffffff: at the pointer). Returns the chosen
+  /// ID, 0 when the menu was closed.
   virtual LONG popup(const BaseContainer& entries, LONG x, LONG y);
 
-  /// Lets the user edit the choices of a movie format (FILTER_AVI, FILTER_MOVIE; the keys and what this
-  /// installation offers are in movie_options.h). False when cancelled; then nothing has changed.
+  /// Lets the user edit the options of a movie format (FILTER_AVI, FILTER_MOVIE; movie_options.h has the keys
+  /// and the choices of this installation). False when cancelled: `options` stay.
   virtual bool editMovieOptions(LONG format, BaseContainer& options);
 
   /// Shows a copy of the picture in a viewer; keeps no pointer.
   virtual bool showBitmap(const BaseBitmap& bitmap);
-  /// Opens a file, or an address, with the system's program for it. Must not block.
+  /// Opens a file or an address with the system's program for it. Must not block.
   virtual bool openFile(const Filename& file);
   virtual bool openAddress(const String& address);
   /// Repaints editor views.
   virtual bool drawViews(LONG flags);
 
-  /// Opens the dialog's window; a modal one returns when it has closed. False: no display.
+  /// Opens the dialog's window; for a modal dialog, returns when it has closed. False without a display.
   virtual bool openDialog(GeDialog& dialog, const DialogPlacement& placement);
-  /// Whether the dialog was open when the program ended last, and where.
+  /// Whether the dialog was open when the program last ended; then `placement` is where.
   virtual bool restoredPlacement(LONG pluginId, LONG subId, void* secret, DialogPlacement& placement);
   virtual void closeDialog(GeDialog& dialog);
 };
 
-/// The one in place; without one, the console-only behaviour. Main thread.
+/// The user interface that was set, else the base class. Main thread.
 UserInterface& userInterface() noexcept;
-/// Null takes it away. It must live until the next call. Main thread.
+/// Null removes it. It must live until the next call. Main thread.
 void setUserInterface(UserInterface* ui) noexcept;
 /// Whether one was set. Any thread.
 bool hasUserInterface() noexcept;

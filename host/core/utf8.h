@@ -1,4 +1,4 @@
-// UTF-8, as texts hold it: a byte that is no part of a valid character counts as one character.
+// UTF-8 in texts: a byte outside a valid character counts as one character. Any thread.
 #pragma once
 
 #include <cstddef>
@@ -8,8 +8,8 @@
 
 namespace host::utf8 {
 
-/// The bytes of the character at `position` (below the size): 1 to 4; 1 for an undecodable byte. `valid`
-/// tells which of the two it is.
+/// The number of bytes of the character at `position` (below the size): 1 to 4. `valid` is false for an
+/// undecodable byte.
 std::size_t characterSize(std::string_view text, std::size_t position, bool* valid = nullptr) noexcept;
 
 std::size_t length(std::string_view text) noexcept;
@@ -22,7 +22,7 @@ std::vector<std::size_t> offsets(std::string_view text);
 
 bool isValid(std::string_view text) noexcept;
 
-/// Appends a character; code points that are none become U+FFFD.
+/// Appends a character; invalid code points become U+FFFD.
 void append(std::string& text, unsigned long codePoint);
 
 } // namespace host::utf8

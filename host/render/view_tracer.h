@@ -1,7 +1,7 @@
 // The editor view's rays, through the renderer's cached structures and textures.
 #pragma once
 
-#include "view_shading.h"
+#include "view_rays.h"
 
 namespace host {
 

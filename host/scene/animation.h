@@ -11,7 +11,7 @@ namespace host {
 
 enum class Interpolation : std::uint8_t { step, linear, cubic };
 
-/// Keys of `width` numbers each. Times in seconds, rising. A cubic key holds in-tangent, value, out-tangent
+/// Keys of `width` numbers each, at rising times in seconds. A cubic key holds in-tangent, value, out-tangent
 /// (3 * width numbers), as glTF's cubic splines do.
 struct Curve {
   Interpolation interpolation = Interpolation::linear;
@@ -23,7 +23,7 @@ using CurvePtr = std::shared_ptr<const Curve>;
 
 enum class TrackPath : std::uint8_t { translation, rotation, scale, weights };
 
-/// What moves one property of an object.
+/// The animation of one property of an object.
 struct Track {
   TrackPath path = TrackPath::translation;
   std::uint32_t animation = 0; // index into the document's animation names
@@ -48,13 +48,13 @@ struct Pose {
   }
 };
 
-/// `translation * rotation * scale`; the quaternion need not be of unit length, a null one counts as none.
+/// `translation * rotation * scale`. The quaternion is normalised; a null one rotates nothing.
 Matrix matrixOf(const Pose& pose);
-/// The parts of a matrix; shear is lost, a mirrored matrix gives a negative x scale.
+/// The parts of a matrix. Shear is lost; a mirrored matrix gives a negative x scale.
 Pose poseOf(const Matrix& matrix);
 
-/// The curve at a time in seconds, held before its first and after its last key; `width` numbers. With
-/// `rotation` the numbers are quaternions: linear ones go along the arc, and the result has unit length.
+/// The curve's `width` numbers at a time in seconds; the first and last keys hold before and after. With
+/// `rotation` the numbers are quaternions: linear ones follow the arc, and the result has unit length.
 std::vector<double> sampleCurve(const Curve& curve, double seconds, bool rotation);
 
 } // namespace host

@@ -5,12 +5,12 @@
 
 namespace host {
 
-/// A copy with new identities and all that the node owns; links, slots and joints inside the copy point to
-/// the copies. It is in no list. A document gives a document.
+/// A copy of a node and all nodes that it owns, with new identities, in no list; links, slots and joints
+/// inside the copy point to the copies. A document gives a document.
 NodeState* cloneNode(const NodeState& node, COPYFLAGS flags);
 
-/// A copy of a document that keeps every identity. Any thread that may use the document, also while its
-/// owner edits it.
+/// A copy of a document that keeps every identity. Any thread that may use the document, also while its owner
+/// edits it.
 DocumentState* cloneDocument(const DocumentState& document, COPYFLAGS flags);
 
 } // namespace host

@@ -1,13 +1,13 @@
-// Bringing a document to its time.
+// Evaluation of a document at its time. On the document's thread.
 #pragma once
 
 #include "node_state.h"
 
 namespace host {
 
-/// Sets what tracks move to the document's time.
+/// Sets the properties that have tracks.
 void applyTracks(DocumentState& document);
-/// Runs the expression tags that are on, in document order.
+/// Runs the enabled expression tags, in document order.
 void applyExpressions(DocumentState& document);
 /// The time of the last key of any track, in seconds; 0 without tracks.
 double lastKey(const DocumentState& document);

@@ -1,6 +1,6 @@
-// What stands behind the interface's nodes: state, lists, ownership. A document's nodes are written by one
-// thread; every write to a node in a document holds the document's lock (`lockOf`), so that another thread
-// may clone the document meanwhile.
+// The state behind the interface's nodes, with lists and ownership. One thread writes a document's nodes, and
+// holds the document's lock (`lockOf`) for every write, so that another thread may clone the document
+// meanwhile.
 #pragma once
 
 #include <array>
@@ -35,10 +35,10 @@ class NodeList {
   NodeState* owner() const noexcept { return owner_; }
   NodeState* first() const noexcept { return first_; }
   NodeState* last() const noexcept { return last_; }
-  /// Puts a node that is in no list after `pred` (null: first) and makes it the owner's document's.
+  /// Inserts a node that is in no list after `pred` (null: first) and adds it to the owner's document.
   void insertAfter(NodeState& node, NodeState* pred);
   void append(NodeState& node) { insertAfter(node, last_); }
-  /// Takes a node of this list out; it is in no document then.
+  /// Takes a node out of this list and of the document.
   void remove(NodeState& node);
 
  private:
@@ -61,12 +61,12 @@ struct NodeState {
   BaseContainer data;
   std::shared_ptr<const std::string> foreignExtras; // JSON of other programs, kept with the node
 
-  BaseList2D* node = nullptr; // the interface object; it and the state live together
+  BaseList2D* node = nullptr; // the interface object, which lives as long as the state
   DocumentState* document = nullptr;
   NodeList* list = nullptr;
   NodeState* next = nullptr;
   NodeState* prev = nullptr;
-  NodeList children{this}; // of objects and shaders; a document's objects
+  NodeList children{this}; // of objects and shaders; of documents the objects
   NodeList shaders{this};  // of materials
 };
 
@@ -74,11 +74,11 @@ struct ObjectState : NodeState {
   explicit ObjectState(LONG nodeType) : NodeState(NodeKind::object, nodeType) {}
 
   Matrix local;
-  std::optional<Pose> pose; // when there, `local` is its matrix
+  std::optional<Pose> pose; // if present, `local` is its matrix
   bool deform = true;
   MeshPtr mesh; // polygon objects
   DeformationPtr deformation;
-  std::vector<float> weights; // of the morph targets, now
+  std::vector<float> weights; // of the morph targets, at the document's time
   SkinPtr skin;
   TracksPtr tracks;
   PicturePtr picture; // the sky's
@@ -90,7 +90,7 @@ struct ShaderState : NodeState {
   PicturePtr picture; // a bitmap's
 };
 
-/// The channels and, after them, places for shaders that have no channel.
+/// Slots for shaders: the channels, then those without a channel.
 inline constexpr int channelCount = 14;
 inline constexpr int slotSpecular = 14, slotClearcoat = 15, slotClearcoatRoughness = 16, slotCount = 17;
 
@@ -98,8 +98,8 @@ struct MaterialState : NodeState {
   explicit MaterialState(LONG nodeType) : NodeState(NodeKind::material, nodeType) {}
   using ChannelPtr = std::unique_ptr<BaseChannel, void (*)(BaseChannel*)>;
 
-  std::array<Identity, slotCount> shaderSlots{}; // the top shader of each, in `shaders`
-  std::vector<ChannelPtr> channels;              // handed out so far
+  std::array<Identity, slotCount> shaderSlots{}; // the top shader of each slot, in `shaders`
+  std::vector<ChannelPtr> channels;              // those handed out so far
 };
 
 struct RenderDataState : NodeState {
@@ -114,7 +114,7 @@ struct ViewState : NodeState {
   Identity camera = 0; // 0: the view's own
   ObjectState* editorCamera = nullptr;
   std::array<LONG, 4> area{0, 0, 1280, 720};    // left, top, right, bottom (behind the last pixel)
-  std::optional<std::array<LONG, 3>> safeFrame; // from, to, orientation; without one all of the frame
+  std::optional<std::array<LONG, 3>> safeFrame; // from, to, orientation; nothing: the whole frame
 };
 
 struct DocumentState : NodeState {
@@ -140,21 +140,21 @@ struct DocumentState : NodeState {
 /// Makes a node with its interface object. The caller owns it until it is put into a list.
 NodeState* makeNode(NodeKind kind, LONG type);
 ObjectState* makeObject(LONG type);
-/// Takes a node out of its list and deletes it with all that it owns. Null is fine.
+/// Takes a node out of its list and deletes it with all nodes that it owns. Ignores null.
 void destroyNode(NodeState* node) noexcept;
 
-/// The node with this identity in the document; null when there is none.
+/// The node with this identity in the document; null when it is not there.
 NodeState* findNode(const DocumentState& document, Identity identity);
 
-/// Holds the lock of the node's document; nothing to hold for a node in none.
+/// Locks the node's document; an empty lock for a node outside a document.
 std::unique_lock<std::recursive_mutex> lockOf(const NodeState* node);
 
-/// Calls `visit` with every node that `root` owns, parents first, `root` not among them.
+/// Calls `visit` with every node that `root` owns, parents first, without `root` itself.
 template <class Visit>
 void forEachOwned(const NodeState& root, const Visit& visit);
 
-/// A node's lists, to walk them without knowing its kind.
-std::array<const NodeList*, 6> listsOf(const NodeState& node) noexcept; // null where there is none
+/// All lists of a node, whatever its kind; null where the kind has fewer.
+std::array<const NodeList*, 6> listsOf(const NodeState& node) noexcept;
 
 template <class Visit>
 void forEachOwned(const NodeState& root, const Visit& visit) {

@@ -1,12 +1,11 @@
-// Parameters of the host's own node types: IDs, and the value that each has where a container has no entry.
-// docs/scene-format.md tells what they mean. Any thread.
+// Parameters of the host's own node types: IDs and defaults. docs/scene-format.md describes them. Any thread.
 #pragma once
 
 #include "node_state.h"
 
 namespace host::param {
 
-// all objects: shown in the editor view, in renders; switched off also for the children
+// all objects: shown in the editor view, in renders; FALSE also hides the children
 inline constexpr LONG objectVisibleEditor = 901, objectVisibleRender = 902;
 // cameras
 inline constexpr LONG cameraProjection = 1001, cameraYfov = 1002, cameraYmag = 1003, cameraXmag = 1004,
@@ -44,10 +43,10 @@ inline constexpr LONG bitmapUvSet = 1621, bitmapOffset = 1622, bitmapScale = 162
                       bitmapAlpha = 1629;
 inline constexpr LONG aoDistance = 1641, aoDark = 1642, aoBright = 1643;
 
-/// The default of a parameter of a node type; of type DA_NIL when the type knows no such parameter.
+/// The default of a parameter of a node type; of type DA_NIL when the type does not have the parameter.
 const GeData& defaultValue(NodeKind kind, LONG type, LONG id);
 
-/// The default of a parameter of this node: a colour of the sky depends on the sky's kind.
+/// The default of a parameter of this node; the sky's colour depends on its kind.
 const GeData& defaultValue(const NodeState& node, LONG id);
 
 /// The value of a node's parameter: the container's entry, else the default.

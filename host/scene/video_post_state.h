@@ -9,8 +9,8 @@ namespace host {
 struct VideoPostState : NodeState {
   explicit VideoPostState(LONG nodeType) : NodeState(NodeKind::videoPost, nodeType) {}
 
-  /// The data of a post that a plug-in has registered: made at the node's first render, kept for all of them,
-  /// not copied with the node. Written and called by the one thread that renders the document.
+  /// The data of a post that a plug-in has registered: made at the node's first render, kept for later
+  /// renders, not copied with the node. Only the thread that renders the document uses it.
   std::unique_ptr<NodeData> data;
 };
 

@@ -11,7 +11,7 @@
 #include "main_loop.h"
 #include "view_image.h"
 #include "view_input.h"
-#include "view_shading.h"
+#include "view_rays.h"
 
 class BaseObject;
 

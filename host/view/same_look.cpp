@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "view_shading.h"
+#include "view_rays.h"
 
 namespace host {
 

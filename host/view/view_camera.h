@@ -5,7 +5,7 @@
 #include <span>
 
 #include "c4d_document.h"
-#include "view_shading.h"
+#include "view_rays.h"
 
 namespace host {
 

@@ -1,4 +1,4 @@
-// File names as the standard library's paths and back. The host alone includes it.
+// Conversion between file names and the standard library's paths. Only the host includes it.
 #pragma once
 
 #include <filesystem>

@@ -7,12 +7,12 @@
 
 namespace host {
 
-/// Says what a typed name means: a relative one needs a folder to count from.
+/// Completes a typed name: a relative one needs a folder to count from.
 using TypedNames = std::function<Filename(const Filename&)>;
 
-/// An empty function: every name stays as it was typed, so a relative one counts from the working folder.
+/// With an empty function names stay as typed, so relative ones count from the working folder.
 void setTypedNames(TypedNames meaning);
-/// The file that is meant. An empty name stays empty.
+/// The completed name. An empty name stays empty.
 Filename typedName(const Filename& typed);
 
 } // namespace host

@@ -1,4 +1,4 @@
-// Calls of plug-ins' code: what a plug-in throws stays in its call.
+// Calls of plug-ins' code that catch its exceptions.
 #pragma once
 
 #include <exception>
@@ -7,8 +7,9 @@
 
 namespace host {
 
-/// What `function` gives; `failed` when it throws, with a line on the console that begins with `what` ("The
-/// command "Refresh""). Any thread.
+/// Returns the result of `function`, or `failed` when it throws; then a line on the console begins with
+/// `what`
+/// ("The command "Refresh""). Any thread.
 template <class Result, class Function>
 Result guarded(const String& what, const Function& function, Result failed) {
   try {

@@ -1,5 +1,5 @@
-// Parts of the host that are shared libraries of their own, beside the host's, and are loaded at their first
-// use: programs that never need them do not pay for the libraries behind them.
+// Parts of the host that are shared libraries of their own, loaded at their first use: programs that never
+// need them do not pay for the libraries behind them.
 //
 // A part has one entry, a C function that returns its interface. cmake/Module.cmake declares it
 // (`lumenara_part`), a header that both sides include names entry and interface, and the host reaches it so:
@@ -18,7 +18,7 @@
 
 #include "c4d_filename.h"
 
-/// The part of this name. Where there are no shared libraries (the fuzz targets) the part is linked.
+/// The part of this name. In builds without shared libraries (the fuzz targets) the part is linked.
 #ifdef LUMENARA_LINKED_PARTS
 #define LUMENARA_PART(name) host::Part(#name, &lumenara_part_##name)
 #else
@@ -34,15 +34,15 @@ struct PartError : std::runtime_error {
   static constexpr const char* advice = "Install the program again.";
 };
 
-/// One part. It stays loaded until the process ends. Any thread.
+/// A part. It stays loaded until the process ends. Any thread.
 class Part {
  public:
   using Entry = void* (*)();
 
-  /// The library `lumenara_<name>` in the folder of the host's own library; `linked` when the part is in this
-  /// one.
+  /// The library `lumenara_<name>` in the folder of the host's own library; `linked` is the entry of a part
+  /// that is in the host's library.
   explicit Part(const char* name, Entry linked = nullptr);
-  /// Likewise, in another folder.
+  /// The same in another folder.
   Part(const char* name, const Filename& folder);
   Part(const Part&) = delete;
   Part& operator=(const Part&) = delete;

@@ -14,8 +14,8 @@ struct PluginModule {
   Filename folder, file;
 };
 
-/// The modules in the folders directly below `plugins`, sorted by bytes. A folder without a module is no
-/// plug-in.
+/// The modules in the folders directly below `plugins`, sorted by bytes. Folders without a module are
+/// skipped.
 std::vector<PluginModule> findModules(const Filename& plugins);
 
 /// The plug-ins of a program. They stay loaded until the process ends.
@@ -26,14 +26,14 @@ class PluginLoader {
   PluginLoader(const PluginLoader&) = delete;
   PluginLoader& operator=(const PluginLoader&) = delete;
 
-  /// Starts a plug-in that is linked into the program: its message entry with C4DPL_INIT_SYS, then its start
-  /// entry. When either says no, what it registered is destroyed and it is forgotten.
+  /// Starts a plug-in that is linked into the program: calls its message entry with C4DPL_INIT_SYS, then its
+  /// start entry. When either returns false, the objects that it registered are destroyed.
   bool start(const PluginUnit& unit);
-  /// Loads a module and starts it. What goes wrong is one line on the console. A module in the folder of a
-  /// plug-in that has been started already is left alone (true).
+  /// Loads a module and starts it. A failure is one line on the console. A module in the folder of a plug-in
+  /// that was already started is ignored (true).
   bool load(const PluginModule& module);
 
-  /// Those that started, in order.
+  /// The plug-ins that started, in order.
   const std::vector<std::unique_ptr<PluginUnit>>& units() const noexcept { return units_; }
   /// Calls the end entries, in reverse order, once.
   void endAll();

@@ -1,5 +1,5 @@
-// What plug-ins have registered. Main thread, but for `findVideoPost` and `makeVideoPostData`, which renders
-// call while nothing is being registered.
+// The objects that plug-ins have registered. Main thread, except `findVideoPost` and `makeVideoPostData`,
+// which renders call while nothing is being registered.
 #pragma once
 
 #include <memory>
@@ -9,7 +9,7 @@
 
 namespace host {
 
-/// A plug-in: where its resources are and how it is called.
+/// A plug-in: the folder of its resources and its entries.
 struct PluginUnit {
   String name;
   Filename folder;
@@ -22,7 +22,7 @@ struct CommandEntry {
   LONG id = 0;
   String name, help;
   LONG info = 0;
-  BaseBitmap* icon = nullptr; // the registry's copy; null for none
+  BaseBitmap* icon = nullptr; // the registry's copy; may be null
   CommandData* data = nullptr;
   const PluginUnit* plugin = nullptr;
 };
@@ -50,35 +50,36 @@ class PluginRegistry {
   PluginRegistry(const PluginRegistry&) = delete;
   PluginRegistry& operator=(const PluginRegistry&) = delete;
 
-  /// False when the ID is 0 or taken by anything, or the object is null. Takes the object, copies the icon.
+  /// False when the ID is 0 or taken, by whatever kind, or the object is null. Takes the object, copies the
+  /// icon.
   bool addCommand(CommandEntry entry);
   bool addVideoPost(VideoPostEntry entry);
   bool addSceneHook(SceneHookEntry entry);
 
-  /// Null when there is none. Valid until something is unregistered.
+  /// Null when the ID is not registered. Valid until something is unregistered.
   const CommandEntry* findCommand(LONG id) const noexcept;
   const VideoPostEntry* findVideoPost(LONG id) const noexcept;
   const SceneHookEntry* findSceneHook(LONG id) const noexcept;
-  /// In the order of registration; with `hidden`, also those that hide from menus.
+  /// In the order of registration; with `hidden`, also those with PLUGINFLAG_HIDEPLUGINMENU.
   std::vector<const CommandEntry*> commands(bool hidden = false) const;
   std::vector<const VideoPostEntry*> videoPosts() const;
   /// By priority, small first, then in the order of registration.
   std::vector<const SceneHookEntry*> sceneHooks() const;
 
-  /// Calls a command that is there and enabled, with the active document (null here: the caller's).
+  /// Executes a command with this document. False when it is not registered, not enabled, or fails.
   bool execute(LONG id, BaseDocument* document);
-  /// CMD_... bits; 0 when there is no such command.
+  /// CMD_... bits; 0 when the command is not registered.
   LONG state(LONG id, BaseDocument* document);
-  /// Brings back the dialogs that were open: calls every command's `RestoreLayout`.
+  /// Restores the dialogs that were open: calls every command's `RestoreLayout`.
   void restoreLayouts(void* secret);
 
-  /// A new instance of a video post's data; null when there is none. The caller deletes it. While it is
-  /// called, the entry's plug-in is the one being called (PluginScope).
+  /// A new instance of a video post's data; null when the ID is not registered. The entry's plug-in is the
+  /// one being called (PluginScope) during the call.
   std::unique_ptr<NodeData> makeVideoPostData(LONG id) const;
   /// The same for a scene hook.
   std::unique_ptr<NodeData> makeSceneHookData(LONG id) const;
 
-  /// Destroys the objects in the reverse order of registration; all, or those of one plug-in.
+  /// Destroys all objects, or those of one plug-in, in the reverse order of registration.
   void destroyAll();
   void destroy(const PluginUnit* plugin);
 
@@ -94,7 +95,7 @@ class PluginRegistry {
   std::vector<Entry> entries_;
 };
 
-/// The running program's; null without one.
+/// The registry of the running program; null without one.
 PluginRegistry* pluginRegistry() noexcept;
 
 } // namespace host

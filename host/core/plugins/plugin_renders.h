@@ -1,11 +1,11 @@
-// How often plug-ins have rendered. Any thread.
+// The number of renders by plug-ins. Any thread.
 #pragma once
 
 namespace host {
 
-/// A plug-in begins a render into a bitmap.
+/// Counts a render into a bitmap that a plug-in begins.
 void countPluginRender() noexcept;
-/// How many have begun since the program's start.
+/// The number that has begun since the program's start.
 unsigned long long pluginRenders() noexcept;
 
 } // namespace host

@@ -1,4 +1,4 @@
-// The immutable storage behind values and containers. The host alone includes it.
+// The immutable storage behind values and containers. Only the host includes it.
 #pragma once
 
 #include <cstddef>
@@ -10,8 +10,8 @@
 
 namespace host {
 
-/// A value that is not nothing. Immutable, but for a container that was handed out to be written in place
-/// (`instance`): it belongs to a single BaseContainer, so a copy of the value gets a container of its own.
+/// A value. Immutable, except a container that was handed out to be written in place (`instance`): it belongs
+/// to a single BaseContainer, so a copy of the value gets a container of its own.
 struct GeDataStore {
   using Value = std::variant<LONG, LLONG, Real, Vector, Matrix, String, Filename, BaseTime, BaseContainer,
                              BaseLink, std::vector<std::byte>>;

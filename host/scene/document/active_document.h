@@ -1,16 +1,16 @@
-// The document that the user works on, and its life while other threads use it.
+// The document that the user works on, and its lifetime while other threads use it.
 #pragma once
 
 #include "c4d_document.h"
 
 namespace host {
 
-/// Makes a document the active one and takes it over; null for none. The one before is freed as soon as no
+/// Makes a document (null: no document) the active one and takes ownership. The former one is freed once no
 /// thread has it pinned. Main thread.
 void setActiveDocument(BaseDocument* document);
 
-/// A lock on a document's nodes for a scope: another thread that clones the document sees all the edits made
-/// in it or none. Main thread.
+/// A lock on a document's nodes for a scope: another thread that clones the document sees all edits of the
+/// scope or none of them. Main thread.
 class DocumentEdit {
  public:
   explicit DocumentEdit(BaseDocument& document);

@@ -9,16 +9,16 @@ namespace host {
 DocumentState* makeDocument();
 /// Adds a view with its own camera; the first one becomes the active and the render view.
 ViewState* addView(DocumentState& document);
-/// The render settings of a document that brings none: 1280 x 720, 64 samples, global illumination.
+/// The default render settings: 1280 x 720, 64 samples, global illumination.
 RenderDataState* makeDefaultRenderData();
-/// The render data that is active: the chosen one, else the first; null when there is none.
+/// The active render data: the chosen one, else the first; null without any.
 RenderDataState* activeRenderData(const DocumentState& document);
-/// Whether a picture in the active render data shows selected objects alone, so that the selection is seen.
+/// Whether the selection changes the picture: the active render data shows selected objects only.
 bool selectionShows(const BaseDocument& document);
-/// All that a view has to draw in, in logical pixels; right and bottom lie behind the last pixel. Its frame
-/// is the part that the render format covers.
+/// Sets the area of a view, in logical pixels; right and bottom lie behind the last pixel. Its frame is the
+/// part that the render format covers.
 void setViewArea(BaseDraw& view, LONG left, LONG top, LONG right, LONG bottom);
-/// A safe frame within the frame, as `GetSafeFrame` gives it. The program's own views have none.
+/// Sets the result of `GetSafeFrame`. The program's own views have no safe frame.
 void setViewSafeFrame(BaseDraw& view, LONG from, LONG to, LONG orientation);
 
 /// All objects of a document in document order, depth first.

@@ -1,9 +1,9 @@
-// What a document keeps about its frames and its detail, besides the time it stands at.
+// The range of a document: its frames, level of detail and active render data.
 #pragma once
 
 namespace host {
 
-/// Copies it between things that have the members of a DocumentState.
+/// Copies the range between types with the members of DocumentState.
 template <class From, class To>
 void copyRange(const From& from, To& to) {
   to.activeRenderData = from.activeRenderData;

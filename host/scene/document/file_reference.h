@@ -9,22 +9,21 @@
 
 namespace host {
 
-/// Where a reference may lead.
-enum class Reach { below, anywhere }; // at or below the scene's folder; along ".." too
+/// The files that a reference may name: at or below the scene's folder, or through ".." as well.
+enum class Reach { below, anywhere };
 
-/// The file that a relative URI names, seen from the scene's folder. Nothing for an absolute one, one with a
-/// scheme, and one that leads out of reach.
+/// The file that a relative URI names, seen from the scene's folder. Nothing for absolute URIs, URIs with a
+/// scheme, and files out of reach.
 std::optional<Filename> resolveReference(const std::string& uri, const Filename& folder, Reach reach);
 
-/// The URI that `resolveReference` reads back as this file, escaped. Nothing when no relative one can name
-/// it.
+/// The escaped URI that `resolveReference` resolves to this file. Nothing when no relative URI can name it.
 std::optional<std::string> referenceTo(const Filename& file, const Filename& folder);
 
 /// A file's absolute name, without "." and "..".
 Filename absoluteFile(const Filename& file);
 
-/// How a picture outside the scene's file is to be written into a scene in this folder: as this URI. Nothing
-/// when it must be packed: it was packed before, its file is gone, or no URI can name it.
+/// The URI of an outside picture for a scene in this folder. Nothing when the picture must be packed: it was
+/// packed before, its file is gone, or no URI can name it.
 std::optional<std::string> outsideReference(const Picture& picture, const Filename& folder);
 
 } // namespace host

@@ -1,4 +1,4 @@
-// Documents and files. docs/scene-format.md describes what a file holds.
+// Loading and saving documents. docs/scene-format.md describes the files.
 #pragma once
 
 #include <cstddef>
@@ -14,12 +14,12 @@
 
 namespace host {
 
-/// Bounds against files that would fill the memory.
+/// Limits against files that would fill the memory.
 struct LoadLimits {
   std::size_t fileBytes = std::size_t{8} << 30; // of one file
   std::size_t jsonBytes = std::size_t{512} << 20;
-  std::size_t elements = 400'000'000; // vertices, indices and keys that are read, together
-  int depth = 512;                    // of nodes below nodes
+  std::size_t elements = 400'000'000; // sum of vertices, indices and keys
+  int depth = 512;                    // of nested nodes
 };
 
 struct LoadOptions {
@@ -30,32 +30,30 @@ struct LoadOptions {
 
 struct LoadResult {
   DocumentPtr document;       // null: not loaded
-  std::string error;          // why not, one sentence: what, where, what to do
-  std::string reason, advice; // the error's parts: why not, what to do
+  std::string error;          // the reason, in one sentence: what, where, what to do
+  std::string reason, advice; // the parts of `error`
   bool cancelled = false;
   std::vector<std::string> warnings;     // one sentence each; the scene loaded all the same
-  std::vector<std::string> missingFiles; // pictures that are not there, as the file names them
-  std::vector<Filename> files; // all that it consists of, the scene first; also when it did not load
+  std::vector<std::string> missingFiles; // pictures that could not be read, as the file names them
+  std::vector<Filename> files;           // all files of the scene, itself first; also when it was not loaded
 };
 
-/// Loads glTF (.gltf, .glb) or imports OBJ, FBX, PLY, STL, DAE; the content decides for glTF, the suffix for
-/// the others. The document stands evaluated at its time and has a render data and a view. Never throws. Any
-/// thread.
+/// Loads glTF (.gltf, .glb), recognised by content, or imports OBJ, FBX, PLY, STL, DAE, recognised by suffix.
+/// The document is evaluated at its time and has a render data and a view. Never throws. Any thread.
 LoadResult loadDocument(const Filename& file, const LoadOptions& options = {});
 
 /// The same for a glTF file in memory. Files that it names are looked up at or below `folder`; with an empty
-/// folder there are none.
+/// folder none is found.
 LoadResult loadDocumentFromMemory(std::span<const std::byte> bytes, const Filename& folder,
                                   const LoadOptions& options = {});
 
-/// Pictures that lie in files of their own: named by the scene, relative to its folder, or written into it.
-/// One whose file is gone, or that no relative name reaches, is written into the scene either way.
+/// Pictures in files of their own are named by the scene, relative to its folder, or packed into it. A
+/// picture whose file is gone, or that no relative name reaches, is packed either way.
 enum class OutsidePictures { named, packed };
 
-/// Writes .glb or .gltf (by the suffix), all but the outside pictures inside the one file, which is replaced
-/// whole. False with a sentence in `error`; the old file stays then. The document is read under its lock.
-/// `progress` (may be empty) is called with 0 to 1, never less than before, from time to time on the saving
-/// thread. Any thread.
+/// Writes .glb or .gltf (by the suffix) as one file, except outside pictures, and replaces the old file
+/// whole. On failure the old file stays and `error` gets a sentence. The document is read under its lock.
+/// `progress` (may be empty) is called with rising values from 0 to 1 on the saving thread. Any thread.
 bool saveDocument(const BaseDocument& document, const Filename& file, std::string* error = nullptr,
                   const std::function<void(double)>& progress = {},
                   OutsidePictures pictures = OutsidePictures::named);
@@ -66,39 +64,39 @@ std::vector<Filename> outsideFiles(const BaseDocument& document);
 /// A picture's file as an outside picture; its bytes are null when it cannot be read.
 PicturePtr readPictureFile(const Filename& file);
 
-/// The bytes that `saveDocument` writes, all pictures packed; with `binary` those of a .glb. Empty with a
-/// sentence in `error` when it cannot be.
+/// The bytes that `saveDocument` writes, with all pictures packed; with `binary` those of a .glb. Empty on
+/// failure, with a sentence in `error`.
 std::vector<std::byte> saveDocumentToMemory(const BaseDocument& document, bool binary,
                                             std::string* error = nullptr);
 
-/// A document with nothing in it but what every document has: a view, default render settings.
+/// An empty document: a view and default render settings.
 DocumentPtr newDocument();
 
-/// Whether two documents are equal node by node and value by value; identities, file name and folder aside.
-/// `difference` tells the first one found.
+/// Whether two documents are equal node by node and value by value, except identities, file name and folder.
+/// `difference` (may be null) gets the first difference.
 bool documentsEqual(const BaseDocument& a, const BaseDocument& b, std::string* difference = nullptr);
 
-/// What a document holds.
+/// The contents of a document.
 struct SceneCounts {
   std::size_t objects = 0, meshes = 0, triangles = 0, materials = 0, textures = 0, pictures = 0, lights = 0,
               cameras = 0, animations = 0;
   std::vector<std::string> cameraNames, animationNames;
   Vector low, high; // bounds of all meshes at the document's time
 };
-/// `meshes` and `pictures` count those that differ, `triangles` those of all objects together.
+/// Shared meshes and pictures count once; `triangles` is the sum over all objects.
 SceneCounts countScene(BaseDocument& document);
 
-/// The box around all meshes at the document's time, floors aside; nothing when there is none.
+/// The box around all meshes at the document's time, except floors; nothing without meshes.
 struct SceneBounds {
   Vector low, high;
 
   Vector center() const { return (low + high) * 0.5; }
-  /// Half the diagonal: that of the sphere around the box. Above 0.
+  /// Half the diagonal, the radius of the sphere around the box. Above 0.
   Real radius() const;
 };
 std::optional<SceneBounds> sceneBounds(BaseDocument& document);
 
-/// Places a view's own camera so that it sees all meshes, from the front, above and to the right.
+/// Places a view's own camera so that all meshes are seen from the front, above and the right.
 void frameScene(BaseDocument& document, BaseDraw& view);
 
 } // namespace host

@@ -1,5 +1,5 @@
-// Other scene formats. The import library stands behind a part of the host (part.h) that is loaded with the
-// first such scene.
+// Scene formats other than glTF. The import library is behind a part of the host (part.h), which is loaded
+// with the first such scene.
 #pragma once
 
 #include "gltf_load.h"
@@ -8,7 +8,7 @@ extern "C" void* lumenara_part_import();
 
 namespace host {
 
-/// Whether the suffix is of a format that can be imported.
+/// Whether the suffix belongs to a format that can be imported.
 bool canImport(const Filename& file);
 
 /// Imports a file whose bytes have been read. Throws SceneError, also when the part cannot be loaded.

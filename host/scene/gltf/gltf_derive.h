@@ -1,5 +1,5 @@
-// What glTF's own words give as node parameters, and the words for a node's parameters. Loading reads with
-// them; saving writes, reads back and puts into extras only what does not come back by itself.
+// Node parameters from glTF's own properties and back. Saving writes the properties, reads them back and puts
+// only the differences into extras.
 #pragma once
 
 #include "gltf_json.h"
@@ -14,25 +14,25 @@ BaseContainer lightParameters(const Json& light);
 Json lightJson(const NodeState& light);
 
 BaseContainer materialParameters(const Json& material);
-/// Without textures.
+/// The properties of a material, without textures.
 Json materialJson(const NodeState& material);
 
 /// A bitmap's parameters from a texture reference and the texture's sampler.
 BaseContainer bitmapParameters(const Json& textureInfo, const Json& sampler);
-/// The reference, without its index, and the sampler (null for none).
+/// The texture reference without its index, and the sampler; a null value when all is default.
 Json textureInfoJson(const NodeState& bitmap);
 Json samplerJson(const NodeState& bitmap);
 
-/// The slots that have a texture of glTF's, and where in a material it stands.
+/// A slot with a texture in glTF, and its place in the material.
 struct TextureSlot {
   int slot;
   const char* extension; // null: in the material; "" in pbrMetallicRoughness
   const char* name;
 };
 std::span<const TextureSlot> textureSlots();
-/// The texture reference of a slot; a null value when there is none.
+/// The texture reference of a slot; a null value without one.
 const Json& textureInfo(const Json& material, const TextureSlot& slot);
-/// The place for one.
+/// The place for the texture reference of a slot, which is made if needed.
 Json& textureInfo(Json& material, const TextureSlot& slot);
 
 } // namespace host

@@ -9,20 +9,20 @@
 
 namespace host {
 
-/// The identity that a link's JSON names; 0 for none.
+/// The identity that a link's JSON names; 0 when it names nothing.
 using LinkReader = std::function<Identity(const Json& link)>;
-/// The JSON that names a node of this identity; null for none.
+/// The JSON that names the node of this identity; null when it cannot be named.
 using LinkWriter = std::function<Json(Identity identity)>;
 
 Json containerToJson(const BaseContainer& container, const LinkWriter& links);
-/// Entries that are no entries are left out.
+/// Invalid entries are left out.
 BaseContainer containerFromJson(const Json& entries, const LinkReader& links, int depth = 0);
 
-/// Writes into `to` ("container", "remove", "order") what turns `derived` into `actual`; nothing when they
-/// are equal.
+/// Writes into `to` the changes ("container", "remove", "order") that turn `derived` into `actual`; nothing
+/// when they are equal.
 void writeDifference(const BaseContainer& derived, const BaseContainer& actual, const LinkWriter& links,
                      Json& to);
-/// Does what `writeDifference` wrote.
+/// Applies the changes that `writeDifference` wrote.
 void applyDifference(const Json& from, const LinkReader& links, BaseContainer& container);
 
 Json timeJson(const BaseTime& time);

@@ -6,13 +6,13 @@
 
 namespace host {
 
-/// What a file says of a camera; 0 for what it does not say. Angles in radians.
+/// A camera of a file; 0 for values that the file does not give. Angles in radians.
 struct DaeCamera {
   double xfov = 0, yfov = 0, aspect = 0, near = 0;
   double xmag = 0, ymag = 0; // orthographic
 };
 
-/// One for every use of a camera, in the file's order.
+/// The camera of every camera instance, in the file's order.
 std::vector<DaeCamera> readDaeCameras(std::string_view file);
 
 } // namespace host

@@ -11,12 +11,12 @@
 
 namespace host {
 
-/// Differences from the mesh, one entry a vertex, or none.
+/// Differences from the mesh; each vector is empty or has one entry a vertex.
 struct MorphTarget {
   std::vector<Float3> positions, normals, tangents;
 };
 
-/// What bends a mesh: morph targets, and the influence of joints on vertices in sets of four.
+/// Morph targets of a mesh, and the influence of joints on its vertices in sets of four.
 struct Deformation {
   Identity id = newIdentity();
   std::vector<MorphTarget> targets;

@@ -1,4 +1,4 @@
-// Geometry: immutable, shared between documents and their clones, never copied to clone. Any thread.
+// Geometry: immutable and shared between documents and their clones. Any thread.
 #pragma once
 
 #include <array>
@@ -26,7 +26,7 @@ struct Mesh {
   Identity id = newIdentity();
   std::vector<Float3> positions;
   std::vector<Float3> normals;  // unit length; empty: flat
-  std::vector<Float4> tangents; // w is the bitangent's sign; empty: from uv0 where a normal map needs it
+  std::vector<Float4> tangents; // w is the bitangent's sign; empty: derived from uv[0] for normal maps
   std::array<std::vector<Float2>, 2> uv;
   std::vector<Float4> colors; // linear
   std::vector<std::array<std::uint32_t, 3>> triangles;

@@ -5,14 +5,14 @@
 
 namespace host {
 
-/// Sets `low` and `high`; both 0 for no vertices.
+/// Sets `low` and `high`; both are 0 without vertices.
 void setBounds(Mesh& mesh);
-/// Unit normals at the vertices, the mean of the triangles around weighted by their area. Vertices of the
-/// same number in `point` share one; without it each stands alone.
+/// Unit normals at the vertices: the mean over the triangles around each, weighted by area. Vertices of the
+/// same number in `point` share a normal; without `point` none do.
 std::vector<Float3> smoothNormals(const Mesh& mesh, const std::vector<std::uint32_t>* point = nullptr);
-/// Bytes that the mesh's arrays take.
+/// The size of the mesh's arrays in bytes.
 std::size_t bytesOf(const Mesh& mesh) noexcept;
-/// Unit length; `otherwise` when there is none.
+/// The vector at unit length; `otherwise` for a null vector.
 Float3 unit(const Float3& v, const Float3& otherwise) noexcept;
 Float3 cross(const Float3& a, const Float3& b) noexcept;
 Float3 minus(const Float3& a, const Float3& b) noexcept;

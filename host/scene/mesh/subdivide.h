@@ -7,9 +7,9 @@
 namespace host {
 
 /// The mesh after `level` steps. Vertices at the same place count as one, so the surface stays closed where
-/// the file splits it; coordinates and colours keep their seams. Neighbouring triangles that make a quad are
-/// refined as one. The level is lowered until the result has at most 32 million triangles. The mesh itself
-/// for level 0 or a shape that cannot be subdivided; null after a break.
+/// the file splits it; coordinates and colours keep their seams. Pairs of triangles that form a quad are
+/// refined as one face. The level is lowered until the result has at most 32 million triangles. The mesh
+/// itself for level 0 or a shape that cannot be subdivided; null after a break.
 MeshPtr subdivide(const MeshPtr& mesh, int level, const BaseThread* thread);
 
 } // namespace host

@@ -1,4 +1,4 @@
-// What a renderer sees of a document: a flat, immutable picture of it at one time. It shares meshes and
+// The renderer's input: a flat, immutable description of a document at one time. It shares meshes and
 // pictures with the document, so taking one copies no vertex and no pixel. World space: right-handed, y up,
 // metres.
 #pragma once
@@ -12,12 +12,12 @@
 
 namespace host {
 
-/// A picture as its file holds it. Immutable, shared.
+/// A picture file in memory. Immutable, shared.
 struct Picture {
   Identity id = newIdentity();
-  std::string name; // what a user would call it: the file name, or the image's name
-  std::string uri;  // where it came from, empty when embedded
-  Filename file;    // outside the scene's own file: where it lies; empty when packed into it
+  std::string name; // for the user: the file name, or the image's name
+  std::string uri;  // its source; empty when embedded
+  Filename file;    // of an outside picture; empty when packed into the scene
   std::string mimeType;
   std::shared_ptr<const std::vector<std::byte>> bytes; // null: the file is missing
 };
@@ -25,8 +25,8 @@ using PicturePtr = std::shared_ptr<const Picture>;
 
 enum class Wrap : std::uint8_t { repeat, mirror, clamp };
 
-/// How a picture lies on a surface. uv' = offset + rotate(rotation) * (scale * uv), the glTF texture
-/// transform.
+/// The placement of a picture on a surface: uv' = offset + rotate(rotation) * (scale * uv), as in
+/// KHR_texture_transform.
 struct TextureUse {
   PicturePtr picture; // null: no texture
   int uvSet = 0;      // 0 or 1
@@ -46,23 +46,24 @@ struct Shade {
   TextureUse texture;       // bitmap
   float aoDistance = 1;     // ambientOcclusion: rays reach this far, in metres
   Float3 aoDark{0, 0, 0}, aoBright{1, 1, 1};
-  ShadeMix mix = ShadeMix::normal; // how this node goes onto the ones before it in a fusion or layer
-  float amount = 1;                // 0 to 1, of that
+  ShadeMix mix = ShadeMix::normal; // mixes this node with the ones before it in a fusion or layer
+  float amount = 1;                // weight of the mix, 0 to 1
   std::vector<std::shared_ptr<const Shade>> children; // fusion, layer: bottom first
 };
 using ShadePtr = std::shared_ptr<const Shade>;
 
 enum class AlphaMode : std::uint8_t { opaque, mask, blend };
 
-/// A surface, with the channel switches already applied (a channel that is off has its neutral value here).
-/// A null shade is the constant 1. Colour shades are decoded from sRGB, the others are data.
+/// A surface after channel switches: a channel that is off has its neutral value. A null shade is the
+/// constant
+/// 1. Colour shades are decoded from sRGB, the others are data.
 struct SurfaceMaterial {
   Identity id = 0;
   std::string name;
   Float4 baseColor{1, 1, 1, 1}; // colour channel, linear; alpha
   ShadePtr baseColorShade;      // its alpha multiplies too
   bool colorOn = true;          // false: no diffuse reflection; metals keep baseColor
-  bool reflectionOn = true;     // false: no reflection at all, metallic counts as 0
+  bool reflectionOn = true;     // false: no reflection, metallic counts as 0
   float metallic = 0, roughness = 1;
   ShadePtr metallicRoughnessShade; // metallic in blue, roughness in green
   float occlusionStrength = 1;
@@ -94,7 +95,7 @@ struct Instance {
   Identity object = 0;
   MeshPtr mesh; // never null
   Matrix toWorld;
-  std::vector<int> materials; // one a group of the mesh: index into Snapshot::materials
+  std::vector<int> materials; // indices into Snapshot::materials, one for each group of the mesh
   bool seenByCamera = true, castsShadows = true;
   bool isFloor = false;
 };
@@ -107,7 +108,7 @@ struct SnapshotLight {
   Float3 intensity{1, 1, 1}; // colour times: W/sr for point and spot, W/m^2 at normal incidence for distant
   Matrix toWorld;            // shines along its -Z
   float innerCone = 0, outerCone = 0.785398f; // half angles
-  float range = 0;                            // 0: without end
+  float range = 0;                            // metres; 0: unlimited
   float radius = 0; // of its sphere in metres (point, spot); half angle in radians (distant); 0: hard shadows
   bool shadows = true;
 };
@@ -118,7 +119,7 @@ struct SnapshotCamera {
   bool orthographic = false;
   float yfov = 0.8f;             // whole vertical angle
   float ymag = 1;                // orthographic: half the height
-  float znear = 0.01f, zfar = 0; // 0: without end
+  float znear = 0.01f, zfar = 0; // metres; zfar 0: unlimited
 };
 
 enum class SkyKind : std::uint8_t { none, constant, gradient, picture };
@@ -139,26 +140,25 @@ struct Snapshot {
   std::vector<SnapshotLight> lights;
   SnapshotCamera camera;
   SnapshotSky sky;
-  std::vector<std::string> missingAssets; // pictures that materials in use need and that are not there
-  std::vector<std::string> problems;      // sentences on what was left out or moved (snapshot_range.h)
+  std::vector<std::string> missingAssets; // missing pictures of materials in use
+  std::vector<std::string> problems;      // sentences about objects left out or moved (snapshot_range.h)
   Float3 low{}, high{};                   // bounds of all instances
 };
 using SnapshotPtr = std::shared_ptr<const Snapshot>;
 
 struct SnapshotOptions {
   double lod = 1;               // scales subdivision
-  bool activeOnly = false;      // only active objects and their children
+  bool activeOnly = false;      // only selected objects and their children
   bool textures = true;         // false: bitmap shaders give their factor
-  bool forEditor = false;       // leaves out what is hidden in the editor view instead of in renders
+  bool forEditor = false;       // leaves out objects hidden in the editor view instead of in renders
   BaseObject* camera = nullptr; // null: the render view's scene camera, else its editor camera
   BaseThread* thread = nullptr; // asked for a break
 };
 
-/// Takes one of a document that has been evaluated (`ExecutePasses`). Runs the generators and deformers that
-/// are on; their results are kept by identity and reused while their sources stay the same. A document
-/// without lights, glowing materials and sky gets a default light and a soft sky. Every number is finite and
-/// in the range of snapshot_range.h. Null after a break. On the
-/// document's thread.
+/// Takes a snapshot of a document that has been evaluated (`ExecutePasses`). Runs the enabled generators and
+/// deformers; their results are cached by identity while their sources stay the same. A document without
+/// lights, glowing materials and sky gets a default light and a soft sky. Every number is finite and in the
+/// range of snapshot_range.h. Null after a break. On the document's thread.
 SnapshotPtr takeSnapshot(BaseDocument& document, const SnapshotOptions& options);
 
 } // namespace host

@@ -1,16 +1,16 @@
-// Materials as a renderer sees them: channel switches applied, shader trees resolved.
+// Materials for the renderer: channel switches applied, shader trees resolved.
 #pragma once
 
 #include "node_state.h"
 
 namespace host {
 
-/// The look of what has no material.
+/// The material of surfaces without one.
 SurfaceMaterialPtr defaultMaterial();
-/// `missing` gets the names of the pictures that the material shows and that are not there.
+/// `missing` gets the names of the missing pictures that the material shows.
 SurfaceMaterialPtr resolveMaterial(const MaterialState& material, bool textures,
                                    std::vector<std::string>& missing);
-/// The top shader in a slot; null when there is none.
+/// The top shader in a slot; null for an empty slot.
 const ShaderState* shaderIn(const MaterialState& material, int slot) noexcept;
 
 } // namespace host
