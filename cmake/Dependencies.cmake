@@ -1,5 +1,5 @@
 # Everything that comes from outside, each with its purpose. No other file of the build looks for a package.
-# A dependency is used through the target dep::<name>; which folder may do so stands in Module.cmake.
+# A dependency is used through the target dep::<name>; Rules.cmake says which folder may use it.
 include_guard(GLOBAL)
 
 # dep::<name> for libraries or imported targets; the include folders are system folders, so foreign headers do not warn.

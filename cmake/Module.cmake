@@ -1,4 +1,4 @@
-# The folders of the host as targets, and who may use whom.
+# The folders of the host as targets. Rules.cmake says who may use whom.
 #
 #   lumenara_module(scene USES core LINKS dep::json)
 #
@@ -13,35 +13,7 @@
 # have no shared libraries: there it is linked with the rest.
 include_guard(GLOBAL)
 
-# Lower folders first. Each line: folder, then what it may use directly.
-set(LUMENARA_FOLDERS interface core image scene render dialog view session qt)
-set(LUMENARA_USES_interface)
-set(LUMENARA_USES_core interface)
-set(LUMENARA_USES_image core interface)
-set(LUMENARA_USES_scene core interface)
-set(LUMENARA_USES_render scene image core interface)
-set(LUMENARA_USES_dialog core image scene interface)
-set(LUMENARA_USES_view core image scene interface)
-set(LUMENARA_USES_session dialog view render core image scene interface)
-set(LUMENARA_USES_qt session dialog view render core image scene interface)
-
-# Sub-folders that are parts, each loaded at its first use.
-set(LUMENARA_PARTS_image ffmpeg pictures)
-set(LUMENARA_PARTS_scene import)
-
-# Third-party libraries stay behind one wall each; <folder>_<part> for parts.
-set(LUMENARA_WALLS_interface)
-set(LUMENARA_WALLS_core json threads)
-set(LUMENARA_WALLS_image png jpeg tiff exr webp lcms zip freetype harfbuzz fontconfig threads)
-set(LUMENARA_WALLS_image_ffmpeg ffmpeg)
-set(LUMENARA_WALLS_image_pictures openimageio magick)
-set(LUMENARA_WALLS_scene tinygltf draco opensubdiv json threads)
-set(LUMENARA_WALLS_scene_import assimp json)
-set(LUMENARA_WALLS_render embree tbb epoxy threads)
-set(LUMENARA_WALLS_dialog threads)
-set(LUMENARA_WALLS_view threads)
-set(LUMENARA_WALLS_session threads)
-set(LUMENARA_WALLS_qt qt threads)
+include(${CMAKE_CURRENT_LIST_DIR}/Rules.cmake)
 
 # The folders of the program lumenara, each an include root.
 set(LUMENARA_BATCH_ROOTS commands host jobs scene settings)
@@ -55,7 +27,7 @@ add_library(host_interface_api ALIAS c4d_interface)
 function(lumenara_module name)
   cmake_parse_arguments(arg "" "" "USES;LINKS" ${ARGN})
   if(NOT name IN_LIST LUMENARA_FOLDERS)
-    message(FATAL_ERROR "host/${name} is not in the table of folders in cmake/Module.cmake. Add it there with what it may use.")
+    message(FATAL_ERROR "host/${name} is not in the table of folders in cmake/Rules.cmake. Add it there with what it may use.")
   endif()
   set(apis ${arg_USES})
   list(TRANSFORM apis REPLACE "(.+)" "host_\\1_api")
@@ -91,7 +63,7 @@ endfunction()
 function(lumenara_part folder name)
   cmake_parse_arguments(arg "" "" "LINKS" ${ARGN})
   if(NOT name IN_LIST LUMENARA_PARTS_${folder})
-    message(FATAL_ERROR "host/${folder}/${name} is not in the table of parts in cmake/Module.cmake. Add it to LUMENARA_PARTS_${folder}.")
+    message(FATAL_ERROR "host/${folder}/${name} is not in the table of parts in cmake/Rules.cmake. Add it to LUMENARA_PARTS_${folder}.")
   endif()
   set(target host_${folder}_${name})
   file(GLOB sources CONFIGURE_DEPENDS "${name}/*.cpp")
@@ -112,7 +84,7 @@ function(lumenara_part folder name)
   install(TARGETS lumenara_${name} LIBRARY DESTINATION lib)
 endfunction()
 
-# Stops when a folder uses what the tables above do not allow, however its CMakeLists.txt came to link it.
+# Stops when a folder uses what Rules.cmake does not allow, however its CMakeLists.txt came to link it.
 function(lumenara_check_links)
   get_property(modules GLOBAL PROPERTY LUMENARA_MODULES)
   foreach(name IN LISTS modules)
@@ -166,7 +138,7 @@ function(lumenara_check_link name link)
     return()
   elseif(NOT link STREQUAL "host_${name}" AND NOT link STREQUAL "lumenara_warnings")
     list(JOIN LUMENARA_WALLS_${name} ", " allowed)
-    message(FATAL_ERROR "${path} must not link ${link}. Libraries allowed there: ${allowed} (cmake/Module.cmake).")
+    message(FATAL_ERROR "${path} must not link ${link}. Libraries allowed there: ${allowed} (cmake/Rules.cmake).")
   endif()
 endfunction()
 

@@ -7,41 +7,22 @@ import pathlib
 import re
 import sys
 
-# Folder of the host: what it may include of the project, itself aside.
-USES = {
-    "interface": set(),
-    "core": {"interface"},
-    "image": {"interface", "core"},
-    "scene": {"interface", "core"},
-    "render": {"interface", "core", "image", "scene"},
-    "dialog": {"interface", "core", "image", "scene"},
-    "view": {"interface", "core", "image", "scene"},
-    "session": {"interface", "core", "image", "scene", "render", "dialog", "view"},
-    "qt": {"interface", "core", "image", "scene", "render", "dialog", "view", "session"},
-}
-HOST = set(USES)
+RULES = pathlib.Path(__file__).parents[2] / "cmake" / "Rules.cmake"
 
-# Third-party headers: pattern of the include, then the folders where it may stand.
-WALLS = [
-    (r"embree3/|tbb/|oneapi/tbb", {"host/render", "bench"}),
-    (r"epoxy/|EGL/|GL/", {"host/render/preview"}),
-    (r"spng\.h$|jpeglib\.h$|jerror\.h$|tiffio\.h$|OpenEXR/|Imath/|webp/", {"host/image/codec", "tests", "bench"}),
-    (r"lcms2\.h$", {"host/image/color", "tests"}),
-    (r"OpenImageIO/|Magick\+\+", {"host/image/pictures", "tests"}),
-    (r"libav(codec|format|util)/|libswscale/", {"host/image/ffmpeg", "tests/image"}),
-    (r"zip\.h$", {"host/image/codec", "tests/image"}),
-    (r"ft2build\.h|freetype|FT_[A-Z_]+$|hb(-[a-z]+)?\.h|harfbuzz/|fontconfig/", {"host/image/text"}),
-    (r"tiny_gltf\.h|draco/", {"host/scene/gltf", "tests"}),
-    (r"opensubdiv/", {"host/scene/mesh", "tests"}),
-    (r"assimp/", {"host/scene/import"}),
-    (r"nlohmann/", {"host/core", "host/scene", "apps/batch", "apps/studio", "tests", "bench"}),
-    (r"CLI/", {"apps/batch", "apps/studio"}),
-    (r"Q[A-Z]\w*$|Qt\w*/|q[a-z]+\.h$", {"host/qt", "apps/studio", "tests/qt", "bench/studio"}),
-    # Instructions of one processor family, beside portable code that does the same.
-    (r"emmintrin\.h$", {"host/image"}),
-    (r"gtest/|gmock/", {"tests"}),
-    (r"benchmark/", {"bench"}),
-]
+
+def read_rules(text):
+    """USES: folder of the host -> folders that it may include besides its own. WALLS: (pattern of an include, places) pairs."""
+    uses = {name: set(folders.split()) for name, folders in re.findall(r"^set\(LUMENARA_USES_(\w+)([^)]*)\)", text, re.M)}
+    walls = [(headers, set(places.split()))
+             for headers, places in re.findall(r'^lumenara_wall\(\w+ "([^"]+)"((?: [\w/]+)*)\)', text, re.M) if headers != "-"]
+    count = text.count("\nlumenara_wall(")
+    if not uses or len(walls) + len(re.findall(r'^lumenara_wall\(\w+ "-"', text, re.M)) != count:
+        raise SystemExit(f"error: {RULES} has lines that this check cannot read; keep one lumenara_wall(...) a line")
+    return uses, walls
+
+
+USES, WALLS = read_rules(RULES.read_text(encoding="utf-8"))
+HOST = set(USES)
 
 # The one file that may use what only this platform has.
 PLATFORM_FILE = "host/core/platform_linux.cpp"

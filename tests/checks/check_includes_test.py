@@ -76,6 +76,14 @@ def main():
         faults = faults_of({**RIGHT, name: text})
         if len(faults) != 1 or name not in faults[0] or expected not in faults[0]:
             bad.append(f"{name} with {text!r}: expected one fault with '{expected}', got {faults}")
+    uses, walls = check_includes.read_rules('set(LUMENARA_USES_b a)\nlumenara_wall(x "x[.]h$|y/" host/b tests)\nlumenara_wall(t "-" host/a)\n')
+    if (uses, walls) != ({"b": {"a"}}, [("x[.]h$|y/", {"host/b", "tests"})]):
+        bad.append(f"the rules are misread: {uses} {walls}")
+    try:
+        check_includes.read_rules('set(LUMENARA_USES_b a)\n\nlumenara_wall(x\n  "x" host/b)\n')
+        bad.append("a rule over two lines is passed over in silence")
+    except SystemExit:
+        pass
     print("\n".join(bad) or f"{len(WRONG)} faults found")
     sys.exit(1 if bad else 0)
 

@@ -1,0 +1,63 @@
+# Who may use whom: the one table. Module.cmake checks the links of the targets against it while CMake configures, and
+# tests/checks/check_includes.py reads this file and checks every #include.
+include_guard(GLOBAL)
+
+# The host's folders, lower ones first, and what each may use.
+set(LUMENARA_FOLDERS interface core image scene render dialog view session qt)
+set(LUMENARA_USES_interface)
+set(LUMENARA_USES_core interface)
+set(LUMENARA_USES_image core interface)
+set(LUMENARA_USES_scene core interface)
+set(LUMENARA_USES_render scene image core interface)
+set(LUMENARA_USES_dialog core image scene interface)
+set(LUMENARA_USES_view core image scene interface)
+set(LUMENARA_USES_session dialog view render core image scene interface)
+set(LUMENARA_USES_qt session dialog view render core image scene interface)
+
+# Sub-folders that are parts, each loaded at its first use.
+set(LUMENARA_PARTS_image ffmpeg pictures)
+set(LUMENARA_PARTS_scene import)
+
+# lumenara_wall(NAME HEADERS PLACE...): the library dep::NAME, a regular expression that its headers begin with ("-" for the standard
+# library's own), and the folders that may include them. A folder of the host that has such a place may link the library.
+function(lumenara_wall name headers)
+  foreach(place IN LISTS ARGN)
+    if(place MATCHES "^host/([a-z]+)/?(.*)$")
+      set(folder ${CMAKE_MATCH_1})
+      if(CMAKE_MATCH_2 IN_LIST LUMENARA_PARTS_${folder})
+        string(APPEND folder "_${CMAKE_MATCH_2}")
+      endif()
+      list(APPEND LUMENARA_WALLS_${folder} ${name})
+      set(LUMENARA_WALLS_${folder} ${LUMENARA_WALLS_${folder}} PARENT_SCOPE)
+    endif()
+  endforeach()
+endfunction()
+
+lumenara_wall(threads "-" host/core host/image host/scene host/render host/dialog host/view host/session host/qt)
+lumenara_wall(json "nlohmann/" host/core host/scene host/scene/import apps/batch apps/studio tests bench)
+lumenara_wall(png "spng[.]h$" host/image/codec tests bench)
+lumenara_wall(jpeg "jpeglib[.]h$|jerror[.]h$" host/image/codec tests bench)
+lumenara_wall(tiff "tiffio[.]h$" host/image/codec tests bench)
+lumenara_wall(exr "OpenEXR/|Imath/" host/image/codec tests bench)
+lumenara_wall(webp "webp/" host/image/codec tests bench)
+lumenara_wall(lcms "lcms2[.]h$" host/image/color tests)
+lumenara_wall(zip "zip[.]h$" host/image/codec tests/image)
+lumenara_wall(freetype "ft2build[.]h$|freetype|FT_[A-Z_]+$" host/image/text)
+lumenara_wall(harfbuzz "hb(-[a-z]+)?[.]h$|harfbuzz/" host/image/text)
+lumenara_wall(fontconfig "fontconfig/" host/image/text)
+lumenara_wall(openimageio "OpenImageIO/" host/image/pictures tests)
+lumenara_wall(magick "Magick[+][+]" host/image/pictures tests)
+lumenara_wall(ffmpeg "libav(codec|format|util)/|libswscale/" host/image/ffmpeg tests/image)
+lumenara_wall(tinygltf "tiny_gltf[.]h$" host/scene/gltf tests)
+lumenara_wall(draco "draco/" host/scene/gltf tests)
+lumenara_wall(opensubdiv "opensubdiv/" host/scene/mesh tests)
+lumenara_wall(assimp "assimp/" host/scene/import)
+lumenara_wall(embree "embree3/" host/render bench)
+lumenara_wall(tbb "tbb/|oneapi/tbb" host/render bench)
+lumenara_wall(epoxy "epoxy/|EGL/|GL/" host/render/preview)
+lumenara_wall(qt "Q[A-Z][A-Za-z0-9_]*$|Qt[A-Za-z0-9_]*/|q[a-z]+[.]h$" host/qt apps/studio tests/qt bench/studio)
+lumenara_wall(cli11 "CLI/" apps/batch apps/studio)
+lumenara_wall(gtest "gtest/|gmock/" tests)
+lumenara_wall(benchmark "benchmark/" bench)
+# Instructions of one processor family, beside portable code that does the same.
+lumenara_wall(sse2 "emmintrin[.]h$" host/image)
