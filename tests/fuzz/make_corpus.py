@@ -248,6 +248,8 @@ def main():
         write("scene", f"{make.__name__}.glb", make().glb())
     for make in (plain, furnished):
         write("scene", f"{make.__name__}.gltf", make().text())
+    for make in (animated, skinned, furnished):
+        write("render", f"{make.__name__}.glb", make().glb())
     containers()
     preferences()
     names()
