@@ -1,5 +1,4 @@
-# Shared by test and .ci/run: stages with their times, shards of test binaries, and the ends of their reports. Sourced after
-# setup.sh.
+# Shared by test and .ci/run: stages with their times, and runs of tests with their reports. Sourced after setup.sh.
 
 STAGES=()
 FAILED_STAGES=()
@@ -15,9 +14,8 @@ stage() {
   return "$code"
 }
 
-# bounded_stage NAME SECONDS COMMAND...: a stage that is ended when its time is over. It then counts as unfinished, not as failed:
-# the list of stages says so. A failure on trial (TRIAL=1) is listed and does not count either: it is for what was never seen whole
-# and green yet.
+# bounded_stage NAME SECONDS COMMAND...: a stage that is ended when its time is over. The list of stages then names it as not
+# finished; it does not count as failed.
 bounded_stage() {
   local name=$1 limit=$2 start=$SECONDS code=0 running watch
   shift 2
@@ -38,9 +36,7 @@ bounded_stage() {
     return 1
   fi
   local verdict=''
-  if [[ $code != 0 && ${TRIAL:-0} == 1 ]]; then
-    verdict=' (FAILED ON TRIAL: not counted)'
-  elif [[ $code != 0 ]]; then
+  if [[ $code != 0 ]]; then
     verdict=' (failed)'
     FAILED_STAGES+=("$name")
   fi
@@ -53,24 +49,21 @@ print_stages() {
   printf '%s\n' "${STAGES[@]}"
 }
 
-# run_shards PRESET FOLDER...: the folders' test binaries in four shards each, JOBS processes at a time. Tests share a process:
-# with the sanitizers a start costs more than most tests.
-run_shards() {
-  local build="$ROOT/build/$1" folder index
+# run_tests PRESET [CTEST ARGUMENTS]: runs tests, JOBS processes at a time, and keeps ctest's output in test.log.
+run_tests() {
+  local build="$ROOT/build/$1"
   shift
-  rm -rf "$build/tests/shards"
-  for folder in "$@"; do
-    for index in 0 1 2 3; do printf '%s %s\n' "$folder" "$index"; done
-  done | xargs -P "$JOBS" -L 1 "$ROOT/tools/run_shard.sh" "$build" 4
+  set -o pipefail
+  rm -rf "$build/tests/shards" "$build/test.log"
+  ctest --test-dir "$build" -j "$JOBS" --output-on-failure --no-tests=error "$@" </dev/null 2>&1 | tee "$build/test.log"
 }
 
-# The twenty slowest tests in ctest's output.
-slowest_tests() {
-  printf '\nSlowest tests (s):\n'
-  sed -nE 's/^ *[0-9]+\/[0-9]+ Test +#[0-9]+: ([^ ]+) .* ([0-9]+\.[0-9]+) sec.*$/\2 \1/p' "$1" | sort -rn | sed -n 1,20p
+# test_report PRESET: counts the cases of the last run and lists its slowest tests. Fails when no test ran.
+test_report() {
+  "$ROOT/tools/test_report.py" "$ROOT/build/$1/test.log" "$ROOT/build/$1/tests/shards"
 }
 
-# ctest's closing summary once more, so that it stands last.
+# closing_summary PRESET: the summary of the last run of ctest.
 closing_summary() {
-  sed -n '/^[0-9]*% tests passed/,$p' "$1"
+  sed -n '/^[0-9]*% tests passed/,$p' "$ROOT/build/$1/test.log"
 }
