@@ -61,3 +61,5 @@ lumenara_wall(gtest "gtest/|gmock/" tests)
 lumenara_wall(benchmark "benchmark/" bench)
 # Instructions of one processor family, beside portable code that does the same.
 lumenara_wall(sse2 "emmintrin[.]h$" host/image)
+# The leak detector's own interface, in sanitizer builds.
+lumenara_wall(sanitizer "sanitizer/" host/core/plugins)
