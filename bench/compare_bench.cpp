@@ -1,4 +1,4 @@
-// Compare mode and the history: what the viewer's window waits for.
+// Compare mode and the history: operations that block the viewer's window.
 #include <benchmark/benchmark.h>
 
 #include <chrono>
@@ -20,7 +20,7 @@ namespace {
 
 constexpr LONG width = 1280, height = 720;
 
-/// Nothing is chosen; what is shown goes nowhere.
+/// A user interface that chooses nothing and discards what is shown.
 class Quiet final : public host::UserInterface {
  public:
   LONG popup(const BaseContainer& entries, LONG, LONG) override {
@@ -110,7 +110,7 @@ void compose(benchmark::State& state) {
   state.counters["plain_ms"] = benchmark::Counter(plain * 1000, benchmark::Counter::kAvgIterations);
 }
 
-/// What "Add Image to History" holds up the window for, with the two newest pictures loaded afterwards.
+/// Time for which "Add Image to History" blocks the window, including loading the two newest pictures.
 void addToHistory(benchmark::State& state) {
   Bench bench;
   fill(*bench.view->image, width, height, 3);

@@ -25,7 +25,7 @@ void fill(BaseBitmap& bitmap) {
       bitmap.SetPixel(x, y, x & 255, y & 255, (x + y) & 255);
 }
 
-/// What a stamp does with every pixel before it draws.
+/// The conversion of every pixel before a stamp draws.
 void copyThroughCalls(const BaseBitmap& bitmap, GeClipMap& map) {
   UWORD r, g, b;
   for (LONG y = 0; y < height; ++y)
@@ -35,7 +35,7 @@ void copyThroughCalls(const BaseBitmap& bitmap, GeClipMap& map) {
     }
 }
 
-/// And after it has drawn.
+/// The conversion back, after it has drawn.
 void copyBack(const GeClipMap& map, BaseBitmap& bitmap) {
   LONG r, g, b, a;
   for (LONG y = 0; y < height; ++y)
@@ -50,7 +50,8 @@ void copyPlain(const std::vector<std::uint32_t>& from, std::vector<std::uint32_t
     to[i] = from[i] | 0xff000000u;
 }
 
-/// There and back, beside the same two copies as plain loops over words; `ratio` is how many times slower.
+/// Both conversions, compared with the same two copies as plain loops over words; `ratio` is how many times
+/// slower they are.
 void stampCopy(benchmark::State& state) {
   AutoAlloc<BaseBitmap> bitmap;
   AutoAlloc<GeClipMap> map;
@@ -91,7 +92,7 @@ void stampText(benchmark::State& state) {
 }
 BENCHMARK(stampText)->Unit(benchmark::kMicrosecond);
 
-/// The same arithmetic on words: the mean of each eye into red, and into green and blue.
+/// The same arithmetic on words: the mean of each eye goes into red, and into green and blue.
 void anaglyphPlain(const std::vector<std::uint32_t>& left, const std::vector<std::uint32_t>& right,
                    std::vector<std::uint32_t>& to) {
   const auto mean = [](std::uint32_t w) { return ((w >> 16 & 255) + (w >> 8 & 255) + (w & 255)) / 3; };
@@ -99,8 +100,8 @@ void anaglyphPlain(const std::vector<std::uint32_t>& left, const std::vector<std
     to[i] = 0xff000000u | mean(left[i]) << 16 | mean(right[i]) * 0x101u;
 }
 
-/// Two eyes made one picture; `ratio` is how many times slower it is than plain loops over words. The plain
-/// loops know the colours of red-cyan glasses, the plug-in takes any.
+/// Composes the two eyes into one picture; `ratio` is how many times slower it is than plain loops over
+/// words. The plain loops have the colours of red-cyan glasses built in, the plug-in takes any.
 void anaglyph(benchmark::State& state) {
   AutoAlloc<BaseBitmap> left, right, both;
   fill(*left);

@@ -1,5 +1,5 @@
-// What an animation's frame of 1920 x 1080 costs in each format, in time and bytes, and how much of the
-// encoding hides behind the rendering of the next frame.
+// Time and bytes per animation frame of 1920 x 1080 in each format, and the share of the encoding that
+// overlaps the rendering of the next frame.
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
@@ -24,7 +24,7 @@ double secondsSince(Clock::time_point start) {
   return std::chrono::duration<double>(Clock::now() - start).count();
 }
 
-// A ball that moves over a floor of soft light, with the grain of a render of some samples.
+// A ball that moves over a softly lit floor, with the noise of a render of few samples.
 void paint(BaseBitmap& bitmap, int frame) {
   const double centreX = 300 + 60 * frame, centreY = 540, radius = 220;
   unsigned seed = 77u + static_cast<unsigned>(frame);
@@ -42,7 +42,7 @@ void paint(BaseBitmap& bitmap, int frame) {
     }
 }
 
-// Painted once; bitmaps are never freed, the program ends with them.
+// Painted once. The bitmaps live until the program ends.
 std::vector<BaseBitmap*>& frames() {
   static std::vector<BaseBitmap*> painted = [] {
     std::vector<BaseBitmap*> made;
@@ -62,14 +62,14 @@ std::string scratchFile() {
       .string();
 }
 
-// Stands for a renderer that keeps one processor busy.
+// Simulates a renderer that keeps one processor busy.
 void renderFor(double seconds) {
   for (const Clock::time_point start = Clock::now(); secondsSince(start) < seconds;)
     benchmark::ClobberMemory();
 }
 
-/// One movie that shows the frames `rounds` times; gives its seconds, `waited` those that the caller spent in
-/// the saver.
+/// Writes a movie that shows the frames `rounds` times. Returns its seconds; `waited` receives the seconds
+/// that the caller spent in the saver.
 double writeMovie(LONG format, LONG codec, int rounds, double rendering, double& waited,
                   benchmark::State& state) {
   BaseContainer options;
@@ -108,9 +108,9 @@ void movie(benchmark::State& state, LONG format, LONG codec) {
   std::filesystem::remove(scratchFile());
 }
 
-/// Frames that take 100 ms to render: how much longer than that the movie takes, a frame, and what encoding
-/// takes alone. Where the first is well below the second, encoding hides behind rendering. Long enough that
-/// the frames that an encoder looks ahead at, and encodes at the end only, are a part of the movie.
+/// Frames that take 100 ms to render: the extra time per frame, and the time of encoding alone. Where the
+/// first is well below the second, encoding overlaps rendering. The movie is longer than the look-ahead of
+/// the encoders, whose frames are encoded at the end only.
 void overlap(benchmark::State& state, LONG format, LONG codec) {
   frames();
   double waited = 0, alone = 0, beside = 0;

@@ -1,5 +1,5 @@
-// What each scene optimization saves: for every switch, the processor time and the rays of a render of the
-// demo scene with it off over those with everything on, as a Markdown table. Renders go through the plug-in's
+// Savings of each scene optimization: for every switch, processor time and rays of a render of the demo scene
+// with it off, divided by those with everything on, as a Markdown table. Renders go through the plug-in's
 // render thread.
 //
 //   bench_optimizations_bench [SCENE] [--size WxH] [--samples N] [--repeat N]
@@ -88,12 +88,12 @@ void measure(const bench::Options& options) {
       off.SetValue(s.key, static_cast<Real>(s.value));
     else
       off.SetValue(s.key, s.value);
-    bench::render(off, options); // what this switch changes is built once, outside the measurement
+    bench::render(off, options); // builds what this switch changes, outside the measurement
     const bench::Cost cost = bench::ratio(
         options, [&] { return bench::render(all, options); }, [&] { return bench::render(off, options); });
     printRow(s.what, cost);
   }
-  // The divisor is applied where a job is begun: the picture is smaller.
+  // The divisor takes effect when a job begins: the picture is smaller.
   bench::Options half = options;
   half.width /= 2, half.height /= 2;
   printRow("resolution divisor 2", bench::ratio(

@@ -1,6 +1,6 @@
-// What a region costs: processor time and rays of the render of a region of a tenth of the picture over those
-// of the whole picture, for regions in nine places and on average, as a Markdown table. Renders go through
-// the plug-in's render thread.
+// Cost of a region: processor time and rays of rendering a tenth of the picture, divided by those of the
+// whole picture, for nine places and on average, as a Markdown table. Renders go through the plug-in's render
+// thread.
 //
 //   bench_region_bench [SCENE] [--size WxH] [--samples N] [--repeat N]
 //
@@ -13,7 +13,7 @@
 
 namespace {
 
-/// A tenth of the picture, of the picture's shape, with its middle at these fractions or as near as it fits.
+/// A tenth of the picture, in the picture's shape, centred on these fractions or as near as it fits.
 bench::Rectangle tenthAt(const bench::Options& options, double x, double y) {
   const double side = std::sqrt(0.1);
   const LONG w = static_cast<LONG>(std::lround(options.width * side));

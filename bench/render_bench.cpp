@@ -1,6 +1,6 @@
-// What a render costs: the first coarse picture, a break, a changed scene, samples and rays a second, alone
-// and beside plain ray queries on the same rays. Prints tables; no argument: the demo scene and the shared
-// scenes.
+// Cost of a render: the first coarse picture, a break, a changed scene, samples and rays per second, and
+// plain queries of the same rays for comparison. Prints tables. Without arguments it renders the demo scene
+// and the shared scenes.
 //
 //   bench_render_bench [SCENE...] [--samples N] [--picture FILE.png]
 #include <algorithm>
@@ -39,7 +39,7 @@ double median(std::vector<double> values) {
   return values.empty() ? 0 : values[values.size() / 2];
 }
 
-/// A render on a thread of its own, as a plug-in does it.
+/// A render on a thread of its own, as in the plug-in.
 class RenderThread : public C4DThread {
  public:
   ~RenderThread() override { End(TRUE); }
@@ -72,7 +72,7 @@ RenderStats renderOnce(BaseDocument& document, const BaseContainer& settings, Ba
   return thread.stats;
 }
 
-/// Milliseconds from the request to end until the thread has ended, asked at the given time after its start.
+/// Milliseconds from the request to end, made at the given time after the start, until the thread has ended.
 double breakAfter(BaseDocument& document, const BaseContainer& settings, BaseBitmap& bitmap, int delayMs) {
   RenderThread thread;
   thread.document = &document;
@@ -89,7 +89,7 @@ struct RayList {
   std::vector<render::Ray> camera, scattered;
 };
 
-/// The camera's rays and one diffuse bounce of each.
+/// The camera's rays, with one diffuse bounce each.
 RayList collectRays(const render::RayScene& scene, const render::RenderCamera& camera) {
   RayList list;
   for (int y = 0; y < height; ++y)
@@ -108,7 +108,7 @@ RayList collectRays(const render::RayScene& scene, const render::RenderCamera& c
   return list;
 }
 
-/// Millions of rays a second through plain queries, all workers.
+/// Millions of rays per second in plain queries on all workers.
 double plainRate(const render::RayScene& scene, const std::vector<render::Ray>& rays, bool coherent) {
   if (rays.empty()) return 0;
   std::atomic<std::size_t> next{0}, hits{0};
@@ -185,7 +185,7 @@ void measure(const std::string& file, int samples, const std::string& picture) {
   const double perMillion =
       (full.render_ms - full.build_ms) / 1e3 / (static_cast<double>(full.camera_samples) / 1e6);
 
-  // On a machine that does other things as well the processor time tells more than the wall clock.
+  // Processor time is more reliable than the wall clock on a busy machine.
   const double cpu = static_cast<double>(std::clock() - cpuStart) / CLOCKS_PER_SEC;
   const double cpuPerMillion = cpu / workerCount() / (static_cast<double>(full.camera_samples) / 1e6);
 

@@ -1,6 +1,6 @@
-// What the benchmarks of single settings share: a scene, renders of it through the plug-in's render thread
-// one after the other, and what each costs. A ratio of two renders that follow each other hardly depends on
-// what else the machine does; rays are counted, and their ratio is the same on every machine.
+// Shared by the benchmarks of single settings: renders of a scene through the plug-in's render thread, one
+// after the other, and their costs. The ratio of two consecutive renders hardly depends on the machine's
+// other load; rays are counted, and their ratio is the same on every machine.
 #pragma once
 
 #include <algorithm>
@@ -21,10 +21,10 @@
 
 namespace bench {
 
-/// What the command line says: [SCENE] [--size WxH] [--samples N] [--repeat N].
+/// The command line: [SCENE] [--size WxH] [--samples N] [--repeat N].
 struct Options {
   std::string scene = LUMENARA_SOURCE_DIR "/scenes/demo.glb";
-  LONG width = 0, height = 0, samples = 0; // pixels; camera samples a pixel
+  LONG width = 0, height = 0, samples = 0; // pixels; camera samples per pixel
   LONG repeat = 0;                         // pairs, whose median counts
 };
 
@@ -67,8 +67,8 @@ inline Cost render(lmSettings& settings, const Options& options, const Rectangle
   return cost;
 }
 
-/// What `changed` costs over what `whole` costs, both functions that give a Cost: the median of the seconds
-/// of `options.repeat` pairs, and the rays.
+/// The cost of `changed` divided by the cost of `whole`, both functions that return a Cost: the median of the
+/// seconds of `options.repeat` pairs, and the rays.
 template <class Whole, class Changed>
 Cost ratio(const Options& options, Whole whole, Changed changed) {
   std::vector<double> seconds;
@@ -98,8 +98,8 @@ inline Options parse(int argc, char** argv, Options options) {
   return options;
 }
 
-/// Opens the scene, gives every pixel the same number of samples, so that both renders of a pair do the same
-/// work, and measures. The program's exit code.
+/// Opens the scene and measures. Every pixel gets the same number of samples, so that both renders of a pair
+/// do the same work. Returns the program's exit code.
 inline int run(const Options& options, void (*measure)(const Options&)) {
   host::ProgramOptions program;
   program.loadModules = false;

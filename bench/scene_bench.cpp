@@ -1,5 +1,5 @@
-// What documents cost: loading, cloning (what every render starts with), the renderer's view of them, saving.
-// Scenes that are not there are left out.
+// Cost of documents: loading, cloning (the first step of every render), snapshots for the renderer, saving.
+// Missing scenes are left out.
 #include <benchmark/benchmark.h>
 
 #include <filesystem>

@@ -1,6 +1,6 @@
-// The editor view: how many pictures a second show while somebody orbits, and what the main thread pays.
-// Arguments: width, height. A scene that is not there is skipped with an error line.
-// LUMENARA_VIEW_PICTURE=FILE also writes the last, smooth picture.
+// The editor view: pictures per second while the user orbits, and the load of the main thread. Arguments:
+// width, height. A missing scene is skipped with an error line. LUMENARA_VIEW_PICTURE=FILE also writes the
+// last, smooth picture.
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
@@ -46,8 +46,8 @@ void writePicture(const host::ViewImage& image) {
   BaseBitmap::Free(bitmap);
 }
 
-// A hand that orbits for two seconds: 125 mouse events a second, whether pictures keep up or not. A view is
-// the first picture of a new camera; what refines it does not count. The gap is the worst between two
+// Orbits for two seconds with 125 mouse events per second, whether pictures keep up or not. A view is the
+// first picture of a new camera; its refinements do not count. The gap is the longest time between two
 // pictures.
 void orbit(benchmark::State& state, Filename (*file)()) {
   host::LoadResult loaded = host::loadDocument(file());
@@ -116,7 +116,7 @@ void orbit(benchmark::State& state, Filename (*file)()) {
   host::setActiveDocument(nullptr);
 }
 
-// What an answer to a click costs.
+// Time of an answer to a click.
 void pick(benchmark::State& state, Filename (*file)()) {
   host::LoadResult loaded = host::loadDocument(file());
   if (!loaded.document) {

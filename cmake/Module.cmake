@@ -1,4 +1,4 @@
-# The folders of the host as targets. Rules.cmake says who may use whom.
+# The folders of the host as targets. Rules.cmake lists the allowed dependencies.
 #
 #   lumenara_module(scene USES core LINKS dep::json)
 #

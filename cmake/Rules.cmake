@@ -1,4 +1,4 @@
-# Who may use whom: the one table. Module.cmake checks the links of the targets against it while CMake configures, and
+# Allowed dependencies: the one table. Module.cmake checks the links of the targets against it while CMake configures, and
 # tests/checks/check_includes.py reads this file and checks every #include.
 include_guard(GLOBAL)
 

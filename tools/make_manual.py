@@ -45,7 +45,7 @@ def strings():
 
 
 def parse(parts, at):
-    """What stands between two braces: ([word, words..., block or None]...), and where it ends."""
+    """The entries between two braces, ([word, words..., block or None]...), and the index of their end."""
     out, words = [], []
     while at < len(parts):
         part = parts[at]
@@ -72,7 +72,7 @@ class Dialog:
                 if block is not None and self.number(words[1]) == number:
                     self.block = block
                     return
-        sys.exit(f"there is no dialog {number} in res/dialogs")
+        sys.exit(f"res/dialogs has no dialog {number}")
 
     def number(self, word):
         return self.numbers.get(word) if word in self.numbers else int(word) if word.lstrip("-").isdigit() else None

@@ -1,4 +1,4 @@
-"""What tools/stress looks at from outside: whether pictures and settings are whole, and what a process holds."""
+"""Checks of tools/stress from outside: pictures and settings are whole, a process holds no more than before."""
 import json
 import os
 import pathlib
@@ -16,7 +16,7 @@ def require(condition, sentence):
         raise Broken(sentence)
 
 
-# --- pictures, decoded here: another program's opinion ---
+# --- pictures, decoded independently of the programs ---
 
 def check_png(data):
     require(data[:8] == b"\x89PNG\r\n\x1a\n", "it does not begin as a PNG")
@@ -97,14 +97,14 @@ def stored_settings(home, plugin=1021442):
 
 
 def leftovers(folder):
-    """Files that were being written when their program ended."""
+    """Unfinished files of killed programs."""
     return [str(path) for path in pathlib.Path(folder).rglob("*") if path.name.startswith(".") and ".tmp" in path.name]
 
 
 # --- processes ---
 
 def holdings(process):
-    """What a process holds: memory in kilobytes, open files, threads."""
+    """Resources of a process: memory in kilobytes, open files, threads."""
     status = {}
     for line in pathlib.Path(f"/proc/{process}/status").read_text(encoding="utf-8").splitlines():
         name, _, value = line.partition(":")
@@ -114,7 +114,7 @@ def holdings(process):
 
 
 class Flatness:
-    """What a process holds, sampled; nothing may grow after the first quarter."""
+    """Samples of the resources of a process; nothing may grow after the first quarter."""
 
     def __init__(self, memory_slack):
         self.samples, self.memory_slack = [], memory_slack

@@ -1,10 +1,10 @@
-// How long the desktop lets its user wait: from a changed scene to changed pixels of the viewer, and from an
-// input event to its handling while a render keeps all workers busy. The real program's parts, on any display
-// of Qt ("offscreen" too).
+// Response times of the desktop: from a changed scene to changed pixels of the viewer, and from an input
+// event to its handling while a render keeps all workers busy. Uses the real program's parts, on any of Qt's
+// platforms ("offscreen" too).
 //
 //   bench_studio_bench [SCENE...] [--repeat N]
 //
-// No argument: the demo scene, and the million triangles where the shared scenes are.
+// Without arguments: the demo scene, and the scene of a million triangles where the shared scenes are.
 #include <QApplication>
 #include <QEvent>
 #include <QTemporaryDir>
@@ -52,7 +52,7 @@ struct Spread {
   }
 };
 
-/// Watches the viewer's widget: when it was painted with other pixels than before.
+/// Records when the viewer's widget was painted with changed pixels.
 class PaintWatch : public QObject {
  public:
   PaintWatch(QWidget& widget, GeUserArea& area) : widget_(widget), area_(area) {
@@ -71,7 +71,7 @@ class PaintWatch : public QObject {
   }
 
  private:
-  /// What the widget is about to show, without the corner in which the progress of a render is drawn.
+  /// The pixels that the widget is about to show, without the corner with the render's progress.
   std::vector<std::uint32_t> picture() const {
     const Surface& surface = areaSurface(area_);
     std::vector<std::uint32_t> words;
@@ -86,7 +86,7 @@ class PaintWatch : public QObject {
   bool changed_ = false;
 };
 
-/// Input events that another thread posts, and how long each waited. 'Handled' is when the widget gets it.
+/// Input events that another thread posts, and the time until the widget receives each.
 class InputWatch : public QObject {
  public:
   std::vector<double> waited;
@@ -137,11 +137,11 @@ void storeSettings(const QString& home) {
   SetWorldPluginData(viewerCommand, data);
 }
 
-/// Once for each repetition: a moved object, until its picture is on screen.
+/// For each repetition, moves an object and waits until its picture is on screen.
 std::vector<double> sceneChanges(Studio& studio, PaintWatch& watch, int repeat) {
   std::vector<double> times;
   for (int i = 0; i < repeat; ++i) {
-    // Until the render has ended and nothing is drawn any more; at another point of the poll every time.
+    // Waits for the end of the render and of the drawing, at another point of the polling interval each time.
     CallCommand(1021448);
     quiet(700 + 37 * (i % 9));
     watch.begin();
@@ -161,7 +161,7 @@ std::vector<double> sceneChanges(Studio& studio, PaintWatch& watch, int repeat) 
   return times;
 }
 
-/// A thousand events at about 200 a second, with a render running all the while.
+/// A thousand events at about 200 per second while a render is running.
 std::vector<double> inputWhileRendering(Studio& studio) {
   InputWatch input;
   std::atomic<bool> stop{false};

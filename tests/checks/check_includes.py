@@ -80,7 +80,7 @@ def check_quoted(path, area, name, headers):
     owners = headers.get(pathlib.PurePath(name).name, set())
     here = {owner for owner in owners if owner in allowed_areas(area)}
     if not owners:
-        return "is no header of the project; other headers are included with <>"
+        return "is not a header of the project; include other headers with <>"
     if area.startswith("host/") and "/" in name:
         return "names a folder; folders are include roots, name the file alone"
     if not here:

@@ -40,7 +40,7 @@ WRONG = [
     ("host/core/a.cpp", "#include <sys/stat.h>\n", "platform_linux"),
     ("host/core/a.cpp", "#ifdef __linux__\n#endif\n", "Linux only"),
     ("host/core/a.cpp", 'auto file = "/proc/self/exe";\n', "Linux only"),
-    ("host/core/a.cpp", '#include "nowhere.h"\n', "no header of the project"),
+    ("host/core/a.cpp", '#include "nowhere.h"\n', "not a header of the project"),
     ("host/core/film.h", "", "unique over host/"),
     ("host/core/time.h", "", "standard header"),
     ("host/core/files/film.h", "", "unique over host/"),

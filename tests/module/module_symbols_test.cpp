@@ -1,4 +1,4 @@
-// What the built module gives and takes.
+// The symbols that the built module exports and imports.
 #include <gtest/gtest.h>
 
 #include <array>
@@ -42,8 +42,7 @@ TEST(ModuleSymbols, ExportsTheThreeEntryPointsOnly) {
             (std::set<std::string>{"PluginEnd", "PluginMessage", "PluginStart"}));
 }
 
-// Whatever it takes comes from the interface, or with a version from the language's and the system's
-// libraries.
+// Imports come from the interface, or with a version from the libraries of the language and the system.
 TEST(ModuleSymbols, TakesTheInterfaceAndTheRuntimeOnly) {
   ASSERT_TRUE(std::filesystem::exists(interfaceLibrary)) << interfaceLibrary;
   const std::set<std::string> offered = symbols("--defined-only", interfaceLibrary);

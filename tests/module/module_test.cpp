@@ -1,4 +1,4 @@
-// The built module, loaded and started as a host does.
+// The built module, loaded and started as by a host.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -39,7 +39,7 @@ class Module : public HostFixture {
     }));
   }
 
-  /// What is stored, read when no program runs.
+  /// The stored settings, read while no program runs.
   BaseContainer storedAfterwards() {
     stopHost();
     host::Preferences preferences(home() + "preferences.json");
@@ -115,7 +115,8 @@ TEST_F(Module, StartsSwitchedOffWhateverWasStored) {
   EXPECT_EQ(stored->GetLong(keyRegionShown, -1), 0);
 }
 
-// Markers in two of the places: both go, the settings return to their defaults, the user is told once.
+// Markers in two of the places: both are removed, the settings return to their defaults, the user is told
+// once.
 TEST_F(Module, AppliesAReset) {
   store(keyRefreshDelay, 777);
   GeFCreateDirRec(dataFolder());
@@ -144,7 +145,7 @@ TEST_F(Module, CommandsPostTheirEvents) {
   EXPECT_EQ(listener.ids, (std::vector<LONG>{idRefresh, idCancel}));
 }
 
-// The Optimizations dialog says once that its values are there.
+// The Optimizations dialog announces its values once.
 TEST_F(Module, StartPostsTheOptimizationsEvent) {
   Listener listener;
   startHost();
@@ -165,7 +166,7 @@ TEST_F(Module, ViewerCommandsOpenTheirDialogs) {
   EXPECT_EQ(ui.openedDialogs[1].placement.width, 0);
 }
 
-// At the end the dialogs save what they hold: the defaults with the stored values over them.
+// At the end the dialogs save their values: the defaults, overridden by the stored ones.
 TEST_F(Module, ShutdownSavesTheSettings) {
   store(keyRefreshDelay, 777);
   startHost();
@@ -177,7 +178,7 @@ TEST_F(Module, ShutdownSavesTheSettings) {
   EXPECT_EQ(stored.GetString(20018), String("Custom Text"));
 }
 
-// A broken module beside it costs one line on the console.
+// A broken module beside it adds one line to the console.
 TEST_F(Module, ABrokenNeighbourDoesNotHarmIt) {
   folder.write("home/plugins/Broken/broken.so", "this is no module");
   startHost();
@@ -196,7 +197,7 @@ TEST_F(Module, StartsAgainInTheSameHome) {
   EXPECT_EQ(lines("||  Lumenara v"), 1);
 }
 
-// The title bar's pages lie beside the module, in the build and where it is installed.
+// The title bar's pages lie beside the module, in the build and in an installation.
 TEST_F(Module, TheProductPageAndTheManualLieBesideIt) {
   const Filename build = Filename(LUMENARA_PLUGINS_DIR).GetDirectory();
   const Filename installed = folder / "installed";
@@ -208,7 +209,7 @@ TEST_F(Module, TheProductPageAndTheManualLieBesideIt) {
     EXPECT_TRUE(GeFExist(docs + "lm_manual.pdf")) << docs.GetString().GetUTF8();
     const std::string page = readText(docs + "lumenara.html");
     EXPECT_NE(page.find("<title>Lumenara</title>"), std::string::npos) << docs.GetString().GetUTF8();
-    // Its links and pictures are there too.
+    // Its links and pictures exist too.
     int links = 0;
     for (const char* attribute : {"href=\"", "src=\""}) {
       for (std::size_t at = page.find(attribute); at != std::string::npos;

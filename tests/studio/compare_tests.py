@@ -51,7 +51,7 @@ def prepare(run, **settings):
 
 
 def keep_shot(run, name):
-    """A screenshot for whoever wants to look."""
+    """Saves a screenshot in the output folder."""
     run.options.output.mkdir(parents=True, exist_ok=True)
     run.display.save(run.options.output / f"{name}.png")
 
@@ -116,7 +116,7 @@ def drag_to(studio, share):
 
 
 def composed(style, a, b, slider):
-    """What Compare mode makes of two pictures."""
+    """The composition of two pictures in Compare mode."""
     if style == "columns":
         split = math.floor(WIDTH * 0.5 * (slider + 1)) * 3
         rows = range(0, len(a.data), WIDTH * 3)
@@ -287,7 +287,7 @@ def compare_capture(run):
     studio.menu("History", "Add Last Render")
     wait_for("both renders", lambda: names(run) == ["lastRender[001].tif", "lastRender[002].tif"])
 
-    # Clearing asks first, and takes nothing but pictures.
+    # Clearing asks first and removes pictures only.
     (history_folder(run) / "notes.txt").write_text("mine", encoding="utf-8")
     for answer, left in ((1, 3), (0, 1)):
         studio.menu("History", "Clear History")
@@ -336,7 +336,7 @@ def history_trouble(run):
     studio.key("Return")
     wait_for("the end of the file selector", lambda: studio.find(name="file-chooser") is None)
 
-    # The folder is gone: adding makes it again.
+    # The folder is missing: adding makes it again.
     studio.menu("Mode", "Normal")
     shown = studio.settled()
     shutil.rmtree(history_folder(run))
@@ -348,7 +348,7 @@ def history_trouble(run):
     own, first = decoded(picture), stored(run, FIRST)
     check_composed(studio, "columns", own, first)
 
-    # While the popup is open, others work in the folder.
+    # Other programs change the folder while the popup is open.
     for work in (lambda file: file.unlink(), lambda file: os.truncate(file, 200)):
         before = console(studio).count(INVALID)
         entries = popup(studio, BUTTON_A)
@@ -360,7 +360,7 @@ def history_trouble(run):
         check(studio.find(name="box") is None, "a box opened")
     keep_shot(run, "history-damaged")
 
-    # A place that cannot be written: the console says so once, nothing is left behind.
+    # A folder that cannot be written: one line on the console, and no leftovers.
     studio.menu("Mode", "Normal")
     shutil.rmtree(history_folder(run))
     history_folder(run).write_text("in the way", encoding="utf-8")

@@ -16,7 +16,7 @@ OPTIMIZATIONS = "dialog-1021446-0"
 
 
 def stored(run, key):
-    """A setting as the next program finds it."""
+    """A setting as it is stored for the next program."""
     return subprocess.run([run.options.batch, "settings", "get", key, "--home", str(run.home)], check=True,
                           capture_output=True, text=True, timeout=60).stdout.rstrip("\n")
 
@@ -75,7 +75,7 @@ def focused(studio):
 
 
 def tab_to(studio, gadget, most=60):
-    """Presses Tab until this gadget has the focus. Gives what was passed; a field and its slider are one."""
+    """Presses Tab until this gadget has the focus. Returns the gadgets passed; a field and its slider are one."""
     passed = []
     for _ in range(most):
         at = with_focus(studio)
@@ -98,7 +98,7 @@ def gone(studio, name):
 
 
 def recording(run):
-    """An environment in which opening a file or an address writes it down."""
+    """An environment in which a request to open a file or an address is recorded."""
     folder = run.folder / "bin"
     folder.mkdir()
     record = run.folder / "opened.txt"
@@ -160,7 +160,7 @@ def options_by_keys(run):
     expect_stored(run, LM_AUTO_REFRESH="1", LM_REFRESH_WAIT="0", LM_REFRESH_DELAY="350", LM_VIEW_SIZE="1",
                   LM_MIN_WIDTH="16000", LM_MIN_HEIGHT="200", LM_ZOOM_STEP="0.2", LM_STAMP_CUSTOM1="1",
                   LM_STAMP_TEXT1="Draft", LM_STAMP_IMAGE="1")
-    # Opened again, the stamp's picture that is none is forgotten; Enter is OK.
+    # Opened again, the stamp's unusable picture is forgotten; Enter is OK.
     viewer_menu(studio, "Options...")
     studio.get(name=OPTIONS)
     check(not studio.get(name="gadget-20021")["checked"], "an image stamp without an image")

@@ -17,7 +17,7 @@ MOVE_CURSOR = 9  # Qt's number of the pointer with four arrows
 BLACK, WHITE = b"\0\0\0", b"\xff\xff\xff"
 
 
-# ---- What the file says
+# ---- The record in the file
 
 
 def own_part(run):
@@ -41,7 +41,7 @@ def save(run, studio):
     return record(run)
 
 
-# ---- What follows from it
+# ---- Places that follow from the record
 
 
 def render_format(run):
@@ -84,7 +84,7 @@ def expected_box(run, studio, region):
     return x + left, y + top, x + left + box_w, y + top + box_h
 
 
-# ---- What the screen shows
+# ---- The box on screen
 
 
 def find_box(picture):
@@ -138,7 +138,7 @@ def expect_box(studio, box, what):
         raise type(error)(f"{error}: it is at {seen[-1]}, should be at {box}") from None
 
 
-# ---- What the user does
+# ---- Dragging
 
 
 def choose_mode(studio, mode):
@@ -169,7 +169,7 @@ def start_in_region_mode(run, *arguments):
 
 
 def drag_box(studio, x, y, dx, dy, steps=4):
-    """Drags by a place in the view; with the button still down the box has moved along. Where it then is."""
+    """Drags from a place in the view and checks that the box follows while the button is down. Returns the box."""
     before = shown_box(studio)
     studio.move(*on_screen(studio, x, y))
     wait_for("the move cursor", lambda: pointer(studio) == MOVE_CURSOR)
@@ -284,7 +284,7 @@ def region_keeps(run):
 
 
 def region_undo(run):
-    """A drag writes the record anew and so forgets the chosen camera; undo brings the whole earlier record back."""
+    """A drag rewrites the record and so forgets the chosen camera; undo restores the whole earlier record."""
     studio = start_in_region_mode(run)
     region_command(studio, "Zoom In")
     studio.click(name=CAMERA)

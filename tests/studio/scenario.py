@@ -1,5 +1,5 @@
-"""What every scenario with the real lumenara-studio shares: a folder and a display of its own, the programs it starts,
-and its command line.
+"""Shared by the scenarios with the real lumenara-studio: a folder and a display of its own, the started programs, and the
+command line.
 """
 import argparse
 import json
@@ -54,19 +54,19 @@ class Run:
         return studio
 
     def set(self, key, value):
-        """Stores a setting of the plug-in while no Studio runs."""
+        """Stores a setting of the plug-in; Studio must not be running."""
         subprocess.run([self.options.batch, "settings", "set", key, str(value), "--home", str(self.home)],
                        check=True, capture_output=True, timeout=60)
 
     def stretch(self, key, stored, value):
-        """Replaces a stored whole number by one beyond the setting's range: slow machines need more time."""
+        """Replaces a stored integer with one beyond the setting's range: slow machines need more time."""
         file = self.home / "preferences.json"
         text = file.read_text(encoding="utf-8")
         check(text.count(f'"long",{stored}]') == 1, f"{key} is not stored as {stored}")
         file.write_text(text.replace(f'"long",{stored}]', f'"long",{value}]'), encoding="utf-8")
 
     def rewrite(self, change):
-        """Writes the scene anew, as another program does."""
+        """Rewrites the scene, as another program would."""
         scene = json.loads(self.scene.read_text(encoding="utf-8"))
         change(scene)
         beside = self.scene.with_suffix(".new")
@@ -74,7 +74,7 @@ class Run:
         os.replace(beside, self.scene)
 
     def keep(self, scenario):
-        """What helps to find out why it failed."""
+        """Saves a screenshot and the programs' output of a failed scenario."""
         self.options.output.mkdir(parents=True, exist_ok=True)
         if self.display:
             self.display.save(self.options.output / f"{scenario}.png")
@@ -135,8 +135,8 @@ def first_mesh(studio):
 
 
 def main(functions):
-    """Runs the scenario that the command line names: exit code 0 passed, 1 failed (a screenshot and the program's output
-    lie in the output folder), 77 skipped."""
+    """Runs the scenario that the command line names. Exit code: 0 passed, 1 failed (the output folder has a screenshot and
+    the program's output), 77 skipped."""
     scenarios = {function.__name__: function for function in functions}
     parser = argparse.ArgumentParser(description="Scenarios with the real lumenara-studio.")
     parser.add_argument("scenario", choices=sorted(scenarios))

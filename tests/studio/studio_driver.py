@@ -1,5 +1,5 @@
-"""Works Lumenara Studio from outside: an X server without a screen, a window manager, the real program, a mouse and a
-keyboard. Where things are on screen the program tells (LUMENARA_INSPECT); what they show is read from screenshots.
+"""Drives Lumenara Studio from outside: an X server without a screen, a window manager, the real program, a mouse and a
+keyboard. The program reports where things are on screen (LUMENARA_INSPECT); their contents are read from screenshots.
 
 Nothing here waits for a fixed time: everything polls with a deadline.
 """
@@ -32,11 +32,11 @@ TOOLS = ("Xvfb", "openbox", "xdotool", "import")
 
 
 class Failed(Exception):
-    """What a test says when the program does not do what it should."""
+    """A scenario's failure; the text says what the program did not do."""
 
 
 def require_tools():
-    """Ends the test as skipped, and says so, when this machine cannot run it."""
+    """Ends the test as skipped, with a message, on a machine without the tools."""
     missing = [tool for tool in TOOLS if not shutil.which(tool)]
     if missing:
         print("skipped: not installed: " + ", ".join(missing))
@@ -56,7 +56,7 @@ def wait_for(what, test, seconds=20.0, every=0.05):
 
 
 class Display:
-    """An X server with a window manager, on a number that nobody else has."""
+    """An X server with a window manager, on a free display number."""
 
     def __init__(self, width=1600, height=1000):
         self.width, self.height = width, height
@@ -125,7 +125,7 @@ class Picture:
         return tuple(self.data[at:at + 3])
 
     def colours(self, step=5):
-        """How many different colours it has, looked at coarsely."""
+        """The number of different colours among every `step`th pixel."""
         return len({self.data[i:i + 3] for i in range(0, len(self.data) - 2, 3 * step)})
 
     def difference(self, other):
@@ -166,7 +166,7 @@ class Studio:
             raise Failed(f"the program has ended with {self.process.returncode}:\n{self.output()}")
 
     def things(self, seconds=30):
-        """Everything on screen, as the program lists it now."""
+        """Everything on screen, as the program reports it now."""
         answer = self.inspect_folder / "answer.json"
         answer.unlink(missing_ok=True)
         (self.inspect_folder / "request").touch()
@@ -213,7 +213,7 @@ class Studio:
         self.display.tool("mousemove", x, y)
 
     def standing(self, **wanted):
-        """What was asked for, once two looks find it at the same place: window managers move new windows."""
+        """The thing, once two looks find it at the same place: window managers move new windows."""
         places = [None]
 
         def stands():
@@ -273,7 +273,7 @@ class Studio:
         return self.find(name="status-stop") is not None
 
     def settled(self, seconds=120):
-        """The viewer's picture once nothing changes any more: no bar, two shots alike."""
+        """The viewer's picture at rest: no progress bar, and two equal shots."""
         end = time.monotonic() + seconds
         before, quiet = None, 0
         while time.monotonic() < end:
@@ -294,7 +294,7 @@ class Studio:
     # --- the end ---
 
     def quit(self, seconds=30):
-        """Ends the program as a user does, giving up unsaved changes."""
+        """Quits the program as a user does and discards unsaved changes."""
         unsaved = " *" in self.get(name="studio")["text"]
         self.key("ctrl+q")
         if unsaved:

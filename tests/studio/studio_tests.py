@@ -35,7 +35,7 @@ def command_line(run):
 
 
 def viewer(run):
-    """--viewer opens the dialog, and a picture comes although the viewer starts switched off."""
+    """--viewer opens the dialog and renders a picture, although the viewer starts switched off."""
     studio = run.viewer()
     check(studio.get(name="studio")["text"].startswith("scene.gltf"), "the window's title")
     for gadget in (REFRESH, AUTO, CAMERA):
@@ -164,7 +164,7 @@ def move(run):
 
 
 def rendered_part(picture):
-    """How far the viewer's progress bar reaches, 0 to 1; None without a bar."""
+    """The share of the viewer's progress bar that is filled, 0 to 1; None without a bar."""
     y = picture.height - 6
     x = 2
     while x < picture.width and picture.pixel(x, y) == (140, 147, 157):
@@ -173,7 +173,7 @@ def rendered_part(picture):
 
 
 def pacing_wait(run):
-    """A render that runs is let finish; changes meanwhile wait, and make one more together."""
+    """A running render finishes; changes made meanwhile wait and share the next render."""
     run.set("LM_REFRESH_WAIT", 1)
     run.set("LM_AUTO_REFRESH", 1)
     run.set("LM_PROGRESS_BAR", 1)
@@ -203,7 +203,7 @@ def pacing_wait(run):
 
 
 def pacing_delay(run):
-    """Within the delay after a refresh a change is held; then it is shown."""
+    """A change within the delay after a refresh is held, then shown."""
     delay = 16
     run.set("LM_REFRESH_WAIT", 0)
     run.set("LM_REFRESH_DELAY", 5000)
@@ -232,7 +232,7 @@ def pacing_delay(run):
 
 
 def reload(run):
-    """Another program rewrites the open file: it is loaded again, and the viewer renders it."""
+    """Another program rewrites the open file: it is reloaded and rendered."""
     studio = run.viewer()
     set_auto(studio, True)
     before = studio.settled()
@@ -279,7 +279,7 @@ def drop_open(run):
 
 
 def loading(run):
-    """A load that takes long has a box with a bar, and can be cancelled."""
+    """A long load shows a box with a bar and can be cancelled."""
     large, side = run.folder / "large.obj", 700
     with open(large, "w", encoding="utf-8") as file:
         for i in range(side):
@@ -297,7 +297,7 @@ def loading(run):
 
 
 def settings_survive(run):
-    """Killed at once after a finished command, the program has lost nothing."""
+    """Killed right after a finished command, the program has lost nothing."""
     on = None
     for _ in range(run.options.kills):
         studio = run.start("--viewer")
@@ -336,7 +336,7 @@ def layout(run):
     check(editor(studio)["place"][2] == studio.display.width, "the picture does not fill the screen")
     studio.key("Escape")
     studio.get(name="dock-objects")
-    # With the focus in the viewer it is the viewer's picture.
+    # With the focus in the viewer, the viewer's picture is saved.
     studio.menu("Plugins", "Lumenara")
     studio.click(thing=studio.viewer())
     studio.key("F11")
@@ -396,7 +396,7 @@ def save_picture(run):
 
 
 def themes(run):
-    """Both themes, with screenshots in the output folder for whoever wants to look."""
+    """Both themes, with screenshots in the output folder."""
     run.options.output.mkdir(parents=True, exist_ok=True)
     brightness = {}
     for theme in ("dark", "light"):

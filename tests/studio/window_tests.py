@@ -16,7 +16,7 @@ PARTS = {"editor-view": {}, DIALOG: {"class": "host::DialogDock"}, "dock-objects
 
 
 def drag_to(studio, x):
-    """Drags the splitter between editor and viewer until it stands at about `x`; gives where it stands."""
+    """Drags the splitter between editor and viewer to about `x` and returns its place."""
     left, top, width, height = editor(studio)["place"]
     edge = left + width
     studio.drag((edge + 2, top + height // 3), (x, top + height // 3), steps=20)
@@ -37,7 +37,7 @@ def check_usable(studio, sentence):
 
 
 def largest(studio):
-    """As large as the screen, by the window manager."""
+    """Maximises the window through the window manager."""
     studio.key("super+m")
     wait_for("the largest window", lambda: studio.get(name="studio")["place"][2] == studio.display.width)
 
@@ -77,7 +77,7 @@ def splitter(run):
         wait_for(f"the splitter at {at}", lambda: alike(before, at_rest(studio)))
         check("layout" not in studio.output(), "a whole layout was dropped")
     studio.quit()
-    # Asked for, the default layout comes, and stays.
+    # The default layout is restored on request, and stays.
     for arguments in (("--reset-layout",), ()):
         studio = started(run, *arguments)
         check(editor(studio)["place"][2] < run.display.width // 2 + 100 and
@@ -90,7 +90,7 @@ def stored(run):
 
 
 def damaged(run):
-    """Whatever is wrong with the stored layout or the recent files, the program starts and says so once."""
+    """With a damaged layout or list of recent files the program starts and says so once."""
     studio = started(run, "--viewer")
     studio.quit()
     whole = stored(run)

@@ -1,5 +1,5 @@
-// A host for the time of a test: a home of its own, a scripted user interface, a clock that the test moves,
-// and the console's lines.
+// A host for one test: a home of its own, a scripted user interface, a clock that the test advances, and the
+// console's lines.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -14,7 +14,7 @@
 #include "temporary_folder.h"
 #include "test_clock.h"
 
-/// Starts a program when asked to, and again in the same home after `stopHost`.
+/// The test starts the program, and may start it again in the same home after `stopHost`.
 class HostFixture : public ::testing::Test {
  public:
   HostFixture();
@@ -25,7 +25,7 @@ class HostFixture : public ::testing::Test {
   TestClock clock;
   std::vector<std::string> console; // lines so far
 
-  /// What `startHost` passes on: home and start-up path lie in `folder`, no modules are loaded.
+  /// Passed on by `startHost`: home and start-up path lie in `folder`, no modules are loaded.
   host::ProgramOptions options;
 
   /// Starts the program and its linked plug-ins.
@@ -36,9 +36,9 @@ class HostFixture : public ::testing::Test {
 
   Filename home() const { return folder / "home"; }
 
-  /// Runs everything that is due until nothing is. Gives how much ran.
+  /// Runs everything that is due until nothing is. Returns the number of calls.
   int runAll();
-  /// Moves the clock in steps, running what is due after each.
+  /// Advances the clock in steps and runs what is due after each.
   void advance(host::Milliseconds by, host::Milliseconds step = 10);
 
  private:

@@ -1,4 +1,4 @@
-// A user interface that answers from a script and keeps a record of what it was asked.
+// A user interface that answers from a script and records the requests.
 #pragma once
 
 #include <deque>
@@ -10,7 +10,7 @@
 
 class ScriptedUi final : public host::UserInterface {
  public:
-  // What it was asked, in order.
+  // The requests, in order.
   std::vector<std::string> messages, questions, openedFiles, openedAddresses;
   std::vector<host::FileRequest> fileRequests;
   std::vector<LONG> drawnViews, popupsShown; // flags; entry counts
@@ -33,7 +33,7 @@ class ScriptedUi final : public host::UserInterface {
   /// Everything in one list, as "message: text", "question: text", "open file: name"...
   std::vector<std::string> record;
 
-  // The script. An answer list that is empty gives the default.
+  // The script. An empty list of answers gives the default.
   std::deque<bool> answers; // to questions
   bool defaultAnswer = false;
   std::deque<Filename> files; // to file choosers; an empty name cancels
@@ -43,14 +43,14 @@ class ScriptedUi final : public host::UserInterface {
   bool showsBitmaps = true;
   /// Called while a box is open, on the main thread.
   std::function<void()> whileBoxIsOpen;
-  /// What the user does in modal dialogs: each takes the next one of the list, else `whileDialogIsOpen`. A
-  /// dialog that is still open afterwards is closed by its window control, and when it refuses that, without
+  /// The user's actions in modal dialogs: each dialog takes the next of the list, else `whileDialogIsOpen`. A
+  /// dialog that is still open afterwards is closed through its window control or, if it refuses, without
   /// asking.
   std::deque<std::function<void(GeDialog&)>> dialogScripts;
   std::function<void(GeDialog&)> whileDialogIsOpen;
-  /// The settings of a movie format; without one the user cancels.
+  /// The chosen settings of a movie format; without them the user cancels.
   std::function<bool(LONG format, BaseContainer& options)> editsMovieOptions;
-  /// Where dialogs were open at the last end.
+  /// Places of the dialogs that were open at the last end.
   std::vector<host::DialogPlacement> remembered;
 
   void message(const String& text) override;

@@ -1,4 +1,4 @@
-// A folder for the time of a test.
+// A folder that exists for one test.
 #pragma once
 
 #include <string>
@@ -10,22 +10,22 @@
 class TemporaryFolder {
  public:
   TemporaryFolder();
-  ~TemporaryFolder(); // with all that is in it
+  ~TemporaryFolder(); // removes it with its contents
   TemporaryFolder(const TemporaryFolder&) = delete;
   TemporaryFolder& operator=(const TemporaryFolder&) = delete;
 
   const Filename& path() const noexcept { return path_; }
   Filename operator/(const char* name) const { return path_ + name; }
 
-  /// Writes a file, with the folders above it. Gives its name.
+  /// Writes a file and makes the folders above it. Returns its name.
   Filename write(const char* name, std::string_view text = {}) const;
   Filename makeFolder(const char* name) const;
-  /// The names in the folder, sorted, hidden ones too.
+  /// The names in the folder, sorted, including hidden ones.
   std::vector<std::string> names() const;
 
  private:
   Filename path_;
 };
 
-/// A file's bytes; empty when it cannot be read.
+/// A file's bytes; empty if it cannot be read.
 std::string readText(const Filename& file);

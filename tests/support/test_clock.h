@@ -1,4 +1,4 @@
-// A clock that stands still until a test moves it.
+// A clock that stands still until a test advances it.
 #pragma once
 
 #include <atomic>

@@ -1,4 +1,4 @@
-// Scenes as texts.
+// Scenes as glTF text.
 #pragma once
 
 namespace testscene {
