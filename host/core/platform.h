@@ -26,8 +26,26 @@ enum class Owner { missing, onlyUs, anyone, anotherUser };
 Owner ownerOf(const Filename& file) noexcept;
 /// Makes a folder with those above it, for this user alone. False when it is not there afterwards.
 bool makeOwnFolder(const Filename& folder);
-/// Makes a fresh folder for this user alone among the temporary files; empty when that fails.
-Filename makeTemporaryFolder();
+/// A fresh folder for this user alone among the temporary files, removed with the object. A lock tells later
+/// programs that it is in use: the system drops the lock when the process ends, however that happens.
+class PrivateFolder {
+ public:
+  PrivateFolder();
+  ~PrivateFolder();
+  PrivateFolder(const PrivateFolder&) = delete;
+  PrivateFolder& operator=(const PrivateFolder&) = delete;
+  /// Empty when the folder could not be made.
+  const Filename& folder() const noexcept { return folder_; }
+
+ private:
+  bool make();
+
+  Filename folder_;
+  int handle_ = -1;
+};
+/// Removes the private folders of programs that have ended: this user's own folders that nobody locks, never
+/// the target of a link.
+void removeAbandonedFolders();
 
 /// The end of a module's file name, without the point.
 const char* moduleSuffix() noexcept;

@@ -25,6 +25,8 @@
 #include <string>
 #include <string_view>
 #include <thread>
+#include <utility>
+#include <vector>
 
 namespace host::platform {
 
@@ -86,10 +88,67 @@ bool makeOwnFolder(const Filename& folder) {
   return mkdir(path(folder), S_IRWXU) == 0 || errno == EEXIST;
 }
 
-Filename makeTemporaryFolder() {
+namespace {
+
+constexpr std::string_view privatePrefix = "lumenara-home-";
+
+std::string temporaryPlace() {
   const char* place = std::getenv("TMPDIR");
-  std::string name = std::string(place && place[0] == '/' ? place : "/tmp") + "/lumenara-XXXXXX";
-  return mkdtemp(name.data()) ? Filename(String(name)) : Filename(); // mode 0700
+  return place && place[0] == '/' ? place : "/tmp";
+}
+
+// A handle that holds the lock of a folder; -1 when another process holds it, or when the path does not lead
+// to a folder that belongs to this user alone, or leads there through a link.
+int lockPrivateFolder(const char* name) {
+  const int handle = open(name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+  if (handle < 0) return -1;
+  struct stat info = {};
+  const bool own = fstat(handle, &info) == 0 && info.st_uid == geteuid() && (info.st_mode & 0777) == S_IRWXU;
+  if (own && flock(handle, LOCK_EX | LOCK_NB) == 0) return handle;
+  close(handle);
+  return -1;
+}
+
+} // namespace
+
+// Between the folder's creation and its lock another program may take it for an abandoned one.
+bool PrivateFolder::make() {
+  std::string name = temporaryPlace() + "/" + std::string(privatePrefix) + "XXXXXX";
+  if (!mkdtemp(name.data())) return false; // mode 0700
+  handle_ = lockPrivateFolder(name.c_str());
+  struct stat info = {};
+  if (handle_ >= 0 && stat(name.c_str(), &info) == 0) {
+    folder_ = Filename(String(name));
+    return true;
+  }
+  if (handle_ >= 0) close(std::exchange(handle_, -1));
+  rmdir(name.c_str());
+  return false;
+}
+
+PrivateFolder::PrivateFolder() {
+  for (int tries = 0; tries < 5; ++tries)
+    if (make()) return;
+}
+
+PrivateFolder::~PrivateFolder() {
+  std::error_code ignored;
+  if (folder_.Content()) std::filesystem::remove_all(path(folder_), ignored);
+  if (handle_ >= 0) close(handle_);
+}
+
+void removeAbandonedFolders() {
+  std::error_code ignored;
+  std::vector<std::string> names;
+  for (std::filesystem::directory_iterator entry(temporaryPlace(), ignored), end; entry != end;
+       entry.increment(ignored))
+    if (entry->path().filename().native().starts_with(privatePrefix)) names.push_back(entry->path().native());
+  for (const std::string& name : names) {
+    const int handle = lockPrivateFolder(name.c_str());
+    if (handle < 0) continue;
+    std::filesystem::remove_all(name, ignored); // under the lock; links in it are removed, not followed
+    close(handle);
+  }
 }
 
 namespace {

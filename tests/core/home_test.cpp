@@ -2,11 +2,15 @@
 #include "home.h"
 
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <cstdlib>
+#include <filesystem>
 #include <map>
 #include <optional>
+#include <vector>
 
 #include "c4d_file.h"
 #include "host_fixture.h"
@@ -90,6 +94,88 @@ TEST_F(HomeTest, withoutOneThereIsAPrivateTemporaryFolder) {
   environment.set("TMPDIR", path(folder / "not there"));
   startHost();
   EXPECT_EQ(program().writePath(), "/dev/null/lumenara");
+}
+
+// A process with a temporary home, from the moment when `start` returns until it is killed.
+class HomeOwner {
+ public:
+  void start() {
+    int ready[2] = {-1, -1};
+    ASSERT_EQ(pipe(ready), 0);
+    process_ = fork();
+    if (process_ == 0) {
+      const host::Home home{Filename()};
+      const bool told = write(ready[1], "r", 1) == 1;
+      while (told)
+        pause();
+      _exit(1);
+    }
+    close(ready[1]);
+    char byte = 0;
+    EXPECT_EQ(read(ready[0], &byte, 1), 1);
+    close(ready[0]);
+  }
+  void end() {
+    if (process_ <= 0) return;
+    ::kill(process_, SIGKILL);
+    waitpid(process_, nullptr, 0);
+    process_ = 0;
+  }
+  ~HomeOwner() { end(); }
+
+ private:
+  pid_t process_ = 0;
+};
+
+TEST_F(HomeTest, theTemporaryOneOfAKilledProgramGoesWithTheNextStart) {
+  const Filename shared = folder.makeFolder("shared");
+  environment.set("TMPDIR", path(shared));
+  environment.set("HOME", nullptr);
+  environment.set("XDG_DATA_HOME", nullptr);
+  HomeOwner owner;
+  owner.start();
+  std::error_code ignored;
+  Filename left;
+  for (const auto& entry : std::filesystem::directory_iterator(path(shared), ignored))
+    left = Filename(entry.path().c_str());
+  ASSERT_EQ(modeOf(left), 0700U);
+  folder.write("precious", "kept");
+  ASSERT_TRUE(GeFCreateDirRec(left + "plugins"));
+  ASSERT_EQ(symlink(path(folder.path()), path(left + "link")), 0);
+
+  startHost();
+  EXPECT_TRUE(GeFExist(left, TRUE)) << "its program runs";
+  stopHost();
+  owner.end();
+  startHost();
+  EXPECT_FALSE(GeFExist(left, TRUE));
+  EXPECT_EQ(readText(folder / "precious"), "kept");
+}
+
+TEST_F(HomeTest, otherFoldersAmongTheTemporaryFilesStay) {
+  const Filename shared = folder.makeFolder("shared"), outside = folder.makeFolder("outside");
+  environment.set("TMPDIR", path(shared));
+  ASSERT_EQ(chmod(path(outside), 0700), 0);
+  folder.write("outside/precious", "kept");
+  const Filename link = folder / "shared/lumenara-home-link00", open = folder / "shared/lumenara-home-open00";
+  ASSERT_EQ(symlink(path(outside), path(link)), 0);
+  ASSERT_EQ(chmod(path(folder.makeFolder("shared/lumenara-home-open00")), 0755), 0);
+  ASSERT_EQ(chmod(path(folder.makeFolder("shared/lumenara-other0")), 0700), 0);
+  folder.write("shared/lumenara-home-file00", "a file");
+  std::vector<Filename> kept = {link, open, folder / "shared/lumenara-other0"};
+  if (geteuid() == 0) {
+    kept.push_back(folder.makeFolder("shared/lumenara-home-theirs"));
+    ASSERT_EQ(chmod(path(kept.back()), 0700), 0);
+    ASSERT_EQ(chown(path(kept.back()), someoneElse, someoneElse), 0);
+  }
+  const Filename gone = folder.makeFolder("shared/lumenara-home-gone00");
+  ASSERT_EQ(chmod(path(gone), 0700), 0);
+  startHost();
+  EXPECT_FALSE(GeFExist(gone, TRUE)) << "also by a program that has a home";
+  for (const Filename& one : kept)
+    EXPECT_TRUE(GeFExist(one, TRUE)) << path(one);
+  EXPECT_EQ(readText(folder / "shared/lumenara-home-file00"), "a file");
+  EXPECT_EQ(readText(outside + "precious"), "kept");
 }
 
 TEST_F(HomeTest, oneThatOthersCanWriteToIsRefused) {

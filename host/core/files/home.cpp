@@ -5,7 +5,6 @@
 
 #include "console.h"
 #include "file_path.h"
-#include "platform.h"
 
 namespace host {
 
@@ -34,6 +33,7 @@ String quoted(const Filename& file) {
 } // namespace
 
 Home::Home(const Filename& wanted) : folder_(choose(wanted)) {
+  platform::removeAbandonedFolders();
   if (!folder_.Content()) {
     useTemporary("There is no home folder (HOME is not set). Set HOME or LUMENARA_HOME to keep settings.");
     return;
@@ -50,15 +50,10 @@ Home::Home(const Filename& wanted) : folder_(choose(wanted)) {
                  "LUMENARA_HOME.");
 }
 
-Home::~Home() {
-  std::error_code ignored;
-  if (temporary_.Content()) std::filesystem::remove_all(toPath(temporary_), ignored);
-}
-
 void Home::useTemporary(const String& why) {
   kept_ = false;
-  temporary_ = platform::makeTemporaryFolder();
-  folder_ = temporary_.Content() ? temporary_ : Filename("/dev/null/lumenara"); // where nobody can make one
+  const Filename& made = temporary_.emplace().folder();
+  folder_ = made.Content() ? made : Filename("/dev/null/lumenara"); // where nobody can make one
   printLine(why + " Until then settings last for this run and only the installed plug-ins are loaded.");
 }
 

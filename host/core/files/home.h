@@ -2,19 +2,20 @@
 // else may be able to write there. Main thread.
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include "c4d_filename.h"
+#include "platform.h"
 
 namespace host {
 
 class Home {
  public:
   /// Takes the wanted folder, else LUMENARA_HOME, else the user's data folder, and makes it. Without one, or
-  /// when others can write to it, a fresh temporary folder for this user alone serves instead; a line on the
-  /// console says why.
+  /// when others can write to it, a fresh temporary folder for this user alone serves instead, until the
+  /// object goes; a line on the console says why. Temporary homes of programs that were killed are removed.
   explicit Home(const Filename& wanted);
-  ~Home(); // removes the temporary folder
   Home(const Home&) = delete;
   Home& operator=(const Home&) = delete;
 
@@ -29,7 +30,8 @@ class Home {
  private:
   void useTemporary(const String& why);
 
-  Filename folder_, temporary_;
+  Filename folder_;
+  std::optional<platform::PrivateFolder> temporary_;
   bool kept_ = true;
 };
 
