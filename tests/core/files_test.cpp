@@ -301,10 +301,30 @@ TEST(AtomicFile, UnfinishedFilesOfEndedProgramsGo) {
   ASSERT_TRUE(host::replaceFile(folder / gone.c_str(), "x"));
   for (const std::string& name : kept)
     ASSERT_TRUE(host::replaceFile(folder / name.c_str(), "x"));
-  host::removeUnfinished(folder.path());
+  host::removeLeftovers(folder.path());
   EXPECT_FALSE(GeFExist(folder / gone.c_str()));
   for (const std::string& name : kept)
     EXPECT_TRUE(GeFExist(folder / name.c_str())) << name;
+}
+
+TEST(AtomicFile, LeftoversOfOtherTargetsStayOnRequest) {
+  const TemporaryFolder folder;
+  const pid_t ended = fork();
+  if (ended == 0) _exit(0);
+  waitpid(ended, nullptr, 0);
+  const auto leftover = [&](const char* target) {
+    return folder.write(("." + std::string(target) + "." + std::to_string(ended) + "-12.tmp").c_str(), "x");
+  };
+  const Filename gone = leftover("a.b.tif"), other = leftover("b.tif");
+  std::vector<std::string> targets;
+  host::removeLeftovers(folder.path(), [&](const std::string& target) {
+    targets.push_back(target);
+    return target == "a.b.tif";
+  });
+  std::sort(targets.begin(), targets.end());
+  EXPECT_EQ(targets, (std::vector<std::string>{"a.b.tif", "b.tif"}));
+  EXPECT_FALSE(GeFExist(gone));
+  EXPECT_TRUE(GeFExist(other));
 }
 
 TEST(AtomicFile, WithoutCommitNothingStays) {

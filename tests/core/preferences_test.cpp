@@ -223,6 +223,21 @@ TEST_F(PreferencesTest, AKilledProgramLeavesAWholeFile) {
     EXPECT_EQ(name.find(".tmp"), std::string::npos) << name << " is left over";
 }
 
+TEST_F(PreferencesTest, OnlyLeftoversOfEndedWritersGo) {
+  const pid_t ended = startChild([] {});
+  waitFor(ended);
+  const std::string own = "preferences.json";
+  const auto leftover = [&](const std::string& target, pid_t writer) {
+    return folder.write(("." + target + "." + std::to_string(writer) + "-1.tmp").c_str(), "half");
+  };
+  const Filename gone = leftover(own, ended), running = leftover(own, getpid());
+  const Filename other = leftover("preferences.json.bak", ended);
+  open();
+  EXPECT_FALSE(GeFExist(gone));
+  EXPECT_TRUE(GeFExist(running)) << "another program writes there now";
+  EXPECT_TRUE(GeFExist(other));
+}
+
 TEST_F(PreferencesTest, ADamagedFileIsKeptAside) {
   for (const std::string& text :
        {std::string("garbage"), std::string("{\"format\": \"Lumenara preferences\", \"version\": 1, "),

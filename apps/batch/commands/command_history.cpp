@@ -52,7 +52,7 @@ ExitCode runHistory(const HistoryOptions& options) {
   settings.Load();
   settings.SetValue(LM_HISTORY_AUTOLOAD, 0); // there is nothing to show the newest in
   lmUserArea view(nullptr, &settings);
-  host::removeUnfinished(view.historyFolder);
+  host::removeLeftovers(view.historyFolder);
 
   switch (options.action) {
   case HistoryAction::list:

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
-#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <span>
@@ -11,9 +10,9 @@
 #include <utility>
 #include <vector>
 
+#include "atomic_file.h"
 #include "lm_thread.h"
 #include "picture_decode.h"
-#include "platform.h"
 
 namespace batch {
 namespace {
@@ -55,21 +54,15 @@ std::vector<char> readBytes(const Filename& file) {
   return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
 }
 
-/// The process that was writing a frame's picture under this name, ".shot0012.tif.4711-3.tmp"; 0 when it is
-/// no such name.
-int ownerOfUnfinished(const AnimationTarget& target, const std::string& name) {
+/// Whether a file of the target's folder is the picture of one of its frames, "shot0012.tif".
+bool isFrameName(const AnimationTarget& target, std::string_view name) {
   const fs::path file(target.file.GetString().GetUTF8());
-  const std::string start = "." + file.stem().string(), suffix = file.extension().string();
-  if (!name.starts_with(start)) return 0;
-  int frame = -1, digits = 0;
-  if (std::sscanf(name.c_str() + start.size(), "%9d%n", &frame, &digits) != 1 || frame < 0) return 0;
-  const std::string rest = name.substr(start.size() + static_cast<std::size_t>(digits));
-  if (!rest.starts_with(suffix)) return 0;
-  int process = 0, number = -1, length = 0;
-  const bool fits =
-      std::sscanf(rest.c_str() + suffix.size(), ".%9d-%9d.tmp%n", &process, &number, &length) == 2 &&
-      suffix.size() + static_cast<std::size_t>(length) == rest.size();
-  return fits && number >= 0 ? process : 0;
+  const std::string start = file.stem().string(), suffix = file.extension().string();
+  if (!name.starts_with(start)) return false;
+  name.remove_prefix(start.size());
+  if (!name.ends_with(suffix)) return false;
+  name.remove_suffix(suffix.size());
+  return !name.empty() && name.find_first_not_of("0123456789") == name.npos;
 }
 
 using Bytes = std::span<const std::byte>;
@@ -100,12 +93,8 @@ Filename frameFile(const AnimationTarget& target, LONG frame) {
 }
 
 void removeAbandoned(const AnimationTarget& target) {
-  const fs::path folder(target.file.GetDirectory().GetString().GetUTF8());
-  std::error_code ignored;
-  for (fs::directory_iterator entry(folder, ignored), end; entry != end; entry.increment(ignored)) {
-    const int owner = ownerOfUnfinished(target, entry->path().filename().string());
-    if (owner > 0 && host::platform::hasEnded(owner)) fs::remove(entry->path(), ignored);
-  }
+  host::removeLeftovers(target.file.GetDirectory(),
+                        [&](const std::string& name) { return isFrameName(target, name); });
 }
 
 bool isWholeFrame(const Filename& picture, PixelSize size) {

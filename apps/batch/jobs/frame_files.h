@@ -22,7 +22,7 @@ AnimationTarget animationTarget(const std::string& output, std::optional<LONG> f
 /// The picture of a frame.
 Filename frameFile(const AnimationTarget& target, LONG frame);
 
-/// Deletes what programs that were killed have left of pictures on their way.
+/// Removes the unfinished pictures of runs that were killed.
 void removeAbandoned(const AnimationTarget& target);
 
 /// Whether the frame's picture is there, can be decoded to its end and has this size. Any thread.

@@ -3,6 +3,7 @@
 #include <atomic>
 #include <cerrno>
 #include <charconv>
+#include <optional>
 #include <system_error>
 
 #include "file_path.h"
@@ -30,36 +31,52 @@ fs::path behindLink(const fs::path& path) {
   return file;
 }
 
-// ".name.suffix.<process>-<number>.tmp" beside the target, short enough for any file system. What a killed
-// program leaves has not the target's suffix, so that nobody lists it among whole files.
-fs::path temporaryFor(const fs::path& target) {
-  static std::atomic<unsigned> number{0};
+// The target's name as its temporary file bears it, short enough for any file system.
+std::string shortName(const fs::path& target) {
   std::string stem = target.stem().string();
   if (stem.size() > 100) stem.resize(utf8::offset(stem, 25));
-  std::string suffix = target.extension().string();
-  if (suffix.size() > 30) suffix.clear();
-  return target.parent_path() / ("." + stem + suffix + "." + std::to_string(platform::processNumber()) + "-" +
-                                 std::to_string(++number) + ".tmp");
+  const std::string suffix = target.extension().string();
+  return suffix.size() > 30 ? stem : stem + suffix;
 }
 
-// The process that writes a file of this name (see temporaryFor); 0 for other names.
-long writerOf(const std::string& name) {
-  const std::size_t end = name.rfind('-');
-  const std::size_t point = end == name.npos ? name.npos : name.rfind('.', end);
-  if (name.empty() || name[0] != '.' || point == name.npos || point == 0 || !name.ends_with(".tmp")) return 0;
-  long process = 0;
-  const char* last = name.data() + end;
-  const auto [stop, trouble] = std::from_chars(name.data() + point + 1, last, process);
-  return trouble == std::errc() && stop == last ? process : 0;
+// ".name.suffix.<process>-<number>.tmp" beside the target. The suffix keeps the file out of listings of the
+// target's kind.
+fs::path temporaryFor(const fs::path& target) {
+  static std::atomic<unsigned> number{0};
+  return target.parent_path() / ("." + shortName(target) + "." + std::to_string(platform::processNumber()) +
+                                 "-" + std::to_string(++number) + ".tmp");
+}
+
+// A name that temporaryFor made.
+struct Unfinished {
+  std::string target; // its short name
+  long writer = 0;    // the process
+};
+
+std::optional<Unfinished> unfinished(std::string_view name) {
+  constexpr std::string_view ending = ".tmp";
+  if (!name.starts_with('.') || !name.ends_with(ending)) return std::nullopt;
+  name = name.substr(1, name.size() - 1 - ending.size());
+  const std::size_t point = name.rfind('.');
+  if (point == name.npos) return std::nullopt;
+  long writer = 0;
+  unsigned number = 0;
+  const char* const end = name.data() + name.size();
+  const auto [dash, noWriter] = std::from_chars(name.data() + point + 1, end, writer);
+  if (noWriter != std::errc() || writer <= 0 || dash == end || *dash != '-') return std::nullopt;
+  const auto [stop, noNumber] = std::from_chars(dash + 1, end, number);
+  if (noNumber != std::errc() || stop != end) return std::nullopt;
+  return Unfinished{std::string(name.substr(0, point)), writer};
 }
 
 } // namespace
 
-void removeUnfinished(const Filename& folder) {
+void removeLeftovers(const Filename& folder, const std::function<bool(const std::string& target)>& wanted) {
   std::error_code ignored;
   for (fs::directory_iterator entry(toPath(folder), ignored), end; entry != end; entry.increment(ignored)) {
-    const long writer = writerOf(entry->path().filename().string());
-    if (writer > 0 && platform::hasEnded(writer)) fs::remove(entry->path(), ignored);
+    const auto file = unfinished(entry->path().filename().native());
+    if (file && platform::hasEnded(file->writer) && (!wanted || wanted(file->target)))
+      fs::remove(entry->path(), ignored);
   }
 }
 

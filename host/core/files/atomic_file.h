@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdio>
+#include <functional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -53,7 +54,10 @@ class AtomicFile {
 bool replaceFile(const Filename& target, std::span<const std::byte> bytes, std::string* error = nullptr);
 bool replaceFile(const Filename& target, std::string_view text, std::string* error = nullptr);
 
-/// Removes the files that programs which have ended were writing in this folder.
-void removeUnfinished(const Filename& folder);
+/// Removes the leftovers of writers that have ended: files in this folder that were not committed. With
+/// `wanted` only those whose target it accepts; it gets the target's name as the leftover tells it, where a
+/// stem of more than 100 bytes is cut and a suffix of more than 30 is missing.
+void removeLeftovers(const Filename& folder,
+                     const std::function<bool(const std::string& target)>& wanted = nullptr);
 
 } // namespace host

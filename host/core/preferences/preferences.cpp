@@ -97,7 +97,9 @@ void applyChanges(const BaseContainer& base, const BaseContainer& live, BaseCont
 
 Preferences::Preferences(const Filename& file) : file_(file) {
   const platform::FileLock lock(besides(file_, ".lock"), lockPatience);
-  if (lock.held()) removeLeftovers();
+  removeLeftovers(file_.GetDirectory(), [name = file_.GetFileString().GetUTF8()](const std::string& target) {
+    return target == name;
+  });
   Contents contents;
   if (!readDisk(contents)) return;
   if (damaged_) write(contents);
@@ -105,23 +107,6 @@ Preferences::Preferences(const Filename& file) : file_(file) {
 }
 
 Preferences::~Preferences() = default;
-
-// What a program that was killed while it wrote has left. Only under the lock: nobody writes now.
-void Preferences::removeLeftovers() const {
-  const String stem = "." + [this] {
-    Filename name = file_.GetFile();
-    name.ClearSuffix();
-    return name.GetString();
-  }() + ".";
-  AutoAlloc<BrowseFiles> browser;
-  if (!browser) return;
-  browser->Init(file_.GetDirectory());
-  while (browser->GetNext()) {
-    const String name = browser->GetFilename().GetString();
-    if (!browser->IsDir() && name.Left(stem.GetLength()) == stem && name.FindFirst(".tmp", nullptr))
-      GeFKill(file_.GetDirectory() + browser->GetFilename());
-  }
-}
 
 bool Preferences::complain(const std::string& reason) {
   if (complained_) return false;

@@ -62,7 +62,6 @@ class Preferences {
   void setAside(const std::string& reason);
   void keepCopy(LONG entries);
   bool complain(const std::string& reason);
-  void removeLeftovers() const;
   Slot& slot(const std::string& key);
 
   Filename file_;
