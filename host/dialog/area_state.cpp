@@ -35,8 +35,8 @@ void startTimer(AreaState& state) {
 
 // A task that runs once the main loop comes to it, if the area is still there.
 void postFor(AreaState& state, void (*work)(AreaState&)) {
-  const auto run = [&state, work, alive = std::weak_ptr<const char>(state.alive)] {
-    if (!alive.expired()) work(state);
+  const auto run = [work, area = state.lifetime.ref()] {
+    if (area) work(*area.get());
   };
   mainLoop().post(run, Urgency::painting);
 }
@@ -66,11 +66,11 @@ bool keepFree(AreaState& state, Gadget& group, LONG width, LONG height) {
   const LONG widthBefore = state.width, heightBefore = state.height;
   const LONG freeWidth = std::exchange(group.freeWidth, width);
   const LONG freeHeight = std::exchange(group.freeHeight, height);
-  const std::weak_ptr<const char> alive = state.alive;
+  const WeakRef alive = state.lifetime.ref();
   DialogView* view = dialogOf(state)->view;
   if (view) view->layoutChanged(group);
-  if (!alive.expired()) relayoutArea(state);
-  if (alive.expired() || !state.gadget) return true;
+  if (alive) relayoutArea(state);
+  if (!alive || !state.gadget) return true;
   if (view) return state.width != widthBefore || state.height != heightBefore;
   if (state.minWidth != widthBefore || state.minHeight != heightBefore) return true;
   group.freeWidth = freeWidth;
@@ -107,9 +107,9 @@ void tellSize(AreaState& state) {
   BaseContainer message(BFM_SIZED), result;
   message.SetLong(BFM_ACTION_ID, state.gadget->id);
   GeDialog& dialog = *state.dialog;
-  const std::weak_ptr<const char> there = Access::state(dialog)->alive;
+  const WeakRef there = Access::state(dialog)->lifetime.ref();
   callPlugin(state.plugin, [&] { state.area.Message(message, result); });
-  if (!there.expired() && dialog.IsOpen()) sendMessage(dialog, message);
+  if (there && dialog.IsOpen()) sendMessage(dialog, message);
 }
 
 void tellSizeLater(AreaState& state) {
@@ -230,12 +230,12 @@ void paintNow(AreaState& state) {
   state.lastPaint = clock().now();
   state.surface.fill(windowColor());
   if (state.width > 0 && state.height > 0) {
-    const std::weak_ptr<const char> alive = state.alive;
+    const WeakRef alive = state.lifetime.ref();
     state.drawing = true;
     state.pen = Vector();
     callPlugin(state.plugin,
                [&] { state.area.DrawMsg(0, 0, state.width - 1, state.height - 1, BaseContainer()); });
-    if (alive.expired()) return;
+    if (!alive) return;
     state.drawing = false;
   }
   const DialogState* dialog = dialogOf(state);
@@ -261,7 +261,7 @@ void sizeArea(GeUserArea& area, LONG width, LONG height, double pixelRatio) {
   AreaState& state = *Access::state(area);
   const DialogState* dialog = dialogOf(state);
   if (!dialog || !dialog->open) return;
-  const std::weak_ptr<const char> alive = state.alive;
+  const WeakRef alive = state.lifetime.ref();
   startArea(state);
   if (isLive(state) && !state.minKnown) askMinSize(state);
   width = std::clamp<LONG>(width, 0, largestSide);
@@ -280,7 +280,7 @@ void sizeArea(GeUserArea& area, LONG width, LONG height, double pixelRatio) {
   state.height = height;
   if (!isLive(state)) return;
   if (sized) callPlugin(state.plugin, [&] { area.Sized(width, height); });
-  if (alive.expired()) return;
+  if (!alive) return;
   if (first && isLive(state)) {
     state.stage = AreaState::Stage::shown;
     state.toldWidth = width;
@@ -289,7 +289,7 @@ void sizeArea(GeUserArea& area, LONG width, LONG height, double pixelRatio) {
   } else if (sized && isLive(state)) {
     tellSizeLater(state);
   }
-  if (!alive.expired() && isLive(state)) paintNow(state);
+  if (alive && isLive(state)) paintNow(state);
 }
 
 const Surface& areaSurface(const GeUserArea& area) {
@@ -308,15 +308,15 @@ void paintArea(GeUserArea& area) {
 void layoutWithoutView(GeDialog& dialog) {
   DialogState& state = *Access::state(dialog);
   if (!state.open || state.view) return;
-  std::vector<std::pair<GeUserArea*, std::weak_ptr<const char>>> areas;
+  std::vector<WeakRef<AreaState>> areas;
   forEachGadget(state.model.root, [&](Gadget& gadget) {
-    if (gadget.area) areas.emplace_back(gadget.area, Access::state(*gadget.area)->alive);
+    if (gadget.area) areas.push_back(Access::state(*gadget.area)->lifetime.ref());
   });
-  for (const auto& [area, alive] : areas) {
-    if (alive.expired() || Access::state(*area)->stage != AreaState::Stage::idle) continue;
+  for (const WeakRef<AreaState>& area : areas) {
+    if (!area || area->stage != AreaState::Stage::idle) continue;
     LONG width = 0, height = 0;
-    areaMinSize(*area, width, height);
-    sizeArea(*area, width, height);
+    areaMinSize(area->area, width, height);
+    if (area) sizeArea(area->area, width, height);
   }
 }
 

@@ -5,6 +5,7 @@
 
 #include "c4d_dialog.h"
 #include "gadget.h"
+#include "lifetime.h"
 #include "main_loop.h"
 #include "surface.h"
 #include "thread_context.h"
@@ -47,7 +48,7 @@ struct AreaState {
   LONG renderedWidth = 0, renderedHeight = 0;
   unsigned long long rendersSeen = 0;
   bool rendered = false; // else the size is that of the opening
-  std::shared_ptr<const char> alive = std::make_shared<const char>('a');
+  Lifetime<AreaState> lifetime{*this};
 };
 
 /// An area is repainted at most once in this many milliseconds.

@@ -77,14 +77,14 @@ void startTimer(DialogState& state) {
 bool show(DialogState& state, const DialogPlacement& placement) {
   GeDialog& dialog = state.dialog;
   const PluginScope scope(state.plugin);
-  const std::weak_ptr<const char> alive = state.alive;
+  const WeakRef alive = state.lifetime.ref();
   bool shown = false;
   {
     std::optional<ModalScope> modal;
     if (state.modal) modal.emplace(&dialog);
     shown = userInterface().openDialog(dialog, placement);
   }
-  if (alive.expired()) return shown;
+  if (!alive) return shown;
   if (!shown || state.modal)
     dialog.Close();
   else if (!state.view)
@@ -108,15 +108,14 @@ DialogState::~DialogState() {
 }
 
 void DialogState::coreMessage(LONG id, const BaseContainer& message) {
-  const std::weak_ptr<const char> there = alive;
+  const WeakRef there = lifetime.ref();
   callPlugin(plugin, [&] { dialog.CoreMessage(id, message); });
-  if (there.expired()) return;
-  std::vector<std::pair<AreaState*, std::weak_ptr<const char>>> areas;
-  for (AreaState* area : areasOf(*this))
-    areas.emplace_back(area, area->alive);
-  for (const auto& [area, exists] : areas)
-    if (!exists.expired() && isLive(*area))
-      callPlugin(area->plugin, [&, one = area] { one->area.CoreMessage(id, message); });
+  if (!there) return;
+  std::vector<WeakRef<AreaState>> areas;
+  for (const AreaState* area : areasOf(*this))
+    areas.push_back(area->lifetime.ref());
+  for (const WeakRef<AreaState>& area : areas)
+    if (area && isLive(*area.get())) callPlugin(area->plugin, [&] { area->area.CoreMessage(id, message); });
 }
 
 std::vector<GeDialog*> openDialogs() {
@@ -126,10 +125,10 @@ std::vector<GeDialog*> openDialogs() {
 bool requestClose(GeDialog& dialog) {
   if (!dialog.IsOpen()) return true;
   DialogState& state = *Access::state(dialog);
-  const std::weak_ptr<const char> alive = state.alive;
+  const WeakRef alive = state.lifetime.ref();
   const bool refused = callPlugin(
       state.plugin, [&] { return dialog.AskClose() != FALSE; }, false);
-  if (alive.expired() || !dialog.IsOpen()) return true;
+  if (!alive || !dialog.IsOpen()) return true;
   return !refused && dialog.Close();
 }
 
@@ -140,11 +139,11 @@ void closeAllDialogs() {
 
 LONG sendMessage(GeDialog& dialog, const BaseContainer& message, bool* gone) {
   DialogState& state = *Access::state(dialog);
-  const std::weak_ptr<const char> alive = state.alive;
+  const WeakRef alive = state.lifetime.ref();
   BaseContainer result;
   const LONG used = callPlugin(
       state.plugin, [&] { return dialog.Message(message, result); }, LONG{0});
-  if (gone) *gone = alive.expired();
+  if (gone) *gone = !alive;
   return used;
 }
 

@@ -7,6 +7,7 @@
 
 #include "c4d_dialog.h"
 #include "gadget.h"
+#include "lifetime.h"
 #include "main_loop.h"
 #include "plugin_registry.h"
 #include "thread_context.h"
@@ -40,7 +41,7 @@ struct DialogState final : CoreListener {
   std::map<LONG, Place> scrollSizes; // setScrollSize
   LONG timerPeriod = 0;
   TimerId timer = 0;
-  std::shared_ptr<const char> alive = std::make_shared<const char>('a'); // posted tasks watch it
+  Lifetime<DialogState> lifetime{*this};
 };
 
 /// Those that are open, in the order in which they were opened.

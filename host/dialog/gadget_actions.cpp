@@ -65,9 +65,9 @@ bool closeWith(GeDialog& dialog, Bool result) {
   if (gone || !dialog.IsOpen()) return true;
   GeModalDialog* const modal = Access::state(dialog)->modalDialog;
   if (modal) Access::setResult(*modal, result);
-  const std::weak_ptr<const char> alive = Access::state(dialog)->alive;
+  const WeakRef alive = Access::state(dialog)->lifetime.ref();
   const bool closed = requestClose(dialog);
-  if (!closed && modal && !alive.expired()) Access::setResult(*modal, FALSE);
+  if (!closed && modal && alive) Access::setResult(*modal, FALSE);
   return closed;
 }
 

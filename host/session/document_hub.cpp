@@ -7,14 +7,14 @@
 
 namespace host {
 
-DocumentHub::DocumentHub() : self_(std::make_shared<DocumentHub*>(this)) {
+DocumentHub::DocumentHub() {
   setActiveDocument(newDocument().release());
   mainLoop().add(this);
 }
 
 DocumentHub::~DocumentHub() {
   close();
-  *self_ = nullptr;
+  lifetime_.end();
   mainLoop().remove(this);
 }
 
@@ -74,8 +74,8 @@ void DocumentHub::announce() {
   if (announced_ || !open_) return;
   announced_ = true;
   mainLoop().post(
-      [self = self_] {
-        if (*self) (*self)->deliver();
+      [self = lifetime_.ref()] {
+        if (self) self->deliver();
       },
       Urgency::painting);
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "active_document.h"
+#include "lifetime.h"
 #include "listeners.h"
 #include "main_loop.h"
 
@@ -55,7 +56,7 @@ class DocumentHub final : private CoreListener {
   void deliver();
 
   bool selection_ = false, announced_ = false, open_ = true;
-  std::shared_ptr<DocumentHub*> self_; // for what waits in the loop
+  Lifetime<DocumentHub> lifetime_{*this}; // for tasks that wait in the loop
 };
 
 } // namespace host

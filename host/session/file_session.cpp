@@ -128,15 +128,14 @@ struct FileSession::Saver {
 
 // --- the session ---
 
-FileSession::FileSession(DocumentHub& hub, Edits& edits)
-    : hub_(hub), edits_(edits), self_(std::make_shared<FileSession*>(this)) {
+FileSession::FileSession(DocumentHub& hub, Edits& edits) : hub_(hub), edits_(edits) {
   mendRecent();
   editsSubscription_ = edits_.changed.add([this] { changed.call(); });
   timer_ = mainLoop().addTimer(watchPeriod, [this] { watchTick(); });
 }
 
 FileSession::~FileSession() {
-  *self_ = nullptr;
+  lifetime_.end();
   mainLoop().removeTimer(timer_);
   mainLoop().removeTimer(progressTimer_);
   if (saver_) saver_->job->Wait(TRUE);
@@ -226,8 +225,8 @@ void FileSession::startLoading(const Filename& file, bool reload) {
   loader->revision = edits_.revision();
   loader->job = std::make_unique<BackgroundJob>(
       "load scene", [loader](BaseThread& thread) { loader->read(thread); },
-      [self = self_, watched = std::weak_ptr(loader_)] {
-        if (*self) (*self)->jobEnded(watched.lock());
+      [self = lifetime_.ref(), watched = std::weak_ptr(loader_)] {
+        if (self) self->jobEnded(watched.lock());
       });
   Activity activity;
   activity.kind = Activity::Kind::loading;
@@ -367,8 +366,8 @@ void FileSession::startSaving(const Filename& file, bool packed) {
         if (saver->done && !saver->packed) saver->outside = outsideFiles(*saver->copy);
         saver->copy.reset();
       },
-      [self = self_, watched = std::weak_ptr(saver_)] {
-        if (*self) (*self)->jobEnded(watched.lock());
+      [self = lifetime_.ref(), watched = std::weak_ptr(saver_)] {
+        if (self) self->jobEnded(watched.lock());
       });
   Activity activity;
   activity.kind = Activity::Kind::saving;

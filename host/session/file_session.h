@@ -10,6 +10,7 @@
 
 #include "edits.h"
 #include "file_watch.h"
+#include "lifetime.h"
 #include "scene_file.h"
 
 namespace host {
@@ -142,7 +143,7 @@ class FileSession {
   std::shared_ptr<Loader> loader_;
   std::vector<std::shared_ptr<Loader>> givenUp_; // end when they notice
   std::shared_ptr<Saver> saver_;
-  std::shared_ptr<FileSession*> self_; // for what waits in the loop
+  Lifetime<FileSession> lifetime_{*this}; // for tasks that wait in the loop
   FileWatch watch_;
   TimerId timer_ = 0, progressTimer_ = 0;
   bool asking_ = false, saveFailed_ = false;

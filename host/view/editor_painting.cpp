@@ -33,10 +33,10 @@ Vector unit(const Vector& v) {
 } // namespace
 
 EditorView::Self::Self(EditorViewServices given) : services(std::move(given)) {
-  const auto notify = [alive = std::weak_ptr(alive_)] {
+  const auto notify = [self = lifetime_.ref()] {
     mainLoop().post(
-        [alive] {
-          if (const auto self = alive.lock()) (*self)->deliver();
+        [self] {
+          if (self) self->deliver();
         },
         Urgency::painting);
   };
@@ -92,8 +92,8 @@ void EditorView::Self::requestPicture(bool lookAgain) {
   if (submitPosted_ || !open_) return;
   submitPosted_ = true;
   mainLoop().post(
-      [alive = std::weak_ptr(alive_)] {
-        if (const auto self = alive.lock()) (*self)->submit();
+      [self = lifetime_.ref()] {
+        if (self) self->submit();
       },
       Urgency::painting);
 }

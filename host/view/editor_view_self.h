@@ -6,6 +6,7 @@
 
 #include "c4d_events.h"
 #include "editor_view.h"
+#include "lifetime.h"
 #include "scene_hooks.h"
 #include "view_camera.h"
 #include "view_painter.h"
@@ -110,7 +111,7 @@ class EditorView::Self final : public CoreListener {
   MouseButton swallowed = MouseButton::none; // its release belongs to a drag that is over
 
  private:
-  const std::shared_ptr<Self*> alive_ = std::make_shared<Self*>(this); // for tasks that come late
+  const Lifetime<Self> lifetime_{*this}; // for tasks that wait in the loop
   bool open_ = true;
   bool lookAgain_ = true; // the document may have changed
   bool submitPosted_ = false;

@@ -83,11 +83,11 @@ struct HostRenders::Job {
   }
 };
 
-HostRenders::HostRenders(DocumentHub& hub) : hub_(hub), self_(std::make_shared<HostRenders*>(this)) {
+HostRenders::HostRenders(DocumentHub& hub) : hub_(hub) {
 }
 
 HostRenders::~HostRenders() {
-  *self_ = nullptr;
+  lifetime_.end();
   mainLoop().removeTimer(timer_);
 }
 
@@ -139,8 +139,8 @@ bool HostRenders::start(RenderKind kind, LONG width, LONG height) {
   Job* raw = job.get();
   job->thread = std::make_unique<BackgroundJob>(
       "render", [raw](BaseThread& thread) { raw->run(thread); },
-      [self = self_, watched = std::weak_ptr(job)] {
-        if (*self && (*self)->job_ && (*self)->job_ == watched.lock()) (*self)->ended();
+      [self = lifetime_.ref(), watched = std::weak_ptr(job)] {
+        if (self && self->job_ && self->job_ == watched.lock()) self->ended();
       });
   job->running.emplace(kind == RenderKind::view ? CHECKISRUNNING_EDITORRENDERING
                                                 : CHECKISRUNNING_EXTERNALRENDERING);

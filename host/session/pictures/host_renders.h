@@ -9,6 +9,7 @@
 #include "c4d_bitmap.h"
 #include "c4d_render.h"
 #include "document_hub.h"
+#include "lifetime.h"
 
 namespace host {
 
@@ -70,7 +71,7 @@ class HostRenders {
   std::shared_ptr<Job> job_;
   TimerId timer_ = 0;
   Milliseconds started_ = 0;
-  std::shared_ptr<HostRenders*> self_; // for what waits in the loop
+  Lifetime<HostRenders> lifetime_{*this}; // for tasks that wait in the loop
 };
 
 /// A render's outcome as a sentence for the user; empty for OK and a break.

@@ -88,8 +88,7 @@ struct MaterialPreviews::Job {
   }
 };
 
-MaterialPreviews::MaterialPreviews(DocumentHub& hub)
-    : hub_(hub), self_(std::make_shared<MaterialPreviews*>(this)) {
+MaterialPreviews::MaterialPreviews(DocumentHub& hub) : hub_(hub) {
   changedSubscription_ = hub_.changed.add([this] { documentChanged(); });
   replacedSubscription_ = hub_.replaced.add([this](Replacement) {
     stop();
@@ -104,7 +103,7 @@ MaterialPreviews::MaterialPreviews(DocumentHub& hub)
 MaterialPreviews::~MaterialPreviews() {
   setGiveWayHook(nullptr);
   mainLoop().removeTimer(timer_);
-  *self_ = nullptr;
+  lifetime_.end();
 }
 
 bool MaterialPreviews::isRunning() const noexcept {
@@ -202,8 +201,8 @@ bool MaterialPreviews::start(const Key& key, LONG samples, LONG seed, bool refin
   Job* raw = job.get();
   job->thread = std::make_unique<BackgroundJob>(
       "material preview", [raw](BaseThread& thread) { raw->run(thread); },
-      [self = self_, watched = std::weak_ptr(job)] {
-        if (*self && (*self)->job_ && (*self)->job_ == watched.lock()) (*self)->ended();
+      [self = lifetime_.ref(), watched = std::weak_ptr(job)] {
+        if (self && self->job_ && self->job_ == watched.lock()) self->ended();
       });
   job->running.emplace(CHECKISRUNNING_MATERIALPREVIEWRUNNING);
   job->background.emplace([raw] { raw->thread->askToStop(); });

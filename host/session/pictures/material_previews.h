@@ -18,6 +18,7 @@
 #include "film.h"
 #include "host_renders.h"
 #include "identity.h"
+#include "lifetime.h"
 
 namespace host {
 
@@ -86,7 +87,7 @@ class MaterialPreviews {
   std::deque<Key> queue_;
   std::map<Key, int> patience_; // how often each was stopped: it gets fewer samples then
   std::shared_ptr<Job> job_;
-  std::shared_ptr<MaterialPreviews*> self_; // for what waits in the loop
+  Lifetime<MaterialPreviews> lifetime_{*this}; // for tasks that wait in the loop
   TimerId timer_ = 0;
   std::uint64_t uses_ = 0;
   int stopped_ = 0, finished_ = 0;

@@ -65,12 +65,12 @@ struct PictureSaver::Job {
   std::unique_ptr<BackgroundJob> thread;
 };
 
-PictureSaver::PictureSaver() : self_(std::make_shared<PictureSaver*>(this)) {
+PictureSaver::PictureSaver() {
 }
 
 PictureSaver::~PictureSaver() {
   finish();
-  *self_ = nullptr;
+  lifetime_.end();
 }
 
 Filename PictureSaver::file() const {
@@ -93,8 +93,8 @@ void PictureSaver::start() {
   Job* job = job_.get();
   job->thread = std::make_unique<BackgroundJob>(
       "save picture", [job](BaseThread&) { job->saved = savePicture(*job->picture, job->file, &job->error); },
-      [self = self_, watched = std::weak_ptr(job_)] {
-        if (*self && (*self)->job_ && (*self)->job_ == watched.lock()) (*self)->ended();
+      [self = lifetime_.ref(), watched = std::weak_ptr(job_)] {
+        if (self && self->job_ && self->job_ == watched.lock()) self->ended();
       });
   changed.call();
   if (job->thread->Start(THREADMODE_ASYNC, THREADPRIORITY_BELOW)) return;

@@ -10,6 +10,7 @@
 
 #include "c4d_filename.h"
 #include "host_renders.h"
+#include "lifetime.h"
 
 namespace host {
 
@@ -54,7 +55,7 @@ class PictureSaver {
 
   std::deque<std::shared_ptr<Job>> queue_; // those behind the one that is being saved
   std::shared_ptr<Job> job_;
-  std::shared_ptr<PictureSaver*> self_; // for what waits in the loop
+  Lifetime<PictureSaver> lifetime_{*this}; // for tasks that wait in the loop
 };
 
 } // namespace host
