@@ -22,18 +22,15 @@
 #include "render_stats.h"
 #include "sampler.h"
 #include "scene_file.h"
+#include "stopwatch.h"
+#include "surface_point.h"
 #include "worker_threads.h"
 
 namespace {
 
 using namespace host;
-using Clock = std::chrono::steady_clock;
-
 constexpr int width = 640, height = 480;
 
-double msSince(Clock::time_point start) {
-  return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
-}
 double median(std::vector<double> values) {
   std::sort(values.begin(), values.end());
   return values.empty() ? 0 : values[values.size() / 2];
@@ -80,9 +77,9 @@ double breakAfter(BaseDocument& document, const BaseContainer& settings, BaseBit
   thread.bitmap = &bitmap;
   thread.Start();
   std::this_thread::sleep_for(std::chrono::milliseconds(delayMs));
-  const auto asked = Clock::now();
+  const Stopwatch sinceAsked;
   thread.End(TRUE);
-  return msSince(asked);
+  return sinceAsked.milliseconds();
 }
 
 struct RayList {
@@ -97,10 +94,9 @@ RayList collectRays(const render::RayScene& scene, const render::RenderCamera& c
       render::Sampler sampler(static_cast<unsigned>(x), static_cast<unsigned>(y), 0, 0);
       const render::Ray ray = camera.ray({static_cast<float>(x) + 0.5f, static_cast<float>(y) + 0.5f});
       list.camera.push_back(ray);
-      render::Hit hit;
-      if (!scene.intersect(ray, render::anyMask, true, hit)) continue;
-      render::Surface s;
-      scene.surfaceAt(ray, hit, 0, s);
+      const auto hit = scene.intersect(ray, render::anyMask, true);
+      if (!hit) continue;
+      const render::Surface s = render::surfaceAt(scene, ray, *hit, 0);
       const render::Vec3 d =
           render::Frame(s.normal).toWorld(render::squareToCosineHemisphere(sampler.next2()));
       list.scattered.push_back({render::offsetFrom(s.position, s.geometric, d), d});
@@ -113,17 +109,15 @@ double plainRate(const render::RayScene& scene, const std::vector<render::Ray>& 
   if (rays.empty()) return 0;
   std::atomic<std::size_t> next{0}, hits{0};
   const int rounds = 3;
-  const auto start = Clock::now();
+  const Stopwatch watch;
   runOnWorkers(workerCount(), [&](int) {
     std::size_t found = 0;
     for (std::size_t block; (block = next.fetch_add(1024)) < rays.size() * rounds;)
-      for (std::size_t i = block; i < std::min(block + 1024, rays.size() * rounds); ++i) {
-        render::Hit hit;
-        found += scene.intersect(rays[i % rays.size()], render::anyMask, coherent, hit);
-      }
+      for (std::size_t i = block; i < std::min(block + 1024, rays.size() * rounds); ++i)
+        found += scene.intersect(rays[i % rays.size()], render::anyMask, coherent).has_value();
     hits += found;
   });
-  return static_cast<double>(rays.size()) * rounds / msSince(start) / 1e3;
+  return static_cast<double>(rays.size()) * rounds / watch.milliseconds() / 1e3;
 }
 
 BaseObject* firstWithMesh(BaseObject* object) {
@@ -150,16 +144,16 @@ void measure(const std::string& file, int samples, const std::string& picture) {
 
   BaseContainer quick = settings;
   quick.SetLong(RDATA_MAXSAMPLES, 1);
-  const auto cloneStart = Clock::now();
+  const Stopwatch cloning;
   BaseDocument* clone = document->GetClone(COPYFLAGS_NO_ANIMATION);
-  const double cloneMs = msSince(cloneStart);
+  const double cloneMs = cloning.milliseconds();
   const RenderStats cold = renderOnce(*clone, quick, *bitmap);
 
   std::vector<double> first, build;
   for (int i = 0; i < 9; ++i) {
     const RenderStats s = renderOnce(*clone, quick, *bitmap);
-    first.push_back(s.first_pixels_ms);
-    build.push_back(s.build_ms);
+    first.push_back(s.firstPixelsMs);
+    build.push_back(s.buildMs);
   }
   std::vector<double> breaks;
   for (const int delay : {2, 10, 30, 60, 120, 200, 300})
@@ -178,40 +172,37 @@ void measure(const std::string& file, int samples, const std::string& picture) {
     object->SetMl(m);
     moved = renderOnce(*clone, quick, *bitmap);
   }
-  const auto start = Clock::now();
+  const Stopwatch watch;
   const std::clock_t cpuStart = std::clock();
   const RenderStats full = renderOnce(*clone, settings, *bitmap);
-  const double seconds = msSince(start) / 1e3;
+  const double seconds = watch.milliseconds() / 1e3;
   const double perMillion =
-      (full.render_ms - full.build_ms) / 1e3 / (static_cast<double>(full.camera_samples) / 1e6);
+      (full.renderMs - full.buildMs) / 1e3 / (static_cast<double>(full.cameraSamples) / 1e6);
 
   // Processor time is more reliable than the wall clock on a busy machine.
   const double cpu = static_cast<double>(std::clock() - cpuStart) / CLOCKS_PER_SEC;
-  const double cpuPerMillion = cpu / workerCount() / (static_cast<double>(full.camera_samples) / 1e6);
+  const double cpuPerMillion = cpu / workerCount() / (static_cast<double>(full.cameraSamples) / 1e6);
 
-  RenderStats scratch;
-  std::vector<std::string> errors;
   const SnapshotPtr snapshot = takeSnapshot(*clone, {});
-  const auto scene =
-      render::RayScene::build(snapshot, render::RenderSettings{}, workerCount(), {}, scratch, errors);
+  const auto scene = render::RayScene::build(snapshot, render::RenderSettings{}, workerCount(), {}).scene;
   const RayList rays = collectRays(*scene, render::RenderCamera(snapshot->camera, width, height));
   const double coherent = plainRate(*scene, rays.camera, true),
                scattered = plainRate(*scene, rays.scattered, false);
-  const double rate = static_cast<double>(full.rays) / (full.render_ms - full.build_ms) / 1e3;
+  const double rate = static_cast<double>(full.rays) / (full.renderMs - full.buildMs) / 1e3;
 
   std::printf("%s\n", std::filesystem::path(file).filename().c_str());
   std::printf("  triangles %llu, document clone %.2f ms\n", static_cast<unsigned long long>(cold.triangles),
               cloneMs);
   std::printf("  first coarse picture: cold %.0f ms (build %.0f), warm median %.1f ms (build %.1f)\n",
-              cold.first_pixels_ms, cold.build_ms, median(first), median(build));
+              cold.firstPixelsMs, cold.buildMs, median(first), median(build));
   std::printf("  break to thread end: worst of %zu warm %.1f ms, worst cold %.1f ms\n", breaks.size(),
               *std::max_element(breaks.begin(), breaks.end()), coldBreak);
   std::printf("  one object moved: %u meshes built, %u reused, first coarse picture %.1f ms\n",
-              moved.meshes_built, moved.meshes_reused, moved.first_pixels_ms);
+              moved.meshesBuilt, moved.meshesReused, moved.firstPixelsMs);
   std::printf("  %d samples: %.2f s, %.3f s per million camera samples (%.3f by processor time), %.1f rays a "
               "sample\n",
               samples, seconds, perMillion, cpuPerMillion,
-              static_cast<double>(full.rays) / static_cast<double>(full.camera_samples));
+              static_cast<double>(full.rays) / static_cast<double>(full.cameraSamples));
   std::printf("  million rays a second: rendering %.2f; plain queries: camera %.2f, scattered %.2f; ratio to "
               "scattered %.2f\n",
               rate, coherent, scattered, scattered > 0 ? rate / scattered : 0);

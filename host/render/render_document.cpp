@@ -25,7 +25,7 @@ class DocumentRender {
 
   RENDERRESULT run() {
     if (settings_.region.empty()) return RENDERRESULT_OK;
-    tell(0, RENDERPROGRESSTYPE_BEFORERENDERING);
+    reportProgress(0, RENDERPROGRESSTYPE_BEFORERENDERING);
     {
       Access::RenderView view(&bitmap_, &container_);
       VideoPostStruct frame;
@@ -45,19 +45,20 @@ class DocumentRender {
       renderFrame(posts);
     }
     printProblems();
-    tell(error_ == RENDERRESULT_USERBREAK ? told_ : 1, RENDERPROGRESSTYPE_AFTERRENDERING);
-    return error_ == RENDERRESULT_OK && missing_ ? RENDERRESULT_ASSETMISSING : error_;
+    reportProgress(error_ == RENDERRESULT_USERBREAK ? reported_ : 1, RENDERPROGRESSTYPE_AFTERRENDERING);
+    const bool missing = report_.outcome == RenderOutcome::assetMissing;
+    return error_ == RENDERRESULT_OK && missing ? RENDERRESULT_ASSETMISSING : error_;
   }
 
-  RenderStats& stats() { return stats_; }
+  const RenderStats& stats() const { return report_.stats; }
 
  private:
   bool stopped() const { return (thread_ && thread_->TestBreak()) || error_ != RENDERRESULT_OK; }
 
   BaseTime time() const { return container_.GetTime(RDATA_FRAMEFROM, document_.GetTime()); }
 
-  void tell(double part, RENDERPROGRESSTYPE type) {
-    told_ = part;
+  void reportProgress(double part, RENDERPROGRESSTYPE type) {
+    reported_ = part;
     if (progress_) progress_(part, type, userData_);
   }
 
@@ -79,41 +80,48 @@ class DocumentRender {
       return;
     }
     posts.open(VIDEOPOSTCALL_RENDER);
+    if (error_ != RENDERRESULT_OK) return; // a post has refused
+    report_ = renderSnapshot({snapshot, settings_, &bitmap_, hooksFor(posts), since_});
+    // Posts see a render without a picture of its own as completed.
+    if (error_ == RENDERRESULT_OK && report_.outcome != RenderOutcome::assetMissing)
+      error_ = interfaceResult(report_.outcome);
+  }
+
+  RenderHooks hooksFor(VideoPostCalls& posts) {
     RenderHooks hooks;
     hooks.stopped = [this] {
       return (thread_ && thread_->TestBreak()) || postFailed_.load(std::memory_order_relaxed);
     };
+    // A hardware preview that fails on its way begins again in software: the progress stays.
     if (progress_)
-      // A hardware preview that fails on its way begins again in software: what was told stands.
       hooks.progress = [this](double part) {
-        tell(std::max(part, told_), RENDERPROGRESSTYPE_DURINGRENDERING);
+        reportProgress(std::max(part, reported_), RENDERPROGRESSTYPE_DURINGRENDERING);
       };
-    if (!posts.empty()) {
-      hooks.beginPasses = [this, &posts] {
-        posts.open(VIDEOPOSTCALL_INNER);
-        if (error_ != RENDERRESULT_OK) postFailed_ = true;
-      };
-      hooks.endPasses = [&posts] { posts.close(VIDEOPOSTCALL_INNER); };
-      hooks.beginTile = [&posts] { posts.open(VIDEOPOSTCALL_TILE); };
-      hooks.endTile = [this, &posts] {
-        posts.close(VIDEOPOSTCALL_TILE);
-        if (error_ != RENDERRESULT_OK) postFailed_ = true;
-      };
-    }
-    if (error_ != RENDERRESULT_OK) return; // a post has refused
-    const RENDERRESULT rendered =
-        renderSnapshot(snapshot, settings_, bitmap_, hooks, stats_, problems_, started_);
-    missing_ = rendered == RENDERRESULT_ASSETMISSING; // the render was completed all the same
-    if (error_ == RENDERRESULT_OK && !missing_) error_ = rendered;
+    if (posts.empty()) return hooks;
+    hooks.beginPasses = [this, &posts] {
+      posts.open(VIDEOPOSTCALL_INNER);
+      notePostError();
+    };
+    hooks.endPasses = [&posts] { posts.close(VIDEOPOSTCALL_INNER); };
+    hooks.beginTile = [&posts] { posts.open(VIDEOPOSTCALL_TILE); };
+    hooks.endTile = [this, &posts] {
+      posts.close(VIDEOPOSTCALL_TILE);
+      notePostError();
+    };
+    return hooks;
+  }
+
+  void notePostError() {
+    if (error_ != RENDERRESULT_OK) postFailed_ = true;
   }
 
   void printProblems() const {
     if (!(flags_ & RENDERFLAGS_SHOWERRORS)) return;
-    for (const std::string& problem : problems_)
+    for (const std::string& problem : report_.problems)
       GePrint(String(std::string_view("Render: " + problem)));
   }
 
-  const SteadyTime started_ = std::chrono::steady_clock::now();
+  const Stopwatch since_;
   BaseDocument& document_;
   const BaseContainer& container_;
   ProgressHook* progress_;
@@ -122,12 +130,10 @@ class DocumentRender {
   RENDERFLAGS flags_;
   BaseThread* thread_;
   RenderSettings settings_;
-  RenderStats stats_;
-  std::vector<std::string> problems_;
-  RENDERRESULT error_ = RENDERRESULT_OK; // what video posts see; 0 for a render that was completed
-  bool missing_ = false;                 // a picture was
+  RenderReport report_;
+  RENDERRESULT error_ = RENDERRESULT_OK; // as video posts see it; 0 for a render that was completed
   std::atomic<bool> postFailed_{false};
-  double told_ = 0;
+  double reported_ = 0;
 };
 
 // Who renders a range of frames looks at the last one's result only, so every frame that failed is recorded.

@@ -10,57 +10,97 @@
 namespace host::render {
 namespace {
 
-double sinceMs(SteadyTime start) {
-  return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
-}
+/// One call of renderSnapshot. The report stays valid when a step throws.
+class SnapshotRender {
+ public:
+  explicit SnapshotRender(const RenderRequest& request) : request_(request) {}
 
-RENDERRESULT draw(const SnapshotPtr& snapshot, const RenderSettings& settings, BaseBitmap& bitmap,
-                  const RenderHooks& hooks, RenderStats& stats, std::vector<std::string>& problems,
-                  SteadyTime started) {
-  for (const std::string& name : snapshot->missingAssets)
-    problems.push_back("The picture \"" + name + "\" is missing. Materials are shown without it.");
-  const bool missing = !problems.empty();
-  problems.insert(problems.end(), snapshot->problems.begin(), snapshot->problems.end());
-  std::vector<std::string> undecoded;
-  if (settings.hardware) {
-    const auto drawn = drawHardwarePreview(snapshot, settings, bitmap, hooks, stats, undecoded, started);
-    if (drawn) {
-      problems.insert(problems.end(), undecoded.begin(), undecoded.end());
-      return *drawn == RENDERRESULT_OK && (missing || !undecoded.empty()) ? RENDERRESULT_ASSETMISSING
-                                                                          : *drawn;
+  RenderReport run() {
+    try {
+      if (!request_.settings.region.empty()) report_.outcome = draw();
+    } catch (const std::bad_alloc&) {
+      fail("Not enough memory to render this scene. A smaller picture or fewer objects need less.");
+    } catch (const std::exception& e) {
+      fail(std::string("The system gave no means to render (") + e.what() + "). Try again.");
     }
-    undecoded.clear();
+    report_.stats.renderMs = request_.since.milliseconds();
+    return std::move(report_);
   }
-  const auto scene = RayScene::build(snapshot, settings, workerCount(), hooks.stopped, stats, undecoded);
-  problems.insert(problems.end(), undecoded.begin(), undecoded.end());
-  stats.build_ms = sinceMs(started);
-  if (!scene) return RENDERRESULT_USERBREAK;
-  Refinement refinement(*scene, settings, bitmap, hooks, stats, started);
-  if (hooks.beginPasses) hooks.beginPasses();
-  const bool whole = refinement.run();
-  if (hooks.endPasses) hooks.endPasses();
-  if (!whole) return RENDERRESULT_USERBREAK;
-  return missing || !undecoded.empty() ? RENDERRESULT_ASSETMISSING : RENDERRESULT_OK;
-}
+
+ private:
+  void fail(std::string problem) {
+    report_.problems.push_back(std::move(problem));
+    report_.outcome = RenderOutcome::outOfMemory;
+  }
+
+  RenderOutcome draw() {
+    const Snapshot& snapshot = *request_.snapshot;
+    for (const std::string& name : snapshot.missingAssets)
+      report_.problems.push_back("The picture \"" + name + "\" is missing. Materials are shown without it.");
+    missing_ = !report_.problems.empty();
+    addProblems(snapshot.problems);
+    if (request_.settings.hardware) {
+      if (const auto drawn = drawHardwarePreview(request_)) return accept(*drawn);
+    }
+    return trace();
+  }
+
+  RenderOutcome accept(const RenderReport& drawn) {
+    report_.stats = drawn.stats;
+    noteUndecoded(drawn.problems);
+    return drawn.outcome == RenderOutcome::finished ? finished() : drawn.outcome;
+  }
+
+  RenderOutcome trace() {
+    const auto built =
+        RayScene::build(request_.snapshot, request_.settings, workerCount(), request_.hooks.stopped);
+    static_cast<BuildCounts&>(report_.stats) = built.counts;
+    noteUndecoded(built.undecoded);
+    report_.stats.buildMs = request_.since.milliseconds();
+    if (!built.scene) return RenderOutcome::stopped;
+    Refinement refinement(*built.scene, request_);
+    const RenderHooks& hooks = request_.hooks;
+    if (hooks.beginPasses) hooks.beginPasses();
+    const bool whole = refinement.run();
+    if (hooks.endPasses) hooks.endPasses();
+    report_.stats.firstPixelsMs = refinement.firstPixelsMs();
+    report_.stats.rays = refinement.rays();
+    report_.stats.cameraSamples = refinement.cameraSamples();
+    return whole ? finished() : RenderOutcome::stopped;
+  }
+
+  void addProblems(const std::vector<std::string>& problems) {
+    report_.problems.insert(report_.problems.end(), problems.begin(), problems.end());
+  }
+  void noteUndecoded(const std::vector<std::string>& undecoded) {
+    missing_ = missing_ || !undecoded.empty();
+    addProblems(undecoded);
+  }
+  RenderOutcome finished() const { return missing_ ? RenderOutcome::assetMissing : RenderOutcome::finished; }
+
+  const RenderRequest& request_;
+  RenderReport report_;
+  bool missing_ = false; // a picture
+};
 
 } // namespace
 
-RENDERRESULT renderSnapshot(const SnapshotPtr& snapshot, const RenderSettings& settings, BaseBitmap& bitmap,
-                            const RenderHooks& hooks, RenderStats& stats, std::vector<std::string>& problems,
-                            SteadyTime started) {
-  RENDERRESULT result = RENDERRESULT_OK;
-  try {
-    if (!settings.region.empty()) result = draw(snapshot, settings, bitmap, hooks, stats, problems, started);
-  } catch (const std::bad_alloc&) {
-    problems.push_back(
-        "Not enough memory to render this scene. A smaller picture or fewer objects need less.");
-    result = RENDERRESULT_OUTOFMEMORY;
-  } catch (const std::exception& e) {
-    problems.push_back(std::string("The system gave no means to render (") + e.what() + "). Try again.");
-    result = RENDERRESULT_OUTOFMEMORY;
+RENDERRESULT interfaceResult(RenderOutcome outcome) {
+  switch (outcome) {
+  case RenderOutcome::finished:
+    break;
+  case RenderOutcome::assetMissing:
+    return RENDERRESULT_ASSETMISSING;
+  case RenderOutcome::stopped:
+    return RENDERRESULT_USERBREAK;
+  case RenderOutcome::outOfMemory:
+    return RENDERRESULT_OUTOFMEMORY;
   }
-  stats.render_ms = sinceMs(started);
-  return result;
+  return RENDERRESULT_OK;
+}
+
+RenderReport renderSnapshot(const RenderRequest& request) {
+  return SnapshotRender(request).run();
 }
 
 } // namespace host::render

@@ -1,19 +1,23 @@
-// What a render cost, for programs that print it. Values, any thread.
+// Times and counts of a render, for programs that print them. Values, any thread.
 #pragma once
 
 #include <cstdint>
 
 namespace host {
 
-struct RenderStats {
-  double build_ms = 0;        // from the request until the first ray could be shot, evaluation included
-  double first_pixels_ms = 0; // from the request until the first complete coarse picture was in the bitmap
-  double render_ms = 0;       // from the request until the end
-  std::uint64_t camera_samples = 0;
-  std::uint64_t rays = 0;                            // of every kind, camera rays among them
-  std::uint64_t triangles = 0;                       // of all instances
-  std::uint32_t meshes_built = 0, meshes_reused = 0; // acceleration structures of meshes
-  std::uint32_t textures_decoded = 0, textures_reused = 0;
+/// The scene as it was made ready.
+struct BuildCounts {
+  std::uint64_t triangles = 0;                     // of all instances
+  std::uint32_t meshesBuilt = 0, meshesReused = 0; // acceleration structures of meshes
+  std::uint32_t texturesDecoded = 0, texturesReused = 0;
+};
+
+struct RenderStats : BuildCounts {
+  double buildMs = 0;       // from the request until the first ray can be traced, evaluation included
+  double firstPixelsMs = 0; // from the request until the first complete coarse picture is in the bitmap
+  double renderMs = 0;      // from the request until the end
+  std::uint64_t cameraSamples = 0;
+  std::uint64_t rays = 0; // of every kind, camera rays among them
 };
 
 /// Of the last RenderDocument that returned on the calling thread.

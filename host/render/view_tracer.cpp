@@ -4,6 +4,7 @@
 
 #include "console.h"
 #include "ray_scene.h"
+#include "surface_point.h"
 
 namespace host {
 namespace render {
@@ -61,12 +62,11 @@ class TracedScene final : public ViewScene {
   ViewHit traceOne(const ViewRay& from) const {
     Ray ray{Vec3(from.origin), Vec3(from.direction), from.near, from.far};
     for (int layer = 0; layer < 16; ++layer) {
-      Hit hit;
-      if (!rays_->intersect(ray, cameraMask, true, hit)) return beyond(ray.direction);
-      Surface surface;
-      rays_->surfaceAt(ray, hit, hit.distance * pixelAngle, surface);
-      if (shows(surface)) return shown(hit, surface);
-      ray.near = hit.distance + 1e-5f * hit.distance + 1e-6f;
+      const std::optional<Hit> hit = rays_->intersect(ray, cameraMask, true);
+      if (!hit) return beyond(ray.direction);
+      const Surface surface = surfaceAt(*rays_, ray, *hit, hit->distance * pixelAngle);
+      if (shows(surface)) return shown(*hit, surface);
+      ray.near = hit->distance + 1e-5f * hit->distance + 1e-6f;
     }
     return {};
   }
@@ -90,7 +90,7 @@ class TracedScene final : public ViewScene {
     const SurfaceMaterial& material = *surface.material->source;
     const Rgba shade = surface.material->baseColor.at(surface.point);
     ViewHit out;
-    out.object = rays_->instanceOf(hit).object;
+    out.object = rays_->placed(hit).source->object;
     out.distance = hit.distance;
     out.normal = {surface.normal.x, surface.normal.y, surface.normal.z};
     out.color = {clamp01(material.baseColor[0] * shade.r * surface.color.x),
@@ -111,10 +111,9 @@ class Tracer final : public ViewTracer {
  public:
   ViewScenePtr prepare(const SnapshotPtr& snapshot, int workers,
                        const std::function<bool()>& stopped) override {
-    RenderStats stats;
-    std::vector<std::string> errors; // a render tells them; the view shows the material without its picture
     try {
-      auto rays = RayScene::build(plainLook(*snapshot), {}, workers, stopped, stats, errors);
+      // A picture that does not decode is reported by renders; the view shows the material without it.
+      auto rays = RayScene::build(plainLook(*snapshot), {}, workers, stopped).scene;
       return rays ? std::make_shared<TracedScene>(snapshot, std::move(rays)) : nullptr;
     } catch (const std::bad_alloc&) {
       printLine("The memory is too short to show this scene in the editor view. Close other documents or "

@@ -9,9 +9,9 @@
 #include "film.h"
 #include "gltf_mutator.h"
 #include "render_snapshot.h"
+#include "view_tracer.h"
 #include "scene_cache.h"
 #include "scene_file.h"
-#include "view_tracer.h"
 #include "worker_threads.h"
 
 namespace {
@@ -33,9 +33,7 @@ void render(const host::SnapshotPtr& snapshot) {
   settings.caustics = settings.ambientOcclusion = true;
   AutoAlloc<BaseBitmap> bitmap;
   bitmap->Init(width, height, 24);
-  host::RenderStats stats;
-  std::vector<std::string> problems;
-  host::render::renderSnapshot(snapshot, settings, *bitmap, {}, stats, problems);
+  host::render::renderSnapshot({snapshot, settings, &*bitmap});
   const auto film = host::filmOf(*bitmap);
   require(film != nullptr, "a render keeps its film");
   for (int y = 0; y < height; ++y)

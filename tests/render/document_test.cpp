@@ -89,11 +89,11 @@ TEST_F(DocumentTest, RendersAndCounts) {
   EXPECT_EQ(render(), RENDERRESULT_OK);
   EXPECT_GT(litPixels(*bitmap.bitmap), 80 * 60 / 2);
   const RenderStats stats = lastRenderStats();
-  EXPECT_GE(stats.camera_samples, 2u * 80 * 60);
-  EXPECT_GE(stats.rays, stats.camera_samples);
+  EXPECT_GE(stats.cameraSamples, 2u * 80 * 60);
+  EXPECT_GE(stats.rays, stats.cameraSamples);
   EXPECT_GT(stats.triangles, 0u);
-  EXPECT_GT(stats.first_pixels_ms, 0);
-  EXPECT_GE(stats.render_ms, stats.first_pixels_ms);
+  EXPECT_GT(stats.firstPixelsMs, 0);
+  EXPECT_GE(stats.renderMs, stats.firstPixelsMs);
 }
 
 TEST_F(DocumentTest, ACloneWithAMovedObjectBuildsNoMesh) {
@@ -105,8 +105,8 @@ TEST_F(DocumentTest, ACloneWithAMovedObjectBuildsNoMesh) {
   object->SetMl(m);
   EXPECT_EQ(RenderDocument(clone.get(), settings, nullptr, nullptr, bitmap.bitmap, RENDERFLAGS_0, nullptr),
             RENDERRESULT_OK);
-  EXPECT_EQ(lastRenderStats().meshes_built, 0u);
-  EXPECT_EQ(lastRenderStats().textures_decoded, 0u);
+  EXPECT_EQ(lastRenderStats().meshesBuilt, 0u);
+  EXPECT_EQ(lastRenderStats().texturesDecoded, 0u);
 }
 
 TEST_F(DocumentTest, SetsTheTimeOfTheFrame) {

@@ -38,10 +38,9 @@ RenderSettings rays(int width, int height) {
 // Draws in hardware, and nothing when that is not possible.
 std::optional<RENDERRESULT> attempt(Scene& scene, BaseBitmap& bitmap, const RenderSettings& how,
                                     const RenderHooks& hooks = {}) {
-  RenderStats stats;
-  std::vector<std::string> undecoded;
-  return render::drawHardwarePreview(scene.snapshot, how, bitmap, hooks, stats, undecoded,
-                                     std::chrono::steady_clock::now());
+  const auto report = render::drawHardwarePreview({scene.snapshot, how, &bitmap, hooks});
+  if (!report) return std::nullopt;
+  return render::interfaceResult(report->outcome);
 }
 
 bool driverIsThere() {
@@ -392,20 +391,20 @@ TEST_F(HardwarePreview, RendersReuseWhatWasUploaded) {
     return std::array<int, 4>{30 * x, 0, 0, 255};
   }));
   const auto before = hardwareCounters();
-  EXPECT_EQ(draw(scene, 16, 16, hardware(16, 16)).stats.meshes_built, 1u);
+  EXPECT_EQ(draw(scene, 16, 16, hardware(16, 16)).stats.meshesBuilt, 1u);
   const auto first = hardwareCounters();
   EXPECT_EQ(first.meshUploads, before.meshUploads + 1);
   EXPECT_EQ(first.textureUploads, before.textureUploads + 1);
   for (int i = 0; i < 3; ++i) {
     const Result again = draw(scene, 24, 16, hardware(24, 16));
-    EXPECT_EQ(again.stats.meshes_built, 0u);
-    EXPECT_EQ(again.stats.meshes_reused, 1u);
+    EXPECT_EQ(again.stats.meshesBuilt, 0u);
+    EXPECT_EQ(again.stats.meshesReused, 1u);
   }
   EXPECT_EQ(hardwareCounters().meshUploads, first.meshUploads);
   EXPECT_EQ(hardwareCounters().textureUploads, first.textureUploads);
   EXPECT_EQ(hardwareCounters().programs, first.programs);
   freeRenderCaches();
-  EXPECT_EQ(draw(scene, 16, 16, hardware(16, 16)).stats.meshes_built, 1u);
+  EXPECT_EQ(draw(scene, 16, 16, hardware(16, 16)).stats.meshesBuilt, 1u);
 }
 
 TEST_F(HardwarePreview, SeveralThreadsTakeTurns) {

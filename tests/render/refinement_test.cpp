@@ -67,8 +67,8 @@ TEST(Refinement, QuietPixelsStopEarly) {
   const Result whole = draw(scene, 64, 48, how);
   how.noise = 0.02f;
   const Result early = draw(scene, 64, 48, how);
-  EXPECT_LT(early.stats.camera_samples, whole.stats.camera_samples * 8 / 10);
-  EXPECT_GE(early.stats.camera_samples, 16u * 64 * 48);
+  EXPECT_LT(early.stats.cameraSamples, whole.stats.cameraSamples * 8 / 10);
+  EXPECT_GE(early.stats.cameraSamples, 16u * 64 * 48);
   EXPECT_NEAR(early.mean().x, whole.mean().x, 0.01f * whole.mean().x);
 }
 
@@ -79,10 +79,8 @@ TEST(Refinement, ARegionTouchesOnlyItsPixels) {
   how.region = {10, 7, 33, 40};
   Bitmap target(64, 48);
   target.bitmap->Clear(1, 2, 3);
-  RenderStats stats;
-  std::vector<std::string> problems;
-  EXPECT_EQ(render::renderSnapshot(scene.snapshot, how, *target.bitmap, {}, stats, problems),
-            RENDERRESULT_OK);
+  const render::RenderReport report = render::renderSnapshot({scene.snapshot, how, target.bitmap});
+  EXPECT_EQ(render::interfaceResult(report.outcome), RENDERRESULT_OK);
   int wrong = 0;
   for (int y = 0; y < 48; ++y)
     for (int x = 0; x < 64; ++x) {
@@ -94,7 +92,7 @@ TEST(Refinement, ARegionTouchesOnlyItsPixels) {
     }
   EXPECT_EQ(wrong, 0);
   // Nothing outside was computed: 24 x 34 pixels, four samples, and the blocks.
-  EXPECT_LE(stats.camera_samples, 24u * 34 * 4 + 24u * 34 / 8);
+  EXPECT_LE(report.stats.cameraSamples, 24u * 34 * 4 + 24u * 34 / 8);
 }
 
 TEST(Refinement, AnEmptyRegionDrawsNothing) {
@@ -119,9 +117,9 @@ TEST(Refinement, StartsNothingMoreAfterABreak) {
     const Result r = draw(scene, 320, 240, how, hooks);
     EXPECT_EQ(r.code, RENDERRESULT_USERBREAK);
     // It asks before every sample, and not for long once it knows.
-    EXPECT_LE(r.stats.camera_samples, static_cast<std::uint64_t>(questions));
+    EXPECT_LE(r.stats.cameraSamples, static_cast<std::uint64_t>(questions));
     if (questions > 1000) { // the structures' build asks some hundred times
-      EXPECT_GE(r.stats.camera_samples, static_cast<std::uint64_t>(questions / 2));
+      EXPECT_GE(r.stats.cameraSamples, static_cast<std::uint64_t>(questions / 2));
     }
     EXPECT_LE(asked - questions, 4 * workerCount());
   }
@@ -139,11 +137,11 @@ TEST(Refinement, ABreakEndsABuild) {
   };
   const Result r = draw(scene, 16, 16, settings(16, 16, 1), hooks);
   EXPECT_EQ(r.code, RENDERRESULT_USERBREAK);
-  EXPECT_EQ(r.stats.meshes_built, 0u);
+  EXPECT_EQ(r.stats.meshesBuilt, 0u);
   EXPECT_EQ(r.stats.rays, 0u);
   const Result again = draw(scene, 16, 16, settings(16, 16, 1)); // nothing is left broken
   EXPECT_EQ(again.code, RENDERRESULT_OK);
-  EXPECT_EQ(again.stats.meshes_built, 1u);
+  EXPECT_EQ(again.stats.meshesBuilt, 1u);
 }
 
 TEST(Refinement, ProgressRisesFromNothingToAll) {
@@ -186,7 +184,7 @@ TEST(Refinement, TheFirstPictureCoversEverything) {
   for (const std::uint32_t pixel : r.display)
     black += pixel == 0;
   EXPECT_EQ(black, 0);
-  EXPECT_GT(r.stats.first_pixels_ms, 0);
+  EXPECT_GT(r.stats.firstPixelsMs, 0);
 }
 
 TEST(Caches, MovingAnObjectBuildsNoMesh) {
@@ -197,8 +195,8 @@ TEST(Caches, MovingAnObjectBuildsNoMesh) {
   Scene moved;
   moved.snapshot = copy;
   const Result r = draw(moved, 16, 16, settings(16, 16, 1));
-  EXPECT_EQ(r.stats.meshes_built, 0u);
-  EXPECT_EQ(r.stats.meshes_reused, 2u);
+  EXPECT_EQ(r.stats.meshesBuilt, 0u);
+  EXPECT_EQ(r.stats.meshesReused, 2u);
 }
 
 TEST(Caches, TexturesAreDecodedOnce) {
@@ -207,27 +205,32 @@ TEST(Caches, TexturesAreDecodedOnce) {
     return std::array<int, 4>{x, 0, 0, 255};
   }));
   scene.add(quad({-1, -1, 0}, {2, 0, 0}, {0, 2, 0}));
-  EXPECT_EQ(draw(scene, 8, 1).stats.textures_decoded, 1u);
+  EXPECT_EQ(draw(scene, 8, 1).stats.texturesDecoded, 1u);
   const RenderStats again = draw(scene, 8, 1).stats;
-  EXPECT_EQ(again.textures_decoded, 0u);
-  EXPECT_EQ(again.textures_reused, 1u);
+  EXPECT_EQ(again.texturesDecoded, 0u);
+  EXPECT_EQ(again.texturesReused, 1u);
 }
 
 TEST(Caches, LetGoOfTheLeastRecentlyUsed) {
   render::SceneCache cache(std::size_t{1} << 20);
   RenderStats stats;
-  const auto one = [&](const MeshPtr& mesh) { return cache.meshes({mesh}, 1, {}, stats); };
+  const auto one = [&](const MeshPtr& mesh) {
+    const auto meshes = cache.meshes({mesh}, 1, {});
+    stats.meshesBuilt += meshes.built;
+    stats.meshesReused += meshes.reused;
+    return meshes.accels;
+  };
   const MeshPtr a = ball(1, 30), b = ball(1, 30), large = ball(1, 60);
   one(a);
   one(b);
-  EXPECT_EQ(stats.meshes_built, 2u);
+  EXPECT_EQ(stats.meshesBuilt, 2u);
   one(a); // a is used last
-  EXPECT_EQ(stats.meshes_reused, 1u);
+  EXPECT_EQ(stats.meshesReused, 1u);
   cache.setLimit(cache.bytes() - 1); // one has to go
   one(a);
-  EXPECT_EQ(stats.meshes_reused, 2u);
+  EXPECT_EQ(stats.meshesReused, 2u);
   one(b);
-  EXPECT_EQ(stats.meshes_built, 3u);
+  EXPECT_EQ(stats.meshesBuilt, 3u);
   cache.setLimit(0);
   EXPECT_EQ(cache.bytes(), 0u);
   const auto held = one(large); // held by its user, whatever the bound

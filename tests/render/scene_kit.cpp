@@ -199,7 +199,10 @@ Result draw(Scene& scene, int width, int height, const render::RenderSettings& h
   Bitmap bitmap(width, height, 32);
   Result r;
   r.width = width, r.height = height;
-  r.code = render::renderSnapshot(scene.snapshot, how, *bitmap.bitmap, hooks, r.stats, r.problems);
+  render::RenderReport report = render::renderSnapshot({scene.snapshot, how, bitmap.bitmap, hooks});
+  r.code = render::interfaceResult(report.outcome);
+  r.stats = report.stats;
+  r.problems = std::move(report.problems);
   r.pixels.resize(static_cast<std::size_t>(width * height) * 4);
   const auto film = filmOf(*bitmap.bitmap);
   for (int y = 0; y < height; ++y)

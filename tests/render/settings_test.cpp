@@ -220,7 +220,7 @@ TEST(Settings, GeometryTakesAllSamplesAtEdgesBetweenObjects) {
   scene.lookAt({0, 0, 5}, {0, 0, 0}, true, 1);
   const auto samples = [&](AntiAliasing kind) {
     const auto how = [&](RenderSettings& s) { s.antiAliasing = kind, s.noise = 0.01f; };
-    return shot(scene, how, 64).stats.camera_samples;
+    return shot(scene, how, 64).stats.cameraSamples;
   };
   const auto none = samples(AntiAliasing::none);
   EXPECT_EQ(samples(AntiAliasing::best), none);
@@ -305,7 +305,7 @@ TEST(Settings, PreviewHasNoNoiseAndNeedsNoLight) {
   EXPECT_EQ(difference(a, b), 0);
   EXPECT_GT(a.at(16, 16).y, 0.3f);
   EXPECT_NEAR(a.at(16, 16).y / a.at(16, 16).x, 3, 0.01f);
-  EXPECT_LE(a.stats.camera_samples, 6u * 32 * 32);
+  EXPECT_LE(a.stats.cameraSamples, 6u * 32 * 32);
 }
 
 TEST(Settings, ReadFromTheContainer) {

@@ -23,10 +23,10 @@ std::string statsText(const RunTimes& times, PixelSize size, LONG result) {
   nlohmann::ordered_json json;
   json["load_ms"] = times.loadMs;
   json["clone_ms"] = times.cloneMs;
-  json["build_ms"] = stats.build_ms;
-  json["first_pixels_ms"] = stats.first_pixels_ms;
-  json["render_ms"] = stats.render_ms;
-  json["camera_samples"] = stats.camera_samples;
+  json["build_ms"] = stats.buildMs;
+  json["first_pixels_ms"] = stats.firstPixelsMs;
+  json["render_ms"] = stats.renderMs;
+  json["camera_samples"] = stats.cameraSamples;
   json["rays"] = stats.rays;
   json["triangles"] = stats.triangles;
   json["peak_rss_bytes"] = host::platform::peakMemory();

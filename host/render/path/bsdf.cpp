@@ -38,26 +38,20 @@ Vec3 squareRoot(Vec3 c) {
   return {std::sqrt(c.x), std::sqrt(c.y), std::sqrt(c.z)};
 }
 
-float powerHeuristic(float a, float b) {
-  if (!(a < 1e15f)) return 1;
-  return a * a / (a * a + b * b);
-}
-
 Vec3 divide(Vec3 a, Vec3 b) {
   return {b.x > 1e-6f ? a.x / b.x : 1, b.y > 1e-6f ? a.y / b.y : 1, b.z > 1e-6f ? a.z / b.z : 1};
 }
 
 } // namespace
 
-float straightPass(const SurfaceLook& look, float cosine, Vec3* tint) {
-  if (look.transmission <= 0) return 0;
+StraightPass straightPass(const SurfaceLook& look, float cosine) {
+  if (look.transmission <= 0) return {};
   const float coat =
       look.reflectionOn ? look.clearcoat * Albedo(cosine, look.clearcoatRoughness).full(coatF0, 1) : 0;
   const float reflected =
       look.reflectionOn ? maxComponent(Albedo(cosine, look.roughness).full(dielectricF0(look), look.specular))
                         : 0;
-  *tint = squareRoot(look.baseColor);
-  return (1 - coat) * (1 - look.metallic) * look.transmission * (1 - reflected);
+  return {(1 - coat) * (1 - look.metallic) * look.transmission * (1 - reflected), squareRoot(look.baseColor)};
 }
 
 Bsdf::Bsdf(const SurfaceLook& look, Vec3 normal, Vec3 geometric, Vec3 wo, bool entering, bool separate)

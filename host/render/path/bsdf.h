@@ -83,8 +83,19 @@ class Bsdf {
   std::array<bool, lobeCount> mirror_{};
 };
 
-/// For `SurfaceLook::straight`: the share of light that passes straight through (a probability), and the
-/// factor of its colour.
-float straightPass(const SurfaceLook& look, float cosine, Vec3* tint);
+/// Light that passes straight through a surface.
+struct StraightPass {
+  float share = 0; // a probability
+  Vec3 tint;       // factor of its colour
+};
+/// For `SurfaceLook::straight`. `cosine`: of the ray and the normal.
+StraightPass straightPass(const SurfaceLook& look, float cosine);
+
+/// The weight of a sample with density `own` where another way has density `other` (power heuristic, Veach
+/// 1997).
+inline float powerHeuristic(float own, float other) {
+  if (!(own < 1e15f)) return 1;
+  return own * own / (own * own + other * other);
+}
 
 } // namespace host::render

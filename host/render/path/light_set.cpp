@@ -134,19 +134,7 @@ float LightSet::chanceOf(const LightPick& pick, std::size_t index) const {
 
 bool LightSet::sampleLight(const Light& light, Vec3 position, Vec2 u, LightSample& out) const {
   out.shadow = light.shadow;
-  if (light.kind == LightKind::distant) {
-    out.distance = 1e30f;
-    if (light.radius <= 0) {
-      out.direction = -light.axis;
-      out.radiance = light.intensity;
-      return true;
-    }
-    const float cap = distantCap(light.radius);
-    out.direction = Frame(-light.axis).toWorld(sampleCone(u, cap));
-    out.pdf = 1 / (2 * pi * cap);
-    out.radiance = light.intensity / (pi * sqr(std::sin(light.radius)));
-    return true;
-  }
+  if (light.kind == LightKind::distant) return sampleDistant(light, u, out);
   const Vec3 to = light.position - position;
   const float d2 = dot(to, to), d = std::sqrt(d2);
   if (d <= light.radius * 1.0001f || d2 <= 0) return false;
@@ -168,13 +156,35 @@ bool LightSet::sampleLight(const Light& light, Vec3 position, Vec2 u, LightSampl
   return out.distance > 0;
 }
 
-bool LightSet::sampleGlow(Vec3 position, float choice, Vec2 u, LightSample& out, int& glow,
-                          Vec2& spot) const {
+bool LightSet::sampleDistant(const Light& light, Vec2 u, LightSample& out) const {
+  out.distance = 1e30f;
+  if (light.radius <= 0) {
+    out.direction = -light.axis;
+    out.radiance = light.intensity;
+    return true;
+  }
+  const float cap = distantCap(light.radius);
+  out.direction = Frame(-light.axis).toWorld(sampleCone(u, cap));
+  out.pdf = 1 / (2 * pi * cap);
+  out.radiance = light.intensity / (pi * sqr(std::sin(light.radius)));
+  return true;
+}
+
+bool LightSet::sampleSky(Vec2 u, LightSample& out) const {
+  const RenderSky::Sample sky = sky_->sample(u);
+  out.direction = sky.direction;
+  out.pdf = sky.pdf;
+  out.distance = 1e30f;
+  out.radiance = sky_->radiance(out.direction);
+  return out.pdf > 0;
+}
+
+bool LightSet::sampleGlow(Vec3 position, float choice, Vec2 u, LightSample& out) const {
   const std::size_t i = choose(glowCdf_, choice);
   const GlowTriangle& t = glows_[i];
   const float root = std::sqrt(u.x);
-  spot = {root * (1 - u.y), root * u.y};
-  const Vec3 to = t.a + t.edge1 * spot.x + t.edge2 * spot.y - position;
+  out.spot = {root * (1 - u.y), root * u.y};
+  const Vec3 to = t.a + t.edge1 * out.spot.x + t.edge2 * out.spot.y - position;
   const float d2 = dot(to, to);
   if (!(d2 > 1e-12f)) return false;
   out.distance = std::sqrt(d2);
@@ -183,29 +193,25 @@ bool LightSet::sampleGlow(Vec3 position, float choice, Vec2 u, LightSample& out,
   if (facing < 1e-5f) return false;
   out.pdf = partOf(glowCdf_, i) / glowArea_[i] * d2 / facing;
   out.radiance = Vec3(1.0f);
-  glow = static_cast<int>(i);
+  out.glow = static_cast<int>(i);
   return out.pdf > 0;
 }
 
-bool LightSet::sample(const LightPick& pick, Vec3 position, float choice, Vec2 u, LightSample& out, int& glow,
-                      Vec2& spot) const {
-  glow = -1;
-  out = {};
+std::optional<LightSample> LightSet::sample(const LightPick& pick, Vec3 position, float choice,
+                                            Vec2 u) const {
   std::size_t slot = 0;
   while (slot + 1 < pick.chance.size() && choice >= pick.chance[slot])
     choice -= pick.chance[slot++];
   const float chance = pick.chance[slot];
-  if (!(chance > 0)) return false;
+  if (!(chance > 0)) return std::nullopt;
   choice = std::min(choice / chance, 0.99999994f);
+  LightSample out;
   float share = chance;
   bool found = false;
   if (slot == glowSlot) {
-    found = sampleGlow(position, choice, u, out, glow, spot);
+    found = sampleGlow(position, choice, u, out);
   } else if (slot == skySlot) {
-    out.direction = sky_->sample(u, &out.pdf);
-    out.distance = 1e30f;
-    out.radiance = sky_->radiance(out.direction);
-    found = out.pdf > 0;
+    found = sampleSky(u, out);
   } else {
     if (!lightCdf_.empty()) {
       slot = choose(lightCdf_, choice);
@@ -213,12 +219,12 @@ bool LightSet::sample(const LightPick& pick, Vec3 position, float choice, Vec2 u
     }
     found = sampleLight(lights_[slot], position, u, out);
   }
-  if (!found) return false;
+  if (!found) return std::nullopt;
   out.radiance *= 1 / (share * (out.pdf > 0 ? out.pdf : 1));
   out.pdf *= share;
   // A light whose shadows are off is not found by chance.
   if (!out.shadow) out.pdf = 0;
-  return true;
+  return out;
 }
 
 Vec3 LightSet::hit(std::size_t index, Vec3 origin, Vec3 direction, float far, float& density) const {

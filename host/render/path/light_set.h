@@ -3,6 +3,7 @@
 #pragma once
 
 #include <array>
+#include <optional>
 #include <vector>
 
 #include "render_settings.h"
@@ -25,6 +26,8 @@ struct LightSample {
   Vec3 radiance;      // over the density: what the light adds for a surface value of 1
   float pdf = 0;      // over solid angle, choice included; 0 when no ray can find the light by chance
   bool shadow = true;
+  int glow = -1; // index of a glowing triangle: its glow at `spot` is still to be multiplied
+  Vec2 spot;     // barycentric, on that triangle
 };
 
 /// A glowing triangle as it lies in the world.
@@ -43,10 +46,8 @@ class LightSet {
   void finish();
 
   LightPick pick(Vec3 position) const;
-  /// False when nothing was found. For a glowing triangle the caller multiplies by the glow at that point:
-  /// `glow` is then its index, else -1, and `spot` the barycentric point on it.
-  bool sample(const LightPick& pick, Vec3 position, float choice, Vec2 u, LightSample& out, int& glow,
-              Vec2& spot) const;
+  /// A light chosen by `choice`, and a point of it by `u`; nothing when it does not reach the position.
+  std::optional<LightSample> sample(const LightPick& pick, Vec3 position, float choice, Vec2 u) const;
 
   /// What lights of finite size add along a ray that found them by chance before `far`, each weighed by
   /// `weight(pdf)` with the density of `sample` at the ray's origin.
@@ -84,7 +85,9 @@ class LightSet {
   float chanceOf(const LightPick& pick, std::size_t index) const;
   Vec3 hit(std::size_t index, Vec3 origin, Vec3 direction, float far, float& density) const;
   bool sampleLight(const Light& light, Vec3 position, Vec2 u, LightSample& out) const;
-  bool sampleGlow(Vec3 position, float choice, Vec2 u, LightSample& out, int& glow, Vec2& spot) const;
+  bool sampleDistant(const Light& light, Vec2 u, LightSample& out) const;
+  bool sampleGlow(Vec3 position, float choice, Vec2 u, LightSample& out) const;
+  bool sampleSky(Vec2 u, LightSample& out) const;
 
   std::vector<Light> lights_;
   std::vector<std::size_t> findable_; // those with a size whose shadows are on

@@ -1,294 +1,289 @@
 #include "path_tracer.h"
 
+#include "bsdf.h"
+#include "shadow_ray.h"
+#include "surface_point.h"
+
 namespace host::render {
 namespace {
 
 constexpr float wideRoughness = 0.2f;   // from here on a lobe spreads light like a diffuse one
 constexpr float narrowRoughness = 0.1f; // below, it focuses light like a mirror
-constexpr float skyCaustic = 4;         // with caustics off, the most of a sky's mean that a mirror throws on
-constexpr int mostLayers = 256;         // of surfaces that a path passes straight through
-
-float balance(float own, float other) { // power heuristic
-  if (!(own < 1e15f)) return 1;
-  return own * own / (own * own + other * other);
-}
+constexpr float skyCaustic = 4;      // limit of a sky seen in a mirror with caustics off, in means of the sky
+constexpr float creviceReach = 0.1f; // of ambient occlusion, in sizes of the scene
+constexpr int mostSegments = 256;    // surfaces passed straight through included
+constexpr int sureBounces = 3;       // before Russian roulette may end a path
 
 Vec3 atMost(Vec3 c, float limit) {
   const float m = maxComponent(c);
   return limit > 0 && m > limit ? c * (limit / m) : c;
 }
 
-class Path {
- public:
-  Path(const RayScene& scene, const RenderSettings& settings, Sampler& sampler, std::uint64_t& rays)
-      : scene_(scene), settings_(settings), lights_(scene.lights()), sampler_(sampler), rays_(rays) {}
+/// A path between two of its vertices.
+struct Path {
+  Ray ray;
+  RayCone cone;
+  Sampler sampler;
+  PathResult result{};
+  Vec3 throughput{1, 1, 1};
 
-  PathResult trace(Ray ray, float width, float spread) {
-    ray_ = ray, coneWidth_ = width, coneSpread_ = spread;
-    for (int layers = 0; layers < mostLayers; ++layers)
-      if (!step()) break;
-    if (!finite(result_.color)) result_.color = {};
-    return result_;
+  int bounces = 0;            // vertices that scattered the path
+  int passes = 0;             // surfaces passed straight through
+  int wideScatters = 0;       // vertices that spread light widely
+  float travelled = 0;        // metres since the last vertex, over surfaces passed through
+  unsigned mask = anyMask;    // surfaces that the ray can meet
+  bool last = false;          // only emission still counts
+  bool caustic = false;       // a mirror after a wide scatter, with caustics off
+  bool straightGlass = false; // after a wide scatter; glass does not bend the ray with caustics off
+
+  LightPick pick{}; // chances of the lights at the last vertex that sampled them
+  float pdf = 0;    // of the ray's direction; 0 where lights could not be sampled: the camera, a mirror
+
+  bool atCamera() const { return bounces == 0; }
+  bool indirect() const { return wideScatters >= 2; }
+};
+
+/// The integrator: path tracing with next event estimation, weighed by the power heuristic.
+class PathTracer {
+ public:
+  PathTracer(const RayScene& scene, const RenderSettings& settings)
+      : scene_(scene), settings_(settings), lights_(scene.lights()) {}
+
+  PathResult trace(Path path) const {
+    for (int segment = 0; segment < mostSegments; ++segment) {
+      const std::optional<Hit> hit = intersect(path);
+      addLampsAlong(path, hit);
+      if (!hit) {
+        addSky(path);
+        break;
+      }
+      Surface surface = surfaceOf(path, *hit);
+      if (letsPathThrough(path, surface)) {
+        passStraight(path, surface, *hit);
+        continue;
+      }
+      noteFirstSurface(path, *hit);
+      addEmission(path, surface, *hit);
+      if (path.last || path.bounces >= settings_.bounces || surface.material->source->unlit) break;
+
+      applyNormalMaps(scene_, *hit, -path.ray.direction, surface);
+      SurfaceLook look = lookAt(*surface.material, surface.point, surface.color, settings_);
+      if (passesGlass(path, surface, look)) {
+        passStraight(path, surface, *hit);
+        continue;
+      }
+      darkenCrevices(path, surface);
+      const Bsdf bsdf = bsdfOf(path, surface, look);
+      sampleDirectLight(path, surface, bsdf);
+      if (!sampleLobe(path, surface, bsdf, *hit) || !survivesRoulette(path)) break;
+    }
+    if (!finite(path.result.color)) path.result.color = {};
+    return path.result;
   }
 
  private:
-  // One segment of the path; false at its end.
-  bool step() {
-    const bool camera = bounce_ == 0;
-    Hit hit;
-    ++rays_;
-    const bool found = scene_.intersect(ray_, camera ? cameraMask : mask_, camera, hit);
-    if (!camera && lights_.hasFindable()) addFoundLights(found ? hit.distance : 1e30f);
-    if (!found) {
-      addSky();
-      return false;
-    }
-    sampler_.skipTo(static_cast<std::uint32_t>(8 + 24 * bounce_ + 512 * passes_));
-    Surface s;
-    const float cone = coneWidth_ + coneSpread_ * hit.distance;
-    scene_.surfaceAt(ray_, hit, cone, s);
-    s.point.scene = &scene_;
-    s.point.sampler = &sampler_;
-    s.point.blendLevels = camera;
-    if (passesThrough(s)) return goOn(s, hit);
-    if (camera) {
-      result_.alpha = 1;
-      result_.object = hit.instance;
-    }
-    const SurfaceMaterial& source = *s.material->source;
-    if (source.unlit) {
-      const Rgba c = s.material->baseColor.at(s.point);
-      add(Vec3(source.baseColor[0], source.baseColor[1], source.baseColor[2]) * s.color * Vec3(c.r, c.g, c.b),
-          wideScatters_ >= 2);
-      return false;
-    }
-    if (s.material->emits) addGlow(s, hit);
-    if (last_ || bounce_ >= settings_.bounces) return false;
-    return scatter(s, hit, cone);
+  // --- The ray and the surface that it meets ---
+
+  std::optional<Hit> intersect(Path& path) const {
+    ++path.result.rays;
+    return scene_.intersect(path.ray, path.atCamera() ? cameraMask : path.mask, path.atCamera());
   }
 
-  // Whether alpha, or the back of a one-sided surface, lets the path through.
-  bool passesThrough(const Surface& s) {
+  Surface surfaceOf(Path& path, const Hit& hit) const {
+    path.sampler.startVertex(path.bounces, path.passes);
+    Surface surface = surfaceAt(scene_, path.ray, hit, path.cone.widthAt(hit.distance));
+    surface.point.scene = &scene_;
+    surface.point.sampler = &path.sampler;
+    surface.point.blendLevels = path.atCamera();
+    return surface;
+  }
+
+  // Alpha, or the back of a one-sided surface. Only the camera sees through backs: light falls on both sides.
+  bool letsPathThrough(Path& path, const Surface& s) const {
     if (s.material->hasAlpha) {
       const float alpha = alphaAt(*s.material, s.point, s.colorAlpha);
-      if (alpha < 1 && sampler_.next1() >= alpha) return true;
+      if (alpha < 1 && path.sampler.next1() >= alpha) return true;
     }
-    // Only the camera looks through backs: to light a surface has both its sides.
-    return bounce_ == 0 && !s.front && !s.material->source->doubleSided && !s.material->transmits;
+    return path.atCamera() && !s.front && !s.material->source->doubleSided && !s.material->transmits;
   }
 
-  bool goOn(const Surface& s, const Hit& hit) {
-    ++passes_;
-    travelled_ += hit.distance;
-    coneWidth_ += coneSpread_ * hit.distance;
-    ray_.origin = offsetFrom(s.position, s.geometric, ray_.direction);
-    ray_.near = 0;
-    ray_.far = std::max(0.0f, ray_.far - hit.distance);
-    return true;
-  }
-
-  void add(Vec3 radiance, bool indirect) {
-    const Vec3 c = throughput_ * radiance;
-    if (finite(c)) result_.color += indirect ? atMost(c, settings_.clampIndirect) : c;
-  }
-
-  // The weight of light that was found by chance against looking for it with density `lightPdf`.
-  float foundWeight(float lightPdf) const {
-    if (pdf_ <= 0 || lightPdf <= 0) return 1; // a mirror, the camera, or a light that nobody looks for
-    if (settings_.lightSampling == LightSampling::lightsOnly) return 0;
-    if (settings_.lightSampling == LightSampling::surfacesOnly) return 1;
-    return balance(pdf_, lightPdf);
-  }
-
-  void addFoundLights(float distance) {
-    if (caustic_) return;
-    const Vec3 found = lights_.along(pick_, ray_.origin, ray_.direction, distance,
-                                     [this](float pdf) { return foundWeight(pdf); });
-    if (!isBlack(found)) add(found, wideScatters_ >= 2);
-  }
-
-  void addSky() {
-    const RenderSky& sky = scene_.sky();
-    if (!sky.present() || (bounce_ == 0 && !sky.seenByCamera())) return;
-    Vec3 radiance = sky.radiance(ray_.direction);
-    if (caustic_) radiance = atMost(radiance, skyCaustic * maxComponent(sky.mean()));
-    const float weight =
-        lights_.samplesSky() && pdf_ > 0 ? foundWeight(lights_.skyPdf(pick_, ray_.direction)) : 1;
-    add(radiance * weight, wideScatters_ >= 2);
-  }
-
-  void addGlow(const Surface& s, const Hit& hit) {
-    if (caustic_) return;
-    const Vec3 radiance = scene_.emission(s);
-    if (isBlack(radiance)) return;
-    float weight = 1;
-    const int glow = scene_.glowIndex(hit);
-    if (pdf_ > 0 && glow >= 0)
-      weight = foundWeight(lights_.glowPdf(pick_, glow, travelled_ + hit.distance,
-                                           std::abs(dot(s.geometric, ray_.direction))));
-    add(radiance * weight, wideScatters_ >= 2);
-  }
-
-  bool scatter(Surface& s, const Hit& hit, float cone) {
-    const Vec3 viewer = -ray_.direction;
-    scene_.applyNormalMaps(hit, viewer, s);
-    SurfaceLook look = lookAt(*s.material, s.point, s.color, settings_);
-    if (look.transmission > 0) {
-      look.straight = look.straight || (!settings_.caustics && straightGlass_);
-      if (look.straight && passesGlass(look, dot(s.normal, viewer))) return goOn(s, hit);
-    }
-    if (bounce_ == 0 && settings_.ambientOcclusion) darkenCrevices(s);
-    const bool separate = !settings_.globalIllumination || settings_.limitReflection;
-    const Bsdf bsdf(look, s.normal, s.geometric, viewer, s.front, separate);
-    const bool smooth = bsdf.hasSmoothPart();
-    if (smooth) {
-      pick_ = lights_.pick(s.position);
-      if (pick_.total > 0) lookForLight(s, bsdf);
-    }
-    return sampleNext(s, bsdf, cone);
-  }
-
-  // Transmission that goes straight on: taken by chance, else the rest of the surface stands for itself.
-  bool passesGlass(const SurfaceLook& look, float cosine) {
-    Vec3 tint;
-    const float share = straightPass(look, cosine, &tint);
-    if (sampler_.next1() < share) {
-      throughput_ *= tint;
+  // Transmission that goes straight on is taken by chance; otherwise the rest of the surface stands for both.
+  bool passesGlass(Path& path, const Surface& s, SurfaceLook& look) const {
+    if (look.transmission <= 0) return false;
+    look.straight = look.straight || (!settings_.caustics && path.straightGlass);
+    if (!look.straight) return false;
+    const StraightPass pass = straightPass(look, dot(s.normal, -path.ray.direction));
+    if (path.sampler.next1() < pass.share) {
+      path.throughput *= pass.tint;
       return true;
     }
-    throughput_ *= 1 / std::max(1e-6f, 1 - share);
+    path.throughput *= 1 / std::max(1e-6f, 1 - pass.share);
     return false;
   }
 
-  void darkenCrevices(const Surface& s) {
-    constexpr float reach = 0.1f; // of the scene's size
-    ++rays_;
-    throughput_ *= scene_.openness(s.position, s.normal, reach * scene_.size(), sampler_.next2());
+  static void passStraight(Path& path, const Surface& s, const Hit& hit) {
+    ++path.passes;
+    path.travelled += hit.distance;
+    path.cone.width = path.cone.widthAt(hit.distance);
+    path.ray.origin = offsetFrom(s.position, s.geometric, path.ray.direction);
+    path.ray.near = 0;
+    path.ray.far = std::max(0.0f, path.ray.far - hit.distance);
   }
 
-  void lookForLight(const Surface& s, const Bsdf& bsdf) {
-    const float choice = sampler_.next1();
-    const Vec2 u = sampler_.next2();
-    LightSample light;
-    int glow = -1;
-    Vec2 spot;
-    if (!lights_.sample(pick_, s.position, choice, u, light, glow, spot)) return;
-    if (settings_.lightSampling == LightSampling::surfacesOnly && light.pdf > 0) return;
-    const float pdf = settings_.lightSampling == LightSampling::lightsOnly ? 0 : light.pdf;
-    Vec3 value = bsdf.towardsLight(light.direction, pdf) * light.radiance;
+  static void noteFirstSurface(Path& path, const Hit& hit) {
+    if (!path.atCamera()) return;
+    path.result.alpha = 1;
+    path.result.object = hit.instance;
+  }
+
+  // --- Light that the path meets by chance ---
+
+  void add(Path& path, Vec3 radiance, bool indirect) const {
+    const Vec3 c = path.throughput * radiance;
+    if (finite(c)) path.result.color += indirect ? atMost(c, settings_.clampIndirect) : c;
+  }
+
+  // Weight of light met by chance, against sampling it with density `lightPdf`. A density of 0 means that
+  // only one of the two ways can find it.
+  float chanceWeight(const Path& path, float lightPdf) const {
+    if (path.pdf <= 0 || lightPdf <= 0) return 1;
+    if (settings_.lightSampling == LightSampling::lightsOnly) return 0;
+    if (settings_.lightSampling == LightSampling::surfacesOnly) return 1;
+    return powerHeuristic(path.pdf, lightPdf);
+  }
+
+  void addLampsAlong(Path& path, const std::optional<Hit>& hit) const {
+    if (path.atCamera() || path.caustic || !lights_.hasFindable()) return;
+    const Vec3 found =
+        lights_.along(path.pick, path.ray.origin, path.ray.direction, hit ? hit->distance : 1e30f,
+                      [&](float pdf) { return chanceWeight(path, pdf); });
+    if (!isBlack(found)) add(path, found, path.indirect());
+  }
+
+  void addSky(Path& path) const {
+    const RenderSky& sky = scene_.sky();
+    if (!sky.present() || (path.atCamera() && !sky.seenByCamera())) return;
+    Vec3 radiance = sky.radiance(path.ray.direction);
+    if (path.caustic) radiance = atMost(radiance, skyCaustic * maxComponent(sky.mean()));
+    const float weight = lights_.samplesSky() && path.pdf > 0
+                             ? chanceWeight(path, lights_.skyPdf(path.pick, path.ray.direction))
+                             : 1;
+    add(path, radiance * weight, path.indirect());
+  }
+
+  void addEmission(Path& path, const Surface& s, const Hit& hit) const {
+    const SurfaceMaterial& source = *s.material->source;
+    if (source.unlit) {
+      const Rgba c = s.material->baseColor.at(s.point);
+      add(path,
+          Vec3(source.baseColor[0], source.baseColor[1], source.baseColor[2]) * s.color * Vec3(c.r, c.g, c.b),
+          path.indirect());
+      return;
+    }
+    if (!s.material->emits || path.caustic) return;
+    const Vec3 radiance = emission(s);
+    if (isBlack(radiance)) return;
+    float weight = 1;
+    const int glow = scene_.glowIndex(hit);
+    if (path.pdf > 0 && glow >= 0) {
+      const float facing = std::abs(dot(s.geometric, path.ray.direction));
+      weight = chanceWeight(path, lights_.glowPdf(path.pick, glow, path.travelled + hit.distance, facing));
+    }
+    add(path, radiance * weight, path.indirect());
+  }
+
+  // --- Scattering ---
+
+  void darkenCrevices(Path& path, const Surface& s) const {
+    if (!path.atCamera() || !settings_.ambientOcclusion) return;
+    ++path.result.rays;
+    path.throughput *=
+        scene_.openness(s.position, s.normal, creviceReach * scene_.size(), path.sampler.next2());
+  }
+
+  Bsdf bsdfOf(const Path& path, const Surface& s, const SurfaceLook& look) const {
+    const bool separate = !settings_.globalIllumination || settings_.limitReflection;
+    return Bsdf(look, s.normal, s.geometric, -path.ray.direction, s.front, separate);
+  }
+
+  // Next event estimation: one light, chosen by its estimated share, and a shadow ray to a point of it.
+  void sampleDirectLight(Path& path, const Surface& s, const Bsdf& bsdf) const {
+    if (!bsdf.hasSmoothPart()) return;
+    path.pick = lights_.pick(s.position);
+    if (!(path.pick.total > 0)) return;
+    const float choice = path.sampler.next1();
+    const std::optional<LightSample> light =
+        lights_.sample(path.pick, s.position, choice, path.sampler.next2());
+    if (!light) return;
+    if (settings_.lightSampling == LightSampling::surfacesOnly && light->pdf > 0) return;
+    const float pdf = settings_.lightSampling == LightSampling::lightsOnly ? 0 : light->pdf;
+    Vec3 value = bsdf.towardsLight(light->direction, pdf) * light->radiance;
     if (isBlack(value)) return;
-    if (glow >= 0) {
-      value *= scene_.glowRadiance(glow, spot, light.direction);
+    if (light->glow >= 0) {
+      value *= glowRadiance(scene_, *light);
       if (isBlack(value)) return;
     }
-    if (light.shadow) {
-      const Ray shadow{offsetFrom(s.position, s.geometric, light.direction), light.direction, 0,
-                       light.distance * (glow >= 0 ? 0.9999f : 1.0f)};
-      value *= scene_.transmittance(shadow, settings_, rays_);
+    if (light->shadow) {
+      value *= passedLight(path, s, *light);
       if (isBlack(value)) return;
     }
-    add(value, wideScatters_ >= 1);
+    add(path, value, path.wideScatters >= 1);
   }
 
-  bool sampleNext(const Surface& s, const Bsdf& bsdf, float cone) {
-    const float choice = sampler_.next1();
-    const BsdfSample next = bsdf.sample(choice, sampler_.next2());
+  Vec3 passedLight(Path& path, const Surface& s, const LightSample& light) const {
+    const float nearly = light.glow >= 0 ? 0.9999f : 1.0f; // a glowing surface does not shadow itself
+    const Ray ray{offsetFrom(s.position, s.geometric, light.direction), light.direction, 0,
+                  light.distance * nearly};
+    const ShadowResult shadow = traceShadow(scene_, settings_, ray);
+    path.result.rays += shadow.rays;
+    return shadow.passed;
+  }
+
+  // Chooses a lobe and a direction for the path to go on. False: the surface swallows it.
+  bool sampleLobe(Path& path, const Surface& s, const Bsdf& bsdf, const Hit& hit) const {
+    const float choice = path.sampler.next1();
+    const BsdfSample next = bsdf.sample(choice, path.sampler.next2());
     if (isBlack(next.weight)) return false;
-    throughput_ *= next.weight;
+    path.throughput *= next.weight;
     if (next.lobe == diffuseLobe) {
       const SurfaceMaterial& source = *s.material->source;
       if (s.material->occlusion.present())
-        throughput_ *= lerp(1, s.material->occlusion.at(s.point).r, clamp01(source.occlusionStrength));
-      last_ = !settings_.globalIllumination;
+        path.throughput *= lerp(1, s.material->occlusion.at(s.point).r, clamp01(source.occlusionStrength));
+      path.last = !settings_.globalIllumination;
     }
     const bool reflects = next.lobe == specularLobe || next.lobe == coatLobe;
-    mask_ = settings_.limitReflection && reflects ? floorMask : anyMask;
+    path.mask = settings_.limitReflection && reflects ? floorMask : anyMask;
     const bool wide = !next.delta && next.roughness >= narrowRoughness;
-    caustic_ = !settings_.caustics && !wide && wideScatters_ > 0;
-    wideScatters_ += wide;
-    straightGlass_ = !next.delta && next.roughness > wideRoughness;
-    pdf_ = next.delta ? 0 : next.pdf;
-    coneWidth_ = cone;
-    coneSpread_ = std::max(coneSpread_, next.delta ? 0 : 0.25f * next.roughness);
-    travelled_ = 0;
-    ray_ = {offsetFrom(s.position, s.geometric, next.wi), next.wi};
-    ++bounce_;
-    return survives();
+    path.caustic = !settings_.caustics && !wide && path.wideScatters > 0;
+    path.wideScatters += wide;
+    path.straightGlass = !next.delta && next.roughness > wideRoughness;
+    path.pdf = next.delta ? 0 : next.pdf;
+    path.cone = {path.cone.widthAt(hit.distance),
+                 std::max(path.cone.spread, next.delta ? 0 : 0.25f * next.roughness)};
+    path.travelled = 0;
+    path.ray = {offsetFrom(s.position, s.geometric, next.wi), next.wi};
+    ++path.bounces;
+    return true;
   }
 
-  bool survives() {
-    if (bounce_ < 3) return true;
-    const float keep = std::min(0.95f, maxComponent(throughput_));
-    if (!(keep > 0) || sampler_.next1() >= keep) return false;
-    throughput_ *= 1 / keep;
+  static bool survivesRoulette(Path& path) {
+    if (path.bounces < sureBounces) return true;
+    const float keep = std::min(0.95f, maxComponent(path.throughput));
+    if (!(keep > 0) || path.sampler.next1() >= keep) return false;
+    path.throughput *= 1 / keep;
     return true;
   }
 
   const RayScene& scene_;
   const RenderSettings& settings_;
   const LightSet& lights_;
-  Sampler& sampler_;
-  std::uint64_t& rays_;
-
-  PathResult result_;
-  Ray ray_;
-  Vec3 throughput_{1, 1, 1};
-  LightPick pick_;      // at the last vertex where lights were looked for
-  float pdf_ = 0;       // of the last direction; 0 where no light could have been looked for
-  float travelled_ = 0; // since the last vertex, over surfaces passed through
-  float coneWidth_ = 0, coneSpread_ = 0;
-  unsigned mask_ = anyMask;
-  int bounce_ = 0, passes_ = 0, wideScatters_ = 0;
-  bool last_ = false;          // only light itself still counts
-  bool caustic_ = false;       // a mirror after a wide scatter, with caustics off
-  bool straightGlass_ = false; // after a wide scatter, with caustics off
 };
 
 } // namespace
 
-PathResult tracePath(const RayScene& scene, const RenderSettings& settings, const Ray& camera, float width,
-                     float spread, Sampler& sampler, std::uint64_t& rays) {
-  return Path(scene, settings, sampler, rays).trace(camera, width, spread);
-}
-
-PathResult tracePreview(const RayScene& scene, const RenderSettings& settings, const Ray& camera, float width,
-                        float spread, std::uint64_t& rays) {
-  PathResult result;
-  Ray ray = camera;
-  float left = 1; // what is still seen through the surfaces so far
-  for (int layer = 0; layer < 64 && left > 0.004f; ++layer) {
-    Hit hit;
-    ++rays;
-    if (!scene.intersect(ray, cameraMask, true, hit)) break;
-    Surface s;
-    width += spread * hit.distance;
-    scene.surfaceAt(ray, hit, width, s);
-    s.point.scene = &scene;
-    float alpha = alphaAt(*s.material, s.point, s.colorAlpha);
-    const SurfaceMaterial& source = *s.material->source;
-    if (!s.front && !source.doubleSided && !s.material->transmits) alpha = 0;
-    if (alpha > 0) {
-      scene.applyNormalMaps(hit, -ray.direction, s);
-      const SurfaceLook look = lookAt(*s.material, s.point, s.color, settings);
-      const float shown = alpha * (1 - 0.8f * look.transmission * (1 - look.metallic));
-      const float head = std::max(0.0f, -dot(s.normal, ray.direction));
-      const float above = 0.5f + 0.5f * s.normal.y;
-      const Vec3 lit =
-          source.unlit ? look.baseColor : look.baseColor * (0.6f * head + 0.4f * above) + scene.emission(s);
-      result.color += lit * (left * shown);
-      result.alpha += left * shown;
-      if (result.object == ~0u) result.object = hit.instance;
-      left *= 1 - shown;
-    }
-    ray.origin = offsetFrom(s.position, s.geometric, ray.direction);
-    ray.near = 0;
-    ray.far -= hit.distance;
-  }
-  const RenderSky& sky = scene.sky();
-  if (left > 0.004f && sky.present() && sky.seenByCamera())
-    result.color += sky.radiance(camera.direction) * left;
-  if (left <= 0.004f) result.alpha = 1;
-  return result;
+PathResult tracePath(const RayScene& scene, const RenderSettings& settings, const Ray& camera, RayCone cone,
+                     const Sampler& sampler) {
+  return PathTracer(scene, settings).trace({camera, cone, sampler});
 }
 
 } // namespace host::render

@@ -13,7 +13,7 @@ RenderCamera::RenderCamera(const SnapshotCamera& camera, int width, int height)
   const float aspect = static_cast<float>(width) / static_cast<float>(height);
   right_ = right * (half * aspect);
   up_ = up * half;
-  (orthographic_ ? pixelWidth_ : pixelSpread_) = half * scaleY_;
+  (orthographic_ ? cone_.width : cone_.spread) = half * scaleY_;
 }
 
 Ray RenderCamera::ray(Vec2 pixel) const {

@@ -94,7 +94,7 @@ std::size_t findCell(const float* cdf, std::size_t count, float u, float& inside
 
 } // namespace
 
-Vec3 RenderSky::sample(Vec2 u, float* density) const {
+RenderSky::Sample RenderSky::sample(Vec2 u) const {
   const auto w = static_cast<std::size_t>(columns_), h = static_cast<std::size_t>(rows_);
   float iy = 0, ix = 0;
   const std::size_t y = findCell(rowCdf_.data(), h, u.y, iy);
@@ -102,8 +102,8 @@ Vec3 RenderSky::sample(Vec2 u, float* density) const {
   const float theta = (static_cast<float>(y) + iy) / static_cast<float>(h) * pi;
   const float turn = ((static_cast<float>(x) + ix) / static_cast<float>(w) - 0.5f) * 2 * pi - rotation_;
   const float sine = std::sin(theta);
-  *density = sine > 1e-6f ? cell_[y * w + x] / (2 * pi * pi * sine) : 0;
-  return {sine * std::sin(turn), std::cos(theta), -sine * std::cos(turn)};
+  return {{sine * std::sin(turn), std::cos(theta), -sine * std::cos(turn)},
+          sine > 1e-6f ? cell_[y * w + x] / (2 * pi * pi * sine) : 0};
 }
 
 float RenderSky::pdf(Vec3 d) const {

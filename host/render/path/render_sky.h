@@ -23,8 +23,12 @@ class RenderSky {
 
   /// Whether directions are sampled by brightness; else the sky is even enough to be found by chance.
   bool sampled() const { return !rowCdf_.empty(); }
-  /// A direction by brightness, and its density over solid angle (0: none).
-  Vec3 sample(Vec2 u, float* pdf) const;
+  struct Sample {
+    Vec3 direction;
+    float pdf = 0; // over solid angle; 0: none
+  };
+  /// A direction by brightness.
+  Sample sample(Vec2 u) const;
   float pdf(Vec3 direction) const;
 
  private:

@@ -67,6 +67,18 @@ constexpr float unitFloat(std::uint32_t bits) {
   return static_cast<float>(bits >> 8) * 0x1p-24f;
 }
 
+/// The numbers of the dimensions that one sample draws from. The camera has the first ones, then every vertex
+/// of a path has a block of its own, so that a vertex draws the same values whatever the one before it drew.
+struct SampleDimensions {
+  static constexpr int camera = 8;   // place in the pixel
+  static constexpr int vertex = 24;  // of one bounce
+  static constexpr int passed = 512; // moved on for each surface passed straight through
+  /// The first dimension of a vertex.
+  static constexpr std::uint32_t ofVertex(int bounces, int passes) {
+    return static_cast<std::uint32_t>(camera + vertex * bounces + passed * passes);
+  }
+};
+
 /// The sample `index` of one pixel; each call gives the next dimensions.
 class Sampler {
  public:
@@ -90,8 +102,8 @@ class Sampler {
     const std::uint32_t order = reverseBits(permuteReversed(index_, seed));
     return unitFloat(reverseBits(permuteReversed(order, hash32(seed ^ 0x68bc21ebu))));
   }
-  /// The next dimension's number: a path gives each bounce its own block of them.
-  void skipTo(std::uint32_t dimension) { dimension_ = dimension; }
+  /// Goes to the dimensions of a path's vertex.
+  void startVertex(int bounces, int passes) { dimension_ = SampleDimensions::ofVertex(bounces, passes); }
 
  private:
   std::uint32_t pixel_, index_, dimension_ = 0; // index_ is kept bit-reversed

@@ -1,5 +1,4 @@
-// From a hit to a surface point: normals, texture coordinates, normal and bump maps.
-#include "ray_scene.h"
+#include "surface_point.h"
 
 namespace host::render {
 namespace {
@@ -37,44 +36,11 @@ Vec3 leanBack(Vec3 normal, Vec3 geometric, Vec3 viewer) {
   return leaned;
 }
 
-} // namespace
+using Corners = std::array<std::uint32_t, 3>;
 
-void RayScene::surfaceAt(const Ray& ray, const Hit& hit, float coneWidth, Surface& out) const {
-  const Item& item = items_[hit.instance];
-  const Mesh& mesh = *item.mesh;
-  const auto& c = mesh.triangles[hit.primitive];
-  const Vec3 p0 = mesh.positions[c[0]];
-  const Vec3 local1 = Vec3(mesh.positions[c[1]]) - p0, local2 = Vec3(mesh.positions[c[2]]) - p0;
-  out.edge1 = item.toWorld.vector(local1);
-  out.edge2 = item.toWorld.vector(local2);
-  out.position = item.toWorld.point(p0 + local1 * hit.u + local2 * hit.v);
-  out.geometric = normalize(cross(out.edge1, out.edge2)) * item.side;
-  out.front = dot(out.geometric, ray.direction) <= 0;
-  if (!out.front) out.geometric = -out.geometric;
-  out.normal = out.geometric;
-  if (!mesh.normals.empty()) {
-    const Vec3 n = normalize(item.toWorld.normal(interpolate(mesh.normals, c, hit.u, hit.v)));
-    if (dot(n, n) > 0.5f) out.normal = dot(n, out.geometric) < 0 ? -n : n;
-  }
-  out.material = &materialOf(item, hit.primitive);
-  out.color = Vec3(1.0f);
-  out.colorAlpha = 1;
-  if (!mesh.colors.empty()) {
-    const Float4 &a = mesh.colors[c[0]], &b = mesh.colors[c[1]], &d = mesh.colors[c[2]];
-    const float w = 1 - hit.u - hit.v;
-    out.color = {a[0] * w + b[0] * hit.u + d[0] * hit.v, a[1] * w + b[1] * hit.u + d[1] * hit.v,
-                 a[2] * w + b[2] * hit.u + d[2] * hit.v};
-    out.colorAlpha = a[3] * w + b[3] * hit.u + d[3] * hit.v;
-  }
-  out.point.position = out.position;
-  out.point.normal = out.geometric;
-  setUv(item, c, hit, coneWidth, std::abs(dot(out.geometric, ray.direction)), out);
-}
-
-void RayScene::setUv(const Item& item, const std::array<std::uint32_t, 3>& c, const Hit& hit, float coneWidth,
-                     float facing, Surface& out) const {
+void setUv(const Mesh& mesh, const Corners& c, const Hit& hit, float coneWidth, float facing, Surface& out) {
   for (std::size_t set = 0; set < 2; ++set) {
-    const auto& list = item.mesh->uv[set];
+    const auto& list = mesh.uv[set];
     if (list.empty()) {
       out.point.uv[set] = {};
       out.point.footprint[set] = 0;
@@ -92,92 +58,158 @@ void RayScene::setUv(const Item& item, const std::array<std::uint32_t, 3>& c, co
   }
 }
 
-// The directions in which the texture coordinates grow by one, in the world; false when they stand still.
-bool RayScene::tangents(const Hit& hit, const Surface& surface, const TextureUse* use, int set, Vec3& t,
-                        Vec3& b) const {
-  const Mesh& mesh = *items_[hit.instance].mesh;
-  const auto& list = mesh.uv[static_cast<std::size_t>(set)];
-  if (list.empty()) return false;
-  const auto& c = mesh.triangles[hit.primitive];
-  const Vec2 a = toVec2(list[c[0]]);
-  Vec2 e1 = toVec2(list[c[1]]) - a, e2 = toVec2(list[c[2]]) - a;
-  if (use && (use->rotation != 0 || use->scale != Float2{1, 1})) {
-    const Vec2 zero = transformUv(*use, {});
-    e1 = transformUv(*use, e1) - zero;
-    e2 = transformUv(*use, e2) - zero;
-  }
-  const float det = cross2(e1, e2);
-  if (std::abs(det) < 1e-20f) return false;
-  t = (surface.edge1 * e2.y - surface.edge2 * e1.y) / det;
-  b = (surface.edge2 * e1.x - surface.edge1 * e2.x) / det;
-  return finite(t) && finite(b);
+void setVertexColor(const Mesh& mesh, const Corners& c, const Hit& hit, Surface& out) {
+  if (mesh.colors.empty()) return;
+  const Float4 &a = mesh.colors[c[0]], &b = mesh.colors[c[1]], &d = mesh.colors[c[2]];
+  const float w = 1 - hit.u - hit.v;
+  out.color = {a[0] * w + b[0] * hit.u + d[0] * hit.v, a[1] * w + b[1] * hit.u + d[1] * hit.v,
+               a[2] * w + b[2] * hit.u + d[2] * hit.v};
+  out.colorAlpha = a[3] * w + b[3] * hit.u + d[3] * hit.v;
 }
 
-void RayScene::applyNormalMaps(const Hit& hit, Vec3 viewer, Surface& s) const {
+/// Directions in the world along which the texture coordinates grow by one.
+struct Tangents {
+  Vec3 t, b;
+};
+
+// Nothing where the texture coordinates stand still.
+std::optional<Tangents> uvTangents(const PlacedMesh& placed, const Hit& hit, const Surface& surface,
+                                   int set) {
+  const Mesh& mesh = *placed.mesh;
+  const auto& list = mesh.uv[static_cast<std::size_t>(set)];
+  if (list.empty()) return std::nullopt;
+  const Corners& c = mesh.triangles[hit.primitive];
+  const Vec2 a = toVec2(list[c[0]]), e1 = toVec2(list[c[1]]) - a, e2 = toVec2(list[c[2]]) - a;
+  const float det = cross2(e1, e2);
+  if (std::abs(det) < 1e-20f) return std::nullopt;
+  const Tangents out{(surface.edge1 * e2.y - surface.edge2 * e1.y) / det,
+                     (surface.edge2 * e1.x - surface.edge1 * e2.x) / det};
+  if (!finite(out.t) || !finite(out.b)) return std::nullopt;
+  return out;
+}
+
+// The axes of a normal map around the normal `n` of the front: of the mesh where it has tangents for that
+// set, else from its texture coordinates.
+std::optional<Tangents> mapAxes(const PlacedMesh& placed, const Hit& hit, const Surface& s, Vec3 n, int set) {
+  const Mesh& mesh = *placed.mesh;
+  Tangents axes;
+  if (!mesh.tangents.empty() && set == 0) {
+    const Corners& c = mesh.triangles[hit.primitive];
+    const auto at = [&](std::size_t i) {
+      const Float4& v = mesh.tangents[c[i]];
+      return Vec3(v[0], v[1], v[2]);
+    };
+    const Vec3 along = placed.toWorld.vector(at(0) * (1 - hit.u - hit.v) + at(1) * hit.u + at(2) * hit.v);
+    axes.t = normalize(along - n * dot(along, n));
+    axes.b = cross(n, axes.t) * (mesh.tangents[c[0]][3] * placed.side);
+  } else {
+    const std::optional<Tangents> uv = uvTangents(placed, hit, s, set);
+    if (!uv) return std::nullopt;
+    // Texture coordinates grow downwards in a picture, the map's green grows upwards.
+    axes.t = normalize(uv->t - n * dot(uv->t, n));
+    const float turn = dot(cross(n, axes.t), uv->b) < 0 ? -1.0f : 1.0f;
+    axes.b = cross(n, axes.t) * -turn;
+  }
+  if (!(dot(axes.t, axes.t) > 0.5f)) return std::nullopt;
+  return axes;
+}
+
+void applyNormalMap(const PlacedMesh& placed, const Hit& hit, float side, Surface& s) {
+  const CompiledMaterial& m = *s.material;
+  const Vec3 n = s.normal * side;
+  const std::optional<Tangents> axes = mapAxes(placed, hit, s, n, m.normal.use().uvSet);
+  if (!axes) return;
+  const Rgba v = m.normal.at(s.point);
+  const float scale = m.source->normalScale;
+  const Vec3 local{(v.r * 2 - 1) * scale, (v.g * 2 - 1) * scale, std::max(0.05f, v.b * 2 - 1)};
+  s.normal = normalize(axes->t * local.x + axes->b * local.y + n * local.z) * side;
+}
+
+void applyBumpMap(const PlacedMesh& placed, const Hit& hit, float side, Surface& s) {
+  const CompiledMaterial& m = *s.material;
+  const Texture* texture = m.bump.texture();
+  const TextureUse* use = texture ? &m.bump.use() : nullptr;
+  const int set = use ? use->uvSet : 0;
+  const std::optional<Tangents> axes = uvTangents(placed, hit, s, set);
+  if (!axes) return;
+  // The height's slope along the surface, from a step of about a texel.
+  const auto k = static_cast<std::size_t>(set);
+  const float span = use ? std::max(1e-6f, std::max(std::abs(use->scale[0]), std::abs(use->scale[1]))) : 1;
+  const float texel =
+      texture ? 1.0f / static_cast<float>(std::max(texture->width(), texture->height())) : 1e-3f;
+  const float step = std::max(texel / span, s.point.footprint[k] * 0.5f);
+  ShadePoint p = s.point;
+  const auto height = [&](float du, float dv) {
+    p.uv[k] = s.point.uv[k] + Vec2(du, dv);
+    const Rgba v = m.bump.at(p);
+    return luminance({v.r, v.g, v.b}) * m.source->bumpStrength;
+  };
+  const float hu = (height(step, 0) - height(-step, 0)) / (2 * step);
+  const float hv = (height(0, step) - height(0, -step)) / (2 * step);
+  const Vec3 n = s.normal * side;
+  // Reciprocal vectors turn the slopes over texture coordinates into one over the surface.
+  const Vec3 g = cross(axes->t, axes->b);
+  const float g2 = dot(g, g);
+  if (!(g2 > 0)) return;
+  const Vec3 slope = (cross(axes->b, g) * hu + cross(g, axes->t) * hv) / g2;
+  s.normal = normalize(n - slope) * side;
+}
+
+} // namespace
+
+Surface surfaceAt(const RayScene& scene, const Ray& ray, const Hit& hit, float coneWidth) {
+  const PlacedMesh& placed = scene.placed(hit);
+  const Mesh& mesh = *placed.mesh;
+  const Corners& c = mesh.triangles[hit.primitive];
+  const Vec3 p0 = mesh.positions[c[0]];
+  const Vec3 local1 = Vec3(mesh.positions[c[1]]) - p0, local2 = Vec3(mesh.positions[c[2]]) - p0;
+  Surface out;
+  out.edge1 = placed.toWorld.vector(local1);
+  out.edge2 = placed.toWorld.vector(local2);
+  out.position = placed.toWorld.point(p0 + local1 * hit.u + local2 * hit.v);
+  out.geometric = normalize(cross(out.edge1, out.edge2)) * placed.side;
+  out.front = dot(out.geometric, ray.direction) <= 0;
+  if (!out.front) out.geometric = -out.geometric;
+  out.normal = out.geometric;
+  if (!mesh.normals.empty()) {
+    const Vec3 n = normalize(placed.toWorld.normal(interpolate(mesh.normals, c, hit.u, hit.v)));
+    if (dot(n, n) > 0.5f) out.normal = dot(n, out.geometric) < 0 ? -n : n;
+  }
+  out.material = &scene.materialOf(placed, hit.primitive);
+  setVertexColor(mesh, c, hit, out);
+  out.point.position = out.position;
+  out.point.normal = out.geometric;
+  setUv(mesh, c, hit, coneWidth, std::abs(dot(out.geometric, ray.direction)), out);
+  return out;
+}
+
+void applyNormalMaps(const RayScene& scene, const Hit& hit, Vec3 viewer, Surface& s) {
   const CompiledMaterial& m = *s.material;
   const float side = s.front ? 1.0f : -1.0f; // maps are made for the front
-  Vec3 t, b;
-  if (m.normal.present() && !m.normal.constant()) {
-    const Mesh& mesh = *items_[hit.instance].mesh;
-    const int set = m.normal.use().uvSet;
-    const Vec3 n = s.normal * side;
-    bool known = false;
-    if (!mesh.tangents.empty() && set == 0) {
-      const auto& c = mesh.triangles[hit.primitive];
-      const auto at = [&](std::size_t i) {
-        const Float4& v = mesh.tangents[c[i]];
-        return Vec3(v[0], v[1], v[2]);
-      };
-      t = items_[hit.instance].toWorld.vector(at(0) * (1 - hit.u - hit.v) + at(1) * hit.u + at(2) * hit.v);
-      t = normalize(t - n * dot(t, n));
-      b = cross(n, t) * (mesh.tangents[c[0]][3] * items_[hit.instance].side);
-      known = dot(t, t) > 0.5f;
-    } else if (tangents(hit, s, nullptr, set, t, b)) {
-      // Texture coordinates grow downwards in a picture, the map's green grows upwards.
-      const Vec3 across = normalize(t - n * dot(t, n));
-      const float turn = dot(cross(n, across), b) < 0 ? -1.0f : 1.0f;
-      t = across;
-      b = cross(n, across) * -turn;
-      known = dot(t, t) > 0.5f;
-    }
-    if (known) {
-      const Rgba v = m.normal.at(s.point);
-      const float scale = m.source->normalScale;
-      const Vec3 local{(v.r * 2 - 1) * scale, (v.g * 2 - 1) * scale, std::max(0.05f, v.b * 2 - 1)};
-      s.normal = normalize(t * local.x + b * local.y + n * local.z) * side;
-    }
-  }
-  if (m.bump.present() && !m.bump.constant() && m.source->bumpStrength != 0) {
-    const Texture* texture = m.bump.texture();
-    const TextureUse* use = texture ? &m.bump.use() : nullptr;
-    const int set = use ? use->uvSet : 0;
-    if (tangents(hit, s, nullptr, set, t, b)) {
-      // The height's slope along the surface, from a step of about a texel.
-      const auto k = static_cast<std::size_t>(set);
-      const float span =
-          use ? std::max(1e-6f, std::max(std::abs(use->scale[0]), std::abs(use->scale[1]))) : 1;
-      const float texel =
-          texture ? 1.0f / static_cast<float>(std::max(texture->width(), texture->height())) : 1e-3f;
-      const float step = std::max(texel / span, s.point.footprint[k] * 0.5f);
-      ShadePoint p = s.point;
-      const auto height = [&](float du, float dv) {
-        p.uv[k] = s.point.uv[k] + Vec2(du, dv);
-        const Rgba v = m.bump.at(p);
-        return luminance({v.r, v.g, v.b}) * m.source->bumpStrength;
-      };
-      const float hu = (height(step, 0) - height(-step, 0)) / (2 * step);
-      const float hv = (height(0, step) - height(0, -step)) / (2 * step);
-      const Vec3 n = s.normal * side;
-      // Reciprocal vectors turn the slopes over texture coordinates into one over the surface.
-      const Vec3 g = cross(t, b);
-      const float g2 = dot(g, g);
-      if (g2 > 0) {
-        const Vec3 slope = (cross(b, g) * hu + cross(g, t) * hv) / g2;
-        s.normal = normalize(n - slope) * side;
-      }
-    }
-  }
+  if (m.normal.present() && !m.normal.constant()) applyNormalMap(scene.placed(hit), hit, side, s);
+  if (m.bump.present() && !m.bump.constant() && m.source->bumpStrength != 0)
+    applyBumpMap(scene.placed(hit), hit, side, s);
   s.normal = leanBack(s.normal, s.geometric, viewer);
+}
+
+Vec3 emission(const Surface& s) {
+  const CompiledMaterial& material = *s.material;
+  if (!material.emits || (!s.front && !material.source->doubleSided)) return {};
+  const Rgba e = material.emission.at(s.point);
+  return Vec3(material.source->emission) * Vec3(e.r, e.g, e.b);
+}
+
+Vec3 glowRadiance(const RayScene& scene, const LightSample& sample) {
+  const GlowTriangle& t = scene.lights().glow(sample.glow);
+  const Surface s = surfaceAt(scene, {t.a - sample.direction, sample.direction},
+                              {1, sample.spot.x, sample.spot.y, t.instance, t.primitive}, 0);
+  return emission(s) * alphaAt(*s.material, s.point, s.colorAlpha);
+}
+
+Vec3 offsetFrom(Vec3 position, Vec3 geometric, Vec3 direction) {
+  const float size = std::max(std::abs(position.x), std::max(std::abs(position.y), std::abs(position.z)));
+  const float step = 1e-5f * size + 1e-7f;
+  return position + geometric * (dot(direction, geometric) > 0 ? step : -step);
 }
 
 } // namespace host::render

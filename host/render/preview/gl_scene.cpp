@@ -21,6 +21,14 @@ std::size_t materialOf(const Instance& instance, std::size_t group, std::size_t 
   return index >= 0 && static_cast<std::size_t>(index) < count ? static_cast<std::size_t>(index) : 0;
 }
 
+std::vector<bool> usedMaterials(const Snapshot& s) {
+  std::vector<bool> used(std::max<std::size_t>(1, s.materials.size()));
+  for (const Instance& instance : s.instances)
+    for (std::size_t g = 0; usable(instance) && g < instance.mesh->groups.size(); ++g)
+      used[materialOf(instance, g, used.size())] = true;
+  return used;
+}
+
 Float4 with(Vec3 v, float w) {
   return {v.x, v.y, v.z, w};
 }
@@ -39,27 +47,23 @@ std::array<float, 9> harmonics(Vec3 n) {
 
 } // namespace
 
-std::unique_ptr<GlScene> GlScene::build(SnapshotPtr snapshot, const RenderSettings& settings, int units,
-                                        const Stopped& stopped, RenderStats& stats,
-                                        std::vector<std::string>& errors) {
+BuiltScene<GlScene> GlScene::build(SnapshotPtr snapshot, const RenderSettings& settings, int units,
+                                   const Stopped& stopped) {
+  BuiltScene<GlScene> built;
   std::unique_ptr<GlScene> scene(new GlScene);
   scene->snapshot_ = std::move(snapshot);
   const Snapshot& s = *scene->snapshot_;
-  std::vector<bool> used(std::max<std::size_t>(1, s.materials.size()));
-  for (const Instance& instance : s.instances)
-    for (std::size_t g = 0; usable(instance) && g < instance.mesh->groups.size(); ++g)
-      used[materialOf(instance, g, used.size())] = true;
-
+  const std::vector<bool> used = usedMaterials(s);
   MaterialCompiler pictures(s.materials, used);
   const bool skyPicture = s.sky.kind == SkyKind::picture && s.sky.picture && s.sky.picture->bytes;
   const std::size_t skyPlace = skyPicture ? pictures.request(s.sky.picture, ColorSpace::srgb) : 0;
-  std::vector<TexturePtr> textures;
-  if (!SceneCache::shared().textures(pictures.requests(), workerCount(), stopped, textures, errors, stats))
-    return nullptr;
-  if (skyPicture) scene->skyTexture_ = textures[skyPlace];
+  SceneCache::Textures textures = SceneCache::shared().textures(pictures.requests(), workerCount(), stopped);
+  built.note(textures);
+  if (!textures.complete) return built;
+  if (skyPicture) scene->skyTexture_ = textures.list[skyPlace];
   const FindTexture find = [&](const PicturePtr& picture, ColorSpace space) {
-    const std::size_t place = picture->bytes ? pictures.request(picture, space) : textures.size();
-    return place < textures.size() ? textures[place] : nullptr;
+    const std::size_t place = picture->bytes ? pictures.request(picture, space) : textures.list.size();
+    return place < textures.list.size() ? textures.list[place] : nullptr;
   };
   scene->materials_.resize(used.size());
   for (std::size_t i = 0; i < used.size(); ++i)
@@ -67,55 +71,65 @@ std::unique_ptr<GlScene> GlScene::build(SnapshotPtr snapshot, const RenderSettin
       scene->materials_[i] =
           makeGlMaterial(i < s.materials.size() && s.materials[i] ? *s.materials[i] : SurfaceMaterial(),
                          settings, units, find);
-
-  const Matrix& camera = s.camera.toWorld;
-  scene->eye_ = camera.off;
-  scene->right_ = normalize(Vec3(camera.v1));
-  scene->up_ = normalize(Vec3(camera.v2));
-  scene->back_ = normalize(Vec3(camera.v3));
+  scene->setView();
   scene->setLight();
-  if (!scene->addDraws(stopped, stats)) return nullptr;
-  return scene;
+  for (const Instance& instance : s.instances)
+    if (usable(instance)) built.counts.triangles += instance.mesh->triangles.size();
+  if (scene->addDraws(stopped)) built.scene = std::move(scene);
+  return built;
 }
 
-bool GlScene::addDraws(const Stopped& stopped, RenderStats& stats) {
+void GlScene::setView() {
+  const Matrix& camera = snapshot_->camera.toWorld;
+  eye_ = camera.off;
+  right_ = normalize(Vec3(camera.v1));
+  up_ = normalize(Vec3(camera.v2));
+  back_ = normalize(Vec3(camera.v3));
+}
+
+bool GlScene::addDraws(const Stopped& stopped) {
   for (const Instance& instance : snapshot_->instances) {
     if (stopped && stopped()) return false;
-    if (!usable(instance)) continue;
-    const Mesh& mesh = *instance.mesh;
-    Matrix m = instance.toWorld;
-    m.off = m.off - eye_;
-    GlDraw draw;
-    draw.mesh = &mesh;
-    draw.toEye = Transform(m);
-    draw.side = Dot(m.v1, Cross(m.v2, m.v3)) < 0 ? -1.0f : 1.0f;
-    draw.depth = -dot(draw.toEye.point((Vec3(mesh.low) + Vec3(mesh.high)) * 0.5f), back_);
-    for (int corner = 0; corner < 8; ++corner) {
-      const Vec3 p((corner & 1 ? mesh.high : mesh.low)[0], (corner & 2 ? mesh.high : mesh.low)[1],
-                   (corner & 4 ? mesh.high : mesh.low)[2]);
-      const float depth = -dot(draw.toEye.point(p), back_);
-      nearest_ = std::min(nearest_, depth);
-      farthest_ = std::max(farthest_, depth);
-    }
-    stats.triangles += mesh.triangles.size();
-    for (std::size_t g = 0; g < mesh.groups.size(); ++g) {
-      draw.firstTriangle = mesh.groups[g].firstTriangle;
-      draw.triangleCount = mesh.groups[g].triangleCount;
-      if (draw.triangleCount == 0) continue;
-      draw.material = materialOf(instance, g, materials_.size());
-      if (!materials_[draw.material].blended) {
-        opaque_.push_back(draw);
-        continue;
-      }
-      blended_.push_back(draw);
-      if (!sortTriangles(blended_.back(), stopped)) return false;
-    }
+    if (usable(instance)) addInstance(instance);
   }
+  for (GlDraw& draw : blended_)
+    if (!sortTriangles(draw, stopped)) return false;
   std::stable_sort(opaque_.begin(), opaque_.end(),
                    [](const GlDraw& a, const GlDraw& b) { return a.depth < b.depth; });
   std::stable_sort(blended_.begin(), blended_.end(),
                    [](const GlDraw& a, const GlDraw& b) { return a.depth > b.depth; });
   return true;
+}
+
+void GlScene::addInstance(const Instance& instance) {
+  const Mesh& mesh = *instance.mesh;
+  Matrix m = instance.toWorld;
+  m.off = m.off - eye_;
+  GlDraw draw;
+  draw.mesh = &mesh;
+  draw.toEye = Transform(m);
+  draw.side = Dot(m.v1, Cross(m.v2, m.v3)) < 0 ? -1.0f : 1.0f;
+  draw.depth = -dot(draw.toEye.point((Vec3(mesh.low) + Vec3(mesh.high)) * 0.5f), back_);
+  addCorners(draw);
+  for (std::size_t g = 0; g < mesh.groups.size(); ++g) {
+    draw.firstTriangle = mesh.groups[g].firstTriangle;
+    draw.triangleCount = mesh.groups[g].triangleCount;
+    if (draw.triangleCount == 0) continue;
+    draw.material = materialOf(instance, g, materials_.size());
+    (materials_[draw.material].blended ? blended_ : opaque_).push_back(draw);
+  }
+}
+
+// The range of depths grows by the corners of the mesh's bounds.
+void GlScene::addCorners(const GlDraw& draw) {
+  const Mesh& mesh = *draw.mesh;
+  for (int corner = 0; corner < 8; ++corner) {
+    const Vec3 p((corner & 1 ? mesh.high : mesh.low)[0], (corner & 2 ? mesh.high : mesh.low)[1],
+                 (corner & 4 ? mesh.high : mesh.low)[2]);
+    const float depth = -dot(draw.toEye.point(p), back_);
+    nearest_ = std::min(nearest_, depth);
+    farthest_ = std::max(farthest_, depth);
+  }
 }
 
 // Far triangles first; a group's depth becomes that of its triangles' middle.

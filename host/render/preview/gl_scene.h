@@ -6,11 +6,10 @@
 #include <string>
 #include <vector>
 
+#include "built_scene.h"
 #include "gl_material.h"
 #include "render_camera.h"
 #include "render_sky.h"
-#include "render_stats.h"
-#include "scene_cache.h"
 
 namespace host::render {
 
@@ -27,10 +26,9 @@ struct GlDraw {
 
 class GlScene {
  public:
-  /// Null after a break.
-  static std::unique_ptr<GlScene> build(SnapshotPtr snapshot, const RenderSettings& settings, int units,
-                                        const Stopped& stopped, RenderStats& stats,
-                                        std::vector<std::string>& errors);
+  /// `units`: texture units of the driver.
+  static BuiltScene<GlScene> build(SnapshotPtr snapshot, const RenderSettings& settings, int units,
+                                   const Stopped& stopped);
 
   const std::vector<GlDraw>& opaque() const { return opaque_; }   // near ones first
   const std::vector<GlDraw>& blended() const { return blended_; } // far ones first
@@ -55,7 +53,10 @@ class GlScene {
 
  private:
   GlScene() = default;
-  bool addDraws(const Stopped& stopped, RenderStats& stats);
+  bool addDraws(const Stopped& stopped);
+  void addInstance(const Instance& instance);
+  void addCorners(const GlDraw& draw);
+  void setView();
   bool sortTriangles(GlDraw& draw, const Stopped& stopped) const;
   void setLight();
   void setAmbient(const RenderSky& sky);

@@ -1,26 +1,20 @@
-// The hardware preview: a snapshot drawn through OpenGL without a window. Direct light without shadows,
-// light of the sky by its lower frequencies, reflections of the sky only, transparency without refraction.
+// The hardware preview: a snapshot drawn through OpenGL without a window. Direct light without shadows, light
+// of the sky by its lower frequencies, reflections of the sky only, transparency without refraction.
 #pragma once
 
 #include <optional>
-#include <string>
-#include <vector>
 
 #include "render_snapshot.h"
 
 namespace host::render {
 
-/// Draws the region of the settings tile by tile, like `renderSnapshot`. Nothing when there is no driver or
-/// the driver fails: then one line on the console has said why (once until that changes), and the caller
-/// draws otherwise. The result is 0 or 6; pictures that do not decode give a sentence in `undecoded`.
-/// From any thread; calls take turns.
-std::optional<RENDERRESULT> drawHardwarePreview(const SnapshotPtr& snapshot, const RenderSettings& settings,
-                                                BaseBitmap& bitmap, const RenderHooks& hooks,
-                                                RenderStats& stats, std::vector<std::string>& undecoded,
-                                                SteadyTime started);
+/// Draws the region of the settings tile by tile, like `renderSnapshot`. Without a usable driver: nothing is
+/// returned, one line on the console says why (once until that changes), and the caller draws in software.
+/// The problems of the report are those of pictures that do not decode. From any thread; calls take turns.
+std::optional<RenderReport> drawHardwarePreview(const RenderRequest& request);
 
-/// Frees meshes, textures, programs and the context. No render may be running. What comes later makes them
-/// anew.
+/// Frees meshes, textures, programs and the context; the next render makes them anew. No render may be
+/// running.
 void freeHardwarePreview();
 
 /// False: as if there were no driver. For tests.

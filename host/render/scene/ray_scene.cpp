@@ -2,6 +2,8 @@
 
 #include <new>
 
+#include "surface_point.h"
+
 namespace host::render {
 namespace {
 
@@ -53,57 +55,62 @@ std::vector<bool> usedMaterials(const Snapshot& snapshot) {
 
 } // namespace
 
-Vec3 offsetFrom(Vec3 position, Vec3 geometric, Vec3 direction) {
-  const float size = std::max(std::abs(position.x), std::max(std::abs(position.y), std::abs(position.z)));
-  const float step = 1e-5f * size + 1e-7f;
-  return position + geometric * (dot(direction, geometric) > 0 ? step : -step);
-}
-
-std::unique_ptr<RayScene> RayScene::build(SnapshotPtr snapshot, const RenderSettings& settings, int workers,
-                                          const Stopped& stopped, RenderStats& stats,
-                                          std::vector<std::string>& errors) {
+BuiltScene<RayScene> RayScene::build(SnapshotPtr snapshot, const RenderSettings& settings, int workers,
+                                     const Stopped& stopped) {
+  BuiltScene<RayScene> built;
   std::unique_ptr<RayScene> scene(new RayScene);
   scene->snapshot_ = std::move(snapshot);
   const Snapshot& s = *scene->snapshot_;
-  std::vector<MeshPtr> meshes;
-  const Real starts = startsWithin(s);
-  for (const Instance& instance : s.instances) {
-    const Real room = roomFor(instance);
-    if (!(room > starts)) continue;
-    scene->room_ = std::min(scene->room_, static_cast<float>(room));
-    const Real det = Dot(instance.toWorld.v1, Cross(instance.toWorld.v2, instance.toWorld.v3));
-    scene->items_.push_back(
-        {instance.mesh.get(), &instance, Transform(instance.toWorld), det < 0 ? -1.0f : 1.0f});
-    meshes.push_back(instance.mesh);
-    stats.triangles += instance.mesh->triangles.size();
-  }
-  const Vec3 diagonal = Vec3(s.high) - Vec3(s.low);
-  scene->size_ = finite(diagonal) ? std::max(1e-6f, length(diagonal)) : 1;
+  const std::vector<MeshPtr> placed = scene->placeMeshes();
+  for (const MeshPtr& mesh : placed)
+    built.counts.triangles += mesh->triangles.size();
 
   SceneCache& cache = SceneCache::shared();
-  scene->accels_ = cache.meshes(meshes, workers, stopped, stats);
-  if (scene->accels_.size() != meshes.size()) return nullptr;
+  SceneCache::Meshes meshes = cache.meshes(placed, workers, stopped);
+  built.counts.meshesBuilt = meshes.built;
+  built.counts.meshesReused = meshes.reused;
+  if (!meshes.complete) return built;
+  scene->accels_ = std::move(meshes.accels);
 
   const std::vector<bool> used = usedMaterials(s);
   MaterialCompiler compiler(s.materials, used);
   const bool skyPicture = s.sky.kind == SkyKind::picture && s.sky.picture && s.sky.picture->bytes;
   const std::size_t skyPlace = skyPicture ? compiler.request(s.sky.picture, ColorSpace::srgb) : 0;
-  std::vector<TexturePtr> textures;
-  if (!cache.textures(compiler.requests(), workers, stopped, textures, errors, stats)) return nullptr;
-  scene->materials_ = compiler.compile(textures, settings);
-  scene->sky_ = RenderSky(s.sky, skyPicture ? textures[skyPlace] : nullptr);
+  SceneCache::Textures textures = cache.textures(compiler.requests(), workers, stopped);
+  built.note(textures);
+  if (!textures.complete) return built;
+  scene->materials_ = compiler.compile(textures.list, settings);
+  scene->sky_ = RenderSky(s.sky, skyPicture ? textures.list[skyPlace] : nullptr);
 
   scene->lights_ = LightSet(s.lights, settings);
   if (scene->sky_.present()) scene->lights_.setSky(&scene->sky_);
-  for (std::uint32_t i = 0; i < scene->items_.size(); ++i)
-    scene->addGlows(scene->items_[i], i);
+  for (std::uint32_t i = 0; i < scene->placed_.size(); ++i)
+    scene->addGlows(scene->placed_[i], i);
   scene->lights_.finish();
-  if (!scene->buildTop(scene->accels_, workers, stopped)) return nullptr;
-  return scene;
+  if (scene->buildTop(workers, stopped)) built.scene = std::move(scene);
+  return built;
 }
 
-const CompiledMaterial& RayScene::materialOf(const Item& item, std::uint32_t primitive) const {
-  const auto& groups = item.mesh->groups;
+// The meshes of the instances that rays can be turned to, in the order of `placed_`.
+std::vector<MeshPtr> RayScene::placeMeshes() {
+  const Snapshot& s = *snapshot_;
+  std::vector<MeshPtr> meshes;
+  const Real starts = startsWithin(s);
+  for (const Instance& instance : s.instances) {
+    const Real room = roomFor(instance);
+    if (!(room > starts)) continue;
+    room_ = std::min(room_, static_cast<float>(room));
+    const Real det = Dot(instance.toWorld.v1, Cross(instance.toWorld.v2, instance.toWorld.v3));
+    placed_.push_back({instance.mesh.get(), &instance, Transform(instance.toWorld), det < 0 ? -1.0f : 1.0f});
+    meshes.push_back(instance.mesh);
+  }
+  const Vec3 diagonal = Vec3(s.high) - Vec3(s.low);
+  size_ = finite(diagonal) ? std::max(1e-6f, length(diagonal)) : 1;
+  return meshes;
+}
+
+const CompiledMaterial& RayScene::materialOf(const PlacedMesh& placed, std::uint32_t primitive) const {
+  const auto& groups = placed.mesh->groups;
   std::size_t group = 0;
   if (groups.size() > 1) {
     const auto after =
@@ -111,7 +118,7 @@ const CompiledMaterial& RayScene::materialOf(const Item& item, std::uint32_t pri
                          [](std::uint32_t p, const MeshGroup& g) { return p < g.firstTriangle; });
     group = static_cast<std::size_t>(std::max<std::ptrdiff_t>(0, after - groups.begin() - 1));
   }
-  const auto& list = item.source->materials;
+  const auto& list = placed.source->materials;
   const int index = group < list.size() ? list[group] : 0;
   const bool known = index >= 0 && static_cast<std::size_t>(index) < materials_.size();
   return materials_[known ? static_cast<std::size_t>(index) : 0];
@@ -131,45 +138,45 @@ unsigned RayScene::maskOf(const Instance& instance) const {
   return mask;
 }
 
-bool RayScene::buildTop(const std::vector<MeshAccelPtr>& accels, int workers, const Stopped& stopped) {
+bool RayScene::buildTop(int workers, const Stopped& stopped) {
   top_ = EmbreeScene(RTC_SCENE_FLAG_NONE, RTC_BUILD_QUALITY_MEDIUM);
-  for (std::size_t i = 0; i < items_.size(); ++i) {
+  for (std::size_t i = 0; i < placed_.size(); ++i) {
     const RTCGeometry geometry = rtcNewGeometry(embreeDevice(), RTC_GEOMETRY_TYPE_INSTANCE);
     if (!geometry) throw std::bad_alloc();
-    const Transform& t = items_[i].toWorld;
+    const Transform& t = placed_[i].toWorld;
     const float columns[12] = {t.v1.x, t.v1.y, t.v1.z, t.v2.x,  t.v2.y,  t.v2.z,
                                t.v3.x, t.v3.y, t.v3.z, t.off.x, t.off.y, t.off.z};
-    rtcSetGeometryInstancedScene(geometry, accels[i]->scene.get());
+    rtcSetGeometryInstancedScene(geometry, accels_[i]->scene.get());
     rtcSetGeometryTransform(geometry, 0, RTC_FORMAT_FLOAT3X4_COLUMN_MAJOR, columns);
-    const unsigned mask = maskOf(*items_[i].source);
-    filtered_ = filtered_ || (mask & filterMask);
+    const unsigned mask = maskOf(*placed_[i].source);
+    filters_ = filters_ || (mask & filterMask);
     rtcSetGeometryMask(geometry, mask);
     rtcCommitGeometry(geometry);
     rtcAttachGeometryByID(top_.get(), geometry, static_cast<unsigned>(i));
     rtcReleaseGeometry(geometry);
   }
-  return top_.build(items_.size() > 1000 ? workers : 1, stopped);
+  return top_.build(placed_.size() > 1000 ? workers : 1, stopped);
 }
 
-void RayScene::addGlows(Item& item, std::uint32_t index) {
+void RayScene::addGlows(PlacedMesh& placed, std::uint32_t index) {
   bool any = false;
-  for (const int m : item.source->materials)
+  for (const int m : placed.source->materials)
     any = any || (m >= 0 && static_cast<std::size_t>(m) < materials_.size() &&
                   materials_[static_cast<std::size_t>(m)].emits);
   if (!any) return;
-  item.firstGlow = lights_.glowCount();
-  const Mesh& mesh = *item.mesh;
+  placed.firstGlow = lights_.glowCount();
+  const Mesh& mesh = *placed.mesh;
   for (std::uint32_t p = 0; p < mesh.triangles.size(); ++p) {
-    const CompiledMaterial& material = materialOf(item, p);
+    const CompiledMaterial& material = materialOf(placed, p);
     const auto& c = mesh.triangles[p];
-    const Vec3 a = item.toWorld.point(mesh.positions[c[0]]);
+    const Vec3 a = placed.toWorld.point(mesh.positions[c[0]]);
     float radiance = 0;
     if (material.emits) {
       const Rgba mean = material.emission.mean();
       radiance = luminance(Vec3(material.source->emission) * Vec3(mean.r, mean.g, mean.b));
     }
-    lights_.addGlow({a, item.toWorld.point(mesh.positions[c[1]]) - a,
-                     item.toWorld.point(mesh.positions[c[2]]) - a, index, p},
+    lights_.addGlow({a, placed.toWorld.point(mesh.positions[c[1]]) - a,
+                     placed.toWorld.point(mesh.positions[c[2]]) - a, index, p},
                     radiance);
   }
 }
@@ -179,8 +186,8 @@ bool RayScene::traceable(const Ray& ray) const {
   return sumOf(ray.origin) <= room_ && sumOf(ray.direction) < 4 && ray.near >= 0;
 }
 
-bool RayScene::intersect(const Ray& ray, unsigned mask, bool coherent, Hit& hit) const {
-  if (!traceable(ray)) return false;
+std::optional<Hit> RayScene::intersect(const Ray& ray, unsigned mask, bool coherent) const {
+  if (!traceable(ray)) return std::nullopt;
   RTCRayHit r;
   r.ray = toEmbree(ray, mask);
   r.hit.geomID = r.hit.instID[0] = RTC_INVALID_GEOMETRY_ID;
@@ -188,9 +195,8 @@ bool RayScene::intersect(const Ray& ray, unsigned mask, bool coherent, Hit& hit)
   rtcInitIntersectContext(&context);
   context.flags = coherent ? RTC_INTERSECT_CONTEXT_FLAG_COHERENT : RTC_INTERSECT_CONTEXT_FLAG_INCOHERENT;
   rtcIntersect1(top_.get(), &context, &r);
-  if (r.hit.geomID == RTC_INVALID_GEOMETRY_ID) return false;
-  hit = {r.ray.tfar, r.hit.u, r.hit.v, r.hit.instID[0], r.hit.primID};
-  return true;
+  if (r.hit.geomID == RTC_INVALID_GEOMETRY_ID) return std::nullopt;
+  return Hit{r.ray.tfar, r.hit.u, r.hit.v, r.hit.instID[0], r.hit.primID};
 }
 
 bool RayScene::blocked(const Ray& ray, unsigned mask) const {
@@ -204,58 +210,14 @@ bool RayScene::blocked(const Ray& ray, unsigned mask) const {
 
 float RayScene::openness(Vec3 position, Vec3 normal, float distance, Vec2 u) const {
   const Vec3 direction = Frame(normal).toWorld(squareToCosineHemisphere(u));
-  Hit hit;
-  if (!intersect({offsetFrom(position, normal, direction), direction, 0, distance}, anyMask, false, hit))
-    return 1;
-  return hit.distance / distance; // far things darken less
-}
-
-Vec3 RayScene::transmittance(Ray ray, const RenderSettings& settings, std::uint64_t& rays) const {
-  ++rays;
-  if (blocked(ray, shadowMask)) return {};
-  Vec3 through(1.0f);
-  if (!filtered_) return through;
-  const bool glassPasses = !settings.caustics || !settings.refraction;
-  for (int layer = 0; layer < 64; ++layer) {
-    Hit hit;
-    ++rays;
-    if (!intersect(ray, filterMask, false, hit)) return through;
-    Surface s;
-    surfaceAt(ray, hit, 0, s);
-    const float alpha = alphaAt(*s.material, s.point, s.colorAlpha);
-    Vec3 passed(1 - alpha);
-    if (alpha > 0 && s.material->transmits && glassPasses) {
-      Vec3 tint;
-      const SurfaceLook look = lookAt(*s.material, s.point, s.color, settings);
-      const float share = straightPass(look, std::abs(dot(s.normal, ray.direction)), &tint);
-      passed += tint * (alpha * share);
-    }
-    through *= passed;
-    if (maxComponent(through) < 1e-4f) return {};
-    ray.far -= hit.distance;
-    ray.origin = offsetFrom(s.position, s.geometric, ray.direction);
-    if (ray.far <= 0) return through;
-  }
-  return {};
-}
-
-Vec3 RayScene::emission(const Surface& s) const {
-  const CompiledMaterial& material = *s.material;
-  if (!material.emits || (!s.front && !material.source->doubleSided)) return {};
-  const Rgba e = material.emission.at(s.point);
-  return Vec3(material.source->emission) * Vec3(e.r, e.g, e.b);
+  const auto hit =
+      intersect({offsetFrom(position, normal, direction), direction, 0, distance}, anyMask, false);
+  return hit ? hit->distance / distance : 1; // far things darken less
 }
 
 int RayScene::glowIndex(const Hit& hit) const {
-  const int first = items_[hit.instance].firstGlow;
+  const int first = placed_[hit.instance].firstGlow;
   return first < 0 ? -1 : first + static_cast<int>(hit.primitive);
-}
-
-Vec3 RayScene::glowRadiance(int glow, Vec2 spot, Vec3 direction) const {
-  const GlowTriangle& t = lights_.glow(glow);
-  Surface s;
-  surfaceAt({t.a - direction, direction}, {1, spot.x, spot.y, t.instance, t.primitive}, 0, s);
-  return emission(s) * alphaAt(*s.material, s.point, s.colorAlpha);
 }
 
 } // namespace host::render

@@ -83,71 +83,78 @@ void SceneCache::trim() {
   }
 }
 
-std::vector<MeshAccelPtr> SceneCache::meshes(const std::vector<MeshPtr>& wanted, int workers,
-                                             const Stopped& stopped, RenderStats& stats) {
+// Large ones are built by all workers together, small ones by one worker each.
+bool SceneCache::build(const PendingMeshes& pending, int workers, const Stopped& stopped) {
+  for (const auto& accel : pending.large)
+    if (!accel->scene.build(workers, stopped)) return false;
+  const auto& small = pending.small;
+  if (small.empty()) return true;
+  std::atomic<bool> broken{false};
+  std::atomic<std::size_t> next{0};
+  runOnWorkers(std::min(workers, static_cast<int>(std::min<std::size_t>(small.size(), 1024))), [&](int) {
+    for (std::size_t i; !broken && (i = next.fetch_add(1)) < small.size();)
+      if (!small[i]->scene.build(1, stopped)) broken = true;
+  });
+  return !broken;
+}
+
+SceneCache::Meshes SceneCache::meshes(const std::vector<MeshPtr>& wanted, int workers,
+                                      const Stopped& stopped) {
+  Meshes out;
   std::map<Identity, MeshAccelPtr> found;
-  std::vector<std::shared_ptr<MeshAccel>> small, large;
+  PendingMeshes pending;
   for (const MeshPtr& mesh : wanted) {
     const auto [slot, fresh] = found.try_emplace(mesh->id);
     if (!fresh) continue;
     slot->second = std::static_pointer_cast<const MeshAccel>(find(Key::ofMesh(mesh->id)));
     if (slot->second) {
-      ++stats.meshes_reused;
+      ++out.reused;
       continue;
     }
     auto accel = prepare(mesh);
     slot->second = accel;
-    (mesh->triangles.size() < jointTriangles ? small : large).push_back(std::move(accel));
+    (mesh->triangles.size() < jointTriangles ? pending.small : pending.large).push_back(std::move(accel));
   }
-  // Large ones are built by all workers together, small ones by one worker each.
-  std::atomic<bool> broken{false};
-  for (const auto& accel : large)
-    if (broken || !accel->scene.build(workers, stopped)) return {};
-  std::atomic<std::size_t> next{0};
-  if (!small.empty())
-    runOnWorkers(std::min(workers, static_cast<int>(std::min<std::size_t>(small.size(), 1024))), [&](int) {
-      for (std::size_t i; !broken && (i = next.fetch_add(1)) < small.size();)
-        if (!small[i]->scene.build(1, stopped)) broken = true;
-    });
-  if (broken) return {};
-  for (const auto* list : {&small, &large})
+  if (!build(pending, workers, stopped)) return out;
+  for (const auto* list : {&pending.small, &pending.large})
     for (const auto& accel : *list) {
       put(Key::ofMesh(accel->mesh->id), accel, accel->bytes);
-      ++stats.meshes_built;
+      ++out.built;
     }
-  std::vector<MeshAccelPtr> out;
-  out.reserve(wanted.size());
+  out.accels.reserve(wanted.size());
   for (const MeshPtr& mesh : wanted)
-    out.push_back(found.at(mesh->id));
+    out.accels.push_back(found.at(mesh->id));
+  out.complete = true;
   return out;
 }
 
-bool SceneCache::textures(const std::vector<TextureRequest>& wanted, int workers, const Stopped& stopped,
-                          std::vector<TexturePtr>& out, std::vector<std::string>& errors,
-                          RenderStats& stats) {
-  out.assign(wanted.size(), nullptr);
+SceneCache::Textures SceneCache::textures(const std::vector<TextureRequest>& wanted, int workers,
+                                          const Stopped& stopped) {
+  Textures out;
+  out.list.assign(wanted.size(), nullptr);
   TextureLoader& loader = TextureLoader::shared();
   const auto keyOf = [&](std::size_t i) { return Key::ofTexture(wanted[i].picture->id, wanted[i].space); };
   std::vector<std::pair<std::size_t, TextureLoader::JobPtr>> jobs;
   for (std::size_t i = 0; i < wanted.size(); ++i) {
-    out[i] = std::static_pointer_cast<const Texture>(find(keyOf(i)));
-    if (out[i])
-      ++stats.textures_reused;
+    out.list[i] = std::static_pointer_cast<const Texture>(find(keyOf(i)));
+    if (out.list[i])
+      ++out.reused;
     else
       jobs.emplace_back(i, loader.start(wanted[i].picture, wanted[i].space, workers));
   }
   for (const auto& [i, job] : jobs) {
-    if (!loader.wait(*job, stopped)) return false;
+    if (!loader.wait(*job, stopped)) return out;
     if (job->texture) put(keyOf(i), job->texture, job->texture->bytes());
     loader.forget(job);
     if (job->outOfMemory) throw std::bad_alloc();
-    out[i] = job->texture;
-    if (out[i])
-      ++stats.textures_decoded;
+    out.list[i] = job->texture;
+    if (out.list[i])
+      ++out.decoded;
     else
-      errors.push_back(job->error);
+      out.undecoded.push_back(job->error);
   }
-  return true;
+  out.complete = true;
+  return out;
 }
 
 void SceneCache::setLimit(std::size_t bytes) {

@@ -23,6 +23,7 @@ struct MeshAccel {
 };
 using MeshAccelPtr = std::shared_ptr<const MeshAccel>;
 
+/// Whether the render is to end. May be empty; asked often and from every worker.
 using Stopped = std::function<bool()>;
 
 class SceneCache {
@@ -32,19 +33,26 @@ class SceneCache {
 
   explicit SceneCache(std::size_t limitBytes = std::size_t{2} << 30) : limit_(limitBytes) {}
 
-  /// The structures of the meshes, in order; builds what is missing with the workers. Empty after a break.
-  /// Throws std::bad_alloc. Counts into `stats`.
-  std::vector<MeshAccelPtr> meshes(const std::vector<MeshPtr>& wanted, int workers, const Stopped& stopped,
-                                   RenderStats& stats);
+  struct Meshes {
+    bool complete = false; // false after a break
+    std::vector<MeshAccelPtr> accels;
+    std::uint32_t built = 0, reused = 0;
+  };
+  /// The structures of the meshes, in order; builds missing ones with the workers. Throws std::bad_alloc.
+  Meshes meshes(const std::vector<MeshPtr>& wanted, int workers, const Stopped& stopped);
 
   struct TextureRequest {
     PicturePtr picture; // with bytes
     ColorSpace space = ColorSpace::srgb;
   };
-  /// The textures, in order; null for a picture that does not decode, with a sentence in `errors`. False
-  /// after a break.
-  bool textures(const std::vector<TextureRequest>& wanted, int workers, const Stopped& stopped,
-                std::vector<TexturePtr>& out, std::vector<std::string>& errors, RenderStats& stats);
+  struct Textures {
+    bool complete = false; // false after a break
+    std::vector<TexturePtr> list;
+    std::vector<std::string> undecoded; // a sentence for each picture that does not decode
+    std::uint32_t decoded = 0, reused = 0;
+  };
+  /// The textures, in order; null for a picture that does not decode. Throws std::bad_alloc.
+  Textures textures(const std::vector<TextureRequest>& wanted, int workers, const Stopped& stopped);
 
   void setLimit(std::size_t bytes);
   std::size_t bytes() const;
@@ -58,6 +66,11 @@ class SceneCache {
     std::size_t bytes;
     std::list<Key>::iterator use;
   };
+  /// A mesh of a request: found in the cache, or new and still to be built.
+  struct PendingMeshes {
+    std::vector<std::shared_ptr<MeshAccel>> small, large;
+  };
+  static bool build(const PendingMeshes& pending, int workers, const Stopped& stopped);
   std::shared_ptr<const void> find(const Key& key);
   void put(const Key& key, std::shared_ptr<const void> value, std::size_t bytes);
   void trim();

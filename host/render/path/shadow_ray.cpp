@@ -1,0 +1,45 @@
+#include "shadow_ray.h"
+
+#include "surface_point.h"
+
+namespace host::render {
+namespace {
+
+constexpr int mostLayers = 64;  // of transparent surfaces; behind them it is dark
+constexpr float opaque = 1e-4f; // light below this counts as none
+
+// The share of light that one surface lets pass.
+Vec3 passedBy(const Surface& s, const RenderSettings& settings, Vec3 direction) {
+  const float alpha = alphaAt(*s.material, s.point, s.colorAlpha);
+  Vec3 passed(1 - alpha);
+  const bool glassPasses = !settings.caustics || !settings.refraction;
+  if (alpha > 0 && s.material->transmits && glassPasses) {
+    const SurfaceLook look = lookAt(*s.material, s.point, s.color, settings);
+    const StraightPass pass = straightPass(look, std::abs(dot(s.normal, direction)));
+    passed += pass.tint * (alpha * pass.share);
+  }
+  return passed;
+}
+
+} // namespace
+
+ShadowResult traceShadow(const RayScene& scene, const RenderSettings& settings, Ray ray) {
+  ShadowResult result{Vec3(), 1};
+  if (scene.blocked(ray, shadowMask)) return result;
+  Vec3 passed(1.0f);
+  if (!scene.hasFilters()) return {passed, 1};
+  for (int layer = 0; layer < mostLayers; ++layer) {
+    ++result.rays;
+    const std::optional<Hit> hit = scene.intersect(ray, filterMask, false);
+    if (!hit) return {passed, result.rays};
+    const Surface s = surfaceAt(scene, ray, *hit, 0);
+    passed *= passedBy(s, settings, ray.direction);
+    if (maxComponent(passed) < opaque) return result;
+    ray.far -= hit->distance;
+    ray.origin = offsetFrom(s.position, s.geometric, ray.direction);
+    if (ray.far <= 0) return {passed, result.rays};
+  }
+  return result;
+}
+
+} // namespace host::render

@@ -1,0 +1,53 @@
+// Programs, uniforms and textures of the draws of one tile. Every call needs the context to be current.
+#pragma once
+
+#include <array>
+#include <string>
+#include <vector>
+
+#include "gl_cache.h"
+#include "gl_scene.h"
+
+namespace host::render {
+
+/// A tile of a picture, in pixels.
+struct GlTile {
+  int left, top, width, height;
+};
+
+class GlTileState {
+ public:
+  /// Of a picture of this size. The scene and the cache must outlive it.
+  GlTileState(const GlScene& scene, GlCache& cache, int width, int height);
+  ~GlTileState();
+  GlTileState(const GlTileState&) = delete;
+  GlTileState& operator=(const GlTileState&) = delete;
+
+  /// `reversed`: the driver's depth runs from 0 to 1, else from -1 to 1.
+  void begin(const GlTile& tile, bool reversed);
+
+  /// The program of the surfaces with this material, compiled where it is not there.
+  GlProgram& surfaceProgram(const GlMaterial& material);
+  /// Makes the program of the sky ready for a triangle over the whole tile.
+  void useSky();
+  /// Makes the program of a draw's material ready for it.
+  void useSurface(const GlDraw& draw);
+  /// Whether the draw's bounds are outside the tile.
+  bool outside(const GlDraw& draw) const;
+
+ private:
+  void bind(int unit, GLuint texture, GLuint sampler) const;
+  void setSky(GlProgram& program);
+  void setTile(GlProgram& program);
+  void setMaterial(GlProgram& program, const GlMaterial& material);
+
+  const GlScene& scene_;
+  GlCache& cache_;
+  const int width_, height_; // of the picture
+  const std::string vertexSource_;
+  Vec2 scale_, offset_; // from the picture's -1..1 to the tile's
+  std::array<float, 16> clip_{};
+  std::vector<GLuint> ready_; // programs that have the uniforms of this tile
+};
+
+} // namespace host::render
