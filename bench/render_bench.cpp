@@ -69,7 +69,8 @@ RenderStats renderOnce(BaseDocument& document, const BaseContainer& settings, Ba
   return thread.stats;
 }
 
-/// Milliseconds from the request to end, made at the given time after the start, until the thread has ended.
+/// Milliseconds from the request to end until the thread has ended. The request comes `delayMs` after the
+/// start.
 double breakAfter(BaseDocument& document, const BaseContainer& settings, BaseBitmap& bitmap, int delayMs) {
   RenderThread thread;
   thread.document = &document;
@@ -128,88 +129,117 @@ BaseObject* firstWithMesh(BaseObject* object) {
   return nullptr;
 }
 
+/// The measurements of one scene, each printed as a line.
+class SceneBench {
+ public:
+  SceneBench(BaseDocument& document, int samples)
+      : samples_(samples), settings_(document.GetActiveRenderData()->GetData()),
+        bitmap_(BaseBitmap::Alloc()) {
+    settings_.SetLong(RDATA_MAXSAMPLES, samples);
+    settings_.SetReal(RDATA_NOISETHRESHOLD, 0);
+    quick_ = settings_;
+    quick_.SetLong(RDATA_MAXSAMPLES, 1);
+    bitmap_->Init(width, height);
+    const Stopwatch cloning;
+    clone_ = document.GetClone(COPYFLAGS_NO_ANIMATION);
+    std::printf("  document clone %.2f ms\n", cloning.milliseconds());
+  }
+  ~SceneBench() {
+    BaseBitmap::Free(bitmap_);
+    BaseDocument::Free(clone_);
+  }
+  SceneBench(const SceneBench&) = delete;
+  SceneBench& operator=(const SceneBench&) = delete;
+
+  void firstPictures() {
+    const RenderStats cold = renderOnce(*clone_, quick_, *bitmap_);
+    std::vector<double> first, build;
+    for (int i = 0; i < 9; ++i) {
+      const RenderStats s = renderOnce(*clone_, quick_, *bitmap_);
+      first.push_back(s.firstPixelsMs);
+      build.push_back(s.buildMs);
+    }
+    std::printf("  triangles %llu\n", static_cast<unsigned long long>(cold.triangles));
+    std::printf("  first coarse picture: cold %.0f ms (build %.0f), warm median %.1f ms (build %.1f)\n",
+                cold.firstPixelsMs, cold.buildMs, median(first), median(build));
+  }
+
+  void breaks() {
+    double warm = 0, cold = 0;
+    for (const int delay : {2, 10, 30, 60, 120, 200, 300})
+      warm = std::max(warm, breakAfter(*clone_, settings_, *bitmap_, delay));
+    freeRenderCaches();
+    for (const int delay : {5, 40, 120, 250}) {
+      cold = std::max(cold, breakAfter(*clone_, settings_, *bitmap_, delay));
+      freeRenderCaches();
+    }
+    std::printf("  break to thread end: worst of 7 warm %.1f ms, worst of 4 cold %.1f ms\n", warm, cold);
+  }
+
+  void movedObject() {
+    renderOnce(*clone_, quick_, *bitmap_);
+    BaseObject* object = firstWithMesh(clone_->GetFirstObject());
+    if (!object) return;
+    Matrix m = object->GetMl();
+    m.off.x += 0.001;
+    object->SetMl(m);
+    const RenderStats moved = renderOnce(*clone_, quick_, *bitmap_);
+    std::printf("  one object moved: %u meshes built, %u reused, first coarse picture %.1f ms\n",
+                moved.meshesBuilt, moved.meshesReused, moved.firstPixelsMs);
+  }
+
+  void fullPicture() {
+    const Stopwatch watch;
+    const std::clock_t cpuStart = std::clock();
+    const RenderStats full = renderOnce(*clone_, settings_, *bitmap_);
+    const double seconds = watch.milliseconds() / 1e3,
+                 millions = static_cast<double>(full.cameraSamples) / 1e6;
+    const double tracing = (full.renderMs - full.buildMs) / 1e3;
+    // Processor time is more reliable than the wall clock on a busy machine.
+    const double cpu = static_cast<double>(std::clock() - cpuStart) / CLOCKS_PER_SEC;
+    std::printf(
+        "  %d samples: %.2f s, %.3f s per million camera samples (%.3f by processor time), %.1f rays a "
+        "sample\n",
+        samples_, seconds, tracing / millions, cpu / workerCount() / millions,
+        static_cast<double>(full.rays) / static_cast<double>(full.cameraSamples));
+    plainQueries(static_cast<double>(full.rays) / tracing / 1e6);
+  }
+
+  void save(const std::string& picture) { bitmap_->Save(Filename(String(picture.c_str())), FILTER_PNG); }
+
+ private:
+  void plainQueries(double rate) const {
+    const SnapshotPtr snapshot = takeSnapshot(*clone_, {});
+    const auto scene = render::RayScene::build(snapshot, render::RenderSettings{}, workerCount(), {}).scene;
+    const RayList rays = collectRays(*scene, render::RenderCamera(snapshot->camera, width, height));
+    const double coherent = plainRate(*scene, rays.camera, true);
+    const double scattered = plainRate(*scene, rays.scattered, false);
+    std::printf(
+        "  million rays a second: rendering %.2f; plain queries: camera %.2f, scattered %.2f; ratio to "
+        "scattered %.2f\n",
+        rate, coherent, scattered, scattered > 0 ? rate / scattered : 0);
+  }
+
+  const int samples_;
+  BaseContainer settings_, quick_; // quick_: one sample a pixel
+  BaseBitmap* bitmap_;
+  BaseDocument* clone_ = nullptr;
+};
+
 void measure(const std::string& file, int samples, const std::string& picture) {
   const LoadResult loaded = loadDocument(Filename(String(file.c_str())));
   if (!loaded.document) {
     std::printf("%s: %s\n", file.c_str(), loaded.error.c_str());
     return;
   }
-  BaseDocument* document = loaded.document.get();
-  RenderData* data = document->GetActiveRenderData();
-  BaseContainer settings = data->GetData();
-  settings.SetLong(RDATA_MAXSAMPLES, samples);
-  settings.SetReal(RDATA_NOISETHRESHOLD, 0);
-  BaseBitmap* bitmap = BaseBitmap::Alloc();
-  bitmap->Init(width, height);
-
-  BaseContainer quick = settings;
-  quick.SetLong(RDATA_MAXSAMPLES, 1);
-  const Stopwatch cloning;
-  BaseDocument* clone = document->GetClone(COPYFLAGS_NO_ANIMATION);
-  const double cloneMs = cloning.milliseconds();
-  const RenderStats cold = renderOnce(*clone, quick, *bitmap);
-
-  std::vector<double> first, build;
-  for (int i = 0; i < 9; ++i) {
-    const RenderStats s = renderOnce(*clone, quick, *bitmap);
-    first.push_back(s.firstPixelsMs);
-    build.push_back(s.buildMs);
-  }
-  std::vector<double> breaks;
-  for (const int delay : {2, 10, 30, 60, 120, 200, 300})
-    breaks.push_back(breakAfter(*clone, settings, *bitmap, delay));
-  freeRenderCaches();
-  double coldBreak = 0;
-  for (const int delay : {5, 40, 120, 250}) {
-    coldBreak = std::max(coldBreak, breakAfter(*clone, settings, *bitmap, delay));
-    freeRenderCaches();
-  }
-  renderOnce(*clone, quick, *bitmap);
-  RenderStats moved;
-  if (BaseObject* object = firstWithMesh(clone->GetFirstObject())) {
-    Matrix m = object->GetMl();
-    m.off.x += 0.001;
-    object->SetMl(m);
-    moved = renderOnce(*clone, quick, *bitmap);
-  }
-  const Stopwatch watch;
-  const std::clock_t cpuStart = std::clock();
-  const RenderStats full = renderOnce(*clone, settings, *bitmap);
-  const double seconds = watch.milliseconds() / 1e3;
-  const double perMillion =
-      (full.renderMs - full.buildMs) / 1e3 / (static_cast<double>(full.cameraSamples) / 1e6);
-
-  // Processor time is more reliable than the wall clock on a busy machine.
-  const double cpu = static_cast<double>(std::clock() - cpuStart) / CLOCKS_PER_SEC;
-  const double cpuPerMillion = cpu / workerCount() / (static_cast<double>(full.cameraSamples) / 1e6);
-
-  const SnapshotPtr snapshot = takeSnapshot(*clone, {});
-  const auto scene = render::RayScene::build(snapshot, render::RenderSettings{}, workerCount(), {}).scene;
-  const RayList rays = collectRays(*scene, render::RenderCamera(snapshot->camera, width, height));
-  const double coherent = plainRate(*scene, rays.camera, true),
-               scattered = plainRate(*scene, rays.scattered, false);
-  const double rate = static_cast<double>(full.rays) / (full.renderMs - full.buildMs) / 1e3;
-
   std::printf("%s\n", std::filesystem::path(file).filename().c_str());
-  std::printf("  triangles %llu, document clone %.2f ms\n", static_cast<unsigned long long>(cold.triangles),
-              cloneMs);
-  std::printf("  first coarse picture: cold %.0f ms (build %.0f), warm median %.1f ms (build %.1f)\n",
-              cold.firstPixelsMs, cold.buildMs, median(first), median(build));
-  std::printf("  break to thread end: worst of %zu warm %.1f ms, worst cold %.1f ms\n", breaks.size(),
-              *std::max_element(breaks.begin(), breaks.end()), coldBreak);
-  std::printf("  one object moved: %u meshes built, %u reused, first coarse picture %.1f ms\n",
-              moved.meshesBuilt, moved.meshesReused, moved.firstPixelsMs);
-  std::printf("  %d samples: %.2f s, %.3f s per million camera samples (%.3f by processor time), %.1f rays a "
-              "sample\n",
-              samples, seconds, perMillion, cpuPerMillion,
-              static_cast<double>(full.rays) / static_cast<double>(full.cameraSamples));
-  std::printf("  million rays a second: rendering %.2f; plain queries: camera %.2f, scattered %.2f; ratio to "
-              "scattered %.2f\n",
-              rate, coherent, scattered, scattered > 0 ? rate / scattered : 0);
-  if (!picture.empty()) bitmap->Save(Filename(String(picture.c_str())), FILTER_PNG);
+  SceneBench bench(*loaded.document, samples);
+  bench.firstPictures();
+  bench.breaks();
+  bench.movedObject();
+  bench.fullPicture();
+  if (!picture.empty()) bench.save(picture);
   std::fflush(stdout);
-  BaseBitmap::Free(bitmap);
-  BaseDocument::Free(clone);
 }
 
 } // namespace

@@ -1,7 +1,6 @@
 #include "film_writer.h"
 
-#include <array>
-
+#include "display_transform.h"
 #include "vecmath.h"
 
 namespace host::render {
@@ -10,16 +9,12 @@ namespace {
 std::shared_ptr<Film> filmFor(BaseBitmap& bitmap) {
   if (auto film = filmOf(bitmap)) return film;
   auto film = std::make_shared<Film>(bitmap.GetBw(), bitmap.GetBh());
-  std::array<float, 256> linear;
-  for (std::size_t i = 0; i < 256; ++i) {
-    const float v = static_cast<float>(i) / 255;
-    linear[i] = v <= 0.04045f ? v / 12.92f : std::pow((v + 0.055f) / 1.055f, 2.4f);
-  }
+  const auto linear = [](UWORD code) { return fromDisplay(static_cast<unsigned char>(code)); };
   for (LONG y = 0; y < bitmap.GetBh(); ++y)
     for (LONG x = 0; x < bitmap.GetBw(); ++x) {
       UWORD r, g, b;
       bitmap.GetPixel(x, y, &r, &g, &b);
-      const float rgba[4] = {linear[r], linear[g], linear[b],
+      const float rgba[4] = {linear(r), linear(g), linear(b),
                              static_cast<float>(bitmap.GetAlpha(x, y)) / 255};
       film->setColor(x, y, rgba);
     }

@@ -10,7 +10,7 @@ namespace host::render {
 namespace {
 
 constexpr int tileSize = 32;
-constexpr int leastSamples = 16; // before the noise of a pixel is judged
+constexpr int leastSamples = 16; // before a pixel's noise is estimated
 
 // The software preview takes the pixel's centre, and with anti-aliasing four fixed places more.
 int samplesOf(const RenderSettings& settings) {
@@ -25,7 +25,7 @@ Vec2 previewPlace(Vec2 centre, int number) {
 
 } // namespace
 
-/// Adds up a tile's samples and rays where the tile ends, finished or not.
+/// Counts a tile's samples and rays; adds them to the totals when the tile ends, finished or not.
 class Refinement::TileCount {
  public:
   explicit TileCount(Refinement& refinement) : refinement_(refinement) {}
@@ -86,7 +86,7 @@ std::vector<Refinement::Tile> Refinement::makeTiles(int size) const {
   for (int y = 0; y < height_; y += size)
     for (int x = 0; x < width_; x += size)
       tiles.push_back({x, y, std::min(x + size, width_), std::min(y + size, height_)});
-  // From the middle outwards: where people look.
+  // From the middle outwards: viewers look at the middle first.
   const auto far = [&](const Tile& t) {
     const int dx = t.left + t.right - width_, dy = t.top + t.bottom - height_;
     return static_cast<long long>(dx) * dx + static_cast<long long>(dy) * dy;
@@ -199,7 +199,7 @@ void Refinement::commit(const Tile& tile) {
   if (hooks_.endTile) hooks_.endTile();
 }
 
-// Whether the test holds for a pixel or one of the eight around it.
+// True when the test holds for the pixel or one of its eight neighbours.
 template <class Test>
 bool Refinement::anyNeighbour(int x, int y, Test&& test) const {
   for (int ny = std::max(0, y - 1); ny <= std::min(height_ - 1, y + 1); ++ny)
@@ -208,7 +208,7 @@ bool Refinement::anyNeighbour(int x, int y, Test&& test) const {
   return false;
 }
 
-// A pixel is on an edge when a neighbour's first sample met another object.
+// A pixel lies on an edge when the first sample of a neighbour hit another object.
 void Refinement::findEdges() {
   for (int y = 0; y < height_; ++y)
     for (int x = 0; x < width_; ++x) {
@@ -217,7 +217,7 @@ void Refinement::findEdges() {
     }
 }
 
-// A pixel rests when it and its neighbours are quiet: a lone quiet pixel in a noisy place was lucky.
+// A pixel rests when it and its neighbours are quiet: a lone quiet pixel in a noisy place is a coincidence.
 void Refinement::restQuietPixels() {
   std::vector<std::uint8_t> noisy(pixels_.size());
   for (std::size_t i = 0; i < pixels_.size(); ++i)

@@ -17,10 +17,12 @@ class Refinement {
  public:
   /// Both must outlive it.
   Refinement(const RayScene& scene, const RenderRequest& request);
-  /// False after a break. May throw what a worker threw.
+  /// False after a break. Passes on the exceptions of workers.
   bool run();
 
-  double firstPixelsMs() const { return firstPixelsMs_; } // since the request; 0 before they are there
+  double firstPixelsMs() const {
+    return firstPixelsMs_;
+  } // since the request; 0 until the first coarse picture is complete
   std::uint64_t rays() const { return rays_; }
   std::uint64_t cameraSamples() const { return cameraSamples_; }
 
@@ -75,7 +77,7 @@ class Refinement {
   FilmWriter film_;
   std::vector<PixelEstimate> pixels_;
   std::vector<std::uint8_t> flags_;
-  std::vector<std::uint32_t> objects_; // of the first sample, for edges; empty where nobody asks
+  std::vector<std::uint32_t> objects_; // of the first sample, for edges; empty without edge detection
   std::atomic<bool> broken_{false};
   std::atomic<std::uint64_t> rays_{0}, cameraSamples_{0};
   double firstPixelsMs_ = 0;

@@ -35,8 +35,8 @@ class DocumentRender {
       frame.time = time();
       frame.width = bitmap_.GetBw();
       frame.height = bitmap_.GetBh();
-      // The switch for post effects stops what plug-ins add; the renderer's own effects have their posts'
-      // disabled bits.
+      // The switch for post effects stops the posts of plug-ins only; the renderer's own effects have the
+      // disabled bits of their posts.
       const bool effects = container_.GetBool(RDATA_POSTEFFECTS_ENABLE, TRUE);
       VideoPostCalls posts(effects ? document_.GetActiveRenderData() : nullptr, frame, &error_);
       posts.open(VIDEOPOSTCALL_FRAMESEQUENCE);
@@ -80,9 +80,9 @@ class DocumentRender {
       return;
     }
     posts.open(VIDEOPOSTCALL_RENDER);
-    if (error_ != RENDERRESULT_OK) return; // a post has refused
+    if (error_ != RENDERRESULT_OK) return; // a post refused
     report_ = renderSnapshot({snapshot, settings_, &bitmap_, hooksFor(posts), since_});
-    // Posts see a render without a picture of its own as completed.
+    // For posts a render with a missing picture is completed.
     if (error_ == RENDERRESULT_OK && report_.outcome != RenderOutcome::assetMissing)
       error_ = interfaceResult(report_.outcome);
   }
@@ -92,7 +92,7 @@ class DocumentRender {
     hooks.stopped = [this] {
       return (thread_ && thread_->TestBreak()) || postFailed_.load(std::memory_order_relaxed);
     };
-    // A hardware preview that fails on its way begins again in software: the progress stays.
+    // A hardware preview that fails midway starts again in software; the progress does not fall.
     if (progress_)
       hooks.progress = [this](double part) {
         reportProgress(std::max(part, reported_), RENDERPROGRESSTYPE_DURINGRENDERING);
@@ -131,12 +131,12 @@ class DocumentRender {
   BaseThread* thread_;
   RenderSettings settings_;
   RenderReport report_;
-  RENDERRESULT error_ = RENDERRESULT_OK; // as video posts see it; 0 for a render that was completed
+  RENDERRESULT error_ = RENDERRESULT_OK; // the slot of the video posts
   std::atomic<bool> postFailed_{false};
   double reported_ = 0;
 };
 
-// Who renders a range of frames looks at the last one's result only, so every frame that failed is recorded.
+// Callers that render a range of frames check only the last result, so every failed frame is recorded.
 RENDERRESULT recorded(const BaseDocument& document, const BaseContainer& settings,
                       RENDERRESULT result) noexcept {
   if (result == RENDERRESULT_OK || result == RENDERRESULT_ASSETMISSING || result == RENDERRESULT_USERBREAK)
@@ -147,13 +147,13 @@ RENDERRESULT recorded(const BaseDocument& document, const BaseContainer& setting
     const Filename file = document.GetDocumentPath() + document.GetDocumentName();
     recordFailure(file,
                   "Frame " + std::to_string(frame) + " of \"" + file.GetString().GetUTF8() +
-                      "\" was not rendered to its end: " +
+                      "\" was not rendered completely: " +
                       (result == RENDERRESULT_OUTOFMEMORY
                            ? "there was not enough memory. Use a smaller picture or a simpler scene."
-                           : "a video post ended it with result " + std::to_string(result) +
+                           : "a video post stopped it with result " + std::to_string(result) +
                                  ". Switch it off or render again."),
                   frame);
-  } catch (const std::exception&) { // no memory for the sentence: the result stays
+  } catch (const std::exception&) { // without memory for the sentence the result stands alone
   }
   return result;
 }
@@ -170,7 +170,7 @@ RENDERRESULT failed(const char* problem, RENDERFLAGS flags) {
 RENDERRESULT RenderDocument(BaseDocument* document, const BaseContainer& settings, ProgressHook* progress,
                             void* userData, BaseBitmap* bitmap, RENDERFLAGS flags, BaseThread* thread) {
   using namespace host::render;
-  if (!document) return failed("there is no document to render.", flags);
+  if (!document) return failed("no document was given.", flags);
   if (!bitmap || bitmap->GetBw() < 1 || bitmap->GetBh() < 1)
     return failed("the picture to render into is empty. Give it a size first.", flags);
   if (host::threadContext().plugin) host::countPluginRender();

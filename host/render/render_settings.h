@@ -1,5 +1,5 @@
-// The settings of one render, read from the container that RenderDocument gets. What a number means stands in
-// the host's table of render settings; a setting that is absent has the value given here.
+// The settings of one render, read from the container that RenderDocument gets. docs/rendering.md lists the
+// numbers; an absent setting has the default given here.
 #pragma once
 
 #include <cstdint>
@@ -8,8 +8,8 @@
 
 namespace host::render {
 
-/// A setting of the host's own renders: which samples are taken. Several renders with different ones may be
-/// averaged. Absent: 0.
+/// Seed of the samples, used by the host's own renders: renders with different seeds can be averaged. Default
+/// 0.
 inline constexpr LONG seedSetting = 7102;
 
 /// Inclusive pixel bounds; empty when right < left or bottom < top.
@@ -20,21 +20,21 @@ struct Region {
   int height() const { return bottom - top + 1; }
 };
 
-/// none: samples spread over the pixel alone. geometry: also pixels on an edge between objects use the filter
-/// and take all samples. best: all pixels use the filter, and take samples by their noise.
+/// none: samples stay inside the pixel. geometry: pixels on an edge between objects use the filter and take
+/// all samples. best: every pixel uses the filter, and its noise decides the number of samples.
 enum class AntiAliasing : std::uint8_t { none = 0, geometry = 1, best = 2 };
 enum class Filter : std::uint8_t { still, animation, blend, sinc, area, cone, catmull, video };
-/// How camera paths find light. The two one-sided kinds exist to check the combination against them.
+/// Estimators of light. The two one-sided ones exist to check the combination against.
 enum class LightSampling : std::uint8_t { combined, lightsOnly, surfacesOnly };
 
 struct RenderSettings {
   AntiAliasing antiAliasing = AntiAliasing::best;
   Filter filter = Filter::still;
   Region region;                // of the bitmap, already clipped
-  int samples = 64;             // most samples a pixel
+  int samples = 64;             // a pixel, at most
   float noise = 0.01f;          // a pixel stops when its estimated error falls below; 0: never
   bool preview = false;         // engine 1: camera rays, simple light, no noise
-  bool hardware = false;        // the preview through OpenGL where a driver is there
+  bool hardware = false;        // engine 2: the preview through OpenGL, where a driver is available
   bool blurry = true;           // false: roughness counts as 0 in reflection and transmission
   bool transparency = true;     // false: transmission counts as 0
   bool refraction = true;       // false: rays pass transparent surfaces without bending
@@ -43,19 +43,19 @@ struct RenderSettings {
   bool shadow = true;
   bool limitShadow = false; // only lights with a size cast shadows
   bool globalIllumination = true;
-  bool ambientOcclusion = false; // darkens crevices on what the camera sees
-  bool caustics = false;         // light through and off mirror-like surfaces onto diffuse ones
+  bool ambientOcclusion = false; // darkens crevices of surfaces that the camera sees
+  bool caustics = false;         // mirror-like surfaces focus light onto diffuse ones
   int bounces = 12;
   std::uint32_t seed = 0;
-  float clampIndirect = 10; // largest channel of what one path brings from beyond a diffuse bounce; 0: none
+  float clampIndirect = 10; // limit of a path's light from beyond a diffuse bounce, largest channel; 0: none
   LightSampling lightSampling = LightSampling::combined;
 };
 
-/// Of a bitmap of this size. Values out of range are moved to the nearest that works.
+/// For a bitmap of this size. Values out of range are clamped.
 RenderSettings readSettings(const BaseContainer& container, int width, int height);
 
-/// Switches global illumination, ambient occlusion and caustics by the video posts of the render data: each
-/// is on when its post is there and enabled. Null render data: all off.
+/// Switches global illumination, ambient occlusion and caustics: each is on when the render data has its
+/// video post, enabled. Null render data: all off.
 void readVideoPosts(const RenderData* data, RenderSettings& settings);
 
 } // namespace host::render

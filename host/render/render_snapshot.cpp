@@ -10,7 +10,7 @@
 namespace host::render {
 namespace {
 
-/// One call of renderSnapshot. The report stays valid when a step throws.
+/// One call of renderSnapshot. The report keeps the problems found before a step throws.
 class SnapshotRender {
  public:
   explicit SnapshotRender(const RenderRequest& request) : request_(request) {}
@@ -21,7 +21,7 @@ class SnapshotRender {
     } catch (const std::bad_alloc&) {
       fail("Not enough memory to render this scene. A smaller picture or fewer objects need less.");
     } catch (const std::exception& e) {
-      fail(std::string("The system gave no means to render (") + e.what() + "). Try again.");
+      fail(std::string("The system refused a resource for the render (") + e.what() + "). Try again.");
     }
     report_.stats.renderMs = request_.since.milliseconds();
     return std::move(report_);
@@ -80,7 +80,7 @@ class SnapshotRender {
 
   const RenderRequest& request_;
   RenderReport report_;
-  bool missing_ = false; // a picture
+  bool missing_ = false; // a picture is
 };
 
 } // namespace

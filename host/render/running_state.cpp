@@ -11,8 +11,8 @@ namespace {
 
 std::array<std::atomic<int>, CHECKISRUNNING_MATERIALPREVIEWRUNNING + 1> running{};
 
-std::atomic<int>* counter(CHECKISRUNNING what) noexcept {
-  const auto i = static_cast<std::size_t>(what);
+std::atomic<int>* counter(CHECKISRUNNING activity) noexcept {
+  const auto i = static_cast<std::size_t>(activity);
   return i < running.size() ? &running[i] : nullptr;
 }
 
@@ -28,11 +28,11 @@ Background& background() {
 
 } // namespace
 
-RunningScope::RunningScope(CHECKISRUNNING what) noexcept : what_(what) {
-  if (auto* count = counter(what_)) ++*count;
+RunningScope::RunningScope(CHECKISRUNNING activity) noexcept : activity_(activity) {
+  if (auto* count = counter(activity_)) ++*count;
 }
 RunningScope::~RunningScope() {
-  if (auto* count = counter(what_)) --*count;
+  if (auto* count = counter(activity_)) --*count;
 }
 
 BackgroundRender::BackgroundRender(std::function<void()> askToEnd) {
@@ -49,8 +49,8 @@ BackgroundRender::~BackgroundRender() {
 
 } // namespace host
 
-Bool CheckIsRunning(CHECKISRUNNING what) {
-  const auto* count = host::counter(what);
+Bool CheckIsRunning(CHECKISRUNNING activity) {
+  const auto* count = host::counter(activity);
   return count && *count > 0;
 }
 

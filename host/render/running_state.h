@@ -1,6 +1,6 @@
-// What the host is doing now, as plug-ins may ask, and its background renders, which plug-ins may stop. The
-// host's own renders say so with these scopes; RenderDocument alone counts as no such work: a plug-in that
-// renders in a thread of its own is not the host's editor or external render. Any thread.
+// Activities of the host that plug-ins can query, and background renders that plug-ins can stop. The host's
+// own renders declare themselves with these scopes. RenderDocument alone does not: a plug-in that renders in
+// a thread of its own is neither the host's editor render nor its external render. Any thread.
 #pragma once
 
 #include <functional>
@@ -10,20 +10,20 @@
 
 namespace host {
 
-/// The host does `what` while this lives.
+/// Declares an activity for its own lifetime.
 class RunningScope {
  public:
-  explicit RunningScope(CHECKISRUNNING what) noexcept;
+  explicit RunningScope(CHECKISRUNNING activity) noexcept;
   ~RunningScope();
   RunningScope(const RunningScope&) = delete;
   RunningScope& operator=(const RunningScope&) = delete;
 
  private:
-  CHECKISRUNNING what_;
+  CHECKISRUNNING activity_;
 };
 
-/// A render that the host runs in the background and that may be asked to end. `askToEnd` is called from any
-/// thread, must not block, and may be called more than once. The thread that renders owns the object.
+/// A background render of the host. `askToEnd` is called from any thread, possibly more than once, and must
+/// not block. The rendering thread owns the object.
 class BackgroundRender {
  public:
   explicit BackgroundRender(std::function<void()> askToEnd);

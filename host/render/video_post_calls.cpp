@@ -24,24 +24,24 @@ VideoPostCalls::~VideoPostCalls() {
   if (!open_.empty()) close(open_.front());
 }
 
-void VideoPostCalls::open(VIDEOPOSTCALL which) {
-  open_.push_back(which);
-  call(which, true);
+void VideoPostCalls::open(VIDEOPOSTCALL kind) {
+  open_.push_back(kind);
+  call(kind, true);
 }
 
-void VideoPostCalls::close(VIDEOPOSTCALL which) {
+void VideoPostCalls::close(VIDEOPOSTCALL kind) {
   while (!open_.empty()) {
     const VIDEOPOSTCALL inner = open_.back();
     open_.pop_back();
     call(inner, false);
-    if (inner == which) break;
+    if (inner == kind) break;
   }
 }
 
-void VideoPostCalls::call(VIDEOPOSTCALL which, bool opens) {
+void VideoPostCalls::call(VIDEOPOSTCALL kind, bool opens) {
   for (Post& post : posts_) {
     VideoPostStruct call = frame_;
-    call.vp = which;
+    call.vp = kind;
     call.open = opens ? TRUE : FALSE;
     const PluginScope scope(post.plugin);
     const RENDERRESULT result = post.data->Execute(post.node, &call);

@@ -9,19 +9,19 @@
 
 namespace host::render {
 
-/// The registered, enabled video posts of a render data. Each one's data is made at its first render and
+/// The registered, enabled video posts of a render data. The data of a post is made at its first render and
 /// stays with its node. Used by one thread at a time.
 class VideoPostCalls {
  public:
-  /// `error` is the slot that the posts see: 0 while nothing has gone wrong and once the render is completed,
-  /// missing pictures or not. A post may set it. Null render data: no posts.
+  /// `error` is the slot that the posts see: 0 unless something fails; missing pictures are not a failure. A
+  /// post may set it. Null render data: no posts.
   VideoPostCalls(RenderData* data, const VideoPostStruct& frame, RENDERRESULT* error);
-  ~VideoPostCalls(); // closes what is open
+  ~VideoPostCalls(); // closes all open calls
 
   bool empty() const { return posts_.empty(); }
-  void open(VIDEOPOSTCALL call);
-  /// Closes this call, and before it what was opened inside it.
-  void close(VIDEOPOSTCALL call);
+  void open(VIDEOPOSTCALL kind);
+  /// Closes this call, and first the calls opened inside it.
+  void close(VIDEOPOSTCALL kind);
 
  private:
   struct Post {
@@ -29,7 +29,7 @@ class VideoPostCalls {
     VideoPostData* data;
     const PluginUnit* plugin;
   };
-  void call(VIDEOPOSTCALL which, bool opens);
+  void call(VIDEOPOSTCALL kind, bool opens);
   std::vector<Post> posts_;
   std::vector<VIDEOPOSTCALL> open_;
   VideoPostStruct frame_;

@@ -10,8 +10,8 @@ namespace host {
 namespace render {
 namespace {
 
-// A surface as the view shows it: its base colour, alpha and, for what glows evenly, its light. What the view
-// does not show needs no textures.
+// A surface as the view shows it: base colour, alpha and, where it glows evenly, its light. Other channels
+// are left out, so their textures are not decoded.
 SurfaceMaterialPtr plainLook(const SurfaceMaterial& full) {
   auto plain = std::make_shared<SurfaceMaterial>();
   plain->id = full.id;
@@ -22,7 +22,7 @@ SurfaceMaterialPtr plainLook(const SurfaceMaterial& full) {
   plain->alphaCutoff = full.alphaCutoff;
   plain->doubleSided = full.doubleSided;
   plain->unlit = full.unlit;
-  // Without the colour channel a surface that is no metal reflects nothing matt.
+  // Without the colour channel, dielectrics have no diffuse reflection.
   if (!full.colorOn && full.metallic < 0.5f)
     for (std::size_t i = 0; i < 3; ++i)
       plain->baseColor[i] = 0;
@@ -100,7 +100,7 @@ class TracedScene final : public ViewScene {
     return out;
   }
 
-  // What a pixel covers, roughly: it chooses the size of textures and nothing else.
+  // Rough angle of a pixel; it only chooses the level of textures.
   static constexpr float pixelAngle = 0.0012f;
 
   SnapshotPtr snapshot_;
@@ -116,7 +116,7 @@ class Tracer final : public ViewTracer {
       auto rays = RayScene::build(plainLook(*snapshot), {}, workers, stopped).scene;
       return rays ? std::make_shared<TracedScene>(snapshot, std::move(rays)) : nullptr;
     } catch (const std::bad_alloc&) {
-      printLine("The memory is too short to show this scene in the editor view. Close other documents or "
+      printLine("There is not enough memory to show this scene in the editor view. Close other documents or "
                 "programs, then move the view.");
       return nullptr;
     }

@@ -5,8 +5,8 @@
 
 namespace host {
 
-/// The process's. It keeps nothing itself: meshes and textures stay in the renderer's cache, where renders
-/// find them too. Any thread.
+/// The process's tracer. Meshes and textures are kept in the renderer's cache, shared with renders. Any
+/// thread.
 ViewTracer& viewTracer();
 
 } // namespace host

@@ -9,9 +9,9 @@
 #include "film.h"
 #include "gltf_mutator.h"
 #include "render_snapshot.h"
-#include "view_tracer.h"
 #include "scene_cache.h"
 #include "scene_file.h"
+#include "view_tracer.h"
 #include "worker_threads.h"
 
 namespace {

@@ -115,7 +115,7 @@ TEST_F(DocumentTest, SetsTheTimeOfTheFrame) {
   EXPECT_EQ(loaded.document->GetTime(), BaseTime(12, 30));
 }
 
-TEST_F(DocumentTest, NothingToRenderInto) {
+TEST_F(DocumentTest, AnUnusableBitmapIsRefused) {
   EXPECT_EQ(RenderDocument(loaded.document.get(), settings, nullptr, nullptr, nullptr, RENDERFLAGS_SHOWERRORS,
                            nullptr),
             RENDERRESULT_OUTOFMEMORY);
@@ -154,7 +154,7 @@ struct Heard {
   }
 };
 
-TEST_F(DocumentTest, TellsItsProgress) {
+TEST_F(DocumentTest, ReportsProgress) {
   Heard heard;
   render(Heard::hook, &heard);
   ASSERT_GE(heard.parts.size(), 3u);
@@ -177,7 +177,7 @@ class StoppingThread : public C4DThread {
   const CHAR* GetThreadName() override { return reinterpret_cast<const CHAR*>("test"); }
 };
 
-TEST_F(DocumentTest, ABreakEndsItWithSix) {
+TEST_F(DocumentTest, ABreakReturnsUserBreak) {
   settings.SetLong(RDATA_MAXSAMPLES, 100000);
   settings.SetReal(RDATA_NOISETHRESHOLD, 0);
   addPost(postId, false);
@@ -223,7 +223,7 @@ TEST_F(DocumentTest, VideoPostsAreCalledInNestedOrder) {
   EXPECT_GE(count[6], 2);
 }
 
-// What a post remembers lasts as long as its node.
+// The memory of a post lasts as long as its node.
 TEST_F(DocumentTest, APostsDataLivesWithItsNode) {
   ASSERT_TRUE(RegisterVideoPostPlugin(postId, "recorder", 0, RecordingPost::Make, "", 0, 0));
   addPost(postId);
@@ -252,8 +252,8 @@ TEST_F(DocumentTest, APostsDataLivesWithItsNode) {
   EXPECT_EQ(living, 1);
 }
 
-// A render that is done is no error to a post, whatever was missing.
-TEST_F(DocumentTest, AMissingPictureIsNoErrorToAPost) {
+// A completed render is not an error to a post, missing pictures or not.
+TEST_F(DocumentTest, PostsSeeNoErrorForAMissingPicture) {
   folder.write("scene.gltf", testscene::WITH_A_MISSING_PICTURE);
   loaded = loadDocument(folder / "scene.gltf");
   ASSERT_TRUE(loaded.document) << loaded.error;
@@ -278,7 +278,7 @@ std::vector<UWORD> pixelsOf(const BaseBitmap& bitmap) {
   return pixels;
 }
 
-// Numbers that are kept and change no picture, each of them named by the documentation.
+// Numbers that are kept without effect on the picture; the documentation names each.
 TEST_F(DocumentTest, NumbersWithoutEffect) {
   const std::string text = readText(Filename(LUMENARA_SOURCE_DIR) + "docs" + "rendering.md");
   const std::size_t first = text.find("## Numbers without effect");
@@ -333,7 +333,7 @@ TEST_F(DocumentTest, APostCanStopARender) {
   EXPECT_EQ(litPixels(*bitmap.bitmap), 0);
 }
 
-TEST_F(DocumentTest, CountsAsNoRenderOfTheHost) {
+TEST_F(DocumentTest, IsNotARenderOfTheHost) {
   struct Seen {
     bool any = false;
   } seen;
@@ -361,7 +361,7 @@ TEST_F(DocumentTest, TheHardwarePreviewFallsBack) {
 
 TEST_F(DocumentTest, AMissingPictureIsReported) {
   const std::string file = std::string(LUMENARA_SCENES_DIR) + "/Lantern/Lantern.gltf";
-  if (!std::filesystem::exists(file)) GTEST_SKIP() << "the shared scenes are not there";
+  if (!std::filesystem::exists(file)) GTEST_SKIP() << "the shared scenes are missing";
   LoadResult lantern = loadDocument(Filename(String(file.c_str())));
   ASSERT_TRUE(lantern.document);
   EXPECT_EQ(RenderDocument(lantern.document.get(), settings, nullptr, nullptr, bitmap.bitmap,
@@ -372,7 +372,7 @@ TEST_F(DocumentTest, AMissingPictureIsReported) {
   EXPECT_FALSE(console.empty());
 }
 
-TEST(Running, ScopesSayWhatTheHostDoes) {
+TEST(Running, ScopesDeclareActivities) {
   EXPECT_FALSE(CheckIsRunning(CHECKISRUNNING_MATERIALPREVIEWRUNNING));
   {
     const RunningScope outer(CHECKISRUNNING_MATERIALPREVIEWRUNNING),

@@ -1,4 +1,4 @@
-// White surfaces under an even sky return what they get: nothing is lost or made.
+// White surfaces under an even sky return all light: energy is neither lost nor created.
 #include <gtest/gtest.h>
 
 #include "bsdf.h"
@@ -13,7 +13,7 @@ using host::render::Vec2;
 
 namespace {
 
-// A plane that fills the view, seen under an angle, under a sky of radiance 1.
+// A plane that fills the view, seen at an angle, under a sky of radiance 1.
 Vec3 furnace(const std::function<void(SurfaceMaterial&)>& change, float cosine, int samples = 64) {
   Scene scene;
   scene.sky(1);
@@ -125,8 +125,8 @@ TEST(Furnace, EnergyIsNeverAboveTheInput) {
   }
 }
 
-// What `sample` gives agrees with `evaluate`: the mean of its weights is the integral of the values, and its
-// density integrates to the share of samples that lead somewhere.
+// `sample` agrees with `evaluate`: the mean of its weights is the integral of the values, and its density
+// integrates to the share of valid samples.
 TEST(Bsdf, SamplingAgreesWithEvaluation) {
   const render::Vec3 n{0, 0, 1};
   for (const float roughness : {0.15f, 0.4f, 0.8f})

@@ -1,5 +1,5 @@
-// The hardware preview: what it shows, where, and what happens without a driver. Without one on this machine
-// the tests of pictures are skipped.
+// The hardware preview: its pictures, and its fallback without a driver. Without a driver on this machine the
+// tests of pictures are skipped.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -35,7 +35,7 @@ RenderSettings rays(int width, int height) {
   return s;
 }
 
-// Draws in hardware, and nothing when that is not possible.
+// Draws in hardware; nothing when that is not possible.
 std::optional<RENDERRESULT> attempt(Scene& scene, BaseBitmap& bitmap, const RenderSettings& how,
                                     const RenderHooks& hooks = {}) {
   const auto report = render::drawHardwarePreview({scene.snapshot, how, &bitmap, hooks});
@@ -43,7 +43,7 @@ std::optional<RENDERRESULT> attempt(Scene& scene, BaseBitmap& bitmap, const Rend
   return render::interfaceResult(report->outcome);
 }
 
-bool driverIsThere() {
+bool hasDriver() {
   static const bool there = [] {
     render::allowHardwarePreview(true);
     Scene scene;
@@ -56,7 +56,7 @@ bool driverIsThere() {
 class HardwarePreview : public ::testing::Test {
  protected:
   void SetUp() override {
-    if (!driverIsThere()) GTEST_SKIP() << "no OpenGL driver on this machine";
+    if (!hasDriver()) GTEST_SKIP() << "no OpenGL driver on this machine";
   }
 };
 
@@ -108,7 +108,7 @@ TEST_F(HardwarePreview, PerspectiveAgreesWithRays) {
       covered += traced.at(x, y).x > 0;
     }
   EXPECT_GT(covered, 500);
-  EXPECT_LE(apart, 4); // pixels whose middle is on the edge
+  EXPECT_LE(apart, 4); // pixels whose centre is on the edge
 }
 
 TEST_F(HardwarePreview, TexturesAreUpright) {
@@ -140,7 +140,7 @@ TEST_F(HardwarePreview, TextureTransformsAgreeWithRays) {
   shade->texture.picture = picture(4, 4, [](int x, int y) {
     return std::array<int, 4>{60 * x, 60 * y, 30 * (x + y), 255};
   });
-  // Upon a dark layer, half shown.
+  // On a dark layer, at half strength.
   auto ground = std::make_shared<Shade>();
   ground->color = {0.1f, 0.2f, 0.3f, 1};
   shade->amount = 0.5f;
@@ -189,7 +189,7 @@ TEST_F(HardwarePreview, AnEvenSkyLightsAndIsMirrored) {
   for (const float metallic : {0.0f, 1.0f}) {
     Scene scene;
     SurfaceMaterial& m = *scene.materials[0];
-    m.metallic = metallic, m.roughness = 0.4f; // white: it vanishes in front of the sky
+    m.metallic = metallic, m.roughness = 0.4f; // white: invisible in front of the sky
     scene.add(ball(1, 48));
     scene.sky(0.8f);
     scene.lookAt({0, 0, 5}, {0, 0, 0}, false, 0.8f);
@@ -385,7 +385,7 @@ TEST_F(HardwarePreview, LargePicturesAreMadeOfTilesWithoutSeams) {
     EXPECT_NEAR(large.at(700, y + 1).y, large.at(700, y).y, 0.02f) << y;
 }
 
-TEST_F(HardwarePreview, RendersReuseWhatWasUploaded) {
+TEST_F(HardwarePreview, RendersReuseUploads) {
   Scene scene = plain({-1, -1, 0}, {2, 0, 0}, {0, 2, 0}, {1, 1, 1});
   scene.materials[0]->baseColorShade = bitmapShade(picture(8, 8, [](int x, int) {
     return std::array<int, 4>{30 * x, 0, 0, 255};
@@ -434,7 +434,7 @@ TEST_F(HardwarePreview, ABreakIsSeenBetweenObjects) {
   Bitmap bitmap(64, 64);
   EXPECT_EQ(attempt(scene, *bitmap.bitmap, hardware(64, 64), hooks), RENDERRESULT_USERBREAK);
   EXPECT_LT(asked, 460);
-  // And the next render is not disturbed.
+  // The next render is not disturbed.
   EXPECT_EQ(attempt(scene, *bitmap.bitmap, hardware(64, 64)), RENDERRESULT_OK);
 }
 
@@ -449,7 +449,7 @@ class HardwareFallback : public HostFixture {
   }
 };
 
-TEST_F(HardwareFallback, TheSoftwarePreviewDrawsAndOneLineSaysSo) {
+TEST_F(HardwareFallback, TheSoftwarePreviewDrawsAndSaysSoOnce) {
   startHost();
   render::allowHardwarePreview(false);
   Scene scene = plain({-1, -1, 0}, {2, 0, 0}, {0, 2, 0}, {0.2f, 0.4f, 0.8f});
@@ -461,8 +461,8 @@ TEST_F(HardwareFallback, TheSoftwarePreviewDrawsAndOneLineSaysSo) {
   EXPECT_EQ(lines(), 1);
 }
 
-TEST_F(HardwareFallback, NothingIsSaidWhereADriverIsThere) {
-  if (!driverIsThere()) GTEST_SKIP() << "no OpenGL driver on this machine";
+TEST_F(HardwareFallback, IsSilentWithADriver) {
+  if (!hasDriver()) GTEST_SKIP() << "no OpenGL driver on this machine";
   startHost();
   Scene scene = plain({-1, -1, 0}, {2, 0, 0}, {0, 2, 0}, {0.2f, 0.4f, 0.8f});
   draw(scene, 16, 16, hardware(16, 16));

@@ -1,5 +1,5 @@
-// Scenes with numbers that nothing can be computed with: they are rendered without what is out of range, and
-// one sentence says so.
+// Scenes with numbers out of range: they are rendered without the objects concerned, and one sentence says
+// so.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -41,7 +41,7 @@ class HostileTest : public HostFixture {
   kit::Bitmap bitmap{32, 24};
 };
 
-TEST_F(HostileTest, aCameraWhereNothingCanBeComputed) {
+TEST_F(HostileTest, ACameraBeyondFloats) {
   ASSERT_NE(camera(), nullptr);
   for (const double value : {1e19, 1e38, 1e300, std::numeric_limits<double>::quiet_NaN()}) {
     Matrix m = camera()->GetMg();
@@ -52,7 +52,7 @@ TEST_F(HostileTest, aCameraWhereNothingCanBeComputed) {
   }
 }
 
-TEST_F(HostileTest, objectsBeyondFloats) {
+TEST_F(HostileTest, ObjectsBeyondFloats) {
   for (const double scale : {1e12, 1e19, 1e200, std::numeric_limits<double>::infinity()}) {
     for (BaseObject* object = loaded.document->GetFirstObject(); object; object = object->GetNext())
       object->SetMl({Vector(), Vector(scale, 0, 0), Vector(0, scale, 0), Vector(0, 0, scale)});
@@ -61,8 +61,8 @@ TEST_F(HostileTest, objectsBeyondFloats) {
   }
 }
 
-// Every number of the scene's matrices in turn becomes each of these.
-TEST_F(HostileTest, everyMatrixWithEveryNumber) {
+// Each number of the scene's matrices takes each of these values in turn.
+TEST_F(HostileTest, EveryMatrixWithEveryNumber) {
   const double values[] = {0, 1e-30, 1e-12, -1e9, 1e9, 1e18, 1e19, 3e38, 1e39, std::nan(""), 1e308, -1e308};
   std::vector<BaseObject*> objects;
   for (BaseObject* object = loaded.document->GetFirstObject(); object; object = object->GetNext())
@@ -81,8 +81,8 @@ TEST_F(HostileTest, everyMatrixWithEveryNumber) {
   }
 }
 
-// The ray library refuses such rays by ending the program; a flat instance makes them out of ordinary ones.
-TEST(HostileRays, anInstanceThatIsAlmostFlat) {
+// The ray library aborts on rays beyond its range, and a flat instance turns ordinary rays into such.
+TEST(HostileRays, AnAlmostFlatInstance) {
   for (const double thickness : {1e-8, 1e-12, 1e-18, 1e-22, 1e-29}) {
     kit::Scene scene;
     scene.sky(1);

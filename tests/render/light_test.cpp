@@ -40,7 +40,7 @@ TEST(Irradiance, RangeEndsALight) {
 }
 
 TEST(Irradiance, SphereLight) {
-  // The irradiance of a sphere is that of its centre, whatever its size.
+  // A sphere of any size has the irradiance of a point light at its centre.
   for (const float radius : {0.1f, 1.0f, 1.9f}) {
     SCOPED_TRACE(radius);
     Scene scene = diffusePlane();
@@ -113,8 +113,8 @@ TEST(Irradiance, PictureSkyWithASun) {
   SnapshotSky& sky = scene.snapshot->sky;
   sky.kind = SkyKind::picture;
   sky.color = {1, 1, 1};
-  // One bright pixel above the horizon of a grey sky; the picture is sampled with interpolation, so the
-  // expected value comes from a sum over the same interpolated picture.
+  // One bright pixel above the horizon of a grey sky. The picture is interpolated, so the expected value is a
+  // sum over the same interpolated picture.
   constexpr int w = 64, h = 32;
   const auto value = [](int x, int y) { return x == 20 && y == 8 ? 500.0 : 0.5; };
   sky.picture = floatPicture(w, h, [&](int x, int y) { return Vec3(static_cast<float>(value(x, y))); });
@@ -162,7 +162,7 @@ Scene mixedScene(int kind) {
   return scene;
 }
 
-TEST(LightSampling, EitherWayGivesTheSamePicture) {
+TEST(LightSampling, BothEstimatorsGiveTheSamePicture) {
   for (int kind = 0; kind < 4; ++kind) {
     SCOPED_TRACE(kind);
     Scene scene = mixedScene(kind);

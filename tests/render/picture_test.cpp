@@ -1,4 +1,4 @@
-// What a picture shows: orientation, cameras, alpha, textures, normal maps, shaders.
+// The contents of pictures: orientation, cameras, alpha, textures, normal maps, shaders.
 #include <gtest/gtest.h>
 
 #include "scene_kit.h"
@@ -8,7 +8,7 @@ using host::render::pi;
 
 namespace {
 
-// A picture on a quad that fills the view of an orthographic camera, shown as it is.
+// A picture on an unlit quad that fills the view of an orthographic camera.
 Scene poster(PicturePtr shown, float half = 1) {
   Scene scene;
   SurfaceMaterial& m = *scene.materials[0];
@@ -158,7 +158,7 @@ TEST(Picture, AlphaOfTheFilmIsCoverage) {
   const Result r = draw(scene, 16, 4);
   EXPECT_EQ(r.alpha(3, 8), 1);
   EXPECT_EQ(r.alpha(12, 8), 0);
-  EXPECT_EQ(r.at(12, 8).x, 1); // the sky is seen all the same
+  EXPECT_EQ(r.at(12, 8).x, 1); // the sky is visible all the same
 }
 
 TEST(Picture, OneSidedSurfacesAreSeenFromTheFrontOnly) {

@@ -1,4 +1,4 @@
-// How a render proceeds: threads, regions, breaks, progress, caches, missing pictures.
+// The course of a render: threads, regions, breaks, progress, caches, missing pictures.
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -44,7 +44,7 @@ struct Workers {
 TEST(Refinement, SamePixelsForAnyNumberOfThreads) {
   Scene scene = room();
   auto how = settings(70, 50, 24);
-  how.noise = 0.02f; // pixels stop early, too
+  how.noise = 0.02f; // pixels stop early as well
   how.antiAliasing = render::AntiAliasing::best;
   std::vector<float> first;
   for (const int count : {1, 2, 5}) {
@@ -116,9 +116,9 @@ TEST(Refinement, StartsNothingMoreAfterABreak) {
     hooks.stopped = [&] { return asked.fetch_add(1) >= questions; };
     const Result r = draw(scene, 320, 240, how, hooks);
     EXPECT_EQ(r.code, RENDERRESULT_USERBREAK);
-    // It asks before every sample, and not for long once it knows.
+    // It asks before every sample, and stops asking after the break.
     EXPECT_LE(r.stats.cameraSamples, static_cast<std::uint64_t>(questions));
-    if (questions > 1000) { // the structures' build asks some hundred times
+    if (questions > 1000) { // the build asks a few hundred times
       EXPECT_GE(r.stats.cameraSamples, static_cast<std::uint64_t>(questions / 2));
     }
     EXPECT_LE(asked - questions, 4 * workerCount());
@@ -139,7 +139,7 @@ TEST(Refinement, ABreakEndsABuild) {
   EXPECT_EQ(r.code, RENDERRESULT_USERBREAK);
   EXPECT_EQ(r.stats.meshesBuilt, 0u);
   EXPECT_EQ(r.stats.rays, 0u);
-  const Result again = draw(scene, 16, 16, settings(16, 16, 1)); // nothing is left broken
+  const Result again = draw(scene, 16, 16, settings(16, 16, 1)); // the cache is still usable
   EXPECT_EQ(again.code, RENDERRESULT_OK);
   EXPECT_EQ(again.stats.meshesBuilt, 1u);
 }
@@ -169,7 +169,7 @@ TEST(Refinement, ProgressRisesFromNothingToAll) {
 }
 
 TEST(Refinement, TheFirstPictureCoversEverything) {
-  // Stopped right after the coarse passes, every pixel shows something.
+  // Stopped right after the coarse passes, every pixel has a colour.
   Scene scene;
   scene.materials[0]->unlit = true;
   scene.add(quad({-5, -5, 0}, {10, 0, 0}, {0, 10, 0}));
@@ -211,7 +211,7 @@ TEST(Caches, TexturesAreDecodedOnce) {
   EXPECT_EQ(again.texturesReused, 1u);
 }
 
-TEST(Caches, LetGoOfTheLeastRecentlyUsed) {
+TEST(Caches, DropTheLeastRecentlyUsed) {
   render::SceneCache cache(std::size_t{1} << 20);
   RenderStats stats;
   const auto one = [&](const MeshPtr& mesh) {
@@ -233,12 +233,12 @@ TEST(Caches, LetGoOfTheLeastRecentlyUsed) {
   EXPECT_EQ(stats.meshesBuilt, 3u);
   cache.setLimit(0);
   EXPECT_EQ(cache.bytes(), 0u);
-  const auto held = one(large); // held by its user, whatever the bound
+  const auto held = one(large); // held by its user above the limit
   EXPECT_GT(cache.bytes(), 0u);
   EXPECT_NE(held[0]->scene.get(), nullptr);
 }
 
-TEST(Missing, PicturesThatAreNotThere) {
+TEST(Missing, AbsentPictures) {
   Scene scene;
   scene.sky(1);
   scene.add(quad({-1, -1, 0}, {2, 0, 0}, {0, 2, 0}));
@@ -256,7 +256,7 @@ TEST(Missing, PicturesThatAreNotThere) {
   EXPECT_NEAR(r.mean().x, 0.5f, 0.01f); // shown without it
 }
 
-TEST(Missing, PicturesThatAreNoPictures) {
+TEST(Missing, UndecodablePictures) {
   Scene scene;
   scene.sky(1);
   scene.add(quad({-1, -1, 0}, {2, 0, 0}, {0, 2, 0}));
@@ -284,7 +284,7 @@ TEST(Odd, SnapshotsRenderWithoutHarm) {
   infinite.off = Vector(1.0 / 0.0, 0, 0);
   scene.add(square, 0, flat);
   scene.add(square, 0, infinite);
-  scene.add(square, 99); // no such material
+  scene.add(square, 99); // not a material
   scene.add(square).materials.clear();
   scene.addLight(LightKind::point, {0, 0, 0}, {0, 0, 1}, 1); // on a surface
   scene.addLight(LightKind::distant, {0, 0, 1}, {0, 0, 0}, 0);

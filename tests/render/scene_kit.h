@@ -1,4 +1,4 @@
-// Small scenes made by hand, rendered without documents.
+// Small scenes built in code, rendered without documents.
 #pragma once
 
 #include <functional>
@@ -21,7 +21,8 @@ MeshPtr quad(Vec3 corner, Vec3 u, Vec3 v);
 /// A sphere around the origin with smooth normals.
 MeshPtr ball(float radius, int rings = 96);
 
-/// A picture whose pixel (x, y), from the upper left, is the function's value: 8 bits, red green blue alpha.
+/// A picture of 8 bits whose pixel (x, y), from the upper left, is the function's value: red, green, blue,
+/// alpha.
 PicturePtr picture(int width, int height, const std::function<std::array<int, 4>(int, int)>& pixel);
 /// A linear picture with large values.
 PicturePtr floatPicture(int width, int height, const std::function<Vec3(int, int)>& pixel);
@@ -51,7 +52,7 @@ struct Result {
   Vec3 mean(int left, int top, int right, int bottom) const; // inclusive
 };
 
-/// All of a picture of this size, with a fixed number of samples.
+/// For a whole picture of this size with a fixed number of samples.
 render::RenderSettings settings(int width, int height, int samples);
 Result draw(Scene& scene, int width, int height, const render::RenderSettings& settings,
             const render::RenderHooks& hooks = {});
@@ -59,7 +60,7 @@ Result draw(Scene& scene, int size, int samples);
 
 ShadePtr bitmapShade(PicturePtr picture);
 
-/// A bitmap for the time of a test.
+/// A bitmap that lives as long as a test.
 struct Bitmap {
   BaseBitmap* bitmap = BaseBitmap::Alloc();
   Bitmap(int width, int height, int depth = 24) { bitmap->Init(width, height, depth); }

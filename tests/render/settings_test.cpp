@@ -1,4 +1,4 @@
-// Every render setting that is honoured changes what it should.
+// Effects of every render setting that is honoured.
 #include <gtest/gtest.h>
 
 #include <array>
@@ -212,7 +212,7 @@ TEST(Settings, WithoutAntiAliasingSamplesSpreadOverThePixelAlone) {
 }
 
 TEST(Settings, GeometryTakesAllSamplesAtEdgesBetweenObjects) {
-  // Two squares alike beside each other: nothing is noisy.
+  // Two equal squares side by side: no noise.
   Scene scene;
   scene.materials[0]->unlit = true;
   scene.add(quad({-2, -2, 0}, {2, 0, 0}, {0, 4, 0}));
@@ -263,9 +263,9 @@ TEST(Settings, FiltersKeepEvenAreasAndDifferAtEdges) {
     EXPECT_NEAR(r.at(25, 16).x, 1, 1e-4f);
     EXPECT_EQ(r.at(5, 16).x, 0);
     EXPECT_NEAR(r.mean(10, 0, 21, 31).x, 0.5f, 0.03f);
-    blur.push_back(r.mean(15, 0, 15, 31).x); // how much leaks over the edge
+    blur.push_back(r.mean(15, 0, 15, 31).x); // light that leaks over the edge
   }
-  EXPECT_LT(blur[0], blur[1]); // still is crisper than animation, animation than blend
+  EXPECT_LT(blur[0], blur[1]); // `still` is crisper than `animation`, and that than `blend`
   EXPECT_LT(blur[1], blur[2]);
   EXPECT_LT(blur[4], 0.01f); // area stays inside the pixel
 }

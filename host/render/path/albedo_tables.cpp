@@ -57,7 +57,7 @@ std::shared_ptr<const AlbedoTable> glassAlbedo(float eta) {
   static std::map<float, std::shared_ptr<const AlbedoTable>> known;
   const std::lock_guard lock(mutex);
   if (const auto it = known.find(eta); it != known.end()) return it->second;
-  if (known.size() >= 64) known.clear(); // renders hold what they use
+  if (known.size() >= 64) known.clear(); // running renders hold the tables they use
   auto table = std::make_shared<const AlbedoTable>([eta](float cosine, float roughness) {
     return average(cosine, roughness, [eta](Vec3 wo, Vec3 h, float alpha) {
       const float f = fresnel(dot(wo, h), eta);

@@ -1,6 +1,6 @@
-// How much light a rough surface returns when every microfacet is hit once, tabulated: what is missing to the
-// whole is the light that bounces between facets, and lobes are scaled to bring it back (Turquin 2019,
-// "Practical multiple scattering compensation for microfacet models"). Any thread.
+// Tables of the single-scattering albedo of rough surfaces. The difference to 1 is light that bounces between
+// facets; lobes are scaled to restore it (Turquin 2019, "Practical multiple scattering compensation for
+// microfacet models"). Any thread.
 #pragma once
 
 #include <memory>
@@ -21,7 +21,7 @@ class AlbedoTable {
         values_[r * size + c] = value(std::max(1e-3f, sqr(static_cast<float>(c) / (size - 1))),
                                       static_cast<float>(r) / (size - 1));
   }
-  /// Bilinear; cells are narrower towards grazing directions.
+  /// Bilinear; cells are narrower at grazing directions.
   float at(float cosine, float roughness) const {
     const float x = std::sqrt(clamp01(cosine)) * (size - 1), y = clamp01(roughness) * (size - 1);
     const int ix = std::min(static_cast<int>(x), size - 2), iy = std::min(static_cast<int>(y), size - 2);

@@ -20,7 +20,7 @@ struct Albedo {
     edge = table.edge.at(cosine, roughness);
   }
   float single(float f0, float f90) const { return f0 * base + f90 * edge; }
-  /// With the light between facets brought back: times 1 + F0 (1 - E) / E.
+  /// With the light between facets restored: times 1 + F0 (1 - E) / E.
   float full(float f0, float f90) const {
     const float whole = std::max(1e-4f, base + edge);
     return std::min(1.0f, single(f0, f90) * (1 + f0 * (1 - whole) / whole));
@@ -92,7 +92,7 @@ Bsdf::Bsdf(const SurfaceLook& look, Vec3 normal, Vec3 geometric, Vec3 wo, bool e
     diffuse_ = look.baseColor * ((1 - metallic) * (1 - look.transmission) * (1 - maxComponent(dielectric)));
   if (glassPart > 0) {
     glass_ = (1 - metallic) * glassPart;
-    glassTint_ = squareRoot(look.baseColor); // half at each of a body's two surfaces
+    glassTint_ = squareRoot(look.baseColor); // half at each of the two surfaces of a body
     eta_ = entering ? look.ior : 1 / look.ior;
     glassReflects_ = look.reflectionOn;
     const AlbedoTable* table = entering ? look.glassFront : look.glassBack;
@@ -210,7 +210,7 @@ bool Bsdf::sampleGlass(float choice, Vec2 u, Vec3& wi, Vec3& weight) const {
   return wi.z < 0;
 }
 
-// A local direction of the lobe; `weight` is the lobe's own for mirror-like ones.
+// Samples a local direction of the lobe; `weight` is set for mirror-like lobes only.
 bool Bsdf::sampleDirection(Lobe lobe, Vec2 u, Vec3& wi, Vec3& weight, bool& delta) const {
   delta = mirror_[lobe];
   if (lobe == diffuseLobe) {

@@ -1,6 +1,5 @@
-// How a surface scatters light: a clear coat over a microfacet reflection, over diffuse reflection or
-// refracting glass. Lobes are scaled so that a white surface returns all the light that it gets, whatever
-// its roughness. Any thread.
+// Scattering at a surface: a clear coat over a microfacet reflection, over diffuse reflection or refracting
+// glass. Lobes are scaled so that a white surface of any roughness returns all light. Any thread.
 #pragma once
 
 #include <array>
@@ -13,7 +12,7 @@ namespace host::render {
 
 enum Lobe : std::uint8_t { coatLobe, specularLobe, diffuseLobe, glassLobe, lobeCount };
 
-/// What a material looks like at one point.
+/// The parameters of a material at one point.
 struct SurfaceLook {
   Vec3 baseColor{1, 1, 1};
   float metallic = 0, roughness = 1;
@@ -24,7 +23,7 @@ struct SurfaceLook {
   bool diffuseOn = true, reflectionOn = true;
   /// Transmission passes straight through and is handled before scattering (`straightPass`).
   bool straight = false;
-  const AlbedoTable* glassFront = nullptr; // for `ior`, entering and leaving; needed with transmission
+  const AlbedoTable* glassFront = nullptr; // for `ior`, entering and leaving; required with transmission
   const AlbedoTable* glassBack = nullptr;
 };
 
@@ -44,18 +43,18 @@ class Bsdf {
  public:
   /// `normal` is the shading normal and `geometric` the surface's, both on the side of `wo` (unit, towards
   /// the viewer). `entering`: the viewer is outside. `separate` weighs every lobe on its own, for callers
-  /// that treat what comes back by lobe.
+  /// that treat lobes differently.
   Bsdf(const SurfaceLook& look, Vec3 normal, Vec3 geometric, Vec3 wo, bool entering, bool separate);
 
-  /// Value times |cosine| of the lobes that are not mirror-like, for a light found in direction `wi` with
-  /// density `lightPdf`, weighed against finding it through `sample` (power heuristic, Veach 1997).
-  /// `lightPdf` 0 means that nothing else can find it: weight 1.
+  /// Value times |cosine| of the lobes that are not mirror-like, for a light sampled in direction `wi` with
+  /// density `lightPdf`, weighed against `sample` by the power heuristic. `lightPdf` 0: only the light sample
+  /// can find the light, weight 1.
   Vec3 towardsLight(Vec3 wi, float lightPdf) const;
   /// Value times |cosine| of all lobes that are not mirror-like, and the density of `sample`.
   Vec3 evaluate(Vec3 wi, float* pdf) const;
   BsdfSample sample(float lobeChoice, Vec2 u) const;
 
-  /// Whether a light can be looked for at all.
+  /// True when lights can be sampled: a lobe is not mirror-like.
   bool hasSmoothPart() const { return smooth_; }
 
  private:

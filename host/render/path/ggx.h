@@ -24,7 +24,7 @@ inline float ggxG2(Vec3 a, Vec3 b, float alpha) {
   return 1 / (1 + ggxLambda(a, alpha) + ggxLambda(b, alpha));
 }
 
-/// A microfacet normal among those that `w` (above the surface) sees: Dupuy and Benyoub 2023, "Sampling
+/// Samples a microfacet normal visible from `w` (above the surface): Dupuy and Benyoub 2023, "Sampling
 /// Visible GGX Normals with Spherical Caps".
 inline Vec3 sampleVisibleNormal(Vec3 w, float alpha, Vec2 u) {
   const Vec3 stretched = normalize({w.x * alpha, w.y * alpha, w.z});
@@ -34,7 +34,7 @@ inline Vec3 sampleVisibleNormal(Vec3 w, float alpha, Vec2 u) {
   const Vec3 h = Vec3(r * std::cos(angle), r * std::sin(angle), z) + stretched;
   return normalize({h.x * alpha, h.y * alpha, std::max(1e-6f, h.z)});
 }
-/// Its density for a normal `h` with dot(w, h) > 0.
+/// Density of sampleVisibleNormal for a normal `h` with dot(w, h) > 0.
 inline float visibleNormalPdf(Vec3 w, Vec3 h, float alpha) {
   return ggxD(h, alpha) * ggxG1(w, alpha) * std::max(0.0f, dot(w, h)) / w.z;
 }
@@ -45,8 +45,8 @@ inline float schlick(float cosine) {
   return m2 * m2 * m;
 }
 
-/// Reflectance of a boundary of dielectrics for light that meets it at `cosine` (positive), `eta` being the
-/// index behind over the index in front; 1 at total reflection.
+/// Fresnel reflectance of a dielectric boundary at `cosine` (positive); `eta` is the index behind over the
+/// index in front. 1 at total reflection.
 inline float fresnel(float cosine, float eta) {
   const float sin2 = (1 - cosine * cosine) / (eta * eta);
   if (sin2 >= 1) return 1;

@@ -3,8 +3,8 @@
 namespace host::render {
 namespace {
 
-// The index whose part of a running sum (ending in its total) holds `u` of the total; `u` becomes the place
-// inside the part.
+// Samples an index from a running sum (the last entry is the total); `u` is rescaled to the place inside the
+// index's part.
 std::size_t choose(const std::vector<float>& cdf, float& u) {
   const float target = u * cdf.back();
   const auto above = std::upper_bound(cdf.begin(), cdf.end() - 1, target);
@@ -17,12 +17,12 @@ float partOf(const std::vector<float>& cdf, std::size_t i) {
   return (cdf[i] - (i ? cdf[i - 1] : 0)) / cdf.back();
 }
 
-// A direction inside the cone around +z whose edge has 1 - cosine `cap`; density 1 / (2 pi cap).
+// A direction in the cone around +z with 1 - cosine `cap` at its edge; density 1 / (2 pi cap).
 Vec3 sampleCone(Vec2 u, float cap) {
   const float down = u.x * cap, sine = std::sqrt(std::max(0.0f, down * (2 - down))), angle = 2 * pi * u.y;
   return {sine * std::cos(angle), sine * std::sin(angle), 1 - down};
 }
-// 1 - cosine of the cone that a sphere fills, without cancellation.
+// 1 - cosine of the cone that a sphere subtends, without cancellation.
 float sphereCap(float radius, float distance2) {
   const float s2 = radius * radius / distance2;
   return s2 / (1 + std::sqrt(std::max(0.0f, 1 - s2)));
@@ -102,7 +102,7 @@ LightPick LightSet::pick(Vec3 position) const {
     for (std::size_t i = 0; i < lights_.size(); ++i)
       p.total += p.chance[i] = estimate(lights_[i], position);
   } else {
-    // Many lights: one share for all of them, as a crowd around the scene.
+    // Many lights share one chance, without regard to the position.
     p.total += p.chance[0] = 1;
   }
   if (glowPower_ > 0) {
@@ -114,7 +114,7 @@ LightPick LightSet::pick(Vec3 position) const {
             : 0.5f;
   }
   if (samplesSky()) p.total += p.chance[skySlot] = lightCdf_.empty() ? pi * luminance(sky_->mean()) : 0.5f;
-  // No light gets a chance below a hundredth: an estimate may be wrong.
+  // Every light keeps a chance of at least a hundredth: the estimate may be wrong.
   if (p.total > 0) {
     const float least = 0.01f * p.total;
     float total = 0;
@@ -222,7 +222,7 @@ std::optional<LightSample> LightSet::sample(const LightPick& pick, Vec3 position
   if (!found) return std::nullopt;
   out.radiance *= 1 / (share * (out.pdf > 0 ? out.pdf : 1));
   out.pdf *= share;
-  // A light whose shadows are off is not found by chance.
+  // Rays do not find a light whose shadows are off.
   if (!out.shadow) out.pdf = 0;
   return out;
 }

@@ -1,5 +1,5 @@
-// The lights of a render and how one of them is chosen at a point: spheres, points, cones, distant discs,
-// glowing triangles, and the sky where it is a picture. Built once a render, read by every worker.
+// The lights of a render and their sampling: spheres, points, cones, distant discs, glowing triangles, and a
+// sky with a picture. Built once a render, read by every worker.
 #pragma once
 
 #include <array>
@@ -13,24 +13,24 @@
 
 namespace host::render {
 
-/// How probable each kind of light is at one point.
+/// Probabilities of the lights at one point.
 struct LightPick {
-  static constexpr int individual = 14; // up to here every light has its own chance
+  static constexpr int individual = 14; // up to this number every light has its own chance
   std::array<float, individual + 2> chance{};
   float total = 0; // 0: no light to sample
 };
 
 struct LightSample {
   Vec3 direction;     // unit, towards the light
-  float distance = 0; // where the light is
-  Vec3 radiance;      // over the density: what the light adds for a surface value of 1
-  float pdf = 0;      // over solid angle, choice included; 0 when no ray can find the light by chance
+  float distance = 0; // to the light
+  Vec3 radiance;      // over the density: light added for a surface value of 1
+  float pdf = 0;      // over solid angle, choice included; 0 when rays cannot find the light
   bool shadow = true;
-  int glow = -1; // index of a glowing triangle: its glow at `spot` is still to be multiplied
+  int glow = -1; // index of a glowing triangle, whose emission at `spot` is a factor still missing; -1: none
   Vec2 spot;     // barycentric, on that triangle
 };
 
-/// A glowing triangle as it lies in the world.
+/// A glowing triangle in world space.
 struct GlowTriangle {
   Vec3 a, edge1, edge2; // corners a, a + edge1, a + edge2
   std::uint32_t instance = 0, primitive = 0;
@@ -41,16 +41,16 @@ class LightSet {
   LightSet() = default;
   LightSet(const std::vector<SnapshotLight>& lights, const RenderSettings& settings);
   void setSky(const RenderSky* sky) { sky_ = sky; }
-  /// Adds a glowing triangle with its estimated radiance; they are added instance by instance in order.
+  /// Adds a glowing triangle with its estimated radiance, instance by instance and in order.
   void addGlow(const GlowTriangle& triangle, float radiance);
   void finish();
 
   LightPick pick(Vec3 position) const;
-  /// A light chosen by `choice`, and a point of it by `u`; nothing when it does not reach the position.
+  /// Samples a light by `choice` and a point of it by `u`; nothing when it does not reach the position.
   std::optional<LightSample> sample(const LightPick& pick, Vec3 position, float choice, Vec2 u) const;
 
-  /// What lights of finite size add along a ray that found them by chance before `far`, each weighed by
-  /// `weight(pdf)` with the density of `sample` at the ray's origin.
+  /// Radiance of the lights of finite size that a ray hits before `far`, each times `weight(pdf)` with the
+  /// density of `sample` at the ray's origin.
   template <class Weight>
   Vec3 along(const LightPick& pick, Vec3 origin, Vec3 direction, float far, Weight&& weight) const {
     Vec3 sum;
@@ -63,8 +63,7 @@ class LightSet {
   }
   bool hasFindable() const { return !findable_.empty(); }
 
-  /// The density of `sample` for a point on a glowing triangle, whose index is `first` of its instance plus
-  /// its place there. `facing` is |cosine| at the triangle.
+  /// Density of `sample` for a point on the glowing triangle `index`. `facing` is |cosine| at the triangle.
   float glowPdf(const LightPick& pick, int index, float distance, float facing) const;
   float skyPdf(const LightPick& pick, Vec3 direction) const;
   bool samplesSky() const { return sky_ && sky_->sampled(); }
@@ -74,7 +73,7 @@ class LightSet {
  private:
   struct Light {
     LightKind kind;
-    Vec3 position, axis; // axis: towards where it shines
+    Vec3 position, axis; // axis: direction of its light
     Vec3 intensity;
     float radius, cosInner, cosOuter, range;
     bool shadow;
@@ -90,7 +89,7 @@ class LightSet {
   bool sampleSky(Vec2 u, LightSample& out) const;
 
   std::vector<Light> lights_;
-  std::vector<std::size_t> findable_; // those with a size whose shadows are on
+  std::vector<std::size_t> findable_; // lights of finite size that cast shadows
   std::vector<float> lightCdf_;       // by power, when there are many
   std::vector<GlowTriangle> glows_;
   std::vector<float> glowCdf_, glowArea_;

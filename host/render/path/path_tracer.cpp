@@ -7,12 +7,12 @@
 namespace host::render {
 namespace {
 
-constexpr float wideRoughness = 0.2f;   // from here on a lobe spreads light like a diffuse one
+constexpr float wideRoughness = 0.2f;   // from this on a lobe spreads light like a diffuse one
 constexpr float narrowRoughness = 0.1f; // below, it focuses light like a mirror
-constexpr float skyCaustic = 4;      // limit of a sky seen in a mirror with caustics off, in means of the sky
-constexpr float creviceReach = 0.1f; // of ambient occlusion, in sizes of the scene
-constexpr int mostSegments = 256;    // surfaces passed straight through included
-constexpr int sureBounces = 3;       // before Russian roulette may end a path
+constexpr float skyCaustic = 4;         // limit of the sky in a mirror with caustics off, in means of the sky
+constexpr float creviceReach = 0.1f;    // of ambient occlusion, in sizes of the scene
+constexpr int mostSegments = 256;       // surfaces passed straight through included
+constexpr int sureBounces = 3;          // before Russian roulette may end a path
 
 Vec3 atMost(Vec3 c, float limit) {
   const float m = maxComponent(c);
@@ -107,7 +107,7 @@ class PathTracer {
     return path.atCamera() && !s.front && !s.material->source->doubleSided && !s.material->transmits;
   }
 
-  // Transmission that goes straight on is taken by chance; otherwise the rest of the surface stands for both.
+  // Straight transmission is chosen at random; otherwise the surface's other lobes are weighed up.
   bool passesGlass(Path& path, const Surface& s, SurfaceLook& look) const {
     if (look.transmission <= 0) return false;
     look.straight = look.straight || (!settings_.caustics && path.straightGlass);
@@ -136,16 +136,16 @@ class PathTracer {
     path.result.object = hit.instance;
   }
 
-  // --- Light that the path meets by chance ---
+  // --- Light that the path hits ---
 
   void add(Path& path, Vec3 radiance, bool indirect) const {
     const Vec3 c = path.throughput * radiance;
     if (finite(c)) path.result.color += indirect ? atMost(c, settings_.clampIndirect) : c;
   }
 
-  // Weight of light met by chance, against sampling it with density `lightPdf`. A density of 0 means that
-  // only one of the two ways can find it.
-  float chanceWeight(const Path& path, float lightPdf) const {
+  // Weight of light that the path hits, against a light sample with density `lightPdf`. With a density of 0
+  // only one of the two can find the light.
+  float hitWeight(const Path& path, float lightPdf) const {
     if (path.pdf <= 0 || lightPdf <= 0) return 1;
     if (settings_.lightSampling == LightSampling::lightsOnly) return 0;
     if (settings_.lightSampling == LightSampling::surfacesOnly) return 1;
@@ -156,7 +156,7 @@ class PathTracer {
     if (path.atCamera() || path.caustic || !lights_.hasFindable()) return;
     const Vec3 found =
         lights_.along(path.pick, path.ray.origin, path.ray.direction, hit ? hit->distance : 1e30f,
-                      [&](float pdf) { return chanceWeight(path, pdf); });
+                      [&](float pdf) { return hitWeight(path, pdf); });
     if (!isBlack(found)) add(path, found, path.indirect());
   }
 
@@ -166,7 +166,7 @@ class PathTracer {
     Vec3 radiance = sky.radiance(path.ray.direction);
     if (path.caustic) radiance = atMost(radiance, skyCaustic * maxComponent(sky.mean()));
     const float weight = lights_.samplesSky() && path.pdf > 0
-                             ? chanceWeight(path, lights_.skyPdf(path.pick, path.ray.direction))
+                             ? hitWeight(path, lights_.skyPdf(path.pick, path.ray.direction))
                              : 1;
     add(path, radiance * weight, path.indirect());
   }
@@ -187,7 +187,7 @@ class PathTracer {
     const int glow = scene_.glowIndex(hit);
     if (path.pdf > 0 && glow >= 0) {
       const float facing = std::abs(dot(s.geometric, path.ray.direction));
-      weight = chanceWeight(path, lights_.glowPdf(path.pick, glow, path.travelled + hit.distance, facing));
+      weight = hitWeight(path, lights_.glowPdf(path.pick, glow, path.travelled + hit.distance, facing));
     }
     add(path, radiance * weight, path.indirect());
   }
@@ -239,7 +239,7 @@ class PathTracer {
     return shadow.passed;
   }
 
-  // Chooses a lobe and a direction for the path to go on. False: the surface swallows it.
+  // Samples a lobe and the next direction. False: the surface absorbs the path.
   bool sampleLobe(Path& path, const Surface& s, const Bsdf& bsdf, const Hit& hit) const {
     const float choice = path.sampler.next1();
     const BsdfSample next = bsdf.sample(choice, path.sampler.next2());

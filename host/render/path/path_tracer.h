@@ -14,8 +14,8 @@ struct PathResult {
   std::uint32_t rays = 0;     // traced for it, of every kind
 };
 
-/// Follows a path from the camera. `cone` is the area that the ray stands for; the sampler stands behind the
-/// camera's dimensions.
+/// Follows a path from the camera. `cone` is the area covered by the ray. The sampler has drawn the camera's
+/// dimensions.
 PathResult tracePath(const RayScene& scene, const RenderSettings& settings, const Ray& camera, RayCone cone,
                      const Sampler& sampler);
 

@@ -49,7 +49,7 @@ float PixelFilter::value(Filter kind, float x) {
   case Filter::still:
     return gaussian(x, 3.0f, radius); // crisp
   case Filter::animation:
-    return gaussian(x, 1.6f, radius); // calm in motion
+    return gaussian(x, 1.6f, radius); // steady in motion
   case Filter::blend:
     return gaussian(x, 0.9f, radius); // soft
   case Filter::sinc:

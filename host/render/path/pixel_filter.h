@@ -1,5 +1,5 @@
-// Reconstruction filters, sampled: a camera sample is placed by the filter's absolute value and weighted by
-// its sign, so that every pixel gathers its own samples and no pixel writes into another.
+// Importance sampling of reconstruction filters: a camera sample is placed by the filter's absolute value and
+// weighted by its sign, so every pixel has samples of its own and writes to no other.
 #pragma once
 
 #include <array>
@@ -15,7 +15,7 @@ class PixelFilter {
 
   struct Sample {
     Vec2 offset;  // from the pixel's centre, in pixels
-    float weight; // has mean 1; constant for filters without negative lobes
+    float weight; // of mean 1; constant for filters without negative lobes
   };
   /// `u` in the unit square.
   Sample sample(Vec2 u) const;

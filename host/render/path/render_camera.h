@@ -1,4 +1,4 @@
-// Camera rays.
+// Rays, their cones, and the camera that makes them.
 #pragma once
 
 #include "snapshot.h"
@@ -11,14 +11,14 @@ struct Ray {
   float near = 0, far = 1e30f;
 };
 
-/// The width of the area that a ray stands for: at its origin, and its growth by a metre.
+/// Width of the area covered by a ray: at its origin, and its growth per metre.
 struct RayCone {
   float width = 0, spread = 0;
   float widthAt(float distance) const { return width + spread * distance; }
 };
 
-/// The camera of a snapshot over a bitmap: (0, 0) is the picture's upper left corner, x grows to the right
-/// and y downwards, in pixels.
+/// The camera of a snapshot for a bitmap. Pixel coordinates start at the upper left corner of the picture; x
+/// grows to the right, y downwards.
 class RenderCamera {
  public:
   RenderCamera(const SnapshotCamera& camera, int width, int height);

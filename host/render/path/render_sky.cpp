@@ -7,7 +7,7 @@ RenderSky::RenderSky(const SnapshotSky& sky, TexturePtr texture)
       texture_(std::move(texture)), rotation_(sky.rotation), seen_(sky.seenByCamera) {
   if (kind_ == SkyKind::picture && !texture_) kind_ = SkyKind::constant;
   if (kind_ == SkyKind::constant) mean_ = color_;
-  // A gradient is linear in y, and y is spread evenly over a sphere.
+  // A gradient is linear in y, and y is uniform over a sphere.
   if (kind_ == SkyKind::gradient) mean_ = color_ * 0.25f + horizon_ * 0.5f + ground_ * 0.25f;
   if (kind_ == SkyKind::picture) buildDistribution();
 }
@@ -34,7 +34,7 @@ Vec3 RenderSky::radiance(Vec3 d) const {
   return {};
 }
 
-// A table of at most 512 x 256 cells over the picture, each cell's mean brightness times its solid angle.
+// At most 512 x 256 cells over the picture: mean brightness of the cell times its solid angle.
 void RenderSky::buildDistribution() {
   int level = 0;
   while (texture_->levelWidth(level) > 512 || texture_->levelHeight(level) > 256)
@@ -65,7 +65,7 @@ void RenderSky::buildDistribution() {
     rowCdf_.clear();
     return;
   }
-  // A floor keeps every direction possible: bilinear reads reach beyond a bright cell.
+  // A minimum keeps every direction possible: bilinear reads reach beyond a bright cell.
   const float least = 0.02f * total / static_cast<float>(w * h);
   for (std::size_t y = 0; y < h; ++y) {
     float* cdf = &columnCdf_[y * (w + 1)];
@@ -82,7 +82,7 @@ void RenderSky::buildDistribution() {
 
 namespace {
 
-// The cell of a running sum that holds `u` of its total, and where inside.
+// Samples a cell from a running sum; `inside` is the place in the cell.
 std::size_t findCell(const float* cdf, std::size_t count, float u, float& inside) {
   const float target = u * cdf[count];
   const float* above = std::upper_bound(cdf + 1, cdf + count, target);

@@ -1,4 +1,4 @@
-// The light that comes from beyond the scene. Immutable once built, any thread.
+// The light of the sky. Immutable once built, any thread.
 #pragma once
 
 #include <vector>
@@ -7,12 +7,12 @@
 
 namespace host::render {
 
-/// A sky. A picture is latitude-longitude: its upper edge is +y, its middle column looks along -z, and to the
-/// right of the middle lies +x; the rotation turns it about y, counter-clockwise seen from above.
+/// A picture is latitude-longitude: the upper edge is +y, the middle column looks along -z, and +x is to the
+/// right of the middle. The rotation is about y, counter-clockwise seen from above.
 class RenderSky {
  public:
   RenderSky() = default;
-  /// `texture` is the picture's; null shows a picture sky as its plain colour.
+  /// `texture` is the decoded picture; without it a picture sky shows its plain colour.
   RenderSky(const SnapshotSky& sky, TexturePtr texture);
 
   bool present() const { return kind_ != SkyKind::none; }
@@ -21,13 +21,13 @@ class RenderSky {
   /// The mean over the sphere.
   Vec3 mean() const { return mean_; }
 
-  /// Whether directions are sampled by brightness; else the sky is even enough to be found by chance.
+  /// True when directions are sampled by brightness; other skies are even, so rays find them well enough.
   bool sampled() const { return !rowCdf_.empty(); }
   struct Sample {
     Vec3 direction;
     float pdf = 0; // over solid angle; 0: none
   };
-  /// A direction by brightness.
+  /// Samples a direction by brightness.
   Sample sample(Vec2 u) const;
   float pdf(Vec3 direction) const;
 

@@ -1,6 +1,6 @@
-// Sample points of a pixel: two-dimensional (0, 2) sequences of Sobol, each with its own Owen scrambling and
-// order by hashing pixel, seed and dimension (Burley 2020, "Practical Hash-based Owen Scrambling"). A value
-// depends on nothing else, so the same picture comes out for any number of threads.
+// Sample points of a pixel: two-dimensional Sobol (0, 2) sequences. A hash of pixel, seed and dimension gives
+// each its Owen scrambling and order (Burley 2020, "Practical Hash-based Owen Scrambling"). Values depend on
+// nothing else, so any number of threads renders the same picture.
 #pragma once
 
 #include <array>
@@ -44,7 +44,7 @@ constexpr std::uint32_t owenScramble(std::uint32_t x, std::uint32_t seed) {
   return reverseBits(permuteReversed(reverseBits(x), seed));
 }
 
-/// The second Sobol dimension, bit-reversed, by one table a byte of the index.
+/// The second Sobol dimension, bit-reversed: one table for each byte of the index.
 struct SobolTables {
   std::array<std::array<std::uint32_t, 256>, 4> table{};
   constexpr SobolTables() {
@@ -67,19 +67,19 @@ constexpr float unitFloat(std::uint32_t bits) {
   return static_cast<float>(bits >> 8) * 0x1p-24f;
 }
 
-/// The numbers of the dimensions that one sample draws from. The camera has the first ones, then every vertex
-/// of a path has a block of its own, so that a vertex draws the same values whatever the one before it drew.
+/// Numbering of the dimensions of a sample. The camera has the first ones; every vertex of a path has a block
+/// of its own, so its values do not depend on the number that earlier vertices drew.
 struct SampleDimensions {
-  static constexpr int camera = 8;   // place in the pixel
-  static constexpr int vertex = 24;  // of one bounce
-  static constexpr int passed = 512; // moved on for each surface passed straight through
+  static constexpr int camera = 8;   // the place in the pixel
+  static constexpr int vertex = 24;  // each bounce
+  static constexpr int passed = 512; // offset of each surface passed straight through
   /// The first dimension of a vertex.
   static constexpr std::uint32_t ofVertex(int bounces, int passes) {
     return static_cast<std::uint32_t>(camera + vertex * bounces + passed * passes);
   }
 };
 
-/// The sample `index` of one pixel; each call gives the next dimensions.
+/// Sample `index` of one pixel; each call draws the next dimension or pair of dimensions.
 class Sampler {
  public:
   Sampler(std::uint32_t x, std::uint32_t y, std::uint32_t seed, std::uint32_t index)
@@ -102,7 +102,7 @@ class Sampler {
     const std::uint32_t order = reverseBits(permuteReversed(index_, seed));
     return unitFloat(reverseBits(permuteReversed(order, hash32(seed ^ 0x68bc21ebu))));
   }
-  /// Goes to the dimensions of a path's vertex.
+  /// Continues with the dimensions of a path's vertex.
   void startVertex(int bounces, int passes) { dimension_ = SampleDimensions::ofVertex(bounces, passes); }
 
  private:

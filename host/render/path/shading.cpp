@@ -32,7 +32,7 @@ float mixChannel(float below, float above, ShadeMix how) {
   return above;
 }
 
-// Puts a node's colour onto the ones before it; its alpha and amount say how much.
+// Mixes a node's colour onto the colour below, by its alpha and amount.
 Rgba putOnto(Rgba below, Rgba above, ShadeMix how, float amount) {
   const float t = clamp01(amount * above.a);
   return {lerp(below.r, mixChannel(below.r, above.r, how), t),
@@ -82,7 +82,7 @@ Rgba CompiledShade::at(const ShadePoint& point) const {
   bool first = true;
   for (const CompiledShade& child : children_) {
     const Rgba v = child.at(point);
-    // The bottom layer has nothing under it to be mixed with.
+    // The bottom layer is not mixed: nothing lies below it.
     value = first && child.amount_ >= 1 && v.a >= 1
                 ? v
                 : putOnto(value, v, first ? ShadeMix::normal : child.mix_, child.amount_);

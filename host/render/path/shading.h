@@ -1,5 +1,5 @@
-// Materials as the renderer reads them: shader trees with their textures at hand, and their value at a point.
-// Built once a render, then read by every worker.
+// Compiled materials: shader trees with decoded textures, and their values at a point. Built once a render,
+// read by every worker.
 #pragma once
 
 #include <memory>
@@ -14,7 +14,7 @@
 
 namespace host::render {
 
-/// How open the surroundings of a point are; the scene answers.
+/// Query for the openness of a point's surroundings; implemented by the scene.
 class OcclusionQuery {
  public:
   /// 0 (closed) to 1, over the hemisphere around `normal` as far as `distance`. `u` picks the direction.
@@ -24,14 +24,14 @@ class OcclusionQuery {
   ~OcclusionQuery() = default;
 };
 
-/// The point that shader trees are asked about.
+/// The point at which shader trees are evaluated.
 struct ShadePoint {
   Vec2 uv[2];
   float footprint[2] = {0, 0}; // width of the seen area in texture coordinates
   Vec3 position, normal;       // world; the geometric normal on the viewer's side
   const OcclusionQuery* scene = nullptr;
-  Sampler* sampler = nullptr; // null: openness is averaged over fixed directions, without noise
-  bool blendLevels = true;    // smooth change between texture levels, for what the camera sees
+  Sampler* sampler = nullptr; // null: openness is averaged over fixed directions
+  bool blendLevels = true;    // smooth change between texture levels, for surfaces seen by the camera
 };
 
 /// A shader tree.
@@ -40,7 +40,7 @@ class CompiledShade {
   bool constant() const { return kind_ == Kind::constant; }
   bool present() const { return present_; }
   Rgba at(const ShadePoint& point) const;
-  /// The value's mean over its picture, roughly; for choosing among lights.
+  /// Approximate mean over the picture, for choosing among lights.
   Rgba mean() const;
   /// The single texture of a bitmap shader; null otherwise.
   const Texture* texture() const { return kind_ == Kind::bitmap ? texture_.get() : nullptr; }
@@ -66,27 +66,27 @@ struct CompiledMaterial {
   SurfaceMaterialPtr source; // constants are read from here
   CompiledShade baseColor, metallicRoughness, occlusion, emission, normal, bump, transmission, specular,
       specularColor, clearcoat, clearcoatRoughness;
-  std::shared_ptr<const AlbedoTable> glassFront, glassBack; // when anything is transmitted
+  std::shared_ptr<const AlbedoTable> glassFront, glassBack; // with transmission
   bool emits = false;
-  bool hasAlpha = false; // may let rays through by alpha
+  bool hasAlpha = false; // alpha may let rays through
   bool transmits = false;
 };
 
 /// The alpha of a point: 0 or 1 for masks, 1 for opaque materials.
 float alphaAt(const CompiledMaterial& material, const ShadePoint& point, float vertexAlpha);
-/// Everything but alpha and normals. `vertexColor` is linear. Settings are applied.
+/// All parameters but alpha and normals, with the settings applied. `vertexColor` is linear.
 SurfaceLook lookAt(const CompiledMaterial& material, const ShadePoint& point, Vec3 vertexColor,
                    const RenderSettings& settings);
 
-/// Builds materials: first collects the textures that they need, then makes them from the decoded ones.
+/// Compiles materials in two steps: collects the textures to decode, then builds the materials.
 class MaterialCompiler {
  public:
   /// The materials of the list for which `used` is true; others stay empty.
   MaterialCompiler(const std::vector<SurfaceMaterialPtr>& materials, const std::vector<bool>& used);
   const std::vector<SceneCache::TextureRequest>& requests() const { return requests_; }
-  /// Adds a picture outside materials (a sky) and gives its place among the requests.
+  /// Adds a picture outside of materials (a sky); returns its place among the requests.
   std::size_t request(const PicturePtr& picture, ColorSpace space);
-  /// `textures` in the order of the requests; a missing one leaves the shader's factor.
+  /// `textures` in the order of the requests; without a texture a shader has its factor as value.
   std::vector<CompiledMaterial> compile(const std::vector<TexturePtr>& textures,
                                         const RenderSettings& settings) const;
 

@@ -5,8 +5,8 @@
 namespace host::render {
 namespace {
 
-constexpr int mostLayers = 64;  // of transparent surfaces; behind them it is dark
-constexpr float opaque = 1e-4f; // light below this counts as none
+constexpr int mostLayers = 64;  // of transparent surfaces; no light passes more
+constexpr float opaque = 1e-4f; // transmittance below this counts as 0
 
 // The share of light that one surface lets pass.
 Vec3 passedBy(const Surface& s, const RenderSettings& settings, Vec3 direction) {

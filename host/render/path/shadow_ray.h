@@ -1,4 +1,4 @@
-// The light that comes through along a ray: shadows, coloured by what is partly transparent. Any worker.
+// Transmittance along a ray: shadows, coloured by partly transparent surfaces. Any worker.
 #pragma once
 
 #include "ray_scene.h"
@@ -11,7 +11,7 @@ struct ShadowResult {
   std::uint32_t rays = 0; // traced for it
 };
 
-/// From the ray's near to its far end.
+/// Between the ray's near and far end.
 ShadowResult traceShadow(const RayScene& scene, const RenderSettings& settings, Ray ray);
 
 } // namespace host::render

@@ -16,15 +16,16 @@ Vec2 toVec2(const Float2& v) {
   return {v[0], v[1]};
 }
 
-/// The shading normal, or where it would mirror the viewer below the surface, whose light is lost, one that
-/// leans back towards the surface's own until the mirror image stands above it. That happens along the
-/// outlines of coarse meshes and in steep normal maps. All are unit vectors, the viewer above the surface.
+/// The shading normal, leaned back towards the geometric one where it would mirror the viewer below the
+/// surface and lose that light: along the outlines of coarse meshes and in steep normal maps. All are unit
+/// vectors; the viewer is above the surface.
 Vec3 leanBack(Vec3 normal, Vec3 geometric, Vec3 viewer) {
   const float slant = dot(viewer, geometric), least = std::min(0.9f * slant, 0.01f);
   const auto mirrored = [&](Vec3 n) { return 2 * dot(n, viewer) * dot(n, geometric) - slant; };
   if (mirrored(normal) >= least) return normal;
   Vec3 leaned = geometric;
-  float low = 0, high = 1; // how far; the surface's own normal mirrors the viewer to the height that it has
+  float low = 0,
+        high = 1; // of the leaning; 1 is the geometric normal, which mirrors the viewer to its own height
   for (int i = 0; i < 6; ++i) {
     const float middle = 0.5f * (low + high);
     const Vec3 n = normalize(normal * (1 - middle) + geometric * middle);
@@ -72,7 +73,7 @@ struct Tangents {
   Vec3 t, b;
 };
 
-// Nothing where the texture coordinates stand still.
+// Nothing where the texture coordinates are constant.
 std::optional<Tangents> uvTangents(const PlacedMesh& placed, const Hit& hit, const Surface& surface,
                                    int set) {
   const Mesh& mesh = *placed.mesh;
@@ -88,8 +89,8 @@ std::optional<Tangents> uvTangents(const PlacedMesh& placed, const Hit& hit, con
   return out;
 }
 
-// The axes of a normal map around the normal `n` of the front: of the mesh where it has tangents for that
-// set, else from its texture coordinates.
+// The axes of a normal map around the front's normal `n`: the mesh's tangents where it has them for the set,
+// else from its texture coordinates.
 std::optional<Tangents> mapAxes(const PlacedMesh& placed, const Hit& hit, const Surface& s, Vec3 n, int set) {
   const Mesh& mesh = *placed.mesh;
   Tangents axes;
@@ -105,7 +106,7 @@ std::optional<Tangents> mapAxes(const PlacedMesh& placed, const Hit& hit, const 
   } else {
     const std::optional<Tangents> uv = uvTangents(placed, hit, s, set);
     if (!uv) return std::nullopt;
-    // Texture coordinates grow downwards in a picture, the map's green grows upwards.
+    // Texture coordinates grow downwards; the map's green channel points upwards.
     axes.t = normalize(uv->t - n * dot(uv->t, n));
     const float turn = dot(cross(n, axes.t), uv->b) < 0 ? -1.0f : 1.0f;
     axes.b = cross(n, axes.t) * -turn;

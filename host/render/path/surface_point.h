@@ -5,7 +5,7 @@
 
 namespace host::render {
 
-/// A point of a surface, as a ray found it. Normals are on the side that the ray came from.
+/// A point of a surface hit by a ray. Normals are on the side of the ray's origin.
 struct Surface {
   Vec3 position, geometric, normal;
   Vec3 edge1, edge2; // of the triangle, in the world
@@ -20,7 +20,7 @@ struct Surface {
 /// 0: textures are read in full detail.
 Surface surfaceAt(const RayScene& scene, const Ray& ray, const Hit& hit, float coneWidth);
 
-/// Turns the shading normal by the material's normal and bump maps; keeps it on the viewer's side.
+/// Applies the material's normal and bump maps to the shading normal, which stays on the viewer's side.
 void applyNormalMaps(const RayScene& scene, const Hit& hit, Vec3 viewer, Surface& surface);
 
 /// The radiance that a glowing surface sends towards the viewer.
@@ -29,7 +29,7 @@ Vec3 emission(const Surface& surface);
 /// The radiance that a sampled point of a glowing triangle sends back along the sample's direction.
 Vec3 glowRadiance(const RayScene& scene, const LightSample& sample);
 
-/// A ray's origin a little off a surface, on the side of `direction`.
+/// The origin of a ray that leaves a surface: a little off it, on the side of `direction`.
 Vec3 offsetFrom(Vec3 position, Vec3 geometric, Vec3 direction);
 
 } // namespace host::render

@@ -97,7 +97,7 @@ struct Frame {
   Vec3 toWorld(Vec3 v) const { return s * v.x + t * v.y + n * v.z; }
 };
 
-/// An affine map in floats, with what normals need.
+/// An affine map in floats, with its inverse transpose for normals.
 struct Transform {
   Vec3 v1{1, 0, 0}, v2{0, 1, 0}, v3{0, 0, 1}, off;
   Vec3 n1{1, 0, 0}, n2{0, 1, 0}, n3{0, 0, 1}; // columns of the inverse transpose, up to a positive factor
@@ -114,7 +114,7 @@ struct Transform {
   Vec3 normal(Vec3 p) const { return n1 * p.x + n2 * p.y + n3 * p.z; }
 };
 
-/// Where a point of the unit square lands on the unit disc (concentric map of Shirley and Chiu 1997).
+/// From the unit square to the unit disc (concentric map of Shirley and Chiu 1997).
 inline Vec2 squareToDisc(Vec2 u) {
   const float a = 2 * u.x - 1, b = 2 * u.y - 1;
   if (a == 0 && b == 0) return {};

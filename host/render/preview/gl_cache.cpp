@@ -13,7 +13,7 @@ extern "C" void __lsan_enable(void);
 namespace host::render {
 namespace {
 
-// Drivers keep empty allocations of a linked program for good: no leaks of ours, so they are not counted.
+// Drivers keep empty allocations of a linked program for good. They are not leaks of ours and not counted.
 struct DriverLinks {
 #if defined(__SANITIZE_ADDRESS__)
   DriverLinks() {
@@ -27,7 +27,7 @@ struct DriverLinks {
 #endif
 };
 
-// Appends one attribute's values to the buffer that is bound, and tells the array where they are.
+// Appends one attribute's values to the bound buffer and describes them to the array.
 template <std::size_t N>
 void addAttribute(GlAttribute place, const std::vector<std::array<float, N>>& values, std::size_t count,
                   std::size_t& offset) {
@@ -146,7 +146,7 @@ const GlMesh& GlCache::mesh(const Mesh& m) {
   glGenVertexArrays(1, &e.mesh.array);
   glGenBuffers(1, &e.mesh.vertices);
   glGenBuffers(1, &e.mesh.indices);
-  const GlMesh& kept = put(key, e).mesh; // from here on it is freed with the cache, whatever fails
+  const GlMesh& kept = put(key, e).mesh; // from here on the cache frees it, whatever fails
   glBindVertexArray(kept.array);
   glBindBuffer(GL_ARRAY_BUFFER, kept.vertices);
   glBufferData(GL_ARRAY_BUFFER, static_cast<GLsizeiptr>(vertexBytes(m)), nullptr, GL_STATIC_DRAW);
@@ -171,7 +171,7 @@ GLuint GlCache::texture(Identity picture, const Texture& t) {
   if (const Entry* known = find(key)) return known->texture;
   GLint most = 1024;
   glGetIntegerv(GL_MAX_TEXTURE_SIZE, &most);
-  int first = 0; // a picture beyond the driver's limit begins with a smaller level
+  int first = 0; // a picture beyond the driver's limit starts with a smaller level
   while (first + 1 < t.levelCount() && std::max(t.levelWidth(first), t.levelHeight(first)) > most)
     ++first;
   Entry e;
@@ -185,7 +185,7 @@ GLuint GlCache::texture(Identity picture, const Texture& t) {
   glBindTexture(GL_TEXTURE_2D, name);
   glPixelStorei(GL_UNPACK_ALIGNMENT, 4);
   const GLint format = floats ? GL_RGBA16F : (t.space() == ColorSpace::srgb ? GL_SRGB8_ALPHA8 : GL_RGBA8);
-  std::vector<float> cut; // into the range of half floats
+  std::vector<float> cut; // clamped to the range of half floats
   for (int level = first; level < t.levelCount(); ++level) {
     const void* pixels = t.levelBytes(level).data();
     if (floats) {

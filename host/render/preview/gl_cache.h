@@ -1,5 +1,5 @@
-// What the hardware preview keeps in the OpenGL context between renders: meshes and textures by identity, the
-// programs of materials, samplers. Every call needs the context to be current.
+// Objects that the hardware preview keeps in the OpenGL context between renders: meshes and textures by
+// identity, programs of materials, samplers. Every call needs the context to be current.
 #pragma once
 
 #include <array>
@@ -18,27 +18,27 @@
 
 namespace host::render {
 
-/// The driver refused something; the text is a part of a sentence.
+/// The driver refused an operation. The text is part of a sentence.
 struct GlError : std::runtime_error {
   using std::runtime_error::runtime_error;
 };
-/// Throws when the driver has noted an error; `doing` says at what.
+/// Throws when the driver has recorded an error; `doing` names the operation.
 void checkGl(const char* doing);
 
-/// Where the vertex program finds a mesh's data.
+/// Locations of a mesh's data in the vertex program.
 enum GlAttribute : GLuint { glPosition, glNormal, glTangent, glUv0, glUv1, glColor, glAttributeCount };
 
 struct GlMesh {
   GLuint array = 0, vertices = 0, indices = 0;
 };
 
-/// A linked program with the places of its uniforms.
+/// A linked program with the locations of its uniforms.
 class GlProgram {
  public:
   GlProgram() = default;
   GlProgram(const std::string& vertex, const std::string& fragment); // throws GlError
   GLuint name() const { return name_; }
-  GLint place(const char* uniform); // -1: not in use
+  GLint place(const char* uniform); // -1: unused
   void free();
 
  private:
@@ -52,16 +52,16 @@ class GlCache {
     std::uint64_t meshUploads = 0, textureUploads = 0, programs = 0;
   };
 
-  /// Uploads what is not there. References hold until `trim` or `clear`.
+  /// Uploads the mesh at its first use. References hold until `trim` or `clear`.
   const GlMesh& mesh(const Mesh& mesh);
-  /// A texture with its smaller levels, by its picture's identity and colour space.
+  /// A texture with its mip levels, by its picture's identity and colour space.
   GLuint texture(Identity picture, const Texture& texture);
   GlProgram& program(const std::string& vertex, const std::string& fragment);
   GLuint sampler(Wrap u, Wrap v, bool nearest);
-  /// The albedo of reflections over cosine and roughness, in red and green: see `reflectionAlbedo`.
+  /// `reflectionAlbedo` over cosine and roughness, in red and green.
   GLuint albedo();
 
-  /// Lets the least recently used go until the memory bound is kept.
+  /// Drops the least recently used entries until the memory limit holds.
   void trim();
   void clear();
   void setLimit(std::size_t bytes) { limit_ = bytes; }

@@ -18,12 +18,12 @@ struct Context {
   EGLSurface surface = EGL_NO_SURFACE;
 };
 
-// The process's context and who has it. Never destroyed: a render may run until the program ends.
+// The process's context and its current user. Never destroyed: a render may run until the program ends.
 struct Shared {
   std::mutex mutex;
   std::condition_variable freed;
   bool taken = false;
-  bool tried = false; // below: only whoever has the turn
+  bool tried = false; // this and below: only the thread that has the turn
   Context context;
   std::string why;
 };
@@ -48,12 +48,12 @@ void release(Context& c) {
     eglMakeCurrent(c.display, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT);
     if (c.context != EGL_NO_CONTEXT) eglDestroyContext(c.display, c.context);
     if (c.surface != EGL_NO_SURFACE) eglDestroySurface(c.display, c.surface);
-    // The display stays: others in the process may use it, and drivers are not made to be unloaded.
+    // The display stays open: others in the process may use it, and drivers do not unload well.
   }
   c = {};
 }
 
-// A context on a display, current on this thread: without a surface, else with a tiny one off screen.
+// Opens a context on a display, current on this thread: without a surface, else with a tiny off-screen one.
 bool openOn(EGLDisplay display, Context& c) {
   c = {display, EGL_NO_CONTEXT, EGL_NO_SURFACE};
   if (display == EGL_NO_DISPLAY || !eglInitialize(display, nullptr, nullptr)) {
@@ -83,7 +83,7 @@ bool openOn(EGLDisplay display, Context& c) {
   return false;
 }
 
-// The ways to a display, those that need no window system first.
+// Tries the kinds of displays, those without a window system first.
 bool open(Context& c) {
   const auto has = [](const char* name) { return epoxy_has_egl_extension(EGL_NO_DISPLAY, name); };
   if (has("EGL_EXT_platform_base")) {
@@ -102,7 +102,7 @@ bool open(Context& c) {
 
 bool makeContext(Shared& s) {
 #if defined(__SANITIZE_THREAD__)
-  // The software driver's hand-overs between its own threads would be reported: it draws on the calling one.
+  // The software driver draws on the calling thread: hand-overs between its own threads would be reported.
   setenv("LP_NUM_THREADS", "0", 0);
 #endif
   if (!epoxy_has_egl()) {

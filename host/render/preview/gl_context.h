@@ -1,5 +1,5 @@
-// OpenGL without a window: one context for the process, made when it is first wanted. Its headers stay in the
-// gl_ and hardware_preview files.
+// OpenGL without a window: one context for the process, made at first use. OpenGL headers stay in the gl_ and
+// hardware_preview files.
 #pragma once
 
 #include <functional>
@@ -7,25 +7,24 @@
 
 namespace host::render {
 
-/// A turn with the process's OpenGL 3.3 context: current on this thread from the constructor to the
-/// destructor, and on no other thread meanwhile. Only for threads that have no OpenGL context of their own,
-/// such as the render workers.
+/// A turn with the process's OpenGL 3.3 context: current on this thread, and on no other, from the
+/// constructor to the destructor. Only for threads without an OpenGL context of their own, such as the render
+/// workers.
 class GlTurn {
  public:
-  /// Waits while another thread has its turn, asking `stopped` (may be empty) every few milliseconds.
+  /// Waits while another thread has its turn; calls `stopped` (may be empty) every few milliseconds.
   explicit GlTurn(const std::function<bool()>& stopped);
   ~GlTurn();
   GlTurn(const GlTurn&) = delete;
   GlTurn& operator=(const GlTurn&) = delete;
 
   bool ready() const { return ready_; }
-  /// A break came while it waited.
+  /// A break ended the wait.
   bool broken() const { return broken_; }
-  /// Why there is no context when neither is true: a part of a sentence.
+  /// The reason when neither `ready` nor `broken`: part of a sentence.
   const std::string& why() const { return why_; }
 
-  /// Destroys the context at the end of this turn; the next turn makes a new one. What was made in it must
-  /// have been freed.
+  /// Destroys the context at the end of this turn; the next turn makes a new one. Free its objects first.
   void destroyContext() { destroy_ = true; }
 
  private:

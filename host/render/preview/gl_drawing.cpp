@@ -5,8 +5,8 @@
 namespace host::render {
 namespace {
 
-constexpr int largestTile = 1024;           // more of the picture would keep a break waiting
-constexpr std::uint32_t mostAhead = 400000; // triangles that the driver may have before it
+constexpr int largestTile = 1024;           // pixels; larger tiles would delay a break
+constexpr std::uint32_t mostAhead = 400000; // triangles queued in the driver
 
 int samplesFor(AntiAliasing antiAliasing) {
   return antiAliasing == AntiAliasing::none ? 0 : antiAliasing == AntiAliasing::geometry ? 4 : 8;
@@ -79,10 +79,10 @@ void GlDrawing::breakTest() const {
   if (hooks_.stopped && hooks_.stopped()) throw GlStopped{};
 }
 
-// Waits until the driver has done what it was given; a break leaves it alone with that.
+// Waits until the driver has finished its queue. A break does not wait for it.
 void GlDrawing::finish() {
   const GLsync fence = glFenceSync(GL_SYNC_GPU_COMMANDS_COMPLETE, 0);
-  if (!fence) throw GlError("the driver gives no fence");
+  if (!fence) throw GlError("the driver provides no fence");
   for (;;) {
     const GLenum state = glClientWaitSync(fence, GL_SYNC_FLUSH_COMMANDS_BIT, 3000000);
     if (state == GL_ALREADY_SIGNALED || state == GL_CONDITION_SATISFIED) break;
@@ -161,7 +161,7 @@ void GlDrawing::drawTriangles(const GlDraw& draw) {
   glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, mesh.indices);
 }
 
-// Rows come from the bottom.
+// The pixels start with the bottom row.
 void GlDrawing::commit(const GlTile& tile) {
   if (hooks_.beginTile) hooks_.beginTile();
   const float* p = pixels_.data();

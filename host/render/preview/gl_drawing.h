@@ -30,7 +30,7 @@ class GlDrawing {
   };
   /// Brings meshes, textures and programs into the context.
   Uploads upload();
-  /// Draws the region. The number of samples drawn.
+  /// Draws the region; returns the number of samples.
   std::uint64_t draw();
 
  private:
@@ -53,7 +53,7 @@ class GlDrawing {
   std::vector<float> pixels_;
   GLuint sorted_ = 0, empty_ = 0;
   bool reversed_ = false;   // depth from 0 to 1
-  std::uint32_t ahead_ = 0; // triangles that the driver has before it
+  std::uint32_t ahead_ = 0; // triangles queued in the driver
 };
 
 } // namespace host::render

@@ -9,7 +9,7 @@ namespace {
 
 constexpr std::size_t mostConstants = 64;
 
-// Writes the text of a material's shader trees.
+// Writes a material's shader trees as program text.
 class TreeWriter {
  public:
   TreeWriter(GlMaterial& out, int units, const FindTexture& find)
@@ -75,7 +75,7 @@ class TreeWriter {
            uv + "))";
   }
 
-  // A function of its own for each stack; children come before it.
+  // Each stack is a function of its own, after those of its children.
   std::string stack(const Shade& shade, ColorSpace space) {
     std::string body;
     bool first = true;

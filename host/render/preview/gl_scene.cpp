@@ -120,7 +120,7 @@ void GlScene::addInstance(const Instance& instance) {
   }
 }
 
-// The range of depths grows by the corners of the mesh's bounds.
+// Extends the range of depths by the corners of the mesh's bounds.
 void GlScene::addCorners(const GlDraw& draw) {
   const Mesh& mesh = *draw.mesh;
   for (int corner = 0; corner < 8; ++corner) {
@@ -132,7 +132,7 @@ void GlScene::addCorners(const GlDraw& draw) {
   }
 }
 
-// Far triangles first; a group's depth becomes that of its triangles' middle.
+// Far triangles first. The group's depth becomes the mean depth of its triangles.
 bool GlScene::sortTriangles(GlDraw& draw, const Stopped& stopped) const {
   const Mesh& mesh = *draw.mesh;
   std::vector<float> depth(draw.triangleCount);
@@ -161,7 +161,7 @@ bool GlScene::sortTriangles(GlDraw& draw, const Stopped& stopped) const {
 void GlScene::setLight() {
   const RenderSky sky(snapshot_->sky, skyTexture_);
   if (sky.present()) setAmbient(sky);
-  // The lamps that count most in the middle of the scene.
+  // The lamps that contribute most in the middle of the scene.
   const Vec3 middle = (Vec3(snapshot_->low) + Vec3(snapshot_->high)) * 0.5f;
   std::vector<std::pair<float, const SnapshotLight*>> lamps;
   for (const SnapshotLight& light : snapshot_->lights) {
@@ -183,7 +183,7 @@ void GlScene::setLight() {
     lamps_.push_back({std::cos(light->innerCone), 0, 0, 0});
   }
   if (!lamps_.empty() || sky.present()) return;
-  // Lit by glowing surfaces only, or not at all: as the software preview does, a lamp beside the viewer.
+  // Without a lamp and a sky: a lamp beside the viewer, like the software preview.
   lamps_ = {with(back_, 2), with(Vec3(0.6f * pi), 0), {}, {}};
   ambient_[0] = Vec3(0.4f / 0.282095f);
 }
@@ -231,7 +231,7 @@ std::array<float, 16> GlScene::clipMatrix(int width, int height, Vec2 scale, Vec
   const float half = halfHeight(), aspect = static_cast<float>(width) / static_cast<float>(height);
   const float closest = std::max(c.orthographic ? 0.0f : 1e-4f, c.znear);
   const bool ends = c.zfar > c.znear;
-  // As near as the scene allows: what is far keeps its depth apart.
+  // The near plane is as far as the scene allows: distant surfaces keep different depths.
   const float n = std::max(closest, std::min(nearest_ * 0.99f - 1e-3f, 1e9f));
   const float f = std::max(n * 1.001f + 1e-3f, ends ? c.zfar : farthest_ * 1.01f + 1);
   // Rows over (right, up, depth along the view).

@@ -1,5 +1,4 @@
-// A snapshot made ready for drawing: what the draws are, their materials, the light. No context needed to
-// build one; immutable afterwards.
+// A snapshot prepared for OpenGL: draws, materials, lights. Immutable once built; needs no context.
 #pragma once
 
 #include <memory>
@@ -40,8 +39,8 @@ class GlScene {
 
   /// Spherical harmonics of the sky's irradiance over pi (Ramamoorthi and Hanrahan 2001).
   const std::array<Vec3, 9>& ambient() const { return ambient_; }
-  /// Four values of four a lamp: place (or direction to it) and kind; intensity and range; axis and outer
-  /// cosine; inner cosine.
+  /// Four vectors a lamp: position (or direction to it) and kind; intensity and range; axis and outer cosine;
+  /// inner cosine.
   const std::vector<Float4>& lamps() const { return lamps_; }
   const SnapshotSky& sky() const { return snapshot_->sky; }
   const TexturePtr& skyTexture() const { return skyTexture_; }
@@ -69,7 +68,7 @@ class GlScene {
   std::array<Vec3, 9> ambient_{};
   std::vector<Float4> lamps_;
   TexturePtr skyTexture_;
-  float nearest_ = 1e30f, farthest_ = 0; // depths of what is drawn
+  float nearest_ = 1e30f, farthest_ = 0; // depths of the drawn instances
 };
 
 } // namespace host::render

@@ -1,5 +1,5 @@
-// The fixed parts of the programs, in the shading language of OpenGL 3.3. Positions and directions are in
-// world axes, positions relative to the eye, colours linear.
+// The fixed parts of the programs, in GLSL 3.30. Positions and directions are in world axes, positions
+// relative to the eye, colours linear.
 #pragma once
 
 namespace host::render {
@@ -42,7 +42,7 @@ void main() {
 }
 )";
 
-// The sky: see RenderSky for where a picture lies.
+// The sky; RenderSky defines the orientation of its picture.
 inline constexpr const char* glSkySource = R"(
 uniform int uSkyKind; // none, constant, gradient, picture
 uniform vec3 uSky[3]; // colour, horizon, ground
@@ -81,7 +81,7 @@ void main() {
 }
 )";
 
-// What the text of shader trees uses.
+// Functions used by the text of shader trees.
 inline constexpr const char* glShadeSource = R"(
 vec2 placed(vec4 turn, vec2 move, vec2 uv) { return move + turn.xy * uv.x + turn.zw * uv.y; }
 

@@ -5,10 +5,10 @@
 
 namespace host::render {
 
-/// A float framebuffer with depth, and with several samples a pixel a second one that they end in.
+/// A float framebuffer with depth. With several samples a pixel, a second framebuffer takes their mean.
 class GlTarget {
  public:
-  /// Throws GlError when the driver cannot draw into floats.
+  /// Throws GlError when the driver cannot draw into float framebuffers.
   GlTarget(int width, int height, int samples);
   ~GlTarget() { free(); }
   GlTarget(const GlTarget&) = delete;
@@ -16,7 +16,7 @@ class GlTarget {
 
   /// Clears a tile's part and draws into it from now on.
   void begin(int width, int height) const;
-  /// Brings the samples together.
+  /// Resolves the samples.
   void end(int width, int height) const;
   /// Four floats a pixel, rows from the bottom.
   void read(int width, int height, float* rgba) const;

@@ -60,7 +60,7 @@ void GlTileState::useSurface(const GlDraw& draw) {
   setMaterial(program, material);
   const Transform& t = draw.toEye;
   const std::array<Vec3, 4> model{t.v1, t.v2, t.v3, t.off};
-  // Only the direction of a normal counts: keep it in range whatever the scale.
+  // Only the direction of a normal matters; this keeps it in range at any scale.
   const float size = 1 / std::max(1e-30f, std::max(maxAbs(t.n1), std::max(maxAbs(t.n2), maxAbs(t.n3))));
   const std::array<Vec3, 3> normals{t.n1 * size, t.n2 * size, t.n3 * size};
   glUniform3fv(program.place("uModel"), 4, &model[0].x);
@@ -87,7 +87,7 @@ void GlTileState::setSky(GlProgram& program) {
   glUniform1f(program.place("uSkyTurn"), sky.rotation);
   glUniform3fv(program.place("uAmbient"), 9, &scene_.ambient()[0].x);
   glUniform1i(program.place("uSkyPicture"), skyUnit);
-  // A texture of any kind: a unit without one would make drivers complain.
+  // Some texture is bound in any case: drivers complain about a unit without one.
   const bool picture = kind == static_cast<int>(SkyKind::picture);
   bind(skyUnit, picture ? cache_.texture(sky.picture->id, *scene_.skyTexture()) : cache_.albedo(),
        cache_.sampler(Wrap::repeat, Wrap::clamp, false));

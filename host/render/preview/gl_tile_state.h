@@ -1,4 +1,4 @@
-// Programs, uniforms and textures of the draws of one tile. Every call needs the context to be current.
+// Programs, uniforms and textures for the draws of one tile. Every call needs the context to be current.
 #pragma once
 
 #include <array>
@@ -26,13 +26,13 @@ class GlTileState {
   /// `reversed`: the driver's depth runs from 0 to 1, else from -1 to 1.
   void begin(const GlTile& tile, bool reversed);
 
-  /// The program of the surfaces with this material, compiled where it is not there.
+  /// The program of the material's surfaces, compiled at its first use.
   GlProgram& surfaceProgram(const GlMaterial& material);
-  /// Makes the program of the sky ready for a triangle over the whole tile.
+  /// Binds the sky's program, for a triangle over the whole tile.
   void useSky();
-  /// Makes the program of a draw's material ready for it.
+  /// Binds the program of the draw's material, with its uniforms and textures.
   void useSurface(const GlDraw& draw);
-  /// Whether the draw's bounds are outside the tile.
+  /// True when the draw's bounds lie outside the tile.
   bool outside(const GlDraw& draw) const;
 
  private:
@@ -47,7 +47,7 @@ class GlTileState {
   const std::string vertexSource_;
   Vec2 scale_, offset_; // from the picture's -1..1 to the tile's
   std::array<float, 16> clip_{};
-  std::vector<GLuint> ready_; // programs that have the uniforms of this tile
+  std::vector<GLuint> ready_; // programs whose uniforms are those of this tile
 };
 
 } // namespace host::render

@@ -91,7 +91,7 @@ class HardwareRender {
     return RenderOutcome::finished;
   }
 
-  // Texture units of the driver; nothing without a driver and after a break.
+  // Texture units of the driver; nothing without a driver or after a break.
   std::optional<int> textureUnits() {
     const GlTurn turn(request_.hooks.stopped);
     if (turn.broken()) return std::nullopt;
@@ -126,7 +126,7 @@ void freeHardwarePreview() {
   PreviewState& state = previewState();
   {
     const std::lock_guard lock(state.mutex);
-    if (state.counters.programs == 0) return; // never drawn: no context is made only to free it
+    if (state.counters.programs == 0) return; // never used: do not make a context only to free it
   }
   runOnWorkers(1, [&](int) {
     GlTurn turn({});

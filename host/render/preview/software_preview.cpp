@@ -5,9 +5,9 @@
 namespace host::render {
 namespace {
 
-constexpr int mostLayers = 64;       // of surfaces that are seen through
-constexpr float leastShare = 0.004f; // of the picture: fainter layers are left out
-constexpr float glassOpacity = 0.8f; // taken off what full transmission shows
+constexpr int mostLayers = 64;       // of transparent surfaces
+constexpr float leastShare = 0.004f; // of the picture; fainter layers are left out
+constexpr float glassClarity = 0.8f; // transparency of a surface at full transmission
 
 // The surface under the two lights, or by itself when it is unlit.
 Vec3 litColor(const Surface& s, const SurfaceLook& look, Vec3 direction) {
@@ -28,7 +28,7 @@ PathResult tracePreview(const RayScene& scene, const RenderSettings& settings, c
                         RayCone cone) {
   PathResult result;
   Ray ray = camera;
-  float left = 1; // share that is still seen through the surfaces so far
+  float left = 1; // share still visible through the surfaces so far
   for (int layer = 0; layer < mostLayers && left > leastShare; ++layer) {
     ++result.rays;
     const std::optional<Hit> hit = scene.intersect(ray, cameraMask, true);
@@ -40,7 +40,7 @@ PathResult tracePreview(const RayScene& scene, const RenderSettings& settings, c
     if (alpha > 0) {
       applyNormalMaps(scene, *hit, -ray.direction, s);
       const SurfaceLook look = lookAt(*s.material, s.point, s.color, settings);
-      const float shown = alpha * (1 - glassOpacity * look.transmission * (1 - look.metallic));
+      const float shown = alpha * (1 - glassClarity * look.transmission * (1 - look.metallic));
       result.color += litColor(s, look, ray.direction) * (left * shown);
       result.alpha += left * shown;
       if (result.object == ~0u) result.object = hit->instance;

@@ -1,11 +1,11 @@
-// What caches of immutable scene data are keyed by.
+// Key of the caches of immutable scene data.
 #pragma once
 
 #include "texture.h"
 
 namespace host::render {
 
-/// The data's identity, and what was made of it: a mesh, or a texture in one of the colour spaces.
+/// Identity of the source data and the kind of the cached product: a mesh, or a texture in a colour space.
 struct CacheKey {
   enum class Kind { mesh, srgbTexture, linearTexture } kind;
   Identity id;

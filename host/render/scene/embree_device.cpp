@@ -10,15 +10,15 @@ namespace host::render {
 namespace {
 
 struct Device {
-  // No threads of its own: builds are driven by the workers that join them.
+  // Embree starts no threads: the host's workers join its builds.
   RTCDevice device = rtcNewDevice("threads=1,set_affinity=0");
   ~Device() {
     if (device) rtcReleaseDevice(device);
   }
 };
 
-// ThreadSanitizer does not see how the library hands its data from one thread to another and would report
-// each hand-over; under it one worker builds alone, and builds take turns.
+// ThreadSanitizer does not see the library's synchronisation and would report each hand-over between threads;
+// under it one worker builds alone, and builds take turns.
 #if defined(__SANITIZE_THREAD__)
 constexpr bool joinBuilds = false;
 std::mutex turns;
@@ -35,7 +35,7 @@ struct BuildState {
   std::atomic<bool> broken{false};
 };
 
-bool goesOn(void* user, double) {
+bool continueBuild(void* user, double) {
   auto& state = *static_cast<BuildState*>(user);
   if (state.broken.load(std::memory_order_relaxed)) return false;
   if (!state.stopped || !state.stopped()) return true;
@@ -60,14 +60,14 @@ EmbreeScene::EmbreeScene(RTCSceneFlags flags, RTCBuildQuality quality) : scene_(
 bool EmbreeScene::build(int workers, const std::function<bool()>& stopped) {
   BuildState state{stopped};
   [[maybe_unused]] const Turn turn;
-  rtcSetSceneProgressMonitorFunction(scene_, goesOn, &state);
+  rtcSetSceneProgressMonitorFunction(scene_, continueBuild, &state);
   if (workers <= 1 || !joinBuilds)
     rtcJoinCommitScene(scene_);
   else
     runOnWorkers(workers, [this](int) { rtcJoinCommitScene(scene_); });
   rtcSetSceneProgressMonitorFunction(scene_, nullptr, nullptr);
   if (state.broken.load(std::memory_order_relaxed)) {
-    rtcGetDeviceError(embreeDevice()); // the cancelled build has left its mark
+    rtcGetDeviceError(embreeDevice()); // clears the error of the cancelled build
     return false;
   }
   if (rtcGetDeviceError(embreeDevice()) == RTC_ERROR_OUT_OF_MEMORY) throw std::bad_alloc();

@@ -1,4 +1,4 @@
-// Embree behind one wall: its device, its scenes as owned handles, and builds that a break can end.
+// The only owner of Embree handles: device, scenes, and builds that a break can end.
 #pragma once
 
 #include <embree3/rtcore.h>
@@ -9,10 +9,10 @@
 
 namespace host::render {
 
-/// The process's device; made at first use, kept to the end. Throws std::bad_alloc when it cannot be made.
+/// The process's device, made at first use and kept. Throws std::bad_alloc when it cannot be made.
 RTCDevice embreeDevice();
 
-/// Owns a scene. Moves only.
+/// Owns a scene. Move-only.
 class EmbreeScene {
  public:
   EmbreeScene() = default;
@@ -27,8 +27,8 @@ class EmbreeScene {
   }
   RTCScene get() const noexcept { return scene_; }
 
-  /// Builds it with `workers` threads of our own (one task after the other would do for small scenes: 1 means
-  /// the caller alone). False after a break. Throws std::bad_alloc when memory is short.
+  /// Builds the scene with `workers` threads of the host; with 1 the caller builds alone, which suffices for
+  /// small scenes. False after a break. Throws std::bad_alloc.
   bool build(int workers, const std::function<bool()>& stopped);
 
  private:

@@ -7,7 +7,7 @@
 namespace host::render {
 namespace {
 
-// Embree asserts that rays, also those it turns into an instance's own space, keep below this.
+// Embree asserts that rays stay below this, also after their transformation into an instance's space.
 constexpr float largest = 1e18f;
 
 float sumOf(Vec3 v) {
@@ -17,7 +17,8 @@ Real sumOf(const Vector& v) {
   return std::abs(v.x) + std::abs(v.y) + std::abs(v.z);
 }
 
-// How far from the origin rays may start so that they can be turned into the instance's space; 0: nowhere.
+// Largest distance from the origin at which a ray can start and still be transformed into the instance's
+// space; 0: the instance is unusable.
 Real roomFor(const Instance& instance) {
   const Matrix& m = instance.toWorld;
   const Real det = Dot(m.v1, Cross(m.v2, m.v3));
@@ -28,7 +29,7 @@ Real roomFor(const Instance& instance) {
   return usable ? 0.1 * largest / std::max(stretch, 1.0) : 0;
 }
 
-// Where the rays of a render start: at the camera and on surfaces.
+// Bound of the origins of all rays: they start at the camera and on surfaces.
 Real startsWithin(const Snapshot& s) {
   const Vector low(s.low[0], s.low[1], s.low[2]), high(s.high[0], s.high[1], s.high[2]);
   const Real sum = sumOf(low) + sumOf(high) + sumOf(s.camera.toWorld.off) + 1;
@@ -91,7 +92,7 @@ BuiltScene<RayScene> RayScene::build(SnapshotPtr snapshot, const RenderSettings&
   return built;
 }
 
-// The meshes of the instances that rays can be turned to, in the order of `placed_`.
+// Places the usable instances; their meshes in the order of `placed_`.
 std::vector<MeshPtr> RayScene::placeMeshes() {
   const Snapshot& s = *snapshot_;
   std::vector<MeshPtr> meshes;
@@ -181,7 +182,7 @@ void RayScene::addGlows(PlacedMesh& placed, std::uint32_t index) {
   }
 }
 
-// Not for directions that came out as no number, nor for starts beyond the room.
+// False for directions that are not finite and for origins beyond the room.
 bool RayScene::traceable(const Ray& ray) const {
   return sumOf(ray.origin) <= room_ && sumOf(ray.direction) < 4 && ray.near >= 0;
 }
@@ -212,7 +213,7 @@ float RayScene::openness(Vec3 position, Vec3 normal, float distance, Vec2 u) con
   const Vec3 direction = Frame(normal).toWorld(squareToCosineHemisphere(u));
   const auto hit =
       intersect({offsetFrom(position, normal, direction), direction, 0, distance}, anyMask, false);
-  return hit ? hit->distance / distance : 1; // far things darken less
+  return hit ? hit->distance / distance : 1; // distant surfaces darken less
 }
 
 int RayScene::glowIndex(const Hit& hit) const {

@@ -1,5 +1,5 @@
-// A snapshot made ready for rays: structures, textures, materials, lights. Immutable once built; every worker
-// reads it.
+// A snapshot prepared for ray tracing: acceleration structures, textures, materials, lights. Immutable once
+// built; read by every worker.
 #pragma once
 
 #include <memory>
@@ -23,13 +23,13 @@ struct Hit {
   std::uint32_t instance = 0, primitive = 0;
 };
 
-/// A mesh as it stands in the scene.
+/// A mesh placed in the scene.
 struct PlacedMesh {
   const Mesh* mesh;
   const Instance* source;
   Transform toWorld;
   float side;         // -1 when the map mirrors
-  int firstGlow = -1; // number of its first triangle among the glowing ones; -1: none glows
+  int firstGlow = -1; // index of its first triangle among the lights' glowing triangles; -1: does not glow
 };
 
 class RayScene final : public OcclusionQuery {
@@ -38,17 +38,17 @@ class RayScene final : public OcclusionQuery {
   static BuiltScene<RayScene> build(SnapshotPtr snapshot, const RenderSettings& settings, int workers,
                                     const Stopped& stopped);
 
-  /// The first surface along a ray among those of the mask; nothing too for rays that are not finite.
-  /// `coherent`: neighbouring rays are traced one after the other.
+  /// The first hit along a ray among the surfaces of the mask. A ray that is not finite hits nothing.
+  /// `coherent`: neighbouring rays are traced one after another.
   std::optional<Hit> intersect(const Ray& ray, unsigned mask, bool coherent) const;
   bool blocked(const Ray& ray, unsigned mask) const;
   float openness(Vec3 position, Vec3 normal, float distance, Vec2 u) const override;
 
   const PlacedMesh& placed(const Hit& hit) const { return placed_[hit.instance]; }
   const CompiledMaterial& materialOf(const PlacedMesh& placed, std::uint32_t primitive) const;
-  /// The number of a glowing triangle among the lights; -1 for others.
+  /// Index of a glowing triangle among the lights; -1 for others.
   int glowIndex(const Hit& hit) const;
-  /// Whether anything lets light through, by alpha or transmission.
+  /// True when a surface lets light through, by alpha or transmission.
   bool hasFilters() const { return filters_; }
 
   const LightSet& lights() const { return lights_; }
@@ -65,14 +65,14 @@ class RayScene final : public OcclusionQuery {
   bool traceable(const Ray& ray) const;
 
   SnapshotPtr snapshot_;
-  std::vector<MeshAccelPtr> accels_; // keeps the cache's entries
+  std::vector<MeshAccelPtr> accels_; // keep the cache's entries alive
   std::vector<PlacedMesh> placed_;
   EmbreeScene top_;
   std::vector<CompiledMaterial> materials_;
   RenderSky sky_;
   LightSet lights_;
   float size_ = 1;
-  float room_ = 1e17f; // rays start no farther from the origin, in the sum of their coordinates
+  float room_ = 1e17f; // limit of the coordinates' sum at a ray's origin
   bool filters_ = false;
 };
 

@@ -13,9 +13,10 @@
 namespace host::render {
 namespace {
 
-// Meshes up to here are built with more care: their rays get cheaper for a few milliseconds.
+// Meshes up to this size get structures of high quality: their rays are cheaper, the build takes a few
+// milliseconds more.
 constexpr std::size_t carefulTriangles = 40000;
-// From here on a mesh is worth building with all workers together.
+// From this size on all workers build a mesh together.
 constexpr std::size_t jointTriangles = 20000;
 
 std::shared_ptr<MeshAccel> prepare(const MeshPtr& mesh) {
@@ -27,7 +28,8 @@ std::shared_ptr<MeshAccel> prepare(const MeshPtr& mesh) {
   accel->bytes = sizeof(MeshAccel) + triangles * 130 + vertices * 12;
   const RTCGeometry geometry = rtcNewGeometry(embreeDevice(), RTC_GEOMETRY_TYPE_TRIANGLE);
   if (!geometry) throw std::bad_alloc();
-  // Embree reads past the last vertex of a buffer, so it gets one of its own.
+  // Embree reads past the last vertex of a shared buffer, so the vertices are copied into a buffer of its
+  // own.
   void* points = rtcSetNewGeometryBuffer(geometry, RTC_BUFFER_TYPE_VERTEX, 0, RTC_FORMAT_FLOAT3,
                                          sizeof(Float3), vertices);
   rtcSetSharedGeometryBuffer(geometry, RTC_BUFFER_TYPE_INDEX, 0, RTC_FORMAT_UINT3, mesh->triangles.data(), 0,
@@ -58,7 +60,7 @@ std::shared_ptr<const void> SceneCache::find(const Key& key) {
 
 void SceneCache::put(const Key& key, std::shared_ptr<const void> value, std::size_t bytes) {
   const std::lock_guard lock(mutex_);
-  if (entries_.count(key)) return; // another render was faster
+  if (entries_.count(key)) return; // another render put it there first
   order_.push_front(key);
   try {
     entries_.emplace(key, Entry{std::move(value), bytes, order_.begin()});
@@ -70,7 +72,7 @@ void SceneCache::put(const Key& key, std::shared_ptr<const void> value, std::siz
   trim();
 }
 
-// Lets go from the least recently used on; what a render holds would free nothing.
+// Drops entries, the least recently used first; dropping one that a render uses would free nothing.
 void SceneCache::trim() {
   auto it = order_.end();
   while (bytes_ > limit_ && it != order_.begin()) {
@@ -179,7 +181,7 @@ void SceneCache::clear() {
 
 namespace {
 
-// A program that ends leaves no driver and no structures behind.
+// Frees the driver and the structures when the program ends.
 const bool freedAtShutdown =
     (host::addShutdownStep(host::ShutdownStage::freeCaches, host::freeRenderCaches), true);
 
@@ -190,6 +192,6 @@ void host::freeRenderCaches() {
     render::freeHardwarePreview();
     render::TextureLoader::shared().forgetUnused();
     render::SceneCache::shared().clear();
-  } catch (const std::exception&) { // what there was no memory to make holds nothing
+  } catch (const std::exception&) { // a cache that could not be made holds nothing
   }
 }

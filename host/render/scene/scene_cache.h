@@ -1,6 +1,6 @@
-// What renders share: acceleration structures of meshes and decoded textures, kept by the identity of the
-// immutable data that they were built from, across renders and document clones. The least recently used are
-// let go when the memory bound is passed; what a render holds stays until the render lets it go. Any thread.
+// The cache that renders share: acceleration structures of meshes and decoded textures, kept by the identity
+// of their immutable source data across renders and document clones. Above the memory limit the least
+// recently used entries are dropped; entries in use by a render stay. Any thread.
 #pragma once
 
 #include <functional>
@@ -15,20 +15,20 @@
 
 namespace host::render {
 
-/// The rays' view of one mesh.
+/// The acceleration structure of one mesh.
 struct MeshAccel {
-  MeshPtr mesh; // keeps the identity's data alive
+  MeshPtr mesh; // keeps the source data alive
   EmbreeScene scene;
   std::size_t bytes = 0;
 };
 using MeshAccelPtr = std::shared_ptr<const MeshAccel>;
 
-/// Whether the render is to end. May be empty; asked often and from every worker.
+/// Returns true when the render is to end. May be empty; called often and by every worker.
 using Stopped = std::function<bool()>;
 
 class SceneCache {
  public:
-  /// The process's.
+  /// The process's cache.
   static SceneCache& shared();
 
   explicit SceneCache(std::size_t limitBytes = std::size_t{2} << 30) : limit_(limitBytes) {}
@@ -38,11 +38,11 @@ class SceneCache {
     std::vector<MeshAccelPtr> accels;
     std::uint32_t built = 0, reused = 0;
   };
-  /// The structures of the meshes, in order; builds missing ones with the workers. Throws std::bad_alloc.
+  /// The structures of the meshes, in order; the workers build missing ones. Throws std::bad_alloc.
   Meshes meshes(const std::vector<MeshPtr>& wanted, int workers, const Stopped& stopped);
 
   struct TextureRequest {
-    PicturePtr picture; // with bytes
+    PicturePtr picture; // has bytes
     ColorSpace space = ColorSpace::srgb;
   };
   struct Textures {
@@ -56,7 +56,7 @@ class SceneCache {
 
   void setLimit(std::size_t bytes);
   std::size_t bytes() const;
-  /// Lets everything go that no render holds.
+  /// Drops all entries that no render uses.
   void clear();
 
  private:
@@ -66,7 +66,7 @@ class SceneCache {
     std::size_t bytes;
     std::list<Key>::iterator use;
   };
-  /// A mesh of a request: found in the cache, or new and still to be built.
+  /// Meshes of a request that the cache does not have yet.
   struct PendingMeshes {
     std::vector<std::shared_ptr<MeshAccel>> small, large;
   };
@@ -84,7 +84,7 @@ class SceneCache {
 } // namespace host::render
 
 namespace host {
-/// Frees what the renderer keeps between renders. Main thread, no render running; for the program's end and
-/// when memory is short. Without it the memory goes when the process ends.
+/// Frees the renderer's caches, at the end of the program and when memory is short. Main thread, while no
+/// render is running.
 void freeRenderCaches();
 } // namespace host

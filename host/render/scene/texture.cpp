@@ -52,7 +52,7 @@ int wrapTexel(int x, int size, Wrap wrap) {
   return m < size ? m : 2 * size - 1 - m;
 }
 
-// Far coordinates would not fit an int: a repeated picture needs only the part that matters.
+// Keeps coordinates in the range of an int; a repeated picture needs only the part within two repetitions.
 float foldCoordinate(float u, Wrap wrap) {
   if (!(std::abs(u) < 1e6f)) u = std::isfinite(u) ? std::fmod(u, 2.0f) : 0.0f;
   if (wrap == Wrap::clamp) return std::clamp(u, -1.0f, 2.0f);
@@ -87,7 +87,7 @@ Texture::Texture(const DecodedPicture& picture, ColorSpace space) : space_(space
     addLevel();
 }
 
-// Each pixel is the mean of up to four below it, in linear light.
+// Each pixel is the mean of up to four pixels of the level before, in linear light.
 void Texture::addLevel() {
   const Level& from = levels_.back();
   Level to{std::max(1, from.width / 2), std::max(1, from.height / 2), {}, {}};

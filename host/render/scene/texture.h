@@ -1,4 +1,4 @@
-// Decoded pictures with their smaller levels, and filtered look-ups. Immutable once built, any thread.
+// Decoded pictures with mip levels, and filtered look-ups. Immutable once built, any thread.
 #pragma once
 
 #include <cstdint>
@@ -15,11 +15,11 @@ struct Rgba {
   float r = 1, g = 1, b = 1, a = 1;
 };
 
-/// Whether 8-bit channels red, green, blue hold sRGB codes or plain data. Float pictures are linear.
+/// Meaning of 8-bit red, green and blue: sRGB codes or plain data. Float pictures are linear.
 enum class ColorSpace : std::uint8_t { srgb, data };
 
-/// A picture as the renderer reads it: 8 bits a channel (sRGB codes stay codes, they are decoded after the
-/// read) or floats, each level half the size of the one before, down to one pixel.
+/// A picture with mip levels: 8 bits a channel (sRGB codes are decoded after the read) or floats, each level
+/// half the size of the one before, down to one pixel.
 class Texture {
  public:
   Texture(const DecodedPicture& picture, ColorSpace space);
@@ -28,13 +28,13 @@ class Texture {
   int height() const { return levels_[0].height; }
   std::size_t bytes() const;
 
-  /// Filtered at a point of the picture, `uv` in [0, 1] from its upper left corner. `footprint` is the width
-  /// of the area that is wanted, as a fraction of the picture: it chooses the levels. Bilinear within a
-  /// level, and linear between two when `blendLevels`.
+  /// Filtered value at `uv`, [0, 1] from the upper left corner. `footprint` is the width of the averaged area
+  /// as a fraction of the picture: it chooses the levels. Bilinear within a level; linear between two levels
+  /// when `blendLevels`.
   Rgba sample(Vec2 uv, float footprint, Wrap wrapU, Wrap wrapV, bool blendLevels) const;
   /// The pixel under the point.
   Rgba nearest(Vec2 uv, Wrap wrapU, Wrap wrapV) const;
-  Rgba texel(int level, int x, int y) const; // inside
+  Rgba texel(int level, int x, int y) const; // inside the level
   int levelCount() const { return static_cast<int>(levels_.size()); }
   ColorSpace space() const { return space_; }
   /// A level's texels, rows from the top: four 8-bit channels with red in the lowest byte, or four floats
@@ -63,7 +63,7 @@ class Texture {
 };
 using TexturePtr = std::shared_ptr<const Texture>;
 
-/// Moves a point through the texture transform of its use.
+/// Applies the texture transform of a use.
 Vec2 transformUv(const TextureUse& use, Vec2 uv);
 
 } // namespace host::render

@@ -1,5 +1,5 @@
-// Decodes pictures on threads of its own, so that a render that is told to stop need not wait for a large
-// picture: what was begun goes on, and the next render finds it done. Any thread.
+// Decodes pictures on threads of its own, so that a stopped render does not wait for a large picture:
+// decoding goes on, and the next render uses the result. Any thread.
 #pragma once
 
 #include <condition_variable>
@@ -26,18 +26,18 @@ class TextureLoader {
   };
   using JobPtr = std::shared_ptr<Job>;
 
-  /// The process's.
+  /// The process's loader.
   static TextureLoader& shared();
   TextureLoader() = default;
-  ~TextureLoader(); // waits for what is being decoded, drops the rest
+  ~TextureLoader(); // waits for pictures being decoded, drops queued ones
 
-  /// The job for a picture: one that is already there, or a new one, worked on by up to `threads` threads.
+  /// The job of a picture, existing or new; up to `threads` threads work on the queue.
   JobPtr start(const PicturePtr& picture, ColorSpace space, int threads);
-  /// Waits for a job, asking `stopped` every few milliseconds. False after a break.
+  /// Waits for a job; calls `stopped` every few milliseconds. False after a break.
   bool wait(const Job& job, const std::function<bool()>& stopped);
-  /// Forgets a job that is done; its texture lives in the cache from then on.
+  /// Forgets a finished job, once the cache has its texture.
   void forget(const JobPtr& job);
-  /// Forgets what is done and was never fetched, because its render was stopped.
+  /// Forgets finished jobs that no render fetched because it was stopped.
   void forgetUnused();
 
  private:
