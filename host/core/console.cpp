@@ -36,14 +36,14 @@ struct Console {
       std::fputs((line.GetUTF8() + "\n").c_str(), echo);
       std::fflush(echo);
     }
-    const auto present = listeners; // one may remove itself
+    const auto present = listeners; // a listener may remove itself
     for (const auto& [id, listener] : present)
       if (listeners.count(id)) listener(line);
   }
 };
 
 Console& console() {
-  static Console& one = *new Console; // lives as long as any thread
+  static Console& one = *new Console; // outlives every thread
   return one;
 }
 

@@ -1,5 +1,5 @@
-// BaseContainer: every write makes new storage and exchanges the handle under a short spin lock; readers copy
-// the handle under the same lock and then read in peace.
+// BaseContainer: every write makes new storage and exchanges the handle under a short spin lock. Readers copy
+// the handle under the same lock and read the storage without it.
 #include <algorithm>
 #include <thread>
 
@@ -28,7 +28,7 @@ class Guard {
 
 const GeData nothing;
 
-// New storage with the same values, for a write: instances stay where they are.
+// New storage with the same values, for a write. Keeps the instances.
 std::shared_ptr<ContainerStore> forWriting(const ContainerStorePtr& store, std::size_t more = 0) {
   auto copy = std::make_shared<ContainerStore>();
   if (!store) return copy;
@@ -39,7 +39,7 @@ std::shared_ptr<ContainerStore> forWriting(const ContainerStorePtr& store, std::
   return copy;
 }
 
-// Storage for a copy of the container: the same unless there are instances, of which it gets its own.
+// Storage for a copy of the container: shared, unless it has instances, which the copy gets copies of.
 ContainerStorePtr forCopy(const ContainerStorePtr& store) {
   if (!store || !store->hasInstances) return store;
   auto copy = std::make_shared<ContainerStore>();
@@ -86,7 +86,7 @@ ContainerStorePtr BaseContainer::Pin() const noexcept {
 
 void BaseContainer::Replace(ContainerStorePtr store) noexcept {
   const Guard guard(guard_);
-  store_.swap(store); // the old one ends after the guard, unless a reader still has it
+  store_.swap(store); // the old one is freed after the guard, or by its last reader
 }
 
 BaseContainer::BaseContainer() = default;
@@ -267,7 +267,7 @@ BaseContainer* BaseContainer::GetContainerInstance(LONG id) {
       host::Access::store(store_->entries[static_cast<std::size_t>(index)].data);
   if (!data || data->type != DA_CONTAINER) return nullptr;
   if (!data->instance) {
-    // A container of its own, shared with no copy, that may be written from now on.
+    // A container that no copy shares, to be written in place.
     auto own = std::make_shared<GeDataStore>(*data);
     own->instance = true;
     auto store = forWriting(store_);

@@ -1,4 +1,4 @@
-// Events, questions and the picture viewer: the interface over the loop and the user interface.
+// Events, questions and the picture viewer: the interface's functions over the loop and the user interface.
 #include "c4d_events.h"
 
 #include "c4d_bitmap.h"

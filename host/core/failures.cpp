@@ -18,7 +18,7 @@ struct Record {
 };
 
 Record& record() {
-  static Record& one = *new Record; // lives as long as any thread
+  static Record& one = *new Record; // outlives every thread
   return one;
 }
 

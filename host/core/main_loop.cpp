@@ -16,7 +16,7 @@ namespace {
 
 std::atomic<std::thread::id> mainThread{std::this_thread::get_id()};
 
-// Nothing that a task throws may end the loop.
+// An exception of a task must not end the loop.
 void runSafely(const std::function<void()>& task) {
   try {
     task();
@@ -38,7 +38,7 @@ bool onMainThread() noexcept {
 }
 
 MainLoop& mainLoop() noexcept {
-  static MainLoop& loop = *new MainLoop; // lives as long as any thread
+  static MainLoop& loop = *new MainLoop; // outlives every thread
   return loop;
 }
 
@@ -121,7 +121,7 @@ void MainLoop::remove(CoreListener* listener) {
   listeners_.erase(std::remove_if(listeners_.begin(), listeners_.end(), is), listeners_.end());
 }
 
-// A listener that goes away meanwhile is not called any more, a new one not yet.
+// Skips listeners that are removed or added meanwhile.
 void MainLoop::dispatch(LONG id, const BaseContainer& message) {
   const std::vector<Listener> present = listeners_;
   for (const Listener& one : present)
@@ -232,7 +232,7 @@ bool MainLoop::waitAndRun(std::optional<Milliseconds> deadline) {
     if (deadline) until = std::min(until.value_or(*deadline), *deadline);
     std::unique_lock lock(mutex_);
     if (waits()) continue;
-    // A clock that a test moves does not run while we sleep, so look again soon.
+    // A test's clock does not run during the wait, so look again soon.
     constexpr Milliseconds slice = 2, long_time = 1000 * 60 * 60;
     const Milliseconds most = clock().runs() ? long_time : slice;
     const Milliseconds sleep = until ? std::clamp<Milliseconds>(*until - now, 0, most) : most;
@@ -251,7 +251,7 @@ void MainLoop::endModal() {
     const std::lock_guard lock(mutex_);
     if (!modals_.empty()) modals_.pop_back();
   }
-  wake(); // what waited may go on
+  wake(); // waiting work may go on
 }
 
 bool MainLoop::inModal() const {
@@ -277,7 +277,7 @@ bool MainLoop::call(const Task& task, CallKind kind) {
   return call.state == Call::State::done;
 }
 
-// Takes the calls out of the queue that `refuse` names. With the lock held.
+// Removes the calls that `refuse` accepts from the queue. With the lock held.
 template <class Refuse>
 void MainLoop::refuseCalls(const Refuse& refuse) {
   bool any = false;

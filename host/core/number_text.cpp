@@ -11,9 +11,9 @@ namespace host {
 
 namespace {
 
-// Whether `value` lies exactly between two texts of `decimals` digits: then value * 2^(decimals + 1) is an
-// odd integer, for a tie is an odd multiple of 1 / (2 * 10^decimals) and a double is a multiple of a power of
-// two.
+// Whether `value` lies exactly between two texts of `decimals` digits. A tie is an odd multiple of
+// 1 / (2 * 10^decimals) and a double is a multiple of a power of two, so value * 2^(decimals + 1) is then an
+// odd integer.
 bool isTie(double value, int decimals) {
   const double scaled = std::ldexp(value, decimals + 1);
   return std::abs(scaled) < 9007199254740992.0 && scaled == std::trunc(scaled) && std::fmod(scaled, 2.0) != 0;
@@ -76,7 +76,7 @@ std::size_t numberLength(std::string_view text) {
   return at;
 }
 
-// A number out of range: an infinity, or zero when it was too small.
+// The value of a number out of range: an infinity, or zero when it is too small.
 double outOfRange(std::string_view number) {
   const bool negative = number[0] == '-';
   const std::size_t power = number.find_first_of("eE");
@@ -94,7 +94,7 @@ std::string fixedText(double value, int decimals) {
 }
 
 std::string scientificText(double value, int decimals) {
-  // 770 digits hold every double exactly, so the cut digits decide.
+  // 770 digits hold every double exactly, so the digits that are cut off decide.
   constexpr int exact = 770;
   if (decimals >= exact) return dropZeroSign(convert(value, std::chars_format::scientific, decimals));
   const std::string text = convert(std::abs(value), std::chars_format::scientific, exact);

@@ -1,4 +1,4 @@
-// Linux.
+// The services of the operating system on Linux.
 #include "platform.h"
 
 #include <dlfcn.h>
@@ -35,8 +35,8 @@ const char* path(const Filename& file) {
   return file.GetString().GetUTF8().c_str();
 }
 
-// Whether the file holds all that its headers promise. The dynamic loader maps what is missing and the
-// program dies when it is read. What is no module at all the loader refuses itself.
+// Whether the file is shorter than its headers say. The dynamic loader would map the missing part, and the
+// program would die when it reads there. The loader refuses other invalid files itself.
 bool isCutShort(const Filename& file) {
   const std::unique_ptr<std::FILE, int (*)(std::FILE*)> stream(std::fopen(path(file), "rb"), &std::fclose);
   if (!stream || std::fseek(stream.get(), 0, SEEK_END) != 0) return false;
@@ -46,7 +46,7 @@ bool isCutShort(const Filename& file) {
   if (size < 0 || std::fread(&header, sizeof header, 1, stream.get()) != 1) return false;
   if (std::memcmp(header.e_ident, ELFMAG, SELFMAG) != 0) return false;
   const std::uint64_t end = static_cast<std::uint64_t>(size), sections = header.e_shoff;
-  // Linkers put the table of sections last.
+  // Linkers put the section table last.
   return sections > end || end - sections < std::uint64_t{header.e_shnum} * header.e_shentsize;
 }
 } // namespace
@@ -67,7 +67,7 @@ Filename libraryPath() {
 }
 
 Filename userDataFolder() {
-  // The base directory rules of freedesktop.org: a relative path counts as unset.
+  // The XDG Base Directory rules: a relative path counts as unset.
   if (const char* data = std::getenv("XDG_DATA_HOME"); data && data[0] == '/') return Filename(data);
   if (const char* home = std::getenv("HOME"); home && home[0] == '/') return Filename(home) + ".local/share";
   return {};
@@ -97,8 +97,8 @@ std::string temporaryPlace() {
   return place && place[0] == '/' ? place : "/tmp";
 }
 
-// A handle that holds the lock of a folder; -1 when another process holds it, or when the path does not lead
-// to a folder that belongs to this user alone, or leads there through a link.
+// Locks a folder; gives the handle that holds the lock. -1 when another process holds it, when the path is a
+// link, or when the folder does not belong to this user alone.
 int lockPrivateFolder(const char* name) {
   const int handle = open(name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
   if (handle < 0) return -1;
@@ -111,7 +111,7 @@ int lockPrivateFolder(const char* name) {
 
 } // namespace
 
-// Between the folder's creation and its lock another program may take it for an abandoned one.
+// Another program may remove the folder as abandoned before it is locked.
 bool PrivateFolder::make() {
   std::string name = temporaryPlace() + "/" + std::string(privatePrefix) + "XXXXXX";
   if (!mkdtemp(name.data())) return false; // mode 0700
@@ -164,7 +164,7 @@ std::string configuredVideos(const std::string& home, const std::string& table) 
     if (!line.starts_with(key) || end < key.size()) continue;
     std::string value = line.substr(key.size(), end - key.size());
     if (value.starts_with("$HOME/")) value.replace(0, 5, home);
-    if (value.starts_with('/') && value != home + "/") return value; // the home itself means none
+    if (value.starts_with('/') && value != home + "/") return value; // the home itself: no such folder
   }
   return {};
 }
@@ -221,7 +221,7 @@ void setThreadName(const char* name) noexcept {
 }
 
 bool flushToDisk(std::FILE* file) noexcept {
-  // Some file systems cannot; then writing is all there is.
+  // File systems that cannot flush report these errors.
   return fsync(fileno(file)) == 0 || errno == EINVAL || errno == ENOTSUP;
 }
 
@@ -287,7 +287,7 @@ bool isTerminal(std::FILE* stream) noexcept {
 std::uint64_t peakMemory() noexcept {
   rusage usage{};
   if (getrusage(RUSAGE_SELF, &usage) != 0 || usage.ru_maxrss < 0) return 0;
-  return static_cast<std::uint64_t>(usage.ru_maxrss) * 1024; // told in kibibytes
+  return static_cast<std::uint64_t>(usage.ru_maxrss) * 1024; // given in kibibytes
 }
 
 std::uint64_t physicalMemory() noexcept {

@@ -19,7 +19,7 @@ struct Bar {
 };
 
 Bar& bar() {
-  static Bar& one = *new Bar; // lives as long as any thread
+  static Bar& one = *new Bar; // outlives every thread
   return one;
 }
 

@@ -1,4 +1,4 @@
-// String, and the texts of numbers.
+// String, and numbers as text.
 #include <algorithm>
 #include <charconv>
 #include <cmath>
@@ -34,7 +34,7 @@ LONG toLong(std::size_t count) {
   return static_cast<LONG>(std::min<std::size_t>(count, std::numeric_limits<LONG>::max()));
 }
 
-// The bytes of the characters from `start` on, `count` of them, cut to what is there.
+// The bytes of `count` characters from `start` on, cut to the text.
 struct ByteRange {
   std::size_t first, size;
 };
@@ -46,7 +46,7 @@ ByteRange byteRange(const std::string& text, LONG start, LONG count) {
   return {first, utf8::offset(rest, static_cast<std::size_t>(to - from))};
 }
 
-// Whether `what` stands at character `index`, and ends where a character ends.
+// Whether `what` is at character `index` and ends at the end of a character.
 bool standsAt(const std::string& text, const std::vector<std::size_t>& offsets, std::size_t index,
               const std::string& what) {
   const std::size_t first = offsets[index];

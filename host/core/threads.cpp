@@ -1,4 +1,4 @@
-// C4DThread, BaseThread and which thread is the main one.
+// C4DThread and BaseThread; the main thread.
 #include <atomic>
 #include <system_error>
 #include <thread>

@@ -12,7 +12,7 @@ bool follows(unsigned byte) noexcept {
   return (byte & 0xc0) == 0x80;
 }
 
-// The size of a well-formed sequence (Unicode standard, table 3-7), 0 for none.
+// The size of a well-formed sequence (Unicode standard, table 3-7); 0 for other bytes.
 std::size_t sequence(std::string_view text, std::size_t position) noexcept {
   const unsigned a = byteAt(text, position), b = byteAt(text, position + 1);
   if (a < 0x80) return 1;

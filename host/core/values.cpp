@@ -9,7 +9,7 @@
 using host::GeDataStore;
 
 LONG BaseTime::GetFrame(Real fps) const noexcept {
-  // A frame's own time may lie a rounding error below it: 7 / 30 * 30 is less than 7.
+  // The time of a frame may be a rounding error short of it: 7 / 30 * 30 is less than 7.
   const Real exact = numerator_ * fps / (denominator_ == 0 ? 1 : denominator_);
   if (denominator_ == 0 || !std::isfinite(exact)) return 0;
   const Real nearest = std::round(exact);
@@ -53,7 +53,7 @@ host::GeDataStorePtr makeStore(LONG type, T value) {
   return store;
 }
 
-// Cut to the range of the type; not a number is 0.
+// Clamps to the range of the type; not a number becomes 0.
 template <class Int>
 Int toInteger(Real value) {
   if (std::isnan(value)) return 0;

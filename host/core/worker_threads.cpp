@@ -90,7 +90,7 @@ class Pool {
   std::condition_variable work_;
   std::deque<Part> queue_;
   std::vector<std::thread> threads_;
-  int free_ = 0; // threads without a part, waiting or on their way to it
+  int free_ = 0; // threads without work, waiting or about to wait
   bool ending_ = false;
 };
 

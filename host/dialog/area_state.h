@@ -1,4 +1,4 @@
-// The host's state of a user area, from its layout to its painted surface. Main thread.
+// What the host knows of a user area, and its course from a layout to a painted surface. Main thread.
 #pragma once
 
 #include <memory>
@@ -14,12 +14,12 @@ namespace host {
 
 struct AreaState {
   explicit AreaState(GeUserArea& owner);
-  ~AreaState(); // detaches it from its gadget
+  ~AreaState(); // leaves its gadget
   AreaState(const AreaState&) = delete;
   AreaState& operator=(const AreaState&) = delete;
 
-  /// idle: not laid out since the dialog was opened; failed: `Init` returned false; started: `Init` has run;
-  /// shown: the area has a size and `InitValues` has run.
+  /// idle: not laid out since the dialog was opened; failed: `Init` refused; started: `Init` has run;
+  /// shown: it has a size and `InitValues` has run.
   enum class Stage { idle, failed, started, shown };
 
   GeUserArea& area;
@@ -42,40 +42,40 @@ struct AreaState {
   TimerId timer = 0;
 
   TimerId sizedTimer = 0;
-  LONG toldWidth = 0, toldHeight = 0; // the size of the last BFM_SIZED, at first that of the opening
+  LONG toldWidth = 0, toldHeight = 0; // the size that BFM_SIZED told last, or that of the opening
 
   // The size of the bitmap that a viewer renders into: it follows the area's size when both sides differ.
   LONG renderedWidth = 0, renderedHeight = 0;
   unsigned long long rendersSeen = 0;
-  bool rendered = false; // false: the size is that of the opening
+  bool rendered = false; // else the size is that of the opening
   Lifetime<AreaState> lifetime{*this};
 };
 
-/// Minimum interval between two repaints of an area, in milliseconds.
+/// An area is repainted at most once in this many milliseconds.
 inline constexpr Milliseconds frameTime = 16;
-/// BFM_SIZED is sent when the size has not changed for this many milliseconds.
+/// BFM_SIZED comes when a size has stood this long.
 inline constexpr Milliseconds sizedDelay = 150;
 
-/// Whether the dialog is open and `Init` has succeeded.
+/// Whether its dialog is open and `Init` has run well.
 bool isLive(const AreaState& state) noexcept;
-/// Calls `Init`, once per opening of the dialog.
+/// `Init`, once an opening.
 void startArea(AreaState& state);
-/// Stops timers and pending redraws, as the window closes.
+/// The window closes: timers and waiting redraws go.
 void stopArea(AreaState& state);
-/// Detaches the area from its gadget.
+/// Takes it out of its gadget.
 void detachArea(AreaState& state);
-/// Attaches the area to a gadget of kind userArea; an area that was attached there is detached.
+/// Puts it into a gadget of kind userArea; whatever was there before leaves.
 void attachArea(AreaState& state, GeDialog& dialog, Gadget& gadget);
 
-/// Calls `GetMinSize`; does nothing during such a call.
+/// Asks `GetMinSize`. Within `GetMinSize` it does nothing.
 void askMinSize(AreaState& state);
-/// Calls `GetMinSize` again and lays the window out: the view does so, or, without a view, the area soon gets
-/// its minimum size.
+/// Asks for the size anew and has the window laid out: by the view, or, without one, the area gets its
+/// minimum size soon.
 void relayoutArea(AreaState& state);
-/// Schedules a repaint.
+/// Has it painted soon.
 void requestPaint(AreaState& state);
 void paintNow(AreaState& state);
-/// Sets the timer; 0 stops it. It runs while the area is live.
+/// Sets or stops the timer; 0 stops. It runs while the area is live.
 void setAreaTimer(AreaState& state, LONG milliseconds);
 
 } // namespace host

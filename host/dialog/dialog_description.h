@@ -1,4 +1,5 @@
-// Dialogs as described by a plug-in's resource files; docs/plugins.md has their grammar. Any thread.
+// Dialogs as a plug-in's resource files describe them. The files' grammar is told in docs/plugins.md. Any
+// thread.
 #pragma once
 
 #include <map>
@@ -13,7 +14,7 @@ namespace host {
 
 struct GadgetDescription {
   GadgetKind kind = GadgetKind::group;
-  LONG buttons = 0; // DLG_OK, DLG_CANCEL: the group of these buttons
+  LONG buttons = 0; // DLG_OK, DLG_CANCEL: a group of these
   LONG id = 0, flags = 0, width = 0, height = 0;
   String text, tooltip;
   bool disabled = false, hidden = false;
@@ -30,27 +31,27 @@ struct DialogDescription {
   GadgetDescription root; // its text is the window's title
 };
 
-/// The contents of a resource folder.
+/// What a resource folder holds.
 struct DialogResources {
   std::map<std::string, LONG> symbols;
   std::map<std::string, std::map<LONG, String>> texts; // by dialog, then by number
   std::map<LONG, DialogDescription> dialogs;
 
-  /// Null for an unknown dialog.
+  /// Null when there is none.
   const DialogDescription* find(LONG id) const;
 };
 
-// Each adds the contents of a file. A ResourceError can leave a part of them added; `file` is for its
-// message. Order: symbols, texts, descriptions.
+// Each adds what a file says, or throws ResourceError, with some of it added. `file` is for the message.
+// First the symbols, then the texts, then the descriptions.
 
 void readSymbols(std::string_view text, const std::string& file, DialogResources& resources);
 void readTexts(std::string_view text, const std::string& file, DialogResources& resources);
 void readDescriptions(std::string_view text, const std::string& file, DialogResources& resources);
 
-/// A number, or a symbol for one.
+/// A number, or a symbol that stands for one.
 LONG takeValue(ResourceScanner& scanner, const DialogResources& resources);
 
-/// Maximum size of a file.
+/// Largest file that is read.
 inline constexpr std::size_t largestResourceFile = 4 << 20;
 
 } // namespace host

@@ -1,21 +1,21 @@
-// Positions of a dialog's gadgets without a view.
+// Where the gadgets of a dialog lie when no view shows it.
 #pragma once
 
 #include "dialog_state.h"
 
 namespace host {
 
-/// The minimum size of a gadget, with 7 pixels per character and controls 24 pixels high. For a scroll group
-/// it is the initial size.
+/// The size that a gadget needs, with texts at 7 pixels a character and controls 24 high. A scroll group
+/// needs its initial size.
 Place gadgetMinimum(const Gadget& gadget);
-/// The size of a scroll group's contents.
+/// The size of what a scroll group holds.
 Place scrollContent(const Gadget& gadget);
-/// Relative to the window's content; false when the gadget or a group around it is hidden.
+/// In the window's content; false when the gadget or one around it is hidden.
 bool computePlace(const DialogState& state, const Gadget& gadget, Place& place);
 
-/// The gadget's place: from the view, without one computed.
+/// The gadget's place from the view, else computed.
 bool gadgetPlace(const DialogState& state, const Gadget& gadget, Place& place);
-/// The screen position of the window's content.
+/// Where the window's content begins on the screen.
 bool windowOrigin(const DialogState& state, LONG& x, LONG& y);
 
 } // namespace host

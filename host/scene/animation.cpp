@@ -21,7 +21,7 @@ Vector normalised(const Vector& v, const Vector& otherwise) {
   return length > 0 && std::isfinite(length) ? v * (1 / length) : otherwise;
 }
 
-// The rotation whose columns are these unit axes (Shepperd's method: divide by the largest component).
+// The rotation with these unit axes as columns (Shepperd's method: divide by the largest component).
 Quaternion rotationOf(const Vector& x, const Vector& y, const Vector& z) {
   const Real trace = x.x + y.y + z.z;
   Quaternion q;
@@ -37,7 +37,7 @@ Quaternion rotationOf(const Vector& x, const Vector& y, const Vector& z) {
   return normalised(q);
 }
 
-// Along the arc between two unit quaternions, the short way.
+// Interpolates along the shorter arc between two unit quaternions.
 void slerp(const float* a, const float* b, double t, double* out) {
   double dot = 0;
   for (int i = 0; i < 4; ++i)

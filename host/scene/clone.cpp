@@ -9,13 +9,13 @@ namespace {
 struct DestroyNode {
   void operator()(NodeState* node) const noexcept { destroyNode(node); }
 };
-/// A copy in the making: it goes again when memory runs out.
+// An unfinished copy, freed when memory runs out.
 using OwnedNode = std::unique_ptr<NodeState, DestroyNode>;
 
 struct Copier {
   COPYFLAGS flags = COPYFLAGS_0;
   bool keepIdentities = false;
-  std::unordered_map<Identity, Identity> renamed; // old to new, when identities are not kept
+  std::unordered_map<Identity, Identity> renamed; // old to new; empty when identities are kept
 
   NodeState* copy(const NodeState& from, bool withChildren);
   void copyList(const NodeList& from, NodeList& to);
@@ -111,7 +111,7 @@ void Copier::copyDocument(const DocumentState& from, DocumentState& to) {
   if (!noAnimation(flags)) to.animationNames = from.animationNames;
 }
 
-// Puts new identities in the place of old ones.
+// Replaces old identities by new ones.
 class Renamer {
  public:
   explicit Renamer(const std::unordered_map<Identity, Identity>& renamed) : renamed_(renamed) {}

@@ -33,7 +33,7 @@ void applyTrack(const Track& track, double seconds, Pose& pose, ObjectState& obj
 void applyTracks(ObjectState& object, double seconds) {
   Pose pose = object.pose ? *object.pose : poseOf(object.local);
   bool moved = false;
-  unsigned done = 0; // a property follows its first track
+  unsigned done = 0; // bits of properties; each follows its first track
   for (const Track& track : *object.tracks) {
     const unsigned property = 1U << static_cast<unsigned>(track.path);
     if (done & property) continue;
@@ -50,7 +50,7 @@ Real lengthOf(const Vector& v) {
   return std::sqrt(Dot(v, v));
 }
 
-// The axes' lengths stay; -Z points at the target, y up as far as it can.
+// Keeps the axes' lengths. -Z points at the target, y upwards.
 void lookAt(ObjectState& object, const Vector& target) {
   Matrix world = worldOf(object);
   const Vector back = world.off - target;

@@ -1,4 +1,4 @@
-// Nodes: what all kinds have in common, tags, shaders and materials.
+// Nodes of all kinds; tags, shaders and materials.
 #include <new>
 
 #include "clone.h"
@@ -82,7 +82,7 @@ Bool BaseList2D::GetParameter(LONG id, GeData& value) const {
 }
 
 Bool BaseList2D::SetParameter(LONG id, const GeData& value) {
-  // Other programs' tags, shaders and video posts have parameters that the host does not know.
+  // The parameters of other programs' tags, shaders and video posts are unknown here.
   const bool open = state_->kind == NodeKind::tag || state_->kind == NodeKind::shader ||
                     state_->kind == NodeKind::videoPost;
   const bool known = open || state_->data.FindIndex(id) != NOTOK ||
@@ -114,14 +114,14 @@ host::NodeList* shaderList(NodeState& owner) {
   return owner.kind == NodeKind::shader ? &owner.children : nullptr;
 }
 
-// Whether `node` is `other` or above it.
+// Whether `node` is `other` or an ancestor of it.
 bool holds(const NodeState& node, const NodeState& other) {
   for (const NodeState* up = &other; up; up = up->list ? up->list->owner() : nullptr)
     if (up == &node) return true;
   return false;
 }
 
-// Frees a node that is in a document or alone, and takes the caller's pointer.
+// Frees a node, in a document or not, and clears the caller's pointer.
 template <class Node>
 void freeNode(Node*& node) {
   if (!node) return;

@@ -8,7 +8,7 @@ namespace host {
 
 namespace {
 
-// A node and all below it now belong to `document` (null: to none).
+// Moves a node and all below it to `document`; null: out of every document.
 void setDocument(NodeState& node, DocumentState* document) {
   node.document = document;
   forEachOwned(node, [document](NodeState& owned) { owned.document = document; });
@@ -85,7 +85,7 @@ NodeList::~NodeList() {
   while (first_) {
     NodeState* node = first_;
     first_ = node->next;
-    node->list = nullptr; // nothing to unlink: the whole list goes
+    node->list = nullptr; // the whole list is freed, so no unlinking
     destroyNode(node);
   }
 }
@@ -179,7 +179,7 @@ bool isKnownType(NodeKind kind, LONG type) noexcept {
   case NodeKind::tag:
   case NodeKind::shader:
   case NodeKind::videoPost:
-    return type > 0; // those of others are kept
+    return type > 0; // types of other programs are kept
   case NodeKind::document:
   case NodeKind::renderData:
   case NodeKind::view:

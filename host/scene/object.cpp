@@ -15,7 +15,7 @@ bool holds(const NodeState& node, const NodeState* other) {
   return false;
 }
 
-// Moves an object into a list, unless that would put it below itself.
+// Moves an object into a list, except below itself.
 void place(BaseObject* object, host::NodeList* list, NodeState* pred) {
   ObjectState* state = stateOf(object);
   if (!state || !list || pred == state || holds(*state, list->owner())) return;
@@ -24,8 +24,7 @@ void place(BaseObject* object, host::NodeList* list, NodeState* pred) {
   list->insertAfter(*state, pred);
 }
 
-// The list beside `sibling`; an object that is in no list, as a view's own camera, stands for the front of
-// its document's.
+// The list of `sibling`; for an object in no list, such as a view's own camera, its document's.
 host::NodeList* listBeside(const BaseObject* sibling) {
   ObjectState* state = stateOf(sibling);
   if (!state) return nullptr;

@@ -12,7 +12,7 @@ using Key = std::uint64_t;
 using Table = std::unordered_map<Key, GeData>;
 
 constexpr Key keyOf(NodeKind kind, LONG type, LONG id) noexcept {
-  // Types are below 2^30 and so are IDs.
+  // Types and IDs are below 2^30.
   return (static_cast<Key>(kind) << 60) ^ (static_cast<Key>(static_cast<ULONG>(type)) << 30) ^
          static_cast<ULONG>(id);
 }
@@ -37,7 +37,7 @@ class Filler {
 };
 
 constexpr Vector white{1, 1, 1};
-// A clear day, dim enough that a white thing under it is not overexposed.
+// A clear day, dim enough not to overexpose a white object.
 constexpr Vector zenithBlue{0.16, 0.33, 0.68}, horizonHaze{0.66, 0.74, 0.82}, groundBrown{0.16, 0.14, 0.12};
 
 void fillObjects(Table& table) {

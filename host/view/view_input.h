@@ -5,7 +5,7 @@ namespace host {
 
 enum class MouseButton { none, left, middle, right };
 
-/// Keys held down.
+/// What is held on the keyboard.
 struct ViewKeys {
   bool alt = false, ctrl = false, shift = false;
   int digit = 0; // 1, 2 or 3 while that key is held: orbit, pan, dolly with the left button
@@ -13,12 +13,12 @@ struct ViewKeys {
 
 struct ViewMouse {
   double x = 0, y = 0;
-  MouseButton button = MouseButton::none; // pressed or released; in a move: held
+  MouseButton button = MouseButton::none; // the one that went down or up; while moving: the one that is held
   ViewKeys keys;
   bool doubleClick = false;
 };
 
-/// An event of a scene hook's drag.
+/// What happens while a scene hook follows the mouse.
 struct DragEvent {
   enum class Kind { none, move, release, escape };
   Kind kind = Kind::none; // none: time passed

@@ -20,7 +20,7 @@ std::string reasonOf(int code) {
   return std::system_category().message(code);
 }
 
-// The file itself, behind a link; a link to nothing leads to where it points.
+// The file that a chain of links leads to, whether it exists or not.
 fs::path behindLink(const fs::path& path) {
   std::error_code ignored;
   fs::path file = path;
@@ -31,7 +31,7 @@ fs::path behindLink(const fs::path& path) {
   return file;
 }
 
-// The target's name as its temporary file bears it, short enough for any file system.
+// The target's name in the name of its temporary file, short enough for any file system.
 std::string shortName(const fs::path& target) {
   std::string stem = target.stem().string();
   if (stem.size() > 100) stem.resize(utf8::offset(stem, 25));
@@ -47,7 +47,7 @@ fs::path temporaryFor(const fs::path& target) {
                                  "-" + std::to_string(++number) + ".tmp");
 }
 
-// A name that temporaryFor made.
+// The parts of a name from `temporaryFor`.
 struct Unfinished {
   std::string target; // its short name
   long writer = 0;    // the process

@@ -1,4 +1,4 @@
-// Files that are replaced whole: written beside their target, flushed, renamed. Whoever reads the target sees
+// Files that are replaced whole: written beside their target, flushed, renamed. A reader of the target sees
 // the old file or the new one. Any thread; one object is used by one thread at a time.
 #pragma once
 
@@ -13,8 +13,8 @@
 
 namespace host {
 
-/// A file on its way. Without `commit` nothing of it stays. A target that is a link is replaced behind the
-/// link; a device or pipe is written directly.
+/// A file being written; without `commit` it is removed. If the target is a link, the file that it leads to
+/// is replaced. A device or pipe is written directly.
 class AtomicFile {
  public:
   explicit AtomicFile(const Filename& target);
@@ -22,22 +22,22 @@ class AtomicFile {
   AtomicFile(const AtomicFile&) = delete;
   AtomicFile& operator=(const AtomicFile&) = delete;
 
-  /// Makes the file beside the target. The folder must be there.
+  /// Makes the file beside the target, in a folder that exists.
   bool open();
-  /// After the first failure all else fails too; the first reason stays.
+  /// After the first failure all further calls fail; the first reason stays.
   bool write(const void* bytes, std::size_t count);
   bool write(std::string_view text) { return write(text.data(), text.size()); }
-  /// From the start. Not for devices and pipes.
+  /// Counts from the start. Not for devices and pipes.
   bool seek(long long position);
 
-  /// Where it is written, a hidden file of the suffix "tmp". For a library that opens files itself: `open`,
+  /// The file being written, hidden, with the suffix "tmp". For a library that opens files itself: `open`,
   /// `closeForOthers`, let it write here, `commit`.
   const Filename& temporary() const noexcept { return temporary_; }
   bool closeForOthers();
 
-  /// Brings it to the disk and puts it in the target's place.
+  /// Flushes the file to the disk and replaces the target by it.
   bool commit();
-  /// What went wrong, as a clause to follow the file's name: "No space left on device".
+  /// The reason of the failure, as a clause: "No space left on device".
   const std::string& error() const noexcept { return error_; }
 
  private:
@@ -50,13 +50,13 @@ class AtomicFile {
   std::string error_;
 };
 
-/// Replaces a file by these bytes. On failure the old file stays and `error` (when given) says why.
+/// Replaces a file's content. On failure the old file stays and `error` (may be null) gets the reason.
 bool replaceFile(const Filename& target, std::span<const std::byte> bytes, std::string* error = nullptr);
 bool replaceFile(const Filename& target, std::string_view text, std::string* error = nullptr);
 
-/// Removes the leftovers of writers that have ended: files in this folder that were not committed. With
-/// `wanted` only those whose target it accepts; it gets the target's name as the leftover tells it, where a
-/// stem of more than 100 bytes is cut and a suffix of more than 30 is missing.
+/// Removes uncommitted files of writers that have ended from this folder; with `wanted`, only those whose
+/// target it accepts. The target's name is known from the uncommitted file, where a stem of more than 100
+/// bytes is cut and a suffix of more than 30 is missing.
 void removeLeftovers(const Filename& folder,
                      const std::function<bool(const std::string& target)>& wanted = nullptr);
 

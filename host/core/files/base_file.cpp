@@ -21,7 +21,7 @@ struct BaseFile::Data {
     if (error == FILEERROR_NONE) error = what;
     return false;
   }
-  // A stream that is read after a write, or the other way round, wants a seek between.
+  // A stream needs a seek between a write and a read.
   bool turn(Last next) {
     if (last != Last::none && last != next && std::fseek(file, 0, SEEK_CUR) != 0) return fail(FILEERROR_SEEK);
     last = next;
@@ -53,7 +53,7 @@ void tellOpenFailed(const Filename& name, FILEOPEN mode, int code) {
                 ". Check the folder and your rights to it.");
 }
 
-// Whole numbers with the lowest byte first.
+// Integers, lowest byte first.
 template <std::size_t count, class Word>
 std::array<unsigned char, count> toBytes(Word word) {
   std::array<unsigned char, count> bytes;

@@ -37,8 +37,8 @@ Entry describe(const Found& found, const std::string& folder, const std::string&
   return entry;
 }
 
-// A directory's entries by the bytes of their names, each directory followed by its own. Links to directories
-// are listed, not entered: they may lead in a circle.
+// A directory's entries, sorted by the bytes of their names, each directory followed by its own entries.
+// Links to directories are listed but not entered: they may form a circle.
 void list(const fs::path& directory, const std::string& prefix, bool recursive, std::vector<Entry>& entries) {
   std::error_code error;
   std::vector<Found> all;

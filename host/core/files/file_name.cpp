@@ -13,7 +13,7 @@ bool isSchemeCharacter(char c) {
          c == '.';
 }
 
-// Where the pieces begin: after "scheme://host" in a web address, else 0.
+// The start of the pieces: after "scheme://host" in a web address, else 0.
 std::size_t piecesStart(std::string_view path) {
   std::size_t scheme = 0;
   while (scheme < path.size() && isSchemeCharacter(path[scheme]))
@@ -31,7 +31,7 @@ bool isAbsolute(std::string_view path) {
   return (!path.empty() && path[0] == '/') || isWebAddress(path);
 }
 
-// One separator between pieces, none at the end.
+// Leaves one separator between pieces and removes it at the end.
 std::string normalised(std::string_view path) {
   if (isWebAddress(path)) return std::string(path);
   std::string result;
@@ -42,14 +42,14 @@ std::string normalised(std::string_view path) {
   return result;
 }
 
-// Where the last piece begins.
+// The start of the last piece.
 std::size_t fileStart(std::string_view path) {
   const std::size_t first = piecesStart(path), slash = path.rfind('/');
   if (slash == std::string_view::npos || slash < first) return first;
   return slash + 1;
 }
 
-// Where the suffix's point is; the size of the path when there is none.
+// The position of the suffix's point; the size of the path without a suffix.
 std::size_t suffixPoint(std::string_view path) {
   const std::size_t file = fileStart(path), point = path.rfind('.');
   if (point == std::string_view::npos || point <= file) return path.size();

@@ -1,4 +1,4 @@
-// Files and folders: existence, making, moving, copying, opening with other programs, and the program's
+// Files and folders: existence, creation, moves, copies, opening with other programs, and the program's
 // paths.
 #include <fstream>
 #include <system_error>
@@ -62,7 +62,7 @@ Bool GeFCopyFile(const Filename& source, const Filename& target, Bool overwrite)
 
 namespace {
 
-// Across file systems: whole beside the target first, then into its place.
+// Across file systems: copies the whole file beside the target first, then renames it.
 bool moveByCopy(const Filename& source, const Filename& target) {
   std::error_code error;
   if (GeFExist(source)) return GeFCopyFile(source, target, TRUE) && GeFKill(source);

@@ -18,7 +18,7 @@ Filename absolute(const Filename& file) {
   return error ? file : toFilename(path);
 }
 
-// Empty when the user has none.
+// Empty when the user has no data folder.
 Filename choose(const Filename& wanted) {
   if (wanted.Content()) return absolute(wanted);
   if (const char* home = std::getenv("LUMENARA_HOME"); home && *home) return absolute(home);
@@ -38,7 +38,7 @@ Home::Home(const Filename& wanted) : folder_(choose(wanted)) {
     useTemporary("There is no home folder (HOME is not set). Set HOME or LUMENARA_HOME to keep settings.");
     return;
   }
-  platform::makeOwnFolder(folder_); // without it the preferences tell that they cannot be saved
+  platform::makeOwnFolder(folder_); // on failure the preferences report that they cannot be saved
   const Owner owner = platform::ownerOf(folder_);
   if (owner == Owner::anyone)
     useTemporary("The home " + quoted(folder_) +
@@ -53,7 +53,7 @@ Home::Home(const Filename& wanted) : folder_(choose(wanted)) {
 void Home::useTemporary(const String& why) {
   kept_ = false;
   const Filename& made = temporary_.emplace().folder();
-  folder_ = made.Content() ? made : Filename("/dev/null/lumenara"); // where nobody can make one
+  folder_ = made.Content() ? made : Filename("/dev/null/lumenara"); // where no folder can be made
   printLine(why + " Until then settings last for this run and only the installed plug-ins are loaded.");
 }
 

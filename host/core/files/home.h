@@ -1,5 +1,5 @@
-// The program's home: the folder of its settings and of the user's plug-ins, whose code it runs. So nobody
-// else may be able to write there. Main thread.
+// The program's home: the folder of its settings and of the user's plug-ins. No other user may be able to
+// write there, because the program runs the plug-ins' code. Main thread.
 #pragma once
 
 #include <optional>
@@ -13,18 +13,18 @@ namespace host {
 class Home {
  public:
   /// Takes the wanted folder, else LUMENARA_HOME, else the user's data folder, and makes it. Without one, or
-  /// when others can write to it, a fresh temporary folder for this user alone serves instead, until the
-  /// object goes; a line on the console says why. Temporary homes of programs that were killed are removed.
+  /// when others can write to it, a fresh temporary folder of this user serves instead while the object
+  /// lives; a line on the console says why. Temporary homes of killed programs are removed.
   explicit Home(const Filename& wanted);
   Home(const Home&) = delete;
   Home& operator=(const Home&) = delete;
 
   const Filename& folder() const noexcept { return folder_; }
-  /// False for the temporary folder: nothing in it outlives the program, and it holds no plug-ins.
+  /// False for the temporary folder: it does not outlive the program, and no plug-ins are loaded from it.
   bool isKept() const noexcept { return kept_; }
 
-  /// Why a plug-in's module in this home must not run, as a clause; empty when it may. Looks at the module
-  /// and at the folders above it, up to the home.
+  /// The reason why a plug-in's module in this home must not run, as a clause; empty when it may. Checks the
+  /// module and the folders above it, up to the home.
   std::string whyUnsafe(const Filename& module) const;
 
  private:

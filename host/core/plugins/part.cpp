@@ -52,7 +52,7 @@ void* Part::load() const {
     reason = "it belongs to another version";
     platform::unloadModule(module);
   }
-  if (reason.starts_with(file + ": ")) reason.erase(0, file.size() + 2); // it is named already
+  if (reason.starts_with(file + ": ")) reason.erase(0, file.size() + 2); // the error names it already
   throw PartError("the program's library \"" + file + "\" cannot be loaded (" + reason + ")");
 }
 

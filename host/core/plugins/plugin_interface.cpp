@@ -1,4 +1,4 @@
-// The plug-in's side of registration and of kept data.
+// The interface's functions for registration and stored data.
 #include "c4d_plugin.h"
 #include "plugin_registry.h"
 #include "preferences.h"

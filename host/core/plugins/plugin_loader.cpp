@@ -30,7 +30,7 @@ bool sameFolder(const Filename& a, const Filename& b) {
   return a == b || (std::filesystem::equivalent(toPath(a), toPath(b), error) && !error);
 }
 
-// What it throws is a no.
+// An exception counts as false.
 template <class Entry>
 bool saysYes(const Entry& entry, std::string& reason, const char* what) {
   try {

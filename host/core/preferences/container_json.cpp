@@ -48,7 +48,7 @@ bool fromHex(const Json& json, std::string& bytes) {
   return true;
 }
 
-// A number; one that JSON has no word for is its bits, "7ff8000000000000".
+// A number; as its bits, "7ff8000000000000", when JSON cannot hold it.
 Json realToJson(Real value) {
   if (std::isfinite(value)) return value;
   auto bits = std::bit_cast<std::uint64_t>(value);
@@ -97,7 +97,7 @@ bool matrixFromJson(const Json& json, Matrix& m) {
          vectorFromJson(json[1], m.v1) && vectorFromJson(json[2], m.v2) && vectorFromJson(json[3], m.v3);
 }
 
-// A text; one that is no UTF-8 is an object with its bytes.
+// A text; an object with its bytes when it is not UTF-8.
 Json textToJson(const String& text) {
   if (utf8::isValid(text.GetUTF8())) return text.GetUTF8();
   return Json{{"hex", toHex(text.GetUTF8())}};
@@ -114,7 +114,7 @@ bool textFromJson(const Json& json, String& text) {
 }
 
 Json containerToValue(const BaseContainer& container);
-// With `dropped` an entry that does not read is left out and counted.
+// With `dropped`, invalid entries are left out and counted.
 bool containerFromValue(const Json& json, BaseContainer& container, int depth, LONG* dropped);
 
 Json entryToJson(const ContainerEntry& entry) {
@@ -155,7 +155,7 @@ Json entryToJson(const ContainerEntry& entry) {
   }
 }
 
-// An array of entries; with an ID of its own, an object around it.
+// An array of entries, inside an object when the container has an ID.
 Json containerToValue(const BaseContainer& container) {
   Json entries = Json::array();
   if (const ContainerStorePtr store = Access::pin(container))
@@ -185,7 +185,7 @@ bool bytesFromJson(const Json& json, GeData& data) {
   return true;
 }
 
-// One of the types that are read into a value first.
+// The types that are read into a value first.
 template <class T, class Read>
 bool readAs(const Json& json, GeData& data, const Read& read) {
   T value{};
@@ -260,7 +260,7 @@ bool containerFromValue(const Json& json, BaseContainer& container, int depth, L
       ++*dropped;
       continue;
     }
-    const int index = store->find(entry.id); // a number that comes twice: the later one counts
+    const int index = store->find(entry.id); // of an ID that comes twice the later entry counts
     if (index >= 0)
       store->entries[static_cast<std::size_t>(index)].data = std::move(entry.data);
     else

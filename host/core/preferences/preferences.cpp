@@ -63,7 +63,7 @@ std::string toText(const std::map<std::string, BaseContainer>& contents) {
   return text + "\n}\n";
 }
 
-// False when it is no such file. `dropped` counts the entries that do not read.
+// False for a text that is not a preferences file. `dropped` counts the invalid entries.
 bool fromText(const std::string& text, std::map<std::string, BaseContainer>& contents, LONG& dropped,
               std::string& reason) {
   const Json json = Json::parse(text, nullptr, false);
@@ -82,7 +82,7 @@ bool fromText(const std::string& text, std::map<std::string, BaseContainer>& con
   return true;
 }
 
-// What was changed from `base` to `live`, done to `target`.
+// Applies the changes from `base` to `live` to `target`.
 void applyChanges(const BaseContainer& base, const BaseContainer& live, BaseContainer& target) {
   for (LONG i = 0; i < live.GetCount(); ++i) {
     const LONG id = live.GetIndexId(i);
@@ -133,8 +133,8 @@ void Preferences::keepCopy(LONG entries) {
             (copied ? "; the damaged file was kept as \"" + kept.GetString() + "\"." : String(".")));
 }
 
-// Gives what the file holds; what it held last when it is gone or damaged. False when it cannot be read: it
-// must not be replaced then.
+// Reads the file; its last known content when it is missing or damaged. False when it cannot be read: then it
+// must not be replaced.
 bool Preferences::readDisk(Contents& contents) {
   for (const auto& [key, slot] : slots_)
     if (slot->onDisk) contents[key] = slot->base;
@@ -151,7 +151,7 @@ bool Preferences::readDisk(Contents& contents) {
   if (text == lastText_) return true;
   Contents read;
   LONG dropped = 0;
-  lastText_.reset(); // a damaged file is written anew
+  lastText_.reset(); // a damaged file is rewritten
   if (!fromText(text, read, dropped, reason)) return setAside(reason), true;
   damaged_ = dropped > 0;
   if (damaged_)
@@ -163,7 +163,7 @@ bool Preferences::readDisk(Contents& contents) {
   return true;
 }
 
-// What another program has changed since this one looked last.
+// Keeps the former values of entries that another program has changed.
 void Preferences::noteOutdated(const Contents& disk) {
   for (const auto& [key, container] : disk) {
     const auto found = slots_.find(key);
@@ -177,7 +177,7 @@ void Preferences::noteOutdated(const Contents& disk) {
   }
 }
 
-// Entries that the caller holds from before another program's change are not put.
+// Skips entries with the value from before another program's change.
 void Preferences::putEntries(const std::string& key, const BaseContainer& data, BaseContainer& target) {
   BaseContainer& outdated = slot(key).outdated;
   for (LONG i = 0; i < data.GetCount(); ++i) {
@@ -195,7 +195,7 @@ Preferences::Slot& Preferences::slot(const std::string& key) {
   return *place;
 }
 
-// The disk's contents with the changes of this program that are not there yet.
+// The disk's contents with this program's unwritten changes.
 Preferences::Contents Preferences::merged(const Contents& disk) const {
   Contents result = disk;
   for (const auto& [key, slot] : slots_)
@@ -267,7 +267,7 @@ bool Preferences::set(LONG id, const BaseContainer& data, bool add) {
 BaseContainer* Preferences::get(LONG id) {
   const auto found = slots_.find(pluginKey(id));
   if (found == slots_.end() || !found->second->stored) return nullptr;
-  found->second->outdated.FlushAll(); // the caller sees what others have changed
+  found->second->outdated.FlushAll(); // the caller now knows the changes of others
   return &found->second->live;
 }
 

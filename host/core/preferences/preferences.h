@@ -1,6 +1,13 @@
 // The program's preferences: containers under numbers (world plug-in data) and names (the program's own), in
-// one file that is replaced whole. Several programs may use one file: a write first takes in what others have
-// written. Main thread.
+// one file that is replaced whole. Main thread.
+//
+// Several programs may use one file. Every write first reads the file again, under a lock. For each entry:
+// - An entry that this program has changed wins over the file.
+// - An entry that this program stores unchanged, with the value from before another program changed it,
+// loses:
+//   the other program's value stays.
+// - Once the container has been asked for with `get`, its values are known: whatever is stored then wins.
+// Storing a whole container without `add` replaces all its entries.
 #pragma once
 
 #include <map>
@@ -14,39 +21,37 @@ namespace host {
 
 class Preferences {
  public:
-  /// Reads the file, when it is there. A file that is no preferences file is moved aside as ".damaged". Of
-  /// one with damaged entries a copy is kept under that name and every other entry is used. A line on the
-  /// console tells either.
+  /// Reads the file if it exists. A file that is not a preferences file is renamed to end in ".damaged". A
+  /// file with damaged entries is copied to that name, and its other entries are used. The console gets a
+  /// line in both cases.
   explicit Preferences(const Filename& file);
   ~Preferences();
   Preferences(const Preferences&) = delete;
   Preferences& operator=(const Preferences&) = delete;
 
-  /// Stores a container; it is on disk when this returns true. With `add` its entries go into what the disk
-  /// holds under this number, else they replace it. Entries added with the
-  /// value that they had before another program changed them are no change, unless the container was asked
-  /// for since: who stores all that it has does not undo what it has not seen. False when the file cannot be
-  /// written: one line on the console, the value stays in memory and goes to the disk with the next write
-  /// that works.
+  /// Stores a container; with `add` its entries are merged into the stored ones, else they replace them.
+  /// True: it is on disk. False: the file cannot be written, a line on the console says why, and the value
+  /// stays in memory until a later write succeeds.
   bool set(LONG id, const BaseContainer& data, bool add);
-  /// The container under a number; null when nothing is stored. The pointer stays valid.
+  /// The container under a number, with the values of other programs as last read; null when nothing is
+  /// stored. The pointer stays valid.
   BaseContainer* get(LONG id);
 
   bool setNamed(const std::string& name, const BaseContainer& data, bool add = false);
   const BaseContainer* getNamed(const std::string& name) const;
 
-  /// Writes what is not on disk yet (also changes made in place). True when nothing was left to write.
+  /// Writes the changes that are not on disk yet, also those made in place. True when all are on disk.
   bool flush();
 
   const Filename& file() const noexcept { return file_; }
-  /// How often the file was written. For tests of "nothing changed, nothing written".
+  /// The number of times the file was written, for tests.
   int writeCount() const noexcept { return writes_; }
 
  private:
   struct Slot {
-    BaseContainer live;     // what callers see
-    BaseContainer base;     // what was on disk when last read or written
-    BaseContainer outdated; // entries that other programs have changed, as they were before
+    BaseContainer live;     // the values that callers see
+    BaseContainer base;     // the values on disk when last read or written
+    BaseContainer outdated; // the former values of entries that other programs have changed
     bool stored = false, onDisk = false;
   };
   using Slots = std::map<std::string, std::unique_ptr<Slot>>;
@@ -72,7 +77,7 @@ class Preferences {
   bool damaged_ = false; // entries of the file that was read last were left out
 };
 
-/// The running program's; null without one.
+/// The preferences of the running program; null without one.
 Preferences* preferences() noexcept;
 
 } // namespace host

@@ -12,7 +12,7 @@ namespace {
 
 using Shared = std::shared_ptr<BaseDocument>;
 
-// The active document. Its lock is held for a copy or an exchange of the handle only.
+// The active document. The lock is held only to copy or exchange the handle.
 struct Active {
   std::mutex mutex;
   Shared document;
@@ -33,7 +33,7 @@ Active& active() {
   return *one;
 }
 
-// What a thread has asked for stays until the thread ends.
+// The documents that a thread has asked for; they stay until it ends.
 std::vector<Shared>& pins() {
   thread_local std::vector<Shared> documents;
   return documents;

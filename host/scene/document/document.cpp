@@ -64,7 +64,7 @@ void setViewSafeFrame(BaseDraw& view, LONG from, LONG to, LONG orientation) {
 
 namespace {
 
-// Puts a node into one of a document's lists, at the front or after `pred`.
+// Inserts a node into one of a document's lists, after `pred` or at the front.
 void insertInto(NodeList& list, BaseList2D* node, BaseList2D* pred) {
   NodeState* state = stateOf(node);
   NodeState* before = stateOf(pred);
@@ -82,12 +82,12 @@ NodeState* searchName(const NodeList& list, const String& name) {
   return nullptr;
 }
 
-// Half the room that the frame leaves on a side, to the nearest pixel; a pixel of the frame stays.
+// The surround on one side of the frame, to the nearest pixel; at least one pixel of the frame stays.
 LONG barOf(Real side, Real covered) {
   return static_cast<LONG>(std::min(std::round((side - covered) / 2), std::floor((side - 1) / 2)));
 }
 
-// The part of a view's area that the render format covers, in its middle.
+// The centred part of a view's area that the render format covers.
 std::array<LONG, 4> frameOf(const ViewState& view) {
   auto [left, top, right, bottom] = view.area;
   const RenderDataState* data = view.document ? activeRenderData(*view.document) : nullptr;

@@ -7,7 +7,7 @@ namespace host {
 
 namespace {
 
-// Where a node stands in its document, for links.
+// The place of a node in its document, to compare links.
 using Places = std::unordered_map<Identity, std::string>;
 
 class Comparison {
@@ -45,7 +45,7 @@ class Comparison {
   }
   bool same(bool equal, const std::string& where, const char* what) { return equal || differ(where, what); }
 
-  // Links are equal when they lead to nodes of the same place, or both to none.
+  // Links are equal when they lead to the same place, or both nowhere.
   bool link(Identity a, Identity b) const {
     const auto inA = placesA_.find(a), inB = placesB_.find(b);
     if (inA == placesA_.end() || inB == placesB_.end()) return inA == placesA_.end() && inB == placesB_.end();
@@ -193,7 +193,7 @@ class Comparison {
     if (a == b) return true;
     if (!bothOrNone(a, b)) return differ(where, "whether there is a picture");
     const bool bytes = a->bytes == b->bytes || (a->bytes && b->bytes && *a->bytes == *b->bytes);
-    // Where an outside picture lies depends on where the scene is.
+    // The file of an outside picture depends on the scene's folder.
     const bool outside = a->file.Content() && b->file.Content();
     return same(a->name == b->name && (outside || a->uri == b->uri) && a->mimeType == b->mimeType, where,
                 "the picture's name") &&

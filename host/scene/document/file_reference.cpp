@@ -42,8 +42,8 @@ bool leadsUp(const fs::path& path) {
   return !path.empty() && *path.begin() == "..";
 }
 
-// From folder to file. As the names say where the file lies below; else by the folders that are meant, for a
-// ".." behind a symbolic link leads elsewhere than its name does.
+// The relative path from folder to file. Below the folder it follows the names; elsewhere the real folders,
+// because ".." after a symbolic link does not lead to the parent in its name.
 fs::path relativePath(const fs::path& file, const fs::path& folder) {
   fs::path way = file.lexically_relative(folder);
   if (!way.empty() && !leadsUp(way)) return way;
@@ -85,9 +85,9 @@ std::optional<std::string> outsideReference(const Picture& picture, const Filena
   std::error_code error;
   if (!picture.file.Content() || !folder.Content()) return std::nullopt;
   const bool there = fs::is_regular_file(toPath(picture.file), error);
-  if (picture.bytes && !there) return std::nullopt; // the last copy of it
+  if (picture.bytes && !there) return std::nullopt; // these bytes are the last copy
   std::optional<std::string> uri = referenceTo(picture.file, folder);
-  // From above the scene's folder only what is surely a picture is read back.
+  // Above the scene's folder only files that are recognised as pictures are read.
   if (uri && uri->starts_with("../") && picture.bytes && mimeTypeOf(*picture.bytes).empty())
     return std::nullopt;
   return uri;

@@ -10,7 +10,7 @@ namespace host {
 
 namespace {
 
-// The scene's own name stands once in the sentence; a problem with another file keeps that one's.
+// The sentence names the scene once; for a problem with another file it names that file.
 void fail(LoadResult& result, const std::string& name, const SceneError& error) {
   result.reason = error.what();
   if (result.reason.starts_with(name)) result.reason.replace(0, name.size(), "it");
@@ -18,7 +18,7 @@ void fail(LoadResult& result, const std::string& name, const SceneError& error) 
   result.error = "The scene " + name + " cannot be loaded: " + result.reason + ". " + result.advice;
 }
 
-// Runs a loader and turns what it throws into the result's sentence.
+// Runs a loader and turns its exceptions into the result's sentence.
 template <class Load>
 LoadResult guarded(const std::string& name, const LoadOptions& options, const Load& load) {
   LoadResult result;

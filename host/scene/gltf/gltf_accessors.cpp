@@ -1,4 +1,4 @@
-// The numbers of a glTF file: every offset and count is checked against the buffer before a byte is read.
+// Numbers of a glTF file. Every offset and count is checked against the buffer before a byte is read.
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -35,7 +35,7 @@ const tinygltf::Accessor& accessorAt(const GltfFile& file, int index) {
   return file.model.accessors[static_cast<std::size_t>(index)];
 }
 
-// Pieces that lie `stride` bytes apart, all inside the buffer.
+// Elements `stride` bytes apart, all inside the buffer.
 struct Run {
   const std::byte* data = nullptr;
   std::size_t stride = 0;
@@ -59,7 +59,7 @@ T load(const std::byte* at) {
   return value;
 }
 
-// An integer as the fraction that it stands for, when it is normalised.
+// The value of an integer: a fraction when it is normalised.
 template <class T>
 float asFloat(const std::byte* at, bool normalised) {
   const T value = load<T>(at);

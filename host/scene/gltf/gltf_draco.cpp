@@ -10,7 +10,7 @@ namespace host {
 
 namespace {
 
-// An attribute's numbers for every point, `width` each.
+// The numbers of an attribute, `width` for each point.
 std::vector<float> numbersOf(const draco::Mesh& mesh, int id, std::size_t width, LoadContext& context) {
   const draco::PointAttribute* attribute =
       id < 0 ? nullptr : mesh.GetAttributeByUniqueId(static_cast<std::uint32_t>(id));

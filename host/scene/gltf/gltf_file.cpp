@@ -119,8 +119,8 @@ void checkExtensions(const Json& root) {
   }
 }
 
-// The library drops a primitive or refuses a file where the standard does not; these places are made plain
-// for it, and read from the JSON itself.
+// The library drops some primitives and files that the standard allows. These places are simplified for it,
+// and read from the JSON directly.
 void preparePrimitive(Json& primitive, std::size_t mesh) {
   if (!primitive.is_object() || !member(primitive, "attributes").is_object())
     throw SceneError("mesh " + std::to_string(mesh) + " has a part without attributes");
@@ -215,8 +215,8 @@ std::string lastPiece(const std::string& path) {
   return slash == std::string::npos ? path : path.substr(slash + 1);
 }
 
-// A picture's file; null when it cannot be read. Above the scene's folder a scene gets at pictures alone: it
-// may come from a stranger, and what it names may be sent on with it.
+// A picture's file; null when it cannot be read. Above its folder a scene can read pictures only: it may come
+// from a stranger, and files that it names may be sent on with it.
 BytesPtr readOutside(const Filename& file, bool above, const LoadContext& context) {
   try {
     BytesPtr bytes = readWholeFile(file, context.options.limits.fileBytes);

@@ -10,7 +10,7 @@
 
 namespace host {
 
-/// What a loader collects on the way.
+/// The limits and results of a load.
 struct LoadContext {
   const LoadOptions& options;
   LoadResult& result;
@@ -18,12 +18,12 @@ struct LoadContext {
   std::size_t notFinite = 0;   // numbers set to 0
   std::size_t otherShapes = 0; // points and lines left out
 
-  /// Throws SceneCancelled when the caller wants no more.
+  /// Throws SceneCancelled when the caller cancels.
   void progress(double done) const;
   void warn(std::string sentence) { result.warnings.push_back(std::move(sentence)); }
-  /// Notes a picture that is not there, once.
+  /// Warns of a missing picture, once.
   void missing(const std::string& picture);
-  /// Throws SceneError when a file wants more than the limit allows.
+  /// Counts `count * width` elements; throws SceneError beyond the limit.
   void spend(std::size_t count, std::size_t width);
 };
 
@@ -34,30 +34,31 @@ struct GltfFile {
   tinygltf::Model model; // scenes, nodes, meshes, accessors, buffer views, skins, animations, cameras
 };
 
-/// Takes a file apart. `folder` is where the files that it names are; none when empty. Throws SceneError.
+/// Parses a file. Files that it names are looked up in `folder`; with an empty one none is found. Throws
+/// SceneError.
 GltfFile readGltf(BytesPtr bytes, const Filename& folder, LoadContext& context);
 
 /// Whether the bytes are a binary glTF file.
 bool isBinaryGltf(std::span<const std::byte> bytes) noexcept;
-/// Whether the bytes may be a glTF text.
+/// Whether the bytes may be glTF as text.
 bool isTextGltf(std::span<const std::byte> bytes) noexcept;
 
-/// A whole file. Throws SceneError with a reason that a user understands.
+/// The content of a file. Throws SceneError.
 BytesPtr readWholeFile(const Filename& file, std::size_t mostBytes);
 
-/// An accessor's numbers as floats, `width` a piece; integers become what the accessor says they mean.
-/// Numbers that are not finite become 0. Throws SceneError when it does not have that width or leaves its
+/// An accessor's numbers as floats, `width` for each element; integers are normalised as the accessor says.
+/// Numbers that are not finite become 0. Throws SceneError for another width or an accessor that leaves its
 /// buffer.
 std::vector<float> readFloats(const GltfFile& file, int accessor, std::size_t width, LoadContext& context);
-/// The same for whole numbers from 0 on.
+/// The same for unsigned integers.
 std::vector<std::uint32_t> readIntegers(const GltfFile& file, int accessor, std::size_t width,
                                         LoadContext& context);
-/// How many numbers a piece has.
+/// The number of components of an element.
 std::size_t accessorWidth(const GltfFile& file, int accessor);
 /// The bytes of a buffer view. Throws SceneError.
 std::span<const std::byte> viewBytes(const GltfFile& file, int view);
 
-/// The MIME type that a picture's first bytes show; empty when unknown.
+/// The MIME type of a picture by its first bytes; empty when unknown.
 std::string mimeTypeOf(std::span<const std::byte> bytes);
 
 } // namespace host

@@ -207,7 +207,7 @@ class DocumentBuilder {
     }
   }
 
-  // Of the node, else of what it holds; empty when nothing has one.
+  // The name of the node, else of its mesh, camera or light; may be empty.
   std::string givenName(std::size_t index, const Contents& contents) const {
     const std::string& own = file_.model.nodes[index].name;
     if (!own.empty()) return own;
@@ -240,7 +240,7 @@ class DocumentBuilder {
     }
   }
 
-  // Each content goes into the object itself when it is of that type, else into a child.
+  // Contents go into the object itself if it has their type, else into a child.
   void addContents(std::size_t index, const Contents& contents, ObjectState& object) {
     const auto holder = [&](LONG type) -> ObjectState& {
       if (object.type == type) return object;
@@ -260,7 +260,7 @@ class DocumentBuilder {
       holder(Olight).data = lightParameters(element(lightList(), static_cast<std::size_t>(contents.light)));
   }
 
-  // A camera below its animated null stands for the node in links and by its name.
+  // The camera below an animated null takes over the node's links and name.
   void becomeContent(std::size_t index, ObjectState& camera) {
     ObjectState& null = *primary_[index];
     content_[index] = &camera;
@@ -478,7 +478,7 @@ class DocumentBuilder {
     if (data && index == 0) document_->activeRenderData = data->identity;
   }
 
-  // False when nothing says where its own camera stands.
+  // False when the file does not place the view's own camera.
   bool makeView(const Json& from) {
     ViewState* view = addView(*document_);
     view->name = String();

@@ -41,7 +41,8 @@ int attributeOf(const std::map<std::string, int>& attributes, const char* name) 
   return found == attributes.end() ? -1 : found->second;
 }
 
-// Unit length, without touching what has it already: loading what was saved must give the same numbers.
+// Normalises vectors that are not of unit length. The others stay bit for bit, so that a saved scene loads
+// equal.
 void makeUnit(std::vector<Float3>& normals) {
   for (Float3& n : normals) {
     const float square = n[0] * n[0] + n[1] * n[1] + n[2] * n[2];
@@ -99,7 +100,7 @@ class PrimitiveReader {
     }
   }
 
-  // A compressed mesh may hold joints alone; every triangle uses vertices that are there.
+  // A compressed mesh may have joints without weights.
   void check(PrimitiveData& data) const {
     const std::size_t count = data.vertices.positions.size();
     Deformation& d = data.deformation;
@@ -253,7 +254,7 @@ bool isTriangles(const tinygltf::Primitive& primitive) {
          primitive.mode == TINYGLTF_MODE_TRIANGLE_FAN;
 }
 
-// The numbers that a mesh is made of, as text.
+// A key of the accessors that a mesh is made of.
 std::string shapeKey(const tinygltf::Mesh& mesh, const Json& source) {
   std::string key;
   for (std::size_t i = 0; i < mesh.primitives.size(); ++i) {

@@ -1,4 +1,4 @@
-// Documents as glTF files: the whole file in memory, then on the disk piece by piece.
+// Saves documents as glTF files: builds the whole file in memory, then writes it piece by piece.
 #include <algorithm>
 
 #include "atomic_file.h"
@@ -9,7 +9,7 @@ namespace host {
 
 namespace {
 
-// How far a save is: collecting the meshes, then writing the file.
+// The progress of a save: collecting the meshes, then writing the file.
 using Progress = std::function<void(double)>;
 constexpr double collected = 0.3, written = 0.95;
 constexpr std::size_t writtenAtOnce = std::size_t{4} << 20;
@@ -47,10 +47,10 @@ Bytes textFile(Json root, const Bytes& data) {
   return {bytes.begin(), bytes.end()};
 }
 
-// How a scene is written.
+// The form of a saved scene.
 struct Form {
   bool binary = true, packed = true;
-  Filename folder; // where it will lie; empty: nowhere
+  Filename folder; // of the scene's file; empty for a scene in memory
 };
 
 Bytes fileOf(const BaseDocument& document, const Form& form, const Progress& progress) {
@@ -79,7 +79,7 @@ Bytes guardedFileOf(const BaseDocument& document, const Form& form, const Progre
   return {};
 }
 
-// Replaces the file, piece by piece so that it can be told how far it is. `why` says why not.
+// Replaces the file, piece by piece to report the progress. `why` gets the reason of a failure.
 bool writeFile(const Filename& target, const Bytes& bytes, const Progress& progress, std::string& why) {
   AtomicFile file(target);
   bool good = file.open();

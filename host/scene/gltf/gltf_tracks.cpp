@@ -25,7 +25,7 @@ class CurveReader {
  public:
   CurveReader(const GltfFile& file, LoadContext& context) : file_(file), context_(context) {}
 
-  // Null when the keys make no curve.
+  // Null when the keys are invalid.
   CurvePtr read(const tinygltf::AnimationSampler& sampler, TrackPath path) {
     const auto key = std::tuple(sampler.input, sampler.output, interpolationOf(sampler.interpolation), path);
     const auto known = curves_.find(key);

@@ -9,9 +9,9 @@
 
 namespace host {
 
-/// The tracks of each node; none for most.
+/// Tracks by node; nodes without tracks have no entry.
 std::map<int, Tracks> readTracks(const GltfFile& file, LoadContext& context);
-/// A skin; `identities` has that of each node. Throws SceneError.
+/// A skin; `identities` are those of the nodes. Throws SceneError.
 SkinPtr readSkin(const GltfFile& file, int index, const std::vector<Identity>& identities,
                  LoadContext& context);
 

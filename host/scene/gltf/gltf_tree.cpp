@@ -15,7 +15,7 @@ void checkIndex(const GltfFile& file, int node) {
     throw SceneError("it refers to " + named(node) + ", which is not in it");
 }
 
-// Parents come before their children in the walk, so each node's depth is known from its parent's.
+// The walk visits parents first, so a node's depth follows from its parent's.
 void checkReach(const GltfFile& file, const NodeTree& tree, int deepest) {
   std::vector<std::pair<int, int>> waiting; // node, depth
   for (int node = 0; node < static_cast<int>(tree.parent.size()); ++node)

@@ -1,4 +1,4 @@
-// The nodes of a glTF file as a tree without loops.
+// The node tree of a glTF file.
 #pragma once
 
 #include "gltf_file.h"
@@ -6,11 +6,11 @@
 namespace host {
 
 struct NodeTree {
-  std::vector<int> roots;  // of the scene that is shown
-  std::vector<int> parent; // of each node; -1 none
+  std::vector<int> roots;  // of the shown scene
+  std::vector<int> parent; // of each node; -1: a root
 };
 
-/// Throws SceneError when a node is below itself or below two others, or nodes nest too deeply.
+/// Throws SceneError when a node is its own ancestor or has two parents, or nodes nest too deeply.
 NodeTree checkTree(const GltfFile& file, int deepest);
 
 } // namespace host

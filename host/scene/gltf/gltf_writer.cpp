@@ -155,7 +155,7 @@ void GltfWriter::writeTransform(const ObjectState& object, Json& json) {
   }
 }
 
-// The material that a texture tag of a mesh gives a primitive, when loading would make just this tag.
+// The material of a texture tag that loading the mesh would make just so; -1 for other tags.
 int GltfWriter::plainMaterial(const NodeState& tag, std::size_t groups) {
   if (tag.type != Ttexture || tag.bits != 0 || tag.name.Content() || tag.data.GetCount() != 2) return -1;
   if (tag.data.GetIndexId(0) != param::textureMaterial || tag.data.GetIndexId(1) != param::textureGroup)

@@ -1,6 +1,5 @@
-// From a document to glTF's JSON and its binary data. What glTF has no word for goes into extras; every word
-// that is written is read back here, and extras hold the difference, so that nothing is lost and nothing
-// stands twice. Private to host/scene.
+// From a document to glTF's JSON and binary data. Each property is written and read back at once; extras hold
+// the difference, so that nothing is lost and nothing is stored twice. Private to host/scene.
 #pragma once
 
 #include <array>
@@ -20,13 +19,13 @@ namespace host {
 /// Writes one document, once, under its lock. Throws SceneError and std::bad_alloc.
 class GltfWriter {
  public:
-  /// Pictures outside the scene are named as seen from `folder`; with an empty one, or `packed`, they are
-  /// written into it. `progress` (may be empty) hears how far it is, 0 to 1.
+  /// Outside pictures are named as seen from `folder`; with an empty folder, or `packed`, they are written
+  /// into the scene. `progress` (may be empty) is called with 0 to 1.
   GltfWriter(const DocumentState& document, Filename folder, bool packed,
              std::function<void(double)> progress)
       : document_(document), folder_(std::move(folder)), packed_(packed), progress_(std::move(progress)) {}
 
-  /// The root; its buffer, where there is one, has the length of `data`.
+  /// The root. Its buffer has the length of `data`; an empty one is left out.
   Json write();
   Bytes& data() { return data_; }
 

@@ -82,7 +82,7 @@ const NodeState* GltfWriter::shaderOf(const MaterialState& material, int slot) {
   return nullptr;
 }
 
-// Whether loading glTF's own texture references gives exactly this shader list.
+// Whether loading the texture references alone gives exactly this shader list.
 bool GltfWriter::isPlain(const MaterialState& material) {
   const NodeState* shader = material.shaders.first();
   for (const TextureSlot& place : textureSlots()) {

@@ -1,4 +1,4 @@
-// The entry of the part that imports scenes, and the import.
+// Imports scenes; the entry of the part.
 #include <assimp/DefaultIOSystem.h>
 #include <assimp/GltfMaterial.h>
 #include <assimp/Importer.hpp>
@@ -25,7 +25,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// The library opens only the scene itself and files at or below its folder.
+// Restricts the library to the scene itself and files at or below its folder.
 class FolderSystem final : public Assimp::DefaultIOSystem {
  public:
   explicit FolderSystem(const fs::path& scene) : folder_(fs::weakly_canonical(scene).parent_path()) {}
@@ -210,7 +210,7 @@ class Converter {
   }
   Float3 finite(const aiVector3D& v) { return {finite(v.x), finite(v.y), finite(v.z)}; }
 
-  // All meshes of a node as one, a group each; those that lack an attribute get a neutral one.
+  // Joins the meshes of a node, a group each. Missing attributes get neutral values.
   MeshPtr makeMesh(const aiNode& node, std::vector<Identity>& materials) {
     std::vector<const aiMesh*> parts;
     for (unsigned i = 0; i < node.mNumMeshes; ++i)
@@ -263,7 +263,7 @@ class Converter {
 
   // --- nodes ---
 
-  // A root that says nothing of its own is left out.
+  // Leaves out a root without content and transformation.
   void addTop(const aiNode& root) {
     if (root.mNumMeshes == 0 && root.mTransformation.IsIdentity() && root.mNumChildren > 0) {
       for (unsigned i = 0; i < root.mNumChildren; ++i)
@@ -321,7 +321,7 @@ class Converter {
     child->local = {position, x, Cross(z, x), z};
     if (!isFinite(child->local)) child->local = Matrix();
     under.children.append(*child);
-    under.name += String(" Base"); // the name finds the camera or light
+    under.name += String(" Base"); // so that the name leads to the camera or light
     return *child;
   }
 
@@ -414,7 +414,7 @@ class Converter {
   }
 
   const aiScene& scene_;
-  std::vector<DaeCamera> daeCameras_; // as many as the scene's cameras, or none
+  std::vector<DaeCamera> daeCameras_; // as many as the scene's cameras, or empty
   Filename folder_;
   LoadContext& context_;
   NodePtr<DocumentState> document_;

@@ -18,7 +18,7 @@ std::string attribute(std::string_view file, std::size_t at, std::string_view na
   return std::string(tag.substr(first, end == std::string_view::npos ? end : end - first));
 }
 
-// The number inside an element of this name; 0 when there is none.
+// The number in an element of this name; 0 without one.
 double number(std::string_view part, std::string_view name) {
   const std::size_t open = part.find("<" + std::string(name));
   const std::size_t start = open == std::string_view::npos ? open : part.find('>', open);

@@ -16,7 +16,7 @@ namespace {
 
 constexpr std::size_t mostBytes = std::size_t{512} << 20;
 
-// What a mesh was made from, as bytes.
+// The source of a mesh and the operation, as bytes.
 class Key {
  public:
   template <class T>
@@ -33,7 +33,7 @@ class Key {
   std::string text_;
 };
 
-// Least recently used meshes go first.
+// Drops the least recently used meshes first.
 class Store {
  public:
   MeshPtr find(const std::string& key) {
@@ -44,7 +44,7 @@ class Store {
     return found->second.mesh;
   }
 
-  // Another thread may have been faster: its mesh is the one.
+  // Another thread may have been faster; its mesh is used then.
   MeshPtr keep(const std::string& key, MeshPtr mesh) {
     const std::lock_guard lock(mutex_);
     ++made_;
@@ -114,7 +114,7 @@ void morph(Mesh& mesh, const Deformation& deformation, const std::vector<float>&
   }
 }
 
-// The affine map as twelve floats, axes then offset.
+// An affine map as twelve floats: axes, then offset.
 using Affine = std::array<Float3, 4>;
 
 Float3 floats(const Vector& v) {
@@ -142,7 +142,7 @@ Float3 direction(const Affine& m, const Float3& d) {
   return result;
 }
 
-// A normal turns with the cofactors of the axes.
+// Normals transform by the cofactors of the axes.
 Float3 normalDirection(const Affine& m, const Float3& n) {
   const Affine cofactors{cross(m[1], m[2]), cross(m[2], m[0]), cross(m[0], m[1]), {}};
   return direction(cofactors, n);
@@ -200,7 +200,7 @@ bool isBent(const ObjectState& object) {
          (object.skin && !object.deformation->joints.empty());
 }
 
-// False when numbers on the way were too large for a float.
+// False when a number became too large for a float.
 bool isFinite(const Mesh& mesh) {
   return std::all_of(mesh.positions.begin(), mesh.positions.end(), [](const Float3& p) {
     return std::isfinite(p[0]) && std::isfinite(p[1]) && std::isfinite(p[2]);

@@ -31,7 +31,7 @@ struct ArrayHash {
 };
 
 std::uint32_t bitsOf(float value) {
-  return std::bit_cast<std::uint32_t>(value == 0 ? 0.0F : value); // the two zeros are one place
+  return std::bit_cast<std::uint32_t>(value == 0 ? 0.0F : value); // both zeros are the same place
 }
 
 // A face of the cage: three or four corners, as vertices of the mesh.
@@ -41,11 +41,11 @@ struct Face {
   std::uint32_t group = 0;
 };
 
-// The mesh as subdivision sees it: `point` and `attribute` give each vertex its place and its seam value.
+// The control mesh: `point` and `attribute` number the places and seam values of the vertices.
 struct Cage {
   std::vector<Face> faces;
   std::vector<std::uint32_t> point, attribute;
-  std::vector<std::uint32_t> pointVertex, attributeVertex; // one vertex of each
+  std::vector<std::uint32_t> pointVertex, attributeVertex; // one vertex for each number
 };
 
 template <std::size_t N, class KeyOf>
@@ -88,7 +88,7 @@ float dot(const Float3& a, const Float3& b) {
   return a[0] * b[0] + a[1] * b[1] + a[2] * b[2];
 }
 
-// Two triangles in a row that share an edge and bend little are the halves of a quad.
+// Two consecutive triangles that share an edge and bend little are the halves of a quad.
 bool joinQuad(const Mesh& mesh, const std::array<std::uint32_t, 3>& a, const std::array<std::uint32_t, 3>& b,
               Face& quad) {
   for (std::size_t i = 0; i < 3; ++i) {
@@ -167,7 +167,7 @@ std::unique_ptr<Far::TopologyRefiner> buildRefiner(const Cage& cage) {
       Factory::Create(descriptor, Factory::Options(Sdc::SCHEME_CATMARK, options)));
 }
 
-// Numbers that the refiner mixes.
+// Numbers that the refiner interpolates.
 template <std::size_t N>
 struct Mixed {
   std::array<float, N> value{};
@@ -206,7 +206,7 @@ struct Refined {
   std::vector<std::uint32_t> groups; // of each face of the last level
 };
 
-// Steps from level to level; false after a break.
+// Refines level by level; false after a break.
 bool refine(Far::TopologyRefiner& refiner, int levels, Refined& data, const BaseThread* thread) {
   const Far::PrimvarRefiner mixer(refiner);
   for (int level = 1; level <= levels; ++level) {
@@ -270,7 +270,7 @@ class Writer {
     for (std::size_t set = 0; set < 2; ++set)
       if (!source_.uv[set].empty()) mesh_->uv[set].push_back({a[2 * set], a[2 * set + 1]});
     if (!source_.colors.empty()) mesh_->colors.push_back({a[4], a[5], a[6], a[7]});
-    // The first vertex at a point stands for it.
+    // The first vertex at a point represents it.
     point_.push_back(first_.try_emplace(key[0], next).first->second);
     return next;
   }

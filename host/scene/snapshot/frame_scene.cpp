@@ -1,4 +1,4 @@
-// Placing a view's own camera, and counting what a document holds.
+// Places a view's own camera, and counts the contents of a document.
 #include <algorithm>
 #include <cmath>
 #include <set>
@@ -40,7 +40,7 @@ Box boxOf(const Snapshot& snapshot) {
   return box;
 }
 
-// Of the meshes at the document's time, without subdivision.
+// Bounds of the meshes at the document's time, without subdivision.
 Box boxOf(BaseDocument& document) {
   SnapshotOptions options;
   options.textures = false;
@@ -56,7 +56,7 @@ Vector unit(const Vector& v) {
 } // namespace
 
 Real SceneBounds::radius() const {
-  constexpr Real least = 1e-9; // of a scene that is a point
+  constexpr Real least = 1e-9; // for a scene that is a point
   return std::max(std::sqrt(Dot(high - low, high - low)) / 2, least);
 }
 
@@ -78,7 +78,7 @@ void frameScene(BaseDocument& document, BaseDraw& view) {
   const Vector center = (box.low + box.high) * 0.5;
   const Vector z = unit({0.6, 0.35, 1}), x = unit(Cross({0, 1, 0}, z)), y = Cross(z, x);
 
-  // Near enough that every corner lies inside the picture.
+  // The distance at which every corner lies inside the picture.
   Real distance = 1e-6;
   for (int corner = 0; corner < 8; ++corner) {
     const Vector p = Vector(corner & 1 ? box.high.x : box.low.x, corner & 2 ? box.high.y : box.low.y,

@@ -36,7 +36,7 @@ Vector unitVector(const Vector& v, const Vector& otherwise) {
   return length > 0 && std::isfinite(length) ? v * (1 / length) : otherwise;
 }
 
-// Unit axes at right angles, -Z kept.
+// Makes the axes orthonormal; -Z keeps its direction.
 Matrix withoutScale(const Matrix& m) {
   const Vector z = unitVector(m.v3, {0, 0, 1});
   Vector y = unitVector(m.v2 - z * Dot(z, m.v2), Vector());
@@ -45,13 +45,13 @@ Matrix withoutScale(const Matrix& m) {
   return {m.off, Cross(y, z), y, z};
 }
 
-// What an object hands down to its children.
+// Settings that children inherit.
 struct Inherited {
   Matrix world;
   int level = 0; // of subdivision
   bool seen = true, shadows = true;
   bool active = false;
-  const NodeState* texture = nullptr; // the tag that covers what has none of its own
+  const NodeState* texture = nullptr; // the tag for surfaces without a tag of their own
 };
 
 class Taker {
@@ -175,7 +175,7 @@ int Taker::materialIndex(const NodeState* tag) {
     const auto& material = static_cast<const MaterialState&>(*node);
     snapshot_->materials.push_back(resolveMaterial(material, options_.textures, missing_));
     const SurfaceMaterial& surface = *snapshot_->materials.back();
-    // A picture of small lamps lights no room; an even glow is meant to.
+    // Only evenly glowing materials count as light: a picture may show just small lamps.
     if (surface.emission != Float3{} && !shaderIn(material, CHANNEL_LUMINANCE)) glows_ = true;
   }
   return it->second;
@@ -197,7 +197,7 @@ void Taker::takeLight(const ObjectState& object, const Matrix& world) {
   snapshot_->lights.push_back(light);
 }
 
-// The first sky is the one.
+// Only the first sky counts.
 void Taker::takeSky(const ObjectState& object) {
   SnapshotSky& sky = snapshot_->sky;
   if (sky.kind != SkyKind::none) return;
@@ -238,7 +238,7 @@ void Taker::takeCamera() {
   to.zfar = std::max(number(*camera, param::cameraFar), 0.0F);
 }
 
-// A lamp behind the viewer's left shoulder and a soft sky, bright enough together for a white wall.
+// A light behind the viewer's left shoulder and a soft sky, which together expose a white wall well.
 void Taker::addDefaultLight() {
   const Matrix& eye = snapshot_->camera.toWorld;
   const Vector toLight = unitVector(eye.v3 * 1.0 - eye.v1 * 0.5 + Vector(0, 0.9, 0), {0, 1, 0});

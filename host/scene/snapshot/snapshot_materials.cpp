@@ -34,7 +34,7 @@ class ShadeBuilder {
  public:
   ShadeBuilder(bool textures, std::vector<std::string>& missing) : textures_(textures), missing_(missing) {}
 
-  // Null when the shader gives nothing of its own.
+  // Null when the shader contributes nothing.
   ShadePtr build(const ShaderState& shader, int depth = 0) const {
     if (depth > 64) return nullptr;
     auto shade = std::make_shared<Shade>();
@@ -142,7 +142,7 @@ class MaterialBuilder {
     return shader ? shades_.build(*shader) : nullptr;
   }
 
-  // A relief without its picture is none.
+  // A bump map without its picture is flat.
   ShadePtr reliefShade(int slot) const {
     const ShaderState* shader = shaderIn(from_, slot);
     if (!shader || (shader->type == Xbitmap && !textures_)) return nullptr;

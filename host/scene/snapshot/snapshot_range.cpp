@@ -9,7 +9,7 @@ namespace host {
 
 namespace {
 
-// False for what is not a number, too.
+// False for not a number as well.
 bool within(const Vector& v, double limit) {
   return std::abs(v.x) <= limit && std::abs(v.y) <= limit && std::abs(v.z) <= limit;
 }
@@ -22,7 +22,7 @@ bool within(const Instance& instance) {
     if (!within(p, farthestSurface) || !within(instance.toWorld * p, farthestSurface)) return false;
   }
   const Matrix& m = instance.toWorld;
-  // An axis along which the mesh is flat does not show in the corners.
+  // The corners do not cover an axis along which the mesh is flat.
   constexpr double largestScale = 1e15;
   return within(m.off, farthestSurface) && within(m.v1, largestScale) && within(m.v2, largestScale) &&
          within(m.v3, largestScale);
@@ -40,7 +40,7 @@ std::string nameOf(const DocumentState& document, Identity object) {
   return '"' + (node ? node->name.GetUTF8() : std::string()) + '"';
 }
 
-// Removes what `fits` refuses and notes whose it was.
+// Removes the elements that `fits` refuses and notes their objects.
 template <class List, class Fits>
 void filter(List& list, std::vector<Identity>& leftOut, const Fits& fits) {
   const auto end = std::stable_partition(list.begin(), list.end(), fits);
