@@ -2,7 +2,6 @@
 
 #include <new>
 
-#include "lm_folder.h"
 #include "lm_keys.h"
 
 namespace {
@@ -15,7 +14,7 @@ NodeData* lmPostData::Alloc() {
   return new (std::nothrow) lmPostData;
 }
 
-// Once armed, it stays armed until the render of a material preview.
+// Once armed, it stays so until a material preview is rendered.
 RENDERRESULT lmPostData::Execute(BaseVideoPost*, VideoPostStruct* vps) {
   const Bool good = *vps->error == RENDERRESULT_OK && !(vps->thread && vps->thread->TestBreak());
 
@@ -30,7 +29,7 @@ RENDERRESULT lmPostData::Execute(BaseVideoPost*, VideoPostStruct* vps) {
   if (vps->vp == VIDEOPOSTCALL_FRAME && !vps->open && good) {
     BaseBitmap* buffer = vps->render->GetBuffer(VPBUFFER_RGBA, -1);
     if (!buffer || !captureNext) return RENDERRESULT_OK;
-    buffer->Save(GetDataFolder() + "lastRender.tif", FILTER_TIF);
+    buffer->Save(GeGetStartupWritePath() + "plugins" + "Lumenara" + "lastRender.tif", FILTER_TIF);
   }
   return RENDERRESULT_OK;
 }

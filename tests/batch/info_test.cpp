@@ -23,7 +23,7 @@ class Info : public testing::Test {
   TempFolder folder;
 };
 
-TEST_F(Info, CountsTheContentsOfTheScene) {
+TEST_F(Info, CountsWhatTheSceneHolds) {
   TinyScene scene;
   scene.animated = true;
   const std::string file = writeTinyScene(folder.path(), scene);

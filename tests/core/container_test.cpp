@@ -41,7 +41,7 @@ TEST(GeData, NumbersConvert) {
   EXPECT_EQ(GeData::FromBool(5).GetLong(), 1);
   EXPECT_EQ(GeData::FromBool(5).GetType(), DA_BOOL);
   EXPECT_EQ(GeData(0.25).GetBool(), TRUE);
-  EXPECT_EQ(GeData("12").GetLong(), 0) << "a text is no number";
+  EXPECT_EQ(GeData("12").GetLong(), 0) << "texts do not convert";
   EXPECT_EQ(GeData(LONG{3}).GetString(), String());
   EXPECT_EQ(GeData().GetType(), DA_NIL);
   EXPECT_EQ(GeData().GetLong(), 0);
@@ -63,7 +63,7 @@ TEST(GeData, EqualMeansSameTypeAndValue) {
   EXPECT_FALSE(GeData(LONG{1}) == GeData(1.0));
   EXPECT_FALSE(GeData(LONG{1}) == GeData::FromBool(TRUE));
   EXPECT_TRUE(GeData(std::nan("")) == GeData(std::nan("")));
-  EXPECT_FALSE(GeData(BaseTime(1, 2)) == GeData(BaseTime(2, 4))) << "what is kept is the pair";
+  EXPECT_FALSE(GeData(BaseTime(1, 2)) == GeData(BaseTime(2, 4))) << "the pair is compared as well";
   EXPECT_TRUE(GeData() == GeData());
 }
 
@@ -234,7 +234,8 @@ TEST(Container, InstancesNest) {
   EXPECT_EQ(copy.GetContainer(1).GetContainer(2).GetReal(3), 0.5);
 }
 
-// One thread writes, others copy and read: nobody sees half a write. ThreadSanitizer looks at the rest.
+// One thread writes while others copy and read: no reader sees a partial write. ThreadSanitizer checks the
+// rest.
 TEST(Container, ReadersSeeWholeWrites) {
   BaseContainer bc;
   bc.SetString(1, "0");
@@ -332,7 +333,7 @@ TEST(ContainerJson, KeepsEveryTypeExactly) {
   }
 }
 
-TEST(ContainerJson, RefusesWhatIsNone) {
+TEST(ContainerJson, RefusesInvalidTexts) {
   BaseContainer kept;
   kept.SetLong(1, 1);
   const std::string deep = [] {

@@ -1,4 +1,4 @@
-// Files, folders, browsing, files that are replaced whole.
+// Files, folders, listings, and files that are replaced whole.
 #include "c4d_file.h"
 
 #include <fcntl.h>
@@ -164,7 +164,7 @@ TEST(BaseFile, OpensInEveryMode) {
 
 using FileErrors = HostFixture;
 
-TEST_F(FileErrors, ABoxTellsWhatCannotBeOpenedUnlessNoneIsWanted) {
+TEST_F(FileErrors, ABoxReportsAFailedOpenUnlessUnwanted) {
   startHost();
   AutoAlloc<BaseFile> file;
   EXPECT_FALSE(file->Open(folder / "none/f", FILEOPEN_READ, FILEDIALOG_NONE));
@@ -174,7 +174,7 @@ TEST_F(FileErrors, ABoxTellsWhatCannotBeOpenedUnlessNoneIsWanted) {
   ASSERT_EQ(ui.messages.size(), 1u);
   EXPECT_NE(ui.messages[0].find("none/f"), std::string::npos);
   EXPECT_NE(ui.messages[0].find("No such file"), std::string::npos);
-  EXPECT_FALSE(file->Open(folder.path(), FILEOPEN_READ, FILEDIALOG_NONE)) << "a folder is no file";
+  EXPECT_FALSE(file->Open(folder.path(), FILEOPEN_READ, FILEDIALOG_NONE)) << "a folder cannot be opened";
   EXPECT_FALSE(file->Open(folder.path(), FILEOPEN_WRITE, FILEDIALOG_NONE));
 }
 
@@ -208,7 +208,7 @@ TEST(BrowseFiles, ListsByBytes) {
             (std::vector<std::string>{".h", "B", "a", "a-1", "a1", "b", "sub/", "sub/a", "sub/x", "sub-1",
                                       "\xC3\xA4", "\xFF"}));
   EXPECT_TRUE(browse(folder / "none").empty());
-  EXPECT_TRUE(browse(folder / "a").empty()) << "a file is no folder";
+  EXPECT_TRUE(browse(folder / "a").empty()) << "a file is not a folder";
 }
 
 TEST(BrowseFiles, DoesNotFollowLinksInCircles) {
@@ -280,9 +280,10 @@ TEST(AtomicFile, ReplacesWholeAndKeepsTheRights) {
     EXPECT_TRUE(file.write("new text"));
     EXPECT_TRUE(file.seek(0));
     EXPECT_TRUE(file.write("N"));
-    EXPECT_EQ(readText(target), "old") << "nobody sees it before it is done";
+    EXPECT_EQ(readText(target), "old") << "readers see the old file until commit";
     EXPECT_EQ(file.temporary().GetDirectory(), folder.path());
-    EXPECT_TRUE(file.temporary().CheckSuffix("tmp")) << "what is left of it is no file of the target's kind";
+    EXPECT_TRUE(file.temporary().CheckSuffix("tmp"))
+        << "leftovers are not listed among files of the target's kind";
     EXPECT_TRUE(file.commit()) << file.error();
   }
   EXPECT_EQ(readText(target), "New text");
@@ -379,7 +380,7 @@ TEST(AtomicFile, TakesLongNames) {
   EXPECT_EQ(folder.names(), std::vector<std::string>{name});
 }
 
-// Runs `body` in a process of its own; gives its exit code.
+// Runs `body` in a child process; returns its exit code.
 template <class Body>
 int inChild(const Body& body) {
   const pid_t child = fork();

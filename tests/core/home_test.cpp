@@ -1,4 +1,4 @@
-// The home: nobody else's code runs, and nobody else's settings are read.
+// The home: code and settings of other users are never used.
 #include "home.h"
 
 #include <sys/stat.h>
@@ -29,7 +29,7 @@ mode_t modeOf(const Filename& file) {
   return stat(path(file), &info) == 0 ? info.st_mode & 07777 : 0;
 }
 
-// Environment variables for the time of a test.
+// Environment variables for the duration of a test.
 class Environment {
  public:
   void set(const char* name, const char* value) {
@@ -96,7 +96,7 @@ TEST_F(HomeTest, withoutOneThereIsAPrivateTemporaryFolder) {
   EXPECT_EQ(program().writePath(), "/dev/null/lumenara");
 }
 
-// A process with a temporary home, from the moment when `start` returns until it is killed.
+// A process that has a temporary home from `start` to `end`.
 class HomeOwner {
  public:
   void start() {
@@ -204,7 +204,7 @@ TEST_F(HomeTest, theEnvironmentsHomeIsLookedAtTheSameWay) {
   expectTemporary("other users can write to it");
 }
 
-TEST_F(HomeTest, aLinkCountsAsWhatItLeadsTo) {
+TEST_F(HomeTest, aLinkCountsAsItsTarget) {
   const Filename open = folder.makeFolder("open");
   ASSERT_EQ(chmod(path(open), 0777), 0);
   ASSERT_EQ(symlink(path(open), path(home())), 0);

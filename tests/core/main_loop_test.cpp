@@ -1,4 +1,4 @@
-// Events, tasks, timers and calls to the main thread, on a clock that the test moves.
+// Events, tasks, timers and calls to the main thread, with a clock that the test moves.
 #include "main_loop.h"
 
 #include <algorithm>
@@ -18,7 +18,7 @@ namespace {
 using host::mainLoop;
 using host::Urgency;
 
-// Keeps the core messages that it gets.
+// Records the core messages.
 struct Recorder final : host::CoreListener {
   std::vector<std::string> heard;
   std::function<void(LONG)> also;
@@ -77,7 +77,7 @@ TEST_F(MainLoopTest, EveryListenerHearsAndMayGoAwayMeanwhile) {
   EXPECT_TRUE(late->heard.empty()) << "it came after the event";
 }
 
-TEST_F(MainLoopTest, WhatATaskPostsWaitsForTheNextRound) {
+TEST_F(MainLoopTest, TasksThatATaskPostsWaitForTheNextRound) {
   mainLoop().post([this] {
     ran.push_back("a");
     mainLoop().post(note("b"));
@@ -208,7 +208,7 @@ TEST_F(MainLoopTest, BoxesOfTheHostAreModal) {
 }
 
 TEST_F(MainLoopTest, WaitingWakesForATaskOrEndsAtTheDeadline) {
-  host::setClock(nullptr); // real time: this is about sleeping
+  host::setClock(nullptr); // real time, to test sleeping
   EXPECT_FALSE(mainLoop().waitAndRun(host::clock().now() + 5));
   std::thread poster([this] {
     std::this_thread::sleep_for(std::chrono::milliseconds(10));
@@ -294,7 +294,7 @@ TEST_F(MainLoopTest, ConsoleLinesOfAllThreadsComeInOrderOnTheMainThread) {
   EXPECT_EQ(console.size(), 6u);
 }
 
-TEST_F(MainLoopTest, TheStatusBarCoalescesWhatItShows) {
+TEST_F(MainLoopTest, TheStatusBarCoalescesChanges) {
   std::vector<host::StatusState> shown;
   host::setStatusListener([&](const host::StatusState& state) { shown.push_back(state); });
   StatusClear();

@@ -1,4 +1,4 @@
-// Parts of the host that are loaded at their first use: found, loaded once, and refused with a reason.
+// Parts of the host are found, loaded once at first use, and refused with a reason.
 #include <gtest/gtest.h>
 
 #include <barrier>
@@ -25,7 +25,7 @@ std::string loaderError(Part& part) {
   return "it was loaded";
 }
 
-// The clause says which file and why.
+// The clause names the file and the reason.
 void expectRefused(const TemporaryFolder& folder, const std::string& reason) {
   Part part("test", folder.path());
   const std::string error = loaderError(part), file = (folder / library.c_str()).GetString().GetUTF8();
@@ -104,7 +104,7 @@ TEST(Parts, ThatAreDamagedAreRefused) {
   expectRefused(folder, "too short");
   folder.write(library.c_str(), std::string(whole.size(), 'x'));
   expectRefused(folder, "invalid ELF header");
-  // Cut short anywhere the loader refuses it, and the process lives.
+  // The loader refuses a file truncated at any length, and the process survives.
   for (std::size_t size = 1; size < whole.size(); size += whole.size() / 50) {
     folder.write(library.c_str(), std::string_view(whole).substr(0, size));
     expectRefused(folder, size > 64 ? "its end is missing" : "too short");

@@ -12,7 +12,7 @@
 
 namespace {
 
-std::vector<std::string>* heard = nullptr; // what the linked plug-in's parts say
+std::vector<std::string>* heard = nullptr; // calls of the linked plug-in's functions
 
 void say(const std::string& what) {
   if (heard) heard->push_back(what);
@@ -128,7 +128,7 @@ TEST_F(PluginTest, ListsAndRunsCommands) {
   EXPECT_EQ(lines, (std::vector<std::string>{"restore three", "restore off", "restore bad"}));
 }
 
-// A plug-in that is linked in.
+// A linked plug-in.
 Bool linkedMessage(LONG id, void* /*data*/) {
   say("message " + std::to_string(id) + " in " + GeGetPluginPath().GetString().GetUTF8());
   return TRUE;
@@ -205,7 +205,7 @@ TEST_F(PluginTest, ShutsDownInOrder) {
 class ModuleTest : public PluginTest {
  protected:
   ModuleTest() { options.loadModules = true; }
-  // Puts a module into a plug-in folder below the program or the home.
+  // Copies a module to a plug-in folder below the program or the home.
   void install(const char* module, const char* place, const char* name) {
     const Filename target = folder.makeFolder((std::string(place) + "/plugins/" + name).c_str());
     const std::string file = std::string(module) + "." + host::platform::moduleSuffix();
@@ -319,7 +319,7 @@ TEST_F(PluginTest, ResourcesMustBeThereAndReadable) {
   EXPECT_TRUE(resource.Init(folder / "res"));
   EXPECT_EQ(resource.GetFolder(), folder / "res");
   EXPECT_FALSE(resource.Init(folder / "none"));
-  EXPECT_FALSE(resource.Init(folder / "res/strings.txt")) << "a file is no folder";
+  EXPECT_FALSE(resource.Init(folder / "res/strings.txt")) << "a file is not a folder";
 }
 
 } // namespace

@@ -1,4 +1,4 @@
-// Preferences: what is stored stays, whatever happens to the program, the file or the disk.
+// Preferences: stored values survive, whatever happens to the program, the file or the disk.
 #include "preferences.h"
 
 #include <sys/resource.h>
@@ -123,7 +123,7 @@ TEST_F(PreferencesTest, TwoProgramsMerge) {
   const auto a = open(), b = open();
   a->set(ID, one(1, 10), true);
   b->set(ID, one(2, 20), true);
-  EXPECT_EQ(b->get(ID)->GetLong(1), 10) << "a write takes in what the other wrote";
+  EXPECT_EQ(b->get(ID)->GetLong(1), 10) << "a write reads the changes of other programs";
   a->set(5, one(7, 70), true);
   EXPECT_EQ(a->get(ID)->GetLong(2), 20);
   b->set(ID, one(1, 99), true);
@@ -138,7 +138,7 @@ TEST_F(PreferencesTest, TwoProgramsMerge) {
   EXPECT_EQ(open()->get(ID)->GetCount(), 1) << "a reset by one is a reset for all";
 }
 
-TEST_F(PreferencesTest, WhoStoresAllThatItHasDoesNotUndoWhatItHasNotSeen) {
+TEST_F(PreferencesTest, StoringUnchangedEntriesKeepsUnseenChanges) {
   BaseContainer all;
   all.SetLong(1, 10);
   all.SetLong(2, 20);
@@ -155,13 +155,13 @@ TEST_F(PreferencesTest, WhoStoresAllThatItHasDoesNotUndoWhatItHasNotSeen) {
   EXPECT_EQ(open()->get(ID)->GetLong(1), 10) << "also back to where it began";
 
   b->set(ID, one(2, 22), true);
-  a->set(5, one(1, 1), true); // a hears of it
+  a->set(5, one(1, 1), true); // a reads the file again
   EXPECT_EQ(a->get(ID)->GetLong(2), 22);
   a->set(ID, one(2, 21), true);
-  EXPECT_EQ(open()->get(ID)->GetLong(2), 21) << "what was seen may be undone";
+  EXPECT_EQ(open()->get(ID)->GetLong(2), 21) << "a known value may be undone";
 }
 
-// Runs `body` in a process of its own.
+// Runs `body` in a child process.
 template <class Body>
 pid_t startChild(const Body& body) {
   const pid_t child = fork();

@@ -44,10 +44,10 @@ TEST(String, RepeatsACharacter) {
   EXPECT_EQ(String(3, 'x'), String("xxx"));
   EXPECT_EQ(String(2, 0x20AC), String("\xE2\x82\xAC\xE2\x82\xAC"));
   EXPECT_EQ(String(-1, 'x'), String());
-  EXPECT_EQ(String(1, 0xD800), String("\xEF\xBF\xBD")) << "half a pair is no character";
+  EXPECT_EQ(String(1, 0xD800), String("\xEF\xBF\xBD")) << "half a surrogate pair is not a character";
 }
 
-TEST(String, CutsRangesToWhatIsThere) {
+TEST(String, CutsRangesToTheText) {
   const String text("\xC3\xA4"
                     "bcd");
   EXPECT_EQ(text.SubStr(1, 2), String("bc"));
@@ -55,7 +55,7 @@ TEST(String, CutsRangesToWhatIsThere) {
   EXPECT_EQ(text.SubStr(3, 100), String("d"));
   EXPECT_EQ(text.SubStr(4, 1), String());
   EXPECT_EQ(text.SubStr(100, 1), String());
-  EXPECT_EQ(text.SubStr(-1, 2), String("\xC3\xA4")) << "what lies before the text is cut off";
+  EXPECT_EQ(text.SubStr(-1, 2), String("\xC3\xA4")) << "the part before the text is cut off";
   EXPECT_EQ(text.SubStr(1, -1), String());
   EXPECT_EQ(text.SubStr(0x7fffffff, 0x7fffffff), String());
   EXPECT_EQ(text.Left(2), String("\xC3\xA4"
@@ -189,7 +189,7 @@ TEST(Numbers, TiesGoAwayFromZero) {
   EXPECT_EQ(RealToString(4503599627370495.5, -1, 0), String("4503599627370496"));
 }
 
-TEST(Numbers, ExponentsAndWhatIsNoNumber) {
+TEST(Numbers, ExponentsAndInvalidNumbers) {
   EXPECT_EQ(RealToString(12500000, -1, 2, TRUE), String("1.25e+07"));
   EXPECT_EQ(RealToString(12500000, -1, 1, TRUE), String("1.3e+07"));
   EXPECT_EQ(RealToString(-0.00015, -1, -1, TRUE), String("-1.5e-04"));

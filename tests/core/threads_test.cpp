@@ -1,4 +1,4 @@
-// Threads of plug-ins, and the renderer's workers.
+// Threads of plug-ins, and the workers of the renderer.
 #include <atomic>
 #include <chrono>
 #include <functional>
@@ -120,7 +120,7 @@ TEST_F(ThreadTest, TheLoopServesItsQuestions) {
   EXPECT_TRUE(yes);
 }
 
-// The thread asks, or is about to, when it is told to end: the answer is no, no box opens, nothing hangs.
+// A thread that asks, or is about to, is told to end: the answer is no, no box opens, nothing hangs.
 TEST_F(ThreadTest, OnceToldToEndQuestionsAnswerNo) {
   ui.defaultAnswer = true;
   for (int round = 0; round < 50; ++round) {
@@ -204,7 +204,7 @@ TEST(Workers, RunEachPartOnceAtTheSameTime) {
     host::runOnWorkers(count, [&](int i) {
       ++ran[static_cast<std::size_t>(i)];
       ++here;
-      while (here < count) // all must be there at once
+      while (here < count) // all must run at the same time
         std::this_thread::yield();
     });
     for (const auto& times : ran)
@@ -248,7 +248,7 @@ TEST(Workers, PassOnTheFirstException) {
   EXPECT_EQ(finished, 3) << "the others went on to their end";
 }
 
-TEST(Workers, CountIsWhatWasSet) {
+TEST(Workers, CountIsTheOneThatWasSet) {
   host::setWorkerCount(3);
   EXPECT_EQ(GeGetCPUCount(), 3);
   host::setWorkerCount(0);

@@ -1,4 +1,4 @@
-// Dialogs and areas that follow a test's script and record their calls.
+// Dialogs and areas for tests: what they do is given by the test, what is asked of them is written down.
 #pragma once
 
 #include <functional>
@@ -13,7 +13,7 @@
 
 using Calls = std::vector<std::string>;
 
-/// For any dialog class.
+/// Works on any dialog class.
 template <class Base>
 class KitDialogOf : public Base {
  public:

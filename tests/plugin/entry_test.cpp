@@ -4,7 +4,6 @@
 #include <algorithm>
 
 #include "lm_keys.h"
-#include "lm_version.h"
 #include "main.h"
 #include "plugin_fixture.h"
 
@@ -25,17 +24,6 @@ const std::string RESET_TEXT = "Your Lumenara settings have been reset.";
 TEST_F(EntryTest, StartMakesTheDataFolderWithItsParents) {
   ASSERT_TRUE(startPlugin());
   EXPECT_TRUE(GeFExist(GeGetStartupWritePath() + "plugins" + "Lumenara", TRUE));
-}
-
-// The dialogs, which come later, would create it as well.
-TEST_F(EntryTest, TheDataFolderExistsWhenAResetIsReported) {
-  touch(marker(GeGetStartupWritePath()));
-  ASSERT_FALSE(GeFExist(GeGetStartupWritePath() + "plugins", TRUE));
-  bool there = false;
-  ui.whileBoxIsOpen = [&] { there = GeFExist(home() + "plugins" + "Lumenara", TRUE) != FALSE; };
-  ASSERT_TRUE(startPlugin());
-  EXPECT_EQ(messages(), std::vector<std::string>{RESET_TEXT});
-  EXPECT_TRUE(there);
 }
 
 TEST_F(EntryTest, RegistersTheFourCommandsInTheirOrder) {
@@ -165,7 +153,7 @@ TEST_F(EntryTest, PrintsTheBannerBetweenTwoFrameLines) {
   EXPECT_EQ(countOf(lines, frame), 2);
 }
 
-TEST_F(EntryTest, TheBannerHasTheGivenName) {
+TEST_F(EntryTest, TheBannerNamesWhomItIsAskedFor) {
   PrintVersionString("Other", FALSE);
   const std::string frame = "||----------------------------------------";
   EXPECT_EQ(console, (std::vector<std::string>{frame, "||  Other v" + GetVersionString().GetUTF8(), frame}));
@@ -179,7 +167,7 @@ TEST_F(EntryTest, TheVersionIsMajorAndTwoDigitsOfMinor) {
   EXPECT_EQ(version.find_first_not_of("0123456789."), std::string::npos);
 }
 
-TEST_F(EntryTest, AFailedRegistrationPrintsOneLineAndKeepsTheOthers) {
+TEST_F(EntryTest, AFailedRegistrationIsOneLineAndWhatRegisteredStays) {
   // The third command's number is taken.
   class Other : public CommandData {};
   ASSERT_TRUE(RegisterCommandPlugin(1021448, "Other", 0, nullptr, "Other", new Other));
@@ -215,7 +203,7 @@ TEST_F(EntryTest, AFailedVideoPostIsOneLineAndTheRestStays) {
   EXPECT_EQ(GetWorldPluginData(ID_LUMENARA)->GetLong(LM_REGION_SHOWN, -1), 0) << "the start goes on";
 }
 
-TEST_F(EntryTest, TheViewerAlwaysStartsSwitchedOff) {
+TEST_F(EntryTest, TheViewerStartsSwitchedOffWhateverWasSaved) {
   BaseContainer stored;
   stored.SetLong(LM_ENABLED, 1);
   stored.SetLong(LM_REGION_SHOWN, 1);
@@ -261,13 +249,13 @@ TEST_F(EntryTest, TwoMarkersAreBothDeletedAndTheMessageAppearsOnce) {
   EXPECT_EQ(GetWorldPluginData(ID_LUMENARA)->FindIndex(LM_LOCK), -1);
 }
 
-TEST_F(EntryTest, AMarkerWithoutStoredSettingsStillShowsTheMessage) {
+TEST_F(EntryTest, AMarkerWithNothingStoredStillTells) {
   touch(marker(GeGetStartupWritePath()));
   ASSERT_TRUE(startPlugin());
   EXPECT_EQ(countOf(messages(), RESET_TEXT), 1);
 }
 
-TEST_F(EntryTest, AFolderWithTheMarkersNameIsIgnored) {
+TEST_F(EntryTest, AFolderOfTheMarkersNameIsNoMarker) {
   ASSERT_TRUE(GeFCreateDirRec(marker(GeGetStartupWritePath())));
   ASSERT_TRUE(startPlugin());
   EXPECT_TRUE(messages().empty());

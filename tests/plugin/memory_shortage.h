@@ -1,10 +1,10 @@
-// Allocations that fail where a test wants it.
+// Memory that runs out where a test wants it.
 #pragma once
 
 #include <cstddef>
 
-/// After its construction one allocation with `new` of exactly this size fails, on any thread: the first, or
-/// the one after `later` others. Later ones succeed again.
+/// From its construction on, one allocation with `new` of exactly this size fails, on any thread: the first,
+/// or the one after `later` others. Afterwards everything is as before.
 class MemoryShortage {
  public:
   explicit MemoryShortage(std::size_t size, int later = 0);
@@ -12,9 +12,9 @@ class MemoryShortage {
   MemoryShortage(const MemoryShortage&) = delete;
   MemoryShortage& operator=(const MemoryShortage&) = delete;
 
-  /// Whether the allocation has failed.
+  /// Whether it has failed.
   static bool hasFailed();
 };
 
-/// Any size, but only on the thread that created the shortage.
+/// Fails an allocation of any size, on the thread that made the shortage.
 inline constexpr std::size_t ANY_SIZE = 0;

@@ -3,7 +3,6 @@
 
 #include <cmath>
 
-#include "lm_numbers.h"
 #include "lm_thread.h"
 
 namespace {
@@ -51,7 +50,7 @@ TEST(FrameFromTime, FloorsTheProductAndTheDenominatorAndTruncatesTheQuotient) {
   EXPECT_EQ(FrameFromTime(BaseTime(-1, 2), 25), -12); // floor(-25) / 2, towards zero
 }
 
-TEST(FrameFromTime, IsZeroForInvalidTimes) {
+TEST(FrameFromTime, IsZeroWhereThereIsNoNumber) {
   EXPECT_EQ(FrameFromTime(BaseTime(5, 0), 25), 0);
   EXPECT_EQ(FrameFromTime(BaseTime(5, 0.5), 25), 0);
   EXPECT_EQ(FrameFromTime(BaseTime(1e300, 1), 25), 0);

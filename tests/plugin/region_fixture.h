@@ -1,4 +1,4 @@
-// The region hook in a document whose editor view, safe frame and region a test chooses.
+// A document whose editor view, safe frame and region a test chooses, and the region hook in it.
 #pragma once
 
 #include <deque>
@@ -23,33 +23,33 @@ class RegionFixture : public PluginFixture {
   void SetUp() override;
   void TearDown() override;
 
-  /// Makes a view whose frame and safe frame are its whole area.
+  /// A view whose frame is all of its area, and safe.
   void setView(LONG width, LONG height);
-  /// Keeps the frame; the safe frame becomes the part that a format covers.
+  /// Keeps the frame; its safe frame is the part that a format covers.
   void setFormat(LONG width, LONG height);
   void setViewAndFormat(LONG width, LONG height);
   void setRegion(Real x, Real y, Real size);
   BaseContainer region() const;
   void store(LONG key, LONG value);
   void store(LONG key, Real value);
-  /// Like `store`, but in memory only; for many rounds.
+  /// As `store`, but not onto the disk; for many rounds.
   static void setAspect(Real aspect) { GetWorldPluginData(ID_LUMENARA)->SetReal(LM_ASPECT, aspect); }
   BaseDraw* draw() const { return document->GetActiveBaseDraw(); }
 
-  /// The hook's drawing.
+  /// What the hook draws.
   host::Overlay drawn(LONG flags = SCENEHOOKDRAW_FOREGROUND_PASS);
-  /// The white box in the hook's drawing.
+  /// The white box that it draws.
   Box drawnBox();
-  /// The cursor that the hook asks for at a position; 0 without one.
+  /// The pointer that it asks for at a place; 0 for none.
   LONG cursorAt(Real x, Real y);
-  /// Presses a button, then plays the mouse events. True when a hook used the press.
+  /// A press of a button, and what the mouse does afterwards.
   bool press(Real x, Real y, const std::deque<host::DragEvent>& events, LONG channel = BFM_INPUT_MOUSELEFT);
   static host::DragEvent moveTo(double x, double y);
   static host::DragEvent release(double x, double y);
 
   BaseDocument* document = nullptr;
-  lmRegionHook* hook = nullptr; // a second instance, for direct calls
+  lmRegionHook* hook = nullptr; // the same as the document's, for its functions
   std::unique_ptr<NodeData> owned;
   host::SceneHooks hooks;
-  int pumped = 0; // events consumed by drags
+  int pumped = 0; // events that a drag took
 };

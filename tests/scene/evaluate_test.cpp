@@ -1,4 +1,4 @@
-// Documents at a time: tracks, morph targets, skins, target expressions, clones without animation.
+// Evaluation: tracks, morph targets, skins, target expressions, clones without animation.
 #include <cmath>
 
 #include "document.h"
@@ -90,7 +90,7 @@ TEST(Tracks, aCloneWithoutAnimationKeepsThePose) {
   EXPECT_EQ(objectNamed(document, "n")->GetMl().off.x, 7) << "the original is as it was";
 }
 
-TEST(Tracks, onlyWhatIsAskedForIsEvaluated) {
+TEST(Tracks, onlyRequestedPassesAreEvaluated) {
   const DocumentPtr document = load(moved("LINEAR", {1, 0, 0, 5, 0, 0, 9, 0, 0}));
   document->SetTime(BaseTime(3));
   EXPECT_TRUE(document->ExecutePasses(nullptr, FALSE, TRUE, TRUE, BUILDFLAGS_0));
@@ -186,7 +186,7 @@ TEST(Skins, verticesFollowTheirJoints) {
       scene.addNode(Json{{"name", "n"}, {"mesh", mesh}, {"skin", 0}, {"translation", {10, 0, 0}}});
   const int still = scene.addNode(Json{{"name", "still"}});
   const int bone = scene.addNode(Json{{"name", "bone"}, {"translation", {0, 0, 4}}});
-  // the second joint's rest is at z = 4 minus 1: it has moved by 1
+  // the second joint rests at z = 3 and has moved by 1
   const int matrices = scene.addFloats(
       {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, -3, 1},
       "MAT4", 16);
@@ -205,7 +205,7 @@ TEST(Skins, verticesFollowTheirJoints) {
   EXPECT_EQ(worldZ(2), Vector(1, 1, 10));
   reload(*document);
 
-  // A clone of the whole keeps following its own joints.
+  // A clone of the whole tree follows its own joints.
   const DocumentPtr clone(document->GetClone(COPYFLAGS_0));
   objectNamed(clone, "bone")->SetMl(MatrixMove({0, 0, 3}));
   EXPECT_EQ(worldZ(2), Vector(1, 1, 10));

@@ -1,4 +1,4 @@
-// What glTF can say, and how it arrives.
+// glTF features and the documents that they become.
 #include <draco/compression/encode.h>
 #include <draco/mesh/triangle_soup_mesh_builder.h>
 

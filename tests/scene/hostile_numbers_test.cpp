@@ -1,5 +1,4 @@
-// Numbers that nothing can be computed with: a snapshot holds none of them, whatever a file or an animation
-// says.
+// Files and animations with numbers beyond the range for computations: snapshots stay in range.
 #include <cmath>
 #include <limits>
 
@@ -45,7 +44,7 @@ void expectInRange(const Snapshot& snapshot) {
     EXPECT_LE(std::max(std::abs(snapshot.low[axis]), std::abs(snapshot.high[axis])), 1e9F);
 }
 
-// A quad "Good" that stays, and a quad "Bad" below a parent.
+// A quad "Good", which stays, and a quad "Bad" below a parent.
 struct TwoQuads {
   DocumentPtr document;
   BaseObject *parent, *bad;
@@ -95,7 +94,7 @@ TEST(HostileNumbers, theEdgeOfTheRange) {
   scene.expectLeftOut("one metre too far");
 }
 
-TEST(HostileNumbers, parentsWhoseProductOverflows) {
+TEST(HostileNumbers, parentsWithAnOverflowingProduct) {
   TwoQuads scene;
   const Matrix large{Vector(), Vector(1e200, 0, 0), Vector(0, 1e200, 0), Vector(0, 0, 1e200)};
   scene.parent->SetMl(large);
@@ -174,7 +173,7 @@ TEST(HostileNumbers, meshesBeyondTheRange) {
   EXPECT_EQ(snapshot->problems.size(), 1U);
 }
 
-TEST(HostileNumbers, weightsBeyondFloatsCountAsNone) {
+TEST(HostileNumbers, weightsBeyondFloatsAreIgnored) {
   for (const char* place : {"meshes", "nodes"}) {
     SceneBuilder builder;
     builder.addNode(Json{{"mesh", builder.addQuad()}});

@@ -1,5 +1,5 @@
-// Files that are damaged or made to do harm give one clear sentence, or a scene with warnings; never a crash,
-// a hang or an exception.
+// Damaged and malicious files give one clear sentence, or a scene with warnings; never a crash, a hang or an
+// exception.
 #include <filesystem>
 #include <random>
 
@@ -15,7 +15,7 @@ LoadResult loadBytes(std::span<const std::byte> bytes) {
   return loadDocumentFromMemory(bytes, Filename());
 }
 
-// The sentence says what, and what to do.
+// The sentence has the problem and the advice.
 void expectError(const LoadResult& result, const std::string& about) {
   EXPECT_FALSE(result.document);
   EXPECT_NE(result.error.find(about), std::string::npos) << "wanted \"" << about << "\" in: " << result.error;
@@ -34,7 +34,7 @@ SceneBuilder quad() {
   return scene;
 }
 
-// Uses a bit of everything, in few bytes: the start of mutations.
+// A small file that uses every feature, for mutations.
 SceneBuilder rich() {
   SceneBuilder scene = quad();
   auto& root = scene.root;
@@ -81,9 +81,9 @@ TEST(Hostile, theStartOfTheMutationsLoads) {
   EXPECT_TRUE(result.warnings.empty());
 }
 
-// --- files that are no scenes ---
+// --- files other than scenes ---
 
-TEST(Hostile, whatIsNoScene) {
+TEST(Hostile, filesThatAreNotScenes) {
   expectError(loadBytes({}), "nothing in it");
   expectError(loadBytes(bytesOfText("hello")), "JSON");
   expectError(loadBytes(bytesOfText("[1, 2]")), "no glTF document");
@@ -176,7 +176,7 @@ TEST(Hostile, filesOutsideTheFolderAreNotRead) {
   }
 }
 
-TEST(Hostile, picturesThatAreNone) {
+TEST(Hostile, filesThatAreNotPictures) {
   SceneBuilder scene = quad();
   scene.root["images"] = {Json{{"uri", "data:image/png;base64,!!!"}}, Json{{"uri", ""}}, Json::object()};
   const LoadResult result = loadBytes(scene.glb());
@@ -324,7 +324,7 @@ TEST(Hostile, pointsAndLinesAreLeftOut) {
   EXPECT_EQ(stateOf(document->GetFirstObject())->mesh->groups.size(), 1U);
 }
 
-TEST(Hostile, limitsOfWhatIsRead) {
+TEST(Hostile, limitsOfLoading) {
   LoadOptions options;
   options.limits.elements = 20;
   expectError(loadDocumentFromMemory(quad().glb(), Filename(), options), "more numbers than can be loaded");
@@ -354,7 +354,7 @@ TEST(Hostile, loadingCanBeCancelled) {
 
 // --- mutations ---
 
-// Loads, and uses what it got the way a render and a save would.
+// Loads, then takes a snapshot and saves.
 void exercise(std::span<const std::byte> bytes) {
   LoadOptions options;
   options.limits.elements = 1'000'000;

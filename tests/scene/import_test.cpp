@@ -1,4 +1,4 @@
-// Other formats become the same kind of document.
+// Imports of other formats.
 #include <cmath>
 
 #include "document.h"

@@ -84,7 +84,7 @@ TEST_F(Nodes, anObjectDoesNotGoBelowItself) {
   EXPECT_EQ(document->GetFirstObject(), a);
 }
 
-TEST_F(Nodes, aRemovedNodeBelongsToNobody) {
+TEST_F(Nodes, aRemovedNodeHasNoDocument) {
   BaseObject* a = add(Onull, "a");
   BaseObject* b = add(Onull, "b", a);
   const ULLONG identity = b->GetIdentity();
@@ -257,7 +257,7 @@ TEST_F(Nodes, theViewsFrameAndSafeFrame) {
   view->GetSafeFrame(&from, &to, &orientation);
   EXPECT_EQ(orientation, 0);
   EXPECT_EQ(to, 640);
-  // It follows the format at once, without anybody who draws it.
+  // The frame follows the format at once, without a redraw.
   document->GetActiveRenderData()->GetDataInstance()->SetLong(RDATA_XRES, 720);
   EXPECT_EQ(frame(), (std::array<LONG, 4>{80, 0, 560, 480}));
 }

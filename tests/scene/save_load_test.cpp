@@ -1,4 +1,4 @@
-// A document that uses everything of ours is the same after a save and a load.
+// A document with every feature is the same after a save and a load.
 #include <cmath>
 #include <limits>
 
@@ -13,7 +13,7 @@ namespace {
 
 using Json = SceneBuilder::Json;
 
-// Every type of value, and numbers that decimal text must not bend.
+// Every type of value, and numbers that decimal text must not change.
 BaseContainer everyValue(BaseList2D* link) {
   BaseContainer c;
   c.SetReal(7, 0.1);
@@ -326,7 +326,7 @@ TEST(SaveAndLoad, whatIsWrittenIsPlainGltf) {
     EXPECT_TRUE(positions.contains("min"));
   }
   EXPECT_TRUE(found);
-  // A camera whose parameters glTF can hold has nothing in extras but what makes it ours.
+  // A camera with parameters that glTF can hold has nothing in extras but the marks of our own nodes.
   for (const Json& node : root["nodes"])
     EXPECT_FALSE(node.value("name", "") == "camera" && node["extras"]["lumenara"].contains("order"));
 }

@@ -54,7 +54,7 @@ class SceneBuilder {
     return index;
   }
 
-  /// A quad of two triangles in the plane z = 0, from 0 to 1; gives the mesh's index.
+  /// A quad of two triangles in the plane z = 0, from 0 to 1; returns the mesh's index.
   int addQuad(int material = -1) {
     const int positions = addFloats({0, 0, 0, 1, 0, 0, 1, 1, 0, 0, 1, 0}, "VEC3", 3);
     const int uv = addFloats({0, 1, 1, 1, 1, 0, 0, 0}, "VEC2", 2);
@@ -100,7 +100,7 @@ inline std::span<const std::byte> bytesOfText(const std::string& text) {
   return std::as_bytes(std::span(text));
 }
 
-/// Loads what is in the builder; the test fails when it does not load.
+/// Loads the builder's file; the test fails when it does not load.
 inline host::DocumentPtr load(const SceneBuilder& scene, host::LoadResult* details = nullptr) {
   host::LoadResult result = host::loadDocumentFromMemory(scene.glb(), Filename());
   EXPECT_TRUE(result.document != nullptr) << result.error;

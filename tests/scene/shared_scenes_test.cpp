@@ -1,4 +1,4 @@
-// Scenes by others: they load with what their makers put into them, and survive a save.
+// Scenes by others: they load completely and survive a save.
 #include <cmath>
 #include <cstdlib>
 

@@ -1,4 +1,4 @@
-// What a renderer is given: instances, materials with their switches, lights, sky, camera.
+// Snapshots: instances, materials with their switches, lights, sky, camera.
 #include "snapshot.h"
 
 #include <cmath>

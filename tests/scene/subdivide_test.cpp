@@ -12,7 +12,7 @@
 namespace host {
 namespace {
 
-// A cube from -1 to 1 as files hold it: every face with vertices and normals of its own, two triangles each.
+// A cube from -1 to 1 as in a file: every face has its own vertices and normals, two triangles each.
 std::shared_ptr<Mesh> cube() {
   auto mesh = std::make_shared<Mesh>();
   for (std::size_t axis = 0; axis < 3; ++axis) {

@@ -6,7 +6,7 @@
 
 #include <CLI/CLI.hpp>
 
-#include "lm_version.h"
+#include "main.h"
 
 namespace batch {
 namespace {

@@ -1,4 +1,4 @@
-// The host of commands that only work on pictures.
+// What the commands on pictures share.
 #pragma once
 
 #include <string>
@@ -22,7 +22,7 @@ class PictureHost {
   host::Program program_;
 };
 
-/// Loads a picture. Throws `Stop` (unreadable) with the reason.
+/// Throws `Stop` (unreadable), which says why the picture cannot be had.
 void loadPicture(BaseBitmap& bitmap, const std::string& file);
 
 } // namespace batch

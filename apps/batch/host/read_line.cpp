@@ -5,7 +5,7 @@
 
 namespace batch {
 
-// Polls, because a blocking read would not notice Ctrl-C.
+// A read alone would go on waiting after Ctrl-C.
 std::string readLine() {
   constexpr int pollPeriod = 50; // milliseconds
   std::string line;

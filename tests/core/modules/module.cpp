@@ -1,4 +1,4 @@
-// Small plug-ins for the loader's tests. MODULE_KIND chooses what this one does.
+// Small plug-ins for the loader's tests. MODULE_KIND chooses the behaviour.
 #include "c4d.h"
 
 #define KIND_GOOD 1

@@ -1,4 +1,4 @@
-// A module that is no plug-in.
+// A module without the entries of a plug-in.
 extern "C" int nothingToSeeHere() {
   return 42;
 }

@@ -1,4 +1,4 @@
-// A part for the loader's tests; its interface is a number that counts how often it was asked for.
+// A part for the loader's tests; its interface is the number of calls of the entry.
 extern "C" [[gnu::visibility("default")]] void* lumenara_part_test() {
   static int asked = 0;
   ++asked;

@@ -1,4 +1,4 @@
-// A job's clone: animation, posts, cameras, presets, and the order of the steps.
+// What a job makes of its clone: animation or not, posts, cameras, presets, the order of its steps.
 #include <gtest/gtest.h>
 
 #include "document.h"
@@ -55,7 +55,7 @@ TEST_F(JobTest, OnlyAFullRenderThatAsksForItHasAnimation) {
   }
 }
 
-// The camera itself is cloned without animation; its parent moves it.
+// The camera itself is cloned without animation; what moves it is its parent.
 TEST_F(JobTest, AnAnimationFollowsTheCamerasParent) {
   BaseObject* dolly = addMoving("Dolly");
   BaseObject* camera = addObject(Ocamera, "Hero", dolly);
@@ -136,7 +136,7 @@ TEST_F(JobTest, AnotherChoiceLeavesEveryPair) {
   }
 }
 
-// The thread's own presets differ from the stored defaults.
+// The thread's own presets differ from what the store holds at first.
 TEST_F(JobTest, PresetsOfAbsentKeys) {
   BaseObject* generator = addObject(Osds, "Smooth");
   BaseMaterial* material = addMaterial("Clay");
@@ -201,7 +201,7 @@ TEST_F(JobTest, TheCamerasCloneStandsAfterItWithoutItsChildren) {
   EXPECT_EQ(probe->renders.size(), 1u);
 }
 
-TEST_F(JobTest, ALinkToAMaterialIsIgnored) {
+TEST_F(JobTest, ALinkToAMaterialIsNoCamera) {
   BaseObject* scene = addCamera("Scene", Vector(3, 0, 0));
   document->GetRenderBaseDraw()->SetSceneCamera(scene);
   BaseContainer record;
@@ -213,7 +213,7 @@ TEST_F(JobTest, ALinkToAMaterialIsIgnored) {
 
 // ---- The steps
 
-/// Records the calls of its steps with their arguments, and performs them.
+/// Notes which of its steps were called, with what, and lets them happen.
 class NotingThread final : public lmThread {
  public:
   void FindObjects(BaseDocument* doc, LONG keepObjects, LONG flag) override {

@@ -1,5 +1,0 @@
-#include "lm_folder.h"
-
-Filename GetDataFolder() {
-  return GeGetStartupWritePath() + "plugins" + "Lumenara";
-}
