@@ -31,7 +31,7 @@ class Refinement {
   struct Tile {
     int left, top, right, bottom; // exclusive right and bottom, in the region
   };
-  // Where the samples of a pixel lie: its centre, all of it, or as far as the filter reaches.
+  // Placement of a pixel's samples: the centre, the whole pixel, or the reach of the filter.
   enum class Spread { centre, pixel, filter };
   struct Place {
     Vec2 point; // in the picture, pixels
