@@ -1,12 +1,11 @@
 // The program's preferences: containers under numbers (world plug-in data) and names (the program's own), in
 // one file that is replaced whole. Main thread.
 //
-// Several programs may use one file. Every write first reads the file again, under a lock. For each entry:
-// - An entry that this program has changed wins over the file.
-// - An entry that this program stores unchanged, with the value from before another program changed it,
-// loses:
-//   the other program's value stays.
-// - Once the container has been asked for with `get`, its values are known: whatever is stored then wins.
+// Several programs may use one file. Every write first reads the file again, under a lock. Who wins, entry by
+// entry:
+// - An entry that this program has changed replaces the value in the file.
+// - An entry that this program stores with its former value loses to another program's change.
+// - After `get`, the program knows all values of the container, so whatever it stores next wins.
 // Storing a whole container without `add` replaces all its entries.
 #pragma once
 
