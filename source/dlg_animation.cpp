@@ -1,18 +1,17 @@
 #include "dlg_animation.h"
 
-#include <cmath>
-
 #include "lm_gadgets.h"
 #include "lm_keys.h"
+#include "lm_numbers.h"
 
 namespace {
 
 constexpr LONG LABEL_WIDTH = 100;
-constexpr LONG JPEG_DIALOG_WIDTH = 400; // keeps the captions of the slider's ends apart
+constexpr LONG JPEG_DIALOG_WIDTH = 400; // keeps the captions of the slider apart
 
 // Values of the format.
 enum : LONG {
-  FORMAT_QUICKTIME_0 = 0, // the values below 4 have no entry
+  FORMAT_QUICKTIME_0 = 0, // values below 4 have no entry
   FORMAT_QUICKTIME_1 = 1,
   FORMAT_AVI_2 = 2,
   FORMAT_AVI_3 = 3,
@@ -26,14 +25,6 @@ enum : LONG {
 };
 
 const char* const SUFFIXES[] = {"mov", "mov", "avi", "avi", "mov", "avi", "bmp", "tif", "jpg", "psd", "b3d"};
-
-/// The frame of a time.
-LONG GetFrame(const BaseTime& time, LONG fps) {
-  const Real frame = std::floor(fps * time.GetNumerator()) / std::floor(time.GetDenominator());
-  // A denominator below 1 has no frame to give; 32 bits hold what is left.
-  if (!(std::fabs(frame) <= MAXLONGl)) return 0;
-  return static_cast<LONG>(frame);
-}
 
 } // namespace
 
@@ -118,7 +109,7 @@ Bool DlgAnimation::InitValues() {
   SetNumber(this, LM_ANIM_STEP, step);
   SetLong(LM_ANIM_FORMAT, format);
   SetBool(LM_ANIM_STAMP, stamp);
-  SetBool(LM_ANIM_LAUNCH, number(LM_ANIM_LAUNCH, 1)); // the box only: the opener's `launch` stays
+  SetBool(LM_ANIM_LAUNCH, number(LM_ANIM_LAUNCH, 1)); // only the box: the opener's `launch` stays
   SetBool(LM_ANIM_REMEMBER, number(LM_ANIM_REMEMBER, 0));
   SetEnabling();
   return TRUE;
@@ -178,10 +169,10 @@ Bool DlgAnimation::Command(LONG id, const BaseContainer& /*msg*/) {
   return TRUE;
 }
 
-/// Takes the frames of a range; the fields lose their limits.
+/// Sets the frames of a range; the fields lose their limits.
 void DlgAnimation::SetFrames(const BaseDocument& doc, const BaseTime& first, const BaseTime& last) {
-  from = GetFrame(first, doc.GetFps());
-  to = GetFrame(last, doc.GetFps());
+  from = FrameFromTime(first, doc.GetFps());
+  to = FrameFromTime(last, doc.GetFps());
   SetLong(LM_ANIM_FROM, from);
   SetLong(LM_ANIM_TO, to);
 }
@@ -245,7 +236,7 @@ void DlgAnimation::SaveValues() {
     store(LM_ANIM_PHOTOSHOP7, photoshop7);
     store(LM_ANIM_STAMP, stamp);
   } else {
-    // The movie's choices stay as they are.
+    // The movie options stay.
     settings->SetValue(LM_ANIM_FILE, Filename());
     store(LM_ANIM_FROM, 0);
     store(LM_ANIM_TO, 0);
@@ -274,7 +265,7 @@ void DlgAnimation::CheckFormat() {
 
 // ---- lmDlgJPGPSD_Options
 
-/// What the two ends of the slider mean.
+/// Captions of the slider's ends.
 void lmDlgJPGPSD_Options::AddCaptions(const String& low, const String& high) {
   GroupBegin(0, BFH_SCALEFIT, 4, 0, "", 0);
   AddStaticText(0, BFH_LEFT, 120, 0, "", BORDER_NONE);

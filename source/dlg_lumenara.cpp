@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "dlg_animation.h"
+#include "lm_folder.h"
 #include "lm_keys.h"
 
 namespace {
@@ -19,7 +20,7 @@ enum DLG_LUMENARA_ID : LONG {
   ID_ZOOM_IN = 1115,
   ID_ZOOM_OUT = 1116,
   ID_RESET_REGION = 1117,
-  ID_CAMERA = 1118,
+  ID_CAMERA = DlgLumenara::BUTTON_CAMERA,
   ID_ADD_TO_HISTORY = 1119,
   ID_IMAGE_A = 1120,
   ID_IMAGE_B = 1121,
@@ -154,7 +155,7 @@ void DlgLumenara::CheckMode() {
     MenuInitString(entry, TRUE, entry == mode);
 }
 
-// Enables the entries and buttons of the current mode.
+// Enables the entries and buttons that the current mode uses.
 void DlgLumenara::SetEnabling() {
   const Bool compare = settings.GetValue(LM_MODE, LM_MODE_NORMAL) == LM_MODE_COMPARE;
   MenuInitString(ID_ADD_TO_HISTORY, !compare && settings.GetValue(LM_HISTORY_ADD, 0) == 1, FALSE);
@@ -196,7 +197,7 @@ void DlgLumenara::AutoEnable() {
   view.Redraw();
 }
 
-// Stores the switch and shows it, but for the view's picture.
+// Stores the switch and updates everything that shows it, except for the view's picture.
 void DlgLumenara::ShowEnabled(LONG enabled) {
   settings.SetValue(LM_ENABLED, enabled);
   settings.Save();
@@ -248,9 +249,7 @@ Bool DlgLumenara::Command(LONG id, const BaseContainer& msg) {
     CompareSlider();
     break;
   case ID_REFRESH:
-    if (settings.GetValue(LM_ENABLED, 1) == 1 && settings.GetValue(LM_SHIFT_DISABLES, 0) == 1 &&
-        msg.GetLong(BFM_INPUT_DEVICE) == BFM_INPUT_MOUSE && (msg.GetLong(BFM_INPUT_QUALIFIER) & QSHIFT))
-      return Command(ID_ENABLED, msg);
+    if (SwitchesOff(msg)) return Command(ID_ENABLED, msg);
     AutoEnable();
     OnRender(0);
     break;
@@ -262,13 +261,21 @@ Bool DlgLumenara::Command(LONG id, const BaseContainer& msg) {
     break;
   case ID_IMAGE_A:
   case ID_IMAGE_B:
-    if (settings.GetValue(LM_MODE, LM_MODE_NORMAL) == LM_MODE_COMPARE) {
-      AutoEnable();
-      LONG screenX = 0, screenY = 0;
-      GetScreenPosition(id, &screenX, &screenY);
-      view.SelectImagePopup(screenX, screenY, id == ID_IMAGE_A);
-    }
+    SelectImage(id);
     break;
+  default:
+    HistoryCommand(id);
+    break;
+  }
+
+  settings.SetValue(LM_REGION_SHOWN, 1);
+  settings.Save();
+  return TRUE;
+}
+
+// The entries of the menu "History".
+void DlgLumenara::HistoryCommand(LONG id) {
+  switch (id) {
   case ID_ADD_TO_HISTORY:
     view.AddToHistory();
     break;
@@ -290,10 +297,20 @@ Bool DlgLumenara::Command(LONG id, const BaseContainer& msg) {
   default:
     break;
   }
+}
 
-  settings.SetValue(LM_REGION_SHOWN, 1);
-  settings.Save();
-  return TRUE;
+// Whether a click on Refresh switches the viewer off instead.
+Bool DlgLumenara::SwitchesOff(const BaseContainer& msg) const {
+  return settings.GetValue(LM_ENABLED, 1) == 1 && settings.GetValue(LM_SHIFT_DISABLES, 0) == 1 &&
+         msg.GetLong(BFM_INPUT_DEVICE) == BFM_INPUT_MOUSE && (msg.GetLong(BFM_INPUT_QUALIFIER) & QSHIFT);
+}
+
+void DlgLumenara::SelectImage(LONG button) {
+  if (settings.GetValue(LM_MODE, LM_MODE_NORMAL) != LM_MODE_COMPARE) return;
+  AutoEnable();
+  LONG screenX = 0, screenY = 0;
+  GetScreenPosition(button, &screenX, &screenY);
+  view.SelectImagePopup(screenX, screenY, button == ID_IMAGE_A);
 }
 
 void DlgLumenara::ToggleEnabled(Bool autoRefresh) {
@@ -351,12 +368,12 @@ void DlgLumenara::RenderAnimation() {
   OnRender(1);
 }
 
-// The marker is found at the next start.
+// The next start finds the marker.
 void DlgLumenara::ResetSettings() {
   if (!QuestionDialog("Are you sure you want to clear Lumenara's settings?")) return;
   AutoAlloc<BaseFile> file;
-  if (file && file->Open(GeGetStartupWritePath() + "plugins" + "Lumenara" + "reset.lm", FILEOPEN_WRITE,
-                         FILEDIALOG_NONE, FourCC("C4DC"), FourCC("C4D1")))
+  if (file && file->Open(GetDataFolder() + "reset.lm", FILEOPEN_WRITE, FILEDIALOG_NONE, FourCC("C4DC"),
+                         FourCC("C4D1")))
     file->Close();
   MessageDialog("Your Lumenara settings will be reset the next time you run Cinema 4D.");
 }
@@ -418,7 +435,7 @@ void DlgLumenara::GetScreenPosition(LONG gadget, LONG* screenX, LONG* screenY) c
 }
 
 void DlgLumenara::OpenHistoryFolder() {
-  const Filename folder = GeGetStartupWritePath() + "plugins" + "Lumenara" + "history";
+  const Filename folder = GetDataFolder() + "history";
   if (!GeFExist(folder, TRUE)) GeFCreateDir(folder);
   GeExecuteFile(folder);
 }
@@ -473,48 +490,4 @@ Bool DlgLumenara::CoreMessage(LONG id, const BaseContainer& msg) {
   default:
     return GeDialog::CoreMessage(id, msg);
   }
-}
-
-// ---- Cameras
-
-BaseObject* DlgLumenara::GetRegionCamera(const BaseDocument* doc) {
-  BaseList2D* link = GetRegionRecord(doc).GetLink(LM_REGION_CAMERA, doc);
-  return link && link->IsInstanceOf(Obase) ? static_cast<BaseObject*>(link) : nullptr;
-}
-
-void DlgLumenara::FindCameras() {
-  BaseDocument* doc = GetActiveDocument();
-  if (!doc) return;
-  BaseContainer record = GetRegionRecord(doc);
-  BaseObject* linked = GetRegionCamera(doc);
-
-  BaseContainer popup;
-  popup.SetString(POPUP_CAMERA, linked ? "Default Camera" : "Default Camera&c&");
-  popup.SetString(0, "");
-  if (SearchCameras(doc->GetFirstObject(), linked, popup, 1) == 1)
-    popup.SetString(POPUP_CAMERA_LINK, "(No Cameras)&d&");
-
-  LONG screenX = 0, screenY = 0;
-  GetScreenPosition(ID_CAMERA, &screenX, &screenY);
-  const LONG result = ShowPopupMenu(this, screenX, screenY, popup);
-  if (!result) return;
-  if (result == POPUP_CAMERA) {
-    record.RemoveData(LM_REGION_CAMERA);
-  } else if (result != POPUP_CAMERA_LINK) {
-    record.SetLink(LM_REGION_CAMERA, popup.GetLink(result + POPUP_CAMERA_LINK - POPUP_CAMERA, doc));
-  }
-  doc->GetDataInstance()->SetContainer(LM_REGION, record);
-  if (IsAutoRefresh()) OnRender(0);
-}
-
-LONG DlgLumenara::SearchCameras(BaseObject* first, BaseObject* linked, BaseContainer& popup, LONG count) {
-  for (BaseObject* object = first; object; object = object->GetNext()) {
-    if (object->GetType() == Ocamera) {
-      popup.SetString(POPUP_CAMERA + count, object->GetName() + (object == linked ? "&c&" : ""));
-      popup.SetLink(POPUP_CAMERA_LINK + count, object);
-      ++count;
-    }
-    count = SearchCameras(object->GetDown(), linked, popup, count);
-  }
-  return count;
 }

@@ -10,9 +10,9 @@
 #include "lm_userarea.h"
 #include "titlebar.h"
 
-/// The dialog in which the user watches renders of the active scene. It turns commands, input, scene changes
-/// and special events into render requests and decides which of them starts the thread. It lives as long as
-/// its command; closing its window neither destroys it nor stops a render. Main thread.
+/// The viewer: shows renders of the active scene. Commands, input, scene changes and special events become
+/// render requests, and the dialog decides which of them start the thread. It lives as long as its command;
+/// closing the window neither destroys it nor stops a render. Main thread.
 class DlgLumenara : public GeDialog {
  public:
   DlgLumenara();
@@ -27,22 +27,23 @@ class DlgLumenara : public GeDialog {
   void DestroyWindow() override;
   LONG Message(const BaseContainer& msg, BaseContainer& result) override;
 
-  /// Adds the cameras among `first`, what is below it and its next siblings to the popup: each one's name
-  /// under POPUP_CAMERA + `count`, its link under POPUP_CAMERA_LINK + `count`. Gives the next count.
+  /// Adds the cameras among `first`, its descendants and its next siblings to the popup: each name under
+  /// POPUP_CAMERA + `count`, its link under POPUP_CAMERA_LINK + `count`. Returns the next count.
   virtual LONG SearchCameras(BaseObject* first, BaseObject* linked, BaseContainer& popup, LONG count);
-  /// Lets the user choose the camera of the active document's renders.
+  /// Opens the menu that chooses the camera of the active document's renders.
   virtual void FindCameras();
   /// Switches the viewer on if it is off.
   virtual void AutoEnable();
-  /// A request for a render: 0 of the viewer, 1 of an animation.
+  /// Handles a render request: 0 viewer, 1 animation.
   virtual void OnRender(LONG animation);
   /// Loads aspect, size, x and y of the document's region.
   virtual void GetRegionInfo(BaseDocument* doc);
   /// Maps the region to the render: the size of the whole image, and x1 to y2 within it.
   virtual void GetRegion(BaseDraw* bd, BaseDocument* doc, LONG* width, LONG* height);
-  /// Writes the viewer's defaults into the settings, before they are loaded.
+  /// Writes the viewer's defaults into the settings; called before they are loaded.
   virtual void LoadDefaultSettings();
 
+  static constexpr LONG BUTTON_CAMERA = 1118;
   static constexpr LONG POPUP_CAMERA = 900000;
   static constexpr LONG POPUP_CAMERA_LINK = 910000;
 
@@ -52,18 +53,18 @@ class DlgLumenara : public GeDialog {
   DlgOptions options;
   titlebarUA titlebar; // owned, not shown
 
-  Bool busy = FALSE;                     // no request is served
-  std::atomic<LONG> animationRunning{0}; // an animation was started; the thread clears it
+  Bool busy = FALSE;                     // ignores requests
+  std::atomic<LONG> animationRunning{0}; // set when an animation starts; the thread clears it
   LONG pendingRefresh = 0;
   LONG lastRefresh = 0;    // host milliseconds; 0: no refresh yet
   LONG renderStart = 0;    // host milliseconds
-  Real compareValue = 0.0; // the slider's, when it was last drawn
+  Real compareValue = 0.0; // the slider's value at the last drawing
   lmThread thread;         // renders into the view's image and its status record
 
   // The region, filled by `GetRegionInfo` and `GetRegion`.
   Real aspect = 1.333334, size = 0.5, x = 0.0, y = 0.0;
-  LONG x1 = -1, y1 = -1, x2 = -1, y2 = -1; // pixels of the render, inclusive; -1 when no region applies
-  LONG regionWidth = 0, regionHeight = 0;  // what `GetRegion` starts from: the view's size
+  LONG x1 = -1, y1 = -1, x2 = -1, y2 = -1; // pixels of the render, inclusive; -1 without a region
+  LONG regionWidth = 0, regionHeight = 0;  // input of `GetRegion`: the view's size
 
   /// From the Render Animation dialog.
   struct Animation {
@@ -75,7 +76,7 @@ class DlgLumenara : public GeDialog {
   Animation animationJob;
 
  private:
-  /// What a job is given of the scene.
+  /// Facts about the scene for a job.
   struct SceneFacts {
     String documentName, cameraName;
     BaseTime time;
@@ -83,7 +84,7 @@ class DlgLumenara : public GeDialog {
     Real xres = 0, yres = 0; // of the active render settings
   };
 
-  /// The camera that the document's region record links to; null for none.
+  /// The camera linked in the document's region record, or null.
   static BaseObject* GetRegionCamera(const BaseDocument* doc);
   void CreateMenus();
   void InitMenus();
@@ -91,6 +92,9 @@ class DlgLumenara : public GeDialog {
   void SetEnabling();
   void ShowEnabled(LONG enabled);
   void HideRegion();
+  void HistoryCommand(LONG id);
+  Bool SwitchesOff(const BaseContainer& msg) const;
+  void SelectImage(LONG button);
   void ToggleEnabled(Bool autoRefresh);
   void SetMode(LONG mode);
   void EditOptions();

@@ -1,4 +1,4 @@
-// The viewer's requests: which of them start a render, when, and with what.
+// The viewer's render requests: their pacing, and the start of a render.
 
 #include <algorithm>
 
@@ -14,16 +14,16 @@ constexpr LONG STOP_TIMEOUT = 1000, STOP_FLAGS = 4;
 
 // ---- Scene changes and their pacing
 
-// Whether the pacing lets a refresh begin now; then it counts as the last one.
+// Whether a refresh may start now; if so, it counts as the last one.
 Bool DlgLumenara::TakeRefreshTurn(LONG delayPreset) {
   if (settings.GetValue(LM_REFRESH_WAIT, 1) == 1) return !thread.IsRunning();
   const LLONG delay = settings.GetValue(LM_REFRESH_DELAY, delayPreset);
-  if (lastRefresh && MillisecondsSince(lastRefresh) <= delay) return FALSE; // 0: there was none yet
+  if (lastRefresh && MillisecondsSince(lastRefresh) <= delay) return FALSE; // 0: no refresh yet
   lastRefresh = GeGetTimer();
   return TRUE;
 }
 
-// Renders, or holds the request for the timer.
+// Renders now, or leaves the request pending for the timer.
 void DlgLumenara::SceneChanged() {
   pendingRefresh = !TakeRefreshTurn(250);
   if (!pendingRefresh) OnRender(0);
@@ -37,7 +37,7 @@ Bool DlgLumenara::IsAutoRefresh(const BaseContainer& msg) const {
   return IsAutoRefresh() && CheckCoreMessage(msg) && !busy;
 }
 
-// False for a key that is none of an optimization.
+// False for a key that does not belong to an optimization.
 Bool DlgLumenara::OptimizationChanged(const BaseContainer& msg) {
   const auto key = static_cast<LONG>(msg.GetLLong(BFM_CORE_PAR1));
   const auto value = static_cast<LONG>(msg.GetLLong(BFM_CORE_PAR2));
@@ -69,7 +69,7 @@ Bool DlgLumenara::OptimizationChanged(const BaseContainer& msg) {
   return TRUE;
 }
 
-// The pending refresh.
+// Runs the pending refresh.
 void DlgLumenara::Timer(const BaseContainer&) {
   if (!pendingRefresh || !TakeRefreshTurn(0)) return;
   pendingRefresh = 0;
@@ -147,7 +147,7 @@ DlgLumenara::SceneFacts DlgLumenara::CollectFacts() const {
   return facts;
 }
 
-// Everything that the thread shares is written here, while it does not run.
+// Writes everything that is shared with the thread, while it does not run.
 void DlgLumenara::FillJob(LONG animation, LONG region, const SceneFacts& facts, LONG width, LONG height) {
   LMTHREAD_DATA& data = view.data;
   data.documentName = facts.documentName;
@@ -175,7 +175,7 @@ void DlgLumenara::FillJob(LONG animation, LONG region, const SceneFacts& facts, 
   thread.photoshop7 = animationJob.photoshop7;
   thread.stamps = animationJob.stamp;
 
-  // A bitmap that differs in one side only is kept as it is.
+  // A bitmap that differs in only one side is kept.
   thread.bitmap = view.image;
   if (thread.begun) view.imageIsNew = 0;
   if (view.image && view.image->GetBw() != width && view.image->GetBh() != height) {

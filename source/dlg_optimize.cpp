@@ -1,5 +1,8 @@
 #include "dlg_optimize.h"
 
+#include <algorithm>
+#include <cstddef>
+
 #include "lm_gadgets.h"
 #include "lm_keys.h"
 
@@ -10,10 +13,41 @@ constexpr LONG DLG_OPTIMIZE_TITLEBAR = 15001; // the user area of the title bar
 constexpr LONG DLG_OPTIMIZE_FIRST = 15001, DLG_OPTIMIZE_LAST = 15060;
 constexpr LONG DLG_OPTIMIZE_FIRST_SETTING = 15004;
 
-// Labels, which are greyed with what they name.
+// Labels that are greyed with their gadgets.
 constexpr LONG LABEL_SEPARATION = 15049;
 constexpr LONG LABEL_GREY_SOURCE = 15051;
 constexpr LONG LABEL_SCALE = 15054;
+
+constexpr LONG CHOICES[] = {LM_OPT_15004, LM_OPT_15006,       LM_OPT_15008,          LM_OPT_15010,
+                            LM_OPT_15012, LM_OPT_RES_DIVISOR, LM_STEREO_GREY_SOURCE, LM_OPT_ENGINE};
+
+constexpr LONG CHECK_BOXES[] = {LM_OPT_15014,           LM_OPT_15015,      LM_OPT_15016,     LM_OPT_15017,
+                                LM_OPT_15019,           LM_OPT_15020,      LM_OPT_15021,     LM_OPT_15022,
+                                LM_OPT_15023,           LM_OPT_15024,      LM_OPT_MAT_15026, LM_OPT_MAT_15027,
+                                LM_OPT_MAT_15028,       LM_OPT_MAT_15029,  LM_OPT_MAT_15030, LM_OPT_MAT_15031,
+                                LM_OPT_MAT_15032,       LM_OPT_MAT_15033,  LM_OPT_MAT_15034, LM_OPT_MAT_15035,
+                                LM_OPT_MAT_15036,       LM_OPT_MAT_15037,  LM_OPT_MAT_15038, LM_OPT_MAT_15039,
+                                LM_OPT_15041,           LM_OPT_15042,      LM_OPT_SHADERS,   LM_STEREO,
+                                LM_STEREO_GREY,         LM_STEREO_TAG_OFF, LM_OPT_15058,     LM_OPT_15059,
+                                LM_STEREO_NAMED_CAMERAS};
+
+template <std::size_t N>
+Bool IsOneOf(const LONG (&ids)[N], LONG id) {
+  return std::find(ids, ids + N, id) != ids + N;
+}
+
+/// The factor that makes a real an integer for the event; 0 for other settings.
+Real FactorOf(LONG id) {
+  switch (id) {
+  case LM_OPT_LOD:
+  case LM_STEREO_SCALE:
+    return 100;
+  case LM_STEREO_SEPARATION:
+    return 10000;
+  default:
+    return 0;
+  }
+}
 
 } // namespace
 
@@ -32,7 +66,7 @@ Bool DlgOptimize::CreateLayout() {
   GroupBorderSpace(0, 0, 0, 0);
   if (!LoadDialogResource(DLG_OPTIMIZE, nullptr, BFH_SCALEFIT | BFV_SCALEFIT)) return FALSE;
   AttachUserArea(titlebar, DLG_OPTIMIZE_TITLEBAR);
-  SetLong(LM_OPT_RES_DIVISOR, 1, 1, 30); // the stored value comes with 1 to 20
+  SetLong(LM_OPT_RES_DIVISOR, 1, 1, 30); // ApplySettings then limits it to 1 to 20
   SetNumber(this, LM_OPT_LOD, 1.0);
   SetNumber(this, LM_STEREO_SEPARATION, 0.0);
   SetNumber(this, LM_STEREO_SCALE, 1.0);
@@ -61,72 +95,21 @@ Bool DlgOptimize::Command(LONG id, const BaseContainer& /*msg*/) {
   return TRUE;
 }
 
-/// Tells the viewer the gadget's value.
+/// Sends the gadget's value to the viewer: reals times a factor, choices as they are, check boxes as 0 or 1.
 void DlgOptimize::Send(LONG id) {
   LONG value = 0;
-  Real real = 0;
-  Bool on = FALSE;
-  switch (id) {
-  case LM_OPT_15004:
-  case LM_OPT_15006:
-  case LM_OPT_15008:
-  case LM_OPT_15010:
-  case LM_OPT_15012:
-  case LM_OPT_RES_DIVISOR:
-  case LM_STEREO_GREY_SOURCE:
-  case LM_OPT_ENGINE:
+  if (const Real factor = FactorOf(id); factor > 0) {
+    Real real = 0;
+    if (!GetReal(id, real)) return;
+    value = static_cast<LONG>(real * factor);
+  } else if (IsOneOf(CHOICES, id)) {
     if (!GetLong(id, value)) return;
-    break;
-  case LM_OPT_LOD:
-    if (!GetReal(id, real)) return;
-    value = static_cast<LONG>(real * 100);
-    break;
-  case LM_STEREO_SEPARATION:
-    if (!GetReal(id, real)) return;
-    value = static_cast<LONG>(real * 10000);
-    break;
-  case LM_STEREO_SCALE:
-    if (!GetReal(id, real)) return;
-    value = static_cast<LONG>(real * 100);
-    break;
-  case LM_OPT_15014:
-  case LM_OPT_15015:
-  case LM_OPT_15016:
-  case LM_OPT_15017:
-  case LM_OPT_15019:
-  case LM_OPT_15020:
-  case LM_OPT_15021:
-  case LM_OPT_15022:
-  case LM_OPT_15023:
-  case LM_OPT_15024:
-  case LM_OPT_MAT_15026:
-  case LM_OPT_MAT_15027:
-  case LM_OPT_MAT_15028:
-  case LM_OPT_MAT_15029:
-  case LM_OPT_MAT_15030:
-  case LM_OPT_MAT_15031:
-  case LM_OPT_MAT_15032:
-  case LM_OPT_MAT_15033:
-  case LM_OPT_MAT_15034:
-  case LM_OPT_MAT_15035:
-  case LM_OPT_MAT_15036:
-  case LM_OPT_MAT_15037:
-  case LM_OPT_MAT_15038:
-  case LM_OPT_MAT_15039:
-  case LM_OPT_15041:
-  case LM_OPT_15042:
-  case LM_OPT_SHADERS:
-  case LM_STEREO:
-  case LM_STEREO_GREY:
-  case LM_STEREO_TAG_OFF:
-  case LM_OPT_15058:
-  case LM_OPT_15059:
-  case LM_STEREO_NAMED_CAMERAS:
+  } else if (IsOneOf(CHECK_BOXES, id)) {
+    Bool on = FALSE;
     if (!GetBool(id, on)) return;
     value = on ? 1 : 0;
-    break;
-  default:
-    return; // shows no setting
+  } else {
+    return; // not a setting's gadget
   }
   SpecialEventAdd(ID_LUMENARA_OPTIMIZE, static_cast<ULLONG>(id),
                   static_cast<ULLONG>(static_cast<LLONG>(value)));

@@ -18,7 +18,7 @@ Bool DlgOptions::CreateLayout() {
   if (!LoadDialogResource(DLG_OPTIONS, nullptr, BFH_SCALEFIT | BFV_SCALEFIT)) return FALSE;
   AttachUserArea(titlebar, DLG_OPTIONS_TITLEBAR);
 
-  // The ranges, before the values arrive.
+  // Sets the ranges before the values.
   for (const LONG key : {LM_REFRESH_DELAY, LM_MIN_WIDTH, LM_MIN_HEIGHT, LM_HISTORY_SIZE})
     SetNumber(this, key, static_cast<LONG>(0));
   SetNumber(this, LM_ZOOM_STEP, 0.1);
@@ -94,10 +94,8 @@ Bool DlgOptions::Command(LONG id, const BaseContainer& /*msg*/) {
 }
 
 Bool DlgOptions::CheckImage(String path) {
-  const Filename file(path);
-  if (!GeFExist(file)) return FALSE;
   const AutoAlloc<BaseBitmap> bitmap;
-  return bitmap && bitmap->Init(file) == IMAGERESULT_OK;
+  return bitmap && bitmap->Init(Filename(path)) == IMAGERESULT_OK;
 }
 
 Bool DlgOptions::AskClose() {

@@ -5,17 +5,16 @@
 #include "lm_settings.h"
 #include "titlebar.h"
 
-/// The modal dialog in which the user edits the viewer's general options. Every gadget that edits a setting
-/// has the setting's key as its ID, and the type of the value that the settings hold under it says how it is
-/// read and written. While the dialog is open, its gadgets are the working copy; whenever it closes, they are
-/// stored.
+/// The modal dialog of the viewer's general options. A gadget that edits a setting has the setting's key as
+/// its ID; the type of the stored value determines how it is read and written. While the dialog is open, its
+/// gadgets are the working copy; every way of closing stores them.
 class DlgOptions : public GeModalDialog {
  public:
   Bool CreateLayout() override;
   Bool Command(LONG id, const BaseContainer& msg) override;
   Bool AskClose() override;
 
-  /// Whether the file exists and loads as a picture.
+  /// Whether the file loads as a picture.
   virtual Bool CheckImage(String path);
   virtual void SetEnabling();
   virtual void ApplySettings(); // settings to gadgets

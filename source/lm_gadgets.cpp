@@ -4,7 +4,7 @@
 
 namespace {
 
-/// The setting's range when its values are of this type; a value of another type has none.
+/// The setting's range if its values have this type, else null.
 const lmRange* RangeFor(LONG key, LONG type) {
   LONG count = 0;
   const lmKey* keys = GetKeys(&count);

@@ -1,12 +1,12 @@
-// Settings in gadgets that have the setting's key as their ID. Main thread.
+// Settings in gadgets whose ID is the setting's key. Main thread.
 #pragma once
 
 #include "c4d.h"
 
-// Shows a number within the setting's range and as it is to be shown. A setting without a range is unbounded,
-// and so is a value that is not of the setting's type.
+// Show a number in the setting's format, within its range. A setting without a range is unbounded, and so is
+// a value of another type than the setting's.
 void SetNumber(GeDialog* dialog, LONG key, LONG value);
 void SetNumber(GeDialog* dialog, LONG key, Real value);
 
-/// Shows what `data` holds under `key`, by its type. What is not there, or has no gadget, is skipped.
+/// Shows the value of `data` under `key`, by its type. Skips absent values and values without a gadget.
 void SetGadget(GeDialog* dialog, LONG key, const BaseContainer& data);

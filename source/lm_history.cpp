@@ -1,10 +1,10 @@
-// The image history: the folder, and the two slots that are filled from it.
+// The image history: its folder, and the two slots filled from it.
 
 #include <algorithm>
 #include <tuple>
 
 #include "lm_keys.h"
-#include "lm_thread.h"
+#include "lm_numbers.h"
 #include "lm_userarea.h"
 
 namespace {
@@ -13,7 +13,7 @@ constexpr LONG POPUP_IMAGE = 900000;
 constexpr LONG POPUP_EMPTY = 900999;
 constexpr LONG POPUP_LOAD = 901000;
 
-/// Goes to the next history image of a listing; false past the last.
+/// Advances to the next history image of a listing; false at the end.
 Bool NextImage(BrowseFiles& browser) {
   while (browser.GetNext()) {
     if (!browser.IsDir() && browser.GetFilename().CheckSuffix("tif")) return TRUE;
@@ -57,7 +57,7 @@ std::vector<lmUserArea::HistoryImage> lmUserArea::ListHistory() {
   return browser ? ListHistory(*browser) : std::vector<HistoryImage>();
 }
 
-// Oldest first; images of the same second stay as the folder's listing has them.
+// Oldest first; images of the same second keep the order of the folder's listing.
 std::vector<lmUserArea::HistoryImage> lmUserArea::ListHistory(BrowseFiles& browser) {
   std::vector<HistoryImage> images;
   browser.Init(historyFolder);
@@ -81,14 +81,14 @@ void lmUserArea::CleanupHistory(LONG keep) {
 }
 
 void lmUserArea::AddToHistory() {
-  if (!display || !composed) return; // a black picture would push a real one out
+  if (!display || !composed) return; // a black picture would displace a real one
   if (!GeFExist(historyFolder, TRUE)) GeFCreateDir(historyFolder);
   CleanupHistory(settings->GetValue(LM_HISTORY_SIZE, 10) - 1);
   display->Save(GetNextFilename(historyFolder, ""), FILTER_TIF);
   if (settings->GetValue(LM_HISTORY_AUTOLOAD, 0)) AutoloadRecent();
 }
 
-// No picture is deleted for it: only `AddToHistory` keeps the history's size.
+// Deletes no picture: only `AddToHistory` enforces the history's size.
 void lmUserArea::AddLastRender() {
   const Filename lastRender = dataFolder + "lastRender.tif";
   if (GeFExist(lastRender)) {
@@ -107,7 +107,7 @@ void lmUserArea::ClearHistory() {
     GeFKill(historyFolder + browser->GetFilename());
 }
 
-// Empties the slot and loads it; it stays empty when that fails.
+// Loads the slot; on failure it is empty.
 Bool lmUserArea::LoadSlot(BaseBitmap& slot, const Filename& name, const String& error) {
   slot.FlushAll();
   if (slot.Init(name) == IMAGERESULT_OK) return TRUE;

@@ -1,10 +1,9 @@
-// The keys of the settings container, and one table of them: name, kind and default.
+// The keys of the settings container, and their table: name, type and default.
 #pragma once
 
 #include "c4d.h"
 
-/// One number space for commands, dialogs, the key of the settings in the world plug-in data, and special
-/// events.
+/// Commands, dialogs, the settings' key in the world plug-in data, and special events share one number space.
 enum LM_PLUGIN_ID : LONG {
   ID_LUMENARA = 1021442,
   ID_LUMENARA_REGION = 1021443,
@@ -152,7 +151,7 @@ enum LM_REGION_KEY : LONG {
   LM_REGION_CAMERA = 1114,
 };
 
-/// Which dialogs write a key's default.
+/// The dialogs that write a key's default.
 enum LM_DEFAULT : LONG {
   LM_DEFAULT_NONE = 0,
   LM_DEFAULT_VIEWER = 1,
@@ -160,8 +159,8 @@ enum LM_DEFAULT : LONG {
   LM_DEFAULT_BOTH = 3
 };
 
-/// A key of the settings: `type` is the host's data type, `value` the stored default (empty where there is
-/// none).
+/// A key of the settings: `type` is the host's data type, `value` the default, empty for a key without
+/// default.
 struct lmKey {
   LONG key;
   const char* name;
@@ -170,25 +169,25 @@ struct lmKey {
   GeData value;
 };
 
-/// Every key of the settings, in the order in which the defaults are written; `count` receives their number.
+/// All keys of the settings, in the order in which defaults are written; `count` receives their number.
 const lmKey* GetKeys(LONG* count);
 
-/// Puts the defaults that `writer` writes into `data`.
+/// Writes the defaults of `writer` into `data`.
 void WriteDefaults(BaseContainer* data, LM_DEFAULT writer);
 
-/// What the user calls a setting that no dialog has a gadget for, or a value of such a setting; the viewer's
-/// menus take their words from here. Null: a dialog has the word.
+/// The label of a setting, or of its value, that has no gadget in a dialog; the viewer's menus use it. Null:
+/// a dialog has the label.
 const char* GetWord(LONG id);
 
-/// How a number is shown to the user: plain, as a fraction's per cent, or with a slider's fine steps.
+/// The format of a number field: plain, a fraction in per cent, or with a slider's fine steps.
 enum LM_SHOWN : LONG { LM_SHOWN_NUMBER = 0, LM_SHOWN_PERCENT = 1, LM_SHOWN_METER = 2 };
 
-/// What the user may enter for a setting; the bounds and the step are those of what is shown.
+/// The values that the user can enter for a setting; bounds and step are those of the shown number.
 struct lmRange {
   LONG key;
   LM_SHOWN shown;
   Real min, max, step;
 };
 
-/// Null: unbounded.
+/// The range of a key; null: unbounded.
 const lmRange* GetRange(LONG key);

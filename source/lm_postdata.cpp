@@ -2,6 +2,7 @@
 
 #include <new>
 
+#include "lm_folder.h"
 #include "lm_keys.h"
 
 namespace {
@@ -14,7 +15,7 @@ NodeData* lmPostData::Alloc() {
   return new (std::nothrow) lmPostData;
 }
 
-// Once armed, it stays so until a material preview is rendered.
+// Once armed, it stays armed until the render of a material preview.
 RENDERRESULT lmPostData::Execute(BaseVideoPost*, VideoPostStruct* vps) {
   const Bool good = *vps->error == RENDERRESULT_OK && !(vps->thread && vps->thread->TestBreak());
 
@@ -29,7 +30,7 @@ RENDERRESULT lmPostData::Execute(BaseVideoPost*, VideoPostStruct* vps) {
   if (vps->vp == VIDEOPOSTCALL_FRAME && !vps->open && good) {
     BaseBitmap* buffer = vps->render->GetBuffer(VPBUFFER_RGBA, -1);
     if (!buffer || !captureNext) return RENDERRESULT_OK;
-    buffer->Save(GeGetStartupWritePath() + "plugins" + "Lumenara" + "lastRender.tif", FILTER_TIF);
+    buffer->Save(GetDataFolder() + "lastRender.tif", FILTER_TIF);
   }
   return RENDERRESULT_OK;
 }

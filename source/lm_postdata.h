@@ -4,8 +4,8 @@
 #include "c4d.h"
 
 /// Saves the finished picture of every frame that the host renders into the editor view or the Picture Viewer
-/// as "lastRender.tif" in the plug-in's data folder, from where the history takes it. The user adds it to a
-/// scene's render settings. On the host's render threads.
+/// as "lastRender.tif" in the plug-in's data folder, where the history finds it. The user adds the post to a
+/// scene's render settings. Called on the host's render threads.
 class lmPostData : public VideoPostData {
  public:
   /// Null when memory is short.
@@ -14,7 +14,7 @@ class lmPostData : public VideoPostData {
   RENDERRESULT Execute(BaseVideoPost* node, VideoPostStruct* vps) override;
 
  private:
-  LONG captureNext = 0; // the render that was opened last is of a kind worth capturing
+  LONG captureNext = 0; // the last opened render is one to capture
 };
 
 /// Registers the video post.

@@ -10,10 +10,10 @@ namespace {
 
 constexpr Real ASPECT = 1.333334;
 constexpr LONG TOLERANCE = 3;
-constexpr LONG CORNER = 8; // how far a corner reaches inward
+constexpr LONG CORNER = 8; // inward reach of a corner
 
-/// The whole part of a number. A damaged record or a view without area stays within what sums of pixels can
-/// hold.
+/// The integer part of a number, limited so that sums of pixels do not overflow: records can be damaged, and
+/// views can be empty.
 LONG ToPixels(Real value) {
   constexpr Real LIMIT = 1.0e9;
   if (!(value > -LIMIT)) return std::isnan(value) ? 0 : static_cast<LONG>(-LIMIT);
@@ -24,7 +24,7 @@ LONG Floor(Real value) {
   return ToPixels(std::floor(value));
 }
 
-/// The settings while the hook is to act on this view; null otherwise.
+/// The settings if the hook acts on this view, else null.
 const BaseContainer* GetActingSettings(BaseDocument* doc, BaseDraw* bd) {
   const BaseContainer* settings = GetWorldPluginData(ID_LUMENARA);
   if (!settings || !doc || !bd) return nullptr;
@@ -118,7 +118,7 @@ void lmRegionHook::GetRegion(BaseDraw* bd, BaseDocument* doc) {
   const LONG h = frameBottom - frameTop;
   GetRegionInfo(doc);
 
-  // The size is of the height in a wide view, of the width in a tall one.
+  // The size is a fraction of the height in a wide view, of the width in a tall one.
   const Real viewAspect = static_cast<Real>(w) / h;
   LONG boxW = 0, boxH = 0;
   if (viewAspect > aspect) {
@@ -147,7 +147,7 @@ void lmRegionHook::GetRegion(BaseDraw* bd, BaseDocument* doc) {
     minX = 1, minY = 2, maxX = w, maxY = h;
   }
 
-  // The box moves and keeps its size. The later tests win.
+  // The box moves and keeps its size. Later tests win.
   if (minX > left) {
     left = minX;
     right = left + boxW;
@@ -227,7 +227,7 @@ Bool lmRegionHook::MouseInput(BaseSceneHook* node, BaseDocument* doc, BaseDraw* 
   return SceneHookData::MouseInput(node, doc, bd, win, msg);
 }
 
-/// One step of a drag. The record is written anew: a camera link in it does not survive.
+/// One step of a drag. Replaces the record, so a camera link in it is lost.
 void lmRegionHook::MoveBox(BaseDocument* doc, BaseDraw* bd, LONG dragW, LONG dragH, Real dx, Real dy) {
   x = (dragW * x + dx) / dragW;
   y = (dragH * y + dy) / dragH;
@@ -261,14 +261,14 @@ void DlgLumenara::GetRegion(BaseDraw* bd, BaseDocument* doc, LONG* width, LONG* 
   LONG h = frameBottom - frameTop;
   LONG from = 0, to = 0, orientation = 0;
   bd->GetSafeFrame(&from, &to, &orientation);
-  // The safe frame's border is subtracted once.
+  // The safe frame's border is subtracted only once.
   if (orientation == 1) w -= from;
   if (orientation == 2) h -= from;
   GetRegionInfo(doc);
 
   const Real viewAspect = static_cast<Real>(w) / h;
   LONG r = settings.GetValue(LM_OPT_RES_DIVISOR, static_cast<LONG>(1));
-  if (r < 1) r = 1; // a damaged setting divides by nothing
+  if (r < 1) r = 1; // a damaged setting must not divide by zero
   LONG boxW = 0, boxH = 0;
   if (viewAspect > aspect) {
     *height = ToPixels((regionHeight / r) / size);

@@ -3,19 +3,19 @@
 
 #include "c4d.h"
 
-/// What describes the region of a document: its record (LM_REGION in the document's data container) and the
-/// aspect of the viewer's settings. All of it is normalised.
+/// The region of a document, normalised: its record (LM_REGION in the document's data container) and the
+/// aspect from the viewer's settings.
 struct lmRegionInfo {
   Real aspect = 1.333334; // width / height of the box
-  Real size = 0.5;        // of the view's limiting dimension
-  Real x = 0.0, y = 0.0;  // of the view's width and height
+  Real size = 0.5;        // fraction of the view's limiting dimension
+  Real x = 0.0, y = 0.0;  // fractions of the view's width and height
 };
 
-/// The region of `doc`, with the defaults above for what is absent.
+/// The region of `doc`; absent values have the defaults above.
 lmRegionInfo LoadRegionInfo(BaseDocument* doc);
 
-/// Draws the region's box over the active view, lets the user drag it at its edges, and keeps it in the
-/// document. It acts while the viewer is on, shows the region and is in Region mode. Main thread.
+/// Draws the region's box over the active view, and lets the user drag it by its edges; the document stores
+/// it. Acts while the viewer is on, shows the region and is in Region mode. Main thread.
 class lmRegionHook : public SceneHookData {
  public:
   /// Null when memory is short.
@@ -30,11 +30,12 @@ class lmRegionHook : public SceneHookData {
 
   virtual void DrawBox(BaseDraw* bd);
   virtual void GetRegionInfo(BaseDocument* doc);
-  /// The box in view pixels; corrects x and y by what the safe frame allows, here and not in the document.
+  /// Computes the box in view pixels, and corrects the hook's x and y to the safe frame; the document keeps
+  /// its values.
   virtual void GetRegion(BaseDraw* bd, BaseDocument* doc);
-  /// 0 left, 1 right, 2 top, 3 bottom, -1 none. Each edge is its whole line through the view.
+  /// 0 left, 1 right, 2 top, 3 bottom, else -1. An edge is hit along its whole line through the view.
   virtual LONG GetEdge(int x, int y);
-  /// 0 top left, 1 top right, 2 bottom left, 3 bottom right, -1 none.
+  /// 0 top left, 1 top right, 2 bottom left, 3 bottom right, else -1.
   virtual LONG GetCorner(int x, int y);
 
  private:
@@ -44,7 +45,7 @@ class lmRegionHook : public SceneHookData {
   Real aspect = 1.333334;
   Real size = 0.5;
   Real x = 0.0, y = 0.0; // loaded, or corrected
-  LONG tolerance = 0;    // pixels around an edge that count as it
+  LONG tolerance = 0;    // hit distance of an edge in pixels
 };
 
 /// Registers the hook.

@@ -3,10 +3,9 @@
 
 #include "c4d.h"
 
-/// A settings container that is bound to an ID in the host's world plug-in data and copied to and from it.
-/// All instances of one ID share what is stored there; an instance sees another's changes when it loads
-/// again. Loaded and saved on the main thread only; the render thread reads values from the viewer's
-/// instance.
+/// A settings container bound to an ID in the host's world plug-in data, and copied to and from there. All
+/// instances of an ID share the stored values; an instance sees the changes of another after a `Load`. Loads
+/// and saves on the main thread only; the render thread reads values from the viewer's instance.
 class lmSettings {
  public:
   lmSettings() = default;
@@ -19,12 +18,12 @@ class lmSettings {
   virtual void Init(LONG id);
   /// Merges the container into the stored one. False when unbound.
   virtual Bool Save();
-  /// Lays the stored values over the container's. False when unbound or nothing is stored: the container
-  /// stays as it was.
+  /// Overlays the container with the stored values. False when unbound or nothing is stored; the container
+  /// then stays unchanged.
   virtual Bool Load();
   virtual ~lmSettings() = default;
 
-  // Each stores the value under `key`; nothing is saved.
+  // Set the value in the container; nothing is saved.
   void SetValue(LONG key, LONG value) { data.SetLong(key, value); }
   void SetValue(LONG key, LLONG value) { data.SetLLong(key, value); }
   void SetValue(LONG key, Real value) { data.SetReal(key, value); }
@@ -33,7 +32,7 @@ class lmSettings {
   void SetValue(LONG key, const LVector& value) { data.SetVector(key, value); }
   void SetValue(LONG key, const BaseContainer& value) { data.SetContainer(key, value); }
 
-  // The stored value, or the preset when the key is absent.
+  // The container's value, or the preset when the key is absent.
   LONG GetValue(LONG key, LONG preset) const { return data.GetLong(key, preset); }
   LLONG GetValue(LONG key, LLONG preset) const { return data.GetLLong(key, preset); }
   Real GetValue(LONG key, Real preset) const { return data.GetReal(key, preset); }

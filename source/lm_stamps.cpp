@@ -4,7 +4,7 @@
 #include <cmath>
 
 #include "lm_keys.h"
-#include "lm_thread.h"
+#include "lm_numbers.h"
 
 namespace {
 
@@ -13,7 +13,7 @@ enum Vertical : LONG { TOP = 0, MIDDLE = 1, BOTTOM = 2 };
 
 constexpr LONG MARGIN = 4;
 
-/// What the nine anchor cells have taken up so far.
+/// The extent taken in each of the nine anchor cells.
 struct AnchorStack {
   LONG taken[9] = {};
 };
@@ -39,12 +39,12 @@ LONG HorizontalPlace(LONG code, LONG width, LONG itemWidth) {
   }
 }
 
-// The image does not use or change the anchor stack.
+// The image neither uses nor changes the anchor stack.
 void StampImage(Painter& painter) {
   if (!painter.settings->GetValue(LM_STAMP_IMAGE, 0)) return;
   const Filename file(painter.settings->GetValue(LM_STAMP_IMAGE_FILE, String()));
   AutoAlloc<GeClipMap> image;
-  if (!image || !GeFExist(file) || image->Init(file) != IMAGERESULT_OK) return;
+  if (!image || image->Init(file) != IMAGERESULT_OK) return;
 
   const LONG w = image->GetBw(), h = image->GetBh();
   const LONG x = HorizontalPlace(painter.settings->GetValue(LM_STAMP_IMAGE_H, 0), painter.width, w);
@@ -52,9 +52,8 @@ void StampImage(Painter& painter) {
   painter.map.Blit(x, y, *image, 0, 0, w - 1, h - 1);
 }
 
-// A middle item adds its absolute position to the stack, so that a second one lands far below the first: as
-// it is meant. A code other than 0 to 2 is itself the coordinate, and the stack is neither read (0 stands for
-// it) nor changed.
+// A middle item adds its absolute position to the stack, so that a second one lands far below the first; this
+// is deliberate. A code other than 0 to 2 is itself the coordinate; the stack then counts as 0 and stays.
 LONG VerticalPlace(Painter& painter, LONG horizontal, LONG vertical, Bool updateStack) {
   const LONG th = painter.textHeight;
   const Bool inCell = horizontal >= LEFT && horizontal <= RIGHT && vertical >= TOP && vertical <= BOTTOM;

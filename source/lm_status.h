@@ -7,8 +7,8 @@
 
 static_assert(std::atomic<LONG>::is_always_lock_free && std::atomic<Real>::is_always_lock_free);
 
-/// A time that one thread writes and others read: two words, so a reader may meet the old one and the new one
-/// mixed for one poll.
+/// A time that one thread writes and others read. It has two words, so a reader can see a mix of the old and
+/// the new time for one poll.
 class lmSharedTime {
  public:
   lmSharedTime& operator=(const BaseTime& time) {
@@ -23,16 +23,15 @@ class lmSharedTime {
   std::atomic<Real> denominator{1.0};
 };
 
-/// Through it the render thread reports on a job, and the viewer hands over the facts that the frame stamps
-/// print. Every field is written by one side only while a job runs: the two texts by the viewer before the
-/// thread starts, the words by the thread and by the host's render threads (`progress`), `stampsPending` also
-/// by the image view between jobs.
+/// The render thread's report on a job, with the viewer's facts for the frame stamps. The viewer writes the
+/// two texts before the thread starts. During a job the render thread writes the words, and the host's render
+/// threads `progress`; between jobs the image view writes `stampsPending` and `progress`.
 struct LMTHREAD_DATA {
   std::atomic<Real> progress{0.0};    // 0 to 1; 1 when `Main` has ended
   std::atomic<Real> renderTime{0.0};  // seconds
-  String documentName;                // the document's file name without its folder
+  String documentName;                // file name of the document, without folder
   String cameraName;                  // of the render camera
-  std::atomic<LONG> result{0};        // of the last `RenderDocument` call, 0 at start
+  std::atomic<LONG> result{0};        // of the last `RenderDocument` call; 0 at the start
   std::atomic<LONG> rendering{0};     // 1 while `Main` works
   std::atomic<LONG> stampsPending{0}; // the image view's composed flag
   lmSharedTime frameTime;             // of the frame being rendered

@@ -5,9 +5,10 @@
 #include <cmath>
 
 #include "lm_keys.h"
+#include "lm_numbers.h"
 #include "lm_thread.h"
 
-// Stereo is on when the switch and the separation are; the named pair is usable only when both are cameras.
+// Stereo needs the switch and a separation other than 0. The named pair is usable only when both are cameras.
 void lmThread::DecideStereo(Job& job) {
   Stereo& stereo = job.stereo;
   stereo.separation =
@@ -21,7 +22,7 @@ void lmThread::DecideStereo(Job& job) {
   stereo.rightCamera = right;
 }
 
-// The eye bitmaps, a camera that nothing else moves, and the colour factors.
+// Prepares the eye bitmaps, a camera that nothing else moves, and the colour factors.
 void lmThread::PrepareStereo(Job& job) {
   Stereo& stereo = job.stereo;
   if (!stereo.on) return;
@@ -45,8 +46,8 @@ void lmThread::PrepareStereo(Job& job) {
   stereo.rightFactor = settings->GetValue(LM_ANAGLYPH_RIGHT, LVector(0, 1, 1));
 }
 
-// The scene goes to the frame's time first, for what the camera hangs on may have moved. The kept matrix is
-// where the camera then stands; the eyes stand on both sides of it, and it has its place again at the end.
+// The scene is evaluated at the frame's time first, because the camera's parents may have moved. The eyes
+// stand on both sides of the camera's matrix at that time, which is restored at the end.
 LONG lmThread::RenderStereo(Job& job, const BaseTime& time) {
   Stereo& stereo = job.stereo;
   if (!job.camera || !stereo.left || !stereo.right) return RENDERRESULT_OUTOFMEMORY;
@@ -67,7 +68,7 @@ LONG lmThread::RenderStereo(Job& job, const BaseTime& time) {
   stereo.left->Clear(0, 0, 0);
   stereo.right->Clear(0, 0, 0);
 
-  RenderEye(job, stereo.leftCamera, -stereo.separation * 0.5, stereo.left); // this result is dropped
+  RenderEye(job, stereo.leftCamera, -stereo.separation * 0.5, stereo.left); // this result is discarded
   const LONG result = RenderEye(job, stereo.rightCamera, stereo.separation * 0.5, stereo.right);
   CombineEyes(stereo.left, stereo.right, stereo.leftFactor, stereo.rightFactor,
               settings->GetValue(LM_STEREO_GREY, 1), settings->GetValue(LM_STEREO_GREY_SOURCE, 0), bitmap);
@@ -77,7 +78,7 @@ LONG lmThread::RenderStereo(Job& job, const BaseTime& time) {
   return result;
 }
 
-// An eye is the camera moved along its own X axis, or a named camera as it stands.
+// Renders one eye: the camera moved along its own X axis, or a named camera in its place.
 LONG lmThread::RenderEye(Job& job, BaseObject* namedCamera, Real shift, BaseBitmap* eye) {
   if (settings->GetValue(LM_STEREO_NAMED_CAMERAS, 0) && namedCamera) {
     SetSceneCameras(job.clone, namedCamera);
@@ -91,8 +92,8 @@ LONG lmThread::RenderEye(Job& job, BaseObject* namedCamera, Real shift, BaseBitm
 
 namespace {
 
-/// What an eye's channel value gives: floor(value x factor), kept as an unsigned 16-bit word, so that a
-/// negative factor wraps to a large value.
+/// floor(value x factor) for each channel value of an eye, as an unsigned 16-bit word, so that a negative
+/// factor wraps to a large value.
 std::array<UWORD, 256> FactorTable(Real factor) {
   std::array<UWORD, 256> table{};
   for (std::size_t value = 0; value < table.size(); ++value) {
@@ -122,7 +123,7 @@ UWORD Grey(UWORD r, UWORD g, UWORD b, LONG source) {
 
 } // namespace
 
-// One pass over the picture: each eye's grey where that is on, times its factors, added and cut to 255.
+// For every pixel: each eye, grey if wanted, times its factors; the sum is limited to 255.
 void CombineEyes(const BaseBitmap* left, const BaseBitmap* right, const LVector& leftFactor,
                  const LVector& rightFactor, Bool grey, LONG source, BaseBitmap* bitmap) {
   const LONG width = bitmap->GetBw(), height = bitmap->GetBh();

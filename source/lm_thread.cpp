@@ -4,17 +4,18 @@
 #include <cmath>
 
 #include "lm_keys.h"
+#include "lm_numbers.h"
 #include "lm_stamps.h"
 
 namespace {
 
-// Host IDs that only the render thread uses.
+// Host IDs used only here.
 constexpr LONG VP_THIRD_PARTY = 1021830;
 constexpr LONG VP_THIRD_PARTY_SWITCH1 = 1003;
 constexpr LONG VP_THIRD_PARTY_SWITCH2 = 1004;
 constexpr LONG VP_GI_PARAMETER = 3804;
 
-/// The time since `timer` in seconds.
+/// Seconds since `timer`.
 Real SecondsSince(LONG timer) {
   return MillisecondsSince(timer) * 0.001;
 }
@@ -91,8 +92,8 @@ void lmThread::Main() {
   EndStatus(job);
 }
 
-// A clone of the active document, its active render data and its time. Without animation, which is faster,
-// unless a full render is to have it.
+// Clones the active document, and takes its active render data and time. The clone has no animation, which is
+// faster, unless the job or a setting for full renders needs it.
 Bool lmThread::CloneDocument(Job& job) {
   BaseDocument* active = GetActiveDocument();
   if (!active) return FALSE;
@@ -142,7 +143,7 @@ void lmThread::SwitchVideoPosts(Job& job) {
     case VPambientocclusion:
       if (!settings->GetValue(LM_OPT_15015, 1)) post->SetBit(BIT_VPDISABLED);
       break;
-    case ID_LUMENARA_POSTDATA: // a background render is never captured as the user's last render
+    case ID_LUMENARA_POSTDATA: // a background render must not be captured as the last render
       post->SetBit(BIT_VPDISABLED);
       break;
     default:
@@ -151,7 +152,7 @@ void lmThread::SwitchVideoPosts(Job& job) {
   }
 }
 
-// A choice of 0 to 2 sets a pair of render settings; 0 switches both off, any other value leaves the scene's.
+// A choice of 0 to 2 sets a pair of render settings; 0 switches both off. Other values keep the scene's.
 void lmThread::OverridePair(Job& job, LONG key, LONG first, LONG second, Bool firstAt1, Bool secondAt1,
                             Bool secondAt2) {
   const LONG choice = settings->GetValue(key, 2);
@@ -181,7 +182,7 @@ void lmThread::OverrideSettings(Job& job) {
     rdata.SetLong(RDATA_RENDERENGINE, RDATA_RENDERENGINE_PREVIEWHARDWARE);
     break;
   default:
-    break; // the scene's own
+    break; // the scene's engine
   }
 
   if (!settings->GetValue(LM_OPT_15017, 1)) rdata.SetBool(RDATA_POSTEFFECTS_ENABLE, FALSE);
@@ -205,7 +206,7 @@ void lmThread::ChooseFormat(Output& output, String* suffix) {
   output.movie = format < 6;
   switch (format) {
   case 0:
-  case 1: // kept: the dialog takes these two for QuickTime
+  case 1: // deliberate, although the dialog treats 0 and 1 as QuickTime
   case 2:
   case 3:
   case 5:
@@ -240,8 +241,8 @@ void lmThread::ChooseFormat(Output& output, String* suffix) {
   }
 }
 
-// The movie's choices, the output file and whether it may be overwritten. The question is about the base
-// name, for image sequences too.
+// Prepares the movie options and the output file, and asks before overwriting it. The question is about the
+// base name, also for image sequences.
 void lmThread::PrepareOutput(Job& job) {
   String suffix;
   ChooseFormat(job.output, &suffix);
@@ -257,11 +258,11 @@ void lmThread::PrepareOutput(Job& job) {
   if (QuestionDialog("Are you sure you want to overwrite '" + outputFile.GetString() + "'?")) {
     GeFKill(outputFile);
   } else {
-    stop = 1; // the frame loop then ends before rendering anything
+    stop = 1; // the frame loop ends before its first frame
   }
 }
 
-// The camera that was picked in the viewer becomes the scene camera; then the scene is brought to its time.
+// Makes the camera picked in the viewer the scene camera, then evaluates the scene at its time.
 void lmThread::EvaluateScene(Job& job) {
   const BaseContainer record = job.clone->GetData().GetContainer(LM_REGION);
   BaseList2D* link = record.GetLink(LM_REGION_CAMERA, job.clone);
@@ -269,8 +270,8 @@ void lmThread::EvaluateScene(Job& job) {
   job.clone->ExecutePasses(Get(), TRUE, TRUE, FALSE, BUILDFLAGS_0);
 }
 
-// `rendering` is set before `result` is cleared, so that no reader takes the cleared result for a finished
-// job's.
+// Sets `rendering` before it clears `result`, so that readers do not take the cleared result for that of a
+// finished job.
 void lmThread::StartStatus(Job& job) {
   job.jobTimer = GeGetTimer();
   if (!data) return;
@@ -296,7 +297,7 @@ void lmThread::RenderRegion(Job& job) {
   job.result = Render(job);
 }
 
-// The render looks through a clone of the camera, without hierarchy and animation.
+// Renders look through a clone of the camera, without its hierarchy and animation.
 void lmThread::CloneCamera(Job& job) {
   BaseDraw* view = job.clone->GetRenderBaseDraw();
   if (!view) return;
@@ -327,7 +328,7 @@ void lmThread::RenderFrames(Job& job) {
 
     const LONG frameTimer = GeGetTimer();
     const BaseTime frameTime(static_cast<Real>(f), job.fps);
-    // The first number is the frame's own, not its position in the range.
+    // The first number is the frame number, not the position in the range.
     StatusSetText("Lumenara (" + LLongToString(f + 1) + "/" + LLongToString(frameCount) + ")");
     job.rdata.SetTime(RDATA_FRAMEFROM, frameTime);
     job.rdata.SetTime(RDATA_FRAMETO, frameTime);
@@ -345,8 +346,7 @@ void lmThread::RenderFrames(Job& job) {
   if (job.stereo.right) BaseBitmap::Free(job.stereo.right);
 }
 
-// Stamps the frame and hands it to the movie or saves it. A failure enters the host's record of failed
-// writes.
+// Stamps the frame, then writes it to the movie or saves it. The host records failed writes.
 void lmThread::WriteFrame(Job& job, LONG frame, LONG frameTimer) {
   if (stamps && data) {
     data->renderTime = SecondsSince(frameTimer);
@@ -375,7 +375,7 @@ void lmThread::ReportErrors(LONG result) {
   }
 }
 
-// Paints the banner into the bitmap's top left corner.
+// Paints the error banner into the bitmap's top left corner.
 void lmThread::DrawBanner(const String& detail) {
   constexpr LONG bannerWidth = 300, bannerHeight = 100;
   AutoAlloc<GeClipMap> map;
@@ -388,7 +388,7 @@ void lmThread::DrawBanner(const String& detail) {
   LONG x = 4;
   const Filename iconFile = GeGetPluginPath() + "res" + "gui" + "error.tif";
   AutoAlloc<GeClipMap> icon;
-  if (icon && GeFExist(iconFile) && icon->Init(iconFile) == IMAGERESULT_OK) {
+  if (icon && icon->Init(iconFile) == IMAGERESULT_OK) {
     map->Blit(4, 4, *icon, 0, 0, icon->GetBw() - 1, icon->GetBh() - 1);
     x = icon->GetBw() + 8;
   }
@@ -399,7 +399,7 @@ void lmThread::DrawBanner(const String& detail) {
   CopyFromClipMap(*map, *bitmap);
 }
 
-// The render data goes with the clone.
+// The clone owns the render data.
 void lmThread::CleanUp(Job& job) {
   StatusClear();
   if (job.output.saver) MovieSaver::Free(job.output.saver);
@@ -411,7 +411,7 @@ void lmThread::CleanUp(Job& job) {
   if (settings->GetValue(LM_ANIM_LAUNCH, 1) && job.output.movie) GeExecuteFile(outputFile);
 }
 
-// `rendering` is cleared last: who sees it cleared sees the whole result.
+// Clears `rendering` last: a reader that sees it cleared sees the complete result.
 void lmThread::EndStatus(Job& job) {
   if (!data) return;
   data->renderTime = SecondsSince(job.jobTimer);
@@ -430,23 +430,6 @@ BaseContainer GetMovieOptions(const BaseContainer& choices) {
 
 ULONG MillisecondsSince(LONG timer) {
   return static_cast<ULONG>(GeGetTimer()) - static_cast<ULONG>(timer);
-}
-
-LONG FrameFromTime(const BaseTime& time, LONG fps) {
-  const Real denominator = std::floor(time.GetDenominator());
-  if (denominator == 0) return 0;
-  return TruncToLong(std::floor(fps * time.GetNumerator()) / denominator);
-}
-
-LONG TruncToLong(Real value) {
-  return value > -2147483649.0 && value < 2147483648.0 ? static_cast<LONG>(value) : 0;
-}
-
-String StrPad(LONG value, LONG width, const String& pad) {
-  String text = LongToString(value);
-  while (text.GetLength() < width)
-    text = pad + text;
-  return text;
 }
 
 String GetExtension(const Filename& file) {

@@ -7,9 +7,9 @@
 #include "lm_settings.h"
 #include "lm_status.h"
 
-/// Renders the active scene in the background, on a clone, into a bitmap that the viewer owns. The viewer
-/// fills the job members before `Start` (and never while a job runs), reads the status record meanwhile, and
-/// asks for an end with `CancelRender`.
+/// Renders a clone of the active scene in the background, into a bitmap that the viewer owns. The viewer
+/// fills the job members before `Start`, never during a job; it reads the status record during the job, and
+/// ends it with `CancelRender`.
 class lmThread : public C4DThread {
  public:
   ~lmThread() override;
@@ -17,22 +17,21 @@ class lmThread : public C4DThread {
   void Main() override;
   const CHAR* GetThreadName() override;
 
-  /// Asks the running job to end. Main thread. A request that comes before `Main` starts is lost.
+  /// Asks the running job to end. A request before `Main` starts is lost. Main thread.
   virtual void CancelRender();
 
-  // Scene optimizations, on the clone. Each polls the thread's break test at every object or shader that it
-  // visits.
+  // Scene optimizations of the clone. Each polls the thread's break test at every object or shader.
   virtual LONG SearchObjects(BaseObject* first, LONG keepObjects, LONG flag);
   virtual LONG SearchShaders(BaseShader* first);
   virtual void FindObjects(BaseDocument* doc, LONG keepObjects, LONG flag);
   virtual void FixMaterials(BaseDocument* doc);
   virtual void FixShaders(BaseDocument* doc);
 
-  // The job. Both cancel words are written by the main thread and by the thread, the rest only before
-  // `Start`, but for what `Main` writes as told.
+  // The job. The main thread and the render thread write the two cancel words; the rest is written before
+  // `Start` only, except where a comment names `Main`.
   std::atomic<LONG> stop{0};      // break request
   lmSettings* settings = nullptr; // read through its getters
-  LMTHREAD_DATA* data = nullptr;  // may be null
+  LMTHREAD_DATA* data = nullptr;  // can be null
   BaseBitmap* bitmap = nullptr;   // target; its size is the render resolution
   // Pixels of `bitmap`, inclusive.
   LONG regionLeft = -1, regionTop = -1, regionRight = -1, regionBottom = -1;
@@ -50,7 +49,7 @@ class lmThread : public C4DThread {
   std::atomic<LONG> userCancelled{0};            // tells a user break from other breaks
 
  private:
-  /// Where an animation goes.
+  /// The output of an animation.
   struct Output {
     Bool movie = FALSE;
     LONG filter = 0;
@@ -58,16 +57,16 @@ class lmThread : public C4DThread {
     MovieSaver* saver = nullptr;
   };
 
-  /// Two eyes beside each other.
+  /// The two eyes of a stereo render.
   struct Stereo {
     Bool on = FALSE;
     Real separation = 0;
-    BaseObject *leftCamera = nullptr, *rightCamera = nullptr; // the named pair; both or none
+    BaseObject *leftCamera = nullptr, *rightCamera = nullptr; // the named pair; both or neither
     BaseBitmap *left = nullptr, *right = nullptr;             // the eye bitmaps
     LVector leftFactor, rightFactor;
   };
 
-  /// What one job works on; it lives within `Main`.
+  /// The working data of one job, local to `Main`.
   struct Job {
     BaseDocument* clone = nullptr;
     RenderData* renderData = nullptr;
@@ -77,7 +76,7 @@ class lmThread : public C4DThread {
     LONG jobTimer = 0;
     LONG result = RENDERRESULT_OK;
     BaseObject* camera = nullptr;
-    Matrix cameraMatrix; // global; of the frame's time in stereo
+    Matrix cameraMatrix; // global; in stereo at the frame's time
     Stereo stereo;
     Output output;
   };
@@ -106,38 +105,26 @@ class lmThread : public C4DThread {
   void EndStatus(Job& job);
 };
 
-/// Combines the eyes' pictures into `bitmap`, all three of one size. Factors are colours, one a channel;
-/// `source` is where the grey comes from: 1 red, 2 green, 3 blue, others the mean.
+/// Combines the eyes' pictures into `bitmap`; all three have the same size. A factor is a colour, one number
+/// per channel; `source` selects the grey: 1 red, 2 green, 3 blue, otherwise the mean.
 void CombineEyes(const BaseBitmap* left, const BaseBitmap* right, const LVector& leftFactor,
                  const LVector& rightFactor, Bool grey, LONG source, BaseBitmap* bitmap);
 
-/// Makes `camera` the one that the render view and the active view of `doc` look through.
+/// Makes the render view and the active view of `doc` look through `camera`.
 void SetSceneCameras(BaseDocument* doc, BaseObject* camera);
 
-/// The progress callback of `RenderDocument`; its user data is the status record or null. Host render
-/// threads.
+/// The progress callback of `RenderDocument`; its user data is the status record or null. Called on the
+/// host's render threads.
 void ProgressFunction2(Real p, RENDERPROGRESSTYPE type, void* userData);
 
-/// The options of a movie among the user's choices: the whole numbers under 10000 to 10004 and 10010 to
-/// 10020.
+/// The movie options among the user's choices: the LONG values under 10000 to 10004 and 10010 to 10020.
 BaseContainer GetMovieOptions(const BaseContainer& choices);
 
-/// Milliseconds since a value of the host's timer, which wraps after 2^32.
+/// Milliseconds since a value of the host's timer, which wraps around at 2^32.
 ULONG MillisecondsSince(LONG timer);
 
-/// The frame at a time: trunc(floor(fps x numerator) / floor(denominator)); 0 where the denominator's floor
-/// is 0.
-LONG FrameFromTime(const BaseTime& time, LONG fps);
-
-/// The integer part; 0 when it does not fit.
-LONG TruncToLong(Real value);
-
-/// The decimal text of `value` with `pad` put in front while it is shorter than `width`. A minus sign stays
-/// inside the padding: -5 at width 3 becomes 0-5. `pad` is not empty.
-String StrPad(LONG value, LONG width, const String& pad);
-
-/// The end of the path from the point of its suffix on, or empty when it has none: ".tif".
+/// The suffix of the path with its point, ".tif"; empty without a suffix.
 String GetExtension(const Filename& file);
 
-/// The name of a frame's file: the name part, the frame number of at least `digits` digits, the suffix.
+/// The file name of a frame: base name, frame number with at least `digits` digits, suffix.
 Filename FileFromFrameOut(const Filename& file, LONG frame, LONG digits);

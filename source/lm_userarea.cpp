@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <vector>
 
+#include "lm_folder.h"
 #include "lm_keys.h"
 #include "lm_stamps.h"
 #include "lm_thread.h"
@@ -14,7 +15,7 @@ namespace {
 constexpr LONG STRIP_FRAME_HEIGHT = 35;
 constexpr LONG TIMER_INTERVAL = 100;
 
-/// Whether `time` is not earlier than `other`; both wrap.
+/// Whether `time` is not earlier than `other`; both wrap around.
 Bool IsNotEarlier(LONG time, LONG other) {
   return static_cast<LONG>(static_cast<ULONG>(time) - static_cast<ULONG>(other)) >= 0;
 }
@@ -25,7 +26,7 @@ inline void CopyPixel(const BaseBitmap& from, LONG fromX, LONG fromY, BaseBitmap
   to.SetPixel(x, y, r, g, b);
 }
 
-/// Writes `mix(a, b)` of every channel value into the upper left part of the target.
+/// Writes `mix(a, b)` of every channel value into the target's upper left part.
 template <class Mix>
 void MixPixels(const BaseBitmap& a, const BaseBitmap& b, BaseBitmap& target, LONG w, LONG h, Mix mix) {
   UWORD aR, aG, aB, bR, bG, bB;
@@ -41,10 +42,11 @@ void MixPixels(const BaseBitmap& a, const BaseBitmap& b, BaseBitmap& target, LON
 } // namespace
 
 lmUserArea::lmUserArea(GeDialog* owner, lmSettings* store) : dialog(owner), settings(store) {
-  dataFolder = GeGetStartupWritePath() + "plugins" + "Lumenara";
+  dataFolder = GetDataFolder();
   historyFolder = dataFolder + "history";
-  if (!GeFExist(dataFolder, TRUE)) GeFCreateDirRec(dataFolder);
-  if (!GeFExist(historyFolder, TRUE)) GeFCreateDirRec(historyFolder);
+  for (const Filename& folder : {dataFolder, historyFolder}) {
+    if (!GeFExist(folder, TRUE)) GeFCreateDirRec(folder);
+  }
 }
 
 Bool lmUserArea::InitValues() {
@@ -155,15 +157,14 @@ void lmUserArea::DrawCompare() {
   lastCompose = now;
 }
 
-// Whether the image holds a render. A job that has not begun leaves the render before it, unless the image
-// was made anew for it; while it is on its way there is nothing to compose.
+// Whether the image holds a render. Until a job has begun, the image holds the previous render, unless it was
+// re-created for the job; a starting job with a new image has nothing to compose.
 Bool lmUserArea::HasRender() const {
   if (!image || image->GetBw() < 1) return FALSE;
   return !job || job->begun || (!imageIsNew && !job->IsRunning());
 }
 
-// The rendering flag is read once, before the picture is taken: a picture that is shown as finished was
-// finished then.
+// The rendering flag is read once, before the picture: a picture shown as finished was finished then.
 void lmUserArea::DrawRender(LONG mode) {
   if (!HasRender()) return;
   const Bool rendering = data.rendering;
@@ -189,7 +190,7 @@ void lmUserArea::DrawRender(LONG mode) {
 
   if (data.result == RENDERRESULT_OK) {
     data.stampsPending = 1;
-    if (data.rendering) { // a job has begun meanwhile: its picture is composed when it is done
+    if (data.rendering) { // a job has begun: its picture is composed at its end
       data.stampsPending = 0;
       return;
     }
@@ -223,7 +224,7 @@ void lmUserArea::DrawProgressStrip() {
       strip->GetPixelRGBA(x, first + y, &r, &g, &b, &a);
       UWORD oldR, oldG, oldB;
       display->GetPixel(x, y, &oldR, &oldG, &oldB);
-      // floor((strip - display) * a / 255 + display), which is never negative
+      // floor((strip - display) * a / 255 + display); never negative
       const auto blend = [a](LONG top, LONG bottom) { return ((top - bottom) * a + bottom * 255) / 255; };
       display->SetPixel(x, y, blend(r, oldR), blend(g, oldG), blend(b, oldB));
     }
@@ -266,7 +267,7 @@ void lmUserArea::HistoryPrepare(Real slider, LONG style) {
     for (LONG a = 0; a < 256; ++a) {
       for (LONG b = 0; b < 256; ++b)
         table[static_cast<std::size_t>(a * 256 + b)] =
-            static_cast<UCHAR>(std::clamp((b - a) * t + a, 0.0, 255.0)); // the conversion takes the floor
+            static_cast<UCHAR>(std::clamp((b - a) * t + a, 0.0, 255.0)); // the conversion rounds down
     }
     MixPixels(*workA, *workB, *display, width, height,
               [values = table.data()](UWORD a, UWORD b) { return values[a * 256 + b]; });
@@ -281,14 +282,13 @@ void lmUserArea::HistoryPrepare(Real slider, LONG style) {
   }
 }
 
-// Fills a work bitmap of the view's size from a slot.
+// Copies a slot into a work bitmap of the view's size.
 void lmUserArea::PrepareSlot(const BaseBitmap& slot, BaseBitmap& work) const {
   const LONG w = slot.GetBw(), h = slot.GetBh();
   if (settings->GetValue(LM_COMPARE_SCALE, 1)) {
     slot.ScaleIt(&work, 256, TRUE, FALSE);
   } else if (settings->GetValue(LM_COMPARE_CENTER, 1)) {
-    // A picture that is larger is cropped on both sides. The rows end with their bound, the columns before
-    // it.
+    // A larger picture is cropped on both sides. The row bound is inclusive, the column bound is not.
     const LONG left = (width - w) / 2, top = (height - h) / 2;
     for (LONG y = top, fromY = 0; y <= height - top; ++y, ++fromY) {
       if (y < 0 || y >= height) continue;
@@ -297,7 +297,7 @@ void lmUserArea::PrepareSlot(const BaseBitmap& slot, BaseBitmap& work) const {
       }
     }
   } else {
-    // One row and one column outside the picture are read too.
+    // Reads one row and one column outside of the picture, too.
     for (LONG y = 0; y < height && y <= h; ++y) {
       for (LONG x = 0; x < width && x <= w; ++x)
         CopyPixel(slot, x, y, work, x, y);

@@ -2,15 +2,13 @@
 
 #include <new>
 
+#include "lm_folder.h"
 #include "lm_keys.h"
 #include "lm_postdata.h"
 #include "lm_region.h"
-#include "lm_thread.h"
+#include "lm_version.h"
 
 namespace {
-
-constexpr LONG VERSION_MAJOR = 1;
-constexpr LONG VERSION_MINOR = 0;
 
 GeResource resource;
 
@@ -85,10 +83,6 @@ Bool RegisterDlgLumenara() {
 
 // ---- Start
 
-Filename GetDataFolder() {
-  return GeGetStartupWritePath() + "plugins" + "Lumenara";
-}
-
 void CheckResetLM() {
   const Filename folders[] = {GeGetPluginPath(), GeGetStartupPath(), GeGetStartupWritePath(),
                               GeGetStartupWritePath() + "plugins", GetDataFolder()};
@@ -105,7 +99,7 @@ void CheckResetLM() {
 
 namespace {
 
-/// Merges one switch, off, into the stored settings.
+/// Switches one setting off in the stored settings.
 void StoreOff(LONG key) {
   BaseContainer data;
   data.SetLong(key, 0);
@@ -137,19 +131,4 @@ void PluginEnd() {
 Bool PluginMessage(LONG id, void*) {
   if (id == C4DPL_INIT_SYS) return resource.Init(GeGetPluginPath() + "res");
   return FALSE;
-}
-
-String GetVersionString() {
-  return LongToString(VERSION_MAJOR) + "." + StrPad(VERSION_MINOR, 2, "0");
-}
-
-void PrintVersionString(const String& name, Bool flag) {
-  const String frame = "||----------------------------------------";
-  GePrint(frame);
-  GePrint("||  " + name + " v" + GetVersionString());
-  if (flag) {
-    GePrint("||  An interactive render viewer.");
-    GePrint("||  Licensed under the Apache License, Version 2.0.");
-  }
-  GePrint(frame);
 }

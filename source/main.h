@@ -1,4 +1,4 @@
-// The plug-in's entry points, its commands and its version.
+// The plug-in's entry points and its commands.
 #pragma once
 
 #include "c4d.h"
@@ -41,18 +41,9 @@ class lmCancelCommand : public CommandData {
   LONG GetState(BaseDocument* document) override;
 };
 
-/// Registers the four commands, stopping at the first failure; true when all four succeeded.
+/// Registers the four commands; stops at the first failure and returns false.
 Bool RegisterDlgLumenara();
 
-/// The plug-in's folder of data: start-up write path + "plugins" + "Lumenara".
-Filename GetDataFolder();
-
-/// Applies a pending settings reset: deletes every "reset.lm" marker, empties the stored settings and tells
-/// the user, once.
+/// Applies a pending settings reset: deletes every "reset.lm" marker, empties the stored settings and informs
+/// the user once.
 void CheckResetLM();
-
-/// The version: major "." minor of two digits.
-String GetVersionString();
-
-/// Prints the start-up banner on the console; with `flag` also the notice lines.
-void PrintVersionString(const String& name, Bool flag);

@@ -1,12 +1,12 @@
 #include "titlebar.h"
 
-#include "main.h"
+#include "lm_version.h"
 
 namespace {
 
 constexpr LONG HEIGHT = 24;
 constexpr LONG CAP = 10;       // width of an end cap
-constexpr LONG INTERVAL = 100; // milliseconds between two looks whether the pointer has left
+constexpr LONG INTERVAL = 100; // milliseconds between two checks of the pointer
 
 // Indices of the pictures.
 enum : LONG { T_CNTR, T_CAPS, NAME_A, NAME_B, T_LEFT, HELP_A, HELP_B, HOME_A, HOME_B, T_RGHT };
@@ -58,7 +58,7 @@ void titlebarUA::SetPieces() {
   set(1, 1, w(NAME_A), NAME_A, TRUE); // overlaps the left cap
   set(2, pieces[1].x + pieces[1].width, w(T_LEFT), T_LEFT, FALSE);
   set(3, pieces[2].x + pieces[2].width, 0, T_CNTR, FALSE); // reaches past the right edge
-  // Laid out leftward from the right edge, over the centre.
+  // Laid out from the right edge leftward, over the centre.
   set(4, -CAP, CAP, T_CAPS, FALSE);
   set(5, -CAP - w(HELP_A), w(HELP_A), HELP_A, GeFExist(manual));
   set(6, pieces[5].x - CAP, CAP, T_CAPS, FALSE);
@@ -168,7 +168,7 @@ LONG titlebarUA::Message(const BaseContainer& msg, BaseContainer& result) {
 void titlebarUA::Timer(const BaseContainer&) {
   LONG x = 0, y = 0;
   if (!GetMouse(x, y)) return;
-  // Not the bounds of the hit test: the right and lower edges are inside here.
+  // Unlike the hit test, these bounds include the right and lower edges.
   if (x >= 0 && y >= 0 && x <= width && y < HEIGHT + 1) return;
   hover = -1;
   tracking = 0;

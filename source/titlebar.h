@@ -4,16 +4,16 @@
 #include "c4d.h"
 
 /// A user area across the top of a dialog, 24 pixels high: a row of nine pieces drawn from bitmaps. Three of
-/// them are buttons with a hover picture: the product's name (its version in a message box), help (the
-/// manual) and home (the product's web page). It follows the mouse itself, so that the hover picture goes
-/// when the pointer leaves. Main thread.
+/// them are buttons with a hover picture: the product's name (shows the version), help (opens the manual) and
+/// home (opens the product's web page). A timer removes the hover picture when the pointer leaves. Main
+/// thread.
 class titlebarUA : public GeUserArea {
  public:
   titlebarUA();
   ~titlebarUA() override;
 
-  /// Loads the pictures from the plug-in's folder and sets up the pieces. False when one does not load; the
-  /// pictures after it are not loaded then.
+  /// Loads the pictures from the plug-in's folder and sets up the pieces. Stops at the first picture that
+  /// does not load and returns false.
   Bool Init() override;
   Bool GetMinSize(LONG& w, LONG& h) override;
   void Sized(LONG w, LONG h) override;
@@ -35,7 +35,7 @@ class titlebarUA : public GeUserArea {
     LONG width = 0;     // one below 1 is added to the area's width
     LONG picture = 0;   // index
     LONG hoverable = 0; // while hovered, the picture after it is drawn
-    // What a click does, the first one that is not empty.
+    // Action of a click: the first that is not empty.
     String message;
     String address;
     Filename file;
@@ -43,15 +43,15 @@ class titlebarUA : public GeUserArea {
 
   LONG GetX(const Piece& piece) const { return piece.x < 0 ? piece.x + width : piece.x; }
   LONG GetPieceWidth(const Piece& piece) const { return piece.width < 1 ? piece.width + width : piece.width; }
-  /// The first hoverable piece at the position, -1 for none. Both edges of a piece miss, and so does y 0.
+  /// The first hoverable piece at the position, else -1. The edges of a piece and y = 0 do not hit.
   LONG FindPiece(LONG x, LONG y) const;
-  /// The pointer's place in the area; false when it cannot be known.
+  /// The pointer's position in the area; false when it is unknown.
   Bool GetMouse(LONG& x, LONG& y) const;
   void SetPieces();
 
   BaseBitmap* pictures[PICTURES] = {};
   Piece pieces[PIECES];
   LONG width = 0;
-  LONG tracking = 0; // 1 while the timer looks whether the pointer has left
+  LONG tracking = 0; // 1 while the timer runs
   LONG hover = -1;   // the piece under the pointer
 };

@@ -1,5 +1,5 @@
-// lumenara: renders scenes and animations, tells what they hold, compares pictures, and keeps the plug-in's
-// settings and history.
+// lumenara: renders scenes and animations, reports their contents, compares pictures, and manages the
+// plug-in's settings and history.
 #include <cstdio>
 #include <exception>
 #include <new>

@@ -1,4 +1,4 @@
-// Mouse and keyboard: what user areas get of them, and their state.
+// Mouse and keyboard: input of user areas, and input state.
 #include <algorithm>
 #include <cmath>
 
@@ -18,7 +18,7 @@ InputState& current() {
   return state;
 }
 
-// The position in the window's content. Without a view the pointer is there from now on.
+// Adds the position in the window's content. Without a view it becomes the pointer's position.
 void addPosition(const AreaState& state, LONG x, LONG y, LONG qualifiers, BaseContainer& message) {
   state.area.Local2Global(&x, &y);
   message.SetLong(BFM_INPUT_DEVICE, BFM_INPUT_MOUSE);
@@ -33,7 +33,7 @@ void addPosition(const AreaState& state, LONG x, LONG y, LONG qualifiers, BaseCo
   current().qualifiers = qualifiers;
 }
 
-// Whether a user can work with it.
+// Whether the area accepts mouse input now.
 bool takesMouse(const AreaState& state) {
   if (state.stage != AreaState::Stage::shown || !isLive(state)) return false;
   for (const Gadget* at = state.gadget; at; at = at->parent)

@@ -33,7 +33,7 @@ void startTimer(AreaState& state) {
   state.timer = mainLoop().addTimer(state.timerPeriod, run, Urgency::painting);
 }
 
-// A task that runs once the main loop comes to it, if the area is still there.
+// Posts a task; it does nothing if the area has been destroyed by then.
 void postFor(AreaState& state, void (*work)(AreaState&)) {
   const auto run = [work, area = state.lifetime.ref()] {
     if (area) work(*area.get());
@@ -41,7 +41,7 @@ void postFor(AreaState& state, void (*work)(AreaState&)) {
   mainLoop().post(run, Urgency::painting);
 }
 
-// A render since the area got its size has made its bitmap, unless only one side was another.
+// Notes the size of the bitmap after a render: a viewer keeps the old one when only one side differs.
 void noteRender(AreaState& state) {
   if (state.rendersSeen == pluginRenders()) return;
   state.rendersSeen = pluginRenders();
@@ -52,7 +52,7 @@ void noteRender(AreaState& state) {
   state.renderedHeight = state.height;
 }
 
-// The scroll group whose visible part the area fills, alone; null without one.
+// The scroll group whose visible part the area alone fills; null otherwise.
 Gadget* filledGroup(const AreaState& state) {
   Gadget* group = state.gadget->parent;
   if (!group || group->kind != GadgetKind::scrollGroup || group->children.size() != 1) return nullptr;
@@ -61,7 +61,7 @@ Gadget* filledGroup(const AreaState& state) {
   return known && right - left == state.width && bottom - top == state.height ? group : nullptr;
 }
 
-// True when the area gets another size; one of a fixed size does not.
+// Sets the group's free pixels. True when the area gets another size; an area of fixed size does not.
 bool keepFree(AreaState& state, Gadget& group, LONG width, LONG height) {
   const LONG widthBefore = state.width, heightBefore = state.height;
   const LONG freeWidth = std::exchange(group.freeWidth, width);
@@ -78,9 +78,9 @@ bool keepFree(AreaState& state, Gadget& group, LONG width, LONG height) {
   return false;
 }
 
-// A viewer keeps a bitmap that differs from its size in one side only, and would show it squashed from then
-// on. So when one side alone has changed, the group gives up or regains a pixel of the other one. True: the
-// area gets another size.
+// A viewer keeps a bitmap that differs from its size in one side only, and would show it squashed. So when
+// only one side has changed, the group frees or regains one pixel of the other side. True: the area gets
+// another size.
 bool evenOut(AreaState& state) {
   Gadget* group = filledGroup(state);
   if (!group) return false;
@@ -97,11 +97,11 @@ bool evenOut(AreaState& state) {
   return false;
 }
 
-// BFM_SIZED to the area, then to its dialog.
-void tellSize(AreaState& state) {
+// Sends BFM_SIZED to the area, then to its dialog.
+void sendSizeMessage(AreaState& state) {
   stopTimer(state.sizedTimer);
   if (!isLive(state) || (state.width == state.toldWidth && state.height == state.toldHeight)) return;
-  if (evenOut(state)) return; // the size that comes is told
+  if (evenOut(state)) return; // the new size is reported instead
   state.toldWidth = state.width;
   state.toldHeight = state.height;
   BaseContainer message(BFM_SIZED), result;
@@ -112,10 +112,10 @@ void tellSize(AreaState& state) {
   if (there && dialog.IsOpen()) sendMessage(dialog, message);
 }
 
-void tellSizeLater(AreaState& state) {
+void scheduleSizeMessage(AreaState& state) {
   stopTimer(state.sizedTimer);
   state.sizedTimer = mainLoop().addTimer(
-      sizedDelay, [&state] { tellSize(state); }, Urgency::normal, state.dialog);
+      sizedDelay, [&state] { sendSizeMessage(state); }, Urgency::normal, state.dialog);
 }
 
 void sizeToMinimum(AreaState& state) {
@@ -247,7 +247,7 @@ void setAreaTimer(AreaState& state, LONG milliseconds) {
   startTimer(state);
 }
 
-// ---- What views and tests call
+// ---- Calls from views and tests
 
 void areaMinSize(GeUserArea& area, LONG& width, LONG& height) {
   AreaState& state = *Access::state(area);
@@ -287,7 +287,7 @@ void sizeArea(GeUserArea& area, LONG width, LONG height, double pixelRatio) {
     state.toldHeight = height;
     callPlugin(state.plugin, [&] { area.InitValues(); });
   } else if (sized && isLive(state)) {
-    tellSizeLater(state);
+    scheduleSizeMessage(state);
   }
   if (alive && isLive(state)) paintNow(state);
 }

@@ -1,4 +1,4 @@
-// What the host knows of a user area, and its course from a layout to a painted surface. Main thread.
+// The host's state of a user area, from its layout to its painted surface. Main thread.
 #pragma once
 
 #include <memory>
@@ -14,12 +14,12 @@ namespace host {
 
 struct AreaState {
   explicit AreaState(GeUserArea& owner);
-  ~AreaState(); // leaves its gadget
+  ~AreaState(); // detaches it from its gadget
   AreaState(const AreaState&) = delete;
   AreaState& operator=(const AreaState&) = delete;
 
-  /// idle: not laid out since the dialog was opened; failed: `Init` refused; started: `Init` has run;
-  /// shown: it has a size and `InitValues` has run.
+  /// idle: not laid out since the dialog was opened; failed: `Init` returned false; started: `Init` has run;
+  /// shown: the area has a size and `InitValues` has run.
   enum class Stage { idle, failed, started, shown };
 
   GeUserArea& area;
@@ -42,40 +42,40 @@ struct AreaState {
   TimerId timer = 0;
 
   TimerId sizedTimer = 0;
-  LONG toldWidth = 0, toldHeight = 0; // the size that BFM_SIZED told last, or that of the opening
+  LONG toldWidth = 0, toldHeight = 0; // the size of the last BFM_SIZED, at first that of the opening
 
   // The size of the bitmap that a viewer renders into: it follows the area's size when both sides differ.
   LONG renderedWidth = 0, renderedHeight = 0;
   unsigned long long rendersSeen = 0;
-  bool rendered = false; // else the size is that of the opening
+  bool rendered = false; // false: the size is that of the opening
   Lifetime<AreaState> lifetime{*this};
 };
 
-/// An area is repainted at most once in this many milliseconds.
+/// Minimum interval between two repaints of an area, in milliseconds.
 inline constexpr Milliseconds frameTime = 16;
-/// BFM_SIZED comes when a size has stood this long.
+/// BFM_SIZED is sent when the size has not changed for this many milliseconds.
 inline constexpr Milliseconds sizedDelay = 150;
 
-/// Whether its dialog is open and `Init` has run well.
+/// Whether the dialog is open and `Init` has succeeded.
 bool isLive(const AreaState& state) noexcept;
-/// `Init`, once an opening.
+/// Calls `Init`, once per opening of the dialog.
 void startArea(AreaState& state);
-/// The window closes: timers and waiting redraws go.
+/// Stops timers and pending redraws, as the window closes.
 void stopArea(AreaState& state);
-/// Takes it out of its gadget.
+/// Detaches the area from its gadget.
 void detachArea(AreaState& state);
-/// Puts it into a gadget of kind userArea; whatever was there before leaves.
+/// Attaches the area to a gadget of kind userArea; an area that was attached there is detached.
 void attachArea(AreaState& state, GeDialog& dialog, Gadget& gadget);
 
-/// Asks `GetMinSize`. Within `GetMinSize` it does nothing.
+/// Calls `GetMinSize`; does nothing during such a call.
 void askMinSize(AreaState& state);
-/// Asks for the size anew and has the window laid out: by the view, or, without one, the area gets its
-/// minimum size soon.
+/// Calls `GetMinSize` again and lays the window out: the view does so, or, without a view, the area soon gets
+/// its minimum size.
 void relayoutArea(AreaState& state);
-/// Has it painted soon.
+/// Schedules a repaint.
 void requestPaint(AreaState& state);
 void paintNow(AreaState& state);
-/// Sets or stops the timer; 0 stops. It runs while the area is live.
+/// Sets the timer; 0 stops it. It runs while the area is live.
 void setAreaTimer(AreaState& state, LONG milliseconds);
 
 } // namespace host

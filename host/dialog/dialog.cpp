@@ -1,4 +1,4 @@
-// GeDialog: its life, its window and its timer.
+// GeDialog: lifetime, window and timer.
 #include "c4d_dialog.h"
 
 #include <algorithm>
@@ -33,7 +33,7 @@ void closeAtShutdown() {
   added = true;
 }
 
-// The areas that are in the dialog's gadgets now.
+// The areas attached to the dialog's gadgets.
 std::vector<AreaState*> areasOf(DialogState& state) {
   std::vector<AreaState*> areas;
   forEachGadget(state.model.root, [&](Gadget& gadget) {
@@ -53,7 +53,7 @@ void flushGadgets(DialogState& state) {
   state.scrollSizes.clear();
 }
 
-// CreateLayout and InitValues. Groups and menus that were not ended are ended here.
+// Calls CreateLayout and InitValues. Closes groups and menus that the dialog left open.
 bool build(DialogState& state) {
   flushGadgets(state);
   state.building = true;

@@ -49,7 +49,7 @@ bool isGroup(const GadgetDescription& gadget) {
   return gadget.buttons == 0 && (gadget.kind == GadgetKind::group || gadget.kind == GadgetKind::scrollGroup);
 }
 
-// How a gadget lies, until its description has been read.
+// Default alignment of a gadget.
 struct Lying {
   std::optional<LONG> horizontal, vertical;
   bool scaleH = false, scaleV = false;
@@ -110,7 +110,7 @@ class DescriptionReader {
     return found->second;
   }
 
-  // What every gadget can have. False when the keyword is none of it.
+  // Reads a property that every gadget can have. False for another keyword.
   bool readCommon(const std::string& keyword, GadgetDescription& gadget, Lying& lying) {
     if (keyword == "NAME" || keyword == "TOOLTIP") {
       (keyword == "NAME" ? gadget.text : gadget.tooltip) = takeTextOf();
@@ -159,7 +159,7 @@ class DescriptionReader {
     return true;
   }
 
-  // What only this kind has.
+  // Reads a property of this kind.
   bool readSpecial(const std::string& keyword, GadgetDescription& gadget) {
     if (gadget.kind == GadgetKind::comboBox && keyword == "CHILDS") {
       readEntries(gadget);

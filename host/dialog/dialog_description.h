@@ -1,5 +1,4 @@
-// Dialogs as a plug-in's resource files describe them. The files' grammar is told in docs/plugins.md. Any
-// thread.
+// Dialogs as described by a plug-in's resource files; docs/plugins.md has their grammar. Any thread.
 #pragma once
 
 #include <map>
@@ -14,7 +13,7 @@ namespace host {
 
 struct GadgetDescription {
   GadgetKind kind = GadgetKind::group;
-  LONG buttons = 0; // DLG_OK, DLG_CANCEL: a group of these
+  LONG buttons = 0; // DLG_OK, DLG_CANCEL: the group of these buttons
   LONG id = 0, flags = 0, width = 0, height = 0;
   String text, tooltip;
   bool disabled = false, hidden = false;
@@ -31,27 +30,27 @@ struct DialogDescription {
   GadgetDescription root; // its text is the window's title
 };
 
-/// What a resource folder holds.
+/// The contents of a resource folder.
 struct DialogResources {
   std::map<std::string, LONG> symbols;
   std::map<std::string, std::map<LONG, String>> texts; // by dialog, then by number
   std::map<LONG, DialogDescription> dialogs;
 
-  /// Null when there is none.
+  /// Null for an unknown dialog.
   const DialogDescription* find(LONG id) const;
 };
 
-// Each adds what a file says, or throws ResourceError, with some of it added. `file` is for the message.
-// First the symbols, then the texts, then the descriptions.
+// Each adds the contents of a file. A ResourceError can leave a part of them added; `file` is for its
+// message. Order: symbols, texts, descriptions.
 
 void readSymbols(std::string_view text, const std::string& file, DialogResources& resources);
 void readTexts(std::string_view text, const std::string& file, DialogResources& resources);
 void readDescriptions(std::string_view text, const std::string& file, DialogResources& resources);
 
-/// A number, or a symbol that stands for one.
+/// A number, or a symbol for one.
 LONG takeValue(ResourceScanner& scanner, const DialogResources& resources);
 
-/// Largest file that is read.
+/// Maximum size of a file.
 inline constexpr std::size_t largestResourceFile = 4 << 20;
 
 } // namespace host

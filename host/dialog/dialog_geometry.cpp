@@ -20,7 +20,7 @@ LONG textWidth(const String& text) {
   return std::min<LONG>(text.GetLength(), 4000) * characterWidth;
 }
 
-// What a control needs whatever its initial size says.
+// Minimum size of a control, whatever its initial size.
 Place leafMinimum(const Gadget& gadget) {
   switch (gadget.kind) {
   case GadgetKind::staticText:
@@ -64,7 +64,7 @@ Grid gridOf(const Gadget& group) {
   return {group.columns, group.rows, group.spaceX, group.spaceY};
 }
 
-// The group's children and its borders.
+// The size of a group's children and borders.
 Place contentMinimum(const Gadget& group) {
   Place size = gridMinimum(gridOf(group), itemsOf(group));
   size.width += group.borderLeft + group.borderRight;

@@ -1,21 +1,21 @@
-// Where the gadgets of a dialog lie when no view shows it.
+// Positions of a dialog's gadgets without a view.
 #pragma once
 
 #include "dialog_state.h"
 
 namespace host {
 
-/// The size that a gadget needs, with texts at 7 pixels a character and controls 24 high. A scroll group
-/// needs its initial size.
+/// The minimum size of a gadget, with 7 pixels per character and controls 24 pixels high. For a scroll group
+/// it is the initial size.
 Place gadgetMinimum(const Gadget& gadget);
-/// The size of what a scroll group holds.
+/// The size of a scroll group's contents.
 Place scrollContent(const Gadget& gadget);
-/// In the window's content; false when the gadget or one around it is hidden.
+/// Relative to the window's content; false when the gadget or a group around it is hidden.
 bool computePlace(const DialogState& state, const Gadget& gadget, Place& place);
 
-/// The gadget's place from the view, else computed.
+/// The gadget's place: from the view, without one computed.
 bool gadgetPlace(const DialogState& state, const Gadget& gadget, Place& place);
-/// Where the window's content begins on the screen.
+/// The screen position of the window's content.
 bool windowOrigin(const DialogState& state, LONG& x, LONG& y);
 
 } // namespace host

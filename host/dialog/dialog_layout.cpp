@@ -24,7 +24,7 @@ LONG cutSize(LONG size) {
   return std::clamp<LONG>(size, 0, largestSize);
 }
 
-// Adds a gadget to the group that was begun last; null outside CreateLayout.
+// Adds a gadget to the innermost open group; null outside CreateLayout.
 Gadget* add(DialogState& state, GadgetKind kind, LONG id, LONG flags, LONG width, LONG height,
             const String& text = String()) {
   if (!state.building || state.groups.empty()) return nullptr;
@@ -46,7 +46,7 @@ Bool added(DialogState& state, GadgetKind kind, LONG id, LONG flags, LONG width,
   return add(state, kind, id, flags, width, height, text) ? TRUE : FALSE;
 }
 
-// The group that was begun last; null outside CreateLayout.
+// The innermost open group; null outside CreateLayout.
 Gadget* group(DialogState& state) {
   return state.building && !state.groups.empty() ? state.groups.back() : nullptr;
 }

@@ -1,4 +1,4 @@
-// GeDialog: gadgets from a description.
+// GeDialog: gadgets made from a description.
 #include "access.h"
 #include "c4d_dialog.h"
 #include "console.h"
@@ -9,7 +9,7 @@ namespace host {
 
 namespace {
 
-// Adds what a description says to the group that was begun last; the group that is now begun stays so.
+// Adds the described gadget to the innermost open group; a described group stays open.
 void add(GeDialog& dialog, const GadgetDescription& said) {
   const LONG id = said.id, flags = said.flags, width = said.width, height = said.height;
   switch (said.kind) {

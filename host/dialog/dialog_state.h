@@ -1,4 +1,4 @@
-// What the host knows of a dialog. Main thread.
+// The host's state of a dialog. Main thread.
 #pragma once
 
 #include <map>
@@ -20,23 +20,22 @@ struct DialogState final : CoreListener {
   DialogState(const DialogState&) = delete;
   DialogState& operator=(const DialogState&) = delete;
 
-  /// Passes it on, with the dialog's plug-in as the one being called: to the dialog, then to the areas that
-  /// it shows.
+  /// Passes the message, in the plug-in's scope, to the dialog and then to its shown areas.
   void coreMessage(LONG id, const BaseContainer& message) override;
 
   GeDialog& dialog;
-  GeModalDialog* modalDialog = nullptr;              // the same, when it is one
-  const PluginUnit* plugin = threadContext().plugin; // whose dialog it is
+  GeModalDialog* modalDialog = nullptr;              // the same dialog if it is modal, else null
+  const PluginUnit* plugin = threadContext().plugin; // its owner
   bool open = false;
   bool modal = false;
-  bool building = false; // CreateLayout runs
+  bool building = false; // while CreateLayout runs
   LONG pluginId = 0, subId = 0;
-  LONG askedWidth = 0, askedHeight = 0; // of the window; 0: as it comes
+  LONG askedWidth = 0, askedHeight = 0; // of the window; 0: the minimum
 
   DialogModel model;
   DialogView* view = nullptr;
-  std::vector<Gadget*> groups;       // begun and not ended, the root first
-  std::vector<std::size_t> menuPath; // menus begun and not ended, as indices
+  std::vector<Gadget*> groups;       // open groups, the root first
+  std::vector<std::size_t> menuPath; // open menus, as indices
   bool menuBuilding = false;
   std::map<LONG, Place> scrollSizes; // setScrollSize
   LONG timerPeriod = 0;
@@ -44,20 +43,19 @@ struct DialogState final : CoreListener {
   Lifetime<DialogState> lifetime{*this};
 };
 
-/// Those that are open, in the order in which they were opened.
+/// Open dialogs, in the order of opening.
 std::vector<GeDialog*> openDialogs();
 
-/// The user wants to close it: closes it unless it refuses. Gives whether it is closed.
+/// Closes the dialog for the user unless it refuses. Returns whether it is closed.
 bool requestClose(GeDialog& dialog);
 
-/// Closes all, the last opened first, without asking.
+/// Closes all dialogs, the last opened first, without asking.
 void closeAllDialogs();
 
-/// Sends a message to the dialog, with its plug-in as the one being called. `gone` tells that the dialog has
-/// been destroyed meanwhile.
+/// Sends a message to the dialog in its plug-in's scope. `gone` is set when the dialog was destroyed by it.
 LONG sendMessage(GeDialog& dialog, const BaseContainer& message, bool* gone = nullptr);
 
-/// Every gadget of a tree, parents first.
+/// Visits every gadget of a tree, parents first.
 template <class Gadgets, class Visit>
 void forEachGadget(Gadgets& gadget, const Visit& visit) {
   visit(gadget);
@@ -65,7 +63,7 @@ void forEachGadget(Gadgets& gadget, const Visit& visit) {
     forEachGadget(static_cast<Gadgets&>(*child), visit);
 }
 
-/// The gadget to change; null when there is none. ID 0 finds nothing.
+/// The gadget, to be changed; null for an unknown ID and for ID 0.
 Gadget* findGadget(DialogState& state, LONG id);
 
 } // namespace host

@@ -1,4 +1,4 @@
-// GeDialog: the values of its gadgets, their state and their places.
+// GeDialog: values, state and places of its gadgets.
 #include <algorithm>
 #include <cmath>
 
@@ -45,7 +45,7 @@ void changed(const DialogState& state, const Gadget& gadget) {
   if (state.view) state.view->gadgetChanged(gadget);
 }
 
-// Sets a field to what it shows, within its bounds.
+// Sets a field's shown number, clamped to its bounds.
 void setNumber(Gadget& gadget, Real value, const NumberSpec& spec) {
   gadget.spec = spec;
   gadget.number = value;

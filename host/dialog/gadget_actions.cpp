@@ -13,7 +13,7 @@ namespace host {
 
 namespace {
 
-// The gadget that a user can work with now; null when it is missing, or it or a group around it is disabled
+// The gadget if a user can use it now; null when it is missing, or when it or a group around it is disabled
 // or hidden.
 Gadget* usable(GeDialog& dialog, LONG id) {
   DialogState& state = *Access::state(dialog);
@@ -34,7 +34,7 @@ BaseContainer action(LONG id) {
   return message;
 }
 
-// The click or key that caused an action. A button that the keyboard presses is pressed with the space bar.
+// The click or key that caused an action. The keyboard presses a button with the space bar.
 void addCause(BaseContainer& message, const ActionInput& input) {
   message.SetLong(BFM_INPUT_DEVICE, input.fromMouse ? BFM_INPUT_MOUSE : BFM_INPUT_KEYBOARD);
   message.SetLong(BFM_INPUT_CHANNEL, input.fromMouse ? BFM_INPUT_MOUSELEFT : ' ');
@@ -50,14 +50,14 @@ void addValue(BaseContainer& message, const Gadget& gadget) {
     message.SetReal(BFM_ACTION_VALUE, gadget.number);
 }
 
-// The view sees the new value first; then the dialog hears of it.
-bool tell(GeDialog& dialog, const Gadget& gadget, const BaseContainer& message) {
+// Notifies the view of the new value, then the dialog.
+bool notifyDialog(GeDialog& dialog, const Gadget& gadget, const BaseContainer& message) {
   if (DialogView* view = Access::state(dialog)->view) view->gadgetChanged(gadget);
   sendMessage(dialog, message);
   return true;
 }
 
-// All ways in which a user closes a window. Gives whether it is closed.
+// Closes a window for the user, in whichever way. Returns whether it is closed.
 bool closeWith(GeDialog& dialog, Bool result) {
   if (!dialog.IsOpen()) return true;
   bool gone = false;
@@ -102,14 +102,14 @@ bool enterNumber(GeDialog& dialog, LONG id, Real shown, const ActionInput& input
   addValue(message, *gadget);
   message.SetLong(BFM_ACTION_INDRAG, input.inDrag ? 1 : 0);
   message.SetLong(BFM_INPUT_QUALIFIER, input.qualifiers);
-  return tell(dialog, *gadget, message);
+  return notifyDialog(dialog, *gadget, message);
 }
 
 bool enterText(GeDialog& dialog, LONG id, const String& text) {
   Gadget* gadget = usable(dialog, id);
   if (!gadget || gadget->kind != GadgetKind::editText) return false;
   gadget->text = text;
-  return tell(dialog, *gadget, action(id));
+  return notifyDialog(dialog, *gadget, action(id));
 }
 
 bool chooseEntry(GeDialog& dialog, LONG id, LONG value) {
@@ -120,7 +120,7 @@ bool chooseEntry(GeDialog& dialog, LONG id, LONG value) {
   gadget->number = value;
   BaseContainer message = action(id);
   addValue(message, *gadget);
-  return tell(dialog, *gadget, message);
+  return notifyDialog(dialog, *gadget, message);
 }
 
 bool enterColor(GeDialog& dialog, LONG id, const Vector& color, Real brightness) {
@@ -130,7 +130,7 @@ bool enterColor(GeDialog& dialog, LONG id, const Vector& color, Real brightness)
   const Real brightest = gadget->spec.kind == NumberKind::real ? gadget->spec.max : 1;
   gadget->color = Vector(cut(color.x, 1), cut(color.y, 1), cut(color.z, 1));
   gadget->brightness = cut(brightness, brightest);
-  return tell(dialog, *gadget, action(id));
+  return notifyDialog(dialog, *gadget, action(id));
 }
 
 bool chooseMenu(GeDialog& dialog, LONG id, const ActionInput& input) {

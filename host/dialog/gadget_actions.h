@@ -1,6 +1,6 @@
-// What a user does with a dialog: called by widgets and by tests. Each changes the model as a user would and
-// calls the dialog, with its plug-in as the one being called. A gadget that is missing, disabled or hidden
-// does nothing: false. Main thread.
+// User actions on a dialog, called by widgets and tests. Each changes the model as a user does and calls the
+// dialog in its plug-in's scope. On a missing, disabled or hidden gadget they do nothing and return false.
+// Main thread.
 #pragma once
 
 #include "gadget.h"
@@ -10,67 +10,66 @@ namespace host {
 
 struct ActionInput {
   LONG qualifiers = 0;   // QSHIFT...
-  bool inDrag = false;   // a slider that is still being dragged
-  bool fromMouse = true; // else by the keyboard
+  bool inDrag = false;   // the slider is still being dragged
+  bool fromMouse = true; // false: by the keyboard
 };
 
-/// A button, or a check box: it toggles first. IDC_OK and IDC_CANCEL of a modal dialog close it afterwards,
-/// as `closeByUser` does; OK gives the result TRUE.
+/// Clicks a button or a check box, which toggles first. IDC_OK and IDC_CANCEL then close a modal dialog as
+/// `closeByUser` does; OK makes its result TRUE.
 bool clickGadget(GeDialog& dialog, LONG id, const ActionInput& input = {});
-/// A number that the user typed or dragged to, as shown (per cent for a percent field); it is cut to the
-/// range.
+/// Enters a number by typing or dragging, as shown (per cent for a percent field); clamped to the range.
 bool enterNumber(GeDialog& dialog, LONG id, Real shown, const ActionInput& input = {});
 bool enterText(GeDialog& dialog, LONG id, const String& text);
-/// The combo box's entry of this value; -1 cannot be chosen.
+/// Chooses the combo box's entry of this value; -1 cannot be chosen.
 bool chooseEntry(GeDialog& dialog, LONG id, LONG value);
-/// 0 to 1 each; a field that allows no brightness above 1 cuts.
+/// Chooses a colour, 0 to 1 per channel; clamped where the field allows no brightness above 1.
 bool enterColor(GeDialog& dialog, LONG id, const Vector& color, Real brightness = 1);
 bool chooseMenu(GeDialog& dialog, LONG id, const ActionInput& input = {});
-/// A key pressed while the dialog has the focus and no gadget took it: BFM_INPUT to `Message`. `text` is what
-/// it types. True when the dialog used it.
+/// Presses a key that no gadget of the focused dialog uses: BFM_INPUT to `Message`. `text` is the typed text.
+/// True when the dialog used it.
 bool pressKey(GeDialog& dialog, LONG channel, const String& text, LONG qualifiers = 0);
-/// The window's close button, or Escape in a modal dialog: BFM_CLOSE to `Message`, then `AskClose`, then it
-/// is closed (a modal one with the result FALSE) unless that refused. Gives whether it is closed.
+/// Uses the window's close button, or Escape in a modal dialog: BFM_CLOSE to `Message`, then `AskClose`, then
+/// closes unless that refused (a modal dialog with result FALSE). Returns whether the dialog is closed.
 bool closeByUser(GeDialog& dialog);
 
-// User areas. Positions are the area's own.
+// User areas. Positions are relative to the area.
 
 bool pressMouse(GeUserArea& area, LONG channel, LONG x, LONG y, const ActionInput& input = {},
                 bool doubleClick = false);
-/// The pointer moves over the area. Gives the cursor that the area wants (MOUSE_...), MOUSE_NORMAL for none.
+/// Moves the pointer over the area. Returns the cursor that the area asks for (MOUSE_...), else MOUSE_NORMAL.
 LONG hoverMouse(GeUserArea& area, LONG x, LONG y, LONG qualifiers = 0);
 
-/// The size that its gadget should have at least.
+/// The minimum size of the area's gadget.
 void areaMinSize(GeUserArea& area, LONG& width, LONG& height);
-/// The gadget has got another size: `Sized`, then a surface of that size (times `pixelRatio`), cleared to the
-/// window's colour and painted before this returns; and BFM_SIZED to the area and to the dialog, posted, once
-/// for several changes that come quickly after each other (150 ms). Same size and ratio: nothing.
+/// Resizes the gadget: calls `Sized`, then makes a surface of that size (times `pixelRatio`), clears it to
+/// the window's colour and paints before it returns. BFM_SIZED follows for the area and the dialog, once for
+/// changes within 150 ms. Does nothing for the same size and ratio.
 void sizeArea(GeUserArea& area, LONG width, LONG height, double pixelRatio = 1);
-/// What was painted last.
+/// The surface of the last painting.
 const Surface& areaSurface(const GeUserArea& area);
-/// Paints it now if a redraw is waiting.
+/// Paints now if a redraw is pending.
 void paintArea(GeUserArea& area);
 
-/// The colour of windows, 0xAARRGGBB: every `DrawMsg` begins on it. Repaints the areas that are shown.
+/// The window colour, 0xAARRGGBB, on which every `DrawMsg` begins. Setting it repaints all shown areas.
 void setWindowColor(std::uint32_t color);
 std::uint32_t windowColor() noexcept;
 
 // Dialogs without a view.
 
-/// Starts the areas that have no size yet, at their minimum. `UserInterface::openDialog` calls it when it
-/// sets no view; `GeDialog::Open` does for one that is not modal.
+/// Starts the areas without a size at their minimum. `UserInterface::openDialog` calls it when it sets no
+/// view; `GeDialog::Open` calls it for a dialog that is not modal.
 void layoutWithoutView(GeDialog& dialog);
-/// How much a scroll group shows; without a call it is all that it holds.
+/// Sets the visible size of a scroll group; by default all of its contents are visible.
 void setScrollSize(GeDialog& dialog, LONG id, LONG width, LONG height);
 
-/// The state of mouse and keyboard, as `GetInputState` gives it; whoever has a real window keeps it up to
-/// date. In a dialog without a view `pressMouse` and `hoverMouse` move the pointer.
+/// State of mouse and keyboard for `GetInputState`. A program with real windows keeps it up to date; in a
+/// dialog without a view, `pressMouse` and `hoverMouse` move the pointer.
 struct InputState {
   bool known = false;
   LONG mouseX = 0, mouseY = 0; // screen
   bool left = false, middle = false, right = false;
   LONG qualifiers = 0;
-  std::vector<LONG> keys; // channels of the keyboard that are down
+  std::vector<LONG> keys; // pressed keys, as keyboard channels
 };
 void setInputState(const InputState& state);
 InputState inputState();

@@ -6,7 +6,7 @@ namespace host {
 
 namespace {
 
-// The columns, or the rows, of a grid.
+// The columns or the rows of a grid.
 struct Line {
   LONG size = 0;
   bool used = false, scales = false;
@@ -67,7 +67,7 @@ std::vector<LONG> starts(const std::vector<Line>& lines, LONG at, LONG space) {
   return list;
 }
 
-// One axis of a cell: `how` is 0 middle, 1 start, 2 end, 3 all of it.
+// One axis of a cell: `how`: 0 centre, 1 start, 2 end, 3 fill.
 void lie(LONG how, bool fixed, LONG start, LONG room, LONG smallest, LONG& at, LONG& size) {
   size = how == 3 && !fixed ? room : std::min(smallest, room);
   const LONG rest = room - size;

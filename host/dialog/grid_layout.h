@@ -1,4 +1,4 @@
-// The arithmetic of groups: where children lie in a grid of columns and rows. Any thread.
+// Layout of a group's children in a grid of columns and rows. Any thread.
 #pragma once
 
 #include <vector>
@@ -10,12 +10,12 @@ namespace host {
 struct GridItem {
   LONG flags = 0; // BFH_, BFV_
   LONG minWidth = 0, minHeight = 0;
-  bool hidden = false; // keeps its cell, takes no room
+  bool hidden = false; // keeps its cell, has no size
   bool fixed = false;  // never larger than its minimum
 };
 
 struct Grid {
-  LONG columns = 0, rows = 0; // 0: as many as come
+  LONG columns = 0, rows = 0; // 0: as many as needed
   LONG spaceX = 0, spaceY = 0;
 };
 
@@ -23,16 +23,16 @@ struct GridCell {
   LONG column = 0, row = 0;
 };
 
-/// The cell of the child at `index`: with `columns` row by row, else with `rows` column by column, else one
-/// below the other.
+/// The cell of the child at `index`. With `columns`, cells fill row by row; else with `rows`, column by
+/// column; else they form one column.
 GridCell gridCell(LONG columns, LONG rows, std::size_t index) noexcept;
 
-/// The size that holds every item at its minimum.
+/// The smallest size in which every item has its minimum.
 Place gridMinimum(const Grid& grid, const std::vector<GridItem>& items);
 
-/// Lays them out in `room` (the minimum at least). A column (row) is as wide (high) as its largest minimum;
-/// what is left over goes in equal shares to the columns (rows) that have an item with BFH_SCALE (BFV_SCALE),
-/// odd pixels to the first of them. Columns and rows with nothing but hidden items have no size and no space.
+/// Lays the items out in `room`, at least the minimum. A column (row) is as wide (high) as its largest
+/// minimum. Columns (rows) that have an item with BFH_SCALE (BFV_SCALE) share the rest equally; odd pixels go
+/// to the first ones. Columns and rows with only hidden items have neither size nor spacing.
 std::vector<Place> layoutGrid(const Grid& grid, const std::vector<GridItem>& items, Place room);
 
 } // namespace host

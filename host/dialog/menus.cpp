@@ -13,7 +13,7 @@ namespace host {
 
 namespace {
 
-// The entries of the menu that was begun last; null when none may be added now.
+// The entries of the innermost open menu; null when entries cannot be added now.
 std::vector<MenuEntry>* menuToFill(DialogState& state) {
   if (!state.menuBuilding) return nullptr;
   std::vector<MenuEntry>* entries = &state.model.menus;
@@ -34,7 +34,7 @@ MenuEntry* findEntry(DialogState& state, LONG id) {
   return id == 0 ? nullptr : findIn(state.model.menus, id);
 }
 
-// Takes "&c&" or "&d&" off the text's end; tells which it was, 0 for none.
+// Removes "&c&" or "&d&" from the end of the text and returns its letter, or 0.
 char takeMark(std::string& text) {
   const std::size_t size = text.size();
   if (size < 3 || text[size - 3] != '&' || text[size - 1] != '&') return 0;

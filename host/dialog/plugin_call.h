@@ -1,5 +1,4 @@
-// Calls from the host into a plug-in's dialogs: the plug-in is known as the one being called, and nothing
-// that it throws goes further.
+// Calls from the host into a plug-in's dialogs, in the plug-in's scope. Exceptions do not leave the call.
 #pragma once
 
 #include <exception>
@@ -9,7 +8,7 @@
 
 namespace host {
 
-/// Calls; an exception is a line on the console and gives `otherwise`.
+/// Calls the function; after an exception it prints a line on the console and returns `otherwise`.
 template <class Call, class Result>
 Result callPlugin(const PluginUnit* plugin, const Call& call, Result otherwise) {
   const PluginScope scope(plugin);

@@ -57,7 +57,7 @@ std::string readFile(const fs::path& file) {
   return text;
 }
 
-// The files of a folder with this suffix, by name; none when there is no such folder.
+// The files of a folder with this suffix, by name; empty when the folder does not exist.
 std::vector<fs::path> filesIn(const fs::path& folder, const char* suffix) {
   std::vector<fs::path> files;
   std::error_code error;
@@ -68,7 +68,7 @@ std::vector<fs::path> filesIn(const fs::path& folder, const char* suffix) {
   return files;
 }
 
-// Every file has to open, pictures too: a plug-in that lacks some would fail later and less plainly.
+// Every file must open, pictures too: otherwise the plug-in would fail later with a less clear message.
 void checkFiles(const fs::path& folder) {
   std::error_code error;
   fs::recursive_directory_iterator at(folder, fs::directory_options::follow_directory_symlink, error);

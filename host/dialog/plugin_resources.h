@@ -1,4 +1,4 @@
-// The resources that plug-ins have initialised (GeResource). Main thread.
+// Resources that plug-ins have initialised (GeResource). Main thread.
 #pragma once
 
 #include <memory>
@@ -10,12 +10,11 @@
 
 namespace host {
 
-/// Reads a resource folder: its symbols, texts and descriptions, where there are any. Null with a sentence
-/// that names the file (and the line) when one does not read.
+/// Reads the symbols, texts and descriptions of a resource folder; each may be absent. On failure null, with
+/// an error message that names the file and the line.
 std::shared_ptr<const DialogResources> readDialogResources(const Filename& folder, std::string& error);
 
-/// What `resource` has read; with null what this plug-in's last `GeResource::Init` has. Null when there is
-/// none.
+/// The contents of `resource`, or, for null, of this plug-in's last `GeResource::Init`. Null without any.
 std::shared_ptr<const DialogResources> dialogResources(const GeResource* resource, const PluginUnit* plugin);
 
 } // namespace host

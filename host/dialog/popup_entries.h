@@ -1,4 +1,4 @@
-// The entries of a popup menu, as a container gives them.
+// The entries of a popup menu, from its container.
 #pragma once
 
 #include <vector>
@@ -13,10 +13,10 @@ struct PopupEntry {
   bool enabled = true, checked = false;
 };
 
-/// Entries that are not strings are left out; a text's end "&c&" and "&d&" (in any order) is taken off.
+/// Skips entries that are not strings, and removes "&c&" and "&d&" (in any order) from the end of a text.
 std::vector<PopupEntry> popupEntries(const BaseContainer& entries);
 
-/// Whether the user can choose this one.
+/// Whether the user can choose the entry.
 bool canChoose(const std::vector<PopupEntry>& entries, LONG id);
 
 } // namespace host

@@ -1,4 +1,4 @@
-// The words of a resource file. Any thread.
+// Tokens of a resource file. Any thread.
 #pragma once
 
 #include <stdexcept>
@@ -9,7 +9,7 @@
 
 namespace host {
 
-/// A mistake in a resource file; `what` is a sentence that begins with the file and the line.
+/// An error in a resource file; the message begins with the file and the line.
 class ResourceError : public std::runtime_error {
  public:
   ResourceError(const std::string& file, int line, const std::string& sentence)
@@ -20,33 +20,33 @@ enum class WordKind { end, name, number, text, sign };
 
 struct Word {
   WordKind kind = WordKind::end;
-  std::string text; // of a name, a text (escapes resolved), a sign
+  std::string text; // of a name, a text (escapes resolved) or a sign
   LONG number = 0;
   int line = 1;
   bool is(char sign) const { return kind == WordKind::sign && text[0] == sign; }
 };
 
-/// Reads a file's text word by word, one word ahead. Blanks and comments are passed over, with
-/// `directives` also lines that begin with "#". Every function throws ResourceError for what it cannot read.
+/// Reads a file's tokens, one token ahead. Skips blanks and comments, with `directives` also lines that begin
+/// with "#". Every function throws ResourceError on a syntax error.
 class ResourceScanner {
  public:
-  /// Both must live as long as the scanner.
+  /// Both must outlive the scanner.
   ResourceScanner(std::string_view text, const std::string& file, bool directives = false);
 
   const Word& peek() const noexcept { return word_; }
   Word take();
-  /// Takes the sign when it comes next.
+  /// Consumes the sign if it is the next token.
   bool takeIf(char sign);
   void expect(char sign);
   std::string takeName(const char* what);
   String takeText(const char* what);
   bool atEnd() const noexcept { return word_.kind == WordKind::end; }
-  /// Throws at the word that comes next.
+  /// Throws with the line of the next token.
   [[noreturn]] void fail(const std::string& sentence) const { failAt(word_.line, sentence); }
   [[noreturn]] void failAt(int line, const std::string& sentence) const {
     throw ResourceError(file_, line, sentence);
   }
-  /// What comes next, for a sentence.
+  /// The next token, for a message.
   std::string shown() const;
 
  private:

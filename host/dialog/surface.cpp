@@ -14,8 +14,8 @@ int cutSide(double side) {
   return static_cast<int>(std::clamp(side, 0.0, double{largestSide}));
 }
 
-// Cuts the line from (x1, y1) to (x2, y2) to a rectangle around (0, 0) to (right, bottom); false when nothing
-// is left of it. Liang and Barsky's parametric clipping.
+// Clips the line from (x1, y1) to (x2, y2) to a rectangle around (0, 0) to (right, bottom); false when
+// nothing remains. Liang and Barsky's parametric clipping.
 bool clipLine(double& x1, double& y1, double& x2, double& y2, double right, double bottom) {
   const double dx = x2 - x1, dy = y2 - y1;
   double from = 0, to = 1;
@@ -60,7 +60,7 @@ void Surface::resize(int width, int height, double ratio, std::uint32_t fill) {
   const std::size_t count = static_cast<std::size_t>(pixelWidth_) * static_cast<std::size_t>(pixelHeight_);
   try {
     pixels_.assign(count, fill);
-  } catch (const std::bad_alloc&) { // then it is there and has no pixels
+  } catch (const std::bad_alloc&) { // the surface then has no pixels
     pixels_.clear();
     pixelWidth_ = pixelHeight_ = 0;
   }
@@ -94,12 +94,12 @@ void Surface::fillRect(int x1, int y1, int x2, int y2, std::uint32_t color) noex
   fillPixels(edge(x1), edge(y1), edge(x2 + 1.0), edge(y2 + 1.0), color);
 }
 
-// Steps along the longer axis; each point is a square of one logical pixel.
+// Steps along the longer axis; a point is a square of one logical pixel.
 void Surface::line(int x1, int y1, int x2, int y2, std::uint32_t color) noexcept {
   const int thick = std::max(1, static_cast<int>(std::lround(ratio_)));
   double fromX = std::round(x1 * ratio_), fromY = std::round(y1 * ratio_);
   double toX = std::round(x2 * ratio_), toY = std::round(y2 * ratio_);
-  // Room for the squares of points left of and above the surface.
+  // Margin for the squares of points to the left and above.
   const double margin = thick;
   fromX += margin, toX += margin, fromY += margin, toY += margin;
   if (!clipLine(fromX, fromY, toX, toY, pixelWidth_ + margin, pixelHeight_ + margin)) return;

@@ -1,4 +1,4 @@
-// A picture in memory that user areas and overlays are drawn into. One thread at a time.
+// The picture in memory that user areas and overlays draw into. One thread at a time.
 #pragma once
 
 #include <cstddef>
@@ -11,10 +11,10 @@
 namespace host {
 
 /// Pixels as 0xAARRGGBB, not premultiplied, rows from the top. Drawing calls take logical pixels; a surface
-/// holds `ratio` times as many pixels a side. What lies outside is ignored.
+/// has `ratio` times as many pixels per side. Drawing outside of it is ignored.
 class Surface {
  public:
-  /// At most 32768 pixels a side; larger sizes are cut. Filled with `fill`.
+  /// Limited to 32768 pixels per side. Filled with `fill`.
   void resize(int width, int height, double ratio = 1, std::uint32_t fill = 0xff2b2b2e);
   int width() const noexcept { return width_; } // logical
   int height() const noexcept { return height_; }
@@ -28,9 +28,9 @@ class Surface {
   void fill(std::uint32_t color) noexcept;
   void fillRect(int x1, int y1, int x2, int y2, std::uint32_t color) noexcept; // inclusive
   void line(int x1, int y1, int x2, int y2, std::uint32_t color) noexcept;     // both ends drawn
-  /// Draws the part (x, y, width, height) of a bitmap into (wx, wy, ww, wh). `smooth`: averaged over the
-  /// pixel's area (between pixels when enlarging), else the nearest; `alpha`: mixed by the bitmap's alpha
-  /// channel. The part is cut to the bitmap, the target keeps its scale.
+  /// Draws the part (x, y, width, height) of a bitmap into (wx, wy, ww, wh). `smooth`: averages over the
+  /// pixel's area (interpolates when enlarging), else takes the nearest pixel; `alpha`: blends by the
+  /// bitmap's alpha channel. The part is clipped to the bitmap; the scale stays.
   void blit(const BaseBitmap& bitmap, int wx, int wy, int ww, int wh, int x, int y, int width, int height,
             bool smooth, bool alpha);
 
@@ -45,7 +45,7 @@ class Surface {
   std::vector<std::uint32_t> pixels_;
 };
 
-/// 0 to 1 a channel, cut and rounded.
+/// 0 to 1 per channel, clamped and rounded.
 std::uint32_t packColor(const Vector& color) noexcept;
 
 } // namespace host

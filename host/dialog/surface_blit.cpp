@@ -1,4 +1,4 @@
-// Drawing bitmaps into a surface.
+// Bitmaps drawn into a surface.
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -10,8 +10,8 @@ namespace host {
 
 namespace {
 
-// What one target pixel takes from the source along one axis: `count` source pixels from `first` on, with
-// weights that add up to 1.
+// The source pixels of one target pixel along one axis: `count` pixels from `first` on, with weights that add
+// up to 1.
 struct Tap {
   int target = 0;
   int first = 0;
@@ -25,7 +25,7 @@ struct Axis {
   int targetSize = 0, sourceSize = 0;
 };
 
-// Target pixels that lie on the surface, and whose middle lies in the bitmap.
+// Target pixels on the surface with their centre in the bitmap.
 template <class Visit>
 void forTargets(const Axis& axis, const Visit& visit) {
   const int first = static_cast<int>(std::max(0.0, std::round(axis.start)));
@@ -51,7 +51,8 @@ std::vector<Pair> nearestPairs(const Axis& axis) {
   return pairs;
 }
 
-// The mean over the target pixel's extent; where it is smaller than a source pixel, between the two nearest.
+// The mean over the target pixel's extent, or, when that is smaller than a source pixel, linear
+// interpolation.
 std::vector<Tap> smoothTaps(const Axis& axis) {
   const double lowest = std::max(0.0, axis.from);
   const double highest = std::min<double>(axis.sourceSize, axis.from + axis.extent);
@@ -105,7 +106,7 @@ std::uint32_t mixPixel(std::uint32_t word, std::uint32_t below) {
   return over(unpack(word), below);
 }
 
-// The bitmap's words: without alpha they are opaque.
+// The bitmap's pixels; without alpha they are opaque.
 class Source {
  public:
   Source(const BaseBitmap& bitmap, bool alpha)
@@ -130,7 +131,7 @@ class Source {
   std::uint32_t opaque_;
 };
 
-// One source row, resampled: a colour a column.
+// One source row, resampled: one colour per column.
 void resampleRow(const Source& source, int y, const std::vector<Tap>& columns, std::vector<Color>& row) {
   for (std::size_t i = 0; i < columns.size(); ++i) {
     Color sum{};
@@ -165,7 +166,7 @@ void Surface::blit(const BaseBitmap& bitmap, int wx, int wy, int ww, int wh, int
     return;
   }
   const std::vector<Tap> columns = smoothTaps(across), rows = smoothTaps(down);
-  // Neighbouring target rows share source rows: the last even and the last odd one are kept.
+  // Neighbouring target rows share source rows, so the last even and the last odd one are cached.
   struct Line {
     int y = -1;
     std::vector<Color> colors;

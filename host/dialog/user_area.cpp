@@ -13,7 +13,7 @@ namespace host {
 
 namespace {
 
-// Where the area's corner lies in the window's content.
+// The area's upper left corner in the window's content.
 bool corner(const AreaState& state, LONG& x, LONG& y) {
   Place place;
   if (!state.dialog || !state.dialog->IsOpen()) return false;

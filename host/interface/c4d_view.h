@@ -55,9 +55,9 @@ class C4D_API BaseDrawHelp {
 /// The window in which the mouse was pressed. Valid during `MouseInput`.
 class C4D_API EditorWindow {
  public:
-  /// Begins to follow the mouse. `button` is the host's code of the button (KEY_MLEFT); the position, in the
-  /// frame of the view, is where the movement counts from. Painting and the owner's timers go on during a
-  /// drag; other events wait.
+  /// Begins to follow the mouse. `button` is the code of the button that is held (KEY_MLEFT): a drag with
+  /// another one ends at once. The position, in the frame of the view, is where the movement counts from.
+  /// Painting and the owner's timers go on during a drag; other events wait.
   void MouseDragStart(LONG button, Real mx, Real my, MOUSEDRAGFLAGS flags);
   /// Waits a little for the mouse. Writes its movement since the last call, in logical pixels (0 while it
   /// rests), and, when not null, an input container with position and qualifier. FINISHED once the button is

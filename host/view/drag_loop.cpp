@@ -6,7 +6,8 @@ LONG qualifierOf(const ViewKeys& keys) noexcept {
   return (keys.shift ? QSHIFT : 0) | (keys.ctrl ? QCTRL : 0) | (keys.alt ? QALT : 0);
 }
 
-void DragLoop::start(Real x, Real y) {
+void DragLoop::start(LONG button, Real x, Real y) {
+  if ((button == KEY_MLEFT) != leftHeld_) return;
   started_ = true;
   x_ = x, y_ = y;
   if (!modal_) modal_.emplace(owner_);
@@ -35,7 +36,7 @@ MOUSEDRAGRESULT DragLoop::step(Real* dx, Real* dy, BaseContainer* channels) {
   if (dy) *dy = event.y - y_;
   x_ = event.x, y_ = event.y;
   if (event.kind == DragEvent::Kind::release) result_ = MOUSEDRAGRESULT_FINISHED;
-  return moved ? MOUSEDRAGRESULT_CONTINUE : result_; // a last movement is told before the end
+  return moved ? MOUSEDRAGRESULT_CONTINUE : result_; // a last movement is reported before the end
 }
 
 MOUSEDRAGRESULT DragLoop::end() {
@@ -45,8 +46,8 @@ MOUSEDRAGRESULT DragLoop::end() {
 
 } // namespace host
 
-void EditorWindow::MouseDragStart(LONG /*button*/, Real mx, Real my, MOUSEDRAGFLAGS /*flags*/) {
-  loop_->start(mx, my);
+void EditorWindow::MouseDragStart(LONG button, Real mx, Real my, MOUSEDRAGFLAGS /*flags*/) {
+  loop_->start(button, mx, my);
 }
 
 MOUSEDRAGRESULT EditorWindow::MouseDrag(Real* mx, Real* my, BaseContainer* channels) {

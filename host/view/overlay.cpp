@@ -23,13 +23,13 @@ std::uint32_t byteOf(Real value) {
 struct Axis {
   double ratio;
   LONG origin;
-  int first, limit; // the device pixels that may be drawn on
+  int first, limit; // drawable device pixels
   int edge(LONG pixel) const {
     const double at = std::floor((static_cast<double>(origin) + pixel) * ratio);
     return static_cast<int>(std::clamp(at, static_cast<double>(first), static_cast<double>(limit)));
   }
   LONG begin() const { return static_cast<LONG>(std::floor(first / ratio)) - origin; }
-  // The first logical pixel that lies behind.
+  // One past the last logical pixel.
   LONG end() const { return static_cast<LONG>(std::ceil(limit / ratio)) - origin; }
 };
 

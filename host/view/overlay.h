@@ -1,5 +1,4 @@
-// Lines and points that scene hooks draw over a picture, and their way onto it, exact to the pixel. Main
-// thread.
+// Lines and points that scene hooks draw over a picture, exact to the pixel. Main thread.
 #pragma once
 
 #include "c4d_document.h"
@@ -16,8 +15,8 @@ struct OverlayMark {
 };
 using Overlay = std::vector<OverlayMark>;
 
-/// Collects the drawing calls of one view while it lives; calls for other views, or without a scope, do
-/// nothing. Scopes nest; the inner one collects.
+/// Collects the drawing calls of one view. Calls for other views, or without a scope, do nothing. In nested
+/// scopes the inner one collects.
 class OverlayScope {
  public:
   OverlayScope(const BaseDraw& view, Overlay& overlay) noexcept;
@@ -25,8 +24,8 @@ class OverlayScope {
   OverlayScope(const OverlayScope&) = delete;
   OverlayScope& operator=(const OverlayScope&) = delete;
 
-  static OverlayScope* of(const BaseDraw* view) noexcept; // null: nobody collects for it
-  /// What the calls of BaseDraw do.
+  static OverlayScope* of(const BaseDraw* view) noexcept; // null: not collected
+  // Implement the calls of BaseDraw.
   void toScreenSpace(LONG depth) noexcept;
   void setPen(const Vector& color) noexcept;
   void add(const Vector& from, const Vector& to);
@@ -35,11 +34,11 @@ class OverlayScope {
   const BaseDraw& view_;
   Overlay& overlay_;
   OverlayScope* outer_;
-  OverlayMark pen_; // colour and depth of what comes
+  OverlayMark pen_; // colour and depth of the next marks
   bool screen_ = false;
 };
 
-/// A pixel that was painted over, and what had been there.
+/// An overpainted pixel and its colour before.
 struct PaintedPixel {
   std::size_t index;
   std::uint32_t before;
@@ -47,10 +46,10 @@ struct PaintedPixel {
 
 /// A view's frame in its picture.
 struct OverlayFrame {
-  double ratio = 1;                      // device pixels for a logical one
+  double ratio = 1;                      // device pixels per logical pixel
   LONG x = 0, y = 0;                     // its corner, logical
   int left = 0, top = 0;                 // and in device pixels
-  int right = 1 << 30, bottom = 1 << 30; // behind its last one
+  int right = 1 << 30, bottom = 1 << 30; // one past its last pixel
 };
 
 /// Draws marks into a frame of a picture: its logical pixel (x, y) is the block from floor((frame.x + x) *
@@ -58,7 +57,7 @@ struct OverlayFrame {
 /// The pixels painted over are added to `painted`, in order.
 void drawOverlay(const Overlay& overlay, const OverlayFrame& frame, ViewImage& image,
                  std::vector<PaintedPixel>& painted);
-/// Puts back what was there, and empties the list.
+/// Restores the pixels, and empties the list.
 void eraseOverlay(ViewImage& image, std::vector<PaintedPixel>& painted) noexcept;
 
 } // namespace host

@@ -1,13 +1,11 @@
-// Whether two snapshots look the same in an editor view, so that what was built for one serves the other. Any
-// thread.
+// Comparison of two snapshots by their look in an editor view: equal ones share their structures. Any thread.
 #pragma once
 
 #include "snapshot.h"
 
 namespace host {
 
-/// Compares what a view shows: objects, meshes, places, base colours, alpha and glow. Lights, cameras and sky
-/// do not count.
+/// Compares objects, meshes, places, base colours, alpha and glow; ignores lights, cameras and sky.
 bool sameLook(const Snapshot& a, const Snapshot& b);
 
 } // namespace host

@@ -29,7 +29,7 @@ SceneHooks::~SceneHooks() {
   clear();
 }
 
-// In the reverse order of their making, each as its plug-in's call.
+// Destroys them in reverse order, each in its plug-in's scope.
 void SceneHooks::clear() {
   while (!instances_.empty()) {
     const PluginScope scope(instances_.back()->plugin);
@@ -87,10 +87,10 @@ Result SceneHooks::call(Instance& instance, const Function& function, Result fai
 SceneHooks::Input SceneHooks::mouseInput(BaseDraw& view, const BaseContainer& message, const DragPump& pump,
                                          const void* owner) {
   Input input;
-  if (depth_ > 0) return input; // the mouse is a hook's already
+  if (depth_ > 0) return input; // a hook has the mouse already
   const auto instances = instances_;
   for (const InstancePtr& instance : instances) {
-    DragLoop loop(pump, owner);
+    DragLoop loop(pump, owner, message.GetLong(BFM_INPUT_CHANNEL) == BFM_INPUT_MOUSELEFT);
     Window window(&loop);
     drag_ = &loop;
     const auto run = [&] {

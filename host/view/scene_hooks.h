@@ -1,5 +1,5 @@
-// The scene hooks of the document that a view looks at: their instances, and the calls in their order. What a
-// hook throws is a line on the console. Main thread.
+// The scene hooks of a view's document: their instances, and the calls in their order. An exception of a hook
+// is printed as a line on the console. Main thread.
 #pragma once
 
 #include <memory>
@@ -19,21 +19,21 @@ class SceneHooks {
   SceneHooks(const SceneHooks&) = delete;
   SceneHooks& operator=(const SceneHooks&) = delete;
 
-  /// Has one instance of every registered hook for this document (null: none), making and destroying as
-  /// needed. Within a call of a hook nothing is destroyed, and a change of the document waits.
+  /// Keeps one instance of every registered hook for this document (null: none), creating and destroying as
+  /// needed. During a call of a hook it does nothing.
   void follow(BaseDocument* document);
   std::size_t count() const noexcept { return instances_.size(); }
 
   struct Input {
-    bool used = false;     // a hook took it, or ran a drag
+    bool used = false;     // a hook used it, or ran a drag
     bool dragged = false;  // a drag was run
     bool released = false; // and it ended with the button up
   };
   /// Offers an input event (keys of c4d_input.h) until one takes it.
   Input mouseInput(BaseDraw& view, const BaseContainer& message, const DragPump& pump, const void* owner);
-  /// The pointer that a hook asks for; 0 when none does.
+  /// The cursor that a hook asks for; 0 without one.
   LONG cursor(BaseDraw& view, Real x, Real y);
-  /// Collects what the hooks draw over the picture.
+  /// Collects the drawing of the hooks.
   void draw(BaseDraw& view, Overlay& overlay);
   /// Whether a hook follows the mouse now.
   bool inDrag() const noexcept { return drag_ && drag_->running(); }
@@ -58,10 +58,10 @@ class SceneHooks {
   void clear();
 
   BaseDocument* document_ = nullptr;
-  Identity identity_ = 0; // of the document: another one may come to the same address
+  Identity identity_ = 0; // of the document: a later one can have the same address
   std::vector<InstancePtr> instances_;
-  std::vector<LONG> refused_; // hooks whose allocator failed for this document: asked once
-  int depth_ = 0;             // calls of hooks that run
+  std::vector<LONG> refused_; // hooks whose allocator failed for this document; not retried
+  int depth_ = 0;             // running calls of hooks
   DragLoop* drag_ = nullptr;
 };
 

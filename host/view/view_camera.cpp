@@ -12,7 +12,7 @@ namespace host {
 
 namespace {
 
-constexpr double air = 1.06; // around what is framed
+constexpr double air = 1.06; // margin around the framed bounds
 
 Float3 floats(const Vector& v) {
   return {static_cast<float>(v.x), static_cast<float>(v.y), static_cast<float>(v.z)};
@@ -186,7 +186,7 @@ Matrix orbit(const Matrix& camera, const Vector& pivot, double yaw, double pitch
   constexpr double limit = 1.5690; // a little less than a right angle
   const Vector back = unit(camera.v3, {0, 0, 1}), side = unit(camera.v1, {1, 0, 0});
   if (camera.v2.y > 0) {
-    // Turning about the camera's own x by `pitch` raises it by -pitch.
+    // Turning about the camera's own x axis by `pitch` raises it by -pitch.
     const double elevation = std::asin(std::clamp(back.y, -1.0, 1.0));
     const double low = std::min(-limit, elevation), high = std::max(limit, elevation);
     pitch = elevation - std::clamp(elevation - pitch, low, high);
@@ -233,7 +233,7 @@ Matrix frame(const Matrix& camera, const ViewCamera& view, const ViewBounds& bou
                                                                std::abs(Dot(d, view.toWorld.v2)) / tanY);
     distance = std::max(distance, needed);
   });
-  if (bounds.size() == 0) distance = 3; // a point: from where a thing of a metre is well seen
+  if (bounds.size() == 0) distance = 3; // a point: a distance that suits an object of a metre
   Matrix moved = camera;
   moved.off = center + view.toWorld.v3 * (distance * air + view.near);
   return moved;

@@ -1,4 +1,4 @@
-// What a view looks through: rays, projection and the moves of navigation, as values. Any thread.
+// The camera of a view, as a value: rays, projection and navigation. Any thread.
 #pragma once
 
 #include <optional>
@@ -25,9 +25,9 @@ struct ViewCamera {
   struct Spot {
     double x, y, depth; // depth along the axis
   };
-  /// Nothing for what lies behind the camera.
+  /// Empty for a point behind the camera.
   std::optional<Spot> project(const Vector& point) const;
-  /// Metres across a pixel at a depth.
+  /// The width of a pixel at a depth, in metres.
   double pixelSize(double depth) const;
   /// The point under a pixel at a depth.
   Vector pointAt(double x, double y, double depth) const;
@@ -36,42 +36,42 @@ struct ViewCamera {
   friend bool operator==(const ViewCamera& a, const ViewCamera& b) noexcept;
 };
 
-/// The camera of a view over its area. The camera's vertical angle spans the frame's height, as a render of
-/// the frame's shape has it. The view's own camera sees as near as wanted.
+/// The camera of a view over its area. Its vertical angle spans the frame's height, as in a render of the
+/// frame's shape. The view's own camera has no near limit.
 ViewCamera viewCameraOf(const BaseDraw& view);
 
-/// Unit axes at right angles, -Z kept; the identity's for what has no axes.
+/// The matrix with orthonormal axes that keeps -Z; identity axes for a degenerate one.
 Matrix unitAxes(const Matrix& m);
 
 struct ViewBounds {
   Vector low, high;
   bool empty = true;
 
-  void add(const Vector& point); // what is not finite is left out
+  void add(const Vector& point); // ignores points that are not finite
   void add(const Matrix& toWorld, const Float3& meshLow, const Float3& meshHigh);
   Vector center() const { return (low + high) * 0.5; }
   double size() const; // length of the diagonal
 };
 
-/// The bounds of what the document shows: polygons, and of lights and cameras their places. With `activeOnly`
-/// only active objects with what hangs below them; lights and cameras count only then. Generated and deformed
-/// geometry is as `latest` has it, when it is there. Floors count as a point.
+/// The bounds of the document's polygons. With `activeOnly`: of active objects and their descendants, lights
+/// and cameras included with their positions. Generated and deformed geometry comes from `latest` unless it
+/// is null. Floors count as a point.
 ViewBounds boundsOf(const BaseDocument& document, bool activeOnly, const Snapshot* latest);
 
 namespace navigate {
 
 /// Turns a camera about a point: `yaw` about the world's y, `pitch` about its own x, in radians. The distance
-/// to the point stays. A camera that stands upright stays so: it stops short of the poles.
+/// to the point stays. An upright camera stays upright: it stops short of the poles.
 Matrix orbit(const Matrix& camera, const Vector& pivot, double yaw, double pitch);
-/// Moves it parallel to its picture so that what lies at `depth` follows the pointer by (dx, dy) pixels.
+/// Moves a camera parallel to its picture plane so that points at `depth` follow the pointer by (dx, dy)
+/// pixels.
 Matrix pan(const Matrix& camera, const ViewCamera& view, double depth, double dx, double dy);
-/// Moves it so that its distance to the point is `factor` times as long; the point keeps its place in the
-/// picture.
+/// Multiplies a camera's distance to the point by `factor`; the point keeps its place in the picture.
 Matrix dolly(const Matrix& camera, const Vector& target, double factor);
-/// Moves it, keeping its direction, so that the bounds fill the frame with a little air.
-/// Orthographic cameras need `fittingHalf` too.
+/// Moves a camera without turning it so that the bounds fill the frame with a small margin. Orthographic
+/// cameras also need `fittingHalf`.
 Matrix frame(const Matrix& camera, const ViewCamera& view, const ViewBounds& bounds);
-/// Half the height in metres that shows the bounds in an orthographic picture of the frame's shape.
+/// Half of the height in metres at which an orthographic picture of the frame's shape shows the bounds.
 double fittingHalf(const ViewCamera& view, const ViewBounds& bounds);
 
 } // namespace navigate

@@ -1,4 +1,4 @@
-// Pictures of a view as they go to the screen.
+// A view's picture and texts for the screen.
 #pragma once
 
 #include <cstddef>
@@ -25,7 +25,7 @@ struct ViewImage {
 /// A text over the picture; the desktop draws it in its own font.
 struct ViewText {
   enum class Anchor { topRight, bottomLeft, center };
-  double x = 0, y = 0; // logical pixels: where the anchor is
+  double x = 0, y = 0; // of the anchor, in logical pixels
   Anchor anchor = Anchor::topRight;
   String text;
   std::uint32_t color = 0xffd8d8dc; // 0xffRRGGBB

@@ -5,7 +5,7 @@ namespace host {
 
 enum class MouseButton { none, left, middle, right };
 
-/// What is held on the keyboard.
+/// Keys held down.
 struct ViewKeys {
   bool alt = false, ctrl = false, shift = false;
   int digit = 0; // 1, 2 or 3 while that key is held: orbit, pan, dolly with the left button
@@ -13,12 +13,12 @@ struct ViewKeys {
 
 struct ViewMouse {
   double x = 0, y = 0;
-  MouseButton button = MouseButton::none; // the one that went down or up; while moving: the one that is held
+  MouseButton button = MouseButton::none; // pressed or released; in a move: held
   ViewKeys keys;
   bool doubleClick = false;
 };
 
-/// What happens while a scene hook follows the mouse.
+/// An event of a scene hook's drag.
 struct DragEvent {
   enum class Kind { none, move, release, escape };
   Kind kind = Kind::none; // none: time passed

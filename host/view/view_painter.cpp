@@ -15,7 +15,7 @@ namespace {
 
 using Steady = std::chrono::steady_clock;
 
-// What the first picture after a move may take.
+// Time limit of the first picture after a move.
 constexpr double firstSeconds = 0.035;
 
 double since(Steady::time_point start) {
@@ -103,7 +103,7 @@ void ViewPainter::run() {
   }
 }
 
-// Makes the job's document the scene. One that looks like the scene before changes nothing.
+// Makes the job's document the scene, unless it looks the same as the current one.
 void ViewPainter::takeScene(PaintJob& job) {
   if (job.document != sceneDocument_) scene_ = nullptr;
   {
@@ -134,7 +134,7 @@ int ViewPainter::firstBlock(const PictureSetup& setup) const {
   return block;
 }
 
-// Never coarser than what shows already.
+// Never coarser than the current picture.
 int ViewPainter::nextBlock(const PictureSetup& setup) const {
   const int first = firstBlock(setup);
   return reached_ == ViewDetail::coarse && delivered_ ? std::min(first, std::max(1, reachedBlock_ / 2))
@@ -169,7 +169,7 @@ void ViewPainter::paint(const PaintJob& job) {
   }
   painted_ = setup;
   paintedScene_ = scene_;
-  // Pixels that serve again get their new marks at once.
+  // Reused pixels get their new marks at once.
   if (same && !sameMarksToo && reached_ != ViewDetail::coarse)
     deliver(job, reached_, 1);
   else if (same && !sameMarksToo)

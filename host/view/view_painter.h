@@ -1,4 +1,4 @@
-// Paints pictures of a view on a thread of its own, better and better, the newest request first.
+// Paints the pictures of a view on a thread of its own, with increasing quality; the newest request wins.
 #pragma once
 
 #include <atomic>
@@ -17,34 +17,33 @@ namespace host {
 
 struct PaintJob {
   PictureSetup setup;
-  Identity document = 0; // whose picture it is; 0: of none
-  DocumentPtr scene;     // a clone to look at from now on; null: as before
+  Identity document = 0; // of the picture; 0: no document
+  DocumentPtr scene;     // the new scene, a clone; null: unchanged
 };
 
 struct PaintResult {
   ViewImage image;
   ViewDetail detail = ViewDetail::none;
   Identity document = 0;
-  ViewScenePtr scene; // what it shows
+  ViewScenePtr scene; // the scene of the picture
 };
 
 class ViewPainter {
  public:
-  /// `notify` is called from the painting thread whenever `take` has something; what `drawing` (may be empty)
-  /// gives there lives while a picture is painted.
+  /// The painting thread calls `notify` whenever `take` has a picture. It also calls `drawing`, unless empty,
+  /// and keeps the result for as long as it paints.
   ViewPainter(ViewTracer* tracer, std::function<void()> notify,
               std::function<std::shared_ptr<void>()> drawing = {});
-  ~ViewPainter(); // gives up what is being painted
+  ~ViewPainter(); // cancels the picture being painted
 
   // Main thread.
 
-  /// Paints this from now on. A picture that is being painted is given up as soon as one of its kind has been
-  /// delivered, so that something shows however fast requests come. A picture that is there already is not
-  /// painted again.
+  /// Paints this from now on. The running picture is cancelled once one of its kind has been delivered, so
+  /// that pictures appear however fast requests come. A picture that exists already is not painted again.
   void request(PaintJob job);
-  /// The newest picture that has not been taken.
+  /// The newest picture not taken yet.
   std::optional<PaintResult> take();
-  /// Waits until there is a picture to take or nothing to do. False at the deadline.
+  /// Waits for a picture to take or for the end of all work. False at the deadline.
   bool wait(std::chrono::steady_clock::time_point deadline);
   bool idle() const;
 
@@ -78,7 +77,7 @@ class ViewPainter {
 
   // The painting thread's.
   ViewScenePtr scene_;
-  std::vector<std::string> told_; // the problems of the last snapshot, told once
+  std::vector<std::string> told_; // problems of the last snapshot, reported once
   Identity sceneDocument_ = 0;
   PictureSetup painted_;
   ViewScenePtr paintedScene_;

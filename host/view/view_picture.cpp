@@ -35,7 +35,7 @@ Color unpacked(std::uint32_t p) {
   return {static_cast<float>(p >> 16 & 255), static_cast<float>(p >> 8 & 255), static_cast<float>(p & 255)};
 }
 
-// Linear light as the screen's code (IEC 61966-2-1), by table over the square root.
+// sRGB code of linear light (IEC 61966-2-1), from a table over the square root.
 float displayed(float linear) {
   static const auto table = [] {
     std::array<float, 1026> t{};
@@ -54,7 +54,7 @@ float dot(const Float3& a, const Float3& b) {
   return a[0] * b[0] + a[1] * b[1] + a[2] * b[2];
 }
 
-// A lamp at the eye and a bright sky above a dim ground. Black things keep a rest of shape.
+// Shading by a lamp at the eye and a bright sky over a dim ground. Black surfaces keep some shape.
 Color lit(const ViewHit& hit, const ViewRay& ray) {
   const float head = std::max(0.0f, -dot(hit.normal, ray.direction));
   const float light = hit.unlit ? 1 : 0.72f * head + 0.30f * (0.5f + 0.5f * hit.normal[1]);
@@ -62,21 +62,21 @@ Color lit(const ViewHit& hit, const ViewRay& ray) {
   return {part(hit.color[0]), part(hit.color[1]), part(hit.color[2])};
 }
 
-// The sky, dimmed so that the grid and the words over it can be read.
+// The sky, dimmed so that grid and texts stay readable.
 Color skyColor(const ViewHit& hit) {
   constexpr float dimmed = 0.6f;
   const auto part = [](float c) { return displayed(c * dimmed); };
   return {part(hit.color[0]), part(hit.color[1]), part(hit.color[2])};
 }
 
-// The grid of the ground plane, filtered by what a pixel covers and faded towards the horizon.
+// The grid of the ground plane, filtered by the pixel's footprint and faded towards the horizon.
 class Grid {
  public:
   explicit Grid(const PictureSetup& setup)
       : step_(static_cast<float>(setup.gridStep)), orthographic_(setup.camera.orthographic),
         perPixel_(static_cast<float>(2 * setup.camera.half / setup.height)) {}
 
-  // Lays the grid over `under` where the ground lies before what the ray met.
+  // Blends the grid over `under` where the ground is in front of the hit.
   Color over(Color under, const ViewRay& ray, float hitDistance) const {
     const float fall = ray.direction[1];
     if (std::abs(fall) < 1e-5f) return under;
@@ -101,7 +101,7 @@ class Grid {
  private:
   static float line(float at, float reach, float step) {
     const float u = at / step, distance = std::abs(u - std::round(u)) * step;
-    const float dense = std::clamp(1.6f - 4 * reach / step, 0.0f, 1.0f); // lines that merge go
+    const float dense = std::clamp(1.6f - 4 * reach / step, 0.0f, 1.0f); // merging lines fade out
     return std::clamp(1 - distance / reach, 0.0f, 1.0f) * dense;
   }
   float step_;
@@ -137,7 +137,7 @@ class Shader {
   Grid grid_;
 };
 
-// Calls `work(left, top, right, bottom)` for every tile, with the workers, until it is abandoned.
+// Calls `work(left, top, right, bottom)` for every tile on the workers, until abandoned.
 template <class Work>
 bool forEachTile(int width, int height, int workers, const Abandoned& abandoned, const Work& work) {
   const int across = (width + tileSize - 1) / tileSize, down = (height + tileSize - 1) / tileSize;
@@ -171,12 +171,12 @@ std::size_t indexOf(const TracedPixels& pixels, int x, int y) {
   return static_cast<std::size_t>(y) * static_cast<std::size_t>(pixels.width) + static_cast<std::size_t>(x);
 }
 
-// The pixel whose ray stands for the block that starts at `start`.
+// The pixel whose ray represents the block at `start`.
 int middle(int start, int block, int limit) {
   return std::min(start + block / 2, limit - 1);
 }
 
-// For every pixel of a row or column the one that stands for it.
+// For every pixel of a row or column, the pixel that represents it.
 std::vector<int> middles(int block, int limit) {
   std::vector<int> list(static_cast<std::size_t>(limit));
   for (int start = 0; start < limit; start += block)
@@ -270,7 +270,7 @@ bool atEdge(const TracedPixels& pixels, int x, int y) {
 
 bool smoothEdges(const PictureSetup& setup, const ViewScene* scene, int workers, const Abandoned& abandoned,
                  TracedPixels& pixels) {
-  // A square of four, turned so that no two share a row or column.
+  // A rotated square of four, so that no two share a row or column.
   constexpr std::array<std::array<double, 2>, 4> offsets{
       {{0.375, 0.125}, {0.875, 0.375}, {0.625, 0.875}, {0.125, 0.625}}};
   const Shader shader(setup, scene);
@@ -405,7 +405,7 @@ void drawSymbol(const PictureSetup& setup, const ViewSymbol& symbol, ViewImage& 
   if (!spot || std::abs(spot->x) > 1e6 || std::abs(spot->y) > 1e6) return;
   auto strokes = strokesOf(symbol.kind);
   if (symbol.direction != Vector()) {
-    // Where it shines or looks, always the same length on the screen when it lies in its plane.
+    // The direction, with the same screen length whenever it is parallel to the picture plane.
     const double x = Dot(symbol.direction, setup.camera.toWorld.v1) * 26,
                  y = -Dot(symbol.direction, setup.camera.toWorld.v2) * 26;
     if (std::hypot(x, y) > 10) strokes.push_back({x * 0.42, y * 0.42, x, y});

@@ -1,5 +1,5 @@
-// One picture of a view: tracing it level by level, and drawing onto it what belongs to the view itself. Any
-// thread; work is spread over the host's workers.
+// One picture of a view: traced level by level, with the view's own marks drawn on top. Any thread; the
+// host's workers share the work.
 #pragma once
 
 #include <array>
@@ -13,58 +13,58 @@
 
 namespace host {
 
-/// A light or camera, shown as a small sign at its place.
+/// A light or camera, shown as a small sign.
 struct ViewSymbol {
   enum class Kind : std::uint8_t { light, camera };
   Kind kind = Kind::light;
   Identity object = 0;
   Vector place;
-  Vector direction; // unit, where it shines or looks; zero: everywhere
+  Vector direction; // unit vector; zero: in all directions
   bool selected = false;
   friend bool operator==(const ViewSymbol&, const ViewSymbol&) = default;
 };
 
-/// Everything that a picture depends on but the scene.
+/// Everything but the scene that determines a picture.
 struct PictureSetup {
   int width = 0, height = 0; // device pixels
-  double ratio = 1;          // of them for a logical one
+  double ratio = 1;          // device pixels per logical pixel
   ViewCamera camera;
-  bool hasDocument = false;             // without one: the background alone
+  bool hasDocument = false;             // false: only the background
   double gridStep = 1;                  // metres between the grid's thin lines
   std::array<int, 4> frame{0, 0, 0, 0}; // left, top, right, bottom in device pixels; the rest is darkened
   std::shared_ptr<const std::unordered_set<Identity>> selection; // may be null
   std::vector<ViewSymbol> symbols;
 };
 
-/// Whether the traced pixels of one serve the other.
+/// Whether both have the same traced pixels.
 bool sameRays(const PictureSetup& a, const PictureSetup& b) noexcept;
-/// Whether what is drawn over them is the same too.
+/// Whether both have the same marks on top.
 bool sameMarks(const PictureSetup& a, const PictureSetup& b);
 
-/// What has been traced so far. A pixel's ray goes through its middle.
+/// The traced pixels so far. A pixel's ray goes through its centre.
 struct TracedPixels {
   int width = 0, height = 0;
   std::vector<std::uint32_t> colors;
-  std::vector<Identity> objects; // what the ray met; 0 for the background
+  std::vector<Identity> objects; // hit by the ray; 0 for the background
   std::vector<std::uint8_t> done;
   void reset(int newWidth, int newHeight);
 };
 
 using Abandoned = std::function<bool()>;
 
-/// Traces the pixels in the middle of blocks of this size (1: all pixels) that are not done yet. The scene
-/// may be null. False when abandoned, which leaves some undone. Gives the number of rays in `rays`.
+/// Traces the pixels at the centres of blocks of this size (1: all pixels) that are not done yet. The scene
+/// may be null. False when abandoned, with some pixels not done. `rays` receives the number of rays.
 bool traceLevel(const PictureSetup& setup, const ViewScene* scene, int block, int workers,
                 const Abandoned& abandoned, TracedPixels& pixels, long& rays);
-/// Traces four more rays through each pixel at an edge of a picture whose pixels are all done.
+/// Traces four more rays through each edge pixel of a complete picture.
 bool smoothEdges(const PictureSetup& setup, const ViewScene* scene, int workers, const Abandoned& abandoned,
                  TracedPixels& pixels);
 
-/// The picture as it shows: blocks filled, selected objects outlined, signs of lights and cameras, darkened
-/// surround of the safe frame, axis tripod.
+/// The final picture: filled blocks, outlines of selected objects, signs of lights and cameras, darkened
+/// surround of the frame, axis tripod.
 ViewImage finishPicture(const PictureSetup& setup, const TracedPixels& pixels, int block, int workers);
 
-/// Width of a selected object's outline in device pixels: what lies this near to it, and is not selected.
+/// Width of a selected object's outline in device pixels.
 int outlineWidth(double ratio) noexcept;
 inline constexpr std::uint32_t accentColor = 0xffe0a030;
 

@@ -1,4 +1,4 @@
-// Animations that are refused or fail: one sentence, an exit code, nothing half-written.
+// Animations that are refused or fail: one sentence, an exit code, no incomplete files.
 #include "animate_fixture.h"
 
 namespace batchtest {
@@ -6,7 +6,7 @@ namespace {
 
 // ---- Wrong use
 
-TEST_F(Animate, RangesThatAreNoneAreRefused) {
+TEST_F(Animate, InvalidRangesAreRefused) {
   const std::pair<const char*, const char*> ranges[] = {{"5:2", "backwards"},
                                                         {"0:5:0", "step"},
                                                         {"0:5:-1", "step"},
@@ -51,7 +51,7 @@ TEST_F(Animate, AMovieIsNotResumed) {
 
 // ---- Places that cannot be written
 
-TEST_F(Animate, TheFolderMustBeThere) {
+TEST_F(Animate, TheFolderMustExist) {
   expectRefusal(animate("no/shot.tif", "0:1", {}, 4), {"no", "does not exist"});
   expectRefusal(animate("no/film.mov", "0:1", {}, 4), {"no", "does not exist"});
   EXPECT_TRUE(written().empty());
@@ -69,7 +69,7 @@ TEST_F(Animate, TheFolderMustBeWritable) {
   fs::permissions(folder / "out", fs::perms::all);
 }
 
-// The frame that could not be written is named, and no more are rendered.
+// The message names the frame that could not be written, and the run ends.
 TEST_F(Animate, AFrameThatCannotBeWrittenEndsTheRun) {
   fs::create_directories(out("shot0002.bmp") + "/inside");
   const Outcome outcome = animate("shot.bmp", "0:400", {"--quiet"}, 4);
@@ -78,7 +78,7 @@ TEST_F(Animate, AFrameThatCannotBeWrittenEndsTheRun) {
   EXPECT_FALSE(fs::exists(out("shot0400.bmp")));
 }
 
-TEST_F(Animate, ADiskThatFillsUpIsTold) {
+TEST_F(Animate, AFullDiskIsReported) {
   const Limits full{4000, 0, false};
   expectRefusal(animate("shot.bmp", "0:3", {"--quiet", "--size", "200x200"}, 4, full), {"shot0000.bmp"});
   EXPECT_TRUE(written().empty());
@@ -89,7 +89,7 @@ TEST_F(Animate, ADiskThatFillsUpIsTold) {
 }
 
 // The disk fills while frames are encoded and written, not at the first one and not at the end only.
-TEST_F(Animate, ADiskThatFillsInTheMiddleOfAMovieIsTold) {
+TEST_F(Animate, ADiskThatFillsDuringAMovieIsReported) {
   for (const char* name : {"film.mov", "film.avi"}) {
     SCOPED_TRACE(name);
     const Arguments large{"--quiet", "--size", "320x200", "--quality", "100"};
@@ -107,8 +107,8 @@ TEST_F(Animate, ADiskThatFillsInTheMiddleOfAMovieIsTold) {
   }
 }
 
-TEST_F(Animate, ADiskThatFillsBetweenPicturesKeepsTheWholeOnes) {
-  // Those of an earlier run stay when larger ones have no room.
+TEST_F(Animate, ADiskThatFillsBetweenPicturesKeepsTheCompleteOnes) {
+  // Pictures of an earlier run stay when larger ones do not fit.
   animate("shot.jpg", "0:1", {"--quiet"});
   const std::size_t size =
       std::max(readFile(out("shot0000.jpg")).size(), readFile(out("shot0001.jpg")).size());
@@ -152,8 +152,8 @@ TEST_F(MovieChoices, TheStoredCodecIsUsed) {
   }
 }
 
-// Unknown numbers, and codecs that the format does not have, end the run before it has rendered long.
-TEST_F(MovieChoices, ACodecThatIsNotThereIsTold) {
+// Unknown numbers, and codecs that the format lacks, end the run early.
+TEST_F(MovieChoices, AMissingCodecIsReported) {
   for (const auto& [codec, file] : {std::pair(99, "a.mov"), {9, "b.mov"}, {2, "c.avi"}, {-5, "d.avi"}}) {
     SCOPED_TRACE(file);
     choose(codec);

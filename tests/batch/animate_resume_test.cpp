@@ -1,4 +1,4 @@
-// Animations that go on where they ended, and how they end early.
+// Resumed animations, and animations that end early.
 #include <signal.h>
 
 #include <map>
@@ -27,8 +27,8 @@ class Resume : public Animate, public testing::WithParamInterface<const char*> {
   }
 };
 
-// Frames that are gone, cut, empty or of another size are rendered again, and nothing else is touched.
-TEST_P(Resume, RendersOnlyWhatIsNotWhole) {
+// Missing, truncated and empty frames and those of another size are rendered again; the others stay.
+TEST_P(Resume, RendersOnlyIncompletePictures) {
   const std::string suffix = GetParam(), name = "shot." + suffix;
   animate(name, "0:12:2", {"--quiet"});
   const auto before = stands();
@@ -59,9 +59,9 @@ TEST_P(Resume, RendersOnlyWhatIsNotWhole) {
 INSTANTIATE_TEST_SUITE_P(Formats, Resume, testing::Values("bmp", "tif", "jpg", "psd", "b3d"),
                          [](const auto& test) { return std::string(test.param); });
 
-// A program that is killed at any moment leaves whole frames; what it had begun has a hidden name beside
-// them, and going on takes that away.
-TEST_F(Animate, AKilledRunLeavesWholeFramesAndGoesOn) {
+// A killed program leaves complete frames. An unfinished file has a hidden name beside them, and --resume
+// deletes it.
+TEST_F(Animate, AKilledRunLeavesCompleteFramesAndResumes) {
   const Arguments large{"--size", "300x300", "--quiet"};
   animate("whole.bmp", "0:19", large);
   std::map<std::string, std::string> whole;
@@ -87,8 +87,8 @@ TEST_F(Animate, AKilledRunLeavesWholeFramesAndGoesOn) {
     }
     EXPECT_GE(there, 3u);
     EXPECT_LT(there, 20u) << "it was killed too late";
-    writeFile(out(".shot0004.bmp.999999999-7.tmp"), "half a frame");   // of a program that is gone
-    writeFile(out(".shot0005.bmp.1-7.tmp"), "another's");              // of one that runs
+    writeFile(out(".shot0004.bmp.999999999-7.tmp"), "half a frame");   // of an ended program
+    writeFile(out(".shot0005.bmp.1-7.tmp"), "another's");              // of a running program
     writeFile(out(".shotgun0004.bmp.999999999-7.tmp"), "not a frame"); // of another animation
 
     const Outcome rest = animate("shot.bmp", "0:19", {"--size", "300x300", "--resume"});
@@ -108,7 +108,7 @@ TEST_F(Animate, AKilledRunLeavesWholeFramesAndGoesOn) {
 
 class AnimateInterrupt : public Animate {
  protected:
-  /// A run whose frames take long, stopped once `file` is there.
+  /// A run with slow frames, stopped once `file` exists.
   Outcome interruptAfter(const std::string& file, const std::string& name) {
     Child child(words(name, "0:5000", {"--size", "400x400", "--quiet"}), folder / "home");
     const auto deadline = std::chrono::steady_clock::now() + seconds(120);
@@ -127,7 +127,7 @@ TEST_F(AnimateInterrupt, LeavesNoHalfFrame) {
   ASSERT_GE(names.size(), 4u);
   ASSERT_LT(names.size(), 5000u);
 
-  // What stays is what a run that nobody stops writes.
+  // The remaining frames equal those of an undisturbed run.
   const std::string last = std::to_string(names.size() - 1);
   run({"animate", scene, "-o", out("whole.bmp"), "--frames", last + ":" + last, "--size", "400x400",
        "--samples", "1", "--quiet"},
@@ -155,7 +155,7 @@ TEST_F(AnimateInterrupt, TwiceLeavesNoHalfFrameEither) {
     child.send(SIGINT);
     EXPECT_EQ(child.wait(seconds(60)).code, 130);
     for (const std::string& name : written()) {
-      if (name.rfind("twice", 0) != 0) continue; // a file on its way has another name
+      if (name.rfind("twice", 0) != 0) continue; // an unfinished file has another name
       const std::string bytes = readFile(out(name)), number = name.substr(5, 4);
       if (whole[name].empty()) {
         run({"animate", scene, "-o", out("one.bmp"), "--frames", number + ":" + number, "--size", "300x300",

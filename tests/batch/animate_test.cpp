@@ -1,4 +1,4 @@
-// Animations that the program renders: what it writes, and what it asks.
+// Animations rendered by the program: its files and its questions.
 #include <signal.h>
 
 #include "animate_fixture.h"
@@ -111,7 +111,7 @@ TEST_F(Animate, QuietPrintsNothing) {
   EXPECT_EQ(linesWith(animate("shot.tif", "0:1").err, "2 frames of "), 1);
 }
 
-TEST_F(Animate, WhatIsMissingIsTold) {
+TEST_F(Animate, MissingAssetsAreReported) {
   TinyScene bare;
   bare.missingPicture = true;
   scene = writeTinyScene(folder.path(), bare);
@@ -122,7 +122,7 @@ TEST_F(Animate, WhatIsMissingIsTold) {
 
 // ---- Files that are there
 
-TEST_F(Animate, AnExistingMovieIsKeptUnlessToldOtherwise) {
+TEST_F(Animate, AnExistingMovieIsKeptWithoutOverwrite) {
   writeFile(out("film.mov"), "old");
   const Outcome kept = animate("film.mov", "0:1", {"--quiet"}, 4);
   expectRefusal(kept, {"film.mov", "--overwrite"});

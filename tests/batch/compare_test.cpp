@@ -36,7 +36,7 @@ class Pictures : public testing::Test {
     bitmap->Clear(r, g, blue);
     ASSERT_EQ(bitmap->Save(Filename(file.c_str()), FILTER_PNG), IMAGERESULT_OK);
   }
-  /// A picture that no format makes smaller than a few thousand bytes.
+  /// A picture that takes at least a few thousand bytes in every format.
   void putNoise(const std::string& file) {
     std::mt19937 random(3);
     AutoAlloc<BaseBitmap> bitmap;
@@ -201,12 +201,12 @@ TEST_F(Pictures, FailAboveGuards) {
   const Outcome outcome = compare({"--fail-above", "0.14", "-o", out, "--style", "difference"});
   expectOneLine(outcome, 1, "more than 0.14");
   EXPECT_EQ(linesWith(outcome.err, a + " and " + b), 1) << outcome.err;
-  EXPECT_EQ(pixel(3, 3), (std::vector<LONG>{100, 10, 0})); // the picture is written all the same
+  EXPECT_EQ(pixel(3, 3), (std::vector<LONG>{100, 10, 0})); // the picture is written anyway
   EXPECT_EQ(lumenara({"compare", a, a, "--fail-above", "0"}).code, 0);
   EXPECT_EQ(nlohmann::json::parse(compare({"--fail-above", "0", "--stats"}).out)["width"], 20);
 }
 
-// A limit that is just met is not exceeded, whatever the number's binary form.
+// A limit that is met exactly is not exceeded, whatever the number's binary form.
 TEST_F(Pictures, ALimitThatIsJustMetPasses) {
   put(a, 20, 10, 0, 0, 0);
   for (const auto& [value, limit, below] : {std::tuple{51, "0.2", "0.1999999"},
@@ -219,7 +219,7 @@ TEST_F(Pictures, ALimitThatIsJustMetPasses) {
   }
 }
 
-TEST_F(Pictures, WrongUseSaysWhat) {
+TEST_F(Pictures, WrongUseNamesTheOption) {
   const std::pair<Arguments, const char*> wrong[] = {
       {{}, "nothing to do"},
       {{"-o", out, "--style", "circles"}, "--style"},
@@ -332,7 +332,7 @@ TEST_F(Pictures, UnreadablePicturesSayWhich) {
   EXPECT_FALSE(fs::exists(out));
 }
 
-// A header is enough to say so; nothing is made for it.
+// The header alone is refused; no memory is allocated for it.
 TEST_F(Pictures, AHugePictureIsRefused) {
   const unsigned char header[] = {0, 0, 2, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0xff, 0xff, 0xff, 0xff, 24, 0x20};
   b = folder / "huge.tga";
@@ -372,7 +372,7 @@ TEST_F(Pictures, HistoryKeepsItsSize) {
   EXPECT_EQ(lumenara({"settings", "get", "LM_HISTORY_AUTOLOAD"}).out, "1\n");
 }
 
-TEST_F(Pictures, HistoryFailuresSayWhat) {
+TEST_F(Pictures, HistoryFailuresNameTheFile) {
   expectOneLine(history({"add", folder / "none.png"}), 3, "none.png");
   writeFile(b, "no picture");
   expectOneLine(history({"add", b}), 3, b);
@@ -410,7 +410,7 @@ TEST_F(Pictures, AHistoryThatCannotBeClearedSaysSo) {
 }
 
 // The limit leaves room for what the program says, whose standard error is a file too.
-TEST_F(Pictures, AFullDiskIsToldOnceAndLeavesNothing) {
+TEST_F(Pictures, AFullDiskIsReportedOnceAndLeavesNothing) {
   putNoise(a);
   const Limits full{.fileSize = 1500};
   const Outcome added = run({"history", "add", a}, folder / "home", full);

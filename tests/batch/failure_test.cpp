@@ -1,4 +1,4 @@
-// What goes wrong, and what the program says and gives then.
+// Failures: messages and exit codes.
 #include <gtest/gtest.h>
 
 #include <signal.h>
@@ -110,7 +110,7 @@ TEST_F(Failure, WrongUse) {
   }
 }
 
-TEST_F(Failure, HelpAndVersionAreNoFailures) {
+TEST_F(Failure, HelpAndVersionSucceed) {
   const Outcome help = run({"--help"}, folder / "home");
   EXPECT_EQ(help.code, 0);
   EXPECT_EQ(help.err, "");
@@ -131,7 +131,7 @@ TEST_F(Failure, HelpAndVersionAreNoFailures) {
 
 // ---- Scenes that cannot be read: 3
 
-TEST_F(Failure, SceneIsNotThere) {
+TEST_F(Failure, MissingScene) {
   expectUnreadable(folder / "nothing.glb");
 }
 
@@ -171,7 +171,7 @@ TEST_F(Failure, SceneIsCut) {
   }
 }
 
-TEST_F(Failure, BufferIsNotThere) {
+TEST_F(Failure, MissingBuffer) {
   const std::string file = scene();
   fs::remove(folder / "tiny.bin");
   expectUnreadable(file, {"tiny.bin"});
@@ -185,7 +185,7 @@ TEST_F(Failure, RequiredExtensionIsUnknown) {
   expectUnreadable(file, {"ACME_magic_geometry"});
 }
 
-// As a user without rights, which root becomes for it.
+// Runs as an unprivileged user.
 TEST_F(Failure, SceneMayNotBeRead) {
   const std::string file = scene();
   Limits user;
@@ -199,7 +199,7 @@ TEST_F(Failure, SceneMayNotBeRead) {
 
 // ---- Output that cannot be written: 4, before anything is rendered
 
-TEST_F(Failure, OutputFolderIsNotThere) {
+TEST_F(Failure, MissingOutputFolder) {
   expectRefusal(render(scene(), folder / "no/picture.png"), 4, {"no/picture.png", "does not exist"});
 }
 
@@ -230,12 +230,12 @@ TEST_F(Failure, StatisticsCannotBeWritten) {
                 {"no/stats.json"});
 }
 
-// The target is looked at before the scene is.
+// The target is checked before the scene.
 TEST_F(Failure, OutputIsCheckedFirst) {
   expectRefusal(render(folder / "nothing.glb", folder / "no/picture.png"), 4, {"no/picture.png"});
 }
 
-// A disk without room: 4, the old picture stays as it was, nothing is left over.
+// A full disk: exit code 4, the old picture stays, and no file is left over.
 TEST_F(Failure, DiskIsFull) {
   const std::string file = scene();
   for (const char* name : {"full.bmp", "full.tif", "full.exr"}) {

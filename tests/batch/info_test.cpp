@@ -23,7 +23,7 @@ class Info : public testing::Test {
   TempFolder folder;
 };
 
-TEST_F(Info, CountsWhatTheSceneHolds) {
+TEST_F(Info, CountsTheContentsOfTheScene) {
   TinyScene scene;
   scene.animated = true;
   const std::string file = writeTinyScene(folder.path(), scene);

@@ -67,7 +67,7 @@ Child::Child(const Arguments& arguments, const std::string& home, Limits limits,
   if (process_ < 0) throw std::runtime_error("no process");
   if (process_ > 0) return;
 
-  // The child: nothing but what is safe after a fork.
+  // The child: only calls that are safe after a fork.
   const int outFile = open(out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
   const int errFile = open(err.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NOCTTY, 0600);
   const int inFile = open(terminal ? err.c_str() : "/dev/null", O_RDONLY | O_NOCTTY);

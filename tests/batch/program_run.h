@@ -1,4 +1,4 @@
-// Runs the program as a child process and looks at what it did.
+// Runs the program as a child process and records its results.
 #pragma once
 
 #include <sys/types.h>
@@ -13,18 +13,18 @@ namespace batchtest {
 using Arguments = std::vector<std::string>;
 
 struct Limits {
-  std::size_t fileSize = 0;  // bytes that a file may have; 0: no limit
+  std::size_t fileSize = 0;  // maximum size of a file in bytes; 0: no limit
   std::size_t memory = 0;    // bytes of address space; 0: no limit
   bool unprivileged = false; // root becomes another user
 };
 
 struct Outcome {
   int code = -1;  // exit code; -1: ended by a signal
-  int signal = 0; // that one
+  int signal = 0; // the signal
   std::string out, err;
 };
 
-/// A folder that goes away with the object.
+/// A folder that is deleted with the object.
 class TempFolder {
  public:
   TempFolder();
@@ -42,7 +42,7 @@ class TempFolder {
 class Child {
  public:
   Child(const Arguments& arguments, const std::string& home, Limits limits = {}, bool terminal = false);
-  ~Child(); // kills what still runs
+  ~Child(); // kills a running program
   Child(const Child&) = delete;
   Child& operator=(const Child&) = delete;
 
@@ -53,7 +53,7 @@ class Child {
   std::string errors();
   /// Waits until standard error has this text; false when the program ended or the time was over first.
   bool waitForError(const std::string& text, std::chrono::seconds limit);
-  /// Waits for the end; a program that takes longer is killed, which the outcome's signal tells.
+  /// Waits for the end; kills a program that takes longer, which shows in the outcome's signal.
   Outcome wait(std::chrono::seconds limit = std::chrono::seconds(300));
 
  private:
@@ -72,7 +72,7 @@ Outcome run(const Arguments& arguments, const std::string& home, Limits limits =
 
 std::string readFile(const std::filesystem::path& file);
 void writeFile(const std::filesystem::path& file, const std::string& bytes);
-/// How many lines of the text hold `part`.
+/// The number of lines of the text with `part`.
 int linesWith(const std::string& text, const std::string& part);
 int lineCount(const std::string& text);
 

@@ -123,7 +123,7 @@ TEST_F(Demo, OptimizationsChangeThePicture) {
   }
 }
 
-TEST_F(Demo, HoldsWhatItShouldShow) {
+TEST_F(Demo, ShowsTheExpectedPicture) {
   const Outcome outcome = run({"info", scene, "--json"}, folder / "home");
   ASSERT_EQ(outcome.code, 0) << outcome.err;
   const auto facts = nlohmann::json::parse(outcome.out);

@@ -32,7 +32,7 @@ class Settings : public testing::Test {
     EXPECT_EQ(outcome.code, 0) << outcome.err;
     EXPECT_EQ(outcome.err, "");
   }
-  /// The files in the home whose names end so.
+  /// The files in the home with this end of the name.
   std::vector<fs::path> homeFiles(const std::string& ending) {
     std::vector<fs::path> found;
     for (const auto& entry : fs::recursive_directory_iterator(folder / "home")) {
@@ -85,7 +85,7 @@ TEST_F(Settings, ListHasEveryKeyOnce) {
       << outcome.out;
 }
 
-TEST_F(Settings, ListTellsDefaultsRangesAndTheWordsOfTheDialogs) {
+TEST_F(Settings, ListShowsDefaultsRangesAndLabels) {
   set("LM_STAMP_DATE", "1");
   const std::string all = settings({"list"}).out;
   const auto line = [&](const std::string& name) {
@@ -111,7 +111,7 @@ TEST_F(Settings, ListTellsDefaultsRangesAndTheWordsOfTheDialogs) {
   endsWith("LM_MODE", " 1103\t1103\t1103 Normal, 1104 Region, 1105 Compare\tMode");
   endsWith("LM_ASPECT", " 1.333334\t1.333334\t\tWidth to height of the picture");
   endsWith("LM_REGION_SHOWN", "\t\t0..1\tRegion box in the editor view");
-  // Every setting has words.
+  // Every setting has a label.
   std::istringstream in(all);
   for (std::string one; std::getline(in, one);)
     EXPECT_NE(one.back(), '\t') << one;
@@ -144,7 +144,7 @@ TEST_F(Settings, ARenderKeepsThem) {
   EXPECT_EQ(get("LM_OPT_ENGINE"), "1\n");
 }
 
-// What is stored while a render runs outlives the render's end.
+// Values stored during a render stay after its end.
 TEST_F(Settings, AreKeptWhenTheyChangeDuringARender) {
   const std::string demo = LUMENARA_SOURCE_DIR "/scenes/demo.glb";
   if (!fs::exists(demo)) GTEST_SKIP() << demo << " is not there";
@@ -167,7 +167,7 @@ TEST_F(Settings, HomeOptionWinsOverTheEnvironment) {
   EXPECT_EQ(settings({"--home", folder / "other", "get", "LM_HISTORY_SIZE"}).out, "3\n");
 }
 
-// The marker takes effect at the next start and is gone then.
+// The next start applies the marker and deletes it.
 TEST_F(Settings, ResetWaitsForTheNextStart) {
   set("LM_REFRESH_DELAY", "777");
   ASSERT_EQ(settings({"reset"}).code, 0);
@@ -264,7 +264,7 @@ TEST_F(Settings, ValuesOutsideOfASettingsRangeAreRefused) {
     set(key, value);
 }
 
-// Every default, and what `list` shows as the value, may be set.
+// Every default, and every value that `list` shows, can be set.
 TEST_F(Settings, EveryListedDefaultMayBeSet) {
   std::istringstream in(settings({"list"}).out);
   for (std::string line; std::getline(in, line);) {
@@ -304,7 +304,7 @@ TEST_F(Settings, ProgramsAtTheSameTimeKeepEachOthersValues) {
   }
 }
 
-// A damaged file is kept, told in one line, and the defaults hold.
+// A damaged file is kept and reported in one line, and the defaults apply.
 TEST_F(Settings, DamagedPreferencesAreKeptAside) {
   set("LM_REFRESH_DELAY", "777");
   const auto files = homeFiles("preferences.json");
@@ -335,7 +335,7 @@ TEST_F(Settings, ARenderLivesWithDamagedPreferences) {
   EXPECT_EQ(homeFiles(".damaged").size(), 1u);
 }
 
-// A home that is a file cannot store: 4, and a render works without it.
+// A file as home cannot store: exit code 4; a render works without it.
 TEST_F(Settings, HomeThatCannotBeMade) {
   writeFile(folder / "home", "a file");
   const Outcome outcome = settings({"set", "LM_REFRESH_DELAY", "1"});

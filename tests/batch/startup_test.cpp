@@ -1,4 +1,4 @@
-// What the program loads when it starts, counted; and the program in another place, with and without its
+// Libraries that the program loads at its start; and the program in another place, with and without its
 // parts.
 #include <gtest/gtest.h>
 #include <sys/wait.h>
@@ -72,7 +72,7 @@ bool holds(const std::vector<std::string>& libraries, const std::string& part) {
   return false;
 }
 
-// Each of these brings many more along, or much memory.
+// Each of these loads many more, or takes much memory.
 constexpr const char* rare[] = {"lumenara_ffmpeg", "lumenara_import", "libavcodec",     "libavformat",
                                 "libassimp",       "libMagick",       "libOpenImageIO", "lumenara_pictures"};
 

@@ -1,4 +1,4 @@
-// A small scene of plain-coloured squares whose picture is known, and pictures read back by another library.
+// A small scene of plain squares with a known picture, and pictures read by another library.
 #pragma once
 
 #include <filesystem>
@@ -30,7 +30,7 @@ struct Picture {
   double spread() const;
 };
 
-/// Width 0 when the file is no picture.
+/// Reads a picture; width 0 when the file cannot be read.
 Picture readPicture(const std::string& file);
 /// Whether this pixel is the red, the blue square.
 bool isRed(const Picture& picture, int x, int y);

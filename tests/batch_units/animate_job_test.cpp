@@ -1,4 +1,4 @@
-// Jobs over frames within the program: frames whose render fails on their way.
+// Animation jobs: frames whose render fails.
 #include <gtest/gtest.h>
 
 #include "animate_job.h"
@@ -15,7 +15,7 @@ class AnimateJob : public ThreadFixture {
     ASSERT_EQ(bitmap->Init(32, 24, 24), IMAGERESULT_OK);
     document->SetDocumentName("walk.glb");
     out = folder.makeFolder("out");
-    host::setClock(nullptr); // the job's wait between two looks has to end by itself
+    host::setClock(nullptr); // the job polls in real time
   }
   void TearDown() override {
     host::setClock(&clock);
@@ -41,7 +41,7 @@ class AnimateJob : public ThreadFixture {
   Filename out;
 };
 
-TEST_F(AnimateJob, AllFramesAreWhole) {
+TEST_F(AnimateJob, AllFramesAreComplete) {
   const batch::AnimationResult job = runJobs("shot.bmp", 6, 4, {});
   EXPECT_TRUE(job.rendered);
   EXPECT_EQ(job.result, RENDERRESULT_OK);
@@ -51,7 +51,7 @@ TEST_F(AnimateJob, AllFramesAreWhole) {
     EXPECT_TRUE(isThere(name)) << name;
 }
 
-// The last frame's result says nothing of it: the frame is named, its picture is gone, the run ends.
+// The last frame's result does not show the failure: the frame is named, its picture deleted, the run ended.
 TEST_F(AnimateJob, MemoryThatRunsOutInsideTheRangeEndsIt) {
   const batch::AnimationResult job = runJobs("shot.bmp", 6, 5000, {3});
   ASSERT_EQ(job.incomplete, std::vector<LONG>{3});
@@ -80,7 +80,7 @@ TEST_F(AnimateJob, TheLastFramesFailureIsNamedToo) {
   EXPECT_FALSE(isThere("shot0002.bmp"));
 }
 
-// The thread drops the left eye's result; the record does not.
+// The thread discards the left eye's result; the record keeps it.
 TEST_F(AnimateJob, AnEyeThatFailsIsAFrameThatFails) {
   settings.SetValue(LM_STEREO, 1);
   settings.SetValue(LM_STEREO_SEPARATION, 0.1);
@@ -98,7 +98,7 @@ TEST_F(AnimateJob, AMovieIsClosedSoonAfterTheFrame) {
   EXPECT_EQ(readText(out + "film.avi").substr(8, 4), "AVI ");
 }
 
-TEST_F(AnimateJob, WhatFailedBeforeIsNotTheJobs) {
+TEST_F(AnimateJob, EarlierFailuresAreNotTheJobs) {
   host::recordFailure("walk.glb", "Frame 1 of another job.", 1);
   const batch::AnimationResult job = runJobs("shot.bmp", 6, 2, {});
   EXPECT_TRUE(job.incomplete.empty());

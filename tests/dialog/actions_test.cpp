@@ -1,4 +1,4 @@
-// What a user does: clicks, numbers, texts, menus, keys, closing.
+// User actions: clicks, numbers, texts, menus, keys, closing.
 #include "c4d_file.h"
 #include "dialog_kit.h"
 #include "popup_entries.h"
@@ -85,7 +85,7 @@ TEST_F(ActionsTest, ATextIsTyped) {
   EXPECT_FALSE(host::enterText(dialog, NUMBER, "1"));
 }
 
-TEST_F(ActionsTest, WhatIsDisabledOrHiddenDoesNothing) {
+TEST_F(ActionsTest, DisabledAndHiddenGadgetsDoNothing) {
   dialog.Enable(BUTTON, FALSE);
   dialog.HideElement(CHECK, TRUE);
   dialog.Enable(GROUP, FALSE);
@@ -154,7 +154,7 @@ TEST_F(ActionsTest, TheWindowControlSaysCloseAndAsks) {
   EXPECT_TRUE(dialog.calls.empty());
 }
 
-TEST_F(ActionsTest, WhatACommandThrowsStaysInTheDialog) {
+TEST_F(ActionsTest, AnExceptionOfACommandStaysInTheDialog) {
   dialog.command = [] { throw std::runtime_error("no such camera"); };
   EXPECT_TRUE(host::clickGadget(dialog, BUTTON));
   ASSERT_FALSE(console.empty());
@@ -377,7 +377,7 @@ TEST(PopupEntries, ReadsMarksAtTheEndOnly) {
   EXPECT_FALSE(host::canChoose(entries, 7));
 }
 
-TEST_F(ActionsTest, APopupGivesWhatWasChosen) {
+TEST_F(ActionsTest, APopupReturnsTheChoice) {
   BaseContainer menu;
   menu.SetString(900000, "Default Camera&c&");
   menu.SetString(900001, "(No Cameras)&d&");
@@ -395,7 +395,7 @@ TEST_F(ActionsTest, APopupGivesWhatWasChosen) {
 
 // ---- Input state
 
-TEST_F(ActionsTest, TheInputStateIsWhatTheWindowSays) {
+TEST_F(ActionsTest, TheInputStateComesFromTheWindow) {
   BaseContainer answer;
   EXPECT_FALSE(GetInputState(BFM_INPUT_MOUSE, BFM_INPUT_MOUSELEFT, answer)) << "nobody knows";
   host::setInputState({true, 300, 200, true, false, false, QCTRL, {'A'}});

@@ -1,37 +1,7 @@
-// User areas: the order of their calls, painting, sizes, timers, input.
-#include <algorithm>
-
-#include "area_state.h"
-#include "dialog_kit.h"
-#include "plugin_renders.h"
+// User areas: the order of their calls, painting, sizes, timers.
+#include "area_kit.h"
 
 namespace {
-
-enum : LONG { AREA = 1123, OTHER, SCROLL = 1122 };
-
-class AreaTest : public DialogFixture {
- protected:
-  AreaTest() {
-    dialog.layout = [this] {
-      dialog.GroupBegin(0, BFH_SCALEFIT | BFV_SCALEFIT, 1, 0, "", 0);
-      dialog.GroupBorderSpace(4, 4, 4, 4);
-      dialog.ScrollGroupBegin(SCROLL, BFH_SCALEFIT | BFV_SCALEFIT, SCROLLGROUP_VERT | SCROLLGROUP_HORIZ);
-      dialog.AddUserArea(AREA, BFH_SCALEFIT | BFV_SCALEFIT, 100, 80);
-      dialog.AttachUserArea(area, AREA);
-      dialog.GroupEnd();
-      dialog.GroupEnd();
-    };
-  }
-  void open() {
-    dialog.Open(DLG_TYPE_ASYNC, 1);
-    runAll();
-    area.calls.clear();
-    dialog.calls.clear();
-  }
-  std::uint32_t pixel(int x, int y) const { return host::areaSurface(area).at(x, y); }
-  KitArea area;
-  KitDialog dialog;
-};
 
 TEST_F(AreaTest, IsStartedSizedAndPaintedInOrder) {
   area.values = [&] {
@@ -157,7 +127,7 @@ TEST_F(AreaTest, ARedrawWhileDrawingIsForTheNextFrame) {
   EXPECT_EQ(area.calls.size(), 3u);
 }
 
-TEST_F(AreaTest, PaintAreaPaintsWhatWaits) {
+TEST_F(AreaTest, PaintAreaPaintsAPendingRedraw) {
   open();
   host::paintArea(area);
   EXPECT_TRUE(area.calls.empty());
@@ -168,7 +138,7 @@ TEST_F(AreaTest, PaintAreaPaintsWhatWaits) {
   EXPECT_TRUE(area.calls.empty());
 }
 
-TEST_F(AreaTest, ANewSizeIsPaintedAtOnceAndToldLater) {
+TEST_F(AreaTest, ANewSizeIsPaintedAtOnceAndReportedLater) {
   open();
   host::sizeArea(area, 200, 150);
   EXPECT_EQ(area.takeCalls(), (Calls{"size 200x150", "draw 0 0 199 149"}));
@@ -193,7 +163,7 @@ TEST_F(AreaTest, ANewSizeIsPaintedAtOnceAndToldLater) {
   EXPECT_TRUE(dialog.calls.empty());
 }
 
-TEST_F(AreaTest, TheFirstLayoutIsNotTold) {
+TEST_F(AreaTest, TheFirstLayoutIsNotReported) {
   dialog.Open(DLG_TYPE_ASYNC, 1);
   dialog.calls.clear();
   advance(1000);
@@ -390,214 +360,6 @@ TEST_F(AreaTest, CoreMessagesComeAfterTheDialogs) {
   dialog.coreMessage = [&] { dialog.Close(); };
   EventAdd();
   runAll();
-  EXPECT_TRUE(area.calls.empty());
-}
-
-// ---- Input
-
-TEST_F(AreaTest, AClickComesInTheWindowsCoordinates) {
-  open();
-  EXPECT_TRUE(host::pressMouse(area, BFM_INPUT_MOUSELEFT, 10, 20, {QSHIFT, false, true}, true));
-  ASSERT_EQ(area.inputs.size(), 1u);
-  const BaseContainer& msg = area.inputs[0];
-  EXPECT_EQ(msg.GetId(), BFM_INPUT);
-  EXPECT_EQ(msg.GetLong(BFM_INPUT_DEVICE), BFM_INPUT_MOUSE);
-  EXPECT_EQ(msg.GetLong(BFM_INPUT_CHANNEL), BFM_INPUT_MOUSELEFT);
-  EXPECT_EQ(msg.GetLong(BFM_INPUT_QUALIFIER), QSHIFT);
-  EXPECT_EQ(msg.GetLong(BFM_INPUT_DOUBLECLICK), 1);
-  EXPECT_EQ(msg.GetReal(BFM_INPUT_X), 14);
-  EXPECT_EQ(msg.GetReal(BFM_INPUT_Y), 24);
-  LONG x = 14, y = 24;
-  EXPECT_TRUE(area.Global2Local(&x, &y));
-  EXPECT_EQ(x, 10);
-  EXPECT_EQ(y, 20);
-  EXPECT_TRUE(area.Local2Screen(&x, &y));
-  EXPECT_EQ(x, 14) << "without a view the window is at (0, 0)";
-  BaseContainer answer;
-  EXPECT_TRUE(area.GetInputState(BFM_INPUT_MOUSE, BFM_INPUT_MOUSELEFT, answer));
-  EXPECT_EQ(answer.GetReal(BFM_INPUT_X), 14);
-  dialog.Enable(AREA, FALSE);
-  EXPECT_FALSE(host::pressMouse(area, BFM_INPUT_MOUSELEFT, 10, 20));
-  dialog.Close();
-  EXPECT_FALSE(area.Global2Local(&x, &y));
-  EXPECT_FALSE(area.GetInputState(BFM_INPUT_MOUSE, BFM_INPUT_MOUSELEFT, answer));
-}
-
-TEST_F(AreaTest, AHoverAsksForTheCursor) {
-  open();
-  EXPECT_EQ(host::hoverMouse(area, 1, 1), MOUSE_NORMAL);
-  area.cursor = MOUSE_MOVE;
-  EXPECT_EQ(host::hoverMouse(area, 7, 8), MOUSE_MOVE);
-  EXPECT_TRUE(host::inputState().known);
-  EXPECT_EQ(host::inputState().mouseX, 11);
-  EXPECT_EQ(host::inputState().mouseY, 12);
-}
-
-TEST_F(AreaTest, ItsMessagesReachTheDialog) {
-  open();
-  BaseContainer message(BFM_ACTION);
-  message.SetLong(BFM_ACTION_ID, AREA);
-  EXPECT_EQ(area.SendParentMessage(message), 1);
-  EXPECT_EQ(dialog.calls, Calls{"command 1123"});
-}
-
-// ---- Areas that fill a scroll group
-
-/// As large as what the group shows.
-class FilledGroupTest : public AreaTest {
- protected:
-  FilledGroupTest() {
-    area.minSize = [&] {
-      if (fixed) return;
-      const host::Place shown = visible();
-      area.minWidth = shown.width, area.minHeight = shown.height;
-    };
-    open();
-    resize(400, 300);
-    EXPECT_EQ(size(), "400 x 300");
-    dialog.calls.clear();
-  }
-  host::Place visible() {
-    LONG left = 0, top = 0, right = 0, bottom = 0;
-    dialog.GetVisibleArea(SCROLL, &left, &top, &right, &bottom);
-    return {left, top, right - left, bottom - top};
-  }
-  std::string size() { return std::to_string(area.GetWidth()) + " x " + std::to_string(area.GetHeight()); }
-  /// Up to the settled size.
-  void resize(LONG width, LONG height) {
-    host::setScrollSize(dialog, SCROLL, width, height);
-    area.LayoutChanged();
-    advance(1000);
-  }
-  /// As a viewer that keeps its bitmap when one side alone differs.
-  void render() {
-    host::countPluginRender();
-    if (area.GetWidth() == bitmapWidth || area.GetHeight() == bitmapHeight) return;
-    bitmapWidth = area.GetWidth(), bitmapHeight = area.GetHeight();
-  }
-  bool isSquashed() const { return (area.GetWidth() == bitmapWidth) != (area.GetHeight() == bitmapHeight); }
-  LONG bitmapWidth = 0, bitmapHeight = 0;
-  bool fixed = false;
-};
-
-TEST_F(FilledGroupTest, GiveUpAPixelWhenTheOtherSideAloneHasChanged) {
-  render();
-  resize(500, 300);
-  EXPECT_EQ(size(), "500 x 299");
-  EXPECT_EQ(visible().height, 299);
-  EXPECT_EQ(std::count(dialog.calls.begin(), dialog.calls.end(), "sized"), 1) << "the last size is told";
-  render();
-  resize(600, 300);
-  EXPECT_EQ(size(), "600 x 300") << "and regain it";
-  render();
-  resize(600, 200);
-  EXPECT_EQ(size(), "599 x 200");
-  render();
-  resize(700, 250);
-  EXPECT_EQ(size(), "700 x 250") << "both sides differ";
-}
-
-TEST_F(FilledGroupTest, NeverDriftOverManyResizes) {
-  std::uint32_t state = 5;
-  const auto next = [&state](LONG below) {
-    state = state * 1664525u + 1013904223u;
-    return static_cast<LONG>(state >> 16) % below;
-  };
-  LONG width = 400, height = 300;
-  for (int round = 0; round < 600; ++round) {
-    SCOPED_TRACE(round);
-    if (next(2) == 0) render();
-    if (next(3) != 0)
-      width = 400 + next(4);
-    else
-      height = 300 + next(4);
-    resize(width, height);
-    ASSERT_FALSE(isSquashed()) << size() << " for " << bitmapWidth << " x " << bitmapHeight;
-    ASSERT_LE(width - area.GetWidth() + height - area.GetHeight(), 1);
-    ASSERT_GE(width, area.GetWidth());
-    ASSERT_GE(height, area.GetHeight());
-  }
-}
-
-TEST_F(FilledGroupTest, OfAFixedSizeKeepTheGroupWhole) {
-  render();
-  fixed = true;
-  area.minWidth = 350, area.minHeight = 300;
-  resize(350, 300);
-  EXPECT_EQ(size(), "350 x 300");
-  EXPECT_EQ(visible().height, 300);
-  EXPECT_EQ(std::count(dialog.calls.begin(), dialog.calls.end(), "sized"), 1);
-}
-
-// ---- With a view
-
-struct TestView final : host::DialogView {
-  std::vector<std::string> calls;
-  host::Place shown{30, 40, 100, 80};
-  void gadgetChanged(const host::Gadget& g) override { calls.push_back("gadget " + std::to_string(g.id)); }
-  void layoutChanged(const host::Gadget& g) override { calls.push_back("layout " + std::to_string(g.id)); }
-  void menuChanged() override { calls.push_back("menu"); }
-  void titleChanged() override { calls.push_back("title"); }
-  void areaPainted(const host::Gadget& g) override { calls.push_back("painted " + std::to_string(g.id)); }
-  bool visibleArea(const host::Gadget&, LONG& l, LONG& t, LONG& r, LONG& b) const override {
-    return l = 5, t = 6, r = 105, b = 86, true;
-  }
-  bool place(const host::Gadget&, host::Place& place) const override { return place = shown, true; }
-  bool origin(LONG& x, LONG& y) const override { return x = 1000, y = 500, true; }
-};
-
-TEST_F(AreaTest, AViewIsToldAndDecidesSizes) {
-  TestView view;
-  open();
-  host::setDialogView(dialog, &view);
-  area.LayoutChanged();
-  EXPECT_EQ(view.calls, Calls{"layout 1123"});
-  runAll();
-  EXPECT_EQ(area.calls, Calls{"min 100x80"});
-  view.calls.clear();
-  host::sizeArea(area, 300, 200);
-  EXPECT_EQ(view.calls, Calls{"painted 1123"});
-  LONG l = 0, t = 0, r = 0, b = 0;
-  EXPECT_TRUE(dialog.GetVisibleArea(SCROLL, &l, &t, &r, &b));
-  EXPECT_EQ(r - l, 100);
-  EXPECT_FALSE(dialog.GetVisibleArea(AREA, &l, &t, &r, &b)) << "no scroll group";
-  EXPECT_TRUE(dialog.GetItemDim(AREA, &l, &t, nullptr, nullptr));
-  EXPECT_EQ(l, 30);
-  LONG x = 0, y = 0;
-  EXPECT_TRUE(area.Local2Screen(&x, &y));
-  EXPECT_EQ(x, 1030);
-  EXPECT_EQ(y, 540);
-  view.calls.clear();
-  dialog.SetTitle("New");
-  dialog.Enable(AREA, FALSE);
-  dialog.Enable(AREA, FALSE);
-  dialog.HideElement(AREA, TRUE);
-  dialog.MenuFlushAll();
-  dialog.MenuAddString(5, "Entry");
-  dialog.MenuFinished();
-  dialog.MenuInitString(5, TRUE, TRUE);
-  EXPECT_EQ(view.calls, (Calls{"title", "gadget 1123", "gadget 1123", "layout 1123", "menu", "menu"}));
-  dialog.Close();
-  EXPECT_FALSE(dialog.GetItemDim(AREA, &l, &t, nullptr, nullptr)) << "closed";
-  view.calls.clear();
-  dialog.SetTitle("Newer");
-  EXPECT_TRUE(view.calls.empty()) << "a closed window has no view";
-}
-
-TEST_F(AreaTest, AViewMayAskForTheSizeFirst) {
-  LONG w = 0, h = 0;
-  dialog.layout = [&] {
-    dialog.AddUserArea(AREA, 0, 10, 10);
-    dialog.AttachUserArea(area, AREA);
-  };
-  TestView view;
-  ui.dialogScripts.push_back([](GeDialog&) {});
-  dialog.Open(DLG_TYPE_ASYNC, 1);
-  dialog.Close();
-  area.calls.clear();
-  host::areaMinSize(area, w, h);
-  EXPECT_TRUE(area.calls.empty()) << "closed: nothing is asked";
-  host::sizeArea(area, 10, 10);
   EXPECT_TRUE(area.calls.empty());
 }
 

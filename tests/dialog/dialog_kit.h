@@ -1,4 +1,4 @@
-// Dialogs and areas for tests: what they do is given by the test, what is asked of them is written down.
+// Dialogs and areas that follow a test's script and record their calls.
 #pragma once
 
 #include <functional>
@@ -13,7 +13,7 @@
 
 using Calls = std::vector<std::string>;
 
-/// Works on any dialog class.
+/// For any dialog class.
 template <class Base>
 class KitDialogOf : public Base {
  public:

@@ -1,4 +1,4 @@
-// Where gadgets lie, and the surface's drawing.
+// Places of gadgets, and drawing into a surface.
 #include "c4d_bitmap.h"
 #include "dialog_kit.h"
 #include "grid_layout.h"
@@ -21,7 +21,7 @@ TEST(GridLayout, CellsGoByColumnsThenByRows) {
   EXPECT_EQ(host::gridCell(0, 0, 5).column, 0);
 }
 
-TEST(GridLayout, SharesWhatIsLeftOver) {
+TEST(GridLayout, SharesTheRest) {
   const host::Grid grid{3, 0, 4, 6};
   const std::vector<GridItem> items{{BFH_LEFT | BFV_TOP, 50, 20},
                                     {BFH_SCALEFIT | BFV_FIT, 30, 24},
@@ -93,7 +93,7 @@ TEST_F(GeometryTest, GadgetsLieInTheirGroups) {
   EXPECT_FALSE(dialog.Local2Screen(&x, &y));
 }
 
-TEST_F(GeometryTest, AScrollGroupShowsAllOrWhatATestSays) {
+TEST_F(GeometryTest, AScrollGroupShowsAllOrItsGivenSize) {
   KitArea area;
   dialog.layout = [&] {
     dialog.ScrollGroupBegin(2, 0, SCROLLGROUP_HORIZ | SCROLLGROUP_VERT);
@@ -118,7 +118,7 @@ TEST_F(GeometryTest, AScrollGroupShowsAllOrWhatATestSays) {
   EXPECT_FALSE(dialog.GetVisibleArea(2, &l, &t, &r, &b));
 }
 
-TEST_F(GeometryTest, GroupsThatAreNotEndedEndWithTheLayout) {
+TEST_F(GeometryTest, OpenGroupsEndWithTheLayout) {
   dialog.layout = [&] {
     dialog.GroupBegin(1, 0, 1, 0, "", 0);
     dialog.GroupBegin(2, 0, 1, 0, "", 0);

@@ -1,4 +1,4 @@
-// Dialog resources: symbols, texts, descriptions, their mistakes, and the gadgets that come of them.
+// Dialog resources: symbols, texts, descriptions, errors, and the resulting gadgets.
 #include "c4d_plugin.h"
 #include "dialog_description.h"
 #include "dialog_kit.h"
@@ -269,7 +269,7 @@ TEST_F(ResourceTest, BuildsTheGadgets) {
   EXPECT_FALSE(dialog.LoadDialogResource(1000)) << "in CreateLayout only";
 }
 
-TEST_F(ResourceTest, ADialogThatIsNotThereSaysSo) {
+TEST_F(ResourceTest, AMissingDialogIsReported) {
   writeAll();
   ASSERT_TRUE(resource.Init(folder / "res"));
   dialog.layout = [&] {
@@ -317,7 +317,7 @@ TEST_F(ResourceTest, AMistakeIsOneLineOnTheConsole) {
   EXPECT_EQ(host::dialogResources(&resource, nullptr), nullptr);
 }
 
-TEST_F(ResourceTest, WithoutDialogsThereIsNothingToRead) {
+TEST_F(ResourceTest, AFolderWithoutDialogsIsEmpty) {
   folder.write("res/icon.tif", "x");
   EXPECT_TRUE(resource.Init(folder / "res"));
   EXPECT_TRUE(console.empty());

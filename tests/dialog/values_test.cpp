@@ -112,7 +112,7 @@ TEST_F(ValuesTest, APercentFieldHoldsTheFraction) {
   EXPECT_EQ(real(EDITSLIDER), 1);
 }
 
-TEST_F(ValuesTest, WhatIsNoNumberBecomesOne) {
+TEST_F(ValuesTest, InvalidNumbersAreReplaced) {
   EXPECT_TRUE(dialog.SetReal(NUMBER, std::nan("")));
   EXPECT_EQ(real(NUMBER), 0);
   dialog.SetReal(NUMBER, std::nan(""), 2, 5);
@@ -187,7 +187,7 @@ TEST_F(ValuesTest, AColourFieldHoldsAColourAndItsBrightness) {
   EXPECT_FALSE(dialog.SetColorField(NUMBER, Vector()));
 }
 
-TEST_F(ValuesTest, WhatIsMissingSaysSo) {
+TEST_F(ValuesTest, CallsForMissingGadgetsFail) {
   LONG value = 5;
   EXPECT_FALSE(dialog.SetLong(999, 1));
   EXPECT_FALSE(dialog.GetLong(999, value));

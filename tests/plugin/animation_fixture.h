@@ -1,4 +1,4 @@
-// The Render Animation dialog on a document of 91 frames, with a user who works its gadgets.
+// The Render Animation dialog on a document of 91 frames, operated by a scripted user.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -34,7 +34,7 @@ class AnimationDialogTest : public PluginFixture {
   }
   void TearDown() override { host::setActiveDocument(nullptr); }
 
-  /// As the viewer fills the dialog before it opens it.
+  /// Fills the dialog as the viewer does before it opens it.
   void prepare() {
     dialog.settings = &settings;
     dialog.fileName = Filename();
@@ -45,7 +45,7 @@ class AnimationDialogTest : public PluginFixture {
     dialog.photoshop7 = 1;
     dialog.stamp = 0;
   }
-  /// Opens it; `act` is the user, who closes it with OK unless he does otherwise.
+  /// Opens the dialog, runs the user's actions, and closes it with OK unless they closed it.
   bool open(const std::function<void()>& act) {
     bool opened = false;
     ui.whileDialogIsOpen = [&](GeDialog& shown) {
@@ -76,7 +76,7 @@ class AnimationDialogTest : public PluginFixture {
     return data ? data->GetLong(key, -1) : -1;
   }
 
-  /// What the gadgets show, and what is stored, by their numbers.
+  /// Shown and stored values, by number.
   using Numbers = std::vector<std::pair<LONG, LONG>>;
   void expectShown(const Numbers& numbers) {
     for (const auto& [id, value] : numbers)
@@ -102,7 +102,7 @@ class AnimationDialogTest : public PluginFixture {
   std::function<void(GeDialog&)> nested;
 };
 
-/// Every gadget below one, in the order in which they stand.
+/// All descendants of a gadget, in order.
 inline std::vector<const host::Gadget*> flat(const host::Gadget& root) {
   std::vector<const host::Gadget*> all;
   for (const auto& child : root.children) {

@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "lm_keys.h"
+#include "lm_version.h"
 #include "main.h"
 #include "plugin_fixture.h"
 
@@ -24,6 +25,17 @@ const std::string RESET_TEXT = "Your Lumenara settings have been reset.";
 TEST_F(EntryTest, StartMakesTheDataFolderWithItsParents) {
   ASSERT_TRUE(startPlugin());
   EXPECT_TRUE(GeFExist(GeGetStartupWritePath() + "plugins" + "Lumenara", TRUE));
+}
+
+// The dialogs, which come later, would create it as well.
+TEST_F(EntryTest, TheDataFolderExistsWhenAResetIsReported) {
+  touch(marker(GeGetStartupWritePath()));
+  ASSERT_FALSE(GeFExist(GeGetStartupWritePath() + "plugins", TRUE));
+  bool there = false;
+  ui.whileBoxIsOpen = [&] { there = GeFExist(home() + "plugins" + "Lumenara", TRUE) != FALSE; };
+  ASSERT_TRUE(startPlugin());
+  EXPECT_EQ(messages(), std::vector<std::string>{RESET_TEXT});
+  EXPECT_TRUE(there);
 }
 
 TEST_F(EntryTest, RegistersTheFourCommandsInTheirOrder) {
@@ -153,7 +165,7 @@ TEST_F(EntryTest, PrintsTheBannerBetweenTwoFrameLines) {
   EXPECT_EQ(countOf(lines, frame), 2);
 }
 
-TEST_F(EntryTest, TheBannerNamesWhomItIsAskedFor) {
+TEST_F(EntryTest, TheBannerHasTheGivenName) {
   PrintVersionString("Other", FALSE);
   const std::string frame = "||----------------------------------------";
   EXPECT_EQ(console, (std::vector<std::string>{frame, "||  Other v" + GetVersionString().GetUTF8(), frame}));
@@ -167,7 +179,7 @@ TEST_F(EntryTest, TheVersionIsMajorAndTwoDigitsOfMinor) {
   EXPECT_EQ(version.find_first_not_of("0123456789."), std::string::npos);
 }
 
-TEST_F(EntryTest, AFailedRegistrationIsOneLineAndWhatRegisteredStays) {
+TEST_F(EntryTest, AFailedRegistrationPrintsOneLineAndKeepsTheOthers) {
   // The third command's number is taken.
   class Other : public CommandData {};
   ASSERT_TRUE(RegisterCommandPlugin(1021448, "Other", 0, nullptr, "Other", new Other));
@@ -203,7 +215,7 @@ TEST_F(EntryTest, AFailedVideoPostIsOneLineAndTheRestStays) {
   EXPECT_EQ(GetWorldPluginData(ID_LUMENARA)->GetLong(LM_REGION_SHOWN, -1), 0) << "the start goes on";
 }
 
-TEST_F(EntryTest, TheViewerStartsSwitchedOffWhateverWasSaved) {
+TEST_F(EntryTest, TheViewerAlwaysStartsSwitchedOff) {
   BaseContainer stored;
   stored.SetLong(LM_ENABLED, 1);
   stored.SetLong(LM_REGION_SHOWN, 1);
@@ -249,13 +261,13 @@ TEST_F(EntryTest, TwoMarkersAreBothDeletedAndTheMessageAppearsOnce) {
   EXPECT_EQ(GetWorldPluginData(ID_LUMENARA)->FindIndex(LM_LOCK), -1);
 }
 
-TEST_F(EntryTest, AMarkerWithNothingStoredStillTells) {
+TEST_F(EntryTest, AMarkerWithoutStoredSettingsStillShowsTheMessage) {
   touch(marker(GeGetStartupWritePath()));
   ASSERT_TRUE(startPlugin());
   EXPECT_EQ(countOf(messages(), RESET_TEXT), 1);
 }
 
-TEST_F(EntryTest, AFolderOfTheMarkersNameIsNoMarker) {
+TEST_F(EntryTest, AFolderWithTheMarkersNameIsIgnored) {
   ASSERT_TRUE(GeFCreateDirRec(marker(GeGetStartupWritePath())));
   ASSERT_TRUE(startPlugin());
   EXPECT_TRUE(messages().empty());

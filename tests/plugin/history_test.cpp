@@ -1,62 +1,9 @@
-// The image history: names, numbers, the size and the slots.
+// The image history: names, numbers, the size, and pictures that are added.
 #include <gtest/gtest.h>
 
-#include <sys/resource.h>
-
-#include <algorithm>
-#include <csignal>
-#include <filesystem>
-#include <new>
-
-#include "viewer_fixture.h"
+#include "history_fixture.h"
 
 namespace {
-
-/// The host has no memory for a directory browser.
-bool withoutBrowser = false;
-
-} // namespace
-
-// In the host's place, for the whole test program.
-BrowseFiles* BrowseFiles::Alloc() {
-  return withoutBrowser ? nullptr : new (std::nothrow) BrowseFiles;
-}
-
-namespace {
-
-using Names = std::vector<std::string>;
-
-class HistoryTest : public ViewerFixture {
- protected:
-  std::string nextName(const char* prefix = "") {
-    const Filename file = view().GetNextFilename(historyFolder(), prefix);
-    EXPECT_EQ(file.GetDirectory(), historyFolder());
-    return file.GetFile().GetString().GetUTF8();
-  }
-  /// A view that shows a finished picture of this colour.
-  void showPicture(const Rgb& color) {
-    openEnabled(16, 12);
-    fillBitmap(*view().image, 16, 12, color);
-    redraw();
-    ASSERT_EQ(view().data.stampsPending, 1);
-    ASSERT_TRUE(isFilled(*view().display, color));
-  }
-  /// As many as the history keeps.
-  void fillHistory() {
-    for (LONG i = 0; i < 10; ++i)
-      addHistoryFile(String("old" + LongToString(i) + ".tif").GetUTF8().c_str(), 10 + i);
-  }
-  void putLastRender(const Rgb& color) {
-    AutoAlloc<BaseBitmap> picture;
-    fillBitmap(*picture, 30, 20, color);
-    ASSERT_EQ(picture->Save(dataFolder() + "lastRender.tif", FILTER_TIF), IMAGERESULT_OK);
-  }
-  Rgb savedColor(const char* name) {
-    AutoAlloc<BaseBitmap> picture;
-    EXPECT_EQ(picture->Init(historyFolder() + name), IMAGERESULT_OK) << name;
-    return pixelOf(*picture, 0, 0);
-  }
-};
 
 // ---- Names
 
@@ -124,7 +71,7 @@ TEST_F(HistoryTest, ImagesOfOneSecondStandAsListed) {
   EXPECT_EQ(historyNames(), (Names{"a.tif", "d.tif"}));
 }
 
-// Each is the first moment of its field's next value: every later field says the opposite.
+// For each field, a file in its next value's first moment: all smaller fields say the opposite.
 TEST_F(HistoryTest, AgeGoesByEveryField) {
   const LONG minute = 60, hour = 3600, day = 86400;
   addHistoryFile("g.tif", 366 * day - 2); // 2020 was a leap year
@@ -140,7 +87,7 @@ TEST_F(HistoryTest, AgeGoesByEveryField) {
   }
 }
 
-TEST_F(HistoryTest, ANegativeSizeDeletesWhatIsThere) {
+TEST_F(HistoryTest, ANegativeSizeDeletesAllPictures) {
   addHistoryFile("a.tif", 1);
   addHistoryFile("b.tif", 2);
   view().CleanupHistory(-1);
@@ -217,51 +164,6 @@ TEST_F(HistoryTest, AddLoadsTheTwoNewestWhenWanted) {
   view().AddToHistory();
   EXPECT_EQ(pixelOf(*view().imageA, 0, 0), (Rgb{1, 2, 3}));
   EXPECT_EQ(pixelOf(*view().imageB, 0, 0), (Rgb{4, 5, 6}));
-}
-
-/// Files of this process grow no further than `bytes`, as on a full disk.
-class FileSizeLimit {
- public:
-  explicit FileSizeLimit(rlim_t bytes) : handler_(std::signal(SIGXFSZ, SIG_IGN)) {
-    getrlimit(RLIMIT_FSIZE, &before_);
-    const rlimit limit{bytes, before_.rlim_max};
-    setrlimit(RLIMIT_FSIZE, &limit);
-  }
-  ~FileSizeLimit() {
-    setrlimit(RLIMIT_FSIZE, &before_);
-    std::signal(SIGXFSZ, handler_);
-  }
-
- private:
-  void (*handler_)(int);
-  rlimit before_{};
-};
-
-TEST_F(HistoryTest, AFullDiskLeavesNoPictureAndTheConsoleSaysSoOnce) {
-  showPicture({10, 20, 30});
-  console.clear();
-  {
-    const FileSizeLimit full(64);
-    view().AddToHistory();
-  }
-  EXPECT_TRUE(historyNames().empty());
-  ASSERT_EQ(console.size(), 1u);
-  for (const char* part : {"history/[001].tif", "was not written", "File too large", "free space"})
-    EXPECT_NE(console[0].find(part), std::string::npos) << part << ": " << console[0];
-  EXPECT_TRUE(ui.messages.empty());
-  view().AddToHistory();
-  EXPECT_EQ(historyNames(), (Names{"[001].tif"}));
-  EXPECT_EQ(console.size(), 1u);
-}
-
-TEST_F(HistoryTest, AFolderThatCannotBeMadeIsToldByTheConsole) {
-  showPicture({10, 20, 30});
-  std::filesystem::remove_all(dataFolder().GetString().GetUTF8());
-  console.clear();
-  view().AddToHistory();
-  ASSERT_EQ(console.size(), 1u);
-  EXPECT_NE(console[0].find("history/[001].tif"), std::string::npos) << console[0];
-  EXPECT_NE(console[0].find("Check the folder"), std::string::npos) << console[0];
 }
 
 TEST_F(HistoryTest, AComparisonIsAddedAlsoWithoutARender) {
@@ -355,7 +257,7 @@ TEST_F(HistoryTest, AddLastRenderLoadsTheNewestInBothCases) {
   openEnabled(16, 12);
   addHistoryFile("a.tif", 1, {1, 1, 1});
   addHistoryFile("b.tif", 2, {2, 2, 2});
-  view().AddLastRender(); // there is none
+  view().AddLastRender(); // without a last render
   EXPECT_EQ(pixelOf(*view().imageB, 0, 0), (Rgb{2, 2, 2}));
   putLastRender({9, 8, 7});
   view().AddLastRender();
@@ -367,173 +269,10 @@ TEST_F(HistoryTest, ALastRenderThatCannotBeMovedStays) {
   openEnabled(16, 12);
   putLastRender({9, 8, 7});
   ASSERT_TRUE(GeFKill(historyFolder()));
-  view().AddLastRender(); // which makes no folder
+  view().AddLastRender(); // does not create the folder
   EXPECT_TRUE(GeFExist(dataFolder() + "lastRender.tif"));
   EXPECT_FALSE(GeFExist(historyFolder(), TRUE));
   EXPECT_TRUE(ui.messages.empty());
-}
-
-// ---- The view's own calls
-
-/// Notes which of its operations are called.
-class NotingView : public lmUserArea {
- public:
-  using lmUserArea::lmUserArea;
-  void AutoloadRecent() override { calls.push_back("autoload"); }
-  void CleanupHistory(LONG keep) override { calls.push_back("cleanup " + std::to_string(keep)); }
-  Filename GetNextFilename(const Filename& folder, const String& prefix) override {
-    calls.push_back("next " + prefix.GetUTF8());
-    return lmUserArea::GetNextFilename(folder, prefix);
-  }
-  String StrPad(LONG number, LONG length) override {
-    calls.push_back("pad");
-    return lmUserArea::StrPad(number, length);
-  }
-  Names calls;
-};
-
-TEST_F(HistoryTest, ItsOperationsCallEachOtherAsOperations) {
-  NotingView noting(viewer.get(), &viewer->settings);
-  noting.width = 4;
-  noting.height = 3;
-  fillBitmap(*noting.display, 4, 3, {1, 2, 3}, 32);
-  noting.HistoryPrepare(0.0, lmUserArea::COMPARE_BLEND);
-  noting.AddToHistory();
-  EXPECT_EQ(noting.calls, (Names{"cleanup 9", "next ", "pad", "autoload"}));
-  noting.calls.clear();
-  putLastRender({9, 8, 7});
-  noting.AddLastRender();
-  EXPECT_EQ(noting.calls, (Names{"next lastRender", "pad", "autoload"}));
-  noting.calls.clear();
-  setOption(LM_HISTORY_AUTOLOAD, 0);
-  viewer->settings.GetDataInstance()->RemoveData(LM_HISTORY_SIZE);
-  noting.AddToHistory();
-  EXPECT_EQ(noting.calls, (Names{"cleanup 9", "next ", "pad", "pad"}));
-}
-
-/// Counts as it is told.
-class CountingView : public lmUserArea {
- public:
-  using lmUserArea::lmUserArea;
-  LONG GetHistoryCount() override { return count; }
-  LONG count = 0;
-};
-
-TEST_F(HistoryTest, TrimmingAndLoadingGoByTheCountingOperation) {
-  addHistoryFile("a.tif", 1, {1, 1, 1});
-  addHistoryFile("b.tif", 2, {2, 2, 2});
-  addHistoryFile("c.tif", 3, {3, 3, 3});
-  CountingView counting(viewer.get(), &viewer->settings);
-  counting.count = 1;
-  counting.CleanupHistory(1);
-  counting.AutoloadRecent();
-  EXPECT_EQ(historyNames().size(), 3u);
-  EXPECT_EQ(counting.imageB->GetBw(), 0);
-  counting.count = 3;
-  counting.AutoloadRecent();
-  EXPECT_EQ(pixelOf(*counting.imageB, 0, 0), (Rgb{3, 3, 3}));
-  counting.CleanupHistory(2);
-  EXPECT_EQ(historyNames(), (Names{"b.tif", "c.tif"}));
-  counting.count = 9; // more than there are
-  counting.CleanupHistory(0);
-  EXPECT_TRUE(historyNames().empty());
-}
-
-// ---- A host without a directory browser
-
-class NoBrowserTest : public HistoryTest {
- protected:
-  void TearDown() override {
-    withoutBrowser = false;
-    HistoryTest::TearDown();
-  }
-};
-
-TEST_F(NoBrowserTest, NothingIsCountedShownLoadedOrDeleted) {
-  openEnabled(16, 12);
-  addHistoryFile("a.tif", 1);
-  addHistoryFile("b.tif", 2);
-  ui.choices = {900000, 901000};
-  withoutBrowser = true;
-  EXPECT_EQ(view().GetHistoryCount(), 0);
-  view().CleanupHistory(0);
-  view().ClearHistory();
-  view().AutoloadRecent();
-  view().SelectImagePopup(0, 0, TRUE);
-  EXPECT_TRUE(ui.popups.empty()); // no menu, not one that says that there are none
-  EXPECT_TRUE(ui.fileRequests.empty());
-  EXPECT_EQ(view().imageA->GetBw(), 0);
-  withoutBrowser = false;
-  EXPECT_EQ(historyNames(), (Names{"a.tif", "b.tif"}));
-  EXPECT_TRUE(console.empty());
-}
-
-TEST_F(NoBrowserTest, APictureIsAddedAllTheSame) {
-  showPicture({1, 2, 3});
-  withoutBrowser = true;
-  view().AddToHistory();
-  withoutBrowser = false;
-  EXPECT_EQ(historyNames(), (Names{"[001].tif"}));
-}
-
-// ---- The slots
-
-TEST_F(HistoryTest, AutoloadNeedsTwo) {
-  openEnabled(16, 12);
-  fillBitmap(*view().imageA, 2, 2, {7, 7, 7});
-  view().AutoloadRecent();
-  addHistoryFile("a.tif", 1);
-  view().AutoloadRecent();
-  EXPECT_EQ(view().imageA->GetBw(), 2);
-  EXPECT_EQ(view().imageB->GetBw(), 0);
-}
-
-TEST_F(HistoryTest, AutoloadTakesTheTwoNewest) {
-  openEnabled(16, 12);
-  addHistoryFile("a.tif", 30, {3, 3, 3});
-  addHistoryFile("b.tif", 20, {2, 2, 2});
-  addHistoryFile("c.tif", 10, {1, 1, 1});
-  view().AutoloadRecent();
-  EXPECT_EQ(pixelOf(*view().imageA, 0, 0), (Rgb{2, 2, 2}));
-  EXPECT_EQ(pixelOf(*view().imageB, 0, 0), (Rgb{3, 3, 3}));
-}
-
-TEST_F(HistoryTest, APictureThatDoesNotLoadIsReportedAndLeavesItsSlotEmpty) {
-  openEnabled(16, 12);
-  fillBitmap(*view().imageB, 2, 2, {7, 7, 7});
-  addHistoryFile("a.tif", 1, {1, 1, 1});
-  folder.write("home/plugins/Lumenara/history/b.tif", "no picture");
-  setFileTime(historyFolder() + "b.tif", 2);
-  view().AutoloadRecent();
-  EXPECT_EQ(pixelOf(*view().imageA, 0, 0), (Rgb{1, 1, 1}));
-  EXPECT_EQ(view().imageB->GetBw(), 0);
-  EXPECT_EQ(console, (Names{"Lumenara Error: Image Load Failed"}));
-  addHistoryFile("a.tif", 3);
-  std::filesystem::resize_file((historyFolder() + "a.tif").GetString().GetUTF8(), 100);
-  view().AutoloadRecent();
-  EXPECT_EQ(std::count(console.begin(), console.end(), "Lumenara Error: Image Load Failed"), 3);
-}
-
-TEST_F(HistoryTest, SwapExchangesSizesAndPictures) {
-  openEnabled(16, 12);
-  fillBitmap(*view().imageA, 3, 4, {1, 2, 3});
-  fillBitmap(*view().imageB, 7, 5, {4, 5, 6}, 32);
-  view().HistorySwap();
-  EXPECT_EQ(view().imageA->GetBw(), 7);
-  EXPECT_EQ(view().imageA->GetBh(), 5);
-  EXPECT_EQ(view().imageA->GetBt(), 32);
-  EXPECT_TRUE(isFilled(*view().imageA, {4, 5, 6}));
-  EXPECT_EQ(view().imageB->GetBw(), 3);
-  EXPECT_EQ(view().imageB->GetBt(), 24);
-  EXPECT_TRUE(isFilled(*view().imageB, {1, 2, 3}));
-}
-
-TEST_F(HistoryTest, SwapNeedsBoth) {
-  openEnabled(16, 12);
-  fillBitmap(*view().imageA, 3, 4, {1, 2, 3});
-  view().HistorySwap();
-  EXPECT_EQ(view().imageA->GetBw(), 3);
-  EXPECT_EQ(view().imageB->GetBw(), 0);
 }
 
 } // namespace

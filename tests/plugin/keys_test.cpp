@@ -1,7 +1,9 @@
-// The keys, their kinds and their defaults.
+// The keys, their types and their defaults.
 #include <gtest/gtest.h>
 
+#include <fstream>
 #include <map>
+#include <regex>
 #include <set>
 
 #include "lm_keys.h"
@@ -68,7 +70,7 @@ TEST(Keys, TheViewerWritesEveryDefaultOfItsTables) {
   EXPECT_EQ(data.GetString(20022, "preset"), String());
   EXPECT_EQ(data.GetType(14001), DA_FILENAME);
   EXPECT_FALSE(data.GetFilename(14001, "preset").Content());
-  // Those counted above, and nothing else.
+  // The keys above and no others.
   EXPECT_EQ(data.GetCount(), static_cast<LONG>(VIEWER_LONGS.size() + OPTIMIZATION_LONGS.size() + 3 + 8));
 }
 
@@ -119,6 +121,23 @@ TEST(Keys, HaveOneNameEach) {
   }
   EXPECT_EQ(LM_STAMP_DATE_V, 20016);
   EXPECT_EQ(LM_OPT_MAT_15039, 15039);
+}
+
+// The resources have the numbers in a file of their own.
+TEST(Keys, AreThoseOfTheResources) {
+  std::map<std::string, LONG> symbols, expected;
+  std::ifstream file(LUMENARA_SOURCE_DIR "/res/c4d_symbols.h");
+  const std::regex entry("\\s*(LM_\\w+) = (\\d+),.*");
+  std::smatch match;
+  for (std::string line; std::getline(file, line);)
+    if (std::regex_match(line, match, entry)) symbols[match[1]] = std::stoi(match[2]);
+  LONG count = 0;
+  const lmKey* keys = GetKeys(&count);
+  for (LONG i = 0; i < count; ++i) {
+    const bool inDialog = keys[i].key / 1000 == 15 || keys[i].key / 1000 == 20;
+    if (inDialog) expected[keys[i].name] = keys[i].key;
+  }
+  EXPECT_EQ(symbols, expected);
 }
 
 } // namespace

@@ -48,8 +48,8 @@ bool MemoryShortage::hasFailed() {
   return allocationsLeft == FAILED;
 }
 
-// In the library's place, for the whole test program; the address sanitizer wants every form that these
-// delete.
+// Replace the library's functions in the whole test program; the address sanitizer requires every form that
+// matches these deletes.
 void* operator new(std::size_t size) {
   return allocateOrThrow(size);
 }

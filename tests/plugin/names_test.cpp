@@ -3,6 +3,7 @@
 
 #include <cmath>
 
+#include "lm_numbers.h"
 #include "lm_thread.h"
 
 namespace {
@@ -50,7 +51,7 @@ TEST(FrameFromTime, FloorsTheProductAndTheDenominatorAndTruncatesTheQuotient) {
   EXPECT_EQ(FrameFromTime(BaseTime(-1, 2), 25), -12); // floor(-25) / 2, towards zero
 }
 
-TEST(FrameFromTime, IsZeroWhereThereIsNoNumber) {
+TEST(FrameFromTime, IsZeroForInvalidTimes) {
   EXPECT_EQ(FrameFromTime(BaseTime(5, 0), 25), 0);
   EXPECT_EQ(FrameFromTime(BaseTime(5, 0.5), 25), 0);
   EXPECT_EQ(FrameFromTime(BaseTime(1e300, 1), 25), 0);

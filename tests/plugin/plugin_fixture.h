@@ -9,14 +9,14 @@
 
 #include "host_fixture.h"
 
-/// A core message as a listener got it.
+/// A core message, as received.
 struct Message {
   LONG id = 0;
   ULLONG p1 = 0, p2 = 0;
   friend bool operator==(const Message&, const Message&) = default;
 };
 
-/// Special events, from its construction on.
+/// Records special events after its construction.
 class MessageLog final : public host::CoreListener {
  public:
   MessageLog() { host::mainLoop().add(this); }
@@ -31,10 +31,10 @@ class PluginFixture : public HostFixture {
   void SetUp() override;
   const host::PluginUnit& unit() const { return unit_; }
 
-  /// Starts the plug-in as a program does: its message entry, then its start entry.
+  /// Starts the plug-in as a program does: message entry, then start entry.
   bool startPlugin();
   void endProgram() { stopHost(); }
-  /// What is stored for the plug-in, read by a host of its own.
+  /// The plug-in's stored settings, read by another host if none runs.
   BaseContainer storedSettings();
 
   /// Runs a function as if the host called the plug-in.

@@ -1,4 +1,4 @@
-// A document whose editor view, safe frame and region a test chooses, and the region hook in it.
+// The region hook in a document whose editor view, safe frame and region a test chooses.
 #pragma once
 
 #include <deque>
@@ -23,33 +23,33 @@ class RegionFixture : public PluginFixture {
   void SetUp() override;
   void TearDown() override;
 
-  /// A view whose frame is all of its area, and safe.
+  /// Makes a view whose frame and safe frame are its whole area.
   void setView(LONG width, LONG height);
-  /// Keeps the frame; its safe frame is the part that a format covers.
+  /// Keeps the frame; the safe frame becomes the part that a format covers.
   void setFormat(LONG width, LONG height);
   void setViewAndFormat(LONG width, LONG height);
   void setRegion(Real x, Real y, Real size);
   BaseContainer region() const;
   void store(LONG key, LONG value);
   void store(LONG key, Real value);
-  /// As `store`, but not onto the disk; for many rounds.
+  /// Like `store`, but in memory only; for many rounds.
   static void setAspect(Real aspect) { GetWorldPluginData(ID_LUMENARA)->SetReal(LM_ASPECT, aspect); }
   BaseDraw* draw() const { return document->GetActiveBaseDraw(); }
 
-  /// What the hook draws.
+  /// The hook's drawing.
   host::Overlay drawn(LONG flags = SCENEHOOKDRAW_FOREGROUND_PASS);
-  /// The white box that it draws.
+  /// The white box in the hook's drawing.
   Box drawnBox();
-  /// The pointer that it asks for at a place; 0 for none.
+  /// The cursor that the hook asks for at a position; 0 without one.
   LONG cursorAt(Real x, Real y);
-  /// A press of a button, and what the mouse does afterwards.
+  /// Presses a button, then plays the mouse events. True when a hook used the press.
   bool press(Real x, Real y, const std::deque<host::DragEvent>& events, LONG channel = BFM_INPUT_MOUSELEFT);
   static host::DragEvent moveTo(double x, double y);
   static host::DragEvent release(double x, double y);
 
   BaseDocument* document = nullptr;
-  lmRegionHook* hook = nullptr; // the same as the document's, for its functions
+  lmRegionHook* hook = nullptr; // a second instance, for direct calls
   std::unique_ptr<NodeData> owned;
   host::SceneHooks hooks;
-  int pumped = 0; // events that a drag took
+  int pumped = 0; // events consumed by drags
 };

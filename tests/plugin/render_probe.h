@@ -1,4 +1,4 @@
-// A video post that looks at the renders of a test: what they were given, and what the host shows meanwhile.
+// A video post that records the renders of a test.
 #pragma once
 
 #include <functional>
@@ -13,12 +13,12 @@ struct ProbedPost {
   BaseContainer data;
 };
 
-/// What one render was given.
+/// The input of one render.
 struct ProbedRender {
   BaseContainer settings;
   std::string statusText;
   BaseTime documentTime;
-  std::string cameraName; // of the camera that the render view looks through; empty for its own
+  std::string cameraName; // of the render view's scene camera; empty for its own camera
   ULLONG cameraIdentity = 0;
   Matrix cameraMatrix;
   Real lod = 0;
@@ -28,7 +28,7 @@ struct ProbedRender {
 /// The type of the probe's video post.
 inline constexpr LONG PROBE_POST = 1000901;
 
-/// Registers the probe; from then on it sees every render of a document that has its post.
+/// Registers the probe; from then on it records every render of a document with its post.
 struct RenderProbe {
   std::vector<ProbedRender> renders;
   /// Called while a render is open, on its thread, after it was recorded.
@@ -36,7 +36,7 @@ struct RenderProbe {
   /// Called when a render's frame closes, with its finished picture, which it may paint over, and the
   /// render's number from 0.
   std::function<void(BaseBitmap& picture, std::size_t number)> finished;
-  /// What the render is made to result in.
+  /// The result that the probe forces on the render.
   RENDERRESULT result = RENDERRESULT_OK;
 
   RenderProbe();

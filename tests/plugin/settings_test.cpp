@@ -44,7 +44,7 @@ TEST_F(SettingsTest, AMissingKeyReadsAsThePresetOfTheCall) {
   EXPECT_EQ(settings.GetContainer(1).GetCount(), 0);
 }
 
-TEST_F(SettingsTest, EveryKindIsStoredUnderItsTypeAndReplacesWhatWasThere) {
+TEST_F(SettingsTest, EveryValueIsStoredUnderItsTypeAndReplacesTheOldOne) {
   lmSettings settings;
   BaseContainer nested;
   nested.SetLong(1, 9);
@@ -131,7 +131,7 @@ TEST_F(SettingsTest, LoadSkipsValuesOfOtherTypes) {
     EXPECT_EQ(settings.GetDataInstance()->GetType(key), DA_NIL) << key;
 }
 
-TEST_F(SettingsTest, SaveMergesAndKeepsWhatTheContainerLacks) {
+TEST_F(SettingsTest, SaveMergesAndKeepsOtherStoredKeys) {
   BaseContainer stored;
   stored.SetLong(1, 1);
   stored.SetLong(2, 2);

@@ -1,4 +1,4 @@
-// A green square and its edges in a picture, for tests of what a picture shows where.
+// A green square, and the measurement of its edges in a picture.
 #pragma once
 
 #include <algorithm>
@@ -20,7 +20,7 @@ struct Rectangle {
   }
 };
 
-/// Two triangles between corners that go around.
+/// Two triangles from four corners in cyclic order.
 inline host::MeshPtr squareMesh(const Vector (&corners)[4]) {
   auto mesh = std::make_shared<host::Mesh>();
   for (const Vector& corner : corners)
@@ -37,7 +37,7 @@ inline host::MeshPtr squareMesh(const Vector (&corners)[4]) {
   return mesh;
 }
 
-/// Gives it a material that is green in every light.
+/// Gives the object a material that is green in every light.
 inline void makeGreen(BaseDocument& document, BaseObject& object) {
   const host::Identity material = host::newMaterial(document);
   for (BaseMaterial* one = document.GetFirstMaterial(); one; one = one->GetNext()) {
@@ -64,7 +64,7 @@ inline Rectangle greenPart(const BaseBitmap& picture, LONG x0, LONG y0, LONG x1,
   EXPECT_GT(whole, 0.2) << "the square shows in the middle";
   const auto covered = [&](LONG px, LONG py) {
     const Real part = green(px, py) / whole;
-    return part < 0.05 ? 0 : std::min(part, 1.0); // the ground has a little of a colour
+    return part < 0.05 ? 0 : std::min(part, 1.0); // the ground is not quite black
   };
   Rectangle found{static_cast<Real>(x), static_cast<Real>(y), static_cast<Real>(x), static_cast<Real>(y)};
   for (LONG i = x0; i <= x1; ++i)

@@ -144,7 +144,7 @@ bool ThreadFixture::isBlack() const {
   return true;
 }
 
-// Where the text alone, drawn in white on black, is wholly covered, the banner is white.
+// Where the text alone, drawn white on black, is pure white, the banner is white.
 bool ThreadFixture::showsBanner(const char* detail) const {
   AutoAlloc<GeClipMap> text, icon;
   if (text->Init(300, 100, 32) != IMAGERESULT_OK) return false;

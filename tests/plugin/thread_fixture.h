@@ -1,4 +1,4 @@
-// A small document, a bitmap and a render thread whose job is ready, with a probe in the document's renders.
+// A small document, a bitmap and a render thread with a filled job; a probe records the renders.
 #pragma once
 
 #include <atomic>
@@ -17,7 +17,7 @@ class ThreadFixture : public PluginFixture {
 
   /// Starts the job, serves the thread's calls and waits for its end.
   void runJob();
-  /// What the last render was given.
+  /// The input of the last render.
   const BaseContainer& given() const { return probe->renders.back().settings; }
 
   void clearActiveDocument();
@@ -26,14 +26,14 @@ class ThreadFixture : public PluginFixture {
   BaseObject* addCamera(const char* name, const Vector& place);
   BaseMaterial* addMaterial(const char* name);
   BaseShader* addShader(BaseMaterial* material, LONG channel, LONG type);
-  BaseVideoPost* addPost(LONG type);   // the one that is there already, if any
+  BaseVideoPost* addPost(LONG type);   // an existing one, if any
   void linkCamera(BaseObject* camera); // in the document's region record
 
-  // Of the clone that was rendered last.
+  // Of the last rendered clone.
   bool postDisabled(LONG type) const;
   GeData postParameter(LONG type, LONG id) const;
 
-  /// Everything that a render could have changed in the user's document.
+  /// Everything in the user's document that a render could change.
   std::vector<GeData> snapshotOfDocument() const;
 
   bool isBlack() const;
@@ -49,7 +49,7 @@ class ThreadFixture : public PluginFixture {
   lmSettings settings;
   LMTHREAD_DATA status;
   std::unique_ptr<RenderProbe> probe;
-  host::PluginScope scope{&unit()}; // the thread is the plug-in's, and finds its pictures
+  host::PluginScope scope{&unit()}; // the thread finds the plug-in's pictures
   lmThread thread;
 
  private:

@@ -83,7 +83,7 @@ void ViewerFixture::openEnabled(LONG width, LONG height) {
   setOption(LM_ENABLED, 1);
   setOption(LM_STAMP_RENDER_TIME, 0);
   openViewer();
-  advance(200); // what the first layout posts
+  advance(200); // tasks of the first layout
   ASSERT_EQ(viewer->view.width, width);
   ASSERT_EQ(viewer->view.height, height);
   ui.record.clear();

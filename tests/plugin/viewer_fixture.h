@@ -1,4 +1,4 @@
-// The viewer dialog on a small document, with the render thread's renders under the test's control.
+// The viewer dialog on a small document; the test controls its renders.
 #pragma once
 
 #include <atomic>
@@ -10,7 +10,7 @@
 #include "gadget_actions.h"
 #include "thread_fixture.h"
 
-/// The dialog with everything that a test looks at.
+/// The dialog with its members public.
 class Viewer : public DlgLumenara {
  public:
   using DlgLumenara::animationJob;
@@ -29,18 +29,18 @@ class Viewer : public DlgLumenara {
   using DlgLumenara::y2;
 };
 
-/// A colour of a picture; black outside.
+/// A pixel's colour.
 struct Rgb {
   LONG r = 0, g = 0, b = 0;
   friend bool operator==(const Rgb&, const Rgb&) = default;
 };
 std::ostream& operator<<(std::ostream& out, const Rgb& color);
 Rgb pixelOf(const BaseBitmap& bitmap, LONG x, LONG y);
-/// The pixel of what an area painted last.
+/// A pixel of an area's last painting.
 Rgb paintedPixel(const GeUserArea& area, LONG x, LONG y);
-/// Makes the bitmap this size, filled.
+/// Gives the bitmap this size and colour.
 void fillBitmap(BaseBitmap& bitmap, LONG width, LONG height, const Rgb& color, LONG depth = 24);
-/// Every pixel of the bitmap.
+/// Whether every pixel of the bitmap has the colour.
 bool isFilled(const BaseBitmap& bitmap, const Rgb& color);
 
 class ViewerFixture : public ThreadFixture {
@@ -49,10 +49,10 @@ class ViewerFixture : public ThreadFixture {
   void TearDown() override;
 
   lmUserArea& view() { return viewer->view; }
-  /// A new dialog, as at the program's start.
+  /// Makes a new dialog, as at the program's start.
   void makeViewer();
   void openViewer();
-  /// Opened, switched on, with a view of this size.
+  /// Opens the viewer, switched on, with a view of this size.
   void openEnabled(LONG width = 64, LONG height = 48);
   /// The same, with automatic refresh.
   void openAutomatic() {
@@ -69,15 +69,15 @@ class ViewerFixture : public ThreadFixture {
 
   void choose(LONG entry, const host::ActionInput& input = {});
   void click(LONG gadget, const host::ActionInput& input = {});
-  void sendEvent(LONG id, ULLONG p1 = 0, ULLONG p2 = 0); // and dispatches it
+  void sendEvent(LONG id, ULLONG p1 = 0, ULLONG p2 = 0); // dispatched at once
   void changeScene();
   bool isChecked(LONG entry) const;
   bool isEntryEnabled(LONG entry) const;
 
-  /// From now on a render stays open until `releaseRender`, or until it is told to end.
+  /// From now on renders stay open until `releaseRender`, or until they are cancelled.
   void holdRenders();
   void releaseRender();
-  /// Waits until the thread has begun a render that is held.
+  /// Waits until a held render has begun.
   void waitForHeldRender();
   /// Starts a render that stays open.
   void startHeldRender() {
@@ -88,21 +88,21 @@ class ViewerFixture : public ThreadFixture {
   /// Waits until the thread has ended.
   void finishRender();
   std::size_t renderCount() const { return probe->renders.size(); }
-  /// The same, when the one that runs has been brought to its end.
+  /// The same, after the end of the running render.
   std::size_t rendersSoFar() {
     finishRender();
     return renderCount();
   }
-  /// Makes every render finish with this picture.
+  /// Makes every render end with this colour.
   void paintRenders(const Rgb& color);
-  /// Paints the view anew.
+  /// Repaints the view.
   void redraw();
-  /// The view's own timer and its drawing, that many times.
+  /// Runs the view's timer and drawing, that many times.
   void poll(int times = 1) {
     for (int i = 0; i < times; ++i)
       advance(100);
   }
-  /// Refresh, up to the finished picture in the view.
+  /// Clicks Refresh and waits for the finished picture in the view.
   void render() {
     click(1109);
     finishRender();
@@ -111,7 +111,7 @@ class ViewerFixture : public ThreadFixture {
 
   Filename historyFolder() const { return home() + "plugins" + "Lumenara" + "history"; }
   Filename dataFolder() const { return home() + "plugins" + "Lumenara"; }
-  /// A picture in the history, that many seconds after the first of 2020.
+  /// Adds a picture to the history, dated that many seconds after the start of 2020.
   void addHistoryFile(const char* name, LONG seconds, const Rgb& color = {1, 2, 3}, LONG width = 8,
                       LONG height = 6);
   void setFileTime(const Filename& file, LONG seconds);

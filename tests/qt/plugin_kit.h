@@ -16,6 +16,7 @@
 
 #include "lm_keys.h"
 #include "lm_settings.h"
+#include "lm_version.h"
 #include "main.h"
 #include "number_field.h"
 #include "plugin_registry.h"

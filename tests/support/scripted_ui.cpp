@@ -71,6 +71,7 @@ bool ScriptedUi::openAddress(const String& address) {
 
 bool ScriptedUi::drawViews(LONG flags) {
   drawnViews.push_back(flags);
+  if (whenViewsAreDrawn) whenViewsAreDrawn();
   note("draw views", LongToString(flags));
   return true;
 }

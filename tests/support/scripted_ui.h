@@ -43,6 +43,8 @@ class ScriptedUi final : public host::UserInterface {
   bool showsBitmaps = true;
   /// Called while a box is open, on the main thread.
   std::function<void()> whileBoxIsOpen;
+  /// Called by every `DrawViews`.
+  std::function<void()> whenViewsAreDrawn;
   /// The user's actions in modal dialogs: each dialog takes the next of the list, else `whileDialogIsOpen`. A
   /// dialog that is still open afterwards is closed through its window control or, if it refuses, without
   /// asking.

@@ -1,4 +1,4 @@
-// The view's frame, and where the camera puts things in it.
+// The view's frame, and the camera's projection into it.
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -23,7 +23,7 @@ std::array<LONG, 4> frameOf(const BaseDraw& draw) {
   return frame;
 }
 
-// In whole numbers: half the room that is left, rounded to the nearest pixel, halves up.
+// In integers: half of the remaining size, rounded to the nearest pixel, halves up.
 LONG bar(LLONG room, LLONG by) {
   return static_cast<LONG>((room + by) / (2 * by));
 }
@@ -67,7 +67,7 @@ TEST_F(FrameTest, StaysWhenTheViewHasNoSize) {
   }
 }
 
-TEST_F(FrameTest, AgreesWithWholeNumberArithmeticAndIsAllSafe) {
+TEST_F(FrameTest, AgreesWithIntegerArithmeticAndIsAllSafe) {
   for (const LONG width : {1, 7, 160, 320, 641, 960, 1000})
     for (const LONG height : {1, 9, 120, 360, 480, 600, 999})
       for (const auto& [formatWidth, formatHeight] :
@@ -77,7 +77,7 @@ TEST_F(FrameTest, AgreesWithWholeNumberArithmeticAndIsAllSafe) {
         setFormat(formatWidth, formatHeight);
         host::setViewArea(draw(), 3, -5, 3 + width, -5 + height);
         const LLONG wide = LLONG{width} * formatHeight - LLONG{height} * formatWidth;
-        // A pixel is left of the thinnest one.
+        // The thinnest frame has one pixel.
         const LONG side = wide > 0 ? std::min(bar(wide, formatHeight), (width - 1) / 2) : 0;
         const LONG above = wide < 0 ? std::min(bar(-wide, formatWidth), (height - 1) / 2) : 0;
         ASSERT_EQ(frameOf(draw()),
@@ -98,7 +98,7 @@ TEST_F(FrameTest, AgreesWithTheFormatWithoutBars) {
 }
 
 // The render's upper edge lies at the frame's upper edge, in tall and in wide views.
-TEST_F(FrameTest, TheRenderShowsWhatTheFrameHolds) {
+TEST_F(FrameTest, TheRenderShowsTheFrame) {
   setFormat(1600, 900);
   for (const auto& [width, height] : {std::pair{1600, 900}, {800, 800}, {300, 900}, {1200, 300}, {64, 9}}) {
     SCOPED_TRACE(testing::Message() << width << " x " << height);

@@ -1,4 +1,4 @@
-// Orbit, pan, dolly, framing: what they keep and what they reach.
+// Orbit, pan, dolly and framing.
 #include <algorithm>
 #include <cmath>
 #include <random>
@@ -112,7 +112,7 @@ TEST(Navigate, DollyKeepsTheTargetInItsPlace) {
 
 class NavigationTest : public ViewTest {
  public:
-  // Where the bounds of the boxes land, as parts of half the safe frame: 1 touches its edge.
+  // The projected bounds of the boxes, as fractions of half the safe frame: 1 touches its edge.
   double reach(const std::vector<BaseObject*>& boxes) {
     const ViewCamera eye = host::viewCameraOf(draw());
     const double safeHeight = eye.height * eye.inner, safeWidth = safeHeight * eye.format;
@@ -316,7 +316,7 @@ TEST_F(NavigationTest, ADocumentsCameraMovesOnlyThroughEdits) {
     view->mouseMove(altMouse(160, 110));
     view->mouseRelease(altMouse(160, 110));
   };
-  drag(); // nobody to edit it
+  drag(); // without an edit service
   EXPECT_EQ(camera->GetMg(), MatrixMove({0, 1, 7}));
   EXPECT_EQ(changes, 1);
 
@@ -417,7 +417,7 @@ TEST_F(BoxSelectionTest, HiddenObjectsCountAndSignsDo) {
   EXPECT_EQ(all, (Names{"front", "hidden", "lamp", "other"})) << "a null shows nothing";
 }
 
-TEST_F(BoxSelectionTest, WithoutADocumentThereIsNothing) {
+TEST_F(BoxSelectionTest, WithoutADocumentEverythingIsEmpty) {
   open(400, 300);
   host::setActiveDocument(nullptr);
   document = nullptr;

@@ -23,7 +23,7 @@ class ViewTest : public HostFixture {
   ViewTest();
   ~ViewTest() override;
 
-  /// Makes the view with what `services` holds by now.
+  /// Creates the view with the current `services`.
   host::EditorView& open(int width, int height, double ratio = 1);
   BaseObject* addBox(const char* name, const Vector& center, float half = 0.5f);
   BaseObject* addObject(LONG type, const char* name, const Matrix& world);

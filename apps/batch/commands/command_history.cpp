@@ -18,7 +18,7 @@ void list(lmUserArea& view) {
   }
 }
 
-/// As the viewer adds what it shows, at the picture's own size and under its file's name.
+/// Adds the picture as the viewer does, at its own size and under its file's name.
 void add(lmUserArea& view, const std::string& file) {
   loadPicture(*view.image, file);
   if (!view.image->CopyTo(view.display))
@@ -50,7 +50,7 @@ ExitCode runHistory(const HistoryOptions& options) {
   settings.Init(ID_LUMENARA);
   WriteDefaults(settings.GetDataInstance(), LM_DEFAULT_VIEWER);
   settings.Load();
-  settings.SetValue(LM_HISTORY_AUTOLOAD, 0); // there is nothing to show the newest in
+  settings.SetValue(LM_HISTORY_AUTOLOAD, 0); // no view shows the newest
   lmUserArea view(nullptr, &settings);
   host::removeLeftovers(view.historyFolder);
 

@@ -27,7 +27,7 @@ Json json(const Vector& v) {
   return {v.x, v.y, v.z};
 }
 
-/// A line; entries of a list repeat no title.
+/// A line; only the first entry of a list has the title.
 void row(const std::string& title, const std::string& value) {
   std::printf("%-11s %s\n", title.c_str(), value.c_str());
 }
@@ -122,7 +122,7 @@ ExitCode runInfo(const InfoOptions& options) {
   const Scene scene = loadScene(options.scene, messages);
   const SceneFacts facts = factsOf(*scene.document);
   if (options.json) {
-    // Names that are no UTF-8 become readable instead of breaking the output.
+    // Names in invalid UTF-8 become readable instead of breaking the output.
     const std::string out =
         toJson(options.scene, scene, facts).dump(2, ' ', false, Json::error_handler_t::replace);
     std::printf("%s\n", out.c_str());

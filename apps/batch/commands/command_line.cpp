@@ -6,7 +6,7 @@
 
 #include <CLI/CLI.hpp>
 
-#include "main.h"
+#include "lm_version.h"
 
 namespace batch {
 namespace {

@@ -2,6 +2,7 @@
 #include <cstdio>
 
 #include "commands.h"
+#include "lm_folder.h"
 #include "lm_settings.h"
 #include "main.h"
 #include "messages.h"

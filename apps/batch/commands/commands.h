@@ -1,4 +1,4 @@
-// The program's commands. Each gives the exit code, or throws `Stop`.
+// The program's commands. Each returns the exit code or throws `Stop`.
 #pragma once
 
 #include "command_line.h"

@@ -1,4 +1,4 @@
-// What the program's exit code tells, and how a command says that it cannot go on.
+// Exit codes, and the exception that ends a command.
 #pragma once
 
 #include <stdexcept>
@@ -8,15 +8,15 @@ namespace batch {
 
 enum class ExitCode {
   done = 0,
-  tooDifferent = 1,      // two pictures, by more than was allowed
-  wrongUse = 2,          // options, keys, values, names that are not there
-  sceneUnreadable = 3,   // the scene, or a picture
-  outputNotWritable = 4, // picture, statistics, settings
-  renderFailed = 5,      // or an asset is missing; the picture is saved all the same
+  tooDifferent = 1,      // the pictures differ by more than the limit
+  wrongUse = 2,          // invalid options, keys, values, names
+  sceneUnreadable = 3,   // or a picture
+  outputNotWritable = 4, // picture, movie, statistics, settings
+  renderFailed = 5,      // or an asset is missing; the picture is saved anyway
   cancelled = 130        // by Ctrl-C
 };
 
-/// Ends the command. The sentence says what, where and what to do; it is the only one that the user reads.
+/// Ends the command. The sentence says what, where and what to do; it is the whole error message.
 class Stop : public std::runtime_error {
  public:
   Stop(ExitCode code, const std::string& sentence) : std::runtime_error(sentence), code_(code) {}

@@ -38,7 +38,7 @@ std::string listOf(const std::vector<std::string>& names) {
 }
 
 Messages::Messages(bool quiet) : quiet_(quiet), terminal_(host::platform::isTerminal(stderr)) {
-  host::setConsoleEcho(nullptr); // the listener prints, around the progress line
+  host::setConsoleEcho(nullptr); // the listener prints instead, without breaking the progress line
   listener_ = host::addConsoleListener([this](const String& line) { note(line.GetUTF8()); });
 }
 
@@ -82,7 +82,7 @@ void Messages::progress(double part, const std::string& detail) {
   std::string text = progressText(what_, part, host::clock().now() - started_);
   if (!detail.empty()) text += ", " + detail;
   if (text == shown_) return;
-  // Blanks cover what a longer text before has left.
+  // Blanks cover the rest of a longer text.
   const std::size_t cover = shown_.size() > text.size() ? shown_.size() - text.size() : 0;
   std::fprintf(stderr, "\r%s%*s", text.c_str(), static_cast<int>(cover), "");
   std::fflush(stderr);

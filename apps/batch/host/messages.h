@@ -1,4 +1,4 @@
-// What the program says on standard error: lines, and on a terminal one line that shows how far the work is.
+// Messages on standard error, and a progress line on a terminal.
 #pragma once
 
 #include <cstdint>
@@ -11,36 +11,35 @@
 
 namespace batch {
 
-/// "75" seconds as "1:15", with hours from 3600 on.
+/// 75 seconds as "1:15"; with hours from 3600 seconds on.
 std::string durationText(std::int64_t seconds);
 
-/// How a piece of work stands: "Rendering  42 %  0:12, about 0:17 left". The rest is estimated from the part
-/// that is done, once that is at least a hundredth and a second has passed.
+/// A progress text: "Rendering  42 %  0:12, about 0:17 left". The time left is extrapolated from the part
+/// done, once that is at least 1 % and a second has passed.
 std::string progressText(const std::string& what, double part, host::Milliseconds elapsed);
 
-/// The texts with commas between them.
+/// The texts, separated by commas.
 std::string listOf(const std::vector<std::string>& texts);
 
 /// Main thread.
 class Messages {
  public:
-  /// Shows the console's lines too, unless `quiet`.
+  /// Prints the console's lines, too, unless `quiet`.
   explicit Messages(bool quiet);
   ~Messages();
   Messages(const Messages&) = delete;
   Messages& operator=(const Messages&) = delete;
 
-  /// One line for the user, always printed.
+  /// Prints a line, even when quiet.
   void problem(const std::string& sentence);
-  /// One line that is not needed: nothing when quiet.
+  /// Prints a line unless quiet.
   void note(const std::string& sentence);
 
-  /// Asks on the terminal and waits for the answer: true for "y" and "yes". False without a terminal to ask
-  /// and answer on, and after Ctrl-C.
+  /// Asks on the terminal and waits: true for "y" and "yes". False without a terminal and after Ctrl-C.
   bool confirm(const std::string& question);
 
-  /// Starts, updates (0 to 1; `detail` follows the times) and removes the progress line. Nothing happens
-  /// without a terminal or when quiet.
+  /// Start, update (0 to 1; `detail` follows the times) and remove the progress line. Without a terminal and
+  /// when quiet they do nothing.
   void begin(const std::string& what);
   void progress(double part, const std::string& detail = {});
   void end();
@@ -55,7 +54,7 @@ class Messages {
   host::Milliseconds started_ = 0;
 };
 
-/// Answers what plug-ins ask: texts are printed, questions are answered no, nothing is chosen or opened.
+/// The user interface without a user: prints texts, answers questions with no, chooses and opens nothing.
 class BatchInterface : public host::UserInterface {
  public:
   explicit BatchInterface(Messages& messages) : messages_(messages) {}

@@ -10,8 +10,8 @@ host::ProgramOptions programOptions(const std::string& home, host::UserInterface
   options.home = Filename(String(home));
   options.ui = &ui;
   options.loadModules = false;
-  options.consoleEcho = nullptr; // the messages show it
-  options.printFailures = false; // the commands tell their own
+  options.consoleEcho = nullptr; // the messages print it
+  options.printFailures = false; // the commands report their own
   return options;
 }
 

@@ -1,4 +1,4 @@
-// What the commands on pictures share.
+// The host of commands that only work on pictures.
 #pragma once
 
 #include <string>
@@ -22,7 +22,7 @@ class PictureHost {
   host::Program program_;
 };
 
-/// Throws `Stop` (unreadable), which says why the picture cannot be had.
+/// Loads a picture. Throws `Stop` (unreadable) with the reason.
 void loadPicture(BaseBitmap& bitmap, const std::string& file);
 
 } // namespace batch

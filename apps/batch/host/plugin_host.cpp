@@ -12,8 +12,8 @@ host::ProgramOptions programOptions(const std::string& home, int threads, host::
   program.home = Filename(String(home));
   program.ui = &ui;
   program.cpuCount = threads;
-  program.consoleEcho = nullptr; // the messages show it
-  program.printFailures = false; // the command tells its own
+  program.consoleEcho = nullptr; // the messages print it
+  program.printFailures = false; // the command reports its own
   return program;
 }
 

@@ -10,11 +10,12 @@
 
 namespace batch {
 
-/// Ours first and then the modules beside it. It ends them, and what they have stored stays. Main thread.
+/// Starts this program's plug-in, then the modules beside it, and ends them; their stored settings stay. Main
+/// thread.
 class PluginHost {
  public:
-  /// `home` empty: the user's; `threads` 0: all processors. `ui` outlives the host. Throws `Stop` (render
-  /// failed) when the plug-in cannot be started.
+  /// `home` empty: the user's folder; `threads` 0: all processors. `ui` must outlive the host. Throws `Stop`
+  /// (render failed) when the plug-in cannot be started.
   PluginHost(const std::string& home, int threads, host::UserInterface& ui);
   ~PluginHost();
   PluginHost(const PluginHost&) = delete;

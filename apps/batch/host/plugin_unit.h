@@ -5,10 +5,10 @@
 
 namespace batch {
 
-/// How the host calls it; its resources lie in plugins/Lumenara below the folder of the installation.
+/// Its entry points for the host; its resources lie in plugins/Lumenara below the installation's folder.
 host::PluginUnit linkedPlugin(const Filename& startupPath);
 
-/// The one that has been started in this program; null before that. Main thread.
+/// The plug-in once it has been started, else null. Main thread.
 const host::PluginUnit* startedPlugin();
 
 } // namespace batch

@@ -5,7 +5,7 @@
 
 namespace batch {
 
-// A read alone would go on waiting after Ctrl-C.
+// Polls, because a blocking read would not notice Ctrl-C.
 std::string readLine() {
   constexpr int pollPeriod = 50; // milliseconds
   std::string line;

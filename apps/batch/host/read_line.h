@@ -1,11 +1,12 @@
-// Answers that the user types.
+// Lines typed by the user.
 #pragma once
 
 #include <string>
 
 namespace batch {
 
-/// The next line of standard input without its end; empty at the input's end and after Ctrl-C. Main thread.
+/// The next line of standard input without its line end; empty at the end of input and after Ctrl-C. Main
+/// thread.
 std::string readLine();
 
 } // namespace batch

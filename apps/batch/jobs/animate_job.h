@@ -1,4 +1,4 @@
-// Runs of the plug-in's render thread over frames.
+// Frame ranges rendered by the plug-in's render thread.
 #pragma once
 
 #include <string>
@@ -12,7 +12,7 @@
 
 namespace batch {
 
-/// How far all runs of a command are together.
+/// Progress over all runs of a command.
 struct FrameProgress {
   LONG done = 0, all = 1; // frames
 };
@@ -25,21 +25,20 @@ struct AnimationJob {
 };
 
 struct AnimationResult {
-  bool rendered = false; // false: the job ended before it came to its render
-  bool moved = false;    // the folder went away, and the thread wrote elsewhere
-  LONG result = 0;       // of the last frame that was begun, RENDERRESULT_...
+  bool rendered = false; // false: the job ended before its render began
+  bool moved = false;    // the folder disappeared, and the thread wrote elsewhere
+  LONG result = 0;       // of the last frame started, RENDERRESULT_...
   LONG frame = 0;        // that frame
   double seconds = 0;
-  std::string failure;          // the first file that was not written: a sentence; empty when all were
-  std::vector<LONG> incomplete; // the frames whose render failed, in order
-  std::string incompleteWhy;    // the first one's sentence
+  std::string failure;          // error text of the first file not written; empty when all were written
+  std::vector<LONG> incomplete; // frames whose render failed, in order
+  std::string incompleteWhy;    // error text of the first of them
 };
 
-/// Renders the frames of the active document into files as the viewer would, and returns when the thread has
-/// ended. Ctrl-C cancels it, and so does the first file that cannot be written and the first frame whose
-/// render fails. A picture of a frame that was not rendered to its end is removed again; a movie keeps the
-/// frames that it has got. Throws `Stop` (render failed) when no thread can be started. Main thread; it
-/// serves the thread's calls.
+/// Renders frames of the active document into files as the viewer does, and returns when the thread has
+/// ended. Ctrl-C, the first file that cannot be written and the first frame whose render fails each cancel
+/// the run. The picture of an incomplete frame is deleted; a movie keeps its frames so far. Throws `Stop`
+/// (render failed) when the thread cannot be started. Main thread; serves the thread's calls.
 AnimationResult runAnimation(BaseDocument& document, BaseBitmap& bitmap, lmSettings& settings,
                              const AnimationJob& job, const FrameProgress& before, Messages& messages);
 

@@ -13,7 +13,7 @@ namespace batch {
 namespace {
 
 std::atomic<int> requests{0};
-// For the signal handler, which may read it only while the flag is set.
+// Read by the signal handler, only while the flag is set.
 std::array<char, 4096> unfinished{};
 std::atomic<bool> unfinishedSet{false};
 
@@ -26,7 +26,8 @@ static_assert(std::atomic<int>::is_always_lock_free, "a signal handler may use i
 extern "C" {
 static void lumenaraInterrupt(int signal) {
   if (batch::requests.fetch_add(1) > 0) {
-    if (batch::unfinishedSet.load()) std::remove(batch::unfinished.data()); // no more than a system call
+    if (batch::unfinishedSet.load())
+      std::remove(batch::unfinished.data()); // a bare system call, safe in a handler
     std::_Exit(static_cast<int>(batch::ExitCode::cancelled));
   }
   std::signal(signal, lumenaraInterrupt);

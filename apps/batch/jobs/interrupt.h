@@ -5,15 +5,14 @@
 
 namespace batch {
 
-/// From now on the first Ctrl-C (or request to terminate) only sets `interrupted`; a second one ends the
-/// program at once, with exit code 130. Main thread.
+/// From now on the first Ctrl-C (or termination request) only sets `interrupted`; a second one ends the
+/// program at once with exit code 130. Main thread.
 void catchInterrupts() noexcept;
 
-/// Whether the user wants the command to end. Any thread.
+/// Whether the user has asked the command to end. Any thread.
 bool interrupted() noexcept;
 
-/// A file that must not outlive the program if a second request ends it: one that may be half the picture it
-/// should be. Empty: none, as at the start. Main thread.
+/// Names a file that a second request deletes, because it may be incomplete. Empty: none. Main thread.
 void setUnfinishedFile(const std::string& path) noexcept;
 
 } // namespace batch

@@ -1,4 +1,4 @@
-// Whether an animation may take the place of a file that is there.
+// The question whether an animation may replace an existing file.
 #pragma once
 
 #include <string>
@@ -7,8 +7,8 @@
 
 namespace batch {
 
-/// Answers the render thread's question about this file: yes where the command line allows it, on a terminal
-/// as the user does, else no. Other questions are answered as in any batch run. Main thread.
+/// Answers the render thread's question about this file: yes with --overwrite, else as the user answers on a
+/// terminal, else no. Other questions get the answer of any batch run. Main thread.
 class OverwriteQuestion : public BatchInterface {
  public:
   OverwriteQuestion(Messages& messages, std::string file, bool overwrite)

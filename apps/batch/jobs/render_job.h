@@ -12,17 +12,17 @@
 namespace batch {
 
 struct JobResult {
-  bool rendered = false; // false: the job ended before it came to its render
+  bool rendered = false; // false: the job ended before its render began
   LONG result = 0;       // RENDERRESULT_...
   double seconds = 0;
 };
 
-/// Writes the facts that stamps print into a status record. Main thread.
+/// Fills the status record's fields that stamps print. Main thread.
 void fillStatus(BaseDocument& document, LMTHREAD_DATA& status);
 
-/// Renders the active document into the bitmap as the viewer would, shows how far it is, and returns when the
-/// thread has ended. Ctrl-C cancels it. Afterwards the stamps that the settings switch on are drawn. Throws
-/// `Stop` (render failed) when no thread can be started. Main thread; it serves the thread's calls.
+/// Renders the active document into the bitmap as the viewer does, with a progress line, and draws the stamps
+/// that the settings switch on. Returns when the thread has ended; Ctrl-C cancels the render. Throws `Stop`
+/// (render failed) when the thread cannot be started. Main thread; serves the thread's calls.
 JobResult runJob(BaseDocument& document, BaseBitmap& bitmap, lmSettings& settings,
                  const std::optional<PixelRegion>& region, Messages& messages);
 

@@ -1,4 +1,4 @@
-// The times and counts of a run, as `--stats` writes them.
+// Times and counts of a run, as `--stats` writes them.
 #pragma once
 
 #include <string>
@@ -14,8 +14,8 @@ struct RunTimes {
   double cloneMs = 0;
 };
 
-/// How long one clone takes such as a job makes: with the animation only when the settings say so and the
-/// whole picture is rendered. In milliseconds. Main thread.
+/// Milliseconds to clone the document as a job does: with its animation only when the settings ask for it and
+/// the whole picture is rendered. Main thread.
 double measureClone(const BaseDocument& document, const lmSettings& settings, bool region);
 
 /// JSON of the last render.

@@ -1,4 +1,4 @@
-// The settings that one render goes by.
+// The settings of one render.
 #pragma once
 
 #include <string>
@@ -9,18 +9,17 @@
 
 namespace batch {
 
-/// Which frame stamps a render draws, before the assignments: none, or those that the stored settings switch
-/// on.
+/// The frame stamps of a render before the assignments: none, or those that the stored settings switch on.
 enum class StampChoice { none, stored };
 
-/// Fills them as the viewer does, with the stored values over the defaults; then what this program has its
-/// own default for (anti-aliasing best, no resolution divisor, stamps as chosen); then the assignments of the
-/// command line. Nothing is stored. Throws `Stop` (wrong use) for a key or value that is none. Main thread.
+/// Fills the settings; later values win: the defaults, the stored values, this program's own defaults
+/// (anti-aliasing best, no resolution divisor, stamps as chosen), the assignments of the command line.
+/// Nothing is stored. Throws `Stop` (wrong use) for an unknown key or an invalid value. Main thread.
 void fillRunSettings(lmSettings& settings,
                      const std::vector<std::pair<std::string, std::string>>& assignments,
                      StampChoice stamps = StampChoice::none);
 
-/// Throws `Stop` (wrong use) when one of them is none.
+/// Throws `Stop` (wrong use) for an unknown key or an invalid value.
 void checkAssignments(const std::vector<std::pair<std::string, std::string>>& assignments);
 
 /// Whether any frame stamp is switched on.

@@ -1,4 +1,4 @@
-// What a scene holds, as values.
+// Facts about a scene, as values.
 #pragma once
 
 #include <string>
@@ -10,10 +10,10 @@
 namespace batch {
 
 struct CameraFacts {
-  std::string name; // as --camera takes it
+  std::string name; // for --camera
   bool orthographic = false;
-  double angle = 0;  // perspective: the whole vertical angle in radians
-  double height = 0; // orthographic: of what it sees, in metres
+  double angle = 0;  // perspective: full vertical angle in radians
+  double height = 0; // orthographic: visible height in metres
 };
 
 struct LightFacts {

@@ -1,4 +1,4 @@
-// Reading a scene for a command.
+// Scenes read for a command.
 #pragma once
 
 #include <string>
@@ -12,11 +12,11 @@ namespace batch {
 struct Scene {
   host::DocumentPtr document; // never null
   std::vector<std::string> warnings;
-  std::vector<std::string> missing; // files that the scene names and that are not there
+  std::vector<std::string> missing; // files that the scene names and that do not exist
   double loadMs = 0;
 };
 
-/// Shows how far it is and passes the warnings on. Throws `Stop`: scene unreadable, or cancelled by Ctrl-C.
+/// Reads a scene with a progress line and prints its warnings. Throws `Stop`: scene unreadable, or cancelled.
 /// Main thread.
 Scene loadScene(const std::string& file, Messages& messages);
 

@@ -9,7 +9,7 @@
 namespace batch {
 namespace {
 
-constexpr LONG largestSide = 32768; // what a bitmap can hold
+constexpr LONG largestSide = 32768; // of a bitmap
 
 void collectCameras(BaseObject* first, std::vector<NamedCamera>& cameras, std::map<std::string, int>& uses) {
   for (BaseObject* object = first; object; object = object->GetNext()) {
@@ -30,7 +30,7 @@ std::string nameList(const std::vector<NamedCamera>& cameras) {
   return text;
 }
 
-/// The viewer keeps a camera of its own choice in the document, which would win over the view's.
+/// Removes the camera that the viewer keeps in the document: it would win over the view's.
 void forgetViewersCamera(BaseDocument& document) {
   BaseContainer* data = document.GetDataInstance();
   if (BaseContainer* record = data->GetContainerInstance(LM_REGION)) record->RemoveData(LM_REGION_CAMERA);

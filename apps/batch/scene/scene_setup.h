@@ -1,4 +1,4 @@
-// What the command line changes in a document before it is rendered. Main thread.
+// Changes that the command line makes to a document before the render. Main thread.
 #pragma once
 
 #include <optional>
@@ -12,7 +12,7 @@
 
 namespace batch {
 
-/// A camera and what the command line calls it: its name, and "name#2" for the second one of a name.
+/// A camera and its name on the command line; the second camera of a name is "name#2".
 struct NamedCamera {
   BaseObject* object = nullptr;
   std::string name;
@@ -21,27 +21,28 @@ struct NamedCamera {
 /// All cameras of a document, in document order.
 std::vector<NamedCamera> camerasOf(const BaseDocument& document);
 
-/// Makes the camera of this name the one that the document's views look through, whatever the document had
-/// chosen before. Throws `Stop` (wrong use) when there is none; the sentence lists those that there are.
+/// Makes the document's views look through the camera of this name, whatever the document had chosen. Throws
+/// `Stop` (wrong use) when it does not exist; the message lists the cameras.
 void chooseCamera(BaseDocument& document, const std::string& name);
 
-/// Brings the document to a frame. A job's clone comes without animation and keeps this pose.
+/// Evaluates the document at a frame. A job's clone has no animation and keeps this pose.
 void goToFrame(BaseDocument& document, LONG frame);
 
-/// Writes the most samples a pixel into the active render settings.
+/// Sets the maximum samples per pixel in the active render settings.
 void setSamples(BaseDocument& document, LONG samples);
 
-/// The size of the active render settings; 1280 x 720 where they say nothing usable.
+/// The size of the active render settings; 1280 x 720 where they have no usable one.
 PixelSize renderSize(const BaseDocument& document);
 
-/// The size of the next picture: `wanted` or that of the active render settings, divided as the settings say.
+/// The size of the next picture: `wanted`, else that of the active render settings, divided by the divisor in
+/// the settings.
 PixelSize pictureSize(const std::optional<PixelSize>& wanted, const BaseDocument& document,
                       const lmSettings& settings);
 
-/// Gives an empty bitmap this size. Throws `Stop` (render failed) when the memory is not enough.
+/// Gives an empty bitmap this size. Throws `Stop` (render failed) when memory is short.
 void makeBitmap(BaseBitmap& bitmap, PixelSize size);
 
-/// The camera of the next render: that of the viewer's record in the document, else the render view's.
+/// The camera of the next render: the one in the viewer's record of the document, else the render view's.
 BaseObject* renderCamera(BaseDocument& document);
 
 } // namespace batch

@@ -1,4 +1,4 @@
-// The plug-in's settings as texts.
+// The plug-in's settings as text.
 #pragma once
 
 #include <string>
@@ -7,7 +7,7 @@
 
 namespace batch {
 
-/// The entry of the key table for a number or an LM_ name. Throws `Stop` (wrong use) when there is none.
+/// The entry of the key table for a number or an LM_ name. Throws `Stop` (wrong use) for an unknown key.
 const lmKey& findSetting(const std::string& name);
 
 /// "LM_REFRESH_DELAY (20005)".
@@ -16,12 +16,12 @@ std::string settingTitle(const lmKey& key);
 /// "long", "real", "string", "filename", "vector", "container".
 std::string kindName(LONG type);
 
-/// A value of the setting's kind: whole numbers, numbers, "r,g,b" for vectors. Throws `Stop` (wrong use) when
-/// the text is none, and for containers, which have no text.
+/// A value of the setting's type: integers, numbers, "r,g,b" for vectors. Throws `Stop` (wrong use) for an
+/// invalid text, and for containers, which have no text form.
 GeData parseSetting(const lmKey& key, const std::string& text);
 
-/// The value as text that `parseSetting` reads back as the same value (containers only tell how much they
-/// hold); empty when there is none.
+/// The value as text that `parseSetting` reads back (containers give only their number of entries); empty
+/// without a value.
 std::string settingText(const GeData& value);
 
 } // namespace batch

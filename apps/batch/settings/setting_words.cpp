@@ -19,7 +19,7 @@ using Words = std::map<LONG, SettingWords>;
 
 SettingRange rangeOf(const lmRange& shown) {
   const bool percent = shown.shown == LM_SHOWN_PERCENT;
-  const Real part = percent ? 0.01 : 1; // of what is shown, stored
+  const Real part = percent ? 0.01 : 1; // stored value per shown value
   return {host::shortestText(shown.min) + ".." + host::shortestText(shown.max) + (percent ? " %" : ""),
           std::pair(shown.min * part, shown.max * part),
           {}};
@@ -44,7 +44,7 @@ SettingRange rangeOf(LONG key, host::GadgetKind kind, const std::vector<host::Co
   return kind == host::GadgetKind::checkBox ? onOrOff() : choiceOf(entries);
 }
 
-/// Without the spaces around it and the sign before the letter that works with Alt.
+/// The text without surrounding spaces and without the mark before its Alt letter.
 std::string trimmed(const String& text) {
   std::string all = text.GetUTF8();
   if (const auto sign = all.find('&');
@@ -54,7 +54,7 @@ std::string trimmed(const String& text) {
   return first == std::string::npos ? "" : all.substr(first, all.find_last_not_of(' ') - first + 1);
 }
 
-/// In the descriptions the text of a key's number is the label of its gadget.
+/// In dialog descriptions, the text with a key's number is the label of its gadget.
 void addDescribed(const host::GadgetDescription& gadget, const std::map<LONG, String>& texts, Words& words) {
   const auto text = texts.find(gadget.id);
   if (gadget.id && text != texts.end())
@@ -63,7 +63,7 @@ void addDescribed(const host::GadgetDescription& gadget, const std::map<LONG, St
     addDescribed(child, texts, words);
 }
 
-/// In a dialog that is laid out by code a gadget bears its label, or follows it.
+/// In a dialog laid out by code, a gadget has its label as text or follows it.
 void addLaidOut(const host::Gadget& gadget, std::string& label, Words& words) {
   using Kind = host::GadgetKind;
   if (gadget.kind == Kind::staticText && !trimmed(gadget.text).empty()) label = trimmed(gadget.text);
@@ -76,7 +76,7 @@ void addLaidOut(const host::Gadget& gadget, std::string& label, Words& words) {
     addLaidOut(*child, label, words);
 }
 
-/// The program's interface for a while: it reads what a dialog has laid out, and shows none.
+/// Takes the place of the program's interface: reads the layout of a dialog instead of showing it.
 class LayoutReader final : public host::UserInterface {
  public:
   explicit LayoutReader(Words& words) : words_(words), outer_(host::userInterface()) {
@@ -110,7 +110,7 @@ void addAnimation(Words& words) {
   }
 }
 
-/// What stands in the viewer's menus, or is kept by the viewer itself.
+/// Settings in the viewer's menus, or kept by the viewer itself.
 void addViewer(Words& words) {
   const SettingRange mode = choiceOf({{LM_MODE_NORMAL, GetWord(LM_MODE_NORMAL)},
                                       {LM_MODE_REGION, GetWord(LM_MODE_REGION)},
@@ -139,7 +139,7 @@ Words settingWords(const host::PluginUnit& plugin) {
 }
 
 void checkRange(const lmKey& key, const GeData& value, const SettingRange& range) {
-  if (value == key.value) return; // the default, which a choice need not offer
+  if (value == key.value) return; // the default is valid even where no choice offers it
   const Real number = value.GetReal();
   const bool isChoice = range.choices.empty() || std::find(range.choices.begin(), range.choices.end(),
                                                            value.GetLong()) != range.choices.end();

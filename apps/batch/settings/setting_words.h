@@ -1,4 +1,4 @@
-// What the dialogs say about settings: their labels, and what may be entered. Main thread.
+// Labels and ranges of settings, as the dialogs have them. Main thread.
 #pragma once
 
 #include <map>
@@ -15,8 +15,8 @@ namespace batch {
 /// The values that the dialogs accept.
 struct SettingRange {
   std::string text; // "0..5000", "1..20 %", "0 Left, 1 Centre, 2 Right"; empty: anything
-  std::optional<std::pair<Real, Real>> bounds; // of the stored value, both included
-  std::vector<LONG> choices;                   // where there are some, no other number
+  std::optional<std::pair<Real, Real>> bounds; // of the stored value, inclusive
+  std::vector<LONG> choices;                   // when not empty, the only valid values
 };
 
 struct SettingWords {
@@ -24,12 +24,12 @@ struct SettingWords {
   SettingRange range;
 };
 
-/// By key, every setting. Labels and choices of the described dialogs come from the
-/// plug-in's resource files; throws `Stop` (render failed) when these do not read.
+/// Every setting, by key. Labels and choices of described dialogs come from the plug-in's
+/// resource files; throws `Stop` (render failed) when these are unreadable.
 std::map<LONG, SettingWords> settingWords(const host::PluginUnit& plugin);
 
-/// Throws `Stop` (wrong use), naming what may be entered, when the value lies outside the range
-/// and is not the default.
+/// Throws `Stop` (wrong use) and names the allowed values when the value is outside the range and
+/// not the default.
 void checkRange(const lmKey& key, const GeData& value, const SettingRange& range);
 
 } // namespace batch

@@ -1,4 +1,4 @@
-// Settings that other programs store while this one renders.
+// Settings stored by other programs during a render.
 #pragma once
 
 #include "c4d_container.h"
@@ -6,15 +6,15 @@
 
 namespace batch {
 
-/// The plug-in's dialogs write all their settings back when they end, also those that another program has
-/// changed since they were read. This puts such changes back. Main thread.
+/// When the plug-in's dialogs end, they write all their settings back, over changes that other programs have
+/// stored since. The keeper restores those changes. Main thread.
 class SettingsKeeper {
  public:
-  /// Remembers what is stored now, after the plug-in has started.
+  /// Remembers the stored settings, after the plug-in has started.
   explicit SettingsKeeper(const Filename& preferences);
-  /// Looks at what has changed since; before the plug-in ends.
+  /// Finds the changes since then, before the plug-in ends.
   void collect();
-  /// Stores these changes again; after the plug-in has ended.
+  /// Stores these changes again, after the plug-in has ended.
   void putBack();
 
  private:

@@ -133,7 +133,7 @@ TEST_F(AnimationDialogTest, ShowsWhatIsStored) {
   });
 }
 
-// Fields cut what they show; the values themselves change only when the user changes them.
+// Fields clamp the shown number; the value itself changes only when the user changes it.
 TEST_F(AnimationDialogTest, StoredValuesOutsideOfTheRangesAreShownCutAndKept) {
   settings.SetValue(14004, -20);
   settings.SetValue(14005, 12345);
@@ -218,8 +218,8 @@ TEST_F(AnimationDialogTest, ARangeLiftsTheLimits) {
   });
 }
 
-TEST_F(AnimationDialogTest, ATimeBecomesAFrameByWholeParts) {
-  // floor(30 * 7.5) / floor(2.9), cut.
+TEST_F(AnimationDialogTest, ATimeBecomesAFrameByIntegerParts) {
+  // floor(30 * 7.5) / floor(2.9), truncated.
   document->SetMinTime(BaseTime(7.5, 2.9));
   document->SetMaxTime(BaseTime(-0.1, 1));
   document->SetLoopMinTime(BaseTime(1, 0.5));
@@ -371,7 +371,7 @@ TEST_F(AnimationDialogTest, OkWithoutRememberStoresTheDefaults) {
   EXPECT_EQ(data->GetContainer(14010).GetLong(10001), 3) << "the movie's choices survive as they were";
   expectStored(
       {{14004, 0}, {14005, 0}, {14006, 1}, {14007, 0}, {14008, 0}, {14011, 95}, {14012, 1}, {14013, 0}});
-  // The render of now goes by what was entered.
+  // The current render uses the entered values.
   EXPECT_EQ(dialog.fileName, Filename("/out/shot.avi"));
   EXPECT_EQ(dialog.from, 5);
   EXPECT_EQ(dialog.to, 25);

@@ -1,4 +1,4 @@
-// The popup of the image history: what it lists, what a choice does, and what others do meanwhile.
+// The popup of the image history: its entries, their effect, and changes of the folder while it is open.
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -55,12 +55,12 @@ TEST_F(HistoryPopupTest, AChoiceFillsItsSlot) {
   EXPECT_EQ(view().imageB->GetBw(), 0);
   view().SelectImagePopup(0, 0, FALSE);
   EXPECT_EQ(pixelOf(*view().imageB, 0, 0), (Rgb{1, 1, 1}));
-  for (int i = 0; i < 4; ++i) // none of the rest is an entry
+  for (int i = 0; i < 4; ++i) // the others are not entries
     view().SelectImagePopup(0, 0, TRUE);
   EXPECT_EQ(pixelOf(*view().imageA, 0, 0), (Rgb{2, 2, 2}));
 }
 
-/// Somebody else works in the folder while the popup is open.
+/// Changes the folder while the popup is open.
 class BusyFolder final : public host::UserInterface {
  public:
   BusyFolder(LONG choice, std::function<void()> work) : choice_(choice), work_(std::move(work)) {
@@ -102,7 +102,7 @@ TEST_F(HistoryPopupTest, AChosenPictureThatIsGoneOrDamagedIsReported) {
   }
 }
 
-// By its name, not by its place in a list that has changed.
+// Found by its name, not by its index in the changed list.
 TEST_F(HistoryPopupTest, TheChoiceIsThePictureThatWasListed) {
   openEnabled(16, 12);
   addHistoryFile("a.tif", 1, {1, 1, 1});
@@ -137,7 +137,7 @@ TEST_F(HistoryPopupTest, LoadImageTakesAnyPicture) {
   EXPECT_EQ(console, (Names{"Lumenara Error: Invalid Image"}));
 }
 
-// From the thousandth picture on, two IDs mean what the popup's own entries mean.
+// From the thousandth picture on, two IDs collide with the popup's own entries.
 TEST_F(HistoryPopupTest, TheNumberingStandsWhateverTheNumberOfPictures) {
   openEnabled(16, 12);
   for (LONG i = 0; i < 1003; ++i)
@@ -149,7 +149,7 @@ TEST_F(HistoryPopupTest, TheNumberingStandsWhateverTheNumberOfPictures) {
   EXPECT_EQ(popup.GetString(900999), String("p0999"));
   EXPECT_EQ(popup.GetString(901000), String("Load Image..."));
   EXPECT_EQ(popup.GetString(901002), String("p1002"));
-  EXPECT_TRUE(console.empty()); // 900999 is nothing
+  EXPECT_TRUE(console.empty()); // 900999 has no effect
   view().SelectImagePopup(0, 0, TRUE);
   EXPECT_EQ(ui.fileRequests.size(), 1u);
   view().SelectImagePopup(0, 0, TRUE); // an empty file

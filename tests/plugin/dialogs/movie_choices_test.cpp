@@ -1,4 +1,4 @@
-// The choices of a movie on their way to the movie saver.
+// Movie options from the settings to the movie saver.
 #include <gtest/gtest.h>
 
 #include "lm_thread.h"
@@ -23,7 +23,7 @@ TEST(MovieChoices, AreTheKeysOfTwoRanges) {
     EXPECT_EQ(options.GetLong(key), key - 9000);
 }
 
-TEST(MovieChoices, AreWholeNumbersOnlyAndMayBeAbsent) {
+TEST(MovieChoices, AreIntegersOnlyAndCanBeAbsent) {
   BaseContainer choices;
   choices.SetReal(10000, 1.5);
   choices.SetString(10001, "2");

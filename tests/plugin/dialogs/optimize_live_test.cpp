@@ -22,7 +22,7 @@ class LiveOptimizeTest : public ViewerFixture {
     dialog.reset();
     ViewerFixture::TearDown();
   }
-  /// How many renders a user's action starts.
+  /// The number of renders that a user's action starts.
   std::size_t rendersOf(const std::function<void()>& user) {
     const std::size_t before = renderCount();
     user();

@@ -1,4 +1,4 @@
-// The Optimizations dialog: its gadgets, ranges, enabling, and what it tells the viewer.
+// The Optimizations dialog: gadgets, ranges, enabling, and messages to the viewer.
 #include <gtest/gtest.h>
 
 #include "dialog_state.h"
@@ -47,7 +47,7 @@ class OptimizeTest : public PluginFixture {
     data.SetData(key, value);
     SetWorldPluginData(ID_LUMENARA, data, TRUE);
   }
-  /// What was sent since the last call.
+  /// Events sent since the last call.
   std::vector<Message> sent() {
     runAll();
     std::vector<Message> messages;
@@ -168,7 +168,7 @@ TEST_F(OptimizeTest, NumbersStayInTheirRanges) {
 }
 
 TEST_F(OptimizeTest, TheDivisorIsAtFirstWithin30) {
-  // Only the values that are applied afterwards bring the 20.
+  // Applying the values then sets the limit of 20.
   class Layout : public DlgOptimize {
    public:
     Bool InitValues() override { return TRUE; }
@@ -226,7 +226,7 @@ TEST_F(OptimizeTest, RealsAreSentAsWholeNumbers) {
   EXPECT_EQ(sent(), std::vector<Message>{event(15055, 199)});
 }
 
-TEST_F(OptimizeTest, WhatShowsNoSettingSendsNothing) {
+TEST_F(OptimizeTest, GadgetsWithoutASettingSendNothing) {
   open();
   for (const LONG id : {15001, 15003, 15005, 15049, 15051, 15054, 15061, 15000, 20004, 0})
     EXPECT_TRUE(dialog->Command(id, BaseContainer())) << id;

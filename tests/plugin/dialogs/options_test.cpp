@@ -1,4 +1,4 @@
-// The Options dialog: its gadgets, ranges, enabling, and what closing it stores.
+// The Options dialog: gadgets, ranges, enabling, and the stored values.
 #include <gtest/gtest.h>
 
 #include "dialog_state.h"
@@ -21,7 +21,7 @@ class OptionsTest : public PluginFixture {
   }
   void TearDown() override { dialog.reset(); }
 
-  /// Opens it; `act` is the user. What he leaves open is closed as by its window control.
+  /// Opens the dialog and runs the user's actions. If still open, it is closed by its window control.
   bool open(const std::function<void()>& act) {
     bool opened = false;
     ui.whileDialogIsOpen = [&](GeDialog& shown) {
@@ -53,7 +53,7 @@ class OptionsTest : public PluginFixture {
   std::unique_ptr<DlgOptions> dialog;
 };
 
-/// The keys of the dialog that have a default, and the two that have none.
+/// The dialog's keys with a default, and the two without.
 std::vector<lmKey> dialogKeys() {
   LONG count = 0;
   const lmKey* keys = GetKeys(&count);
@@ -177,7 +177,7 @@ TEST_F(OptionsTest, WithoutStoredValuesTheRangesHoldAtTheirLowerEnds) {
   }
 }
 
-TEST_F(OptionsTest, TheStoredTypeSaysHowAGadgetIsRead) {
+TEST_F(OptionsTest, TheStoredTypeDeterminesHowAGadgetIsRead) {
   settings.GetDataInstance()->SetBool(20014, TRUE);
   settings.GetDataInstance()->SetData(20012, GeData(BaseTime(1)));
   settings.GetDataInstance()->SetReal(20013, 2.0);
@@ -190,8 +190,7 @@ TEST_F(OptionsTest, TheStoredTypeSaysHowAGadgetIsRead) {
   EXPECT_EQ(data().GetType(20012), DA_TIME) << "no gadget shows a time";
 }
 
-// The ranges are those of one type: a real in the place of a whole number is a plain one, and the other way
-// round.
+// Ranges belong to a type: a real stored in the place of an integer is unbounded, and vice versa.
 TEST_F(OptionsTest, ValuesOfAnotherTypeAreUnbounded) {
   settings.GetDataInstance()->SetReal(20028, -7.5);
   settings.SetValue(20040, 3000);
@@ -214,7 +213,7 @@ TEST_F(OptionsTest, ScalesWithItsWindow) {
   });
 }
 
-TEST_F(OptionsTest, ClosingStoresWhateverTheWayOut) {
+TEST_F(OptionsTest, EveryWayOfClosingStores) {
   EXPECT_TRUE(open([&] {
     click(20014);
     click(20017);

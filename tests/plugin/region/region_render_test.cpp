@@ -95,7 +95,7 @@ TEST_F(RegionRenderTest, AViewOfTheSameAspectGoesByTheWidth) {
   EXPECT_EQ(map(361, 240), (Mapped{1203, 802, 0, 0, 359, 239}));
 }
 
-TEST_F(RegionRenderTest, TheDivisorDividesWholeNumbersFirst) {
+TEST_F(RegionRenderTest, TheDivisorDividesIntegersFirst) {
   store(LM_ASPECT, 1.5);
   setViewAndFormat(1000, 500);
   setRegion(0.1, 0.1, 0.5);

@@ -298,7 +298,7 @@ TEST_F(AnimationTest, AFormatBelowZeroIsAQuickTimeMovie) {
   EXPECT_EQ(readText(out + "shot.mov").substr(4, 4), "ftyp");
 }
 
-// A file where the folder should be is no folder.
+// A file in the folder's place does not count as a folder.
 TEST_F(AnimationTest, AFileInTheFoldersPlaceRedirectsToo) {
   document->SetDocumentName("walk.glb");
   folder.write("out/place", "a file");
@@ -330,7 +330,7 @@ TEST_F(AnimationTest, TheLastFramesThatANumberCanName) {
   EXPECT_EQ(written(), (Names{"shot2147483646.tif", "shot2147483647.tif"}));
 }
 
-TEST_F(AnimationTest, AStepThatIsNoneGoesOn) {
+TEST_F(AnimationTest, AnInvalidStepStillAdvances) {
   for (const LONG step : {0, -3}) {
     thread.frameStep = step;
     runAnimation();
@@ -338,7 +338,7 @@ TEST_F(AnimationTest, AStepThatIsNoneGoesOn) {
   EXPECT_EQ(probe->renders.size(), 4u); // two frames a job
 }
 
-TEST_F(AnimationTest, OnlyWholeNumbersAreTakenFromTheChoices) {
+TEST_F(AnimationTest, OnlyIntegersAreTakenFromTheChoices) {
   BaseContainer choices;
   choices.SetReal(host::movieCodecKey, host::movieCodecPng);
   settings.SetValue(LM_ANIM_MOVIE_OPTIONS, choices);
@@ -347,7 +347,7 @@ TEST_F(AnimationTest, OnlyWholeNumbersAreTakenFromTheChoices) {
   EXPECT_EQ(readText(out + "shot.mov").find("png "), std::string::npos);
 }
 
-// The choices are a movie's; pictures get theirs from the job.
+// The stored options are for movies; pictures get theirs from the job.
 TEST_F(AnimationTest, ThePicturesQualityIsTheJobs) {
   BaseContainer choices;
   choices.SetLong(JPGSAVER_QUALITY, 1);
@@ -393,7 +393,7 @@ TEST_F(AnimationTest, StampsNeedTheRecord) {
   EXPECT_EQ(written().size(), 2u);
 }
 
-// A frame whose render failed is written as far as it came; the host's record names it.
+// The incomplete picture of a failed frame is written; the host's record names the frame.
 TEST_F(AnimationTest, AFrameThatFailsInsideTheRangeIsRecorded) {
   document->SetDocumentName("walk.glb");
   thread.frameTo = 4;
@@ -412,7 +412,7 @@ TEST_F(AnimationTest, AFrameThatFailsInsideTheRangeIsRecorded) {
                                   "memory. Use a smaller picture or a simpler scene.");
 }
 
-TEST_F(AnimationTest, BreaksAndMissingPicturesAreNoEntries) {
+TEST_F(AnimationTest, BreaksAndMissingPicturesAreNotRecorded) {
   host::takeFailures();
   for (const RENDERRESULT result : {RENDERRESULT_ASSETMISSING, RENDERRESULT_USERBREAK}) {
     probe->result = result;

@@ -41,7 +41,7 @@ class StereoAnimationTest : public ThreadFixture {
     return camera;
   }
 
-  /// Where the render camera stands in each render of an animation.
+  /// The render camera's matrix in each render of an animation.
   std::vector<Matrix> camerasOf(bool stereo) {
     settings.SetValue(LM_STEREO, stereo ? 1 : 0);
     thread.animation = 1;
@@ -93,7 +93,7 @@ TEST_F(StereoAnimationTest, UnderAMovingParent) {
   BaseObject* rig = addObject(Onull, "Rig");
   drive(rig);
   addHero(rig);
-  document->SetTime(BaseTime(7)); // the document's own time is none of the animation's
+  document->SetTime(BaseTime(7)); // the document's own time is outside of the animation
   const std::vector<Matrix> mono = expectEyesBesideTheMonoCamera();
   EXPECT_GT(mono[2].off.x - mono[0].off.x, 2.0) << "the camera rides with its parent";
   EXPECT_LT(Dot(mono[2].v3, mono[0].v3), 0.99) << "and turns with it";
@@ -134,7 +134,7 @@ TEST_F(StereoAnimationTest, BothEyesSeeTheFramesTime) {
     EXPECT_NEAR(carts[i], (FIRST + STEP * static_cast<LONG>(i / 2)) / 30.0, 1e-6) << i;
 }
 
-// The demo's camera hangs on a rig that turns.
+// The demo's camera is the child of a turning rig.
 TEST_F(StereoAnimationTest, InTheDemo) {
   host::LoadResult demo = host::loadDocument(Filename(LUMENARA_SOURCE_DIR) + "scenes" + "demo.glb");
   ASSERT_TRUE(demo.document) << demo.error;

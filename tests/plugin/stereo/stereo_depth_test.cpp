@@ -1,5 +1,5 @@
-// What red-cyan glasses make of a rendered anaglyph: the left eye's picture is red, the right eye's cyan, and
-// near things stand in front of far ones.
+// Depth in a rendered anaglyph: the left eye's picture is red, the right eye's cyan, and near objects appear
+// in front of far ones.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -12,7 +12,7 @@
 
 namespace {
 
-/// Where the pixels of a channel that differ from the ground lie in some rows.
+/// The position of a channel's pixels that differ from the ground, in some rows.
 struct Blob {
   double centre = 0; // of gravity, in pixels from the left edge
   int pixels = 0;
@@ -88,8 +88,8 @@ TEST_F(StereoDepthTest, NearThingsComeForwardThroughRedAndCyan) {
     const Blob red = find(0, top, bottom), green = find(1, top, bottom), blue = find(2, top, bottom);
     ASSERT_GT(red.pixels, 100);
     ASSERT_LT(red.pixels, 2000);
-    // What is seen by the left eye (red) lies to the right of what the right eye sees (cyan): the lines of
-    // sight cross in front of the picture, the further the nearer.
+    // The left eye's picture (red) lies to the right of the right eye's (cyan): the lines of sight cross in
+    // front of the picture, and the nearer the object, the farther in front.
     const double half = disparity(distance) / 2;
     EXPECT_NEAR(red.centre, WIDTH / 2.0 + half, 0.6);
     EXPECT_NEAR(green.centre, WIDTH / 2.0 - half, 0.6);

@@ -17,7 +17,7 @@ class StereoTest : public ThreadFixture {
     camera->SetMg(Matrix(Vector(1, 2, 3), Vector(0, 0, -1), Vector(0, 1, 0), Vector(1, 0, 0)));
     document->GetRenderBaseDraw()->SetSceneCamera(camera);
   }
-  /// What the two eyes' pictures combine to.
+  /// The combination of the two eyes' pictures.
   std::vector<LONG> combine(const Vector& left, const Vector& right) {
     const std::size_t first = probe->renders.size();
     probe->finished = [=](BaseBitmap& picture, std::size_t number) {
@@ -237,7 +237,7 @@ TEST_F(StereoTest, ADeepBitmapKeepsItsAlpha) {
   EXPECT_EQ(bitmap->GetBt(), 32);
 }
 
-// The tag has its own value again when the frame is done: the next frame finds it so.
+// The tag's own value is restored after each frame.
 TEST_F(StereoTest, TheTargetTagComesBackAfterEveryFrame) {
   for (const Bool own : {TRUE, FALSE}) {
     SCOPED_TRACE(own);

@@ -1,4 +1,4 @@
-// Jobs for whose clones there is no memory: of the document, and of the camera.
+// Jobs that lack the memory for a clone, of the document or of the camera.
 #include <gtest/gtest.h>
 
 #include "memory_shortage.h"
@@ -37,7 +37,7 @@ TEST_F(CloneFailureTest, WithoutAClonedDocumentItStopsAndLeavesTheRecord) {
   EXPECT_EQ(probe->renders.size(), 1u);
 }
 
-/// Has no memory for the next object once its clone of the document is simplified.
+/// Fails the allocation of the next object after the clone was simplified.
 class ShortThread : public lmThread {
  public:
   ~ShortThread() override { End(TRUE); }
@@ -78,7 +78,7 @@ TEST_F(CloneFailureTest, WithoutAClonedCameraTheCameraItselfIsUsed) {
   EXPECT_EQ(camera->GetMg().off, Vector(1, 2, 3));
 }
 
-// Wherever in a clone the memory ends, the clone is null and nothing is left of it.
+// Wherever memory runs out during a clone, the clone is null and nothing leaks.
 TEST_F(CloneFailureTest, AnyAllocationOfACloneMayFail) {
   BaseObject* parent = addObject(Onull, "parent");
   addObject(Ocamera, "child", parent)->MakeTag(Ttargetexpression);

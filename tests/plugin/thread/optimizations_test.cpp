@@ -92,7 +92,7 @@ TEST_F(OptimizationsTest, EachSwitchSetsItsParameterInEveryMaterial) {
   }
 }
 
-TEST_F(OptimizationsTest, ATopShaderIsRemovedAndItsChannelHasNone) {
+TEST_F(OptimizationsTest, ATopShaderIsRemovedAndItsChannelIsEmpty) {
   BaseMaterial* material = addMaterial("Clay");
   addShader(material, CHANNEL_COLOR, Xambientocclusion);
   BaseShader* kept = addShader(material, CHANNEL_NORMAL, Xbitmap);
@@ -151,7 +151,7 @@ TEST_F(OptimizationsTest, SearchShadersKeepsThemWithTheSwitchOn) {
   EXPECT_EQ(material->GetChannel(CHANNEL_COLOR)->GetShader(), shader);
 }
 
-TEST_F(OptimizationsTest, NothingToWalkIsNoFailure) {
+TEST_F(OptimizationsTest, AnEmptyTreeSucceeds) {
   settings.SetValue(LM_OPT_SHADERS, 0);
   EXPECT_EQ(thread.SearchObjects(nullptr, FALSE, TRUE), 0);
   EXPECT_EQ(thread.SearchShaders(nullptr), 0);
@@ -179,7 +179,7 @@ TEST_F(OptimizationsTest, ARemovedShaderTakesItsChildrenAlong) {
   EXPECT_EQ(last->GetNext(), nullptr);
 }
 
-/// Breaks after a number of break tests, and notes the shaders that it searches.
+/// Breaks after a number of break tests, and records the searched shaders.
 class BreakingThread final : public lmThread {
  public:
   explicit BreakingThread(lmSettings* from) { settings = from; }
@@ -193,7 +193,7 @@ class BreakingThread final : public lmThread {
   std::vector<BaseShader*> searched;
 };
 
-// One break test an object: what was visited before the break is changed, the rest is not.
+// One break test per object: objects before the break are changed, the rest are not.
 TEST_F(OptimizationsTest, ABreakStopsTheObjectsWhereItComes) {
   BaseObject* group = addObject(Onull, "Group");
   std::vector<BaseObject*> generators;

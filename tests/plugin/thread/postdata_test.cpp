@@ -12,7 +12,7 @@
 
 namespace {
 
-/// What the host hands over; a post that is called by hand.
+/// Calls a post directly, with the structures of the host.
 class FakeRender : public Render {
  public:
   explicit FakeRender(BaseBitmap* picture) { bitmap_ = picture; }
@@ -208,7 +208,7 @@ TEST_F(HostRenderTest, EachReplacesTheFileOfTheOneBefore) {
   }
 }
 
-// A picture that is missing does not make the render an unfinished one.
+// A render with a missing picture still counts as finished.
 TEST_F(HostRenderTest, WithoutAMissingPictureIsCaptured) {
   host::LoadResult scene = host::loadDocument(folder.write("scene.gltf", testscene::WITH_A_MISSING_PICTURE));
   ASSERT_TRUE(scene.document) << scene.error;
@@ -223,7 +223,7 @@ TEST_F(HostRenderTest, WithoutAMissingPictureIsCaptured) {
   EXPECT_EQ(captured->GetBw(), 20);
 }
 
-// The post's data lives with its node: what one render has armed holds for the document's next ones.
+// The post's data lives with its node: armed by one render, it stays armed for the document's next ones.
 TEST_F(HostRenderTest, ArmsTheDocumentsLaterRenders) {
   AutoAlloc<BaseBitmap> target;
   fillBitmap(*target, 20, 10, {0, 0, 0});

@@ -1,4 +1,4 @@
-// Frame stamps: texts, places and what reaches the picture.
+// Frame stamps: texts, places and the resulting picture.
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -23,7 +23,7 @@ TEST(GetTimeCode, IsMinutesSecondsFrames) {
   EXPECT_EQ(text(GetTimeCode(BaseTime(6000 * 60, 1), 30)), "6000:00:00");
 }
 
-TEST(GetTimeCode, TakesZeroForWhatHasNoValue) {
+TEST(GetTimeCode, TakesZeroForUndefinedValues) {
   EXPECT_EQ(text(GetTimeCode(BaseTime(61.5, 0), 25)), "00:00:00");
   EXPECT_EQ(text(GetTimeCode(BaseTime(61.5, 1), 0)), "01:01:00");
 }
@@ -150,7 +150,7 @@ TEST_F(StampTest, TheRenderTimeHasADigitBeforeThePoint) {
   }
 }
 
-// Every key of a position that is absent counts as 0.
+// An absent position key counts as 0.
 TEST_F(StampTest, WithoutAPositionAnItemStandsAtTheTopLeft) {
   status.documentName = "scene.glb";
   settings.SetValue(LM_STAMP_DOCUMENT, 1);
@@ -236,7 +236,7 @@ TEST_F(StampTest, ASecondMiddleItemLandsFarBelow) {
   EXPECT_TRUE(showsTextAt("third", (width - widthOf("third")) / 2, third));
 }
 
-// Everything in one corner: the texts stand in their order, the image lies below them where it always is.
+// Everything in one corner: the texts keep their order, and the image keeps its place below them.
 TEST_F(StampTest, SevenItemsOfOneCellStandInTheirOrderOverTheImage) {
   setLocalTime(2011, 3, 7, 9, 5, 0);
   status.renderTime = 2.5;
@@ -355,7 +355,7 @@ TEST_F(StampTest, AMissingOrBrokenImageIsSkippedSilently) {
   EXPECT_TRUE(messages().empty());
 }
 
-// A character that the font of the stamps lacks comes from another installed font.
+// A character missing in the stamps' font comes from another installed font.
 TEST_F(StampTest, TextsOfAnyScript) {
   const std::pair<std::uint32_t, const char*> candidates[] = {{0x3042, "\xe3\x81\x82"},
                                                               {0x4e00, "\xe4\xb8\x80"},

@@ -1,4 +1,4 @@
-// What a job makes of its clone: animation or not, posts, cameras, presets, the order of its steps.
+// A job's clone: animation, posts, cameras, presets, and the order of the steps.
 #include <gtest/gtest.h>
 
 #include "document.h"
@@ -55,7 +55,7 @@ TEST_F(JobTest, OnlyAFullRenderThatAsksForItHasAnimation) {
   }
 }
 
-// The camera itself is cloned without animation; what moves it is its parent.
+// The camera itself is cloned without animation; its parent moves it.
 TEST_F(JobTest, AnAnimationFollowsTheCamerasParent) {
   BaseObject* dolly = addMoving("Dolly");
   BaseObject* camera = addObject(Ocamera, "Hero", dolly);
@@ -136,7 +136,7 @@ TEST_F(JobTest, AnotherChoiceLeavesEveryPair) {
   }
 }
 
-// The thread's own presets differ from what the store holds at first.
+// The thread's own presets differ from the stored defaults.
 TEST_F(JobTest, PresetsOfAbsentKeys) {
   BaseObject* generator = addObject(Osds, "Smooth");
   BaseMaterial* material = addMaterial("Clay");
@@ -201,7 +201,7 @@ TEST_F(JobTest, TheCamerasCloneStandsAfterItWithoutItsChildren) {
   EXPECT_EQ(probe->renders.size(), 1u);
 }
 
-TEST_F(JobTest, ALinkToAMaterialIsNoCamera) {
+TEST_F(JobTest, ALinkToAMaterialIsIgnored) {
   BaseObject* scene = addCamera("Scene", Vector(3, 0, 0));
   document->GetRenderBaseDraw()->SetSceneCamera(scene);
   BaseContainer record;
@@ -213,7 +213,7 @@ TEST_F(JobTest, ALinkToAMaterialIsNoCamera) {
 
 // ---- The steps
 
-/// Notes which of its steps were called, with what, and lets them happen.
+/// Records the calls of its steps with their arguments, and performs them.
 class NotingThread final : public lmThread {
  public:
   void FindObjects(BaseDocument* doc, LONG keepObjects, LONG flag) override {

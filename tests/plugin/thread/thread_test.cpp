@@ -1,4 +1,4 @@
-// The render thread's single renders: what it does to its clone and settings, and how a job begins and ends.
+// The render thread's single renders: clone, settings, and the start and end of a job.
 #include <gtest/gtest.h>
 
 #include "thread_fixture.h"
@@ -388,7 +388,7 @@ TEST_F(ThreadTest, AUserBreakEndsTheRenderAndPaintsTheBanner) {
   EXPECT_TRUE(showsBanner("Render Cancelled"));
 }
 
-TEST_F(ThreadTest, ABreakThatIsNotTheUsersPaintsNothing) {
+TEST_F(ThreadTest, ABreakByOthersPaintsNothing) {
   probe->during = [&](BaseDocument&, VideoPostStruct&) { thread.stop = 1; };
   bitmap->Clear(9, 9, 9);
   runJob();
@@ -415,7 +415,7 @@ TEST_F(ThreadTest, FailuresPaintTheirBanner) {
   }
 }
 
-TEST_F(ThreadTest, WithoutItsSwitchThereIsNoBanner) {
+TEST_F(ThreadTest, WithoutItsSwitchTheBannerIsNotPainted) {
   probe->result = RENDERRESULT_ASSETMISSING;
   settings.SetValue(LM_ERROR_BANNER, 0);
   runJob();

@@ -4,7 +4,8 @@
 #include <filesystem>
 
 #include "gadget_actions.h"
-#include "main.h"
+#include "lm_version.h"
+#include "off_screen.h"
 #include "plugin_fixture.h"
 #include "titlebar.h"
 
@@ -92,7 +93,7 @@ class TitlebarTest : public PluginFixture {
   }
   CountingBar& bar() { return dialog->bar; }
 
-  /// What is shown at a place: the picture's gray and its column.
+  /// The shown picture at a position: its gray and its column.
   std::pair<LONG, LONG> shown(int x, int y = 10) {
     const std::uint32_t pixel = host::areaSurface(bar()).at(x, y);
     EXPECT_EQ(pixel & 255, static_cast<std::uint32_t>(y)) << "the row at " << x;
@@ -153,6 +154,15 @@ TEST_F(TitlebarTest, ShowsItsNinePieces) {
   EXPECT_EQ(shown(399, 23).first, 20);
 }
 
+TEST_F(TitlebarTest, EveryDrawingBeginsOffScreen) {
+  open();
+  const int before = offScreenDrawings(bar()), drawings = bar().drawings;
+  bar().Redraw();
+  paint();
+  EXPECT_EQ(bar().drawings, drawings + 1);
+  EXPECT_EQ(offScreenDrawings(bar()), before + 1);
+}
+
 TEST_F(TitlebarTest, TheCentreIsStretchedPastTheRightEdge) {
   open(400);
   // Four columns over 400 pixels, from 73 on.
@@ -209,7 +219,7 @@ TEST_F(TitlebarTest, APictureThatDoesNotLoadFailsIt) {
   callAsPlugin([&] { EXPECT_FALSE(area.Init()) << "no picture"; });
 }
 
-TEST_F(TitlebarTest, TheNameTellsTheVersion) {
+TEST_F(TitlebarTest, TheNameShowsTheVersion) {
   open();
   click(30, 10);
   EXPECT_EQ(messages(), (std::vector<std::string>{"Lumenara v" + GetVersionString().GetUTF8()}));
@@ -226,7 +236,7 @@ TEST_F(TitlebarTest, HelpOpensTheManual) {
             (std::vector<std::string>{(pluginFolder() + "docs" + "lm_manual.pdf").GetString().GetUTF8()}));
 }
 
-TEST_F(TitlebarTest, WithoutTheManualHelpIsNoButton) {
+TEST_F(TitlebarTest, WithoutTheManualHelpIsInactive) {
   open();
   click(370, 10);
   hover(370, 10);
@@ -265,7 +275,7 @@ TEST_F(TitlebarTest, ClicksCountBetweenTheEdges) {
   EXPECT_TRUE(messages().empty());
 }
 
-TEST_F(TitlebarTest, ClicksTellTheDialog) {
+TEST_F(TitlebarTest, ClicksSendAnActionToTheDialog) {
   open();
   click(200, 10);
   ASSERT_EQ(dialog->actions.size(), 1u) << "also those that hit nothing";
@@ -275,7 +285,7 @@ TEST_F(TitlebarTest, ClicksTellTheDialog) {
   EXPECT_EQ(dialog->actions[0].GetLong(FourCC("medr"), -1), 0);
 }
 
-TEST_F(TitlebarTest, OtherInputIsNotForIt) {
+TEST_F(TitlebarTest, OtherInputIsIgnored) {
   open();
   EXPECT_TRUE(host::pressMouse(bar(), BFM_INPUT_MOUSERIGHT, 30, 10)) << "the mouse is its own";
   BaseContainer key(BFM_INPUT);

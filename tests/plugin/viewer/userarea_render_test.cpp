@@ -1,5 +1,5 @@
-// The image view while a render runs and when it is done: the picture, the bar, the strip, the stamps, and
-// what is added to the history by itself.
+// The image view during and after a render: picture, bar, strip, stamps, and automatic additions to the
+// history.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -14,7 +14,7 @@ using Names = std::vector<std::string>;
 
 class ViewRenderTest : public ViewerFixture {
  protected:
-  /// An image as the render side leaves it while it works, or when it is done.
+  /// Sets the image and the record as the render side does during a render, or after it.
   void putImage(LONG width, LONG height, const Rgb& color) {
     fillBitmap(*view().image, width, height, color);
   }
@@ -90,7 +90,7 @@ TEST_F(ViewRenderTest, ShowsTheRenderAsItRefinesAndWhenItIsDone) {
   holdRenders();
   click(1109);
   waitForHeldRender();
-  view().image->Clear(1, 2, 3); // what the renderer has so far
+  view().image->Clear(1, 2, 3); // the render so far
   poll();
   EXPECT_EQ(paintedPixel(view(), 30, 20), (Rgb{1, 2, 3}));
   EXPECT_EQ(view().data.stampsPending, 0);
@@ -336,7 +336,7 @@ TEST_F(ViewRenderTest, AutomaticHistoryAddsEverySuccessfulRenderOnce) {
   }
 }
 
-TEST_F(ViewRenderTest, HistoryByHandAddsNone) {
+TEST_F(ViewRenderTest, HistoryByHandAddsNothing) {
   openEnabled(60, 40);
   render();
   EXPECT_EQ(view().data.stampsPending, 1);
@@ -365,7 +365,7 @@ TEST_F(ViewRenderTest, AFailedPictureComesBackWhenTheNextJobDidNotBegin) {
   EXPECT_EQ(paintedPixel(view(), 79, 39), (Rgb{50, 60, 70}));
 }
 
-// It is neither composed a second time nor taken for a picture of the job that did not begin.
+// It is neither composed again nor mistaken for a picture of the job that did not begin.
 TEST_F(ViewRenderTest, AFinishedPictureStaysWhenTheNextJobDidNotBegin) {
   setOption(LM_HISTORY_ADD, 0);
   openEnabled(60, 40);

@@ -1,8 +1,9 @@
-// The image view: what it starts with, its size, and what it shows while it is off.
+// The image view: initial state, size, and drawing while it is off.
 #include <gtest/gtest.h>
 
 #include <filesystem>
 
+#include "off_screen.h"
 #include "viewer_fixture.h"
 
 namespace {
@@ -16,7 +17,7 @@ struct Size {
 
 class ViewTest : public ViewerFixture {
  protected:
-  /// What the view asks for when the host offers `offered`.
+  /// The view's minimum size when the host offers `offered`.
   Size minSize(Size offered = {1, 1}) {
     EXPECT_TRUE(view().GetMinSize(offered.width, offered.height));
     return offered;
@@ -53,6 +54,14 @@ TEST_F(ViewTest, TheConstructorMakesBothFolders) {
   EXPECT_EQ(view().historyFolder, historyFolder());
 }
 
+TEST_F(ViewTest, TheConstructorMakesTheFoldersWithTheirParents) {
+  viewer.reset();
+  std::filesystem::remove_all((home() + "plugins").GetString().GetUTF8());
+  makeViewer();
+  EXPECT_TRUE(GeFExist(dataFolder(), TRUE));
+  EXPECT_TRUE(GeFExist(historyFolder(), TRUE));
+}
+
 TEST_F(ViewTest, LoadsItsPicturesWhenTheDialogOpens) {
   openViewer();
   EXPECT_GT(view().splash->GetBw(), 0);
@@ -60,7 +69,7 @@ TEST_F(ViewTest, LoadsItsPicturesWhenTheDialogOpens) {
   EXPECT_EQ(view().stripFrames, view().strip->GetBh() / 35);
 }
 
-TEST_F(ViewTest, MissingPicturesAreNoError) {
+TEST_F(ViewTest, MissingPicturesAreAccepted) {
   removeResources();
   openViewer();
   EXPECT_EQ(view().splash->GetBw(), 0);
@@ -95,6 +104,38 @@ TEST_F(ViewTest, OpeningLoadsTheNewestPicturesWhenWanted) {
   openViewer();
   EXPECT_TRUE(isFilled(*view().imageA, {200, 0, 0}));
   EXPECT_TRUE(isFilled(*view().imageB, {0, 0, 200}));
+}
+
+TEST_F(ViewTest, NothingIsLoadedWhenTheSettingIsAbsent) {
+  addHistoryFile("a[001].tif", 1);
+  addHistoryFile("a[002].tif", 2);
+  BaseContainer* values = viewer->settings.GetDataInstance();
+  values->RemoveData(LM_HISTORY_AUTOLOAD);
+  SetWorldPluginData(ID_LUMENARA, *values, FALSE);
+  openViewer();
+  EXPECT_EQ(view().imageA->GetBw(), 0) << "opened";
+
+  ui.dialogScripts.push_back([](GeDialog& dialog) { host::clickGadget(dialog, IDC_OK); });
+  choose(1101);
+  EXPECT_EQ(view().imageA->GetBw(), 0) << "Options closed with OK";
+  view().AddLastRender();
+  EXPECT_EQ(view().imageA->GetBw(), 0) << "last render added";
+  view().composed = 1;
+  view().AddToHistory();
+  EXPECT_EQ(view().imageA->GetBw(), 0) << "picture added";
+}
+
+// ---- Drawing
+
+TEST_F(ViewTest, EveryDrawingBeginsOffScreen) {
+  openViewer();
+  const int off = offScreenDrawings(view());
+  redraw();
+  EXPECT_EQ(offScreenDrawings(view()), off + 1) << "off";
+  setOption(LM_ENABLED, 1);
+  view().enabled = 1;
+  redraw();
+  EXPECT_EQ(offScreenDrawings(view()), off + 2) << "on";
 }
 
 // ---- Size
@@ -263,7 +304,7 @@ TEST_F(ViewTest, OffTheSplashIsDrawnWithItsAlpha) {
   EXPECT_NEAR(mixed.b, (ground.b * 127 + 50 * 128) / 255, 1);
 }
 
-// What is larger than the area is cut on both sides; the halves truncate toward zero.
+// A splash larger than the area is cropped on both sides; the halves truncate toward zero.
 TEST_F(ViewTest, OffALargerSplashIsCentredToo) {
   openViewer();
   host::sizeArea(view(), 10, 8);

@@ -1,4 +1,4 @@
-// The viewer's animations: from the dialog to the job, and what happens to requests meanwhile.
+// The viewer's animations: from the dialog to the job, and requests during an animation.
 #include <gtest/gtest.h>
 
 #include "viewer_fixture.h"
@@ -70,7 +70,7 @@ TEST_F(ViewerAnimationTest, ARequestDuringAnAnimationAsksToCancelIt) {
   EXPECT_EQ(viewer->thread.userCancelled, 1);
   EXPECT_EQ(viewer->animationRunning, 0);
   EXPECT_EQ(renderCount(), 1u);
-  refresh(); // there is none any more
+  refresh(); // the animation has ended
   EXPECT_EQ(ui.questions.size(), 2u);
   EXPECT_EQ(rendersSoFar(), 2u);
 }

@@ -1,4 +1,4 @@
-// Compare mode: how A and B become one picture.
+// Compare mode: composition of A and B.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -27,7 +27,7 @@ class CompareTest : public ViewerFixture {
     setOption(LM_COMPARE_SCALE, scale);
     setOption(LM_COMPARE_CENTER, center);
   }
-  /// A picture whose every pixel tells its place: (x + 1, y + 1, 0).
+  /// A picture whose pixels encode their position: (x + 1, y + 1, 0).
   static void putPlaces(BaseBitmap& bitmap, LONG width, LONG height) {
     ASSERT_EQ(bitmap.Init(width, height, 24), IMAGERESULT_OK);
     for (LONG y = 0; y < height; ++y) {

@@ -131,7 +131,7 @@ TEST_F(ViewerHistoryTest, OpenHistoryFolderMakesItAndOpensIt) {
   EXPECT_EQ(ui.openedFiles, (Names{historyFolder().GetString().GetUTF8()}));
 }
 
-TEST_F(ViewerHistoryTest, AFolderThatIsThereIsOpenedAsItIs) {
+TEST_F(ViewerHistoryTest, AnExistingFolderIsOpenedUnchanged) {
   openEnabled();
   addHistoryFile("x[001].tif", 1);
   choose(1130);

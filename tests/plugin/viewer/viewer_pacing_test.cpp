@@ -115,7 +115,7 @@ TEST_F(PacingTest, TheTimerHoldsTheRequestWithinTheDelay) {
   EXPECT_EQ(rendersSoFar(), 2u);
 }
 
-// The timer's own preset is no delay.
+// The timer's own preset is a delay of 0.
 TEST_F(PacingTest, AMissingDelayIsAQuarterOfASecondForChangesAndNoneForTheTimer) {
   openAutomatic();
   setOption(LM_REFRESH_WAIT, 0);
@@ -194,7 +194,7 @@ TEST_F(PacingTest, ASwitchOfAnotherValueIsOff) {
   EXPECT_EQ(rendersSoFar(), 1u);
 }
 
-TEST_F(PacingTest, TheTimerRunsOnlyWhatIsPending) {
+TEST_F(PacingTest, TheTimerRunsOnlyPendingRequests) {
   openAutomatic();
   viewer->Timer(BaseContainer());
   setOption(LM_REFRESH_WAIT, 0);

@@ -104,7 +104,7 @@ TEST_F(ViewerRegionTest, PlusAndMinusZoom) {
   EXPECT_FALSE(host::pressKey(*viewer, 'X', "x"));
 }
 
-TEST_F(ViewerRegionTest, TypedSignsOfOtherDevicesAreNoZoom) {
+TEST_F(ViewerRegionTest, TypedSignsOfOtherDevicesDoNotZoom) {
   openEnabled();
   BaseContainer message(BFM_INPUT), result;
   message.SetLong(BFM_INPUT_DEVICE, BFM_INPUT_MOUSE);

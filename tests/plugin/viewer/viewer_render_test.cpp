@@ -1,4 +1,4 @@
-// How the viewer's requests become renders: what a job is given, how requests are paced, and how a job ends.
+// The viewer's requests: the job's input, the pacing of requests, and the end of a job.
 #include <gtest/gtest.h>
 
 #include <atomic>

@@ -1,0 +1,5 @@
+#include "lm_folder.h"
+
+Filename GetDataFolder() {
+  return GeGetStartupWritePath() + "plugins" + "Lumenara";
+}
