@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "film.h"
+#include "display_transform.h"
 #include "lm_thread.h"
 
 namespace {

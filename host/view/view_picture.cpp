@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cmath>
 
+#include "display_transform.h"
 #include "worker_threads.h"
 
 namespace host {
@@ -35,13 +36,13 @@ Color unpacked(std::uint32_t p) {
   return {static_cast<float>(p >> 16 & 255), static_cast<float>(p >> 8 & 255), static_cast<float>(p & 255)};
 }
 
-// sRGB code of linear light (IEC 61966-2-1), from a table over the square root.
+// Linear light as a fractional sRGB code, by a table over the square root.
 float displayed(float linear) {
   static const auto table = [] {
     std::array<float, 1026> t{};
     for (std::size_t i = 0; i < t.size(); ++i) {
-      const double v = static_cast<double>(i) / 1024, l = v * v;
-      t[i] = static_cast<float>(255 * (l <= 0.0031308 ? 12.92 * l : 1.055 * std::pow(l, 1 / 2.4) - 0.055));
+      const double root = static_cast<double>(i) / 1024;
+      t[i] = static_cast<float>(255 * linearToSrgb(root * root));
     }
     return t;
   }();

@@ -3,6 +3,7 @@
 
 #include <cmath>
 
+#include "display_transform.h"
 #include "film.h"
 #include "picture_fixture.h"
 
@@ -27,7 +28,7 @@ void makePattern(Bitmap& bitmap, LONG width, LONG height, LONG depth) {
   fillPattern(*bitmap);
 }
 
-/// What a picture file holds, as other programs of its library see it.
+/// A picture file as other programs of its library see it.
 struct Decoded {
   OIIO::ImageSpec spec;
   std::vector<float> pixels;
@@ -63,7 +64,7 @@ std::shared_ptr<host::Film> makeFilm(BaseBitmap& bitmap) {
 
 } // namespace
 
-TEST(BitmapSave, EveryExactFormatComesBackAsItWas) {
+TEST(BitmapSave, ExactFormatsRoundTrip) {
   Folder folder;
   Bitmap bitmap, loaded;
   for (const LONG depth : {24, 32})
@@ -81,16 +82,16 @@ TEST(BitmapSave, EveryExactFormatComesBackAsItWas) {
           for (LONG x = 0; x < 61; ++x) {
             Rgba wanted = patternAt(x, y);
             if (!alpha) wanted.a = 255;
-            // Colours multiplied by their alpha are what OpenEXR keeps: none is left where alpha is 0.
+            // OpenEXR keeps colours multiplied by their alpha: where alpha is 0 they are lost.
             if (alpha && format.filter == FILTER_EXR && wanted.a == 0) wanted = {0, 0, 0, 0};
             ASSERT_EQ(at(*loaded, x, y), wanted) << format.suffix << " " << x << ", " << y;
           }
-        EXPECT_EQ(folder.entries(), 1u); // nothing is left beside it
+        EXPECT_EQ(folder.entries(), 1u); // no temporary file beside it
         fs::remove(name.GetString().GetUTF8());
       }
 }
 
-TEST(BitmapSave, JpegIsCloseAndObeysItsQuality) {
+TEST(BitmapSave, JpegIsCloseAndFollowsItsQuality) {
   Folder folder;
   Bitmap bitmap, loaded;
   ASSERT_EQ(bitmap->Init(64, 64, 32), IMAGERESULT_OK);
@@ -116,7 +117,7 @@ TEST(BitmapSave, JpegIsCloseAndObeysItsQuality) {
                std::abs(at(*loaded, x, y).g - at(*bitmap, x, y).g);
   EXPECT_LT(error / (64 * 64 * 2), 1.0);
 
-  for (const LONG quality : {-50, 0, 101, 5000}) { // cut to what there is
+  for (const LONG quality : {-50, 0, 101, 5000}) { // clamped
     BaseContainer options;
     options.SetLong(JPGSAVER_QUALITY, quality);
     EXPECT_EQ(bitmap->Save(folder.file("cut.jpg"), FILTER_JPG, &options), IMAGERESULT_OK);
@@ -200,7 +201,7 @@ TEST(BitmapSave, FilesAreTaggedRight) {
     const Decoded decoded = decodeFloats(folder.file(file));
     EXPECT_STRCASEEQ(decoded.spec.get_string_attribute("oiio:ColorSpace").c_str(), space);
   }
-  // The chunk that says sRGB is in the file, and none that gives a size in inches or metres.
+  // The sRGB chunk is in the file, and no chunk for a size in inches or metres.
   ASSERT_EQ(bitmap->Save(folder.file("a.png"), FILTER_PNG), IMAGERESULT_OK);
   const std::vector<std::byte> bytes = bytesOf(folder.file("a.png"));
   const std::string text(reinterpret_cast<const char*>(bytes.data()), bytes.size());

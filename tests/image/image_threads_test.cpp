@@ -1,6 +1,7 @@
 // Pictures and text in several threads at once.
 #include <thread>
 
+#include "display_transform.h"
 #include "film.h"
 #include "picture_fixture.h"
 

@@ -1,4 +1,4 @@
-// The float film of a bitmap: what a renderer computed, linear, before it became 8 bits.
+// The float film of a bitmap: a renderer's linear result before it becomes 8 bits.
 #pragma once
 
 #include <atomic>
@@ -28,11 +28,8 @@ class Film {
   std::unique_ptr<std::atomic<float>[]> color_;
 };
 
-/// The film kept with a bitmap; null when there is none of its size. `Init`, `FlushAll` and loading drop it.
+/// The bitmap's film; null when it has none or its size differs. `Init`, `FlushAll` and loading drop it.
 std::shared_ptr<Film> filmOf(const BaseBitmap& bitmap);
 void setFilm(BaseBitmap& bitmap, std::shared_ptr<Film> film);
-
-/// The one display transform: linear light to an 8-bit sRGB code, cut to 0 and 1. NaN gives 0.
-unsigned char toDisplay(float linear) noexcept;
 
 } // namespace host

@@ -5,15 +5,17 @@
 #include <cmath>
 #include <cstdint>
 
-#include "film.h"
-
 namespace host {
-namespace {
 
-/// IEC 61966-2-1: an encoded value of 0 to 1 to linear light.
-double decode(double encoded) {
+double srgbToLinear(double encoded) noexcept {
   return encoded <= 0.04045 ? encoded / 12.92 : std::pow((encoded + 0.055) / 1.055, 2.4);
 }
+
+double linearToSrgb(double linear) noexcept {
+  return linear <= 0.0031308 ? linear * 12.92 : 1.055 * std::pow(linear, 1 / 2.4) - 0.055;
+}
+
+namespace {
 
 float nextUp(float value) {
   return std::bit_cast<float>(std::bit_cast<std::uint32_t>(value) + 1);
@@ -31,9 +33,9 @@ struct Table {
 
   Table() {
     for (int code = 0; code < 256; ++code)
-      linear[static_cast<std::size_t>(code)] = static_cast<float>(decode(code / 255.0));
+      linear[static_cast<std::size_t>(code)] = static_cast<float>(srgbToLinear(code / 255.0));
     for (int code = 1; code < 256; ++code) {
-      const double exact = decode((code - 0.5) / 255.0);
+      const double exact = srgbToLinear((code - 0.5) / 255.0);
       auto rounded = static_cast<float>(exact);
       if (static_cast<double>(rounded) < exact) rounded = nextUp(rounded);
       start[static_cast<std::size_t>(code)] = rounded;

@@ -27,7 +27,7 @@ class Library final : public host::MovieLibrary {
     return host::listInstalledCodecs(format);
   }
   int encodedWidth(const MovieCodec& codec, int width) const noexcept override {
-    // Uncompressed rows of QuickTime take an even number of bytes, which the library does not see to.
+    // Uncompressed rows of QuickTime take an even number of bytes; the library does not pad them.
     const bool evenRows = codec.id == host::movieCodecRaw && codec.format == FILTER_MOVIE;
     return evenIf(evenRows || planesOf(codec).log2_chroma_w > 0, width);
   }

@@ -14,10 +14,10 @@ FrameConverter::FrameConverter(const MovieCodec& codec, AVPixelFormat target, in
   context_ = sws_getContext(width, height, source, width, height, target,
                             SWS_BICUBIC | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INP, nullptr, nullptr, nullptr);
   if (!context_) throw std::bad_alloc();
-  if (codec.colour == MovieColour::rgb) return;
+  if (codec.color == MovieColor::rgb) return;
   const int* matrix =
       sws_getCoefficients(usesMatrix709(codec, width, height) ? SWS_CS_ITU709 : SWS_CS_ITU601);
-  const int fullRange = codec.colour == MovieColour::jpeg;
+  const int fullRange = codec.color == MovieColor::jpeg;
   sws_setColorspaceDetails(context_, sws_getCoefficients(SWS_CS_DEFAULT), 1, matrix, fullRange, 0, 1 << 16,
                            1 << 16);
 }

@@ -1,4 +1,4 @@
-// From frames to the pictures that an encoder takes.
+// Conversion of frames into an encoder's pictures.
 #pragma once
 
 #include "movie_codec.h"
@@ -8,7 +8,7 @@ struct SwsContext;
 
 namespace host {
 
-/// Converts frames of one size into the pictures that the encoder takes. One thread at a time.
+/// Converts frames of one size into the encoder's pictures. One thread at a time.
 class FrameConverter {
  public:
   /// Throws std::bad_alloc.
@@ -17,7 +17,7 @@ class FrameConverter {
   FrameConverter(const FrameConverter&) = delete;
   FrameConverter& operator=(const FrameConverter&) = delete;
 
-  /// `picture` has the target's format, this size and room.
+  /// `picture` has the target's format, this size, and memory.
   void convert(const MovieFrame& frame, AVFrame& picture);
 
  private:

@@ -14,32 +14,32 @@ namespace {
 constexpr int none = AV_PIX_FMT_NONE;
 static_assert(none == MovieCodec::noPixelFormat);
 
-// The default of a format comes first, what stands in for it next.
+// The default of a format comes first, its substitute next.
 constexpr MovieCodec codecs[] = {
-    {movieCodecH264, "H.264", "libx264", FILTER_MOVIE, AV_PIX_FMT_YUV420P, none, MovieColour::video709, true,
+    {movieCodecH264, "H.264", "libx264", FILTER_MOVIE, AV_PIX_FMT_YUV420P, none, MovieColor::video709, true,
      true, true, 16384, false, nullptr, "+faststart"},
-    {movieCodecMotionJpeg, "Motion JPEG", "mjpeg", FILTER_MOVIE, AV_PIX_FMT_YUVJ422P, none, MovieColour::jpeg,
+    {movieCodecMotionJpeg, "Motion JPEG", "mjpeg", FILTER_MOVIE, AV_PIX_FMT_YUVJ422P, none, MovieColor::jpeg,
      true, true, false, 32768, false, nullptr, nullptr},
     {movieCodecProRes422, "ProRes 422", "prores_ks", FILTER_MOVIE, AV_PIX_FMT_YUV422P10, none,
-     MovieColour::video709, true, false, false, 32768, false, nullptr, nullptr},
+     MovieColor::video709, true, false, false, 32768, false, nullptr, nullptr},
     {movieCodecProRes4444, "ProRes 4444", "prores_ks", FILTER_MOVIE, AV_PIX_FMT_YUV444P10,
-     AV_PIX_FMT_YUVA444P10, MovieColour::video709, false, false, false, 32768, false, nullptr, nullptr},
-    {movieCodecPng, "PNG", "png", FILTER_MOVIE, AV_PIX_FMT_RGB24, AV_PIX_FMT_RGBA, MovieColour::rgb, false,
+     AV_PIX_FMT_YUVA444P10, MovieColor::video709, false, false, false, 32768, false, nullptr, nullptr},
+    {movieCodecPng, "PNG", "png", FILTER_MOVIE, AV_PIX_FMT_RGB24, AV_PIX_FMT_RGBA, MovieColor::rgb, false,
      false, false, 32768, false, nullptr, nullptr},
     {movieCodecAnimation, "Animation", "qtrle", FILTER_MOVIE, AV_PIX_FMT_RGB24, AV_PIX_FMT_ARGB,
-     MovieColour::rgb, false, false, true, 32768, false, nullptr, nullptr},
+     MovieColor::rgb, false, false, true, 32768, false, nullptr, nullptr},
     {movieCodecRaw, "Uncompressed", "rawvideo", FILTER_MOVIE, AV_PIX_FMT_RGB24, AV_PIX_FMT_ARGB,
-     MovieColour::rgb, false, false, false, 32768, false, nullptr, nullptr},
-    {movieCodecMpeg4, "MPEG-4", "mpeg4", FILTER_AVI, AV_PIX_FMT_YUV420P, none, MovieColour::assumed, true,
+     MovieColor::rgb, false, false, false, 32768, false, nullptr, nullptr},
+    {movieCodecMpeg4, "MPEG-4", "mpeg4", FILTER_AVI, AV_PIX_FMT_YUV420P, none, MovieColor::assumed, true,
      true, true, 8190, false, "XVID", nullptr},
-    {movieCodecMotionJpeg, "Motion JPEG", "mjpeg", FILTER_AVI, AV_PIX_FMT_YUVJ422P, none, MovieColour::jpeg,
+    {movieCodecMotionJpeg, "Motion JPEG", "mjpeg", FILTER_AVI, AV_PIX_FMT_YUVJ422P, none, MovieColor::jpeg,
      true, true, false, 32768, false, nullptr, nullptr},
-    {movieCodecFfv1, "FFV1", "ffv1", FILTER_AVI, AV_PIX_FMT_0RGB32, AV_PIX_FMT_RGB32, MovieColour::rgb, false,
+    {movieCodecFfv1, "FFV1", "ffv1", FILTER_AVI, AV_PIX_FMT_0RGB32, AV_PIX_FMT_RGB32, MovieColor::rgb, false,
      false, false, 32768, false, nullptr, nullptr},
-    {movieCodecPng, "PNG", "png", FILTER_AVI, AV_PIX_FMT_RGB24, AV_PIX_FMT_RGBA, MovieColour::rgb, false,
+    {movieCodecPng, "PNG", "png", FILTER_AVI, AV_PIX_FMT_RGB24, AV_PIX_FMT_RGBA, MovieColor::rgb, false,
      false, false, 32768, false, nullptr, nullptr},
-    // Bitmaps of this format stand on their head; the right way up only some players read them.
-    {movieCodecRaw, "Uncompressed", "rawvideo", FILTER_AVI, AV_PIX_FMT_BGR24, none, MovieColour::rgb, false,
+    // Rows go from the bottom in this format; only some players read the other order.
+    {movieCodecRaw, "Uncompressed", "rawvideo", FILTER_AVI, AV_PIX_FMT_BGR24, none, MovieColor::rgb, false,
      false, false, 32768, true, nullptr, nullptr},
 };
 
@@ -130,8 +130,8 @@ void setMovieQuality(const MovieCodec& codec, const MovieOptions& options, LONG 
   }
 }
 
-void setMovieColour(const MovieCodec& codec, AVCodecContext& context) {
-  const bool rgb = codec.colour == MovieColour::rgb, jpeg = codec.colour == MovieColour::jpeg;
+void setMovieColor(const MovieCodec& codec, AVCodecContext& context) {
+  const bool rgb = codec.color == MovieColor::rgb, jpeg = codec.color == MovieColor::jpeg;
   context.color_primaries = AVCOL_PRI_BT709; // sRGB's too
   context.color_trc = rgb || jpeg ? AVCOL_TRC_IEC61966_2_1 : AVCOL_TRC_BT709;
   context.colorspace = rgb                                                   ? AVCOL_SPC_RGB
@@ -142,8 +142,8 @@ void setMovieColour(const MovieCodec& codec, AVCodecContext& context) {
 }
 
 bool usesMatrix709(const MovieCodec& codec, int width, int height) noexcept {
-  if (codec.colour == MovieColour::assumed) return width >= 1280 || height > 576;
-  return codec.colour == MovieColour::video709;
+  if (codec.color == MovieColor::assumed) return width >= 1280 || height > 576;
+  return codec.color == MovieColor::video709;
 }
 
 } // namespace host

@@ -1,4 +1,4 @@
-// The table of movie codecs, in the movie library's words.
+// The table of movie codecs, in the movie library's terms.
 #pragma once
 
 extern "C" {
@@ -13,19 +13,19 @@ struct AVCodecContext;
 
 namespace host {
 
-/// Those of `MovieLibrary`.
+/// As in `MovieLibrary`.
 const MovieCodec* findCodecInTable(LONG format, LONG id);
 std::vector<MovieCodecInfo> listInstalledCodecs(LONG format);
 
 /// The library's encoder; null when it is not installed.
 const AVCodec* installedEncoder(const MovieCodec& codec);
 
-/// Sets size of data against quality: fields of the context, and options to open it with.
+/// Sets the trade of size against quality: fields of the context, and options to open it with.
 void setMovieQuality(const MovieCodec& codec, const MovieOptions& options, LONG fps, AVCodecContext& context,
                      AVDictionary*& dictionary);
 
 /// Tags of the colours.
-void setMovieColour(const MovieCodec& codec, AVCodecContext& context);
+void setMovieColor(const MovieCodec& codec, AVCodecContext& context);
 
 /// Whether a picture of this size gets Rec. 709's matrix (else Rec. 601's).
 bool usesMatrix709(const MovieCodec& codec, int width, int height) noexcept;

@@ -13,13 +13,13 @@ extern "C" {
 #include <new>
 
 #include "frame_converter.h"
-#include "mpeg4_colour.h"
+#include "mpeg4_color.h"
 #include "worker_threads.h"
 
 namespace host {
 namespace {
 
-constexpr int pictureAlignment = 64; // bytes, what the widest instructions of the codecs want
+constexpr int pictureAlignment = 64; // bytes, for the widest instructions of the codecs
 
 std::string reasonOf(int code) {
   char text[AV_ERROR_MAX_STRING_SIZE] = {};
@@ -46,7 +46,7 @@ T* orBadAlloc(T* pointer) {
   return pointer;
 }
 
-// The library would write its own remarks to the console; what matters comes back as error codes.
+// The library would write to the console; errors come back as codes.
 void prepareMovieLibrary() {
   static const bool done = (av_log_set_level(AV_LOG_QUIET), true);
   static_cast<void>(done);
@@ -59,7 +59,7 @@ struct Dictionary {
 
 } // namespace
 
-// What the library gave, freed in the right order.
+// The library's objects, freed in the right order.
 struct FileMovieEncoder::Parts {
   AVFormatContext* file = nullptr;
   AVCodecContext* codec = nullptr;
@@ -69,7 +69,7 @@ struct FileMovieEncoder::Parts {
   AVStream* stream = nullptr; // the file's
   std::unique_ptr<FrameConverter> converter;
   std::int64_t taken = 0, written = 0; // frames
-  bool tagsPackets = false;            // the encoder leaves the colour tags to us
+  bool tagsPackets = false;            // the encoder does not write colour tags: we do
 
   ~Parts() {
     av_packet_free(&packet);
@@ -120,12 +120,12 @@ void FileMovieEncoder::openCodec(const MovieSetup& setup) {
   codec.sample_aspect_ratio = {1, 1};
   codec.pix_fmt = static_cast<AVPixelFormat>(setup.alpha ? setup.codec.withAlpha : setup.codec.plain);
   codec.thread_count = std::clamp(workerCount(), 1, 8);
-  if (setup.codec.colour == MovieColour::rgb) codec.bits_per_coded_sample = setup.alpha ? 32 : 24;
+  if (setup.codec.color == MovieColor::rgb) codec.bits_per_coded_sample = setup.alpha ? 32 : 24;
   if (const char* tag = setup.codec.tag)
     codec.codec_tag = MKTAG(static_cast<unsigned>(tag[0]), static_cast<unsigned>(tag[1]),
                             static_cast<unsigned>(tag[2]), static_cast<unsigned>(tag[3]));
   if (parts_->file->oformat->flags & AVFMT_GLOBALHEADER) codec.flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
-  setMovieColour(setup.codec, codec);
+  setMovieColor(setup.codec, codec);
   parts_->tagsPackets = setup.codec.id == movieCodecMpeg4;
   Dictionary choices;
   setMovieQuality(setup.codec, setup.options, setup.fps, codec, choices.entries);
@@ -155,7 +155,7 @@ void FileMovieEncoder::openFile(const std::string& path, const MovieSetup& setup
   }
 }
 
-// A picture with room. The encoder keeps the last ones for as long as it needs them: each frame gets its own.
+// An empty picture. The encoder keeps earlier ones for as long as it needs them: each frame gets its own.
 void FileMovieEncoder::newPicture() {
   AVFrame& picture = *parts_->picture;
   const AVCodecContext& codec = *parts_->codec;
@@ -182,14 +182,14 @@ void FileMovieEncoder::add(const MovieFrame& frame) {
   send(parts_->picture);
 }
 
-// Gives the encoder a picture (null: the end) and writes what comes out.
+// Passes a picture (null: the end) to the encoder and writes its packets.
 void FileMovieEncoder::send(const AVFrame* picture) {
   int code = avcodec_send_frame(parts_->codec, picture);
   if (code < 0)
     failEncoding(code, "was not written: frame " + std::to_string(parts_->taken) + " was not encoded");
   AVPacket* packet = parts_->packet;
   while ((code = avcodec_receive_packet(parts_->codec, packet)) >= 0) {
-    if (parts_->tagsPackets) tagMpeg4Colours(*packet, *parts_->codec);
+    if (parts_->tagsPackets) tagMpeg4Colors(*packet, *parts_->codec);
     if (packet->duration <= 0) packet->duration = 1;
     av_packet_rescale_ts(packet, parts_->codec->time_base, parts_->stream->time_base);
     packet->stream_index = parts_->stream->index;

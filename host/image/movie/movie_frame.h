@@ -1,4 +1,4 @@
-// A movie's frame on its way from a bitmap to the encoder. Private to host/image.
+// A movie's frame between bitmap and encoder. Private to host/image.
 #pragma once
 
 #include <cstdint>
@@ -14,8 +14,8 @@ struct MovieFrame {
   std::vector<std::uint32_t> words;
 };
 
-/// Copies the bitmap into the frame, which already has its size: at least the bitmap's. What is beyond the
-/// bitmap repeats its last column and row. Throws std::bad_alloc.
+/// Copies the bitmap into the frame, which already has its size: at least the bitmap's. Pixels beyond the
+/// bitmap repeat its last column and row. Throws std::bad_alloc.
 void copyToFrame(const BaseBitmap& bitmap, bool bottomUp, MovieFrame& frame);
 
 } // namespace host

@@ -66,7 +66,7 @@ IMAGERESULT MovieJob::add(const BaseBitmap& bitmap) {
     waiting_.push_back(std::move(frame));
     any_ = true;
   } catch (const std::bad_alloc&) {
-    giveUp(); // going on without this frame would show the later ones too early
+    giveUp(); // without this frame the later ones would show too early
     throw;
   }
   changed_.notify_all();
@@ -114,7 +114,7 @@ MovieFrame MovieJob::emptyFrame() {
   return frame;
 }
 
-// The next frame, in exchange for the memory of the last; false when there will be none.
+// The next frame, in exchange for the memory of the last; false after the last frame.
 bool MovieJob::take(MovieFrame& frame) {
   std::unique_lock lock(guard_);
   if (!frame.words.empty()) spare_.push_back(std::move(frame));

@@ -1,5 +1,5 @@
-// A movie in the making: its file beside the target, its encoder, and the thread that encodes while the
-// caller renders the next frame. Private to host/image.
+// A movie that is being written: its file beside the target, its encoder, and the thread that encodes while
+// the caller renders the next frame. Private to host/image.
 #pragma once
 
 #include <condition_variable>
@@ -22,7 +22,7 @@ class MovieJob {
   /// MovieError, PartError, std::bad_alloc or std::system_error; these have not entered the record.
   MovieJob(const Filename& target, const BaseBitmap& shape, const MovieCodec& codec,
            const MovieOptions& options, LONG fps, bool alpha);
-  /// What was not closed leaves no file.
+  /// A movie that was not closed leaves no file.
   ~MovieJob();
   MovieJob(const MovieJob&) = delete;
   MovieJob& operator=(const MovieJob&) = delete;
@@ -30,8 +30,8 @@ class MovieJob {
   bool fits(const BaseBitmap& bitmap) const noexcept {
     return bitmap.GetBw() == columns_ && bitmap.GetBh() == rows_;
   }
-  /// Hands a copy of the bitmap over; waits while the queue is full. `IMAGERESULT_OK`, or how an earlier
-  /// frame failed. Throws std::bad_alloc.
+  /// Queues a copy of the bitmap; waits while the queue is full. `IMAGERESULT_OK`, or the failure of an
+  /// earlier frame. Throws std::bad_alloc.
   IMAGERESULT add(const BaseBitmap& bitmap);
   /// Waits for the encoder and puts the movie in the target's place; without a frame the target stays as it
   /// was.

@@ -13,15 +13,15 @@ extern "C" void* lumenara_part_ffmpeg();
 
 namespace host {
 
-/// A movie that could not be begun or continued; the text is a clause that follows the file's name.
+/// A movie that could not be started or continued; the text is a clause that follows the file's name.
 struct MovieError : std::runtime_error {
   MovieError(IMAGERESULT code, const std::string& clause) : std::runtime_error(clause), result(code) {}
   IMAGERESULT result;
 };
 
-/// How colours are written. The bitmap is sRGB; H.264 and ProRes carry its codes with Rec. 709's matrix in
+/// The encoding of colours. The bitmap is sRGB; H.264 and ProRes carry its codes with Rec. 709's matrix in
 /// the video range and are tagged Rec. 709, as players expect of a movie.
-enum class MovieColour {
+enum class MovieColor {
   video709, // tagged
   jpeg,     // Rec. 601's matrix, full range: what a JPEG means (ITU-T T.871)
   assumed,  // tagged, but few players look: the matrix that they assume, Rec. 709 from 1280 x 577 on, else
@@ -35,7 +35,7 @@ struct MovieCodec {
   const char* encoder;  // the library's name of it
   LONG format;          // FILTER_MOVIE or FILTER_AVI
   int plain, withAlpha; // the library's pixel formats, noPixelFormat: no alpha
-  MovieColour colour;
+  MovieColor color;
   bool quality, bitRate, keyDistance;
   int largestSide;   // pixels
   bool bottomUp;     // rows from the bottom
@@ -64,7 +64,7 @@ class MovieEncoder {
   MovieEncoder& operator=(const MovieEncoder&) = delete;
 
   virtual void add(const MovieFrame& frame) = 0;
-  /// Encodes what is left, writes the trailer and closes the file.
+  /// Encodes the remaining frames, writes the trailer and closes the file.
   virtual void finish() = 0;
 };
 
@@ -74,7 +74,7 @@ class MovieLibrary {
   /// The codec of a number in a format, the default for 0 (the first that is installed); null when the format
   /// has no such codec.
   virtual const MovieCodec* findCodec(LONG format, LONG id) const = 0;
-  /// Those that the installed libraries can write into this format, the default first.
+  /// The codecs that the installed libraries can write into this format, the default first.
   virtual std::vector<MovieCodecInfo> codecs(LONG format) const = 0;
   /// The size that is encoded: made even where the codec halves the colours' resolution or rows want it. The
   /// added column or row repeats the picture's last one.
@@ -88,7 +88,7 @@ class MovieLibrary {
   ~MovieLibrary() = default;
 };
 
-/// Loads it at the first call. Throws PartError.
+/// Loads the part at the first call. Throws PartError.
 const MovieLibrary& movieLibrary();
 
 } // namespace host

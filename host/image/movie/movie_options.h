@@ -1,4 +1,4 @@
-// The choices of a movie: what the keys of `MovieSaver::Choose` mean, and what the installed libraries offer.
+// The options of a movie: the keys of `MovieSaver::Choose`, and the codecs of the installed libraries.
 // Any thread.
 #pragma once
 
@@ -39,18 +39,18 @@ struct MovieOptions {
   bool alpha = false;
 };
 
-/// The choices in a container (null: the defaults), brought into their ranges. A codec number is kept as it
-/// is: whether there is such a codec shows when the movie is opened.
+/// The options in a container (null: the defaults), clamped to their ranges. A codec number is kept as it
+/// is: opening the movie finds out whether that codec exists.
 MovieOptions readMovieOptions(const BaseContainer* options);
 
-/// A codec for the user to choose, and which choices have an effect on it.
+/// A codec for the user to choose, and the options that have an effect on it.
 struct MovieCodecInfo {
   LONG id;
   const char* name;
   bool quality, bitRate, keyDistance, alpha;
 };
 
-/// Those that the installed libraries can write into this format, the default first; none for another format.
+/// The codecs that the installed libraries can write into this format, the default first; else empty.
 /// Loads them at the first call; throws PartError (part.h).
 std::vector<MovieCodecInfo> movieCodecs(LONG format);
 

@@ -1,4 +1,4 @@
-// Movies as a plug-in writes them: checks, and the sentences of what goes wrong before the first frame.
+// The plug-in's calls that write movies: checks, and the errors before the first frame.
 #include <memory>
 #include <new>
 #include <system_error>
@@ -62,7 +62,7 @@ std::unique_ptr<host::MovieJob> open(const Filename& name, const BaseBitmap* bit
   return std::make_unique<host::MovieJob>(name, *bitmap, codec, options, fps, alpha);
 }
 
-// Runs a step; what it throws enters the record.
+// Runs a step and records its exception.
 template <class Step>
 IMAGERESULT guarded(const Filename& name, Step step) {
   try {

@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "desktop_scheme.h"
+#include "display_transform.h"
 #include "gadget_actions.h"
 #include "style_sheet.h"
 
@@ -15,14 +16,10 @@ Theme current = Theme::dark;
 bool installed = false;
 DesktopScheme* desktopScheme = nullptr; // null: no bus to ask
 
-double channelLight(double value) {
-  return value <= 0.04045 ? value / 12.92 : std::pow((value + 0.055) / 1.055, 2.4);
-}
-
 // WCAG 2.1, "relative luminance".
 double luminance(const QColor& color) {
-  return 0.2126 * channelLight(color.redF()) + 0.7152 * channelLight(color.greenF()) +
-         0.0722 * channelLight(color.blueF());
+  return 0.2126 * srgbToLinear(color.redF()) + 0.7152 * srgbToLinear(color.greenF()) +
+         0.0722 * srgbToLinear(color.blueF());
 }
 
 std::optional<Theme> themeOfEnvironment() {

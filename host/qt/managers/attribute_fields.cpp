@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "display_transform.h"
 #include "number_field.h"
 #include "qt_text.h"
 #include "theme.h"
@@ -42,11 +43,7 @@ double brightest(const Vector& linear) {
 
 double encoded(double linear) {
   linear = std::isfinite(linear) ? std::clamp(linear, 0.0, 1.0) : 0;
-  return linear <= 0.0031308 ? 12.92 * linear : 1.055 * std::pow(linear, 1 / 2.4) - 0.055;
-}
-
-double decoded(double code) {
-  return code <= 0.04045 ? code / 12.92 : std::pow((code + 0.055) / 1.055, 2.4);
+  return linearToSrgb(linear);
 }
 
 class AttributeSwatch : public QAbstractButton {
@@ -86,8 +83,8 @@ QColor screenColor(const Vector& linear) {
 }
 
 Vector linearColor(const QColor& color) {
-  return {decoded(static_cast<double>(color.redF())), decoded(static_cast<double>(color.greenF())),
-          decoded(static_cast<double>(color.blueF()))};
+  return {srgbToLinear(static_cast<double>(color.redF())), srgbToLinear(static_cast<double>(color.greenF())),
+          srgbToLinear(static_cast<double>(color.blueF()))};
 }
 
 // --- what all have ---

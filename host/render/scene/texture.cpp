@@ -3,17 +3,18 @@
 #include <array>
 #include <cstring>
 
+#include "display_transform.h"
+
 namespace host::render {
 namespace {
 
-// IEC 61966-2-1: code to linear light; the second half of the table is plain data.
+// The values of 8-bit codes: linear light for colours, fractions for plain data.
 struct CodeTables {
   std::array<float, 256> srgb{}, data{};
   CodeTables() {
     for (std::size_t i = 0; i < 256; ++i) {
-      const double v = static_cast<double>(i) / 255;
-      data[i] = static_cast<float>(v);
-      srgb[i] = static_cast<float>(v <= 0.04045 ? v / 12.92 : std::pow((v + 0.055) / 1.055, 2.4));
+      data[i] = static_cast<float>(static_cast<double>(i) / 255);
+      srgb[i] = fromDisplay(static_cast<unsigned char>(i));
     }
   }
 };
@@ -26,18 +27,8 @@ std::uint32_t quantize(float v) {
   return static_cast<std::uint32_t>(clamp01(v) * 255 + 0.5f);
 }
 
-// Linear light to the sRGB code; the table is finer than a code everywhere.
 std::uint32_t encodeSrgb(float v) {
-  static const std::vector<unsigned char> table = [] {
-    std::vector<unsigned char> t(8192);
-    for (std::size_t i = 0; i < t.size(); ++i) {
-      const double x = static_cast<double>(i) / 8191;
-      const double code = x <= 0.0031308 ? x * 12.92 : 1.055 * std::pow(x, 1 / 2.4) - 0.055;
-      t[i] = static_cast<unsigned char>(code * 255 + 0.5);
-    }
-    return t;
-  }();
-  return table[static_cast<std::size_t>(clamp01(v) * 8191 + 0.5f)];
+  return toDisplay(v);
 }
 
 int wrapTexel(int x, int size, Wrap wrap) {

@@ -71,7 +71,7 @@ void TextureLoader::dropUnused() {
 void TextureLoader::decode(Job& job) {
   try {
     // Normals, roughness and the like are numbers: no profile may change them.
-    const PictureUse use = job.space == ColorSpace::srgb ? PictureUse::colours : PictureUse::data;
+    const PictureUse use = job.space == ColorSpace::srgb ? PictureUse::colors : PictureUse::data;
     LoadedPicture loaded = loadPictureBytes(*job.picture->bytes, job.picture->name, use);
     job.error = std::move(loaded.error);
     job.outOfMemory = loaded.shortage;

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "background_job.h"
+#include "display_transform.h"
 #include "document.h"
 #include "preview_scene.h"
 #include "render_settings.h"

@@ -1,4 +1,4 @@
-#include "mpeg4_colour.h"
+#include "mpeg4_color.h"
 
 extern "C" {
 #include <libavcodec/avcodec.h>
@@ -44,7 +44,7 @@ std::uint32_t signalBits(const AVCodecContext& context) {
 
 } // namespace
 
-void tagMpeg4Colours(AVPacket& packet, const AVCodecContext& context) {
+void tagMpeg4Colors(AVPacket& packet, const AVCodecContext& context) {
   const std::uint8_t* kind = untaggedKind(packet);
   if (!kind) return;
   const std::ptrdiff_t place = kind - packet.data;

@@ -1,4 +1,4 @@
-// The colour tags of MPEG-4 video, which the library's encoder leaves out.
+// The colour tags of MPEG-4 video, which the library's encoder does not write.
 #pragma once
 
 struct AVCodecContext;
@@ -9,6 +9,6 @@ namespace host {
 /// Writes range, primaries, transfer and matrix of the context into the visual object header with which the
 /// packet begins, where it has one (key frames do) that says nothing about them. The packet grows by four
 /// bytes. Throws std::bad_alloc.
-void tagMpeg4Colours(AVPacket& packet, const AVCodecContext& context);
+void tagMpeg4Colors(AVPacket& packet, const AVCodecContext& context);
 
 } // namespace host

@@ -1,4 +1,4 @@
-#include "colour_profile.h"
+#include "color_profile.h"
 
 #include <lcms2.h>
 
@@ -15,8 +15,8 @@ using Profile = std::unique_ptr<void, cmsBool (*)(cmsHPROFILE)>;
 using Transform = std::unique_ptr<void, void (*)(cmsHTRANSFORM)>;
 
 constexpr cmsUInt32Number wholePicture = cmsFLAGS_BLACKPOINTCOMPENSATION | cmsFLAGS_NOCACHE;
-// Making fast tables takes longer than a few colours without them.
-constexpr cmsUInt32Number fewColours = wholePicture | cmsFLAGS_NOOPTIMIZE;
+// Fast tables take longer to make than a few colours take without them.
+constexpr cmsUInt32Number fewColors = wholePicture | cmsFLAGS_NOOPTIMIZE;
 
 Profile owned(cmsHPROFILE profile) {
   return Profile(profile, cmsCloseProfile);
@@ -53,11 +53,11 @@ struct Space {
   const char* name;
 };
 
-Space spaceOf(FileColours colours) {
-  switch (colours) {
-  case FileColours::grey:
+Space spaceOf(FileColors colors) {
+  switch (colors) {
+  case FileColors::grey:
     return {cmsSigGrayData, PT_GRAY, 1, "grey"};
-  case FileColours::inks:
+  case FileColors::inks:
     return {cmsSigCmykData, PT_CMYK, 4, "cyan, magenta, yellow and black"};
   default:
     return {cmsSigRgbData, PT_RGB, 3, "red, green and blue"};
@@ -75,11 +75,11 @@ std::string refusal(const Profile& profile, const Space& space) {
   return {};
 }
 
-/// Whether 8-bit colours stay nearly what they are.
+/// Whether 8-bit colours hardly change.
 bool changesNothing(cmsContext context, const Profile& from, const Profile& to, const Space& space) {
   if (space.signature == cmsSigCmykData) return false;
   const Transform transform = makeTransform(context, from, format(space.space, space.channels, 1, false), to,
-                                            format(PT_RGB, 3, 1, false), fewColours);
+                                            format(PT_RGB, 3, 1, false), fewColors);
   if (!transform) return false;
   constexpr unsigned steps = 6, step = 255 / (steps - 1);
   for (unsigned i = 0; i < steps * steps * steps; ++i) {
@@ -109,17 +109,17 @@ void opaque(std::vector<Value>& pixels, Value full) {
 }
 
 void forgetInks(RawPicture& raw) {
-  if (raw.colours != FileColours::inks) return;
+  if (raw.colors != FileColors::inks) return;
   opaque<unsigned char>(raw.picture.bytes, 255);
   opaque<std::uint16_t>(raw.picture.words, 65535);
-  raw.colours = FileColours::rgb;
+  raw.colors = FileColors::rgb;
 }
 
 /// Empty when all went well, else the reason.
 std::string convert(RawPicture& raw) {
   const Context context(cmsCreateContext(nullptr, nullptr), cmsDeleteContext);
   if (!context) throw std::bad_alloc();
-  const Space space = spaceOf(raw.colours);
+  const Space space = spaceOf(raw.colors);
   const Profile from = owned(cmsOpenProfileFromMemTHR(context.get(), raw.profile.data(),
                                                       static_cast<cmsUInt32Number>(raw.profile.size())));
   if (std::string reason = refusal(from, space); !reason.empty()) return reason;
@@ -149,13 +149,13 @@ void mix(std::vector<Value>& pixels, std::uint64_t full) {
 } // namespace
 
 void mixInks(RawPicture& raw) {
-  if (raw.colours != FileColours::inks) return;
+  if (raw.colors != FileColors::inks) return;
   mix(raw.picture.bytes, 255);
   mix(raw.picture.words, 65535);
   forgetInks(raw);
 }
 
-bool convertColours(RawPicture& raw, std::string* reason) {
+bool convertColors(RawPicture& raw, std::string* reason) {
   *reason = raw.profile.empty() ? std::string() : convert(raw);
   mixInks(raw);
   return reason->empty();
