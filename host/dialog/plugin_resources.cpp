@@ -9,6 +9,7 @@
 
 #include "console.h"
 #include "file_path.h"
+#include "read_file.h"
 #include "thread_context.h"
 
 namespace host {
@@ -43,18 +44,12 @@ struct UnreadableFile : std::runtime_error {
                            "\". Check your rights to it, or install the plug-in again.") {}
 };
 
-std::string readFile(const fs::path& file) {
-  std::error_code error;
-  const auto size = fs::file_size(file, error);
-  if (error) throw UnreadableFile(file);
-  if (size > largestResourceFile)
+std::string readText(const fs::path& file) {
+  const FileContent content = readFile(toFilename(file), largestResourceFile);
+  if (content.fault == ReadFault::tooLarge)
     throw std::runtime_error("\"" + shownPath(file) + "\" has more than 4 MB: this is no resource file.");
-  std::ifstream stream(file, std::ios::binary);
-  std::string text(static_cast<std::size_t>(size), '\0');
-  stream.read(text.data(), static_cast<std::streamsize>(size));
-  if (!stream && !stream.eof()) throw UnreadableFile(file);
-  text.resize(static_cast<std::size_t>(stream.gcount()));
-  return text;
+  if (content.fault != ReadFault::none) throw UnreadableFile(file);
+  return std::string(content.text());
 }
 
 // The files of a folder with this suffix, by name; empty when the folder does not exist.
@@ -88,11 +83,11 @@ std::shared_ptr<const DialogResources> readDialogResources(const Filename& folde
   auto resources = std::make_shared<DialogResources>();
   try {
     const fs::path symbols = root / "c4d_symbols.h";
-    if (fs::exists(symbols)) readSymbols(readFile(symbols), shownPath(symbols), *resources);
+    if (fs::exists(symbols)) readSymbols(readText(symbols), shownPath(symbols), *resources);
     for (const fs::path& file : filesIn(root / "strings_us" / "dialogs", ".str"))
-      readTexts(readFile(file), shownPath(file), *resources);
+      readTexts(readText(file), shownPath(file), *resources);
     for (const fs::path& file : filesIn(root / "dialogs", ".res"))
-      readDescriptions(readFile(file), shownPath(file), *resources);
+      readDescriptions(readText(file), shownPath(file), *resources);
   } catch (const std::exception& failure) {
     error = failure.what();
     return nullptr;

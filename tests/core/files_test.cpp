@@ -17,6 +17,7 @@
 #include "failures.h"
 #include "file_path.h"
 #include "host_fixture.h"
+#include "read_file.h"
 
 namespace {
 
@@ -32,6 +33,31 @@ TEST(Files, Existence) {
   EXPECT_FALSE(GeFExist(folder.path()));
   EXPECT_FALSE(GeFExist(folder / "none"));
   EXPECT_FALSE(GeFExist(Filename()));
+}
+
+TEST(ReadFile, GivesTheBytesOrTheFault) {
+  TemporaryFolder folder;
+  const Filename file = folder.write("a.bin", "abc");
+  EXPECT_EQ(host::readFile(file).text(), "abc");
+  EXPECT_EQ(host::readFile(file).fault, host::ReadFault::none);
+  EXPECT_EQ(host::readFile(file, 3).text(), "abc");
+  EXPECT_EQ(host::readFile(file, 2).fault, host::ReadFault::tooLarge);
+  EXPECT_EQ(host::readFile(folder.write("empty", "")).fault, host::ReadFault::none);
+  EXPECT_EQ(host::readFile(folder / "none").fault, host::ReadFault::missing);
+  EXPECT_EQ(host::readFile(file + "below").fault, host::ReadFault::missing);
+  EXPECT_EQ(host::readFile(folder.path()).fault, host::ReadFault::folder);
+  EXPECT_EQ(host::readFile(Filename("/dev/null")).fault, host::ReadFault::notRegular);
+}
+
+TEST(ReadFile, SaysWhyInTheSystemsWords) {
+  TemporaryFolder folder;
+  const Filename file = folder.write("a.bin", "abc");
+  fs::permissions(toPath(file), fs::perms::none);
+  if (access(toPath(file).c_str(), R_OK) == 0) GTEST_SKIP() << "this user may read every file";
+  const host::FileContent content = host::readFile(file);
+  EXPECT_EQ(content.fault, host::ReadFault::failed);
+  EXPECT_EQ(content.reason, "Permission denied");
+  EXPECT_TRUE(content.bytes.empty());
 }
 
 TEST(Files, MakesAndDeletesFolders) {

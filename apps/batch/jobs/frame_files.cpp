@@ -4,7 +4,6 @@
 #include <array>
 #include <cstddef>
 #include <filesystem>
-#include <fstream>
 #include <span>
 #include <string_view>
 #include <utility>
@@ -13,6 +12,7 @@
 #include "atomic_file.h"
 #include "lm_thread.h"
 #include "picture_decode.h"
+#include "read_file.h"
 
 namespace batch {
 namespace {
@@ -47,11 +47,6 @@ Filename absoluteFile(const Filename& file) {
   std::error_code failed;
   const fs::path path = fs::absolute(fs::path(file.GetString().GetUTF8()), failed);
   return failed ? file : Filename(String(path.lexically_normal().string()));
-}
-
-std::vector<char> readBytes(const Filename& file) {
-  std::ifstream in(fs::path(file.GetString().GetUTF8()), std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
 }
 
 /// Whether a file of the target's folder is the picture of one of its frames, "shot0012.tif".
@@ -99,8 +94,8 @@ void removeAbandoned(const AnimationTarget& target) {
 
 bool isWholeFrame(const Filename& picture, PixelSize size) {
   if (!GeFExist(picture)) return false;
-  const std::vector<char> file = readBytes(picture);
-  Bytes bytes = std::as_bytes(std::span(file));
+  const host::FileContent file = host::readFile(picture);
+  Bytes bytes = file.bytes;
   const bool layered = picture.CheckSuffix(suffixOf(openRaster));
   if (layered) bytes = mergedPicture(bytes);
   if (bytes.empty()) return false;

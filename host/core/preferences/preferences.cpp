@@ -12,6 +12,7 @@
 #include "console.h"
 #include "container_json.h"
 #include "platform.h"
+#include "read_file.h"
 
 namespace host {
 
@@ -34,24 +35,15 @@ Filename besides(const Filename& file, const char* ending) {
   return Filename(file.GetString() + ending);
 }
 
-enum class Reading { missing, failed, done };
-
-Reading readWhole(const Filename& file, std::string& text, std::string& reason) {
-  std::FILE* stream =
-      GeFExist(file, TRUE) ? (errno = EISDIR, nullptr) : std::fopen(file.GetString().GetUTF8().c_str(), "rb");
-  if (!stream) {
-    const int code = errno;
-    reason = std::system_category().message(code);
-    return code == ENOENT || code == ENOTDIR ? Reading::missing : Reading::failed;
+std::string reasonOf(const FileContent& file) {
+  switch (file.fault) {
+  case ReadFault::folder:
+    return std::generic_category().message(EISDIR);
+  case ReadFault::notRegular:
+    return "it is not a plain file";
+  default:
+    return file.reason;
   }
-  text.clear();
-  char block[1 << 16];
-  for (std::size_t got = 0; (got = std::fread(block, 1, sizeof block, stream)) > 0;)
-    text.append(block, got);
-  const bool failed = std::ferror(stream) != 0;
-  if (failed) reason = std::system_category().message(errno);
-  std::fclose(stream);
-  return failed ? Reading::failed : Reading::done;
 }
 
 // {"format": ..., "version": 1, "<key>": container, ...}
@@ -138,16 +130,13 @@ void Preferences::keepCopy(LONG entries) {
 bool Preferences::readDisk(Contents& contents) {
   for (const auto& [key, slot] : slots_)
     if (slot->onDisk) contents[key] = slot->base;
-  std::string text, reason;
-  switch (readWhole(file_, text, reason)) {
-  case Reading::missing:
+  const FileContent file = readFile(file_);
+  if (file.fault == ReadFault::missing) {
     lastText_.reset();
     return true;
-  case Reading::failed:
-    return complain(reason);
-  case Reading::done:
-    break;
   }
+  if (file.fault != ReadFault::none) return complain(reasonOf(file));
+  std::string text(file.text()), reason;
   if (text == lastText_) return true;
   Contents read;
   LONG dropped = 0;

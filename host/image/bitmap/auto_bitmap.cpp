@@ -6,7 +6,7 @@
 
 namespace {
 
-/// A plain file name, not a way out of the resource folder.
+/// A plain file name, not a path that leads out of the resource folder.
 bool isPlainName(const std::string& name) {
   return !name.empty() && name != "." && name != ".." && name.find_first_of("/\\") == std::string::npos &&
          name.find('\0') == std::string::npos;

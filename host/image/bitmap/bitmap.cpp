@@ -1,4 +1,4 @@
-// A bitmap's shape and pixels.
+// A bitmap's size, depth and pixels.
 #include <algorithm>
 #include <limits>
 #include <memory>
@@ -47,7 +47,7 @@ void copyPixels(const std::atomic<ULONG>* from, std::atomic<ULONG>* to, std::siz
     to[i].store(from[i].load(std::memory_order_relaxed), std::memory_order_relaxed);
 }
 
-/// The part of a film that belongs to a part of its picture.
+/// The section of a film that belongs to a section of its picture.
 std::shared_ptr<host::Film> cutFilm(const host::Film& film, LONG x, LONG y, LONG width, LONG height) {
   auto part = std::make_shared<host::Film>(width, height);
   float value[4];
@@ -90,7 +90,7 @@ void BaseBitmap::FlushAll() {
 }
 
 IMAGERESULT BaseBitmap::Init(LONG width, LONG height, LONG depth) {
-  // A renderer asks for the same shape again and again: the memory stays.
+  // A renderer often asks for the same size and depth again: the memory is reused.
   const bool sameMemory = pixels_ && width == width_ && height == height_;
   if (!sameMemory || (depth != 24 && depth != 32)) FlushAll();
   if (width < 1 || height < 1 || width > host::maxPictureSide || height > host::maxPictureSide)

@@ -1,4 +1,4 @@
-// What the host keeps beside a bitmap's pixels. Private to host/image.
+// Data that the host keeps with a bitmap's pixels. Private to host/image.
 #pragma once
 
 #include <cstddef>
@@ -17,8 +17,9 @@ struct BitmapData {
   std::shared_ptr<Film> film;
 };
 
-/// Whether this many bytes more can reasonably be asked for: at most three quarters of the machine's memory.
-/// Without the check a picture of 4 GB would be granted and the program killed when it fills it. Any thread.
+/// The most bytes that are asked for at once: three quarters of the machine's memory. Without the limit a
+/// picture of 4 GB would be granted and the program killed when it fills it. Any thread.
+std::size_t mostMemory() noexcept;
 bool fitsMemory(std::size_t count) noexcept;
 
 } // namespace host

@@ -102,7 +102,7 @@ struct Rows {
   }
 };
 
-/// Half a thousandth of a code takes up what the sums of weights lost, so that halves round up.
+/// Half a thousandth of a code makes up for the rounding of the weights' sums, so that halves round up.
 ULONG roundWord(Lanes fresh) {
   const IntLanes values = __builtin_convertvector(fresh + 0.5005f, IntLanes);
   ULONG word = 0;
@@ -121,7 +121,7 @@ ULONG mixWords(ULONG fresh, ULONG there, LONG intensity) {
   return word;
 }
 
-/// Stores what `word` gives for every column, mixed by `intensity` of 256 with what is there.
+/// Stores `word` of every column, mixed by `intensity` of 256 with the present pixel.
 template <class WordAt>
 void storeRow(std::atomic<ULONG>* out, LONG width, LONG intensity, WordAt word) {
   for (LONG x = 0; x < width; ++x) {
@@ -155,7 +155,7 @@ void BaseBitmap::ScaleIt(BaseBitmap* target, LONG intensity, Bool sample, Bool p
   const Box box = targetBox(width_, height_, target->width_, target->height_, proportional != FALSE);
   const ULONG opaque = depth_ == 32 ? 0 : 0xff000000u;
   try {
-    // Without a filter, or when nothing changes its size, a target pixel is a source pixel.
+    // Without a filter, or at the same size, a target pixel is a source pixel.
     if (!sample || (box.width == width_ && box.height == height_)) {
       std::vector<LONG> columns;
       for (LONG x = 0; x < box.width; ++x)
@@ -193,6 +193,6 @@ void BaseBitmap::ScaleIt(BaseBitmap* target, LONG intensity, Bool sample, Bool p
                [&sum](LONG x) { return roundWord(sum[static_cast<std::size_t>(x)]); });
     }
   } catch (const std::bad_alloc&) {
-    // Rows and weights are small beside the pictures: nothing sensible is left to draw with.
+    // Rows and weights are small beside the pictures: without memory for them nothing can be drawn.
   }
 }

@@ -65,7 +65,7 @@ bool FixedScaleRows::suits(const ScaleAxis& columns, const ScaleAxis& lines) {
   return columns.mostTaps() <= mostTaps && lines.mostTaps() <= mostTaps;
 }
 
-// What is read and written in groups has room behind its end.
+// Buffers that are read and written in groups have room after their end.
 FixedScaleRows::FixedScaleRows(const std::atomic<ULONG>* pixels, LONG width, ULONG opaque,
                                const ScaleAxis& columns, const ScaleAxis& lines)
     : pixels_(pixels), width_(width), opaque_(opaque), columns_(columns), lines_(lines),
@@ -78,7 +78,7 @@ FixedScaleRows::FixedScaleRows(const std::atomic<ULONG>* pixels, LONG width, ULO
     addColumn(taps);
   if (first_.size() % 2) addColumn({});
   out_.resize(first_.size());
-  // A half, and what the products lose on average.
+  // A half, plus the average loss of the products.
   rounding_ = static_cast<std::uint16_t>(128 + (columns.mostTaps() + lines.mostTaps()) / 2);
 }
 

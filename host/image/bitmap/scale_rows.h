@@ -1,4 +1,4 @@
-// How resampling weighs source pixels, and a quick way for pictures that hardly change their size.
+// The weights of source pixels in resampling, and a fast path for pictures that hardly change their size.
 #pragma once
 
 #include <array>
@@ -30,9 +30,9 @@ struct ScaleAxis {
   std::uint32_t mostTaps() const;
 };
 
-/// Makes the target's rows, in any order, from at most `mostTaps` source pixels an axis, that is when nothing
-/// shrinks to less than a third. Counts in 256ths of a code: a channel is at most a twentieth of a code off
-/// before it is rounded, and an even colour stays what it is. A source row is read once while neighbouring
+/// Makes the target's rows, in any order, from at most `mostTaps` source pixels per axis: when neither axis
+/// shrinks to less than a third. Works in 256ths of a code: a channel is at most a twentieth of a code off
+/// before it is rounded, and a uniform colour does not change. A source row is read once while neighbouring
 /// target rows need it.
 class FixedScaleRows {
  public:

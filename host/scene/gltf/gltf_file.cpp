@@ -2,20 +2,15 @@
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
-#include <cstdio>
 #include <cstring>
-#include <filesystem>
 #include <set>
-#include <system_error>
 
 #include "file_reference.h"
+#include "read_file.h"
 
 namespace host {
 
 namespace {
-
-namespace fs = std::filesystem;
 
 constexpr std::uint32_t magicGltf = 0x46546C67, chunkJson = 0x4E4F534A, chunkBinary = 0x004E4942;
 
@@ -24,10 +19,6 @@ std::uint32_t word(std::span<const std::byte> bytes, std::size_t at) {
   for (std::size_t i = 0; i < 4; ++i)
     value |= std::to_integer<std::uint32_t>(bytes[at + i]) << (8 * i);
   return value;
-}
-
-fs::path pathOf(const Filename& file) {
-  return fs::path(std::u8string(reinterpret_cast<const char8_t*>(file.GetString().GetUTF8().c_str())));
 }
 
 struct DataUri {
@@ -301,27 +292,24 @@ bool isTextGltf(std::span<const std::byte> bytes) noexcept {
 
 BytesPtr readWholeFile(const Filename& file, std::size_t mostBytes) {
   const std::string name = "\"" + file.GetString().GetUTF8() + "\"";
-  const fs::path path = pathOf(file);
-  std::error_code code;
-  const fs::file_status status = fs::status(path, code);
-  if (status.type() == fs::file_type::not_found) throw SceneError(name + " is not there", "Check the name.");
-  if (fs::is_directory(status)) throw SceneError(name + " is a folder", "Choose the scene file inside it.");
-  if (status.type() == fs::file_type::none)
-    throw SceneError(name + " cannot be read: " + code.message(), "Check your rights to the folder.");
-  if (!fs::is_regular_file(status)) throw SceneError(name + " is not a file of data", "Choose a scene file.");
-  const std::uintmax_t size = fs::file_size(path, code);
-  if (code || size > mostBytes)
+  FileContent content = readFile(file, mostBytes);
+  switch (content.fault) {
+  case ReadFault::none:
+    return std::make_shared<Bytes>(std::move(content.bytes));
+  case ReadFault::missing:
+    throw SceneError(name + " is not there", "Check the name.");
+  case ReadFault::folder:
+    throw SceneError(name + " is a folder", "Choose the scene file inside it.");
+  case ReadFault::notRegular:
+    throw SceneError(name + " is not a file of data", "Choose a scene file.");
+  case ReadFault::unreachable:
+    throw SceneError(name + " cannot be read: " + content.reason, "Check your rights to the folder.");
+  case ReadFault::tooLarge:
     throw SceneError(name + " is too large to load", "Split the scene into smaller ones.");
-  std::FILE* stream = std::fopen(path.string().c_str(), "rb");
-  if (!stream)
-    throw SceneError(name + " cannot be read: " + std::generic_category().message(errno),
-                     "Check your rights to the file.");
-  auto bytes = std::make_shared<Bytes>(static_cast<std::size_t>(size));
-  const std::size_t count = std::fread(bytes->data(), 1, bytes->size(), stream);
-  std::fclose(stream);
-  if (count != bytes->size())
-    throw SceneError(name + " could not be read to its end", "Check the disk, then try again.");
-  return bytes;
+  case ReadFault::failed:
+    break;
+  }
+  throw SceneError(name + " cannot be read: " + content.reason, "Check your rights to the file.");
 }
 
 GltfFile readGltf(BytesPtr bytes, const Filename& folder, LoadContext& context) {
