@@ -130,7 +130,7 @@ TEST(BitmapScale, ProportionalCentresAndKeepsTheBorders) {
       EXPECT_EQ(at(*target, x, y), y >= 2 && y < 7 ? (Rgba{200, 0, 0, 255}) : (Rgba{0, 0, 99, 255})) << y;
 }
 
-TEST(BitmapScale, AlphaGoesAlongOrIsOpaque) {
+TEST(BitmapScale, AlphaIsScaledOrOpaque) {
   Bitmap source, target;
   init(source, 2, 1, 32);
   init(target, 1, 1, 32);
@@ -139,7 +139,7 @@ TEST(BitmapScale, AlphaGoesAlongOrIsOpaque) {
   source->ScaleIt(target, 256, TRUE, FALSE);
   EXPECT_EQ(at(*target, 0, 0), (Rgba{20, 20, 20, 50}));
 
-  Bitmap flat; // what had an alpha channel and has none any more gives an opaque picture
+  Bitmap flat; // a picture that has lost its alpha channel is opaque
   ASSERT_TRUE(source->CopyTo(flat));
   Bitmap noAlpha;
   init(noAlpha, 2, 1, 24);
@@ -192,7 +192,7 @@ std::vector<double> weightsOf(LONG t, LONG from, LONG to) {
   return all;
 }
 
-/// The filtered red of a target pixel, by the definition.
+/// The filtered red of a target pixel, by the reference formula.
 double filteredRed(const BaseBitmap& source, const std::vector<double>& columns,
                    const std::vector<double>& lines) {
   double sum = 0;
@@ -206,8 +206,8 @@ double filteredRed(const BaseBitmap& source, const std::vector<double>& columns,
 
 } // namespace
 
-// Every way of counting, quick and slow, comes to the definition's value, rounded.
-TEST(BitmapScale, AnySizeIsTheDefinitionsFilter) {
+// Every path, fast and slow, gives the reference value, rounded.
+TEST(BitmapScale, EverySizeMatchesTheReferenceFilter) {
   std::mt19937 random(11);
   std::uniform_int_distribution<int> code(0, 255);
   Bitmap source, target;

@@ -1,4 +1,4 @@
-// A bitmap's shape, pixels and parts.
+// A bitmap's size, depth, pixels and sections.
 #include <thread>
 
 #include "picture_fixture.h"
@@ -90,14 +90,14 @@ TEST(Bitmap, OutsideReadsBlackAndIgnoresWrites) {
       EXPECT_EQ(at(*bitmap, x, y), (Rgba{50, 60, 70, 255}));
 }
 
-TEST(Bitmap, ClearOfARectangleIsInclusiveAndCut) {
+TEST(Bitmap, ClearOfARectangleIsInclusiveAndClipped) {
   AutoAlloc<BaseBitmap> bitmap;
   ASSERT_EQ(bitmap->Init(6, 5, 32), IMAGERESULT_OK);
   bitmap->SetAlpha(2, 2, 3);
   bitmap->Clear(1, 2, 3, 3, 9, 8, 7);
   bitmap->Clear(-10, -10, 0, 0, 1, 2, 3);
   bitmap->Clear(5, 4, INT32_MAX, INT32_MAX, 4, 5, 6);
-  bitmap->Clear(4, 1, 2, 1, 200, 200, 200); // turned round: nothing
+  bitmap->Clear(4, 1, 2, 1, 200, 200, 200); // corners swapped: nothing
   for (LONG y = 0; y < 5; ++y)
     for (LONG x = 0; x < 6; ++x) {
       Rgba wanted{0, 0, 0, x == 2 && y == 2 ? 3 : 255};

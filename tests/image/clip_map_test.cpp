@@ -41,7 +41,7 @@ TEST(ClipMap, BadShapesAreRefused) {
   EXPECT_EQ(map->GetBw(), 0);
 }
 
-TEST(ClipMap, PixelsWriteWhateverTheMode) {
+TEST(ClipMap, SetPixelIgnoresTheDrawMode) {
   ClipMap map;
   init(map, 3, 3, {9, 9, 9, 255});
   map->SetDrawMode(GE_CM_DRAWMODE_BLEND, 255);
@@ -71,7 +71,7 @@ TEST(ClipMap, NothingIsDrawnOutsideBeginAndEnd) {
       EXPECT_EQ(at(*map, x, y), (Rgba{1, 2, 3, 255}));
 }
 
-TEST(ClipMap, CopyModeWritesColourAndAlpha) {
+TEST(ClipMap, CopyModeWritesColorAndAlpha) {
   ClipMap map;
   init(map, 5, 5, {9, 9, 9, 255});
   map->SetDrawMode(GE_CM_DRAWMODE_COPY);
@@ -82,12 +82,12 @@ TEST(ClipMap, CopyModeWritesColourAndAlpha) {
       EXPECT_EQ(at(*map, x, y), y == 2 && x >= 1 && x <= 3 ? (Rgba{10, 20, 30, 40}) : (Rgba{9, 9, 9, 255}));
 }
 
-TEST(ClipMap, RectanglesAreCut) {
+TEST(ClipMap, RectanglesAreClipped) {
   ClipMap map;
   init(map, 3, 3, {0, 0, 0, 255});
   map->SetColor(7, 7, 7);
   map->FillRect(INT32_MIN, 1, INT32_MAX, 1);
-  map->FillRect(2, 2, 1, 2); // turned round: nothing
+  map->FillRect(2, 2, 1, 2); // corners swapped: nothing
   EXPECT_EQ(at(*map, 0, 1), (Rgba{7, 7, 7, 255}));
   EXPECT_EQ(at(*map, 2, 1), (Rgba{7, 7, 7, 255}));
   EXPECT_EQ(at(*map, 1, 2), (Rgba{0, 0, 0, 255}));
@@ -117,7 +117,7 @@ TEST(ClipMap, TheModesValueScalesTheAlpha) {
   EXPECT_EQ(at(*map, 0, 0), (Rgba{50, 50, 50, 255}));
 }
 
-TEST(ClipMap, BlendingOntoATransparentMapKeepsTheColour) {
+TEST(ClipMap, BlendingOntoATransparentMapKeepsTheColor) {
   ClipMap map;
   init(map, 2, 1, {90, 0, 0, 0});
   map->SetDrawMode(GE_CM_DRAWMODE_BLEND);
@@ -175,7 +175,7 @@ TEST(ClipMap, BlitKeepsThePlaceOfACutPart) {
   EXPECT_EQ(at(*map, 0, 0), (Rgba{0, 0, 0, 255}));
 }
 
-TEST(ClipMap, BlitWithinOneMapMovesWhatWasThere) {
+TEST(ClipMap, BlitWithinOneMapReadsTheOldPixels) {
   ClipMap map;
   init(map, 4, 1, {0, 0, 0, 255});
   for (LONG x = 0; x < 4; ++x)

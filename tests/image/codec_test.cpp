@@ -1,4 +1,4 @@
-// Each format's own ways of storing pixels, with exact values.
+// Storage of pixels in each format, with exact values.
 #include <OpenEXR/ImfChannelList.h>
 #include <OpenEXR/ImfFrameBuffer.h>
 #include <OpenEXR/ImfHeader.h>
@@ -47,7 +47,7 @@ Bytes fileBytes(const std::string& path) {
 TEST(PngCodec, GreyOfEveryDepth) {
   PngParts parts;
   parts.width = 2;
-  parts.colours = SPNG_COLOR_TYPE_GRAYSCALE;
+  parts.colors = SPNG_COLOR_TYPE_GRAYSCALE;
   parts.depth = 1;
   EXPECT_EQ(decode(makePng(parts, {0x40}))->bytes, (Values{0, 0, 0, 255, 255, 255, 255, 255}));
   parts.depth = 2;
@@ -62,7 +62,7 @@ TEST(PngCodec, GreyOfEveryDepth) {
 TEST(PngCodec, SixteenBitsWithAlphaStay) {
   PngParts parts;
   parts.depth = 16;
-  parts.colours = SPNG_COLOR_TYPE_TRUECOLOR_ALPHA;
+  parts.colors = SPNG_COLOR_TYPE_TRUECOLOR_ALPHA;
   const auto picture = decode(makePng(parts, {0, 1, 2, 3, 0xff, 0xff, 0x80, 1}));
   EXPECT_EQ(picture->words, (Words{1, 0x203, 65535, 0x8001}));
   EXPECT_TRUE(picture->hasAlpha);
@@ -72,7 +72,7 @@ TEST(PngCodec, SixteenBitsWithAlphaStay) {
 TEST(PngCodec, PalettesWithAlpha) {
   PngParts parts;
   parts.width = 3;
-  parts.colours = SPNG_COLOR_TYPE_INDEXED;
+  parts.colors = SPNG_COLOR_TYPE_INDEXED;
   parts.palette = {{10, 20, 30, 255}, {40, 50, 60, 128}, {70, 80, 90, 0}};
   const Values wanted{70, 80, 90, 0, 10, 20, 30, 255, 40, 50, 60, 128};
   parts.depth = 2;
@@ -82,10 +82,10 @@ TEST(PngCodec, PalettesWithAlpha) {
   EXPECT_TRUE(decode(makePng(parts, {2, 0, 1}))->hasAlpha);
 }
 
-TEST(PngCodec, AnIndexBehindThePaletteDoesNoHarm) {
+TEST(PngCodec, AnIndexPastThePaletteIsHarmless) {
   PngParts parts;
   parts.width = 2;
-  parts.colours = SPNG_COLOR_TYPE_INDEXED;
+  parts.colors = SPNG_COLOR_TYPE_INDEXED;
   parts.palette = {{10, 20, 30, 255}};
   const Bytes file = makePng(parts, {0, 255});
   const auto picture = host::decodePicture(file, "test", nullptr);
@@ -140,7 +140,7 @@ TEST(JpegCodec, InksAreStoredTheOtherWayRound) {
   }
 }
 
-TEST(JpegCodec, TwelveBitsAreRefusedInWords) {
+TEST(JpegCodec, TwelveBitsAreRefusedWithASentence) {
   JpegParts parts;
   Bytes file = makeJpeg(parts, {1, 2, 3});
   for (std::size_t i = 0; i + 5 < file.size(); ++i)
@@ -149,7 +149,7 @@ TEST(JpegCodec, TwelveBitsAreRefusedInWords) {
   EXPECT_NE(text.find("more than 8 bits"), std::string::npos) << text;
 }
 
-TEST(JpegCodec, AScanThatIsMissingIsNoPicture) {
+TEST(JpegCodec, AMissingScanIsDamage) {
   JpegParts parts;
   parts.width = parts.height = 400;
   Bytes file = makeJpeg(parts, Values(400 * 400 * 3, 7));
@@ -157,8 +157,8 @@ TEST(JpegCodec, AScanThatIsMissingIsNoPicture) {
   EXPECT_NE(refusal(file).find("damaged"), std::string::npos);
 }
 
-// Two pixels, the first red: which corner they come to in each of the eight orientations.
-TEST(Orientation, PicturesOfTheirOwnStandUpright) {
+// Two pixels, the first red, in each of the eight orientations.
+TEST(Orientation, ShownPicturesStandUpright) {
   PngParts parts;
   parts.width = 2;
   const Values rows{200, 0, 0, 0, 0, 100};
@@ -171,7 +171,7 @@ TEST(Orientation, PicturesOfTheirOwnStandUpright) {
     EXPECT_EQ(shown->width, orientation < 5 ? 2 : 1) << orientation;
     EXPECT_EQ(shown->height, orientation < 5 ? 1 : 2) << orientation;
     EXPECT_EQ(shown->bytes, mirrored[orientation - 1] ? blueFirst : redFirst) << orientation;
-    EXPECT_EQ(decode(file, PictureUse::colours)->bytes, redFirst);
+    EXPECT_EQ(decode(file, PictureUse::colors)->bytes, redFirst);
     EXPECT_EQ(decode(file, PictureUse::data)->bytes, redFirst);
   }
 }
@@ -193,13 +193,13 @@ TEST(Orientation, RowsAndColumnsOfATurn) {
   EXPECT_EQ(text, "daebfc");
 }
 
-TEST(Orientation, JpegsSayItInTheirExif) {
+TEST(Orientation, JpegStoresItInExif) {
   JpegParts parts;
   parts.width = 16;
   parts.height = 8;
   parts.orientation = 6;
   EXPECT_EQ(decode(makeJpeg(parts, Values(16 * 8 * 3, 9)))->width, 8);
-  EXPECT_EQ(decode(makeJpeg(parts, Values(16 * 8 * 3, 9)), PictureUse::colours)->width, 16);
+  EXPECT_EQ(decode(makeJpeg(parts, Values(16 * 8 * 3, 9)), PictureUse::colors)->width, 16);
 }
 
 TEST(TiffCodec, IntegersOfEveryDepth) {
@@ -230,7 +230,7 @@ TEST(TiffCodec, FloatsOfEveryDepth) {
                            }))
         ->floats;
   };
-  const std::uint16_t halves[] = {0x3800, 0x4400, 0x7e00}; // 0.5, 4, no number
+  const std::uint16_t halves[] = {0x3800, 0x4400, 0x7e00}; // 0.5, 4, NaN
   EXPECT_EQ(rgb(16, halves, 6), (Floats{0.5f, 4, 0, 1}));
   const float floats[] = {0.1f, 1e6f, -2};
   EXPECT_EQ(rgb(32, floats, 12), (Floats{0.1f, 1e6f, -2, 1}));
@@ -361,16 +361,16 @@ TEST(ExrCodec, PartsLayersAndTiles) {
   const std::vector<Imath::half> halves{0.5f, 1.0f, 1.5f, 2.0f, 2.5f, 3.0f};
   {
     Imf::MultiPartOutputFile file(path.c_str(), headers.data(), 2);
-    Imf::FrameBuffer depth, colours;
+    Imf::FrameBuffer depth, colors;
     depth.insert("Z", Imf::Slice(Imf::FLOAT, reinterpret_cast<char*>(values.data()), 4, 8));
     auto* start = reinterpret_cast<char*>(const_cast<Imath::half*>(halves.data()));
-    colours.insert("diffuse.R", Imf::Slice(Imf::HALF, start, 6, 12));
-    colours.insert("diffuse.G", Imf::Slice(Imf::HALF, start + 2, 6, 12));
-    colours.insert("diffuse.B", Imf::Slice(Imf::HALF, start + 4, 6, 12));
+    colors.insert("diffuse.R", Imf::Slice(Imf::HALF, start, 6, 12));
+    colors.insert("diffuse.G", Imf::Slice(Imf::HALF, start + 2, 6, 12));
+    colors.insert("diffuse.B", Imf::Slice(Imf::HALF, start + 4, 6, 12));
     Imf::OutputPart first(file, 0), second(file, 1);
     first.setFrameBuffer(depth);
     first.writePixels(1);
-    second.setFrameBuffer(colours);
+    second.setFrameBuffer(colors);
     second.writePixels(1);
   }
   EXPECT_EQ(decode(fileBytes(path))->floats, (Floats{0.5f, 1, 1.5f, 1, 2, 2.5f, 3, 1}));
@@ -393,7 +393,7 @@ TEST(ExrCodec, PartsLayersAndTiles) {
   EXPECT_EQ(grey->floats[20], 3);
 }
 
-TEST(ExrCodec, BrightnessAndColoursAtHalfTheSize) {
+TEST(ExrCodec, BrightnessAndColorsAtHalfTheSize) {
   picture_fixture::Folder folder;
   const std::string path = (folder.path() / "a.exr").string();
   const std::vector<Imf::Rgba> pixels(64, Imf::Rgba(0.25f, 0.5f, 1, 1));
@@ -446,6 +446,19 @@ TEST(WebpCodec, WrittenWithoutLossUnlessAQualityIsAsked) {
   ASSERT_EQ(bitmap->Save(name, host::filterWebp, &options), IMAGERESULT_OK);
   EXPECT_NE(textOf().find("VP8 "), std::string::npos); // the lossy kind
   EXPECT_NE(textOf().find("Lumenara"), std::string::npos);
+}
+
+// The suffixes that the plug-in gives the pictures of an animation.
+TEST(PictureFormats, AnimationsUseTheUsualSuffixes) {
+  const std::pair<LONG, const char*> used[] = {{FILTER_BMP, "bmp"},
+                                               {FILTER_TIF, "tif"},
+                                               {FILTER_JPG, "jpg"},
+                                               {FILTER_PSD, "psd"},
+                                               {FILTER_B3D, "b3d"}};
+  for (const auto& [filter, suffix] : used) {
+    ASSERT_NE(host::formatOfFilter(filter), nullptr) << suffix;
+    EXPECT_STREQ(host::formatOfFilter(filter)->suffixes[0], suffix);
+  }
 }
 
 TEST(PictureFormats, TheTableKnowsSuffixesAndNumbers) {

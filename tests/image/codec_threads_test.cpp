@@ -1,5 +1,5 @@
-// Pictures of all formats decoded by eight threads at once, and the same pixels whoever decodes them.
-// LUMENARA_PROOF_PICTURES says how many; the usual number keeps the tests short.
+// Pictures of all formats decoded by eight threads at once, with the same pixels on each.
+// LUMENARA_PROOF_PICTURES sets their number; the default keeps the tests short.
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -103,12 +103,12 @@ void addMade(std::vector<File>& files, unsigned width, unsigned height) {
   files.push_back({"a.tga", textFile(tga, std::size_t{width} * height * 3)});
 }
 
-/// Each file again, cut or with changed bytes: refused, or decoded the same way by everybody.
+/// Each file again, cut or with changed bytes: refused, or decoded the same way by every thread.
 void addDamaged(std::vector<File>& files, std::mt19937& random) {
   for (std::size_t i = 0, count = files.size(); i < count; ++i) {
     File cut = files[i], changed = files[i];
     cut.bytes.resize(cut.bytes.size() * (random() % 90 + 5) / 100);
-    // Formats of the part for rare ones keep their headers: the library behind it trusts them.
+    // Rare formats keep their headers: the library behind them does not check everything.
     const std::size_t from = std::min<std::size_t>(changed.bytes.size() - 1, 60);
     for (int flips = 0; flips < 5; ++flips)
       changed.bytes[from + random() % (changed.bytes.size() - from)] ^= std::byte{0x11};
@@ -132,7 +132,7 @@ TEST(CodecThreads, EightThreadsDecodeEveryFormatAtOnce) {
     addMade(files, side, side / 3 + 2);
   }
   addDamaged(files, random);
-  // The threads are the first to decode anything, so that what is set up once is set up by all of them.
+  // The threads are the first to decode anything, so that they all take part in one-time initialisation.
   const long wanted = wantedPictures();
   std::vector<std::atomic<std::size_t>> seen(files.size());
   std::atomic<long> next{0}, different{0};

@@ -29,7 +29,7 @@ TEST(DisplayTransform, IsTheSrgbCurve) {
   }
 }
 
-TEST(DisplayTransform, NeverFalls) {
+TEST(DisplayTransform, IsMonotonic) {
   int last = 0;
   for (float linear = 1e-6f; linear < 1.2f; linear *= 1.00005f) {
     const int code = host::toDisplay(linear);
@@ -39,7 +39,7 @@ TEST(DisplayTransform, NeverFalls) {
   EXPECT_EQ(last, 255);
 }
 
-TEST(DisplayTransform, CutsWhatIsOutside) {
+TEST(DisplayTransform, ClampsToItsRange) {
   EXPECT_EQ(host::toDisplay(-1), 0);
   EXPECT_EQ(host::toDisplay(-0.0f), 0);
   EXPECT_EQ(host::toDisplay(1e-30f), 0);
@@ -52,7 +52,7 @@ TEST(DisplayTransform, CutsWhatIsOutside) {
   EXPECT_EQ(host::toDisplay(0.5f), 188);
 }
 
-TEST(DisplayTransform, ThereAndBack) {
+TEST(DisplayTransform, RoundTripsEveryCode) {
   for (int code = 0; code < 256; ++code)
     EXPECT_EQ(host::toDisplay(host::fromDisplay(static_cast<unsigned char>(code))), code);
   EXPECT_EQ(host::fromDisplay(0), 0.0f);
@@ -72,7 +72,7 @@ TEST(Film, KeepsFloats) {
     EXPECT_EQ(v, 0.0f);
 }
 
-TEST(Film, GoesWithTheBitmapUntilItsShapeChanges) {
+TEST(Film, StaysUntilTheBitmapChangesShape) {
   AutoAlloc<BaseBitmap> bitmap;
   ASSERT_EQ(bitmap->Init(3, 2), IMAGERESULT_OK);
   EXPECT_EQ(host::filmOf(*bitmap), nullptr);
@@ -89,7 +89,7 @@ TEST(Film, GoesWithTheBitmapUntilItsShapeChanges) {
   EXPECT_EQ(host::filmOf(*bitmap), nullptr);
 }
 
-TEST(Film, ClonesShareItAndPartsHaveTheirPart) {
+TEST(Film, ClonesShareItAndPartsGetASection) {
   AutoAlloc<BaseBitmap> bitmap, target;
   ASSERT_EQ(bitmap->Init(4, 3), IMAGERESULT_OK);
   const auto film = std::make_shared<Film>(4, 3);

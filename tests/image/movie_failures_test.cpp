@@ -1,4 +1,4 @@
-// Movies that cannot be written: a code for the caller, one sentence in the record, nothing half-written.
+// Movies that cannot be written: an error code, one sentence in the record, no partial file.
 #include <sys/resource.h>
 
 #include <csignal>
@@ -10,7 +10,7 @@ using namespace movie_fixture;
 
 namespace {
 
-/// Opens with one thing wrong and expects this result, one sentence, and quiet failures after it.
+/// Opens with one invalid argument and expects this result, one sentence, and silent failures after it.
 std::string expectRefused(const Filename& name, BaseBitmap* bitmap, LONG fps, LONG format, LONG codec,
                           IMAGERESULT wanted) {
   BaseContainer options;
@@ -29,13 +29,13 @@ bool mentions(const std::string& sentence, const char* word) {
   return sentence.find(word) != std::string::npos;
 }
 
-/// Runs while files may hold `limit` bytes; gives what it returned.
+/// Runs while files may hold `limit` bytes; returns its result.
 template <class Work>
 int withFilesLimited(std::uintmax_t limit, Work work) {
   rlimit before;
   getrlimit(RLIMIT_FSIZE, &before);
   const rlimit most{static_cast<rlim_t>(limit), before.rlim_max};
-  const auto handler = std::signal(SIGXFSZ, SIG_IGN); // a failed write then says so
+  const auto handler = std::signal(SIGXFSZ, SIG_IGN); // a failed write returns an error instead
   setrlimit(RLIMIT_FSIZE, &most);
   const int result = work();
   setrlimit(RLIMIT_FSIZE, &before);
@@ -43,7 +43,7 @@ int withFilesLimited(std::uintmax_t limit, Work work) {
   return result;
 }
 
-/// Writes noise; 0 when all went well, 7 when it failed as it should: codes, one sentence, fast refusals.
+/// Writes noise. 0: success; 7: the expected failure with its codes, one sentence, and early refusals.
 int writeNoise(const Filename& name, LONG format, LONG codec) {
   Bitmap bitmap;
   if (bitmap->Init(160, 120) != IMAGERESULT_OK) return 1;
@@ -85,7 +85,7 @@ TEST(MovieFailures, ImpossibleRequests) {
   EXPECT_EQ(folder.entries(), 0u);
 }
 
-TEST(MovieFailures, CodecsThatTheFormatDoesNotHave) {
+TEST(MovieFailures, CodecsOfOtherFormats) {
   Folder folder;
   Bitmap bitmap;
   ASSERT_EQ(bitmap->Init(64, 48), IMAGERESULT_OK);
@@ -113,7 +113,7 @@ TEST(MovieFailures, AnEncoderThatIsNotInstalled) {
   EXPECT_EQ(folder.entries(), 0u);
 }
 
-TEST(MovieFailures, PicturesLargerThanTheCodecTakes) {
+TEST(MovieFailures, PicturesTooLargeForTheCodec) {
   Folder folder;
   Bitmap bitmap;
   ASSERT_EQ(bitmap->Init(8200, 16), IMAGERESULT_OK);
@@ -124,7 +124,7 @@ TEST(MovieFailures, PicturesLargerThanTheCodecTakes) {
   EXPECT_EQ(folder.entries(), 0u);
 }
 
-TEST(MovieFailures, FoldersThatAreNotThereOrNotWritable) {
+TEST(MovieFailures, MissingAndReadOnlyFolders) {
   Folder folder;
   Bitmap bitmap;
   ASSERT_EQ(bitmap->Init(64, 48), IMAGERESULT_OK);
@@ -134,7 +134,7 @@ TEST(MovieFailures, FoldersThatAreNotThereOrNotWritable) {
   if (fs::exists("/dev/full")) expectRefused("/dev/full", bitmap, 25, FILTER_AVI, 0, IMAGERESULT_FILEERROR);
   fs::permissions(folder.path(), fs::perms(0555));
   const uid_t user = geteuid();
-  if (user == 0) { // the superuser may write everywhere: be nobody for a while
+  if (user == 0) { // root may write everywhere: become nobody for a while
     ASSERT_EQ(seteuid(65534), 0);
   }
   expectRefused(folder.file("b.mov"), bitmap, 25, FILTER_MOVIE, 0, IMAGERESULT_FILEERROR);
@@ -157,14 +157,14 @@ TEST(MovieFailures, ADiskThatFillsAnywhereInTheMovie) {
       EXPECT_EQ(withFilesLimited(limit, again), 7)
           << "codec " << codec << ", " << limit << " of " << whole << " bytes";
       EXPECT_EQ(bytesOf(name), bytesFrom("old"));
-      EXPECT_EQ(folder.entries(), 1u); // no half movie beside it
+      EXPECT_EQ(folder.entries(), 1u); // no partial movie beside it
     }
     EXPECT_EQ(withFilesLimited(whole, again), 0);
     EXPECT_EQ(fs::file_size(folder.path() / "movie"), whole);
   }
 }
 
-TEST(MovieFailures, FramesOfAnotherSizeAreRefusedAndTheMovieGoesOn) {
+TEST(MovieFailures, FramesOfAnotherSizeAreSkipped) {
   NEEDS_FFMPEG();
   Folder folder;
   const Filename name = folder.file("a.mov");

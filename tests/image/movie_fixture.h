@@ -1,4 +1,4 @@
-// What the tests of movies share: frames with known colours, and what other programs see in the file.
+// Shared by the tests of movies: frames with known colours, and other programs' view of a file.
 #pragma once
 
 #include <cstdint>
@@ -27,10 +27,10 @@ inline int quarterAt(int x, int y, int width, int height) {
 }
 
 inline void paintFrame(BaseBitmap& bitmap, int frame) {
-  const std::array<Rgba, 4> colours = quarters(frame);
+  const std::array<Rgba, 4> colors = quarters(frame);
   for (LONG y = 0; y < bitmap.GetBh(); ++y)
     for (LONG x = 0; x < bitmap.GetBw(); ++x)
-      put(bitmap, x, y, colours[static_cast<std::size_t>(quarterAt(x, y, bitmap.GetBw(), bitmap.GetBh()))]);
+      put(bitmap, x, y, colors[static_cast<std::size_t>(quarterAt(x, y, bitmap.GetBw(), bitmap.GetBh()))]);
 }
 
 struct MovieRequest {
@@ -67,7 +67,7 @@ inline std::string quoted(const Filename& name) {
   return "'file:" + name.GetString().GetUTF8() + "'";
 }
 
-/// What ffprobe says of the video stream, with frames counted by decoding them.
+/// ffprobe's description of the video stream, with frames counted by decoding them.
 inline std::map<std::string, std::string> probe(const Filename& name) {
   std::istringstream lines(
       outputOf("ffprobe -v error -count_frames -show_streams -of default=nw=1 " + quoted(name)));
@@ -126,11 +126,11 @@ inline void expectFrame(const std::vector<std::uint8_t>& frame, int width, int h
   }
 }
 
-/// For the start of a test that looks from outside.
+/// Skips a test that needs ffmpeg where it is not installed.
 #define NEEDS_FFMPEG()                                                                                       \
   if (!hasProgram("ffprobe") || !hasProgram("ffmpeg")) GTEST_SKIP() << "ffmpeg is not installed"
 
-/// One failure since the last look, about this file; its sentence.
+/// Expects one new failure, about this file; returns its sentence.
 inline std::string onlyFailure(const Filename& name) {
   const std::vector<host::Failure> failures = host::takeFailures();
   EXPECT_EQ(failures.size(), 1u);

@@ -13,7 +13,7 @@ struct Case {
   const char* title;
   LONG format, codec;
   const char *name, *pixels;
-  const char *primaries, *transfer, *matrix, *range; // as ffprobe calls them; "" where the file has no word
+  const char *primaries, *transfer, *matrix, *range; // ffprobe's names; "" where the file has no tag
   double tolerance;                                  // of mean colours, in codes
   bool evenWidth, evenHeight;
 };
@@ -46,7 +46,7 @@ const Case cases[] = {
     {"AviRaw", FILTER_AVI, host::movieCodecRaw, "rawvideo", "bgr24", "", "", "", "", 0, false, false},
 };
 
-/// ffprobe's word, empty where it knows none.
+/// ffprobe's name; empty where it has none.
 std::string tagOf(std::map<std::string, std::string>& facts, const char* name) {
   return facts[name] == "unknown" || facts[name] == "N/A" ? "" : facts[name];
 }
@@ -70,7 +70,7 @@ class MovieFormats : public testing::TestWithParam<Case> {
 
 } // namespace
 
-TEST_P(MovieFormats, CodecSizeLengthAndColours) {
+TEST_P(MovieFormats, CodecSizeLengthAndColors) {
   NEEDS_FFMPEG();
   const MovieRequest wanted = request();
   writeMovie(file(), wanted);
@@ -109,7 +109,7 @@ TEST_P(MovieFormats, OddSizes) {
   const auto frames = decode(file(), width, height);
   ASSERT_EQ(frames.size(), 2u);
   expectFrame(frames[1], width, height, 1, GetParam().tolerance);
-  // The added column and row go on with the picture, they are not black.
+  // The added column and row repeat the picture's edge; they are not black.
   const std::size_t last = (static_cast<std::size_t>(width) * static_cast<std::size_t>(height) - 1) * 4;
   const Rgba corner = quarters(1)[3];
   EXPECT_NEAR(frames[1][last], corner.r, GetParam().tolerance + 4);
@@ -169,7 +169,7 @@ TEST(MovieDefaults, TheIndexOfH264ComesBeforeTheFrames) {
   EXPECT_LT(text.find("moov"), text.find("mdat"));
 }
 
-// Players that do not look at the tag go by the size; those that do find the same.
+// Players that ignore the tag go by the size; the tag says the same.
 TEST(MovieDefaults, TheMatrixOfMpeg4IsTaggedAndTheOneThatPlayersAssume) {
   NEEDS_FFMPEG();
   Folder folder;
@@ -189,7 +189,7 @@ TEST(MovieDefaults, TheMatrixOfMpeg4IsTaggedAndTheOneThatPlayersAssume) {
   }
 }
 
-// Every key frame says it, so that a player may begin anywhere; the file has no trouble with the longer
+// Every key frame has the tag, so that a player may begin anywhere; the container takes the longer
 // frames.
 TEST(MovieDefaults, EveryKeyFrameOfMpeg4IsTagged) {
   NEEDS_FFMPEG();
@@ -244,7 +244,7 @@ TEST(MovieAlpha, WhereTheCodecHasOne) {
   }
 }
 
-TEST(MovieAlpha, IsLeftOutWhereThereIsNone) {
+TEST(MovieAlpha, IsLeftOutForOtherCodecs) {
   NEEDS_FFMPEG();
   Folder folder;
   MovieRequest request;

@@ -1,4 +1,4 @@
-// The life of a movie: order of frames, cancel, names, choices, threads.
+// Writing movies: order of frames, cancel, names, options, threads.
 #include <algorithm>
 #include <thread>
 
@@ -61,7 +61,7 @@ TEST(MovieSaver, KeepsManyFramesInOrder) {
   }
 }
 
-TEST(MovieSaver, CancelledAfterTwoFramesItIsAMovieOfTwo) {
+TEST(MovieSaver, CancelAfterTwoFramesLeavesAMovieOfTwo) {
   NEEDS_FFMPEG();
   Folder folder;
   for (const LONG format : {FILTER_MOVIE, FILTER_AVI}) {
@@ -123,7 +123,7 @@ TEST(MovieSaver, FreeClosesAndOneSaverWritesSeveralMovies) {
     EXPECT_GT(bytesOf(folder.file(name)).size(), 500u) << name;
 }
 
-TEST(MovieSaver, NamesThatLookLikeSomethingElse) {
+TEST(MovieSaver, UnusualFileNames) {
   Folder folder;
   for (const char* name : {"a:b.mov", "frame%04d.mov", "Größe 東.mov", "no suffix", "-x.mov"}) {
     writeMovie(folder.file(name), {});
@@ -217,14 +217,14 @@ TEST(MovieOptions, AreBroughtIntoTheirRanges) {
   EXPECT_FALSE(read.alpha);
 }
 
-TEST(MovieOptions, WhatIsInstalledBeginsWithTheDefault) {
+TEST(MovieOptions, InstalledCodecsBeginWithTheDefault) {
   const std::vector<host::MovieCodecInfo> mov = host::movieCodecs(FILTER_MOVIE),
                                           avi = host::movieCodecs(FILTER_AVI);
   ASSERT_FALSE(mov.empty());
   ASSERT_FALSE(avi.empty());
   EXPECT_EQ(avi[0].id, host::movieCodecMpeg4);
   EXPECT_TRUE(host::movieCodecs(FILTER_PNG).empty());
-  for (const LONG format : {FILTER_MOVIE, FILTER_AVI}) // each of them can be opened
+  for (const LONG format : {FILTER_MOVIE, FILTER_AVI}) // each can be opened
     for (const host::MovieCodecInfo& codec : host::movieCodecs(format)) {
       Folder folder;
       MovieRequest request;
@@ -246,7 +246,7 @@ TEST(MovieOptions, AreChosenByTheUser) {
   } chooser;
   Saver saver;
   BaseContainer options;
-  EXPECT_FALSE(saver->Choose(FILTER_AVI, options)); // nobody to ask
+  EXPECT_FALSE(saver->Choose(FILTER_AVI, options)); // no user interface
   host::setUserInterface(&chooser);
   EXPECT_TRUE(saver->Choose(FILTER_AVI, options));
   EXPECT_EQ(chooser.asked, FILTER_AVI);
@@ -255,7 +255,7 @@ TEST(MovieOptions, AreChosenByTheUser) {
   BaseContainer kept;
   kept.SetLong(host::movieQualityKey, 50);
   EXPECT_FALSE(saver->Choose(FILTER_MOVIE, kept));
-  EXPECT_EQ(kept.GetLong(host::movieQualityKey), 50); // cancelled: what was edited meanwhile is dropped
+  EXPECT_EQ(kept.GetLong(host::movieQualityKey), 50); // cancelled: edits are dropped
   chooser.asked = 0;
   EXPECT_FALSE(saver->Choose(FILTER_PNG, options)); // nothing to choose
   EXPECT_EQ(chooser.asked, 0);

@@ -102,7 +102,7 @@ TEST(PictureDecode, KeepsBytesOfExactFormats) {
   }
 }
 
-TEST(PictureDecode, KeepsColoursAboveAlpha) {
+TEST(PictureDecode, KeepsColorsAboveAlpha) {
   std::vector<unsigned char> pixels;
   for (int i = 0; i < 16; ++i)
     for (const int v : {200, 100, 7, i * 17})
@@ -186,7 +186,7 @@ TEST(PictureDecode, EveryKindIsRead) {
   }
 }
 
-TEST(PictureDecode, WhatIsNoPicture) {
+TEST(PictureDecode, NonPicturesAreRefused) {
   for (const char* text :
        {"", "x", "hello, this is no picture at all", "{\"asset\": {\"version\": \"2.0\"}}", "BM", "P", "GIF",
         "RIFF\1\2\3\4WAVE....", "\x89PNG\r\n\x1a\n", "\xff\xd8\xff", "II*", "#?RADIANCE\n"})
@@ -195,11 +195,11 @@ TEST(PictureDecode, WhatIsNoPicture) {
   EXPECT_FALSE(host::decodePicture({}, "empty", nullptr));
 }
 
-TEST(PictureDecode, CutFilesAreDamagedNotCrashes) {
+TEST(PictureDecode, TruncatedFilesAreReportedAsDamaged) {
   for (const auto& [format, bytes] : oneOfEach())
     for (std::size_t keep = 0; keep < bytes.size(); keep += std::max<std::size_t>(1, bytes.size() / 60)) {
       const Bytes cut(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(keep));
-      // What ends the last picture row may be missing unnoticed; three quarters of a file are never a
+      // A missing end of the last picture row may go unnoticed; three quarters of a file are never a
       // picture.
       const auto picture = decode(cut, nameFor(format));
       if (keep < bytes.size() * 3 / 4) {
@@ -208,7 +208,7 @@ TEST(PictureDecode, CutFilesAreDamagedNotCrashes) {
     }
 }
 
-TEST(PictureDecode, FlippedBitsDoNoHarm) {
+TEST(PictureDecode, FlippedBitsAreHarmless) {
   std::mt19937 random(20240607);
   int survived = 0, refused = 0;
   for (const auto& [format, bytes] : oneOfEach())
@@ -251,7 +251,7 @@ TEST(PictureDecode, HugeClaimsAreRefusedAtOnce) {
   EXPECT_NE(error.find("32769 x 1"), std::string::npos) << error;
 }
 
-TEST(PictureLoad, ResultsTellWhatIsWrong) {
+TEST(PictureLoad, ResultsNameTheFault) {
   Folder folder;
   AutoAlloc<BaseBitmap> bitmap;
   const auto expectEmpty = [&](const Filename& name, IMAGERESULT wanted) {

@@ -72,7 +72,7 @@ Bytes makePng(const PngParts& parts, const Values& rows) {
   spng_ihdr header{parts.width,
                    parts.height,
                    static_cast<std::uint8_t>(parts.depth),
-                   static_cast<std::uint8_t>(parts.colours),
+                   static_cast<std::uint8_t>(parts.colors),
                    0,
                    0,
                    static_cast<std::uint8_t>(parts.interlaced)};
@@ -169,13 +169,13 @@ Bytes makeTiff(const char* mode, const std::function<void(TIFF*)>& fill) {
 }
 
 void setTags(TIFF* tiff, std::uint32_t width, std::uint32_t height, int samples, int bits, int format,
-             int colours) {
+             int colors) {
   TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, width);
   TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, height);
   TIFFSetField(tiff, TIFFTAG_SAMPLESPERPIXEL, samples);
   TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, bits);
   TIFFSetField(tiff, TIFFTAG_SAMPLEFORMAT, format);
-  TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, colours);
+  TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, colors);
   TIFFSetField(tiff, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
   TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, 2);
 }

@@ -19,7 +19,7 @@ using Values = std::vector<unsigned char>;
 
 struct PngParts {
   std::uint32_t width = 1, height = 1;
-  int depth = 8, colours = SPNG_COLOR_TYPE_TRUECOLOR;
+  int depth = 8, colors = SPNG_COLOR_TYPE_TRUECOLOR;
   bool interlaced = false;
   std::vector<std::array<unsigned char, 4>> palette; // with alpha
   Bytes profile, exif;
@@ -42,7 +42,7 @@ Bytes makeJpeg(const JpegParts& parts, const Values& pixels);
 Bytes makeTiff(const char* mode, const std::function<void(TIFF*)>& fill);
 /// The tags of a plain picture of strips.
 void setTags(TIFF* tiff, std::uint32_t width, std::uint32_t height, int samples, int bits, int format,
-             int colours);
+             int colors);
 void writeRows(TIFF* tiff, std::uint32_t height, const void* rows, std::size_t rowBytes);
 
 Bytes makeWebp(unsigned width, unsigned height, const Values& rgba, float quality, const Bytes& profile = {});
@@ -54,7 +54,7 @@ Bytes makeAnimation(unsigned width, unsigned height, const Values& first, const 
 Bytes rgbProfile(double exponent);
 Bytes greyProfile(double exponent);
 Bytes inkProfile();
-/// One that no picture may carry: a link between two devices.
+/// A link between two devices, which pictures must not contain.
 Bytes linkProfile();
 
 /// EXIF data with an orientation, in the byte order of "II" or "MM".

@@ -1,4 +1,4 @@
-// What the tests of host/image share: pictures with known pixels, temporary folders, other programs.
+// Shared by the tests of host/image: pictures with known pixels, temporary folders, other programs.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -23,7 +23,7 @@ namespace picture_fixture {
 
 namespace fs = std::filesystem;
 
-/// A folder that goes with the test.
+/// A folder that is removed after the test.
 class Folder {
  public:
   Folder() {
@@ -108,7 +108,7 @@ inline bool hasProgram(const std::string& name) {
   return std::system(("command -v " + name + " > /dev/null 2>&1").c_str()) == 0;
 }
 
-/// What a program prints.
+/// A program's output, errors included.
 inline std::string outputOf(const std::string& command) {
   std::string text;
   const std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen((command + " 2>&1").c_str(), "r"), pclose);

@@ -1,4 +1,4 @@
-// PSD pictures, as two other readers see them.
+// PSD pictures as read by ImageMagick and by us.
 #include "failures.h"
 #include "picture_fixture.h"
 
@@ -21,7 +21,7 @@ void expectSame(const BaseBitmap& bitmap, const BaseBitmap& other, bool alpha) {
   EXPECT_EQ(wrong, 0);
 }
 
-/// What ImageMagick reads, through a PNG: the merged picture (0) or a layer (from 1).
+/// The merged picture (0) or a layer (from 1) as ImageMagick reads it, through a PNG.
 void readBack(const Filename& psd, int part, const Filename& png, Bitmap& bitmap) {
   const std::string from = psd.GetString().GetUTF8() + "[" + std::to_string(part) + "]";
   ASSERT_EQ(outputOf("convert '" + from + "' 'png32:" + png.GetString().GetUTF8() + "'"), "");
@@ -57,7 +57,7 @@ TEST(PsdFilter, TheMergedPictureIsOnWhite) {
   for (LONG i = 0; i < 16; ++i)
     bitmap->SetAlpha(i % 4, i / 4, 51);
   ASSERT_EQ(bitmap->Save(folder.file("a.psd"), FILTER_PSD, nullptr, SAVEBIT_ALPHA), IMAGERESULT_OK);
-  // The reader takes the white away again, which gives other colours when there was none.
+  // The reader removes the white again, which gives other colours when it was not there.
   readBack(folder.file("a.psd"), 0, folder.file("back.png"), back);
   EXPECT_EQ(at(*back, 1, 1), (Rgba{10, 20, 30, 51}));
 }
@@ -72,7 +72,7 @@ TEST(PsdFilter, OurReaderReadsThePixels) {
   expectSame(*bitmap, *back, false);
 }
 
-TEST(PsdFilter, AGreyPictureStaysInColours) {
+TEST(PsdFilter, AGreyPictureStaysInColors) {
   Folder folder;
   Bitmap bitmap;
   ASSERT_EQ(bitmap->Init(32, 32), IMAGERESULT_OK);
@@ -81,7 +81,7 @@ TEST(PsdFilter, AGreyPictureStaysInColours) {
   const std::vector<std::byte> bytes = bytesOf(folder.file("a.psd"));
   ASSERT_GT(bytes.size(), 26u);
   EXPECT_EQ(std::string(reinterpret_cast<const char*>(bytes.data()), 4), "8BPS");
-  EXPECT_EQ(bytes[5], std::byte{1});  // version: PSD, not its large relative
+  EXPECT_EQ(bytes[5], std::byte{1});  // version: PSD, not PSB
   EXPECT_EQ(bytes[13], std::byte{3}); // channels
   EXPECT_EQ(bytes[25], std::byte{3}); // RGB
 }

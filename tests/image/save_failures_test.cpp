@@ -1,4 +1,4 @@
-// Saves that cannot succeed: the caller gets a code, the record a sentence, the old file stays.
+// Saves that fail: the caller gets a code, the record a sentence, and the old file stays.
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -30,12 +30,12 @@ void makeBitmap(Bitmap& bitmap, LONG width, LONG height) {
   fillPattern(*bitmap);
 }
 
-/// Runs in a child whose files may hold `limit` bytes; gives what it returned.
+/// Runs in a child whose files may hold `limit` bytes; returns its result.
 template <class Work>
 int inLimitedChild(rlim_t limit, Work work) {
   const pid_t child = fork();
   if (child == 0) {
-    std::signal(SIGXFSZ, SIG_IGN); // a failed write then says so
+    std::signal(SIGXFSZ, SIG_IGN); // a failed write returns an error instead
     const rlimit most{limit, limit};
     setrlimit(RLIMIT_FSIZE, &most);
     _exit(work());
@@ -73,7 +73,7 @@ TEST(SaveFailures, EmptyPicturesAndNames) {
   expectFailure(*bitmap, Filename(), FILTER_PNG, IMAGERESULT_PARAM_ERROR);
 }
 
-TEST(SaveFailures, FoldersThatAreNotThereOrNotWritable) {
+TEST(SaveFailures, MissingAndReadOnlyFolders) {
   Folder folder;
   Bitmap bitmap;
   makeBitmap(bitmap, 8, 8);
@@ -90,7 +90,7 @@ TEST(SaveFailures, FoldersWithoutRights) {
   makeBitmap(bitmap, 8, 8);
   fs::permissions(folder.path(), fs::perms(0555));
   const uid_t user = geteuid();
-  if (user == 0) { // the superuser may write everywhere: be nobody for a while
+  if (user == 0) { // root may write everywhere: become nobody for a while
     ASSERT_EQ(seteuid(65534), 0);
   }
   expectFailure(*bitmap, folder.file("a.png"), FILTER_PNG, IMAGERESULT_FILEERROR);
@@ -120,6 +120,6 @@ TEST(SaveFailures, AFullDiskKeepsTheOldFile) {
     });
     EXPECT_EQ(result, 7) << format;
     EXPECT_EQ(bytesOf(name), before) << format;
-    EXPECT_EQ(folder.entries(), 1u) << format; // no half file is left beside it
+    EXPECT_EQ(folder.entries(), 1u) << format; // no partial file beside it
   }
 }

@@ -62,7 +62,7 @@ const char* const pangram = "Sphinx of black quartz, judge my vow 0123456789 (j)
 
 } // namespace
 
-TEST_F(Text, TheDefaultFontIsTheProjects) {
+TEST_F(Text, TheDefaultFontIsDejaVu) {
   EXPECT_NE(host::defaultFont().path.find("DejaVuSans.ttf"), std::string::npos) << host::defaultFont().path;
 }
 
@@ -167,7 +167,7 @@ TEST_F(Text, UndecodableBytesShowAsReplacement) {
 }
 
 TEST_F(Text, OtherScriptsAreDrawn) {
-  // The box that stands for a character that no font has (an unassigned one).
+  // The box for a character without a glyph in any font (an unassigned one).
   const Drawn box("\xcd\xb8", 40, 100, 60);
   for (const char* text :
        {"\xce\xa9", "\xd0\x96", "\xd7\x90", "\xd8\xb4", "\xc3\x85"}) { // Greek, Cyrillic, Hebrew, Arabic, Å
@@ -177,7 +177,7 @@ TEST_F(Text, OtherScriptsAreDrawn) {
   }
 }
 
-TEST_F(Text, ACharacterThatTheDefaultFontLacksComesFromAnother) {
+TEST_F(Text, MissingCharactersComeFromAnotherFont) {
   // Script A of mathematics, hiragana A, Devanagari A, Han "one", Thai ko kai.
   const std::pair<std::uint32_t, const char*> candidates[] = {{0x1d49c, "\xf0\x9d\x92\x9c"},
                                                               {0x3042, "\xe3\x81\x82"},
@@ -208,7 +208,7 @@ TEST_F(Text, MarksSitOnTheirLetter) {
 }
 
 TEST_F(Text, RightToLeftTextIsOrdered) {
-  // Alef, bet: the first letter stands on the right, so bet alone is what the pair's left part shows.
+  // Alef, bet: the first letter stands on the right, so the left part of the pair is bet.
   const String alef("\xd7\x90"), bet("\xd7\x91");
   const Drawn pair(alef + bet, 40, 120, 60), first(bet, 40, 120, 60);
   const LONG split = widthOf(bet, 40) - 2;
@@ -222,7 +222,7 @@ TEST_F(Text, RightToLeftTextIsOrdered) {
       ASSERT_EQ(at(*mixed.map, x, y), at(*latin.map, x, y));
 }
 
-TEST_F(Text, CoverageIsMultipliedByTheColoursAlpha) {
+TEST_F(Text, CoverageIsMultipliedByTheColorsAlpha) {
   const Drawn white("Hg", 40, 80, 60);
   ClipMap map;
   ASSERT_EQ(map->Init(80, 60), IMAGERESULT_OK);
@@ -256,7 +256,7 @@ TEST_F(Text, OverlappingGlyphsAreOneShape) {
   EXPECT_EQ(most, 128);
 }
 
-TEST_F(Text, IsCutAtTheMapsBorders) {
+TEST_F(Text, IsClippedAtTheMapsBorders) {
   const Drawn whole("Wgj", 40, 200, 100, 50, 30);
   const Drawn cut("Wgj", 40, 70, 50, -10, -5);
   for (LONG y = 0; y < 50; ++y)
@@ -276,7 +276,7 @@ TEST_F(Text, LongAndLargeTextsAreDrawn) {
 
 TEST_F(Text, DrawingTwiceGivesTheSame) {
   const Drawn first("Frame 0001 \xe2\x80\x93 2.500 seconds", 16, 300, 40, 5, 7);
-  for (int i = 0; i < 50; ++i) // pushes the line out of what is remembered
+  for (int i = 0; i < 50; ++i) // pushes the line out of the cache
     widthOf(String("other ") + LongToString(i));
   EXPECT_TRUE(first.sameAs(Drawn("Frame 0001 \xe2\x80\x93 2.500 seconds", 16, 300, 40, 5, 7)));
 }

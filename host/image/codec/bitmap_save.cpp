@@ -1,4 +1,4 @@
-// Saving of bitmaps: the filter makes the file's bytes in memory, then the file is replaced whole.
+// Saving of bitmaps: the format's writer makes the file's bytes in memory, then the file is replaced whole.
 #include <new>
 #include <span>
 #include <string>

@@ -56,7 +56,7 @@ class MemoryInput : public Imf::IStream {
   std::uint64_t position_ = 0;
 };
 
-/// The names of the channels that become red, green, blue and alpha; empty for none.
+/// The names of the channels that become red, green, blue and alpha; empty where a channel is missing.
 using Names = std::array<std::string, 4>;
 
 bool has(const Imf::ChannelList& channels, const std::string& name) {
@@ -64,24 +64,24 @@ bool has(const Imf::ChannelList& channels, const std::string& name) {
   return channel && channel->xSampling == 1 && channel->ySampling == 1;
 }
 
-/// The colours of a layer, "diffuse." for one, or of none.
-Names colourNames(const Imf::ChannelList& channels, const std::string& layer) {
+/// The colour channels of a layer, such as "diffuse."; of the plain picture for "".
+Names colorNames(const Imf::ChannelList& channels, const std::string& layer) {
   if (!has(channels, layer + "R") || !has(channels, layer + "G") || !has(channels, layer + "B")) return {};
   return {layer + "R", layer + "G", layer + "B", has(channels, layer + "A") ? layer + "A" : ""};
 }
 
-/// Plain colours before those of the first layer that has some.
-Names colourNames(const Imf::ChannelList& channels) {
-  Names names = colourNames(channels, "");
+/// The plain picture's colours, else those of the first layer that has colours.
+Names colorNames(const Imf::ChannelList& channels) {
+  Names names = colorNames(channels, "");
   for (auto channel = channels.begin(); names[0].empty() && channel != channels.end(); ++channel) {
     const std::string name = channel.name();
     const std::size_t point = name.rfind('.');
-    if (point != name.npos) names = colourNames(channels, name.substr(0, point + 1));
+    if (point != name.npos) names = colorNames(channels, name.substr(0, point + 1));
   }
   return names;
 }
 
-/// Brightness as grey, else the first three channels as colours, else the first as grey.
+/// Luminance as grey, else the first three channels as colours, else the first one as grey.
 Names otherNames(const Imf::ChannelList& channels) {
   const std::string alpha = has(channels, "A") ? "A" : "";
   if (has(channels, "Y")) return {"Y", "Y", "Y", alpha};
@@ -106,8 +106,7 @@ int choosePart(const Imf::MultiPartInputFile& file) {
   for (int part = 0; part < file.parts(); ++part) {
     const Imf::Header& header = file.header(part);
     if (!isFlat(header)) continue;
-    if (!colourNames(header.channels())[0].empty() || (part == 0 && hasChroma(header.channels())))
-      return part;
+    if (!colorNames(header.channels())[0].empty() || (part == 0 && hasChroma(header.channels()))) return part;
     if (flat < 0) flat = part;
   }
   if (flat < 0) throw PictureError(IMAGERESULT_WRONGTYPE, "holds deep samples. Save it as a flat picture.");
@@ -131,7 +130,7 @@ void finishPixel(float* rgba, bool multiplied) {
     rgba[c] = finite(rgba[c] / rgba[3]);
 }
 
-/// Brightness with colours at half the resolution; the library's values are halves then.
+/// Luminance with colours at half the resolution, which the library returns as 16-bit floats.
 void readChroma(PictureBytes bytes, RawPicture& raw) {
   MemoryInput memory(bytes);
   Imf::RgbaInputFile file(memory, noThreads);
@@ -143,7 +142,7 @@ void readChroma(PictureBytes bytes, RawPicture& raw) {
     const auto offset = static_cast<std::ptrdiff_t>(window.min.x);
     file.setFrameBuffer(row.data() - offset, 1, 0);
     file.readPixels(y);
-    float* to = addRow(raw.picture.floats, raw.picture.width);
+    float* to = addRow(raw.picture, raw.picture.floats);
     for (std::size_t x = 0; x < width; ++x, to += 4) {
       const float values[] = {row[x].r, row[x].g, row[x].b, raw.picture.hasAlpha ? float(row[x].a) : 1.0f};
       std::copy_n(values, 4, to);
@@ -171,7 +170,7 @@ void readBands(Imf::InputPart& part, const Names& names, RawPicture& raw) {
   const Imath::Box2i window = header.dataWindow();
   const bool grey = names[1] == names[0], alpha = !names[3].empty();
   raw.picture.hasAlpha = alpha;
-  raw.colours = grey ? FileColours::grey : FileColours::rgb;
+  raw.colors = grey ? FileColors::grey : FileColors::rgb;
   const int step =
       header.hasTileDescription()
           ? static_cast<int>(std::clamp(header.tileDescription().ySize, 1u, unsigned{maxPictureSide}))
@@ -180,7 +179,7 @@ void readBands(Imf::InputPart& part, const Names& names, RawPicture& raw) {
     const int last = std::min(y + step - 1, window.max.y);
     const std::size_t before = raw.picture.floats.size();
     for (int row = y; row <= last; ++row)
-      addRow(raw.picture.floats, raw.picture.width);
+      addRow(raw.picture, raw.picture.floats);
     float* band = raw.picture.floats.data() + before;
     part.setFrameBuffer(bandBuffer(band, names, window, y));
     part.readPixels(y, last);
@@ -216,7 +215,7 @@ RawPicture readExr(PictureBytes bytes) {
   RawPicture raw;
   startPicture(raw.picture, side(window.min.x, window.max.x), side(window.min.y, window.max.y),
                sizeof(float));
-  Names names = colourNames(header.channels());
+  Names names = colorNames(header.channels());
   if (names[0].empty() && index == 0 && hasChroma(header.channels())) {
     readChroma(bytes, raw);
     return raw;

@@ -12,6 +12,7 @@
 #include <algorithm>
 
 #include "bitmap_data.h"
+#include "file_bytes.h"
 #include "picture_codec.h"
 
 namespace host {
@@ -54,7 +55,7 @@ bool succeeds(Errors& errors, Step step) {
   return true;
 }
 
-/// The library's record of a picture that is read; freed also when its construction stops half way.
+/// The library's state of a picture that is read; freed even when its construction stops half way.
 struct Decompression : jpeg_decompress_struct {
   Decompression() : jpeg_decompress_struct{} {}
   ~Decompression() { jpeg_destroy_decompress(this); }
@@ -91,11 +92,11 @@ class JpegReader {
     readOrientation(raw);
     startPicture(raw.picture, info_.image_width, info_.image_height, 1);
     refuseHuge();
-    chooseColours(raw);
+    chooseColors(raw);
     require(succeeds(errors_, [&] { jpeg_start_decompress(&info_); }));
-    std::vector<unsigned char> grey(raw.colours == FileColours::grey ? info_.output_width : 0);
+    std::vector<unsigned char> grey(raw.colors == FileColors::grey ? info_.output_width : 0);
     while (info_.output_scanline < info_.output_height) {
-      unsigned char* row = addRow(raw.picture.bytes, raw.picture.width);
+      unsigned char* row = addRow(raw.picture, raw.picture.bytes);
       unsigned char* target = grey.empty() ? row : grey.data();
       require(succeeds(errors_, [&] { jpeg_read_scanlines(&info_, &target, 1); }));
       for (std::size_t x = 0; x < grey.size(); ++x, row += 4) {
@@ -103,7 +104,7 @@ class JpegReader {
         row[3] = 255;
       }
     }
-    if (raw.colours == FileColours::inks) turnInks(raw.picture.bytes);
+    if (raw.colors == FileColors::inks) turnInks(raw.picture.bytes);
     return raw;
   }
 
@@ -130,15 +131,15 @@ class JpegReader {
     if (!fitsMemory(values * 3)) throw std::bad_alloc();
   }
 
-  void chooseColours(RawPicture& raw) {
+  void chooseColors(RawPicture& raw) {
     switch (info_.jpeg_color_space) {
     case JCS_GRAYSCALE:
-      raw.colours = FileColours::grey;
+      raw.colors = FileColors::grey;
       info_.out_color_space = JCS_GRAYSCALE;
       break;
     case JCS_CMYK:
     case JCS_YCCK:
-      raw.colours = FileColours::inks;
+      raw.colors = FileColors::inks;
       info_.out_color_space = JCS_CMYK;
       break;
     default:
@@ -182,6 +183,13 @@ class JpegReader {
 
 } // namespace
 
+/// The last mark of a JPEG ends it; one without was cut off, and would be filled up with grey.
+bool plausibleJpeg(PictureBytes file) {
+  const std::string_view text = textOf(file);
+  const std::size_t scan = text.rfind("\xff\xda"), end = text.rfind("\xff\xd9");
+  return scan != std::string_view::npos && end != std::string_view::npos && end > scan;
+}
+
 RawPicture readJpeg(PictureBytes file) {
   JpegReader reader(file);
   return reader.read();
@@ -189,7 +197,7 @@ RawPicture readJpeg(PictureBytes file) {
 
 namespace {
 
-/// The library's record of a picture that is written, and the memory that takes its bytes.
+/// The library's state of a picture that is written, and the memory for its bytes.
 struct Compression : jpeg_compress_struct {
   Compression() : jpeg_compress_struct{} {}
   ~Compression() {
@@ -268,7 +276,7 @@ class JpegWriter {
       jpeg_set_defaults(&info_);
       jpeg_set_quality(&info_, quality, TRUE);
     }));
-    // Whoever asks for a good picture does not want its colours at half the resolution.
+    // A high quality keeps the colours at full resolution.
     const int step = quality >= 90 ? 1 : 2;
     info_.comp_info[0].h_samp_factor = info_.comp_info[0].v_samp_factor = step;
   }

@@ -1,5 +1,5 @@
 // OpenRaster: a zip of PNG pictures and a description of the layers (openraster.org, version 0.0.3). It
-// stands in for B3D, which no library writes, under that format's suffix.
+// replaces B3D, which no library writes, under that format's suffix.
 #include <zip.h>
 
 #include <algorithm>
@@ -29,7 +29,7 @@ Bytes bytesOf(std::string_view text) {
   throw FilterError("could not be encoded (" + std::string(zip_error_strerror(error)) + ")");
 }
 
-// A zip file in memory. What is added lives until `finish`.
+// A zip file in memory. Added bytes must stay valid until `finish`.
 class ZipInMemory {
  public:
   ZipInMemory() {

@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "bitmap_data.h"
+#include "file_bytes.h"
 
 namespace host {
 namespace {
@@ -14,23 +15,20 @@ constexpr std::size_t entryBytes = 12;
 /// Numbers of an EXIF block, which says its byte order itself.
 class ExifNumbers {
  public:
-  explicit ExifNumbers(PictureBytes bytes) : bytes_(bytes), lowestFirst_(at(0) == 'I') {}
+  explicit ExifNumbers(PictureBytes bytes)
+      : bytes_(bytes), order_(textOf(bytes).starts_with('I') ? std::endian::little : std::endian::big) {}
   bool whole() const {
-    return bytes_.size() >= 8 && at(0) == at(1) && (at(0) == 'I' || at(0) == 'M') && number(2, 2) == 42;
+    const std::string_view mark = textOf(bytes_).substr(0, 2);
+    return bytes_.size() >= 8 && (mark == "II" || mark == "MM") && number(2, 2) == 42;
   }
   /// 0 where the block ends before.
   std::uint32_t number(std::size_t offset, std::size_t count) const {
-    if (offset > bytes_.size() || count > bytes_.size() - offset) return 0;
-    std::uint32_t value = 0;
-    for (std::size_t i = 0; i < count; ++i)
-      value = (value << 8) | at(lowestFirst_ ? offset + count - 1 - i : offset + i);
-    return value;
+    return numberAt(bytes_, offset, count, order_);
   }
 
  private:
-  unsigned at(std::size_t i) const { return i < bytes_.size() ? std::to_integer<unsigned>(bytes_[i]) : 0; }
   PictureBytes bytes_;
-  bool lowestFirst_;
+  std::endian order_;
 };
 
 } // namespace
@@ -45,13 +43,6 @@ void startPicture(DecodedPicture& picture, std::uint64_t width, std::uint64_t he
                            " pixels. At most 32768 a side are possible, and they must fit into memory.");
   picture.width = static_cast<int>(width);
   picture.height = static_cast<int>(height);
-  const std::size_t count = width * height * 4;
-  if (valueBytes == 1)
-    picture.bytes.reserve(count);
-  else if (valueBytes == 2)
-    picture.words.reserve(count);
-  else
-    picture.floats.reserve(count);
 }
 
 int exifOrientation(PictureBytes exif) noexcept {

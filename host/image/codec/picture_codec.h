@@ -1,6 +1,7 @@
 // Readers and writers of picture files, one file a format. Private to host/image.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -27,7 +28,7 @@ struct FilterError : std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-/// A picture that a reader refuses. The text is a clause that follows the picture's name.
+/// A picture that a reader rejects. The text is a clause that follows the picture's name.
 struct PictureError : std::runtime_error {
   explicit PictureError(IMAGERESULT code, const std::string& clause) : runtime_error(clause), result(code) {}
   IMAGERESULT result;
@@ -38,17 +39,17 @@ struct DamagedPicture : PictureError {
 };
 
 /// The colours that a file holds.
-enum class FileColours : std::uint8_t {
+enum class FileColors : std::uint8_t {
   grey, // spread over red, green and blue
   rgb,
-  inks // cyan, magenta, yellow and black in the four channels, 0 for no ink; without alpha
+  inks // cyan, magenta, yellow and black in the four channels, 0 means no ink; without alpha
 };
 
-/// A file's pixels before its colour profile and its orientation were looked at.
+/// A file's pixels before its colour profile and its orientation are applied.
 struct RawPicture {
   DecodedPicture picture;
-  FileColours colours = FileColours::rgb;
-  std::vector<std::byte> profile; // ICC; empty for none
+  FileColors colors = FileColors::rgb;
+  std::vector<std::byte> profile; // ICC; may be empty
   int orientation = 1;            // EXIF's and TIFF's, 1 to 8
 };
 
@@ -66,7 +67,7 @@ RawPicture readGif(PictureBytes file); // the first frame
 RawPicture readPnm(PictureBytes file);
 RawPicture readTga(PictureBytes file);
 
-// Cheap checks of a header against the size of the file, before any memory is asked for. False means damaged.
+// Cheap checks of a header against the size of the file, before memory is allocated. False means damaged.
 bool plausiblePng(PictureBytes file);
 bool plausibleJpeg(PictureBytes file);
 bool plausibleExr(PictureBytes file);
@@ -87,21 +88,26 @@ encodeWebp(const FilterJob& job);          // lossless, or lossy with webpSaverQ
 FileBytes encodePsd(const FilterJob& job); // 8 bits a channel; with alpha when wanted, straight
 FileBytes encodeOpenRaster(const FilterJob& job); // a document of one layer; with alpha when wanted
 
-/// Sets the size and reserves the memory of `picture`, for values of `valueBytes` each. Throws PictureError
-/// when a side has none or too many pixels, or the pixels do not fit into memory.
+/// Sets the size of `picture`, for values of `valueBytes` each. Throws PictureError when a side has no or too
+/// many pixels, or the pixels do not fit into memory.
 void startPicture(DecodedPicture& picture, std::uint64_t width, std::uint64_t height, std::size_t valueBytes);
 
-/// Adds a row of four channels and gives its start. Memory grows with the rows: a short file that claims a
-/// huge picture fails before it costs anything.
+/// The memory that a picture gets on its word alone, in bytes.
+inline constexpr std::size_t earlyMemory = 16 << 20;
+
+/// Adds a row of four channels to the picture's pixels and gives its start. Memory for the whole picture is
+/// taken once rows have come: a short file that claims a huge picture fails before it costs anything.
 template <class Value>
-Value* addRow(std::vector<Value>& pixels, int width) {
-  const std::size_t before = pixels.size(), count = static_cast<std::size_t>(width) * 4;
-  if (before == 0) pixels.reserve(count);
-  pixels.resize(before + count);
+Value* addRow(const DecodedPicture& picture, std::vector<Value>& pixels) {
+  const std::size_t before = pixels.size(), row = static_cast<std::size_t>(picture.width) * 4;
+  const std::size_t all = row * static_cast<std::size_t>(picture.height);
+  if (before == 0) pixels.reserve(std::max(row, std::min(all, earlyMemory / sizeof(Value))));
+  if (pixels.capacity() - before < row) pixels.reserve(all);
+  pixels.resize(before + row);
   return pixels.data() + before;
 }
 
-/// The orientation in a block of EXIF data (without JPEG's "Exif" mark); 1 when it says none.
+/// The orientation in a block of EXIF data (without JPEG's "Exif" mark); 1 when it is missing.
 int exifOrientation(PictureBytes exif) noexcept;
 
 /// A block of EXIF data that names the program that wrote the picture.

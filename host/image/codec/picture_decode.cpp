@@ -6,7 +6,7 @@
 #include <new>
 #include <set>
 
-#include "colour_profile.h"
+#include "color_profile.h"
 #include "console.h"
 #include "picture_codec.h"
 #include "picture_formats.h"
@@ -30,13 +30,13 @@ LoadedPicture damaged(const std::string& name, std::string detail = {}) {
 }
 
 /// Names the first thousand pictures, each once in the life of the program.
-void tellOnce(const std::string& name, const std::string& reason) {
+void printOnce(const std::string& name, const std::string& reason) {
   constexpr std::size_t most = 1000;
   static std::mutex guard;
-  static std::set<std::string> told;
+  static std::set<std::string> printed;
   {
     const std::lock_guard lock(guard);
-    if (told.size() >= most || !told.insert(name).second) return;
+    if (printed.size() >= most || !printed.insert(name).second) return;
   }
   printLine(String("The colour profile in picture \"" + name + "\" is not used: " + reason +
                    ". Its colours are shown as sRGB; save it with an sRGB profile if they look wrong."));
@@ -46,8 +46,8 @@ void prepare(RawPicture& raw, PictureUse use, const std::string& name) {
   std::string reason;
   if (use == PictureUse::data)
     mixInks(raw);
-  else if (!convertColours(raw, &reason))
-    tellOnce(name, reason);
+  else if (!convertColors(raw, &reason))
+    printOnce(name, reason);
   if (use == PictureUse::shown) turnUpright(raw.picture, raw.orientation);
   for (float& value : raw.picture.floats)
     if (!std::isfinite(value)) value = std::isnan(value) ? 0 : std::copysign(65504.0f, value);
@@ -57,7 +57,7 @@ LoadedPicture decode(PictureBytes file, const std::string& name, PictureUse use)
   const PictureFileFormat* format = recognisePicture(file, name);
   if (!format)
     return failure(IMAGERESULT_WRONGTYPE, name,
-                   "is no picture of a known kind. Use " + namesOfReadFormats() + ".");
+                   "is not a picture of a known kind. Use " + namesOfReadFormats() + ".");
   if (format->plausible && !format->plausible(file)) return damaged(name);
   RawPicture raw = format->read(file);
   prepare(raw, use, name);

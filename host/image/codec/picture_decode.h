@@ -30,17 +30,17 @@ std::vector<unsigned char> eightBits(const DecodedPicture& picture);
 
 /// The use of a picture's pixels.
 enum class PictureUse : std::uint8_t {
-  shown,   // a picture of its own: upright as its EXIF or TIFF orientation says, colours by its profile
-  colours, // a texture of colours: by its profile; rows as stored, as its coordinates were made for them
-  data     // a texture of normals, roughness and the like: as stored, whatever it says about colours
+  shown,  // a picture of its own: upright as its EXIF or TIFF orientation says, colours by its profile
+  colors, // a texture of colours: by its profile; rows as stored, as its coordinates were made for them
+  data    // a texture of normals, roughness and the like: as stored, without regard to profiles
 };
 
 /// Decodes a picture file's bytes: PNG, JPEG, TIFF, OpenEXR, WebP, BMP, PSD (its flat picture), Radiance HDR,
 /// GIF, PNM, TGA. The kind is told by the first bytes, for TGA by the end of the file or the suffix of
 /// `name`, which is otherwise used for messages only. An ICC profile that is not sRGB converts the colours to
 /// sRGB (floats to linear light); one that is refused is named by a line on the console, once a picture. Null
-/// with a sentence in `error` (may be null) when they are no picture, are damaged, or the picture is larger
-/// than 32768 pixels a side or does not fit into memory. Any thread; nothing is thrown.
+/// with a sentence in `error` (may be null) when the bytes are not a picture, are damaged, or the picture is
+/// larger than 32768 pixels a side or does not fit into memory. Any thread; nothing is thrown.
 std::shared_ptr<const DecodedPicture> decodePicture(std::span<const std::byte> file, const std::string& name,
                                                     std::string* error, PictureUse use = PictureUse::shown);
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "file_bytes.h"
 #include "picture_codec.h"
 
 namespace host {
@@ -9,13 +10,9 @@ namespace {
 
 using namespace std::string_view_literals;
 
-std::string_view view(PictureBytes file) {
-  return {reinterpret_cast<const char*>(file.data()), file.size()};
-}
-
 bool startsWithOneOf(PictureBytes file, std::initializer_list<std::string_view> marks) {
   return std::any_of(marks.begin(), marks.end(),
-                     [text = view(file)](auto mark) { return text.starts_with(mark); });
+                     [text = textOf(file)](auto mark) { return text.starts_with(mark); });
 }
 
 char lower(char c) {
@@ -47,7 +44,7 @@ bool isGif(PictureBytes file, const std::string&) {
 }
 bool isWebp(PictureBytes file, const std::string&) {
   return startsWithOneOf(file, {"RIFF"sv}) &&
-         view(file).substr(std::min<std::size_t>(8, file.size())).starts_with("WEBP"sv);
+         textOf(file).substr(std::min<std::size_t>(8, file.size())).starts_with("WEBP"sv);
 }
 bool isPsd(PictureBytes file, const std::string&) {
   return startsWithOneOf(file, {"8BPS"sv});
@@ -56,23 +53,23 @@ bool isBmp(PictureBytes file, const std::string&) {
   return startsWithOneOf(file, {"BM"sv});
 }
 bool isPnm(PictureBytes file, const std::string&) {
-  const std::string_view text = view(file);
+  const std::string_view text = textOf(file);
   return text.size() > 2 && text[0] == 'P' && text[1] >= '1' && text[1] <= '6' &&
          " \t\r\n#"sv.find(text[2]) != std::string_view::npos;
 }
-/// The end of the file may say it; older files have only their suffix.
+/// Recognised by the end of the file; older files have only their suffix.
 bool isTga(PictureBytes file, const std::string& name) {
-  if (view(file).ends_with("TRUEVISION-XFILE.\0"sv)) return true;
+  if (textOf(file).ends_with("TRUEVISION-XFILE.\0"sv)) return true;
   return name.size() >= 4 && sameSuffix(std::string_view(name).substr(name.size() - 4), ".tga");
 }
-/// A zip file: its picture is read by who knows that it has one.
+/// A zip file. Only the batch program looks for a picture inside.
 bool isNever(PictureBytes, const std::string&) {
   return false;
 }
 
 constexpr auto none = WriterOption::none, quality = WriterOption::quality;
 
-// TGA is asked last, as its name alone may claim a file.
+// TGA comes last: a name alone may make a file one.
 constexpr PictureFileFormat formats[] = {
     {"PNG", {"png"}, FILTER_PNG, true, "8, 16", none, isPng, plausiblePng, readPng, encodePng},
     {"TIFF", {"tif", "tiff"}, FILTER_TIF, true, "8, 16, float", none, isTiff, nullptr, readTiff, encodeTiff},

@@ -1,4 +1,4 @@
-// The table of picture formats: whoever lists, reads or writes formats goes through it.
+// The table of picture formats. Lists, readers and writers of formats all use it.
 #pragma once
 
 #include <array>
@@ -30,7 +30,7 @@ struct PictureFileFormat {
   std::array<const char*, 4> suffixes; // lower case, without the point; the first is the usual one
   LONG filter;                         // for `BaseBitmap::Save`; 0: it is not written
   bool alpha;                          // a written file holds the alpha channel when that is wanted
-  const char* depths;                  // what is kept of what is read: "8, 16", "float" ...
+  const char* depths;                  // of the pixels that are read: "8, 16", "float" ...
   WriterOption option;
   /// Whether the file's bytes are of this kind; its name counts only where they cannot tell.
   bool (*recognises)(std::span<const std::byte> file, const std::string& name);
@@ -42,7 +42,7 @@ struct PictureFileFormat {
 /// All of them, in the order in which programs list them. Any thread.
 std::span<const PictureFileFormat> pictureFileFormats() noexcept;
 
-/// The format that these bytes are; null when they are no kind that we read. Asking the bytes first keeps a
+/// The format of these bytes; null when it is not one that we read. Looking at the bytes first keeps a
 /// file's name from choosing a reader that has nothing to do with it.
 const PictureFileFormat* recognisePicture(std::span<const std::byte> file, const std::string& name);
 

@@ -9,7 +9,7 @@
 #include <string>
 
 #include "c4d_bitmap.h"
-#include "film.h"
+#include "display_transform.h"
 #include "picture_decode.h"
 
 namespace host {
@@ -21,7 +21,7 @@ struct LoadedPicture {
   bool shortage = false; // memory ran out on the way; the picture itself may be a good one
 };
 
-/// Decodes bytes; see decodePicture. Results: WRONGTYPE no picture we read, FILESTRUCTURE damaged,
+/// Decodes bytes; see decodePicture. Results: WRONGTYPE not a picture that we read, FILESTRUCTURE damaged,
 /// OUTOFMEMORY too large. Any thread; nothing is thrown.
 LoadedPicture loadPictureBytes(std::span<const std::byte> file, const std::string& name,
                                PictureUse use = PictureUse::shown) noexcept;
@@ -30,8 +30,8 @@ LoadedPicture loadPictureBytes(std::span<const std::byte> file, const std::strin
 /// thread.
 LoadedPicture loadPicture(const std::string& path) noexcept;
 
-/// Gives every pixel, row by row, to `store(index, word)` as 0xAARRGGBB, 16 bits rounded to 8, floats through
-/// the display transform.
+/// Passes every pixel, row by row, to `store(index, word)` as 0xAARRGGBB, 16 bits rounded to 8, floats
+/// through the display transform.
 template <class Store>
 void eachPixelWord(const DecodedPicture& picture, Store store) {
   const auto join = [](ULONG r, ULONG g, ULONG b, ULONG a) { return (a << 24) | (r << 16) | (g << 8) | b; };

@@ -4,14 +4,15 @@
 #include <cstring>
 #include <memory>
 
+#include "file_bytes.h"
 #include "picture_codec.h"
 
 namespace host {
 namespace {
 
-// The usual level 6 makes renders 8 % smaller and takes more than three times as long.
+// The usual level 6 makes renders 8 % smaller and takes more than three times as long as this one.
 constexpr int packingLevel = 4;
-// Renders come as small with these two as with all five, and a fifth sooner.
+// These two make renders as small as all five do, in four fifths of the time.
 constexpr int rowFilters = SPNG_FILTER_CHOICE_SUB | SPNG_FILTER_CHOICE_AVG;
 
 using Context = std::unique_ptr<spng_ctx, void (*)(spng_ctx*)>;
@@ -28,8 +29,8 @@ void require(int code) {
 }
 
 template <class Value>
-void readRows(spng_ctx* context, int format, const spng_ihdr& header, std::vector<Value>& pixels) {
-  const auto width = static_cast<int>(header.width);
+void readRows(spng_ctx* context, int format, const spng_ihdr& header, const DecodedPicture& picture,
+              std::vector<Value>& pixels) {
   const std::size_t rowBytes = std::size_t{header.width} * 4 * sizeof(Value);
   if (header.interlace_method != SPNG_INTERLACE_NONE) { // a row is whole after the last pass only
     pixels.resize(std::size_t{header.width} * 4 * header.height);
@@ -38,7 +39,7 @@ void readRows(spng_ctx* context, int format, const spng_ihdr& header, std::vecto
   }
   require(spng_decode_image(context, nullptr, 0, format, SPNG_DECODE_TRNS | SPNG_DECODE_PROGRESSIVE));
   for (std::uint32_t y = 0; y < header.height; ++y) {
-    const int code = spng_decode_row(context, addRow(pixels, width), rowBytes);
+    const int code = spng_decode_row(context, addRow(picture, pixels), rowBytes);
     if (code == SPNG_EOI && y + 1 == header.height) return;
     require(code);
   }
@@ -59,7 +60,30 @@ void readOrientation(spng_ctx* context, RawPicture& raw) {
     raw.orientation = exifOrientation(std::as_bytes(std::span(exif.data, exif.length)));
 }
 
+std::uint32_t field(PictureBytes file, std::size_t offset, std::size_t count) {
+  return numberAt(file, offset, count, std::endian::big);
+}
+
+/// Every chunk is there up to the last one.
+bool plausibleChunks(PictureBytes file) {
+  for (std::size_t at = 8; file.size() - at >= 12;) {
+    const std::uint64_t length = field(file, at, 4);
+    if (length > file.size() - at - 12) return false;
+    if (textOf(file.subspan(at + 4, 4)) == "IEND") return true;
+    at += static_cast<std::size_t>(length) + 12;
+  }
+  return false;
+}
+
 } // namespace
+
+/// Deflate packs at most 1032 bytes into one.
+bool plausiblePng(PictureBytes file) {
+  if (file.size() < 33 || textOf(file.subspan(12, 4)) != "IHDR") return false;
+  const std::uint64_t width = field(file, 16, 4), height = field(file, 20, 4), bits = field(file, 24, 1);
+  if (width == 0 || height == 0 || width > 0x7fffffff || height > 0x7fffffff) return false;
+  return width * height / 8 * bits <= file.size() * std::uint64_t{1040} && plausibleChunks(file);
+}
 
 RawPicture readPng(PictureBytes file) {
   const Context context = newContext(0);
@@ -73,12 +97,12 @@ RawPicture readPng(PictureBytes file) {
   startPicture(raw.picture, header.width, header.height, deep ? 2 : 1);
   spng_trns transparent;
   raw.picture.hasAlpha = (header.color_type & 4) != 0 || spng_get_trns(context.get(), &transparent) == 0;
-  raw.colours = (header.color_type & 2) != 0 ? FileColours::rgb : FileColours::grey;
+  raw.colors = (header.color_type & 2) != 0 ? FileColors::rgb : FileColors::grey;
   readProfile(context.get(), raw);
   if (deep)
-    readRows(context.get(), SPNG_FMT_RGBA16, header, raw.picture.words);
+    readRows(context.get(), SPNG_FMT_RGBA16, header, raw.picture, raw.picture.words);
   else
-    readRows(context.get(), SPNG_FMT_RGBA8, header, raw.picture.bytes);
+    readRows(context.get(), SPNG_FMT_RGBA8, header, raw.picture, raw.picture.bytes);
   readOrientation(context.get(), raw);
   return raw;
 }

@@ -1,4 +1,5 @@
-// The part that reads and writes the formats that few pictures have. Private to host/image.
+// The part that reads and writes the formats that few pictures have, loaded at its first use. Private to
+// host/image.
 #pragma once
 
 #include "picture_codec.h"
@@ -8,8 +9,8 @@ extern "C" void* lumenara_part_pictures();
 
 namespace host {
 
-/// The part's interface. The libraries behind it are not safe on several threads: whoever uses it holds the
-/// one lock of rare.cpp, while it is loaded too.
+/// The part's interface. The libraries behind it are not safe on several threads: one lock is held while one
+/// of these functions runs, and while the part is loaded.
 class RareLibrary {
  public:
   /// Reads a file with the reader of this name: "bmp", "gif", "hdr", "pnm", "psd" or "targa". Throws
@@ -21,5 +22,10 @@ class RareLibrary {
  protected:
   ~RareLibrary() = default;
 };
+
+/// The part's functions, under that lock. They throw as above, and likewise when the part cannot be loaded.
+/// Any thread.
+RawPicture readRare(const char* format, PictureBytes file);
+FileBytes writeRarePsd(const FilterJob& job);
 
 } // namespace host

@@ -1,4 +1,4 @@
-// TIFF 6.0 and its large relative through libtiff.
+// TIFF 6.0 and BigTIFF through libtiff.
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -18,7 +18,7 @@ constexpr std::array<int, 4> nowhere{-1, -1, -1, -1};
 
 struct Header {
   std::uint32_t width = 0, height = 0, depth = 1;
-  std::uint16_t bits = 1, format = 1, samples = 1, colours = 0, planes = 1, packing = 1;
+  std::uint16_t bits = 1, format = 1, samples = 1, colors = 0, planes = 1, packing = 1;
   std::uint16_t extras = 0, firstExtra = EXTRASAMPLE_UNSPECIFIED;
   bool tiled = false;
 };
@@ -33,8 +33,8 @@ Header readHeader(TIFF* tiff) {
   TIFFGetFieldDefaulted(tiff, TIFFTAG_SAMPLESPERPIXEL, &header.samples);
   TIFFGetFieldDefaulted(tiff, TIFFTAG_PLANARCONFIG, &header.planes);
   TIFFGetFieldDefaulted(tiff, TIFFTAG_COMPRESSION, &header.packing);
-  if (!TIFFGetField(tiff, TIFFTAG_PHOTOMETRIC, &header.colours))
-    header.colours = header.samples >= 3 ? PHOTOMETRIC_RGB : PHOTOMETRIC_MINISBLACK;
+  if (!TIFFGetField(tiff, TIFFTAG_PHOTOMETRIC, &header.colors))
+    header.colors = header.samples >= 3 ? PHOTOMETRIC_RGB : PHOTOMETRIC_MINISBLACK;
   std::uint16_t* kinds = nullptr;
   if (TIFFGetField(tiff, TIFFTAG_EXTRASAMPLES, &header.extras, &kinds) && header.extras > 0)
     header.firstExtra = kinds[0];
@@ -43,12 +43,12 @@ Header readHeader(TIFF* tiff) {
   return header;
 }
 
-/// Where the four channels come from among a pixel's samples; -1 for none.
-std::array<int, 4> channelsOf(const Header& header, FileColours colours) {
+/// The places of the four channels among a pixel's samples; -1 for a missing one.
+std::array<int, 4> channelsOf(const Header& header, FileColors colors) {
   const int count = header.samples;
-  if (colours == FileColours::inks) return {0, 1, 2, 3};
-  if (header.colours == PHOTOMETRIC_PALETTE) return {0, 0, 0, -1};
-  const int own = colours == FileColours::rgb && header.colours == PHOTOMETRIC_RGB ? 3 : 1;
+  if (colors == FileColors::inks) return {0, 1, 2, 3};
+  if (header.colors == PHOTOMETRIC_PALETTE) return {0, 0, 0, -1};
+  const int own = colors == FileColors::rgb && header.colors == PHOTOMETRIC_RGB ? 3 : 1;
   const bool isAlpha = count > own && (header.firstExtra == EXTRASAMPLE_ASSOCALPHA ||
                                        header.firstExtra == EXTRASAMPLE_UNASSALPHA);
   const int alpha = isAlpha ? own : -1;
@@ -58,7 +58,7 @@ std::array<int, 4> channelsOf(const Header& header, FileColours colours) {
 
 /// Samples that the library cannot give as they are: it turns them into 8-bit colours itself.
 bool needsLibrary(const Header& header) {
-  switch (header.colours) {
+  switch (header.colors) {
   case PHOTOMETRIC_MINISWHITE:
   case PHOTOMETRIC_MINISBLACK:
   case PHOTOMETRIC_PALETTE:
@@ -74,10 +74,10 @@ bool needsLibrary(const Header& header) {
   }
 }
 
-FileColours coloursOf(const Header& header) {
-  if (header.colours == PHOTOMETRIC_SEPARATED) return FileColours::inks;
-  const bool isGrey = header.colours == PHOTOMETRIC_MINISBLACK || header.colours == PHOTOMETRIC_MINISWHITE;
-  return isGrey ? FileColours::grey : FileColours::rgb;
+FileColors colorsOf(const Header& header) {
+  if (header.colors == PHOTOMETRIC_SEPARATED) return FileColors::inks;
+  const bool isGrey = header.colors == PHOTOMETRIC_MINISBLACK || header.colors == PHOTOMETRIC_MINISWHITE;
+  return isGrey ? FileColors::grey : FileColors::rgb;
 }
 
 [[noreturn]] void refuse(const std::string& what) {
@@ -109,9 +109,9 @@ class Reader {
  public:
   Reader(const TiffMemory& file, const Header& header, RawPicture& raw, std::vector<Value>& pixels)
       : file_(file), tiff_(file.get()), header_(header), raw_(raw), pixels_(pixels), width_(header.width),
-        channels_(channelsOf(header, raw.colours)) {
-    raw.picture.hasAlpha = channels_[3] >= 0 && raw.colours != FileColours::inks;
-    if (header.colours == PHOTOMETRIC_PALETTE) readPalette();
+        channels_(channelsOf(header, raw.colors)) {
+    raw.picture.hasAlpha = channels_[3] >= 0 && raw.colors != FileColors::inks;
+    if (header.colors == PHOTOMETRIC_PALETTE) readPalette();
     planes_ = header.planes == PLANARCONFIG_SEPARATE ? header.samples : 1;
   }
 
@@ -119,7 +119,7 @@ class Reader {
     for (unsigned plane = 0; plane < planes_; ++plane) {
       if (planes_ > 1 &&
           std::find(channels_.begin(), channels_.end(), static_cast<int>(plane)) == channels_.end())
-        continue; // a sample that no channel wants
+        continue; // a sample that no channel uses
       header_.tiled ? readTiles(plane) : readStrips(plane);
     }
     if (header_.firstExtra == EXTRASAMPLE_ASSOCALPHA && raw_.picture.hasAlpha) separate();
@@ -174,7 +174,7 @@ class Reader {
 
   void makeRows(std::uint64_t count) {
     while (pixels_.size() < count * width_ * 4) {
-      Value* row = addRow(pixels_, raw_.picture.width);
+      Value* row = addRow(raw_.picture, pixels_);
       if (channels_[3] >= 0) continue;
       for (std::size_t x = 0; x < width_; ++x)
         row[x * 4 + 3] = fullValue<Value>();
@@ -191,7 +191,7 @@ class Reader {
     for (std::size_t c = 0; c < 4; ++c) {
       if (channels_[c] < 0 || (planes_ > 1 && channels_[c] != static_cast<int>(plane))) continue;
       const Value* from = samples_.data() + (planes_ > 1 ? 0 : channels_[c]);
-      const bool turned = c < 3 && header_.colours == PHOTOMETRIC_MINISWHITE;
+      const bool turned = c < 3 && header_.colors == PHOTOMETRIC_MINISWHITE;
       for (std::size_t i = 0; i < count; ++i)
         to[i * 4 + c] = turned ? static_cast<Value>(fullValue<Value>() - from[i * step]) : from[i * step];
     }
@@ -229,12 +229,12 @@ class Reader {
         pixels_[i + c] = divided(pixels_[i + c], alpha);
     }
   }
-  static Value divided(Value colour, Value alpha) {
+  static Value divided(Value color, Value alpha) {
     if constexpr (std::is_floating_point_v<Value>)
-      return colour / alpha;
+      return color / alpha;
     else {
       const std::uint64_t full = fullValue<Value>();
-      return static_cast<Value>(std::min<std::uint64_t>(full, (colour * full + alpha / 2) / alpha));
+      return static_cast<Value>(std::min<std::uint64_t>(full, (color * full + alpha / 2) / alpha));
     }
   }
 
@@ -267,10 +267,10 @@ void readThroughLibrary(const TiffMemory& file, RawPicture& raw) {
   for (std::size_t i = 0; i < count; ++i) {
     const unsigned alpha = TIFFGetA(words[i]);
     unsigned char* to = raw.picture.bytes.data() + i * 4;
-    const unsigned colour[] = {TIFFGetR(words[i]), TIFFGetG(words[i]), TIFFGetB(words[i])};
+    const unsigned color[] = {TIFFGetR(words[i]), TIFFGetG(words[i]), TIFFGetB(words[i])};
     for (std::size_t c = 0; c < 3; ++c) // the library multiplies by alpha
       to[c] = static_cast<unsigned char>(
-          alpha == 0 || alpha == 255 ? colour[c] : std::min(255u, (colour[c] * 255 + alpha / 2) / alpha));
+          alpha == 0 || alpha == 255 ? color[c] : std::min(255u, (color[c] * 255 + alpha / 2) / alpha));
     to[3] = static_cast<unsigned char>(alpha);
   }
 }
@@ -304,15 +304,15 @@ RawPicture readTiff(PictureBytes bytes) {
     readThroughLibrary(file, raw);
     return raw;
   }
-  if (header.colours == PHOTOMETRIC_YCBCR) { // the JPEG library makes it red, green and blue
+  if (header.colors == PHOTOMETRIC_YCBCR) { // the JPEG library makes it red, green and blue
     TIFFSetField(file.get(), TIFFTAG_JPEGCOLORMODE, JPEGCOLORMODE_RGB);
-    header.colours = PHOTOMETRIC_RGB;
+    header.colors = PHOTOMETRIC_RGB;
   }
-  raw.colours = coloursOf(header);
+  raw.colors = colorsOf(header);
   readProfile(file.get(), raw);
   if (header.format == SAMPLEFORMAT_IEEEFP)
     readSamples(file, header, raw, raw.picture.floats);
-  else if (header.bits > 8 && header.colours != PHOTOMETRIC_PALETTE)
+  else if (header.bits > 8 && header.colors != PHOTOMETRIC_PALETTE)
     readSamples(file, header, raw, raw.picture.words);
   else
     readSamples(file, header, raw, raw.picture.bytes);
@@ -335,7 +335,7 @@ FileBytes encodeTiff(const FilterJob& job) {
   TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_RGB);
   TIFFSetField(tiff, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
   TIFFSetField(tiff, TIFFTAG_ORIENTATION, ORIENTATION_TOPLEFT);
-  TIFFSetField(tiff, TIFFTAG_COMPRESSION, COMPRESSION_LZW); // what every reader of the format knows
+  TIFFSetField(tiff, TIFFTAG_COMPRESSION, COMPRESSION_LZW); // every reader of the format knows it
   TIFFSetField(tiff, TIFFTAG_PREDICTOR, PREDICTOR_HORIZONTAL);
   TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, rowsAStrip);
   TIFFSetField(tiff, TIFFTAG_SOFTWARE, writingProgram);

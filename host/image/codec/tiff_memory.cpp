@@ -7,7 +7,7 @@
 namespace host {
 namespace {
 
-// No picture that fits our limits has a part that needs more.
+// Pictures within our limits never need more for a part.
 constexpr tmsize_t largestPart = tmsize_t{1} << 34;
 
 TiffMemory& memoryOf(thandle_t self) {
@@ -20,7 +20,7 @@ int keepError(TIFF*, void* text, const char*, const char* format, va_list values
   char line[300];
   std::vsnprintf(line, sizeof line, format, values);
   if (error.empty()) error = line;
-  return 1; // nobody else hears of it
+  return 1; // the library's other handlers are not called
 }
 
 int dropWarning(TIFF*, void*, const char*, const char*, va_list) {

@@ -7,7 +7,7 @@
 
 namespace host {
 
-/// How a file stores its samples: unsigned (1), signed (2) or floating-point (3) numbers of `bits`, as in the
+/// The storage of a file's samples: unsigned (1), signed (2) or floating-point (3) numbers of `bits`; see the
 /// format's SampleFormat.
 struct SampleKind {
   unsigned bits = 8, format = 1;

@@ -1,4 +1,4 @@
-// Pictures turned upright. Private to host/image.
+// Turns pictures upright. Private to host/image.
 #pragma once
 
 #include "picture_decode.h"

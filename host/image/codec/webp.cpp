@@ -14,7 +14,7 @@
 namespace host {
 namespace {
 
-constexpr int losslessEffort = 4; // of 9: the next ones win 1 % and take twice as long
+constexpr int losslessEffort = 4; // of 9: the next levels save 1 % and take twice as long
 
 WebPData dataOf(PictureBytes file) {
   return {reinterpret_cast<const std::uint8_t*>(file.data()), file.size()};
@@ -22,7 +22,7 @@ WebPData dataOf(PictureBytes file) {
 
 using Demuxer = std::unique_ptr<WebPDemuxer, void (*)(WebPDemuxer*)>;
 
-/// A part of the file beside its pixels; empty when it has none.
+/// A chunk of the file beside its pixels; empty when it is missing.
 PictureBytes chunk(const WebPDemuxer* demuxer, const char* name) {
   WebPChunkIterator part;
   if (!WebPDemuxGetChunk(demuxer, name, 1, &part)) return {};
@@ -33,7 +33,7 @@ PictureBytes chunk(const WebPDemuxer* demuxer, const char* name) {
 
 void keepRows(RawPicture& raw, const std::uint8_t* rows, std::size_t stride) {
   for (int y = 0; y < raw.picture.height; ++y, rows += stride) {
-    unsigned char* to = addRow(raw.picture.bytes, raw.picture.width);
+    unsigned char* to = addRow(raw.picture, raw.picture.bytes);
     std::memcpy(to, rows, static_cast<std::size_t>(raw.picture.width) * 4);
   }
 }
@@ -128,7 +128,7 @@ WebPConfig configOf(const FilterJob& job) {
   throw FilterError("could not be encoded (error " + std::to_string(code) + ")");
 }
 
-/// The file with a note of the program that wrote it.
+/// The file with the name of the writing program.
 FileBytes addSoftware(const WebPMemoryWriter& picture) {
   const std::unique_ptr<WebPMux, void (*)(WebPMux*)> mux(WebPMuxNew(), WebPMuxDelete);
   if (!mux) throw std::bad_alloc();

@@ -1,4 +1,4 @@
-// The entry of the part that reads and writes rare formats.
+// Entry of the part that reads and writes rare formats.
 #include "rare_files.h"
 #include "rare_library.h"
 

@@ -1,7 +1,7 @@
 // PSD through Magick++.
 #include "rare_files.h"
 
-// Last: it defines macros with names of other people's functions.
+// Last: it defines macros with the names of other libraries' functions.
 #include <Magick++.h>
 
 #include <string>
@@ -20,7 +20,7 @@ Magick::Image imageOf(const FilterJob& job, const FileBytes& pixels) {
   return image;
 }
 
-// Colours on white, as the picture beside the layers holds them.
+// Blends the colours onto white, as the merged picture beside the layers has them.
 void blendOnWhite(FileBytes& pixels) {
   for (std::size_t i = 0; i + 3 < pixels.size(); i += 4)
     for (std::size_t c = 0; c < 3; ++c) {

@@ -1,4 +1,4 @@
-// Formats that few pictures have, through OpenImageIO.
+// Reads rare formats through OpenImageIO.
 #include <OpenImageIO/filesystem.h>
 #include <OpenImageIO/imageio.h>
 
@@ -18,9 +18,11 @@ std::string messageOf(OIIO::ImageInput* reader) {
   return detail;
 }
 
-/// Which of the file's channels are red, green, blue and alpha; -1 for none.
+/// The file's channels that are red, green, blue and alpha; -1 for a missing one.
 std::array<int, 4> findChannels(const OIIO::ImageSpec& spec) {
-  const int alpha = spec.alpha_channel >= 0 && spec.alpha_channel < spec.nchannels ? spec.alpha_channel : -1;
+  // The reader of GIF sets a number past its channels.
+  const bool known = spec.alpha_channel >= 0 && spec.alpha_channel < spec.nchannels;
+  const int alpha = known ? spec.alpha_channel : spec.channelindex("A");
   if (spec.nchannels >= 3 && !(spec.nchannels == 3 && alpha >= 0)) return {0, 1, 2, alpha};
   return {0, 0, 0, spec.nchannels == 2 ? 1 : -1}; // grey
 }
@@ -35,11 +37,11 @@ void readRows(OIIO::ImageInput& reader, const OIIO::ImageSpec& spec, OIIO::TypeD
   for (int row = 0; row < spec.height; row += step) {
     const int end = std::min(row + step, spec.height);
     if (!reader.read_scanlines(0, 0, spec.y + row, spec.y + end, 0, 0, spec.nchannels, type, band.data()) ||
-        reader.has_error()) // some readers only leave a message
+        reader.has_error()) // some readers return success and leave a message
       throw DamagedPicture(messageOf(&reader));
     const Value* from = band.data();
     for (int y = row; y < end; ++y) {
-      Value* to = addRow(pixels, raw.picture.width);
+      Value* to = addRow(raw.picture, pixels);
       for (std::size_t x = 0; x < width; ++x, to += 4, from += count)
         for (std::size_t c = 0; c < 4; ++c)
           to[c] = index[c] < 0 ? opaque : from[index[c]];

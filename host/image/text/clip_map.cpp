@@ -15,7 +15,7 @@ struct GeClipMap::Data {
   bool drawing = false;
   GE_CM_DRAWMODE mode = GE_CM_DRAWMODE_COPY;
   ULONG value = 255;
-  ULONG colour = 0xffffffffu;
+  ULONG color = 0xffffffffu;
   LONG fontPixels = 16;
 
   bool inside(LLONG x, LLONG y) const noexcept { return x >= 0 && y >= 0 && x < width && y < height; }
@@ -120,7 +120,7 @@ void GeClipMap::SetDrawMode(GE_CM_DRAWMODE mode, LONG value) {
 }
 
 void GeClipMap::SetColor(LONG r, LONG g, LONG b, LONG a) {
-  data_->colour = host::joinWord(byteOf(r), byteOf(g), byteOf(b), byteOf(a));
+  data_->color = host::joinWord(byteOf(r), byteOf(g), byteOf(b), byteOf(a));
 }
 
 void GeClipMap::FillRect(LONG x1, LONG y1, LONG x2, LONG y2) {
@@ -128,7 +128,7 @@ void GeClipMap::FillRect(LONG x1, LONG y1, LONG x2, LONG y2) {
   const Span columns = cut(x1, x2, data_->width), rows = cut(y1, y2, data_->height);
   for (LLONG y = rows.begin; y < rows.end; ++y)
     for (LLONG x = columns.begin; x < columns.end; ++x)
-      data_->put(data_->at(x, y), data_->colour, 255);
+      data_->put(data_->at(x, y), data_->color, 255);
 }
 
 /// Steps along the longer axis; both ends are drawn. Steps outside the map are skipped, not walked.
@@ -147,7 +147,7 @@ void GeClipMap::Line(LONG x1, LONG y1, LONG x2, LONG y2) {
         flat ? x1 + way * i : x1 + static_cast<LLONG>(static_cast<double>(dx) * part + (dx < 0 ? -0.5 : 0.5));
     const LLONG y =
         flat ? y1 + static_cast<LLONG>(static_cast<double>(dy) * part + (dy < 0 ? -0.5 : 0.5)) : y1 + way * i;
-    if (data_->inside(x, y)) data_->put(data_->at(x, y), data_->colour, 255);
+    if (data_->inside(x, y)) data_->put(data_->at(x, y), data_->color, 255);
   }
 }
 
@@ -216,7 +216,7 @@ void GeClipMap::TextAt(LONG x, LONG y, const String& text) {
     for (LLONG row = firstRow; row < lastRow; ++row) {
       const unsigned char* coverage = mask.values.data() + row * mask.width;
       for (LLONG column = firstColumn; column < lastColumn; ++column)
-        data_->put(data_->at(left + column, top + row), data_->colour, coverage[column]);
+        data_->put(data_->at(left + column, top + row), data_->color, coverage[column]);
     }
   }
 }

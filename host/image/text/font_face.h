@@ -24,7 +24,7 @@ struct GlyphImage {
 
 class FontFace {
  public:
-  /// Throws std::bad_alloc; `usable` is false when the file is no font.
+  /// Throws std::bad_alloc; `usable` is false when the file is not a font.
   FontFace(FT_Library library, const FontFile& file, FT_F26Dot6 em);
   ~FontFace();
   FontFace(const FontFace&) = delete;
@@ -53,7 +53,7 @@ class FontLibrary {
   FontLibrary(const FontLibrary&) = delete;
   FontLibrary& operator=(const FontLibrary&) = delete;
 
-  /// Null when the file is no font. Valid until `trim`.
+  /// Null when the file is not a font. Valid until `trim`.
   FontFace* face(const FontFile& file, FT_F26Dot6 em);
   /// The default font's ascender and descender (positive) in ems; zeros without a font.
   struct Extent {

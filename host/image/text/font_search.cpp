@@ -45,7 +45,7 @@ bool flagOf(FcPattern* font, const char* property, bool preset) {
   return FcPatternGetBool(font, property, 0, &value) == FcResultMatch ? value != FcFalse : preset;
 }
 
-/// Folders in which systems and people keep the default font.
+/// Usual folders of the default font.
 FontFile searchFolders() {
   constexpr std::array folders = {"/usr/share/fonts/truetype/dejavu", "/usr/share/fonts/TTF",
                                   "/usr/share/fonts/dejavu",          "/usr/share/fonts/dejavu-sans-fonts",
@@ -117,7 +117,7 @@ struct Search {
   FontList fonts;
 };
 
-/// Made at the first text: reading the configuration takes some milliseconds.
+/// Made for the first text: reading the configuration takes some milliseconds.
 Search& search() {
   static Search made;
   return made;

@@ -1,4 +1,4 @@
-// Which font file has a character. Private to host/image.
+// Finds a font file that has a character. Private to host/image.
 #pragma once
 
 #include <cstdint>
@@ -6,7 +6,7 @@
 
 namespace host {
 
-/// A face in a font file; an empty path is no font.
+/// A face in a font file; an empty path stands for "not found".
 struct FontFile {
   std::string path;
   int index = 0;
@@ -23,7 +23,7 @@ struct FontFile {
 const FontFile& defaultFont();
 
 /// The first installed scalable font, nearest to the default one first, that has the character; empty when
-/// none has. Any thread.
+/// no font has it. Any thread.
 FontFile fontWith(std::uint32_t codePoint);
 
 } // namespace host

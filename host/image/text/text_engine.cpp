@@ -25,7 +25,7 @@ struct Remembered {
 
 struct Engine {
   FontLibrary fonts;
-  std::list<Remembered> lines; // the last used first
+  std::list<Remembered> lines; // the most recently used first
 };
 
 Engine& engine() {
@@ -49,7 +49,7 @@ struct FaceChoice {
 std::size_t faceOf(FaceChoice& choice, FontLibrary& fonts, FT_F26Dot6 em, std::uint32_t codePoint) {
   if (choice.faces[0]->has(codePoint)) return 0;
   FontFace* other = fonts.face(fontWith(codePoint), em);
-  if (!other || !other->has(codePoint)) return 0; // the default font's box for what nothing has
+  if (!other || !other->has(codePoint)) return 0; // the default font's box for a character without a glyph
   const auto known = std::find(choice.faces.begin(), choice.faces.end(), other);
   if (known != choice.faces.end()) return static_cast<std::size_t>(known - choice.faces.begin());
   choice.faces.push_back(other);
@@ -123,7 +123,7 @@ std::optional<PlacedGlyph> joinGlyphs(const std::vector<PlacedGlyph>& glyphs) {
   return PlacedGlyph{left, top, std::move(mask)};
 }
 
-/// Moves ink that would stick out on the left inside, and makes the line wide enough for the rest.
+/// Moves ink inside that would stick out on the left, and makes the line wide enough for the rest.
 void fitWidth(TextLine& line, LLONG pen) {
   LLONG left = 0, right = (pen + 63) >> 6;
   for (const PlacedGlyph& glyph : line.glyphs) {

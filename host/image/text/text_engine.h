@@ -1,7 +1,7 @@
 // Text as coverage: fonts, shaping and antialiased glyphs. Private to host/image.
 //
 // Every thread has its own font library, faces and glyphs, so nothing here locks but the search for fonts.
-// What was drawn is remembered: a caller that draws one text many times lays it out once.
+// Layouts are cached: a caller that draws one text many times lays it out once.
 #pragma once
 
 #include <memory>

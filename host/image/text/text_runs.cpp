@@ -97,7 +97,7 @@ std::vector<int> levelsOf(const CodePoints& text) {
   return levels;
 }
 
-/// Reverses every stretch of runs at or above each level, highest first.
+/// Reverses every sequence of runs at or above each level, highest first.
 void reorder(std::vector<TextRun>& runs, std::vector<int>& levels) {
   for (int level = 2; level >= 1; --level)
     for (std::size_t i = 0; i < runs.size(); ++i) {

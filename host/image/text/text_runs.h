@@ -1,4 +1,4 @@
-// Text split into stretches that are shaped as one, in the order in which they are seen. Private to
+// Text split into runs that are shaped as one, in visual order. Private to
 // host/image.
 #pragma once
 

@@ -10,11 +10,13 @@
 namespace host {
 
 const std::vector<PictureFormat>& pictureFormats() {
-  static const std::vector<PictureFormat> formats{{"PNG", "png", FILTER_PNG},
-                                                  {"TIFF", "tif", FILTER_TIF},
-                                                  {"JPEG", "jpg", FILTER_JPG},
-                                                  {"OpenEXR", "exr", FILTER_EXR},
-                                                  {"WebP", "webp", filterWebp}};
+  static const std::vector<PictureFormat> formats = [] {
+    std::vector<PictureFormat> chosen;
+    for (const LONG filter : {FILTER_PNG, FILTER_TIF, FILTER_JPG, FILTER_EXR, filterWebp})
+      if (const PictureFileFormat* format = formatOfFilter(filter))
+        chosen.push_back({format->name, format->suffixes[0], filter});
+    return chosen;
+  }();
   return formats;
 }
 

@@ -1,4 +1,4 @@
-// Colour profiles: what they change, whom they do not concern, and which are refused.
+// Colour profiles: conversion, uses that ignore them, and refused ones.
 #include <gtest/gtest.h>
 
 #include "console.h"
@@ -41,11 +41,11 @@ Bytes pngWith(const Bytes& profile, const Values& rgb = {0, 64, 255}) {
 
 } // namespace
 
-TEST(ColourProfile, LinearCodesBecomeSrgb) {
+TEST(ColorProfile, LinearCodesBecomeSrgb) {
   // 64 of 255 is a light of 0.251, whose sRGB code is 137.
   const Values wanted{0, 137, 255, 255};
   const Bytes profile = rgbProfile(1.0);
-  for (const PictureUse use : {PictureUse::shown, PictureUse::colours})
+  for (const PictureUse use : {PictureUse::shown, PictureUse::colors})
     EXPECT_EQ(decode(pngWith(profile), use)->bytes, wanted);
   EXPECT_EQ(decode(makeWebp(1, 1, {0, 64, 255, 255}, 0, profile))->bytes, wanted);
   const auto tiff = decode(makeTiff("w", [&](TIFF* file) {
@@ -60,14 +60,14 @@ TEST(ColourProfile, LinearCodesBecomeSrgb) {
   EXPECT_NEAR(decode(makeJpeg(parts, Values(192, 64)))->bytes[0], 137, 1);
 }
 
-TEST(ColourProfile, NumbersThatAreNoColoursStay) {
+TEST(ColorProfile, NumbersThatAreNoColorsStay) {
   EXPECT_EQ(decode(pngWith(rgbProfile(1.0)), PictureUse::data)->bytes, (Values{0, 64, 255, 255}));
 }
 
-TEST(ColourProfile, SixteenBitsFloatsAndAlpha) {
+TEST(ColorProfile, SixteenBitsFloatsAndAlpha) {
   PngParts parts;
   parts.depth = 16;
-  parts.colours = SPNG_COLOR_TYPE_TRUECOLOR_ALPHA;
+  parts.colors = SPNG_COLOR_TYPE_TRUECOLOR_ALPHA;
   parts.profile = rgbProfile(1.0);
   const auto words = decode(makePng(parts, {0, 0, 0x40, 0x40, 0xff, 0xff, 0x12, 0x34}))->words;
   ASSERT_EQ(words.size(), 4u);
@@ -85,9 +85,9 @@ TEST(ColourProfile, SixteenBitsFloatsAndAlpha) {
   EXPECT_NEAR(floats[0], 0.25f, 0.002f);
 }
 
-TEST(ColourProfile, GreyAndInks) {
+TEST(ColorProfile, GreyAndInks) {
   PngParts parts;
-  parts.colours = SPNG_COLOR_TYPE_GRAYSCALE;
+  parts.colors = SPNG_COLOR_TYPE_GRAYSCALE;
   parts.profile = greyProfile(1.0);
   const Values grey = decode(makePng(parts, {64}))->bytes;
   ASSERT_EQ(grey.size(), 4u);
@@ -105,7 +105,7 @@ TEST(ColourProfile, GreyAndInks) {
   EXPECT_LT(decode(makeJpeg(inks, pixels))->bytes[0], 3);
 }
 
-TEST(ColourProfile, SrgbChangesNothing) {
+TEST(ColorProfile, SrgbChangesNothing) {
   cmsHPROFILE srgb = cmsCreate_sRGBProfile();
   cmsUInt32Number size = 0;
   cmsSaveProfileToMem(srgb, nullptr, &size);
@@ -124,7 +124,7 @@ TEST(ColourProfile, SrgbChangesNothing) {
       ASSERT_EQ(picture->bytes[i * 4 + c], rgb[i * 3 + c]);
 }
 
-TEST(ColourProfile, RefusedOnesAreNamedOnce) {
+TEST(ColorProfile, RefusedOnesAreNamedOnce) {
   Lines console;
   Bytes damaged = rgbProfile(1.0);
   std::fill(damaged.begin() + 128, damaged.end(), std::byte{0xee});
@@ -141,5 +141,5 @@ TEST(ColourProfile, RefusedOnesAreNamedOnce) {
         << name;
   EXPECT_EQ(decode(pngWith(damaged), PictureUse::data, "data.png")->bytes, (Values{0, 64, 255, 255}));
   host::deliverConsole();
-  EXPECT_EQ(console.lines.size(), 3u); // whoever wants no colours hears nothing of them
+  EXPECT_EQ(console.lines.size(), 3u); // data ignores profiles and prints nothing
 }

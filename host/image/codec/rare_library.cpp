@@ -1,8 +1,8 @@
-// Formats that few pictures have: a part of the host that is loaded at its first use.
+#include "rare_library.h"
+
 #include <mutex>
 
 #include "part.h"
-#include "rare_library.h"
 
 namespace host {
 namespace {
@@ -16,6 +16,8 @@ auto inTurn(Use use) {
   return use(part.as<RareLibrary>());
 }
 
+} // namespace
+
 RawPicture readRare(const char* format, PictureBytes file) {
   try {
     return inTurn([&](RareLibrary& library) { return library.read(format, file); });
@@ -24,31 +26,7 @@ RawPicture readRare(const char* format, PictureBytes file) {
   }
 }
 
-} // namespace
-
-RawPicture readBmp(PictureBytes file) {
-  return readRare("bmp", file);
-}
-RawPicture readPsd(PictureBytes file) {
-  return readRare("psd", file);
-}
-RawPicture readHdr(PictureBytes file) {
-  return readRare("hdr", file);
-}
-RawPicture readGif(PictureBytes file) {
-  return readRare("gif", file);
-}
-RawPicture readPnm(PictureBytes file) {
-  return readRare("pnm", file);
-}
-RawPicture readTga(PictureBytes file) {
-  return readRare("targa", file);
-}
-
-FileBytes encodePsd(const FilterJob& job) {
-  constexpr LONG largestSide = 30000; // the limit that the format's public documentation gives for its header
-  if (job.bitmap.GetBw() > largestSide || job.bitmap.GetBh() > largestSide)
-    throw FilterError("was not saved: PSD holds at most 30000 pixels a side");
+FileBytes writeRarePsd(const FilterJob& job) {
   try {
     return inTurn([&](RareLibrary& library) { return library.writePsd(job); });
   } catch (const PartError& error) {
