@@ -1,25 +1,20 @@
-// Command lines from any bytes, a zero byte between the arguments: each is a command within its ranges, a
-// text, or one sentence of wrong use.
+// Command lines from any bytes, with a zero byte between the arguments: each gives a command within its
+// ranges, a text, or one sentence about wrong use.
 #include <cmath>
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 
 #include "c4d_string.h"
 #include "command_line.h"
+#include "fuzz_support.h"
 
-/// The plug-in has it; its units are not part of what is tested here.
+/// Defined by the plug-in, whose units are not linked here.
 String GetVersionString() {
   return "0";
 }
 
 namespace {
 
-void require(bool holds, const char* what) {
-  if (holds) return;
-  std::fprintf(stderr, "%s\n", what);
-  std::abort();
-}
+using fuzz::require;
 
 void check(const std::optional<batch::PixelSize>& size) {
   require(!size || (size->width >= 1 && size->width <= 32768 && size->height >= 1 && size->height <= 32768),

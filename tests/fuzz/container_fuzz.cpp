@@ -1,20 +1,15 @@
-// Containers from any text: what reads is written and read to the same; of what does not read as much as
-// makes sense is saved, and that reads.
+// Containers from any text: a container that reads is written and reads back the same; of others as much as
+// makes sense is salvaged, and the result reads.
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 
 #include "container_json.h"
+#include "fuzz_support.h"
 
 namespace {
 
-void require(bool holds, const char* what) {
-  if (holds) return;
-  std::fprintf(stderr, "%s\n", what);
-  std::abort();
-}
+using fuzz::require;
 
-// Written and read again, it is the same text; reals that are no numbers equal nothing, so texts are
+// Written and read again it is the same text; NaN equals nothing, so texts are
 // compared.
 void checkRoundTrip(const BaseContainer& container) {
   const std::string text = host::containerToJson(container);

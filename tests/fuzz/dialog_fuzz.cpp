@@ -1,21 +1,16 @@
-// Dialog resources from any bytes: symbols, texts and descriptions, with a zero byte between them. Whatever
-// reads keeps to what the reader promises.
+// Dialog resources from any bytes: symbols, texts and descriptions, with a zero byte between them. A
+// resource that reads keeps the reader's promises.
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <string_view>
 
 #include "dialog_description.h"
+#include "fuzz_support.h"
 
 namespace {
 
-void require(bool holds, const char* what) {
-  if (holds) return;
-  std::fprintf(stderr, "%s\n", what);
-  std::abort();
-}
+using fuzz::require;
 
-// What comes before the next zero byte.
+// Takes the bytes before the next zero byte.
 std::string_view takePart(std::string_view& text) {
   const std::size_t end = text.find('\0');
   const std::string_view part = text.substr(0, end);

@@ -1,41 +1,21 @@
 // Names of pictures in the history's folder, from any bytes: a picture is made under a name, listed, and
-// found by what the list says; nothing outside of the folder is touched.
-#include <unistd.h>
-
+// found by its listed name; nothing outside of the folder is touched.
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 
 #include "c4d_file.h"
+#include "fuzz_support.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 
-void require(bool holds, const char* what) {
-  if (holds) return;
-  std::fprintf(stderr, "%s\n", what);
-  std::abort();
-}
+using fuzz::require;
 
-const fs::path& folder() {
-  static const fs::path made = [] {
-    const fs::path place = fs::exists("/dev/shm") ? fs::path("/dev/shm") : fs::temp_directory_path();
-    std::string name = (place / "lumenara-fuzz-XXXXXX").string();
-    require(mkdtemp(name.data()) != nullptr, "there is room for files");
-    static const std::string path = name;
-    std::atexit([] {
-      std::error_code ignored;
-      fs::remove_all(path, ignored);
-    });
-    return fs::path(name);
-  }();
-  return made;
-}
+using fuzz::temporaryFolder;
 
-// A name of the file system holds any bytes but these two.
+// A name in the file system may contain any bytes but these two.
 std::string fileNameOf(std::string_view text) {
   std::string name;
   for (const char c : text.substr(0, 120))
@@ -45,7 +25,7 @@ std::string fileNameOf(std::string_view text) {
 
 void exercise(Filename name) {
   const std::string text = name.GetString().GetUTF8();
-  const Filename whole = Filename(String(folder().string())) + name;
+  const Filename whole = Filename(String(temporaryFolder().string())) + name;
   const bool isName = !text.empty() && text != "." && text != ".." && text.find('/') == std::string::npos;
   require(!isName || whole.GetFile() == name, "the last part is the name");
   name.SetSuffix("tif");
@@ -57,12 +37,12 @@ void exercise(Filename name) {
 
 void list(std::size_t expected) {
   AutoAlloc<BrowseFiles> browser;
-  browser->Init(Filename(String(folder().string())));
+  browser->Init(Filename(String(temporaryFolder().string())));
   std::size_t count = 0;
   while (browser->GetNext()) {
     ++count;
     Filename name = browser->GetFilename();
-    require(GeFExist(Filename(String(folder().string())) + name), "what is listed is there");
+    require(GeFExist(Filename(String(temporaryFolder().string())) + name), "what is listed is there");
     LocalFileTime time;
     browser->GetFileTime(GE_FILETIME_MODIFIED, &time);
     require(time.year >= 1970 && time.month >= 1 && time.month <= 12, "and has a time");
@@ -76,13 +56,14 @@ void list(std::size_t expected) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string_view text(reinterpret_cast<const char*>(data), size);
   exercise(Filename(String(text)));
-  const fs::path file = folder() / fileNameOf(text);
+  const fs::path file = temporaryFolder() / fileNameOf(text);
   std::ofstream(file) << "x";
-  if (!fs::exists(file)) return 0; // the file system wants names in some encoding
+  if (!fs::exists(file)) return 0; // the file system requires an encoding
   list(1);
-  Filename numbered = Filename(String(folder().string())) + Filename(String(fileNameOf(text)) + "[001].tif");
+  Filename numbered =
+      Filename(String(temporaryFolder().string())) + Filename(String(fileNameOf(text)) + "[001].tif");
   require(numbered.CheckSuffix("tif"), "a history's name is a picture's");
-  if (GeFMove(Filename(String(folder().string())) + Filename(String(fileNameOf(text))), numbered)) {
+  if (GeFMove(Filename(String(temporaryFolder().string())) + Filename(String(fileNameOf(text))), numbered)) {
     list(1);
     require(GeFKill(numbered), "what is there can be removed");
   }

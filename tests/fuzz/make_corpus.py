@@ -216,10 +216,10 @@ def profile(space=b"RGB ", kind=b"mntr"):
 def pictures():
     """Seeds of the picture formats, through ImageMagick where it is installed, and our program for OpenEXR."""
     for space in (b"RGB ", b"GRAY"):
-        write("colour_profile", space.decode().strip().lower() + ".icc", profile(space))
+        write("color_profile", space.decode().strip().lower() + ".icc", profile(space))
     if not shutil.which("convert"):
         return
-    icc = str(FOLDER / "colour_profile" / "rgb.icc")
+    icc = str(FOLDER / "color_profile" / "rgb.icc")
     source = ["-size", "9x7", "gradient:red-blue"]
     kinds = {"png": {"plain.png": [], "deep.png": ["-depth", "16"], "palette.png": ["-colors", "4", "-type", "palette"],
                      "passes.png": ["-interlace", "PNG"], "profile.png": ["-profile", icc]},
@@ -242,8 +242,80 @@ def pictures():
                         "--size", "9x7", "--samples", "1", "--quiet"], check=False)
 
 
+def bmp():
+    """A whole palette with runs, a short palette, an old header, and plain pixels."""
+    def file(bits, colors, data, packing=0):
+        palette = bytes(range(4 * colors))
+        head = struct.pack("<IiiHHIIiiII", 40, 5, 2, 1, bits, packing, len(data), 0, 0, colors, 0)
+        return b"BM" + struct.pack("<IHHI", 54 + len(palette + data), 0, 0, 54 + len(palette)) + head + palette + data
+
+    old = struct.pack("<IHHHH", 12, 5, 2, 1, 1) + bytes(6) + bytes([0x50, 0, 0, 0, 0xA8, 0, 0, 0])
+    write("bmp", "short.bmp", file(8, 3, bytes([0, 1, 2, 3, 255, 0, 0, 0] * 2)))
+    write("bmp", "runs.bmp", file(8, 16, bytes([3, 7, 0, 4, 1, 2, 3, 200, 0, 0, 0, 2, 1, 0, 2, 9, 0, 1]), 1))
+    write("bmp", "halves.bmp", file(4, 5, bytes([0x01, 0x23, 0x4F, 0] * 2)))
+    write("bmp", "plain.bmp", file(24, 0, bytes(range(32))))
+    write("bmp", "old.bmp", b"BM" + struct.pack("<IHHI", 14 + len(old), 0, 0, 32) + old)
+
+
+def tga():
+    def file(kind, bits, data, palette=b"", first=0, flags=0):
+        head = struct.pack("<BBBHHBHHHHBB", 0, bool(palette), kind, first, len(palette) // 3, 24 if palette else 0, 0, 0,
+                           3, 2, bits, flags)
+        return head + palette + data
+
+    end = struct.pack("<II", 0, 0) + b"TRUEVISION-XFILE.\0"
+    write("tga", "palette.tga", file(1, 8, bytes([0, 1, 2, 3, 0, 255]), bytes(range(9))) + end)
+    write("tga", "runs.tga", file(9, 8, bytes([0x82, 9, 2, 8, 9, 10]), bytes(range(6)), first=8))
+    write("tga", "plain.tga", file(2, 32, bytes(range(24)), flags=8))
+    write("tga", "gray.tga", file(11, 8, bytes([0x85, 7]), flags=0x20))
+
+
+def gif():
+    def sub(data):
+        return bytes([len(data)]) + data + b"\0"
+
+    def file(colors, data, own=b"", extension=b""):
+        flags = 0x80 | (colors.bit_length() - 2)
+        frame = b"," + struct.pack("<HHHHB", 0, 0, 3, 1, 0x80 if own else 0) + own
+        return b"GIF89a" + struct.pack("<HHBBB", 3, 1, flags, 0, 0) + bytes(range(3 * colors)) + extension + frame + data + b";"
+
+    data = b"\x02" + sub(bytes([0x44, 0x5C]))
+    write("gif", "plain.gif", file(4, data))
+    write("gif", "short.gif", file(2, data))
+    write("gif", "own.gif", file(4, data, own=bytes(range(6)), extension=b"!\xf9" + sub(bytes([1, 0, 0, 3]))))
+
+
+def hdr():
+    head = b"#?RADIANCE\nFORMAT=32-bit_rle_rgbe\n\n-Y 2 +X %d\n"
+    write("hdr", "plain.hdr", head % 3 + bytes(range(100, 124)))
+    row = b"\2\2\0\x08" + b"\x88\x40" * 2 + bytes([8, *range(8)]) + b"\x88\x81"
+    write("hdr", "runs.hdr", head % 8 + row * 2)
+
+
+def pnm():
+    for kind, data in ((1, b"1 0 1\n0 1 0\n"), (2, b"1 2 3 4 5 255\n"), (3, b"9 " * 18)):
+        write("pnm", f"text{kind}.pnm", b"P%d\n# made here\n3 2\n" % kind + (b"" if kind == 1 else b"255\n") + data)
+    for kind, most, data in ((4, None, b"\xa0\x40"), (5, 65535, bytes(range(12))), (6, 255, bytes(range(18)))):
+        write("pnm", f"bytes{kind}.pnm", b"P%d 3 2\n" % kind + (b"%d\n" % most if most else b"") + data)
+
+
+def psd():
+    def file(mode, channels, data, packing=0, resources=b"", depth=8):
+        head = b"8BPS" + struct.pack(">H6xHIIHH", 1, channels, 2, 3, depth, mode)
+        return head + struct.pack(">II", 0, len(resources)) + resources + struct.pack(">IH", 0, packing) + data
+
+    icc = profile()
+    block = b"8BIM" + struct.pack(">HHI", 1039, 0, len(icc)) + icc
+    write("psd", "profile.psd", file(3, 3, bytes(range(18)), resources=block))
+    write("psd", "runs.psd", file(3, 3, struct.pack(">6H", *[2] * 6) + b"\xfe\x07" * 6, packing=1))
+    write("psd", "gray.psd", file(1, 2, bytes(range(24)), depth=16))
+    write("psd", "inks.psd", file(4, 4, bytes(range(24))))
+
+
 def main():
     pictures()
+    for make in (bmp, tga, gif, hdr, pnm, psd):
+        make()
     for make in (plain, quantised, animated, skinned, sparse, furnished):
         write("scene", f"{make.__name__}.glb", make().glb())
     for make in (plain, furnished):

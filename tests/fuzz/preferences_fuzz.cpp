@@ -1,40 +1,20 @@
-// Preferences from any file: the program starts, stores a setting beside what could be read, and the next
-// program reads both without a complaint.
-#include <unistd.h>
-
+// Preferences from any file: the program starts and adds a setting to those that it could read, and the next
+// program reads all of them without a warning.
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <filesystem>
 
 #include "console.h"
+#include "fuzz_support.h"
 #include "preferences.h"
 
 namespace {
 
-namespace fs = std::filesystem;
+using fuzz::require;
 
-void require(bool holds, const char* what) {
-  if (holds) return;
-  std::fprintf(stderr, "%s\n", what);
-  std::abort();
-}
-
-// In memory, where the system has such a place: every input writes files.
-const fs::path& folder() {
-  static const fs::path made = [] {
-    const fs::path place = fs::exists("/dev/shm") ? fs::path("/dev/shm") : fs::temp_directory_path();
-    std::string name = (place / "lumenara-fuzz-XXXXXX").string();
-    require(mkdtemp(name.data()) != nullptr, "there is room for files");
-    static const std::string path = name;
-    std::atexit([] {
-      std::error_code ignored;
-      fs::remove_all(path, ignored);
-    });
-    host::setConsoleEcho(nullptr);
-    return fs::path(name);
-  }();
-  return made;
+/// The folder of the preferences; console lines are not printed.
+const std::filesystem::path& folder() {
+  host::setConsoleEcho(nullptr);
+  return fuzz::temporaryFolder();
 }
 
 } // namespace

@@ -1,18 +1,13 @@
-// Scene loading from any bytes: whatever loads is evaluated, viewed, saved and loaded again.
-#include <cstdio>
-#include <cstdlib>
+// Scenes from any bytes: a scene that loads is evaluated, viewed, saved and loaded again.
 
+#include "fuzz_support.h"
 #include "gltf_mutator.h"
 #include "scene_file.h"
 #include "snapshot.h"
 
 namespace {
 
-void require(bool holds, const char* what) {
-  if (holds) return;
-  std::fprintf(stderr, "%s\n", what);
-  std::abort();
-}
+using fuzz::require;
 
 void use(BaseDocument& document) {
   document.SetTime(BaseTime(0.5));

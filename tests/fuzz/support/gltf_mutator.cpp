@@ -14,9 +14,9 @@ namespace fuzz {
 
 namespace {
 
-using Json = nlohmann::json; // new keys move no others: pointers into it stay
+using Json = nlohmann::json; // new keys do not move others: pointers stay valid
 
-// --- the file, apart and together ---
+// --- reading and writing the file ---
 
 struct Gltf {
   Json root;
@@ -121,7 +121,7 @@ class Mutation {
     return found.is_object() ? &found : nullptr;
   }
 
-  // An index into a list of the root: mostly one that is there.
+  // An index into a list of the root, mostly a valid one.
   Json index(const char* name) {
     const auto count = static_cast<std::int64_t>(list(name)->size());
     if (often() && count > 0) return static_cast<std::int64_t>(below(static_cast<std::size_t>(count)));
@@ -177,7 +177,7 @@ class Mutation {
     }
   }
 
-  // Where an accessor's numbers lie, and of what kind they are.
+  // The place and the type of an accessor's numbers.
   void view() {
     Json* accessor = item("accessors");
     Json* view = item("bufferViews");
@@ -463,7 +463,7 @@ std::size_t mutateGltf(std::uint8_t* data, std::size_t size, std::size_t mostByt
     return LLVMFuzzerMutate(data, size, mostBytes);
   try {
     Mutation(file, seed).run();
-  } catch (const Json::exception&) { // a part that is not of the kind that a step takes it for
+  } catch (const Json::exception&) { // a part of another type than the step expects
   }
   const std::string bytes = putTogether(file);
   if (bytes.size() > mostBytes) return LLVMFuzzerMutate(data, size, mostBytes);

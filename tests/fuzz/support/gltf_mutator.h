@@ -8,8 +8,8 @@
 
 namespace fuzz {
 
-/// For LLVMFuzzerCustomMutator: changes the file in place, binary or text, and gives its new size. What is no
-/// glTF file, and one file in four, is changed byte by byte.
+/// For LLVMFuzzerCustomMutator: changes the file in place, binary or text, and returns its new size. Bytes
+/// that are not a glTF file, and one file in four, are changed byte by byte.
 std::size_t mutateGltf(std::uint8_t* data, std::size_t size, std::size_t mostBytes, unsigned seed);
 
 } // namespace fuzz

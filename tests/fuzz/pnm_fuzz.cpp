@@ -1,0 +1,6 @@
+// PNM pictures from any bytes.
+#include "fuzz_picture.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  return fuzz_picture::read(host::readPnm, nullptr, data, size);
+}
