@@ -197,13 +197,15 @@ TEST(PsdColors, AProfileThatDoesNotFitIsNamedOnce) {
 }
 
 TEST(ExrHeader, ValuesHaveTheSizeOfTheirType) {
-  const auto header = [](std::string_view type, std::uint32_t size) {
+  const auto header = [](std::string_view type, const Values& value) {
     File file;
-    file.low(4, {0x01312f76, 2}).text("a\0"sv).text(type).text("\0"sv).low(4, {size});
-    return file.values(Values(size)).low(1, {0}).done();
+    file.low(4, {0x01312f76, 2}).text("a\0"sv).text(type).text("\0"sv);
+    return file.low(4, {static_cast<std::uint32_t>(value.size())}).values(value).low(1, {0}).done();
   };
-  const auto damaged = [&](std::string_view type, std::uint32_t size) {
-    return refusal(header(type, size)) ==
+  const auto damaged = [&](std::string_view type, std::size_t size, unsigned char first = 0) {
+    Values value(size);
+    if (size > 0) value[0] = first;
+    return refusal(header(type, value)) ==
            "Picture \"test\" is damaged or cut off. Save it again from the program that made it.";
   };
   // Our check gives no detail; the library does.
@@ -212,6 +214,7 @@ TEST(ExrHeader, ValuesHaveTheSizeOfTheirType) {
   EXPECT_TRUE(damaged("box2i", 4));
   EXPECT_FALSE(damaged("chlist", 1));
   EXPECT_TRUE(damaged("chlist", 2)) << "it ends before its size does";
+  EXPECT_TRUE(damaged("chlist", 1, 'R')) << "it never ends";
   EXPECT_TRUE(damaged("preview", 12));
   EXPECT_TRUE(damaged("floatvector", 5));
   EXPECT_FALSE(damaged("theirs", 7));

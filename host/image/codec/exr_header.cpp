@@ -53,9 +53,8 @@ std::size_t behindText(PictureBytes file, std::size_t at) {
 bool plausibleChannels(PictureBytes value) {
   constexpr std::size_t channelBytes = 16;
   for (std::size_t at = 0; at < value.size();) {
-    const std::size_t next = behindText(value, at);
-    if (next == at + 1) return next == value.size();
-    at = next + channelBytes;
+    if (field(value, at, 1) == 0) return at + 1 == value.size();
+    at = behindText(value, at) + channelBytes;
   }
   return false;
 }
