@@ -12,7 +12,6 @@ namespace {
 namespace fs = std::filesystem;
 
 using fuzz::require;
-
 using fuzz::temporaryFolder;
 
 // A name in the file system may contain any bytes but these two.

@@ -1,12 +1,11 @@
 // Renders every scene that loads: builds the ray structures and traces a few pixels, for a picture and for
 // the editor view. Every pixel must be finite.
 #include <cmath>
-#include <cstdio>
-#include <cstdlib>
 #include <vector>
 
 #include "c4d.h"
 #include "film.h"
+#include "fuzz_support.h"
 #include "gltf_mutator.h"
 #include "render_snapshot.h"
 #include "scene_cache.h"
@@ -18,11 +17,7 @@ namespace {
 
 constexpr int width = 4, height = 3;
 
-void require(bool holds, const char* what) {
-  if (holds) return;
-  std::fprintf(stderr, "%s\n", what);
-  std::abort();
-}
+using fuzz::require;
 
 void render(const host::SnapshotPtr& snapshot) {
   host::render::RenderSettings settings;
