@@ -66,7 +66,7 @@ Lanes codes(ULONG word) {
 struct Rows {
   const std::atomic<ULONG>* pixels;
   LONG width;
-  ULONG opaque; // set over the alpha of a picture that has none
+  ULONG opaque; // set in the alpha of pictures without an alpha channel
   const ScaleAxis& columns;
   // Neighbouring target rows share at most one source row when shrinking, two when enlarging.
   std::array<Row, 2> cache;

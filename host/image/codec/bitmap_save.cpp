@@ -12,7 +12,7 @@ namespace {
 
 struct Outcome {
   IMAGERESULT result = IMAGERESULT_OK;
-  std::string clause; // what happened and what to do, to follow the file's name
+  std::string clause; // the fault and its remedy, to follow the file's name
 };
 
 Outcome save(const BaseBitmap& bitmap, const Filename& name, LONG format, const BaseContainer* options,
@@ -42,7 +42,7 @@ Outcome saveGuarded(const BaseBitmap& bitmap, const Filename& name, LONG format,
     return {IMAGERESULT_MISC_ERROR, error.what() + std::string(". Try another format.")};
   } catch (const std::bad_alloc&) {
     return {IMAGERESULT_OUTOFMEMORY, "was not saved: not enough memory. Use a smaller picture."};
-  } catch (const std::exception& error) { // the image library's own
+  } catch (const std::exception& error) { // thrown by a library
     return {IMAGERESULT_MISC_ERROR,
             "could not be encoded (" + std::string(error.what()) + "). Try another format."};
   }
@@ -57,7 +57,7 @@ IMAGERESULT BaseBitmap::Save(const Filename& name, LONG format, const BaseContai
     if (outcome.result != IMAGERESULT_OK)
       host::recordFailure(name, "Picture \"" + name.GetString().GetUTF8() + "\" " + outcome.clause);
     return outcome.result;
-  } catch (const std::bad_alloc&) { // no memory even for the sentence
+  } catch (const std::bad_alloc&) { // not enough memory for the sentence
     return IMAGERESULT_OUTOFMEMORY;
   }
 }

@@ -1,4 +1,4 @@
-// OpenEXR through its own library, without threads of the library's.
+// OpenEXR through its own library, without the library's threads.
 #include <OpenEXR/ImfChannelList.h>
 #include <OpenEXR/ImfFrameBuffer.h>
 #include <OpenEXR/ImfHeader.h>
@@ -27,7 +27,7 @@ namespace {
 constexpr int noThreads = 0;
 constexpr int rowsAtOnce = 64;
 
-/// The largest sides are the library's own settings, the same for all files.
+/// The library keeps its largest sides globally, for all files.
 void setLimits() {
   static const bool done = [] {
     Imf::Header::setMaxImageSize(maxPictureSide, maxPictureSide);
@@ -117,7 +117,7 @@ std::uint64_t side(int low, int high) {
   return high < low ? 0 : static_cast<std::uint64_t>(std::int64_t{high} - low) + 1;
 }
 
-/// Finite values, colours divided by their alpha; a colour without alpha stays.
+/// Makes values finite and divides colours by their alpha; colours where alpha is 0 do not change.
 float finite(float value) {
   if (std::isnan(value)) return 0;
   return std::isinf(value) ? std::copysign(65504.0f, value) : value;

@@ -5,15 +5,15 @@
 
 namespace host {
 
-/// A palette in a file: where its entries lie and which colours they are.
+/// The place of a palette in a file.
 struct PalettePlace {
   std::size_t at, entries, entryBytes;
   std::size_t first = 0; // the index of the first entry
 };
 
-/// A copy of the file in which the palette has `count` colours, from index 0: the first entry stands for the
-/// indices before it, the last one for those behind. The library does not check indices; with as many
-/// colours as a pixel can name none of them is out of bounds. The caller corrects the header.
+/// A copy of the file in which the palette has `count` colours, from index 0: the first entry fills the
+/// indices before it, the last one those after it. The library does not check indices; with as many colours
+/// as a pixel can name every index is in bounds. The caller corrects the header.
 /// Throws DamagedPicture when an entry is missing.
 FileBytes withFullPalette(PictureBytes file, const PalettePlace& palette, std::size_t count);
 

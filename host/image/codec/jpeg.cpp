@@ -18,7 +18,7 @@
 namespace host {
 namespace {
 
-// A progressive file may repeat its scans at little cost to itself; real ones have about ten.
+// A progressive file may repeat its scans at little cost to itself; real files have about ten.
 constexpr int mostScans = 64;
 constexpr int profileMarker = JPEG_APP0 + 2, exifMarker = JPEG_APP0 + 1;
 constexpr std::string_view exifStart("Exif\0\0", 6);
@@ -170,7 +170,7 @@ class JpegReader {
     }
   }
 
-  /// Files of four inks hold them the other way round, as all programs that write them agree.
+  /// Files of four inks store them inverted, as all writing programs do.
   static void turnInks(std::vector<unsigned char>& values) {
     for (unsigned char& value : values)
       value = static_cast<unsigned char>(255 - value);
@@ -212,7 +212,7 @@ struct Compression : jpeg_compress_struct {
   std::size_t size = 0; // of the memory
 };
 
-/// More memory behind what is filled. Called by the library, also when it begins.
+/// Adds memory after the filled part. Called by the library, also at the start.
 void growTarget(j_compress_ptr info) {
   auto& file = *static_cast<Compression*>(info);
   const std::size_t filled = file.size, wanted = std::max<std::size_t>(std::size_t{1} << 16, filled * 2);

@@ -47,7 +47,7 @@ class ZipInMemory {
   ZipInMemory(const ZipInMemory&) = delete;
   ZipInMemory& operator=(const ZipInMemory&) = delete;
 
-  // PNG does not get smaller, and readers want the first entry as it is: all is stored.
+  // PNG does not compress further, and readers need the first entry uncompressed: all entries are stored.
   void add(const char* name, Bytes bytes) {
     zip_source_t* entry = zip_source_buffer(archive_, bytes.data(), bytes.size(), 0);
     const zip_int64_t index = entry ? zip_file_add(archive_, name, entry, ZIP_FL_ENC_UTF_8) : -1;
@@ -122,7 +122,7 @@ FileBytes encodeOpenRaster(const FilterJob& job) {
   const FileBytes picture = encodePng(job), thumbnail = encodeThumbnail(job);
   const std::string stack = describeStack(job.bitmap.GetBw(), job.bitmap.GetBh());
   ZipInMemory zip;
-  zip.add("mimetype", bytesOf("image/openraster")); // first: programs tell the kind of file by its place
+  zip.add("mimetype", bytesOf("image/openraster")); // first: programs recognise the format by its place
   zip.add("stack.xml", bytesOf(stack));
   zip.add("data/layer0.png", picture);
   zip.add("mergedimage.png", picture);

@@ -29,7 +29,7 @@ LoadedPicture damaged(const std::string& name, std::string detail = {}) {
                  "is damaged or cut off" + detail + ". Save it again from the program that made it.");
 }
 
-/// Names the first thousand pictures, each once in the life of the program.
+/// Names each picture once in the life of the program, up to a thousand.
 void printOnce(const std::string& name, const std::string& reason) {
   constexpr std::size_t most = 1000;
   static std::mutex guard;
@@ -76,7 +76,7 @@ LoadedPicture loadPictureBytes(PictureBytes file, const std::string& name, Pictu
       return failure(error.result, name, error.what());
     } catch (const std::bad_alloc&) {
       throw;
-    } catch (const std::exception& error) { // a library's own
+    } catch (const std::exception& error) { // thrown by a library
       return damaged(name, error.what());
     }
   } catch (...) {

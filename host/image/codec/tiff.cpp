@@ -181,7 +181,7 @@ class Reader {
     }
   }
 
-  /// Puts a part of a row, or one sample of each of its pixels, where it belongs.
+  /// Stores a part of a row, or one sample of each of its pixels.
   void place(const unsigned char* bytes, std::size_t y, std::size_t x, std::size_t count, unsigned plane) {
     Value* to = pixels_.data() + (y * width_ + x) * 4;
     if (!palette_.empty()) return placeIndices(bytes, count, to);
@@ -220,7 +220,7 @@ class Reader {
       std::copy_n(palette_[indices_[i * perPixel()]].data(), 3, to); // as many entries as there are numbers
   }
 
-  /// Divides the colours by their alpha; a colour without alpha stays.
+  /// Divides the colours by their alpha; colours where alpha is 0 do not change.
   void separate() {
     for (std::size_t i = 0; i < pixels_.size(); i += 4) {
       const Value alpha = pixels_[i + 3];
@@ -339,7 +339,7 @@ FileBytes encodeTiff(const FilterJob& job) {
   TIFFSetField(tiff, TIFFTAG_PREDICTOR, PREDICTOR_HORIZONTAL);
   TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, rowsAStrip);
   TIFFSetField(tiff, TIFFTAG_SOFTWARE, writingProgram);
-  // Our alpha is straight, and colours above an alpha of 0 count.
+  // Our alpha is straight, and colours where alpha is 0 are kept.
   const std::uint16_t alpha[] = {EXTRASAMPLE_UNASSALPHA};
   if (job.alpha) TIFFSetField(tiff, TIFFTAG_EXTRASAMPLES, 1, alpha);
   for (std::uint32_t y = 0; y < height; ++y)

@@ -51,7 +51,7 @@ void readStill(PictureBytes file, RawPicture& raw) {
   keepRows(raw, buffer->u.RGBA.rgba, static_cast<std::size_t>(buffer->u.RGBA.stride));
 }
 
-/// The first frame where it stands on the canvas, which is empty around it.
+/// The first frame at its place on a transparent canvas.
 void readFirstFrame(PictureBytes file, RawPicture& raw) {
   const WebPData data = dataOf(file);
   WebPAnimDecoderOptions options;
@@ -118,7 +118,7 @@ WebPConfig configOf(const FilterJob& job) {
     config.alpha_quality = 100;
   } else
     WebPConfigLosslessPreset(&config, losslessEffort);
-  config.exact = 1; // colours above an alpha of 0 count
+  config.exact = 1; // keeps colours where alpha is 0
   return config;
 }
 

@@ -10,8 +10,8 @@
 namespace host {
 namespace {
 
-// Frames that wait for the encoder: a few, so that an uneven encoder does not stop the renderer, of at most
-// this much memory together.
+// Frames that wait for the encoder: a few, so that an uneven encoder does not stop the renderer, within this
+// much memory.
 constexpr std::size_t mostWaiting = 4, mostWaitingBytes = std::size_t{256} << 20;
 
 [[noreturn]] void failFile(const AtomicFile& file) {
@@ -134,7 +134,7 @@ void MovieJob::encodeAll() {
     encoder_->add(frame);
     any = true;
   }
-  if (any && !abandoned_) encoder_->finish(); // nobody writes `abandoned_` once `take` has seen the end
+  if (any && !abandoned_) encoder_->finish(); // `abandoned_` does not change after `take` has seen the end
 }
 
 // The encoding thread.
@@ -153,11 +153,11 @@ void MovieJob::work() noexcept {
 
 void MovieJob::fail(IMAGERESULT result, const std::string& clause) noexcept {
   encoder_.reset();
-  std::error_code ignored; // room on the disk again, at once
+  std::error_code ignored; // frees the disk at once
   std::filesystem::remove(file_.temporary().GetString().GetUTF8(), ignored);
   try {
     recordMovieFailure(target_, clause);
-  } catch (const std::bad_alloc&) { // no memory for the sentence: the result stays
+  } catch (const std::bad_alloc&) { // not enough memory for the sentence: the result stays
   }
   const std::lock_guard lock(guard_);
   failure_ = result;

@@ -12,7 +12,7 @@
 struct MovieSaver::Data {
   std::unique_ptr<host::MovieJob> job;
   Filename name;
-  IMAGERESULT result = IMAGERESULT_PARAM_ERROR; // how the last `Open` ended; nothing was opened yet
+  IMAGERESULT result = IMAGERESULT_PARAM_ERROR; // of the last `Open`; nothing was opened yet
   bool refused = false;                         // a frame of another size has been recorded
   bool failed = false;                          // the last `Open`, for `Close`
 };
@@ -85,7 +85,7 @@ IMAGERESULT guarded(const Filename& name, Step step) {
                                "was not written (" + std::string(error.what()) + "). Choose another codec.");
       return IMAGERESULT_MISC_ERROR;
     }
-  } catch (const std::bad_alloc&) { // no memory even for the sentence
+  } catch (const std::bad_alloc&) { // not enough memory for the sentence
     return IMAGERESULT_OUTOFMEMORY;
   }
 }

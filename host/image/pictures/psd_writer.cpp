@@ -16,7 +16,7 @@ Magick::Image imageOf(const FilterJob& job, const FileBytes& pixels) {
   image.matte(job.alpha);
   image.depth(8);
   image.compressType(Magick::RLECompression);
-  image.attribute("colorspace:auto-grayscale", "false"); // a grey picture stays one of three channels
+  image.attribute("colorspace:auto-grayscale", "false"); // a grey picture keeps three channels
   return image;
 }
 
@@ -48,7 +48,7 @@ FileBytes encode(const FilterJob& job) {
 
 void setUpPsdWriter() {
   Magick::InitializeMagick(nullptr);
-  Magick::ResourceLimits::thread(1); // one picture is worked on by the thread that asks
+  Magick::ResourceLimits::thread(1); // the calling thread does all the work
 }
 
 FileBytes writePsdFile(const FilterJob& job) {

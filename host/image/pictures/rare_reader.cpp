@@ -52,7 +52,7 @@ void readRows(OIIO::ImageInput& reader, const OIIO::ImageSpec& spec, OIIO::TypeD
 } // namespace
 
 void setUpReader() {
-  // One picture is worked on by the thread that asks.
+  // The calling thread does all the work.
   OIIO::attribute("threads", 1);
   OIIO::attribute("exr_threads", -1);
   OIIO::attribute("use_tbb", 0);
@@ -68,7 +68,7 @@ RawPicture readRareFile(const char* format, PictureBytes file) {
                        "cannot be read: the image library was built without " + std::string(format) + ".");
   reader->threads(1);
   OIIO::ImageSpec spec, wish;
-  wish.attribute("oiio:UnassociatedAlpha", 1); // colours as they are, also where alpha is 0
+  wish.attribute("oiio:UnassociatedAlpha", 1); // straight colours, also where alpha is 0
   if (!reader->set_ioproxy(&memory) || !reader->open(std::string("picture.") + format, spec, wish))
     throw DamagedPicture(messageOf(reader.get()));
   if (spec.width < 1 || spec.height < 1 || spec.nchannels < 1 || spec.depth > 1) throw DamagedPicture();

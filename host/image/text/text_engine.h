@@ -1,6 +1,6 @@
 // Text as coverage: fonts, shaping and antialiased glyphs. Private to host/image.
 //
-// Every thread has its own font library, faces and glyphs, so nothing here locks but the search for fonts.
+// Every thread has its own font library, faces and glyphs, so only the search for fonts locks.
 // Layouts are cached: a caller that draws one text many times lays it out once.
 #pragma once
 
