@@ -238,6 +238,21 @@ TEST(Caches, DropTheLeastRecentlyUsed) {
   EXPECT_NE(held[0]->scene.get(), nullptr);
 }
 
+TEST(Caches, LetGoOfDataThatNothingElseHolds) {
+  render::SceneCache cache;
+  MeshPtr kept = ball(1, 10);
+  std::uint64_t built = cache.meshes({kept}, 1, {}).built;
+  const std::size_t one = cache.bytes();
+  for (int i = 0; i < 20; ++i) { // the same scene read again and again
+    PicturePtr image = picture(8, 8, [](int x, int) { return std::array<int, 4>{x, 0, 0, 255}; });
+    built += cache.meshes({kept, ball(1, 10)}, 1, {}).built;
+    EXPECT_TRUE(cache.textures({{image}}, 1, {}).complete);
+  }
+  built += cache.meshes({kept}, 1, {}).built;
+  EXPECT_EQ(cache.bytes(), one) << "one mesh is left";
+  EXPECT_EQ(built, 21u) << "and it was built once";
+}
+
 TEST(Missing, AbsentPictures) {
   Scene scene;
   scene.sky(1);

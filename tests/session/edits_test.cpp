@@ -1,4 +1,4 @@
-// Undo: whatever was done, taking it back gives the document that was there before, value by value.
+// Undo restores the earlier document, value by value.
 #include <functional>
 #include <random>
 
@@ -20,7 +20,7 @@ class EditsTest : public SessionFixture {
  protected:
   EditsTest() { openScene(); }
 
-  // Does it, takes it back, does it again, takes it back.
+  // Makes the edit, undoes it, redoes it, undoes it.
   void thereAndBack(const char* what, const Edits::Change& change) {
     SCOPED_TRACE(what);
     const DocumentPtr before = copy();
@@ -112,7 +112,7 @@ TEST_F(EditsTest, ParentAndChildChangePlacesAndBack) {
   });
 }
 
-TEST_F(EditsTest, NothingChangedIsNoStep) {
+TEST_F(EditsTest, AnUnchangedDocumentMakesNoStep) {
   Events events;
   EXPECT_FALSE(edits().apply("Nothing", [](BaseDocument&) {}));
   EXPECT_FALSE(edits().apply("Same", [&](BaseDocument& d) {
@@ -195,7 +195,7 @@ TEST_F(EditsTest, StepsOfOneKeyMergeForASecond) {
   EXPECT_FALSE(edits().isDirty());
 }
 
-TEST_F(EditsTest, WhatAPluginWritesIntoTheDocumentIsAStep) {
+TEST_F(EditsTest, AWriteByAPluginIsAStep) {
   const DocumentPtr before = copy();
   const auto write = [&](Real left) { // as a plug-in does: into the container's record, then the event
     BaseContainer* all = document().GetDataInstance();
@@ -235,7 +235,7 @@ TEST_F(EditsTest, OtherChangesFromOutsideBecomeAStepBeforeTheNext) {
   expectEqual(before, "the other undone");
 }
 
-TEST_F(EditsTest, TheSelectionIsNoStepButComesBackWithOne) {
+TEST_F(EditsTest, TheSelectionMakesNoStepButComesBackWithOne) {
   edits().apply("Select", [&](BaseDocument& d) { selectObjects(d, std::array{id("body")}); });
   EXPECT_FALSE(edits().canUndo());
   EXPECT_FALSE(edits().isDirty());
@@ -246,11 +246,11 @@ TEST_F(EditsTest, TheSelectionIsNoStepButComesBackWithOne) {
   EXPECT_EQ(selectedObjects(document()), std::vector{id("body")});
 }
 
-TEST_F(EditsTest, TheTimeIsNoStepAndPosesFollowIt) {
+TEST_F(EditsTest, TheTimeMakesNoStepAndPosesFollowIt) {
   edits().apply("Rename", [&](BaseDocument& d) { renameNode(d, id("mover"), "train"); });
   session->hub().setTime(BaseTime(15, 30));
   EXPECT_EQ(object("train")->local.off, Vector(5, 0, 0));
-  EXPECT_FALSE(edits().notice("Outside")) << "a pose that the time made is no edit";
+  EXPECT_FALSE(edits().notice("Outside")) << "a pose that the time made is not an edit";
   edits().undo();
   EXPECT_EQ(object("mover")->local.off, Vector(5, 0, 0)) << "the pose is that of the time that is now";
   EXPECT_EQ(document().GetTime(), BaseTime(15, 30));
@@ -283,7 +283,7 @@ TEST_F(EditsTest, TheDirtyMarkFollowsUndo) {
   edits().undo();
   edits().apply("Rename", [&](BaseDocument& d) { renameNode(d, id("root"), "elsewhere"); });
   edits().undo();
-  EXPECT_TRUE(edits().isDirty()) << "the saved state can not be reached any more";
+  EXPECT_TRUE(edits().isDirty()) << "the saved state can no longer be reached";
 }
 
 TEST_F(EditsTest, TheMemoryIsBounded) {
@@ -304,6 +304,28 @@ TEST_F(EditsTest, TheMemoryIsBounded) {
     edits().apply("New", [&](BaseDocument& d) { newObject(d, Onull); });
   EXPECT_LT(edits().stepCount(), 20u);
   EXPECT_GE(edits().stepCount(), 1u);
+}
+
+TEST_F(EditsTest, OnlyTheLastReloadsAreHeld) {
+  openScene();
+  std::vector<std::weak_ptr<const Mesh>> meshes;
+  std::vector<std::size_t> held;
+  for (int i = 0; i < 40; ++i) {
+    session->hub().replace(scene(), Replacement::reloaded);
+    runAll();
+    meshes.push_back(object("body")->mesh);
+    edits().apply("Rename",
+                  [i, this](BaseDocument& d) { renameNode(d, id("root"), "root " + LongToString(i)); });
+    held.push_back(edits().heldBytes());
+  }
+  const auto alive = static_cast<std::size_t>(
+      std::count_if(meshes.begin(), meshes.end(), [](const auto& mesh) { return !mesh.expired(); }));
+  EXPECT_LE(alive, Edits::mostReloads + 1) << "the scene and those that undo brings back";
+  EXPECT_EQ(held.back(), held[held.size() / 2]);
+  std::size_t steps = 0;
+  while (edits().undo())
+    ++steps;
+  EXPECT_EQ(steps, 2 * Edits::mostReloads + 1);
 }
 
 TEST_F(EditsTest, AHundredRandomEditsAreUndoneToTheFirstDocument) {

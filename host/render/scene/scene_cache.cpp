@@ -58,12 +58,15 @@ std::shared_ptr<const void> SceneCache::find(const Key& key) {
   return it->second.value;
 }
 
-void SceneCache::put(const Key& key, std::shared_ptr<const void> value, std::size_t bytes) {
+void SceneCache::put(const Key& key, Entry entry) {
   const std::lock_guard lock(mutex_);
   if (entries_.count(key)) return; // another render put it there first
   order_.push_front(key);
+  std::size_t bytes = 0;
   try {
-    entries_.emplace(key, Entry{std::move(value), bytes, order_.begin()});
+    entry.use = order_.begin();
+    bytes = entry.bytes;
+    entries_.emplace(key, std::move(entry));
   } catch (...) {
     order_.pop_front();
     throw;
@@ -85,6 +88,21 @@ void SceneCache::trim() {
   }
 }
 
+// No document, undo step or render can ask for these again.
+void SceneCache::dropUnused() {
+  const std::lock_guard lock(mutex_);
+  for (auto it = entries_.begin(); it != entries_.end();) {
+    const Entry& entry = it->second;
+    if (entry.value.use_count() > 1 || entry.source.use_count() > entry.ownUses) {
+      ++it;
+      continue;
+    }
+    bytes_ -= entry.bytes;
+    order_.erase(entry.use);
+    it = entries_.erase(it);
+  }
+}
+
 // Large ones are built by all workers together, small ones by one worker each.
 bool SceneCache::build(const PendingMeshes& pending, int workers, const Stopped& stopped) {
   for (const auto& accel : pending.large)
@@ -102,6 +120,7 @@ bool SceneCache::build(const PendingMeshes& pending, int workers, const Stopped&
 
 SceneCache::Meshes SceneCache::meshes(const std::vector<MeshPtr>& wanted, int workers,
                                       const Stopped& stopped) {
+  dropUnused();
   Meshes out;
   std::map<Identity, MeshAccelPtr> found;
   PendingMeshes pending;
@@ -120,7 +139,7 @@ SceneCache::Meshes SceneCache::meshes(const std::vector<MeshPtr>& wanted, int wo
   if (!build(pending, workers, stopped)) return out;
   for (const auto* list : {&pending.small, &pending.large})
     for (const auto& accel : *list) {
-      put(Key::ofMesh(accel->mesh->id), accel, accel->bytes);
+      put(Key::ofMesh(accel->mesh->id), {accel, accel->mesh, 1, accel->bytes, {}});
       ++out.built;
     }
   out.accels.reserve(wanted.size());
@@ -146,7 +165,7 @@ SceneCache::Textures SceneCache::textures(const std::vector<TextureRequest>& wan
   }
   for (const auto& [i, job] : jobs) {
     if (!loader.wait(*job, stopped)) return out;
-    if (job->texture) put(keyOf(i), job->texture, job->texture->bytes());
+    if (job->texture) put(keyOf(i), {job->texture, wanted[i].picture, 0, job->texture->bytes(), {}});
     loader.forget(job);
     if (job->outOfMemory) throw std::bad_alloc();
     out.list[i] = job->texture;

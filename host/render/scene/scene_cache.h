@@ -1,6 +1,7 @@
 // The cache that renders share: acceleration structures of meshes and decoded textures, kept by the identity
 // of their immutable source data across renders and document clones. Above the memory limit the least
-// recently used entries are dropped; entries in use by a render stay. Any thread.
+// recently used entries are dropped; a render drops those whose source nothing else holds. Entries in use by
+// a render stay. Any thread.
 #pragma once
 
 #include <functional>
@@ -63,6 +64,8 @@ class SceneCache {
   using Key = CacheKey;
   struct Entry {
     std::shared_ptr<const void> value;
+    std::weak_ptr<const void> source; // the mesh or picture it was made from
+    long ownUses;                     // of the source by the value itself
     std::size_t bytes;
     std::list<Key>::iterator use;
   };
@@ -72,8 +75,9 @@ class SceneCache {
   };
   static bool build(const PendingMeshes& pending, int workers, const Stopped& stopped);
   std::shared_ptr<const void> find(const Key& key);
-  void put(const Key& key, std::shared_ptr<const void> value, std::size_t bytes);
+  void put(const Key& key, Entry entry);
   void trim();
+  void dropUnused();
 
   mutable std::mutex mutex_;
   std::map<Key, Entry> entries_;

@@ -14,8 +14,7 @@ constexpr Milliseconds mergeTime = 1000;
 const char* const outsideName = "Change by Plug-in";
 const char* const outsideKey = "the document's container";
 
-// The cameras that the views look through, by their names: those of a file that was loaded again are others
-// than before.
+// The cameras that the views look through, by their paths: after a reload they have other identities.
 class ViewCameras {
  public:
   explicit ViewCameras(const DocumentState& document) {
@@ -58,7 +57,7 @@ Edits::Edits(DocumentHub& hub) : hub_(hub) {
 
 Edits::~Edits() = default;
 
-// A new document: nothing to undo, nothing unsaved.
+// Starts the history of a new document.
 void Edits::reset() {
   steps_.clear();
   position_ = bytes_ = 0;
@@ -69,12 +68,13 @@ void Edits::reset() {
   if (hub_.document()) look();
 }
 
-// The scene as it was before and the one that is on disk now, as one step.
+// Makes one step from the scene before the reload to the one on disk.
 void Edits::takeReload() {
   continuous_ = inside_ = false;
   continuousBefore_.reset();
   Step step;
   step.name = "Reload";
+  step.isReload = true;
   step.time = clock().now();
   step.before = image_;
   step.after = look();
@@ -130,7 +130,7 @@ void Edits::tellHub(const ImagePtr& before, const ImagePtr& after) {
   if (selectionDiffers(before, after)) hub_.tellSelection();
 }
 
-// What has changed since `before` becomes a step, and everybody hears of it.
+// Makes a step of the changes since `before` and announces them.
 bool Edits::finish(const String& name, const String& mergeKey, const ImagePtr& before) {
   const ImagePtr after = look();
   if (after == before) return false;
@@ -185,8 +185,14 @@ void Edits::push(Step step) {
   trim();
 }
 
+bool Edits::holdsTooMuch() const {
+  const auto reloads =
+      std::count_if(steps_.begin(), steps_.end(), [](const Step& step) { return step.isReload; });
+  return steps_.size() > maxSteps_ || bytes_ > maxBytes_ || static_cast<std::size_t>(reloads) > mostReloads;
+}
+
 void Edits::trim() {
-  while (steps_.size() > 1 && position_ > 1 && (steps_.size() > maxSteps_ || bytes_ > maxBytes_)) {
+  while (steps_.size() > 1 && position_ > 1 && holdsTooMuch()) {
     bytes_ -= steps_.front().bytes;
     steps_.pop_front();
     --position_;
@@ -233,7 +239,7 @@ void Edits::cancel() {
   put(std::exchange(continuousBefore_, nullptr), revision_);
 }
 
-// Makes the document as in the image, brings it to its own time and tells everybody.
+// Restores the document from the image, evaluates it at its own time and announces the change.
 void Edits::put(const ImagePtr& image, std::size_t revision) {
   BaseDocument& document = *hub_.document();
   const ImagePtr before = look();
@@ -292,8 +298,8 @@ bool Edits::notice(const String& name) {
   return true;
 }
 
-// After a scene-changed event only the document's own container is looked at: a look at everything would cost
-// too much while an animation plays.
+// A scene-changed event checks only the document's own container: a check of everything would cost too much
+// while an animation plays.
 void Edits::noticeContainer() {
   if (inside_ || continuous_ || mainLoop().inModal() || !hub_.document()) return;
   if (stateOf(hub_.document())->data == containerOf(image_)) return;
