@@ -1,4 +1,4 @@
-// A piece of work on a thread of its own, that may be asked to stop.
+// A job on a thread of its own that can be asked to stop.
 #pragma once
 
 #include <atomic>
@@ -22,7 +22,7 @@ class BackgroundJob final : public C4DThread {
     End(TRUE);
   }
 
-  /// The thread's break test says so from now on. Any thread; does not wait.
+  /// Makes the thread's break test true. Any thread; does not wait.
   void askToStop() noexcept { stop_ = true; }
   bool stopped() const noexcept { return stop_; }
 

@@ -1,4 +1,4 @@
-// The one document that the user works on, and who hears what happens to it. Main thread.
+// The active document and its notifications. Main thread.
 #pragma once
 
 #include "active_document.h"
@@ -8,11 +8,11 @@
 
 namespace host {
 
-/// Why there is another document.
+/// The reason for another document.
 enum class Replacement { created, opened, reloaded };
 
-/// Puts documents in the active place and tells about changes. Changes by plug-ins, which say so with the
-/// scene-changed event, are heard too.
+/// Sets the active document and announces changes, including those that plug-ins announce with the
+/// scene-changed event.
 class DocumentHub final : private CoreListener {
  public:
   /// Starts with a new, empty document.
@@ -23,31 +23,31 @@ class DocumentHub final : private CoreListener {
 
   /// The active document; null only after `close`.
   BaseDocument* document() const;
-  /// Makes this the active document (null: a new one). The one before is freed as soon as no thread needs it.
+  /// Makes this the active document (null: a new one). The previous one is freed once no thread needs it.
   /// Calls `replaced` before it returns and posts the scene-changed event.
   void replace(DocumentPtr document, Replacement why);
   /// Sets the document's time, without limits, evaluates it there, calls `timeChanged` before it returns and
-  /// posts the scene-changed event. Setting the time that it has does nothing.
+  /// posts the scene-changed event. The same time again does nothing.
   void setTime(const BaseTime& time);
 
-  /// Something that a picture may show is different: posts the scene-changed event; `changed` follows.
+  /// A picture may show the change: posts the scene-changed event; `changed` follows.
   void tellChanged();
-  /// Something that no picture shows is different: `changed` follows, for the program's own windows, without
-  /// the scene-changed event, so that nothing is rendered again.
+  /// No picture shows the change: `changed` follows, for the program's own windows, without the scene-changed
+  /// event, so nothing is rendered again.
   void tellUnseen();
-  /// The selection is different; `selectionChanged` and `changed` follow. Pictures show it only when the
-  /// active render settings ask for selected objects alone; then the scene-changed event is posted too.
+  /// The selection has changed; `selectionChanged` and `changed` follow. Pictures show it only when the
+  /// active render settings render selected objects alone; then the scene-changed event is posted too.
   void tellSelection();
-  /// Takes the document away: the session ends.
+  /// Frees the document: the session ends.
   void close();
 
-  /// Values, names, tree, materials, settings: anything but the time. Called from the main loop, also while a
-  /// box is open; several changes become one call. What a plug-in changed comes here too.
+  /// Values, names, tree, materials or settings have changed: anything but the time. Called from the main
+  /// loop, also while a box is open; several changes become one call. Changes by plug-ins are included.
   Listeners<> changed;
   /// Called like `changed`, before it.
   Listeners<> selectionChanged;
   Listeners<> timeChanged;
-  /// There is another document; all node pointers from before are dead.
+  /// The document was replaced; earlier node pointers are invalid.
   Listeners<Replacement> replaced;
 
  private:

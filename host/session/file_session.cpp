@@ -2,10 +2,8 @@
 
 #include <algorithm>
 #include <atomic>
-#include <chrono>
 #include <filesystem>
 #include <system_error>
-#include <thread>
 #include <utility>
 
 #include "background_job.h"
@@ -14,41 +12,15 @@
 #include "file_path.h"
 #include "node_paths.h"
 #include "platform.h"
+#include "recent_files.h"
 #include "scene_edits.h"
+#include "scene_reading.h"
 
 namespace host {
 
 namespace {
 
 constexpr Milliseconds progressPeriod = 100;
-constexpr int mostReads = 10; // of a file that is written again and again meanwhile
-constexpr auto settleTime = std::chrono::milliseconds(500);
-constexpr auto settleStep = std::chrono::milliseconds(20);
-
-using FileTime = std::filesystem::file_time_type;
-
-// Whether a file was written after this moment. The system stamps files with a clock that is some
-// milliseconds behind.
-bool writtenSince(const Filename& file, FileTime moment) {
-  std::error_code error;
-  const FileTime time = std::filesystem::last_write_time(toPath(file), error);
-  return !error && time > moment - std::chrono::milliseconds(20);
-}
-
-// Waits until the files have held still. False when asked to stop.
-bool waitUntilStill(const std::vector<Filename>& files, BaseThread& thread) {
-  auto since = std::chrono::steady_clock::now();
-  for (std::vector<FileStamp> last = stampsOf(files);
-       std::chrono::steady_clock::now() - since < settleTime;) {
-    if (thread.TestBreak()) return false;
-    std::this_thread::sleep_for(settleStep);
-    if (std::vector<FileStamp> now = stampsOf(files); now != last) {
-      last = std::move(now);
-      since = std::chrono::steady_clock::now();
-    }
-  }
-  return true;
-}
 
 bool isScene(const Filename& file) {
   return file.CheckSuffix("glb") || file.CheckSuffix("gltf");
@@ -76,42 +48,9 @@ struct FileSession::Loader {
   bool reload = false;
   std::size_t revision = 0; // of the edits when the user was asked
   std::atomic<double> progress{0};
-  LoadResult result;
-  std::vector<FileStamp> stamps; // of result.files as they were read
+  SceneReading reading;
   std::unique_ptr<BackgroundJob> job;
-
-  void read(BaseThread& thread);
-  bool readOnce(BaseThread& thread);
 };
-
-// Reads the file until nobody has written it meanwhile. A file that does not load and was written a moment
-// ago may not be whole yet.
-void FileSession::Loader::read(BaseThread& thread) {
-  for (int i = 0; i < mostReads; ++i) {
-    if (readOnce(thread) || result.cancelled || !waitUntilStill(result.files, thread)) return;
-  }
-}
-
-// True when what was read stands.
-bool FileSession::Loader::readOnce(BaseThread& thread) {
-  const FileTime begin = FileTime::clock::now();
-  const FileStamp before = stampOf(file);
-  LoadOptions options;
-  options.progress = [&](double part) {
-    progress = part;
-    return !thread.TestBreak();
-  };
-  result = loadDocument(file, options);
-  stamps = stampsOf(result.files);
-  const bool moved = stamps.empty() || !(stamps.front() == before) ||
-                     std::any_of(result.files.begin() + 1, result.files.end(),
-                                 [&](const Filename& part) { return writtenSince(part, begin); });
-  if (moved) return false;
-  const bool fresh = std::any_of(result.files.begin(), result.files.end(), [&](const Filename& part) {
-    return writtenSince(part, begin - settleTime);
-  });
-  return result.document != nullptr || !fresh || !before.exists;
-}
 
 struct FileSession::Saver {
   Filename file;
@@ -121,7 +60,7 @@ struct FileSession::Saver {
   std::atomic<double> progress{0};
   bool packed = false, done = false;
   std::string error;
-  FileStamp stamp;               // of what we have written
+  FileStamp stamp;               // of the written file
   std::vector<Filename> outside; // the pictures that it names
   std::unique_ptr<BackgroundJob> job;
 };
@@ -129,7 +68,7 @@ struct FileSession::Saver {
 // --- the session ---
 
 FileSession::FileSession(DocumentHub& hub, Edits& edits) : hub_(hub), edits_(edits) {
-  mendRecent();
+  mendRecentFiles();
   editsSubscription_ = edits_.changed.add([this] { changed.call(); });
   timer_ = mainLoop().addTimer(watchPeriod, [this] { watchTick(); });
 }
@@ -157,7 +96,7 @@ void FileSession::setActivity(Activity activity) {
   changed.call();
 }
 
-// True when what is open may go.
+// True when the open scene may be replaced.
 bool FileSession::resolveUnsaved() {
   if (asking_) return false;
   edits_.end();
@@ -200,8 +139,9 @@ bool FileSession::setSkyPicture(const Filename& file, const std::vector<Identity
   if (!picture->bytes || picture->mimeType.empty()) {
     FileError error;
     error.sentence = "The picture for the sky could not be loaded.";
-    error.reason = "\"" + place.GetString().GetUTF8() +
-                   (picture->bytes ? "\" is no picture." : "\" is not there or cannot be read.");
+    error.reason =
+        "\"" + place.GetString().GetUTF8() +
+        (picture->bytes ? "\" holds no picture that can be read." : "\" is not there or cannot be read.");
     error.advice = "Choose a picture of the whole surroundings, such as an .hdr or .exr file.";
     fail(std::move(error));
     return false;
@@ -224,7 +164,8 @@ void FileSession::startLoading(const Filename& file, bool reload) {
   loader->reload = reload;
   loader->revision = edits_.revision();
   loader->job = std::make_unique<BackgroundJob>(
-      "load scene", [loader](BaseThread& thread) { loader->read(thread); },
+      "load scene",
+      [loader](BaseThread& thread) { loader->reading = readScene(loader->file, loader->progress, thread); },
       [self = lifetime_.ref(), watched = std::weak_ptr(loader_)] {
         if (self) self->jobEnded(watched.lock());
       });
@@ -237,7 +178,7 @@ void FileSession::startLoading(const Filename& file, bool reload) {
   setActivity(std::move(activity));
   watchProgress();
   if (!loader->job->Start(THREADMODE_ASYNC, THREADPRIORITY_BELOW)) {
-    loader->result.error = "no thread could be started";
+    loader->reading.result.error = "no thread could be started";
     loaded();
   }
 }
@@ -280,7 +221,7 @@ void FileSession::loaded() {
   const std::shared_ptr<Loader> loader = std::exchange(loader_, nullptr);
   loader->job->Wait(TRUE);
   setActivity({});
-  const LoadResult& result = loader->result;
+  const LoadResult& result = loader->reading.result;
   if (result.cancelled || !hub_.document()) return;
   if (result.document) return takeOver(*loader);
   FileError error;
@@ -294,17 +235,45 @@ void FileSession::loaded() {
 }
 
 void FileSession::takeOver(Loader& loader) {
-  // What was edited while the file was read is asked about, too.
+  // Edits made while the file was read count as unsaved changes.
   if (edits_.revision() != loader.revision && !resolveUnsaved()) return;
-  if (loader.reload) carryOver(*stateOf(hub_.document()), *stateOf(loader.result.document.get()));
+  if (loader.reload) carryOver(*stateOf(hub_.document()), *stateOf(loader.reading.result.document.get()));
   if (!loader.reload) packed_ = false;
-  warnings_ = std::move(loader.result.warnings);
-  watch_.watch(std::move(loader.result.files), std::move(loader.stamps));
-  hub_.replace(std::move(loader.result.document),
+  warnings_ = std::move(loader.reading.result.warnings);
+  watch_.watch(std::move(loader.reading.result.files), std::move(loader.reading.stamps));
+  hub_.replace(std::move(loader.reading.result.document),
                loader.reload ? Replacement::reloaded : Replacement::opened);
   for (const std::string& warning : warnings_)
     printLine(String(std::string_view(warning)));
   if (!loader.reload) remember(loader.file);
+  changed.call();
+}
+
+// --- recent files ---
+
+std::vector<Filename> FileSession::recentFiles() const {
+  return host::recentFiles();
+}
+
+void FileSession::remember(const Filename& file) {
+  rememberRecentFile(file);
+  changed.call();
+}
+
+bool FileSession::openRecent(const Filename& file) {
+  if (GeFExist(file)) return open(file);
+  forgetRecentFile(file);
+  changed.call();
+  FileError error;
+  error.sentence = "The scene could not be opened.";
+  error.reason = "The file \"" + file.GetString().GetUTF8() + "\" no longer exists.";
+  error.advice = "It was removed from the list of recent files; open it from its present place.";
+  fail(std::move(error));
+  return false;
+}
+
+void FileSession::clearRecent() {
+  clearRecentFiles();
   changed.call();
 }
 
@@ -406,7 +375,7 @@ void FileSession::saved() {
   changed.call();
 }
 
-// The pictures that are watched already stay known as they were read.
+// Pictures that are watched already keep the stamps with which they were read.
 void FileSession::watchSaved(const Saver& saver) {
   std::vector<Filename> files{saver.file};
   std::vector<FileStamp> stamps{saver.stamp};

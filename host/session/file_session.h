@@ -1,5 +1,5 @@
 // Files of the session: new, open, save, recent files, the question about unsaved changes, and the watch over
-// the open file. Loading and saving run on threads of their own; everything here is for the main thread.
+// the open file. Loading and saving run on threads of their own; call everything here on the main thread.
 #pragma once
 
 #include <functional>
@@ -15,26 +15,26 @@
 
 namespace host {
 
-/// What a user reads when something with a file went wrong: what happened, why, and what to do.
+/// A user's error about a file: the failure, its reason, and advice.
 struct FileError {
   std::string sentence, reason, advice;
-  std::string details; // more for those who want it; may be empty
-  /// All in one text, for a message box or the console.
+  std::string details; // folded at first; may be empty
+  /// Sentence, reason and advice in one text.
   std::string text() const;
 };
 
 enum class UnsavedAnswer { save, discard, cancel };
 
-/// What the session asks a desktop. Each returns when the user has answered. An empty one answers cancel, no,
-/// or prints on the console.
+/// Questions to the user, which a desktop answers. Each returns when the user has answered. An empty function
+/// means cancel or no, or prints on the console.
 struct FileQuestions {
   /// "Save the changes to <title>?" before they are lost.
   std::function<UnsavedAnswer(const String& title)> unsaved;
-  /// The open file was changed by another program, and there are unsaved changes: true loads it and gives
-  /// them up. Asked once for each change of the file.
+  /// Another program has changed the open file while the scene has unsaved changes. True loads the file and
+  /// discards the changes. Asked once for each change of the file.
   std::function<bool(const String& title)> reload;
-  /// Where to save; false when cancelled. `file` holds a proposal. Must end in .glb or .gltf (one without a
-  /// suffix gets .glb).
+  /// Chooses the file to save; false when cancelled. `file` holds a proposal. The name must end in .glb or
+  /// .gltf; without a suffix it gets .glb.
   std::function<bool(Filename& file)> chooseSave;
   std::function<void(const FileError& error)> failed;
 };
@@ -50,32 +50,32 @@ class FileSession {
 
   /// An empty document. Asks about unsaved changes; false when the user cancelled.
   bool newScene();
-  /// Begins to load a scene, as a dropped or a recent one too (a picture goes to `setSkyPicture`); one that
-  /// is being loaded is given up. Asks about unsaved changes first; false when the user cancelled. The open
-  /// scene stays until the new one is whole; a file that does not load leaves it as it was and is told once
-  /// by `failed`. A file that is written meanwhile is read again until it holds still.
+  /// Starts to load a scene (a picture goes to `setSkyPicture`) and cancels a load under way. Asks about
+  /// unsaved changes first; false when the user cancelled. The open scene stays until the new one is
+  /// complete, and stays for good when the file does not load; `failed` reports that once. A file that is
+  /// being written is read again until it no longer changes.
   bool open(const Filename& file);
   void cancelLoading();
-  /// Whether `open` takes this file as a picture for the sky (.hdr, .exr) and not as a scene.
+  /// Whether `open` treats this file as a picture for the sky (.hdr, .exr) and not as a scene.
   static bool isSkyPicture(const Filename& file);
-  /// One step of undo: these skies, or without any the scene's first one, or else a new one, show the picture
-  /// around the scene. A relative name counts from the scene's folder. One that cannot be read changes
-  /// nothing and is told by `failed`.
+  /// Shows the picture around the scene, as one step of undo: on these skies, else on the scene's first sky,
+  /// else on a new one. A relative name counts from the scene's folder. A picture that cannot be read changes
+  /// nothing; `failed` reports it.
   bool setSkyPicture(const Filename& file, const std::vector<Identity>& skies = {});
-  /// Saves under the document's name; asks for one when it has none or is of another kind than glTF. False
-  /// when cancelled. The file is written in the background from a copy; edits may go on.
-  /// Pictures in files of their own stay there, named by the scene; in a scene that was last saved packed
-  /// they go into it.
+  /// Saves under the document's name; asks for a name when it has none or is not a glTF file. False when
+  /// cancelled. The file is written in the background from a copy; edits may continue.
+  /// Pictures in files of their own stay there, named by the scene; a scene that was last saved packed packs
+  /// them.
   bool save();
   bool saveAs(const Filename& file);
-  /// Saves as .glb with all pictures in it; one that ends otherwise becomes .glb.
+  /// Saves as .glb with all pictures in it; any other suffix becomes .glb.
   bool savePacked(const Filename& file);
-  /// Before the program ends: asks, saves and waits for it. False: stay.
+  /// Call it before the program ends: asks, saves and waits. False: do not end.
   bool mayClose();
-  /// Waits for loading and saving to end, serving what they need.
+  /// Waits for loading and saving to end, and serves their calls to the main thread.
   void finish();
 
-  /// What goes on, for a bar with words.
+  /// The work under way, for a progress bar with text.
   struct Activity {
     enum class Kind { none, loading, saving } kind = Kind::none;
     Real progress = -1; // 0 to 1; -1: unknown
@@ -87,29 +87,28 @@ class FileSession {
 
   /// Empty for a scene without a file.
   Filename file() const;
-  /// The file that a name typed for an output means: a relative one counts from the scene's folder, without
-  /// one from the user's folder for videos. Folders on the way to it are made.
+  /// The file that a typed output name means: a relative name counts from the scene's folder, else from the
+  /// user's videos folder. Missing folders are made.
   Filename outputFile(const Filename& typed) const;
-  /// The file's name, or "Untitled"; `windowTitle` with a mark for unsaved changes, and one when
-  /// the file is not there any more: "robot.glb (deleted) *".
+  /// The file's name, or "Untitled"; `windowTitle` adds marks for a deleted file and for unsaved changes:
+  /// "robot.glb (deleted) *".
   String title() const;
   String windowTitle() const;
   bool isDirty() const { return edits_.isDirty(); }
 
-  /// The last ten, latest first, each once; kept in the preferences.
+  /// The list of recent_files.h.
   std::vector<Filename> recentFiles() const;
-  /// Opens one; one that is not there any more is dropped from the list and told by `failed`.
+  /// Opens one; a file that no longer exists is dropped from the list and reported by `failed`.
   bool openRecent(const Filename& file);
   void clearRecent();
 
-  /// What the last load had to say: sentences about what a file had that is not shown, pictures that are
-  /// missing.
+  /// Notes of the last load, as sentences: parts of the file that are not shown, missing pictures.
   const std::vector<std::string>& warnings() const noexcept { return warnings_; }
 
-  /// Activity, title, dirty state or recent files are different.
+  /// Activity, title, dirty state or recent files have changed.
   Listeners<> changed;
 
-  /// How often the open file is looked at.
+  /// Interval between two checks of the open file.
   static constexpr Milliseconds watchPeriod = 500;
 
  private:
@@ -131,7 +130,6 @@ class FileSession {
   void progressTick();
   void fileChanged();
   void watch(std::vector<Filename> files);
-  void mendRecent() const;
   void remember(const Filename& file);
   void fail(FileError error);
   void setActivity(Activity activity);
@@ -141,13 +139,13 @@ class FileSession {
   FileQuestions questions_;
   Activity activity_;
   std::shared_ptr<Loader> loader_;
-  std::vector<std::shared_ptr<Loader>> givenUp_; // end when they notice
+  std::vector<std::shared_ptr<Loader>> givenUp_; // cancelled, until their threads end
   std::shared_ptr<Saver> saver_;
   Lifetime<FileSession> lifetime_{*this}; // for tasks that wait in the loop
   FileWatch watch_;
   TimerId timer_ = 0, progressTimer_ = 0;
   bool asking_ = false, saveFailed_ = false;
-  bool packed_ = false; // the scene was last saved so
+  bool packed_ = false; // the scene was last saved packed
   std::vector<std::string> warnings_;
   Subscription editsSubscription_, replacedSubscription_;
 };

@@ -62,7 +62,7 @@ FileWatch::Look FileWatch::look() {
   last_ = std::move(now);
   missing_ = last_.empty() || last_.front().exists ? 0 : std::min(missing_ + 1, 2);
   if (last_ == known_) return Look::same;
-  // A scene that is gone, or a part of it that was there: somebody is about to write it anew.
+  // A scene or a part of it is missing: another program is probably about to write it.
   for (std::size_t i = 0; i < last_.size(); ++i)
     if (!last_[i].exists && known_[i].exists) return Look::moving;
   if (!still) return Look::moving;

@@ -1,6 +1,6 @@
-// Notices that files were written by someone else. It looks at size, time of change and identity; a change
-// counts once the file has held still between two looks, so that a file is not read while it is being
-// written.
+// Detects that another program has written files. It compares size, time of change and identity; a change
+// counts once the file was the same at two successive looks, so that a file is not read while it is being
+// written. Main thread, except where stated.
 #pragma once
 
 #include <cstdint>
@@ -12,7 +12,7 @@
 
 namespace host {
 
-/// What tells one state of a file from another, without reading it.
+/// Distinguishes the states of a file without reading it.
 struct FileStamp {
   bool exists = false;
   std::uint64_t size = 0, device = 0, inode = 0;
@@ -25,22 +25,22 @@ std::vector<FileStamp> stampsOf(const std::vector<Filename>& files);
 
 class FileWatch {
  public:
-  /// Watches these files from the states in which they were read; none: nothing.
+  /// Watches these files from the states in which they were read; an empty list watches nothing.
   void watch(std::vector<Filename> files, std::vector<FileStamp> read);
   void clear();
-  /// The files are known as they are now: our own save.
+  /// Accepts the present states as known, after a save of our own.
   void accept();
   const std::vector<Filename>& files() const noexcept { return files_; }
-  /// The state in which a watched file is known; nothing for another file.
+  /// The known state of a watched file; empty for any other file.
   std::optional<FileStamp> known(const Filename& file) const;
 
-  /// The first of the files was not there at the last two looks: it is gone, and not just being written anew.
+  /// The first of the files was missing at the last two looks: it is deleted, not just being replaced.
   bool isGone() const noexcept { return missing_ >= 2; }
 
   enum class Look { same, moving, changed };
-  /// Looks once. `changed` is told once for each change, at the first look that finds the changed files as
-  /// the look before found them; `moving` before that. A file that is missing for a while (many programs
-  /// delete and write anew) counts as moving.
+  /// Looks once. Returns `changed` once for each change, at the first look that finds the changed files as
+  /// the previous look did; `moving` before that. A missing file (many programs delete and write anew) counts
+  /// as moving.
   Look look();
 
  private:

@@ -1,4 +1,4 @@
-// Lists of functions that are called when something has happened. Main thread.
+// Lists of functions that are called on an event. Main thread.
 #pragma once
 
 #include <functional>
@@ -8,8 +8,8 @@
 
 namespace host {
 
-/// A place in a list of listeners: while it lives, the function is called. Movable; an empty one stands for
-/// nothing. It may outlive the list.
+/// An entry in a list of listeners: while it lives, its function is called. Movable; may be empty; may
+/// outlive the list.
 class Subscription {
  public:
   Subscription() = default;
@@ -40,14 +40,14 @@ class Listeners {
  public:
   using Function = std::function<void(Args...)>;
 
-  /// The function is called until the subscription goes.
+  /// The function is called while the subscription lives.
   [[nodiscard]] Subscription add(Function function) {
     auto wanted = std::make_shared<bool>(true);
     list_.push_back({wanted, std::make_shared<Function>(std::move(function))});
     return Subscription(std::move(wanted));
   }
 
-  /// Calls those that are there now, in order. One that is cancelled meanwhile is not called any more.
+  /// Calls the present functions in order, except those that are cancelled during the calls.
   void call(Args... args) {
     std::erase_if(list_, [](const Entry& entry) { return !*entry.wanted; });
     const std::vector<Entry> present = list_;

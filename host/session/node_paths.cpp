@@ -43,7 +43,7 @@ void carrySelection(const DocumentState& before, DocumentState& next) {
   }
 }
 
-// A view that looked through a camera which is gone stays where it looked from.
+// A view whose camera is gone keeps its place.
 void carryView(const DocumentState& before, const ViewState& from, DocumentState& next, ViewState& to) {
   to.area = from.area;
   const ObjectState* own = from.editorCamera;

@@ -52,7 +52,7 @@ void Playback::stop() {
   changed.call();
 }
 
-// The frame that the clock asks for; those between are left out.
+// Goes to the frame of the clock and drops those between.
 void Playback::tick() {
   if (!hub_.document()) return stop();
   const LONG first = firstFrame(), count = lastFrame() - first + 1;

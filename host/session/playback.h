@@ -1,5 +1,5 @@
-// The document's time: play, stop, single frames. It follows the host's clock and leaves frames out when the
-// machine is too slow, so that a second of the scene lasts a second. Main thread.
+// The document's time: play, stop, single frames. Playback follows the host's clock and drops frames on a
+// slow machine, so that a second of the scene lasts a second. Main thread.
 #pragma once
 
 #include <memory>
@@ -16,7 +16,7 @@ class Playback {
   Playback(const Playback&) = delete;
   Playback& operator=(const Playback&) = delete;
 
-  /// From the time where it stands (from the range's start when it stands at the end), round and round.
+  /// Plays in a loop from the current time, or from the range's start when the time is at its end.
   void play();
   void stop();
   void toggle() { isPlaying() ? stop() : play(); }
@@ -36,7 +36,7 @@ class Playback {
   LONG lastFrame() const;
   LONG fps() const;
 
-  /// Playing or not is different. The time itself is told by `DocumentHub::timeChanged`.
+  /// Playing has started or stopped. `DocumentHub::timeChanged` announces the time.
   Listeners<> changed;
 
  private:

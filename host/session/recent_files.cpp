@@ -1,9 +1,8 @@
-// The session's list of recent files.
+#include "recent_files.h"
+
 #include <algorithm>
 
-#include "c4d_file.h"
 #include "console.h"
-#include "file_session.h"
 #include "preferences.h"
 
 namespace host {
@@ -23,7 +22,7 @@ void storeRecent(const std::vector<Filename>& files) {
 
 } // namespace
 
-std::vector<Filename> FileSession::recentFiles() const {
+std::vector<Filename> recentFiles() {
   std::vector<Filename> files;
   const Preferences* kept = preferences();
   const BaseContainer* list = kept ? kept->getNamed(recentName) : nullptr;
@@ -34,8 +33,7 @@ std::vector<Filename> FileSession::recentFiles() const {
   return files;
 }
 
-// Others may have written the preferences: what names no file is taken out, and told, once.
-void FileSession::mendRecent() const {
+void mendRecentFiles() {
   const BaseContainer* list = preferences() ? preferences()->getNamed(recentName) : nullptr;
   const std::vector<Filename> files = recentFiles();
   const LONG damaged = list ? list->GetCount() - static_cast<LONG>(files.size()) : 0;
@@ -45,31 +43,21 @@ void FileSession::mendRecent() const {
             (damaged == 1 ? "was" : "were") + " taken out.");
 }
 
-void FileSession::remember(const Filename& file) {
+void forgetRecentFile(const Filename& file) {
+  std::vector<Filename> files = recentFiles();
+  std::erase_if(files, [&](const Filename& other) { return other.GetString() == file.GetString(); });
+  storeRecent(files);
+}
+
+void rememberRecentFile(const Filename& file) {
   std::vector<Filename> files = recentFiles();
   std::erase_if(files, [&](const Filename& other) { return other.GetString() == file.GetString(); });
   files.insert(files.begin(), file);
   storeRecent(files);
-  changed.call();
 }
 
-bool FileSession::openRecent(const Filename& file) {
-  if (GeFExist(file)) return open(file);
-  std::vector<Filename> files = recentFiles();
-  std::erase_if(files, [&](const Filename& other) { return other.GetString() == file.GetString(); });
-  storeRecent(files);
-  changed.call();
-  FileError error;
-  error.sentence = "The scene could not be opened.";
-  error.reason = "There is no file \"" + file.GetString().GetUTF8() + "\" any more.";
-  error.advice = "It was taken off the list of recent files; open it from where it is now.";
-  fail(std::move(error));
-  return false;
-}
-
-void FileSession::clearRecent() {
+void clearRecentFiles() {
   storeRecent({});
-  changed.call();
 }
 
 } // namespace host

@@ -1,4 +1,4 @@
-// What a desktop's managers list, as flat rows. Values, no pointers into the document. Main thread.
+// Flat rows for a desktop's managers. Values, without pointers into the document. Main thread.
 #pragma once
 
 #include <string>
@@ -22,7 +22,7 @@ struct ObjectRow {
   int depth = 0;
   bool hasChildren = false;
   bool visibleEditor = true, visibleRender = true; // its own switches
-  bool hiddenEditor = false, hiddenRender = false; // it or something above it is switched off
+  bool hiddenEditor = false, hiddenRender = false; // it or an ancestor is switched off
   bool selected = false, animated = false;
   bool isViewCamera = false;       // the render view looks through it
   std::vector<Identity> materials; // that its texture tags show, each once
@@ -31,7 +31,7 @@ struct ObjectRow {
 
 /// In document order, parents before their children.
 std::vector<ObjectRow> objectRows(const BaseDocument& document);
-/// The rows whose names hold the text (ASCII letters alike), with all that is above them.
+/// The rows whose names contain the text (ignoring ASCII case), with their ancestors.
 std::vector<ObjectRow> filterRows(const std::vector<ObjectRow>& rows, const String& text);
 const char* typeName(LONG objectType); // "Light", ...; "Object" when unknown
 
@@ -62,8 +62,8 @@ struct VideoPostRow {
 };
 /// Of the active render data.
 std::vector<VideoPostRow> videoPostRows(const BaseDocument& document);
-/// What can be added: the host's own and those that plug-ins have registered (hidden ones too) and that are
-/// not there yet.
+/// Video posts that can be added: those of the host and of plug-ins, hidden ones too, that are not in the
+/// list yet.
 std::vector<VideoPostRow> addableVideoPosts(const BaseDocument& document);
 
 /// A render setting of the active render data, with its default when it is not stored.
@@ -72,7 +72,7 @@ GeData renderValue(const BaseDocument& document, LONG id);
 std::vector<Identity> selectedObjects(const BaseDocument& document);
 Identity selectedMaterial(const BaseDocument& document); // the first; 0 for none
 
-/// The node, of its kind; null when there is none.
+/// The node of this kind; null when the document has none.
 BaseObject* findObject(const BaseDocument& document, Identity identity);
 BaseMaterial* findMaterial(const BaseDocument& document, Identity identity);
 

@@ -32,7 +32,7 @@ Session::Session() : edits_(hub_), files_(hub_, edits_), playback_(hub_), render
     if (state.running && state.kind == RenderKind::picture) pictures_.follow(state.bitmap, files_.title());
   });
   renderFinished_ = renders_.finished.add([this] { pictures_.finished(renders_.state().bitmap); });
-  // Pictures of another scene stay listed, but none of them shows.
+  // Pictures of another scene stay in the list, but none is shown.
   replaced_ = hub_.replaced.add([this](Replacement why) {
     if (why != Replacement::reloaded) pictures_.choose(0);
   });

@@ -1,5 +1,5 @@
-// What a desktop program is made of below its windows. One in a program, made after the Program and
-// destroyed, or shut down, before it. Main thread.
+// The parts of a desktop program below its windows. One in a program, made after the Program and destroyed,
+// or shut down, before it. Main thread.
 #pragma once
 
 #include "document_hub.h"
@@ -21,7 +21,7 @@ class Session {
   Session(const Session&) = delete;
   Session& operator=(const Session&) = delete;
 
-  /// The running one; null without one.
+  /// The running session, or null.
   static Session* current() noexcept;
 
   /// The active document; null only after `shutDown`.
@@ -35,8 +35,8 @@ class Session {
   PictureList& pictures() noexcept { return pictures_; }
   PictureSaver& pictureSaver() noexcept { return pictureSaver_; }
 
-  /// Runs a registered command as a menu does, and makes an edit of what it changed. False when there is no
-  /// such command or it is not enabled.
+  /// Runs a registered command as a menu does, and makes its change an edit. False when the command is
+  /// unknown or disabled.
   bool runCommand(LONG id);
 
   /// Stops playing, renders, previews, loading and the watch, waits for saves, frees undo and the document.

@@ -1,4 +1,4 @@
-// Attributes: what is typed comes back, several nodes show what they have in common, ranges hold.
+// Attributes: typed values come back, several nodes show their shared attributes, ranges hold.
 #include <cmath>
 #include <random>
 
@@ -40,7 +40,7 @@ TEST_F(AttributesTest, AnglesComeBackExactly) {
   EXPECT_EQ(anglesOf(rotationOf({190, 0, 0})), Vector(-170, 0, 0));
 }
 
-TEST_F(AttributesTest, AnglesMeanWhatTheyShould) {
+TEST_F(AttributesTest, AnglesTurnAsDocumented) {
   Pose pose;
   pose.rotation = rotationOf({90, 0, 0});
   const auto near = [](const Vector& a, const Vector& b) { return Dot(a - b, a - b) < 1e-24; };
@@ -100,7 +100,7 @@ TEST_F(AttributesTest, ValuesAreClippedAndKeptInTheirUnits) {
   EXPECT_EQ(get(red, AttributeId::materialMetal).GetReal(), 0);
   EXPECT_FALSE(set(lamp, AttributeId::materialMetal, GeData(Real(1)))) << "a lamp has no metal";
   EXPECT_FALSE(set(lamp, AttributeId::name, GeData("")));
-  EXPECT_FALSE(set(12345678, AttributeId::name, GeData("x"))) << "there is no such node";
+  EXPECT_FALSE(set(12345678, AttributeId::name, GeData("x"))) << "an unknown node";
   set(lamp, AttributeId::lightKind, GeData(LONG(9)));
   EXPECT_EQ(get(lamp, AttributeId::lightKind).GetLong(), 2);
   EXPECT_EQ(get(lamp, AttributeId::lightOuterCone).GetType(), DA_NIL) << "a distant light has no cone";
@@ -108,7 +108,7 @@ TEST_F(AttributesTest, ValuesAreClippedAndKeptInTheirUnits) {
   EXPECT_NEAR(param::real(*object("lamp"), param::lightRadius), 0.5 * 3.14159265358979 / 180, 1e-12);
 }
 
-TEST_F(AttributesTest, SeveralNodesShowWhatTheyShare) {
+TEST_F(AttributesTest, SeveralNodesShowSharedAttributes) {
   const std::array both{id("body"), id("lamp")};
   const std::vector<Attribute> list = attributesOf(document(), both);
   EXPECT_EQ(find(list, AttributeId::lightColor), nullptr);

@@ -1,4 +1,4 @@
-// Killed at any moment, the program loses nothing that a command has stored.
+// A program killed at any moment loses no stored setting.
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -15,7 +15,7 @@ using namespace host;
 
 constexpr LONG settingsId = 1021442;
 
-// A program that stores a setting with every command and tells when the command is done.
+// A program that stores a setting with every command and reports the end of each.
 [[noreturn]] void runCommands(const Filename& home, LONG first, int told) {
   ProgramOptions options;
   options.home = home;
@@ -31,7 +31,7 @@ constexpr LONG settingsId = 1021442;
   }
 }
 
-TEST(KillTest, AHundredKillsLoseNothingThatWasStored) {
+TEST(KillTest, AHundredKillsLoseNoStoredValue) {
   const TemporaryFolder folder;
   const Filename home = folder / "home";
   LONG last = 0;

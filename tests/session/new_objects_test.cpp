@@ -191,7 +191,7 @@ TEST_F(NewObjectsTest, TheColorsThatNobodyChoseFollowTheKindOfSky) {
   EXPECT_EQ(color(), Vector(1, 0, 0)) << "a chosen one stays";
 }
 
-TEST_F(NewObjectsTest, ASkyHasAStrengthAndNoneIsNoSky) {
+TEST_F(NewObjectsTest, ASkyHasAStrengthAndKindNoneHidesIt) {
   const std::array sky{newObject(document(), Osky)};
   const Float3 before = takeSnapshot(document(), {})->sky.horizon;
   EXPECT_TRUE(setAttribute(document(), sky, AttributeId::skyStrength, GeData(Real(3))));

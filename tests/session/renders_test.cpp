@@ -177,7 +177,7 @@ TEST_F(RendersTest, ThumbnailsComeInTheBackgroundAsState5) {
   EXPECT_EQ(previews().preview(red, 64), nullptr);
   EXPECT_EQ(previews().preview(blue, 64), nullptr);
   EXPECT_EQ(previews().preview(999999, 64), nullptr);
-  EXPECT_EQ(previews().waiting(), 2u) << "the third is no material";
+  EXPECT_EQ(previews().waiting(), 2u) << "the third is not a material";
   ASSERT_TRUE(runUntil([&] { return ready.size() == 2; }));
   EXPECT_EQ(looks.state5, looks.renders.load());
   EXPECT_EQ(looks.state2 + looks.state3, 0);
@@ -214,7 +214,7 @@ TEST_F(RendersTest, AnEditMakesTheThumbnailAnew) {
   const auto before = previews().preview(red, 32);
   EXPECT_TRUE(previews().isFresh(red, 32));
   edits().apply("Select", [&](BaseDocument& d) { selectMaterial(d, red); });
-  EXPECT_TRUE(previews().isFresh(red, 32)) << "selecting is no change";
+  EXPECT_TRUE(previews().isFresh(red, 32)) << "selecting is not a change";
   edits().apply("Metal", [&](BaseDocument& d) {
     setAttribute(d, std::array{red}, AttributeId::materialMetal, GeData(Real(1)));
   });

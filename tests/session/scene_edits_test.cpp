@@ -107,7 +107,7 @@ TEST_F(SceneEditsTest, HiddenObjectsAreNotRendered) {
   EXPECT_TRUE(rows[2].hiddenRender);
 }
 
-TEST_F(SceneEditsTest, RowsAreFilteredWithWhatIsAbove) {
+TEST_F(SceneEditsTest, FilteredRowsKeepTheirAncestors) {
   std::vector<std::string> names;
   for (const ObjectRow& row : filterRows(objectRows(document()), "AR"))
     names.push_back(row.name.GetUTF8());

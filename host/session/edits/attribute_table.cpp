@@ -23,7 +23,7 @@ class Table {
     group_ = group;
     return when(0, 0);
   }
-  /// The next ones are there where a parameter has a value.
+  /// The next attributes exist only while a parameter has this value.
   Table& when(LONG parameter, LONG value) {
     switch_ = parameter;
     value_ = value;
@@ -58,7 +58,7 @@ class Table {
     return *this;
   }
   Table& degrees(Real factor = toDegrees) { return times(factor).unit("\u00b0", 2); }
-  /// What is shown is this many times what is stored.
+  /// Shown value = stored value * factor.
   Table& times(Real factor) {
     entries_.back().factor = factor;
     return *this;
@@ -208,7 +208,7 @@ void addMaterials(Table& table) {
   table.add(Id::materialDoubleSided, Kind::boolean, "Double Sided", param::doubleSided);
 }
 
-// Where it lies; a packed one has a name alone.
+// The file of a picture; a packed one has only a name.
 Filename pictureName(const PicturePtr& picture) {
   if (!picture) return {};
   return picture->file.Content() ? picture->file : Filename(String(picture->name));

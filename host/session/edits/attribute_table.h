@@ -6,7 +6,7 @@
 
 namespace host {
 
-/// What an attribute is, and where its value lives.
+/// An attribute and the place of its value.
 struct AttributeEntry {
   Attribute shape;             // without value
   NodeKind kind;               // of nodes that have it

@@ -93,7 +93,7 @@ struct Attribute {
 /// The attributes that all of these nodes have (objects, or materials), in the order of display.
 std::vector<Attribute> attributesOf(const BaseDocument& document, std::span<const Identity> nodes);
 
-/// One attribute of one node; of type DA_NIL when it has none such.
+/// One attribute of one node; of type DA_NIL when the node does not have it.
 GeData attributeValue(const BaseDocument& document, Identity node, AttributeId attribute);
 
 /// Heading, pitch and bank in degrees, and back; see `Attribute`.

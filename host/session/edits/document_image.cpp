@@ -84,7 +84,7 @@ const PicturePtr& pictureOf(const NodeState& node) {
   return node.kind == NodeKind::shader ? static_cast<const ShaderState&>(node).picture : none;
 }
 
-// Whether a node has the values of its image; what it owns aside.
+// Whether a node has the values of its image, apart from the nodes it owns.
 bool sameValues(const NodeState& node, const NodeImage& image) {
   if (node.bits != image.bits || node.name != image.name || node.foreignExtras != image.foreignExtras ||
       pictureOf(node) != image.picture || !(node.data == image.data))
@@ -142,9 +142,9 @@ std::shared_ptr<NodeImage> readValues(const NodeState& node) {
   return image;
 }
 
-// The image of a node in an earlier image's list; mostly near the place where it is expected.
+// The image of a node in an earlier image's list; it is mostly near its old index.
 ImagePtr earlier(const std::vector<ImagePtr>* list, std::size_t index, Identity identity) {
-  constexpr std::size_t farthest = 4096; // one that went further is taken as a new one: it costs room only
+  constexpr std::size_t farthest = 4096; // a node that moved further is not shared: that costs memory only
   const std::size_t count = list ? list->size() : 0;
   if (count == 0) return nullptr;
   const auto is = [&](std::size_t at) { return at < count && (*list)[at]->identity == identity; };
@@ -176,7 +176,7 @@ ImagePtr take(const NodeState& node, const ImagePtr& previous) {
 
 struct Difference {
   bool sameMoment;
-  bool inPictures = false; // only what they may show
+  bool inPictures = false; // only differences that they may show
 
   bool objects(const ObjectPart& a, const ObjectPart& b) const {
     if (a.deform != b.deform || a.mesh != b.mesh || a.deformation != b.deformation || a.skin != b.skin ||
@@ -227,7 +227,7 @@ struct Difference {
   }
 };
 
-// Visits the nodes of an image that another one does not share.
+// Visits the nodes of an image that another image does not share.
 template <class Visit>
 void forEachUnshared(const ImagePtr& image, const ImagePtr& other, const Visit& visit) {
   if (image == other) return;
@@ -266,7 +266,7 @@ class Putter {
 
   void put(const NodeImage& image) {
     place(document_, image);
-    std::vector<NodeState*> gone; // the topmost of those that the image does not have
+    std::vector<NodeState*> gone; // the topmost nodes that the image does not have
     for (const auto& [identity, node] : live_)
       if (!live_.contains(node->list->owner()->identity)) gone.push_back(node);
     for (NodeState* node : gone)
@@ -274,7 +274,7 @@ class Putter {
   }
 
  private:
-  // Parents come before what is below them, so a node is never put below itself.
+  // Parents come before their children, so a node is never put below itself.
   void place(NodeState& node, const NodeImage& image) {
     if (!sameValues(node, image)) assign(node, image);
     for (std::size_t i = 0; i < listCount; ++i) {
@@ -293,7 +293,7 @@ class Putter {
     }
   }
 
-  // A node that is wanted; it is no candidate for deletion any more.
+  // Finds or makes a wanted node and takes it off the candidates for deletion.
   NodeState* find(const NodeImage& image) {
     const auto found = live_.find(image.identity);
     if (found != live_.end()) {
@@ -340,8 +340,7 @@ class Putter {
   }
 
   DocumentState& document_;
-  std::unordered_map<Identity, NodeState*>
-      live_; // those that were there and have not been found in the image
+  std::unordered_map<Identity, NodeState*> live_; // nodes of the document not yet found in the image
 };
 
 std::size_t bytesOf(const Mesh& mesh) {
@@ -386,7 +385,7 @@ void putImage(DocumentState& document, const ImagePtr& image) {
 }
 
 std::size_t heldBeyond(const ImagePtr& image, const ImagePtr& other) {
-  std::unordered_set<const void*> known; // geometry and pictures of what differs
+  std::unordered_set<const void*> known; // geometry and pictures of the differing nodes
   const auto geometryOf = [](const NodeImage& node) {
     return node.object ? static_cast<const void*>(node.object->mesh.get()) : nullptr;
   };

@@ -1,6 +1,6 @@
-// Values of a document's nodes at one moment, immutable. Images of a document share what did not change
-// between them, and geometry, pictures and tracks with the document: an image after an edit costs what the
-// edit changed. The time, views and file name are not in it.
+// Values of a document's nodes at one moment, immutable. Images of a document share unchanged nodes with each
+// other, and geometry, pictures and tracks with the document: an image after an edit costs as much as the
+// edit changed. Time, views and file name are not part of it.
 #pragma once
 
 #include <cstddef>
@@ -13,16 +13,16 @@ namespace host {
 struct NodeImage;
 using ImagePtr = std::shared_ptr<const NodeImage>;
 
-/// Looks at a document. What is as in `previous` (an earlier image of it, or null) is shared with it. On the
-/// document's writing thread.
+/// Takes an image of a document; unchanged nodes are shared with `previous` (an earlier image of it, or
+/// null). On the document's writing thread.
 ImagePtr takeImage(const DocumentState& document, const ImagePtr& previous);
 
 /// The same for one node with all that it owns.
 ImagePtr takeImage(const NodeState& node, const ImagePtr& previous);
-/// Whether two images of one node are alike, the selection aside.
+/// Whether two images of one node are equal, apart from the selection.
 bool sameLook(const ImagePtr& a, const ImagePtr& b);
 
-/// Whether two images of one document differ in more than the selection. The pose of what tracks or
+/// Whether two images of one document differ in more than the selection. The pose of objects that tracks or
 /// expression tags move counts only when both show the document at the same time.
 bool differs(const ImagePtr& a, const ImagePtr& b);
 
@@ -33,8 +33,8 @@ bool pictureDiffers(const ImagePtr& a, const ImagePtr& b);
 /// Whether the images have different objects or materials selected.
 bool selectionDiffers(const ImagePtr& a, const ImagePtr& b);
 
-/// Makes the document as the image shows it. Nodes that both have stay where they are in memory; others are
-/// made with their identities, or deleted. The time stays. The document's lock is taken.
+/// Restores the document from the image. Nodes that both have keep their addresses; others are made with
+/// their identities, or deleted. The time stays. Takes the document's lock.
 void putImage(DocumentState& document, const ImagePtr& image);
 
 /// About how many bytes `image` holds that `other` does not, geometry included.

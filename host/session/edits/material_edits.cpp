@@ -1,11 +1,8 @@
-// Edits of materials, render settings and the document's time.
-#include <algorithm>
+#include "material_edits.h"
 
 #include "clone.h"
-#include "document.h"
+#include "node_lookup.h"
 #include "parameters.h"
-#include "scene_edits.h"
-#include "scene_queries.h"
 #include "unique_name.h"
 
 namespace host {
@@ -13,8 +10,7 @@ namespace host {
 namespace {
 
 MaterialState* materialIn(const DocumentState& document, Identity identity) {
-  NodeState* node = findNode(document, identity);
-  return node && node->kind == NodeKind::material ? static_cast<MaterialState*>(node) : nullptr;
+  return nodeIn<MaterialState>(document, identity, NodeKind::material);
 }
 
 String freeMaterialName(const DocumentState& document, const String& wanted) {
@@ -29,7 +25,7 @@ bool shows(const NodeState& tag, Identity material) {
   return tag.type == Ttexture && tag.data.GetBaseLink(param::textureMaterial).GetIdentity() == material;
 }
 
-// Takes tags away; gives the one before the first of them.
+// Removes tags; returns the tag before the first of them.
 template <class Wanted>
 NodeState* removeTags(ObjectState& object, const Wanted& wanted) {
   NodeState* pred = nullptr;
@@ -55,19 +51,14 @@ bool showsOnly(const ObjectState& object, Identity material) {
   return material ? count == 1 && whole : count == 0;
 }
 
-RenderDataState& renderDataIn(DocumentState& document) {
-  if (RenderDataState* data = activeRenderData(document)) return *data;
-  RenderDataState* data = makeDefaultRenderData();
-  document.renderData.append(*data);
-  return *data;
-}
-
-NodeState* postIn(const DocumentState& document, Identity identity) {
-  NodeState* node = findNode(document, identity);
-  return node && node->kind == NodeKind::videoPost ? node : nullptr;
-}
-
 } // namespace
+
+bool selectMaterial(BaseDocument& document, Identity material) {
+  bool done = false;
+  for (NodeState* node = stateIn(document).materials.first(); node; node = node->next)
+    if (setBits(*node, BIT_ACTIVE, node->identity == material)) done = true;
+  return done;
+}
 
 Identity newMaterial(BaseDocument& document, const String& name) {
   DocumentState& state = *stateOf(&document);
@@ -129,51 +120,6 @@ bool moveMaterial(BaseDocument& document, Identity material, Identity pred) {
   if (!node || node == place || (pred && !place) || node->prev == place) return false;
   state.materials.remove(*node);
   state.materials.insertAfter(*node, place);
-  return true;
-}
-
-bool setRenderValue(BaseDocument& document, LONG id, const GeData& value) {
-  RenderDataState& data = renderDataIn(*stateOf(&document));
-  if (param::value(data, id) == value) return false;
-  return nodeOf<RenderData>(&data)->SetParameter(id, value) != FALSE;
-}
-
-Identity addVideoPost(BaseDocument& document, LONG type) {
-  for (const VideoPostRow& row : addableVideoPosts(document)) {
-    if (row.type != type) continue;
-    NodeState* post = makeNode(NodeKind::videoPost, type);
-    post->name = row.name;
-    renderDataIn(*stateOf(&document)).posts.append(*post);
-    return post->identity;
-  }
-  return 0;
-}
-
-bool removeVideoPost(BaseDocument& document, Identity post) {
-  NodeState* node = postIn(*stateOf(&document), post);
-  destroyNode(node);
-  return node != nullptr;
-}
-
-bool switchVideoPost(BaseDocument& document, Identity post, bool on) {
-  NodeState* node = postIn(*stateOf(&document), post);
-  if (!node || ((node->bits & BIT_VPDISABLED) == 0) == on) return false;
-  node->bits = on ? node->bits & ~BIT_VPDISABLED : node->bits | BIT_VPDISABLED;
-  return true;
-}
-
-bool setTimeRange(BaseDocument& document, LONG fps, LONG firstFrame, LONG lastFrame) {
-  fps = std::clamp<LONG>(fps, 1, 1000);
-  const BaseTime first(static_cast<Real>(firstFrame), static_cast<Real>(fps));
-  const BaseTime last(static_cast<Real>(std::max(firstFrame, lastFrame)), static_cast<Real>(fps));
-  if (document.GetFps() == fps && document.GetMinTime() == first && document.GetMaxTime() == last &&
-      document.GetLoopMinTime() == first && document.GetLoopMaxTime() == last)
-    return false;
-  document.SetFps(fps);
-  document.SetMinTime(first);
-  document.SetMaxTime(last);
-  document.SetLoopMinTime(first);
-  document.SetLoopMaxTime(last);
   return true;
 }
 

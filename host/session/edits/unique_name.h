@@ -1,12 +1,12 @@
-// Names with a number behind when they are taken.
+// Names made unique by a number.
 #pragma once
 
 #include "c4d_string.h"
 
 namespace host {
 
-/// The name, or with the first number from 2 on that makes it free: "Light", "Light 2". A number that it has
-/// already is counted on.
+/// The name, or the name with the first number from 2 on that is not taken: "Light", "Light 2". A number at
+/// its end is counted up.
 template <class Taken>
 String uniqueName(const String& wanted, const Taken& taken) {
   if (!taken(wanted)) return wanted;

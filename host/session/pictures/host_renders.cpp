@@ -68,7 +68,7 @@ struct HostRenders::Job {
   SharedBitmap bitmap;
   std::atomic<double> progress{0};
   RENDERRESULT result = RENDERRESULT_OK; // valid when the thread has ended
-  std::optional<RunningScope> running;   // from the start on, so that no preview begins beside it
+  std::optional<RunningScope> running;   // from the start, so that no preview begins beside it
   std::optional<BackgroundRender> background;
   std::unique_ptr<BackgroundJob> thread;
 
@@ -105,7 +105,7 @@ bool HostRenders::renderPicture() {
 
 bool HostRenders::start(RenderKind kind, LONG width, LONG height) {
   cancel();
-  giveWay(); // a preview that runs ends here
+  giveWay(); // ends a running preview
   state_ = {};
   state_.kind = kind;
   const BaseDocument* document = hub_.document();

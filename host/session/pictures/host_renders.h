@@ -19,7 +19,7 @@ struct BitmapDeleter {
 using SharedBitmap = std::shared_ptr<BaseBitmap>;
 /// A new bitmap; null when memory is short.
 SharedBitmap makeBitmap(LONG width, LONG height, LONG depth = 24);
-/// A copy with its film; null when memory is short or there is nothing to copy.
+/// A copy with its film; null when memory is short or the bitmap is empty.
 SharedBitmap copyBitmap(const BaseBitmap& bitmap);
 
 enum class RenderKind { view, picture };
@@ -29,10 +29,10 @@ struct RenderState {
   bool running = false;
   Real progress = 0;        // 0 to 1
   Milliseconds elapsed = 0; // since the start
-  Milliseconds left = -1;   // estimated; -1: not known yet
+  Milliseconds left = -1;   // estimated; -1: unknown
   SharedBitmap bitmap;      // refines in place while it runs; null before the first render
   RENDERRESULT result = RENDERRESULT_OK;
-  std::string error; // one sentence; empty when all is well or the user cancelled
+  std::string error; // one sentence; empty on success or when the user cancelled
 };
 
 class HostRenders {
@@ -42,21 +42,21 @@ class HostRenders {
   HostRenders(const HostRenders&) = delete;
   HostRenders& operator=(const HostRenders&) = delete;
 
-  /// Renders for the editor view, at its size in pixels (the render's format when 0). One that runs is
-  /// cancelled first. False with a sentence in `state().error` when it cannot start.
+  /// Renders for the editor view, at its size in pixels (the render's format when 0). Cancels a running
+  /// render first. False with a sentence in `state().error` when it cannot start.
   bool renderView(LONG width, LONG height);
   /// Renders at the size of the render settings.
   bool renderPicture();
-  /// Ends the running one and waits for it (milliseconds).
+  /// Ends the running render and waits for it (milliseconds).
   void cancel();
   bool isRunning() const noexcept;
   const RenderState& state() const noexcept { return state_; }
-  /// Waits for the end, serving what the render needs.
+  /// Waits for the end, and serves the render's calls to the main thread.
   void finish();
 
-  /// Progress or picture have moved on; at most every `period` while one runs, and at its start.
+  /// Progress or picture have changed: called at the start of a render and at most every `period`.
   Listeners<> changed;
-  /// A render has ended, in whatever way; `state()` tells.
+  /// A render has ended; `state()` has the outcome.
   Listeners<> finished;
   static constexpr Milliseconds period = 50;
 
@@ -74,7 +74,7 @@ class HostRenders {
   Lifetime<HostRenders> lifetime_{*this}; // for tasks that wait in the loop
 };
 
-/// A render's outcome as a sentence for the user; empty for OK and a break.
+/// A render's outcome as a sentence for the user; empty for success and a break.
 std::string renderSentence(RENDERRESULT result);
 
 } // namespace host

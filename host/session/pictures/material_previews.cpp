@@ -20,7 +20,7 @@ namespace {
 constexpr Milliseconds lookPeriod = 15;
 constexpr std::size_t mostCached = 1024;
 constexpr LONG mostSamples = 24, leastSamples = 4; // of a pass
-constexpr int mostStops = 40;                      // of a refinement: then this machine has no time for it
+constexpr int mostStops = 40;                      // of a refinement; then the machine is too busy for it
 
 LONG samplesAfter(int timesStopped) {
   return std::max<LONG>(mostSamples >> std::min(timesStopped, 8), leastSamples);
@@ -37,7 +37,7 @@ BaseContainer settingsOf(int size, LONG samples, LONG seed) {
   return settings;
 }
 
-// Joins a pass to the mean of those before it (null: the first), and gives what it looks like then.
+// Joins a pass to the mean of the earlier ones (null: the first) and returns the picture of the mean.
 std::shared_ptr<BaseBitmap> joined(std::shared_ptr<Film>& mean, LONG before, const BaseBitmap& pass,
                                    LONG samples) {
   const std::shared_ptr<Film> film = filmOf(pass);
@@ -137,7 +137,7 @@ void MaterialPreviews::want(const Key& key) {
   if (std::find(queue_.begin(), queue_.end(), key) == queue_.end()) queue_.push_back(key);
 }
 
-// What is in use is made anew by itself.
+// Renders the thumbnails in use again.
 void MaterialPreviews::documentChanged() {
   std::erase_if(cache_,
                 [this](const auto& entry) { return !lookOf(entry.first.material, entry.second.look); });
@@ -150,7 +150,7 @@ LONG MaterialPreviews::samplesOf(Identity material, int size) const {
   return found == cache_.end() ? 0 : found->second.samples;
 }
 
-// Starts the next one when nothing else is to be done.
+// Starts the next preview when the program is idle.
 void MaterialPreviews::pursue() {
   if (!enabled_ || job_ || mainLoop().inModal()) return;
   if (CheckIsRunning(CHECKISRUNNING_EDITORRENDERING) || CheckIsRunning(CHECKISRUNNING_EXTERNALRENDERING))
@@ -165,7 +165,7 @@ void MaterialPreviews::pursue() {
   }
 }
 
-// The grainiest of what was looked at last.
+// Refines the noisiest of the thumbnails used last.
 bool MaterialPreviews::refine() {
   if (pluginWorks()) return false;
   auto chosen = cache_.end();
@@ -179,7 +179,7 @@ bool MaterialPreviews::refine() {
   return start(chosen->first, samplesAfter(chosen->second.stops), chosen->second.samples, true);
 }
 
-// Starts the first of the queue; false when there is nothing to render for it.
+// Starts the first of the queue; false when it needs no rendering.
 bool MaterialPreviews::start() {
   const Key key = queue_.front();
   queue_.pop_front();
@@ -228,7 +228,7 @@ void MaterialPreviews::ended() {
   ready.call(job->key.material);
 }
 
-// Somebody stopped it: what is not there yet comes first again.
+// A stopped preview goes to the front of the queue.
 void MaterialPreviews::stopped(const Job& job) {
   ++stopped_;
   if (!job.refines) {
@@ -239,7 +239,7 @@ void MaterialPreviews::stopped(const Job& job) {
   }
 }
 
-// A pass more. It is shown when there are twice as many as what is shown has.
+// Adds a pass. The picture is shown again when its samples have doubled.
 void MaterialPreviews::join(const Job& job) {
   const auto found = cache_.find(job.key);
   if (found == cache_.end() || !sameLook(found->second.look, job.look)) return;

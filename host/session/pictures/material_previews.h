@@ -1,8 +1,8 @@
 // Thumbnails of materials: a sphere on a neutral ground, rendered in the background one at a time (running
-// state 5). A preview runs only while nothing waits for a plug-in and the host renders nothing else: before
-// any core message, command, dialog timer or user's action reaches a plug-in, the running one is stopped and
-// waited for (MainLoop::giveWay), and taken up again when the loop is idle. Once all are there, and no
-// plug-in reports work of its own, they are refined: more passes of other samples join the mean, until it is
+// state 5). A preview runs only while nothing waits for a plug-in and the host renders nothing else: before a
+// core message, command, dialog timer or user's action reaches a plug-in, the running preview is stopped and
+// waited for (MainLoop::giveWay); it starts again when the loop is idle. Once all are ready, and no plug-in
+// reports work of its own, they are refined: further passes with other samples join the mean until it is
 // clean. Main thread.
 #pragma once
 
@@ -29,27 +29,27 @@ class MaterialPreviews {
   MaterialPreviews(const MaterialPreviews&) = delete;
   MaterialPreviews& operator=(const MaterialPreviews&) = delete;
 
-  /// The thumbnail of a material of the active document, 16 to 512 pixels wide and high. Null, or the one
-  /// from before the last change, while it is not ready; then it is rendered and `ready` tells.
+  /// The thumbnail of a material of the active document, 16 to 512 pixels a side. While it is not ready:
+  /// null, or the thumbnail from before the last change; it is then rendered, and `ready` follows.
   std::shared_ptr<const BaseBitmap> preview(Identity material, int size);
-  /// Whether what `preview` gives shows the material as it is now.
+  /// Whether the thumbnail shows the material as it is now.
   bool isFresh(Identity material, int size) const;
 
   bool isRunning() const noexcept;
   std::size_t waiting() const noexcept { return queue_.size(); }
-  /// Samples a pixel of a thumbnail has so far; 0 without one. It is as good as it gets at `cleanSamples`.
+  /// Samples a pixel of a thumbnail; 0 without a thumbnail. Refinement ends at `cleanSamples`.
   LONG samplesOf(Identity material, int size) const;
   static constexpr LONG cleanSamples = 192;
-  /// Ends the running one; it is taken up again later.
+  /// Stops the running preview; it starts again later.
   void stop();
-  /// No previews from now on, or again.
+  /// Turns previews off or on.
   void setEnabled(bool on);
-  /// Renders all that wait and returns when they are ready. For tests and screenshots.
+  /// Renders all waiting thumbnails and returns when they are ready. For tests and screenshots.
   void finish();
 
-  /// A thumbnail is ready, or was made anew.
+  /// A thumbnail is ready, or has been refined.
   Listeners<Identity> ready;
-  /// How often one was stopped, and how many were finished.
+  /// Counts of stopped and finished previews.
   int stoppedCount() const noexcept { return stopped_; }
   int finishedCount() const noexcept { return finished_; }
 
@@ -85,7 +85,7 @@ class MaterialPreviews {
   DocumentHub& hub_;
   std::map<Key, Cached> cache_;
   std::deque<Key> queue_;
-  std::map<Key, int> patience_; // how often each was stopped: it gets fewer samples then
+  std::map<Key, int> patience_; // stops of each; it then gets fewer samples
   std::shared_ptr<Job> job_;
   Lifetime<MaterialPreviews> lifetime_{*this}; // for tasks that wait in the loop
   TimerId timer_ = 0;

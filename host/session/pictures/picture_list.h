@@ -1,4 +1,4 @@
-// The pictures shown in this session: what plug-ins show and what the host renders. Main thread.
+// The pictures of this session: those that plug-ins show and those that the host renders. Main thread.
 #pragma once
 
 #include <cstdint>
@@ -10,7 +10,7 @@ namespace host {
 
 class PictureList {
  public:
-  using Id = std::uint64_t; // 0 is none
+  using Id = std::uint64_t; // 0: no picture
 
   struct Picture {
     Id id = 0;
@@ -26,7 +26,7 @@ class PictureList {
   Id show(const BaseBitmap& bitmap, const String& name = {});
   /// Adds the picture of a render that runs; no copy. One of the same render is the same entry.
   Id follow(const SharedBitmap& bitmap, const String& name);
-  /// It refines no more.
+  /// Finished: no more samples will be added.
   void finished(const SharedBitmap& bitmap);
 
   /// Oldest first. When there are too many, the oldest that is not the current one goes.

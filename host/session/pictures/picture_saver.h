@@ -28,7 +28,7 @@ bool savePicture(const BaseBitmap& picture, const Filename& file, std::string* e
 
 class PictureSaver {
  public:
-  /// What came of it: empty when the file is there, else a sentence for the user.
+  /// The outcome: empty on success, else a sentence for the user.
   using Done = std::function<void(const std::string& error)>;
 
   PictureSaver();
@@ -40,9 +40,9 @@ class PictureSaver {
   /// refines is saved as it is when its turn comes.
   void save(SharedBitmap picture, const Filename& file, Done done = {});
   bool isBusy() const noexcept { return job_ != nullptr; }
-  /// What is being saved now; empty when nothing is.
+  /// The file that is being saved; empty when idle.
   Filename file() const;
-  /// Waits until all is saved, and has called every `done`.
+  /// Waits until all is saved and every `done` has been called.
   void finish();
 
   /// Another picture, or none, is being saved. A picture that was saved is a line on the console.

@@ -43,7 +43,7 @@ MeshPtr makeSphere() {
 }
 
 const MeshPtr& sphere() {
-  static const MeshPtr& one = *new MeshPtr(makeSphere()); // one for all, so that it is prepared once
+  static const MeshPtr& one = *new MeshPtr(makeSphere()); // shared, so that it is prepared once
   return one;
 }
 

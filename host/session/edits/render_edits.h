@@ -1,0 +1,19 @@
+// Edits of render settings, video posts and the time range; see scene_edits.h.
+#pragma once
+
+#include "c4d_document.h"
+#include "identity.h"
+
+namespace host {
+
+/// A value of the active render data, by RDATA_... .
+bool setRenderValue(BaseDocument& document, LONG id, const GeData& value);
+/// A video post of a type, last; the host's own have their names. 0 when the type is there already.
+Identity addVideoPost(BaseDocument& document, LONG type);
+bool removeVideoPost(BaseDocument& document, Identity post);
+bool switchVideoPost(BaseDocument& document, Identity post, bool on);
+
+/// Frame rate 1 to 1000; the range in frames, the last not before the first. The preview range follows.
+bool setTimeRange(BaseDocument& document, LONG fps, LONG firstFrame, LONG lastFrame);
+
+} // namespace host
