@@ -60,7 +60,7 @@ class DialogArea : public QtFixture {
   LONG flags = BFH_SCALEFIT | BFV_SCALEFIT;
 };
 
-TEST_F(DialogArea, ShowsExactlyWhatWasPainted) {
+TEST_F(DialogArea, ShowsTheSurfacePixelByPixel) {
   open(200, 100);
   EXPECT_EQ(widget().size(), QSize(200, 100));
   EXPECT_EQ(area.GetWidth(), 200);
@@ -115,7 +115,7 @@ TEST_F(DialogArea, ScrollGroupShowsItsWholeSizeWhileEverythingFits) {
   EXPECT_FALSE(scroll().verticalScrollBar()->isVisible());
 }
 
-TEST_F(DialogArea, ScrollGroupTellsThePartThatShows) {
+TEST_F(DialogArea, ScrollGroupReportsItsVisiblePart) {
   scrolls = true;
   flags = BFH_CENTER | BFV_CENTER;
   area.minWidth = 1000;
@@ -220,14 +220,14 @@ TEST_F(DialogArea, MouseReachesTheArea) {
   EXPECT_EQ(area.inputs[1].GetLong(BFM_INPUT_CHANNEL), BFM_INPUT_MOUSERIGHT);
 }
 
-TEST_F(DialogArea, PointerOverTheAreaIsTold) {
+TEST_F(DialogArea, AreaHearsOfThePointer) {
   open(200, 100);
   QMouseEvent move(QEvent::MouseMove, QPointF(50, 40), widget().mapToGlobal(QPointF(50, 40)), Qt::NoButton,
                    Qt::NoButton, Qt::AltModifier);
   QApplication::sendEvent(&widget(), &move);
   EXPECT_EQ(area.calls.back(), "hover");
   EXPECT_EQ(widget().cursor().shape(), Qt::SizeAllCursor);
-  // What the area can ask for.
+  // Queries of the area.
   BaseContainer state;
   ASSERT_TRUE(area.GetInputState(BFM_INPUT_MOUSE, BFM_INPUT_MOUSELEFT, state));
   EXPECT_EQ(state.GetLong(BFM_INPUT_VALUE), 0);

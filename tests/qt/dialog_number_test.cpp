@@ -32,7 +32,7 @@ TEST(DialogArithmetic, Values) {
   }
 }
 
-TEST(DialogArithmetic, WhatIsNoNumberIsNothing) {
+TEST(DialogArithmetic, OtherTextsHaveNoValue) {
   for (const char* text :
        {"",     " ",    "1+",  "(1",  "1)",    "1 2",    "abc", "1/0", "1/(2-2)", "*3",
         "1..2", "0x10", "inf", "nan", "1e999", "10^400", "--",  "pip", "2pi",     "\xff\xfe"})
@@ -142,7 +142,7 @@ TEST_F(DialogNumber, RangeCuts) {
   EXPECT_EQ(values, std::vector<double>{0});
   field.setRange(20, 30);
   EXPECT_EQ(field.value(), 20);
-  EXPECT_EQ(values.size(), 1u); // only the user's changes are told
+  EXPECT_EQ(values.size(), 1u); // only the user's changes are signalled
 }
 
 TEST_F(DialogNumber, ArrowKeysStep) {
@@ -180,7 +180,7 @@ TEST_F(DialogNumber, WheelSteps) {
   EXPECT_EQ(values, (std::vector<double>{7, -3}));
 }
 
-TEST_F(DialogNumber, WheelScrollsWhatCanScrollUnlessTheFieldHasTheFocus) {
+TEST_F(DialogNumber, WheelScrollsThePanelUnlessTheFieldHasTheFocus) {
   QScrollArea area;
   auto* inside = new QWidget;
   auto* layout = new QVBoxLayout(inside);

@@ -1,4 +1,4 @@
-// Dark and light as the desktop's settings service says it, on a bus of the test's own.
+// Dark and light from the desktop's settings service, on a message bus of the test.
 #include <QDBusMessage>
 #include <QDBusVariant>
 #include <QDBusVirtualObject>
@@ -80,7 +80,7 @@ class DialogScheme : public QtFixture {
   Portal portal;
 };
 
-TEST_F(DialogScheme, IsWhatTheServiceSays) {
+TEST_F(DialogScheme, FollowsTheService) {
   startPortal();
   for (const auto& [value, scheme] :
        {std::pair<uint, std::optional<Scheme>>{1, Scheme::dark}, {2, Scheme::light}, {0, std::nullopt}}) {
@@ -111,7 +111,7 @@ TEST_F(DialogScheme, LateAnswerIsTakenWhenItComes) {
   EXPECT_TRUE(waitFor([&] { return scheme.scheme() == Scheme::dark; }));
 }
 
-TEST_F(DialogScheme, NoServiceIsNoPreference) {
+TEST_F(DialogScheme, WithoutAServiceThereIsNoPreference) {
   EXPECT_EQ(DesktopScheme(client()).scheme(), std::nullopt);
   EXPECT_EQ(DesktopScheme(QDBusConnection("no such bus")).scheme(), std::nullopt);
 }

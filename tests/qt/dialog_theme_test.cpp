@@ -83,7 +83,7 @@ TEST_F(DialogTheme, EnvironmentChoosesUnlessTheProgramDoes) {
   EXPECT_EQ(host::theme(), Theme::dark);
   qunsetenv("LUMENARA_THEME");
   host::setTheme(std::nullopt);
-  EXPECT_EQ(host::theme(), Theme::dark); // this desktop tells nothing
+  EXPECT_EQ(host::theme(), Theme::dark); // this desktop has no preference
 }
 
 TEST_F(DialogTheme, FiguresHaveOneWidth) {

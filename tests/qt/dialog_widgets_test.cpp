@@ -161,7 +161,7 @@ TEST_F(DialogWidgets, TextIsTakenWhenItIsDone) {
   EXPECT_EQ(text, String("new"));
 }
 
-TEST_F(DialogWidgets, MenuTakesWhatIsBeingTyped) {
+TEST_F(DialogWidgets, MenuCommitsTheTypedText) {
   open();
   auto* edit = widget<QLineEdit>(idEdit);
   window().activateWindow();
@@ -244,7 +244,7 @@ TEST_F(DialogWidgets, CheckBoxCanBeSetBackByItsCommand) {
   EXPECT_FALSE(widget<QCheckBox>(idCheck)->isChecked());
 }
 
-TEST_F(DialogWidgets, ComboBoxSkipsWhatCannotBeChosen) {
+TEST_F(DialogWidgets, ComboBoxSkipsDisabledEntries) {
   open();
   auto* combo = widget<QComboBox>(idCombo);
   ASSERT_EQ(combo->count(), 4);

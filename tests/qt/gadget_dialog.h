@@ -1,5 +1,5 @@
-// Dialogs and areas for the tests of their widgets: what they do is given by the test, what is asked of them
-// is written down.
+// Dialogs and areas for the tests of their widgets: the test supplies their behaviour, and calls are
+// recorded.
 #pragma once
 
 #include <functional>

@@ -1,4 +1,4 @@
-// The table of commands, menus, tool bar, and what commands do.
+// The table of commands, menus, tool bar, and the effects of commands.
 #include <QLabel>
 #include <QMenuBar>
 #include <QSet>
@@ -110,7 +110,7 @@ TEST_F(MainCommands, EveryCommandHasAPlaceInAMenu) {
     EXPECT_TRUE(reachable.contains(window().commands().action(command.id))) << command.id.toStdString();
 }
 
-TEST_F(MainCommands, ShortcutsDialogListsWhatTheTableHolds) {
+TEST_F(MainCommands, ShortcutsDialogListsTheTable) {
   host::ShortcutsDialog dialog(window().commands());
   auto* list = dialog.findChild<QTreeWidget*>();
   QStringList shown;
@@ -258,7 +258,7 @@ TEST_F(MainCommands, LookThroughListsTheCameras) {
   EXPECT_NE(window().viewWidget().view().camera()->GetIdentity(), camera);
 }
 
-TEST_F(MainCommands, AboutTellsTheVersion) {
+TEST_F(MainCommands, AboutShowsTheVersion) {
   host::AboutDialog about;
   bool found = false;
   for (const QLabel* label : about.findChildren<QLabel*>())

@@ -55,9 +55,9 @@ TEST_F(MainFiles, OpensASceneAndSaysSo) {
   EXPECT_EQ(window().windowTitle(), "small.gltf - Lumenara Studio");
 }
 
-TEST_F(MainFiles, StartPageStandsWhereThereIsNoScene) {
+TEST_F(MainFiles, StartPageShowsWithoutAScene) {
   EXPECT_TRUE(startPage().isVisible());
-  EXPECT_EQ(window().findChild<QPushButton*>("start-demo"), nullptr); // there is no demo scene here
+  EXPECT_EQ(window().findChild<QPushButton*>("start-demo"), nullptr); // without a demo scene
   openScene(smallScene());
   EXPECT_FALSE(startPage().isVisible());
   choose("file.new");
@@ -144,7 +144,7 @@ TEST_F(MainFiles, RefusesADropWithoutAFile) {
   EXPECT_FALSE(enter.isAccepted());
 }
 
-TEST_F(MainFiles, ABrokenSceneIsToldInOneBoxAndTheOpenOneStays) {
+TEST_F(MainFiles, ABrokenSceneGivesOneBoxAndTheOpenOneStays) {
   openScene(smallScene());
   const Filename broken = folder.write("broken.gltf", "{ \"asset\": ");
   int boxes = 0;
@@ -233,7 +233,7 @@ TEST_F(MainFiles, EnterAtTheReloadQuestionKeepsTheEdits) {
   EXPECT_TRUE(session().files().isDirty());
 }
 
-TEST_F(MainFiles, TheTitleTellsThatTheFileWasDeleted) {
+TEST_F(MainFiles, TheTitleMarksADeletedFile) {
   const Filename scene = smallScene();
   openScene(scene);
   const std::string whole = readText(scene);

@@ -23,7 +23,7 @@ class MainLayout : public StudioTest {
  protected:
   QDockWidget& dock(const char* name) { return *window().findChild<QDockWidget*>(QLatin1String(name)); }
   QDockWidget* viewer() { return window().findChild<QDockWidget*>("dialog-1021442-0"); }
-  /// Starts Studio anew; what it says of the layout.
+  /// Starts Studio again; returns its console lines about the layout.
   std::vector<std::string> linesOfAStart() {
     std::vector<std::string> said;
     const std::uint64_t listener = host::addConsoleListener([&](const String& line) {
@@ -114,7 +114,7 @@ TEST_F(MainLayout, AnUnusableOneIsDroppedWithALine) {
   }
 }
 
-TEST_F(MainLayout, ANewOneIsNothingToTell) {
+TEST_F(MainLayout, AMissingLayoutGivesNoLine) {
   EXPECT_TRUE(linesOfAStart().empty());
   EXPECT_TRUE(linesOfAStart().empty());
 }
@@ -348,7 +348,7 @@ TEST_F(MainLayout, ConsoleIsBounded) {
   EXPECT_TRUE(text.endsWith("line 5049"));
 }
 
-TEST_F(MainLayout, StatusShowsOnlyWhatTakesLong) {
+TEST_F(MainLayout, StatusShowsOnlyLongWork) {
   startStudio();
   StatusSetText("Lumenara Rendering...");
   StatusSetBar(10);

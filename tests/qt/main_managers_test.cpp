@@ -31,7 +31,7 @@ class MainManagers : public StudioTest {
   }
 };
 
-TEST_F(MainManagers, AClickOnWhatIsSelectedAlreadyShowsItsAttributes) {
+TEST_F(MainManagers, AClickOnASelectedNodeShowsItsAttributes) {
   auto& materials = view<QListView>("materialList");
   auto& objects = view<QTreeView>("objectTree");
   const QModelIndex material = materials.model()->index(0, 0), object = objects.model()->index(0, 0);
@@ -45,7 +45,7 @@ TEST_F(MainManagers, AClickOnWhatIsSelectedAlreadyShowsItsAttributes) {
   click(objects, object);
   EXPECT_FALSE(showsMaterial()) << "the object that was selected before";
   EXPECT_EQ(attributes().nodes(), host::selectedObjects(document()));
-  EXPECT_EQ(session().edits().stepCount(), 0u) << "looking is no edit";
+  EXPECT_EQ(session().edits().stepCount(), 0u) << "looking is not an edit";
 }
 
 TEST_F(MainManagers, AClickInTheViewShowsTheObjectAgain) {

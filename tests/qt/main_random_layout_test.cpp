@@ -18,7 +18,7 @@ int numberOf(std::mt19937& random, int least, int most) {
   return std::uniform_int_distribution(least, most)(random);
 }
 
-// One thing that a user can do to the docks of a window.
+// One user action on a window's docks.
 void changeLayout(QMainWindow& window, std::mt19937& random) {
   static constexpr Qt::DockWidgetArea areas[] = {Qt::LeftDockWidgetArea, Qt::RightDockWidgetArea,
                                                  Qt::TopDockWidgetArea, Qt::BottomDockWidgetArea};
@@ -53,7 +53,7 @@ void changeLayout(QMainWindow& window, std::mt19937& random) {
   }
 }
 
-// Where everything stands that the user has placed.
+// The places of all docks.
 QStringList shapeOf(QMainWindow& window) {
   QStringList lines{QStringLiteral("window %1 x %2").arg(window.width()).arg(window.height())};
   for (QDockWidget* dock : window.findChildren<QDockWidget*>(QString(), Qt::FindDirectChildrenOnly)) {
@@ -82,7 +82,7 @@ QStringList arrangementOf(QStringList shape) {
   return shape.replaceInStrings(QRegularExpression(QStringLiteral(" at .*")), QString());
 }
 
-// A window like Studio's: what the docks hold has the least sizes of the managers.
+// A window like Studio's: the docks' contents have the minimum sizes of the managers.
 class PlainWindow : public QMainWindow {
  public:
   PlainWindow() {

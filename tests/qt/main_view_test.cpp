@@ -28,7 +28,7 @@ class ChangeCounter final : public host::CoreListener {
   int count = 0;
 };
 
-// What the hook of a test saw and does.
+// The record and the behaviour of a test's hook.
 struct HookScript {
   bool drags = false, drawing = false;
   int moves = 0;
@@ -107,7 +107,7 @@ class MainView : public StudioTest {
   HookScript hook;
 };
 
-TEST_F(MainView, WheelMovesTheCameraAndTellsPlugins) {
+TEST_F(MainView, WheelMovesTheCameraAndNotifiesPlugins) {
   openAndPaint();
   ChangeCounter changes;
   const Matrix before = camera();
@@ -197,7 +197,7 @@ TEST_F(MainView, TheSelectToolDrawsABox) {
   drag({1, 1}, upper, Qt::NoModifier);
   EXPECT_EQ(host::selectedObjects(document()), some) << "without it they are all there is";
   drag({1, 1}, {2, 3}, Qt::NoModifier);
-  EXPECT_EQ(session().edits().stepCount(), steps) << "a selection is no step";
+  EXPECT_EQ(session().edits().stepCount(), steps) << "a selection is not a step";
 
   drag({1, 1}, corner, Qt::NoModifier, false);
   const QImage shown = view().grab().toImage();
@@ -349,7 +349,7 @@ TEST_F(MainView, TimelineShowsAndSetsTheTime) {
   EXPECT_EQ(session().playback().frame(), session().playback().lastFrame());
   choose("time.first");
   EXPECT_EQ(session().playback().frame(), session().playback().firstFrame());
-  EXPECT_FALSE(session().edits().canUndo()); // the time is no edit
+  EXPECT_FALSE(session().edits().canUndo()); // the time is not an edit
 }
 
 TEST_F(MainView, PlayRunsAndStops) {

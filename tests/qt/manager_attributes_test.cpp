@@ -31,7 +31,7 @@ class ManagerAttributesTest : public ManagerTest {
   template <class Field>
   Field& field(AttributeId id) {
     auto* found = dynamic_cast<Field*>(manager->field(id));
-    if (!found) throw std::runtime_error("there is no such field");
+    if (!found) throw std::runtime_error("the attribute has no field");
     return *found;
   }
   void type(QLineEdit& edit, const char* text) {
@@ -141,7 +141,7 @@ TEST_F(ManagerAttributesTest, ASkysPictureIsTypedOrChosen) {
   type(picture.edit(), noon.GetString().GetUTF8().c_str());
   EXPECT_EQ(attribute("Sky", AttributeId::skyPicture).GetFilename(), noon);
   EXPECT_EQ(edits().undoName(), String("Set Sky Picture"));
-  // One that cannot be read is refused, once, and the field shows what is there.
+  // An unreadable file is refused once, and the field shows the old one.
   int told = 0;
   FileQuestions questions;
   questions.failed = [&](const FileError&) { ++told; };

@@ -125,7 +125,7 @@ TEST_F(ManagerObjectsTest, RandomTreesAreFollowed) {
   }
 }
 
-TEST_F(ManagerObjectsTest, SwitchesTellWhatHidesThem) {
+TEST_F(ManagerObjectsTest, SwitchesShowThatAnAncestorHidesThem) {
   ObjectModel model(*session);
   model.refresh();
   const QModelIndex root = model.indexOf(id("root"), ObjectModel::editorColumn);
@@ -205,7 +205,7 @@ TEST_F(ManagerObjectsTest, AClickSelectsAndASelectionShows) {
   EXPECT_EQ(selected(), (std::vector<std::string>{"lamp", "spot", "camera"}));
   click(tree, manager.model().indexOf(id("spot")), Qt::ControlModifier);
   EXPECT_EQ(selected(), (std::vector<std::string>{"lamp", "camera"}));
-  EXPECT_EQ(edits().stepCount(), 0u) << "selecting is no step";
+  EXPECT_EQ(edits().stepCount(), 0u) << "selecting is not a step";
 
   select({id("arm")});
   follow(manager);
@@ -265,7 +265,7 @@ TEST_F(ManagerObjectsTest, RenamesInPlace) {
   EXPECT_TRUE(document().SearchObject("lamp"));
 }
 
-TEST_F(ManagerObjectsTest, SearchKeepsWhatIsAbove) {
+TEST_F(ManagerObjectsTest, SearchKeepsAncestors) {
   ObjectManager manager(*session);
   manager.show();
   settle();

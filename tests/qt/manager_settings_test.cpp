@@ -137,7 +137,7 @@ TEST_F(ManagerSettingsTest, EverySwitchReachesTheDocument) {
     edits().undo();
     settle();
     EXPECT_EQ(box(id).isChecked(), before) << id;
-    // Those that hang on another are off with it; the loop reaches the multi-pass file after its switch.
+    // Dependent settings are off with their switch; the loop reaches the multi-pass file after its switch.
     if (id == RDATA_MULTIPASS_ENABLE) box(id).click(), settle();
   }
 }
@@ -171,7 +171,7 @@ TEST_F(ManagerSettingsTest, FramesAreTimes) {
   EXPECT_EQ(number(RDATA_FRAMETO).value(), 50);
 }
 
-TEST_F(ManagerSettingsTest, WhatHasNoEffectSaysSo) {
+TEST_F(ManagerSettingsTest, SettingsWithoutEffectSaySo) {
   for (const LONG id : {RDATA_SSS, RDATA_SUBPOLYGON_DISPLACEMENT, RDATA_VOLUMETRICLIGHTING, RDATA_SAVEIMAGE,
                         RDATA_MULTIPASS_ENABLE, RDATA_MULTIPASS_SAVEIMAGE})
     EXPECT_TRUE(box(id).text().contains(QStringLiteral("no effect"))) << id;

@@ -36,10 +36,10 @@ class PictureCanvasTest : public QtFixture {
 };
 
 TEST_F(PictureCanvasTest, APictureKeepsItsPixels) {
-  const QImage image = pictureImage(*ramp(20, 10));
+  const QImage image = bitmapImage(*ramp(20, 10));
   EXPECT_EQ(image.size(), QSize(20, 10));
   EXPECT_EQ(image.pixel(13, 4), qRgb(13, 4, 7));
-  const QImage clear = pictureImage(*ramp(20, 10, 32));
+  const QImage clear = bitmapImage(*ramp(20, 10, 32));
   EXPECT_EQ(clear.pixel(0, 3), qRgba(0, 3, 7, 0));
   EXPECT_EQ(clear.pixel(5, 3), qRgba(5, 3, 7, 255));
 }
@@ -112,7 +112,7 @@ TEST_F(PictureCanvasTest, OneToOneIsOneToOne) {
   const QImage shot = canvas.grab().toImage();
   const QPoint at = canvas.origin().toPoint();
   EXPECT_EQ(shot.copy(QRect(at, QSize(100, 80))).convertToFormat(QImage::Format_RGB32),
-            pictureImage(*ramp(100, 80)));
+            bitmapImage(*ramp(100, 80)));
 }
 
 TEST_F(PictureCanvasTest, DraggingMovesAndThePictureStaysInSight) {
@@ -127,7 +127,7 @@ TEST_F(PictureCanvasTest, DraggingMovesAndThePictureStaysInSight) {
   EXPECT_EQ(canvas.origin(), QPointF(16 - 200, 16 - 160));
 }
 
-TEST_F(PictureCanvasTest, ThePixelUnderThePointerIsTold) {
+TEST_F(PictureCanvasTest, SignalsThePixelUnderThePointer) {
   canvas.setBitmap(ramp(100, 60)); // at 4, from (0, 30)
   QSignalSpy hovered(&canvas, &PictureCanvas::hovered);
   QTest::mouseMove(&canvas, {4 * 33 + 1, 30 + 4 * 20 + 3});

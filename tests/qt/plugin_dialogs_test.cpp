@@ -1,4 +1,4 @@
-// The plug-in's dialogs through their widgets: what a user clicks and types, and what comes of it.
+// The plug-in's dialogs through their widgets: clicks, typed text, and their effects.
 #include <QCheckBox>
 #include <QColorDialog>
 #include <QComboBox>
@@ -144,7 +144,7 @@ TEST_F(OptionsDialog, ChecksEnableTheirFields) {
   });
 }
 
-TEST_F(OptionsDialog, WhatIsTypedIsCutAndStored) {
+TEST_F(OptionsDialog, TypedTextIsClampedAndStored) {
   open([](QWidget& window) {
     auto& step = at<NumberField>(window, LM_ZOOM_STEP);
     EXPECT_EQ(step.text(), "10 %");
@@ -227,7 +227,7 @@ TEST_F(OptionsDialog, LettersWorkWithAlt) {
   EXPECT_EQ(settings.GetDataInstance()->GetLong(LM_AUTO_REFRESH), 1);
 }
 
-TEST_F(OptionsDialog, TheTitleBarTellsTheVersion) {
+TEST_F(OptionsDialog, TheTitleBarShowsTheVersion) {
   open([](QWidget& window) {
     QString told;
     whenModal([&](QWidget& box) {

@@ -66,7 +66,7 @@ class PluginDialogs : public QtFixture {
   }
   static bool enabled(QWidget& window, LONG id) { return at(window, id).isEnabled(); }
 
-  /// Every gadget that shows is whole: nothing reaches over its parent's edge or has less than it needs.
+  /// Every visible gadget is whole: none reaches over its parent's edge or is smaller than its minimum.
   static void expectNothingClipped(QWidget& window) {
     settle();
     for (const QWidget* widget : window.findChildren<QWidget*>()) {

@@ -9,7 +9,7 @@
 
 namespace {
 
-// What Qt complains of is a mistake of ours, but for what the platform without a display cannot do.
+// Qt's warnings are mistakes of ours, except those about the platform without a display.
 void onQtMessage(QtMsgType type, const QMessageLogContext&, const QString& text) {
   if (text.startsWith("This plugin does not support") || text.startsWith("QStandardPaths:")) return;
   const bool grave = text.contains("stylesheet") || text.startsWith("QObject::") ||

@@ -27,9 +27,9 @@ class QtFixture : public HostFixture {
   std::unique_ptr<host::QtUserInterface> desktop;
   std::unique_ptr<host::QtMainLoop> driver;
 
-  /// Lets events, layouts and the host's loop run until nothing waits any more.
+  /// Lets events, layouts and the host's loop run until nothing waits.
   static void settle();
-  /// Runs events until `done`, for `milliseconds` at most. Gives what `done` says at last.
+  /// Runs events until `done` is true, for `milliseconds` at most. Returns the last value of `done`.
   static bool waitFor(const std::function<bool()>& done, int milliseconds = 5000);
   /// Calls `act` with the modal window (or the popup) as soon as one is open; it is closed when the test
   /// forgot to.

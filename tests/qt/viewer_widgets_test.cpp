@@ -20,14 +20,14 @@ void clickWindow(QWidget& widget, const QPoint& at, Qt::KeyboardModifiers modifi
                     widget.mapTo(widget.window(), at));
 }
 
-/// Moves the screen's pointer; the window under it is told.
+/// Moves the screen's pointer and notifies the window under it.
 void movePointer(QWidget& widget, const QPoint& at) {
   QCursor::setPos(widget.mapToGlobal(at));
 }
 
 // ---- Refresh
 
-/// The viewer, which counts its requests. There is no document, so that none of them has anything to render.
+/// A viewer that counts its requests. Without a document they have nothing to render.
 class CountingViewer : public DlgLumenara {
  public:
   void OnRender(LONG animation) override {
@@ -185,7 +185,7 @@ TEST_F(TitleBar, AClickOnHelpOpensTheManual) {
   EXPECT_TRUE(opened[0].endsWith("/plugin/docs/lm_manual.pdf")) << opened[0].toStdString();
 }
 
-TEST_F(TitleBar, AClickOnTheNameTellsTheVersion) {
+TEST_F(TitleBar, AClickOnTheNameShowsTheVersion) {
   QString told;
   whenModal([&](QWidget& box) {
     for (const QLabel* label : box.findChildren<QLabel*>())

@@ -6,12 +6,12 @@ namespace host {
 
 namespace {
 
-// A text without its mnemonic.
+// Removes the mnemonic.
 QString plain(QString text) {
   return text.remove(QLatin1Char('&')).remove(QStringLiteral("..."));
 }
 
-// Keys without Ctrl or Alt that a focused widget has a use for of its own.
+// Keys without Ctrl or Alt that a focused widget handles itself.
 bool keepsKey(const QWidget* widget, int key) {
   const bool sideways = key == Qt::Key_Left || key == Qt::Key_Right;
   if (key == Qt::Key_Space) return qobject_cast<const QAbstractButton*>(widget) != nullptr;
@@ -74,9 +74,9 @@ void CommandTable::refreshSoon() {
 }
 
 void CommandTable::run(std::size_t index) {
-  // The state shown may be from before the last change.
+  // The action may still show the state before the last change.
   const Command& command = commands_[index];
-  const bool allowed = !(blocked_ && blocked_()) && (!command.enabled || command.enabled());
+  const bool allowed = !isBlocked() && (!command.enabled || command.enabled());
   if (allowed && command.run) {
     const std::function<void()> run = command.run;
     run();

@@ -23,11 +23,11 @@ struct Command {
   QList<QKeySequence> keys;
   std::function<void()> run;
   std::function<bool()> enabled = {};  // empty: always
-  std::function<bool()> checked = {};  // empty: nothing to check
+  std::function<bool()> checked = {};  // empty: not checkable
   std::function<QString()> label = {}; // a text that changes ("Undo Move"); empty: `text`
 };
 
-/// What the mouse does, for Help > Shortcuts.
+/// A use of the mouse, listed in Help > Shortcuts.
 struct Gesture {
   QString group, keys, text;
 };
@@ -35,22 +35,23 @@ struct Gesture {
 class CommandTable : public QObject {
   Q_OBJECT
  public:
-  /// The actions belong to `window`: their keys work in it and in what floats above it.
+  /// The actions belong to `window`: their keys work in it and in windows that float above it.
   explicit CommandTable(QWidget* window);
 
   /// The ID must be new.
   QAction* add(Command command);
   void add(Gesture gesture) { gestures_.push_back(std::move(gesture)); }
-  /// Null when there is no such command.
+  /// Null for an unknown ID.
   QAction* action(const QString& id) const { return actions_.value(id); }
   const std::vector<Command>& commands() const { return commands_; }
   const std::vector<Gesture>& gestures() const { return gestures_; }
-  /// The keys that two commands have, as text. A table in order has none.
+  /// Keys that several commands use, as text; empty in a correct table.
   QStringList duplicateKeys() const;
 
-  /// While this says yes no command runs (a drag of a scene hook goes on).
+  /// Commands do not run while this returns true, for example during a drag of a scene hook.
   void setBlocked(std::function<bool()> blocked) { blocked_ = std::move(blocked); }
-  /// Asks every command for its state again: at once, or once soon however often it is asked for.
+  bool isBlocked() const { return blocked_ && blocked_(); }
+  /// Updates the state of every action: at once, or once when the event loop runs next.
   void refresh();
   void refreshSoon();
 

@@ -48,7 +48,7 @@ void AreaWidget::paintEvent(QPaintEvent*) {
     painter.fillRect(rect(), tokens().window);
     return;
   }
-  // The window may have come to a screen of another density.
+  // The window may have moved to a screen of another density.
   const Surface& surface = areaSurface(*area_);
   if (surface.ratio() != devicePixelRatioF() || surface.width() != width() || surface.height() != height())
     tellSize();

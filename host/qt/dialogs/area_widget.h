@@ -8,8 +8,8 @@
 
 namespace host {
 
-/// Shows what the area has painted into its surface and passes the mouse on to it. It tells the area its size
-/// at once, so nothing older than the size is ever shown.
+/// Shows the surface that the area has painted and passes mouse events to it. The area learns its size
+/// at once, so a surface of an older size is never shown.
 class AreaWidget : public QWidget {
   Q_OBJECT
  public:
@@ -21,7 +21,7 @@ class AreaWidget : public QWidget {
   /// The area's minimum size, as it is now.
   void takeMinSize();
 
-  /// What the area has painted, without a copy: valid until it paints again. Null while it has no size.
+  /// The surface, without a copy: valid until the area paints again. Null while the area has no size.
   QImage picture() const;
 
   QSize sizeHint() const override { return least_; }

@@ -1,4 +1,4 @@
-// Where the windows of dialogs stand: the main window docks them, others leave them free. Main thread.
+// Placement of dialog windows: the main window docks them, other hosts leave them free. Main thread.
 #pragma once
 
 #include <QByteArray>
@@ -12,18 +12,18 @@ namespace host {
 
 class DialogWindow;
 
-/// Gives dialogs that are not modal a place. Boxes and modal dialogs are always windows of their own.
+/// Places dialogs that are not modal. Boxes and modal dialogs are always separate windows.
 class DialogHost {
  public:
   virtual ~DialogHost();
-  /// Shows the dialog, at the placement where it says one. `state` is what `stateOf` gave when this dialog
-  /// was open last, empty the first time. The frame that holds it: `window` itself or one of its ancestors;
+  /// Shows the dialog, at the placement if it has one. `state` is the value of `stateOf` when this dialog
+  /// was last open, empty the first time. Returns the frame that holds it: `window` or one of its ancestors;
   /// null when it cannot be shown. The frame asks `window.closeByUser()` before it closes, and never closes
   /// by itself.
   virtual QWidget* place(DialogWindow& window, const DialogPlacement& placement, const QByteArray& state) = 0;
-  /// The dialog has closed: takes its frame away. `window` is deleted by its owner soon after.
+  /// Removes the frame of a dialog that has closed. `window` is deleted by its owner soon after.
   virtual void remove(DialogWindow& window) = 0;
-  /// What brings the frame back to where it is, besides its place and size.
+  /// State that restores the frame, besides its place and size.
   virtual QByteArray stateOf(const DialogWindow& window) const = 0;
 };
 

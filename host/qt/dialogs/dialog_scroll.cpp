@@ -4,9 +4,9 @@ namespace host {
 
 namespace {
 
-// For a window's frame, its title and a panel of the desktop that no platform tells of.
+// Room for a window's frame, its title and a desktop panel, whose sizes the platform does not report.
 constexpr int besideWidth = 24, besideHeight = 64;
-constexpr int aroundFocus = 24; // that is seen around what has the focus
+constexpr int aroundFocus = 24; // visible around the focused widget
 
 } // namespace
 
@@ -24,7 +24,7 @@ void DialogScroll::setReserved(int height) {
   updateGeometry();
 }
 
-// A bar takes room from the other direction.
+// A scroll bar narrows the other direction.
 QSize DialogScroll::fitted(const QSize& wanted) const {
   const QSize room =
       (screen()->availableSize() - QSize(besideWidth, besideHeight + reserved_)).expandedTo({120, 80});
@@ -48,7 +48,7 @@ bool DialogScroll::eventFilter(QObject* watched, QEvent* event) {
   return QScrollArea::eventFilter(watched, event);
 }
 
-// A click shows what it is on already.
+// A click needs no scrolling: its target is visible.
 void DialogScroll::showFocus(QWidget* focus) {
   if (QApplication::mouseButtons() == Qt::NoButton && focus && widget() && widget()->isAncestorOf(focus))
     ensureWidgetVisible(focus, aroundFocus, aroundFocus);

@@ -5,8 +5,8 @@
 
 namespace host {
 
-/// Shows all of its widget while there is room, and asks for no more room than the screen has: then it
-/// scrolls, and follows the keyboard's focus.
+/// Shows the whole widget while it fits. Never asks for more room than the screen has: beyond that it scrolls
+/// and follows the keyboard focus.
 class DialogScroll : public QScrollArea {
   Q_OBJECT
  public:

@@ -127,7 +127,7 @@ void DialogWindow::addGadgets(const Gadget& group, QWidget& widget) {
     if (before && before->kind == GadgetKind::staticText && !child->text.Content())
       made->setAccessibleName(toQt(before->text)); // its label
     before = child.get();
-    // What is alone in a scroll group has all of it to lie in.
+    // The only child of a scroll group fills it.
     const bool alone = group.kind == GadgetKind::scrollGroup && group.children.size() == 1;
     auto* column = below ? static_cast<GridBox*>(footer_->layout()) : grid;
     column->add(made, alone ? child->flags | BFH_SCALE | BFV_SCALE : child->flags);
@@ -225,7 +225,7 @@ void DialogWindow::menuChanged() {
     buildMenus();
 }
 
-// The old menus go when the entry that may have led here has done its work.
+// The old menus are deleted later: an entry of theirs may be running.
 void DialogWindow::buildMenus() {
   const std::vector<MenuEntry>& menus = dialogModel(*dialog_).menus;
   menuLayout_.clear();
@@ -293,18 +293,18 @@ QAction* DialogWindow::menuAction(LONG id) const {
 // ---- Events
 
 void DialogWindow::closeEvent(QCloseEvent* event) {
-  event->ignore(); // the dialog's closing takes the window away
+  event->ignore(); // the window goes when the dialog closes
   closeByUser();
 }
 
-// Whoever comes by a menu, or from another window, means the gadgets.
+// A focus that comes from a menu or another window is meant for the gadgets.
 void DialogWindow::focusInEvent(QFocusEvent* event) {
   QWidget::focusInEvent(event);
   const Qt::FocusReason reason = event->reason();
   if (reason == Qt::ShortcutFocusReason || reason == Qt::ActiveWindowFocusReason) focusNextChild();
 }
 
-// A dialog that has menus opens them by F10, one that stays open beside others closes by Ctrl+W.
+// F10 opens the menus; Ctrl+W closes a dialog that is not modal.
 bool DialogWindow::windowKey(const QKeyEvent& event) {
   const bool menus = menuBar_ && !menuBar_->actions().isEmpty();
   if (menus && event.key() == Qt::Key_F10 && event.modifiers() == Qt::NoModifier) {
@@ -316,7 +316,7 @@ bool DialogWindow::windowKey(const QKeyEvent& event) {
   return true;
 }
 
-// What no gadget took.
+// Keys that no gadget has handled.
 void DialogWindow::keyPressEvent(QKeyEvent* event) {
   watchInput(*event);
   const LONG channel = channelOf(event->key());

@@ -16,11 +16,11 @@ namespace host {
 class AreaWidget;
 class DialogScroll;
 
-/// The widgets of an open dialog, from its model as it stands when this is made. They scroll where the screen
-/// is too small; a modal dialog's OK and Cancel stay in place below. It is the dialog's view
+/// The widgets of an open dialog, built from its model at construction. They scroll where the screen is too
+/// small; a modal dialog's OK and Cancel stay in place below. It is the dialog's view
 /// until it is detached or deleted. The object name is "dialog-PLUGIN-SUB", a gadget's widget is "gadget-ID",
-/// a menu's action "menu-ID"; the window title is the dialog's. Given the focus by a menu or a key it passes
-/// it on to its first gadget; F10 opens its menus, Ctrl+W closes it when it is not modal.
+/// a menu's action "menu-ID"; the window title is the dialog's. A focus that comes
+/// from a menu or a key goes to the first gadget; F10 opens its menus, Ctrl+W closes it when it is not modal.
 class DialogWindow : public QWidget, public DialogView {
   Q_OBJECT
  public:
@@ -29,13 +29,13 @@ class DialogWindow : public QWidget, public DialogView {
 
   /// Null once it is detached.
   GeDialog* dialog() const { return dialog_; }
-  /// The dialog closes: from now on nothing here refers to it.
+  /// Drops every reference to the dialog, which is about to close.
   void detach();
-  /// The user wants it closed (close button, Escape): asks the dialog. Whether it has closed.
+  /// Asks the dialog to close, for the close button and Escape. True when it has closed.
   bool closeByUser();
   bool isModalDialog() const { return modal_; }
 
-  /// The widget of a gadget, null without one. For a field with a slider the box that holds both.
+  /// The widget of a gadget, or null. For a field with a slider, the box that holds both.
   QWidget* gadgetWidget(LONG id) const;
   QAction* menuAction(LONG id) const;
   QMenuBar* menuBar() const { return menuBar_; }
@@ -69,11 +69,11 @@ class DialogWindow : public QWidget, public DialogView {
 
   GeDialog* dialog_;
   bool modal_ = false;
-  QString menuLayout_; // what the menus were built from
+  QString menuLayout_; // the model that the menus were built from, as text
   QMenuBar* menuBar_ = nullptr;
   DialogScroll* scroll_ = nullptr;
   QWidget *content_ = nullptr, *footer_ = nullptr;
-  const Gadget* foot_ = nullptr; // what stands in the footer; null without one
+  const Gadget* foot_ = nullptr; // the group in the footer; null without a footer
   std::map<const Gadget*, QPointer<QWidget>> widgets_;
   std::map<LONG, QPointer<QAction>> actions_;
 };

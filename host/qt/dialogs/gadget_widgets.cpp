@@ -18,14 +18,14 @@ namespace {
 
 constexpr int meterWidth = 88; // of a field that shows "-99.999 m"
 
-// A button that knows whether a key pressed it.
+// Remembers whether a key pressed the button.
 class DialogButton : public QPushButton {
  public:
   using QPushButton::QPushButton;
   bool byKey = false;
 
  protected:
-  // Enter is for the button with the focus, not for the dialog's OK.
+  // Enter presses the focused button, not the dialog's OK.
   void keyPressEvent(QKeyEvent* event) override {
     const bool enter = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
     key([&] {
@@ -63,7 +63,7 @@ class DialogCheckBox : public QCheckBox {
   }
 };
 
-// Enter ends the typing; only in a modal dialog it is the default button's as well.
+// Enter commits the text; in a modal dialog it also presses the default button.
 class DialogEdit : public QLineEdit {
  public:
   DialogEdit(bool modal, QWidget* parent) : QLineEdit(parent), modal_(modal) {}
@@ -97,7 +97,7 @@ ActionInput inputNow(bool inDrag = false, bool fromMouse = true) {
   return {qualifiersOf(QGuiApplication::keyboardModifiers()), inDrag, fromMouse};
 }
 
-// Calls the dialog, and then shows what the model has now: the user's choice may have been refused or cut.
+// Calls the dialog, then shows the model's value: the dialog may have refused or clamped the user's choice.
 template <class Action>
 void act(DialogWindow& window, LONG id, const Action& action) {
   GeDialog* dialog = window.dialog();
@@ -216,7 +216,7 @@ QWidget* makeArea(const Gadget& gadget, QWidget* parent) {
 
 // ---- From the model to the widget
 
-// One digit more than a step has, so that what lies between two steps shows too.
+// One digit more than the step has, so that values between two steps show as well.
 int decimalsOf(const NumberSpec& spec) {
   if (spec.kind == NumberKind::integer) return 0;
   const double step = spec.step > 0 ? spec.step : 1;
@@ -276,7 +276,7 @@ void setButtonText(QAbstractButton& button, const Gadget& gadget) {
   if (button.text() != text) button.setText(text);
 }
 
-// A size that the plug-in asked for is the least; 0 leaves the widget's own.
+// A size that the plug-in asks for is a minimum; 0 keeps the widget's own.
 void askForSize(QWidget& widget, const Gadget& gadget) {
   if (gadget.initWidth > 0) widget.setMinimumWidth(std::max(gadget.initWidth, widget.minimumWidth()));
   if (gadget.initHeight > 0) widget.setMinimumHeight(std::max(gadget.initHeight, widget.minimumHeight()));
@@ -400,14 +400,14 @@ QSize ScrollGroup::minimumSizeHint() const {
   const QSize content = widget() ? widget()->minimumSizeHint() : QSize(0, 0);
   QSize least(std::max(48, asked_.width() > 0 ? std::min(asked_.width(), 160) : 0),
               std::max(36, asked_.height() > 0 ? std::min(asked_.height(), 120) : 0));
-  // What cannot be scrolled must be seen.
+  // Without a scroll bar the whole content must be visible.
   if (horizontalScrollBarPolicy() == Qt::ScrollBarAlwaysOff) least.setWidth(content.width());
   if (verticalScrollBarPolicy() == Qt::ScrollBarAlwaysOff) least.setHeight(content.height());
   return least;
 }
 
-// While everything fits there is no bar, and the whole group shows; what a bar would take does not count, or
-// content that follows the visible part would never fit again.
+// Shows no bar while everything fits. The room that a bar would take does not count: content that follows the
+// visible part would never fit again.
 QRect ScrollGroup::visiblePart() const {
   const auto asked = [](int size, int usual) { return size > 0 ? size : usual; };
   if (!laidOut_) return {0, 0, asked(asked_.width(), 320), asked(asked_.height(), 240)};

@@ -10,23 +10,23 @@ namespace host {
 
 class DialogWindow;
 
-/// The widget of a gadget, without its children: what the user does with it goes to the window's dialog.
+/// The widget of a gadget, without its children. The user's actions go to the window's dialog.
 QWidget* makeGadgetWidget(DialogWindow& window, const Gadget& gadget, QWidget* parent);
 
-/// Brings value, text, range, entries, enabled state and tooltip up to date, without a word to the dialog.
+/// Updates value, text, range, entries, enabled state and tooltip; the dialog is not called.
 void showGadget(QWidget& widget, const Gadget& gadget);
 
-/// Takes over what is being typed in a field of the window.
+/// Commits the text that is being typed in a field of the window.
 void commitTyping(QWidget& window);
 
-/// What holds a scroll group's children. Its wish for room does not depend on what it holds later: an area
-/// that follows the visible part must not move it.
+/// Holds a scroll group's children. Its size hint does not depend on later content: an area that follows the
+/// visible part must not move it.
 class ScrollGroup : public QScrollArea {
   Q_OBJECT
  public:
   ScrollGroup(const Gadget& gadget, QWidget* parent);
-  /// The part of the content that shows, in the content's coordinates. Before the first layout it is what the
-  /// group would like to show.
+  /// The visible part of the content, in the content's coordinates. Before the first layout: the part that
+  /// the group would show.
   QRect visiblePart() const;
   /// Leaves pixels of its right and lower edge empty.
   void keepFree(int width, int height);
@@ -34,7 +34,7 @@ class ScrollGroup : public QScrollArea {
   QSize minimumSizeHint() const override;
 
  signals:
-  /// Before the content is laid out for another size of the group.
+  /// Emitted before the content is laid out for another size of the group.
   void resized();
 
  protected:

@@ -15,8 +15,8 @@ namespace host {
 class NumberField;
 class SliderField;
 
-/// Shows the codecs that this installation offers for `format` (FILTER_AVI, FILTER_MOVIE) and what each can
-/// be told; a choice without an effect on the chosen codec is disabled.
+/// Shows the codecs that this installation offers for `format` (FILTER_AVI, FILTER_MOVIE) and their options;
+/// an option without effect on the chosen codec is disabled.
 class MovieOptionsDialog : public QDialog {
   Q_OBJECT
  public:
@@ -38,7 +38,7 @@ class MovieOptionsDialog : public QDialog {
   QLabel* note_;
 };
 
-/// Puts the choices into a container as `readMovieOptions` reads them; what else it holds stays.
+/// Writes the choices into a container as `readMovieOptions` reads them; its other entries stay.
 void writeMovieOptions(const MovieOptions& options, BaseContainer& container);
 
 } // namespace host

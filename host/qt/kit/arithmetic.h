@@ -1,4 +1,4 @@
-// The arithmetic that number fields take. Any thread.
+// Arithmetic expressions for number fields. Any thread.
 #pragma once
 
 #include <optional>
@@ -7,8 +7,8 @@
 namespace host {
 
 /// The value of "90/2", "1.5*(2+3)", "-2^2" (= -4), "pi/4": + - * / ^, brackets, blanks, numbers with a point
-/// or a comma and an exponent. Nothing for anything else, for a division by zero and for what is not finite.
-/// Deeper than 64 brackets or longer than 4096 characters: nothing.
+/// or a comma and an exponent. Empty for anything else, for a division by zero, for a result that is not
+/// finite, and beyond 64 nested brackets or 4096 characters.
 std::optional<double> evaluate(std::string_view text);
 
 } // namespace host

@@ -88,7 +88,7 @@ void ColorField::choose() {
   chooser->setWindowTitle(tr("Colour"));
   const ModalScope modal;
   const int answer = chooser->exec();
-  if (!chooser) return; // the window has gone, and this with it
+  if (!chooser) return; // the window was deleted, and this field with it
   const QColor color = chooser->selectedColor();
   delete chooser;
   if (answer != QDialog::Accepted) return;

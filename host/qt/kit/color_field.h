@@ -1,4 +1,4 @@
-// A colour to choose. Main thread.
+// A field for a colour. Main thread.
 #pragma once
 
 #include <QAbstractButton>
@@ -9,7 +9,7 @@ namespace host {
 
 class NumberField;
 
-/// A swatch that opens a colour chooser, and a field for the brightness where that may be above 1.
+/// A swatch that opens a colour chooser, and a field for the brightness where it may exceed 1.
 class ColorField : public QWidget {
   Q_OBJECT
  public:
@@ -18,7 +18,7 @@ class ColorField : public QWidget {
   double brightness() const;
   void setValue(const QColor& color, double brightness = 1); // no signal
   void setMaxBrightness(double most);
-  /// Several objects with different colours, until the next value.
+  /// Shows that several objects have different colours, until the next value.
   void setMixed();
   bool isMixed() const { return mixed_; }
   /// The button with the swatch.

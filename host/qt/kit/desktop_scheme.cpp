@@ -52,7 +52,7 @@ void DesktopScheme::askAgain() {
   });
 }
 
-// A number in one variant or two: 1 is dark, 2 is light, anything else no preference.
+// A number in one variant or two: 1 is dark, 2 is light, any other value means no preference.
 void DesktopScheme::take(const QVariant& value) {
   QVariant inner = value;
   for (int i = 0; i < 3 && inner.userType() == qMetaTypeId<QDBusVariant>(); ++i)

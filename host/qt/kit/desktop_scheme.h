@@ -1,5 +1,5 @@
-// Whether the desktop is dark or light, as its settings service says ("org.freedesktop.appearance
-// color-scheme" of the desktop portal; many desktops tell it nowhere else). Main thread.
+// The desktop's preference for dark or light, from its settings service ("org.freedesktop.appearance
+// color-scheme" of the desktop portal; many desktops publish it nowhere else). Main thread.
 #pragma once
 
 #include <QDBusConnection>
@@ -11,7 +11,7 @@ class QVariant;
 
 namespace host {
 
-/// What the desktop prefers.
+/// The desktop's preference.
 enum class Scheme { dark, light };
 
 /// Asks once and then listens.
@@ -20,8 +20,8 @@ class DesktopScheme : public QObject {
  public:
   explicit DesktopScheme(const QDBusConnection& bus, QObject* parent = nullptr);
 
-  /// What it prefers now. Nothing: it has no preference, there is no such service, or it did not answer
-  /// within a fifth of a second (a later answer comes with `changed`).
+  /// The current preference. Empty when the desktop has none, runs no such service, or has not answered
+  /// within 200 ms (a later answer comes with `changed`).
   std::optional<Scheme> scheme() const { return scheme_; }
 
  signals:
@@ -36,10 +36,10 @@ class DesktopScheme : public QObject {
 
   QDBusConnection bus_;
   std::optional<Scheme> scheme_;
-  bool told_ = false; // by the service itself, which is newer than an answer under way
+  bool told_ = false; // by a signal of the service, which is newer than an answer under way
 };
 
-/// Whether the user's session has a bus, without starting one.
+/// Whether the user's session has a message bus; does not start one.
 bool sessionHasBus();
 
 } // namespace host

@@ -1,4 +1,4 @@
-// Choosing a file. Main thread.
+// File choosers. Main thread.
 #pragma once
 
 #include <QString>
@@ -9,8 +9,8 @@ class QWidget;
 
 namespace host {
 
-/// Shows the chooser and waits, as a modal box of `mainLoop()`. It begins where the request says, else where
-/// the last choice of this kind (type and mode) was made; `preferences()` keeps that under the name
+/// Shows the chooser and waits, as a modal box of `mainLoop()`. It starts in the folder of the request, else
+/// in that of the last choice of this kind (type and mode), which `preferences()` keeps under the name
 /// "folders". `native`: the desktop's own chooser.
 bool chooseFile(QWidget* parent, const FileRequest& request, bool native, Filename& chosen);
 

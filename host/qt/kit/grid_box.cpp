@@ -6,7 +6,7 @@ namespace host {
 
 namespace {
 
-// What an item needs; with `hint`, what it would like.
+// The least size of an item; with `hint`, its preferred size.
 QSize needOf(const QLayoutItem& item, bool hint) {
   const QWidget* widget = item.widget();
   if (!hint && qobject_cast<const QAbstractScrollArea*>(widget)) return item.minimumSize();
@@ -90,7 +90,7 @@ QSize GridBox::minimumSize() const {
 void GridBox::setGeometry(const QRect& rect) {
   QLayout::setGeometry(rect);
   const QRect room = rect.marginsRemoved(contentsMargins());
-  // Hints where there is room for them all, minimums where there is not.
+  // Size hints where they all fit, minimum sizes where they do not.
   const bool hints = room.width() >= measure(true).width() && room.height() >= measure(true).height();
   std::vector<GridItem> items;
   for (const Entry& entry : entries_) {

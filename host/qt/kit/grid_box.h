@@ -9,8 +9,8 @@
 namespace host {
 
 /// Lays out the widgets of a group as `layoutGrid` (grid_layout.h) does, so that a dialog looks the same with
-/// and without a display. Widgets that are hidden keep their cell and take no room. What a widget needs is
-/// its size hint and its minimum size; a scroll area, its minimum alone.
+/// and without a display. Hidden widgets keep their cell and take no room. A widget needs its size hint and
+/// its minimum size; a scroll area, only its minimum.
 class GridBox : public QLayout {
  public:
   explicit GridBox(QWidget* parent);

@@ -4,7 +4,7 @@
 
 #include "theme.h"
 
-// A static library loses resources that nothing asks for. Outside of any namespace, as Qt wants it.
+// Without this call the linker drops the resources of a static library. Qt wants it outside any namespace.
 static void loadResources() {
   Q_INIT_RESOURCE(studio);
 }

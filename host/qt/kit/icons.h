@@ -9,13 +9,14 @@
 namespace host {
 
 /// The icon of this name, sharp at every size and pixel ratio, in the colours of the theme in place whenever
-/// it is painted: text, disabled, accent when on. No such file: an empty icon.
+/// it is painted: text, disabled, accent when on. Empty when the file is missing.
 QIcon icon(const QString& name);
 
-/// One picture of it, `size` logical pixels a side; null without such a file. An invalid colour: the text's.
+/// The icon as a picture, `size` logical pixels a side; null when the file is missing. An invalid colour
+/// means the text's.
 QPixmap iconPixmap(const QString& name, int size, const QColor& color = {}, double ratio = 1);
 
-/// Whether there is such a file.
+/// Whether the file exists.
 bool hasIcon(const QString& name);
 
 } // namespace host

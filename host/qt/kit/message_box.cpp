@@ -13,18 +13,18 @@ constexpr int textWidth = 420;
 QLabel* textLabel(const QString& text, QWidget* parent, const char* role = nullptr) {
   auto* label = new QLabel(text, parent);
   if (role) setRole(label, role);
-  label->ensurePolished(); // the font that it is measured with
+  label->ensurePolished(); // sets the font that it is measured with
   label->setTextFormat(Qt::PlainText);
   label->setWordWrap(true);
   label->setTextInteractionFlags(Qt::TextSelectableByMouse);
   label->setFocusPolicy(Qt::NoFocus);
-  // As wide as it must be, and not wider than reads well.
+  // As wide as needed, and not wider than reads well.
   const QRect room = label->fontMetrics().boundingRect(QRect(0, 0, textWidth, 10000), Qt::TextWordWrap, text);
   label->setMinimumWidth(std::min(room.width() + 4, textWidth));
   return label;
 }
 
-// A box of ours: the sentence, why, what to do; the details open below.
+// The sentence, the reason and the advice; the details open below.
 class Box : public QDialog {
  public:
   Box(QWidget* parent, const QString& picture, const QColor& color, const BoxText& text,
@@ -80,7 +80,7 @@ class Box : public QDialog {
     row->setContentsMargins(0, 12, 0, 0);
     row->setSpacing(8);
     row->addStretch(1);
-    chosen_ = static_cast<int>(names.size()) - 1; // what Escape gives
+    chosen_ = static_cast<int>(names.size()) - 1; // Escape's answer
     for (int i = 0; i < names.size(); ++i) {
       auto* button = new QPushButton(names[i], this);
       button->setObjectName(QStringLiteral("answer-%1").arg(i));
@@ -114,7 +114,7 @@ int run(QWidget* parent, const QString& picture, const QColor& color, const BoxT
 
 } // namespace
 
-// A sentence ends with a mark that a blank or the end follows; a line ends it too.
+// A sentence ends with a mark before a blank or the end of the text, or with its line.
 BoxText splitBoxText(const QString& text) {
   BoxText parts;
   const QString whole = text.trimmed();

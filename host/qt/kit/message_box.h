@@ -1,4 +1,4 @@
-// Boxes with a text for the user: the sentence first, then why, then what to do; details folded. Main thread.
+// Message boxes: the sentence first, then the reason, then the advice; details folded. Main thread.
 #pragma once
 
 #include <QString>
@@ -10,8 +10,8 @@ namespace host {
 
 struct BoxText {
   QString sentence; // "The scene could not be opened."
-  QString reason;   // why; may be empty
-  QString advice;   // what to do; may be empty
+  QString reason;   // may be empty
+  QString advice;   // may be empty
   QString details;  // folded; may be empty
 };
 
@@ -23,8 +23,8 @@ void showError(QWidget* parent, const BoxText& text);
 void showMessage(QWidget* parent, const BoxText& text);
 /// True for yes. Escape and the window's close button mean no.
 bool askQuestion(QWidget* parent, const BoxText& text);
-/// The index of the chosen button; `enter` is what Enter gives at once, the last is Escape's. Where one
-/// answer loses work, Enter gives another.
+/// The index of the chosen button. `enter` is the button that Enter presses, the last one is Escape's. Enter
+/// must not lose work.
 int askChoice(QWidget* parent, const BoxText& text, const QStringList& buttons, int enter = 0);
 
 } // namespace host

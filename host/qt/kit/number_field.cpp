@@ -119,7 +119,7 @@ void NumberField::setComplaint(bool on) {
   style()->polish(this);
 }
 
-// A value from the user.
+// Sets a value that the user has chosen.
 void NumberField::change(double value) {
   value = cut(value);
   const bool changed = mixed_ || value != value_;
@@ -136,7 +136,7 @@ double NumberField::stepOf(Qt::KeyboardModifiers keys) const {
   return std::max(step, std::pow(10.0, -decimals_));
 }
 
-// Rounded to what is shown, so that sums of tenths stay tenths.
+// Rounded to the digits shown, so that sums of tenths stay tenths.
 void NumberField::stepBy(double steps, Qt::KeyboardModifiers keys) {
   const double grid = std::pow(10.0, decimals_);
   const double value = value_ + steps * stepOf(keys);
@@ -151,7 +151,7 @@ void NumberField::beginTyping() {
   updateCursor();
 }
 
-// Takes over what was typed. Whether there was something to take.
+// Commits the typed text. False when nothing was being typed.
 bool NumberField::commit() {
   if (mode_ != Mode::typed) return false;
   mode_ = Mode::shown;
@@ -307,7 +307,7 @@ void NumberField::focusOutEvent(QFocusEvent* event) {
   if (event->reason() != Qt::PopupFocusReason) deselect();
 }
 
-// Keys of the main window stay its own while nothing is being typed, but what begins a number is ours.
+// Shortcuts of the main window keep working while nothing is being typed, except keys that begin a number.
 bool NumberField::event(QEvent* event) {
   if (event->type() == QEvent::ShortcutOverride && mode_ != Mode::typed) {
     auto* key = static_cast<QKeyEvent*>(event);

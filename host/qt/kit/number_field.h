@@ -12,19 +12,19 @@ class QToolButton;
 namespace host {
 
 /// Arrow keys and wheel step by `step`; with Shift ten times, with Ctrl a tenth of it (a whole number by one
-/// at least). Dragging steps once every two pixels, with the same keys. The wheel is the scroll area's when
-/// the field has no focus and lies in one that can scroll. Enter commits what was typed, Escape takes it back
-/// (also during a drag), leaving the field commits. What cannot be read is shown in the error colour and
-/// taken back. Values are cut to the range.
+/// at least). Dragging steps once every two pixels, with the same keys. The wheel scrolls the panel when
+/// the field has no focus and lies in a scroll area that can scroll. Enter commits what was typed, Escape
+/// takes it back (also during a drag), leaving the field commits. Text that is not a number is shown in the
+/// error colour and taken back. Values are clamped to the range.
 class NumberField : public QLineEdit {
   Q_OBJECT
  public:
   explicit NumberField(QWidget* parent = nullptr);
 
   double value() const { return value_; }
-  /// Changes the shown value; no signal. Not while the user is typing: then it is shown afterwards.
+  /// Changes the shown value without a signal; while the user is typing, after the typing has ended.
   void setValue(double value);
-  void setRange(double min, double max); // min <= max; the value is cut to it
+  void setRange(double min, double max); // min <= max; the value is clamped to it
   double minimum() const { return min_; }
   double maximum() const { return max_; }
   void setStep(double step); // above 0; default 1
@@ -34,25 +34,26 @@ class NumberField : public QLineEdit {
   /// Shown behind the number ("%", " m", "°"), and may be typed.
   void setSuffix(const QString& suffix);
   QString suffix() const { return suffix_; }
-  /// Two arrows at the right end that step.
+  /// Shows two arrows at the right end that step.
   void setArrows(bool shown);
-  /// Shows a dash: several objects with different values. The next value of the user or of `setValue` ends
-  /// it.
+  /// Shows a dash for several objects with different values, until the user or `setValue` sets the next
+  /// value.
   void setMixed();
   bool isMixed() const { return mixed_; }
   bool isDragging() const { return dragging_; }
-  /// Takes over what is being typed, as Enter does. Whether there was something.
+  /// Commits the typed text, as Enter does. False when nothing was being typed.
   bool commit();
-  /// How a number reads in this field, with suffix.
+  /// A number as this field shows it, with suffix.
   QString textOf(double value) const;
 
   QSize sizeHint() const override;
   QSize minimumSizeHint() const override;
 
  signals:
-  /// The user has changed the value: once a step, a drag's movement or a commit.
+  /// The user has changed the value: emitted once a step, a movement of a drag, or a commit.
   void valueChanged(double value);
-  /// Around all the valueChanged of one drag. After Escape the last valueChanged has the value from before.
+  /// Emitted around all valueChanged of one drag. After Escape the last valueChanged has the value from
+  /// before.
   void dragStarted();
   void dragFinished(bool cancelled);
 
@@ -112,7 +113,7 @@ class SliderField : public QWidget {
   void setDecimals(int decimals) { field_->setDecimals(decimals); }
   void setSuffix(const QString& suffix) { field_->setSuffix(suffix); }
   void setMixed() { field_->setMixed(); }
-  /// Without the field: a slider only.
+  /// Shows the slider alone, without the field.
   void setFieldShown(bool shown);
 
  signals:

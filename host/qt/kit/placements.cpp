@@ -7,7 +7,7 @@ namespace host {
 namespace {
 
 const char* const preferencesName = "dialogs";
-// Of one entry; the entries are containers under 1, 2, 3...
+// Keys of one entry; the entries are containers under 1, 2, 3...
 enum Key : LONG { keyPlugin = 1, keySub, keyType, keyX, keyY, keyWidth, keyHeight, keyOpen, keyState };
 constexpr LONG mostEntries = 1000;
 

@@ -1,4 +1,4 @@
-// Where dialogs were, kept in the program's preferences. Main thread.
+// Places of dialogs, kept in the program's preferences. Main thread.
 #pragma once
 
 #include <QByteArray>
@@ -15,12 +15,12 @@ struct StoredPlacement {
   QByteArray state; // of the frame, as its DialogHost gave it
 };
 
-/// All that are stored, in the order of their first storing; none without preferences.
+/// All stored placements, in the order in which they were first stored; empty without preferences.
 std::vector<StoredPlacement> storedPlacements();
 std::optional<StoredPlacement> storedPlacement(LONG pluginId, LONG subId);
-/// Stores one; writes nothing when nothing has changed.
+/// Stores one; an unchanged one is not written again.
 void storePlacement(const StoredPlacement& stored);
-/// Dialogs open where they do at first; which of them were open stays.
+/// Dialogs open in their default places again. The list of open dialogs stays.
 void forgetPlaces();
 
 } // namespace host

@@ -1,4 +1,4 @@
-// What nearly every file of the desktop includes. Precompiled; nothing includes it by hand.
+// Headers that nearly every file of the desktop includes. Precompiled; do not include it by hand.
 #pragma once
 
 #include <QtGui/QtGui>

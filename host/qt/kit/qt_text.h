@@ -1,4 +1,4 @@
-// Between the host's values and Qt's. Any thread.
+// Conversions between the host's values and Qt's. Any thread.
 #pragma once
 
 #include <QKeySequence>
@@ -23,14 +23,14 @@ inline String toHost(const QString& text) {
 /// A label for a button or a menu entry: "&" before a letter or a digit underlines it (and makes it a key),
 /// any other "&" is shown.
 QString labelText(const String& text);
-/// A label that shows the text as it is, names of files and objects for example.
+/// A label that shows the text unchanged, for names of files and objects.
 QString plainLabel(const String& text);
 
 /// QSHIFT, QCTRL, QALT.
 LONG qualifiersOf(Qt::KeyboardModifiers modifiers);
-/// The keyboard channel of c4d_input.h; 0 for a key that has none.
+/// The keyboard channel of c4d_input.h; 0 for a key without one.
 LONG channelOf(int key);
-/// The mouse channel; 0 for a button that has none.
+/// The mouse channel; 0 for a button without one.
 LONG channelOf(Qt::MouseButton button);
 
 } // namespace host

@@ -10,7 +10,7 @@ namespace {
 
 constexpr int mostPositions = 20000;
 
-// A press anywhere takes the handle there.
+// A press anywhere moves the handle there.
 class JumpSlider : public QSlider {
  public:
   using QSlider::QSlider;
@@ -95,7 +95,7 @@ void SliderField::setFieldShown(bool shown) {
   setFocusProxy(shown ? static_cast<QWidget*>(field_) : slider_);
 }
 
-// One position a step, as far as there are not too many.
+// One position a step, unless that makes too many.
 void SliderField::updateSteps() {
   const double count = std::round((sliderMax_ - sliderMin_) / field_->step());
   const int positions = static_cast<int>(std::clamp(count, 1.0, static_cast<double>(mostPositions)));

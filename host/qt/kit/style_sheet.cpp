@@ -4,7 +4,7 @@ namespace host {
 
 namespace {
 
-// What stands between two @ is a token. Boxes are 24 high: 22 inside and a line above and below.
+// The text between two @ is a token. Boxes are 24 high: 22 inside and a line above and below.
 const char* const sheet = R"(
 QToolTip { background: @panel@; color: @text@; border: 1px solid @line@; padding: 3px 6px; }
 

@@ -29,14 +29,14 @@ std::optional<Theme> themeOfEnvironment() {
   return {};
 }
 
-// A settings service says it in a word.
+// The settings service answers directly.
 std::optional<Theme> themeOfService() {
   if (!desktopScheme || !desktopScheme->scheme()) return {};
   return *desktopScheme->scheme() == Scheme::dark ? Theme::dark : Theme::light;
 }
 
-// The application's palette without ours is the desktop's, laid over the style's own. When both are the same,
-// the desktop says nothing.
+// Without our palette the application's is the desktop's, laid over the style's own. When both are equal, the
+// desktop has no preference.
 std::optional<Theme> themeOfDesktop() {
   QApplication::setPalette(QPalette());
   const QPalette palette = QApplication::palette();
@@ -91,7 +91,7 @@ bool hasTabularFigures(const QFont& font) {
   return true;
 }
 
-// The desktop's own font when its figures have one width, else the first of some that have.
+// The desktop's font when its figures have one width, else the first of these that has such figures.
 QFont chooseFont() {
   QFont font = QFontDatabase::systemFont(QFontDatabase::GeneralFont);
   font.setPixelSize(metrics::fontPixels);
@@ -119,7 +119,7 @@ void forgetService() {
   installed = false;
 }
 
-// Where there is a screen and a bus.
+// On platforms with a screen and a message bus.
 void askService() {
   const QString platform = QGuiApplication::platformName();
   const bool screen = platform != QLatin1String("offscreen") && platform != QLatin1String("minimal");
@@ -129,7 +129,7 @@ void askService() {
   QObject::connect(desktopScheme, &QObject::destroyed, forgetService);
 }
 
-// Sees that the desktop has changed its colours.
+// Follows a change of the desktop's colours.
 class ThemeFollower : public QObject {
  public:
   using QObject::QObject;

@@ -37,27 +37,27 @@ inline constexpr int smallFontPixels = 12;
 inline constexpr int radius = 4;
 } // namespace metrics
 
-/// Puts style, palette, style sheet and fonts in place: once, after the QApplication was made. The theme is
-/// that of `setTheme`, else of LUMENARA_THEME ("dark", "light") in the environment, else the desktop's; dark
-/// when the desktop does not tell.
+/// Installs style, palette, style sheet and fonts: once, after the QApplication was made. The theme is that
+/// of `setTheme`, else of LUMENARA_THEME ("dark", "light") in the environment, else the desktop's; dark when
+/// the desktop has no preference.
 void installTheme();
-/// Fixes the theme, at once for every window; nothing: follows the desktop again.
+/// Sets the theme of every window at once; an empty value follows the desktop again.
 void setTheme(std::optional<Theme> theme);
 Theme theme();
 
-/// Of the theme in place.
+/// The colours of the current theme.
 const Tokens& tokens();
 const Tokens& tokens(Theme theme);
 
 /// The interface font with tabular figures; `pixels` 0: the usual size.
 QFont interfaceFont(int pixels = 0);
-/// One width for all characters: the console, pixel values.
+/// A font of fixed width, for the console and pixel values.
 QFont fixedFont();
 
 /// From 1 (no difference) to 21 (black on white): WCAG 2.1, "contrast ratio". Alpha is ignored.
 double contrast(const QColor& one, const QColor& other);
 
-/// Tells when the theme has changed; for what keeps pictures made from tokens.
+/// Signals a change of the theme, to those that keep pictures made from tokens.
 class ThemeNotifier : public QObject {
   Q_OBJECT
  public:
@@ -66,7 +66,7 @@ class ThemeNotifier : public QObject {
   void changed();
 };
 
-// What the style sheet knows by name, set on a widget:
+// Roles that the style sheet knows, set on a widget:
 //   setRole(label, "dim")      secondary text           setRole(button, "primary")  the answer that Enter
 //   gives setRole(label, "title")    heading of a group       setRole(button, "flat")     no frame at rest
 //   (tool bars) setRole(label, "error")    a field's complaint      setRole(frame, "panel")     a raised area

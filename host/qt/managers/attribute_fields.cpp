@@ -87,7 +87,7 @@ Vector linearColor(const QColor& color) {
           srgbToLinear(static_cast<double>(color.blueF()))};
 }
 
-// --- what all have ---
+// --- all fields ---
 
 AttributeField::AttributeField(const Attribute& attribute, QWidget* parent)
     : QWidget(parent), shape_(attribute) {
@@ -156,7 +156,7 @@ TextAttributeField::TextAttributeField(const Attribute& attribute, QWidget* pare
   });
 }
 
-// What is being typed stays.
+// Keeps the text that is being typed.
 void TextAttributeField::showValue(const Attribute& attribute) {
   const QString before = text_;
   text_ = textOf(attribute.value);
@@ -229,7 +229,7 @@ SwitchAttributeField::SwitchAttributeField(const Attribute& attribute, QWidget* 
   makeRow(this)->addWidget(box_);
   setFocusProxy(box_);
   connect(box_, &QCheckBox::clicked, this, [this] {
-    // A click on mixed ones switches all on.
+    // A click on a mixed state switches all on.
     const bool on = box_->checkState() != Qt::Unchecked;
     box_->setTristate(false);
     box_->setChecked(on);
@@ -424,7 +424,7 @@ void ColorAttributeField::takeCode() {
   tell(color, brightness_ && !brightness_->isMixed() ? brightness_->value() / 100 : 1);
 }
 
-// Not a box that waits: the views and the viewer follow while the colour is looked for.
+// Does not wait: the views and the viewer follow while the user looks for a colour.
 void ColorAttributeField::choose() {
   if (chooser_) return chooser_->raise();
   const double brightness = brightness_ && !brightness_->isMixed() ? brightness_->value() / 100 : 1;

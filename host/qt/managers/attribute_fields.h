@@ -18,8 +18,8 @@ namespace host {
 class NumberField;
 class SliderField;
 
-/// Shows an attribute and tells what the user makes of it. A field does not change by itself: the document is
-/// changed, and the field shows what is there then.
+/// Shows an attribute and signals the user's changes. The field itself does not change: the document does,
+/// and the field then shows the document's value.
 class AttributeField : public QWidget {
   Q_OBJECT
  public:
@@ -31,15 +31,15 @@ class AttributeField : public QWidget {
   /// Whether this field can show that attribute: the same one, of the same kind, range and choices.
   bool fits(const Attribute& attribute) const;
   void show(const Attribute& attribute);
-  /// Needs the full width, with its label above.
+  /// Whether it needs the full width, with its label above.
   virtual bool isWide() const { return false; }
-  /// Shows its label itself.
+  /// Whether it shows its label itself.
   virtual bool hasLabel() const { return false; }
 
  signals:
   /// `component` 0 to 2: of a vector; -1: all.
   void changed(const GeData& value, int component);
-  /// Around the changes that make one step of undo.
+  /// Emitted around the changes that make one step of undo.
   void dragStarted();
   void dragFinished(bool cancelled);
 
@@ -125,7 +125,7 @@ class NumberAttributeField : public AttributeField {
  public:
   NumberAttributeField(const Attribute& attribute, QWidget* parent);
   NumberField& number() { return *number_; }
-  /// Null without one.
+  /// Null without a slider.
   SliderField* slider() { return slider_; }
 
  protected:

@@ -16,7 +16,7 @@ namespace {
 
 constexpr int labelWidth = 92;
 
-// A group with its heading, which folds it.
+// A group with a heading that folds it.
 class Section : public QWidget {
  public:
   Section(const QString& title, QWidget* parent) : QWidget(parent), head_(new QToolButton(this)) {
@@ -159,9 +159,9 @@ void AttributeManager::build() {
   outer->addWidget(stack_);
 }
 
-// --- what is shown ---
+// --- display ---
 
-// Objects and materials are selected apart: what changed last is what the user looks at.
+// Objects and materials have separate selections; the fields show the one that changed last.
 void AttributeManager::chooseNodes() {
   const BaseDocument* document = session_.document();
   const std::vector<Identity> objects = document ? selectedObjects(*document) : std::vector<Identity>();
@@ -295,11 +295,11 @@ void AttributeManager::change(AttributeField& field, const GeData& value, int co
   if (dragging_) return session_.edits().update(edit);
   if (field.shape().kind == AttributeKind::file && value.GetFilename().Content()) {
     session_.files().setSkyPicture(value.GetFilename(), nodes_);
-    field.show(field.shape()); // what was typed goes when it was refused
+    field.show(field.shape()); // a refused value disappears
     soon_.start();
     return;
   }
-  // Steps of the wheel that follow each other are one.
+  // Successive steps of the wheel make one undo step.
   std::string key;
   if (mayMerge(field.shape().kind) && !nodes_.empty())
     key = "attribute " + std::to_string(static_cast<int>(field.id())) + ' ' + std::to_string(component) +

@@ -17,8 +17,8 @@ namespace host {
 
 class AttributeField;
 
-/// Fields for the attributes that all selected objects, or the selected material, have: whatever of both was
-/// selected last. Values that differ show as a dash; typing one sets it for all. A drag of a field is one
+/// Fields for the attributes that all selected objects have, or for those of the selected material, whichever
+/// was selected last. Values that differ show as a dash; typing one sets it for all. A drag of a field is one
 /// step of undo, live in every view meanwhile.
 class AttributeManager : public QWidget {
   Q_OBJECT
@@ -26,17 +26,17 @@ class AttributeManager : public QWidget {
   explicit AttributeManager(Session& session, QWidget* parent = nullptr);
   ~AttributeManager() override;
 
-  /// What the fields show; empty without a selection.
+  /// The nodes that the fields show; empty without a selection.
   const std::vector<Identity>& nodes() const { return nodes_; }
-  /// The field of an attribute that is shown; null when there is none.
+  /// The field of an attribute; null when it is not shown.
   AttributeField* field(AttributeId attribute) const;
 
-  /// The user points at the selected material, or at the selected objects: the fields show these, also when
+  /// The user has clicked the selected material, or the selected objects: the fields show them, also when
   /// they were selected before.
   void lookAtMaterial() { lookAt(true); }
   void lookAtObjects() { lookAt(false); }
 
-  /// Takes over what has changed in the document now and not soon.
+  /// Shows changes of the document at once instead of soon.
   void refresh();
 
   QSize sizeHint() const override { return {300, 420}; }

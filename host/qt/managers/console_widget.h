@@ -9,10 +9,10 @@
 namespace host {
 
 enum class LineKind { plain, warning, error };
-/// What the words of a console line tell of.
+/// Severity of a console line, from its words.
 LineKind kindOfLine(const QString& line);
 
-/// Shows what is printed from its making on, the last `mostLines` of it.
+/// Shows the lines that are printed from its construction on, the last `mostLines` of them.
 class ConsoleWidget : public QWidget {
   Q_OBJECT
  public:
@@ -21,7 +21,7 @@ class ConsoleWidget : public QWidget {
   explicit ConsoleWidget(QWidget* parent = nullptr);
   ~ConsoleWidget() override;
 
-  void copy() const; // the marked part; all of it when nothing is marked
+  void copy() const; // the selected text; without a selection all of it
   void clear();
   QString text() const { return text_->toPlainText(); }
 

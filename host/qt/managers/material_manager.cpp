@@ -188,7 +188,7 @@ void MaterialManager::contextMenuEvent(QContextMenuEvent* event) {
   menu.exec(event->globalPos());
 }
 
-// Keys that the main window's menus have too; here for when it is not around.
+// The keys of the main window's menus, for use without it.
 bool MaterialManager::eventFilter(QObject* watched, QEvent* event) {
   if (watched != list_ || event->type() != QEvent::KeyPress) return QWidget::eventFilter(watched, event);
   const auto* key = static_cast<QKeyEvent*>(event);

@@ -17,10 +17,10 @@ namespace host {
 
 class MaterialModel;
 
-/// The type of a dragged material: what views take that let materials be dropped.
+/// The MIME type of a dragged material, which views accept as a drop.
 inline constexpr const char* materialMimeType = "application/x-lumenara-material";
-/// The data of this type, for a material of this program's document, and back; 0 for anything else, a drag
-/// from another program among it.
+/// Data of this type for a material of this program's document, and back; 0 for anything else, for example a
+/// drag from another program.
 QByteArray materialData(Identity material);
 Identity materialOf(const QByteArray& data);
 
@@ -35,12 +35,12 @@ class MaterialManager : public QWidget {
   MaterialModel& model() { return *model_; }
   QListView& list() { return *list_; }
 
-  // What the menu does, as edits.
+  // Commands of the menu, as edits.
   void createMaterial();
   void duplicateSelected();
   void deleteSelected();
   void renameSelected(); // begins typing
-  /// The selected objects show the selected material.
+  /// Assigns the selected material to the selected objects.
   void assignToSelection();
   /// Selects the objects that show it.
   void selectUsers();

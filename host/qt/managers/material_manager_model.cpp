@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <unordered_set>
 
+#include "bitmap_image.h"
 #include "icons.h"
 #include "material_manager.h"
-#include "picture_canvas.h"
 #include "qt_text.h"
 #include "scene_edits.h"
 #include "theme.h"
@@ -33,7 +33,7 @@ MaterialModel::MaterialModel(Session& session, QObject* parent)
 
 MaterialModel::~MaterialModel() = default;
 
-// Takes away what is gone, then puts what is new or stands elsewhere in its place.
+// Removes rows that are gone, then inserts new ones and moves those that have another place.
 void MaterialModel::refresh() {
   const BaseDocument* document = session_.document();
   const std::vector<MaterialRow> rows = document ? materialRows(*document) : std::vector<MaterialRow>();
@@ -55,7 +55,7 @@ void MaterialModel::refresh() {
       beginInsertRows({}, i, i);
       rows_.insert(rows_.begin() + i, row);
       endInsertRows();
-    } else if (place != i) { // never before i: those are in place already
+    } else if (place != i) { // never before i: earlier rows are in place
       beginMoveRows({}, place, place, {}, i);
       std::rotate(rows_.begin() + i, rows_.begin() + place, rows_.begin() + place + 1);
       endMoveRows();
@@ -64,7 +64,7 @@ void MaterialModel::refresh() {
     rows_[static_cast<std::size_t>(i)] = row;
     emit dataChanged(index(i), index(i));
   }
-  // A look that has changed is asked for again.
+  // Requests the thumbnails of changed materials again.
   if (!rows_.empty())
     emit dataChanged(index(0), index(static_cast<int>(rows_.size()) - 1), {Qt::DecorationRole});
 }
@@ -124,7 +124,7 @@ QPixmap MaterialModel::thumbnail(Identity material) const {
   QPainterPath shape;
   shape.addRoundedRect(pixmap.rect(), metrics::radius * ratio_, metrics::radius * ratio_);
   painter.setClipPath(shape);
-  painter.drawImage(pixmap.rect(), pictureImage(*bitmap));
+  painter.drawImage(pixmap.rect(), bitmapImage(*bitmap));
   painter.end();
   pixmap.setDevicePixelRatio(ratio_);
   known = {bitmap, pixmap};

@@ -11,8 +11,8 @@
 
 namespace host {
 
-/// Names and thumbnails. Thumbnails are asked for when a view shows them; until the first is ready a
-/// placeholder stands there. Rows are inserted, removed and moved as in the document.
+/// Names and thumbnails. Thumbnails are requested when a view shows them; until the first is ready a
+/// placeholder is shown. Rows are inserted, removed and moved as in the document.
 class MaterialModel : public QAbstractListModel {
   Q_OBJECT
  public:
@@ -21,7 +21,7 @@ class MaterialModel : public QAbstractListModel {
   explicit MaterialModel(Session& session, QObject* parent = nullptr);
   ~MaterialModel() override;
 
-  /// Looks at the document and tells what is different. The manager calls it.
+  /// Compares the rows with the document and signals the differences. The manager calls it.
   void refresh();
   /// The pixel ratio of the screen that shows them.
   void setPixelRatio(double ratio);

@@ -25,7 +25,7 @@ QLabel* makeTeachingLabel(QWidget* parent) {
   return label;
 }
 
-// Where objects stand by name, for documents that were read again.
+// Paths of the objects by name, which outlive a reload of the document.
 std::vector<std::string> pathsOf(const std::vector<ObjectRow>& rows) {
   std::unordered_map<Identity, std::string> paths;
   std::unordered_map<std::string, int> taken;
@@ -101,7 +101,7 @@ void ObjectManager::build() {
 
 // --- following the document ---
 
-// Large documents are looked at less often while they change all the time.
+// Large documents that change all the time are read less often.
 void ObjectManager::refreshSoon() {
   constexpr qint64 quick = 16, longest = 500;
   stale_ = true;
@@ -126,7 +126,7 @@ void ObjectManager::refresh() {
   cost_ = timer.elapsed();
 }
 
-// The rows still tell how the tree stood: what was unfolded is so again in a document that was read again.
+// The rows still describe the tree before the reload: rows that were unfolded unfold again.
 void ObjectManager::documentReplaced(Replacement why) {
   unfoldedPaths_.clear();
   if (why == Replacement::reloaded && !newDocument_) {
@@ -153,7 +153,8 @@ void ObjectManager::unfoldDocument() {
   unfold({});
 }
 
-// Shows what was unfolded below a row; below an invalid one, everywhere. A search unfolds what it found.
+// Unfolds the rows below a row that were unfolded before; below an invalid index, everywhere. A search
+// unfolds its results.
 void ObjectManager::unfold(const QModelIndex& above) {
   const bool was = std::exchange(settling_, true);
   if (!model_->filter().isEmpty()) {
@@ -209,7 +210,7 @@ void ObjectManager::takeSelection() {
   session_.edits().apply("Select", [&](BaseDocument& document) { selectObjects(document, objects); });
 }
 
-// The rows that the document has selected; scrolls to the first when somebody else selected it.
+// Selects the document's selected rows; scrolls to the first when it was selected elsewhere.
 void ObjectManager::showSelection() {
   QItemSelection wanted;
   QModelIndex first, from, to;
@@ -312,7 +313,7 @@ void ObjectManager::contextMenuEvent(QContextMenuEvent* event) {
   menu.exec(event->globalPos());
 }
 
-// Keys that the main window's menus have too; here for when it is not around.
+// The keys of the main window's menus, for use without it.
 bool ObjectManager::eventFilter(QObject* watched, QEvent* event) {
   if (event->type() != QEvent::KeyPress) return QWidget::eventFilter(watched, event);
   const auto* key = static_cast<QKeyEvent*>(event);

@@ -18,8 +18,8 @@ namespace host {
 
 class ObjectModel;
 
-/// Search field, tree with icons and switches for what is seen, context menu. The selection is the
-/// document's, both ways. F2 renames, Delete deletes, dragging reorders; materials may be dropped on objects.
+/// Search field, tree with icons and visibility switches, context menu. The selection is the document's, both
+/// ways. F2 renames, Delete deletes, dragging reorders; materials may be dropped on objects.
 class ObjectManager : public QWidget {
   Q_OBJECT
  public:
@@ -30,16 +30,16 @@ class ObjectManager : public QWidget {
   QTreeView& tree() { return *tree_; }
   QLineEdit& search() { return *search_; }
 
-  // What the menu does with the selected objects, as edits.
+  // Commands of the menu on the selected objects, as edits.
   void deleteSelected();
   void duplicateSelected();
   void groupSelected();
   void renameSelected(); // begins typing
-  /// Shows all rows below, or none.
+  /// Unfolds or folds all rows.
   void expandAll();
   void collapseAll();
 
-  /// Takes over what has changed in the document now and not soon.
+  /// Shows changes of the document at once instead of soon.
   void refresh();
 
   QSize sizeHint() const override { return {260, 360}; }
@@ -75,7 +75,7 @@ class ObjectManager : public QWidget {
   QLabel* empty_ = nullptr;
   QTimer soon_;
   qint64 cost_ = 0;                       // of the last refresh, in milliseconds
-  std::unordered_set<Identity> expanded_; // what the user has unfolded
+  std::unordered_set<Identity> expanded_; // rows that the user has unfolded
   std::unordered_set<std::string> unfoldedPaths_;
   bool newDocument_ = true, wasReloaded_ = false;
   bool settling_ = false, stale_ = true, scrollToSelection_ = true;

@@ -29,7 +29,7 @@ void ObjectDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option
   painter->drawPixmap(option.rect.center() - QPoint(metrics::icon / 2 - 1, metrics::icon / 2 - 1), pixmap);
 }
 
-// The icon of an unfolded row is not one that is switched on.
+// An unfolded row's icon must not show as switched on.
 void ObjectDelegate::initStyleOption(QStyleOptionViewItem* option, const QModelIndex& index) const {
   QStyledItemDelegate::initStyleOption(option, index);
   option->state &= ~QStyle::State_Open;

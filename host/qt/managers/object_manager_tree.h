@@ -1,4 +1,4 @@
-// The tree of the object manager, and how its rows look. Main thread.
+// The tree view of the object manager and the drawing of its rows. Main thread.
 #pragma once
 
 #include <QStyledItemDelegate>
@@ -8,8 +8,8 @@
 
 namespace host {
 
-/// Names as usual, switches as an eye and a render mark: bright when on, a dot when off, dim when something
-/// above hides the object.
+/// Draws names as usual, switches as an eye and a render mark: bright when on, a dot when off, dim when an
+/// ancestor hides the object.
 class ObjectDelegate : public QStyledItemDelegate {
  public:
   using QStyledItemDelegate::QStyledItemDelegate;
@@ -20,8 +20,8 @@ class ObjectDelegate : public QStyledItemDelegate {
   void initStyleOption(QStyleOptionViewItem* option, const QModelIndex& index) const override;
 };
 
-/// A press on a switch turns it around, and dragging on over other rows sets theirs alike: one edit. It does
-/// not change the selection.
+/// A press on a switch toggles it, and dragging over other rows sets theirs to the same state, as one edit.
+/// The selection does not change.
 class ObjectTree : public QTreeView {
   Q_OBJECT
  public:

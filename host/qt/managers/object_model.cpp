@@ -32,7 +32,7 @@ std::vector<Identity> objectsOf(const QByteArray& data) {
   return objects;
 }
 
-// One icon a kind, however many rows ask for it.
+// One icon for each kind, shared by all rows.
 const QIcon& iconOf(ObjectIcon kind) {
   static QHash<int, QIcon> icons;
   const auto found = icons.constFind(static_cast<int>(kind));
@@ -40,7 +40,7 @@ const QIcon& iconOf(ObjectIcon kind) {
                                    : *icons.insert(static_cast<int>(kind), icon(objectIconName(kind)));
 }
 
-// Which of the values stay when the others are taken out so that the rest rises: the most that can.
+// Marks the values of a longest increasing subsequence: rows that need not move.
 std::vector<bool> risingOnes(const std::vector<int>& values) {
   std::vector<std::size_t> ends, before(values.size());
   for (std::size_t i = 0; i < values.size(); ++i) {
@@ -117,7 +117,7 @@ ObjectModel::ObjectModel(Session& session, QObject* parent)
 
 ObjectModel::~ObjectModel() = default;
 
-// --- what the document has ---
+// --- rows of the document ---
 
 void ObjectModel::refresh() {
   const BaseDocument* document = session_.document();
@@ -174,7 +174,7 @@ bool ObjectModel::sameTree(const Shown& rows) const {
   return true;
 }
 
-// Many separate places cost more one by one than all of it at once.
+// Many separate changes cost more one by one than a reset.
 bool ObjectModel::isScattered(const Shown& rows) const {
   constexpr int most = 500;
   std::unordered_set<Identity> wanted;
@@ -201,7 +201,7 @@ void ObjectModel::forget(const Node& node) {
     forget(*child);
 }
 
-// Takes away what is gone, has another parent, or has changed its place among its siblings.
+// Removes rows that are gone, have another parent, or have another place among their siblings.
 void ObjectModel::removeRows_(Node& parent, const Tree& tree) {
   const int count = static_cast<int>(parent.children.size());
   std::vector<int> places, rows;
@@ -238,7 +238,7 @@ void ObjectModel::removeRows_(Node& parent, const Tree& tree) {
     removeRows_(*child, tree);
 }
 
-// What is left stands in the wanted order: puts in what is missing.
+// The remaining rows are in order: inserts the missing ones.
 void ObjectModel::insertRows_(Node& parent, const Tree& tree) {
   const std::vector<std::size_t>& wanted = tree.below(parent.row.identity);
   for (std::size_t first = 0; first < wanted.size(); ++first) {
@@ -273,7 +273,7 @@ ObjectModel::NodePtr ObjectModel::makeNode(const Tree& tree, std::size_t row, No
   return node;
 }
 
-// Neighbours that have changed are told together.
+// Signals neighbouring changed rows together.
 void ObjectModel::takeValues(const Shown& rows) {
   const Node* first = nullptr;
   const Node* last = nullptr;
@@ -298,7 +298,7 @@ void ObjectModel::takeValues(const Shown& rows) {
   tell();
 }
 
-// --- what views ask ---
+// --- data for views ---
 
 ObjectModel::Node* ObjectModel::nodeOf(const QModelIndex& index) const {
   return index.isValid() ? static_cast<Node*>(index.internalPointer()) : root_.get();
@@ -434,7 +434,7 @@ bool ObjectModel::canDropMimeData(const QMimeData* data, Qt::DropAction /*action
   if (data->hasFormat(QLatin1String(materialMimeType)))
     return row < 0 && parent.isValid() && materialOf(data->data(QLatin1String(materialMimeType))) != 0;
   const std::vector<Identity> objects = objectsOf(data->data(QLatin1String(objectsMimeType)));
-  // Nothing comes below itself.
+  // An object cannot become its own descendant.
   const std::unordered_set<Identity> dragged(objects.begin(), objects.end());
   for (const Node* up = nodeOf(parent); up; up = up->parent)
     if (up != root_.get() && dragged.contains(up->row.identity)) return false;
@@ -454,7 +454,7 @@ bool ObjectModel::dropMimeData(const QMimeData* data, Qt::DropAction action, int
                                 [=](BaseDocument& document) { assignMaterial(document, objects, material); });
 }
 
-// Dropped on a row: to the end of what is below it.
+// A drop on a row appends to its children.
 bool ObjectModel::moveDropped(const std::vector<Identity>& objects, int row, const QModelIndex& parent) {
   const Node& above = *nodeOf(parent);
   const Identity to = above.row.identity;

@@ -14,32 +14,33 @@ namespace host {
 /// The name of a kind's icon, for icons.h.
 QString objectIconName(ObjectIcon kind);
 
-/// Mirrors `objectRows`. What changes in the document changes only the rows it concerns: names and switches
+/// Mirrors `objectRows`. A change of the document changes only the rows it concerns: names and switches
 /// as dataChanged, the tree as rows inserted, removed and moved; it is reset only for another document. Edits
 /// through the model are edits of the session; the rows follow when `DocumentHub::changed` comes.
 class ObjectModel : public QAbstractItemModel {
   Q_OBJECT
  public:
   enum Column { nameColumn, editorColumn, renderColumn, columns };
-  /// Of the switches' columns: whether something above the object hides it too. Of names: the identity.
+  /// In the switches' columns: whether an ancestor hides the object as well. In the name column: the
+  /// identity.
   enum Role { hiddenRole = Qt::UserRole, identityRole };
 
   explicit ObjectModel(Session& session, QObject* parent = nullptr);
   ~ObjectModel() override;
 
-  /// Looks at the document and tells what is different. The manager calls it.
+  /// Compares the rows with the document and signals the differences. The manager calls it.
   void refresh();
-  /// Only rows with this text in their names, and what is above them; empty: all.
+  /// Shows only rows with this text in their names, and their ancestors; empty: all rows.
   void setFilter(const QString& text);
   QString filter() const { return filter_; }
-  /// Switches these objects on or off in a switches' column: an edit, or a part of one that goes on.
+  /// Switches these objects on or off in a switches' column: an edit, or a part of a continuous one.
   void switchObjects(const std::vector<Identity>& objects, int column, bool on);
 
   Identity identityOf(const QModelIndex& index) const; // 0 for none
   QModelIndex indexOf(Identity identity, int column = nameColumn) const;
-  /// Null when there is none.
+  /// Null for an object without a row.
   const ObjectRow* rowOf(const QModelIndex& index) const;
-  /// All rows of the document, also those that the filter hides.
+  /// All rows of the document, including those that the filter hides.
   const std::vector<ObjectRow>& rows() const { return rows_; }
   int shownCount() const { return static_cast<int>(nodes_.size()); }
 

@@ -11,7 +11,7 @@ namespace host {
 
 class NumberField;
 
-/// Frames along a line: the mouse moves the time, the two marks of the preview range can be dragged.
+/// Frames along a line: the mouse moves the time and drags the two marks of the preview range.
 class TimeRuler : public QWidget {
   Q_OBJECT
  public:
@@ -43,8 +43,8 @@ class TimeRuler : public QWidget {
 /// pixels apart.
 int labelStep(double pixelsPerFrame, double least);
 
-/// A narrow one hides what is needed least: first the frame rate, then the buttons for first and last frame,
-/// then the fields of the range.
+/// When narrow it hides the frame rate first, then the buttons for first and last frame, then the fields of
+/// the range.
 class TimelineWidget : public QWidget {
   Q_OBJECT
  public:

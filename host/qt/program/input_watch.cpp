@@ -28,7 +28,7 @@ void takeKey(InputState& state, const QKeyEvent& event, bool down) {
   if (down) state.keys.push_back(channel);
 }
 
-// Events reach the window first: one look each.
+// Each event reaches the window first; it is read once.
 class InputWatch : public QObject {
  public:
   using QObject::QObject;
@@ -65,7 +65,7 @@ void watchInput(const QEvent& event) {
   case QEvent::Enter:
     takePointer(state, QCursor::pos());
     break;
-  case QEvent::FocusOut: // what is released elsewhere is not told
+  case QEvent::FocusOut: // releases in other programs are not reported
     state.keys.clear();
     state.qualifiers = 0;
     break;

@@ -1,4 +1,4 @@
-// Keeps the host's state of mouse and keyboard (`setInputState`) as the events tell it. Main thread.
+// Updates the host's state of mouse and keyboard (`setInputState`) from Qt's events. Main thread.
 #pragma once
 
 class QEvent;
@@ -6,11 +6,11 @@ class QObject;
 
 namespace host {
 
-/// From now on the application's events are looked at; `owner` ends it.
+/// Watches the application's events until `owner` is deleted.
 void startInputWatch(QObject* owner);
-/// Takes over what one event tells: pointer, buttons, qualifiers, keys.
+/// Reads pointer, buttons, qualifiers and keys from an event.
 void watchInput(const QEvent& event);
-/// Takes over where the pointer is now.
+/// Reads the pointer's present place.
 void watchPointer();
 
 } // namespace host

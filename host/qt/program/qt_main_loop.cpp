@@ -13,11 +13,11 @@ const QEvent::Type roundEvent = static_cast<QEvent::Type>(QEvent::registerEventT
 
 } // namespace
 
-// What other threads touch. It outlives the loop's driver as long as a thread is about to wake it.
+// State that other threads touch. It outlives the loop's driver while a thread is about to wake it.
 struct QtMainLoop::Waker {
   std::mutex mutex;
   QtMainLoop* target = nullptr;
-  std::atomic<bool> armed{true}; // the next thing that waits must be told
+  std::atomic<bool> armed{true}; // the next task must wake the loop
 
   void wake() {
     if (!armed.exchange(false)) return;
@@ -31,7 +31,7 @@ QtMainLoop::QtMainLoop(QObject* parent) : QObject(parent), waker_(std::make_shar
   timer_.setSingleShot(true);
   timer_.setTimerType(Qt::PreciseTimer);
   connect(&timer_, &QTimer::timeout, this, &QtMainLoop::run);
-  // Timers are started without a word, also within nested loops: look before every wait.
+  // Timers start without a notification, also within nested loops: check before every wait.
   QAbstractEventDispatcher* dispatcher = QAbstractEventDispatcher::instance();
   connect(dispatcher, &QAbstractEventDispatcher::aboutToBlock, this, &QtMainLoop::arm);
   connect(dispatcher, &QAbstractEventDispatcher::awake, this, &QtMainLoop::arm);
@@ -47,7 +47,7 @@ QtMainLoop::~QtMainLoop() {
 
 void QtMainLoop::run() {
   scheduled_.reset();
-  waker_->armed = false; // what waits from here on is seen when the round ends
+  waker_->armed = false; // tasks from here on are seen when the round ends
   mainLoop().runDue();
   arm();
 }
@@ -56,8 +56,8 @@ void QtMainLoop::customEvent(QEvent* event) {
   if (event->type() == roundEvent) run();
 }
 
-// Armed first, asked then: what comes in between wakes once too often rather than never. What waits already
-// gets a timer of no time and no event, so that input has its turn.
+// Arms before it checks: a task that arrives in between wakes the loop once too often rather than never. A
+// task that is due already gets a timer of zero and no event, so that input has its turn.
 void QtMainLoop::arm() {
   waker_->armed = true;
   const std::optional<Milliseconds> next = mainLoop().nextDeadline();

@@ -10,16 +10,16 @@
 
 namespace host {
 
-/// While one lives, whatever waits in `mainLoop()` runs from Qt's event loop, nested ones and those of native
-/// dialogs too; what may run while a box is open is the loop's own rule. It never blocks and leaves room for
+/// While one lives, the tasks of `mainLoop()` run from Qt's event loop, including nested loops and those of
+/// native dialogs; `mainLoop()` decides what may run while a box is open. It never blocks and leaves room for
 /// input between two rounds. At most one at a time, after the QCoreApplication.
 class QtMainLoop : public QObject {
   Q_OBJECT
  public:
   explicit QtMainLoop(QObject* parent = nullptr);
-  ~QtMainLoop() override; // the loop stands still then
+  ~QtMainLoop() override; // the loop then stops
 
-  /// One round now.
+  /// Runs one round at once.
   void run();
 
  protected:

@@ -18,13 +18,13 @@ namespace {
 constexpr int storeDelay = 400; // milliseconds after the last movement of a window
 constexpr LONG atPointer = 0x7fffffff;
 
-// What a window's frame needs to show the title in full beside its buttons.
+// Room that a window's frame needs to show the whole title beside its buttons.
 int titleWidth(const QWidget& window) {
   constexpr int frame = 140;
   return window.fontMetrics().horizontalAdvance(window.windowTitle()) + frame;
 }
 
-// On the screen with its whole frame: a position that was asked for gives way.
+// Keeps the whole frame on the screen, even against a requested position.
 void placeModal(QWidget& frame, const DialogPlacement& where, const QSize& wanted) {
   constexpr int side = 4, title = 32;
   const QRect room = (frame.parentWidget() ? *frame.parentWidget() : frame).screen()->availableGeometry();
@@ -219,7 +219,7 @@ bool QtUserInterface::openDialog(GeDialog& dialog, const DialogPlacement& placem
   return true;
 }
 
-// Waits until the dialog has been closed, whoever does it.
+// Waits until the dialog has been closed by anyone.
 bool QtUserInterface::runModal(GeDialog& dialog, const DialogPlacement& placement) {
   QByteArray state;
   const DialogPlacement where = remembered(placement, state);
@@ -253,7 +253,7 @@ void QtUserInterface::closeDialog(GeDialog& dialog) {
   open.window->detach();
   if (open.loop) {
     if (open.frame) open.frame->hide();
-    open.loop->quit(); // who waits deletes it
+    open.loop->quit(); // the waiting call deletes the window
     return;
   }
   (host_ ? *host_ : free_).remove(*open.window);
@@ -292,7 +292,7 @@ void QtUserInterface::keepOpenDialogs() {
   keepOpen_ = true;
 }
 
-// What was asked for, and what was left open from the last time.
+// The requested placement, completed by the stored one.
 DialogPlacement QtUserInterface::remembered(const DialogPlacement& asked, QByteArray& state) const {
   DialogPlacement placement = asked;
   const auto stored = asked.pluginId != 0 ? storedPlacement(asked.pluginId, asked.subId) : std::nullopt;

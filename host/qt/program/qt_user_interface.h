@@ -19,32 +19,32 @@ namespace host {
 class DialogWindow;
 
 /// Boxes, choosers, popups and dialogs as windows of Qt. Boxes, popups and modal dialogs return when the user
-/// is done; meanwhile `mainLoop()` is in a modal box. Placements of dialogs are kept in `preferences()` under
-/// the name "dialogs", stored whenever a dialog opens, closes, or has been moved for a moment.
+/// has answered; meanwhile `mainLoop()` is in a modal box. `preferences()` keeps the placements of dialogs
+/// under the name "dialogs"; they are stored when a dialog opens or closes, and shortly after it was moved.
 class QtUserInterface : public QObject, public UserInterface {
   Q_OBJECT
  public:
   explicit QtUserInterface(QObject* parent = nullptr);
-  ~QtUserInterface() override; // takes itself away when it is the one in place
+  ~QtUserInterface() override; // uninstalls itself if it is the current one
 
-  /// The window that boxes belong to; null for none.
+  /// The window that boxes belong to; may be null.
   void setMainWindow(QWidget* window);
-  /// Where dialogs stand; null: free windows. It must outlive the dialogs.
+  /// Places the dialogs; null: free windows. It must outlive the dialogs.
   void setDialogHost(DialogHost* host);
   void setShowBitmap(std::function<bool(const BaseBitmap&)> show);
   void setDrawViews(std::function<bool(LONG flags)> draw);
   /// Whether file choosers are the desktop's own. Default true.
   void setNativeFileDialogs(bool native);
-  /// Replaces the system's program for a file or an address (tests): gets a URL, true when it could be
-  /// started. When it could not, a box names the file or the address, so that the user can open it.
+  /// Replaces the desktop's launcher (for tests): gets a URL and returns whether it could be started. If not,
+  /// a box names the file or the address, so that the user can open it.
   void setOpenUrl(std::function<bool(const QString& url)> open);
 
   /// The dialogs (plug-in ID, sub-ID) that were open when the program ended last and are not open now.
   std::vector<std::pair<LONG, LONG>> openAtLastEnd() const;
-  /// The program ends: dialogs that close from now on count as open for the next start.
+  /// The program is ending: dialogs that close from now on count as open for the next start.
   void keepOpenDialogs();
 
-  /// The window of an open dialog; null without one.
+  /// The window of an open dialog, or null.
   DialogWindow* windowOf(const GeDialog& dialog) const;
 
   void message(const String& text) override;

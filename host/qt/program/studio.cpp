@@ -8,12 +8,13 @@
 #include "qt_user_interface.h"
 #include "studio_inspector.h"
 #include "view_tracer.h"
+#include "window_layout.h"
 
 namespace host {
 
 namespace {
 
-// Commands of the viewer plug-in, which Studio is made around.
+// Commands of the viewer plug-in.
 constexpr LONG viewerCommand = 1021442;
 constexpr LONG refreshCommand = 1021447;
 constexpr LONG cancelCommand = 1021448;
@@ -29,7 +30,7 @@ ProgramOptions programOptions(const StudioOptions& options, UserInterface& ui) {
   return program;
 }
 
-// The first of these files that is there; empty when none is.
+// The first of these files that exists; else empty.
 Filename firstOf(const std::vector<Filename>& files) {
   for (const Filename& file : files)
     if (GeFExist(file, FALSE)) return file;
@@ -65,12 +66,12 @@ Studio::~Studio() {
   shutDown();
 }
 
-// Every dock is there before the layout is brought back.
+// All docks must exist before the layout is restored.
 void Studio::start() {
   if (options_.resetLayout) forgetLayouts();
   program_->registry().restoreLayouts(nullptr);
   const bool viewer = options_.openViewer && openViewer();
-  window_->restoreLayout();
+  window_->windowLayout().restore();
   window_->show();
   inspector_ = StudioInspector::fromEnvironment();
   if (options_.scene.Content()) window_->openFile(options_.scene);
@@ -83,7 +84,7 @@ bool Studio::openViewer() {
   return false;
 }
 
-// The picture is asked for once the scene is there: one of the empty scene would be of no use.
+// Requests the picture once the scene is loaded, not of the empty scene before.
 void Studio::renderWhenLoaded() {
   using Kind = FileSession::Activity::Kind;
   if (session_->files().activity().kind == Kind::none) return SpecialEventAdd(refreshCommand);

@@ -21,23 +21,23 @@ struct StudioOptions {
   Filename home;            // as ProgramOptions::home
   Filename startupPath;     // as ProgramOptions::startupPath
   bool openViewer = false;  // opens the Lumenara dialog and asks it for a picture
-  bool resetLayout = false; // the default layout; where windows and dialogs were is forgotten
+  bool resetLayout = false; // the default layout; stored places of windows and dialogs are forgotten
   bool loadModules = true;
   std::vector<PluginUnit> linkedPlugins;
   std::FILE* consoleEcho = stderr;
 };
 
-/// One in a program, after the QApplication. The theme is in place before (installTheme).
+/// One in a program, made after the QApplication and installTheme.
 class Studio : public QObject {
   Q_OBJECT
  public:
-  /// Starts the host and the plug-ins, makes the window; nothing is shown yet but what plug-ins show.
+  /// Starts the host and the plug-ins and makes the window, hidden. Plug-ins may show windows of their own.
   explicit Studio(StudioOptions options);
   ~Studio() override; // shuts down
 
   /// Shows the window and the dialogs that were open last time, opens the scene and the viewer.
   void start();
-  /// The order that the program ends in: dialogs, documents, plug-ins, preferences, window. Once.
+  /// Ends the parts in order: dialogs, documents, plug-ins, preferences, window. Once.
   void shutDown();
 
   Program& program() { return *program_; }
@@ -46,7 +46,7 @@ class Studio : public QObject {
   MainWindow& window() { return *window_; }
 
  signals:
-  /// The user has closed the window, and nothing is against it.
+  /// The user has closed the window, and the program may end.
   void finished();
 
  private:

@@ -20,7 +20,7 @@ QString textOf(const QWidget& widget) {
   return {};
 }
 
-// The nearest widget above that has a name of ours.
+// The nearest ancestor with an object name of ours.
 QString placeName(const QWidget& widget) {
   for (const QWidget* above = widget.parentWidget(); above; above = above->parentWidget())
     if (!above->objectName().isEmpty() && !above->objectName().startsWith(QStringLiteral("qt_")))
@@ -63,7 +63,7 @@ void describeActions(const Menu& menu, QJsonArray& all) {
   }
 }
 
-// Rows of lists and trees that are in view.
+// The visible rows of lists and trees.
 void describeRows(const QAbstractItemView& view, QJsonArray& all) {
   const QAbstractItemModel* model = view.model();
   const QRect seen = view.viewport()->rect();

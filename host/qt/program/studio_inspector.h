@@ -1,5 +1,5 @@
-// Lets a test that works the program from outside, with a mouse and a keyboard, find what is on screen. It
-// only tells; it changes nothing. Main thread.
+// Lists the widgets on screen for tests that drive the program from outside with mouse and keyboard. It
+// changes nothing. Main thread.
 #pragma once
 
 #include <QObject>
@@ -9,18 +9,18 @@
 
 namespace host {
 
-/// With LUMENARA_INSPECT=FOLDER in the environment: whenever a file "request" comes to that folder, it is
-/// taken away and "answer.json" is written there, replaced whole. It lists what is shown: windows, widgets
-/// and entries of open menus, each with its class, object name, accessible name, text, place on the screen in
+/// With LUMENARA_INSPECT=FOLDER in the environment: when a file "request" appears in that folder, it is
+/// removed and "answer.json" is written there, replaced whole. It lists the visible windows, widgets and
+/// entries of open menus, each with its class, object name, accessible name, text, place on the screen in
 /// device pixels, whether it is enabled and checked.
 class StudioInspector : public QObject {
   Q_OBJECT
  public:
-  /// Null without the variable.
+  /// Null when the variable is not set.
   static std::unique_ptr<StudioInspector> fromEnvironment();
   explicit StudioInspector(const QString& folder);
 
-  /// What "answer.json" holds.
+  /// The contents of "answer.json".
   static QByteArray describe();
 
  private:

@@ -2,22 +2,18 @@
 
 #include <cmath>
 
+#include "bitmap_image.h"
 #include "c4d_events.h"
-#include "icons.h"
 #include "material_manager.h"
 #include "parameters.h"
 #include "running_state.h"
 #include "scene_edits.h"
 #include "scene_queries.h"
 #include "theme.h"
-#include "view_camera.h"
 
 namespace host {
 
 namespace {
-
-constexpr int pumpMilliseconds = 10;
-constexpr double dragReach = 3; // pixels before a tool begins to work
 
 MouseButton buttonOf(Qt::MouseButtons buttons) {
   if (buttons & Qt::LeftButton) return MouseButton::left;
@@ -25,45 +21,11 @@ MouseButton buttonOf(Qt::MouseButtons buttons) {
   return buttons & Qt::RightButton ? MouseButton::right : MouseButton::none;
 }
 
-Matrix about(const Vector& place, const Matrix& turn) {
-  Matrix back, forth;
-  back.off = -place;
-  forth.off = place;
-  return forth * turn * back;
-}
-
-Matrix turnedAboutY(double angle) {
-  Matrix m;
-  m.v1 = Vector(std::cos(angle), 0, -std::sin(angle));
-  m.v3 = Vector(std::sin(angle), 0, std::cos(angle));
-  return m;
-}
-
-Matrix scaled(double factor) {
-  Matrix m;
-  m.v1 = m.v1 * factor;
-  m.v2 = m.v2 * factor;
-  m.v3 = m.v3 * factor;
-  return m;
-}
-
 } // namespace
 
-QImage opaqueImage(const BaseBitmap& bitmap) {
-  QImage image(bitmap.GetBw(), bitmap.GetBh(), QImage::Format_RGB32);
-  for (int y = 0; y < image.height(); ++y) {
-    auto* line = reinterpret_cast<QRgb*>(image.scanLine(y));
-    for (int x = 0; x < image.width(); ++x) {
-      UWORD r = 0, g = 0, b = 0;
-      bitmap.GetPixel(x, y, &r, &g, &b);
-      line[x] = qRgb(r, g, b);
-    }
-  }
-  return image;
-}
-
 EditorViewWidget::EditorViewWidget(Session& session, ViewTracer* tracer, QWidget* parent)
-    : QWidget(parent), session_(session), view_(std::make_unique<EditorView>(services(tracer))) {
+    : QWidget(parent), session_(session), view_(std::make_unique<EditorView>(services(tracer))),
+      toolDrag_(session) {
   setObjectName(QStringLiteral("editor-view"));
   setAccessibleName(tr("Editor view"));
   setAttribute(Qt::WA_OpaquePaintEvent);
@@ -79,7 +41,7 @@ EditorViewWidget::EditorViewWidget(Session& session, ViewTracer* tracer, QWidget
   selected_ = session.hub().selectionChanged.add([this] { view_->repaintSoon(); });
   timeChanged_ = session.hub().timeChanged.add([this] { hideRender(), view_->repaintSoon(); });
   replaced_ = session.hub().replaced.add([this](Replacement) {
-    toolDrag_.reset();
+    toolDrag_.forget();
     band_.reset();
     hideRender();
     view_->repaintSoon();
@@ -91,7 +53,7 @@ EditorViewWidget::~EditorViewWidget() {
 }
 
 void EditorViewWidget::shutDown() {
-  dragOver_ = true;
+  hookDrag_.finish();
   for (Subscription* one :
        {&renderChanged_, &renderFinished_, &hubChanged_, &timeChanged_, &replaced_, &selected_})
     one->cancel();
@@ -104,7 +66,7 @@ EditorViewServices EditorViewWidget::services(ViewTracer* tracer) {
   EditorViewServices services;
   services.tracer = tracer;
   services.present = [this] { update(); };
-  services.pumpDrag = [this](DragEvent& drag) { return pumpDrag(drag); };
+  services.pumpDrag = [this](DragEvent& drag) { return hookDrag_.next(drag, isVisible()); };
   services.moveCamera = [this](BaseObject& camera, const Matrix& world, bool finished) {
     moveCamera(
         camera, "Move Camera",
@@ -130,7 +92,7 @@ EditorViewServices EditorViewWidget::services(ViewTracer* tracer) {
   return services;
 }
 
-// All of one move are one step: the first change begins it, the last one ends it.
+// All changes of one move make one undo step: the first begins it, the last ends it.
 void EditorViewWidget::moveCamera(BaseObject& camera, const char* name, const Edits::Change& change,
                                   bool finished) {
   if (!camera.GetDocument()) return;
@@ -191,11 +153,15 @@ void EditorViewWidget::paintEvent(QPaintEvent* /*event*/) {
   const double ratio = devicePixelRatioF();
   const bool fits =
       std::abs(image->width - width() * ratio) < 1 && std::abs(image->height - height() * ratio) < 1;
-  // An earlier size is shown as large as this one until the right one comes.
+  // A picture of an earlier size is scaled until one of this size comes.
   painter.setRenderHint(QPainter::SmoothPixmapTransform, !fits);
   painter.drawImage(fits ? QRectF(0, 0, image->width / ratio, image->height / ratio) : QRectF(rect()),
                     picture);
+  paintTexts(painter);
+  paintBand(painter);
+}
 
+void EditorViewWidget::paintTexts(QPainter& painter) {
   painter.setFont(interfaceFont(metrics::smallFontPixels));
   for (const ViewText& text : view_->texts()) {
     const QString words = QString::fromStdString(text.text.GetUTF8());
@@ -208,13 +174,15 @@ void EditorViewWidget::paintEvent(QPaintEvent* /*event*/) {
     painter.setPen(QColor::fromRgb(text.color));
     painter.drawText(box.adjusted(-1, -1, 1, 1), Qt::AlignCenter, words);
   }
-  if (band_ && band_->running) {
-    QColor inside = tokens().accent;
-    painter.setPen(inside);
-    inside.setAlpha(30);
-    painter.setBrush(inside);
-    painter.drawRect(QRectF(band_->start, band_->end).normalized().toRect());
-  }
+}
+
+void EditorViewWidget::paintBand(QPainter& painter) {
+  if (!band_ || !band_->running) return;
+  QColor inside = tokens().accent;
+  painter.setPen(inside);
+  inside.setAlpha(30);
+  painter.setBrush(inside);
+  painter.drawRect(QRectF(band_->start, band_->end).normalized().toRect());
 }
 
 void EditorViewWidget::resizeEvent(QResizeEvent* /*event*/) {
@@ -223,7 +191,7 @@ void EditorViewWidget::resizeEvent(QResizeEvent* /*event*/) {
 }
 
 bool EditorViewWidget::event(QEvent* event) {
-  // A window that goes to a screen of another density.
+  // The window has moved to a screen of another density.
   if (event->type() == QEvent::ScreenChangeInternal && view_)
     view_->resize(width(), height(), devicePixelRatioF());
   return QWidget::event(event);
@@ -243,7 +211,7 @@ void EditorViewWidget::takeRender() {
   if (state.kind != RenderKind::view) return;
   if (!state.bitmap || (!state.running && state.bitmap != render_)) return;
   render_ = state.bitmap;
-  renderImage_ = opaqueImage(*render_);
+  renderImage_ = bitmapImage(*render_, true);
   update();
 }
 
@@ -289,35 +257,36 @@ void EditorViewWidget::press(QMouseEvent* event, bool twice) {
   hideRender();
   ViewMouse input = mouse(*event);
   input.doubleClick = twice;
-  pumped_ = false;
-  dragEvents_.clear();
+  hookDrag_.reset();
   const bool used = view_->mousePress(input);
-  if (!view_) return; // the program ended in the drag
-  if (pumped_) {
-    dragEvents_.clear();
+  if (!view_) return; // the program ended during the drag
+  if (hookDrag_.hasRun()) {
+    hookDrag_.reset();
     session_.edits().notice("Drag in View");
     return;
   }
   if (!used && event->button() == Qt::RightButton) emit menuWanted(event->globalPosition().toPoint());
   const bool add = input.keys.shift || input.keys.ctrl;
-  if (event->button() == Qt::LeftButton && !input.keys.alt && input.keys.digit == 0 &&
-      !view_->isNavigating()) {
-    if (tool_ == ViewTool::select)
-      armBand(event->position(), add);
-    else if (!add)
-      armTool(event->position());
-  }
+  if (event->button() == Qt::LeftButton && !input.keys.alt && input.keys.digit == 0 && !view_->isNavigating())
+    beginDrag(event->position(), add);
   showCursor(event->position());
+}
+
+void EditorViewWidget::beginDrag(const QPointF& at, bool add) {
+  if (tool_ == ViewTool::select)
+    band_ = Band{at, at, false, add};
+  else if (!add)
+    toolDrag_.arm(*view_, tool_, at);
 }
 
 void EditorViewWidget::mouseMoveEvent(QMouseEvent* event) {
   if (!view_) return;
   if (view_->inDrag()) {
-    return queueDrag(
+    return hookDrag_.queue(
         {DragEvent::Kind::move, event->position().x(), event->position().y(), keys(event->modifiers())});
   }
   view_->mouseMove(mouse(*event));
-  if (toolDrag_) dragTool(event->position());
+  toolDrag_.drag(event->position());
   if (band_) dragBand(event->position());
   showCursor(event->position());
 }
@@ -325,12 +294,12 @@ void EditorViewWidget::mouseMoveEvent(QMouseEvent* event) {
 void EditorViewWidget::mouseReleaseEvent(QMouseEvent* event) {
   if (!view_) return;
   if (view_->inDrag()) {
-    return queueDrag(
+    return hookDrag_.queue(
         {DragEvent::Kind::release, event->position().x(), event->position().y(), keys(event->modifiers())});
   }
   view_->mouseRelease(mouse(*event));
   if (event->button() == Qt::LeftButton) {
-    endTool(true);
+    toolDrag_.end(true);
     endBand(true);
   }
   showCursor(event->position());
@@ -350,9 +319,8 @@ void EditorViewWidget::leaveEvent(QEvent* /*event*/) {
 }
 
 void EditorViewWidget::hideEvent(QHideEvent* event) {
-  dragOver_ = true;
+  hookDrag_.finish();
   band_.reset();
-  if (dragLoop_) dragLoop_->quit();
   QWidget::hideEvent(event);
 }
 
@@ -362,15 +330,14 @@ void EditorViewWidget::focusOutEvent(QFocusEvent* event) {
 }
 
 void EditorViewWidget::showCursor(const QPointF& at) {
-  const LONG code = toolDrag_ && toolDrag_->running ? MOUSE_MOVE : view_->cursorAt(at.x(), at.y());
+  const LONG code = toolDrag_.isRunning() ? MOUSE_MOVE : view_->cursorAt(at.x(), at.y());
   if (code == MOUSE_MOVE)
     setCursor(Qt::SizeAllCursor);
   else
     unsetCursor();
 }
 
-// The digits count wherever the keyboard is, as long as no text is being typed; Escape ends what the mouse
-// does.
+// The digits count in every widget while no text is being typed.
 bool EditorViewWidget::watchDigit(const QKeyEvent& key, bool down) {
   const bool digit = key.key() >= Qt::Key_1 && key.key() <= Qt::Key_3;
   if (!digit || key.isAutoRepeat()) return false;
@@ -392,121 +359,36 @@ bool EditorViewWidget::eventFilter(QObject* watched, QEvent* event) {
   const auto* key = static_cast<QKeyEvent*>(event);
   if (type == QEvent::KeyRelease) watchDigit(*key, false);
   if (type == QEvent::KeyPress && !qobject_cast<QLineEdit*>(watched)) watchDigit(*key, true);
-  const bool escape = key->key() == Qt::Key_Escape && type != QEvent::KeyRelease;
-  if (view_->inDrag()) {
-    // Everything typed belongs to the drag.
-    if (escape && type == QEvent::KeyPress)
-      queueDrag({DragEvent::Kind::escape, 0, 0, keys(key->modifiers())});
-    if (type == QEvent::ShortcutOverride) event->accept();
-    return true;
-  }
-  if (escape && (view_->isNavigating() || toolDrag_ || (band_ && band_->running))) {
-    if (type == QEvent::ShortcutOverride) {
-      event->accept();
+  const bool escaped = key->key() == Qt::Key_Escape && type != QEvent::KeyRelease;
+  if (!view_->inDrag()) return escaped && escape(*event, watched == this);
+  // All keys belong to the drag.
+  if (escaped && type == QEvent::KeyPress)
+    hookDrag_.queue({DragEvent::Kind::escape, 0, 0, keys(key->modifiers())});
+  if (type == QEvent::ShortcutOverride) event->accept();
+  return true;
+}
+
+// Cancels the mouse's work, or removes the render from a focused view. False: Escape is left to others.
+bool EditorViewWidget::escape(QEvent& event, bool onView) {
+  const bool pressed = event.type() == QEvent::KeyPress;
+  if (view_->isNavigating() || toolDrag_.isArmed() || (band_ && band_->running)) {
+    if (!pressed) {
+      event.accept();
       return true;
     }
-    if (!endTool(false) && !endBand(false)) view_->cancelNavigation();
+    if (!toolDrag_.end(false) && !endBand(false)) view_->cancelNavigation();
     return true;
   }
-  if (escape && type == QEvent::KeyPress && render_ && watched == this) {
-    hideRender();
-    return true;
-  }
-  return false;
-}
-
-void EditorViewWidget::queueDrag(const DragEvent& drag) {
-  // Of several moves that wait only the last one counts.
-  if (drag.kind == DragEvent::Kind::move && !dragEvents_.empty() &&
-      dragEvents_.back().kind == DragEvent::Kind::move)
-    dragEvents_.pop_back();
-  dragEvents_.push_back(drag);
-  if (dragLoop_) dragLoop_->quit();
-}
-
-bool EditorViewWidget::pumpDrag(DragEvent& drag) {
-  if (!pumped_) pumped_ = true, dragOver_ = !isVisible();
-  if (dragEvents_.empty() && !dragOver_) {
-    QEventLoop loop;
-    dragLoop_ = &loop;
-    QTimer::singleShot(pumpMilliseconds, &loop, &QEventLoop::quit);
-    loop.exec();
-    dragLoop_ = nullptr;
-  }
-  if (dragOver_) return false;
-  drag = {};
-  if (dragEvents_.empty()) return true;
-  drag = dragEvents_.front();
-  dragEvents_.pop_front();
+  if (!pressed || !render_ || !onView) return false;
+  hideRender();
   return true;
 }
 
-// --- tools ---
-
-void EditorViewWidget::armTool(const QPointF& at) {
-  toolDrag_.reset();
-  BaseDocument* document = session_.document();
-  if (tool_ == ViewTool::select || !document) return;
-  const BaseObject* object = view_->objectAt(at.x(), at.y());
-  const BaseObject* anchor = object;
-  while (anchor && !anchor->GetBit(BIT_ACTIVE))
-    anchor = anchor->GetUp();
-  if (!anchor) return;
-  ToolDrag drag;
-  drag.start = at;
-  drag.anchor = anchor->GetIdentity();
-  drag.place = anchor->GetMg().off;
-  for (const Identity identity : topmost(*document, selectedObjects(*document)))
-    if (const BaseObject* one = findObject(*document, identity))
-      drag.objects.emplace_back(identity, one->GetMg());
-  toolDrag_ = std::move(drag);
-}
-
-void EditorViewWidget::dragTool(const QPointF& at) {
-  ToolDrag& drag = *toolDrag_;
-  const QPointF moved = at - drag.start;
-  if (!drag.running) {
-    if (std::hypot(moved.x(), moved.y()) <= dragReach) return;
-    static const char* const names[] = {"", "Move", "Turn", "Scale"};
-    drag.running = session_.edits().begin(names[static_cast<int>(tool_)]);
-    if (!drag.running) return toolDrag_.reset();
-  }
-  Matrix change;
-  const BaseDraw* draw = session_.document()->GetActiveBaseDraw();
-  if (tool_ == ViewTool::move && draw) {
-    const ViewCamera eye = viewCameraOf(*draw);
-    const double depth = eye.depthOf(drag.place);
-    change.off = eye.pointAt(at.x(), at.y(), depth) - eye.pointAt(drag.start.x(), drag.start.y(), depth);
-  } else if (tool_ == ViewTool::turn) {
-    change = about(drag.place, turnedAboutY(moved.x() * 0.01));
-  } else if (tool_ == ViewTool::scale) {
-    change = about(drag.place, scaled(std::exp(std::clamp(moved.x() * 0.006, -8.0, 8.0))));
-  }
-  session_.edits().update([&](BaseDocument& document) {
-    for (const auto& [identity, world] : drag.objects)
-      setWorldMatrix(document, identity, change * world);
-  });
-}
-
-bool EditorViewWidget::endTool(bool keep) {
-  if (!toolDrag_) return false;
-  const bool running = toolDrag_->running;
-  toolDrag_.reset();
-  if (!running) return false;
-  if (keep)
-    session_.edits().end();
-  else
-    session_.edits().cancel();
-  return true;
-}
-
-void EditorViewWidget::armBand(const QPointF& at, bool add) {
-  band_ = Band{at, at, false, add};
-}
+// --- the selection's box ---
 
 void EditorViewWidget::dragBand(const QPointF& at) {
   const QPointF moved = at - band_->start;
-  band_->running = band_->running || std::hypot(moved.x(), moved.y()) > dragReach;
+  band_->running = band_->running || std::hypot(moved.x(), moved.y()) > clickReach;
   band_->end = at;
   if (band_->running) update();
 }

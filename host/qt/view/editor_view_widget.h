@@ -1,21 +1,16 @@
 // The editor view on screen: forwards input to the view's model and shows its picture. Main thread.
 #pragma once
 
-#include <QElapsedTimer>
 #include <QWidget>
-#include <deque>
 #include <optional>
 
 #include "editor_view.h"
+#include "hook_drag.h"
 #include "scene_edits.h"
 #include "session.h"
-
-class QEventLoop;
+#include "tool_drag.h"
 
 namespace host {
-
-/// What a left drag does: select draws a box around what to select, the others work on a selected object.
-enum class ViewTool { select, move, turn, scale };
 
 class EditorViewWidget : public QWidget {
   Q_OBJECT
@@ -25,12 +20,12 @@ class EditorViewWidget : public QWidget {
   ~EditorViewWidget() override;
 
   EditorView& view() { return *view_; }
-  /// Ends the view: no document and no plug-in is used from here on. The widget stays, grey.
+  /// Ends the view: it uses no document and no plug-in from then on. The widget stays, grey.
   void shutDown();
 
   ViewTool tool() const { return tool_; }
   void setTool(ViewTool tool);
-  /// Looks through a camera of the document; 0: the view's own.
+  /// Looks through a camera of the document, or through the view's own (0).
   void lookThrough(Identity camera);
 
   /// The view's frame in the widget's pixels.
@@ -44,7 +39,7 @@ class EditorViewWidget : public QWidget {
 
  signals:
   void toolChanged();
-  /// Something was clicked to select it; it may have been selected before.
+  /// An object was clicked to select it; it may have been selected before.
   void picked();
   void menuWanted(const QPoint& globalPosition);
 
@@ -66,20 +61,14 @@ class EditorViewWidget : public QWidget {
   bool eventFilter(QObject* watched, QEvent* event) override;
 
  private:
-  struct ToolDrag {
-    bool running = false;
-    QPointF start;
-    Identity anchor = 0;
-    Vector place; // the anchor's, in world space
-    std::vector<std::pair<Identity, Matrix>> objects;
-  };
-
   EditorViewServices services(ViewTracer* tracer);
   ViewKeys keys(Qt::KeyboardModifiers modifiers) const;
   ViewMouse mouse(const QMouseEvent& event) const;
   void press(QMouseEvent* event, bool twice);
-  bool pumpDrag(DragEvent& drag);
-  void queueDrag(const DragEvent& drag);
+  void beginDrag(const QPointF& at, bool add);
+  bool escape(QEvent& event, bool onView);
+  void paintTexts(QPainter& painter);
+  void paintBand(QPainter& painter);
   void showCursor(const QPointF& at);
   void moveCamera(BaseObject& camera, const char* name, const Edits::Change& change, bool finished);
   void select(BaseObject* object, bool add);
@@ -87,39 +76,27 @@ class EditorViewWidget : public QWidget {
   void takeRender();
   bool watchDigit(const QKeyEvent& key, bool down);
 
-  // A box that is drawn with the select tool; what it holds becomes the selection.
+  // A box drawn with the select tool; the objects in it become the selection.
   struct Band {
     QPointF start, end;
     bool running = false; // further than a click may go
     bool add = false;
   };
-  void armBand(const QPointF& at, bool add);
   void dragBand(const QPointF& at);
   bool endBand(bool keep);
-
-  void armTool(const QPointF& at);
-  void dragTool(const QPointF& at);
-  bool endTool(bool keep);
 
   Session& session_;
   std::unique_ptr<EditorView> view_;
   int digit_ = 0;
 
-  // The nested loop of a scene hook's drag.
-  std::deque<DragEvent> dragEvents_;
-  QEventLoop* dragLoop_ = nullptr;
-  bool pumped_ = false, dragOver_ = false;
-
+  HookDrag hookDrag_;
   ViewTool tool_ = ViewTool::select;
-  std::optional<ToolDrag> toolDrag_;
+  ToolDrag toolDrag_;
   std::optional<Band> band_;
 
   SharedBitmap render_;
   QImage renderImage_;
   Subscription renderChanged_, renderFinished_, hubChanged_, timeChanged_, replaced_, selected_;
 };
-
-/// A bitmap as Qt draws it, opaque.
-QImage opaqueImage(const BaseBitmap& bitmap);
 
 } // namespace host

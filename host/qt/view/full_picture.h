@@ -8,16 +8,16 @@ namespace host {
 
 class AreaWidget;
 
-/// Shows on the whole screen what an area has painted, as large as it fits on black, and follows it. The area
-/// itself keeps its place and size. F11, Escape and a double click close it, and so does the area's end. It
-/// deletes itself.
+/// Shows an area's surface on the whole screen, as large as it fits on black, and follows its changes. The
+/// area keeps its place and size. F11, Escape, a double click and the end of the area close it. It deletes
+/// itself.
 class FullPicture : public QWidget {
   Q_OBJECT
  public:
   /// Opens on the screen that the area is on.
   FullPicture(AreaWidget& area, QWidget* parent);
 
-  /// Where the picture lies in this window; empty while there is none.
+  /// The picture's rectangle in this window; empty without a picture.
   QRectF pictureRect() const;
 
  protected:

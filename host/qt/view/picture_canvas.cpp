@@ -3,13 +3,14 @@
 #include <algorithm>
 #include <cmath>
 
+#include "bitmap_image.h"
 #include "theme.h"
 
 namespace host {
 
 namespace {
 
-constexpr double leastSeen = 16; // pixels of the screen that stay in sight when a picture is moved
+constexpr double leastSeen = 16; // pixels of the screen that stay visible when a picture is moved
 constexpr int wheelNotch = 120;  // eighths of a degree
 
 double powerAbove(double zoom) {
@@ -22,22 +23,6 @@ double powerBelow(double zoom) {
 
 } // namespace
 
-QImage pictureImage(const BaseBitmap& bitmap) {
-  const int width = bitmap.GetBw(), height = bitmap.GetBh();
-  const bool alpha = bitmap.GetBt() == 32;
-  QImage image(width, height, alpha ? QImage::Format_ARGB32 : QImage::Format_RGB32);
-  if (image.isNull()) return {};
-  for (int y = 0; y < height; ++y) {
-    auto* line = reinterpret_cast<QRgb*>(image.scanLine(y));
-    for (int x = 0; x < width; ++x) {
-      UWORD r = 0, g = 0, b = 0;
-      bitmap.GetPixel(x, y, &r, &g, &b);
-      line[x] = alpha ? qRgba(r, g, b, bitmap.GetAlpha(x, y)) : qRgb(r, g, b);
-    }
-  }
-  return image;
-}
-
 PictureCanvas::PictureCanvas(QWidget* parent) : QWidget(parent) {
   setObjectName(QStringLiteral("pictureCanvas"));
   setMouseTracking(true);
@@ -49,7 +34,7 @@ PictureCanvas::PictureCanvas(QWidget* parent) : QWidget(parent) {
 void PictureCanvas::setBitmap(const SharedBitmap& bitmap) {
   const QSize before = image_.size();
   bitmap_ = bitmap;
-  image_ = bitmap ? pictureImage(*bitmap) : QImage();
+  image_ = bitmap ? bitmapImage(*bitmap) : QImage();
   scaled_ = QImage();
   hovered_ = {-1, -1};
   if (image_.size() != before)
@@ -62,7 +47,7 @@ void PictureCanvas::setBitmap(const SharedBitmap& bitmap) {
 
 void PictureCanvas::refresh() {
   if (!bitmap_) return;
-  image_ = pictureImage(*bitmap_);
+  image_ = bitmapImage(*bitmap_);
   scaled_ = QImage();
   update();
 }
@@ -154,7 +139,7 @@ QRectF PictureCanvas::pictureRect() const {
 
 // --- events ---
 
-// A checkered ground shows where a picture is transparent.
+// A checkered ground shows through transparent pixels.
 void PictureCanvas::paintGround(QPainter& painter, const QRectF& target) const {
   const int side = metrics::groupSpace;
   const QRect seen = target.toAlignedRect() & rect();
@@ -179,7 +164,7 @@ void PictureCanvas::paintEvent(QPaintEvent*) {
   const QRectF target = pictureRect();
   if (image_.hasAlphaChannel()) paintGround(painter, target);
   if (zoom_ >= 1) {
-    // Only what is seen, in whole pixels of the picture.
+    // Only the visible part, in whole pixels of the picture.
     const double ratio = devicePixelRatioF(), size = zoom_ / ratio;
     const QRectF seen = target & QRectF(rect());
     const int left = static_cast<int>(std::floor((seen.left() - target.left()) / size));

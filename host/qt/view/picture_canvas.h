@@ -9,9 +9,6 @@
 
 namespace host {
 
-/// A bitmap as Qt draws it, with its alpha channel when it has one.
-QImage pictureImage(const BaseBitmap& bitmap);
-
 /// Shows a bitmap. The zoom is in pixels of the screen a pixel of the picture: 1 is one to one on any
 /// display. From 1 on the picture stands on whole pixels of the screen and its pixels are crisp squares;
 /// below, it is filtered. The wheel zooms in powers of two at the pointer, dragging moves the picture, a
@@ -23,31 +20,32 @@ class PictureCanvas : public QWidget {
 
   explicit PictureCanvas(QWidget* parent = nullptr);
 
-  /// Shows this one (null: none). Zoom and place stay when the size does; else the whole picture is shown.
+  /// Shows this bitmap, or none (null). Zoom and place stay if the size stays; else the whole picture is
+  /// shown.
   void setBitmap(const SharedBitmap& bitmap);
   const SharedBitmap& bitmap() const { return bitmap_; }
-  /// The pixels have changed: takes them again.
+  /// Reads the pixels again.
   void refresh();
-  /// What is shown while there is no picture.
+  /// The text shown without a picture.
   void setEmptyText(const QString& text);
 
   double zoom() const { return zoom_; }
-  /// Cut to the range; the point of the picture that lies at `anchor` (in the widget) stays there.
+  /// Clamped to the range; the point of the picture at `anchor` (in the widget) stays there.
   void setZoom(double zoom, const QPointF& anchor);
   void setZoom(double zoom); // about the middle
   /// The next power of two, up or down.
   void zoomIn(const QPointF& anchor);
   void zoomOut(const QPointF& anchor);
-  /// All of it in the middle: at whole multiples when it is enlarged. Stays so when the widget's size
-  /// changes, until zoomed or moved.
+  /// Shows the whole picture in the middle, enlarged by whole multiples only. Stays in effect when the
+  /// widget's size changes, until the picture is zoomed or moved.
   void fit();
   bool isFitted() const { return fitted_; }
   /// Moves it by pixels of the widget.
   void pan(const QPointF& by);
 
-  /// Where the picture's left upper corner is, in pixels of the screen from the widget's.
+  /// The picture's upper left corner, in pixels of the screen from the widget's.
   QPointF origin() const { return origin_; }
-  /// The pixel at a point of the widget; nothing outside of the picture.
+  /// The pixel at a point of the widget; empty outside the picture.
   std::optional<QPoint> pixelAt(const QPointF& point) const;
   /// The picture's place in the widget.
   QRectF pictureRect() const;
@@ -56,7 +54,7 @@ class PictureCanvas : public QWidget {
 
  signals:
   void zoomChanged();
-  /// The pointer is over this pixel; (-1, -1): over none.
+  /// The pointer is over this pixel; (-1, -1): outside the picture.
   void hovered(const QPoint& pixel);
 
  protected:

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "bitmap_image.h"
 #include "film.h"
 #include "icons.h"
 #include "message_box.h"
@@ -15,14 +16,14 @@ namespace host {
 namespace {
 
 constexpr QSize thumbnailSize(72, 54);
-constexpr int saidFor = 4000; // milliseconds that "Saved ..." stands
+constexpr int saidFor = 4000; // milliseconds that "Saved ..." is shown
 constexpr int idRole = Qt::UserRole, runningRole = Qt::UserRole + 1;
 
 QString nameOf(const PictureFormat& format) {
   return QStringLiteral("%1 (*.%2)").arg(QString::fromUtf8(format.name), QString::fromUtf8(format.suffix));
 }
 
-// Without what file systems do not take.
+// Removes characters that file systems refuse.
 QString fileNameOf(const QString& name) {
   QString text = name;
   static const QRegularExpression bad(QStringLiteral("[\\x00-\\x1f/\\\\:*?\"<>|]"));
@@ -130,7 +131,7 @@ void PictureViewer::buildToolBar() {
   bar_->addSeparator();
   full_ = add("fullscreen", tr("Full Screen"), {key("F11")}, [this] { setFullScreen(!isFullScreen()); });
   full_->setCheckable(true);
-  // They go on working when the bar is hidden.
+  // The keys keep working while the bar is hidden.
   addActions(bar_->actions());
   auto* shut = new QAction(tr("Close"), this);
   shut->setShortcut(key("Ctrl+W"));
@@ -211,7 +212,7 @@ void PictureViewer::connectParts() {
   connect(&ThemeNotifier::instance(), &ThemeNotifier::changed, this, [this] { canvas_->update(); });
 }
 
-// --- what is shown ---
+// --- display ---
 
 QIcon PictureViewer::thumbnail(const BaseBitmap& bitmap) const {
   const double ratio = devicePixelRatioF();
@@ -219,7 +220,7 @@ QIcon PictureViewer::thumbnail(const BaseBitmap& bitmap) const {
   QPixmap pixmap(pixels);
   pixmap.fill(Qt::transparent);
   if (bitmap.GetBw() > 0) {
-    const QImage small = pictureImage(bitmap).scaled(pixels, Qt::KeepAspectRatio, Qt::SmoothTransformation);
+    const QImage small = bitmapImage(bitmap).scaled(pixels, Qt::KeepAspectRatio, Qt::SmoothTransformation);
     QPainter painter(&pixmap);
     painter.drawImage((pixels.width() - small.width()) / 2, (pixels.height() - small.height()) / 2, small);
   }
@@ -229,7 +230,7 @@ QIcon PictureViewer::thumbnail(const BaseBitmap& bitmap) const {
   return made;
 }
 
-// Newest first. The entries stay the same ones while the list does.
+// Newest first. Entries are kept while the list is unchanged.
 void PictureViewer::refreshList() {
   const bool was = std::exchange(settling_, true);
   const std::vector<PictureList::Picture>& pictures = session_.pictures().pictures();
@@ -269,7 +270,7 @@ void PictureViewer::showEntry(QListWidgetItem& item, const PictureList::Picture&
                    .arg(picture.bitmap->GetBh())
                    .arg(picture.running ? tr("rendering") : time.toString(QStringLiteral("HH:mm:ss"))));
   item.setToolTip(toQt(picture.name));
-  // While it is rendered its small picture is of the moment when it was last looked at.
+  // The thumbnail of a running render is as old as its last refresh.
   const bool isNew = item.data(idRole).toULongLong() != picture.id;
   if (isNew || item.data(runningRole).toBool()) item.setIcon(thumbnail(*picture.bitmap));
   item.setData(idRole, static_cast<qulonglong>(picture.id));
@@ -296,7 +297,7 @@ void PictureViewer::showCurrent() {
   zoom_->setVisible(bitmap != nullptr);
 }
 
-// A picture that is large is taken less often, so that the window stays quick.
+// A large picture is refreshed less often, so that the window stays responsive.
 void PictureViewer::refreshPicture(bool now) {
   if (!canvas_->bitmap() || canvas_->bitmap() != session_.renders().state().bitmap) return;
   if (!now && sinceRefresh_.isValid() && sinceRefresh_.elapsed() < 4 * refreshCost_) return;
@@ -308,7 +309,7 @@ void PictureViewer::refreshPicture(bool now) {
   if (hovered_.x() >= 0) showPixel(hovered_);
 }
 
-// The render that runs, else the picture that is being saved or has just been.
+// The running render, else the picture that is being saved or was just saved.
 void PictureViewer::showWork() {
   const RenderState& state = session_.renders().state();
   const bool running = session_.renders().isRunning() && state.kind == RenderKind::picture;
@@ -330,7 +331,7 @@ void PictureViewer::showWork() {
   refreshPicture(false);
 }
 
-// Nothing that is over soon flashes a bar.
+// Short work does not flash a bar.
 void PictureViewer::showSaving() {
   if (session_.pictureSaver().isBusy())
     late_.start(static_cast<int>(StatusWidget::delay));
@@ -446,7 +447,7 @@ void PictureViewer::keyPressEvent(QKeyEvent* event) {
   QWidget::keyPressEvent(event);
 }
 
-// Also when the desktop takes the window out of the full screen.
+// Called as well when the desktop ends the full screen.
 void PictureViewer::changeEvent(QEvent* event) {
   QWidget::changeEvent(event);
   if (event->type() != QEvent::WindowStateChange || !bar_) return;

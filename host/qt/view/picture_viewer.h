@@ -21,8 +21,8 @@ namespace host {
 
 class PictureCanvas;
 
-/// A window of its own: list of pictures, canvas, values of the pixel under the pointer. It follows the
-/// session's picture list and a render that runs.
+/// A separate window: list of pictures, canvas, values of the pixel under the pointer. It follows the
+/// session's picture list and the running render.
 class PictureViewer : public QWidget {
   Q_OBJECT
  public:
@@ -34,18 +34,18 @@ class PictureViewer : public QWidget {
 
   /// Shows the window, in front.
   void present();
-  /// Asks for a file and saves the picture that is shown, in the background; an error is shown in a box.
+  /// Asks for a file and saves the current picture in the background; an error is shown in a box.
   void saveAs();
-  /// Without asking.
+  /// The same without asking.
   void save(const Filename& file);
   void removeCurrent();
-  /// Nothing but the picture, on the whole screen, or back. F11 and Escape.
+  /// Shows the picture alone on the whole screen, or goes back, as F11 and Escape do.
   void setFullScreen(bool on);
 
   QSize sizeHint() const override { return {960, 640}; }
 
  signals:
-  /// The tool bar's Render: whoever renders to the picture viewer does so.
+  /// Render was chosen in the tool bar.
   void renderWanted();
 
  protected:
@@ -85,7 +85,7 @@ class PictureViewer : public QWidget {
   QString folder_; // of the last save
   QElapsedTimer sinceRefresh_;
   qint64 refreshCost_ = 0; // milliseconds
-  QString said_;           // what was saved last, for a moment
+  QString said_;           // the note about the last saved picture, for a moment
   QTimer late_, forget_;
   bool settling_ = false, wasMaximized_ = false;
   std::vector<Subscription> subscriptions_;

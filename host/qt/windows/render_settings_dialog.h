@@ -3,41 +3,36 @@
 
 #include <QDialog>
 #include <QTimer>
-#include <functional>
-#include <map>
 #include <vector>
 
-#include "c4d_container.h"
-#include "session.h"
+#include "render_setting_fields.h"
 
 class QCheckBox;
 class QComboBox;
 class QGridLayout;
-class QLabel;
+class QLayout;
 class QListWidget;
-class QListWidgetItem;
-class QPushButton;
 class QTabWidget;
 
 namespace host {
 
-class NumberField;
+class RenderEffectsPage;
 
-/// Every change is an edit of the active render data at once; there is nothing to confirm. Not modal: it
-/// follows the document. A setting that the document keeps but no render looks at is marked as such.
+/// Every change edits the active render data at once; nothing needs confirming. Not modal: it follows the
+/// document. A setting that the document keeps and no render uses is marked as such.
 class RenderSettingsDialog : public QDialog {
   Q_OBJECT
  public:
   explicit RenderSettingsDialog(Session& session, QWidget* parent = nullptr);
   ~RenderSettingsDialog() override;
 
-  /// Takes over what has changed in the document now and not soon.
+  /// Shows changes of the document at once instead of soon.
   void refresh();
-  /// The field of a setting (RDATA_...): a NumberField, QComboBox or QCheckBox; null when there is none.
+  /// The field of a setting (RDATA_...): a NumberField, QComboBox or QCheckBox; else null.
   QWidget* field(LONG id) const;
   QTabWidget& tabs() { return *tabs_; }
-  QListWidget& effects() { return *effects_; }
-  /// Adds an effect of a type that is not there yet, removes the chosen one.
+  QListWidget& effects();
+  /// Adds an effect of a type that is not in the list; removes the chosen one.
   void addEffect(LONG type);
   void removeEffect();
   /// Keeps the picture's proportions when a side is changed. Of the dialog, not of the document.
@@ -52,57 +47,22 @@ class RenderSettingsDialog : public QDialog {
   void showEvent(QShowEvent* event) override;
 
  private:
-  struct Entry {
-    QWidget* widget;
-    std::function<void(const GeData&)> show;
-    std::function<bool()> enabled; // empty: always
-  };
-  using Values = std::vector<std::pair<LONG, GeData>>;
-
-  // Pages.
   QWidget* buildOutput();
   QWidget* buildQuality();
   QWidget* buildOptions();
-  QWidget* buildEffects();
-  QGridLayout* addGroup(QWidget* page, const QString& title);
-  void addRow(QGridLayout& grid, const QString& label, QWidget* widget, const QString& tip);
+  QLayout* buildButtons();
   void addSize(QGridLayout& grid, LONG id, const QString& label);
-  /// `factor`: what is shown is this many times what is stored.
-  void addNumber(QGridLayout& grid, LONG id, const QString& label, const QString& tip, double least,
-                 double most, int decimals = 0, double step = 1, double factor = 1,
-                 const QString& suffix = {});
-  NumberField* makeNumber(QGridLayout& grid, LONG id, const QString& label, const QString& tip, double least,
-                          double most, int decimals, double step, double factor, const QString& suffix);
-  void addFrame(QGridLayout& grid, LONG id, const QString& label, const QString& tip);
-  void addChoice(QGridLayout& grid, LONG id, const QString& label, const QString& tip,
-                 const std::vector<std::pair<LONG, QString>>& choices);
-  void addSwitch(QGridLayout& grid, LONG id, const QString& label, const QString& tip, bool hasEffect = true,
-                 int indent = 0);
   void addPresets(QGridLayout& grid);
-  void connectNumber(NumberField& field, std::function<Values(double)> values);
-
-  // Values.
-  GeData value(LONG id) const;
-  bool isOn(LONG id) const;
-  LONG fps() const;
-  void change(const Values& values);
-  void enable(LONG id, std::function<bool()> when) { entries_.at(id).enabled = std::move(when); }
-  void showEffects();
-  void showEffectNote();
-  void switchEffect(QListWidgetItem* item);
-  void fillAddMenu();
 
   Session& session_;
+  RenderSettingFields fields_;
   QTabWidget* tabs_ = nullptr;
-  QListWidget* effects_ = nullptr;
+  RenderEffectsPage* effects_ = nullptr;
   QComboBox* presets_ = nullptr;
   QCheckBox* proportional_ = nullptr;
-  QPushButton *add_ = nullptr, *remove_ = nullptr;
-  QLabel *effectNote_ = nullptr, *noEffects_ = nullptr;
-  std::map<LONG, Entry> entries_;
   double proportion_ = 16.0 / 9;
   QTimer soon_;
-  bool stale_ = true, settling_ = false, dragging_ = false;
+  bool stale_ = true;
   std::vector<Subscription> subscriptions_;
 };
 

@@ -51,6 +51,7 @@ StartPage::StartPage(StartPageServices services, QWidget* parent)
   layout->addWidget(centered(tr("OBJ, FBX, PLY, STL and DAE files are imported."), "dim"));
   recent_->setSpacing(0);
   layout->addLayout(recent_);
+  parent->installEventFilter(this);
 }
 
 void StartPage::setRecent(const std::vector<Filename>& files) {
@@ -62,13 +63,18 @@ void StartPage::setRecent(const std::vector<Filename>& files) {
     auto* entry = new QPushButton(QString::fromStdString(files[i].GetFileString().GetUTF8()));
     entry->setToolTip(QString::fromStdString(files[i].GetString().GetUTF8()));
     setRole(entry, "flat");
-    // Opening may change the list and with it this button: it has returned by then.
+    // Queued: opening may change the list and delete this button.
     connect(
         entry, &QPushButton::clicked, this, [this, file = files[i]] { services_.openOne(file); },
         Qt::QueuedConnection);
     recent_->addWidget(entry);
   }
   settle();
+}
+
+bool StartPage::eventFilter(QObject* watched, QEvent* event) {
+  if (watched == parent() && event->type() == QEvent::Resize) settle();
+  return QWidget::eventFilter(watched, event);
 }
 
 void StartPage::settle() {

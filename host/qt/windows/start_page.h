@@ -1,4 +1,4 @@
-// What stands in the editor view while there is no scene. Main thread.
+// The page that the editor view shows while no scene is open. Main thread.
 #pragma once
 
 #include <QWidget>
@@ -26,6 +26,9 @@ class StartPage : public QWidget {
   void setRecent(const std::vector<Filename>& files);
   /// Puts it in the middle of its parent.
   void settle();
+
+ protected:
+  bool eventFilter(QObject* watched, QEvent* event) override;
 
  private:
   StartPageServices services_;

@@ -142,7 +142,7 @@ BusyState StatusWidget::wanted() const {
   return state;
 }
 
-// Nothing that is over soon flashes a bar; words alone may come at once.
+// Short work does not flash a bar; text alone may show at once.
 void StatusWidget::look() {
   const BusyState state = wanted();
   if (state.source == BusyState::Source::none) {

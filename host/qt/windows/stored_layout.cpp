@@ -12,7 +12,7 @@ enum LayoutKey : LONG {
   keyGeometry,
   keyState,
   keyCheck,
-  keyTool, // not used any more
+  keyTool, // unused
   keyWidth,
   keyHeight
 };
@@ -36,7 +36,7 @@ void setBytes(BaseContainer& container, LONG id, const QByteArray& data) {
   container.SetMemory(id, data.constData(), static_cast<std::size_t>(data.size()));
 }
 
-// Qt reads a state without a doubt about its bytes.
+// Qt does not check the bytes of a state.
 QByteArray checkOf(const StoredLayout& layout) {
   QCryptographicHash hash(QCryptographicHash::Sha256);
   hash.addData(QByteArray::number(layout.geometry.size()) + ' ' + QByteArray::number(layout.size.width()) +
@@ -50,17 +50,17 @@ bool isSmaller(const QSize& size, const QSize& least) {
   return size.width() < least.width() || size.height() < least.height();
 }
 
-// Where the docks, the centre and the menu stand that are seen now; of docks in tabs, the one in front.
-// Empty, with a reason, when one of them cannot be used.
+// Rectangles of the visible docks, the centre and the menu; of docks in tabs, the front one. Empty, with a
+// reason, when one of them is unusable.
 QList<QRect> placesOf(QMainWindow& window, QString& trouble) {
   QList<QRect> places;
-  // A screen smaller than the least that the parts need is no fault of the layout.
+  // The layout is not to blame for a screen that is smaller than the parts' minimum.
   const QRect room(QPoint(0, 0), window.size().expandedTo(window.layout()->minimumSize()));
   for (QDockWidget* dock : window.findChildren<QDockWidget*>(QString(), Qt::FindDirectChildrenOnly)) {
     if (!dock->isVisibleTo(&window) && !dock->isFloating()) continue;
     if (dock->isFloating() && dock->isHidden()) continue;
     const QRect place = dock->geometry();
-    // Qt keeps what is behind a tab off the window, also docks that are split there.
+    // Qt keeps docks behind a tab off the window, also those split there.
     const bool behind = !dock->isFloating() && !place.intersects(room);
     if (behind) continue;
     if (isSmaller(place.size(), leastDock))

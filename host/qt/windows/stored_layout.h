@@ -1,4 +1,4 @@
-// The main window's layout as it lies in the preferences, under the name "window". Main thread.
+// The main window's layout in the preferences, under the name "window". Main thread.
 #pragma once
 
 #include <QByteArray>
@@ -17,19 +17,19 @@ struct StoredLayout {
   static constexpr int version = 2;
 };
 
-/// Nothing when none is stored, and then `trouble` stays empty; nothing, and a reason in `trouble`, when it
-/// is damaged or of another version.
+/// Empty when no layout is stored; empty, with a reason in `trouble`, when it is damaged or of another
+/// version.
 std::optional<StoredLayout> readLayout(QString& trouble);
-/// On disk when this returns; an equal one is not written again.
+/// On disk when this returns; an unchanged layout is not written again.
 void writeLayout(const StoredLayout& layout);
 /// The next start has the default layout.
 void forgetLayout();
 
-/// Why a window cannot be worked with as it stands: it is off the screens, or a part of it is too small, out
-/// of the window or over another part. Empty when it can. The window may be hidden.
+/// The reason that a window is unusable: it is off the screens, or a part of it is too small, outside the
+/// window or over another part. Empty when it is usable. The window may be hidden.
 QString layoutTrouble(QMainWindow& window);
 
-/// Whether a window's title can be reached: a piece of at least 24 x 24 pixels of it is on a screen.
+/// Whether a window can be reached: at least 24 x 24 pixels of its title are on a screen.
 bool isReachable(const QRect& frame);
 
 } // namespace host

@@ -1,0 +1,235 @@
+#include "main_commands.h"
+
+#include "command_table.h"
+#include "dialog_docks.h"
+#include "editor_view_widget.h"
+#include "full_picture.h"
+#include "qt_user_interface.h"
+#include "scene_commands.h"
+#include "tool_windows.h"
+#include "window_files.h"
+#include "window_layout.h"
+
+namespace host {
+
+namespace {
+
+QKeySequence key(const char* name) {
+  return QKeySequence(QLatin1String(name));
+}
+
+QString word(const char* text) {
+  return QCoreApplication::translate("host::MainCommands", text);
+}
+
+void addFileCommands(const MainParts& parts) {
+  const QString group = word("File");
+  WindowFiles& window = parts.files;
+  FileSession& files = parts.session.files();
+  CommandTable& table = parts.commands;
+  const auto idle = [&files] { return files.activity().kind == FileSession::Activity::Kind::none; };
+  table.add({"file.new", group, word("&New"), "new", {key("Ctrl+N")}, [&files] { files.newScene(); }});
+  table.add(
+      {"file.open", group, word("&Open..."), "open", {key("Ctrl+O")}, [&window] { window.chooseAndOpen(); }});
+  table.add({"file.save", group, word("&Save"), "save", {key("Ctrl+S")}, [&files] { files.save(); }, idle});
+  table.add({"file.save-as",
+             group,
+             word("Save &As..."),
+             "save-as",
+             {key("Ctrl+Shift+S")},
+             [&window] { window.saveAs(); },
+             idle});
+  table.add({"file.save-packed",
+             group,
+             word("Save Pac&ked (.glb)..."),
+             "",
+             {},
+             [&window] { window.savePacked(); },
+             idle});
+  table.add({"file.clear-recent",
+             group,
+             word("&Clear List"),
+             "",
+             {},
+             [&files] { files.clearRecent(); },
+             [&files] { return !files.recentFiles().empty(); }});
+  table.add(
+      {"file.quit", group, word("&Quit"), "", {key("Ctrl+Q")}, [&main = parts.window] { main.close(); }});
+}
+
+void addViewCommands(const MainParts& parts) {
+  const QString group = word("View");
+  EditorViewWidget& view = parts.view;
+  CommandTable& table = parts.commands;
+  table.add({"view.frame-selected", group, word("Frame &Selected"), "frame-selected", {key("S")}, [&view] {
+               view.view().frameSelected();
+             }});
+  table.add({"view.frame-all", group, word("Frame &All"), "frame-all", {key("H")}, [&view] {
+               view.view().frameAll();
+             }});
+  const struct {
+    const char* id;
+    QString name;
+    const char *icon, *key;
+    ViewTool tool;
+  } tools[] = {{"tool.select", word("Se&lect"), "", "Q", ViewTool::select},
+               {"tool.move", word("&Move"), "move", "E", ViewTool::move},
+               {"tool.turn", word("&Turn"), "rotate", "R", ViewTool::turn},
+               {"tool.scale", word("S&cale"), "scale", "T", ViewTool::scale}};
+  for (const auto& tool : tools)
+    table.add({tool.id,
+               word("Tools"),
+               tool.name,
+               tool.icon,
+               {key(tool.key)},
+               [&view, kind = tool.tool] {
+                 const bool again = view.tool() == kind;
+                 view.setTool(again ? ViewTool::select : kind);
+               },
+               {},
+               [&view, kind = tool.tool] { return view.tool() == kind; }});
+}
+
+void addTimeCommands(const MainParts& parts) {
+  const QString group = word("Time");
+  Playback& playback = parts.session.playback();
+  CommandTable& table = parts.commands;
+  table.add({"time.play",
+             group,
+             word("&Play"),
+             "play",
+             {key("Space")},
+             [&playback] { playback.toggle(); },
+             {},
+             {},
+             [&playback] { return playback.isPlaying() ? word("S&top") : word("&Play"); }});
+  const struct {
+    const char* id;
+    QString name;
+    const char *icon, *key;
+    std::function<void()> run;
+  } moves[] = {
+      {"time.previous", word("P&revious Frame"), "previous", "Left", [&playback] { playback.step(-1); }},
+      {"time.next", word("&Next Frame"), "next", "Right", [&playback] { playback.step(1); }},
+      {"time.first", word("&First Frame"), "first", "Ctrl+Left", [&playback] { playback.goToFirst(); }},
+      {"time.last", word("&Last Frame"), "last", "Ctrl+Right", [&playback] { playback.goToLast(); }}};
+  for (const auto& move : moves)
+    table.add({move.id, group, move.name, move.icon, {key(move.key)}, move.run});
+}
+
+// Renders at the size of the view's frame on this screen.
+void renderView(Session& session, const EditorViewWidget& view) {
+  const QSizeF size = QSizeF(view.frameRect().size()) * view.devicePixelRatioF();
+  session.renders().renderView(static_cast<LONG>(size.width()), static_cast<LONG>(size.height()));
+}
+
+void addRenderCommands(const MainParts& parts) {
+  const QString group = word("Render");
+  HostRenders& renders = parts.session.renders();
+  ToolWindows& tools = parts.tools;
+  CommandTable& table = parts.commands;
+  table.add({"render.view",
+             group,
+             word("Render &View"),
+             "render-view",
+             {key("Ctrl+R")},
+             [&session = parts.session, &view = parts.view] { renderView(session, view); }});
+  table.add({"render.picture",
+             group,
+             word("Render to &Picture Viewer"),
+             "render",
+             {key("Shift+R")},
+             [&renders, &tools] {
+               if (renders.renderPicture()) tools.showPictureViewer();
+             }});
+  table.add({"render.stop",
+             group,
+             word("&Stop Rendering"),
+             "stop",
+             {key("Ctrl+.")},
+             [&renders] { renders.cancel(); },
+             [&renders] { return renders.isRunning(); }});
+  table.add(
+      {"render.settings", group, word("Render S&ettings..."), "render-settings", {key("Ctrl+B")}, [&tools] {
+         tools.showRenderSettings();
+       }});
+  table.add({"render.viewer", group, word("Picture Vie&wer"), "picture", {key("Shift+F6")}, [&tools] {
+               tools.showPictureViewer();
+             }});
+}
+
+// Shows the picture of the focused dialog alone on the screen, else the editor view; leaves the full screen
+// when the editor view fills it.
+void togglePicture(const MainParts& parts) {
+  AreaWidget* area = parts.layout.isPictureOnly() ? nullptr : parts.dialogs.focusedPicture();
+  if (area)
+    new FullPicture(*area, &parts.window);
+  else
+    parts.layout.setPictureOnly(!parts.layout.isPictureOnly());
+}
+
+void addWindowCommands(const MainParts& parts) {
+  const QString group = word("Window"), help = word("Help");
+  WindowLayout& layout = parts.layout;
+  ToolWindows& tools = parts.tools;
+  CommandTable& table = parts.commands;
+  table.add({"window.picture-only",
+             group,
+             word("&Full Screen Picture"),
+             "fullscreen",
+             {key("F11")},
+             [parts] { togglePicture(parts); },
+             {},
+             [&layout] { return layout.isPictureOnly(); }});
+  table.add({"window.reset", group, word("&Reset Layout"), "layout", {}, [&layout] { layout.reset(); }});
+  table.add({"help.manual",
+             help,
+             word("&Manual"),
+             "help",
+             {key("F1")},
+             [&ui = parts.ui, manual = parts.manual] { ui.openFile(manual); },
+             [there = parts.manual.Content() != 0] { return there; }});
+  table.add({"help.shortcuts", help, word("&Shortcuts"), "keyboard", {key("Ctrl+/")}, [&tools] {
+               tools.showShortcuts();
+             }});
+  table.add(
+      {"help.about", help, word("&About Lumenara Studio"), "info", {}, [&tools] { tools.showAbout(); }});
+}
+
+void addGestures(CommandTable& table) {
+  const QString view = word("Editor View"), dialogs = word("Plug-in Dialogs"), fields = word("Number Fields");
+  const Gesture gestures[] = {
+      {view, word("Alt + left button, or 1 + left"), word("Orbit")},
+      {view, word("Alt + middle button, or 2 + left"), word("Pan")},
+      {view, word("Alt + right button, or 3 + left"), word("Dolly")},
+      {view, word("Wheel"), word("Dolly towards the pointer")},
+      {view, word("Click"), word("Select")},
+      {view, word("Shift or Ctrl + click"), word("Add to the selection, or take out")},
+      {view, word("Drag with the select tool"),
+       word("Select what has a point in the box; with Shift or Ctrl add it")},
+      {view, word("Drag on a selected object"), word("Use the active tool")},
+      {view, word("Right click"), word("Menu of the view")},
+      {view, word("Escape"), word("Take back what the mouse does")},
+      {dialogs, word("F10"), word("Open the dialog's menus")},
+      {dialogs, word("Ctrl+W"), word("Close the dialog")},
+      {fields, word("Drag sideways"), word("Change the value")},
+      {fields, word("Up, Down or wheel"), word("Step; Shift ten times, Ctrl a tenth")},
+      {fields, word("Enter, Escape"), word("Take over, take back")},
+  };
+  for (const Gesture& gesture : gestures)
+    table.add(gesture);
+}
+
+} // namespace
+
+void addMainCommands(const MainParts& parts) {
+  addFileCommands(parts);
+  addSceneCommands(parts);
+  addViewCommands(parts);
+  addTimeCommands(parts);
+  addRenderCommands(parts);
+  addWindowCommands(parts);
+  addGestures(parts.commands);
+}
+
+} // namespace host

@@ -1,0 +1,67 @@
+#include "tool_windows.h"
+
+#include "about_dialog.h"
+#include "command_table.h"
+#include "picture_viewer.h"
+#include "render_settings_dialog.h"
+#include "shortcuts_dialog.h"
+
+namespace host {
+
+namespace {
+
+void present(QWidget& window) {
+  window.show();
+  window.raise();
+  window.activateWindow();
+}
+
+} // namespace
+
+ToolWindows::ToolWindows(Session& session, CommandTable& commands, QWidget& window)
+    : QObject(&window), session_(session), commands_(commands), window_(window) {
+}
+
+ToolWindows::~ToolWindows() = default;
+
+PictureViewer& ToolWindows::pictureViewer() {
+  if (!pictures_) {
+    pictures_ = new PictureViewer(session_, nullptr);
+    connect(pictures_, &PictureViewer::renderWanted, commands_.action(QStringLiteral("render.picture")),
+            &QAction::trigger);
+    pictures_->addAction(commands_.action(QStringLiteral("file.quit")));
+  }
+  return *pictures_;
+}
+
+void ToolWindows::showPictureViewer() {
+  pictureViewer().present();
+}
+
+void ToolWindows::showRenderSettings() {
+  if (!settings_) {
+    settings_ = new RenderSettingsDialog(session_, &window_);
+    connect(settings_, &RenderSettingsDialog::renderWanted,
+            commands_.action(QStringLiteral("render.picture")), &QAction::trigger);
+  }
+  present(*settings_);
+}
+
+void ToolWindows::showShortcuts() {
+  if (!shortcuts_) shortcuts_ = new ShortcutsDialog(commands_, &window_);
+  present(*shortcuts_);
+}
+
+void ToolWindows::showAbout() {
+  auto* about = new AboutDialog(&window_);
+  about->setAttribute(Qt::WA_DeleteOnClose);
+  about->open();
+}
+
+void ToolWindows::shutDown() {
+  delete pictures_;
+  delete settings_;
+  delete shortcuts_;
+}
+
+} // namespace host

@@ -1,0 +1,43 @@
+// Windows and boxes that commands open: picture viewer, render settings, shortcuts, about. Main thread.
+#pragma once
+
+#include <QObject>
+#include <QPointer>
+
+class QWidget;
+
+namespace host {
+
+class CommandTable;
+class PictureViewer;
+class RenderSettingsDialog;
+class Session;
+class ShortcutsDialog;
+
+/// Each is made when it is first shown and kept until `shutDown`.
+class ToolWindows : public QObject {
+  Q_OBJECT
+ public:
+  /// All must outlive `shutDown`.
+  ToolWindows(Session& session, CommandTable& commands, QWidget& window);
+  ~ToolWindows() override;
+
+  PictureViewer& pictureViewer();
+  void showPictureViewer();
+  void showRenderSettings();
+  void showShortcuts();
+  void showAbout();
+
+  /// Closes them all: the session ends.
+  void shutDown();
+
+ private:
+  Session& session_;
+  CommandTable& commands_;
+  QWidget& window_;
+  QPointer<PictureViewer> pictures_;
+  QPointer<RenderSettingsDialog> settings_;
+  QPointer<ShortcutsDialog> shortcuts_;
+};
+
+} // namespace host
