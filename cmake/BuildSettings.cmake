@@ -1,4 +1,4 @@
-# Settings that every target of the project shares: language, output folders, compiler cache, optimisation, sanitizers.
+# Settings of all targets: language, output folders, compiler cache, optimisation, sanitizers.
 include_guard(GLOBAL)
 
 set(CMAKE_CXX_STANDARD 20)

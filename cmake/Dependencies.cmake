@@ -1,4 +1,4 @@
-# Everything that comes from outside, each with its purpose. No other file of the build looks for a package.
+# All third-party libraries, each with its purpose. No other file of the build looks for a package.
 # A dependency is used through the target dep::<name>; Rules.cmake says which folder may use it.
 include_guard(GLOBAL)
 
@@ -45,7 +45,7 @@ target_link_libraries(dep_embree INTERFACE dep_tbb)
 # epoxy: OpenGL and EGL, for the hardware preview without a window; the driver is looked for when a render wants it.
 lumenara_find_dependency(epoxy HEADER epoxy/gl.h LIBRARIES epoxy)
 
-# One library a common format of still pictures: PNG, JPEG, TIFF, OpenEXR (with its numbers' own library), WebP.
+# One library per common format of still pictures: PNG, JPEG, TIFF, OpenEXR (with its numbers' own library), WebP.
 lumenara_find_dependency(png HEADER spng.h LIBRARIES spng)
 lumenara_find_dependency(jpeg HEADER jpeglib.h LIBRARIES jpeg)
 lumenara_find_dependency(tiff HEADER tiffio.h LIBRARIES tiff)
@@ -114,7 +114,7 @@ endif()
 # Python 3: makes the plug-in's link library and runs the checks of the source tree.
 find_package(Python3 REQUIRED COMPONENTS Interpreter)
 
-# GoogleTest: unit tests. Without it (./run does not need it) there are no tests in this build.
+# GoogleTest: unit tests. ./run does not need it; a build without it has no tests.
 if(LUMENARA_TESTS AND NOT LUMENARA_FUZZ)
   find_package(GTest QUIET)
   if(GTest_FOUND)

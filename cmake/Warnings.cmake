@@ -1,5 +1,5 @@
-# One set of warnings for all of the project's own code; every one of them is an error. The checks of the plug-in with
-# other compilers (tests/checks) use the same lists.
+# The warnings for all of the project's own code; each is an error. The checks of the plug-in with other compilers
+# (tests/checks) use the same lists.
 include_guard(GLOBAL)
 
 set(LUMENARA_WARNINGS
