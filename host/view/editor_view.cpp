@@ -5,8 +5,10 @@
 #include <cmath>
 #include <utility>
 
-#include "editor_view_self.h"
 #include "program.h"
+#include "view_display.h"
+#include "view_navigator.h"
+#include "view_picking.h"
 
 namespace host {
 
@@ -15,34 +17,8 @@ namespace {
 using Steady = std::chrono::steady_clock;
 
 constexpr int longestSide = 16384; // logical pixels
-constexpr double clickReach = 3;   // logical pixels that a click may move
-constexpr double dollyPerNotch = 0.88;
 
-LONG channelOf(MouseButton button) {
-  switch (button) {
-  case MouseButton::left:
-    return BFM_INPUT_MOUSELEFT;
-  case MouseButton::right:
-    return BFM_INPUT_MOUSERIGHT;
-  case MouseButton::middle:
-    return BFM_INPUT_MOUSEMIDDLE;
-  default:
-    return 0;
-  }
-}
-
-BaseContainer inputMessage(LONG channel, double x, double y, LONG value, const ViewKeys& keys) {
-  BaseContainer message(BFM_INPUT);
-  message.SetLong(BFM_INPUT_DEVICE, BFM_INPUT_MOUSE);
-  message.SetLong(BFM_INPUT_CHANNEL, channel);
-  message.SetReal(BFM_INPUT_X, x);
-  message.SetReal(BFM_INPUT_Y, y);
-  message.SetLong(BFM_INPUT_VALUE, value);
-  message.SetLong(BFM_INPUT_QUALIFIER, qualifierOf(keys));
-  return message;
-}
-
-// Views that live, for the program's end.
+// Existing views, closed at the program's end.
 std::vector<EditorView*>& liveViews() {
   static std::vector<EditorView*> views;
   return views;
@@ -50,29 +26,13 @@ std::vector<EditorView*>& liveViews() {
 
 } // namespace
 
-// Hooks live in the frame: a press in the surround is not theirs, and what they get counts from its corner. A
-// drag goes on outside.
-SceneHooks::Input EditorView::Self::offerToHooks(const void* owner, LONG channel, LONG value,
-                                                 const ViewMouse& mouse) {
-  const ViewRect frame = this->frame();
-  if (!frame.contains(mouse.x, mouse.y)) return {};
-  BaseContainer message = inputMessage(channel, mouse.x - frame.left, mouse.y - frame.top, value, mouse.keys);
-  if (mouse.doubleClick) message.SetLong(BFM_INPUT_DOUBLECLICK, 1);
-  DragPump pump; // empty when the program has none
-  if (services.pumpDrag)
-    pump = [&](DragEvent& event) {
-      if (!services.pumpDrag(event)) return false;
-      event.x -= frame.left, event.y -= frame.top;
-      return true;
-    };
-  return hooks.mouseInput(*view(), message, pump, owner);
-}
-
-EditorView::EditorView(EditorViewServices services) : self_(std::make_unique<Self>(std::move(services))) {
+EditorView::EditorView(EditorViewServices services)
+    : display_(std::make_unique<ViewDisplay>(std::move(services))),
+      navigator_(std::make_unique<ViewNavigator>(*display_, this)) {
   static const bool once = [] {
     addShutdownStep(ShutdownStage::closeDialogs, [] {
       for (EditorView* view : liveViews())
-        view->self_->close();
+        view->display_->close();
     });
     return true;
   }();
@@ -86,40 +46,40 @@ EditorView::~EditorView() {
 }
 
 void EditorView::resize(int width, int height, double pixelRatio) {
-  self_->width = std::clamp(width, 0, longestSide);
-  self_->height = std::clamp(height, 0, longestSide);
-  self_->ratio = pixelRatio > 0 && std::isfinite(pixelRatio) ? std::clamp(pixelRatio, 0.25, 8.0) : 1;
-  self_->syncArea();
-  self_->requestPicture(false);
+  display_->width = std::clamp(width, 0, longestSide);
+  display_->height = std::clamp(height, 0, longestSide);
+  display_->ratio = pixelRatio > 0 && std::isfinite(pixelRatio) ? std::clamp(pixelRatio, 0.25, 8.0) : 1;
+  display_->syncArea();
+  display_->requestPicture(false);
 }
 
 int EditorView::width() const noexcept {
-  return self_->width;
+  return display_->width;
 }
 
 int EditorView::height() const noexcept {
-  return self_->height;
+  return display_->height;
 }
 
 double EditorView::pixelRatio() const noexcept {
-  return self_->ratio;
+  return display_->ratio;
 }
 
 const ViewImage& EditorView::image() const noexcept {
-  return self_->image;
+  return display_->image;
 }
 
 ViewDetail EditorView::detail() const noexcept {
-  return self_->detail;
+  return display_->detail;
 }
 
 std::vector<ViewText> EditorView::texts() const {
   std::vector<ViewText> texts;
-  const BaseDraw* draw = self_->view();
-  if (!draw || self_->width < 1 || self_->height < 1) return texts;
+  const BaseDraw* draw = display_->view();
+  if (!draw || display_->width < 1 || display_->height < 1) return texts;
   const ViewCamera eye = viewCameraOf(*draw);
   const BaseObject* through = draw->GetSceneCamera(nullptr);
-  texts.push_back({self_->width - 10.0, 8, ViewText::Anchor::topRight,
+  texts.push_back({display_->width - 10.0, 8, ViewText::Anchor::topRight,
                    through            ? through->GetName()
                    : eye.orthographic ? String("Parallel")
                                       : String("Perspective")});
@@ -135,11 +95,11 @@ std::vector<ViewText> EditorView::texts() const {
 }
 
 void EditorView::repaintSoon() {
-  self_->requestPicture(true);
+  display_->requestPicture(true);
 }
 
 void EditorView::repaintNow() {
-  self_->repaintNow();
+  display_->repaintNow();
 }
 
 bool EditorView::drawViews(LONG flags) {
@@ -153,139 +113,79 @@ bool EditorView::drawViews(LONG flags) {
 }
 
 bool EditorView::mousePress(const ViewMouse& mouse) {
-  if (inDrag() || self_->navigation.gesture != Gesture::none || !self_->ready()) return false;
-  self_->swallowed = MouseButton::none;
-  const LONG channel = channelOf(mouse.button);
-  if (channel == 0) return false;
-  const SceneHooks::Input input = self_->offerToHooks(this, channel, 1, mouse);
-  if (input.used) {
-    if (!input.released) self_->swallowed = mouse.button;
-    return true;
-  }
-  if (!self_->ready()) return true; // a hook may do anything
-  if (self_->startGesture(mouse)) return true;
-  if (mouse.button != MouseButton::left) return false;
-  self_->click = {true, mouse.x, mouse.y};
-  return true;
+  return navigator_->press(mouse);
 }
 
 bool EditorView::mouseMove(const ViewMouse& mouse) {
-  if (inDrag()) return false;
-  auto& click = self_->click;
-  if (click.held && std::hypot(mouse.x - click.x, mouse.y - click.y) > clickReach) click.held = false;
-  if (self_->navigation.gesture == Gesture::none) return false;
-  if (!self_->camera() || self_->camera()->GetIdentity() != self_->navigation.object) {
-    self_->navigation = {}; // its camera has gone
-    return false;
-  }
-  self_->moveGesture(mouse.x, mouse.y, false);
-  return true;
+  return navigator_->move(mouse);
 }
 
 bool EditorView::mouseRelease(const ViewMouse& mouse) {
-  if (inDrag()) return false;
-  if (self_->swallowed != MouseButton::none && self_->swallowed == mouse.button) {
-    self_->swallowed = MouseButton::none;
-    return true;
-  }
-  if (self_->navigation.gesture != Gesture::none) {
-    const BaseObject* camera = self_->camera();
-    if (camera && camera->GetIdentity() == self_->navigation.object)
-      self_->moveGesture(mouse.x, mouse.y, true);
-    self_->navigation = {};
-    return true;
-  }
-  const bool clicked = std::exchange(self_->click.held, false);
-  if (!clicked || mouse.button != MouseButton::left || !self_->ready()) return false;
-  self_->pick(mouse.x, mouse.y, mouse.keys.ctrl || mouse.keys.shift);
-  return true;
+  return navigator_->release(mouse);
 }
 
 bool EditorView::wheel(double x, double y, double notches, const ViewKeys& keys) {
-  if (inDrag() || notches == 0 || !std::isfinite(notches) || !self_->ready()) return false;
-  const auto value = static_cast<LONG>(std::lround(std::clamp(notches, -1000.0, 1000.0) * 120));
-  const ViewMouse at{x, y, MouseButton::none, keys, false};
-  if (self_->offerToHooks(this, BFM_INPUT_MOUSEWHEEL, value, at).used) return true;
-  if (!self_->ready() || self_->navigation.gesture != Gesture::none) return true;
-  const double factor = std::pow(dollyPerNotch, std::clamp(notches, -50.0, 50.0));
-  const ViewCamera eye = viewCameraOf(*self_->view());
-  if (eye.orthographic) {
-    self_->setHalfHeight(eye.half * eye.inner * factor, true);
-    return true;
-  }
-  const auto under = self_->pointUnder(x, y);
-  const double depth = eye.depthOf(self_->pivotAt(x, y));
-  const Vector target = under ? *under : eye.pointAt(x, y, depth > 1e-6 ? depth : 1);
-  self_->setCamera(navigate::dolly(self_->camera()->GetMg(), target, factor), true);
-  return true;
+  return navigator_->wheel(x, y, notches, keys);
+}
+
+bool EditorView::cancelNavigation() {
+  return navigator_->cancel();
 }
 
 LONG EditorView::cursorAt(double x, double y) {
   if (isNavigating()) return MOUSE_MOVE;
-  if (!self_->ready()) return MOUSE_NORMAL;
-  const ViewRect frame = self_->frame();
+  if (!display_->ready()) return MOUSE_NORMAL;
+  const ViewRect frame = display_->frame();
   const LONG asked =
-      frame.contains(x, y) ? self_->hooks.cursor(*self_->view(), x - frame.left, y - frame.top) : 0;
+      frame.contains(x, y) ? display_->hooks.cursor(*display_->view(), x - frame.left, y - frame.top) : 0;
   return asked ? asked : MOUSE_NORMAL;
 }
 
-bool EditorView::cancelNavigation() {
-  const Self::Navigation before = std::exchange(self_->navigation, {});
-  if (before.gesture == Gesture::none) return false;
-  const BaseObject* camera = self_->camera();
-  if (!before.moved || !camera || camera->GetIdentity() != before.object) return true;
-  if (before.gesture == Gesture::dolly && before.view.orthographic)
-    self_->setHalfHeight(before.half, true);
-  else
-    self_->setCamera(before.camera, true);
-  return true;
-}
-
 bool EditorView::isNavigating() const noexcept {
-  return self_->navigation.gesture != Gesture::none;
+  return navigator_->isNavigating();
 }
 
 bool EditorView::inDrag() const noexcept {
-  return self_->hooks.inDrag();
+  return display_->hooks.inDrag();
 }
 
 BaseObject* EditorView::objectAt(double x, double y) const {
-  return self_->objectAt(x, y);
+  return host::objectAt(*display_, x, y);
 }
 
 std::vector<BaseObject*> EditorView::objectsIn(double x0, double y0, double x1, double y1) const {
-  return self_->objectsIn(x0, y0, x1, y1);
+  return host::objectsIn(*display_, x0, y0, x1, y1);
 }
 
 void EditorView::frameAll() {
-  self_->frameObjects(false);
+  navigator_->frameObjects(false);
 }
 
 void EditorView::frameSelected() {
-  self_->frameObjects(true);
+  navigator_->frameObjects(true);
 }
 
 void EditorView::lookThrough(BaseObject* camera) {
-  if (!self_->ready()) return;
+  if (!display_->ready()) return;
   cancelNavigation();
-  self_->view()->SetSceneCamera(camera);
-  self_->cameraMoved();
+  display_->view()->SetSceneCamera(camera);
+  navigator_->cameraMoved();
 }
 
 BaseObject* EditorView::camera() const {
-  return self_->camera();
+  return display_->camera();
 }
 
 bool EditorView::finishPicture(int milliseconds) {
   const auto deadline = Steady::now() + std::chrono::milliseconds(milliseconds);
-  if (!self_->painter) return false;
-  self_->submit(true);
-  while (self_->painter->wait(deadline)) {
-    self_->deliver();
-    if (!self_->painter || self_->painter->idle()) {
-      // What the delivery itself asked for is painted too.
-      if (!self_->picturePosted()) return true;
-      self_->submit(true);
+  if (!display_->painter) return false;
+  display_->submit(true);
+  while (display_->painter->wait(deadline)) {
+    display_->deliver();
+    if (!display_->painter || display_->painter->idle()) {
+      // The delivery itself may have asked for another picture.
+      if (!display_->picturePosted()) return true;
+      display_->submit(true);
     }
   }
   return false;
@@ -293,9 +193,9 @@ bool EditorView::finishPicture(int milliseconds) {
 
 EditorView::Stats EditorView::stats() const {
   Stats stats;
-  stats.mainSeconds = self_->mainSeconds;
-  if (!self_->painter) return stats;
-  const ViewPainter::Counts counts = self_->painter->counts();
+  stats.mainSeconds = display_->mainSeconds;
+  if (!display_->painter) return stats;
+  const ViewPainter::Counts counts = display_->painter->counts();
   stats.pictures = counts.pictures;
   stats.views = counts.views;
   stats.finished = counts.finished;

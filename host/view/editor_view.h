@@ -1,6 +1,6 @@
-// The editor view without a window system: it looks at the active document, is moved by the mouse, offers
-// input to scene hooks, picks objects, and paints itself on background threads. A desktop forwards input,
-// blits `image()` when `present` is called and draws `texts()` over it. Main thread, all of it.
+// The editor view without a window system: shows the active document, navigates by mouse, offers input to
+// scene hooks, picks objects, and paints on background threads. A desktop forwards input, blits `image()`
+// when `present` is called and draws `texts()` over it. Main thread.
 #pragma once
 
 #include <functional>
@@ -17,73 +17,77 @@ class BaseObject;
 
 namespace host {
 
-/// What a view needs of the program around it. Every function may be empty; none may destroy the view.
+class ViewDisplay;
+class ViewNavigator;
+
+/// Services of the program for a view. Every function may be empty; none may destroy the view.
 struct EditorViewServices {
-  /// Shades and picks; null: only grid and symbols show. Must outlive the view.
+  /// Shades and picks; null: the view shows only grid and symbols. Must outlive the view.
   ViewTracer* tracer = nullptr;
 
-  /// `image()` or `texts()` have changed: show them. Called from the main loop as painting, and before
-  /// `repaintNow` returns; then they are to be on screen soon.
+  /// Shows `image()` and `texts()`, which have changed. Called from the main loop as painting, and before
+  /// `repaintNow` returns.
   std::function<void()> present;
 
-  /// Waits for the next input while a scene hook follows the mouse (a desktop runs a local event loop, for at
-  /// most some 10 ms so that the hook's loop turns), and writes it. False: there is no mouse any more, which
-  /// ends the drag. The view must not get the input that is reported here. Empty: drags end at once.
+  /// Waits for the next input of a scene hook's drag and writes it. A desktop runs a local event loop, for at
+  /// most about 10 ms so that the hook's loop keeps running, and does not pass this input to the view. False:
+  /// the mouse is lost, which ends the drag. Empty: drags end at once.
   std::function<bool(DragEvent&)> pumpDrag;
 
-  /// Moves a camera of the document as an edit that can be undone. `finished` is false while the move goes on
-  /// (all of one move are one step) and true with its last matrix; a wheel turn is one finished step. Empty:
-  /// cameras of the document cannot be moved here.
+  /// Moves a camera of the document as an edit that can be undone. One move is one undo step; `finished` is
+  /// true for its last matrix. A turn of the wheel is one finished step. Empty: cameras of the document
+  /// cannot be moved here.
   std::function<void(BaseObject& camera, const Matrix& world, bool finished)> moveCamera;
 
-  /// The same for the height that an orthographic camera shows: half of it in metres. Empty: it stays.
+  /// The same for an orthographic camera's visible height; half of it, in metres. Empty: it cannot be
+  /// changed.
   std::function<void(BaseObject& camera, double halfHeight, bool finished)> zoomCamera;
 
-  /// The user picked an object (null: the empty background). `add`: added to the selection, or taken out of
-  /// it when it was selected. Empty: the view changes the selection itself.
+  /// The user picked an object (null: the background). `add`: toggles it in the selection. Empty: the view
+  /// changes the selection itself.
   std::function<void(BaseObject* object, bool add)> select;
 
-  /// What it gives lives while the view is drawn: its picture in the background, or what scene hooks draw.
-  /// Any thread.
+  /// Marks drawing of the view, in the background or by scene hooks: the result lives for that long. Any
+  /// thread.
   std::function<std::shared_ptr<void>()> drawing;
 
-  /// The camera was moved or another one chosen: plug-ins are to know (EventAdd). Also while a move goes on.
+  /// Notifies plug-ins (EventAdd) of a moved or another camera, also during a move.
   std::function<void()> viewChanged;
 };
 
-/// How far a picture has come.
+/// The quality of a picture so far.
 enum class ViewDetail { none, coarse, full, smooth };
 
 class EditorView final {
  public:
   explicit EditorView(EditorViewServices services);
-  ~EditorView(); // ends its painting; scene hooks of the document go
+  ~EditorView(); // ends its painting; destroys the document's scene hooks
   EditorView(const EditorView&) = delete;
   EditorView& operator=(const EditorView&) = delete;
 
-  /// The view's size in logical pixels and device pixels for each. Its frame, in which scene hooks draw and
-  /// get the mouse, is the part that the render format covers; the rest is darkened. Sizes below 1 paint
-  /// nothing. At most 16384 device pixels a side are painted.
+  /// Sets the size in logical pixels, and the device pixels per logical pixel. The frame, in which scene
+  /// hooks draw and get the mouse, is the part that the render format covers; the rest is darkened. A side
+  /// below 1 paints nothing; at most 16384 device pixels per side are painted.
   void resize(int width, int height, double pixelRatio = 1);
   int width() const noexcept;
   int height() const noexcept;
   double pixelRatio() const noexcept;
 
-  /// The picture with everything drawn over it but the texts. It may still have an earlier size, and is empty
-  /// at first. Valid until `present` or the next call of the view.
+  /// The picture with everything but the texts. It can have an earlier size, and is empty at first. Valid
+  /// until `present` or the next call of the view.
   const ViewImage& image() const noexcept;
   ViewDetail detail() const noexcept;
   std::vector<ViewText> texts() const;
 
   /// Looks at the document again and paints in the background. Cheap; calls coalesce. Scene-changed events do
-  /// this by themselves; what happens while a box or a drag is open, and a changed selection, needs the call.
+  /// the same; changes during a box or a drag, and of the selection, need this call.
   void repaintSoon();
-  /// Draws what scene hooks draw over the picture anew and calls `present`; the picture itself follows.
+  /// Redraws the scene hooks' overlay and calls `present`; a new picture follows.
   void repaintNow();
-  /// As a plug-in's DrawViews; false for flags that ask for nothing here.
+  /// Serves a plug-in's DrawViews; false for flags without a meaning here.
   bool drawViews(LONG flags);
 
-  // Input. True: used; false: nobody wanted it.
+  // Input. True: used.
 
   /// In this order: scene hooks, then navigation (Alt with the left, middle, right button, or 1, 2, 3 held
   /// with the left one: orbit, pan, dolly; the middle one alone pans), then picking, which happens at the
@@ -94,50 +98,49 @@ class EditorView final {
   /// Scene hooks, then dolly towards the point under the pointer. A notch of the wheel is 1, away is
   /// positive.
   bool wheel(double x, double y, double notches, const ViewKeys& keys);
-  /// Which pointer to show: the code a scene hook asked for (MOUSE_MOVE), else MOUSE_NORMAL. While the view
-  /// itself navigates: MOUSE_MOVE.
+  /// The cursor: MOUSE_MOVE during navigation, else the code that a scene hook asks for, else MOUSE_NORMAL.
   LONG cursorAt(double x, double y);
-  /// Takes back a navigation that goes on, as Escape does. False when there is none.
+  /// Cancels and reverts a running navigation, as Escape does. False without one.
   bool cancelNavigation();
   bool isNavigating() const noexcept;
-  /// Whether a scene hook follows the mouse now.
+  /// Whether a scene hook runs a drag.
   bool inDrag() const noexcept;
 
   /// The object under a position: symbols of lights and cameras first; null for none, or while the first
   /// picture of a scene is still being prepared.
   BaseObject* objectAt(double x, double y) const;
-  /// The objects that show a vertex in a rectangle (ends included, either corner first), hidden ones too, and
-  /// the lights and cameras whose signs lie in it; in document order, each once. Floors have no vertices.
+  /// The objects with a vertex in a rectangle (bounds inclusive, corners in any order), occluded ones too,
+  /// and the lights and cameras with their sign in it; in document order, each once. Floors have no vertices.
   std::vector<BaseObject*> objectsIn(double x0, double y0, double x1, double y1) const;
 
   // Commands.
 
   void frameAll();
-  /// Frames the active objects with what hangs below them; everything when nothing is active.
+  /// Frames the active objects with their descendants; everything when nothing is active.
   void frameSelected();
   /// Looks through a camera of the document; null: the view's own.
   void lookThrough(BaseObject* camera);
-  /// The camera that it looks through; null without a document.
+  /// The camera that the view looks through; null without a document.
   BaseObject* camera() const;
 
-  /// Waits until the picture is as good as it gets and has been delivered. For tests, screenshots and
-  /// benchmarks; runs only painting meanwhile. False at the deadline.
+  /// Waits until the final picture has been delivered; runs only painting while it waits. For tests,
+  /// screenshots and benchmarks. False at the deadline.
   bool finishPicture(int milliseconds = 10000);
 
-  /// How much painting has been done, since the view was made.
+  /// Counts of painting since the view was created.
   struct Stats {
     long pictures = 0;      // delivered, of any detail
     long views = 0;         // of these, the first of a new camera, scene or size
     long finished = 0;      // of these, smooth
-    long cancelled = 0;     // given up for a newer camera or scene
+    long cancelled = 0;     // cancelled for a newer camera or scene
     long scenes = 0;        // snapshots taken
     double mainSeconds = 0; // of the main thread, in the view's own painting code
   };
   Stats stats() const;
 
  private:
-  class Self;
-  std::unique_ptr<Self> self_;
+  std::unique_ptr<ViewDisplay> display_;
+  std::unique_ptr<ViewNavigator> navigator_;
 };
 
 } // namespace host

@@ -1,14 +1,9 @@
-// The view's pictures: what they show, what is picked in them, when they are painted anew.
+// The view's pictures: contents and picking.
 #include <algorithm>
-#include <atomic>
-#include <chrono>
 #include <cmath>
-#include <condition_variable>
-#include <mutex>
-#include <set>
 
 #include "parameters.h"
-#include "view_kit.h"
+#include "picture_kit.h"
 #include "view_picture.h"
 
 namespace {
@@ -18,66 +13,6 @@ using host::ViewDetail;
 using host::ViewHit;
 using host::ViewImage;
 using host::ViewRay;
-
-// A tracer of its own: counts, and can be held up.
-class GatedTracer final : public host::ViewTracer {
- public:
-  struct Scene final : host::ViewScene {
-    GatedTracer* owner;
-    host::SnapshotPtr kept;
-    Scene(GatedTracer* tracer, host::SnapshotPtr snapshot) : owner(tracer), kept(std::move(snapshot)) {}
-    const host::Snapshot& snapshot() const override { return *kept; }
-    void trace(std::span<const ViewRay> rays, std::span<ViewHit> hits) const override {
-      owner->pass(static_cast<long>(rays.size()));
-      std::fill(hits.begin(), hits.end(), ViewHit());
-    }
-  };
-
-  host::ViewScenePtr prepare(const host::SnapshotPtr& snapshot, int, const std::function<bool()>&) override {
-    ++prepared;
-    return std::make_shared<Scene>(this, snapshot);
-  }
-
-  /// Lets so many rays through from now on; those that follow wait.
-  void open(long count) {
-    const std::lock_guard lock(mutex_);
-    allowed_ = count;
-    changed_.notify_all();
-  }
-  bool waitUntilBlocked() {
-    std::unique_lock lock(mutex_);
-    return changed_.wait_for(lock, std::chrono::seconds(20), [this] { return blocked_ > 0; });
-  }
-
-  std::atomic<int> prepared{0};
-  std::atomic<long> rays{0};
-
- private:
-  void pass(long count) {
-    rays += count;
-    std::unique_lock lock(mutex_);
-    ++blocked_;
-    if (allowed_ < count) changed_.notify_all();
-    changed_.wait(lock, [&] { return allowed_ >= count; });
-    --blocked_;
-    allowed_ -= count;
-  }
-  std::mutex mutex_;
-  std::condition_variable changed_;
-  long allowed_ = 1L << 40;
-  int blocked_ = 0;
-};
-
-class PictureTest : public ViewTest {
- public:
-  const ViewImage& finish() {
-    EXPECT_TRUE(view->finishPicture(60000));
-    return view->image();
-  }
-  static std::size_t colorsIn(const ViewImage& image) {
-    return std::set<std::uint32_t>(image.pixels.begin(), image.pixels.end()).size();
-  }
-};
 
 TEST_F(PictureTest, HasTheDeviceSizeAndIsOpaque) {
   addBox("box", {0, 0, 0});
@@ -150,7 +85,7 @@ TEST_F(PictureTest, StrangePixelRatiosAreBrought) {
 }
 
 // The front of a box straight ahead covers a rectangle of known pixels.
-TEST_F(PictureTest, PicksExactlyWhatCoversAPixel) {
+TEST_F(PictureTest, PicksTheObjectThatCoversAPixel) {
   setFormat(200, 150);
   BaseObject* near = addBox("near", {-0.5, 0.25, 0}, 0.5f);
   BaseObject* behind = addBox("behind", {0, 0, -4}, 1.5f);
@@ -223,7 +158,7 @@ TEST_F(PictureTest, OutlinesExactlyTheSelection) {
   EXPECT_EQ(std::count(image.pixels.begin(), image.pixels.end(), host::accentColor), 0);
 }
 
-TEST_F(PictureTest, DarkensWhatTheRenderDoesNotShow) {
+TEST_F(PictureTest, DarkensTheSurroundOfTheRender) {
   for (const auto& [formatWidth, formatHeight] : {std::pair{100, 100}, {400, 100}}) {
     open(200, 100);
     setFormat(200, 100); // no bars
@@ -349,130 +284,6 @@ TEST_F(PictureTest, TextsNameTheCamera) {
   view->lookThrough(nullptr);
   draw().GetEditorCamera()->SetParameter(1001, LONG{1});
   EXPECT_EQ(view->texts()[0].text, String("Parallel"));
-}
-
-TEST_F(PictureTest, AnOrbitBuildsNothingAndAnEditDoes) {
-  GatedTracer tracer;
-  services.tracer = &tracer;
-  services.viewChanged = [] { EventAdd(); };
-  BaseObject* box = addBox("box", {0, 0, 0});
-  open(64, 48);
-  finish();
-  EXPECT_EQ(tracer.prepared, 1);
-  view->mousePress(altMouse(10, 10));
-  for (int i = 0; i < 20; ++i) {
-    view->mouseMove(altMouse(10 + i, 12));
-    runAll();
-    finish();
-  }
-  view->mouseRelease(altMouse(29, 12));
-  finish();
-  EXPECT_EQ(tracer.prepared, 1) << "only the camera moved";
-  box->SetMg(MatrixMove({1, 0, 0}));
-  EventAdd();
-  runAll();
-  finish();
-  EXPECT_EQ(tracer.prepared, 2);
-  view.reset();
-}
-
-TEST_F(PictureTest, WhatHasNotChangedIsNotPaintedAgain) {
-  GatedTracer tracer;
-  services.tracer = &tracer;
-  addBox("box", {0, 0, 0});
-  open(64, 48);
-  finish();
-  const long pictures = view->stats().pictures, rays = tracer.rays;
-  for (int i = 0; i < 5; ++i) {
-    EventAdd();
-    runAll();
-    finish();
-  }
-  EXPECT_EQ(view->stats().pictures, pictures);
-  EXPECT_EQ(tracer.rays, rays);
-  document->GetFirstObject()->SetBit(BIT_ACTIVE);
-  view->repaintSoon();
-  finish();
-  EXPECT_EQ(view->stats().pictures, pictures + 1) << "a new outline on the old pixels";
-  EXPECT_EQ(tracer.rays, rays);
-  view.reset();
-}
-
-TEST_F(PictureTest, ANewerCameraCancelsTheOlderPictureAfterItsFirstLevel) {
-  GatedTracer tracer;
-  services.tracer = &tracer;
-  addBox("box", {0, 0, 0});
-  constexpr int width = 900, height = 800; // enough for several levels
-  tracer.open(width * height / 4);         // of which the first level needs a sixteenth
-  open(width, height);
-  runAll();
-  ASSERT_TRUE(tracer.waitUntilBlocked());
-  // Held up in a later level; what is there already is shown.
-  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-  while (view->image().empty() && std::chrono::steady_clock::now() < deadline)
-    host::mainLoop().waitAndRun(std::nullopt);
-  EXPECT_EQ(view->detail(), ViewDetail::coarse);
-  EXPECT_EQ(view->image().width, width);
-  const long before = view->stats().finished;
-  placeCamera({0, 1, 9});
-  view->repaintSoon();
-  runAll();
-  tracer.open(1L << 40);
-  finish();
-  EXPECT_GE(view->stats().cancelled, 1);
-  EXPECT_EQ(view->stats().finished, before + 1) << "the old one was never finished";
-  EXPECT_EQ(view->detail(), ViewDetail::smooth);
-  view.reset();
-}
-
-TEST_F(PictureTest, GoesAwayInTheMiddleOfAPicture) {
-  GatedTracer tracer;
-  services.tracer = &tracer;
-  addBox("box", {0, 0, 0});
-  tracer.open(900 * 800 / 4);
-  open(900, 800);
-  runAll();
-  ASSERT_TRUE(tracer.waitUntilBlocked()); // the first level has been delivered, or waits to be
-  const int before = presented;
-  tracer.open(1L << 40);
-  view.reset();
-  runAll();
-  EXPECT_EQ(presented, before) << "a late delivery finds nobody";
-  EXPECT_EQ(GetActiveDocument(), document);
-}
-
-TEST_F(PictureTest, OfADocumentThatHasGoneIsNotShown) {
-  GatedTracer tracer;
-  services.tracer = &tracer;
-  addBox("box", {0, 0, 0});
-  placeCamera({0, 1, 9}); // sees the ground; a new document's camera stands on it
-  open(64, 48);
-  finish();
-  tracer.open(0);
-  placeCamera({0, 2, 9});
-  view->repaintSoon();
-  runAll();
-  ASSERT_TRUE(tracer.waitUntilBlocked()); // a picture is on its way
-  const auto shown = view->image().pixels;
-  presented = 0;
-  newDocument();
-  tracer.open(1L << 40);
-  host::mainLoop().waitAndRun(std::nullopt); // it arrives
-  EXPECT_EQ(presented, 0);
-  EXPECT_TRUE(view->image().pixels == shown);
-  finish();
-  EXPECT_GT(presented, 0);
-  EXPECT_TRUE(view->image().pixels != shown);
-  view.reset();
-}
-
-TEST_F(PictureTest, WithoutATracerShowsTheGround) {
-  services.tracer = nullptr;
-  addBox("box", {0, 0, 0}, 2);
-  placeCamera({0, 1, 9});
-  open(64, 48);
-  EXPECT_GT(colorsIn(finish()), 10u);
-  EXPECT_EQ(view->objectAt(32, 24), nullptr);
 }
 
 TEST(Picture, EveryBlockSizeCoversEveryPixel) {

@@ -1,11 +1,11 @@
-// How a view keeps up with its document: looking at it, asking for pictures, showing them.
+#include "view_display.h"
+
 #include <algorithm>
 #include <cmath>
 #include <utility>
 
 #include "active_document.h"
 #include "document.h"
-#include "editor_view_self.h"
 #include "parameters.h"
 
 namespace host {
@@ -30,13 +30,24 @@ Vector unit(const Vector& v) {
   return length > 0 ? v * (1 / length) : Vector();
 }
 
+BaseContainer inputMessage(LONG channel, double x, double y, LONG value, const ViewKeys& keys) {
+  BaseContainer message(BFM_INPUT);
+  message.SetLong(BFM_INPUT_DEVICE, BFM_INPUT_MOUSE);
+  message.SetLong(BFM_INPUT_CHANNEL, channel);
+  message.SetReal(BFM_INPUT_X, x);
+  message.SetReal(BFM_INPUT_Y, y);
+  message.SetLong(BFM_INPUT_VALUE, value);
+  message.SetLong(BFM_INPUT_QUALIFIER, qualifierOf(keys));
+  return message;
+}
+
 } // namespace
 
-EditorView::Self::Self(EditorViewServices given) : services(std::move(given)) {
-  const auto notify = [self = lifetime_.ref()] {
+ViewDisplay::ViewDisplay(EditorViewServices wanted) : services(std::move(wanted)) {
+  const auto notify = [display = lifetime_.ref()] {
     mainLoop().post(
-        [self] {
-          if (self) self->deliver();
+        [display] {
+          if (display) display->deliver();
         },
         Urgency::painting);
   };
@@ -44,12 +55,12 @@ EditorView::Self::Self(EditorViewServices given) : services(std::move(given)) {
   mainLoop().add(this);
 }
 
-EditorView::Self::~Self() {
+ViewDisplay::~ViewDisplay() {
   close();
   mainLoop().remove(this);
 }
 
-void EditorView::Self::close() {
+void ViewDisplay::close() {
   if (!open_) return;
   open_ = false;
   mainLoop().removeTimer(lookTimer_);
@@ -58,56 +69,71 @@ void EditorView::Self::close() {
   hooks.follow(nullptr);
 }
 
-void EditorView::Self::coreMessage(LONG id, const BaseContainer& /*message*/) {
+void ViewDisplay::coreMessage(LONG id, const BaseContainer& /*message*/) {
   if (id == EVMSG_CHANGE) requestPicture(true);
 }
 
-BaseDraw* EditorView::Self::view() const {
+BaseDraw* ViewDisplay::view() const {
   BaseDocument* active = document();
   return active ? active->GetActiveBaseDraw() : nullptr;
 }
 
-void EditorView::Self::syncArea() {
+BaseObject* ViewDisplay::camera() const {
+  const BaseDraw* draw = view();
+  if (!draw) return nullptr;
+  BaseObject* sceneCamera = draw->GetSceneCamera(nullptr);
+  return sceneCamera ? sceneCamera : draw->GetEditorCamera();
+}
+
+bool ViewDisplay::isOwnCamera() const {
+  return !view()->GetSceneCamera(nullptr);
+}
+
+void ViewDisplay::syncArea() {
   BaseDraw* draw = view();
   if (!draw || width < 1 || height < 1) return;
   if (stateOf(draw)->area != std::array<LONG, 4>{0, 0, width, height})
     setViewArea(*draw, 0, 0, width, height);
 }
 
-ViewRect EditorView::Self::frame() const {
+ViewRect ViewDisplay::frame() const {
   ViewRect frame;
   view()->GetFrame(&frame.left, &frame.top, &frame.right, &frame.bottom);
   return frame;
 }
 
-bool EditorView::Self::ready() {
+bool ViewDisplay::ready() {
   if (!open_) return false;
   hooks.follow(document());
   syncArea();
   return view() && width > 0 && height > 0;
 }
 
-void EditorView::Self::requestPicture(bool lookAgain) {
+void ViewDisplay::requestPicture(bool lookAgain) {
   lookAgain_ = lookAgain_ || lookAgain;
   if (submitPosted_ || !open_) return;
   submitPosted_ = true;
   mainLoop().post(
-      [self = lifetime_.ref()] {
-        if (self) self->submit();
+      [display = lifetime_.ref()] {
+        if (display) display->submit();
       },
       Urgency::painting);
 }
 
-// Looking at a large document costs the main thread a clone, so it happens only so often that it takes a
-// fifth of the time at most.
-void EditorView::Self::submit(bool force) {
+// A look at the document costs the main thread a clone, so looks are spaced to take a fifth of its time at
+// most.
+void ViewDisplay::submit(bool force) {
   submitPosted_ = false;
   if (!open_) return;
   const Measured measured(*this);
   BaseDocument* active = document();
   const Identity identity = active ? active->GetIdentity() : 0;
   const bool another = identity != lookedAt_;
-  if (another) scene_ = nullptr, gridStep_ = 1, navigation = {}, click = {};
+  if (another) {
+    scene_ = nullptr;
+    gridStep_ = 1;
+    if (documentChanged) documentChanged();
+  }
   hooks.follow(active);
   syncArea();
 
@@ -139,8 +165,8 @@ void EditorView::Self::submit(bool force) {
   painter->request(std::move(job));
 }
 
-// What the picture needs besides the clone: what is selected, and where lights and cameras are.
-void EditorView::Self::lookAtDocument(BaseDocument& document) {
+// Collects what the clone does not tell the picture: the selection, and the signs of lights and cameras.
+void ViewDisplay::lookAtDocument(BaseDocument& document) {
   auto selection = std::make_shared<std::unordered_set<Identity>>();
   symbols_.clear();
   const auto walk = [&](const auto& self, const NodeList& list, const Matrix& above, bool chosen) -> void {
@@ -162,7 +188,7 @@ void EditorView::Self::lookAtDocument(BaseDocument& document) {
   selection_ = std::move(selection);
 }
 
-PictureSetup EditorView::Self::setupOf(BaseDocument* document) const {
+PictureSetup ViewDisplay::setupOf(BaseDocument* document) const {
   PictureSetup setup;
   if (width < 1 || height < 1) return setup;
   setup.ratio =
@@ -187,13 +213,13 @@ PictureSetup EditorView::Self::setupOf(BaseDocument* document) const {
   return setup;
 }
 
-void EditorView::Self::deliver() {
+void ViewDisplay::deliver() {
   if (!open_) return;
   std::optional<PaintResult> result = painter->take();
   if (!result) return;
   const Measured measured(*this);
   BaseDocument* active = document();
-  if (result->document != (active ? active->GetIdentity() : 0)) return; // of a document that has gone
+  if (result->document != (active ? active->GetIdentity() : 0)) return; // the document has changed
   image = std::move(result->image);
   painted_.clear();
   detail = result->detail;
@@ -206,7 +232,24 @@ void EditorView::Self::deliver() {
   if (services.present) services.present();
 }
 
-Overlay EditorView::Self::drawnByHooks() {
+// Hooks get presses inside of the frame only, relative to its corner. A drag continues outside of it.
+SceneHooks::Input ViewDisplay::offerToHooks(const void* owner, LONG channel, LONG value,
+                                            const ViewMouse& mouse) {
+  const ViewRect frame = this->frame();
+  if (!frame.contains(mouse.x, mouse.y)) return {};
+  BaseContainer message = inputMessage(channel, mouse.x - frame.left, mouse.y - frame.top, value, mouse.keys);
+  if (mouse.doubleClick) message.SetLong(BFM_INPUT_DOUBLECLICK, 1);
+  DragPump pump; // stays empty when the program has none
+  if (services.pumpDrag)
+    pump = [&](DragEvent& event) {
+      if (!services.pumpDrag(event)) return false;
+      event.x -= frame.left, event.y -= frame.top;
+      return true;
+    };
+  return hooks.mouseInput(*view(), message, pump, owner);
+}
+
+Overlay ViewDisplay::drawnByHooks() {
   const std::shared_ptr<void> drawing = services.drawing ? services.drawing() : nullptr;
   Overlay drawn;
   inOverlay_ = true;
@@ -215,13 +258,13 @@ Overlay EditorView::Self::drawnByHooks() {
   return drawn;
 }
 
-void EditorView::Self::paintOverlay() {
+void ViewDisplay::paintOverlay() {
   if (inOverlay_ || !ready()) return;
   overlay_ = drawnByHooks();
   layOverlay();
 }
 
-void EditorView::Self::layOverlay() {
+void ViewDisplay::layOverlay() {
   if (image.empty() || !view()) return;
   const PictureSetup setup = setupOf(document());
   const auto [left, top, right, bottom] = setup.frame;
@@ -229,8 +272,8 @@ void EditorView::Self::layOverlay() {
   drawOverlay(overlay_, {setup.ratio, frame.left, frame.top, left, top, right, bottom}, image, painted_);
 }
 
-// What hooks draw may follow from values that no picture shows; then no new picture comes to carry it.
-void EditorView::Self::refreshOverlay() {
+// Hooks can depend on values that do not change the picture, so their drawing is compared on its own.
+void ViewDisplay::refreshOverlay() {
   if (inOverlay_ || image.empty() || !ready()) return;
   Overlay now = drawnByHooks();
   if (now == overlay_) return;
@@ -240,7 +283,7 @@ void EditorView::Self::refreshOverlay() {
   if (services.present) services.present();
 }
 
-void EditorView::Self::repaintNow() {
+void ViewDisplay::repaintNow() {
   if (inOverlay_ || !open_) return;
   {
     const Measured measured(*this);
