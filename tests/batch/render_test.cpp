@@ -1,4 +1,4 @@
-// Pictures that the program renders.
+// Pictures rendered by the program.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -78,6 +78,42 @@ INSTANTIATE_TEST_SUITE_P(Suffixes, RenderFormat,
                                          std::pair("exr", "openexr"), std::pair("PNG", "png")),
                          [](const auto& one) { return std::string(one.param.first); });
 
+// A quality makes a WebP lossy; without one it is lossless.
+TEST_F(Render, QualityIsOfJpegAndWebp) {
+  const std::string scene = writeTinyScene(folder.path());
+  const auto bytes = [&](const std::string& name, const Arguments& more = {}) {
+    const Picture picture = renderPicture(scene, name, more);
+    EXPECT_EQ(picture.width, 64);
+    EXPECT_TRUE(isRed(picture, 16, 16)) << name;
+    return readFile(folder / name);
+  };
+  EXPECT_NE(bytes("without.webp").find("VP8L"), std::string::npos);
+  const std::string low = bytes("low.webp", {"--quality", "5"}),
+                    high = bytes("high.webp", {"--quality", "100"});
+  EXPECT_NE(low.find("VP8 "), std::string::npos);
+  EXPECT_NE(high.find("VP8 "), std::string::npos);
+  EXPECT_LT(low.size(), high.size());
+
+  const std::size_t lowJpeg = bytes("low.jpg", {"--quality", "5"}).size();
+  const std::size_t jpeg = bytes("without.jpg").size();
+  EXPECT_LT(lowJpeg, jpeg);
+  EXPECT_LT(jpeg, bytes("high.jpg", {"--quality", "100"}).size());
+}
+
+TEST_F(Render, AQualityIsRefusedForFormatsWithoutOne) {
+  const std::string scene = writeTinyScene(folder.path());
+  for (const char* name : {"picture.png", "picture.exr", "picture.tif"}) {
+    const Outcome outcome = render(scene, name, {"--quality", "80"}, 2);
+    EXPECT_EQ(lineCount(outcome.err), 1) << outcome.err;
+    EXPECT_NE(outcome.err.find(std::string("--quality has no effect on ") + (folder / name)),
+              std::string::npos)
+        << outcome.err;
+    EXPECT_FALSE(std::filesystem::exists(folder / name));
+  }
+  for (const char* quality : {"0", "101", "best"})
+    render(scene, "picture.webp", {"--quality", quality}, 2);
+}
+
 // 8-bit formats hold the display colour of the surface, sRGB of 0.8 and 0.05.
 TEST_F(Render, ColoursAreDisplayReferred) {
   const Picture picture = renderPicture(writeTinyScene(folder.path()), "picture.png");
@@ -85,7 +121,7 @@ TEST_F(Render, ColoursAreDisplayReferred) {
   EXPECT_NEAR(picture.at(16, 16, 1), 0.2477, 0.01);
 }
 
-// The film is linear and holds more than white; the other formats end at white.
+// The film is linear and exceeds white; the other formats end at white.
 TEST_F(Render, ExrHoldsTheFloatFilm) {
   TinyScene scene;
   scene.glow = 8;
@@ -197,7 +233,7 @@ TEST_F(Render, RegionBeyondTheEdgeIsClipped) {
   EXPECT_TRUE(isBlue(picture, 48, 48));
 }
 
-// A box says the same as its pixels, and is moved back from an edge.
+// A box equals its pixels, and is moved inside from an edge.
 TEST_F(Render, ARegionBoxIsARegion) {
   const std::string scene = writeTinyScene(folder.path());
   const auto same = [&](const char* box, const char* pixels) {
@@ -211,7 +247,7 @@ TEST_F(Render, ARegionBoxIsARegion) {
   same("0,0,1", "0,0,63,63");
 }
 
-// A key by its name and by its number do the same: the textures' and materials' colour channel goes.
+// A key works by name and by number: here it switches the materials' colour channel off.
 TEST_F(Render, SettingsByNameAndNumber) {
   const std::string scene = writeTinyScene(folder.path());
   const Picture byName = renderPicture(scene, "name.png", {"--set", "LM_OPT_RES_DIVISOR=2"});
@@ -313,8 +349,8 @@ TEST_F(Render, MoreSamplesAreTaken) {
   EXPECT_GE(samples("16"), 2 * samples("2"));
 }
 
-// A picture that is not there: 5, one line that names it, and the picture is there all the same.
-TEST_F(Render, MissingPictureIsTold) {
+// A missing texture: exit code 5, one line that names it, and the picture is still saved.
+TEST_F(Render, MissingPictureIsReported) {
   TinyScene scene;
   scene.missingPicture = true;
   const Outcome outcome = render(writeTinyScene(folder.path(), scene), "missing.png",
@@ -327,7 +363,7 @@ TEST_F(Render, MissingPictureIsTold) {
   EXPECT_EQ(Json::parse(readFile(folder / "stats.json"))["result"], 2);
 }
 
-TEST_F(Render, BannerTellsAboutTheMissingPictureUnlessOff) {
+TEST_F(Render, BannerReportsTheMissingPictureUnlessOff) {
   TinyScene scene;
   scene.missingPicture = true;
   const std::string file = writeTinyScene(folder.path(), scene);
@@ -378,7 +414,7 @@ TEST_F(Render, QuietSaysNothing) {
   EXPECT_EQ(outcome.out, "");
 }
 
-// Without a terminal there is no progress line, and the plug-in's banner is shown.
+// Without a terminal the progress line is missing and the plug-in's banner is printed.
 TEST_F(Render, PlainOutputHasTheBannerAndNoProgress) {
   const Outcome outcome = render(writeTinyScene(folder.path()), "plain.png");
   EXPECT_EQ(linesWith(outcome.err, "||  Lumenara v"), 1) << outcome.err;

@@ -12,6 +12,7 @@
 #include "movie_options.h"
 #include "output_file.h"
 #include "overwrite_question.h"
+#include "picture_file.h"
 #include "plugin_host.h"
 #include "run_settings.h"
 #include "scene_load.h"
@@ -21,9 +22,7 @@
 namespace batch {
 namespace {
 
-constexpr LONG defaultJpegQuality = 95;
-
-/// Everything that can be wrong before work begins.
+/// Checks the options before any work begins.
 AnimationTarget checkTarget(const AnimateOptions& options) {
   checkAssignments(options.settings);
   const AnimationTarget target = animationTarget(options.output, options.format);
@@ -62,7 +61,7 @@ void prepare(const AnimateOptions& options, BaseDocument& document) {
   if (options.samples > 0) setSamples(document, options.samples);
 }
 
-/// The frames whose pictures are not whole yet.
+/// The frames whose pictures are missing or incomplete.
 std::vector<LONG> missingFrames(const AnimationTarget& target, const FrameRange& frames, PixelSize size,
                                 Messages& messages) {
   std::vector<LONG> missing;
@@ -80,7 +79,7 @@ std::string nameOf(const Filename& file) {
   return file.GetString().GetUTF8();
 }
 
-/// What has been rendered so far.
+/// The state of the whole command.
 struct Run {
   AnimationTarget target;
   std::vector<FrameRange> ranges;
@@ -89,15 +88,14 @@ struct Run {
   double seconds = 0;
 };
 
-/// Ends the command when a job did not come to its end.
+/// Ends the command when a job is incomplete.
 void judge(const Run& run, const AnimationResult& job, const OverwriteQuestion& ui) {
   const bool movie = run.target.movie();
   const std::string file = nameOf(run.target.file), frame = std::to_string(job.frame);
   if (ui.declined() && interrupted()) throw Stop(ExitCode::cancelled, "cancelled; " + file + " was kept");
   if (ui.declined()) {
     throw Stop(ExitCode::outputNotWritable,
-               file +
-                   " is there already and was kept; add --overwrite to replace it, or choose another name");
+               file + " exists already and was kept; add --overwrite to replace it, or choose another name");
   }
   if (interrupted()) {
     throw Stop(ExitCode::cancelled,
@@ -109,13 +107,14 @@ void judge(const Run& run, const AnimationResult& job, const OverwriteQuestion& 
   }
   if (!job.failure.empty()) {
     throw Stop(ExitCode::outputNotWritable,
-               job.failure + (movie ? " This came out at frame " + frame + "."
+               job.failure + (movie ? " The failure was noticed at frame " + frame + "."
                                     : " Afterwards the same command with --resume renders the rest."));
   }
   if (job.moved) {
-    throw Stop(ExitCode::outputNotWritable, "the folder of " + file +
-                                                " went away before the render began, and the frames went to "
-                                                "the program's folder; make it again and render again");
+    throw Stop(ExitCode::outputNotWritable,
+               "the folder of " + file +
+                   " disappeared before the render began, and the frames went to "
+                   "the program's folder; make it again and render again");
   }
   if (!job.incomplete.empty()) {
     throw Stop(ExitCode::renderFailed,

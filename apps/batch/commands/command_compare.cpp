@@ -6,24 +6,22 @@
 #include <nlohmann/json.hpp>
 
 #include "commands.h"
-#include "failures.h"
 #include "lm_keys.h"
 #include "lm_userarea.h"
 #include "output_file.h"
+#include "picture_file.h"
 #include "picture_host.h"
 
 namespace batch {
 namespace {
-
-constexpr LONG jpegQuality = 95;
 
 void requireNumber(double value, const char* option) {
   if (std::isfinite(value)) return;
   throw Stop(ExitCode::wrongUse, std::string(option) + " needs a number, such as 0.5");
 }
 
-/// Makes the view's picture. One that then lacked the memory for a composition would stay black: that is
-/// found out here.
+/// Creates the view's picture, and checks that a composition has enough memory: without it the picture would
+/// stay black.
 void setSize(lmUserArea& view, const PixelSize& size) {
   view.Sized(size.width, size.height);
   AutoAlloc<BaseBitmap> a, b;
@@ -35,15 +33,15 @@ void setSize(lmUserArea& view, const PixelSize& size) {
                                          std::to_string(size.height) + " pixels; choose a smaller --size");
 }
 
-/// How two pictures differ over all pixels and the three channels, 0 to 1.
+/// The difference of two pictures over all pixels and the three channels, 0 to 1.
 struct Difference {
   double mean = 0, largest = 0, square = 0;
 
-  /// In decibels; infinite when nothing differs.
+  /// In decibels; infinite for equal pictures.
   double peakSignalToNoise() const { return 10 * std::log10(1 / square); }
 };
 
-/// From a picture that holds the absolute differences.
+/// Measures a picture of absolute differences.
 Difference measure(const BaseBitmap& differences) {
   std::array<std::uint64_t, 256> counts{};
   UWORD r = 0, g = 0, b = 0;
@@ -55,7 +53,7 @@ Difference measure(const BaseBitmap& differences) {
       ++counts[b];
     }
   }
-  // Whole numbers as long as can be, so that a limit that is just met is met.
+  // Integers as long as possible, so that a limit that is met exactly counts as met.
   std::uint64_t sum = 0, squares = 0, all = 0, largest = 0;
   for (std::uint64_t value = 0; value < counts.size(); ++value) {
     const std::uint64_t count = counts[value];
@@ -83,18 +81,6 @@ std::string statsText(const Difference& difference, const BaseBitmap& picture) {
   return json.dump(2) + "\n";
 }
 
-void save(const BaseBitmap& bitmap, const std::string& image) {
-  const Filename file{String(image)};
-  BaseContainer settings;
-  settings.SetLong(JPGSAVER_QUALITY, jpegQuality);
-  host::takeFailures();
-  if (bitmap.Save(file, pictureFilter(file), &settings) == IMAGERESULT_OK) return;
-  const auto failures = host::takeFailures();
-  throw Stop(ExitCode::outputNotWritable,
-             failures.empty() ? "the picture " + image + " was not written; choose another place"
-                              : failures.front().sentence);
-}
-
 void place(lmSettings& settings, ComparePlacement placement) {
   settings.SetValue(LM_COMPARE_SCALE, placement == ComparePlacement::scale ? 1 : 0);
   settings.SetValue(LM_COMPARE_CENTER, placement == ComparePlacement::center ? 1 : 0);
@@ -106,7 +92,7 @@ ExitCode runCompare(const CompareOptions& options) {
   requireNumber(options.slider, "--slider");
   if (options.failAbove) requireNumber(*options.failAbove, "--fail-above");
   if (!options.image.empty()) {
-    pictureFilter(Filename(String(options.image)));
+    checkPictureFile(options.image);
     requireWritable(Filename(String(options.image)), "the picture");
   }
   PictureHost host(options.home, options.quiet);
@@ -120,7 +106,7 @@ ExitCode runCompare(const CompareOptions& options) {
 
   if (!options.image.empty()) {
     view.HistoryPrepare(options.slider, options.style);
-    save(*view.display, options.image);
+    savePicture(*view.display, options.image);
   }
   if (!options.stats && !options.failAbove) return ExitCode::done;
 

@@ -6,12 +6,13 @@
 
 #include <CLI/CLI.hpp>
 
+#include "format_list.h"
 #include "lm_version.h"
 
 namespace batch {
 namespace {
 
-constexpr LONG largestSide = 32768; // what a bitmap can hold
+constexpr LONG largestSide = 32768; // of a bitmap
 
 constexpr const char* footer =
     "\nExit codes: 0 done, 1 pictures too different, 2 wrong use, 3 scene or picture unreadable, 4 output "
@@ -19,7 +20,7 @@ constexpr const char* footer =
     "asset "
     "missing\n(the picture is still saved), 130 cancelled. The manual is docs/batch.md.";
 
-/// Whole numbers with `separator` between them; nothing when the text is anything else.
+/// `count` integers with `separator` between them; empty for any other text.
 std::optional<std::vector<LONG>> numbers(std::string_view text, char separator, std::size_t count) {
   std::vector<LONG> values;
   const char* at = text.data();
@@ -45,7 +46,7 @@ Stop wrong(const std::string& sentence) {
 
 PixelSize parseSize(const std::string& text) {
   const auto sides = numbers(text, 'x', 2);
-  if (!sides) throw wrong("--size " + text + " is no size; write it as 1280x720");
+  if (!sides) throw wrong("--size " + text + " is not a size; write it as 1280x720");
   const PixelSize size{(*sides)[0], (*sides)[1]};
   if (size.width < 1 || size.height < 1 || size.width > largestSide || size.height > largestSide) {
     throw wrong("--size " + text + " is out of range; each side can have 1 to 32768 pixels");
@@ -55,11 +56,12 @@ PixelSize parseSize(const std::string& text) {
 
 PixelRegion parseRegion(const std::string& text) {
   const auto sides = numbers(text, ',', 4);
-  if (!sides) throw wrong("--region " + text + " is no region; write left,top,right,bottom as 0,0,639,359");
+  if (!sides)
+    throw wrong("--region " + text + " is not a region; write left,top,right,bottom as 0,0,639,359");
   const PixelRegion region{(*sides)[0], (*sides)[1], (*sides)[2], (*sides)[3]};
   if (region.left < 0 || region.top < 0 || region.right < region.left || region.bottom < region.top) {
     throw wrong("--region " + text +
-                " is empty; left and top are at least 0, right and bottom not before them");
+                " is empty; left and top are at least 0, right and bottom are not below them");
   }
   return region;
 }
@@ -77,7 +79,7 @@ RegionBox parseBox(const std::string& text) {
     at = next;
   }
   if (!good || at != end)
-    throw wrong("--region-box " + text + " is no box; write left,top,size as fractions, as 0.25,0.25,0.5");
+    throw wrong("--region-box " + text + " is not a box; write left,top,size as fractions, as 0.25,0.25,0.5");
   const auto [x, y, size] = values;
   if (!(x >= 0 && x <= 1 && y >= 0 && y <= 1 && size > 0 && size <= 1))
     throw wrong("--region-box " + text +
@@ -88,28 +90,29 @@ RegionBox parseBox(const std::string& text) {
 FrameRange parseFrames(const std::string& text) {
   auto given = numbers(text, ':', 2);
   if (!given) given = numbers(text, ':', 3);
-  if (!given) throw wrong("--frames " + text + " is no range; write first:last or first:last:step, as 0:89");
+  if (!given)
+    throw wrong("--frames " + text + " is not a frame range; write first:last or first:last:step, as 0:89");
   const FrameRange range{(*given)[0], (*given)[1], given->size() > 2 ? (*given)[2] : 1};
   if (range.from < 0 || range.to > lastFrameNumber) {
-    throw wrong("--frames " + text + " is out of range; frames count from 0 to " +
+    throw wrong("--frames " + text + " is out of range; frames are numbered 0 to " +
                 std::to_string(lastFrameNumber));
   }
   if (range.from > range.to) {
-    throw wrong("--frames " + text + " goes backwards; the first frame comes before the last, as 0:89");
+    throw wrong("--frames " + text + " goes backwards; write the first frame before the last, as 0:89");
   }
-  if (range.step < 1) throw wrong("--frames " + text + " does not go on; the step is at least 1");
+  if (range.step < 1) throw wrong("--frames " + text + " has an invalid step; the step is at least 1");
   return range;
 }
 
 std::pair<std::string, std::string> splitSetting(const std::string& text) {
   const auto equals = text.find('=');
   if (equals == std::string::npos || equals == 0) {
-    throw wrong("--set " + text + " names no value; write KEY=VALUE, such as LM_OPT_15014=0");
+    throw wrong("--set " + text + " has no value; write KEY=VALUE, such as LM_OPT_15014=0");
   }
   return {text.substr(0, equals), text.substr(equals + 1)};
 }
 
-/// What the parser fills before the texts become values.
+/// Raw values of the parser.
 struct RawOptions {
   RenderOptions render;
   AnimateOptions animate;
@@ -124,36 +127,39 @@ struct RawOptions {
   std::vector<std::string> sets;
 };
 
-/// What a picture and an animation have in common.
+/// The options that `render` and `animate` share.
 template <class Options>
 void addRun(CLI::App& command, RawOptions& raw, Options& options) {
   command.add_option("SCENE", options.scene, "Scene: glb, gltf, obj, fbx, ply, stl, dae")->required();
-  command.add_option("--size", raw.size, "Size in pixels; else the scene's own")->type_name("WxH");
+  command.add_option("--size", raw.size, "Size in pixels; default: the scene's")->type_name("WxH");
   command.add_option("--camera", options.camera, "Look through this camera")->type_name("NAME");
-  command.add_option("--set", raw.sets, "A setting for this run, by number or LM_ name; any number of them")
+  command.add_option("--set", raw.sets, "A setting for this run, by number or LM_ name; can be repeated")
       ->type_name("KEY=VALUE")
       ->allow_extra_args(false);
-  command.add_option("--samples", options.samples, "Most samples a pixel; else the scene's own")
+  command.add_option("--samples", options.samples, "Maximum samples per pixel; default: the scene's")
       ->type_name("N")
       ->check(CLI::Range(1, 1000000));
-  command.add_option("--threads", options.threads, "Processors to use; else all")
+  command.add_option("--threads", options.threads, "Processors to use; default: all")
       ->type_name("N")
       ->check(CLI::Range(1, 1024));
   command.add_option("--home", options.home, "Folder of the settings")->type_name("DIR");
-  command.add_flag("--quiet", options.quiet, "Print nothing but problems");
+  command.add_flag("--quiet", options.quiet, "Print errors only");
 }
 
 CLI::App* addRender(CLI::App& app, RawOptions& raw) {
   CLI::App* render = app.add_subcommand("render", "Render a scene into a picture");
   render
       ->add_option("-o,--output", raw.render.image,
-                   "Picture: png, tif, jpg, exr, webp, bmp, psd, b3d by its suffix")
+                   "Picture: " + suffixList(FormatUse::write) + " by its suffix")
       ->type_name("IMAGE")
       ->required();
-  render->add_option("--frame", raw.frame, "Frame of the animation; else the scene's current one")
+  render->add_option("--quality", raw.quality, "1 to 100, of a jpg (default 95) or a webp (default lossless)")
+      ->type_name("N")
+      ->check(CLI::Range(1, 100));
+  render->add_option("--frame", raw.frame, "Frame of the animation; default: the scene's current one")
       ->type_name("N");
   CLI::Option* region =
-      render->add_option("--region", raw.region, "Render these pixels only (inclusive); the rest stays black")
+      render->add_option("--region", raw.region, "Render only these pixels (inclusive); the rest stays black")
           ->type_name("L,T,R,B");
   render->add_option("--region-box", raw.box, "The same, as fractions of the picture")
       ->type_name("X,Y,SIZE")
@@ -179,18 +185,18 @@ CLI::App* addAnimate(CLI::App& app, RawOptions& raw) {
                    "0 to 5 movie (4 mov, else avi), 6 bmp, 7 tif, 8 jpg, 9 psd, 10 b3d")
       ->type_name("N")
       ->check(CLI::Range(0, 10));
-  animate->add_option("--quality", raw.quality, "Of JPEG pictures (else 95) and of movies, 1 to 100")
+  animate->add_option("--quality", raw.quality, "1 to 100, of JPEG pictures (default 95) and of movies")
       ->type_name("N")
       ->check(CLI::Range(1, 100));
   animate->add_flag("--stamps", options.stamps, "Draw the stamps that the settings switch on");
-  animate->add_flag("--overwrite", options.overwrite, "Replace an existing file without a question");
-  animate->add_flag("--resume", options.resume, "Render only the pictures that are not whole yet");
+  animate->add_flag("--overwrite", options.overwrite, "Replace an existing file without asking");
+  animate->add_flag("--resume", options.resume, "Render only the pictures that are missing or incomplete");
   addRun(*animate, raw, options);
   return animate;
 }
 
 CLI::App* addInfo(CLI::App& app, RawOptions& raw) {
-  CLI::App* info = app.add_subcommand("info", "Tell what a scene holds");
+  CLI::App* info = app.add_subcommand("info", "Report the contents of a scene");
   info->add_option("SCENE", raw.info.scene, "Scene")->required();
   info->add_flag("--json", raw.info.json, "As JSON");
   return info;
@@ -219,31 +225,32 @@ CLI::App* addSettings(CLI::App& app, RawOptions& raw) {
 }
 
 CLI::App* addCompare(CLI::App& app, RawOptions& raw) {
-  CLI::App* compare = app.add_subcommand("compare", "Put two pictures into one, and measure how they differ");
+  CLI::App* compare =
+      app.add_subcommand("compare", "Compose two pictures into one, and measure their difference");
   CompareOptions& options = raw.compare;
-  compare->add_option("A", options.a, "Picture: png, tif, jpg, exr, webp, hdr, psd, bmp, tga")->required();
-  compare->add_option("B", options.b, "The picture beside it")->required();
+  compare->add_option("A", options.a, "Picture: " + suffixList(FormatUse::read))->required();
+  compare->add_option("B", options.b, "The other picture")->required();
   compare
       ->add_option("-o,--output", options.image,
-                   "Picture: png, tif, jpg, exr, webp, bmp, psd, b3d by its suffix")
+                   "Picture: " + suffixList(FormatUse::write) + " by its suffix")
       ->type_name("IMAGE");
   static const std::map<std::string, LONG> styles = {
       {"columns", 0}, {"rows", 1}, {"blend", 2}, {"difference", 9999}};
-  compare->add_option("--style", options.style, "columns, rows, blend (without the option), difference")
+  compare->add_option("--style", options.style, "columns, rows, blend (the default), difference")
       ->type_name("STYLE")
       ->transform(CLI::CheckedTransformer(styles).description(""));
-  compare->add_option("--slider", options.slider, "From A only (-1) to B only (1); else 0")
+  compare->add_option("--slider", options.slider, "From A only (-1) to B only (1); default 0")
       ->type_name("S")
       ->check(CLI::Range(-1.0, 1.0));
-  compare->add_option("--size", raw.size, "Size in pixels; else that of A")->type_name("WxH");
-  CLI::Option* scale =
-      compare->add_flag("--scale", raw.scale, "Stretch both to the size (without an option)");
+  compare->add_option("--size", raw.size, "Size in pixels; default: that of A")->type_name("WxH");
+  CLI::Option* scale = compare->add_flag("--scale", raw.scale, "Stretch both to the size (the default)");
   CLI::Option* center = compare->add_flag("--center", raw.center, "Keep their sizes, centred");
   CLI::Option* corner = compare->add_flag("--corner", raw.corner, "Keep their sizes, at the upper left");
   scale->excludes(center)->excludes(corner);
   center->excludes(corner);
-  compare->add_flag("--stats", options.stats, "Print how they differ, as JSON");
-  compare->add_option("--fail-above", raw.failAbove, "Exit with 1 when the mean difference is above this")
+  compare->add_flag("--stats", options.stats, "Print their difference as JSON");
+  compare
+      ->add_option("--fail-above", raw.failAbove, "Exit with 1 when the mean difference is above this value")
       ->type_name("X")
       ->check(CLI::Range(0.0, 1.0));
   compare->add_option("--home", options.home, "Folder of the settings")->type_name("DIR");
@@ -279,7 +286,7 @@ CompareOptions finishCompare(const CLI::App& command, RawOptions& raw) {
   if (raw.center) options.placement = ComparePlacement::center;
   if (raw.corner) options.placement = ComparePlacement::corner;
   if (options.image.empty() && !options.stats && !options.failAbove)
-    throw wrong("there is nothing to do; name a picture with -o, or ask for --stats or --fail-above");
+    throw wrong("there is nothing to do; add -o IMAGE, --stats or --fail-above");
   return std::move(options);
 }
 
@@ -306,11 +313,12 @@ RenderOptions finishRender(const CLI::App& app, RawOptions& raw) {
   if (app.count("--region")) options.region = parseRegion(raw.region);
   if (app.count("--region-box")) options.box = parseBox(raw.box);
   if (app.count("--frame")) options.frame = raw.frame;
+  if (app.count("--quality")) options.quality = raw.quality;
   return std::move(options);
 }
 
-/// Arguments in the parser's order (last first). A value that starts with a minus sign, as in
-/// `settings set KEY -1` and `compare A B --slider -1`, is protected from being read as an option.
+/// Arguments in the parser's order, last first. A value that starts with a minus sign, as in
+/// `settings set KEY -1` and `compare A B --slider -1`, is kept from being parsed as an option.
 std::vector<std::string> arguments(int argc, const char* const* argv) {
   std::vector<std::string> list(argv + 1, argv + argc);
   const bool sets = list.size() >= 4 && list[0] == "settings" && list[1] == "set";

@@ -22,8 +22,8 @@ struct PixelRegion {
   LONG left = 0, top = 0, right = 0, bottom = 0;
 };
 
-/// A region as the viewer keeps it: left and top edge, and the size, as fractions of the whole picture. Its
-/// shape is the picture's.
+/// A region as the viewer keeps it: left edge, top edge and size as fractions of the whole picture. It has
+/// the picture's aspect ratio.
 struct RegionBox {
   double x = 0, y = 0, size = 0.5;
 };
@@ -34,10 +34,11 @@ struct RenderOptions {
   std::optional<LONG> frame;
   std::string camera; // empty: the scene's own
   std::optional<PixelRegion> region;
-  std::optional<RegionBox> box;                              // one of both at most
+  std::optional<RegionBox> box;                              // at most one of the two
   std::vector<std::pair<std::string, std::string>> settings; // key and value, as they were typed
   int samples = 0;                                           // 0: the scene's
   int threads = 0;                                           // 0: all
+  std::optional<LONG> quality;                               // 1 to 100, of JPEG and WebP pictures
   std::string home, stats;
   bool quiet = false;
 };
@@ -45,7 +46,7 @@ struct RenderOptions {
 struct AnimateOptions {
   std::string scene, output;
   FrameRange frames;
-  std::optional<LONG> format;  // 0 to 10; else the output's suffix says it
+  std::optional<LONG> format;  // 0 to 10; without it, by the output's suffix
   std::optional<LONG> quality; // 1 to 100, of JPEG pictures and of movies
   std::optional<PixelSize> size;
   std::string camera;                                        // empty: the scene's own
@@ -75,7 +76,7 @@ struct CompareOptions {
   std::string image;             // empty: none
   LONG style = 2;                // of the viewer: 0 columns, 1 rows, 2 blend, 9999 difference
   double slider = 0;             // -1 to 1
-  std::optional<PixelSize> size; // else the first picture's
+  std::optional<PixelSize> size; // without it, the first picture's
   ComparePlacement placement = ComparePlacement::scale;
   bool stats = false, quiet = false;
   std::optional<double> failAbove; // mean difference, 0 to 1
@@ -89,7 +90,7 @@ struct HistoryOptions {
   std::string file, home;
 };
 
-/// A text that was asked for (help, version): it goes to standard output and the program is done.
+/// A text for standard output, instead of a command: help or version.
 struct ShowText {
   std::string text;
 };
@@ -97,7 +98,7 @@ struct ShowText {
 using CommandLine = std::variant<RenderOptions, AnimateOptions, InfoOptions, SettingsOptions, CompareOptions,
                                  HistoryOptions, ShowText>;
 
-/// Throws `Stop` with `wrongUse` when the arguments make no command.
+/// Throws `Stop` with `wrongUse` for invalid arguments.
 CommandLine parseCommandLine(int argc, const char* const* argv);
 
 } // namespace batch

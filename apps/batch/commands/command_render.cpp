@@ -7,11 +7,11 @@
 #include "c4d_bitmap.h"
 #include "c4d_render.h"
 #include "commands.h"
-#include "failures.h"
 #include "interrupt.h"
 #include "lm_keys.h"
 #include "messages.h"
 #include "output_file.h"
+#include "picture_file.h"
 #include "plugin_host.h"
 #include "render_job.h"
 #include "render_report.h"
@@ -22,12 +22,10 @@
 namespace batch {
 namespace {
 
-constexpr LONG jpegQuality = 95;
-
-/// Everything that can be wrong before work begins.
+/// Checks the options before any work begins.
 void checkTargets(const RenderOptions& options) {
   checkAssignments(options.settings);
-  pictureFilter(Filename(String(options.image)));
+  checkPictureFile(options.image, options.quality);
   requireWritable(Filename(String(options.image)), "the picture");
   if (!options.stats.empty()) requireWritable(Filename(String(options.stats)), "the statistics file");
 }
@@ -44,7 +42,7 @@ void checkRegion(const std::optional<PixelRegion>& region, PixelSize size) {
                                      " x " + std::to_string(size.height) + " pixels");
 }
 
-/// The pixels to render; none: all. A box that reaches past an edge is moved back onto it.
+/// The pixels to render; empty: all. A box that reaches past an edge is moved inside.
 std::optional<PixelRegion> pixelRegion(const RenderOptions& options, PixelSize size) {
   checkRegion(options.region, size);
   if (!options.box) return options.region;
@@ -58,19 +56,7 @@ std::optional<PixelRegion> pixelRegion(const RenderOptions& options, PixelSize s
   return PixelRegion{left, top, right, bottom};
 }
 
-void savePicture(const BaseBitmap& bitmap, const std::string& image) {
-  const Filename file{String(image)};
-  BaseContainer settings;
-  settings.SetLong(JPGSAVER_QUALITY, jpegQuality);
-  host::takeFailures(); // those of plug-ins are not ours to tell
-  if (bitmap.Save(file, pictureFilter(file), &settings) == IMAGERESULT_OK) return;
-  const auto failures = host::takeFailures();
-  throw Stop(ExitCode::outputNotWritable,
-             failures.empty() ? "the picture " + image + " was not written; choose another place"
-                              : failures.front().sentence);
-}
-
-/// The exit code of a job, and its sentence when it is not a good one.
+/// The exit code of a job; prints the error message of a failed one.
 ExitCode judge(const JobResult& job, const RenderOptions& options, const Scene& scene, Messages& messages) {
   switch (job.result) {
   case RENDERRESULT_OK:
@@ -109,14 +95,14 @@ ExitCode renderScene(const RenderOptions& options, Messages& messages) {
   host::setActiveDocument(scene.document.release());
   const JobResult job = runJob(document, *bitmap, settings, region, messages);
 
-  // A break before the first frame leaves the result of a good render, so the request alone counts.
+  // A break before the first frame leaves the result of a successful render, so the request decides.
   if (interrupted()) throw Stop(ExitCode::cancelled, "cancelled; " + options.image + " was not written");
   if (!job.rendered) {
     throw Stop(ExitCode::renderFailed, "the scene " + options.scene +
                                            " could not be prepared for the render; there is "
                                            "probably not enough memory, close other programs");
   }
-  savePicture(*bitmap, options.image);
+  savePicture(*bitmap, options.image, options.quality);
   if (!options.stats.empty()) {
     writeText(Filename(String(options.stats)), statsText(times, size, job.result), "the statistics file");
   }

@@ -4,7 +4,6 @@
 #include "commands.h"
 #include "lm_folder.h"
 #include "lm_settings.h"
-#include "main.h"
 #include "messages.h"
 #include "plugin_unit.h"
 #include "program.h"
@@ -15,21 +14,21 @@
 namespace batch {
 namespace {
 
-/// The host without registered commands: their dialogs write all their settings back when they end, over
-/// what another program has stored meanwhile.
+/// A host without registered commands, because their dialogs would write all their settings back at the end,
+/// over changes that other programs stored in between.
 class SettingsHost {
  public:
   explicit SettingsHost(const std::string& home)
       : messages_(false), ui_(messages_), program_(options(home)),
         plugin_(linkedPlugin(program_.startupPath())) {}
 
-  /// As every start of the plug-in does.
+  /// Applies a pending reset, as every start of the plug-in does.
   void applyReset() {
     const host::PluginScope scope(&plugin_);
     CheckResetLM();
   }
   const host::PluginUnit& plugin() const { return plugin_; }
-  /// Refuses changes that a temporary home would forget.
+  /// Refuses changes to a temporary home, which would be lost.
   void requireHome() const {
     if (!program_.homeIsKept())
       throw Stop(ExitCode::outputNotWritable,
@@ -43,7 +42,7 @@ class SettingsHost {
     options.home = Filename(String(home));
     options.ui = &ui_;
     options.loadModules = false;
-    options.consoleEcho = nullptr; // the messages show it
+    options.consoleEcho = nullptr; // the messages print it
     return options;
   }
 
@@ -53,7 +52,7 @@ class SettingsHost {
   host::PluginUnit plugin_;
 };
 
-/// The defaults with the stored values over them, as the dialogs see them.
+/// The defaults overlaid with the stored values, as in the dialogs.
 BaseContainer currentSettings() {
   lmSettings settings;
   settings.Init(ID_LUMENARA);
@@ -62,7 +61,7 @@ BaseContainer currentSettings() {
   return *settings.GetDataInstance();
 }
 
-/// One line a setting: number, name, kind and value, then, after tabs, default, range and label.
+/// One line per setting: number, name, type and value, then, after tabs, default, range and label.
 void list(const host::PluginUnit& plugin) {
   const BaseContainer values = currentSettings();
   const auto words = settingWords(plugin);
@@ -84,7 +83,7 @@ void get(const std::string& name) {
   std::printf("%s\n", settingText(currentSettings().GetData(key.key)).c_str());
 }
 
-/// The range that `list` tells, before anything is stored.
+/// Checks the value against the range that `list` shows.
 void checkValue(const host::PluginUnit& plugin, const std::string& name, const std::string& text) {
   const lmKey& key = findSetting(name);
   const auto words = settingWords(plugin);
@@ -119,7 +118,7 @@ void leaveResetMarker() {
 } // namespace
 
 ExitCode runSettings(const SettingsOptions& options) {
-  // Wrong use is told before anything is touched.
+  // Checked before anything is changed.
   if (!options.key.empty()) {
     const lmKey& key = findSetting(options.key);
     if (options.action == SettingsAction::set) parseSetting(key, options.value);

@@ -7,23 +7,21 @@
 #include "failures.h"
 #include "interrupt.h"
 #include "lm_thread.h"
-#include "main_loop.h"
 #include "plugin_unit.h"
 #include "render_job.h"
 #include "thread_context.h"
+#include "thread_run.h"
 
 namespace batch {
 namespace {
-
-constexpr host::Milliseconds pollPeriod = 20;
 
 LONG currentFrame(const LMTHREAD_DATA& status, const FrameRange& frames) {
   const BaseTime time = status.frameTime;
   return std::clamp(time.GetFrame(status.fps.load()), frames.from, frames.to);
 }
 
-/// The part of all frames that is done. It never falls: the second eye of a stereo frame starts from 0 again,
-/// and a frame's first report comes a little later than its number.
+/// The fraction of all frames that is done. It never decreases, although the second eye of a stereo frame
+/// starts from 0 again and a frame's first progress report follows its number a little later.
 class DonePart {
  public:
   DonePart(const FrameRange& frames, const FrameProgress& before) : frames_(frames), before_(before) {}
@@ -46,12 +44,12 @@ class DonePart {
   double stale_ = -1, most_ = 0;
 };
 
-/// Looks for a job's files and frames in the host's record of failures, where those of plug-ins are as well.
+/// Finds the failures of a job's files and frames in the host's record, which holds those of plug-ins, too.
 class FailureWatch {
  public:
   explicit FailureWatch(const AnimationTarget& target) : target_(target) { host::takeFailures(); }
 
-  /// Whether there are any by now.
+  /// Whether any has been recorded so far.
   bool look() {
     if (const std::size_t count = host::failureCount(); count != seen_) {
       seen_ = count;
@@ -59,9 +57,9 @@ class FailureWatch {
     }
     return !sentence_.empty() || !frames_.empty();
   }
-  /// The first file's sentence; empty when there is none.
+  /// Error text of the first file; empty without one.
   const std::string& sentence() const { return sentence_; }
-  /// The frames that were not rendered to their end, each once, and the first one's sentence.
+  /// The incomplete frames, each once, and the error text of the first.
   const std::vector<LONG>& frames() const { return frames_; }
   const std::string& frameSentence() const { return frameSentence_; }
 
@@ -102,22 +100,19 @@ void fillThread(lmThread& thread, const AnimationJob& job, std::atomic<LONG>& ru
   thread.stamps = job.stamps;
 }
 
-void waitFor(lmThread& thread, const LMTHREAD_DATA& status, const AnimationJob& job,
-             const FrameProgress& before, FailureWatch& failures, Messages& messages) {
+void runFrames(lmThread& thread, const LMTHREAD_DATA& status, const AnimationJob& job,
+               const FrameProgress& before, FailureWatch& failures, Messages& messages) {
   DonePart part(job.frames, before);
-  while (thread.IsRunning()) {
-    host::mainLoop().waitAndRun(host::clock().now() + pollPeriod);
-    // A request that comes before the thread's first step is lost, so it is repeated.
-    if (interrupted() || failures.look()) thread.CancelRender();
+  runThread(thread, [&] {
     const LONG frame = currentFrame(status, job.frames);
     if (interrupted() && !job.target.movie())
       setUnfinishedFile(frameFile(job.target, frame).GetString().GetUTF8());
     messages.progress(part.at(frame, status.progress), "frame " + std::to_string(frame));
-  }
-  thread.Wait(TRUE);
+    return interrupted() || failures.look();
+  });
 }
 
-/// The thread saves what it has of a frame when it is stopped or its render fails.
+/// The thread saves a frame even when it is stopped or its render fails.
 void removeUnfinished(const AnimationJob& job, const AnimationResult& outcome) {
   if (job.target.movie() || outcome.moved) return;
   std::vector<LONG> unfinished = outcome.incomplete;
@@ -138,18 +133,14 @@ AnimationResult runAnimation(BaseDocument& document, BaseBitmap& bitmap, lmSetti
   status.frameTime = BaseTime(job.frames.from, document.GetFps());
   std::atomic<LONG> running{1};
 
-  const host::PluginScope plugin(startedPlugin()); // the thread is the plug-in's and finds its pictures
+  const host::PluginScope plugin(startedPlugin()); // the thread finds the plug-in's pictures
   lmThread thread;
   thread.settings = &settings;
   thread.data = &status;
   thread.bitmap = &bitmap;
   fillThread(thread, job, running);
   FailureWatch failures(job.target);
-  if (!thread.Start()) {
-    throw Stop(ExitCode::renderFailed,
-               "the render could not be started: the system gives no thread; close other programs");
-  }
-  waitFor(thread, status, job, before, failures, messages);
+  runFrames(thread, status, job, before, failures, messages);
 
   AnimationResult outcome;
   outcome.rendered = status.progress == 1.0 && running == 0;

@@ -1,17 +1,16 @@
 #include "frame_files.h"
 
 #include <algorithm>
-#include <array>
 #include <cstddef>
 #include <filesystem>
 #include <span>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 #include "atomic_file.h"
 #include "lm_thread.h"
 #include "picture_decode.h"
+#include "picture_formats.h"
 #include "read_file.h"
 
 namespace batch {
@@ -20,12 +19,25 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr LONG openRaster = 10;
-constexpr std::array<std::pair<const char*, LONG>, 7> formats{
-    {{"mov", 4}, {"avi", 5}, {"bmp", 6}, {"tif", 7}, {"jpg", 8}, {"psd", 9}, {"b3d", openRaster}}};
+
+/// A format of the render thread: its number, and its suffix (movies) or its picture filter.
+struct FrameFormat {
+  LONG number;
+  const char* movie;
+  LONG filter;
+  const char* suffix() const { return movie ? movie : host::formatOfFilter(filter)->suffixes[0]; }
+};
+constexpr FrameFormat formats[] = {{4, "mov", 0},
+                                   {5, "avi", 0},
+                                   {6, nullptr, FILTER_BMP},
+                                   {7, nullptr, FILTER_TIF},
+                                   {8, nullptr, FILTER_JPG},
+                                   {9, nullptr, FILTER_PSD},
+                                   {openRaster, nullptr, FILTER_B3D}};
 
 LONG formatOf(const Filename& file) {
-  for (const auto& [suffix, format] : formats) {
-    if (file.CheckSuffix(suffix)) return format;
+  for (const FrameFormat& format : formats) {
+    if (file.CheckSuffix(format.suffix())) return format.number;
   }
   const std::string suffix = file.GetSuffix().GetUTF8();
   throw Stop(ExitCode::wrongUse,
@@ -34,15 +46,15 @@ LONG formatOf(const Filename& file) {
                  "; animations are written as mov or avi movies, or as bmp, tif, jpg, psd or b3d pictures");
 }
 
-/// The thread writes all numbers below 4 as AVI too.
-const char* suffixOf(LONG format) {
-  for (const auto& [suffix, number] : formats) {
-    if (number == format) return suffix;
+/// The thread writes every number below 4 as AVI, too.
+const char* suffixOf(LONG number) {
+  for (const FrameFormat& format : formats) {
+    if (format.number == number) return format.suffix();
   }
   return "avi";
 }
 
-/// The thread looks at the folder, which a name alone does not have.
+/// The thread checks the output's folder, so the name must include it.
 Filename absoluteFile(const Filename& file) {
   std::error_code failed;
   const fs::path path = fs::absolute(fs::path(file.GetString().GetUTF8()), failed);
@@ -62,7 +74,7 @@ bool isFrameName(const AnimationTarget& target, std::string_view name) {
 
 using Bytes = std::span<const std::byte>;
 
-/// The flat picture of a layered document, which is stored as it is; empty when the archive has no end.
+/// The flat picture of a layered document, which is stored uncompressed; empty when the archive is cut off.
 Bytes mergedPicture(Bytes archive) {
   constexpr std::size_t endRecord = 22;
   const std::string_view text(reinterpret_cast<const char*>(archive.data()), archive.size());

@@ -1,9 +1,7 @@
 #include "output_file.h"
 
 #include "atomic_file.h"
-#include "c4d_bitmap.h"
 #include "exit_code.h"
-#include "picture_formats.h"
 
 namespace batch {
 namespace {
@@ -14,18 +12,6 @@ namespace {
 }
 
 } // namespace
-
-LONG pictureFilter(const Filename& picture) {
-  const std::string suffix = picture.GetSuffix().GetUTF8();
-  if (const host::PictureFileFormat* format = host::formatOfSuffix(suffix)) return format->filter;
-  std::string known;
-  for (const host::PictureFileFormat& format : host::pictureFileFormats())
-    if (format.write) known += (known.empty() ? "" : ", ") + std::string(format.suffixes[0]);
-  throw Stop(ExitCode::wrongUse,
-             picture.GetString().GetUTF8() +
-                 (suffix.empty() ? " has no suffix" : " has the unknown suffix " + suffix) +
-                 "; pictures are written as " + known);
-}
 
 void requireWritable(const Filename& file, const std::string& what) {
   if (GeFExist(file, TRUE)) notWritable(file, what, "it is a folder; name a file");

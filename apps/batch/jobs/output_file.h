@@ -1,18 +1,14 @@
-// Where results go: known formats, and targets that can be written.
+// Files that a command writes.
 #pragma once
 
 #include <string>
 
 #include "c4d_filename.h"
-#include "c4d_types.h"
 
 namespace batch {
 
-/// The image filter for a picture's suffix. Throws `Stop` (wrong use) for any other.
-LONG pictureFilter(const Filename& picture);
-
-/// Makes sure, before any work is done, that the file can be made or replaced; nothing is left of the try.
-/// Throws `Stop` (output not writable).
+/// Checks that the file can be created or replaced, and leaves nothing behind. Throws `Stop` (output not
+/// writable).
 void requireWritable(const Filename& file, const std::string& what);
 
 /// Replaces a text file. Throws `Stop` (output not writable).

@@ -4,16 +4,14 @@
 #include "interrupt.h"
 #include "lm_stamps.h"
 #include "lm_thread.h"
-#include "main_loop.h"
 #include "plugin_unit.h"
 #include "run_settings.h"
 #include "scene_setup.h"
 #include "thread_context.h"
+#include "thread_run.h"
 
 namespace batch {
 namespace {
-
-constexpr host::Milliseconds pollPeriod = 20;
 
 void setRegion(lmThread& thread, const std::optional<PixelRegion>& region) {
   if (!region) return;
@@ -22,18 +20,6 @@ void setRegion(lmThread& thread, const std::optional<PixelRegion>& region) {
   thread.regionTop = region->top;
   thread.regionRight = region->right;
   thread.regionBottom = region->bottom;
-}
-
-void waitFor(lmThread& thread, const LMTHREAD_DATA& status, Messages& messages) {
-  messages.begin("Rendering");
-  while (thread.IsRunning()) {
-    host::mainLoop().waitAndRun(host::clock().now() + pollPeriod);
-    // A request that comes before the thread's first step is lost, so it is repeated.
-    if (interrupted()) thread.CancelRender();
-    messages.progress(status.progress);
-  }
-  thread.Wait(TRUE);
-  messages.end();
 }
 
 } // namespace
@@ -50,17 +36,18 @@ JobResult runJob(BaseDocument& document, BaseBitmap& bitmap, lmSettings& setting
   LMTHREAD_DATA status;
   fillStatus(document, status);
 
-  const host::PluginScope plugin(startedPlugin()); // the thread is the plug-in's and finds its pictures
+  const host::PluginScope plugin(startedPlugin()); // the thread finds the plug-in's pictures
   lmThread thread;
   thread.settings = &settings;
   thread.data = &status;
   thread.bitmap = &bitmap;
   setRegion(thread, region);
-  if (!thread.Start()) {
-    throw Stop(ExitCode::renderFailed,
-               "the render could not be started: the system gives no thread; close other programs");
-  }
-  waitFor(thread, status, messages);
+  messages.begin("Rendering");
+  runThread(thread, [&] {
+    messages.progress(status.progress);
+    return interrupted();
+  });
+  messages.end();
 
   JobResult job;
   job.rendered = status.progress == 1.0;

@@ -1,0 +1,41 @@
+#include "picture_file.h"
+
+#include "exit_code.h"
+#include "failures.h"
+#include "format_list.h"
+#include "picture_formats.h"
+
+namespace batch {
+namespace {
+
+const host::PictureFileFormat& formatOf(const std::string& file) {
+  const std::string suffix = Filename(String(file)).GetSuffix().GetUTF8();
+  if (const host::PictureFileFormat* format = host::formatOfSuffix(suffix)) return *format;
+  throw Stop(ExitCode::wrongUse,
+             file + (suffix.empty() ? " has no suffix" : " has the unknown suffix " + suffix) +
+                 "; pictures are written as " + suffixList(FormatUse::write));
+}
+
+} // namespace
+
+void checkPictureFile(const std::string& file, std::optional<LONG> quality) {
+  const host::PictureFileFormat& format = formatOf(file);
+  if (!quality || format.option == host::WriterOption::quality) return;
+  throw Stop(ExitCode::wrongUse, "--quality has no effect on " + file + ": " + format.name +
+                                     " pictures have no quality; leave it out, or write a jpg or webp");
+}
+
+void savePicture(const BaseBitmap& bitmap, const std::string& file, std::optional<LONG> quality) {
+  const host::PictureFileFormat& format = formatOf(file);
+  BaseContainer settings;
+  settings.SetLong(JPGSAVER_QUALITY, quality.value_or(defaultJpegQuality));
+  if (quality) settings.SetLong(host::webpSaverQuality, *quality);
+  host::takeFailures(); // earlier failures are not this file's
+  if (bitmap.Save(Filename(String(file)), format.filter, &settings) == IMAGERESULT_OK) return;
+  const auto failures = host::takeFailures();
+  throw Stop(ExitCode::outputNotWritable,
+             failures.empty() ? "the picture " + file + " was not written; choose another place"
+                              : failures.front().sentence);
+}
+
+} // namespace batch
