@@ -3,19 +3,21 @@
 include_guard(GLOBAL)
 
 # The host's folders, lower ones first, and what each may use.
-set(LUMENARA_FOLDERS interface core image scene render dialog view session qt)
+set(LUMENARA_FOLDERS interface core image denoise scene render dialog view session qt)
 set(LUMENARA_USES_interface)
 set(LUMENARA_USES_core interface)
 set(LUMENARA_USES_image core interface)
+set(LUMENARA_USES_denoise core interface)
 set(LUMENARA_USES_scene core interface)
-set(LUMENARA_USES_render scene image core interface)
+set(LUMENARA_USES_render scene denoise image core interface)
 set(LUMENARA_USES_dialog core image scene interface)
 set(LUMENARA_USES_view core image scene interface)
-set(LUMENARA_USES_session dialog view render core image scene interface)
-set(LUMENARA_USES_qt session dialog view render core image scene interface)
+set(LUMENARA_USES_session dialog view render denoise core image scene interface)
+set(LUMENARA_USES_qt session dialog view render denoise core image scene interface)
 
 # Sub-folders that are parts, each loaded at its first use.
 set(LUMENARA_PARTS_image ffmpeg pictures)
+set(LUMENARA_PARTS_denoise onednn)
 set(LUMENARA_PARTS_scene import)
 
 # lumenara_wall(NAME HEADERS PLACE...): the library dep::NAME, a regular expression that its headers begin with ("-" for the standard
@@ -33,7 +35,7 @@ function(lumenara_wall name headers)
   endforeach()
 endfunction()
 
-lumenara_wall(threads "-" host/core host/image host/scene host/render host/dialog host/view host/session host/qt)
+lumenara_wall(threads "-" host/core host/image host/denoise host/scene host/render host/dialog host/view host/session host/qt)
 lumenara_wall(json "nlohmann/" host/core host/scene host/scene/import apps/batch apps/studio tests bench)
 lumenara_wall(png "spng[.]h$" host/image/codec tests bench)
 lumenara_wall(jpeg "jpeglib[.]h$|jerror[.]h$" host/image/codec tests bench)
@@ -48,6 +50,7 @@ lumenara_wall(fontconfig "fontconfig/" host/image/text)
 lumenara_wall(openimageio "OpenImageIO/" host/image/pictures tests)
 lumenara_wall(magick "Magick[+][+]" host/image/pictures tests)
 lumenara_wall(ffmpeg "libav(codec|format|util)/|libswscale/" host/image/ffmpeg tests/image)
+lumenara_wall(dnnl "oneapi/dnnl/|omp[.]h$" host/denoise/onednn)
 lumenara_wall(tinygltf "tiny_gltf[.]h$" host/scene/gltf tests)
 lumenara_wall(draco "draco/" host/scene/gltf tests)
 lumenara_wall(opensubdiv "opensubdiv/" host/scene/mesh tests)

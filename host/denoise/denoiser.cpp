@@ -1,0 +1,163 @@
+#include "denoiser.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <fstream>
+#include <iterator>
+#include <mutex>
+#include <new>
+
+#include "denoise_tiles.h"
+#include "hdr_transfer.h"
+#include "network_library.h"
+#include "part.h"
+#include "platform.h"
+#include "worker_threads.h"
+
+namespace host::denoise {
+namespace {
+
+constexpr const char* advice = "; install the program again, or render without denoising";
+
+Weights readWeights(const Filename& file) {
+  const std::string path = file.GetString().GetUTF8();
+  std::ifstream stream(path, std::ios::binary);
+  const std::string bytes((std::istreambuf_iterator<char>(stream)), {});
+  if (!stream) throw DenoiseError("the denoiser's file \"" + path + "\" cannot be read" + advice);
+  try {
+    return Weights(std::as_bytes(std::span(bytes)));
+  } catch (const WeightsError& error) {
+    throw DenoiseError("the denoiser's file \"" + path + "\" " + error.what() + advice);
+  }
+}
+
+/// One network with its weights, kept for the next picture. One picture at a time.
+struct LoadedNetwork {
+  Filename file;
+  int threads = 0;
+  std::unique_ptr<Weights> weights;
+  std::unique_ptr<Network> network;
+
+  void load(const Filename& wanted, int wantedThreads) {
+    if (network && file == wanted && threads == wantedThreads) return;
+    network.reset();
+    weights = std::make_unique<Weights>(readWeights(wanted));
+    network = networkLibrary().make(*weights, wantedThreads);
+    file = wanted;
+    threads = wantedThreads;
+  }
+};
+
+/// A picture's values as the network takes them, and back.
+class Translation {
+ public:
+  explicit Translation(const NoisyPicture& picture)
+      : picture_(picture),
+        exposure_(autoExposure({picture.color, pixels() * 3}, picture.width, picture.height)) {}
+
+  bool hasLayers() const noexcept { return picture_.albedo && picture_.normal; }
+
+  /// The planes of a tile. Beyond the picture its last column and row are repeated.
+  void fill(const DenoiseTile& tile, std::vector<float>& planes) const {
+    const std::size_t plane =
+        static_cast<std::size_t>(tile.seenWidth) * static_cast<std::size_t>(tile.seenHeight);
+    planes.resize(plane * (hasLayers() ? 9 : 3));
+    std::size_t at = 0;
+    for (int y = 0; y < tile.seenHeight; ++y)
+      for (int x = 0; x < tile.seenWidth; ++x, ++at) {
+        const std::size_t from = index(std::min(tile.seenLeft + x, picture_.width - 1),
+                                       std::min(tile.seenTop + y, picture_.height - 1));
+        for (std::size_t i = 0; i < 3; ++i) {
+          planes[i * plane + at] = toNetwork(picture_.color[from + i] * exposure_);
+          if (!hasLayers()) continue;
+          planes[(3 + i) * plane + at] = within(picture_.albedo[from + i], 0, 1);
+          planes[(6 + i) * plane + at] = within(picture_.normal[from + i], -1, 1) * 0.5f + 0.5f;
+        }
+      }
+  }
+
+  void take(const DenoiseTile& tile, const std::vector<float>& planes, std::vector<float>& result) const {
+    const std::size_t plane =
+        static_cast<std::size_t>(tile.seenWidth) * static_cast<std::size_t>(tile.seenHeight);
+    for (int y = tile.top; y < tile.bottom; ++y)
+      for (int x = tile.left; x < tile.right; ++x) {
+        const std::size_t at =
+            static_cast<std::size_t>(y - tile.seenTop) * static_cast<std::size_t>(tile.seenWidth) +
+            static_cast<std::size_t>(x - tile.seenLeft);
+        for (std::size_t i = 0; i < 3; ++i)
+          result[index(x, y) + i] = fromNetwork(planes[i * plane + at]) / exposure_;
+      }
+  }
+
+  std::size_t pixels() const noexcept {
+    return static_cast<std::size_t>(picture_.width) * static_cast<std::size_t>(picture_.height);
+  }
+
+ private:
+  static float within(float value, float low, float high) noexcept {
+    return std::isnan(value) ? 0 : std::clamp(value, low, high);
+  }
+  std::size_t index(int x, int y) const noexcept {
+    return (static_cast<std::size_t>(y) * static_cast<std::size_t>(picture_.width) +
+            static_cast<std::size_t>(x)) *
+           3;
+  }
+
+  const NoisyPicture& picture_;
+  const float exposure_;
+};
+
+const char* fileFor(bool layers, Effort effort) noexcept {
+  if (!layers) return "rt_hdr.tza";
+  return effort == Effort::live ? "rt_hdr_alb_nrm_small.tza" : "rt_hdr_alb_nrm.tza";
+}
+
+std::optional<std::vector<float>> run(const NoisyPicture& picture, Network& network,
+                                      const Translation& translation,
+                                      const std::function<bool(double)>& goOn) {
+  const std::vector<DenoiseTile> tiles = planTiles(picture.width, picture.height);
+  std::vector<float> input, output, result(translation.pixels() * 3);
+  double done = 0;
+  for (const DenoiseTile& tile : tiles) {
+    translation.fill(tile, input);
+    output.resize(static_cast<std::size_t>(tile.seenWidth) * static_cast<std::size_t>(tile.seenHeight) * 3);
+    const double share = 1.0 / static_cast<double>(tiles.size());
+    const auto within = [&](double part) { return goOn(done + part * share); };
+    if (!network.run(input.data(), tile.seenWidth, tile.seenHeight, output.data(), within))
+      return std::nullopt;
+    translation.take(tile, output, result);
+    done += share;
+  }
+  return result;
+}
+
+Filename defaultWeights() {
+  return platform::libraryPath().GetDirectory().GetDirectory() + "share" + "lumenara" + "denoise";
+}
+
+} // namespace
+
+std::optional<std::vector<float>> denoise(const NoisyPicture& picture, Effort effort, const Filename& weights,
+                                          const std::function<bool(double)>& goOn) {
+  static std::mutex oneAtATime;
+  static LoadedNetwork loaded[2]; // the small network, and one of the full ones
+  const std::lock_guard lock(oneAtATime);
+  try {
+    const Translation translation(picture);
+    LoadedNetwork& network = loaded[translation.hasLayers() && effort == Effort::live ? 0 : 1];
+    network.load(weights + fileFor(translation.hasLayers(), effort), workerCount());
+    return run(picture, *network.network, translation, goOn);
+  } catch (const PartError& error) {
+    throw DenoiseError(std::string(error.what()) + advice);
+  } catch (const std::bad_alloc&) {
+    throw DenoiseError("there is not enough memory to denoise the picture; close other programs");
+  }
+}
+
+std::optional<std::vector<float>> denoise(const NoisyPicture& picture, Effort effort,
+                                          const std::function<bool(double)>& goOn) {
+  return denoise(picture, effort, defaultWeights(), goOn);
+}
+
+} // namespace host::denoise
