@@ -32,6 +32,7 @@ RenderSettings readSettings(const BaseContainer& container, int width, int heigh
   const double noise = container.GetReal(RDATA_NOISETHRESHOLD, 0.01);
   s.noise = std::isfinite(noise) ? static_cast<float>(std::clamp(noise, 0.0, 1.0)) : 0.01f;
   s.seed = static_cast<std::uint32_t>(container.GetLong(seedSetting, 0));
+  s.denoise = container.GetLong(denoiseSetting, 0) == 1;
   s.preview = container.GetLong(RDATA_RENDERENGINE) != RDATA_RENDERENGINE_STANDARD;
   s.hardware = container.GetLong(RDATA_RENDERENGINE) == RDATA_RENDERENGINE_PREVIEWHARDWARE;
   s.blurry = container.GetBool(RDATA_ENABLEBLURRY, TRUE);

@@ -11,6 +11,8 @@ namespace host::render {
 /// Seed of the samples, used by the host's own renders: renders with different seeds can be averaged. Default
 /// 0.
 inline constexpr LONG seedSetting = 7102;
+/// (LONG, 0 or 1, 0) 1: the finished picture is denoised. A setting of the host's own, kept with the document.
+inline constexpr LONG denoiseSetting = 7103;
 
 /// Inclusive pixel bounds; empty when right < left or bottom < top.
 struct Region {
@@ -33,6 +35,7 @@ struct RenderSettings {
   Region region;                // of the bitmap, already clipped
   int samples = 64;             // a pixel, at most
   float noise = 0.01f;          // a pixel stops when its estimated error falls below; 0: never
+  bool denoise = false;         // when the last sample was added
   bool preview = false;         // engine 1: camera rays, simple light, no noise
   bool hardware = false;        // engine 2: the preview through OpenGL, where a driver is available
   bool blurry = true;           // false: roughness counts as 0 in reflection and transmission

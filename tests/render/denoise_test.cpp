@@ -1,0 +1,96 @@
+// Denoising of finished renders.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+
+#include "render_settings.h"
+#include "scene_kit.h"
+
+using namespace kit;
+
+namespace {
+
+// A ball in a room that is lit by the sky alone: noisy with few samples.
+Scene ballInShade() {
+  Scene scene;
+  scene.sky(0.6f);
+  scene.materials[0]->baseColor = {0.7f, 0.5f, 0.4f, 1};
+  scene.materials[0]->reflectionOn = false;
+  scene.add(quad({-5, 0, 5}, {10, 0, 0}, {0, 0, -10}));
+  scene.add(quad({-5, 0, -2}, {10, 0, 0}, {0, 5, 0}));
+  Matrix up;
+  up.off = Vector(0, 1, 0);
+  scene.add(ball(1, 48), 0, up);
+  scene.lookAt({0, 1.5f, 5}, {0, 0.8f, 0}, false, 0.7f);
+  return scene;
+}
+
+double errorOf(const Result& result, const Result& reference) {
+  double sum = 0;
+  for (std::size_t i = 0; i < result.pixels.size(); ++i)
+    sum += std::pow(static_cast<double>(result.pixels[i] - reference.pixels[i]), 2);
+  return std::sqrt(sum / static_cast<double>(result.pixels.size()));
+}
+
+TEST(Denoise, FewSamplesLookLikeMany) {
+  Scene scene = ballInShade();
+  const Result reference = draw(scene, 96, 64, settings(96, 64, 1024));
+  auto few = settings(96, 64, 4);
+  const Result noisy = draw(scene, 96, 64, few);
+  few.denoise = true;
+  const Result clean = draw(scene, 96, 64, few);
+  EXPECT_EQ(clean.code, RENDERRESULT_OK);
+  EXPECT_TRUE(clean.problems.empty());
+  EXPECT_LT(errorOf(clean, reference), 0.5 * errorOf(noisy, reference));
+  EXPECT_NE(clean.display, noisy.display); // the bitmap shows it as well
+  for (int y = 0; y < 64; ++y)
+    for (int x = 0; x < 96; ++x)
+      ASSERT_EQ(clean.alpha(x, y), noisy.alpha(x, y));
+}
+
+TEST(Denoise, OnlyTheRegionAndNeverThePreview) {
+  Scene scene = ballInShade();
+  auto how = settings(96, 64, 4);
+  how.region = {10, 20, 60, 50};
+  const Result noisy = draw(scene, 96, 64, how);
+  how.denoise = true;
+  const Result clean = draw(scene, 96, 64, how);
+  for (int y = 0; y < 64; ++y)
+    for (int x = 0; x < 96; ++x) {
+      const bool inside = x >= 10 && x <= 60 && y >= 20 && y <= 50;
+      if (!inside) ASSERT_EQ(clean.at(x, y).x, noisy.at(x, y).x) << x << " " << y;
+    }
+  EXPECT_NE(clean.mean(10, 20, 60, 50).x, noisy.mean(10, 20, 60, 50).x);
+
+  how.preview = true;
+  const Result denoisedPreview = draw(scene, 96, 64, how);
+  how.denoise = false;
+  EXPECT_EQ(denoisedPreview.pixels, draw(scene, 96, 64, how).pixels);
+}
+
+// A stop while the network works leaves the noisy picture.
+TEST(Denoise, Stopped) {
+  Scene scene = ballInShade();
+  auto how = settings(96, 64, 4);
+  const Result noisy = draw(scene, 96, 64, how);
+  how.denoise = true;
+  render::RenderHooks hooks;
+  bool passesEnded = false;
+  hooks.endPasses = [&] { passesEnded = true; };
+  hooks.stopped = [&] { return passesEnded; };
+  const Result stopped = draw(scene, 96, 64, how, hooks);
+  EXPECT_EQ(stopped.code, RENDERRESULT_USERBREAK);
+  EXPECT_EQ(stopped.pixels, noisy.pixels);
+}
+
+TEST(Denoise, SettingOfTheDocument) {
+  BaseContainer container;
+  EXPECT_FALSE(host::render::readSettings(container, 8, 8).denoise);
+  container.SetLong(host::render::denoiseSetting, 1);
+  EXPECT_TRUE(host::render::readSettings(container, 8, 8).denoise);
+  container.SetLong(host::render::denoiseSetting, 7);
+  EXPECT_FALSE(host::render::readSettings(container, 8, 8).denoise);
+}
+
+} // namespace
