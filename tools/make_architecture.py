@@ -4,7 +4,7 @@
   make_architecture.py            writes the picture
   make_architecture.py --check    compares it with the tree; exits 1 when it is out of date
 
-Layers and arrows come from the tables in cmake/Module.cmake, rooms from the sub-folders.
+Layers and arrows come from the tables in cmake/Rules.cmake, rooms from the sub-folders.
 """
 import html
 import pathlib
@@ -22,10 +22,11 @@ PURPOSE = {
     "view": "editor view, scene hooks",
     "image": "bitmaps, film, picture and movie files",
     "scene": "documents, nodes, glTF, snapshots",
+    "denoise": "a network against noise",
     "core": "text, files, time, threads, plug-ins",
     "interface": "the plug-in interface, headers only",
 }
-PARTS = {"ffmpeg": "movies", "pictures": "rare picture formats", "import": "OBJ, FBX, PLY, STL, DAE"}
+PARTS = {"ffmpeg": "movies", "onednn": "networks", "pictures": "rare picture formats", "import": "OBJ, FBX, PLY, STL, DAE"}
 NO_ROOMS = {"icons", "style"}
 
 WIDTH, LEFT, RIGHT = 1120, 24, 800
@@ -36,7 +37,7 @@ COLORS = {"host": "#e9f0f7", "app": "#f4ead8", "plugin": "#fbe3b5", "part": "#ee
 
 def read_tables():
     """The host's folders, lowest first, what each uses directly, and the parts of each."""
-    text = (ROOT / "cmake/Module.cmake").read_text()
+    text = (ROOT / "cmake/Rules.cmake").read_text()
     folders = re.search(r"set\(LUMENARA_FOLDERS ([^)]*)\)", text).group(1).split()
     uses = {name: set(re.search(rf"set\(LUMENARA_USES_{name}\b([^)]*)\)", text).group(1).split()) for name in folders}
     parts = {name: found.split() for name, found in re.findall(r"set\(LUMENARA_PARTS_(\w+) ([^)]*)\)", text)}

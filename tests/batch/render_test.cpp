@@ -336,6 +336,16 @@ TEST_F(Render, StatsHoldEveryField) {
   EXPECT_LT(stats["peak_rss_bytes"].get<std::uint64_t>(), 4ull << 30);
 }
 
+TEST_F(Render, DenoisesWhenAsked) {
+  const std::string scene = writeTinyScene(folder.path());
+  const Picture noisy = renderPicture(scene, "noisy.exr");
+  const Picture clean = renderPicture(scene, "clean.exr", {"--denoise"});
+  EXPECT_NE(noisy.pixels, clean.pixels);
+  EXPECT_EQ(renderPicture(scene, "again.exr", {"--denoise=end"}).pixels, clean.pixels);
+  const Outcome wrong = render(scene, "wrong.png", {"--denoise=now"}, 2);
+  EXPECT_NE(wrong.err.find("--denoise"), std::string::npos) << wrong.err;
+}
+
 TEST_F(Render, MoreSamplesAreTaken) {
   const std::string scene = LUMENARA_SOURCE_DIR "/scenes/demo.glb";
   if (!std::filesystem::exists(scene)) GTEST_SKIP() << scene << " is not there";

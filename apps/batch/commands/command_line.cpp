@@ -142,6 +142,9 @@ void addRun(CLI::App& command, RawOptions& raw, Options& options) {
   command.add_option("--threads", options.threads, "Processors to use; default: all")
       ->type_name("N")
       ->check(CLI::Range(1, 1024));
+  command.add_flag("--denoise{end}", options.denoise, "Take the noise out when the last sample is done")
+      ->type_name("[=end]")
+      ->check(CLI::IsMember({"end"}));
   command.add_option("--home", options.home, "Folder of the settings")->type_name("DIR");
   command.add_flag("--quiet", options.quiet, "Print errors only");
 }

@@ -39,6 +39,7 @@ struct RenderOptions {
   int samples = 0;                                           // 0: the scene's
   int threads = 0;                                           // 0: all
   std::optional<LONG> quality;                               // 1 to 100, of JPEG and WebP pictures
+  std::string denoise;                                       // "end", or empty: as the scene says
   std::string home, stats;
   bool quiet = false;
 };
@@ -53,6 +54,7 @@ struct AnimateOptions {
   std::vector<std::pair<std::string, std::string>> settings; // key and value, as they were typed
   int samples = 0;                                           // 0: the scene's
   int threads = 0;                                           // 0: all
+  std::string denoise;                                       // "end", or empty: as the scene says
   std::string home;
   bool stamps = false, overwrite = false, resume = false, quiet = false;
 };

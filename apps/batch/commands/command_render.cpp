@@ -34,6 +34,7 @@ void prepare(const RenderOptions& options, BaseDocument& document) {
   if (!options.camera.empty()) chooseCamera(document, options.camera);
   if (options.frame) goToFrame(document, *options.frame);
   if (options.samples > 0) setSamples(document, options.samples);
+  if (!options.denoise.empty()) setDenoise(document);
 }
 
 void checkRegion(const std::optional<PixelRegion>& region, PixelSize size) {

@@ -5,6 +5,7 @@
 
 #include "c4d_render.h"
 #include "lm_keys.h"
+#include "render_settings.h"
 
 namespace batch {
 namespace {
@@ -67,6 +68,12 @@ void goToFrame(BaseDocument& document, LONG frame) {
 void setSamples(BaseDocument& document, LONG samples) {
   if (RenderData* data = document.GetActiveRenderData()) {
     data->GetDataInstance()->SetLong(RDATA_MAXSAMPLES, samples);
+  }
+}
+
+void setDenoise(BaseDocument& document) {
+  if (RenderData* data = document.GetActiveRenderData()) {
+    data->GetDataInstance()->SetLong(host::render::denoiseSetting, 1);
   }
 }
 

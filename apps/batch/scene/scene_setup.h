@@ -31,6 +31,9 @@ void goToFrame(BaseDocument& document, LONG frame);
 /// Sets the maximum samples per pixel in the active render settings.
 void setSamples(BaseDocument& document, LONG samples);
 
+/// Lets the active render settings denoise the finished picture.
+void setDenoise(BaseDocument& document);
+
 /// The size of the active render settings; 1280 x 720 where they have no usable one.
 PixelSize renderSize(const BaseDocument& document);
 
