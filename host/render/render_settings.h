@@ -11,7 +11,8 @@ namespace host::render {
 /// Seed of the samples, used by the host's own renders: renders with different seeds can be averaged. Default
 /// 0.
 inline constexpr LONG seedSetting = 7102;
-/// (LONG, 0 or 1, 0) 1: the finished picture is denoised. A setting of the host's own, kept with the document.
+/// (LONG, 0 or 1, 0) 1: the finished picture is denoised. A setting of the host's own, kept with the
+/// document.
 inline constexpr LONG denoiseSetting = 7103;
 
 /// Inclusive pixel bounds; empty when right < left or bottom < top.
