@@ -4,6 +4,7 @@
 #include "commands.h"
 #include "lm_folder.h"
 #include "lm_settings.h"
+#include "main.h"
 #include "messages.h"
 #include "plugin_unit.h"
 #include "program.h"

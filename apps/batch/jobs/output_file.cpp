@@ -1,6 +1,7 @@
 #include "output_file.h"
 
 #include "atomic_file.h"
+#include "c4d_file.h"
 #include "exit_code.h"
 
 namespace batch {
