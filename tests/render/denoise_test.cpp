@@ -59,7 +59,8 @@ TEST(Denoise, OnlyTheRegionAndNeverThePreview) {
   for (int y = 0; y < 64; ++y)
     for (int x = 0; x < 96; ++x) {
       const bool inside = x >= 10 && x <= 60 && y >= 20 && y <= 50;
-      if (!inside) ASSERT_EQ(clean.at(x, y).x, noisy.at(x, y).x) << x << " " << y;
+      if (inside) continue;
+      ASSERT_EQ(clean.at(x, y).x, noisy.at(x, y).x) << x << " " << y;
     }
   EXPECT_NE(clean.mean(10, 20, 60, 50).x, noisy.mean(10, 20, 60, 50).x);
 
