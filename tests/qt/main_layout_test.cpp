@@ -16,6 +16,7 @@
 #include "status_widget.h"
 #include "stored_layout.h"
 #include "timeline_widget.h"
+#include "window_layout.h"
 
 namespace {
 
@@ -237,7 +238,7 @@ TEST_F(MainLayout, F11ShowsThePictureOfTheViewerThatHasTheFocus) {
   focus(*area);
   choose("window.picture-only");
   ASSERT_NE(full(), nullptr);
-  EXPECT_FALSE(window().isPictureOnly());
+  EXPECT_FALSE(window().windowLayout().isPictureOnly());
   EXPECT_TRUE(full()->isFullScreen());
   EXPECT_TRUE(dock("dock-objects").isVisible()) << "behind it nothing changes";
   const QRectF place = full()->pictureRect();
@@ -270,7 +271,7 @@ TEST_F(MainLayout, F11ShowsThePictureOfTheViewerThatHasTheFocus) {
 
   focus(window().viewWidget());
   choose("window.picture-only");
-  EXPECT_TRUE(window().isPictureOnly()) << "elsewhere it is the editor view's";
+  EXPECT_TRUE(window().windowLayout().isPictureOnly()) << "elsewhere it is the editor view's";
   choose("window.picture-only");
 }
 
