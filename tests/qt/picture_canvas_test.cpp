@@ -1,6 +1,7 @@
 // The canvas of the picture viewer: exact zoom and place, crisp pixels.
 #include <QSignalSpy>
 
+#include "bitmap_image.h"
 #include "picture_canvas.h"
 #include "qt_fixture.h"
 
