@@ -45,4 +45,12 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
 endif()
 add_link_options(-Wl,--as-needed)
 
+# lumenara_version(FILE...): defines LUMENARA_VERSION ("1.2.3"), LUMENARA_VERSION_MAJOR and LUMENARA_VERSION_MINOR for sources of the
+# targets of the current folder.
+set(LUMENARA_VERSION_DEFINITIONS LUMENARA_VERSION="${PROJECT_VERSION}"
+  LUMENARA_VERSION_MAJOR=${PROJECT_VERSION_MAJOR} LUMENARA_VERSION_MINOR=${PROJECT_VERSION_MINOR})
+function(lumenara_version)
+  set_property(SOURCE ${ARGN} APPEND PROPERTY COMPILE_DEFINITIONS ${LUMENARA_VERSION_DEFINITIONS})
+endfunction()
+
 include(Warnings)

@@ -2,15 +2,8 @@
 
 #include "lm_numbers.h"
 
-namespace {
-
-constexpr LONG VERSION_MAJOR = 1;
-constexpr LONG VERSION_MINOR = 0;
-
-} // namespace
-
 String GetVersionString() {
-  return LongToString(VERSION_MAJOR) + "." + StrPad(VERSION_MINOR, 2, "0");
+  return LongToString(LUMENARA_VERSION_MAJOR) + "." + StrPad(LUMENARA_VERSION_MINOR, 2, "0");
 }
 
 void PrintVersionString(const String& name, Bool flag) {

@@ -3,14 +3,8 @@
 #include <cmath>
 #include <cstdint>
 
-#include "c4d_string.h"
 #include "command_line.h"
 #include "fuzz_support.h"
-
-/// Defined by the plug-in, whose units are not linked here.
-String GetVersionString() {
-  return "0";
-}
 
 namespace {
 

@@ -4,6 +4,7 @@
   studio_tests.py SCENARIO --studio PROGRAM --batch PROGRAM --source FOLDER [--output FOLDER]
 """
 import os
+import re
 import shutil
 import subprocess
 import sys
@@ -24,7 +25,9 @@ def command_line(run):
     usage = call("--help")
     check(usage.returncode == 0 and "--viewer" in usage.stdout and "SCENE" in usage.stdout, "--help")
     version = call("--version")
-    check(version.returncode == 0 and version.stdout.startswith("lumenara-studio "), "--version")
+    other = subprocess.run([run.options.batch, "--version"], capture_output=True, text=True, timeout=60, check=True)
+    check(version.returncode == 0 and re.fullmatch(r"lumenara-studio \d+\.\d+\.\d+\n", version.stdout), "--version")
+    check(version.stdout.split()[1] == other.stdout.split()[1], f"two versions: {version.stdout} {other.stdout}")
     unknown = call("--no-such-option")
     check(unknown.returncode == 2 and "--no-such-option" in unknown.stderr, "an unknown option")
     alone = call(str(run.scene), "--viewer")

@@ -7,7 +7,6 @@
 #include <CLI/CLI.hpp>
 
 #include "format_list.h"
-#include "lm_version.h"
 
 namespace batch {
 namespace {
@@ -346,7 +345,7 @@ CommandLine parseCommandLine(int argc, const char* const* argv) {
   CLI::App app("Lumenara renders scenes from the command line.", "lumenara");
   app.footer(footer);
   app.require_subcommand(1);
-  app.set_version_flag("--version", "lumenara " + GetVersionString().GetUTF8());
+  app.set_version_flag("--version", "lumenara " LUMENARA_VERSION);
   RawOptions raw;
   CLI::App* render = addRender(app, raw);
   CLI::App* animate = addAnimate(app, raw);

@@ -11,7 +11,7 @@ class AboutDialog : public QDialog {
   explicit AboutDialog(QWidget* parent = nullptr);
 };
 
-/// "0.1.0".
+/// "1.0.0".
 QString studioVersion();
 
 } // namespace host
