@@ -57,10 +57,9 @@ lumenara_find_dependency(webp HEADER webp/decode.h LIBRARIES webp webpdemux webp
 # Little CMS: pictures with colour profiles.
 lumenara_find_dependency(lcms HEADER lcms2.h LIBRARIES lcms2)
 
-# oneDNN: the convolutions of the denoiser. Its threads are OpenMP's.
+# oneDNN: the convolutions of the denoiser. Its threads are those of GCC's OpenMP library, whatever compiler builds us.
 lumenara_find_dependency(dnnl HEADER oneapi/dnnl/dnnl.hpp LIBRARIES dnnl)
-find_package(OpenMP REQUIRED COMPONENTS CXX)
-target_link_libraries(dep_dnnl INTERFACE OpenMP::OpenMP_CXX)
+target_link_libraries(dep_dnnl INTERFACE gomp)
 
 # OpenImageIO: reading of rare kinds of still pictures. By name: its CMake target lists a folder that does not exist.
 lumenara_find_dependency(openimageio HEADER OpenImageIO/imageio.h LIBRARIES OpenImageIO OpenImageIO_Util)

@@ -1,9 +1,13 @@
 #include "onednn_network.h"
 
-#include <omp.h>
-
 #include <cstdint>
 #include <new>
+
+// OpenMP's routines (OpenMP API 5.0, 3.2): their header comes with each compiler's own library.
+extern "C" {
+int omp_get_max_threads();
+void omp_set_num_threads(int count);
+}
 
 namespace host::denoise {
 namespace {
