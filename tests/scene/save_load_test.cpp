@@ -132,13 +132,8 @@ void addAnimation(BaseDocument& document, BaseObject* object) {
       {TrackPath::translation, 0, curve}, {TrackPath::rotation, 1, turn}, {TrackPath::scale, 1, curve}});
 }
 
-DocumentPtr everything() {
-  DocumentPtr document = newDocument();
-  BaseDocument& d = *document;
-  d.SetName("the document");
-  BaseMaterial* plain = textured(d);
-  BaseMaterial* rich = layered(d);
-
+// A polygon object with a texture tag for each material; gives its phong tag.
+BaseTag* addMesh(BaseDocument& d, BaseMaterial* first, BaseMaterial* second) {
   BaseObject* group = insert(d, Onull, "group \xC3\xA4");
   group->SetMl({Vector(0.1, 0.2, 0.3), Vector(1, 0.1, 0), Vector(0, 2, 0), Vector(0, 0, 3)});
   group->SetBit(BIT_ACTIVE);
@@ -149,7 +144,7 @@ DocumentPtr everything() {
   stateOf(mesh)->mesh = twoGroups();
   stateOf(mesh)->pose = Pose{{1, 2, 3}, {0.1, 0.2, 0.3, 0.9}, {1, 1, 1}};
   stateOf(mesh)->local = matrixOf(*stateOf(mesh)->pose);
-  for (const auto& [material, index] : {std::pair(rich, 0), {plain, 1}}) {
+  for (const auto& [material, index] : {std::pair(first, 0), {second, 1}}) {
     BaseTag* tag = BaseTag::Alloc(Ttexture);
     tag->GetDataInstance()->SetLink(param::textureMaterial, material);
     tag->GetDataInstance()->SetLong(param::textureGroup, index);
@@ -159,17 +154,24 @@ DocumentPtr everything() {
   phong->SetName("phong");
   mesh->MakeTag(Tprotection, phong)->SetParameter(77, GeData("own"));
   insert(d, Opolygon, "empty");
+  return phong;
+}
 
+// A perspective camera that looks at the target, and an orthographic one; gives the first.
+BaseObject* addCameras(BaseDocument& d, BaseTag* lookedAt) {
   BaseObject* camera = insert(d, Ocamera, "camera");
   addAnimation(d, camera); // on the camera itself
   camera->SetParameter(param::cameraYfov, GeData(0.7));
   BaseTag* target = camera->MakeTag(Ttargetexpression);
-  target->GetDataInstance()->SetLink(param::targetLink, phong); // a link to a tag
+  target->GetDataInstance()->SetLink(param::targetLink, lookedAt); // a link to a tag
   target->SetParameter(EXPRESSION_ENABLE, GeData(LONG(0)));
   BaseObject* flat = insert(d, Ocamera, "");
   flat->SetParameter(param::cameraProjection, GeData(LONG(1)));
   flat->SetParameter(param::cameraYmag, GeData(2.5));
+  return camera;
+}
 
+void addSurroundings(BaseDocument& d, BaseMaterial* floorMaterial) {
   BaseObject* light = insert(d, Olight, "light");
   light->SetParameter(param::lightKind, GeData(LONG(1)));
   light->SetParameter(param::lightRadius, GeData(0.25));
@@ -177,10 +179,10 @@ DocumentPtr everything() {
   BaseObject* sky = insert(d, Osky, "sky");
   stateOf(sky)->picture = picture("sky.hdr", "", "s");
   BaseObject* floor = insert(d, Ofloor, "floor");
-  floor->MakeTag(Ttexture)->GetDataInstance()->SetLink(param::textureMaterial, plain);
+  floor->MakeTag(Ttexture)->GetDataInstance()->SetLink(param::textureMaterial, floorMaterial);
+}
 
-  d.GetDataInstance()->SetContainer(10005, everyValue(camera));
-  d.GetDataInstance()->MergeContainer(everyValue(rich));
+void setTimes(BaseDocument& d) {
   d.SetFps(25);
   d.SetTime(BaseTime(7, 25));
   d.SetMinTime(BaseTime(1, 25));
@@ -188,7 +190,9 @@ DocumentPtr everything() {
   d.SetLoopMinTime(BaseTime(2, 25));
   d.SetLoopMaxTime(BaseTime(50, 25));
   d.SetLOD(0.4);
+}
 
+void addRenderData(BaseDocument& d) {
   RenderData* second = RenderData::Alloc();
   second->SetName("second");
   second->GetDataInstance()->SetLong(RDATA_XRES, 640);
@@ -200,12 +204,31 @@ DocumentPtr everything() {
   second->InsertVideoPostLast(BaseVideoPost::Alloc(VPhair));
   d.InsertRenderDataLast(second);
   d.SetActiveRenderData(second);
+}
+
+void setViews(BaseDocument& d, BaseObject* camera) {
   BaseDraw* view = d.GetRenderBaseDraw();
   view->SetSceneCamera(camera);
   setViewArea(*view, 1, 2, 801, 602);
   view->GetEditorCamera()->SetMl(MatrixMove({9, 8, 7}));
   view->GetEditorCamera()->SetParameter(param::cameraYfov, GeData(0.55));
   stateOf(&d)->activeView = addView(*stateOf(&d));
+}
+
+DocumentPtr everything() {
+  DocumentPtr document = newDocument();
+  BaseDocument& d = *document;
+  d.SetName("the document");
+  BaseMaterial* plain = textured(d);
+  BaseMaterial* rich = layered(d);
+  BaseTag* phong = addMesh(d, rich, plain);
+  BaseObject* camera = addCameras(d, phong);
+  addSurroundings(d, plain);
+  d.GetDataInstance()->SetContainer(10005, everyValue(camera));
+  d.GetDataInstance()->MergeContainer(everyValue(rich));
+  setTimes(d);
+  addRenderData(d);
+  setViews(d, camera);
   return document;
 }
 

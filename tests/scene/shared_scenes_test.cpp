@@ -27,7 +27,7 @@ class SharedScene : public ::testing::TestWithParam<Expected> {
   }
 };
 
-TEST_P(SharedScene, loadsWithWhatItHolds) {
+TEST_P(SharedScene, loadsCompletely) {
   LoadResult result = loadDocument(sceneFile(GetParam().name));
   ASSERT_TRUE(result.document) << result.error;
   const SceneCounts counts = countScene(*result.document);

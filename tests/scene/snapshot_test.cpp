@@ -412,7 +412,7 @@ class Stopped : public C4DThread {
   const CHAR* GetThreadName() override { return reinterpret_cast<const CHAR*>("stopped"); }
 };
 
-TEST(SnapshotInstances, aBreakGivesNone) {
+TEST(SnapshotInstances, aBreakGivesNoSnapshot) {
   SceneBuilder scene;
   scene.addNode(Json{{"mesh", scene.addQuad()}});
   const DocumentPtr document = load(scene);

@@ -33,7 +33,7 @@ LoadResult guarded(const std::string& name, const LoadOptions& options, const Lo
   } catch (const std::bad_alloc&) {
     fail(result, name, SceneError("there is not enough memory", "Close other programs, or split the scene."));
   } catch (const std::exception& error) {
-    fail(result, name, SceneError(std::string("it cannot be understood (") + error.what() + ")"));
+    fail(result, name, SceneError(std::string("it cannot be read (") + error.what() + ")"));
   }
   if (!result.document) result.warnings.clear(), result.missingFiles.clear();
   return result;

@@ -16,11 +16,11 @@ using NodePtr = std::unique_ptr<Node, NodeDeleter>;
 /// Builds the document. Throws SceneError.
 NodePtr<DocumentState> buildDocument(const GltfFile& file, LoadContext& context);
 
-/// Gives a new document what its file did not: times, render settings, a camera for its view; and brings it
-/// to its time unless it stands there.
-struct Given {
-  bool times = false, renderData = false, views = false, posed = false;
+/// The parts that a file holds itself; `posed`: its objects stand as they do at the document's time.
+struct BroughtByFile {
+  bool renderData = false, views = false, posed = false;
 };
-void completeDocument(DocumentState& document, const Given& given);
+/// Gives a new document the parts that its file lacks: render settings, a view, the pose at its time.
+void completeDocument(DocumentState& document, const BroughtByFile& brought);
 
 } // namespace host

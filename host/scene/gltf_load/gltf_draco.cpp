@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "gltf_meshes.h"
+#include "gltf_primitives.h"
 
 namespace host {
 

@@ -86,7 +86,7 @@ Chunks splitBinary(std::span<const std::byte> bytes) {
 // --- the JSON, before the library sees it ---
 
 void checkVersion(const Json& root) {
-  if (!root.is_object()) throw SceneError("it holds no glTF document");
+  if (!root.is_object()) throw SceneError("it is JSON without a glTF document");
   const std::string version = textIn(member(root, "asset"), "version");
   if (version.empty()) throw SceneError("it does not say which version of glTF it is");
   if (version.rfind("2.", 0) != 0)
@@ -117,7 +117,7 @@ void preparePrimitive(Json& primitive, std::size_t mesh) {
     throw SceneError("mesh " + std::to_string(mesh) + " has a part without attributes");
   for (const auto& [name, accessor] : member(primitive, "attributes").items())
     if (!accessor.is_number_integer())
-      throw SceneError("mesh " + std::to_string(mesh) + " names no accessor for \"" + name.substr(0, 40) +
+      throw SceneError("mesh " + std::to_string(mesh) + " has no accessor for \"" + name.substr(0, 40) +
                        "\"");
   const Json& targets = member(primitive, "targets");
   for (std::size_t i = 0; i < countOf(targets); ++i)
@@ -164,7 +164,7 @@ void parseModel(GltfFile& file) {
   if (read) return;
   std::replace(error.begin(), error.end(), '\n', ' ');
   error.erase(error.find_last_not_of(" .") + 1);
-  throw SceneError("its structure is wrong (" + (error.empty() ? "no reason known" : error.substr(0, 160)) +
+  throw SceneError("its structure is wrong (" + (error.empty() ? "reason unknown" : error.substr(0, 160)) +
                    ")");
 }
 

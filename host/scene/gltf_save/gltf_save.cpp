@@ -4,6 +4,7 @@
 #include "atomic_file.h"
 #include "file_reference.h"
 #include "gltf_writer.h"
+#include "scene_file.h"
 
 namespace host {
 

@@ -3,8 +3,7 @@
 
 #include <unordered_map>
 
-#include "deformation.h"
-#include "gltf_file.h"
+#include "gltf_mesh_builder.h"
 
 namespace host {
 
@@ -27,19 +26,19 @@ class MeshReader {
     MeshPtr mesh;
     DeformationPtr deformation;
   };
+  struct Part {
+    const tinygltf::Primitive* primitive;
+    const Json* draco; // its extension; a null value without one
+  };
+  std::vector<Part> partsOf(int index, std::vector<int>& materials);
+  static bool shareVertices(const std::vector<Part>& parts);
+  void readSharedParts(const std::vector<Part>& parts, PrimitiveReader& reader, MeshBuilder& builder);
+  void readSeparateParts(const std::vector<Part>& parts, PrimitiveReader& reader, MeshBuilder& builder);
+  const Shape& shapeOf(int index, const std::vector<Part>& parts);
+
   const GltfFile& file_;
   LoadContext& context_;
   std::unordered_map<std::string, Shape> shapes_; // by the numbers that they are made of
 };
-
-/// A primitive's vertices and triangles while they are put together.
-struct PrimitiveData {
-  Mesh vertices; // the attribute vectors; no triangles or groups
-  Deformation deformation;
-  std::vector<std::uint32_t> indices; // three a triangle
-};
-
-/// Decodes KHR_draco_mesh_compression. Throws SceneError.
-void readDraco(const GltfFile& file, const Json& extension, LoadContext& context, PrimitiveData& data);
 
 } // namespace host

@@ -63,12 +63,12 @@ NodeTree checkTree(const GltfFile& file, int deepest) {
   for (const int root : tree.roots) {
     checkIndex(file, root);
     if (tree.parent[static_cast<std::size_t>(root)] >= 0)
-      throw SceneError(named(root) + " stands in two places of the scene");
+      throw SceneError(named(root) + " is in the scene in two places");
   }
   std::vector<int> sorted = tree.roots;
   std::sort(sorted.begin(), sorted.end());
   if (std::adjacent_find(sorted.begin(), sorted.end()) != sorted.end())
-    throw SceneError("a node stands in the scene twice");
+    throw SceneError("a node is in the scene twice");
   return tree;
 }
 

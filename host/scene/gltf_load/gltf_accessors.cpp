@@ -125,7 +125,7 @@ void applySparse(const GltfFile& file, const tinygltf::Accessor& accessor, int i
   const auto count = static_cast<std::size_t>(sparse.count);
   const std::size_t placeSize = componentSize(sparse.indices.componentType);
   if (placeSize == 0 || sparse.indices.componentType == TINYGLTF_COMPONENT_TYPE_FLOAT)
-    throw SceneError(named(index) + " has places that are no whole numbers");
+    throw SceneError(named(index) + " has indices that are not integers");
   const Run places = runIn(file, sparse.indices.bufferView,
                            static_cast<std::size_t>(sparse.indices.byteOffset), count, placeSize, 0, index);
   const Run pieces = runIn(file, sparse.values.bufferView, static_cast<std::size_t>(sparse.values.byteOffset),
@@ -143,7 +143,7 @@ template <class Out>
 std::vector<Out> readAccessor(const GltfFile& file, int index, std::size_t width, LoadContext& context) {
   const tinygltf::Accessor& accessor = accessorAt(file, index);
   const std::size_t size = componentSize(accessor.componentType);
-  if (size == 0) throw SceneError(named(index) + " has numbers of an unknown kind");
+  if (size == 0) throw SceneError(named(index) + " has an unknown component type");
   if (accessorWidth(file, index) != width)
     throw SceneError(named(index) + " has " + std::to_string(accessorWidth(file, index)) +
                      " numbers a piece where " + std::to_string(width) + " are needed");

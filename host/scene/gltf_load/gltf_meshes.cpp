@@ -1,0 +1,129 @@
+#include "gltf_meshes.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace host {
+
+namespace {
+
+bool isTriangles(const tinygltf::Primitive& primitive) {
+  return primitive.mode == TINYGLTF_MODE_TRIANGLES || primitive.mode == TINYGLTF_MODE_TRIANGLE_STRIP ||
+         primitive.mode == TINYGLTF_MODE_TRIANGLE_FAN;
+}
+
+// A key of the accessors that a mesh is made of.
+std::string shapeKey(const tinygltf::Mesh& mesh, const Json& source) {
+  std::string key;
+  for (std::size_t i = 0; i < mesh.primitives.size(); ++i) {
+    const tinygltf::Primitive& primitive = mesh.primitives[i];
+    key += std::to_string(primitive.mode) + "i" + std::to_string(primitive.indices);
+    for (const auto& [name, accessor] : primitive.attributes)
+      key += name + ":" + std::to_string(accessor) + ",";
+    for (const auto& target : primitive.targets) {
+      key += "t";
+      for (const auto& [name, accessor] : target)
+        key += name + ":" + std::to_string(accessor) + ",";
+    }
+    const Json& draco = extension(element(member(source, "primitives"), i), "KHR_draco_mesh_compression");
+    if (draco.is_object()) key += draco.dump(-1, ' ', false, Json::error_handler_t::replace);
+    key += ";";
+  }
+  return key;
+}
+
+} // namespace
+
+bool MeshReader::shareVertices(const std::vector<Part>& parts) {
+  return std::all_of(parts.begin(), parts.end(), [&](const Part& part) {
+    return !part.draco->is_object() && part.primitive->attributes == parts.front().primitive->attributes &&
+           part.primitive->targets == parts.front().primitive->targets;
+  });
+}
+
+// The parts that are triangles, with their materials.
+std::vector<MeshReader::Part> MeshReader::partsOf(int index, std::vector<int>& materials) {
+  const tinygltf::Mesh& source = file_.model.meshes[static_cast<std::size_t>(index)];
+  const Json& primitives =
+      member(element(member(file_.root, "meshes"), static_cast<std::size_t>(index)), "primitives");
+  const int materialCount = static_cast<int>(countOf(member(file_.root, "materials")));
+  std::vector<Part> parts;
+  for (std::size_t i = 0; i < source.primitives.size(); ++i) {
+    const tinygltf::Primitive& primitive = source.primitives[i];
+    if (!isTriangles(primitive)) {
+      ++context_.otherShapes;
+      continue;
+    }
+    parts.push_back({&primitive, &extension(element(primitives, i), "KHR_draco_mesh_compression")});
+    if (primitive.material < -1 || primitive.material >= materialCount)
+      throw SceneError("mesh " + std::to_string(index) + " refers to material " +
+                       std::to_string(primitive.material) + ", which is not in it");
+    materials.push_back(primitive.material);
+  }
+  return parts;
+}
+
+// Parts with the same attributes are groups of triangles over the same vertices.
+void MeshReader::readSharedParts(const std::vector<Part>& parts, PrimitiveReader& reader,
+                                 MeshBuilder& builder) {
+  PrimitiveData data;
+  reader.readAttributes(*parts.front().primitive, data);
+  reader.readTargets(*parts.front().primitive, data);
+  std::vector<std::vector<std::uint32_t>> triangles;
+  for (const Part& part : parts) {
+    triangles.push_back(reader.readTriangles(*part.primitive, data.vertices.positions.size()));
+    data.indices = triangles.back();
+    reader.check(data);
+  }
+  builder.addVertices(data);
+  for (const auto& indices : triangles)
+    builder.addTriangles(indices, 0);
+}
+
+void MeshReader::readSeparateParts(const std::vector<Part>& parts, PrimitiveReader& reader,
+                                   MeshBuilder& builder) {
+  std::vector<PrimitiveData> all(parts.size());
+  bool anyNormals = false;
+  for (std::size_t i = 0; i < parts.size(); ++i) {
+    if (parts[i].draco->is_object()) {
+      readDraco(file_, *parts[i].draco, context_, all[i]);
+    } else {
+      reader.readAttributes(*parts[i].primitive, all[i]);
+      all[i].indices = reader.readTriangles(*parts[i].primitive, all[i].vertices.positions.size());
+    }
+    reader.readTargets(*parts[i].primitive, all[i]);
+    reader.check(all[i]);
+    anyNormals = anyNormals || !all[i].vertices.normals.empty();
+  }
+  for (PrimitiveData& data : all) {
+    if (anyNormals && data.vertices.normals.empty()) giveFlatNormals(data);
+    builder.addTriangles(data.indices, builder.addVertices(data));
+  }
+}
+
+const MeshReader::Shape& MeshReader::shapeOf(int index, const std::vector<Part>& parts) {
+  const auto place = static_cast<std::size_t>(index);
+  const std::string key = shapeKey(file_.model.meshes[place], element(member(file_.root, "meshes"), place));
+  if (const auto known = shapes_.find(key); known != shapes_.end()) return known->second;
+  PrimitiveReader reader(file_, context_, "mesh " + std::to_string(index));
+  MeshBuilder builder;
+  if (!parts.empty() && shareVertices(parts))
+    readSharedParts(parts, reader, builder);
+  else
+    readSeparateParts(parts, reader, builder);
+  return shapes_.emplace(key, Shape{builder.mesh(), builder.deformation()}).first->second;
+}
+
+LoadedMesh MeshReader::read(int index) {
+  LoadedMesh loaded;
+  const Shape& shape = shapeOf(index, partsOf(index, loaded.materials));
+  loaded.mesh = shape.mesh;
+  loaded.deformation = shape.deformation;
+  if (loaded.deformation) loaded.weights.assign(loaded.deformation->targets.size(), 0.0F);
+  const std::vector<double>& weights = file_.model.meshes[static_cast<std::size_t>(index)].weights;
+  for (std::size_t i = 0; i < std::min(weights.size(), loaded.weights.size()); ++i)
+    if (const auto weight = static_cast<float>(weights[i]); std::isfinite(weight)) loaded.weights[i] = weight;
+  return loaded;
+}
+
+} // namespace host

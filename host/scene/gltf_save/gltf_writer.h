@@ -1,0 +1,52 @@
+// From a document to glTF's JSON and binary data. Each property is written and read back at once; extras hold
+// the difference, so that nothing is lost and nothing is stored twice. Private to host/scene.
+#pragma once
+
+#include <functional>
+
+#include "gltf_material_writer.h"
+#include "gltf_mesh_writer.h"
+
+namespace host {
+
+/// Writes one document, once, under its lock. Throws SceneError and std::bad_alloc.
+class GltfWriter {
+ public:
+  /// Outside pictures are named as seen from `folder`; with an empty folder, or `packed`, they are written
+  /// into the scene. `progress` (may be empty) is called with 0 to 1.
+  GltfWriter(const DocumentState& document, Filename folder, bool packed,
+             std::function<void(double)> progress)
+      : document_(document), progress_(std::move(progress)), extras_(document),
+        materials_(output_, extras_, std::move(folder), packed), meshes_(output_) {}
+
+  /// The root. Its buffer has the length of `data`; an empty one is left out.
+  Json write();
+  Bytes& data() noexcept { return output_.data(); }
+
+ private:
+  struct MeshTags {
+    std::vector<int> materials;       // of each group; -1 for none
+    const NodeState* other = nullptr; // the first tag that loading the mesh would not make
+  };
+
+  void writeObjects();
+  void writeObject(const ObjectState& object);
+  int plainMaterial(const NodeState& tag, std::size_t groups) const;
+  MeshTags meshTagsOf(const ObjectState& object) const;
+  void writeTags(const ObjectState& object, Json& extras);
+  void writeAnimations();
+  void writeTrack(const ObjectState& object, const Track& track, Json& animation);
+  void writeDocument();
+  void writeViews(Json& extras);
+  void finish();
+
+  const DocumentState& document_;
+  const std::function<void(double)> progress_;
+  GltfOutput output_;
+  Json lights_ = Json::array();
+  ExtrasWriter extras_;
+  MaterialWriter materials_;
+  MeshWriter meshes_;
+};
+
+} // namespace host
