@@ -408,7 +408,7 @@ TEST_F(AnimationTest, AFrameThatFailsInsideTheRangeIsRecorded) {
   ASSERT_EQ(failures.size(), 1u);
   EXPECT_EQ(failures[0].frame, 2);
   EXPECT_EQ(failures[0].file, Filename("walk.glb"));
-  EXPECT_EQ(failures[0].sentence, "Frame 2 of \"walk.glb\" was not rendered to its end: there was not enough "
+  EXPECT_EQ(failures[0].sentence, "Frame 2 of \"walk.glb\" was not rendered completely: there was not enough "
                                   "memory. Use a smaller picture or a simpler scene.");
 }
 
