@@ -7,6 +7,8 @@
 #include <map>
 #include <set>
 
+#include "generated_mesh.h"
+#include "identity.h"
 #include "mesh_tools.h"
 
 namespace host {
@@ -134,6 +136,28 @@ TEST(Subdivision, badShapesDoNoHarm) {
   mesh->triangles = {{0, 0, 0}};
   mesh->groups = {{0, 1}};
   EXPECT_EQ(subdivide(mesh, 2, nullptr), mesh);
+}
+
+// The cache holds no mesh whose source is gone: a scene that is read again and again does not let it grow.
+TEST(Subdivision, TheCacheForgetsLostSources) {
+  const auto made = [] {
+    auto mesh = cube();
+    mesh->id = newIdentity();
+    return mesh;
+  };
+  const MeshPtr kept = made();
+  const MeshPtr fine = subdividedMesh(kept, 2, nullptr);
+  MeshPtr last = made();
+  subdividedMesh(last, 2, nullptr);
+  const std::size_t two = generatedMeshBytes();
+  for (int i = 0; i < 20; ++i) {
+    last = made();
+    subdividedMesh(subdividedMesh(last, 1, nullptr), 1, nullptr); // of a generated mesh as well
+  }
+  last = made();
+  subdividedMesh(last, 2, nullptr);
+  EXPECT_EQ(generatedMeshBytes(), two);
+  EXPECT_EQ(subdividedMesh(kept, 2, nullptr), fine) << "a source that lives keeps its mesh";
 }
 
 } // namespace

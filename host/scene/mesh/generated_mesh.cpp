@@ -33,7 +33,7 @@ class Key {
   std::string text_;
 };
 
-// Drops the least recently used meshes first.
+// Drops the meshes whose source is gone, then the least recently used.
 class Store {
  public:
   MeshPtr find(const std::string& key) {
@@ -44,14 +44,16 @@ class Store {
     return found->second.mesh;
   }
 
-  // Another thread may have been faster; its mesh is used then.
-  MeshPtr keep(const std::string& key, MeshPtr mesh) {
+  // Another thread may have been faster; its mesh is used then. Without a source the mesh stays.
+  MeshPtr keep(const std::string& key, MeshPtr mesh, const MeshPtr& source) {
     const std::lock_guard lock(mutex_);
     ++made_;
+    while (dropOrphans()) {
+    }
     const auto [it, isNew] = entries_.try_emplace(key);
     if (!isNew) return it->second.mesh;
     recent_.push_front(&it->first);
-    it->second = {std::move(mesh), recent_.begin()};
+    it->second = {std::move(mesh), source, source != nullptr, recent_.begin()};
     MeshPtr kept = it->second.mesh;
     bytes_ += bytesOf(*kept);
     while (bytes_ > mostBytes && recent_.size() > 1)
@@ -71,18 +73,30 @@ class Store {
  private:
   struct Entry {
     MeshPtr mesh;
+    std::weak_ptr<const Mesh> source; // its identity is part of the key and never used again
+    bool hasSource = false;
     std::list<const std::string*>::iterator place;
   };
+  using Entries = std::unordered_map<std::string, Entry>;
 
-  void dropOldest() {
-    const auto oldest = entries_.find(*recent_.back());
-    recent_.pop_back();
-    bytes_ -= bytesOf(*oldest->second.mesh);
-    entries_.erase(oldest);
+  Entries::iterator drop(Entries::iterator entry) {
+    recent_.erase(entry->second.place);
+    bytes_ -= bytesOf(*entry->second.mesh);
+    return entries_.erase(entry);
   }
 
+  // A dropped mesh may itself be the source of another: true when one was dropped.
+  bool dropOrphans() {
+    const std::size_t before = entries_.size();
+    for (auto it = entries_.begin(); it != entries_.end();)
+      it = it->second.hasSource && it->second.source.expired() ? drop(it) : std::next(it);
+    return entries_.size() < before;
+  }
+
+  void dropOldest() { drop(entries_.find(*recent_.back())); }
+
   std::mutex mutex_;
-  std::unordered_map<std::string, Entry> entries_;
+  Entries entries_;
   std::list<const std::string*> recent_;
   std::size_t bytes_ = 0;
   std::uint64_t made_ = 0;
@@ -227,7 +241,7 @@ MeshPtr deformedMesh(const DocumentState& document, const ObjectState& object, c
   if (!isFinite(*mesh)) return object.mesh;
   restoreUnits(*mesh);
   setBounds(*mesh);
-  return store().keep(key.text(), std::move(mesh));
+  return store().keep(key.text(), std::move(mesh), object.mesh);
 }
 
 MeshPtr subdividedMesh(const MeshPtr& mesh, int level, const BaseThread* thread) {
@@ -238,7 +252,7 @@ MeshPtr subdividedMesh(const MeshPtr& mesh, int level, const BaseThread* thread)
   MeshPtr fine = subdivide(mesh, level, thread);
   if (!fine || fine == mesh) return fine;
   if (!isFinite(*fine)) return mesh;
-  return store().keep(key.text(), std::move(fine));
+  return store().keep(key.text(), std::move(fine), mesh);
 }
 
 MeshPtr floorMesh(double halfSide) {
@@ -254,7 +268,7 @@ MeshPtr floorMesh(double halfSide) {
   mesh->triangles = {{0, 1, 2}, {0, 2, 3}};
   mesh->groups = {{0, 2}};
   setBounds(*mesh);
-  return store().keep(key.text(), std::move(mesh));
+  return store().keep(key.text(), std::move(mesh), nullptr);
 }
 
 int levelBelow(const ObjectState& object, int level, double lod) {
