@@ -86,7 +86,7 @@ Chunks splitBinary(std::span<const std::byte> bytes) {
 // --- the JSON, before the library sees it ---
 
 void checkVersion(const Json& root) {
-  if (!root.is_object()) throw SceneError("it is JSON without a glTF document");
+  if (!root.is_object()) throw SceneError("its JSON holds no glTF document");
   const std::string version = textIn(member(root, "asset"), "version");
   if (version.empty()) throw SceneError("it does not say which version of glTF it is");
   if (version.rfind("2.", 0) != 0)
