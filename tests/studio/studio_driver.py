@@ -296,6 +296,7 @@ class Studio:
     def quit(self, seconds=30):
         """Quits the program as a user does and discards unsaved changes."""
         unsaved = " *" in self.get(name="studio")["text"]
+        self.await_keyboard()
         self.key("ctrl+q")
         if unsaved:
             self.click(name="answer-1")
@@ -305,6 +306,15 @@ class Studio:
             raise Failed("the program did not end") from None
         if code != 0:
             raise Failed(f"the program ended with {code}:\n{self.output()}")
+
+    def await_keyboard(self, seconds=3):
+        """After a dialog has closed, the window manager needs a moment to give a window the keyboard. A key is lost until then."""
+        end = time.monotonic() + seconds
+        while time.monotonic() < end:
+            active = self.display.tool("getactivewindow", "getwindowpid", check=False)
+            if active.returncode == 0 and active.stdout.strip() == str(self.process.pid):
+                return
+            time.sleep(0.05)
 
     def kill(self):
         self.process.send_signal(signal.SIGKILL)

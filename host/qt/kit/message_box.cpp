@@ -104,11 +104,14 @@ class Box : public QDialog {
 
 int run(QWidget* parent, const QString& picture, const QColor& color, const BoxText& text,
         const QStringList& buttons, int enter = 0) {
+  const QPointer<QWidget> below = parent ? parent->window() : nullptr;
   const QPointer<Box> box = new Box(parent, picture, color, text, buttons, enter);
   const ModalScope modal;
   box->exec();
   const int chosen = box ? box->chosen() : static_cast<int>(buttons.size()) - 1;
   delete box;
+  if (below)
+    below->activateWindow(); // of a window that never had the keyboard, window managers would not know
   return chosen;
 }
 
