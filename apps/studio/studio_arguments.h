@@ -4,7 +4,7 @@
 #include <optional>
 #include <string>
 
-/// What to start with; or a text to print and a code to exit with.
+/// The scene and options to start with; or a text to print and an exit code.
 struct StudioArguments {
   std::string scene, home; // empty: not given
   bool viewer = false, resetLayout = false;

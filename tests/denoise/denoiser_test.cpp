@@ -248,7 +248,7 @@ TEST(Denoiser, MissingAndDamagedWeights) {
   fs::remove_all(folder);
 }
 
-// What a tile gives is what the whole picture gives.
+// Tiles give the same pixels as the whole picture.
 TEST(Denoiser, TilesHaveNoSeams) {
   const std::string bytes = bytesOf("rt_hdr.tza");
   const Weights weights(std::as_bytes(std::span(bytes)));

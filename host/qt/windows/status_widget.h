@@ -45,7 +45,7 @@ class StatusWidget : public QWidget {
   void setStopPlugins(std::function<void()> stop) { stopPlugins_ = std::move(stop); }
   /// A sentence for some seconds, while nothing goes on.
   void say(const QString& sentence);
-  /// What is shown now.
+  /// The text that is shown now.
   BusyState shown() const { return shown_; }
   /// Stops what is shown.
   void stop();
