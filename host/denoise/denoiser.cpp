@@ -3,8 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
-#include <fstream>
-#include <iterator>
+#include <cstdint>
 #include <mutex>
 #include <new>
 
@@ -13,6 +12,7 @@
 #include "network_library.h"
 #include "part.h"
 #include "platform.h"
+#include "read_file.h"
 #include "worker_threads.h"
 
 namespace host::denoise {
@@ -20,13 +20,15 @@ namespace {
 
 constexpr const char* advice = "; install the program again, or render without denoising";
 
+constexpr std::uintmax_t mostWeightBytes = std::uintmax_t{64} << 20;
+
 Weights readWeights(const Filename& file) {
   const std::string path = file.GetString().GetUTF8();
-  std::ifstream stream(path, std::ios::binary);
-  const std::string bytes((std::istreambuf_iterator<char>(stream)), {});
-  if (!stream) throw DenoiseError("the denoiser's file \"" + path + "\" cannot be read" + advice);
+  const FileContent content = readFile(file, mostWeightBytes);
+  if (content.fault != ReadFault::none)
+    throw DenoiseError("the denoiser's file \"" + path + "\" cannot be read" + advice);
   try {
-    return Weights(std::as_bytes(std::span(bytes)));
+    return Weights(content.bytes);
   } catch (const WeightsError& error) {
     throw DenoiseError("the denoiser's file \"" + path + "\" " + error.what() + advice);
   }
