@@ -100,7 +100,7 @@ RayList collectRays(const render::RayScene& scene, const render::RenderCamera& c
       const render::Surface s = render::surfaceAt(scene, ray, *hit, 0);
       const render::Vec3 d =
           render::Frame(s.normal).toWorld(render::squareToCosineHemisphere(sampler.next2()));
-      list.scattered.push_back({render::offsetFrom(s.position, s.geometric, d), d});
+      list.scattered.push_back({render::offsetFrom(s, d), d});
     }
   return list;
 }
@@ -211,7 +211,7 @@ class SceneBench {
   void plainQueries(double rate) const {
     const SnapshotPtr snapshot = takeSnapshot(*clone_, {});
     const auto scene = render::RayScene::build(snapshot, render::RenderSettings{}, workerCount(), {}).scene;
-    const RayList rays = collectRays(*scene, render::RenderCamera(snapshot->camera, width, height));
+    const RayList rays = collectRays(*scene, render::RenderCamera(scene->snapshot().camera, width, height));
     const double coherent = plainRate(*scene, rays.camera, true);
     const double scattered = plainRate(*scene, rays.scattered, false);
     std::printf(

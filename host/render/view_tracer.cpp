@@ -60,7 +60,7 @@ class TracedScene final : public ViewScene {
 
  private:
   ViewHit traceOne(const ViewRay& from) const {
-    Ray ray{Vec3(from.origin), Vec3(from.direction), from.near, from.far};
+    Ray ray{Vec3(from.origin) - Vec3(rays_->origin()), Vec3(from.direction), from.near, from.far};
     for (int layer = 0; layer < 16; ++layer) {
       const std::optional<Hit> hit = rays_->intersect(ray, cameraMask, true);
       if (!hit) return beyond(ray.direction);

@@ -125,7 +125,7 @@ class PathTracer {
     ++path.passes;
     path.travelled += hit.distance;
     path.cone.width = path.cone.widthAt(hit.distance);
-    path.ray.origin = offsetFrom(s.position, s.geometric, path.ray.direction);
+    path.ray.origin = offsetFrom(s, path.ray.direction);
     path.ray.near = 0;
     path.ray.far = std::max(0.0f, path.ray.far - hit.distance);
   }
@@ -198,7 +198,7 @@ class PathTracer {
     if (!path.atCamera() || !settings_.ambientOcclusion) return;
     ++path.result.rays;
     path.throughput *=
-        scene_.openness(s.position, s.normal, creviceReach * scene_.size(), path.sampler.next2());
+        scene_.openness(s.point.position, s.normal, creviceReach * scene_.size(), path.sampler.next2());
   }
 
   Bsdf bsdfOf(const Path& path, const Surface& s, const SurfaceLook& look) const {
@@ -232,8 +232,7 @@ class PathTracer {
 
   Vec3 passedLight(Path& path, const Surface& s, const LightSample& light) const {
     const float nearly = light.glow >= 0 ? 0.9999f : 1.0f; // a glowing surface does not shadow itself
-    const Ray ray{offsetFrom(s.position, s.geometric, light.direction), light.direction, 0,
-                  light.distance * nearly};
+    const Ray ray{offsetFrom(s, light.direction), light.direction, 0, light.distance * nearly};
     const ShadowResult shadow = traceShadow(scene_, settings_, ray);
     path.result.rays += shadow.rays;
     return shadow.passed;
@@ -261,7 +260,7 @@ class PathTracer {
     path.cone = {path.cone.widthAt(hit.distance),
                  std::max(path.cone.spread, next.delta ? 0 : 0.25f * next.roughness)};
     path.travelled = 0;
-    path.ray = {offsetFrom(s.position, s.geometric, next.wi), next.wi};
+    path.ray = {offsetFrom(s, next.wi), next.wi};
     ++path.bounces;
     return true;
   }

@@ -17,7 +17,8 @@ namespace host::render {
 /// Query for the openness of a point's surroundings; implemented by the scene.
 class OcclusionQuery {
  public:
-  /// 0 (closed) to 1, over the hemisphere around `normal` as far as `distance`. `u` picks the direction.
+  /// 0 (closed) to 1, over the hemisphere around `normal` as far as `distance`. `position` lies off the
+  /// surface. `u` picks the direction.
   virtual float openness(Vec3 position, Vec3 normal, float distance, Vec2 u) const = 0;
 
  protected:
@@ -28,7 +29,7 @@ class OcclusionQuery {
 struct ShadePoint {
   Vec2 uv[2];
   float footprint[2] = {0, 0}; // width of the seen area in texture coordinates
-  Vec3 position, normal;       // world; the geometric normal on the viewer's side
+  Vec3 position, normal;       // a little off the surface; the geometric normal on the viewer's side
   const OcclusionQuery* scene = nullptr;
   Sampler* sampler = nullptr; // null: openness is averaged over fixed directions
   bool blendLevels = true;    // smooth change between texture levels, for surfaces seen by the camera

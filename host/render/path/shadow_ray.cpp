@@ -36,7 +36,7 @@ ShadowResult traceShadow(const RayScene& scene, const RenderSettings& settings, 
     passed *= passedBy(s, settings, ray.direction);
     if (maxComponent(passed) < opaque) return result;
     ray.far -= hit->distance;
-    ray.origin = offsetFrom(s.position, s.geometric, ray.direction);
+    ray.origin = offsetFrom(s, ray.direction);
     if (ray.far <= 0) return {passed, result.rays};
   }
   return result;

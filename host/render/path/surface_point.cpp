@@ -39,6 +39,18 @@ Vec3 leanBack(Vec3 normal, Vec3 geometric, Vec3 viewer) {
 
 using Corners = std::array<std::uint32_t, 3>;
 
+// Bound of the distance between a computed point of a triangle and the triangle that a ray meets, along the
+// normal. Both come from sums of products of the vertices and the placement, so each error is a few roundings
+// of the largest terms (Higham 2002, "Accuracy and Stability of Numerical Algorithms", section 3.1); `vertex`
+// and `normal` are absolute values. The placement's inverse, which rays are moved with, adds its own
+// roundings.
+float positionError(const Transform& placement, Vec3 vertex, Vec3 normal) {
+  constexpr float roundings = 32 * 0x1p-24f, tilt = 0.1f; // tilt: of the triangle by roundings of its normal
+  const Vec3 terms = abs(placement.v1) * vertex.x + abs(placement.v2) * vertex.y +
+                     abs(placement.v3) * vertex.z + abs(placement.off);
+  return roundings * (dot(normal, terms) + tilt * maxComponent(terms)) + 1e-30f;
+}
+
 void setUv(const Mesh& mesh, const Corners& c, const Hit& hit, float coneWidth, float facing, Surface& out) {
   for (std::size_t set = 0; set < 2; ++set) {
     const auto& list = mesh.uv[set];
@@ -162,13 +174,15 @@ Surface surfaceAt(const RayScene& scene, const Ray& ray, const Hit& hit, float c
   const PlacedMesh& placed = scene.placed(hit);
   const Mesh& mesh = *placed.mesh;
   const Corners& c = mesh.triangles[hit.primitive];
-  const Vec3 p0 = mesh.positions[c[0]];
-  const Vec3 local1 = Vec3(mesh.positions[c[1]]) - p0, local2 = Vec3(mesh.positions[c[2]]) - p0;
+  const Vec3 p0 = placed.vertex(c[0]), p1 = placed.vertex(c[1]), p2 = placed.vertex(c[2]);
+  const Vec3 local1 = p1 - p0, local2 = p2 - p0;
   Surface out;
   out.edge1 = placed.toWorld.vector(local1);
   out.edge2 = placed.toWorld.vector(local2);
   out.position = placed.toWorld.point(p0 + local1 * hit.u + local2 * hit.v);
   out.geometric = normalize(cross(out.edge1, out.edge2)) * placed.side;
+  out.error = positionError(placed.toWorld, componentMax(abs(p0), componentMax(abs(p1), abs(p2))),
+                            abs(out.geometric));
   out.front = dot(out.geometric, ray.direction) <= 0;
   if (!out.front) out.geometric = -out.geometric;
   out.normal = out.geometric;
@@ -178,7 +192,7 @@ Surface surfaceAt(const RayScene& scene, const Ray& ray, const Hit& hit, float c
   }
   out.material = &scene.materialOf(placed, hit.primitive);
   setVertexColor(mesh, c, hit, out);
-  out.point.position = out.position;
+  out.point.position = offsetFrom(out, out.geometric);
   out.point.normal = out.geometric;
   setUv(mesh, c, hit, coneWidth, std::abs(dot(out.geometric, ray.direction)), out);
   return out;
@@ -207,10 +221,8 @@ Vec3 glowRadiance(const RayScene& scene, const LightSample& sample) {
   return emission(s) * alphaAt(*s.material, s.point, s.colorAlpha);
 }
 
-Vec3 offsetFrom(Vec3 position, Vec3 geometric, Vec3 direction) {
-  const float size = std::max(std::abs(position.x), std::max(std::abs(position.y), std::abs(position.z)));
-  const float step = 1e-5f * size + 1e-7f;
-  return position + geometric * (dot(direction, geometric) > 0 ? step : -step);
+Vec3 offsetFrom(const Surface& s, Vec3 direction) {
+  return s.position + s.geometric * (dot(direction, s.geometric) > 0 ? s.error : -s.error);
 }
 
 } // namespace host::render

@@ -8,6 +8,7 @@ namespace host::render {
 /// A point of a surface hit by a ray. Normals are on the side of the ray's origin.
 struct Surface {
   Vec3 position, geometric, normal;
+  float error = 0;   // bound of the position's distance from the triangle as rays meet it
   Vec3 edge1, edge2; // of the triangle, in the world
   bool front = true;
   const CompiledMaterial* material = nullptr;
@@ -29,7 +30,8 @@ Vec3 emission(const Surface& surface);
 /// The radiance that a sampled point of a glowing triangle sends back along the sample's direction.
 Vec3 glowRadiance(const RayScene& scene, const LightSample& sample);
 
-/// The origin of a ray that leaves a surface: a little off it, on the side of `direction`.
-Vec3 offsetFrom(Vec3 position, Vec3 geometric, Vec3 direction);
+/// The origin of a ray that leaves a surface: off it by the error of the hit, on the side of `direction`, so
+/// that the ray does not meet the surface again.
+Vec3 offsetFrom(const Surface& surface, Vec3 direction);
 
 } // namespace host::render

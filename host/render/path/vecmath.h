@@ -65,6 +65,12 @@ constexpr float lerp(float a, float b, float t) {
 constexpr float maxComponent(Vec3 a) {
   return std::max(a.x, std::max(a.y, a.z));
 }
+constexpr Vec3 componentMax(Vec3 a, Vec3 b) {
+  return {std::max(a.x, b.x), std::max(a.y, b.y), std::max(a.z, b.z)};
+}
+inline Vec3 abs(Vec3 a) {
+  return {std::abs(a.x), std::abs(a.y), std::abs(a.z)};
+}
 /// Rec. 709 luminance.
 constexpr float luminance(Vec3 c) {
   return 0.2126f * c.x + 0.7152f * c.y + 0.0722f * c.z;

@@ -46,7 +46,7 @@ PathResult tracePreview(const RayScene& scene, const RenderSettings& settings, c
       if (result.object == ~0u) result.object = hit->instance;
       left *= 1 - shown;
     }
-    ray.origin = offsetFrom(s.position, s.geometric, ray.direction);
+    ray.origin = offsetFrom(s, ray.direction);
     ray.near = 0;
     ray.far -= hit->distance;
   }

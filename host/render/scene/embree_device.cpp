@@ -57,6 +57,10 @@ EmbreeScene::EmbreeScene(RTCSceneFlags flags, RTCBuildQuality quality) : scene_(
   rtcSetSceneBuildQuality(scene_, quality);
 }
 
+EmbreeScene::~EmbreeScene() {
+  if (scene_) rtcReleaseScene(scene_);
+}
+
 bool EmbreeScene::build(int workers, const std::function<bool()>& stopped) {
   BuildState state{stopped};
   [[maybe_unused]] const Turn turn;

@@ -22,9 +22,7 @@ class EmbreeScene {
     std::swap(scene_, other.scene_);
     return *this;
   }
-  ~EmbreeScene() {
-    if (scene_) rtcReleaseScene(scene_);
-  }
+  ~EmbreeScene();
   RTCScene get() const noexcept { return scene_; }
 
   /// Builds the scene with `workers` threads of the host; with 1 the caller builds alone, which suffices for

@@ -2,6 +2,8 @@
 
 #include <new>
 
+#include "mesh_tools.h"
+#include "snapshot_origin.h"
 #include "surface_point.h"
 
 namespace host::render {
@@ -60,7 +62,8 @@ BuiltScene<RayScene> RayScene::build(SnapshotPtr snapshot, const RenderSettings&
                                      const Stopped& stopped) {
   BuiltScene<RayScene> built;
   std::unique_ptr<RayScene> scene(new RayScene);
-  scene->snapshot_ = std::move(snapshot);
+  scene->origin_ = renderOrigin(*snapshot);
+  scene->snapshot_ = movedSnapshot(snapshot, scene->origin_);
   const Snapshot& s = *scene->snapshot_;
   const std::vector<MeshPtr> placed = scene->placeMeshes();
   for (const MeshPtr& mesh : placed)
@@ -102,7 +105,10 @@ std::vector<MeshPtr> RayScene::placeMeshes() {
     if (!(room > starts)) continue;
     room_ = std::min(room_, static_cast<float>(room));
     const Real det = Dot(instance.toWorld.v1, Cross(instance.toWorld.v2, instance.toWorld.v3));
-    placed_.push_back({instance.mesh.get(), &instance, Transform(instance.toWorld), det < 0 ? -1.0f : 1.0f});
+    const Vec3 center = farCenter(*instance.mesh);
+    Matrix toWorld = instance.toWorld;
+    toWorld.off = toWorld * Vector(center.x, center.y, center.z);
+    placed_.push_back({instance.mesh.get(), &instance, center, Transform(toWorld), det < 0 ? -1.0f : 1.0f});
     meshes.push_back(instance.mesh);
   }
   const Vec3 diagonal = Vec3(s.high) - Vec3(s.low);
@@ -140,7 +146,7 @@ unsigned RayScene::maskOf(const Instance& instance) const {
 }
 
 bool RayScene::buildTop(int workers, const Stopped& stopped) {
-  top_ = EmbreeScene(RTC_SCENE_FLAG_NONE, RTC_BUILD_QUALITY_MEDIUM);
+  top_ = EmbreeScene(RTC_SCENE_FLAG_ROBUST, RTC_BUILD_QUALITY_MEDIUM);
   for (std::size_t i = 0; i < placed_.size(); ++i) {
     const RTCGeometry geometry = rtcNewGeometry(embreeDevice(), RTC_GEOMETRY_TYPE_INSTANCE);
     if (!geometry) throw std::bad_alloc();
@@ -170,14 +176,14 @@ void RayScene::addGlows(PlacedMesh& placed, std::uint32_t index) {
   for (std::uint32_t p = 0; p < mesh.triangles.size(); ++p) {
     const CompiledMaterial& material = materialOf(placed, p);
     const auto& c = mesh.triangles[p];
-    const Vec3 a = placed.toWorld.point(mesh.positions[c[0]]);
+    const Vec3 a = placed.toWorld.point(placed.vertex(c[0]));
     float radiance = 0;
     if (material.emits) {
       const Rgba mean = material.emission.mean();
       radiance = luminance(Vec3(material.source->emission) * Vec3(mean.r, mean.g, mean.b));
     }
-    lights_.addGlow({a, placed.toWorld.point(mesh.positions[c[1]]) - a,
-                     placed.toWorld.point(mesh.positions[c[2]]) - a, index, p},
+    lights_.addGlow({a, placed.toWorld.point(placed.vertex(c[1])) - a,
+                     placed.toWorld.point(placed.vertex(c[2])) - a, index, p},
                     radiance);
   }
 }
@@ -211,8 +217,7 @@ bool RayScene::blocked(const Ray& ray, unsigned mask) const {
 
 float RayScene::openness(Vec3 position, Vec3 normal, float distance, Vec2 u) const {
   const Vec3 direction = Frame(normal).toWorld(squareToCosineHemisphere(u));
-  const auto hit =
-      intersect({offsetFrom(position, normal, direction), direction, 0, distance}, anyMask, false);
+  const auto hit = intersect({position, direction, 0, distance}, anyMask, false);
   return hit ? hit->distance / distance : 1; // distant surfaces darken less
 }
 

@@ -23,15 +23,18 @@ struct Hit {
   std::uint32_t instance = 0, primitive = 0;
 };
 
-/// A mesh placed in the scene.
+/// A mesh placed in the scene. Its vertices count from the centre of its acceleration structure.
 struct PlacedMesh {
   const Mesh* mesh;
   const Instance* source;
-  Transform toWorld;
+  Vec3 center;
+  Transform toWorld;  // of vertices that count from the centre
   float side;         // -1 when the map mirrors
   int firstGlow = -1; // index of its first triangle among the lights' glowing triangles; -1: does not glow
+  Vec3 vertex(std::uint32_t index) const { return Vec3(mesh->positions[index]) - center; }
 };
 
+/// Positions count from `origin`, which lies near the camera, so that floats are fine enough there.
 class RayScene final : public OcclusionQuery {
  public:
   /// Throws std::bad_alloc.
@@ -53,8 +56,10 @@ class RayScene final : public OcclusionQuery {
 
   const LightSet& lights() const { return lights_; }
   const RenderSky& sky() const { return sky_; }
+  /// The snapshot, moved to the origin.
   const Snapshot& snapshot() const { return *snapshot_; }
-  float size() const { return size_; } // length of the bounds' diagonal
+  const Vector& origin() const { return origin_; } // in the world
+  float size() const { return size_; }             // length of the bounds' diagonal
 
  private:
   RayScene() = default;
@@ -65,6 +70,7 @@ class RayScene final : public OcclusionQuery {
   bool traceable(const Ray& ray) const;
 
   SnapshotPtr snapshot_;
+  Vector origin_;
   std::vector<MeshAccelPtr> accels_; // keep the cache's entries alive
   std::vector<PlacedMesh> placed_;
   EmbreeScene top_;

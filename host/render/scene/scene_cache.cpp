@@ -1,11 +1,12 @@
 #include "scene_cache.h"
 
+#include <algorithm>
 #include <atomic>
-#include <cstring>
 #include <exception>
 #include <new>
 
 #include "hardware_preview.h"
+#include "mesh_tools.h"
 #include "program.h"
 #include "texture_loader.h"
 #include "worker_threads.h"
@@ -23,18 +24,21 @@ std::shared_ptr<MeshAccel> prepare(const MeshPtr& mesh) {
   auto accel = std::make_shared<MeshAccel>();
   const std::size_t triangles = mesh->triangles.size(), vertices = mesh->positions.size();
   accel->mesh = mesh;
-  accel->scene = EmbreeScene(RTC_SCENE_FLAG_NONE, triangles <= carefulTriangles ? RTC_BUILD_QUALITY_HIGH
-                                                                                : RTC_BUILD_QUALITY_MEDIUM);
+  accel->scene = EmbreeScene(RTC_SCENE_FLAG_ROBUST, triangles <= carefulTriangles ? RTC_BUILD_QUALITY_HIGH
+                                                                                  : RTC_BUILD_QUALITY_MEDIUM);
   accel->bytes = sizeof(MeshAccel) + triangles * 130 + vertices * 12;
   const RTCGeometry geometry = rtcNewGeometry(embreeDevice(), RTC_GEOMETRY_TYPE_TRIANGLE);
   if (!geometry) throw std::bad_alloc();
   // Embree reads past the last vertex of a shared buffer, so the vertices are copied into a buffer of its
-  // own.
-  void* points = rtcSetNewGeometryBuffer(geometry, RTC_BUFFER_TYPE_VERTEX, 0, RTC_FORMAT_FLOAT3,
-                                         sizeof(Float3), vertices);
+  // own, counted from the centre.
+  auto* points = static_cast<Float3*>(rtcSetNewGeometryBuffer(geometry, RTC_BUFFER_TYPE_VERTEX, 0,
+                                                              RTC_FORMAT_FLOAT3, sizeof(Float3), vertices));
   rtcSetSharedGeometryBuffer(geometry, RTC_BUFFER_TYPE_INDEX, 0, RTC_FORMAT_UINT3, mesh->triangles.data(), 0,
                              sizeof(mesh->triangles[0]), triangles);
-  if (points && vertices) std::memcpy(points, mesh->positions.data(), vertices * sizeof(Float3));
+  const Float3 center = farCenter(*mesh);
+  if (points)
+    std::transform(mesh->positions.begin(), mesh->positions.end(), points,
+                   [&](const Float3& p) { return minus(p, center); });
   rtcCommitGeometry(geometry);
   rtcAttachGeometryByID(accel->scene.get(), geometry, 0);
   rtcReleaseGeometry(geometry);

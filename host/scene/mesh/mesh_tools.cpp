@@ -18,6 +18,18 @@ void setBounds(Mesh& mesh) {
     }
 }
 
+Float3 farCenter(const Mesh& mesh) noexcept {
+  Float3 center{};
+  double away = 0, size = 0;
+  for (std::size_t axis = 0; axis < 3; ++axis) {
+    const double low = mesh.low[axis], high = mesh.high[axis];
+    center[axis] = static_cast<float>((low + high) / 2);
+    away = std::max(away, std::abs(low + high) / 2);
+    size = std::max(size, high - low);
+  }
+  return away > size ? center : Float3{};
+}
+
 Float3 minus(const Float3& a, const Float3& b) noexcept {
   return {a[0] - b[0], a[1] - b[1], a[2] - b[2]};
 }

@@ -7,6 +7,9 @@ namespace host {
 
 /// Sets `low` and `high`; both are 0 without vertices.
 void setBounds(Mesh& mesh);
+/// The centre of the bounds when the mesh lies far from its own origin compared with its size; 0 for others.
+/// Differences from it keep the precision of the vertices.
+Float3 farCenter(const Mesh& mesh) noexcept;
 /// Unit normals at the vertices: the mean over the triangles around each, weighted by area. Vertices of the
 /// same number in `point` share a normal; without `point` none do.
 std::vector<Float3> smoothNormals(const Mesh& mesh, const std::vector<std::uint32_t>* point = nullptr);
