@@ -197,7 +197,7 @@ class Comparison {
     const bool outside = a->file.Content() && b->file.Content();
     return same(a->name == b->name && (outside || a->uri == b->uri) && a->mimeType == b->mimeType, where,
                 "the picture's name") &&
-           same(bytes, where, "the picture's bytes");
+           same(bytes, where, "the picture's bytes") && picture(a->fallback, b->fallback, where);
   }
 
   bool view(const ViewState& a, const ViewState& b, const std::string& where) {

@@ -101,9 +101,9 @@ std::vector<Filename> outsideFiles(const BaseDocument& document) {
     PicturePtr picture;
     if (node.kind == NodeKind::object) picture = static_cast<const ObjectState&>(node).picture;
     if (node.kind == NodeKind::shader) picture = static_cast<const ShaderState&>(node).picture;
-    if (picture && picture->file.Content() &&
-        std::find(files.begin(), files.end(), picture->file) == files.end())
-      files.push_back(picture->file);
+    for (; picture; picture = picture->fallback)
+      if (picture->file.Content() && std::find(files.begin(), files.end(), picture->file) == files.end())
+        files.push_back(picture->file);
   });
   return files;
 }

@@ -201,6 +201,29 @@ bool isUtf8(std::string_view text) noexcept {
   return true;
 }
 
+bool isDataUri(const std::string& uri) noexcept {
+  return uri.rfind("data:", 0) == 0;
+}
+
+std::optional<DataUri> readDataUri(const std::string& uri) {
+  const std::size_t comma = uri.find(',');
+  if (comma == std::string::npos) return std::nullopt;
+  const std::string header = uri.substr(5, comma - 5);
+  const std::string_view body = std::string_view(uri).substr(comma + 1);
+  DataUri data;
+  data.mimeType = header.substr(0, header.find(';'));
+  if (header.find(";base64") == std::string::npos) {
+    const std::string plain = percentDecoded(body);
+    const auto bytes = std::as_bytes(std::span(plain));
+    data.bytes.assign(bytes.begin(), bytes.end());
+    return data;
+  }
+  auto bytes = fromBase64(body);
+  if (!bytes) return std::nullopt;
+  data.bytes = std::move(*bytes);
+  return data;
+}
+
 Json textJson(const std::string& text) {
   if (isUtf8(text)) return text;
   return Json{{"base64", toBase64(std::as_bytes(std::span(text)))}};

@@ -58,6 +58,14 @@ std::optional<Bytes> fromBase64(std::string_view text);
 /// Decodes "%20" and the like.
 std::string percentDecoded(std::string_view text);
 
+struct DataUri {
+  std::string mimeType;
+  Bytes bytes;
+};
+bool isDataUri(const std::string& uri) noexcept;
+/// Nothing for a damaged one. `uri` must be a data URI.
+std::optional<DataUri> readDataUri(const std::string& uri);
+
 /// A text as JSON: a string, or its bytes when it is not UTF-8.
 Json textJson(const std::string& text);
 std::string textOf(const Json& value);

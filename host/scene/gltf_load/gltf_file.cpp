@@ -6,6 +6,8 @@
 #include <set>
 
 #include "file_reference.h"
+#include "gltf_pictures.h"
+#include "gltf_specular_glossiness.h"
 #include "read_file.h"
 
 namespace host {
@@ -19,34 +21,6 @@ std::uint32_t word(std::span<const std::byte> bytes, std::size_t at) {
   for (std::size_t i = 0; i < 4; ++i)
     value |= std::to_integer<std::uint32_t>(bytes[at + i]) << (8 * i);
   return value;
-}
-
-struct DataUri {
-  std::string mimeType;
-  Bytes bytes;
-};
-
-bool isDataUri(const std::string& uri) {
-  return uri.rfind("data:", 0) == 0;
-}
-
-std::optional<DataUri> readDataUri(const std::string& uri) {
-  const std::size_t comma = uri.find(',');
-  if (comma == std::string::npos) return std::nullopt;
-  const std::string header = uri.substr(5, comma - 5);
-  const std::string_view body = std::string_view(uri).substr(comma + 1);
-  DataUri data;
-  data.mimeType = header.substr(0, header.find(';'));
-  if (header.find(";base64") == std::string::npos) {
-    const std::string plain = percentDecoded(body);
-    const auto bytes = std::as_bytes(std::span(plain));
-    data.bytes.assign(bytes.begin(), bytes.end());
-    return data;
-  }
-  auto bytes = fromBase64(body);
-  if (!bytes) return std::nullopt;
-  data.bytes = std::move(*bytes);
-  return data;
 }
 
 // The two chunks of a binary file.
@@ -95,12 +69,19 @@ void checkVersion(const Json& root) {
 }
 
 void checkExtensions(const Json& root) {
-  static const std::set<std::string, std::less<>> known{
-      "KHR_lights_punctual",    "KHR_texture_transform",
-      "KHR_materials_unlit",    "KHR_materials_emissive_strength",
-      "KHR_materials_ior",      "KHR_materials_transmission",
-      "KHR_materials_specular", "KHR_materials_clearcoat",
-      "KHR_mesh_quantization",  "KHR_draco_mesh_compression"};
+  static const std::set<std::string, std::less<>> known{"KHR_lights_punctual",
+                                                        "KHR_texture_transform",
+                                                        "KHR_materials_unlit",
+                                                        "KHR_materials_emissive_strength",
+                                                        "KHR_materials_ior",
+                                                        "KHR_materials_transmission",
+                                                        "KHR_materials_specular",
+                                                        "KHR_materials_clearcoat",
+                                                        "KHR_mesh_quantization",
+                                                        "KHR_draco_mesh_compression",
+                                                        "EXT_texture_webp",
+                                                        "KHR_texture_webp",
+                                                        "KHR_materials_pbrSpecularGlossiness"};
   const Json& required = member(root, "extensionsRequired");
   for (std::size_t i = 0; i < countOf(required); ++i) {
     const std::string name = required[i].is_string() ? required[i].get<std::string>() : "?";
@@ -168,7 +149,7 @@ void parseModel(GltfFile& file) {
                    ")");
 }
 
-// --- buffers and pictures ---
+// --- buffers ---
 
 void readBuffers(GltfFile& file, const Chunks& chunks, const Filename& folder, LoadContext& context) {
   const Json& list = member(file.root, "buffers");
@@ -198,62 +179,6 @@ void readBuffers(GltfFile& file, const Chunks& chunks, const Filename& folder, L
                        std::to_string(length) + " bytes are there");
     file.buffers.push_back(std::move(bytes));
     context.progress(0.05 + 0.25 * static_cast<double>(i + 1) / static_cast<double>(list.size()));
-  }
-}
-
-std::string lastPiece(const std::string& path) {
-  const std::size_t slash = path.find_last_of('/');
-  return slash == std::string::npos ? path : path.substr(slash + 1);
-}
-
-// A picture's file; null when it cannot be read. Above its folder a scene can read pictures only: it may come
-// from a stranger, and files that it names may be sent on with it.
-BytesPtr readOutside(const Filename& file, bool above, const LoadContext& context) {
-  try {
-    BytesPtr bytes = readWholeFile(file, context.options.limits.fileBytes);
-    return above && mimeTypeOf(*bytes).empty() ? nullptr : bytes;
-  } catch (const SceneError&) {
-    return nullptr;
-  }
-}
-
-PicturePtr readPicture(const GltfFile& file, const Json& image, std::size_t number, const Filename& folder,
-                       LoadContext& context) {
-  auto picture = std::make_shared<Picture>();
-  const std::string uri = textIn(image, "uri");
-  picture->mimeType = textIn(image, "mimeType");
-  picture->name = textIn(image, "name");
-  const int view = indexIn(image, "bufferView", file.model.bufferViews.size(), "buffer view");
-  if (view >= 0) {
-    const auto bytes = viewBytes(file, view);
-    picture->bytes = std::make_shared<Bytes>(bytes.begin(), bytes.end());
-  } else if (isDataUri(uri)) {
-    if (auto data = readDataUri(uri)) {
-      if (picture->mimeType.empty()) picture->mimeType = data->mimeType;
-      picture->bytes = std::make_shared<Bytes>(std::move(data->bytes));
-    }
-  } else {
-    picture->uri = uri;
-    if (picture->name.empty()) picture->name = lastPiece(percentDecoded(uri));
-    if (const auto name = resolveReference(uri, folder, Reach::anywhere)) {
-      context.result.files.push_back(*name);
-      picture->file = absoluteFile(*name);
-      picture->bytes = readOutside(*name, !resolveReference(uri, folder, Reach::below), context);
-    }
-  }
-  if (const Json& kept = member(ours(image), "uri"); !kept.is_null()) picture->uri = textOf(kept);
-  if (picture->name.empty()) picture->name = "picture " + std::to_string(number);
-  if (picture->bytes && picture->mimeType.empty()) picture->mimeType = mimeTypeOf(*picture->bytes);
-  return picture;
-}
-
-void readPictures(GltfFile& file, const Filename& folder, LoadContext& context) {
-  const Json& list = member(file.root, "images");
-  for (std::size_t i = 0; i < countOf(list); ++i) {
-    file.images.push_back(readPicture(file, list[i], i, folder, context));
-    if (const Picture& picture = *file.images.back(); !picture.bytes)
-      context.missing(picture.uri.empty() ? picture.name : picture.uri);
-    context.progress(0.3 + 0.2 * static_cast<double>(i + 1) / static_cast<double>(list.size()));
   }
 }
 
@@ -329,21 +254,8 @@ GltfFile readGltf(BytesPtr bytes, const Filename& folder, LoadContext& context) 
   context.progress(0.05);
   readBuffers(file, chunks, folder, context);
   readPictures(file, folder, context);
+  convertSpecularGlossiness(file);
   return file;
-}
-
-std::string mimeTypeOf(std::span<const std::byte> bytes) {
-  const std::string_view text(reinterpret_cast<const char*>(bytes.data()),
-                              std::min<std::size_t>(bytes.size(), 16));
-  const auto starts = [&](std::string_view mark) { return text.substr(0, mark.size()) == mark; };
-  if (starts("\x89PNG")) return "image/png";
-  if (starts("\xFF\xD8\xFF")) return "image/jpeg";
-  if (starts("#?RADIANCE") || starts("#?RGBE")) return "image/vnd.radiance";
-  if (starts("\x76\x2F\x31\x01")) return "image/x-exr";
-  if (starts("RIFF") && text.size() >= 12 && text.substr(8, 4) == "WEBP") return "image/webp";
-  if (starts("BM")) return "image/bmp";
-  if (starts(std::string_view("II*\0", 4)) || starts(std::string_view("MM\0*", 4))) return "image/tiff";
-  return {};
 }
 
 } // namespace host

@@ -58,6 +58,8 @@ std::size_t accessorWidth(const GltfFile& file, int accessor);
 /// The bytes of a buffer view. Throws SceneError.
 std::span<const std::byte> viewBytes(const GltfFile& file, int view);
 
+/// The MIME type of WebP pictures.
+inline constexpr const char* webpType = "image/webp";
 /// The MIME type of a picture by its first bytes; empty when unknown.
 std::string mimeTypeOf(std::span<const std::byte> bytes);
 

@@ -1,6 +1,7 @@
 #include "gltf_material_reader.h"
 
 #include "gltf_derive.h"
+#include "gltf_pictures.h"
 
 namespace host {
 
@@ -65,7 +66,7 @@ NodeState* MaterialReader::makeBitmap(const Json& textureInfo) {
   const Json& from = textures[static_cast<std::size_t>(texture)];
   const Json& samplers = member(file_.root, "samplers");
   const int sampler = indexIn(from, "sampler", countOf(samplers), "sampler");
-  const int source = indexIn(from, "source", file_.images.size(), "picture");
+  const int source = textureSource(file_, from);
   auto* bitmap = static_cast<ShaderState*>(makeNode(NodeKind::shader, Xbitmap));
   if (source >= 0) bitmap->picture = file_.images[static_cast<std::size_t>(source)];
   static const Json none;

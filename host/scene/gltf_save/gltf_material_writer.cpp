@@ -5,6 +5,7 @@
 
 #include "file_reference.h"
 #include "gltf_derive.h"
+#include "gltf_pictures.h"
 #include "parameters.h"
 
 namespace host {
@@ -21,6 +22,9 @@ const NodeState* shaderOf(const MaterialState& material, int slot) {
 bool isPlainBitmap(const NodeState& shader) {
   const auto& bitmap = static_cast<const ShaderState&>(shader);
   if (shader.type != Xbitmap || shader.bits != 0 || !bitmap.picture || shader.children.first()) return false;
+  if (const PicturePtr& other = bitmap.picture->fallback; // loading the texture would show the other picture
+      other && !isReadable(*bitmap.picture) && isReadable(*other))
+    return false;
   return shader.name.GetUTF8() == bitmap.picture->name &&
          shader.data == bitmapParameters(textureInfoJson(shader), samplerJson(shader));
 }
@@ -114,12 +118,27 @@ int MaterialWriter::pictureIndex(const PicturePtr& picture) {
   }
   const int index = output_.append("images", std::move(image));
   pictures_.emplace(picture->id, index);
+  if (picture->fallback) { // a texture names both, whatever shader shows the picture
+    Json texture = Json::object();
+    putSource(*picture, texture, index);
+    output_.shared("textures", std::move(texture));
+  }
   return index;
+}
+
+void MaterialWriter::putSource(const Picture& picture, Json& texture, int index) {
+  const std::string type = picture.bytes ? mimeTypeOf(*picture.bytes) : picture.mimeType;
+  if (!picture.fallback && type != webpType) {
+    texture["source"] = index;
+    return;
+  }
+  texture["extensions"]["EXT_texture_webp"]["source"] = index;
+  if (picture.fallback) texture["source"] = pictureIndex(picture.fallback);
 }
 
 int MaterialWriter::textureIndex(const ShaderState& bitmap) {
   Json texture = Json::object();
-  if (bitmap.picture) texture["source"] = pictureIndex(bitmap.picture);
+  if (bitmap.picture) putSource(*bitmap.picture, texture, pictureIndex(bitmap.picture));
   if (Json sampler = samplerJson(bitmap); !sampler.is_null())
     texture["sampler"] = output_.shared("samplers", std::move(sampler));
   return output_.shared("textures", std::move(texture));

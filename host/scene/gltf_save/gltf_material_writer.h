@@ -21,6 +21,7 @@ class MaterialWriter {
   void writeShaders(const MaterialState& material, Json& extras);
   Json shaderEntry(const ShaderState& shader);
   int textureIndex(const ShaderState& bitmap);
+  void putSource(const Picture& picture, Json& texture, int index);
 
   GltfOutput& output_;
   ExtrasWriter& extras_;

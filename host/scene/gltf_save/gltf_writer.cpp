@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <set>
 
 #include "gltf_derive.h"
 #include "parameters.h"
@@ -216,18 +217,29 @@ void GltfWriter::finish() {
   if (!lights_.empty()) output_["extensions"]["KHR_lights_punctual"]["lights"] = lights_;
   if (!output_.data().empty())
     output_["buffers"] = Json::array({Json{{"byteLength", output_.data().size()}}});
-  std::vector<std::string> used;
-  for (const char* list : {"nodes", "materials"})
-    if (output_.root().contains(list))
-      for (const Json& item : output_[list])
-        for (const auto& [name, part] : member(item, "extensions").items())
-          used.push_back(name);
+  nameExtensions();
+}
+
+// Lists the extensions in use. Those without which the scene cannot be shown are required: a texture whose
+// only picture is a WebP one.
+void GltfWriter::nameExtensions() {
+  std::set<std::string> used, required;
+  for (const char* list : {"nodes", "materials", "textures", "meshes"}) {
+    if (!output_.root().contains(list)) continue;
+    for (const Json& item : output_[list]) {
+      for (const auto& [name, part] : member(item, "extensions").items()) {
+        used.insert(name);
+        if (name == "EXT_texture_webp" && !item.contains("source")) required.insert(name);
+      }
+    }
+  }
+  for (const auto& [name, part] : member(output_.root(), "extensions").items())
+    used.insert(name);
   if (output_.root().contains("materials") &&
       output_["materials"].dump().find("KHR_texture_transform") != std::string::npos)
-    used.emplace_back("KHR_texture_transform");
-  std::sort(used.begin(), used.end());
-  used.erase(std::unique(used.begin(), used.end()), used.end());
+    used.emplace("KHR_texture_transform");
   if (!used.empty()) output_["extensionsUsed"] = used;
+  if (!required.empty()) output_["extensionsRequired"] = required;
 }
 
 } // namespace host

@@ -39,6 +39,7 @@ class GltfWriter {
   void writeDocument();
   void writeViews(Json& extras);
   void finish();
+  void nameExtensions();
 
   const DocumentState& document_;
   const std::function<void(double)> progress_;

@@ -20,6 +20,7 @@ struct Picture {
   Filename file;    // of an outside picture; empty when packed into the scene
   std::string mimeType;
   std::shared_ptr<const std::vector<std::byte>> bytes; // null: the file is missing
+  std::shared_ptr<const Picture> fallback; // of a WebP picture: shown by programs that cannot read it
 };
 using PicturePtr = std::shared_ptr<const Picture>;
 

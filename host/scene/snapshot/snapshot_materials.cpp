@@ -18,6 +18,9 @@ float unitNumber(const NodeState& node, LONG id) {
   return std::clamp(number(node, id), 0.0F, 1.0F);
 }
 
+// An index of refraction of 0 stands for an infinite one (KHR_materials_ior).
+constexpr float endlessIor = 1e6F;
+
 Float3 color(const Vector& v, Real factor = 1) {
   const auto part = [factor](Real value) {
     value *= factor;
@@ -197,7 +200,7 @@ class MaterialBuilder {
 
   void fillTransparency() {
     const float ior = number(from_, param::ior);
-    to_.ior = ior >= 1 ? ior : 1.5F;
+    to_.ior = ior >= 1 ? ior : ior == 0 ? endlessIor : 1.5F;
     if (!on(param::switchTransparency)) return;
     to_.transmission = unitNumber(from_, param::transmission);
     if (to_.transmission > 0) to_.transmissionShade = shade(CHANNEL_TRANSPARENCY);
