@@ -1,37 +1,66 @@
 #include "film_denoiser.h"
 
-#include "denoiser.h"
-#include "film_writer.h"
+#include <algorithm>
+
+#include "worker_threads.h"
 
 namespace host::render {
+namespace {
 
-bool denoiseFilm(const RenderRequest& request) {
-  const Region& region = request.settings.region;
-  const std::shared_ptr<Film> film = filmOf(*request.bitmap);
-  if (!film) return true;
+/// Calls `work(row)` for rows of a picture, on all workers.
+template <class Work>
+void eachRow(int rows, Work&& work) {
+  std::atomic<int> next{0};
+  runOnWorkers(std::min(workerCount(), rows), [&](int) {
+    for (int row; (row = next.fetch_add(1)) < rows;)
+      work(row);
+  });
+}
 
-  std::vector<float> color;
-  color.reserve(static_cast<std::size_t>(region.width()) * static_cast<std::size_t>(region.height()) * 3);
-  float rgba[4];
-  for (int y = region.top; y <= region.bottom; ++y)
-    for (int x = region.left; x <= region.right; ++x) {
-      film->getColor(x, y, rgba);
-      color.insert(color.end(), rgba, rgba + 3);
-    }
-  const auto clean = denoise::denoise(
-      {region.width(), region.height(), color.data(), nullptr, nullptr}, denoise::Effort::final,
-      [&](double) { return !request.hooks.stopped || !request.hooks.stopped(); });
-  if (!clean) return false;
+} // namespace
 
-  FilmWriter writer(*request.bitmap);
-  const float* next = clean->data();
-  for (int y = region.top; y <= region.bottom; ++y)
-    for (int x = region.left; x <= region.right; ++x, next += 3) {
-      film->getColor(x, y, rgba);
-      const float pixel[4] = {next[0], next[1], next[2], rgba[3]};
-      writer.put(x, y, pixel);
-    }
+bool FilmDenoiser::run(denoise::Effort effort) {
+  if (!problem_.empty()) return true;
+  gather();
+  const Region& region = request_.settings.region;
+  try {
+    const auto clean = denoise::denoise(
+        {region.width(), region.height(), color_.data(), albedo_.data(), normal_.data()}, effort,
+        [&](double) { return !request_.hooks.stopped || !request_.hooks.stopped(); });
+    if (!clean) return false;
+    show(*clean);
+  } catch (const denoise::DenoiseError& error) {
+    problem_ = std::string("The picture was not denoised: ") + error.what() + ".";
+  }
   return true;
+}
+
+void FilmDenoiser::gather() {
+  const Region& region = request_.settings.region;
+  const auto width = static_cast<std::size_t>(region.width());
+  for (std::vector<float>* values : {&color_, &albedo_, &normal_})
+    values->resize(width * static_cast<std::size_t>(region.height()) * 3);
+  eachRow(region.height(), [&](int row) {
+    std::size_t pixel = static_cast<std::size_t>(row) * width;
+    for (int x = region.left; x <= region.right; ++x, ++pixel) {
+      float rgba[4];
+      film_.film().getColor(x, region.top + row, rgba);
+      const Vec3 albedo = hits_.albedo(pixel), normal = hits_.normal(pixel);
+      std::copy_n(rgba, 3, &color_[pixel * 3]);
+      std::copy_n(&albedo.x, 3, &albedo_[pixel * 3]);
+      std::copy_n(&normal.x, 3, &normal_[pixel * 3]);
+    }
+  });
+}
+
+void FilmDenoiser::show(const std::vector<float>& clean) {
+  const Region& region = request_.settings.region;
+  film_.addDenoised();
+  eachRow(region.height(), [&](int row) {
+    const float* next = &clean[static_cast<std::size_t>(row) * static_cast<std::size_t>(region.width()) * 3];
+    for (int x = region.left; x <= region.right; ++x, next += 3)
+      film_.putDenoised(x, region.top + row, next);
+  });
 }
 
 } // namespace host::render

@@ -22,15 +22,87 @@ std::shared_ptr<Film> filmFor(BaseBitmap& bitmap) {
   return film;
 }
 
-} // namespace
-
-FilmWriter::FilmWriter(BaseBitmap& bitmap) : bitmap_(bitmap), film_(filmFor(bitmap)) {
+bool isWhole(const Region& region, const BaseBitmap& bitmap) {
+  return region.width() == bitmap.GetBw() && region.height() == bitmap.GetBh();
 }
 
-void FilmWriter::put(int x, int y, const float rgba[4]) {
+constexpr std::array<const char*, 5> layerNames{"albedo", "normal", "depth", "object_id", "material_id"};
+constexpr std::array<const char*, 5> layerChannels{"RGB", "XYZ", "Z", "V", "V"};
+
+} // namespace
+
+FilmWriter::FilmWriter(BaseBitmap& bitmap)
+    : bitmap_(bitmap), film_(filmFor(bitmap)), sky_(film_->findLayer(film_layers::sky)),
+      denoised_(film_->findLayer(film_layers::denoised)) {
+}
+
+FilmWriter::FilmWriter(BaseBitmap& bitmap, const RenderSettings& settings, bool sky) : FilmWriter(bitmap) {
+  if (isWhole(settings.region, bitmap)) {
+    for (const FilmLayerPtr& layer : film_->layers())
+      film_->removeLayer(layer->name());
+    sky_ = denoised_ = nullptr;
+    film_->showDenoised(true);
+  }
+  if (sky) sky_ = film_->addLayer(film_layers::sky, "RGB", true);
+  addLayers(settings.layers);
+}
+
+void FilmWriter::addLayers(unsigned wanted) {
+  for (std::size_t i = 0; i < layers_.size(); ++i)
+    if (wanted & (1u << i)) layers_[i] = film_->addLayer(layerNames[i], layerChannels[i]);
+}
+
+void FilmWriter::put(int x, int y, const float rgba[4], const float* sky) {
+  constexpr float dark[3] = {};
   film_->setColor(x, y, rgba);
-  bitmap_.SetPixel(x, y, toDisplay(rgba[0]), toDisplay(rgba[1]), toDisplay(rgba[2]));
+  if (sky_) sky_->set(film_->pixelAt(x, y), sky ? sky : dark);
   bitmap_.SetAlpha(x, y, static_cast<LONG>(clamp01(rgba[3]) * 255 + 0.5f));
+  if (holds_) return;
+  if (denoised_) denoised_->set(film_->pixelAt(x, y), rgba);
+  show(x, y);
+}
+
+void FilmWriter::put(int x, int y, const PixelEstimate& pixel) {
+  float rgba[4], sky[3];
+  pixel.mean(rgba);
+  pixel.meanSky(sky);
+  put(x, y, rgba, sky);
+}
+
+void FilmWriter::putLayers(int x, int y, const FirstHits& hits, std::size_t pixel) {
+  const std::size_t at = film_->pixelAt(x, y);
+  const auto put3 = [at](FilmLayer& layer, Vec3 v) {
+    const float values[3] = {v.x, v.y, v.z};
+    layer.set(at, values);
+  };
+  const auto put1 = [at](FilmLayer& layer, float value) { layer.set(at, &value); };
+  if (layers_[0]) put3(*layers_[0], hits.albedo(pixel));
+  if (layers_[1]) put3(*layers_[1], hits.normal(pixel));
+  if (layers_[2]) put1(*layers_[2], hits.depth(pixel));
+  if (layers_[3]) put1(*layers_[3], static_cast<float>(hits.object(pixel)));
+  if (layers_[4]) put1(*layers_[4], static_cast<float>(hits.material(pixel)));
+}
+
+void FilmWriter::addDenoised() {
+  if (denoised_) return;
+  denoised_ = film_->addLayer(film_layers::denoised, "RGB");
+  for (int y = 0; y < film_->height(); ++y)
+    for (int x = 0; x < film_->width(); ++x) {
+      float rgba[4];
+      film_->getColor(x, y, rgba);
+      denoised_->set(film_->pixelAt(x, y), rgba);
+    }
+}
+
+void FilmWriter::putDenoised(int x, int y, const float rgb[3]) {
+  denoised_->set(film_->pixelAt(x, y), rgb);
+  show(x, y);
+}
+
+void FilmWriter::show(int x, int y) {
+  float rgba[4];
+  film_->getShown(x, y, rgba);
+  bitmap_.SetPixel(x, y, toDisplay(rgba[0]), toDisplay(rgba[1]), toDisplay(rgba[2]));
 }
 
 } // namespace host::render

@@ -51,9 +51,11 @@ Refinement::Refinement(const RayScene& scene, const RenderRequest& request)
     : scene_(scene), request_(request), settings_(request.settings), hooks_(request.hooks),
       width_(settings_.region.width()), height_(settings_.region.height()), samples_(samplesOf(settings_)),
       camera_(scene.snapshot().camera, request.bitmap->GetBw(), request.bitmap->GetBh()),
-      filter_(settings_.filter), film_(*request.bitmap), progress_(hooks_.progress) {
-  const auto count = static_cast<std::size_t>(width_) * static_cast<std::size_t>(height_);
-  pixels_.resize(count);
+      filter_(settings_.filter),
+      film_(*request.bitmap, settings_, scene.sky().present() && scene.sky().seenByCamera()),
+      pixels_(static_cast<std::size_t>(width_) * static_cast<std::size_t>(height_)),
+      hits_(settings_, pixels_.size()), denoiser_(request, film_, hits_), progress_(hooks_.progress) {
+  const std::size_t count = pixels_.size();
   flags_.resize(count);
   if (settings_.antiAliasing == AntiAliasing::geometry && !settings_.preview) objects_.resize(count);
   progress_.setTotal(
@@ -79,6 +81,11 @@ bool Refinement::run() {
     if (target >= leastSamples && settings_.noise > 0 && !settings_.preview) restQuietPixels();
   }
   return whole;
+}
+
+bool Refinement::denoise() {
+  if (settings_.denoise == Denoising::off || settings_.preview) return true;
+  return denoiser_.run(denoise::Effort::final);
 }
 
 std::vector<Refinement::Tile> Refinement::makeTiles(int size) const {
@@ -122,9 +129,10 @@ bool Refinement::coarseTile(const Tile& tile, int block) {
       const PathResult r = samplePixel((x + right) / 2, (y + bottom) / 2, 0, Spread::centre).light;
       count.add(r);
       const float rgba[4] = {r.color.x, r.color.y, r.color.z, r.alpha};
+      const float sky[3] = {r.sky.x, r.sky.y, r.sky.z};
       for (int py = y; py < bottom; ++py)
         for (int px = x; px < right; ++px)
-          film_.put(px + left, py + top, rgba);
+          film_.put(px + left, py + top, rgba, sky);
     }
   return true;
 }
@@ -147,6 +155,7 @@ bool Refinement::fineTile(const Tile& tile, int target) {
         count.add(sample.light);
         if (pixel.count() == 0 && !objects_.empty()) objects_[i] = sample.light.object;
         pixel.add(sample.light, sample.weight);
+        hits_.add(i, sample.light);
       }
     }
   commit(tile);
@@ -190,11 +199,10 @@ void Refinement::commit(const Tile& tile) {
   if (hooks_.beginTile) hooks_.beginTile();
   for (int y = tile.top; y < tile.bottom; ++y)
     for (int x = tile.left; x < tile.right; ++x) {
-      const PixelEstimate& pixel = pixels_[index(x, y)];
-      if (pixel.count() == 0) continue;
-      float rgba[4];
-      pixel.mean(rgba);
-      film_.put(x + settings_.region.left, y + settings_.region.top, rgba);
+      const std::size_t i = index(x, y);
+      if (pixels_[i].count() == 0) continue;
+      film_.put(x + settings_.region.left, y + settings_.region.top, pixels_[i]);
+      film_.putLayers(x + settings_.region.left, y + settings_.region.top, hits_, i);
     }
   if (hooks_.endTile) hooks_.endTile();
 }

@@ -5,7 +5,9 @@
 #include <mutex>
 #include <vector>
 
+#include "film_denoiser.h"
 #include "film_writer.h"
+#include "first_hits.h"
 #include "pixel_estimate.h"
 #include "pixel_filter.h"
 #include "progress_steps.h"
@@ -19,6 +21,11 @@ class Refinement {
   Refinement(const RayScene& scene, const RenderRequest& request);
   /// False after a break. Passes on the exceptions of workers.
   bool run();
+  /// Denoises the finished picture when the settings ask for it. False after a break: the noisy picture is
+  /// then complete. A picture that cannot be denoised stays noisy, see `problem`.
+  bool denoise();
+  /// A sentence for the user; empty when nothing failed.
+  const std::string& problem() const { return denoiser_.problem(); }
 
   double firstPixelsMs() const {
     return firstPixelsMs_;
@@ -76,6 +83,8 @@ class Refinement {
   PixelFilter filter_;
   FilmWriter film_;
   std::vector<PixelEstimate> pixels_;
+  FirstHits hits_;
+  FilmDenoiser denoiser_;
   std::vector<std::uint8_t> flags_;
   std::vector<std::uint32_t> objects_; // of the first sample, for edges; empty without edge detection
   std::atomic<bool> broken_{false};

@@ -32,7 +32,9 @@ RenderSettings readSettings(const BaseContainer& container, int width, int heigh
   const double noise = container.GetReal(RDATA_NOISETHRESHOLD, 0.01);
   s.noise = std::isfinite(noise) ? static_cast<float>(std::clamp(noise, 0.0, 1.0)) : 0.01f;
   s.seed = static_cast<std::uint32_t>(container.GetLong(seedSetting, 0));
-  s.denoise = container.GetLong(denoiseSetting, 0) == 1;
+  const LONG denoise = container.GetLong(denoiseSetting, 0);
+  s.denoise = denoise == 1 || denoise == 2 ? static_cast<Denoising>(denoise) : Denoising::off;
+  s.layers = static_cast<unsigned>(container.GetLong(layersSetting, 0)) & 31u;
   s.preview = container.GetLong(RDATA_RENDERENGINE) != RDATA_RENDERENGINE_STANDARD;
   s.hardware = container.GetLong(RDATA_RENDERENGINE) == RDATA_RENDERENGINE_PREVIEWHARDWARE;
   s.blurry = container.GetBool(RDATA_ENABLEBLURRY, TRUE);

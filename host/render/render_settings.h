@@ -11,9 +11,19 @@ namespace host::render {
 /// Seed of the samples, used by the host's own renders: renders with different seeds can be averaged. Default
 /// 0.
 inline constexpr LONG seedSetting = 7102;
-/// (LONG, 0 or 1, 0) 1: the finished picture is denoised. A setting of the host's own, kept with the
-/// document.
+/// (LONG, 0 to 2, 0) A value of Denoising. A setting of the host's own, kept with the document.
 inline constexpr LONG denoiseSetting = 7103;
+
+/// (LONG, bits of LayerBit, 0) Layers of the film that the render fills. A setting of the host's own.
+inline constexpr LONG layersSetting = 7104;
+/// Averages of the samples, but for the two of indices, which take the first sample of a pixel.
+enum LayerBit : unsigned {
+  albedoLayer = 1,   // "albedo", RGB: colour of the surfaces, 0 to 1
+  normalLayer = 2,   // "normal", XYZ: in the world; shorter than 1 where samples differ
+  depthLayer = 4,    // "depth", Z: metres from the camera, of the samples that met a surface
+  objectLayer = 8,   // "object_id", V: index of the object among the visible ones, from 1; 0: none
+  materialLayer = 16 // "material_id", V: index of the material, from 1; 0: none
+};
 
 /// Inclusive pixel bounds; empty when right < left or bottom < top.
 struct Region {
@@ -27,16 +37,19 @@ struct Region {
 /// all samples. best: every pixel uses the filter, and its noise decides the number of samples.
 enum class AntiAliasing : std::uint8_t { none = 0, geometry = 1, best = 2 };
 enum class Filter : std::uint8_t { still, animation, blend, sinc, area, cone, catmull, video };
+/// end: the finished picture. live: after each doubling of the samples as well, by a smaller network.
+enum class Denoising : std::uint8_t { off = 0, end = 1, live = 2 };
 /// Estimators of light. The two one-sided ones exist to check the combination against.
 enum class LightSampling : std::uint8_t { combined, lightsOnly, surfacesOnly };
 
 struct RenderSettings {
   AntiAliasing antiAliasing = AntiAliasing::best;
   Filter filter = Filter::still;
-  Region region;                // of the bitmap, already clipped
-  int samples = 64;             // a pixel, at most
-  float noise = 0.01f;          // a pixel stops when its estimated error falls below; 0: never
-  bool denoise = false;         // when the last sample was added
+  Region region;       // of the bitmap, already clipped
+  int samples = 64;    // a pixel, at most
+  float noise = 0.01f; // a pixel stops when its estimated error falls below; 0: never
+  Denoising denoise = Denoising::off;
+  unsigned layers = 0;          // of the film, bits of LayerBit
   bool preview = false;         // engine 1: camera rays, simple light, no noise
   bool hardware = false;        // engine 2: the preview through OpenGL, where a driver is available
   bool blurry = true;           // false: roughness counts as 0 in reflection and transmission
@@ -53,6 +66,9 @@ struct RenderSettings {
   std::uint32_t seed = 0;
   float clampIndirect = 10; // limit of a path's light from beyond a diffuse bounce, largest channel; 0: none
   LightSampling lightSampling = LightSampling::combined;
+
+  /// Whether the path tracer notes the first hit of camera rays.
+  bool firstHits() const { return !preview && (layers != 0 || denoise != Denoising::off); }
 };
 
 /// For a bitmap of this size. Values out of range are clamped.

@@ -3,8 +3,6 @@
 #include <new>
 #include <system_error>
 
-#include "denoiser.h"
-#include "film_denoiser.h"
 #include "hardware_preview.h"
 #include "refinement.h"
 #include "worker_threads.h"
@@ -68,18 +66,9 @@ class SnapshotRender {
     report_.stats.firstPixelsMs = refinement.firstPixelsMs();
     report_.stats.rays = refinement.rays();
     report_.stats.cameraSamples = refinement.cameraSamples();
-    return whole && clean() ? finished() : RenderOutcome::stopped;
-  }
-
-  // The noisy picture is complete: without a denoiser it stays.
-  bool clean() {
-    if (!request_.settings.denoise || request_.settings.preview) return true;
-    try {
-      return denoiseFilm(request_);
-    } catch (const denoise::DenoiseError& error) {
-      report_.problems.push_back(std::string("The picture was not denoised: ") + error.what() + ".");
-      return true;
-    }
+    const bool clean = whole && refinement.denoise();
+    if (!refinement.problem().empty()) report_.problems.push_back(refinement.problem());
+    return clean ? finished() : RenderOutcome::stopped;
   }
 
   void addProblems(const std::vector<std::string>& problems) {

@@ -153,10 +153,10 @@ TEST(BitmapSave, ExrWithAlphaIsMultiplied) {
   Bitmap bitmap;
   ASSERT_EQ(bitmap->Init(2, 1, 32), IMAGERESULT_OK);
   auto film = std::make_shared<host::Film>(2, 1);
-  const float value[4] = {4, 0.5f, 0, 0.25f};
+  const float value[4] = {1, 0.125f, 0, 0.25f}; // surfaces cover a quarter of the pixel
   film->setColor(0, 0, value);
   host::setFilm(*bitmap, film);
-  put(*bitmap, 0, 0, {255, host::toDisplay(0.5f), 0, 64});
+  put(*bitmap, 0, 0, {255, host::toDisplay(0.125f), 0, 64});
   const Filename name = folder.file("alpha.exr");
   ASSERT_EQ(bitmap->Save(name, FILTER_EXR, nullptr, SAVEBIT_ALPHA), IMAGERESULT_OK);
   const Decoded decoded = decodeFloats(name);
@@ -164,6 +164,65 @@ TEST(BitmapSave, ExrWithAlphaIsMultiplied) {
   EXPECT_EQ(decoded.at(0, 0, 0), 1.0f);
   EXPECT_EQ(decoded.at(0, 0, 1), 0.125f);
   EXPECT_EQ(decoded.at(0, 0, 3), 0.25f);
+}
+
+// Surfaces of light 0.8 cover half of a pixel, before nothing and before a sky of light 0.5.
+TEST(BitmapSave, HalfCoveredPixelsHaveNoFringes) {
+  Folder folder;
+  Bitmap bitmap, loaded;
+  ASSERT_EQ(bitmap->Init(2, 1, 32), IMAGERESULT_OK);
+  const auto film = std::make_shared<host::Film>(2, 1);
+  const float dark[4] = {0.4f, 0.4f, 0.4f, 0.5f}, bright[4] = {0.65f, 0.65f, 0.65f, 0.5f};
+  const float sky[3] = {0.25f, 0.25f, 0.25f};
+  film->setColor(0, 0, dark);
+  film->setColor(1, 0, bright);
+  film->addLayer(host::film_layers::sky, "RGB", true)->set(1, sky);
+  host::setFilm(*bitmap, film);
+  for (LONG x = 0; x < 2; ++x) {
+    const int code = host::toDisplay(x == 0 ? 0.4f : 0.65f);
+    put(*bitmap, x, 0, {code, code, code, 128});
+  }
+  ASSERT_EQ(bitmap->Save(folder.file("edge.png"), FILTER_PNG, nullptr, SAVEBIT_ALPHA), IMAGERESULT_OK);
+  ASSERT_EQ(loaded->Init(folder.file("edge.png")), IMAGERESULT_OK);
+  const int code = host::toDisplay(0.8f);
+  for (LONG x = 0; x < 2; ++x)
+    EXPECT_EQ(at(*loaded, x, 0), (Rgba{code, code, code, 128})) << x;
+
+  ASSERT_EQ(bitmap->Save(folder.file("edge.exr"), FILTER_EXR, nullptr, SAVEBIT_ALPHA), IMAGERESULT_OK);
+  const Decoded decoded = decodeFloats(folder.file("edge.exr"));
+  ASSERT_EQ(decoded.spec.nchannels, 4); // the sky's layer is the host's own
+  for (int x = 0; x < 2; ++x) {
+    EXPECT_FLOAT_EQ(decoded.at(x, 0, 0), 0.4f) << x;
+    EXPECT_EQ(decoded.at(x, 0, 3), 0.5f) << x;
+  }
+  // Without alpha a picture is what the camera sees.
+  ASSERT_EQ(bitmap->Save(folder.file("seen.exr"), FILTER_EXR), IMAGERESULT_OK);
+  const Decoded seen = decodeFloats(folder.file("seen.exr"));
+  EXPECT_EQ(seen.at(0, 0, 0), 0.4f);
+  EXPECT_EQ(seen.at(1, 0, 0), 0.65f);
+}
+
+TEST(BitmapSave, ExrHoldsTheLayersOfTheFilm) {
+  Folder folder;
+  Bitmap bitmap;
+  ASSERT_EQ(bitmap->Init(2, 1, 24), IMAGERESULT_OK);
+  const auto film = std::make_shared<host::Film>(2, 1);
+  const float noisy[4] = {0.5f, 0, 0, 1}, clean[3] = {0.25f, 0, 0}, depth = 7;
+  film->setColor(1, 0, noisy);
+  film->addLayer(host::film_layers::denoised, "RGB")->set(1, clean);
+  film->addLayer("depth", "Z")->set(1, &depth);
+  host::setFilm(*bitmap, film);
+  bitmap->SetPixel(1, 0, host::toDisplay(0.25f), 0, 0);
+  ASSERT_EQ(bitmap->Save(folder.file("layers.exr"), FILTER_EXR), IMAGERESULT_OK);
+  const Decoded decoded = decodeFloats(folder.file("layers.exr"));
+  const auto value = [&](const char* name) {
+    const int channel = decoded.spec.channelindex(name);
+    return channel < 0 ? -1 : decoded.at(1, 0, channel);
+  };
+  EXPECT_EQ(value("R"), 0.25f);
+  EXPECT_EQ(value("denoised.R"), 0.25f);
+  EXPECT_EQ(value("beauty.R"), 0.5f);
+  EXPECT_EQ(value("depth.Z"), 7);
 }
 
 TEST(BitmapSave, ExrWithoutAFilmIsTheLinearLightOfTheCodes) {

@@ -89,12 +89,66 @@ TEST(Film, StaysUntilTheBitmapChangesShape) {
   EXPECT_EQ(host::filmOf(*bitmap), nullptr);
 }
 
+TEST(Film, LayersGrowAndGo) {
+  Film film(3, 2);
+  EXPECT_EQ(film.findLayer("depth"), nullptr);
+  const host::FilmLayerPtr depth = film.addLayer("depth", "Z");
+  EXPECT_EQ(film.addLayer("depth", "Z"), depth);
+  float value = -1;
+  depth->get(film.pixelAt(2, 1), &value);
+  EXPECT_EQ(value, 0);
+  value = 4.5f;
+  depth->set(film.pixelAt(2, 1), &value);
+  float seen = 0;
+  film.findLayer("depth")->get(5, &seen);
+  EXPECT_EQ(seen, 4.5f);
+  film.addLayer("normal", "XYZ");
+  EXPECT_EQ(film.layers().size(), 2u);
+  film.removeLayer("depth");
+  EXPECT_EQ(film.findLayer("depth"), nullptr);
+  ASSERT_EQ(film.layers().size(), 1u);
+  EXPECT_EQ(film.layers()[0]->channels(), "XYZ");
+}
+
+TEST(Film, ShowsTheDenoisedOrTheNoisyColour) {
+  AutoAlloc<BaseBitmap> bitmap;
+  ASSERT_EQ(bitmap->Init(2, 1, 24), IMAGERESULT_OK);
+  EXPECT_FALSE(host::showDenoised(*bitmap, true));
+  const auto film = std::make_shared<Film>(2, 1);
+  const float noisy[4] = {0.5f, 0.5f, 0.5f, 1}, clean[3] = {0.25f, 0.25f, 0.25f};
+  for (int x = 0; x < 2; ++x)
+    film->setColor(x, 0, noisy);
+  host::setFilm(*bitmap, film);
+  EXPECT_FALSE(host::showDenoised(*bitmap, true));
+  const host::FilmLayerPtr layer = film->addLayer(host::film_layers::denoised, "RGB");
+  const int dark = host::toDisplay(0.25f), bright = host::toDisplay(0.5f);
+  for (std::size_t x = 0; x < 2; ++x)
+    layer->set(x, clean);
+  bitmap->SetPixel(0, 0, dark, dark, dark);
+  bitmap->SetPixel(1, 0, 9, 9, 9); // a stamp
+
+  float shown[4];
+  film->getShown(0, 0, shown);
+  EXPECT_EQ(shown[0], 0.25f);
+  EXPECT_EQ(shown[3], 1);
+  EXPECT_TRUE(host::showDenoised(*bitmap, false));
+  film->getShown(0, 0, shown);
+  EXPECT_EQ(shown[0], 0.5f);
+  EXPECT_EQ(at(*bitmap, 0, 0).r, bright);
+  EXPECT_EQ(at(*bitmap, 1, 0).r, 9);
+  EXPECT_TRUE(host::showDenoised(*bitmap, true));
+  EXPECT_EQ(at(*bitmap, 0, 0).r, dark);
+  EXPECT_EQ(at(*bitmap, 1, 0).r, 9);
+}
+
 TEST(Film, ClonesShareItAndPartsGetASection) {
   AutoAlloc<BaseBitmap> bitmap, target;
   ASSERT_EQ(bitmap->Init(4, 3), IMAGERESULT_OK);
   const auto film = std::make_shared<Film>(4, 3);
   const float value[4] = {1, 2, 3, 1};
   film->setColor(2, 1, value);
+  const float depth = 3;
+  film->addLayer("depth", "Z")->set(film->pixelAt(2, 1), &depth);
   host::setFilm(*bitmap, film);
   AutoAlloc<BaseBitmap> clone(bitmap->GetClone());
   EXPECT_EQ(host::filmOf(*clone), film);
@@ -104,6 +158,10 @@ TEST(Film, ClonesShareItAndPartsGetASection) {
   const auto partFilm = host::filmOf(*part);
   ASSERT_TRUE(partFilm);
   float seen[4];
+  float partDepth = 0;
+  ASSERT_TRUE(partFilm->findLayer("depth"));
+  partFilm->findLayer("depth")->get(0, &partDepth);
+  EXPECT_EQ(partDepth, 3);
   partFilm->getColor(0, 0, seen);
   EXPECT_EQ(seen[1], 2.0f);
   partFilm->getColor(1, 1, seen);

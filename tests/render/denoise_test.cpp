@@ -38,7 +38,7 @@ TEST(Denoise, FewSamplesLookLikeMany) {
   const Result reference = draw(scene, 96, 64, settings(96, 64, 1024));
   auto few = settings(96, 64, 4);
   const Result noisy = draw(scene, 96, 64, few);
-  few.denoise = true;
+  few.denoise = render::Denoising::end;
   const Result clean = draw(scene, 96, 64, few);
   EXPECT_EQ(clean.code, RENDERRESULT_OK);
   EXPECT_TRUE(clean.problems.empty());
@@ -54,7 +54,7 @@ TEST(Denoise, OnlyTheRegionAndNeverThePreview) {
   auto how = settings(96, 64, 4);
   how.region = {10, 20, 60, 50};
   const Result noisy = draw(scene, 96, 64, how);
-  how.denoise = true;
+  how.denoise = render::Denoising::end;
   const Result clean = draw(scene, 96, 64, how);
   for (int y = 0; y < 64; ++y)
     for (int x = 0; x < 96; ++x) {
@@ -66,7 +66,7 @@ TEST(Denoise, OnlyTheRegionAndNeverThePreview) {
 
   how.preview = true;
   const Result denoisedPreview = draw(scene, 96, 64, how);
-  how.denoise = false;
+  how.denoise = render::Denoising::off;
   EXPECT_EQ(denoisedPreview.pixels, draw(scene, 96, 64, how).pixels);
 }
 
@@ -75,7 +75,7 @@ TEST(Denoise, Stopped) {
   Scene scene = ballInShade();
   auto how = settings(96, 64, 4);
   const Result noisy = draw(scene, 96, 64, how);
-  how.denoise = true;
+  how.denoise = render::Denoising::end;
   render::RenderHooks hooks;
   bool passesEnded = false;
   hooks.endPasses = [&] { passesEnded = true; };
@@ -86,12 +86,16 @@ TEST(Denoise, Stopped) {
 }
 
 TEST(Denoise, SettingOfTheDocument) {
-  BaseContainer container;
-  EXPECT_FALSE(host::render::readSettings(container, 8, 8).denoise);
-  container.SetLong(host::render::denoiseSetting, 1);
-  EXPECT_TRUE(host::render::readSettings(container, 8, 8).denoise);
-  container.SetLong(host::render::denoiseSetting, 7);
-  EXPECT_FALSE(host::render::readSettings(container, 8, 8).denoise);
+  const auto read = [](LONG value) {
+    BaseContainer container;
+    container.SetLong(host::render::denoiseSetting, value);
+    return host::render::readSettings(container, 8, 8).denoise;
+  };
+  EXPECT_EQ(host::render::readSettings(BaseContainer(), 8, 8).denoise, render::Denoising::off);
+  EXPECT_EQ(read(1), render::Denoising::end);
+  EXPECT_EQ(read(2), render::Denoising::live);
+  EXPECT_EQ(read(7), render::Denoising::off);
+  EXPECT_EQ(read(-1), render::Denoising::off);
 }
 
 } // namespace

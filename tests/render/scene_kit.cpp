@@ -154,6 +154,13 @@ Vec3 Result::at(int x, int y) const {
 float Result::alpha(int x, int y) const {
   return pixels[4 * static_cast<std::size_t>(y * width + x) + 3];
 }
+std::vector<float> Result::layer(const char* name, int x, int y) const {
+  const FilmLayerPtr found = film ? film->findLayer(name) : nullptr;
+  if (!found) return {};
+  std::vector<float> values(found->channels().size());
+  found->get(film->pixelAt(x, y), values.data());
+  return values;
+}
 Vec3 Result::mean() const {
   return mean(0, 0, width - 1, height - 1);
 }
@@ -205,12 +212,13 @@ Result draw(Scene& scene, int width, int height, const render::RenderSettings& h
   r.problems = std::move(report.problems);
   r.pixels.resize(static_cast<std::size_t>(width * height) * 4);
   const auto film = filmOf(*bitmap.bitmap);
+  r.film = film;
   for (int y = 0; y < height; ++y)
     for (int x = 0; x < width; ++x) {
       UWORD red, green, blue;
       bitmap.bitmap->GetPixel(x, y, &red, &green, &blue);
       r.display.push_back(static_cast<std::uint32_t>(red << 16 | green << 8 | blue));
-      if (film) film->getColor(x, y, &r.pixels[4 * static_cast<std::size_t>(y * width + x)]);
+      if (film) film->getShown(x, y, &r.pixels[4 * static_cast<std::size_t>(y * width + x)]);
     }
   return r;
 }

@@ -42,12 +42,15 @@ struct Scene {
 struct Result {
   RENDERRESULT code = RENDERRESULT_OK;
   int width = 0, height = 0;
-  std::vector<float> pixels; // four a pixel, from the film
+  std::vector<float> pixels; // four a pixel, as the film shows them
+  std::shared_ptr<Film> film;
   std::vector<std::uint32_t> display;
   RenderStats stats;
   std::vector<std::string> problems;
   Vec3 at(int x, int y) const;
   float alpha(int x, int y) const;
+  /// The values of a pixel in a layer of the film; none without the layer.
+  std::vector<float> layer(const char* name, int x, int y) const;
   Vec3 mean() const;
   Vec3 mean(int left, int top, int right, int bottom) const; // inclusive
 };

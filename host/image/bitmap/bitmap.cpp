@@ -5,6 +5,7 @@
 #include <new>
 #include <span>
 #include <type_traits>
+#include <vector>
 
 #include "access.h"
 #include "bitmap_data.h"
@@ -50,12 +51,25 @@ void copyPixels(const std::atomic<ULONG>* from, std::atomic<ULONG>* to, std::siz
 /// The section of a film that belongs to a section of its picture.
 std::shared_ptr<host::Film> cutFilm(const host::Film& film, LONG x, LONG y, LONG width, LONG height) {
   auto part = std::make_shared<host::Film>(width, height);
-  float value[4];
-  for (LONG row = 0; row < height; ++row)
-    for (LONG column = 0; column < width; ++column) {
-      film.getColor(x + column, y + row, value);
-      part->setColor(column, row, value);
-    }
+  const auto eachPixel = [&](auto&& copy) {
+    for (LONG row = 0; row < height; ++row)
+      for (LONG column = 0; column < width; ++column)
+        copy(column, row);
+  };
+  eachPixel([&](LONG column, LONG row) {
+    float value[4];
+    film.getColor(x + column, y + row, value);
+    part->setColor(column, row, value);
+  });
+  for (const host::FilmLayerPtr& layer : film.layers()) {
+    const host::FilmLayerPtr target = part->addLayer(layer->name(), layer->channels(), layer->internal());
+    std::vector<float> values(layer->channels().size());
+    eachPixel([&](LONG column, LONG row) {
+      layer->get(film.pixelAt(x + column, y + row), values.data());
+      target->set(part->pixelAt(column, row), values.data());
+    });
+  }
+  part->showDenoised(film.showsDenoised());
   return part;
 }
 

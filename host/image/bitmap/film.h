@@ -3,33 +3,97 @@
 
 #include <atomic>
 #include <memory>
+#include <mutex>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "c4d_bitmap.h"
 
 namespace host {
 
-/// Named layers of floats, all of one size; layer 0 is "color" with four channels: red, green, blue (linear,
-/// Rec. 709 primaries) and alpha (coverage, not multiplied into the colour). Values are relaxed atomics: any
-/// thread writes and reads.
+/// Floats beside a film's colour, zero at first. Values are relaxed atomics: any thread writes and reads.
+class FilmLayer {
+ public:
+  /// `channels` has a letter for each channel, as picture files name them: "RGB", "XYZ", "Z", "V".
+  FilmLayer(std::string name, std::string channels, std::size_t pixels, bool internal);
+  const std::string& name() const noexcept { return name_; }
+  const std::string& channels() const noexcept { return channels_; }
+  /// True for layers that the host needs itself and that files leave out.
+  bool internal() const noexcept { return internal_; }
+
+  /// As many values as channels. `pixel` counts from the upper left corner, row after row.
+  void set(std::size_t pixel, const float* values) noexcept;
+  void get(std::size_t pixel, float* values) const noexcept;
+
+ private:
+  std::string name_, channels_;
+  bool internal_;
+  std::unique_ptr<std::atomic<float>[]> values_;
+};
+using FilmLayerPtr = std::shared_ptr<FilmLayer>;
+
+/// Names of layers that the host gives a meaning.
+namespace film_layers {
+inline constexpr char denoised[] = "denoised"; // RGB: the colour without noise
+inline constexpr char sky[] = "sky"; // RGB, internal: light of the sky that the camera sees, a part of the
+                                     // colour that no surface covers
+} // namespace film_layers
+
+/// The colour of a picture and named layers, all of one size. Any thread writes and reads.
+///
+/// The colour has four channels: red, green, blue (linear, Rec. 709 primaries) and alpha (coverage by
+/// surfaces). It is the light that reaches the camera from the whole pixel. Surfaces that cover half of it
+/// add half of their light, so without a sky the colour is multiplied by alpha; a visible sky adds its own
+/// light.
 class Film {
  public:
   Film(int width, int height);
   int width() const noexcept { return width_; }
   int height() const noexcept { return height_; }
+  std::size_t pixelAt(int x, int y) const noexcept {
+    return static_cast<std::size_t>(y) * static_cast<std::size_t>(width_) + static_cast<std::size_t>(x);
+  }
 
-  /// Inside the film only.
+  /// The colour as it was rendered, noise included. Inside the film only, as all that follows.
   void setColor(int x, int y, const float rgba[4]) noexcept;
   void getColor(int x, int y, float rgba[4]) const noexcept;
+  /// The colour that the bitmap shows: the denoised one where there is one and it was not switched off.
+  void getShown(int x, int y, float rgba[4]) const noexcept;
+  /// The colour of the surfaces alone, not multiplied by alpha: the shown colour without the sky's light,
+  /// divided by the coverage. Where alpha is 0 it is the shown colour.
+  void getStraight(int x, int y, float rgba[4]) const noexcept;
+
+  void showDenoised(bool on) noexcept { showDenoised_.store(on, std::memory_order_relaxed); }
+  /// True when there is a denoised layer and it is shown.
+  bool showsDenoised() const noexcept;
+
+  /// The layer of this name, made when it is missing. Its channels are those that it was made with.
+  FilmLayerPtr addLayer(std::string_view name, std::string_view channels, bool internal = false);
+  /// Null when it is missing.
+  FilmLayerPtr findLayer(std::string_view name) const;
+  void removeLayer(std::string_view name);
+  std::vector<FilmLayerPtr> layers() const;
 
  private:
   int width_, height_;
   std::unique_ptr<std::atomic<float>[]> color_;
+  std::atomic<bool> showDenoised_{true};
+  // The two layers that single pixels are read from: never freed before the film once they were made.
+  std::atomic<const FilmLayer*> denoised_{nullptr}, sky_{nullptr};
+  mutable std::mutex guard_; // of the lists
+  std::vector<FilmLayerPtr> layers_, removed_;
 };
 
 /// The bitmap's film; null when it has none or its size differs. `Init`, `FlushAll` and loading drop it.
 std::shared_ptr<Film> filmOf(const BaseBitmap& bitmap);
 void setFilm(BaseBitmap& bitmap, std::shared_ptr<Film> film);
+
+/// Shows the denoised or the noisy colour of the film in the bitmap. Pixels that were drawn over since the
+/// render stay. False when the bitmap has no film, or its film has no denoised layer.
+bool showDenoised(BaseBitmap& bitmap, bool on);
+
+/// Whether the bitmap's pixel is what the film shows there; else it was drawn over.
+bool agrees(const BaseBitmap& bitmap, int x, int y, const float shown[4]) noexcept;
 
 } // namespace host

@@ -250,52 +250,92 @@ class MemoryOutput : public Imf::OStream {
   std::uint64_t position_ = 0;
 };
 
-/// Whether the film's colour is what the bitmap shows.
-bool shows(const float* rgba, UWORD r, UWORD g, UWORD b) noexcept {
-  return toDisplay(rgba[0]) == r && toDisplay(rgba[1]) == g && toDisplay(rgba[2]) == b;
+/// A pixel's linear light, with alpha multiplied by it.
+void linearPixel(const BaseBitmap& bitmap, const Film* film, bool alpha, LONG x, LONG y, float rgba[4]) {
+  if (film) film->getShown(x, y, rgba);
+  const bool rendered = film && agrees(bitmap, x, y, rgba);
+  if (rendered && !alpha) return;
+  if (rendered) {
+    film->getStraight(x, y, rgba);
+  } else {
+    UWORD r, g, b;
+    bitmap.GetPixel(x, y, &r, &g, &b);
+    rgba[0] = fromDisplay(static_cast<unsigned char>(r));
+    rgba[1] = fromDisplay(static_cast<unsigned char>(g));
+    rgba[2] = fromDisplay(static_cast<unsigned char>(b));
+    rgba[3] = static_cast<float>(bitmap.GetAlpha(x, y)) / 255.0f;
+  }
+  for (int c = 0; c < 3 && alpha; ++c)
+    rgba[c] *= rgba[3];
 }
 
-std::vector<float> linearPixels(const FilterJob& job) {
-  const BaseBitmap& bitmap = job.bitmap;
-  const LONG width = bitmap.GetBw(), height = bitmap.GetBh();
-  const std::shared_ptr<const Film> film = filmOf(bitmap);
-  std::vector<float> pixels;
-  pixels.reserve(static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * (job.alpha ? 4 : 3));
+/// Channels of one size and their values: one vector for each group of channels.
+struct Channels {
+  std::vector<std::string> names;
+  std::vector<float> values;
+};
+
+Channels pictureChannels(const FilterJob& job, const Film* film) {
+  Channels made{{"R", "G", "B"}, {}};
+  if (job.alpha) made.names.emplace_back("A");
+  const LONG width = job.bitmap.GetBw(), height = job.bitmap.GetBh();
+  made.values.reserve(static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * made.names.size());
   for (LONG y = 0; y < height; ++y)
     for (LONG x = 0; x < width; ++x) {
-      UWORD r, g, b;
-      bitmap.GetPixel(x, y, &r, &g, &b);
       float rgba[4] = {};
-      if (film) film->getColor(x, y, rgba);
-      if (!film || !shows(rgba, r, g, b)) {
-        rgba[0] = fromDisplay(static_cast<unsigned char>(r));
-        rgba[1] = fromDisplay(static_cast<unsigned char>(g));
-        rgba[2] = fromDisplay(static_cast<unsigned char>(b));
-        rgba[3] = static_cast<float>(bitmap.GetAlpha(x, y)) / 255.0f;
-      }
-      for (int c = 0; c < 3; ++c)
-        pixels.push_back(job.alpha ? rgba[c] * rgba[3] : rgba[c]);
-      if (job.alpha) pixels.push_back(rgba[3]);
+      linearPixel(job.bitmap, film, job.alpha, x, y, rgba);
+      made.values.insert(made.values.end(), rgba, rgba + made.names.size());
     }
-  return pixels;
+  return made;
+}
+
+template <class Get>
+Channels layerChannels(const Film& film, const std::string& name, const std::string& letters, Get&& get) {
+  Channels made;
+  for (const char letter : letters)
+    made.names.push_back(name + "." + letter);
+  const std::size_t pixels = film.pixelAt(0, film.height()), count = letters.size();
+  made.values.resize(pixels * count);
+  for (std::size_t pixel = 0; pixel < pixels; ++pixel)
+    get(pixel, &made.values[pixel * count]);
+  return made;
+}
+
+std::vector<Channels> allChannels(const FilterJob& job) {
+  const std::shared_ptr<const Film> film = filmOf(job.bitmap);
+  std::vector<Channels> all{pictureChannels(job, film.get())};
+  if (!film) return all;
+  for (const FilmLayerPtr& layer : film->layers()) {
+    if (layer->internal()) continue;
+    all.push_back(layerChannels(*film, layer->name(), layer->channels(),
+                                [&](std::size_t pixel, float* to) { layer->get(pixel, to); }));
+  }
+  if (!film->findLayer(film_layers::denoised)) return all;
+  const auto width = static_cast<std::size_t>(film->width());
+  all.push_back(layerChannels(*film, "beauty", "RGB", [&](std::size_t pixel, float* to) {
+    float rgba[4];
+    film->getColor(static_cast<int>(pixel % width), static_cast<int>(pixel / width), rgba);
+    std::copy_n(rgba, 3, to);
+  }));
+  return all;
 }
 
 } // namespace
 
 FileBytes encodeExr(const FilterJob& job) {
   setLimits();
-  std::vector<float> pixels = linearPixels(job);
-  const std::size_t channels = job.alpha ? 4 : 3, pixel = channels * sizeof(float);
+  std::vector<Channels> all = allChannels(job);
   Imf::Header header(job.bitmap.GetBw(), job.bitmap.GetBh());
   header.compression() = Imf::ZIP_COMPRESSION;
   header.insert("Software", Imf::StringAttribute(writingProgram));
   Imf::FrameBuffer buffer;
-  constexpr std::array names{"R", "G", "B", "A"};
-  for (std::size_t c = 0; c < channels; ++c) {
-    header.channels().insert(names[c], Imf::Channel(Imf::FLOAT));
-    buffer.insert(names[c], Imf::Slice(Imf::FLOAT, reinterpret_cast<char*>(pixels.data() + c), pixel,
-                                       pixel * static_cast<std::size_t>(job.bitmap.GetBw())));
-  }
+  for (Channels& group : all)
+    for (std::size_t c = 0; c < group.names.size(); ++c) {
+      const std::size_t pixel = group.names.size() * sizeof(float);
+      header.channels().insert(group.names[c], Imf::Channel(Imf::FLOAT));
+      buffer.insert(group.names[c], Imf::Slice(Imf::FLOAT, reinterpret_cast<char*>(group.values.data() + c),
+                                               pixel, pixel * static_cast<std::size_t>(job.bitmap.GetBw())));
+    }
   MemoryOutput memory;
   try {
     Imf::OutputFile file(memory, header, noThreads);

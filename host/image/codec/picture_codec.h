@@ -81,7 +81,9 @@ FileBytes encodeJpeg(const FilterJob& job); // no alpha; JPGSAVER_QUALITY, defau
 FileBytes encodePng(const FilterJob& job);  // with alpha when wanted, straight
 /// 32-bit floats, linear. A pixel holds the film's value where the film shows as what the bitmap has; a pixel
 /// that was drawn over since (a stamp, a banner), or a bitmap without film, holds the linear light of its
-/// codes. With alpha the colours are multiplied by it, as the format's readers expect.
+/// codes. With alpha the colours are multiplied by it, as the format's readers expect: the surfaces' light
+/// without the sky's. The film's layers follow under their names, "beauty" (the colour with its noise) among
+/// them when the picture was denoised.
 FileBytes encodeExr(const FilterJob& job);
 FileBytes
 encodeWebp(const FilterJob& job);          // lossless, or lossy with webpSaverQuality; with alpha when wanted
@@ -115,6 +117,7 @@ std::vector<unsigned char> exifSoftware();
 inline constexpr char writingProgram[] = "Lumenara";
 
 /// The bitmap's pixels as red, green, blue and, when the job wants it, alpha: 8 bits each, rows from the top.
+/// With alpha, rendered pixels have the colour of the surfaces in them, whatever their coverage.
 FileBytes pixelBytes(const FilterJob& job);
 
 } // namespace host

@@ -361,7 +361,7 @@ void PictureViewer::showPixel(const QPoint& pixel) {
   QString floats;
   if (film && pixel.x() < film->width() && pixel.y() < film->height()) {
     float rgba[4] = {};
-    film->getColor(pixel.x(), pixel.y(), rgba);
+    film->getShown(pixel.x(), pixel.y(), rgba);
     for (int i = 0; i < 3; ++i)
       floats += QStringLiteral("%1  ").arg(static_cast<double>(rgba[i]), 0, 'f', 4);
   }

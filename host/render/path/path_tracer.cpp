@@ -9,6 +9,7 @@ namespace {
 
 constexpr float wideRoughness = 0.2f;   // from this on a lobe spreads light like a diffuse one
 constexpr float narrowRoughness = 0.1f; // below, it focuses light like a mirror
+constexpr float clearShare = 0.9f;      // of a mirror or of glass in a surface that shows what lies beyond
 constexpr float skyCaustic = 4;         // limit of the sky in a mirror with caustics off, in means of the sky
 constexpr float creviceReach = 0.1f;    // of ambient occlusion, in sizes of the scene
 constexpr int mostSegments = 256;       // surfaces passed straight through included
@@ -36,6 +37,9 @@ struct Path {
   bool caustic = false;       // a mirror after a wide scatter, with caustics off
   bool straightGlass = false; // after a wide scatter; glass does not bend the ray with caustics off
 
+  bool seeking = false; // mirrors and clear glass only so far: the surface of the first hit is still to come
+  Vec3 tint{1, 1, 1};   // by those
+
   LightPick pick{}; // chances of the lights at the last vertex that sampled them
   float pdf = 0;    // of the ray's direction; 0 where lights could not be sampled: the camera, a mirror
 
@@ -50,6 +54,7 @@ class PathTracer {
       : scene_(scene), settings_(settings), lights_(scene.lights()) {}
 
   PathResult trace(Path path) const {
+    path.seeking = settings_.firstHits();
     for (int segment = 0; segment < mostSegments; ++segment) {
       const std::optional<Hit> hit = intersect(path);
       addLampsAlong(path, hit);
@@ -62,9 +67,13 @@ class PathTracer {
         passStraight(path, surface, *hit);
         continue;
       }
-      noteFirstSurface(path, *hit);
+      noteFirstSurface(path, surface, *hit);
       addEmission(path, surface, *hit);
-      if (path.last || path.bounces >= settings_.bounces || surface.material->source->unlit) break;
+      if (surface.material->source->unlit) {
+        noteUnlit(path, surface);
+        break;
+      }
+      if (path.last || path.bounces >= settings_.bounces) break;
 
       applyNormalMaps(scene_, *hit, -path.ray.direction, surface);
       SurfaceLook look = lookAt(*surface.material, surface.point, surface.color, settings_);
@@ -72,6 +81,7 @@ class PathTracer {
         passStraight(path, surface, *hit);
         continue;
       }
+      noteLook(path, surface, look);
       darkenCrevices(path, surface);
       const Bsdf bsdf = bsdfOf(path, surface, look);
       sampleDirectLight(path, surface, bsdf);
@@ -115,6 +125,7 @@ class PathTracer {
     const StraightPass pass = straightPass(look, dot(s.normal, -path.ray.direction));
     if (path.sampler.next1() < pass.share) {
       path.throughput *= pass.tint;
+      path.tint *= pass.tint;
       return true;
     }
     path.throughput *= 1 / std::max(1e-6f, 1 - pass.share);
@@ -130,10 +141,41 @@ class PathTracer {
     path.ray.far = std::max(0.0f, path.ray.far - hit.distance);
   }
 
-  static void noteFirstSurface(Path& path, const Hit& hit) {
-    if (!path.atCamera()) return;
+  void noteFirstSurface(Path& path, const Surface& s, const Hit& hit) const {
+    if (!path.atCamera() || path.result.alpha > 0) return;
     path.result.alpha = 1;
     path.result.object = hit.instance;
+    if (!settings_.firstHits()) return;
+    path.result.first.depth = path.travelled + hit.distance;
+    path.result.first.material = scene_.indexOf(*s.material);
+  }
+
+  // --- The first hit, for layers of the film ---
+
+  static bool isClear(const SurfaceLook& look) {
+    const bool mirror = look.metallic > clearShare && look.reflectionOn;
+    return (mirror || look.transmission > clearShare) && look.roughness < narrowRoughness;
+  }
+
+  static void noteLook(Path& path, const Surface& s, const SurfaceLook& look) {
+    if (!path.seeking || isClear(look)) return;
+    const bool coloured = look.diffuseOn || look.metallic > 0 || look.transmission > 0;
+    path.result.first.albedo = path.tint * (coloured ? look.baseColor : Vec3{});
+    path.result.first.normal = s.normal;
+    path.seeking = false;
+  }
+
+  void noteUnlit(Path& path, const Surface& s) const {
+    if (!path.seeking) return;
+    path.result.first.albedo = path.tint * atMost(unlitColor(s), 1);
+    path.result.first.normal = s.normal;
+    path.seeking = false;
+  }
+
+  static void noteSky(Path& path, Vec3 radiance) {
+    if (!path.seeking) return;
+    path.result.first.albedo = path.tint * atMost(radiance, 1);
+    path.seeking = false;
   }
 
   // --- Light that the path hits ---
@@ -169,15 +211,21 @@ class PathTracer {
                              ? hitWeight(path, lights_.skyPdf(path.pick, path.ray.direction))
                              : 1;
     add(path, radiance * weight, path.indirect());
+    if (path.result.alpha == 0) path.result.sky = path.result.color;
+    noteSky(path, radiance);
+  }
+
+  static Vec3 unlitColor(const Surface& s) {
+    const SurfaceMaterial& source = *s.material->source;
+    const Rgba c = s.material->baseColor.at(s.point);
+    return Vec3(source.baseColor[0], source.baseColor[1], source.baseColor[2]) * s.color *
+           Vec3(c.r, c.g, c.b);
   }
 
   void addEmission(Path& path, const Surface& s, const Hit& hit) const {
     const SurfaceMaterial& source = *s.material->source;
     if (source.unlit) {
-      const Rgba c = s.material->baseColor.at(s.point);
-      add(path,
-          Vec3(source.baseColor[0], source.baseColor[1], source.baseColor[2]) * s.color * Vec3(c.r, c.g, c.b),
-          path.indirect());
+      add(path, unlitColor(s), path.indirect());
       return;
     }
     if (!s.material->emits || path.caustic) return;
@@ -244,6 +292,7 @@ class PathTracer {
     const BsdfSample next = bsdf.sample(choice, path.sampler.next2());
     if (isBlack(next.weight)) return false;
     path.throughput *= next.weight;
+    if (path.seeking) path.tint *= atMost(next.weight, 1);
     if (next.lobe == diffuseLobe) {
       const SurfaceMaterial& source = *s.material->source;
       if (s.material->occlusion.present())

@@ -52,7 +52,8 @@ PathResult tracePreview(const RayScene& scene, const RenderSettings& settings, c
   }
   const RenderSky& sky = scene.sky();
   if (left > leastShare && sky.present() && sky.seenByCamera())
-    result.color += sky.radiance(camera.direction) * left;
+    result.sky = sky.radiance(camera.direction) * left;
+  result.color += result.sky;
   if (left <= leastShare) result.alpha = 1;
   return result;
 }

@@ -49,6 +49,10 @@ class RayScene final : public OcclusionQuery {
 
   const PlacedMesh& placed(const Hit& hit) const { return placed_[hit.instance]; }
   const CompiledMaterial& materialOf(const PlacedMesh& placed, std::uint32_t primitive) const;
+  /// Index of one of the scene's materials in the snapshot.
+  std::uint32_t indexOf(const CompiledMaterial& material) const {
+    return static_cast<std::uint32_t>(&material - materials_.data());
+  }
   /// Index of a glowing triangle among the lights; -1 for others.
   int glowIndex(const Hit& hit) const;
   /// True when a surface lets light through, by alpha or transmission.

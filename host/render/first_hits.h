@@ -1,0 +1,70 @@
+// The first hits of a picture's pixels, summed up. Each pixel is written by one thread at a time.
+#pragma once
+
+#include <vector>
+
+#include "path_tracer.h"
+
+namespace host::render {
+
+class FirstHits {
+ public:
+  /// Keeps what these layers and the denoiser need for so many pixels.
+  FirstHits(const RenderSettings& settings, std::size_t pixels) {
+    if (!settings.firstHits()) return;
+    const unsigned looks = albedoLayer | normalLayer;
+    if (settings.denoise != Denoising::off || (settings.layers & looks)) looks_.resize(pixels);
+    if (settings.layers & ~looks) places_.resize(pixels);
+  }
+
+  void add(std::size_t pixel, const PathResult& sample) {
+    if (!looks_.empty()) looks_[pixel].add(sample.first);
+    if (!places_.empty()) places_[pixel].add(sample);
+  }
+
+  bool hasLooks() const { return !looks_.empty(); }
+  /// Means; 0 without samples.
+  Vec3 albedo(std::size_t pixel) const { return looks_[pixel].albedo * looks_[pixel].share(); }
+  Vec3 normal(std::size_t pixel) const { return looks_[pixel].normal * looks_[pixel].share(); }
+  /// The mean of the samples that met a surface, metres; 0 when none did.
+  float depth(std::size_t pixel) const {
+    const Place& place = places_[pixel];
+    return place.hits > 0 ? place.depth / static_cast<float>(place.hits) : 0;
+  }
+  /// Of the first sample, counted from 1; 0 when it met no surface.
+  std::uint32_t object(std::size_t pixel) const { return places_[pixel].object; }
+  std::uint32_t material(std::size_t pixel) const { return places_[pixel].material; }
+
+ private:
+  struct Look {
+    Vec3 albedo, normal;
+    std::int32_t count = 0;
+    void add(const FirstHit& hit) {
+      albedo += hit.albedo;
+      normal += hit.normal;
+      ++count;
+    }
+    float share() const { return count > 0 ? 1 / static_cast<float>(count) : 0; }
+  };
+  struct Place {
+    float depth = 0;
+    std::int32_t hits = 0;
+    bool begun = false;
+    std::uint32_t object = 0, material = 0;
+    void add(const PathResult& sample) {
+      if (!begun) {
+        begun = true;
+        object = sample.object + 1; // ~0 becomes 0
+        material = sample.first.material + 1;
+      }
+      if (sample.alpha <= 0) return;
+      depth += sample.first.depth;
+      ++hits;
+    }
+  };
+
+  std::vector<Look> looks_;
+  std::vector<Place> places_;
+};
+
+} // namespace host::render
