@@ -57,7 +57,7 @@ lumenara_find_dependency(webp HEADER webp/decode.h LIBRARIES webp webpdemux webp
 # Little CMS: pictures with colour profiles.
 lumenara_find_dependency(lcms HEADER lcms2.h LIBRARIES lcms2)
 
-# oneDNN: the convolutions of the denoiser. Its threads are those of GCC's OpenMP library, whatever compiler builds us.
+# oneDNN: the convolutions of the denoiser, one thread each. It is built with GCC's OpenMP library, whatever compiler builds us.
 lumenara_find_dependency(dnnl HEADER oneapi/dnnl/dnnl.hpp LIBRARIES dnnl)
 target_link_libraries(dep_dnnl INTERFACE gomp)
 

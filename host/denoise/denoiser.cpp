@@ -1,6 +1,7 @@
 #include "denoiser.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
@@ -45,11 +46,21 @@ struct LoadedNetwork {
     if (network && file == wanted && threads == wantedThreads) return;
     network.reset();
     weights = std::make_unique<Weights>(readWeights(wanted));
-    network = networkLibrary().make(*weights, wantedThreads);
+    network = networkLibrary().make(*weights, {wantedThreads, runOnWorkers});
     file = wanted;
     threads = wantedThreads;
   }
 };
+
+/// Calls `work(row)` for each row, on all workers.
+template <class Work>
+void eachRow(int rows, Work&& work) {
+  std::atomic<int> next{0};
+  runOnWorkers(std::min(workerCount(), rows), [&](int) {
+    for (int row; (row = next.fetch_add(1)) < rows;)
+      work(row);
+  });
+}
 
 /// A picture's values as the network takes them, and back.
 class Translation {
@@ -60,36 +71,30 @@ class Translation {
 
   bool hasLayers() const noexcept { return picture_.albedo && picture_.normal; }
 
-  /// The planes of a tile. Beyond the picture its last column and row are repeated.
-  void fill(const DenoiseTile& tile, std::vector<float>& planes) const {
-    const std::size_t plane =
-        static_cast<std::size_t>(tile.seenWidth) * static_cast<std::size_t>(tile.seenHeight);
-    planes.resize(plane * (hasLayers() ? 9 : 3));
-    std::size_t at = 0;
-    for (int y = 0; y < tile.seenHeight; ++y)
-      for (int x = 0; x < tile.seenWidth; ++x, ++at) {
-        const std::size_t from = index(std::min(tile.seenLeft + x, picture_.width - 1),
-                                       std::min(tile.seenTop + y, picture_.height - 1));
-        for (std::size_t i = 0; i < 3; ++i) {
-          planes[i * plane + at] = toNetwork(picture_.color[from + i] * exposure_);
-          if (!hasLayers()) continue;
-          planes[(3 + i) * plane + at] = within(picture_.albedo[from + i], 0, 1);
-          planes[(6 + i) * plane + at] = within(picture_.normal[from + i], -1, 1) * 0.5f + 0.5f;
-        }
-      }
+  /// The values of a tile. Beyond the picture its last column and row are repeated.
+  void fill(const DenoiseTile& tile, std::vector<float>& values) const {
+    const std::size_t channels = hasLayers() ? 9 : 3, width = static_cast<std::size_t>(tile.seenWidth);
+    values.resize(width * static_cast<std::size_t>(tile.seenHeight) * channels);
+    eachRow(tile.seenHeight, [&](int y) {
+      float* to = &values[static_cast<std::size_t>(y) * width * channels];
+      const int row = std::min(tile.seenTop + y, picture_.height - 1);
+      for (int x = 0; x < tile.seenWidth; ++x, to += channels)
+        fillPixel(index(std::min(tile.seenLeft + x, picture_.width - 1), row), to);
+    });
   }
 
-  void take(const DenoiseTile& tile, const std::vector<float>& planes, std::vector<float>& result) const {
-    const std::size_t plane =
-        static_cast<std::size_t>(tile.seenWidth) * static_cast<std::size_t>(tile.seenHeight);
-    for (int y = tile.top; y < tile.bottom; ++y)
-      for (int x = tile.left; x < tile.right; ++x) {
-        const std::size_t at =
-            static_cast<std::size_t>(y - tile.seenTop) * static_cast<std::size_t>(tile.seenWidth) +
-            static_cast<std::size_t>(x - tile.seenLeft);
-        for (std::size_t i = 0; i < 3; ++i)
-          result[index(x, y) + i] = fromNetwork(planes[i * plane + at]) / exposure_;
-      }
+  void take(const DenoiseTile& tile, const std::vector<float>& values, std::vector<float>& result) const {
+    eachRow(tile.bottom - tile.top, [&](int row) {
+      const int y = tile.top + row;
+      const std::size_t from =
+          static_cast<std::size_t>(y - tile.seenTop) * static_cast<std::size_t>(tile.seenWidth) +
+          static_cast<std::size_t>(tile.left - tile.seenLeft);
+      const float* value = &values[from * 3];
+      const std::size_t first = index(tile.left, y),
+                        end = first + static_cast<std::size_t>(tile.right - tile.left) * 3;
+      for (std::size_t i = first; i < end; ++i)
+        result[i] = fromNetwork(*value++) / exposure_;
+    });
   }
 
   std::size_t pixels() const noexcept {
@@ -97,6 +102,14 @@ class Translation {
   }
 
  private:
+  void fillPixel(std::size_t from, float* to) const noexcept {
+    for (std::size_t i = 0; i < 3; ++i) {
+      to[i] = toNetwork(picture_.color[from + i] * exposure_);
+      if (!hasLayers()) continue;
+      to[3 + i] = within(picture_.albedo[from + i], 0, 1);
+      to[6 + i] = within(picture_.normal[from + i], -1, 1) * 0.5f + 0.5f;
+    }
+  }
   static float within(float value, float low, float high) noexcept {
     return std::isnan(value) ? 0 : std::clamp(value, low, high);
   }

@@ -12,6 +12,13 @@ extern "C" void* lumenara_part_onednn();
 
 namespace host::denoise {
 
+/// Threads that a network works on: `run(count, work)` calls `work(0)` to `work(count - 1)` at the same time
+/// and returns when all have returned.
+struct Workers {
+  int count = 1; // at least 1
+  std::function<void(int count, const std::function<void(int index)>& work)> run;
+};
+
 /// A U-Net with four levels: 3 x 3 convolutions with rectifiers, maximum pooling, nearest upsampling and skip
 /// connections; the last convolution has no rectifier. One thread at a time.
 class Network {
@@ -21,9 +28,10 @@ class Network {
   Network(const Network&) = delete;
   Network& operator=(const Network&) = delete;
 
-  /// `input` and `output` are [channel][row][column], the weights' channels in and three out; both sides are
-  /// multiples of 16. `goOn` is asked between convolutions with the share that is done, 0 to 1; false ends
-  /// the run, which then returns false. Throws std::bad_alloc.
+  /// `input` and `output` are [row][column][channel], the weights' channels in and three out; both sides are
+  /// multiples of 16. The result is the same for any number of workers. `goOn` is asked every few
+  /// milliseconds, by one thread at a time, with the share that is done, 0 to 1, rising; false ends the run,
+  /// which then returns false. Throws std::bad_alloc.
   virtual bool run(const float* input, int width, int height, float* output,
                    const std::function<bool(double)>& goOn) = 0;
 };
@@ -31,8 +39,8 @@ class Network {
 /// The part's interface. Any thread.
 class NetworkLibrary {
  public:
-  /// The weights outlive the network. `threads` is at least 1.
-  virtual std::unique_ptr<Network> make(const Weights& weights, int threads) const = 0;
+  /// The weights outlive the network.
+  virtual std::unique_ptr<Network> make(const Weights& weights, Workers workers) const = 0;
 
  protected:
   ~NetworkLibrary() = default;

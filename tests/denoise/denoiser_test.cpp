@@ -100,22 +100,30 @@ class PlainNetwork {
 };
 
 TEST(Network, AgreesWithItsDefinition) {
-  for (const char* name : {"rt_hdr.tza", "rt_hdr_alb_nrm_small.tza"}) {
+  for (const char* name : {"rt_hdr.tza", "rt_hdr_alb_nrm_small.tza", "rt_hdr_alb_nrm.tza"}) {
     const std::string bytes = bytesOf(name);
     const Weights weights(std::as_bytes(std::span(bytes)));
     Planes in(weights.inputs(), 32, 16);
     std::mt19937 random(7);
     std::uniform_real_distribution<float> value(0, 1);
     std::vector<float> input;
-    for (double& x : in.values) {
-      input.push_back(value(random));
-      x = static_cast<double>(input.back());
-    }
+    for (int y = 0; y < in.height; ++y)
+      for (int x = 0; x < in.width; ++x)
+        for (int c = 0; c < in.channels; ++c) {
+          input.push_back(value(random));
+          in.at(c, x, y) = static_cast<double>(input.back());
+        }
     const Planes expected = PlainNetwork(weights).run(in);
     std::vector<float> output(expected.values.size());
-    ASSERT_TRUE(networkLibrary().make(weights, 2)->run(input.data(), 32, 16, output.data(), goOn));
-    for (std::size_t i = 0; i < output.size(); ++i)
-      ASSERT_NEAR(static_cast<double>(output[i]), expected.values[i], 1e-4) << name << " " << i;
+    for (const int workers : {1, 2}) {
+      const auto network = networkLibrary().make(weights, {workers, runOnWorkers});
+      ASSERT_TRUE(network->run(input.data(), in.width, in.height, output.data(), goOn));
+      const float* next = output.data();
+      for (int y = 0; y < in.height; ++y)
+        for (int x = 0; x < in.width; ++x)
+          for (int c = 0; c < 3; ++c)
+            ASSERT_NEAR(static_cast<double>(*next++), expected.get(c, x, y), 1e-4) << name;
+    }
   }
 }
 
@@ -215,7 +223,7 @@ TEST(Denoiser, StopsAndTells) {
     return true;
   });
   EXPECT_TRUE(whole);
-  EXPECT_EQ(calls, 16); // once a convolution
+  EXPECT_GE(calls, 16); // at least once a convolution
   calls = 0;
   EXPECT_FALSE(denoise(ramp.picture(), Effort::final, weightsFolder, [&](double) { return ++calls < 3; }));
   EXPECT_EQ(calls, 3);
@@ -252,7 +260,7 @@ TEST(Denoiser, MissingAndDamagedWeights) {
 TEST(Denoiser, TilesHaveNoSeams) {
   const std::string bytes = bytesOf("rt_hdr.tza");
   const Weights weights(std::as_bytes(std::span(bytes)));
-  const auto network = networkLibrary().make(weights, 2);
+  const auto network = networkLibrary().make(weights, {2, runOnWorkers});
   constexpr int width = 288, height = 64;
   std::vector<float> whole(3 * width * height), result(whole.size());
   std::mt19937 random(3);
@@ -262,15 +270,16 @@ TEST(Denoiser, TilesHaveNoSeams) {
   ASSERT_TRUE(network->run(whole.data(), width, height, result.data(), goOn));
 
   constexpr int seen = 144 + networkReach; // the left half with its reach
-  std::vector<float> part(3 * seen * height), partResult(part.size());
-  for (int row = 0; row < 3 * height; ++row)
-    std::copy_n(&whole[static_cast<std::size_t>(row * width)], seen,
-                &part[static_cast<std::size_t>(row * seen)]);
+  std::vector<float> part, partResult(3 * seen * height);
+  for (int row = 0; row < height; ++row) {
+    const auto from = whole.begin() + 3 * row * width;
+    part.insert(part.end(), from, from + 3 * seen);
+  }
   ASSERT_TRUE(network->run(part.data(), seen, height, partResult.data(), goOn));
-  for (int row = 0; row < 3 * height; ++row)
-    for (int x = 0; x < 144; ++x)
-      ASSERT_NEAR(partResult[static_cast<std::size_t>(row * seen + x)],
-                  result[static_cast<std::size_t>(row * width + x)], 1e-5f);
+  for (int row = 0; row < height; ++row)
+    for (int i = 0; i < 3 * 144; ++i)
+      ASSERT_NEAR(partResult[static_cast<std::size_t>(row * 3 * seen + i)],
+                  result[static_cast<std::size_t>(row * 3 * width + i)], 1e-5f);
 }
 
 } // namespace

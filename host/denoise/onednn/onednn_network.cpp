@@ -1,7 +1,8 @@
 #include "onednn_network.h"
 
-#include <cstdint>
+#include <algorithm>
 #include <new>
+#include <string_view>
 
 // OpenMP's routines (OpenMP API 5.0, 3.2): their header comes with each compiler's own library.
 extern "C" {
@@ -12,59 +13,61 @@ void omp_set_num_threads(int count);
 namespace host::denoise {
 namespace {
 
-using dnnl::algorithm;
-using dnnl::memory;
-using dnnl::prop_kind;
-
-constexpr auto floats = memory::data_type::f32;
 constexpr int convolutions = 16;
+constexpr int bandPixels = 16384; // of a result: some milliseconds of work
+constexpr int leastRows = 2;      // pooling takes two at a time
 
-memory::desc anyLayout(const memory::dims& dims) {
-  return {dims, floats, memory::format_tag::any};
+int rowsFor(int width) noexcept {
+  return std::max(leastRows, bandPixels / width / leastRows * leastRows);
 }
 
-/// The library has its own threads; the setting counts for regions that the calling thread begins.
-class ThreadCount {
+/// Without threads of the library's own. The setting counts for regions that the calling thread begins.
+class OwnThreadOnly {
  public:
-  explicit ThreadCount(int threads) : before_(omp_get_max_threads()) { omp_set_num_threads(threads); }
-  ~ThreadCount() { omp_set_num_threads(before_); }
-  ThreadCount(const ThreadCount&) = delete;
-  ThreadCount& operator=(const ThreadCount&) = delete;
+  OwnThreadOnly() : before_(omp_get_max_threads()) { omp_set_num_threads(1); }
+  ~OwnThreadOnly() { omp_set_num_threads(before_); }
+  OwnThreadOnly(const OwnThreadOnly&) = delete;
+  OwnThreadOnly& operator=(const OwnThreadOnly&) = delete;
 
  private:
   int before_;
 };
 
+std::size_t valuesOf(int rows, int width, int channels) noexcept {
+  return static_cast<std::size_t>(rows) * static_cast<std::size_t>(width) *
+         static_cast<std::size_t>(channels);
+}
+
 } // namespace
 
-OnednnNetwork::OnednnNetwork(const Weights& weights, int threads)
-    : weights_(weights), threads_(threads), engine_(dnnl::engine::kind::cpu, 0), stream_(engine_) {
+OnednnNetwork::OnednnNetwork(const Weights& weights, Workers workers)
+    : weights_(weights), workers_(std::move(workers)), engine_(dnnl::engine::kind::cpu, 0),
+      lanes_(static_cast<std::size_t>(workers_.count)) {
 }
 
 bool OnednnNetwork::run(const float* input, int width, int height, float* output,
                         const std::function<bool(double)>& goOn) {
-  const ThreadCount count(threads_);
+  const OwnThreadOnly alone;
+  if (width != width_) convolutions_.clear();
+  width_ = width;
   goOn_ = &goOn;
+  stopped_ = false;
   steps_ = 0;
-  const memory::dims dims{1, weights_.inputs(), height, width};
   try {
-    memory in({dims, floats, memory::format_tag::nchw}, engine_, const_cast<float*>(input));
-    memory level1 = pool(convolve("enc_conv1", convolve("enc_conv0", in)));
-    memory level2 = pool(convolve("enc_conv2", level1));
-    memory level3 = pool(convolve("enc_conv3", level2));
-    memory x = pool(convolve("enc_conv4", level3));
-    x = convolve("enc_conv5b", convolve("enc_conv5a", x));
-    x = convolve("dec_conv4b", convolve("dec_conv4a", upsample(x), level3));
-    level3 = {};
-    x = convolve("dec_conv3b", convolve("dec_conv3a", upsample(x), level2));
-    level2 = {};
-    x = convolve("dec_conv2b", convolve("dec_conv2a", upsample(x), level1));
-    level1 = {};
-    x = convolve("dec_conv1b", convolve("dec_conv1a", upsample(x), in));
-    x = convolve("dec_conv0", x);
-    memory out({{1, 3, height, width}, floats, memory::format_tag::nchw}, engine_, output);
-    dnnl::reorder(x, out).execute(stream_, x, out);
-    stream_.wait();
+    const Tensor in{width, height, weights_.inputs(), input};
+    Tensor level1 = convolveAndPool("enc_conv1", convolve("enc_conv0", {in}));
+    Tensor level2 = convolveAndPool("enc_conv2", level1);
+    Tensor level3 = convolveAndPool("enc_conv3", level2);
+    Tensor x = convolveAndPool("enc_conv4", level3);
+    x = convolve("enc_conv5b", {convolve("enc_conv5a", {x})});
+    x = convolve("dec_conv4b", {convolve("dec_conv4a", {x, &level3})});
+    level3.own.reset();
+    x = convolve("dec_conv3b", {convolve("dec_conv3a", {x, &level2})});
+    level2.own.reset();
+    x = convolve("dec_conv2b", {convolve("dec_conv2a", {x, &level1})});
+    level1.own.reset();
+    x = convolve("dec_conv1b", {convolve("dec_conv1a", {x, &in})});
+    convolveLast(x, output);
   } catch (const Stopped&) {
     return false;
   } catch (const dnnl::error& error) {
@@ -74,98 +77,124 @@ bool OnednnNetwork::run(const float* input, int width, int height, float* output
   return true;
 }
 
-// The sources of a convolution are read one after the other into the same sum: they need not be joined first.
-memory OnednnNetwork::convolve(const char* name, const memory& source, const memory& skip) {
-  step();
-  const Convolution& convolution = weights_[name];
+OnednnNetwork::Tensor OnednnNetwork::makeTensor(int width, int height, int channels) {
+  Tensor made{width, height, channels, nullptr,
+              std::make_unique_for_overwrite<float[]>(valuesOf(height, width, channels))};
+  made.values = made.own.get();
+  return made;
+}
+
+OnednnNetwork::Tensor OnednnNetwork::convolve(const char* name, const Source& source) {
+  Tensor made = makeTensor(source.width(), source.height(), convolution(name, source.width()).channels());
+  convolveBands(name, source, made.own.get(), [](int, Lane&, const Band&) {});
+  return made;
+}
+
+// Each pixel is the largest of four.
+OnednnNetwork::Tensor OnednnNetwork::convolveAndPool(const char* name, const Tensor& source) {
+  const int channels = convolution(name, source.width).channels();
+  Tensor made = makeTensor(source.width / 2, source.height / 2, channels);
+  const std::size_t row = valuesOf(1, source.width, channels), pixel = static_cast<std::size_t>(channels);
+  convolveBands(name, {source}, nullptr, [&](int first, const Lane& lane, const Band& band) {
+    float* to = made.own.get() + valuesOf(first / 2, made.width, channels);
+    for (int y = 0; y < band.rows; y += 2)
+      for (int x = 0; x < source.width; x += 2, to += pixel) {
+        const float* from =
+            lane.result.data() + valuesOf(y, source.width, channels) + valuesOf(1, x, channels);
+        for (std::size_t c = 0; c < pixel; ++c)
+          to[c] =
+              std::max(std::max(from[c], from[pixel + c]), std::max(from[row + c], from[row + pixel + c]));
+      }
+  });
+  return made;
+}
+
+void OnednnNetwork::convolveLast(const Tensor& source, float* output) {
+  const auto channels = static_cast<std::size_t>(convolution("dec_conv0", source.width).channels());
+  convolveBands("dec_conv0", {source}, nullptr, [&](int first, const Lane& lane, const Band& band) {
+    float* to = output + valuesOf(first, source.width, 3);
+    const std::size_t pixels = valuesOf(band.rows, source.width, 1);
+    for (std::size_t i = 0; i < pixels; ++i)
+      std::copy_n(&lane.result[i * channels], 3, to + i * 3);
+  });
+}
+
+BandConvolution& OnednnNetwork::convolution(const char* name, int width) {
+  const auto known = convolutions_.find({name, width});
+  if (known != convolutions_.end()) return known->second;
   const bool rectify = std::string_view(name) != "dec_conv0";
-  const bool joined = skip.get(true) != nullptr;
-  memory result;
-  convolvePart(convolution, {source, 0, true, !joined}, rectify, result);
-  if (joined) {
-    const int first = static_cast<int>(source.get_desc().dims()[1]);
-    convolvePart(convolution, {skip, first, false, true}, rectify, result);
+  return convolutions_
+      .emplace(std::pair(std::string(name), width), BandConvolution(engine_, weights_[name], width, rectify))
+      .first->second;
+}
+
+template <class Finish>
+void OnednnNetwork::convolveBands(const char* name, const Source& source, float* target, Finish&& finish) {
+  ask();
+  const int width = source.width(), height = source.height(), rows = rowsFor(width);
+  BandConvolution& filter = convolution(name, width);
+  const auto bandAt = [&](int row) {
+    return Band{std::min(rows, height - row), row == 0, row + rows >= height};
+  };
+  std::size_t scratch = 0;
+  for (int row = 0; row < height; row += rows)
+    scratch = std::max(scratch, filter.prepare(bandAt(row)));
+  eachBand((height + rows - 1) / rows, [&](int number, Lane& lane, const dnnl::stream& stream) {
+    const int row = number * rows;
+    const Band band = bandAt(row);
+    if (lane.scratch.size() < scratch) lane.scratch.resize(scratch);
+    const std::size_t values = valuesOf(rows, width, filter.channels());
+    if (!target && lane.result.size() < values) lane.result.resize(values);
+    float* result = target ? target + valuesOf(row, width, filter.channels()) : lane.result.data();
+    filter.run(band, stream, bandSource(source, row, band, lane), result, lane.scratch.data());
+    finish(row, lane, band);
+  });
+  ++steps_;
+}
+
+// A joined source is made band by band, as it is needed.
+const float* OnednnNetwork::bandSource(const Source& source, int row, const Band& band, Lane& lane) const {
+  const int first = band.top ? row : row - 1;
+  const Tensor& main = source.main;
+  if (!source.skip) return main.values + valuesOf(first, main.width, main.channels);
+  const int width = source.width(), rows = band.sourceRows();
+  const auto one = static_cast<std::size_t>(main.channels),
+             two = static_cast<std::size_t>(source.skip->channels);
+  const std::size_t size = valuesOf(rows, width, main.channels + source.skip->channels);
+  if (lane.joined.size() < size) lane.joined.resize(size);
+  float* to = lane.joined.data();
+  const float* skip = source.skip->values + valuesOf(first, width, source.skip->channels);
+  for (int y = first; y < first + rows; ++y) {
+    const float* low = main.values + valuesOf(y / 2, main.width, main.channels);
+    for (int x = 0; x < width; ++x, skip += two) {
+      to = std::copy_n(low + static_cast<std::size_t>(x / 2) * one, one, to);
+      to = std::copy_n(skip, two, to);
+    }
   }
-  return result;
+  return lane.joined.data();
 }
 
-void OnednnNetwork::convolvePart(const Convolution& convolution, const Part& part, bool rectify,
-                                 memory& result) {
-  const memory::dims dims = part.source.get_desc().dims();
-  const memory::dim inputs = dims[1], outputs = convolution.outputs;
-  const memory::dims kernelDims{outputs, inputs, 3, 3}, one{1, 1};
-  const memory::desc sum = part.first ? anyLayout({1, outputs, dims[2], dims[3]}) : result.get_desc();
-  const memory::desc bias({outputs}, floats, memory::format_tag::a);
-
-  dnnl::post_ops after;
-  if (!part.first) after.append_sum(1);
-  if (part.last && rectify) after.append_eltwise(1, algorithm::eltwise_relu, 0, 0);
-  dnnl::primitive_attr attributes;
-  attributes.set_post_ops(after);
-
-  using Forward = dnnl::convolution_forward;
-  const auto kind = prop_kind::forward_inference;
-  const auto direct = algorithm::convolution_direct;
-  const Forward::desc description =
-      part.first
-          ? Forward::desc(kind, direct, anyLayout(dims), anyLayout(kernelDims), bias, sum, one, one, one)
-          : Forward::desc(kind, direct, anyLayout(dims), anyLayout(kernelDims), sum, one, one, one);
-  const Forward::primitive_desc primitive(description, attributes, engine_);
-
-  std::vector<float> kernel; // of the inputs that this source has
-  const auto size = static_cast<std::size_t>(inputs) * 9;
-  for (int output = 0; output < convolution.outputs; ++output) {
-    const auto from = (static_cast<std::size_t>(output) * static_cast<std::size_t>(convolution.inputs) +
-                       static_cast<std::size_t>(part.firstInput)) *
-                      9;
-    kernel.insert(kernel.end(), &convolution.kernel[from], &convolution.kernel[from] + size);
-  }
-  const memory plain({kernelDims, floats, memory::format_tag::oihw}, engine_, kernel.data());
-  if (part.first) result = memory(primitive.dst_desc(), engine_);
-  std::unordered_map<int, memory> arguments{{DNNL_ARG_SRC, reordered(part.source, primitive.src_desc())},
-                                            {DNNL_ARG_WEIGHTS, reordered(plain, primitive.weights_desc())},
-                                            {DNNL_ARG_DST, result}};
-  if (part.first)
-    arguments[DNNL_ARG_BIAS] = memory(bias, engine_, const_cast<float*>(convolution.bias.data()));
-  Forward(primitive).execute(stream_, arguments);
-  stream_.wait();
+template <class Work>
+void OnednnNetwork::eachBand(int count, Work&& work) {
+  std::atomic<int> next{0};
+  workers_.run(std::min(workers_.count, count), [&](int index) {
+    const OwnThreadOnly alone;
+    const dnnl::stream stream(engine_);
+    Lane& lane = lanes_[static_cast<std::size_t>(index)];
+    for (int number; !stopped_.load(std::memory_order_relaxed) && (number = next.fetch_add(1)) < count;) {
+      if (index == 0 && number > 0 &&
+          !(*goOn_)((steps_ + static_cast<double>(number) / count) / convolutions)) {
+        stopped_ = true;
+        return;
+      }
+      work(number, lane, stream);
+    }
+  });
+  if (stopped_) throw Stopped();
 }
 
-memory OnednnNetwork::pool(const memory& source) {
-  const memory::dims dims = source.get_desc().dims(), two{2, 2}, none{0, 0};
-  using Pooling = dnnl::pooling_v2_forward;
-  const Pooling::desc description(prop_kind::forward_inference, algorithm::pooling_max, source.get_desc(),
-                                  anyLayout({1, dims[1], dims[2] / 2, dims[3] / 2}), two, two, none, none,
-                                  none);
-  const Pooling::primitive_desc primitive(description, engine_);
-  memory result(primitive.dst_desc(), engine_);
-  Pooling(primitive).execute(stream_, {{DNNL_ARG_SRC, source}, {DNNL_ARG_DST, result}});
-  stream_.wait();
-  return result;
-}
-
-memory OnednnNetwork::upsample(const memory& source) {
-  const memory::dims dims = source.get_desc().dims();
-  using Resampling = dnnl::resampling_forward;
-  const Resampling::desc description(prop_kind::forward_inference, algorithm::resampling_nearest,
-                                     source.get_desc(), anyLayout({1, dims[1], dims[2] * 2, dims[3] * 2}));
-  const Resampling::primitive_desc primitive(description, engine_);
-  memory result(primitive.dst_desc(), engine_);
-  Resampling(primitive).execute(stream_, {{DNNL_ARG_SRC, source}, {DNNL_ARG_DST, result}});
-  stream_.wait();
-  return result;
-}
-
-memory OnednnNetwork::reordered(const memory& source, const memory::desc& wanted) {
-  if (source.get_desc() == wanted) return source;
-  memory from = source, result(wanted, engine_);
-  dnnl::reorder(from, result).execute(stream_, from, result);
-  stream_.wait();
-  return result;
-}
-
-void OnednnNetwork::step() {
-  if (!(*goOn_)(static_cast<double>(steps_++) / convolutions)) throw Stopped();
+void OnednnNetwork::ask() {
+  if (!(*goOn_)(static_cast<double>(steps_) / convolutions)) throw Stopped();
 }
 
 } // namespace host::denoise

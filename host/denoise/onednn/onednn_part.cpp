@@ -6,8 +6,8 @@ namespace {
 class Library final : public host::denoise::NetworkLibrary {
  public:
   std::unique_ptr<host::denoise::Network> make(const host::denoise::Weights& weights,
-                                               int threads) const override {
-    return std::make_unique<host::denoise::OnednnNetwork>(weights, threads);
+                                               host::denoise::Workers workers) const override {
+    return std::make_unique<host::denoise::OnednnNetwork>(weights, std::move(workers));
   }
 };
 
