@@ -94,6 +94,9 @@ lumenara_find_dependency(tinygltf HEADER tiny_gltf.h LIBRARIES tinygltf)
 # draco: compressed meshes inside glTF.
 lumenara_find_dependency(draco HEADER draco/compression/decode.h LIBRARIES draco)
 
+# meshoptimizer: compressed buffer views inside glTF.
+lumenara_find_dependency(meshoptimizer HEADER meshoptimizer.h LIBRARIES meshoptimizer)
+
 # Assimp: import of OBJ, FBX, PLY, STL and DAE.
 lumenara_find_dependency(assimp HEADER assimp/Importer.hpp LIBRARIES assimp)
 

@@ -53,6 +53,7 @@ lumenara_wall(ffmpeg "libav(codec|format|util)/|libswscale/" host/image/ffmpeg t
 lumenara_wall(dnnl "oneapi/dnnl/" host/denoise/onednn)
 lumenara_wall(tinygltf "tiny_gltf[.]h$" host/scene/gltf host/scene/gltf_load host/scene/gltf_save tests)
 lumenara_wall(draco "draco/" host/scene/gltf host/scene/gltf_load tests)
+lumenara_wall(meshoptimizer "meshoptimizer[.]h$" host/scene/gltf_load tests)
 lumenara_wall(opensubdiv "opensubdiv/" host/scene/mesh tests)
 lumenara_wall(assimp "assimp/" host/scene/import)
 lumenara_wall(embree "embree3/" host/render bench)

@@ -32,6 +32,7 @@ void copyObject(const ObjectState& from, ObjectState& to, COPYFLAGS flags) {
   to.pose = from.pose;
   to.deform = from.deform;
   to.mesh = from.mesh;
+  to.placements = from.placements;
   to.deformation = from.deformation;
   to.weights = from.weights;
   to.skin = from.skin;

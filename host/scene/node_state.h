@@ -15,6 +15,7 @@
 #include "animation.h"
 #include "deformation.h"
 #include "identity.h"
+#include "mesh_placements.h"
 #include "snapshot.h"
 
 namespace host {
@@ -76,7 +77,8 @@ struct ObjectState : NodeState {
   Matrix local;
   std::optional<Pose> pose; // if present, `local` is its matrix
   bool deform = true;
-  MeshPtr mesh; // polygon objects
+  MeshPtr mesh;             // polygon objects
+  PlacementsPtr placements; // of copies of the mesh; null: one, at the object's own place
   DeformationPtr deformation;
   std::vector<float> weights; // of the morph targets, at the document's time
   SkinPtr skin;

@@ -73,7 +73,10 @@ void fillObjects(Table& table) {
 }
 
 void fillTags(Table& table) {
-  Filler(table, NodeKind::tag, Ttexture).link(textureMaterial).integer(textureGroup, -1);
+  Filler(table, NodeKind::tag, Ttexture)
+      .link(textureMaterial)
+      .integer(textureGroup, -1)
+      .integer(textureVariant, -1);
   Filler(table, NodeKind::tag, Tcompositing).flag(compositingSeen, TRUE).flag(compositingShadows, TRUE);
   Filler(table, NodeKind::tag, Ttargetexpression).link(targetLink).flag(EXPRESSION_ENABLE, TRUE);
   Filler(table, NodeKind::tag, Tphong).flag(phongLimit, FALSE).real(phongAngle, 1.3962634015954636);
@@ -164,6 +167,7 @@ const Table& table() {
     fillMaterials(*t);
     fillShaders(*t);
     fillRenderData(*t);
+    Filler(*t, NodeKind::document, 0).integer(documentVariant, -1);
     return t;
   }();
   return *filled;

@@ -19,7 +19,7 @@ inline constexpr LONG skyKind = 1201, skyColor = 1202, skyHorizon = 1203, skyGro
 inline constexpr LONG floorSize = 1301;
 inline constexpr LONG subdivisionLevel = 1401;
 // tags
-inline constexpr LONG textureMaterial = 1501, textureGroup = 1502;
+inline constexpr LONG textureMaterial = 1501, textureGroup = 1502, textureVariant = 1503;
 inline constexpr LONG compositingSeen = 1511, compositingShadows = 1512;
 inline constexpr LONG targetLink = 1521;
 inline constexpr LONG phongLimit = 1531, phongAngle = 1532;
@@ -42,6 +42,9 @@ inline constexpr LONG bitmapUvSet = 1621, bitmapOffset = 1622, bitmapScale = 162
                       bitmapWrapU = 1625, bitmapWrapV = 1626, bitmapNearest = 1627, bitmapFactor = 1628,
                       bitmapAlpha = 1629;
 inline constexpr LONG aoDistance = 1641, aoDark = 1642, aoBright = 1643;
+
+// documents: the chosen variant of materials; the variants' names by index (a container)
+inline constexpr LONG documentVariant = 1701, documentVariants = 1702;
 
 /// The default of a parameter of a node type; of type DA_NIL when the type does not have the parameter.
 const GeData& defaultValue(NodeKind kind, LONG type, LONG id);

@@ -48,6 +48,28 @@ TEST_F(Info, CountsTheContentsOfTheScene) {
   EXPECT_EQ(facts["animations"][0]["to"], 1);
 }
 
+TEST_F(Info, VariantsAreListedAndChosenByName) {
+  const std::string file = writeTinyScene(folder.path());
+  Json gltf = Json::parse(readFile(file));
+  gltf["extensions"]["KHR_materials_variants"]["variants"] =
+      Json::array({Json{{"name", "day"}}, Json{{"name", "night"}}});
+  writeFile(file, gltf.dump());
+  Json facts = info(file);
+  EXPECT_EQ(facts["variants"], Json::array({"day", "night"}));
+  EXPECT_EQ(facts["variant"], nullptr);
+  const Outcome chosen = run({"info", file, "--variant", "night", "--json"}, folder / "home");
+  EXPECT_EQ(Json::parse(chosen.out, nullptr, false)["variant"], "night") << chosen.err;
+  for (const Arguments& command : {Arguments{"info", file}, Arguments{"render", file, "-o", folder / "a.png"},
+                                   Arguments{"animate", file, "-o", folder / "a.mov", "--frames", "0:1"}}) {
+    Arguments wrong = command;
+    wrong.insert(wrong.end(), {"--variant", "noon"});
+    const Outcome outcome = run(wrong, folder / "home");
+    EXPECT_EQ(outcome.code, 2) << command[0];
+    EXPECT_NE(outcome.err.find("no variant \"noon\"; it has \"day\", \"night\""), std::string::npos)
+        << outcome.err;
+  }
+}
+
 TEST_F(Info, BoundsAreThoseOfTheObjects) {
   const Json bounds = info(writeTinyScene(folder.path()))["bounds"];
   const double low[] = {-1.8, -1.8, 0}, high[] = {1.8, 1.8, 0};

@@ -147,6 +147,62 @@ def furnished():
     return scene
 
 
+# A quad's positions, normals (octahedral), triangles and strip in the packed form of EXT_meshopt_compression.
+PACKED = {"positions": "oAAAATMAAAD//wEzAAAAfn0AAAEMAAAA/wEMAAAAfgAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAA==",
+          "normals": "oAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAB/AA==",
+          "triangles": "4PAAAHaHVmd4qYZliWiYAWkAAA==",
+          "strip": "0AAECAIAAAAA"}
+
+
+def compressed():
+    scene = Scene()
+    scene.node({"mesh": scene.quad()})
+    primitive = scene.root["meshes"][0]["primitives"][0]
+
+    def accessor(name, count, stride, mode, component, kind, **more):
+        data = base64.b64decode(PACKED[name])
+        inside = scene.root["bufferViews"][scene.view(data)]
+        packed = {"buffer": 0, "byteOffset": inside["byteOffset"], "byteLength": len(data), "byteStride": stride,
+                  "count": count, "mode": mode, **more}
+        view = scene.add("bufferViews", {"buffer": 0, "byteLength": count * stride,
+                                         "extensions": {"EXT_meshopt_compression": packed}})
+        return scene.add("accessors", {"bufferView": view, "componentType": component, "count": count, "type": kind})
+
+    primitive["attributes"]["POSITION"] = accessor("positions", 4, 12, "ATTRIBUTES", 5126, "VEC3")
+    primitive["attributes"]["NORMAL"] = accessor("normals", 4, 4, "ATTRIBUTES", 5120, "VEC3", filter="OCTAHEDRAL")
+    primitive["indices"] = accessor("triangles", 6, 2, "TRIANGLES", 5123, "SCALAR")
+    strip = dict(primitive, indices=accessor("strip", 4, 4, "INDICES", 5125, "SCALAR"), mode=5)
+    scene.root["meshes"][0]["primitives"].append(strip)
+    scene.root["extensionsRequired"] = ["EXT_meshopt_compression"]
+    return scene
+
+
+def copied():
+    scene = Scene()
+    index = scene.node({"mesh": scene.quad()})
+    scene.root["nodes"][index]["extensions"] = {"EXT_mesh_gpu_instancing": {"attributes": {
+        "TRANSLATION": scene.floats([0, 0, 0, 1, 0, 0, 2, 0, 0], "VEC3", 3),
+        "ROTATION": scene.accessor([0, 0, 0, 127, 0, 127, 0, 0, 127, 0, 0, 0], "b", 5120, "VEC4", 4, normalized=True),
+        "_ID": scene.accessor([1, 2, 3], "H", 5123, "SCALAR", 1)}}}
+    return scene
+
+
+def dressed():
+    scene = Scene()
+    scene.add("images", {"uri": "data:image/png;base64,iVBORw0KGgo=", "name": "p"})
+    scene.add("images", {"uri": "data:image/webp;base64,UklGRgAAAABXRUJQ", "name": "w"})
+    scene.add("textures", {"source": 0, "extensions": {"EXT_texture_webp": {"source": 1}}})
+    old = {"diffuseFactor": [1, 0, 0, 1], "specularFactor": [0.5, 0.5, 0.5], "glossinessFactor": 0.5,
+           "specularGlossinessTexture": {"index": 0}}
+    scene.add("materials", {"extensions": {"KHR_materials_pbrSpecularGlossiness": old}})
+    scene.add("materials", {"name": "m", "pbrMetallicRoughness": {"baseColorTexture": {"index": 0}}})
+    scene.root["extensions"] = {"KHR_materials_variants": {"variants": [{"name": "day"}, {"name": "night"}]}}
+    mappings = [{"material": 1, "variants": [0, 1]}, {"material": 0, "variants": [1], "name": "n"}]
+    scene.node({"mesh": scene.quad(material=0, extensions={"KHR_materials_variants": {"mappings": mappings}})})
+    scene.root["extras"] = {"lumenara": {"container": [[1701, "long", 1]]}}
+    return scene
+
+
 def write(target, name, data):
     folder = FOLDER / target
     folder.mkdir(parents=True, exist_ok=True)
@@ -316,11 +372,11 @@ def main():
     pictures()
     for make in (bmp, tga, gif, hdr, pnm, psd):
         make()
-    for make in (plain, quantised, animated, skinned, sparse, furnished):
+    for make in (plain, quantised, animated, skinned, sparse, furnished, compressed, copied, dressed):
         write("scene", f"{make.__name__}.glb", make().glb())
     for make in (plain, furnished):
         write("scene", f"{make.__name__}.gltf", make().text())
-    for make in (animated, skinned, furnished):
+    for make in (animated, skinned, furnished, copied, dressed):
         write("render", f"{make.__name__}.glb", make().glb())
     containers()
     preferences()

@@ -7,6 +7,7 @@
 #include "number_text.h"
 #include "scene_facts.h"
 #include "scene_load.h"
+#include "scene_setup.h"
 
 namespace batch {
 namespace {
@@ -69,6 +70,9 @@ void printText(const std::string& file, const Scene& scene, const SceneFacts& fa
   rows("cameras", facts.cameras, cameraText);
   rows("lights", facts.lights, lightText);
   rows("animations", facts.animations, animationText);
+  std::vector<std::string> variants = facts.variants;
+  if (facts.variant >= 0) variants[static_cast<std::size_t>(facts.variant)] += " (shown)";
+  rows("variants", variants, [](const std::string& name) { return name; });
   row("frames", std::to_string(facts.firstFrame) + " to " + std::to_string(facts.lastFrame) + " at " +
                     std::to_string(facts.fps) + " a second");
   row("bounds",
@@ -105,6 +109,9 @@ Json toJson(const std::string& file, const Scene& scene, const SceneFacts& facts
                                      {"from", animation.from},
                                      {"to", animation.to}});
   }
+  out["variants"] = facts.variants;
+  out["variant"] = nullptr;
+  if (facts.variant >= 0) out["variant"] = facts.variants[static_cast<std::size_t>(facts.variant)];
   out["fps"] = facts.fps;
   out["frames"] = {facts.firstFrame, facts.lastFrame};
   out["bounds"] = nullptr;
@@ -120,6 +127,7 @@ Json toJson(const std::string& file, const Scene& scene, const SceneFacts& facts
 ExitCode runInfo(const InfoOptions& options) {
   Messages messages(false);
   const Scene scene = loadScene(options.scene, messages);
+  if (!options.variant.empty()) chooseVariant(*scene.document, options.variant);
   const SceneFacts facts = factsOf(*scene.document);
   if (options.json) {
     // Names in invalid UTF-8 become readable instead of breaking the output.

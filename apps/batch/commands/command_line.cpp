@@ -132,6 +132,7 @@ void addRun(CLI::App& command, RawOptions& raw, Options& options) {
   command.add_option("SCENE", options.scene, "Scene: glb, gltf, obj, fbx, ply, stl, dae")->required();
   command.add_option("--size", raw.size, "Size in pixels; default: the scene's")->type_name("WxH");
   command.add_option("--camera", options.camera, "Look through this camera")->type_name("NAME");
+  command.add_option("--variant", options.variant, "Show this variant of the materials")->type_name("NAME");
   command.add_option("--set", raw.sets, "A setting for this run, by number or LM_ name; can be repeated")
       ->type_name("KEY=VALUE")
       ->allow_extra_args(false);
@@ -200,6 +201,7 @@ CLI::App* addAnimate(CLI::App& app, RawOptions& raw) {
 CLI::App* addInfo(CLI::App& app, RawOptions& raw) {
   CLI::App* info = app.add_subcommand("info", "Report the contents of a scene");
   info->add_option("SCENE", raw.info.scene, "Scene")->required();
+  info->add_option("--variant", raw.info.variant, "Show this variant of the materials")->type_name("NAME");
   info->add_flag("--json", raw.info.json, "As JSON");
   return info;
 }

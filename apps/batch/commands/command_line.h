@@ -32,7 +32,8 @@ struct RenderOptions {
   std::string scene, image;
   std::optional<PixelSize> size;
   std::optional<LONG> frame;
-  std::string camera; // empty: the scene's own
+  std::string camera;  // empty: the scene's own
+  std::string variant; // of materials; empty: the scene's own
   std::optional<PixelRegion> region;
   std::optional<RegionBox> box;                              // at most one of the two
   std::vector<std::pair<std::string, std::string>> settings; // key and value, as they were typed
@@ -51,6 +52,7 @@ struct AnimateOptions {
   std::optional<LONG> quality; // 1 to 100, of JPEG pictures and of movies
   std::optional<PixelSize> size;
   std::string camera;                                        // empty: the scene's own
+  std::string variant;                                       // of materials; empty: the scene's own
   std::vector<std::pair<std::string, std::string>> settings; // key and value, as they were typed
   int samples = 0;                                           // 0: the scene's
   int threads = 0;                                           // 0: all
@@ -61,6 +63,7 @@ struct AnimateOptions {
 
 struct InfoOptions {
   std::string scene;
+  std::string variant; // of materials; empty: the scene's own
   bool json = false;
 };
 

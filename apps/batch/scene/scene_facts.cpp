@@ -5,6 +5,7 @@
 #include "document.h"
 #include "parameters.h"
 #include "scene_setup.h"
+#include "variants.h"
 
 namespace batch {
 namespace {
@@ -58,6 +59,8 @@ SceneFacts factsOf(BaseDocument& document) {
   for (const NamedCamera& camera : camerasOf(document)) {
     facts.cameras.push_back(cameraFacts(camera));
   }
+  facts.variants = host::variantNames(document);
+  facts.variant = host::chosenVariant(document);
   facts.counts = host::countScene(document);
   facts.fps = document.GetFps();
   facts.firstFrame = document.GetMinTime().GetFrame(facts.fps);

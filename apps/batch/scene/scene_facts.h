@@ -33,6 +33,8 @@ struct SceneFacts {
   std::vector<CameraFacts> cameras;
   std::vector<LightFacts> lights;
   std::vector<AnimationFacts> animations;
+  std::vector<std::string> variants; // of materials
+  LONG variant = -1;                 // the chosen one; -1: none
   LONG fps = 0, firstFrame = 0, lastFrame = 0;
 };
 

@@ -6,6 +6,7 @@
 #include "c4d_render.h"
 #include "lm_keys.h"
 #include "render_settings.h"
+#include "variants.h"
 
 namespace batch {
 namespace {
@@ -23,12 +24,20 @@ void collectCameras(BaseObject* first, std::vector<NamedCamera>& cameras, std::m
   }
 }
 
-std::string nameList(const std::vector<NamedCamera>& cameras) {
+std::string nameList(const std::vector<std::string>& names) {
   std::string text;
-  for (const NamedCamera& camera : cameras) {
-    text += (text.empty() ? "\"" : ", \"") + camera.name + "\"";
+  for (const std::string& name : names) {
+    text += (text.empty() ? "\"" : ", \"") + name + "\"";
   }
   return text;
+}
+
+std::vector<std::string> namesOf(const std::vector<NamedCamera>& cameras) {
+  std::vector<std::string> names;
+  for (const NamedCamera& camera : cameras) {
+    names.push_back(camera.name);
+  }
+  return names;
 }
 
 /// Removes the camera that the viewer keeps in the document: it would win over the view's.
@@ -57,7 +66,16 @@ void chooseCamera(BaseDocument& document, const std::string& name) {
   }
   throw Stop(ExitCode::wrongUse, "the scene has no camera \"" + name + "\"; " +
                                      (cameras.empty() ? "it has none at all, leave --camera out"
-                                                      : "it has " + nameList(cameras)));
+                                                      : "it has " + nameList(namesOf(cameras))));
+}
+
+void chooseVariant(BaseDocument& document, const std::string& name) {
+  const std::vector<std::string> names = host::variantNames(document);
+  const auto found = std::find(names.begin(), names.end(), name);
+  if (found != names.end()) return host::chooseVariant(document, static_cast<LONG>(found - names.begin()));
+  throw Stop(ExitCode::wrongUse,
+             "the scene has no variant \"" + name + "\"; " +
+                 (names.empty() ? "it has none at all, leave --variant out" : "it has " + nameList(names)));
 }
 
 void goToFrame(BaseDocument& document, LONG frame) {

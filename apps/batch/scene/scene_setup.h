@@ -25,6 +25,10 @@ std::vector<NamedCamera> camerasOf(const BaseDocument& document);
 /// `Stop` (wrong use) when it does not exist; the message lists the cameras.
 void chooseCamera(BaseDocument& document, const std::string& name);
 
+/// Shows the variant of the materials of this name. Throws `Stop` (wrong use) when it does not exist; the
+/// message lists the variants.
+void chooseVariant(BaseDocument& document, const std::string& name);
+
 /// Evaluates the document at a frame. A job's clone has no animation and keeps this pose.
 void goToFrame(BaseDocument& document, LONG frame);
 

@@ -10,6 +10,7 @@
 #include "scene_queries.h"
 #include "session.h"
 #include "theme.h"
+#include "variants.h"
 #include "window_files.h"
 
 namespace host {
@@ -82,6 +83,9 @@ void MainMenus::buildViewMenu() {
   cameras_ = view->addMenu(icon(QStringLiteral("object-camera")), tr("Look &Through"));
   cameras_->setObjectName(QStringLiteral("menu-cameras"));
   connect(cameras_, &QMenu::aboutToShow, this, [this] { fillCameras(*cameras_); });
+  QMenu* variants = view->addMenu(tr("Material &Variant"));
+  variants->setObjectName(QStringLiteral("menu-variants"));
+  connect(variants, &QMenu::aboutToShow, this, [this, variants] { fillVariants(*variants); });
   addCommands(*view, "- tool.select tool.move tool.turn tool.scale - time.play time.previous time.next "
                      "time.first time.last");
 }
@@ -153,6 +157,25 @@ void MainMenus::fillCameras(QMenu& menu) {
     connect(action, &QAction::triggered, &parts_.view,
             [this, camera = row.identity] { parts_.view.lookThrough(camera); });
     if (!row.identity) menu.addSeparator();
+  }
+}
+
+void MainMenus::fillVariants(QMenu& menu) {
+  menu.clear();
+  if (!parts_.session.document()) return;
+  const std::vector<std::string> names = variantNames(*parts_.session.document());
+  const LONG chosen = chosenVariant(*parts_.session.document());
+  for (LONG index = -1; index < static_cast<LONG>(names.size()); ++index) {
+    const QString text = index < 0 ? tr("None (the file's materials)")
+                                   : plainLabel(String(names[static_cast<std::size_t>(index)]));
+    QAction* action = menu.addAction(text);
+    action->setCheckable(true);
+    action->setChecked(index == chosen);
+    connect(action, &QAction::triggered, this, [this, index] {
+      parts_.session.edits().apply("Material Variant",
+                                   [index](BaseDocument& document) { chooseVariant(document, index); });
+    });
+    if (index < 0) menu.addSeparator();
   }
 }
 

@@ -33,6 +33,7 @@ class MainMenus : public QObject {
   void fillRecent();
   void addPlugin(const CommandEntry& entry, LONG state);
   void fillCameras(QMenu& menu);
+  void fillVariants(QMenu& menu);
   void fillDocks();
 
   MainParts parts_;

@@ -129,6 +129,7 @@ class Comparison {
     return same(a.local == b.local, where, "the matrix") && same(a.pose == b.pose, where, "the pose") &&
            same(a.deform == b.deform, where, "the generator's switch") &&
            same(a.weights == b.weights, where, "the morph weights") && mesh(a.mesh, b.mesh, where) &&
+           same(samePlacements(a.placements, b.placements), where, "the copies of the mesh") &&
            deformation(a.deformation, b.deformation, where) && skin(a.skin, b.skin, where) &&
            tracks(a.tracks, b.tracks, where) && picture(a.picture, b.picture, where);
   }

@@ -175,6 +175,27 @@ Json materialJson(const NodeState& m) {
   return to;
 }
 
+// --- variants ---
+
+BaseContainer variantParameters(const Json& root) {
+  BaseContainer to, names;
+  const Json& variants = member(extension(root, "KHR_materials_variants"), "variants");
+  for (std::size_t i = 0; i < countOf(variants); ++i)
+    names.SetString(static_cast<LONG>(i), String(textIn(variants[i], "name")));
+  if (names.GetCount() > 0) to.SetContainer(documentVariants, names);
+  return to;
+}
+
+Json variantsJson(const NodeState& document) {
+  const BaseContainer names = document.data.GetContainer(documentVariants);
+  Json variants = Json::array();
+  for (LONG i = 0; names.GetType(i) == DA_STRING; ++i) {
+    const std::string name = names.GetString(i).GetUTF8();
+    variants.push_back(Json{{"name", isUtf8(name) ? name : std::string()}});
+  }
+  return variants.empty() ? Json() : Json{{"variants", std::move(variants)}};
+}
+
 // --- textures ---
 
 namespace {

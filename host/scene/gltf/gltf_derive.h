@@ -17,6 +17,11 @@ BaseContainer materialParameters(const Json& material);
 /// The properties of a material, without textures.
 Json materialJson(const NodeState& material);
 
+/// A document's variants from the file's root, and the root's KHR_materials_variants for them; a null value
+/// without variants.
+BaseContainer variantParameters(const Json& root);
+Json variantsJson(const NodeState& document);
+
 /// A bitmap's parameters from a texture reference and the texture's sampler.
 BaseContainer bitmapParameters(const Json& textureInfo, const Json& sampler);
 /// The texture reference without its index, and the sampler; a null value when all is default.

@@ -6,6 +6,7 @@
 #include <set>
 
 #include "file_reference.h"
+#include "gltf_meshopt.h"
 #include "gltf_pictures.h"
 #include "gltf_specular_glossiness.h"
 #include "read_file.h"
@@ -81,7 +82,10 @@ void checkExtensions(const Json& root) {
                                                         "KHR_draco_mesh_compression",
                                                         "EXT_texture_webp",
                                                         "KHR_texture_webp",
-                                                        "KHR_materials_pbrSpecularGlossiness"};
+                                                        "KHR_materials_pbrSpecularGlossiness",
+                                                        "KHR_materials_variants",
+                                                        "EXT_mesh_gpu_instancing",
+                                                        "EXT_meshopt_compression"};
   const Json& required = member(root, "extensionsRequired");
   for (std::size_t i = 0; i < countOf(required); ++i) {
     const std::string name = required[i].is_string() ? required[i].get<std::string>() : "?";
@@ -151,16 +155,22 @@ void parseModel(GltfFile& file) {
 
 // --- buffers ---
 
-void readBuffers(GltfFile& file, const Chunks& chunks, const Filename& folder, LoadContext& context) {
+// `whole` is the file that the chunks are parts of.
+void readBuffers(GltfFile& file, const BytesPtr& whole, const Chunks& chunks, const Filename& folder,
+                 LoadContext& context) {
   const Json& list = member(file.root, "buffers");
   for (std::size_t i = 0; i < countOf(list); ++i) {
     const std::string number = "buffer " + std::to_string(i);
     const std::string uri = textIn(list[i], "uri");
     const std::size_t length = sizeIn(list[i], "byteLength");
     BytesPtr bytes;
+    if (isFallbackBuffer(list[i])) {
+      file.buffers.emplace_back();
+      continue;
+    }
     if (uri.empty()) {
       if (i != 0 || !chunks.hasBinary) throw SceneError(number + " has no data");
-      bytes = std::make_shared<Bytes>(chunks.binary.begin(), chunks.binary.end());
+      bytes = whole;
     } else if (isDataUri(uri)) {
       auto data = readDataUri(uri);
       if (!data) throw SceneError(number + " holds no readable data");
@@ -174,10 +184,11 @@ void readBuffers(GltfFile& file, const Chunks& chunks, const Filename& folder, L
       context.result.files.push_back(*name);
       bytes = readWholeFile(*name, context.options.limits.fileBytes);
     }
-    if (bytes->size() < length)
-      throw SceneError(number + " is cut off: " + std::to_string(bytes->size()) + " of " +
+    const std::span<const std::byte> content = uri.empty() ? chunks.binary : std::span(*bytes);
+    if (content.size() < length)
+      throw SceneError(number + " is cut off: " + std::to_string(content.size()) + " of " +
                        std::to_string(length) + " bytes are there");
-    file.buffers.push_back(std::move(bytes));
+    file.buffers.push_back({std::move(bytes), content});
     context.progress(0.05 + 0.25 * static_cast<double>(i + 1) / static_cast<double>(list.size()));
   }
 }
@@ -252,7 +263,8 @@ GltfFile readGltf(BytesPtr bytes, const Filename& folder, LoadContext& context) 
   context.progress(0.02);
   parseModel(file);
   context.progress(0.05);
-  readBuffers(file, chunks, folder, context);
+  readBuffers(file, bytes, chunks, folder, context);
+  unpackViews(file, context);
   readPictures(file, folder, context);
   convertSpecularGlossiness(file);
   return file;

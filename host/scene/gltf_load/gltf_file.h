@@ -27,9 +27,16 @@ struct LoadContext {
   void spend(std::size_t count, std::size_t width);
 };
 
+/// Bytes of a file, which `owner` keeps.
+struct FileBytes {
+  BytesPtr owner;
+  std::span<const std::byte> bytes;
+};
+
 struct GltfFile {
   Json root;
-  std::vector<BytesPtr> buffers;
+  std::vector<FileBytes> buffers;
+  std::vector<BytesPtr> unpackedViews; // by buffer view; null, or missing at the end: not compressed
   std::vector<PicturePtr> images;
   tinygltf::Model model; // scenes, nodes, meshes, accessors, buffer views, skins, animations, cameras
 };
@@ -46,10 +53,25 @@ bool isTextGltf(std::span<const std::byte> bytes) noexcept;
 /// The content of a file. Throws SceneError.
 BytesPtr readWholeFile(const Filename& file, std::size_t mostBytes);
 
+/// An accessor of the file. Throws SceneError for an index that is not in it.
+const tinygltf::Accessor& accessorAt(const GltfFile& file, int index);
+/// The number of elements, counted against the limit. Throws SceneError for another width.
+std::size_t countElements(const GltfFile& file, int accessor, std::size_t width, LoadContext& context);
 /// An accessor's numbers as floats, `width` for each element; integers are normalised as the accessor says.
-/// Numbers that are not finite become 0. Throws SceneError for another width or an accessor that leaves its
-/// buffer.
+/// Numbers that are not finite become 0. `out` has room for all. Throws SceneError for an accessor that
+/// leaves its buffer.
+void fillFloats(const GltfFile& file, int accessor, std::size_t width, LoadContext& context,
+                std::span<float> out);
+/// The same in a list.
 std::vector<float> readFloats(const GltfFile& file, int accessor, std::size_t width, LoadContext& context);
+template <std::size_t N>
+std::vector<std::array<float, N>> readPieces(const GltfFile& file, int accessor, LoadContext& context) {
+  std::vector<std::array<float, N>> pieces(countElements(file, accessor, N, context));
+  if (!pieces.empty()) fillFloats(file, accessor, N, context, {pieces.front().data(), pieces.size() * N});
+  return pieces;
+}
+/// The bytes of an accessor's elements without gaps, as the file holds them. Throws SceneError.
+Bytes readRaw(const GltfFile& file, int accessor, LoadContext& context);
 /// The same for unsigned integers.
 std::vector<std::uint32_t> readIntegers(const GltfFile& file, int accessor, std::size_t width,
                                         LoadContext& context);

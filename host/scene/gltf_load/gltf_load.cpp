@@ -5,6 +5,7 @@
 
 #include "document.h"
 #include "evaluate.h"
+#include "gltf_derive.h"
 #include "gltf_material_reader.h"
 #include "gltf_object_reader.h"
 
@@ -35,6 +36,7 @@ class DocumentReader {
   void readDocument() {
     const Json& extras = ours(file_.root);
     keepForeign(file_.root, *document_);
+    document_->data = variantParameters(file_.root);
     extras_.applyCommon(extras, *document_);
     for (const tinygltf::Animation& animation : file_.model.animations)
       document_->animationNames.push_back(animation.name);

@@ -42,7 +42,7 @@ bool MeshReader::shareVertices(const std::vector<Part>& parts) {
 }
 
 // The parts that are triangles, with their materials.
-std::vector<MeshReader::Part> MeshReader::partsOf(int index, std::vector<int>& materials) {
+std::vector<MeshReader::Part> MeshReader::partsOf(int index, LoadedMesh& loaded) {
   const tinygltf::Mesh& source = file_.model.meshes[static_cast<std::size_t>(index)];
   const Json& primitives =
       member(element(member(file_.root, "meshes"), static_cast<std::size_t>(index)), "primitives");
@@ -58,9 +58,27 @@ std::vector<MeshReader::Part> MeshReader::partsOf(int index, std::vector<int>& m
     if (primitive.material < -1 || primitive.material >= materialCount)
       throw SceneError("mesh " + std::to_string(index) + " refers to material " +
                        std::to_string(primitive.material) + ", which is not in it");
-    materials.push_back(primitive.material);
+    readVariants(element(primitives, i), index, static_cast<LONG>(loaded.materials.size()), loaded.variants);
+    loaded.materials.push_back(primitive.material);
   }
   return parts;
+}
+
+void MeshReader::readVariants(const Json& primitive, int mesh, LONG group,
+                              std::vector<VariantMaterial>& variants) {
+  const std::size_t materials = countOf(member(file_.root, "materials"));
+  const std::size_t count = countOf(member(extension(file_.root, "KHR_materials_variants"), "variants"));
+  const Json& mappings = member(extension(primitive, "KHR_materials_variants"), "mappings");
+  for (std::size_t i = 0; i < countOf(mappings); ++i) {
+    const int material = indexIn(mappings[i], "material", materials, "material");
+    const Json& list = member(mappings[i], "variants");
+    context_.spend(countOf(list), 4);
+    for (std::size_t k = 0; material >= 0 && k < countOf(list); ++k) {
+      if (!list[k].is_number_unsigned() || list[k].get<std::uint64_t>() >= count)
+        throw SceneError("mesh " + std::to_string(mesh) + " refers to a variant that is not in it");
+      variants.push_back({group, list[k].get<LONG>(), material, textIn(mappings[i], "name")});
+    }
+  }
 }
 
 // Parts with the same attributes are groups of triangles over the same vertices.
@@ -116,7 +134,7 @@ const MeshReader::Shape& MeshReader::shapeOf(int index, const std::vector<Part>&
 
 LoadedMesh MeshReader::read(int index) {
   LoadedMesh loaded;
-  const Shape& shape = shapeOf(index, partsOf(index, loaded.materials));
+  const Shape& shape = shapeOf(index, partsOf(index, loaded));
   loaded.mesh = shape.mesh;
   loaded.deformation = shape.deformation;
   if (loaded.deformation) loaded.weights.assign(loaded.deformation->targets.size(), 0.0F);

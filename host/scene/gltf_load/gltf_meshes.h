@@ -7,11 +7,19 @@
 
 namespace host {
 
+/// The material of a group in a variant of the scene.
+struct VariantMaterial {
+  LONG group = 0, variant = 0;
+  int material = 0;
+  std::string name; // of the mapping; usually empty
+};
+
 struct LoadedMesh {
   MeshPtr mesh;
   DeformationPtr deformation; // null: nothing bends it
   std::vector<float> weights; // of the morph targets at rest
   std::vector<int> materials; // of each group; -1 none
+  std::vector<VariantMaterial> variants;
 };
 
 /// Reads meshes; two that are made of the same numbers share one geometry.
@@ -30,7 +38,8 @@ class MeshReader {
     const tinygltf::Primitive* primitive;
     const Json* draco; // its extension; a null value without one
   };
-  std::vector<Part> partsOf(int index, std::vector<int>& materials);
+  std::vector<Part> partsOf(int index, LoadedMesh& loaded);
+  void readVariants(const Json& primitive, int mesh, LONG group, std::vector<VariantMaterial>& variants);
   static bool shareVertices(const std::vector<Part>& parts);
   void readSharedParts(const std::vector<Part>& parts, PrimitiveReader& reader, MeshBuilder& builder);
   void readSeparateParts(const std::vector<Part>& parts, PrimitiveReader& reader, MeshBuilder& builder);

@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "gltf_derive.h"
+#include "gltf_placements.h"
 #include "gltf_tree.h"
 #include "parameters.h"
 
@@ -184,6 +185,15 @@ void ObjectReader::becomeContent(std::size_t index, ObjectState& camera) {
   null.name += String(" Motion");
 }
 
+NodeState& ObjectReader::addTexture(ObjectState& object, int material, LONG group) {
+  NodeState* tag = makeNode(NodeKind::tag, Ttexture);
+  tag->data.SetBaseLink(param::textureMaterial,
+                        BaseLink::FromIdentity(extras_.materials()[static_cast<std::size_t>(material)]));
+  tag->data.SetLong(param::textureGroup, group);
+  object.tags.append(*tag);
+  return *tag;
+}
+
 void ObjectReader::fillMesh(std::size_t index, int mesh, ObjectState& object) {
   const LoadedMesh loaded = meshes_.read(mesh);
   object.mesh = loaded.mesh;
@@ -192,15 +202,14 @@ void ObjectReader::fillMesh(std::size_t index, int mesh, ObjectState& object) {
   const auto& weights = file_.model.nodes[index].weights;
   for (std::size_t i = 0; i < std::min(weights.size(), object.weights.size()); ++i)
     if (const auto weight = static_cast<float>(weights[i]); std::isfinite(weight)) object.weights[i] = weight;
-  for (std::size_t group = 0; group < loaded.materials.size(); ++group) {
-    if (loaded.materials[group] < 0) continue;
-    NodeState* tag = makeNode(NodeKind::tag, Ttexture);
-    tag->data.SetBaseLink(
-        param::textureMaterial,
-        BaseLink::FromIdentity(extras_.materials()[static_cast<std::size_t>(loaded.materials[group])]));
-    tag->data.SetLong(param::textureGroup, static_cast<LONG>(group));
-    object.tags.append(*tag);
+  for (std::size_t group = 0; group < loaded.materials.size(); ++group)
+    if (loaded.materials[group] >= 0) addTexture(object, loaded.materials[group], static_cast<LONG>(group));
+  for (const VariantMaterial& variant : loaded.variants) {
+    NodeState& tag = addTexture(object, variant.material, variant.group);
+    tag.data.SetLong(param::textureVariant, variant.variant);
+    tag.name = String(variant.name);
   }
+  object.placements = readPlacements(file_, json(index), context_);
   meshObjects_.emplace_back(index, &object);
   context_.progress(0.55 + 0.4 * static_cast<double>(meshObjects_.size()) /
                                static_cast<double>(file_.model.nodes.size()));

@@ -30,6 +30,7 @@ class ObjectReader {
   ObjectState* makeObjectOf(int node);
   void addContents(std::size_t index, const Contents& contents, ObjectState& object);
   void fillMesh(std::size_t index, int mesh, ObjectState& object);
+  NodeState& addTexture(ObjectState& object, int material, LONG group);
   void becomeContent(std::size_t index, ObjectState& camera);
   void bindSkins();
   void applyExtras(std::size_t index);

@@ -10,15 +10,6 @@ namespace host {
 
 namespace {
 
-template <std::size_t N>
-std::vector<std::array<float, N>> readPieces(const GltfFile& file, int accessor, LoadContext& context) {
-  const std::vector<float> numbers = readFloats(file, accessor, N, context);
-  std::vector<std::array<float, N>> pieces(numbers.size() / N);
-  for (std::size_t i = 0; i < pieces.size(); ++i)
-    std::copy_n(numbers.begin() + static_cast<std::ptrdiff_t>(i * N), N, pieces[i].begin());
-  return pieces;
-}
-
 std::vector<Float4> readColors(const GltfFile& file, int accessor, LoadContext& context) {
   if (accessorWidth(file, accessor) == 4) return readPieces<4>(file, accessor, context);
   std::vector<Float4> colors;

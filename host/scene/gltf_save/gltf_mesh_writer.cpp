@@ -39,13 +39,16 @@ const MeshWriter::Shape& MeshWriter::shapeOf(const ObjectState& object) {
   return shapes_.emplace(key, std::move(shape)).first->second;
 }
 
-int MeshWriter::meshIndex(const ObjectState& object, const std::vector<int>& materials) {
+int MeshWriter::meshIndex(const ObjectState& object, const std::vector<int>& materials,
+                          const std::vector<Json>& mappings) {
   const Shape& shape = shapeOf(object);
   Json mesh{{"primitives", Json::array()}};
   for (std::size_t group = 0; group < shape.indices.size(); ++group) {
     Json primitive{{"attributes", shape.attributes}, {"indices", shape.indices[group]}};
     if (!shape.targets.empty()) primitive["targets"] = shape.targets;
     if (materials[group] >= 0) primitive["material"] = materials[group];
+    if (group < mappings.size() && !mappings[group].is_null())
+      primitive["extensions"]["KHR_materials_variants"]["mappings"] = mappings[group];
     mesh["primitives"].push_back(std::move(primitive));
   }
   return output_.shared("meshes", std::move(mesh));
@@ -64,6 +67,26 @@ void MeshWriter::addDeformation(const Deformation& d, Shape& shape) {
     if (!target.normals.empty()) to["NORMAL"] = output_.addVectors(target.normals);
     if (!target.tangents.empty()) to["TANGENT"] = output_.addVectors(target.tangents);
   }
+}
+
+const Json& MeshWriter::placementAttributes(const Placements& placements) {
+  const auto known = placements_.find(placements.id);
+  if (known != placements_.end()) return known->second;
+  Json attributes = Json::object();
+  if (!placements.translations.empty())
+    attributes["TRANSLATION"] = output_.addVectors(placements.translations);
+  if (!placements.rotations.empty()) attributes["ROTATION"] = output_.addVectors(placements.rotations);
+  if (!placements.scales.empty()) attributes["SCALE"] = output_.addVectors(placements.scales);
+  for (const KeptNumbers& other : placements.others) {
+    Json accessor{{"componentType", other.component}, {"count", placements.count}, {"type", other.type}};
+    if (other.normalised) accessor["normalized"] = true;
+    if (!other.bytes.empty()) accessor["bufferView"] = output_.addView(other.bytes);
+    attributes[other.name] = output_.append("accessors", std::move(accessor));
+  }
+  // A list without copies has no entry of its own to tell so.
+  if (attributes.empty() || placements.count == 0)
+    attributes["TRANSLATION"] = output_.addVectors(placements.translations);
+  return placements_.emplace(placements.id, std::move(attributes)).first->second;
 }
 
 int MeshWriter::skinIndex(const SkinPtr& skin) {

@@ -51,6 +51,7 @@ Json GltfWriter::write() {
   output_["asset"] = Json{{"version", "2.0"}, {"generator", "Lumenara"}};
   output_["scene"] = 0;
   output_["scenes"] = Json::array({Json::object()});
+  variants_ = countOf(member(variantsJson(document_), "variants"));
   materials_.writeMaterials(document_.materials);
   writeObjects();
   meshes_.writeSkins(extras_);
@@ -92,7 +93,11 @@ void GltfWriter::writeObject(const ObjectState& object) {
     lights_.push_back(light);
     json["extensions"]["KHR_lights_punctual"]["light"] = lights_.size() - 1;
   } else if (object.mesh) {
-    json["mesh"] = meshes_.meshIndex(object, meshTagsOf(object).materials);
+    const MeshTags tags = meshTagsOf(object);
+    json["mesh"] = meshes_.meshIndex(object, tags.materials, tags.mappings);
+    if (object.placements)
+      json["extensions"]["EXT_mesh_gpu_instancing"]["attributes"] =
+          meshes_.placementAttributes(*object.placements);
     if (!object.weights.empty()) json["weights"] = weightsJson(object.weights);
     if (object.skin) json["skin"] = meshes_.skinIndex(object.skin);
   }
@@ -106,31 +111,55 @@ void GltfWriter::writeObject(const ObjectState& object) {
   output_.append("nodes", std::move(json));
 }
 
-// The material of a texture tag that loading the mesh would make just so; -1 for other tags.
-int GltfWriter::plainMaterial(const NodeState& tag, std::size_t groups) const {
-  if (tag.type != Ttexture || tag.bits != 0 || tag.name.Content() || tag.data.GetCount() != 2) return -1;
-  if (tag.data.GetIndexId(0) != param::textureMaterial || tag.data.GetIndexId(1) != param::textureGroup)
-    return -1;
+// The material of a texture tag that loading the mesh would make just so, in a variant or without; -1 for
+// other tags.
+int GltfWriter::plainMaterial(const NodeState& tag, std::size_t groups, bool ofVariant) const {
+  const LONG entries = ofVariant ? 3 : 2;
+  if (tag.type != Ttexture || tag.bits != 0 || tag.data.GetCount() != entries || tag.foreignExtras) return -1;
+  if (ofVariant ? !isUtf8(tag.name.GetUTF8()) : tag.name.Content()) return -1;
+  const LONG ids[] = {param::textureMaterial, param::textureGroup, param::textureVariant};
+  for (LONG i = 0; i < entries; ++i)
+    if (tag.data.GetIndexId(i) != ids[i] || (i > 0 && tag.data.GetType(ids[i]) != DA_LONG)) return -1;
   const LONG group = param::integer(tag, param::textureGroup);
-  const auto material = extras_.materialIndex(tag.data.GetBaseLink(param::textureMaterial).GetIdentity());
-  if (tag.data.GetType(param::textureGroup) != DA_LONG || group < 0 ||
-      static_cast<std::size_t>(group) >= groups)
-    return -1;
-  return material.value_or(-1);
+  if (group < 0 || static_cast<std::size_t>(group) >= groups) return -1;
+  const LONG variant = param::integer(tag, param::textureVariant);
+  if (ofVariant && (variant < 0 || static_cast<std::size_t>(variant) >= variants_)) return -1;
+  return extras_.materialIndex(tag.data.GetBaseLink(param::textureMaterial).GetIdentity()).value_or(-1);
 }
 
-// Loading a mesh makes a tag for each primitive with a material, in order, at the front of the list.
+// Loading a mesh makes a tag for each primitive with a material, in order, at the front of the list, then
+// those of the variants.
 GltfWriter::MeshTags GltfWriter::meshTagsOf(const ObjectState& object) const {
-  MeshTags tags{std::vector<int>(object.mesh->groups.size(), -1), object.tags.first()};
+  const std::size_t groups = object.mesh->groups.size();
+  MeshTags tags{std::vector<int>(groups, -1), std::vector<Json>(groups), object.tags.first()};
   LONG last = -1;
   for (; tags.other; tags.other = tags.other->next) {
-    const int material = plainMaterial(*tags.other, tags.materials.size());
+    const int material = plainMaterial(*tags.other, groups, false);
     const LONG group = param::integer(*tags.other, param::textureGroup);
     if (material < 0 || group <= last) break;
     tags.materials[static_cast<std::size_t>(group)] = material;
     last = group;
   }
+  for (last = -1; tags.other; tags.other = tags.other->next) {
+    const int material = plainMaterial(*tags.other, groups, true);
+    const LONG group = param::integer(*tags.other, param::textureGroup);
+    if (material < 0 || group < last) break;
+    addMapping(tags.mappings[static_cast<std::size_t>(group)], *tags.other, material);
+    last = group;
+  }
   return tags;
+}
+
+// Tags of the same material one after another share a mapping.
+void GltfWriter::addMapping(Json& mappings, const NodeState& tag, int material) {
+  const std::string& name = tag.name.GetUTF8();
+  Json mapping{{"material", material}, {"variants", Json::array()}};
+  if (!name.empty()) mapping["name"] = name;
+  if (mappings.is_null()) mappings = Json::array();
+  const bool another =
+      mappings.empty() || mappings.back()["material"] != material || textIn(mappings.back(), "name") != name;
+  if (another) mappings.push_back(std::move(mapping));
+  mappings.back()["variants"].push_back(param::integer(tag, param::textureVariant));
 }
 
 void GltfWriter::writeTags(const ObjectState& object, Json& extras) {
@@ -180,7 +209,9 @@ void GltfWriter::writeDocument() {
   extras["loopMinTime"] = timeJson(d.loopMinTime), extras["loopMaxTime"] = timeJson(d.loopMaxTime);
   extras["lod"] = d.lod;
   extras["posed"] = true;
-  extras_.writeCommon(d, BaseContainer(), extras);
+  if (Json variants = variantsJson(d); !variants.is_null())
+    output_["extensions"]["KHR_materials_variants"] = std::move(variants);
+  extras_.writeCommon(d, variantParameters(output_.root()), extras);
   extras["renderData"] = Json::array();
   for (const NodeState* data = d.renderData.first(); data; data = data->next) {
     if (data->identity == d.activeRenderData) extras["activeRenderData"] = extras["renderData"].size();
@@ -224,17 +255,22 @@ void GltfWriter::finish() {
 // only picture is a WebP one.
 void GltfWriter::nameExtensions() {
   std::set<std::string> used, required;
+  const auto name = [&](const Json& item) {
+    for (const auto& [extension, part] : member(item, "extensions").items())
+      used.insert(extension);
+  };
   for (const char* list : {"nodes", "materials", "textures", "meshes"}) {
     if (!output_.root().contains(list)) continue;
     for (const Json& item : output_[list]) {
-      for (const auto& [name, part] : member(item, "extensions").items()) {
-        used.insert(name);
-        if (name == "EXT_texture_webp" && !item.contains("source")) required.insert(name);
-      }
+      name(item);
+      if (extension(item, "EXT_texture_webp").is_object() && !item.contains("source"))
+        required.insert("EXT_texture_webp");
+      const Json& primitives = member(item, "primitives");
+      for (std::size_t i = 0; i < countOf(primitives); ++i)
+        name(primitives[i]);
     }
   }
-  for (const auto& [name, part] : member(output_.root(), "extensions").items())
-    used.insert(name);
+  name(output_.root());
   if (output_.root().contains("materials") &&
       output_["materials"].dump().find("KHR_texture_transform") != std::string::npos)
     used.emplace("KHR_texture_transform");

@@ -26,12 +26,14 @@ class GltfWriter {
  private:
   struct MeshTags {
     std::vector<int> materials;       // of each group; -1 for none
+    std::vector<Json> mappings;       // of each group to the materials of variants; null values without
     const NodeState* other = nullptr; // the first tag that loading the mesh would not make
   };
 
   void writeObjects();
   void writeObject(const ObjectState& object);
-  int plainMaterial(const NodeState& tag, std::size_t groups) const;
+  int plainMaterial(const NodeState& tag, std::size_t groups, bool ofVariant) const;
+  static void addMapping(Json& mappings, const NodeState& tag, int material);
   MeshTags meshTagsOf(const ObjectState& object) const;
   void writeTags(const ObjectState& object, Json& extras);
   void writeAnimations();
@@ -45,6 +47,7 @@ class GltfWriter {
   const std::function<void(double)> progress_;
   GltfOutput output_;
   Json lights_ = Json::array();
+  std::size_t variants_ = 0; // of materials
   ExtrasWriter extras_;
   MaterialWriter materials_;
   MeshWriter meshes_;

@@ -106,7 +106,7 @@ SceneCounts countScene(BaseDocument& document) {
     if (object.picture) pictures.insert(object.picture->id);
     if (!object.mesh) return;
     meshes.insert(object.mesh->id);
-    counts.triangles += object.mesh->triangles.size();
+    counts.triangles += object.mesh->triangles.size() * (object.placements ? object.placements->count : 1);
   });
   for (const NodeState* material = state.materials.first(); material; material = material->next) {
     ++counts.materials;

@@ -9,6 +9,7 @@
 #include "parameters.h"
 #include "snapshot_materials.h"
 #include "snapshot_range.h"
+#include "variants.h"
 
 namespace host {
 
@@ -57,7 +58,8 @@ struct Inherited {
 class Taker {
  public:
   Taker(const DocumentState& document, const SnapshotOptions& options)
-      : document_(document), options_(options), snapshot_(std::make_shared<Snapshot>()) {}
+      : document_(document), options_(options), variant_(chosenVariant(*nodeOf<BaseDocument>(&document))),
+        snapshot_(std::make_shared<Snapshot>()) {}
 
   SnapshotPtr take() {
     snapshot_->materials.push_back(defaultMaterial());
@@ -85,13 +87,14 @@ class Taker {
 
   const DocumentState& document_;
   const SnapshotOptions& options_;
+  const LONG variant_; // of materials
   std::shared_ptr<Snapshot> snapshot_;
   std::unordered_map<Identity, int> materials_;
   std::vector<std::string> missing_;
   bool glows_ = false;
 };
 
-Inherited inherit(const ObjectState& object, const Inherited& above) {
+Inherited inherit(const ObjectState& object, const Inherited& above, LONG variant) {
   Inherited here = above;
   here.world = above.world * object.local;
   here.active = above.active || (object.bits & BIT_ACTIVE) != 0;
@@ -99,7 +102,8 @@ Inherited inherit(const ObjectState& object, const Inherited& above) {
     if (tag->type == Tcompositing) {
       here.seen = here.seen && param::flag(*tag, param::compositingSeen);
       here.shadows = here.shadows && param::flag(*tag, param::compositingShadows);
-    } else if (tag->type == Ttexture && param::integer(*tag, param::textureGroup) < 0) {
+    } else if (tag->type == Ttexture && param::integer(*tag, param::textureGroup) < 0 &&
+               belongsTo(*tag, variant)) {
       here.texture = tag;
     }
   }
@@ -112,7 +116,7 @@ bool Taker::walk(const NodeList& list, const Inherited& above) {
     const auto& object = static_cast<const ObjectState&>(*node);
     if (!param::flag(object, options_.forEditor ? param::objectVisibleEditor : param::objectVisibleRender))
       continue;
-    const Inherited here = inherit(object, above);
+    const Inherited here = inherit(object, above, variant_);
     if (!takeObject(object, here)) return false;
     Inherited below = here;
     below.level = levelBelow(object, above.level, options_.lod);
@@ -156,13 +160,21 @@ void Taker::addInstance(const ObjectState& object, MeshPtr mesh, const Inherited
   for (std::size_t group = 0; group < mesh->groups.size(); ++group) {
     const NodeState* chosen = nullptr; // the last tag that covers the group
     for (const NodeState* tag = object.tags.first(); tag; tag = tag->next) {
-      const LONG covers = tag->type == Ttexture ? param::integer(*tag, param::textureGroup) : -2;
+      const bool counts = tag->type == Ttexture && belongsTo(*tag, variant_);
+      const LONG covers = counts ? param::integer(*tag, param::textureGroup) : -2;
       if (covers == -1 || (covers >= 0 && static_cast<std::size_t>(covers) == group)) chosen = tag;
     }
     instance.materials.push_back(materialIndex(chosen ? chosen : here.texture));
   }
   instance.mesh = std::move(mesh);
-  snapshot_->instances.push_back(std::move(instance));
+  if (!object.placements) {
+    snapshot_->instances.push_back(std::move(instance));
+    return;
+  }
+  for (std::size_t copy = 0; copy < object.placements->count; ++copy) {
+    instance.toWorld = here.world * matrixOf(*object.placements, copy);
+    snapshot_->instances.push_back(instance);
+  }
 }
 
 int Taker::materialIndex(const NodeState* tag) {

@@ -15,6 +15,7 @@ struct ObjectPart {
   std::optional<Pose> pose;
   bool deform = true;
   MeshPtr mesh;
+  PlacementsPtr placements;
   DeformationPtr deformation;
   std::vector<float> weights;
   SkinPtr skin;
@@ -68,7 +69,8 @@ bool sameTime(const BaseTime& a, const BaseTime& b) {
 
 bool sameObject(const ObjectState& a, const ObjectPart& b) {
   return a.local == b.local && a.pose == b.pose && a.deform == b.deform && a.mesh == b.mesh &&
-         a.deformation == b.deformation && a.weights == b.weights && a.skin == b.skin && a.tracks == b.tracks;
+         a.placements == b.placements && a.deformation == b.deformation && a.weights == b.weights &&
+         a.skin == b.skin && a.tracks == b.tracks;
 }
 
 bool sameDocument(const DocumentState& a, const DocumentPart& b) {
@@ -107,6 +109,7 @@ void readObject(const ObjectState& from, ObjectPart& to) {
   to.pose = from.pose;
   to.deform = from.deform;
   to.mesh = from.mesh;
+  to.placements = from.placements;
   to.deformation = from.deformation;
   to.weights = from.weights;
   to.skin = from.skin;
@@ -179,8 +182,8 @@ struct Difference {
   bool inPictures = false; // only differences that they may show
 
   bool objects(const ObjectPart& a, const ObjectPart& b) const {
-    if (a.deform != b.deform || a.mesh != b.mesh || a.deformation != b.deformation || a.skin != b.skin ||
-        a.tracks != b.tracks)
+    if (a.deform != b.deform || a.mesh != b.mesh || a.placements != b.placements ||
+        a.deformation != b.deformation || a.skin != b.skin || a.tracks != b.tracks)
       return true;
     if (a.driven && b.driven && !sameMoment) return false;
     return !(a.local == b.local) || a.pose != b.pose || a.weights != b.weights;
@@ -327,6 +330,7 @@ class Putter {
     to.pose = from.pose;
     to.deform = from.deform;
     to.mesh = from.mesh;
+    to.placements = from.placements;
     to.deformation = from.deformation;
     to.weights = from.weights;
     to.skin = from.skin;
