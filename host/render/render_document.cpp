@@ -7,6 +7,7 @@
 #include "failures.h"
 #include "plugin_renders.h"
 #include "render_snapshot.h"
+#include "sampler.h"
 #include "thread_context.h"
 #include "video_post_calls.h"
 
@@ -21,6 +22,9 @@ class DocumentRender {
       : document_(document), container_(settings), progress_(progress), userData_(userData), bitmap_(bitmap),
         flags_(flags), thread_(thread), settings_(readSettings(settings, bitmap.GetBw(), bitmap.GetBh())) {
     readVideoPosts(document.GetActiveRenderData(), settings_);
+    // Each frame has noise of its own; frame 0 keeps that of the seed.
+    settings_.seed ^=
+        hash32(static_cast<std::uint32_t>(time().GetFrame(static_cast<Real>(document.GetFps()))));
   }
 
   RENDERRESULT run() {

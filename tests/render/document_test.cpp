@@ -115,6 +115,27 @@ TEST_F(DocumentTest, SetsTheTimeOfTheFrame) {
   EXPECT_EQ(loaded.document->GetTime(), BaseTime(12, 30));
 }
 
+TEST_F(DocumentTest, FramesOfAStillSceneHaveNoiseOfTheirOwn) {
+  DocumentPtr still(loaded.document->GetClone(COPYFLAGS_NO_ANIMATION));
+  const auto pixelsAt = [&](int frame) {
+    settings.SetTime(RDATA_FRAMEFROM, BaseTime(frame, loaded.document->GetFps()));
+    EXPECT_EQ(RenderDocument(still.get(), settings, nullptr, nullptr, bitmap.bitmap, RENDERFLAGS_0, nullptr),
+              RENDERRESULT_OK);
+    std::vector<UWORD> pixels;
+    for (LONG y = 0; y < bitmap.bitmap->GetBh(); ++y)
+      for (LONG x = 0; x < bitmap.bitmap->GetBw(); ++x) {
+        UWORD r, g, b;
+        bitmap.bitmap->GetPixel(x, y, &r, &g, &b);
+        pixels.push_back(r);
+      }
+    return pixels;
+  };
+  const std::vector<UWORD> first = pixelsAt(0), second = pixelsAt(1);
+  EXPECT_NE(first, second);
+  EXPECT_EQ(second, pixelsAt(1));
+  EXPECT_EQ(first, pixelsAt(0));
+}
+
 TEST_F(DocumentTest, AnUnusableBitmapIsRefused) {
   EXPECT_EQ(RenderDocument(loaded.document.get(), settings, nullptr, nullptr, nullptr, RENDERFLAGS_SHOWERRORS,
                            nullptr),
@@ -228,7 +249,7 @@ TEST_F(DocumentTest, APostsDataLivesWithItsNode) {
   ASSERT_TRUE(RegisterVideoPostPlugin(postId, "recorder", 0, RecordingPost::Make, "", 0, 0));
   addPost(postId);
   for (LONG frame = 0; frame < 3; ++frame) {
-    settings.SetTime(RDATA_FRAMEFROM, BaseTime(frame, 30));
+    settings.SetTime(RDATA_FRAMEFROM, BaseTime(frame, loaded.document->GetFps()));
     EXPECT_EQ(render(), RENDERRESULT_OK);
   }
   EXPECT_EQ(instances, 1);

@@ -188,6 +188,55 @@ TEST(LightSampling, ManyLightsAddUp) {
   EXPECT_NEAR(draw(scene, 16, 128).mean().x, albedo / pi * 10 / 4, 2e-3);
 }
 
+TEST(LightSampling, ManyLampsWithARadiusAddUp) {
+  for (const int count : {40, 80}) {
+    SCOPED_TRACE(count);
+    Scene scene = diffusePlane();
+    for (int i = 0; i < count; ++i)
+      scene.addLight(LightKind::point, {0, 2, 0}, {0, 0, 0}, 10.0f / static_cast<float>(count)).radius = 1;
+    EXPECT_NEAR(draw(scene, 16, 128).mean().x, albedo / pi * 10 / 4, 0.02f * albedo / pi * 10 / 4);
+  }
+}
+
+// Scattered rays and shadow rays meet the same lamp, also behind a layer that lets everything through.
+TEST(LightSampling, AClearLayerChangesNoLampsLight) {
+  Scene scene = diffusePlane();
+  int clear;
+  SurfaceMaterial& m = scene.addMaterial(&clear);
+  m.baseColor = {1, 1, 1, 0};
+  m.alphaMode = AlphaMode::blend;
+  scene.addLight(LightKind::point, {0, 2, 0}, {0, 0, 0}, 10).radius = 1;
+  Instance& layer = scene.add(quad({-5, 0.9f, 5}, {10, 0, 0}, {0, 0, -10}), clear);
+  layer.seenByCamera = false;
+  EXPECT_NEAR(draw(scene, 16, 256).mean().x, albedo / pi * 10 / 4, 0.01f * albedo / pi * 10 / 4);
+}
+
+// A coarse ball lit from the side darkens towards the edge of the light as a finely divided one does. Without
+// help whole triangles turn black there.
+TEST(LightSampling, CoarseMeshesHaveNoHardEdgeOfShadow) {
+  const auto lit = [](int rings) {
+    Scene scene;
+    scene.materials[0]->reflectionOn = false;
+    scene.add(ball(1, rings));
+    scene.addLight(LightKind::distant, {1, 0, 0.12f}, {0, 0, 0}, host::render::pi);
+    scene.lookAt({0, 0, 5}, {0, 0, 0}, true, 1);
+    auto how = settings(96, 96, 4);
+    how.globalIllumination = false;
+    return draw(scene, 96, 96, how);
+  };
+  const Result fine = lit(96), coarse = lit(12);
+  double missing = 0, whole = 0;
+  for (int y = 24; y < 72; ++y)
+    for (int x = 12; x < 84; ++x) {
+      const float wanted = fine.at(x, y).x;
+      if (wanted > 0.2f) continue;
+      whole += static_cast<double>(wanted);
+      missing += static_cast<double>(std::max(0.0f, wanted - coarse.at(x, y).x));
+    }
+  EXPECT_GT(whole, 1);
+  EXPECT_LT(missing, 0.1 * whole);
+}
+
 TEST(LightSampling, ABlockerThrowsAShadow) {
   Scene scene = diffusePlane();
   scene.addLight(LightKind::point, {0, 2, 0}, {0, 0, 0}, 10);

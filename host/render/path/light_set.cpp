@@ -3,19 +3,8 @@
 namespace host::render {
 namespace {
 
-// Samples an index from a running sum (the last entry is the total); `u` is rescaled to the place inside the
-// index's part.
-std::size_t choose(const std::vector<float>& cdf, float& u) {
-  const float target = u * cdf.back();
-  const auto above = std::upper_bound(cdf.begin(), cdf.end() - 1, target);
-  const auto i = static_cast<std::size_t>(above - cdf.begin());
-  const float low = i ? cdf[i - 1] : 0, width = cdf[i] - low;
-  u = width > 0 ? std::min(clamp01((target - low) / width), 0.99999994f) : 0.5f;
-  return i;
-}
-float partOf(const std::vector<float>& cdf, std::size_t i) {
-  return (cdf[i] - (i ? cdf[i - 1] : 0)) / cdf.back();
-}
+// The least chance of a kind of light that reaches a point: estimates know nothing of shadows.
+constexpr float leastChance = 0.05f;
 
 // A direction in the cone around +z with 1 - cosine `cap` at its edge; density 1 / (2 pi cap).
 Vec3 sampleCone(Vec2 u, float cap) {
@@ -31,142 +20,187 @@ float distantCap(float halfAngle) {
   return 2 * sqr(std::sin(halfAngle / 2));
 }
 
+// A lamp's light towards a direction at a distance, over its intensity.
+template <class Lamp>
+float shareTowards(const Lamp& lamp, Vec3 direction, float distance) {
+  float factor = 1;
+  if (lamp.kind == LightKind::spot) {
+    const float c = dot(lamp.axis, direction);
+    if (c <= lamp.cosOuter) return 0;
+    const float t = clamp01((c - lamp.cosOuter) / std::max(1e-4f, lamp.cosInner - lamp.cosOuter));
+    factor = t * t;
+  }
+  // The window of KHR_lights_punctual brings the light to zero at its range.
+  if (lamp.range > 0) factor *= clamp01(1 - sqr(sqr(distance / lamp.range)));
+  return factor;
+}
+
 } // namespace
 
 LightSet::LightSet(const std::vector<SnapshotLight>& lights, const RenderSettings& settings) {
   for (const SnapshotLight& l : lights) {
-    Light light{l.kind,
-                Vec3(l.toWorld.off),
-                -normalize(Vec3(l.toWorld.v3)),
-                Vec3(l.intensity),
-                std::max(0.0f, l.radius),
-                std::cos(l.innerCone),
-                std::cos(l.outerCone),
-                l.range,
-                l.shadows && settings.shadow && (l.radius > 0 || !settings.limitShadow)};
-    if (light.kind == LightKind::distant) light.radius = std::min(light.radius, 1.5f);
-    if (isBlack(light.intensity) || !finite(light.intensity) || !finite(light.position)) continue;
-    if (light.radius > 0 && light.shadow && findable_.size() < 32) findable_.push_back(lights_.size());
-    lights_.push_back(light);
+    Lamp lamp{l.kind,
+              Vec3(l.toWorld.off),
+              -normalize(Vec3(l.toWorld.v3)),
+              Vec3(l.intensity),
+              std::max(0.0f, l.radius),
+              std::cos(l.innerCone),
+              std::cos(l.outerCone),
+              l.outerCone,
+              l.range,
+              l.shadows && settings.shadow && (l.radius > 0 || !settings.limitShadow)};
+    if (isBlack(lamp.intensity) || !finite(lamp.intensity) || !finite(lamp.position)) continue;
+    findable_ = findable_ || lamp.findable();
+    if (lamp.kind == LightKind::distant) {
+      lamp.radius = std::min(lamp.radius, 1.5f);
+      distant_.push_back(lamp);
+    } else {
+      lamps_.push_back(lamp);
+    }
   }
 }
 
 void LightSet::addGlow(const GlowTriangle& triangle, float radiance) {
-  const float area = 0.5f * length(cross(triangle.edge1, triangle.edge2));
-  const float power = std::isfinite(area) ? area * std::max(0.0f, radiance) : 0;
-  glowArea_.push_back(area);
-  glowCdf_.push_back((glowCdf_.empty() ? 0 : glowCdf_.back()) + power);
-  glows_.push_back(triangle);
-  if (!(power > 0)) return;
-  for (const Vec3 p : {triangle.a, triangle.a + triangle.edge1, triangle.a + triangle.edge2}) {
-    glowLow_ = {std::min(glowLow_.x, p.x), std::min(glowLow_.y, p.y), std::min(glowLow_.z, p.z)};
-    glowHigh_ = {std::max(glowHigh_.x, p.x), std::max(glowHigh_.y, p.y), std::max(glowHigh_.z, p.z)};
+  Glow glow{triangle, 0.5f * length(cross(triangle.edge1, triangle.edge2)), 0, -1};
+  glow.power = std::isfinite(glow.area) ? glow.area * std::max(0.0f, radiance) : 0;
+  if (!std::isfinite(glow.power)) glow.power = 0;
+  glows_.push_back(glow);
+}
+
+LightBounds LightSet::boundsOf(const Lamp& lamp) const {
+  LightBounds b{lamp.position - Vec3(lamp.radius), lamp.position + Vec3(lamp.radius),
+                std::max(1e-30f, luminance(lamp.intensity))};
+  b.findableByRay = lamp.findable();
+  if (lamp.kind == LightKind::spot) {
+    b.axis = lamp.axis;
+    b.reach = std::clamp(lamp.outer, 0.0f, pi);
   }
+  return b;
+}
+
+LightBounds LightSet::boundsOf(const Glow& glow) const {
+  const GlowTriangle& t = glow.triangle;
+  const Vec3 b = t.a + t.edge1, c = t.a + t.edge2;
+  LightBounds bounds{lowest(t.a, lowest(b, c)), highest(t.a, highest(b, c)), glow.power};
+  bounds.findableByRay = false; // rays find the surface itself
+  if (t.side != 0) bounds.axis = normalize(cross(t.edge1, t.edge2)) * t.side;
+  return bounds;
 }
 
 void LightSet::finish() {
-  glowPower_ = glowCdf_.empty() ? 0 : glowCdf_.back() * pi;
-  if (!(glowPower_ > 0) || !std::isfinite(glowPower_)) glowPower_ = 0;
-  if (lights_.size() <= static_cast<std::size_t>(LightPick::individual)) return;
-  float sum = 0;
-  for (const Light& light : lights_)
-    lightCdf_.push_back(sum += luminance(light.intensity));
+  std::vector<LightBounds> bounds;
+  for (const Lamp& lamp : lamps_)
+    bounds.push_back(boundsOf(lamp));
+  for (std::uint32_t i = 0; i < glows_.size(); ++i) {
+    if (!(glows_[i].power > 0)) continue;
+    glows_[i].leaf = static_cast<std::int32_t>(bounds.size());
+    bounds.push_back(boundsOf(glows_[i]));
+    shining_.push_back(i);
+  }
+  tree_ = LightTree(bounds);
 }
 
-Vec3 LightSet::intensityTowards(const Light& light, Vec3 direction, float distance) const {
-  float factor = 1;
-  if (light.kind == LightKind::spot) {
-    const float c = dot(light.axis, direction);
-    if (c <= light.cosOuter) return {};
-    const float t = clamp01((c - light.cosOuter) / std::max(1e-4f, light.cosInner - light.cosOuter));
-    factor = t * t;
+// Factor of a light's estimate: exactly 0 outside a spot's cone, beyond a range and behind a surface.
+float LightSet::shareOf(std::uint32_t leaf, const LightReceiver& at) const {
+  if (leaf < lamps_.size()) {
+    const Lamp& lamp = lamps_[leaf];
+    if (lamp.kind == LightKind::point && lamp.range <= 0) return 1;
+    const Vec3 from = at.position - lamp.position;
+    const float distance = length(from);
+    return distance > 0 ? shareTowards(lamp, from / distance, distance) : 1;
   }
-  // The window of KHR_lights_punctual brings the light to zero at its range.
-  if (light.range > 0) factor *= clamp01(1 - sqr(sqr(distance / light.range)));
-  return light.intensity * factor;
+  const GlowTriangle& t = glows_[shining_[leaf - lamps_.size()]].triangle;
+  return t.side == 0 || t.side * dot(cross(t.edge1, t.edge2), at.position - t.a) > 0 ? 1.0f : 0.0f;
 }
 
-float LightSet::estimate(const Light& light, Vec3 position) const {
-  if (light.kind == LightKind::distant) return luminance(light.intensity);
-  const Vec3 d = position - light.position;
-  const float d2 = std::max(dot(d, d), std::max(1e-8f, sqr(light.radius)));
-  if (light.range > 0 && d2 > sqr(light.range)) return 0;
-  if (light.kind == LightKind::spot && dot(light.axis, d) < std::min(0.0f, light.cosOuter) * std::sqrt(d2))
-    return 0;
-  return luminance(light.intensity) / d2;
+float LightSet::chanceOf(std::uint32_t leaf, const LightReceiver& at) const {
+  return tree_.probability(leaf, at, [&](std::uint32_t light) { return shareOf(light, at); });
 }
 
-LightPick LightSet::pick(Vec3 position) const {
-  LightPick p;
-  if (lightCdf_.empty()) {
-    for (std::size_t i = 0; i < lights_.size(); ++i)
-      p.total += p.chance[i] = estimate(lights_[i], position);
-  } else {
-    // Many lights share one chance, without regard to the position.
-    p.total += p.chance[0] = 1;
+namespace {
+
+// The cosine of light from a distant disc, at most.
+template <class Lamp>
+float estimateDistant(const Lamp& lamp, const LightReceiver& at) {
+  const float cosine = isZero(at.normal) ? 1.0f : -dot(at.normal, lamp.axis) + std::sin(lamp.radius);
+  return cosine > 0 ? luminance(lamp.intensity) * std::clamp(cosine, 0.05f, 1.0f) : 0;
+}
+
+} // namespace
+
+LightPick LightSet::pick(const LightReceiver& at) const {
+  LightPick p{at};
+  for (const Lamp& lamp : distant_)
+    p.distantTotal += estimateDistant(lamp, at);
+  p.distant = p.distantTotal;
+  if (samplesSky()) p.sky = pi * luminance(sky_->mean());
+  const auto leaf = [&](std::uint32_t light) { return shareOf(light, at); };
+  if (p.distant + p.sky > 0)
+    p.near = tree_.total(at, leaf);
+  else
+    p.near = tree_.empty() ? 0 : 1;
+  const float sum = p.near + p.distant + p.sky;
+  if (!(sum > 0)) return p;
+  float total = 0;
+  for (float* chance : {&p.near, &p.distant, &p.sky}) {
+    if (*chance > 0) *chance = std::max(leastChance, *chance / sum);
+    total += *chance;
   }
-  if (glowPower_ > 0) {
-    const Vec3 centre = (glowLow_ + glowHigh_) * 0.5f, half = (glowHigh_ - glowLow_) * 0.5f;
-    const Vec3 d = position - centre;
-    p.total += p.chance[glowSlot] =
-        lightCdf_.empty()
-            ? glowPower_ / (4 * pi * std::max(1e-8f, std::max(dot(d, d), 0.25f * dot(half, half))))
-            : 0.5f;
-  }
-  if (samplesSky()) p.total += p.chance[skySlot] = lightCdf_.empty() ? pi * luminance(sky_->mean()) : 0.5f;
-  // Every light keeps a chance of at least a hundredth: the estimate may be wrong.
-  if (p.total > 0) {
-    const float least = 0.01f * p.total;
-    float total = 0;
-    for (float& c : p.chance) {
-      if (c > 0) c = std::max(c, least);
-      total += c;
-    }
-    for (float& c : p.chance)
-      c /= total;
-  }
+  for (float* chance : {&p.near, &p.distant, &p.sky})
+    *chance /= total;
   return p;
 }
 
-float LightSet::chanceOf(const LightPick& pick, std::size_t index) const {
-  return lightCdf_.empty() ? pick.chance[index] : pick.chance[0] * partOf(lightCdf_, index);
+float LightSet::chanceOfDistant(const Lamp& lamp, const LightPick& pick) const {
+  return pick.distantTotal > 0 ? pick.distant * estimateDistant(lamp, pick.at) / pick.distantTotal : 0;
 }
 
-bool LightSet::sampleLight(const Light& light, Vec3 position, Vec2 u, LightSample& out) const {
-  out.shadow = light.shadow;
-  if (light.kind == LightKind::distant) return sampleDistant(light, u, out);
-  const Vec3 to = light.position - position;
+bool LightSet::sampleLamp(const Lamp& lamp, Vec3 position, Vec2 u, LightSample& out) const {
+  out.shadow = lamp.shadow;
+  const Vec3 to = lamp.position - position;
   const float d2 = dot(to, to), d = std::sqrt(d2);
-  if (d <= light.radius * 1.0001f || d2 <= 0) return false;
+  if (d <= lamp.radius * 1.0001f || d2 <= 0) return false;
   const Vec3 axis = to / d;
-  const Vec3 intensity = intensityTowards(light, -axis, d);
+  const Vec3 intensity = lamp.intensity * shareTowards(lamp, -axis, d);
   if (isBlack(intensity)) return false;
-  if (light.radius <= 0) {
+  if (lamp.radius <= 0) {
     out.direction = axis;
     out.distance = d;
     out.radiance = intensity / d2;
     return true;
   }
-  const float cap = sphereCap(light.radius, d2);
+  const float cap = sphereCap(lamp.radius, d2);
   out.direction = Frame(axis).toWorld(sampleCone(u, cap));
   const float along = dot(out.direction, to), apart2 = std::max(0.0f, d2 - along * along);
-  out.distance = along - std::sqrt(std::max(0.0f, sqr(light.radius) - apart2));
+  out.distance = along - std::sqrt(std::max(0.0f, sqr(lamp.radius) - apart2));
   out.pdf = 1 / (2 * pi * cap);
-  out.radiance = intensity / (pi * sqr(light.radius));
+  out.radiance = intensity / (pi * sqr(lamp.radius));
   return out.distance > 0;
 }
 
-bool LightSet::sampleDistant(const Light& light, Vec2 u, LightSample& out) const {
+bool LightSet::sampleDistant(const LightPick& pick, float choice, Vec2 u, LightSample& out,
+                             float& chance) const {
+  choice *= pick.distantTotal;
+  std::size_t chosen = distant_.size();
+  for (std::size_t i = 0; i < distant_.size() && choice >= 0; ++i) {
+    const float part = estimateDistant(distant_[i], pick.at);
+    if (part > 0) chosen = i; // rounding may leave a rest behind the last one
+    choice -= part;
+  }
+  if (chosen == distant_.size()) return false;
+  const Lamp& lamp = distant_[chosen];
+  chance = chanceOfDistant(lamp, pick);
+  out.shadow = lamp.shadow;
   out.distance = 1e30f;
-  if (light.radius <= 0) {
-    out.direction = -light.axis;
-    out.radiance = light.intensity;
+  if (lamp.radius <= 0) {
+    out.direction = -lamp.axis;
+    out.radiance = lamp.intensity;
     return true;
   }
-  const float cap = distantCap(light.radius);
-  out.direction = Frame(-light.axis).toWorld(sampleCone(u, cap));
+  const float cap = distantCap(lamp.radius);
+  out.direction = Frame(-lamp.axis).toWorld(sampleCone(u, cap));
   out.pdf = 1 / (2 * pi * cap);
-  out.radiance = light.intensity / (pi * sqr(std::sin(light.radius)));
+  out.radiance = lamp.intensity / (pi * sqr(std::sin(lamp.radius)));
   return true;
 }
 
@@ -179,9 +213,9 @@ bool LightSet::sampleSky(Vec2 u, LightSample& out) const {
   return out.pdf > 0;
 }
 
-bool LightSet::sampleGlow(Vec3 position, float choice, Vec2 u, LightSample& out) const {
-  const std::size_t i = choose(glowCdf_, choice);
-  const GlowTriangle& t = glows_[i];
+bool LightSet::sampleGlow(std::size_t index, Vec3 position, Vec2 u, LightSample& out) const {
+  const Glow& glow = glows_[index];
+  const GlowTriangle& t = glow.triangle;
   const float root = std::sqrt(u.x);
   out.spot = {root * (1 - u.y), root * u.y};
   const Vec3 to = t.a + t.edge1 * out.spot.x + t.edge2 * out.spot.y - position;
@@ -191,70 +225,75 @@ bool LightSet::sampleGlow(Vec3 position, float choice, Vec2 u, LightSample& out)
   out.direction = to / out.distance;
   const float facing = std::abs(dot(normalize(cross(t.edge1, t.edge2)), out.direction));
   if (facing < 1e-5f) return false;
-  out.pdf = partOf(glowCdf_, i) / glowArea_[i] * d2 / facing;
+  out.pdf = d2 / (glow.area * facing);
   out.radiance = Vec3(1.0f);
-  out.glow = static_cast<int>(i);
+  out.glow = static_cast<int>(index);
   return out.pdf > 0;
 }
 
-std::optional<LightSample> LightSet::sample(const LightPick& pick, Vec3 position, float choice,
-                                            Vec2 u) const {
-  std::size_t slot = 0;
-  while (slot + 1 < pick.chance.size() && choice >= pick.chance[slot])
-    choice -= pick.chance[slot++];
-  const float chance = pick.chance[slot];
-  if (!(chance > 0)) return std::nullopt;
-  choice = std::min(choice / chance, 0.99999994f);
+bool LightSet::sampleNear(const LightPick& pick, float choice, Vec2 u, LightSample& out,
+                          float& chance) const {
+  const LightTree::Choice chosen =
+      tree_.choose(pick.at, choice, [&](std::uint32_t light) { return shareOf(light, pick.at); });
+  if (!(chosen.probability > 0)) return false;
+  chance = pick.near * chosen.probability;
+  if (chosen.light < lamps_.size()) return sampleLamp(lamps_[chosen.light], pick.at.position, u, out);
+  return sampleGlow(shining_[chosen.light - lamps_.size()], pick.at.position, u, out);
+}
+
+std::optional<LightSample> LightSet::sample(const LightPick& pick, float choice, Vec2 u) const {
+  constexpr float below = 0.99999994f; // 1
   LightSample out;
-  float share = chance;
+  float chance = 0;
   bool found = false;
-  if (slot == glowSlot) {
-    found = sampleGlow(position, choice, u, out);
-  } else if (slot == skySlot) {
+  if (choice < pick.near) {
+    found = sampleNear(pick, std::min(choice / pick.near, below), u, out, chance);
+  } else if (choice -= pick.near; choice < pick.distant) {
+    found = sampleDistant(pick, std::min(choice / pick.distant, below), u, out, chance);
+  } else if (pick.sky > 0) {
+    chance = pick.sky;
     found = sampleSky(u, out);
-  } else {
-    if (!lightCdf_.empty()) {
-      slot = choose(lightCdf_, choice);
-      share *= partOf(lightCdf_, slot);
-    }
-    found = sampleLight(lights_[slot], position, u, out);
   }
-  if (!found) return std::nullopt;
-  out.radiance *= 1 / (share * (out.pdf > 0 ? out.pdf : 1));
-  out.pdf *= share;
+  if (!found || !(chance > 0)) return std::nullopt;
+  out.radiance *= 1 / (chance * (out.pdf > 0 ? out.pdf : 1));
+  out.pdf *= chance;
   // Rays do not find a light whose shadows are off.
   if (!out.shadow) out.pdf = 0;
   return out;
 }
 
-Vec3 LightSet::hit(std::size_t index, Vec3 origin, Vec3 direction, float far, float& density) const {
-  const Light& light = lights_[index];
-  if (light.kind == LightKind::distant) {
-    if (far < 1e29f) return {};
-    const float cap = distantCap(light.radius);
-    if (1 + dot(direction, light.axis) > cap) return {};
-    density = 1 / (2 * pi * cap);
-    return light.intensity / (pi * sqr(std::sin(light.radius)));
-  }
-  const Vec3 to = light.position - origin;
-  const float d2 = dot(to, to), along = dot(to, direction), r2 = sqr(light.radius);
+Vec3 LightSet::hitDistant(const Lamp& lamp, Vec3 direction, float& density) const {
+  if (!lamp.findable()) return {};
+  const float cap = distantCap(lamp.radius);
+  if (1 + dot(direction, lamp.axis) > cap) return {};
+  density = 1 / (2 * pi * cap);
+  return lamp.intensity / (pi * sqr(std::sin(lamp.radius)));
+}
+
+Vec3 LightSet::hit(const Lamp& lamp, Vec3 origin, Vec3 direction, float near, float far,
+                   float& density) const {
+  const Vec3 to = lamp.position - origin;
+  const float d2 = dot(to, to), along = dot(to, direction), r2 = sqr(lamp.radius);
   if (along <= 0 || d2 <= r2 * 1.0002f) return {};
   const Vec3 aside = to - direction * along;
   const float apart2 = dot(aside, aside);
-  if (apart2 > r2 || along - std::sqrt(r2 - apart2) > far) return {};
-  density = 1 / (2 * pi * sphereCap(light.radius, d2));
+  if (apart2 > r2) return {};
+  const float distance = along - std::sqrt(r2 - apart2);
+  if (distance <= near || distance > far) return {};
+  density = 1 / (2 * pi * sphereCap(lamp.radius, d2));
   const float d = std::sqrt(d2);
-  return intensityTowards(light, to * (-1 / d), d) / (pi * r2);
+  return lamp.intensity * (shareTowards(lamp, to * (-1 / d), d) / (pi * r2));
 }
 
 float LightSet::glowPdf(const LightPick& pick, int index, float distance, float facing) const {
-  const auto i = static_cast<std::size_t>(index);
-  if (!(glowPower_ > 0) || !(glowArea_[i] > 0) || facing < 1e-5f) return 0;
-  return pick.chance[glowSlot] * partOf(glowCdf_, i) / glowArea_[i] * distance * distance / facing;
+  const Glow& glow = glows_[static_cast<std::size_t>(index)];
+  if (glow.leaf < 0 || !(pick.near > 0) || facing < 1e-5f) return 0;
+  return pick.near * chanceOf(static_cast<std::uint32_t>(glow.leaf), pick.at) * distance * distance /
+         (glow.area * facing);
 }
 
 float LightSet::skyPdf(const LightPick& pick, Vec3 direction) const {
-  return samplesSky() ? pick.chance[skySlot] * sky_->pdf(direction) : 0;
+  return samplesSky() ? pick.sky * sky_->pdf(direction) : 0;
 }
 
 } // namespace host::render

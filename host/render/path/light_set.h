@@ -2,22 +2,22 @@
 // sky with a picture. Built once a render, read by every worker.
 #pragma once
 
-#include <array>
 #include <optional>
 #include <vector>
 
+#include "light_tree.h"
 #include "render_settings.h"
 #include "render_sky.h"
-#include "shading.h"
 #include "snapshot.h"
 
 namespace host::render {
 
-/// Probabilities of the lights at one point.
+/// A receiving point, and the chances of the kinds of lights there.
 struct LightPick {
-  static constexpr int individual = 14; // up to this number every light has its own chance
-  std::array<float, individual + 2> chance{};
-  float total = 0; // 0: no light to sample
+  LightReceiver at;
+  float near = 0, distant = 0, sky = 0; // sum 1, or 0 without a light to sample
+  float distantTotal = 0;               // sum of the distant lights' estimates
+  bool any() const { return near + distant + sky > 0; }
 };
 
 struct LightSample {
@@ -34,6 +34,7 @@ struct LightSample {
 struct GlowTriangle {
   Vec3 a, edge1, edge2; // corners a, a + edge1, a + edge2
   std::uint32_t instance = 0, primitive = 0;
+  float side = 0; // it shines towards `side` * (`edge1` x `edge2`); 0: to both sides
 };
 
 class LightSet {
@@ -45,56 +46,72 @@ class LightSet {
   void addGlow(const GlowTriangle& triangle, float radiance);
   void finish();
 
-  LightPick pick(Vec3 position) const;
-  /// Samples a light by `choice` and a point of it by `u`; nothing when it does not reach the position.
-  std::optional<LightSample> sample(const LightPick& pick, Vec3 position, float choice, Vec2 u) const;
+  LightPick pick(const LightReceiver& at) const;
+  /// Samples a light by `choice` and a point of it by `u`; nothing when it does not reach the point.
+  std::optional<LightSample> sample(const LightPick& pick, float choice, Vec2 u) const;
 
-  /// Radiance of the lights of finite size that a ray hits before `far`, each times `weight(pdf)` with the
-  /// density of `sample` at the ray's origin.
+  /// Radiance of the lights of finite size that a ray hits between two distances from `origin`, each times
+  /// `weight(pdf)` with the density of `sample`. `pick` is that of the origin.
   template <class Weight>
-  Vec3 along(const LightPick& pick, Vec3 origin, Vec3 direction, float far, Weight&& weight) const {
+  Vec3 along(const LightPick& pick, Vec3 origin, Vec3 direction, float near, float far,
+             Weight&& weight) const {
     Vec3 sum;
-    for (const std::size_t index : findable_) {
+    tree_.alongRay(origin, direction, near, far, [&](std::uint32_t leaf) {
       float density = 0;
-      const Vec3 radiance = hit(index, origin, direction, far, density);
-      if (!isBlack(radiance)) sum += radiance * weight(density * chanceOf(pick, index));
+      const Vec3 radiance = hit(lamps_[leaf], origin, direction, near, far, density);
+      if (!isBlack(radiance)) sum += radiance * weight(density * pick.near * chanceOf(leaf, pick.at));
+    });
+    if (far < 1e29f) return sum;
+    for (const Lamp& lamp : distant_) {
+      float density = 0;
+      const Vec3 radiance = hitDistant(lamp, direction, density);
+      if (!isBlack(radiance)) sum += radiance * weight(density * chanceOfDistant(lamp, pick));
     }
     return sum;
   }
-  bool hasFindable() const { return !findable_.empty(); }
+  bool hasFindable() const { return findable_; }
 
   /// Density of `sample` for a point on the glowing triangle `index`. `facing` is |cosine| at the triangle.
   float glowPdf(const LightPick& pick, int index, float distance, float facing) const;
   float skyPdf(const LightPick& pick, Vec3 direction) const;
   bool samplesSky() const { return sky_ && sky_->sampled(); }
-  const GlowTriangle& glow(int index) const { return glows_[static_cast<std::size_t>(index)]; }
+  const GlowTriangle& glow(int index) const { return glows_[static_cast<std::size_t>(index)].triangle; }
   int glowCount() const { return static_cast<int>(glows_.size()); }
 
  private:
-  struct Light {
+  struct Lamp {
     LightKind kind;
     Vec3 position, axis; // axis: direction of its light
     Vec3 intensity;
-    float radius, cosInner, cosOuter, range;
+    float radius, cosInner, cosOuter, outer, range;
     bool shadow;
+    bool findable() const { return radius > 0 && shadow; } // by rays
   };
-  static constexpr std::size_t glowSlot = LightPick::individual, skySlot = LightPick::individual + 1;
-  Vec3 intensityTowards(const Light& light, Vec3 direction, float distance) const;
-  float estimate(const Light& light, Vec3 position) const;
-  float chanceOf(const LightPick& pick, std::size_t index) const;
-  Vec3 hit(std::size_t index, Vec3 origin, Vec3 direction, float far, float& density) const;
-  bool sampleLight(const Light& light, Vec3 position, Vec2 u, LightSample& out) const;
-  bool sampleDistant(const Light& light, Vec2 u, LightSample& out) const;
-  bool sampleGlow(Vec3 position, float choice, Vec2 u, LightSample& out) const;
+  struct Glow {
+    GlowTriangle triangle;
+    float area = 0, power = 0;
+    std::int32_t leaf = -1; // among the tree's lights; -1: dark
+  };
+
+  LightBounds boundsOf(const Lamp& lamp) const;
+  LightBounds boundsOf(const Glow& glow) const;
+  float shareOf(std::uint32_t leaf, const LightReceiver& at) const;
+  float chanceOf(std::uint32_t leaf, const LightReceiver& at) const;
+  float chanceOfDistant(const Lamp& lamp, const LightPick& pick) const;
+  Vec3 hit(const Lamp& lamp, Vec3 origin, Vec3 direction, float near, float far, float& density) const;
+  Vec3 hitDistant(const Lamp& lamp, Vec3 direction, float& density) const;
+
+  bool sampleNear(const LightPick& pick, float choice, Vec2 u, LightSample& out, float& chance) const;
+  bool sampleLamp(const Lamp& lamp, Vec3 position, Vec2 u, LightSample& out) const;
+  bool sampleDistant(const LightPick& pick, float choice, Vec2 u, LightSample& out, float& chance) const;
+  bool sampleGlow(std::size_t index, Vec3 position, Vec2 u, LightSample& out) const;
   bool sampleSky(Vec2 u, LightSample& out) const;
 
-  std::vector<Light> lights_;
-  std::vector<std::size_t> findable_; // lights of finite size that cast shadows
-  std::vector<float> lightCdf_;       // by power, when there are many
-  std::vector<GlowTriangle> glows_;
-  std::vector<float> glowCdf_, glowArea_;
-  Vec3 glowLow_{1e30f, 1e30f, 1e30f}, glowHigh_{-1e30f, -1e30f, -1e30f}; // of those that glow
-  float glowPower_ = 0;
+  std::vector<Lamp> lamps_, distant_; // with a place; without
+  std::vector<Glow> glows_;
+  std::vector<std::uint32_t> shining_; // glowing triangles of the tree, whose lights are lamps_, then these
+  LightTree tree_;
+  bool findable_ = false;
   const RenderSky* sky_ = nullptr;
 };
 

@@ -2,6 +2,7 @@
 
 #include "bsdf.h"
 #include "shadow_ray.h"
+#include "surface_exit.h"
 #include "surface_point.h"
 
 namespace host::render {
@@ -40,6 +41,7 @@ struct Path {
   bool seeking = false; // mirrors and clear glass only so far: the surface of the first hit is still to come
   Vec3 tint{1, 1, 1};   // by those
 
+  Vec3 vertex{};    // the last one; `travelled` counts from here
   LightPick pick{}; // chances of the lights at the last vertex that sampled them
   float pdf = 0;    // of the ray's direction; 0 where lights could not be sampled: the camera, a mirror
 
@@ -75,6 +77,7 @@ class PathTracer {
       }
       if (path.last || path.bounces >= settings_.bounces) break;
 
+      const Exit exit = exitOf(scene_, *hit, surface, -path.ray.direction);
       applyNormalMaps(scene_, *hit, -path.ray.direction, surface);
       SurfaceLook look = lookAt(*surface.material, surface.point, surface.color, settings_);
       if (passesGlass(path, surface, look)) {
@@ -83,9 +86,9 @@ class PathTracer {
       }
       noteLook(path, surface, look);
       darkenCrevices(path, surface);
-      const Bsdf bsdf = bsdfOf(path, surface, look);
-      sampleDirectLight(path, surface, bsdf);
-      if (!sampleLobe(path, surface, bsdf, *hit) || !survivesRoulette(path)) break;
+      const Bsdf bsdf = bsdfOf(path, surface, exit, look);
+      sampleDirectLight(path, surface, exit, bsdf);
+      if (!sampleLobe(path, surface, exit, bsdf, *hit) || !survivesRoulette(path)) break;
     }
     if (!finite(path.result.color)) path.result.color = {};
     return path.result;
@@ -196,9 +199,9 @@ class PathTracer {
 
   void addLampsAlong(Path& path, const std::optional<Hit>& hit) const {
     if (path.atCamera() || path.caustic || !lights_.hasFindable()) return;
-    const Vec3 found =
-        lights_.along(path.pick, path.ray.origin, path.ray.direction, hit ? hit->distance : 1e30f,
-                      [&](float pdf) { return hitWeight(path, pdf); });
+    const Vec3 found = lights_.along(path.pick, path.vertex, path.ray.direction, path.travelled,
+                                     hit ? path.travelled + hit->distance : 1e30f,
+                                     [&](float pdf) { return hitWeight(path, pdf); });
     if (!isBlack(found)) add(path, found, path.indirect());
   }
 
@@ -249,19 +252,18 @@ class PathTracer {
         scene_.openness(s.point.position, s.normal, creviceReach * scene_.size(), path.sampler.next2());
   }
 
-  Bsdf bsdfOf(const Path& path, const Surface& s, const SurfaceLook& look) const {
+  Bsdf bsdfOf(const Path& path, const Surface& s, const Exit& exit, const SurfaceLook& look) const {
     const bool separate = !settings_.globalIllumination || settings_.limitReflection;
-    return Bsdf(look, s.normal, s.geometric, -path.ray.direction, s.front, separate);
+    return Bsdf(look, s.normal, exit.normal, -path.ray.direction, s.front, separate);
   }
 
   // Next event estimation: one light, chosen by its estimated share, and a shadow ray to a point of it.
-  void sampleDirectLight(Path& path, const Surface& s, const Bsdf& bsdf) const {
+  void sampleDirectLight(Path& path, const Surface& s, const Exit& exit, const Bsdf& bsdf) const {
     if (!bsdf.hasSmoothPart()) return;
-    path.pick = lights_.pick(s.position);
-    if (!(path.pick.total > 0)) return;
+    path.pick = lights_.pick({exit.position, s.material->transmits ? Vec3() : s.normal});
+    if (!path.pick.any()) return;
     const float choice = path.sampler.next1();
-    const std::optional<LightSample> light =
-        lights_.sample(path.pick, s.position, choice, path.sampler.next2());
+    const std::optional<LightSample> light = lights_.sample(path.pick, choice, path.sampler.next2());
     if (!light) return;
     if (settings_.lightSampling == LightSampling::surfacesOnly && light->pdf > 0) return;
     const float pdf = settings_.lightSampling == LightSampling::lightsOnly ? 0 : light->pdf;
@@ -272,22 +274,22 @@ class PathTracer {
       if (isBlack(value)) return;
     }
     if (light->shadow) {
-      value *= passedLight(path, s, *light);
+      value *= passedLight(path, s, exit, *light);
       if (isBlack(value)) return;
     }
     add(path, value, path.wideScatters >= 1);
   }
 
-  Vec3 passedLight(Path& path, const Surface& s, const LightSample& light) const {
+  Vec3 passedLight(Path& path, const Surface& s, const Exit& exit, const LightSample& light) const {
     const float nearly = light.glow >= 0 ? 0.9999f : 1.0f; // a glowing surface does not shadow itself
-    const Ray ray{offsetFrom(s, light.direction), light.direction, 0, light.distance * nearly};
+    const Ray ray{exit.origin(s, light.direction), light.direction, 0, light.distance * nearly};
     const ShadowResult shadow = traceShadow(scene_, settings_, ray);
     path.result.rays += shadow.rays;
     return shadow.passed;
   }
 
   // Samples a lobe and the next direction. False: the surface absorbs the path.
-  bool sampleLobe(Path& path, const Surface& s, const Bsdf& bsdf, const Hit& hit) const {
+  bool sampleLobe(Path& path, const Surface& s, const Exit& exit, const Bsdf& bsdf, const Hit& hit) const {
     const float choice = path.sampler.next1();
     const BsdfSample next = bsdf.sample(choice, path.sampler.next2());
     if (isBlack(next.weight)) return false;
@@ -309,7 +311,8 @@ class PathTracer {
     path.cone = {path.cone.widthAt(hit.distance),
                  std::max(path.cone.spread, next.delta ? 0 : 0.25f * next.roughness)};
     path.travelled = 0;
-    path.ray = {offsetFrom(s, next.wi), next.wi};
+    path.vertex = exit.leavesAbove(next.wi) ? exit.position : s.position;
+    path.ray = {exit.origin(s, next.wi), next.wi};
     ++path.bounces;
     return true;
   }

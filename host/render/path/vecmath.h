@@ -84,6 +84,15 @@ constexpr float sqr(float v) {
 inline bool finite(Vec3 a) {
   return std::isfinite(a.x + a.y + a.z);
 }
+constexpr Vec3 lowest(Vec3 a, Vec3 b) {
+  return {std::min(a.x, b.x), std::min(a.y, b.y), std::min(a.z, b.z)};
+}
+constexpr Vec3 highest(Vec3 a, Vec3 b) {
+  return {std::max(a.x, b.x), std::max(a.y, b.y), std::max(a.z, b.z)};
+}
+constexpr bool isZero(Vec3 a) {
+  return a.x == 0 && a.y == 0 && a.z == 0;
+}
 constexpr bool isBlack(Vec3 a) {
   return a.x <= 0 && a.y <= 0 && a.z <= 0;
 }

@@ -183,7 +183,8 @@ void RayScene::addGlows(PlacedMesh& placed, std::uint32_t index) {
       radiance = luminance(Vec3(material.source->emission) * Vec3(mean.r, mean.g, mean.b));
     }
     lights_.addGlow({a, placed.toWorld.point(placed.vertex(c[1])) - a,
-                     placed.toWorld.point(placed.vertex(c[2])) - a, index, p},
+                     placed.toWorld.point(placed.vertex(c[2])) - a, index, p,
+                     material.source->doubleSided ? 0 : placed.side},
                     radiance);
   }
 }
