@@ -366,6 +366,7 @@ def psd():
     write("psd", "runs.psd", file(3, 3, struct.pack(">6H", *[2] * 6) + b"\xfe\x07" * 6, packing=1))
     write("psd", "gray.psd", file(1, 2, bytes(range(24)), depth=16))
     write("psd", "inks.psd", file(4, 4, bytes(range(24))))
+    write("psd", "few.psd", file(3, 2, struct.pack(">4H", *[2] * 4) + b"\xfe\x07" * 4, packing=1))
 
 
 def main():

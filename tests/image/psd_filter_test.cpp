@@ -72,6 +72,18 @@ TEST(PsdFilter, OurReaderReadsThePixels) {
   expectSame(*bitmap, *back, false);
 }
 
+TEST(PsdFilter, OurReaderReadsTransparentPixels) {
+  Folder folder;
+  Bitmap bitmap, back;
+  ASSERT_EQ(bitmap->Init(4, 4, 32), IMAGERESULT_OK);
+  bitmap->Clear(10, 20, 30);
+  for (LONG i = 0; i < 16; ++i)
+    bitmap->SetAlpha(i % 4, i / 4, 51);
+  ASSERT_EQ(bitmap->Save(folder.file("a.psd"), FILTER_PSD, nullptr, SAVEBIT_ALPHA), IMAGERESULT_OK);
+  ASSERT_EQ(back->Init(folder.file("a.psd")), IMAGERESULT_OK);
+  expectSame(*bitmap, *back, true);
+}
+
 TEST(PsdFilter, AGreyPictureStaysInColors) {
   Folder folder;
   Bitmap bitmap;

@@ -101,20 +101,36 @@ Bytes makeGif(bool ownPalette, const Values& extension = {}) {
 }
 
 struct PsdParts {
-  std::uint32_t mode = 3; // 1 grey, 3 red, green and blue, 4 inks
+  std::uint32_t mode = 3; // 1 grey, 2 palette, 3 red, green and blue, 4 inks, 7 channels, 8 duotone
   Values planes{0, 64, 255};
-  Bytes profile;
+  Bytes profile = {};
+  std::uint32_t depth = 8, width = 1, packing = 0;
+  Values palette = {};
+  std::uint32_t channels = 0; // 0: one for each value
+  bool alpha = false;
+  std::uint32_t transparentIndex = 0; // 0 for none
 };
 Bytes makePsd(const PsdParts& parts) {
   File resources;
   const auto size = static_cast<std::uint32_t>(parts.profile.size());
   // A block of odd length before the one that matters.
   resources.text("8BIM").high(2, {4000}).text("\3abc").high(4, {3}).text("xyz\0"sv);
+  if (parts.transparentIndex != 0)
+    resources.text("8BIM").high(2, {1047, 0}).high(4, {2}).high(2, {parts.transparentIndex});
   resources.text("8BIM").high(2, {1039, 0}).high(4, {size}).bytes(parts.profile);
+  File layers;
+  if (parts.alpha) layers.high(4, {2}).high(2, {0xffff}).high(4, {0}); // -1
+  const std::uint32_t channels =
+      parts.channels != 0 ? parts.channels : static_cast<std::uint32_t>(parts.planes.size());
   File file;
-  file.text("8BPS").high(2, {1, 0, 0, 0, static_cast<std::uint32_t>(parts.planes.size())}).high(4, {1, 1});
-  file.high(2, {8, parts.mode}).high(4, {0, static_cast<std::uint32_t>(resources.done().size())});
-  return file.bytes(resources.done()).high(4, {0}).high(2, {0}).values(parts.planes).done();
+  file.text("8BPS")
+      .high(2, {1, 0, 0, 0, channels})
+      .high(4, {1, parts.width})
+      .high(2, {parts.depth, parts.mode});
+  file.high(4, {static_cast<std::uint32_t>(parts.palette.size())}).values(parts.palette);
+  file.high(4, {static_cast<std::uint32_t>(resources.done().size())}).bytes(resources.done());
+  file.high(4, {static_cast<std::uint32_t>(layers.done().size())}).bytes(layers.done());
+  return file.high(2, {parts.packing}).values(parts.planes).done();
 }
 
 } // namespace
@@ -184,7 +200,7 @@ TEST(PsdColors, AProfileThatDoesNotFitIsNamedOnce) {
   PsdParts parts;
   parts.mode = 4;
   parts.planes = {255, 191, 0, 255}; // no ink is the largest value
-  parts.profile = inkProfile();
+  parts.profile = rgbProfile(1.0);
   const Values before = decode(makePsd(parts), "inks.psd");
   EXPECT_EQ(decode(makePsd(parts), "inks.psd"), before);
   host::deliverConsole();
@@ -194,6 +210,79 @@ TEST(PsdColors, AProfileThatDoesNotFitIsNamedOnce) {
             1);
   parts.profile.clear();
   EXPECT_EQ(decode(makePsd(parts)), before);
+}
+
+TEST(PsdColors, InksGoThroughTheirProfile) {
+  PsdParts parts;
+  parts.mode = 4;
+  parts.planes = {255, 191, 0, 255};
+  EXPECT_EQ(decode(makePsd(parts)), (Values{255, 191, 0, 255}));
+  parts.profile = inkProfile();
+  EXPECT_NE(decode(makePsd(parts)), (Values{255, 191, 0, 255}));
+  parts.alpha = true;
+  parts.planes = {255, 128, 0, 255, 255};
+  parts.profile.clear();
+  EXPECT_EQ(decode(makePsd(parts)), (Values{255, 128, 0, 255}));
+}
+
+TEST(PsdPixels, ModesAndDepths) {
+  PsdParts parts;
+  parts = {.mode = 0, .planes = {0x40}, .depth = 1, .width = 2, .channels = 1};
+  EXPECT_EQ(decode(makePsd(parts)), (Values{255, 255, 255, 255, 0, 0, 0, 255})) << "1 is black";
+  parts = {.mode = 8, .planes = {77}};
+  EXPECT_EQ(decode(makePsd(parts)), (Values{77, 77, 77, 255})) << "duotone";
+  parts = {.mode = 7, .planes = {1, 2, 3, 4}};
+  EXPECT_EQ(decode(makePsd(parts)), (Values{1, 2, 3, 255})) << "channels";
+  std::string error;
+  parts = {.planes = {1, 2, 3, 4, 5, 6}, .depth = 16, .channels = 3};
+  const auto deep = host::decodePicture(makePsd(parts), "test", &error);
+  ASSERT_TRUE(deep) << error;
+  EXPECT_EQ(deep->words, (std::vector<std::uint16_t>{0x102, 0x304, 0x506, 65535}));
+  parts = {.mode = 1, .planes = {0x40, 0x20, 0, 0}, .depth = 32, .channels = 1};
+  const auto floats = host::decodePicture(makePsd(parts), "test", &error);
+  ASSERT_TRUE(floats) << error;
+  EXPECT_EQ(floats->floats, (std::vector<float>{2.5f, 2.5f, 2.5f, 1}));
+}
+
+TEST(PsdPixels, APaletteMayHaveATransparentIndex) {
+  PsdParts parts{.mode = 2, .planes = {1, 2}, .width = 2, .palette = Values(768), .channels = 1};
+  for (std::size_t c = 0; c < 3; ++c) {
+    parts.palette[c * 256 + 1] = first[c];
+    parts.palette[c * 256 + 2] = second[c];
+  }
+  EXPECT_EQ(decode(makePsd(parts)), Values(wanted.begin(), wanted.begin() + 8));
+  parts.transparentIndex = 2;
+  EXPECT_EQ(decode(makePsd(parts)), (Values{10, 20, 30, 255, 40, 50, 60, 0}));
+  parts.palette.resize(767);
+  EXPECT_NE(refusal(makePsd(parts)).find("palette"), std::string::npos);
+}
+
+TEST(PsdPixels, TransparentOnesLoseTheirWhite) {
+  PsdParts parts{.planes = {206, 208, 210, 51}, .alpha = true};
+  EXPECT_EQ(decode(makePsd(parts)), (Values{10, 20, 30, 51}));
+  parts.alpha = false; // the fourth channel is a selection
+  EXPECT_EQ(decode(makePsd(parts)), (Values{206, 208, 210, 255}));
+}
+
+TEST(PsdPixels, PackedRowsAreCheckedAgainstTheFile) {
+  // Lengths of three rows; then runs and values as they are.
+  PsdParts parts{
+      .planes = {0, 2, 0, 4, 0, 2, 0xfe, 7, 2, 1, 2, 3, 0xfe, 9}, .width = 3, .packing = 1, .channels = 3};
+  EXPECT_EQ(decode(makePsd(parts)), (Values{7, 1, 9, 255, 7, 2, 9, 255, 7, 3, 9, 255}));
+  PsdParts damaged = parts;
+  damaged.planes.back() = 0xff;
+  damaged.planes[12] = 0xff; // two of three
+  EXPECT_NE(refusal(makePsd(damaged)).find("row"), std::string::npos);
+  damaged = parts;
+  damaged.planes[1] = 200;
+  EXPECT_NE(refusal(makePsd(damaged)).find("ends"), std::string::npos);
+  damaged = parts;
+  damaged.channels = 2; // too few for the mode
+  EXPECT_NE(refusal(makePsd(damaged)).find("channels"), std::string::npos);
+  damaged = parts;
+  damaged.packing = 0;
+  damaged.planes.resize(8);
+  EXPECT_NE(refusal(makePsd(damaged)).find("ends"), std::string::npos);
 }
 
 TEST(ExrHeader, ValuesHaveTheSizeOfTheirType) {

@@ -13,7 +13,7 @@ namespace host {
 /// of these functions runs, and while the part is loaded.
 class RareLibrary {
  public:
-  /// Reads a file with the reader of this name: "bmp", "gif", "hdr", "pnm", "psd" or "targa". Throws
+  /// Reads a file with the reader of this name: "bmp", "gif", "hdr", "pnm" or "targa". Throws
   /// PictureError or std::bad_alloc.
   virtual RawPicture read(const char* format, PictureBytes file) = 0;
   /// Throws FilterError or std::bad_alloc.

@@ -17,7 +17,7 @@ namespace fuzz_picture {
 using fuzz::require;
 
 /// A small input may claim a picture of gigabytes, whose cost says nothing about the reader.
-inline constexpr std::uint64_t mostPixels = 1 << 22;
+inline constexpr std::uint64_t mostPixels = 1 << 16;
 
 /// Reads with one format's reader. A picture has the pixels that its size says, and passes through its
 /// profile and its orientation.
