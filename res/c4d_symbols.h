@@ -1,23 +1,23 @@
-// Numbers of the dialogs, their gadgets and texts. A gadget that edits a setting has the setting's key; the text of
-// that number is its label.
+// Numbers of the dialogs, their gadgets and texts; the code includes this file too (lm_keys.h). A gadget that edits a
+// setting has the setting's key; the text of that number is its label.
 enum {
   DLG_OPTIMIZE = 15000,
-  DLG_OPTIMIZE_TITLEBAR = 15001,
-  LM_OPT_15004 = 15004,
-  LM_OPT_15006 = 15006,
-  LM_OPT_15008 = 15008,
-  LM_OPT_15010 = 15010,
-  LM_OPT_15012 = 15012,
-  LM_OPT_15014 = 15014,
-  LM_OPT_15015 = 15015,
-  LM_OPT_15016 = 15016,
-  LM_OPT_15017 = 15017,
-  LM_OPT_15019 = 15019,
-  LM_OPT_15020 = 15020,
-  LM_OPT_15021 = 15021,
-  LM_OPT_15022 = 15022,
-  LM_OPT_15023 = 15023,
-  LM_OPT_15024 = 15024,
+  DLG_OPTIMIZE_TITLEBAR = 15001, // the user area of the title bar
+  LM_OPT_15004 = 15004, // anti-aliasing
+  LM_OPT_15006 = 15006, // reconstruction filter
+  LM_OPT_15008 = 15008, // transparency, refraction
+  LM_OPT_15010 = 15010, // reflection, limit reflection
+  LM_OPT_15012 = 15012, // shadow, limit shadow
+  LM_OPT_15014 = 15014, // global illumination
+  LM_OPT_15015 = 15015, // ambient occlusion
+  LM_OPT_15016 = 15016, // caustics
+  LM_OPT_15017 = 15017, // post effects
+  LM_OPT_15019 = 15019, // subdivision objects
+  LM_OPT_15020 = 15020, // sub-polygon displacement
+  LM_OPT_15021 = 15021, // blurriness
+  LM_OPT_15022 = 15022, // volumetric lighting
+  LM_OPT_15023 = 15023, // textures
+  LM_OPT_15024 = 15024, // subsurface scattering
   LM_OPT_MAT_15026 = 15026,
   LM_OPT_MAT_15027 = 15027,
   LM_OPT_MAT_15028 = 15028,
@@ -34,7 +34,7 @@ enum {
   LM_OPT_MAT_15039 = 15039,
   LM_OPT_RES_DIVISOR = 15040,
   LM_OPT_15041 = 15041,
-  LM_OPT_15042 = 15042,
+  LM_OPT_15042 = 15042, // hair
   LM_OPT_LOD = 15043,
   LM_STEREO_SEPARATION = 15045,
   LM_OPT_SHADERS = 15046,
@@ -53,7 +53,7 @@ enum {
   LABEL_STEREO_SCALE = 15054,
 
   DLG_OPTIONS = 20000,
-  DLG_OPTIONS_TITLEBAR = 20001,
+  DLG_OPTIONS_TITLEBAR = 20001, // the user area of the title bar
   LM_AUTO_REFRESH = 20004,
   LM_REFRESH_DELAY = 20005,
   LM_OPT_20006 = 20006,
@@ -70,7 +70,7 @@ enum {
   LM_STAMP_CUSTOM1_V = 20020,
   LM_STAMP_IMAGE = 20021,
   LM_STAMP_IMAGE_FILE = 20022,
-  DLG_OPTIONS_BROWSE = 20023,
+  DLG_OPTIONS_BROWSE = 20023, // the button "..." of the stamp's image
   LM_STAMP_IMAGE_H = 20024,
   LM_STAMP_IMAGE_V = 20025,
   LM_VIEW_SIZE = 20027,

@@ -8,15 +8,8 @@
 
 namespace {
 
-constexpr LONG DLG_OPTIMIZE = 15000;          // the dialog's resource
-constexpr LONG DLG_OPTIMIZE_TITLEBAR = 15001; // the user area of the title bar
 constexpr LONG DLG_OPTIMIZE_FIRST = 15001, DLG_OPTIMIZE_LAST = 15060;
 constexpr LONG DLG_OPTIMIZE_FIRST_SETTING = 15004;
-
-// Labels that are greyed with their gadgets.
-constexpr LONG LABEL_SEPARATION = 15049;
-constexpr LONG LABEL_GREY_SOURCE = 15051;
-constexpr LONG LABEL_SCALE = 15054;
 
 constexpr LONG CHOICES[] = {LM_OPT_15004, LM_OPT_15006,       LM_OPT_15008,          LM_OPT_15010,
                             LM_OPT_15012, LM_OPT_RES_DIVISOR, LM_STEREO_GREY_SOURCE, LM_OPT_ENGINE};
@@ -125,21 +118,19 @@ void DlgOptimize::SetEnabling() {
   GetBool(LM_STEREO_GREY, grey);
   GetBool(LM_STEREO_NAMED_CAMERAS, named);
 
-  for (const LONG id :
-       {static_cast<LONG>(LM_STEREO_NAMED_CAMERAS), LABEL_SEPARATION, static_cast<LONG>(LM_STEREO_SEPARATION),
-        LABEL_SCALE, static_cast<LONG>(LM_STEREO_SCALE), static_cast<LONG>(LM_STEREO_GREY),
-        static_cast<LONG>(LM_STEREO_TAG_OFF)})
+  for (const LONG id : {LM_STEREO_NAMED_CAMERAS, LABEL_STEREO_SEPARATION, LM_STEREO_SEPARATION,
+                        LABEL_STEREO_SCALE, LM_STEREO_SCALE, LM_STEREO_GREY, LM_STEREO_TAG_OFF})
     Enable(id, stereo);
   if (stereo) {
-    Enable(LABEL_GREY_SOURCE, grey);
+    Enable(LABEL_STEREO_GREY_SOURCE, grey);
     Enable(LM_STEREO_GREY_SOURCE, grey);
-    Enable(LABEL_SEPARATION, !named);
+    Enable(LABEL_STEREO_SEPARATION, !named);
     Enable(LM_STEREO_SEPARATION, !named);
-    Enable(LABEL_SCALE, !named);
+    Enable(LABEL_STEREO_SCALE, !named);
     Enable(LM_STEREO_SCALE, !named);
     Enable(LM_STEREO_TAG_OFF, !named);
   } else {
-    Enable(LABEL_GREY_SOURCE, FALSE);
+    Enable(LABEL_STEREO_GREY_SOURCE, FALSE);
     Enable(LM_STEREO_GREY_SOURCE, FALSE);
   }
 }

@@ -7,9 +7,6 @@
 
 namespace {
 
-constexpr LONG DLG_OPTIONS = 20000;          // the dialog's resource
-constexpr LONG DLG_OPTIONS_TITLEBAR = 20001; // the user area of the title bar
-constexpr LONG DLG_OPTIONS_BROWSE = 20023;   // the button "..." of the stamp's image
 constexpr LONG DLG_OPTIONS_FIRST = 20000, DLG_OPTIONS_LAST = 20072;
 
 } // namespace

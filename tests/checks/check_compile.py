@@ -29,7 +29,7 @@ def main():
     if not files:
         sys.exit("there is nothing to compile")
     cache = [shutil.which("ccache")] if shutil.which("ccache") else []
-    command = [*cache, compiler, "-std=c++20", "-O1", "-fPIC", "-fvisibility=hidden", *options, "-Ihost/interface", "-Isource"]
+    command = [*cache, compiler, "-std=c++20", "-O1", "-fPIC", "-fvisibility=hidden", *options, "-Ihost/interface", "-Isource", "-Ires"]
     failed = 0
     with tempfile.TemporaryDirectory() as folder, \
             concurrent.futures.ThreadPoolExecutor(len(os.sched_getaffinity(0))) as pool:

@@ -44,11 +44,13 @@ LINUX_ONLY = re.compile(r'__linux|__gnu_linux__|"/proc/|"/sys/|\b_GNU_SOURCE\b')
 def area_of(path):
     """host/scene/x.cpp and host/scene/gltf/x.cpp -> host/scene, tests/core/x.cpp -> tests/core, source/x.cpp -> source."""
     parts = path.parts
+    if parts[0] == "res":  # the numbers of the plug-in's resources
+        return "source"
     return "/".join(parts[:2]) if parts[0] in ("host", "apps", "tests", "bench") and len(parts) > 2 else parts[0]
 
 
 def sources_of(root):
-    for top in ("host", "source", "apps", "tests", "bench"):
+    for top in ("host", "source", "res", "apps", "tests", "bench"):
         for path in sorted((root / top).rglob("*")):
             if path.suffix in (".h", ".cpp"):
                 yield path.relative_to(root)
