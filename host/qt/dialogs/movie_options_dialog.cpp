@@ -1,7 +1,5 @@
 #include "movie_options_dialog.h"
 
-#include <algorithm>
-
 #include "number_field.h"
 #include "theme.h"
 
@@ -43,8 +41,18 @@ MovieOptionsDialog::MovieOptionsDialog(LONG format, const MovieOptions& options,
   keyDistance_->setObjectName(QStringLiteral("key-distance"));
   alpha_->setObjectName(QStringLiteral("alpha"));
   setRole(note_, "dim");
+  fillFields(options);
+  layOut();
+  connect(codec_, &QComboBox::currentIndexChanged, this, &MovieOptionsDialog::showCodec);
+  connect(ownBitRate_, &QCheckBox::toggled, this, &MovieOptionsDialog::showCodec);
+  connect(ownKeys_, &QCheckBox::toggled, this, &MovieOptionsDialog::showCodec);
+  showCodec();
+}
+
+void MovieOptionsDialog::fillFields(const MovieOptions& options) {
   for (const MovieCodecInfo& one : codecs_)
     codec_->addItem(QString::fromUtf8(one.name), one.id);
+  if (const int index = codec_->findData(options.codec); index >= 0) codec_->setCurrentIndex(index);
   quality_->setRange(1, 100);
   quality_->setDecimals(0);
   quality_->setSuffix(QStringLiteral(" %"));
@@ -63,7 +71,9 @@ MovieOptionsDialog::MovieOptionsDialog(LONG format, const MovieOptions& options,
   keyDistance_->setValue(options.keyDistance > 0 ? options.keyDistance : usualKeyDistance);
   ownKeys_->setChecked(options.keyDistance > 0);
   alpha_->setChecked(options.alpha);
+}
 
+void MovieOptionsDialog::layOut() {
   auto* form = new QFormLayout;
   form->setHorizontalSpacing(12);
   form->setVerticalSpacing(8);
@@ -83,14 +93,6 @@ MovieOptionsDialog::MovieOptionsDialog(LONG format, const MovieOptions& options,
   layout->setSpacing(16);
   layout->addLayout(form);
   layout->addWidget(buttons);
-
-  const auto is = [&](const MovieCodecInfo& one) { return one.id == options.codec; };
-  const auto found = std::find_if(codecs_.begin(), codecs_.end(), is);
-  if (found != codecs_.end()) codec_->setCurrentIndex(static_cast<int>(found - codecs_.begin()));
-  connect(codec_, &QComboBox::currentIndexChanged, this, &MovieOptionsDialog::showCodec);
-  connect(ownBitRate_, &QCheckBox::toggled, this, &MovieOptionsDialog::showCodec);
-  connect(ownKeys_, &QCheckBox::toggled, this, &MovieOptionsDialog::showCodec);
-  showCodec();
 }
 
 const MovieCodecInfo* MovieOptionsDialog::codec() const {

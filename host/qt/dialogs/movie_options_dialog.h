@@ -24,6 +24,8 @@ class MovieOptionsDialog : public QDialog {
   MovieOptions options() const;
 
  private:
+  void fillFields(const MovieOptions& options);
+  void layOut();
   const MovieCodecInfo* codec() const;
   void showCodec();
 
