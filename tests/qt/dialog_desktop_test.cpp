@@ -185,6 +185,24 @@ TEST_F(DialogUi, ChooserBeginsAtTheGivenFile) {
   EXPECT_FALSE(desktop->selectFile({FILESELECTTYPE_SCENES, FILESELECT_SAVE, "", String(), start}, chosen));
 }
 
+TEST_F(DialogUi, ChooserOffersTheFormatsThatAreReadOrWritten) {
+  const auto picturesIn = [&](FILESELECT mode) {
+    QString filter;
+    whenModal([&](QWidget& modal) {
+      auto& chooser = dynamic_cast<QFileDialog&>(modal);
+      filter = chooser.nameFilters().value(0);
+      chooser.reject();
+    });
+    const host::FileRequest request{FILESELECTTYPE_IMAGES, mode, "", String(), Filename()};
+    Filename chosen;
+    EXPECT_FALSE(desktop->selectFile(request, chosen));
+    return filter;
+  };
+  const QString read = picturesIn(FILESELECT_LOAD), written = picturesIn(FILESELECT_SAVE);
+  EXPECT_TRUE(read.contains("*.tga") && read.contains("*.gif") && !read.contains("*.b3d"));
+  EXPECT_TRUE(written.contains("*.b3d") && written.contains("*.webp") && !written.contains("*.tga"));
+}
+
 TEST_F(DialogUi, FilesAndAddressesAreOpenedBySomeoneElse) {
   QStringList opened;
   desktop->setOpenUrl([&](const QString& url) {

@@ -1,6 +1,7 @@
 #include "picture_host.h"
 
 #include "exit_code.h"
+#include "picture_formats.h"
 
 namespace batch {
 namespace {
@@ -20,8 +21,7 @@ std::string whyUnreadable(IMAGERESULT result, const std::string& file) {
   case IMAGERESULT_OUTOFMEMORY:
     return "the picture " + file + " is too large; make it smaller first";
   case IMAGERESULT_WRONGTYPE:
-    return file +
-           " is no picture that can be read; convert it to png, tif, jpg, exr, webp, hdr, psd, bmp or tga";
+    return file + " is not a picture of a known kind; convert it to " + host::namesOfReadFormats();
   case IMAGERESULT_FILESTRUCTURE:
     return "the picture " + file + " is damaged; make it again";
   default:

@@ -1,6 +1,7 @@
 #include "file_chooser.h"
 
 #include "main_loop.h"
+#include "picture_formats.h"
 #include "preferences.h"
 #include "qt_text.h"
 
@@ -27,16 +28,21 @@ void rememberFolder(LONG kind, const QString& folder) {
   preferences()->setNamed(preferencesName, folders, true);
 }
 
+/// The suffixes of all formats that are written, or that are read.
+QString pictureFilter(bool written) {
+  QStringList patterns;
+  for (const PictureFileFormat& format : pictureFileFormats())
+    for (const char* suffix : format.suffixes)
+      if (suffix && (written ? format.write != nullptr : format.read != nullptr))
+        patterns << QStringLiteral("*.") + QLatin1String(suffix);
+  return QObject::tr("Pictures (%1)").arg(patterns.join(' '));
+}
+
 QStringList filtersOf(const FileRequest& request) {
   const QString all = QObject::tr("All files (*)");
   const QString suffix = toQt(request.forceSuffix);
   if (!suffix.isEmpty()) return {QObject::tr("%1 files (*.%2)").arg(suffix.toUpper(), suffix), all};
-  if (request.type == FILESELECTTYPE_IMAGES && request.mode == FILESELECT_SAVE)
-    return {QObject::tr("Pictures (*.png *.tif *.tiff *.jpg *.jpeg *.exr *.webp *.bmp *.psd *.b3d)"), all};
-  if (request.type == FILESELECTTYPE_IMAGES)
-    return {
-        QObject::tr("Pictures (*.png *.tif *.tiff *.jpg *.jpeg *.exr *.webp *.hdr *.bmp *.psd *.tga *.b3d)"),
-        all};
+  if (request.type == FILESELECTTYPE_IMAGES) return {pictureFilter(request.mode == FILESELECT_SAVE), all};
   if (request.type == FILESELECTTYPE_SCENES && request.mode == FILESELECT_SAVE)
     return {QObject::tr("glTF scenes (*.glb *.gltf)")};
   if (request.type == FILESELECTTYPE_SCENES)
