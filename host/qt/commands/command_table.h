@@ -1,4 +1,4 @@
-// Every command of the desktop in one table: menus, tool bars and Help > Shortcuts are made from it. Main
+// The commands of the main window in one table: menus, tool bars and Help > Shortcuts are made from it. Main
 // thread.
 #pragma once
 

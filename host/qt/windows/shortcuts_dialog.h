@@ -7,7 +7,7 @@ namespace host {
 
 class CommandTable;
 
-/// All commands with keys and all gestures, by group; not modal.
+/// The main window's commands with keys, and all gestures, by group; not modal.
 class ShortcutsDialog : public QDialog {
   Q_OBJECT
  public:
