@@ -2,8 +2,11 @@
 // Missing scenes are left out.
 #include <benchmark/benchmark.h>
 
+#include <sys/resource.h>
+
 #include <filesystem>
 
+#include "generated_scene.h"
 #include "scene_file.h"
 #include "snapshot.h"
 
@@ -28,6 +31,19 @@ DocumentPtr loadOrSkip(benchmark::State& state, const Filename& file) {
 void load(benchmark::State& state, Filename (*file)()) {
   for (auto _ : state)
     if (!loadOrSkip(state, file())) return;
+}
+
+// A .glb of one mesh; the argument is the number of its triangles. The memory is the most that this run of
+// the program has held so far, so run one size alone for it.
+void loadGenerated(benchmark::State& state) {
+  const GeneratedScene scene(static_cast<std::size_t>(state.range(0)));
+  const std::string file = scene.write();
+  for (auto _ : state)
+    if (!loadOrSkip(state, Filename(String(file)))) return;
+  rusage used{};
+  getrusage(RUSAGE_SELF, &used);
+  state.counters["triangles"] = static_cast<double>(scene.triangles());
+  state.counters["peak_MB"] = static_cast<double>(used.ru_maxrss) / 1024;
 }
 
 void clone(benchmark::State& state, Filename (*file)()) {
@@ -58,6 +74,7 @@ void save(benchmark::State& state, Filename (*file)()) {
 
 BENCHMARK_CAPTURE(load, spheres, spheres)->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(load, demo, demo)->Unit(benchmark::kMillisecond);
+BENCHMARK(loadGenerated)->RangeMultiplier(10)->Range(10'000, 10'000'000)->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(clone, spheres, spheres)->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(clone, demo, demo)->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(evaluateAndView, spheres, spheres)->Unit(benchmark::kMillisecond);

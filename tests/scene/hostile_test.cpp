@@ -125,8 +125,8 @@ TEST(Hostile, aRequiredExtensionIsNamed) {
   SceneBuilder scene = quad();
   scene.root["extensionsUsed"] = {"EXT_other"};
   EXPECT_TRUE(loadBytes(scene.glb()).document);
-  scene.root["extensionsRequired"] = {"KHR_texture_transform", "EXT_meshopt_compression"};
-  expectError(scene, "EXT_meshopt_compression");
+  scene.root["extensionsRequired"] = {"KHR_texture_transform", "EXT_lights_image_based"};
+  expectError(scene, "EXT_lights_image_based");
   scene.root["extensionsRequired"] = {"KHR_lights_punctual",    "KHR_texture_transform",
                                       "KHR_materials_unlit",    "KHR_materials_emissive_strength",
                                       "KHR_materials_ior",      "KHR_materials_transmission",

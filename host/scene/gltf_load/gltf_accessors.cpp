@@ -250,12 +250,20 @@ std::vector<float> readFloats(const GltfFile& file, int accessor, std::size_t wi
   return values;
 }
 
-std::vector<std::uint32_t> readIntegers(const GltfFile& file, int accessor, std::size_t width,
-                                        LoadContext& context) {
+std::size_t countIntegers(const GltfFile& file, int accessor, std::size_t width, LoadContext& context) {
   if (accessorAt(file, accessor).componentType == TINYGLTF_COMPONENT_TYPE_FLOAT)
     throw SceneError(named(accessor) + " must hold whole numbers");
-  std::vector<std::uint32_t> values(countElements(file, accessor, width, context) * width);
-  fillFrom(file, accessor, width, values.data());
+  return countElements(file, accessor, width, context);
+}
+
+void fillIntegers(const GltfFile& file, int accessor, std::size_t width, std::span<std::uint32_t> out) {
+  fillFrom(file, accessor, width, out.data());
+}
+
+std::vector<std::uint32_t> readIntegers(const GltfFile& file, int accessor, std::size_t width,
+                                        LoadContext& context) {
+  std::vector<std::uint32_t> values(countIntegers(file, accessor, width, context) * width);
+  fillIntegers(file, accessor, width, values);
   return values;
 }
 

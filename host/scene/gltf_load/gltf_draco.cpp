@@ -83,10 +83,11 @@ void readDraco(const GltfFile& file, const Json& extension, LoadContext& context
   for (const auto& [name, id] : member(extension, "attributes").items())
     if (id.is_number_integer()) readAttribute(mesh, name, id.get<int>(), context, data);
   context.spend(mesh.num_faces(), 3);
-  data.indices.reserve(mesh.num_faces() * std::size_t{3});
-  for (draco::FaceIndex face(0); face < mesh.num_faces(); ++face)
-    for (const draco::PointIndex& point : mesh.face(face))
-      data.indices.push_back(point.value());
+  data.triangles.reserve(mesh.num_faces());
+  for (draco::FaceIndex face(0); face < mesh.num_faces(); ++face) {
+    const draco::Mesh::Face& f = mesh.face(face);
+    data.triangles.push_back({f[0].value(), f[1].value(), f[2].value()});
+  }
 }
 
 } // namespace host

@@ -72,7 +72,9 @@ std::vector<std::array<float, N>> readPieces(const GltfFile& file, int accessor,
 }
 /// The bytes of an accessor's elements without gaps, as the file holds them. Throws SceneError.
 Bytes readRaw(const GltfFile& file, int accessor, LoadContext& context);
-/// The same for unsigned integers.
+/// The same for unsigned integers. Counting throws SceneError for an accessor of floats.
+std::size_t countIntegers(const GltfFile& file, int accessor, std::size_t width, LoadContext& context);
+void fillIntegers(const GltfFile& file, int accessor, std::size_t width, std::span<std::uint32_t> out);
 std::vector<std::uint32_t> readIntegers(const GltfFile& file, int accessor, std::size_t width,
                                         LoadContext& context);
 /// The number of components of an element.

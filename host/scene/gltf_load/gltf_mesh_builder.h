@@ -11,10 +11,10 @@ void giveFlatNormals(PrimitiveData& data);
 /// Attributes that some primitives lack get neutral values there.
 class MeshBuilder {
  public:
-  /// Gives the number of the first vertex.
-  std::uint32_t addVertices(const PrimitiveData& data);
+  /// Gives the number of the first vertex. The first lists are taken over as they are.
+  std::uint32_t addVertices(PrimitiveData&& data);
   /// Adds a group. `first` is the number of the vertex that index 0 means.
-  void addTriangles(const std::vector<std::uint32_t>& indices, std::uint32_t first);
+  void addTriangles(std::vector<Triangle>&& triangles, std::uint32_t first);
 
   /// The mesh with its bounds.
   MeshPtr mesh();
@@ -22,7 +22,7 @@ class MeshBuilder {
   DeformationPtr deformation() const;
 
  private:
-  void addDeformation(const Deformation& deformation, std::size_t before, std::size_t count);
+  void addDeformation(Deformation&& deformation, std::size_t before, std::size_t count);
 
   std::shared_ptr<Mesh> mesh_ = std::make_shared<Mesh>();
   std::shared_ptr<Deformation> deformation_ = std::make_shared<Deformation>();

@@ -87,15 +87,14 @@ void MeshReader::readSharedParts(const std::vector<Part>& parts, PrimitiveReader
   PrimitiveData data;
   reader.readAttributes(*parts.front().primitive, data);
   reader.readTargets(*parts.front().primitive, data);
-  std::vector<std::vector<std::uint32_t>> triangles;
+  PrimitiveReader::tidyVertices(data);
+  const std::size_t vertices = data.vertices.positions.size();
+  builder.addVertices(std::move(data));
   for (const Part& part : parts) {
-    triangles.push_back(reader.readTriangles(*part.primitive, data.vertices.positions.size()));
-    data.indices = triangles.back();
-    reader.check(data);
+    std::vector<Triangle> triangles = reader.readTriangles(*part.primitive, vertices);
+    reader.checkTriangles(triangles, vertices);
+    builder.addTriangles(std::move(triangles), 0);
   }
-  builder.addVertices(data);
-  for (const auto& indices : triangles)
-    builder.addTriangles(indices, 0);
 }
 
 void MeshReader::readSeparateParts(const std::vector<Part>& parts, PrimitiveReader& reader,
@@ -107,15 +106,17 @@ void MeshReader::readSeparateParts(const std::vector<Part>& parts, PrimitiveRead
       readDraco(file_, *parts[i].draco, context_, all[i]);
     } else {
       reader.readAttributes(*parts[i].primitive, all[i]);
-      all[i].indices = reader.readTriangles(*parts[i].primitive, all[i].vertices.positions.size());
+      all[i].triangles = reader.readTriangles(*parts[i].primitive, all[i].vertices.positions.size());
     }
     reader.readTargets(*parts[i].primitive, all[i]);
-    reader.check(all[i]);
+    reader.checkTriangles(all[i].triangles, all[i].vertices.positions.size());
+    PrimitiveReader::tidyVertices(all[i]);
     anyNormals = anyNormals || !all[i].vertices.normals.empty();
   }
   for (PrimitiveData& data : all) {
     if (anyNormals && data.vertices.normals.empty()) giveFlatNormals(data);
-    builder.addTriangles(data.indices, builder.addVertices(data));
+    std::vector<Triangle> triangles = std::move(data.triangles);
+    builder.addTriangles(std::move(triangles), builder.addVertices(std::move(data)));
   }
 }
 

@@ -96,41 +96,62 @@ void PrimitiveReader::readTargets(const tinygltf::Primitive& primitive, Primitiv
 }
 
 // A compressed mesh may have joints without weights.
-void PrimitiveReader::check(PrimitiveData& data) const {
-  const std::size_t count = data.vertices.positions.size();
+void PrimitiveReader::tidyVertices(PrimitiveData& data) {
   Deformation& d = data.deformation;
   d.joints.resize(std::min(d.joints.size(), d.weights.size()));
   d.weights.resize(d.joints.size());
-  for (const std::uint32_t index : data.indices)
-    if (index >= count)
-      throw SceneError(where_ + " uses vertex " + std::to_string(index) + " of " + std::to_string(count));
   makeUnit(data.vertices.normals);
   makeUnit(data.vertices.tangents);
 }
 
-std::vector<std::uint32_t> PrimitiveReader::readTriangles(const tinygltf::Primitive& primitive,
-                                                          std::size_t vertices) {
+void PrimitiveReader::checkTriangles(const std::vector<Triangle>& triangles, std::size_t vertices) const {
+  std::uint32_t highest = 0;
+  for (const Triangle& t : triangles)
+    highest = std::max(highest, std::max(t[0], std::max(t[1], t[2])));
+  if (!triangles.empty() && highest >= vertices)
+    throw SceneError(where_ + " uses vertex " + std::to_string(highest) + " of " + std::to_string(vertices));
+}
+
+namespace {
+
+// The triangles of a strip or fan, or of a list whose last triangle may be cut off.
+std::vector<Triangle> trianglesOf(const std::vector<std::uint32_t>& line, int mode) {
+  std::vector<Triangle> triangles;
+  if (mode == TINYGLTF_MODE_TRIANGLES || line.size() < 3) {
+    triangles.resize(line.size() / 3);
+    for (std::size_t i = 0; i < triangles.size(); ++i)
+      triangles[i] = {line[3 * i], line[3 * i + 1], line[3 * i + 2]};
+    return triangles;
+  }
+  const bool fan = mode == TINYGLTF_MODE_TRIANGLE_FAN;
+  for (std::size_t i = 0; i + 2 < line.size(); ++i) {
+    const std::size_t odd = fan ? 0 : i % 2;
+    triangles.push_back({line[fan ? 0 : i], line[i + 1 + odd], line[i + 2 - odd]});
+  }
+  return triangles;
+}
+
+} // namespace
+
+std::vector<Triangle> PrimitiveReader::readTriangles(const tinygltf::Primitive& primitive,
+                                                     std::size_t vertices) {
   std::vector<std::uint32_t> line;
   if (primitive.indices >= 0) {
-    line = readIntegers(file_, primitive.indices, 1, context_);
+    const std::size_t count = countIntegers(file_, primitive.indices, 1, context_);
+    if (primitive.mode == TINYGLTF_MODE_TRIANGLES && count > 0 && count % 3 == 0) { // no copy in between
+      std::vector<Triangle> triangles(count / 3);
+      fillIntegers(file_, primitive.indices, 1, {triangles.front().data(), count});
+      return triangles;
+    }
+    line.resize(count);
+    fillIntegers(file_, primitive.indices, 1, line);
   } else {
     context_.spend(vertices, 1);
     line.resize(vertices);
     std::iota(line.begin(), line.end(), 0U);
   }
-  if (primitive.mode == TINYGLTF_MODE_TRIANGLES || line.size() < 3) {
-    line.resize(line.size() / 3 * 3);
-    return line;
-  }
-  context_.spend(line.size(), 3);
-  std::vector<std::uint32_t> triangles;
-  for (std::size_t i = 0; i + 2 < line.size(); ++i) {
-    const bool fan = primitive.mode == TINYGLTF_MODE_TRIANGLE_FAN;
-    const std::size_t odd = fan ? 0 : i % 2;
-    for (const std::size_t at : {fan ? 0 : i, i + 1 + odd, i + 2 - odd})
-      triangles.push_back(line[at]);
-  }
-  return triangles;
+  if (primitive.mode != TINYGLTF_MODE_TRIANGLES) context_.spend(line.size(), 3);
+  return trianglesOf(line, primitive.mode);
 }
 
 } // namespace host

@@ -6,11 +6,13 @@
 
 namespace host {
 
+using Triangle = std::array<std::uint32_t, 3>;
+
 /// A primitive's vertices and triangles.
 struct PrimitiveData {
   Mesh vertices; // the attribute vectors; no triangles or groups
   Deformation deformation;
-  std::vector<std::uint32_t> indices; // three a triangle
+  std::vector<Triangle> triangles;
 };
 
 /// Decodes KHR_draco_mesh_compression. Throws SceneError.
@@ -25,9 +27,11 @@ class PrimitiveReader {
   void readAttributes(const tinygltf::Primitive& primitive, PrimitiveData& data);
   void readTargets(const tinygltf::Primitive& primitive, PrimitiveData& data);
   /// Strips and fans become triangles. `vertices` counts those that the indices choose from.
-  std::vector<std::uint32_t> readTriangles(const tinygltf::Primitive& primitive, std::size_t vertices);
-  /// Indices must be in range; joints without weights are dropped, normals and tangents get unit length.
-  void check(PrimitiveData& data) const;
+  std::vector<Triangle> readTriangles(const tinygltf::Primitive& primitive, std::size_t vertices);
+  /// Indices must be below the number of vertices.
+  void checkTriangles(const std::vector<Triangle>& triangles, std::size_t vertices) const;
+  /// Joints without weights are dropped, normals and tangents get unit length.
+  static void tidyVertices(PrimitiveData& data);
 
  private:
   const GltfFile& file_;
