@@ -17,7 +17,11 @@ class ProgressSteps {
   void setTotal(double total) { total_ = total; }
   void add(double work) {
     done_ += work;
-    const double part = std::min(1.0, done_ / total_);
+    reach(done_ / total_);
+  }
+  /// At least this part of the whole is done.
+  void reach(double wanted) {
+    const double part = std::min(1.0, wanted);
     if (!report_ || (part < reported_ + 0.001 && !(part == 1 && reported_ < 1))) return;
     reported_ = part;
     report_(part);

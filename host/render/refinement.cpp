@@ -1,6 +1,7 @@
 #include "refinement.h"
 
 #include <array>
+#include <bit>
 
 #include "path_tracer.h"
 #include "software_preview.h"
@@ -11,6 +12,8 @@ namespace {
 
 constexpr int tileSize = 32;
 constexpr int leastSamples = 16; // before a pixel's noise is estimated
+constexpr int noiseReach = 2;    // of the neighbourhood that it is estimated from
+constexpr float loneNoise = 9;   // a pixel's own squared error counts from so many times the threshold's
 
 // The software preview takes the pixel's centre, and with anti-aliasing four fixed places more.
 int samplesOf(const RenderSettings& settings) {
@@ -71,16 +74,44 @@ bool Refinement::stopped() {
 
 bool Refinement::run() {
   addProgress(0);
-  bool whole = coarsePass(8);
-  if (whole) firstPixelsMs_ = request_.since.milliseconds();
-  whole = whole && coarsePass(4);
-  for (int target = 1; whole; target = std::min(2 * target, samples_)) {
-    whole = finePass(target);
-    if (target >= samples_) break;
+  if (!coarsePass(8)) return false;
+  firstPixelsMs_ = request_.since.milliseconds();
+  if (!coarsePass(4)) return false;
+  addProgress(cameraSamples_);
+  PassPlan plan(samples_);
+  LiveDenoising live(pixels_.size());
+  const Stopwatch since;
+  while (!plan.finished() && resting_ < pixels_.size()) {
+    const Stopwatch pass;
+    const double left = leftMs();
+    if (left <= 0 && plan.done() > 0) break;
+    const int target = plan.next(left);
+    if (!finePass(target)) return false;
+    plan.passed(target, pass.milliseconds());
+    if (plan.finished()) break;
     if (target == 1 && !objects_.empty()) findEdges();
-    if (target >= leastSamples && settings_.noise > 0 && !settings_.preview) restQuietPixels();
+    const bool doubled = std::has_single_bit(static_cast<unsigned>(target));
+    if (doubled && target >= leastSamples && settings_.noise > 0 && !settings_.preview) restQuietPixels();
+    if (!denoiseLive(live, target, since)) return false;
   }
-  return whole;
+  endProgress();
+  return true;
+}
+
+// Until the time limit.
+double Refinement::leftMs() const {
+  return settings_.seconds > 0 ? 1000 * settings_.seconds - request_.since.milliseconds() : 1e12;
+}
+
+// After the first time the bitmap shows denoised pixels only.
+bool Refinement::denoiseLive(LiveDenoising& live, int samples, const Stopwatch& since) {
+  if (settings_.denoise != Denoising::live || settings_.preview || !denoiser_.problem().empty()) return true;
+  if (!live.isDue(samples, since.milliseconds())) return true;
+  const Stopwatch time;
+  if (!denoiser_.run(denoise::Effort::live)) return false;
+  live.denoised(samples, time.milliseconds());
+  if (denoiser_.problem().empty()) film_.holdNoise();
+  return true;
 }
 
 bool Refinement::denoise() {
@@ -117,7 +148,8 @@ bool Refinement::coarsePass(int block) {
   return eachTile(makeTiles(tileSize * 2), [&](const Tile& tile) { return coarseTile(tile, block); });
 }
 
-// One sample stands for each block; the blocks lie on the picture's own grid, so regions agree with it.
+// The first sample of a pixel in the middle stands for each block; the blocks lie on the picture's own grid,
+// so regions agree with it.
 bool Refinement::coarseTile(const Tile& tile, int block) {
   const int left = settings_.region.left, top = settings_.region.top;
   TileCount count(*this);
@@ -126,13 +158,12 @@ bool Refinement::coarseTile(const Tile& tile, int block) {
       if (stopped()) return false;
       const int right = std::min(tile.right, ((left + x) / block + 1) * block - left);
       const int bottom = std::min(tile.bottom, ((top + y) / block + 1) * block - top);
-      const PathResult r = samplePixel((x + right) / 2, (y + bottom) / 2, 0, Spread::centre).light;
-      count.add(r);
-      const float rgba[4] = {r.color.x, r.color.y, r.color.z, r.alpha};
-      const float sky[3] = {r.sky.x, r.sky.y, r.sky.z};
+      const int middleX = (x + right) / 2, middleY = (y + bottom) / 2;
+      const PixelEstimate& pixel = pixels_[index(middleX, middleY)];
+      if (pixel.count() == 0) takeSample(middleX, middleY, count);
       for (int py = y; py < bottom; ++py)
         for (int px = x; px < right; ++px)
-          film_.put(px + left, py + top, rgba, sky);
+          film_.put(px + left, py + top, pixel);
     }
   return true;
 }
@@ -146,21 +177,25 @@ bool Refinement::fineTile(const Tile& tile, int target) {
   for (int y = tile.top; y < tile.bottom; ++y)
     for (int x = tile.left; x < tile.right; ++x) {
       const std::size_t i = index(x, y);
-      PixelEstimate& pixel = pixels_[i];
       if (flags_[i] & resting) continue;
-      const Spread spread = spreadOf(flags_[i]);
-      while (pixel.count() < target) {
+      while (pixels_[i].count() < target) {
         if (stopped()) return false;
-        const PixelSample sample = samplePixel(x, y, pixel.count(), spread);
-        count.add(sample.light);
-        if (pixel.count() == 0 && !objects_.empty()) objects_[i] = sample.light.object;
-        pixel.add(sample.light, sample.weight);
-        hits_.add(i, sample.light);
+        takeSample(x, y, count);
       }
     }
   commit(tile);
   addProgress(count.samples());
   return true;
+}
+
+void Refinement::takeSample(int x, int y, TileCount& count) {
+  const std::size_t i = index(x, y);
+  PixelEstimate& pixel = pixels_[i];
+  const PixelSample sample = samplePixel(x, y, pixel.count(), spreadOf(flags_[i]));
+  count.add(sample.light);
+  if (pixel.count() == 0 && !objects_.empty()) objects_[i] = sample.light.object;
+  pixel.add(sample.light, sample.weight);
+  hits_.add(i, sample.light);
 }
 
 // With several samples their number smooths a pixel without a filter; a lone sample lies best at the centre.
@@ -207,13 +242,11 @@ void Refinement::commit(const Tile& tile) {
   if (hooks_.endTile) hooks_.endTile();
 }
 
-// True when the test holds for the pixel or one of its eight neighbours.
-template <class Test>
-bool Refinement::anyNeighbour(int x, int y, Test&& test) const {
-  for (int ny = std::max(0, y - 1); ny <= std::min(height_ - 1, y + 1); ++ny)
-    for (int nx = std::max(0, x - 1); nx <= std::min(width_ - 1, x + 1); ++nx)
-      if (test(index(nx, ny))) return true;
-  return false;
+template <class Visit>
+void Refinement::eachAround(int x, int y, int reach, Visit&& visit) const {
+  for (int ny = std::max(0, y - reach); ny <= std::min(height_ - 1, y + reach); ++ny)
+    for (int nx = std::max(0, x - reach); nx <= std::min(width_ - 1, x + reach); ++nx)
+      visit(index(nx, ny));
 }
 
 // A pixel lies on an edge when the first sample of a neighbour hit another object.
@@ -221,30 +254,60 @@ void Refinement::findEdges() {
   for (int y = 0; y < height_; ++y)
     for (int x = 0; x < width_; ++x) {
       const std::uint32_t own = objects_[index(x, y)];
-      if (anyNeighbour(x, y, [&](std::size_t i) { return objects_[i] != own; })) flags_[index(x, y)] |= edge;
+      eachAround(x, y, 1, [&](std::size_t i) {
+        if (objects_[i] != own) flags_[index(x, y)] |= edge;
+      });
     }
 }
 
-// A pixel rests when it and its neighbours are quiet: a lone quiet pixel in a noisy place is a coincidence.
+// A pixel rests when its neighbourhood is quiet: a single estimate below the threshold is a coincidence.
 void Refinement::restQuietPixels() {
-  std::vector<std::uint8_t> noisy(pixels_.size());
-  for (std::size_t i = 0; i < pixels_.size(); ++i)
-    noisy[i] = !(flags_[i] & resting) && pixels_[i].error() > settings_.noise;
+  const std::vector<float> noise = squaredNoise();
+  const float threshold = settings_.noise * settings_.noise;
   std::uint64_t spared = 0;
-  for (int y = 0; y < height_; ++y)
-    for (int x = 0; x < width_; ++x) {
-      const std::size_t i = index(x, y);
-      if (flags_[i] & (resting | edge)) continue; // edges between objects take all samples
-      if (anyNeighbour(x, y, [&](std::size_t n) { return noisy[n] != 0; })) continue;
-      flags_[i] |= resting;
-      spared += static_cast<std::uint64_t>(samples_ - pixels_[i].count());
-    }
+  for (std::size_t i = 0; i < pixels_.size(); ++i) {
+    if (flags_[i] & (resting | edge)) continue; // edges between objects take all samples
+    if (noise[i] > threshold || pixels_[i].squaredError() > loneNoise * threshold) continue;
+    flags_[i] |= resting;
+    ++resting_;
+    spared += static_cast<std::uint64_t>(samples_ - pixels_[i].count());
+  }
   addProgress(spared);
+}
+
+// The mean squared error around each pixel, of the pixels that still take samples.
+std::vector<float> Refinement::squaredNoise() const {
+  std::vector<float> noise(pixels_.size());
+  const auto row = [&](int y) {
+    for (int x = 0; x < width_; ++x) {
+      if (flags_[index(x, y)] & resting) continue;
+      float sum = 0;
+      int count = 0;
+      eachAround(x, y, noiseReach, [&](std::size_t i) {
+        if (flags_[i] & resting) return;
+        sum += pixels_[i].squaredError();
+        ++count;
+      });
+      noise[index(x, y)] = sum / static_cast<float>(count);
+    }
+  };
+  std::atomic<int> next{0};
+  runOnWorkers(std::min(workerCount(), height_), [&](int) {
+    for (int y; (y = next.fetch_add(1)) < height_;)
+      row(y);
+  });
+  return noise;
+}
+
+void Refinement::endProgress() {
+  const std::lock_guard lock(hookMutex_);
+  progress_.reach(1);
 }
 
 void Refinement::addProgress(std::uint64_t samples) {
   const std::lock_guard lock(hookMutex_);
   progress_.add(static_cast<double>(samples));
+  if (settings_.seconds > 0) progress_.reach(request_.since.milliseconds() / (1000 * settings_.seconds));
 }
 
 } // namespace host::render

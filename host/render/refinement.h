@@ -8,6 +8,7 @@
 #include "film_denoiser.h"
 #include "film_writer.h"
 #include "first_hits.h"
+#include "pass_plan.h"
 #include "pixel_estimate.h"
 #include "pixel_filter.h"
 #include "progress_steps.h"
@@ -61,12 +62,17 @@ class Refinement {
   Spread spreadOf(std::uint8_t flags) const;
   Place placeSample(Vec2 centre, Spread spread, Sampler& sampler) const;
   PixelSample samplePixel(int x, int y, int number, Spread spread) const;
+  void takeSample(int x, int y, TileCount& count);
+  bool denoiseLive(LiveDenoising& live, int samples, const Stopwatch& since);
   void commit(const Tile& tile);
   void findEdges();
   void restQuietPixels();
-  template <class Test>
-  bool anyNeighbour(int x, int y, Test&& test) const;
+  std::vector<float> squaredNoise() const;
+  template <class Visit>
+  void eachAround(int x, int y, int reach, Visit&& visit) const;
   void addProgress(std::uint64_t samples);
+  void endProgress();
+  double leftMs() const;
   bool stopped();
 
   std::size_t index(int x, int y) const {
@@ -86,6 +92,7 @@ class Refinement {
   FirstHits hits_;
   FilmDenoiser denoiser_;
   std::vector<std::uint8_t> flags_;
+  std::size_t resting_ = 0;            // pixels that take no more samples
   std::vector<std::uint32_t> objects_; // of the first sample, for edges; empty without edge detection
   std::atomic<bool> broken_{false};
   std::atomic<std::uint64_t> rays_{0}, cameraSamples_{0};

@@ -34,6 +34,8 @@ RenderSettings readSettings(const BaseContainer& container, int width, int heigh
   s.seed = static_cast<std::uint32_t>(container.GetLong(seedSetting, 0));
   const LONG denoise = container.GetLong(denoiseSetting, 0);
   s.denoise = denoise == 1 || denoise == 2 ? static_cast<Denoising>(denoise) : Denoising::off;
+  const double seconds = container.GetReal(secondsSetting, 0);
+  s.seconds = std::isfinite(seconds) ? std::max(0.0, seconds) : 0;
   s.layers = static_cast<unsigned>(container.GetLong(layersSetting, 0)) & 31u;
   s.preview = container.GetLong(RDATA_RENDERENGINE) != RDATA_RENDERENGINE_STANDARD;
   s.hardware = container.GetLong(RDATA_RENDERENGINE) == RDATA_RENDERENGINE_PREVIEWHARDWARE;

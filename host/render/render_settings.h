@@ -14,6 +14,9 @@ inline constexpr LONG seedSetting = 7102;
 /// (LONG, 0 to 2, 0) A value of Denoising. A setting of the host's own, kept with the document.
 inline constexpr LONG denoiseSetting = 7103;
 
+/// (REAL, seconds, 0) The render ends when so much time has passed since the request, once every pixel has a
+/// sample. 0: no limit. A setting of the host's own.
+inline constexpr LONG secondsSetting = 7105;
 /// (LONG, bits of LayerBit, 0) Layers of the film that the render fills. A setting of the host's own.
 inline constexpr LONG layersSetting = 7104;
 /// Averages of the samples, but for the two of indices, which take the first sample of a pixel.
@@ -49,6 +52,7 @@ struct RenderSettings {
   int samples = 64;    // a pixel, at most
   float noise = 0.01f; // a pixel stops when its estimated error falls below; 0: never
   Denoising denoise = Denoising::off;
+  double seconds = 0;           // the picture is finished after them; 0: no limit
   unsigned layers = 0;          // of the film, bits of LayerBit
   bool preview = false;         // engine 1: camera rays, simple light, no noise
   bool hardware = false;        // engine 2: the preview through OpenGL, where a driver is available

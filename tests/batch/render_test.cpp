@@ -342,8 +342,28 @@ TEST_F(Render, DenoisesWhenAsked) {
   const Picture clean = renderPicture(scene, "clean.exr", {"--denoise"});
   EXPECT_NE(noisy.pixels, clean.pixels);
   EXPECT_EQ(renderPicture(scene, "again.exr", {"--denoise=end"}).pixels, clean.pixels);
+  EXPECT_EQ(renderPicture(scene, "live.exr", {"--denoise=live"}).pixels, clean.pixels);
+  EXPECT_EQ(renderPicture(scene, "off.exr", {"--denoise=off"}).pixels, noisy.pixels);
   const Outcome wrong = render(scene, "wrong.png", {"--denoise=now"}, 2);
   EXPECT_NE(wrong.err.find("--denoise"), std::string::npos) << wrong.err;
+}
+
+TEST_F(Render, EndsAfterATimeOrAtANoiseLevel) {
+  const std::string scene = writeTinyScene(folder.path());
+  const auto samples = [&](const Arguments& limits) {
+    Arguments arguments{"render", scene,   "-o",      folder / "limited.png",
+                        "--size", "48x32", "--stats", folder / "limited.json",
+                        "--quiet"};
+    arguments.insert(arguments.end(), limits.begin(), limits.end());
+    const Outcome outcome = run(arguments, folder / "home");
+    EXPECT_EQ(outcome.code, 0) << outcome.err;
+    return Json::parse(readFile(folder / "limited.json"))["camera_samples"].get<int>();
+  };
+  const int rough = samples({"--noise", "0.2"}), fine = samples({"--noise", "0.005"});
+  EXPECT_LT(rough, fine);
+  EXPECT_GE(samples({"--time", "0.01"}), 48 * 32); // every pixel has a sample
+  for (const auto& wrong : {Arguments{"--time", "0"}, Arguments{"--noise", "2"}, Arguments{"--noise", "x"}})
+    EXPECT_NE(render(scene, "wrong.png", wrong, 2).err.find(wrong[0]), std::string::npos);
 }
 
 TEST_F(Render, MoreSamplesAreTaken) {

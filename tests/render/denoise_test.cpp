@@ -35,7 +35,7 @@ double errorOf(const Result& result, const Result& reference) {
 
 TEST(Denoise, FewSamplesLookLikeMany) {
   Scene scene = ballInShade();
-  const Result reference = draw(scene, 96, 64, settings(96, 64, 1024));
+  const Result reference = draw(scene, 96, 64, settings(96, 64, 256));
   auto few = settings(96, 64, 4);
   const Result noisy = draw(scene, 96, 64, few);
   few.denoise = render::Denoising::end;
@@ -83,6 +83,41 @@ TEST(Denoise, Stopped) {
   const Result stopped = draw(scene, 96, 64, how, hooks);
   EXPECT_EQ(stopped.code, RENDERRESULT_USERBREAK);
   EXPECT_EQ(stopped.pixels, noisy.pixels);
+}
+
+// Live denoising shows in the bitmap before the last sample, and changes nothing at the end.
+TEST(Denoise, Live) {
+  Scene scene = ballInShade();
+  auto how = settings(48, 32, 1 << 20);
+  how.denoise = render::Denoising::live;
+  Bitmap target(48, 32, 32);
+  const auto layer = [&] {
+    const auto film = filmOf(*target.bitmap);
+    return film ? film->findLayer(film_layers::denoised) : nullptr;
+  };
+  bool shown = false;
+  render::RenderHooks hooks;
+  hooks.progress = [&](double) { shown = layer() != nullptr; }; // of a tile after the denoised picture
+  hooks.stopped = [&] { return shown; };
+  const render::RenderReport report = render::renderSnapshot({scene.snapshot, how, target.bitmap, hooks});
+  EXPECT_EQ(report.outcome, render::RenderOutcome::stopped);
+  ASSERT_TRUE(shown);
+  int noisy = 0;
+  for (int y = 0; y < 32; ++y)
+    for (int x = 0; x < 48; ++x) {
+      float clean[3];
+      layer()->get(static_cast<std::size_t>(y * 48 + x), clean);
+      ASSERT_TRUE(agrees(*target.bitmap, x, y, clean)) << x << " " << y;
+      float rgba[4];
+      filmOf(*target.bitmap)->getColor(x, y, rgba);
+      noisy += !agrees(*target.bitmap, x, y, rgba);
+    }
+  EXPECT_GT(noisy, 48 * 32 / 2);
+
+  how.samples = 64;
+  const Result live = draw(scene, 48, 32, how);
+  how.denoise = render::Denoising::end;
+  EXPECT_EQ(live.pixels, draw(scene, 48, 32, how).pixels);
 }
 
 TEST(Denoise, SettingOfTheDocument) {

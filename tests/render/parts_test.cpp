@@ -3,6 +3,7 @@
 
 #include <vector>
 
+#include "pass_plan.h"
 #include "pixel_estimate.h"
 #include "progress_steps.h"
 #include "scene_kit.h"
@@ -49,13 +50,50 @@ TEST(PixelEstimate, WeighsSamplesAndKeepsCoverageInRange) {
 
 TEST(PixelEstimate, EqualSamplesHaveNoError) {
   render::PixelEstimate even, noisy;
-  for (int i = 0; i < 16; ++i) {
+  for (int i = 0; i < 16; ++i) { // bright ones in the second half
     even.add({{0.25f, 0.25f, 0.25f}, 1}, 1);
-    const float v = i % 2 ? 1.0f : 0.0f;
+    const float v = i >= 8 ? 1.0f : 0.25f;
     noisy.add({{v, v, v}, 1}, 1);
   }
-  EXPECT_EQ(even.error(), 0);
-  EXPECT_NEAR(noisy.error(), 0.5 / std::sqrt(15.0), 1e-5);
+  EXPECT_EQ(even.squaredError(), 0);
+  EXPECT_FLOAT_EQ(noisy.squaredError(), 0.0625f); // brightness 0.5 and 1
+}
+
+TEST(PassPlan, EndsPassesAtDoublingsAndByTime) {
+  render::PassPlan plan(100);
+  const double endless = 1e12;
+  const auto pass = [&](double sampleMs, double left) {
+    const int target = plan.next(left);
+    plan.passed(target, sampleMs * (target - plan.done()));
+    return target;
+  };
+  EXPECT_EQ(pass(20, endless), 1);
+  EXPECT_EQ(pass(20, endless), 2);
+  EXPECT_EQ(pass(20, endless), 4);
+  EXPECT_EQ(pass(20, endless), 8);
+  EXPECT_EQ(pass(20, endless), 13); // a tenth of a second
+  EXPECT_EQ(pass(20, endless), 16);
+  EXPECT_EQ(pass(20, endless), 21);
+  EXPECT_EQ(pass(20, 45), 23);      // as much as the time that is left allows
+  EXPECT_EQ(pass(20, 1), 24);       // but one sample
+  EXPECT_EQ(pass(20, endless), 30); // a quarter of 480 ms
+  EXPECT_EQ(pass(20, endless), 32);
+  while (!plan.finished())
+    pass(1, endless);
+  EXPECT_EQ(plan.done(), 100);
+}
+
+TEST(LiveDenoising, TakesAFifthOfTheTime) {
+  render::LiveDenoising live(100'000); // expected to take 50 ms at first
+  EXPECT_FALSE(live.isDue(1, 199));
+  EXPECT_TRUE(live.isDue(1, 200));
+  live.denoised(1, 100);
+  EXPECT_FALSE(live.isDue(2, 800));
+  EXPECT_TRUE(live.isDue(2, 900));   // two in 1000 ms
+  EXPECT_FALSE(live.isDue(1, 5000)); // no new samples
+  live.denoised(4, 100);
+  EXPECT_FALSE(live.isDue(7, 5000));
+  EXPECT_TRUE(live.isDue(8, 5000));
 }
 
 // Pictures stay the same from version to version only while these numbers do.

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <cmath>
 #include <cstring>
 
 #include "scene_cache.h"
@@ -69,7 +70,51 @@ TEST(Refinement, QuietPixelsStopEarly) {
   const Result early = draw(scene, 64, 48, how);
   EXPECT_LT(early.stats.cameraSamples, whole.stats.cameraSamples * 8 / 10);
   EXPECT_GE(early.stats.cameraSamples, 16u * 64 * 48);
-  EXPECT_NEAR(early.mean().x, whole.mean().x, 0.01f * whole.mean().x);
+  EXPECT_NEAR(early.mean().x, whole.mean().x, 0.01f); // half of the threshold
+}
+
+// The threshold is the standard error of a pixel's brightness on a display, as the root of the mean square.
+TEST(Refinement, TheNoiseThresholdIsTheErrorOfThePicture) {
+  Scene scene = room();
+  const int side = 24;
+  const Result reference = draw(scene, side, side, settings(side, side, 2048));
+  const auto tone = [](Vec3 c) {
+    return std::sqrt(static_cast<double>(render::clamp01(render::luminance(c))));
+  };
+  for (const float threshold : {0.04f, 0.02f}) {
+    SCOPED_TRACE(threshold);
+    auto how = settings(side, side, 1024);
+    how.noise = threshold;
+    how.seed = 5;
+    const Result r = draw(scene, side, side, how);
+    double sum = 0;
+    for (int y = 0; y < side; ++y)
+      for (int x = 0; x < side; ++x)
+        sum += std::pow(tone(r.at(x, y)) - tone(reference.at(x, y)), 2);
+    const double error = std::sqrt(sum / (side * side));
+    EXPECT_LT(error, 1.1 * static_cast<double>(threshold));
+    EXPECT_GT(error, 0.3 * static_cast<double>(threshold)); // no samples are wasted
+  }
+}
+
+TEST(Refinement, ATimeLimitFinishesThePicture) {
+  Scene scene = room();
+  auto how = settings(32, 24, 1 << 20);
+  how.seconds = 1e-6; // over when it begins: every pixel still has a sample
+  double last = 0;
+  render::RenderHooks hooks;
+  hooks.progress = [&](double part) { last = part; };
+  const Result r = draw(scene, 32, 24, how, hooks);
+  EXPECT_EQ(r.code, RENDERRESULT_OK);
+  EXPECT_EQ(r.stats.cameraSamples, 32u * 24);
+  EXPECT_EQ(last, 1);
+}
+
+// The samples of the coarse pictures are the first ones of their pixels.
+TEST(Refinement, CoarseSamplesCount) {
+  Scene scene = room();
+  const Result r = draw(scene, 64, 48, settings(64, 48, 4));
+  EXPECT_EQ(r.stats.cameraSamples, 64u * 48 * 4);
 }
 
 TEST(Refinement, ARegionTouchesOnlyItsPixels) {

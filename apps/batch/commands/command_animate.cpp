@@ -59,8 +59,7 @@ void fillSettings(lmSettings& settings, const AnimateOptions& options) {
 void prepare(const AnimateOptions& options, BaseDocument& document) {
   if (!options.camera.empty()) chooseCamera(document, options.camera);
   if (!options.variant.empty()) chooseVariant(document, options.variant);
-  if (options.samples > 0) setSamples(document, options.samples);
-  if (!options.denoise.empty()) setDenoise(document);
+  setSampling(document, options.sampling);
 }
 
 /// The frames whose pictures are missing or incomplete.

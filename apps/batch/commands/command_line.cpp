@@ -136,15 +136,25 @@ void addRun(CLI::App& command, RawOptions& raw, Options& options) {
   command.add_option("--set", raw.sets, "A setting for this run, by number or LM_ name; can be repeated")
       ->type_name("KEY=VALUE")
       ->allow_extra_args(false);
-  command.add_option("--samples", options.samples, "Maximum samples per pixel; default: the scene's")
+  command
+      .add_option("--samples", options.sampling.samples, "Maximum samples per pixel; default: the scene's")
       ->type_name("N")
       ->check(CLI::Range(1, 1000000));
+  command.add_option("--time", options.sampling.seconds, "End each picture after so many seconds")
+      ->type_name("SECONDS")
+      ->check(CLI::Range(0.01, 1e7));
+  command
+      .add_option("--noise", options.sampling.noise, "End pixels at this standard error (0 to 1, as 0.01)")
+      ->type_name("LEVEL")
+      ->check(CLI::Range(0.0, 1.0));
   command.add_option("--threads", options.threads, "Processors to use; default: all")
       ->type_name("N")
       ->check(CLI::Range(1, 1024));
-  command.add_flag("--denoise{end}", options.denoise, "Take the noise out when the last sample is done")
-      ->type_name("[=end]")
-      ->check(CLI::IsMember({"end"}));
+  command
+      .add_flag("--denoise{end}", options.sampling.denoise,
+                "Take the noise out when the last sample is done, while the picture refines as well, or not")
+      ->type_name("[=end|live|off]")
+      ->check(CLI::IsMember({"end", "live", "off"}));
   command.add_option("--home", options.home, "Folder of the settings")->type_name("DIR");
   command.add_flag("--quiet", options.quiet, "Print errors only");
 }

@@ -28,6 +28,15 @@ struct RegionBox {
   double x = 0, y = 0, size = 0.5;
 };
 
+/// The end of a render, over the scene's render settings.
+struct Sampling {
+  int samples = 0;    // most samples a pixel; 0: the scene's, or with one of the next two more than any
+                      // picture needs
+  double seconds = 0; // a picture ends after them; 0: no limit
+  std::optional<double> noise; // a pixel ends at this standard error, 0 to 1; 0: never
+  std::string denoise;         // "off", "end", "live", or empty: as the scene says
+};
+
 struct RenderOptions {
   std::string scene, image;
   std::optional<PixelSize> size;
@@ -37,10 +46,9 @@ struct RenderOptions {
   std::optional<PixelRegion> region;
   std::optional<RegionBox> box;                              // at most one of the two
   std::vector<std::pair<std::string, std::string>> settings; // key and value, as they were typed
-  int samples = 0;                                           // 0: the scene's
-  int threads = 0;                                           // 0: all
-  std::optional<LONG> quality;                               // 1 to 100, of JPEG and WebP pictures
-  std::string denoise;                                       // "end", or empty: as the scene says
+  Sampling sampling;
+  int threads = 0;             // 0: all
+  std::optional<LONG> quality; // 1 to 100, of JPEG and WebP pictures
   std::string home, stats;
   bool quiet = false;
 };
@@ -54,9 +62,8 @@ struct AnimateOptions {
   std::string camera;                                        // empty: the scene's own
   std::string variant;                                       // of materials; empty: the scene's own
   std::vector<std::pair<std::string, std::string>> settings; // key and value, as they were typed
-  int samples = 0;                                           // 0: the scene's
+  Sampling sampling;                                         // of each frame
   int threads = 0;                                           // 0: all
-  std::string denoise;                                       // "end", or empty: as the scene says
   std::string home;
   bool stamps = false, overwrite = false, resume = false, quiet = false;
 };

@@ -34,8 +34,7 @@ void prepare(const RenderOptions& options, BaseDocument& document) {
   if (!options.camera.empty()) chooseCamera(document, options.camera);
   if (!options.variant.empty()) chooseVariant(document, options.variant);
   if (options.frame) goToFrame(document, *options.frame);
-  if (options.samples > 0) setSamples(document, options.samples);
-  if (!options.denoise.empty()) setDenoise(document);
+  setSampling(document, options.sampling);
 }
 
 void checkRegion(const std::optional<PixelRegion>& region, PixelSize size) {

@@ -11,7 +11,8 @@
 namespace batch {
 namespace {
 
-constexpr LONG largestSide = 32768; // of a bitmap
+constexpr LONG largestSide = 32768;    // of a bitmap
+constexpr LONG endlessSamples = 16384; // with a limit of time or noise; more are beyond what a display shows
 
 void collectCameras(BaseObject* first, std::vector<NamedCamera>& cameras, std::map<std::string, int>& uses) {
   for (BaseObject* object = first; object; object = object->GetNext()) {
@@ -83,16 +84,20 @@ void goToFrame(BaseDocument& document, LONG frame) {
   document.ExecutePasses(nullptr, TRUE, TRUE, FALSE, BUILDFLAGS_0);
 }
 
-void setSamples(BaseDocument& document, LONG samples) {
-  if (RenderData* data = document.GetActiveRenderData()) {
-    data->GetDataInstance()->SetLong(RDATA_MAXSAMPLES, samples);
-  }
-}
-
-void setDenoise(BaseDocument& document) {
-  if (RenderData* data = document.GetActiveRenderData()) {
-    data->GetDataInstance()->SetLong(host::render::denoiseSetting, 1);
-  }
+void setSampling(BaseDocument& document, const Sampling& sampling) {
+  RenderData* data = document.GetActiveRenderData();
+  if (!data) return;
+  using host::render::Denoising;
+  BaseContainer& values = *data->GetDataInstance();
+  const bool open = sampling.seconds > 0 || sampling.noise.value_or(0) > 0;
+  if (sampling.samples > 0 || open)
+    values.SetLong(RDATA_MAXSAMPLES, sampling.samples > 0 ? sampling.samples : endlessSamples);
+  if (sampling.seconds > 0) values.SetReal(host::render::secondsSetting, sampling.seconds);
+  if (sampling.noise) values.SetReal(RDATA_NOISETHRESHOLD, *sampling.noise);
+  const std::map<std::string, Denoising> modes{
+      {"off", Denoising::off}, {"end", Denoising::end}, {"live", Denoising::live}};
+  if (const auto mode = modes.find(sampling.denoise); mode != modes.end())
+    values.SetLong(host::render::denoiseSetting, static_cast<LONG>(mode->second));
 }
 
 PixelSize renderSize(const BaseDocument& document) {

@@ -32,11 +32,8 @@ void chooseVariant(BaseDocument& document, const std::string& name);
 /// Evaluates the document at a frame. A job's clone has no animation and keeps this pose.
 void goToFrame(BaseDocument& document, LONG frame);
 
-/// Sets the maximum samples per pixel in the active render settings.
-void setSamples(BaseDocument& document, LONG samples);
-
-/// Lets the active render settings denoise the finished picture.
-void setDenoise(BaseDocument& document);
+/// Writes what was given into the active render settings.
+void setSampling(BaseDocument& document, const Sampling& sampling);
 
 /// The size of the active render settings; 1280 x 720 where they have no usable one.
 PixelSize renderSize(const BaseDocument& document);
