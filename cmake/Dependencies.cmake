@@ -45,7 +45,7 @@ target_link_libraries(dep_embree INTERFACE dep_tbb)
 # epoxy: OpenGL and EGL, for the hardware preview without a window; the driver is looked for when a render wants it.
 lumenara_find_dependency(epoxy HEADER epoxy/gl.h LIBRARIES epoxy)
 
-# One library per common format of still pictures: PNG, JPEG, TIFF, OpenEXR (with its numbers' own library), WebP.
+# One library per format of still pictures: PNG, JPEG, TIFF, OpenEXR (with its numbers' own library), WebP, GIF.
 lumenara_find_dependency(png HEADER spng.h LIBRARIES spng)
 lumenara_find_dependency(jpeg HEADER jpeglib.h LIBRARIES jpeg)
 lumenara_find_dependency(tiff HEADER tiffio.h LIBRARIES tiff)
@@ -53,6 +53,7 @@ lumenara_find_dependency(imath HEADER ImathBox.h LIBRARIES Imath SUFFIXES Imath)
 lumenara_find_dependency(exr HEADER ImfHeader.h LIBRARIES OpenEXR Iex IlmThread SUFFIXES OpenEXR)
 target_link_libraries(dep_exr INTERFACE dep_imath)
 lumenara_find_dependency(webp HEADER webp/decode.h LIBRARIES webp webpdemux webpmux)
+lumenara_find_dependency(gif HEADER gif_lib.h LIBRARIES gif)
 
 # Little CMS: pictures with colour profiles.
 lumenara_find_dependency(lcms HEADER lcms2.h LIBRARIES lcms2)
@@ -61,18 +62,8 @@ lumenara_find_dependency(lcms HEADER lcms2.h LIBRARIES lcms2)
 lumenara_find_dependency(dnnl HEADER oneapi/dnnl/dnnl.hpp LIBRARIES dnnl)
 target_link_libraries(dep_dnnl INTERFACE gomp)
 
-# OpenImageIO: reading of rare kinds of still pictures. By name: its CMake target lists a folder that does not exist.
-lumenara_find_dependency(openimageio HEADER OpenImageIO/imageio.h LIBRARIES OpenImageIO OpenImageIO_Util)
-
 # FFmpeg: encoding of movies.
 lumenara_find_dependency(ffmpeg HEADER libavformat/avformat.h LIBRARIES avformat avcodec swscale avutil)
-
-# Magick++ (version 6): writing of PSD pictures. Its settings stand in a folder of the processor's kind.
-lumenara_find_dependency(magick HEADER Magick++.h LIBRARIES Magick++-6.Q16 MagickCore-6.Q16 SUFFIXES ImageMagick-6)
-find_path(LUMENARA_magick_CONFIG magick/magick-baseconfig.h PATH_SUFFIXES ImageMagick-6 REQUIRED)
-mark_as_advanced(LUMENARA_magick_CONFIG)
-target_include_directories(dep_magick SYSTEM INTERFACE "${LUMENARA_magick_CONFIG}")
-target_compile_definitions(dep_magick INTERFACE MAGICKCORE_HDRI_ENABLE=0 MAGICKCORE_QUANTUM_DEPTH=16)
 
 # libzip: the container of OpenRaster pictures.
 lumenara_find_dependency(zip HEADER zip.h LIBRARIES zip)
@@ -127,6 +118,8 @@ if(LUMENARA_TESTS AND NOT LUMENARA_FUZZ)
   if(GTest_FOUND)
     lumenara_dependency(gtest LINK GTest::gtest GTest::gmock)
     lumenara_dependency(gtest_main LINK GTest::gtest_main)
+    # OpenImageIO: a second reader and writer of pictures. By name: its CMake target lists a folder that does not exist.
+    lumenara_find_dependency(openimageio HEADER OpenImageIO/imageio.h LIBRARIES OpenImageIO OpenImageIO_Util)
   else()
     message(STATUS "GoogleTest is not installed: this build has no tests")
     set(LUMENARA_TESTS OFF)

@@ -73,8 +73,8 @@ bool holds(const std::vector<std::string>& libraries, const std::string& part) {
 }
 
 // Each of these loads many more, or takes much memory.
-constexpr const char* rare[] = {"lumenara_ffmpeg", "lumenara_import", "libavcodec",     "libavformat",
-                                "libassimp",       "libMagick",       "libOpenImageIO", "lumenara_pictures"};
+constexpr const char* rare[] = {"lumenara_ffmpeg", "lumenara_import", "libavcodec",    "libavformat",
+                                "libassimp",       "libMagick",       "libOpenImageIO"};
 
 TEST_F(Startup, LoadsFewLibraries) {
   const std::vector<std::string> libraries = librariesOf("--version");

@@ -1,5 +1,5 @@
 // PSD and its large form PSB, by Adobe's published "Photoshop File Formats": the flat picture beside the
-// layers is read. It is written through the part for rare formats.
+// layers is read.
 #include <algorithm>
 #include <array>
 #include <bit>
@@ -7,7 +7,7 @@
 #include <type_traits>
 
 #include "file_bytes.h"
-#include "rare_library.h"
+#include "picture_codec.h"
 
 namespace host {
 namespace {
@@ -273,13 +273,6 @@ class Reader {
 RawPicture readPsd(PictureBytes file) {
   if (file.size() < headerBytes) throw DamagedPicture();
   return Reader(file).read();
-}
-
-FileBytes encodePsd(const FilterJob& job) {
-  constexpr LONG largestSide = 30000; // the limit that the format's public documentation gives for its header
-  if (job.bitmap.GetBw() > largestSide || job.bitmap.GetBh() > largestSide)
-    throw FilterError("was not saved: PSD holds at most 30000 pixels a side");
-  return writeRarePsd(job);
 }
 
 } // namespace host
