@@ -1,13 +1,13 @@
 // The denoiser on pictures of noise: time of the small and of the full network, and the most memory held.
 //
 //   bench_denoise_bench [--repeat N]
-#include <sys/resource.h>
 
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <random>
 #include <vector>
 
@@ -18,12 +18,7 @@ namespace {
 
 /// Of the whole process: bounds of speed are for an idle machine, and a busy one says nothing in real time.
 double processorMilliseconds() {
-  rusage used{};
-  getrusage(RUSAGE_SELF, &used);
-  const auto of = [](const timeval& time) {
-    return static_cast<double>(time.tv_sec) * 1e3 + static_cast<double>(time.tv_usec) / 1e3;
-  };
-  return of(used.ru_utime) + of(used.ru_stime);
+  return static_cast<double>(std::clock()) * 1e3 / CLOCKS_PER_SEC;
 }
 
 double millisecondsFor(const host::denoise::NoisyPicture& picture, host::denoise::Effort effort) {

@@ -2,11 +2,10 @@
 // Missing scenes are left out.
 #include <benchmark/benchmark.h>
 
-#include <sys/resource.h>
-
 #include <filesystem>
 
 #include "generated_scene.h"
+#include "platform.h"
 #include "scene_file.h"
 #include "snapshot.h"
 
@@ -40,10 +39,8 @@ void loadGenerated(benchmark::State& state) {
   const std::string file = scene.write();
   for (auto _ : state)
     if (!loadOrSkip(state, Filename(String(file)))) return;
-  rusage used{};
-  getrusage(RUSAGE_SELF, &used);
   state.counters["triangles"] = static_cast<double>(scene.triangles());
-  state.counters["peak_MB"] = static_cast<double>(used.ru_maxrss) / 1024;
+  state.counters["peak_MB"] = static_cast<double>(host::platform::peakMemory()) / 1e6;
 }
 
 void clone(benchmark::State& state, Filename (*file)()) {
