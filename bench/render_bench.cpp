@@ -3,6 +3,11 @@
 // and the shared scenes.
 //
 //   bench_render_bench [SCENE...] [--samples N] [--picture FILE.png]
+//   bench_render_bench --generated TRIANGLES
+//
+// The second form makes a scene of one mesh and measures its loading, its first pictures and the memory.
+#include <sys/resource.h>
+
 #include <algorithm>
 #include <atomic>
 #include <chrono>
@@ -17,6 +22,7 @@
 #include "access.h"
 #include "c4d.h"
 #include "film.h"
+#include "generated_scene.h"
 #include "program.h"
 #include "ray_scene.h"
 #include "render_stats.h"
@@ -30,6 +36,11 @@ namespace {
 
 using namespace host;
 constexpr int width = 640, height = 480;
+
+/// Seconds of processor time of all threads so far.
+double processorSeconds() {
+  return static_cast<double>(std::clock()) / CLOCKS_PER_SEC;
+}
 
 double median(std::vector<double> values) {
   std::sort(values.begin(), values.end());
@@ -152,7 +163,9 @@ class SceneBench {
   SceneBench& operator=(const SceneBench&) = delete;
 
   void firstPictures() {
+    const double start = processorSeconds();
     const RenderStats cold = renderOnce(*clone_, quick_, *bitmap_);
+    std::printf("  cold render of one sample: %.2f s of processor time\n", processorSeconds() - start);
     std::vector<double> first, build;
     for (int i = 0; i < 9; ++i) {
       const RenderStats s = renderOnce(*clone_, quick_, *bitmap_);
@@ -242,21 +255,36 @@ void measure(const std::string& file, int samples, const std::string& picture) {
   std::fflush(stdout);
 }
 
+void measureGenerated(std::size_t triangles) {
+  const std::string file = GeneratedScene(triangles).write();
+  const double start = processorSeconds();
+  const LoadResult loaded = loadDocument(Filename(String(file.c_str())));
+  std::printf("%s\n  loaded in %.3f s of processor time %s\n", file.c_str(), processorSeconds() - start,
+              loaded.error.c_str());
+  if (loaded.document) SceneBench(*loaded.document, 1).firstPictures();
+  rusage used{};
+  getrusage(RUSAGE_SELF, &used);
+  std::printf("  peak memory %ld MB\n", used.ru_maxrss / 1024);
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
   std::vector<std::string> scenes;
   std::string picture;
   int samples = 16;
+  std::size_t generated = 0;
   for (int i = 1; i < argc; ++i) {
     if (!std::strcmp(argv[i], "--samples") && i + 1 < argc)
       samples = std::max(1, std::atoi(argv[++i]));
     else if (!std::strcmp(argv[i], "--picture") && i + 1 < argc)
       picture = argv[++i];
+    else if (!std::strcmp(argv[i], "--generated") && i + 1 < argc)
+      generated = std::strtoull(argv[++i], nullptr, 10);
     else
       scenes.emplace_back(argv[i]);
   }
-  if (scenes.empty()) {
+  if (scenes.empty() && generated == 0) {
     scenes.push_back(LUMENARA_SOURCE_DIR "/scenes/demo.glb");
     for (const char* name : {"WaterBottle", "MetalRoughSpheresNoTextures", "Lantern", "Suzanne"})
       scenes.push_back(std::string(LUMENARA_SCENES_DIR "/") + name + "/" + name + ".gltf");
@@ -267,5 +295,6 @@ int main(int argc, char** argv) {
   Program program(options);
   for (const std::string& scene : scenes)
     measure(scene, samples, picture);
+  if (generated > 0) measureGenerated(generated);
   return 0;
 }

@@ -72,11 +72,11 @@ bool Refinement::stopped() {
   return true;
 }
 
-bool Refinement::run() {
+bool Refinement::run(const std::function<bool()>& afterFirst) {
   addProgress(0);
   if (!coarsePass(8)) return false;
   firstPixelsMs_ = request_.since.milliseconds();
-  if (!coarsePass(4)) return false;
+  if ((afterFirst && !afterFirst()) || !coarsePass(4)) return false;
   addProgress(cameraSamples_);
   PassPlan plan(samples_);
   LiveDenoising live(pixels_.size());

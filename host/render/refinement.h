@@ -2,6 +2,7 @@
 #pragma once
 
 #include <atomic>
+#include <functional>
 #include <mutex>
 #include <vector>
 
@@ -20,8 +21,10 @@ class Refinement {
  public:
   /// Both must outlive it.
   Refinement(const RayScene& scene, const RenderRequest& request);
-  /// False after a break. Passes on the exceptions of workers.
-  bool run();
+  /// False after a break. Passes on the exceptions of workers. `afterFirst` runs when the first coarse
+  /// picture is there, of which no sample is kept; it may change the scene's structures, and false ends the
+  /// run.
+  bool run(const std::function<bool()>& afterFirst = {});
   /// Denoises the finished picture when the settings ask for it. False after a break: the noisy picture is
   /// then complete. A picture that cannot be denoised stays noisy, see `problem`.
   bool denoise();

@@ -52,8 +52,8 @@ class SnapshotRender {
   }
 
   RenderOutcome trace() {
-    const auto built =
-        RayScene::build(request_.snapshot, request_.settings, workerCount(), request_.hooks.stopped);
+    const auto built = RayScene::build(request_.snapshot, request_.settings, workerCount(),
+                                       request_.hooks.stopped, BuildCare::quickFirst);
     static_cast<BuildCounts&>(report_.stats) = built.counts;
     noteUndecoded(built.undecoded);
     report_.stats.buildMs = request_.since.milliseconds();
@@ -61,7 +61,8 @@ class SnapshotRender {
     Refinement refinement(*built.scene, request_);
     const RenderHooks& hooks = request_.hooks;
     if (hooks.beginPasses) hooks.beginPasses();
-    const bool whole = refinement.run();
+    const bool whole =
+        refinement.run([&] { return built.scene->buildCarefully(workerCount(), request_.hooks.stopped); });
     if (hooks.endPasses) hooks.endPasses();
     report_.stats.firstPixelsMs = refinement.firstPixelsMs();
     report_.stats.rays = refinement.rays();

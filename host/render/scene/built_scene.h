@@ -13,7 +13,7 @@ namespace host::render {
 
 template <class Scene>
 struct BuiltScene {
-  std::unique_ptr<const Scene> scene; // null after a break
+  std::unique_ptr<Scene> scene; // null after a break
   BuildCounts counts;
   std::vector<std::string> undecoded; // a sentence for each picture that does not decode
 

@@ -59,7 +59,7 @@ std::vector<bool> usedMaterials(const Snapshot& snapshot) {
 } // namespace
 
 BuiltScene<RayScene> RayScene::build(SnapshotPtr snapshot, const RenderSettings& settings, int workers,
-                                     const Stopped& stopped) {
+                                     const Stopped& stopped, BuildCare care) {
   BuiltScene<RayScene> built;
   std::unique_ptr<RayScene> scene(new RayScene);
   scene->origin_ = renderOrigin(*snapshot);
@@ -70,11 +70,12 @@ BuiltScene<RayScene> RayScene::build(SnapshotPtr snapshot, const RenderSettings&
     built.counts.triangles += mesh->triangles.size();
 
   SceneCache& cache = SceneCache::shared();
-  SceneCache::Meshes meshes = cache.meshes(placed, workers, stopped);
+  SceneCache::Meshes meshes = cache.meshes(placed, workers, stopped, care);
   built.counts.meshesBuilt = meshes.built;
   built.counts.meshesReused = meshes.reused;
   if (!meshes.complete) return built;
   scene->accels_ = std::move(meshes.accels);
+  scene->quick_ = meshes.quick;
 
   const std::vector<bool> used = usedMaterials(s);
   MaterialCompiler compiler(s.materials, used);
@@ -93,6 +94,20 @@ BuiltScene<RayScene> RayScene::build(SnapshotPtr snapshot, const RenderSettings&
   scene->lights_.finish();
   if (scene->buildTop(workers, stopped)) built.scene = std::move(scene);
   return built;
+}
+
+bool RayScene::buildCarefully(int workers, const Stopped& stopped) {
+  if (!quick_) return true;
+  top_ = EmbreeScene();
+  accels_.clear();
+  std::vector<MeshPtr> wanted;
+  for (const PlacedMesh& placed : placed_)
+    wanted.push_back(placed.source->mesh);
+  SceneCache::Meshes meshes = SceneCache::shared().meshes(wanted, workers, stopped);
+  if (!meshes.complete) return false;
+  accels_ = std::move(meshes.accels);
+  quick_ = false;
+  return buildTop(workers, stopped);
 }
 
 // Places the usable instances; their meshes in the order of `placed_`.

@@ -39,7 +39,12 @@ class RayScene final : public OcclusionQuery {
  public:
   /// Throws std::bad_alloc.
   static BuiltScene<RayScene> build(SnapshotPtr snapshot, const RenderSettings& settings, int workers,
-                                    const Stopped& stopped);
+                                    const Stopped& stopped, BuildCare care = BuildCare::careful);
+  /// Replaces quick structures by careful ones; frees the quick ones first. Hits may differ before and after
+  /// in the last bits, so no sample of a finished picture comes from a quick structure. False after a break:
+  /// the scene has no structures then. Throws std::bad_alloc.
+  bool buildCarefully(int workers, const Stopped& stopped);
+  bool isQuick() const { return quick_; }
 
   /// The first hit along a ray among the surfaces of the mask. A ray that is not finite hits nothing.
   /// `coherent`: neighbouring rays are traced one after another.
@@ -84,6 +89,7 @@ class RayScene final : public OcclusionQuery {
   float size_ = 1;
   float room_ = 1e17f; // limit of the coordinates' sum at a ray's origin
   bool filters_ = false;
+  bool quick_ = false;
 };
 
 } // namespace host::render

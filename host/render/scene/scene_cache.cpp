@@ -20,13 +20,26 @@ constexpr std::size_t carefulTriangles = 40000;
 // From this size on all workers build a mesh together.
 constexpr std::size_t jointTriangles = 20000;
 
-std::shared_ptr<MeshAccel> prepare(const MeshPtr& mesh) {
+// From this size on a mesh is worth a quick structure for the first picture.
+constexpr std::size_t quickTriangles = 200'000;
+// From this size on structures are compact: half the memory, and rays that take half as long again.
+constexpr std::size_t compactTriangles = 4'000'000;
+
+RTCBuildQuality qualityFor(std::size_t triangles, bool quick) {
+  if (quick) return RTC_BUILD_QUALITY_LOW;
+  return triangles <= carefulTriangles ? RTC_BUILD_QUALITY_HIGH : RTC_BUILD_QUALITY_MEDIUM;
+}
+
+std::shared_ptr<MeshAccel> prepare(const MeshPtr& mesh, bool quick) {
   auto accel = std::make_shared<MeshAccel>();
   const std::size_t triangles = mesh->triangles.size(), vertices = mesh->positions.size();
   accel->mesh = mesh;
-  accel->scene = EmbreeScene(RTC_SCENE_FLAG_ROBUST, triangles <= carefulTriangles ? RTC_BUILD_QUALITY_HIGH
-                                                                                  : RTC_BUILD_QUALITY_MEDIUM);
-  accel->bytes = sizeof(MeshAccel) + triangles * 130 + vertices * 12;
+  const bool compact = triangles >= compactTriangles;
+  const RTCBuildQuality quality = qualityFor(triangles, quick);
+  accel->quick = quick;
+  accel->scene =
+      EmbreeScene(compact ? RTC_SCENE_FLAG_ROBUST | RTC_SCENE_FLAG_COMPACT : RTC_SCENE_FLAG_ROBUST, quality);
+  accel->bytes = sizeof(MeshAccel) + triangles * (compact ? 50 : 130) + vertices * 12;
   const RTCGeometry geometry = rtcNewGeometry(embreeDevice(), RTC_GEOMETRY_TYPE_TRIANGLE);
   if (!geometry) throw std::bad_alloc();
   // Embree reads past the last vertex of a shared buffer, so the vertices are copied into a buffer of its
@@ -39,6 +52,7 @@ std::shared_ptr<MeshAccel> prepare(const MeshPtr& mesh) {
   if (points)
     std::transform(mesh->positions.begin(), mesh->positions.end(), points,
                    [&](const Float3& p) { return minus(p, center); });
+  rtcSetGeometryBuildQuality(geometry, quality);
   rtcCommitGeometry(geometry);
   rtcAttachGeometryByID(accel->scene.get(), geometry, 0);
   rtcReleaseGeometry(geometry);
@@ -122,8 +136,8 @@ bool SceneCache::build(const PendingMeshes& pending, int workers, const Stopped&
   return !broken;
 }
 
-SceneCache::Meshes SceneCache::meshes(const std::vector<MeshPtr>& wanted, int workers,
-                                      const Stopped& stopped) {
+SceneCache::Meshes SceneCache::meshes(const std::vector<MeshPtr>& wanted, int workers, const Stopped& stopped,
+                                      BuildCare care) {
   dropUnused();
   Meshes out;
   std::map<Identity, MeshAccelPtr> found;
@@ -136,14 +150,16 @@ SceneCache::Meshes SceneCache::meshes(const std::vector<MeshPtr>& wanted, int wo
       ++out.reused;
       continue;
     }
-    auto accel = prepare(mesh);
+    const bool quick = care == BuildCare::quickFirst && mesh->triangles.size() >= quickTriangles;
+    out.quick = out.quick || quick;
+    auto accel = prepare(mesh, quick);
     slot->second = accel;
     (mesh->triangles.size() < jointTriangles ? pending.small : pending.large).push_back(std::move(accel));
   }
   if (!build(pending, workers, stopped)) return out;
   for (const auto* list : {&pending.small, &pending.large})
     for (const auto& accel : *list) {
-      put(Key::ofMesh(accel->mesh->id), {accel, accel->mesh, 1, accel->bytes, {}});
+      if (!accel->quick) put(Key::ofMesh(accel->mesh->id), {accel, accel->mesh, 1, accel->bytes, {}});
       ++out.built;
     }
   out.accels.reserve(wanted.size());

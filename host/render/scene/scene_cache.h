@@ -21,8 +21,13 @@ struct MeshAccel {
   MeshPtr mesh; // keeps the source data alive
   EmbreeScene scene;
   std::size_t bytes = 0;
+  bool quick = false; // for the first picture
 };
 using MeshAccelPtr = std::shared_ptr<const MeshAccel>;
+
+/// The care taken with structures that have to be built. Quick ones take a third of the time, and their rays
+/// half as long again; they are made of large meshes only and not kept.
+enum class BuildCare : std::uint8_t { careful, quickFirst };
 
 /// Returns true when the render is to end. May be empty; called often and by every worker.
 using Stopped = std::function<bool()>;
@@ -38,9 +43,11 @@ class SceneCache {
     bool complete = false; // false after a break
     std::vector<MeshAccelPtr> accels;
     std::uint32_t built = 0, reused = 0;
+    bool quick = false; // some are quick ones
   };
   /// The structures of the meshes, in order; the workers build missing ones. Throws std::bad_alloc.
-  Meshes meshes(const std::vector<MeshPtr>& wanted, int workers, const Stopped& stopped);
+  Meshes meshes(const std::vector<MeshPtr>& wanted, int workers, const Stopped& stopped,
+                BuildCare care = BuildCare::careful);
 
   struct TextureRequest {
     PicturePtr picture; // has bytes
