@@ -69,6 +69,8 @@ class LightSet {
     }
     return sum;
   }
+  /// Lamps and glowing triangles with a place.
+  std::size_t count() const { return tree_.lightCount(); }
   bool hasFindable() const { return findable_; }
 
   /// Density of `sample` for a point on the glowing triangle `index`. `facing` is |cosine| at the triangle.

@@ -36,7 +36,7 @@ class LightTree {
   explicit LightTree(const std::vector<LightBounds>& lights);
 
   bool empty() const { return nodes_.empty(); }
-  std::size_t nodeCount() const { return nodes_.size(); }
+  std::size_t lightCount() const { return leafOf_.size(); }
 
   struct Choice {
     std::uint32_t light = 0;

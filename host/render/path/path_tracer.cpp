@@ -15,6 +15,8 @@ constexpr float skyCaustic = 4;         // limit of the sky in a mirror with cau
 constexpr float creviceReach = 0.1f;    // of ambient occlusion, in sizes of the scene
 constexpr int mostSegments = 256;       // surfaces passed straight through included
 constexpr int sureBounces = 3;          // before Russian roulette may end a path
+constexpr std::size_t manyLights =
+    32; // from this number on, surfaces seen by the camera take two light samples
 
 Vec3 atMost(Vec3 c, float limit) {
   const float m = maxComponent(c);
@@ -41,9 +43,10 @@ struct Path {
   bool seeking = false; // mirrors and clear glass only so far: the surface of the first hit is still to come
   Vec3 tint{1, 1, 1};   // by those
 
-  Vec3 vertex{};    // the last one; `travelled` counts from here
-  LightPick pick{}; // chances of the lights at the last vertex that sampled them
-  float pdf = 0;    // of the ray's direction; 0 where lights could not be sampled: the camera, a mirror
+  Vec3 vertex{};          // the last one; `travelled` counts from here
+  LightPick pick{};       // chances of the lights at the last vertex that sampled them
+  float lightSamples = 1; // taken there
+  float pdf = 0;          // of the ray's direction; 0 where lights could not be sampled: the camera, a mirror
 
   bool atCamera() const { return bounces == 0; }
   bool indirect() const { return wideScatters >= 2; }
@@ -191,6 +194,7 @@ class PathTracer {
   // Weight of light that the path hits, against a light sample with density `lightPdf`. With a density of 0
   // only one of the two can find the light.
   float hitWeight(const Path& path, float lightPdf) const {
+    lightPdf *= path.lightSamples;
     if (path.pdf <= 0 || lightPdf <= 0) return 1;
     if (settings_.lightSampling == LightSampling::lightsOnly) return 0;
     if (settings_.lightSampling == LightSampling::surfacesOnly) return 1;
@@ -257,14 +261,29 @@ class PathTracer {
     return Bsdf(look, s.normal, exit.normal, -path.ray.direction, s.front, separate);
   }
 
-  // Next event estimation: one light, chosen by its estimated share, and a shadow ray to a point of it.
+  // Next event estimation: a light, chosen by its estimated share, and a shadow ray to a point of it.
   void sampleDirectLight(Path& path, const Surface& s, const Exit& exit, const Bsdf& bsdf) const {
     if (!bsdf.hasSmoothPart()) return;
     path.pick = lights_.pick({exit.position, s.material->transmits ? Vec3() : s.normal});
     if (!path.pick.any()) return;
-    const float choice = path.sampler.next1();
-    const std::optional<LightSample> light = lights_.sample(path.pick, choice, path.sampler.next2());
+    const int count = samplesOfLights(path);
+    path.lightSamples = static_cast<float>(count);
+    for (int i = 0; i < count; ++i)
+      addLightSample(path, s, exit, bsdf, i);
+  }
+
+  int samplesOfLights(const Path& path) const {
+    return path.atCamera() && lights_.count() >= manyLights ? 2 : 1;
+  }
+
+  // The choices are spread evenly over the lights.
+  void addLightSample(Path& path, const Surface& s, const Exit& exit, const Bsdf& bsdf, int number) const {
+    const float choice = (static_cast<float>(number) + path.sampler.next1()) / path.lightSamples;
+    std::optional<LightSample> light =
+        lights_.sample(path.pick, std::min(choice, 0.99999994f), path.sampler.next2());
     if (!light) return;
+    light->pdf *= path.lightSamples;
+    light->radiance *= 1 / path.lightSamples;
     if (settings_.lightSampling == LightSampling::surfacesOnly && light->pdf > 0) return;
     const float pdf = settings_.lightSampling == LightSampling::lightsOnly ? 0 : light->pdf;
     Vec3 value = bsdf.towardsLight(light->direction, pdf) * light->radiance;

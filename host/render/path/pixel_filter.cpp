@@ -79,13 +79,19 @@ PixelFilter::PixelFilter(Filter kind) : radius_(radiusOf(kind)) {
   for (float& c : cdf_)
     c /= total;
   cdf_[cells] = 1;
+  for (std::size_t cell = 0, i = 0; i < cells; ++i) {
+    while (cdf_[cell + 1] <= static_cast<float>(i) / cells && cell + 1 < cells)
+      ++cell;
+    first_[i] = static_cast<std::uint8_t>(cell);
+  }
   for (float& s : sign_)
     s *= total / signedTotal;
 }
 
 float PixelFilter::sampleAxis(float u, float& weight) const {
-  const auto above = std::upper_bound(cdf_.begin() + 1, cdf_.end() - 1, u);
-  const auto cell = static_cast<std::size_t>(above - cdf_.begin()) - 1;
+  std::size_t cell = first_[static_cast<std::size_t>(u * cells)];
+  while (cell + 1 < cells && cdf_[cell + 1] <= u)
+    ++cell;
   const float width = cdf_[cell + 1] - cdf_[cell];
   const float inside = width > 0 ? clamp01((u - cdf_[cell]) / width) : 0.5f;
   weight *= sign_[cell];

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <array>
+#include <cstdint>
 
 #include "render_settings.h"
 #include "vecmath.h"
@@ -17,7 +18,7 @@ class PixelFilter {
     Vec2 offset;  // from the pixel's centre, in pixels
     float weight; // of mean 1; constant for filters without negative lobes
   };
-  /// `u` in the unit square.
+  /// `u` in the unit square, below 1.
   Sample sample(Vec2 u) const;
   /// Half the width, in pixels.
   float radius() const { return radius_; }
@@ -30,6 +31,7 @@ class PixelFilter {
   float radius_;
   std::array<float, cells + 1> cdf_{};
   std::array<float, cells> sign_{};
+  std::array<std::uint8_t, cells> first_{}; // the cell of u = i / cells, where the search begins
 };
 
 } // namespace host::render

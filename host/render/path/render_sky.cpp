@@ -34,48 +34,75 @@ Vec3 RenderSky::radiance(Vec3 d) const {
   return {};
 }
 
-// At most 512 x 256 cells over the picture: mean brightness of the cell times its solid angle.
+namespace {
+
+// The mean over each cell of a picture that is interpolated between the centres of its cells: weights 1/8,
+// 6/8 and 1/8 along both axes. Columns repeat, rows end.
+void averageOverCells(std::vector<float>& cells, std::size_t w, std::size_t h) {
+  std::vector<float> across(cells.size());
+  for (std::size_t y = 0; y < h; ++y) {
+    const float* row = &cells[y * w];
+    for (std::size_t x = 0; x < w; ++x)
+      across[y * w + x] = 0.75f * row[x] + 0.125f * (row[x ? x - 1 : w - 1] + row[x + 1 < w ? x + 1 : 0]);
+  }
+  for (std::size_t y = 0; y < h; ++y) {
+    const float *above = &across[(y ? y - 1 : 0) * w], *below = &across[std::min(y + 1, h - 1) * w];
+    for (std::size_t x = 0; x < w; ++x)
+      cells[y * w + x] = 0.75f * across[y * w + x] + 0.125f * (above[x] + below[x]);
+  }
+}
+
+// Below this share of its light above the mean, a sky is even enough for scattered rays alone.
+constexpr float leastExcess = 0.02f;
+
+} // namespace
+
+// At most 1024 x 512 cells over the picture: brightness of the cell above the sky's mean, times its solid
+// angle. Scattered rays find the rest well, and a sample spent on it is one less for the bright places
+// (Karlik et al. 2019, "MIS Compensation").
 void RenderSky::buildDistribution() {
   int level = 0;
-  while (texture_->levelWidth(level) > 512 || texture_->levelHeight(level) > 256)
+  while (texture_->levelWidth(level) > 1024 || texture_->levelHeight(level) > 512)
     ++level;
   columns_ = texture_->levelWidth(level), rows_ = texture_->levelHeight(level);
   const auto w = static_cast<std::size_t>(columns_), h = static_cast<std::size_t>(rows_);
+  const auto sineOf = [&](std::size_t y) {
+    return std::sin((static_cast<float>(y) + 0.5f) / static_cast<float>(h) * pi);
+  };
   cell_.resize(w * h);
-  columnCdf_.resize((w + 1) * h);
-  rowCdf_.assign(h + 1, 0);
   double solid = 0;
   Vec3 sum;
   for (std::size_t y = 0; y < h; ++y) {
-    const float sine = std::sin((static_cast<float>(y) + 0.5f) / static_cast<float>(h) * pi);
-    float* cdf = &columnCdf_[y * (w + 1)];
+    Vec3 row;
     for (std::size_t x = 0; x < w; ++x) {
       const Rgba t = texture_->texel(level, static_cast<int>(x), static_cast<int>(y));
       const Vec3 c = Vec3(std::max(0.0f, t.r), std::max(0.0f, t.g), std::max(0.0f, t.b)) * color_;
-      sum += c * sine;
-      solid += static_cast<double>(sine);
-      cell_[y * w + x] = luminance(c) * sine;
-      cdf[x + 1] = cdf[x] + cell_[y * w + x];
+      row += c;
+      cell_[y * w + x] = luminance(c);
     }
-    rowCdf_[y + 1] = rowCdf_[y] + cdf[w];
+    sum += row * sineOf(y);
+    solid += static_cast<double>(sineOf(y)) * static_cast<double>(w);
   }
   mean_ = sum * static_cast<float>(1 / solid);
-  const float total = rowCdf_[h];
-  if (!(total > 0)) { // black
-    rowCdf_.clear();
-    return;
-  }
-  // A minimum keeps every direction possible: bilinear reads reach beyond a bright cell.
-  const float least = 0.02f * total / static_cast<float>(w * h);
+  averageOverCells(cell_, w, h);
+  const float mean = luminance(mean_);
+  columnCdf_.assign((w + 1) * h, 0);
+  rowCdf_.assign(h + 1, 0);
   for (std::size_t y = 0; y < h; ++y) {
     float* cdf = &columnCdf_[y * (w + 1)];
     for (std::size_t x = 0; x < w; ++x) {
-      cell_[y * w + x] += least;
-      cdf[x + 1] = cdf[x] + cell_[y * w + x];
+      float& cell = cell_[y * w + x];
+      cell = std::max(0.0f, cell - mean) * sineOf(y);
+      cdf[x + 1] = cdf[x] + cell;
     }
     rowCdf_[y + 1] = rowCdf_[y] + cdf[w];
   }
-  const float scale = static_cast<float>(w * h) / rowCdf_[h];
+  const float total = rowCdf_[h];
+  if (!(total > leastExcess * mean * static_cast<float>(solid))) {
+    rowCdf_.clear();
+    return;
+  }
+  const float scale = static_cast<float>(w * h) / total;
   for (float& c : cell_)
     c *= scale;
 }

@@ -22,6 +22,7 @@ class RenderSky {
   Vec3 mean() const { return mean_; }
 
   /// True when directions are sampled by brightness; other skies are even, so rays find them well enough.
+  /// Directions no brighter than the mean have density 0.
   bool sampled() const { return !rowCdf_.empty(); }
   struct Sample {
     Vec3 direction;
