@@ -6,8 +6,6 @@
 //   bench_render_bench --generated TRIANGLES
 //
 // The second form makes a scene of one mesh and measures its loading, its first pictures and the memory.
-#include <sys/resource.h>
-
 #include <algorithm>
 #include <atomic>
 #include <chrono>
@@ -23,6 +21,7 @@
 #include "c4d.h"
 #include "film.h"
 #include "generated_scene.h"
+#include "platform.h"
 #include "program.h"
 #include "ray_scene.h"
 #include "render_stats.h"
@@ -262,9 +261,7 @@ void measureGenerated(std::size_t triangles) {
   std::printf("%s\n  loaded in %.3f s of processor time %s\n", file.c_str(), processorSeconds() - start,
               loaded.error.c_str());
   if (loaded.document) SceneBench(*loaded.document, 1).firstPictures();
-  rusage used{};
-  getrusage(RUSAGE_SELF, &used);
-  std::printf("  peak memory %ld MB\n", used.ru_maxrss / 1024);
+  std::printf("  peak memory %.0f MB\n", static_cast<double>(platform::peakMemory()) / 1e6);
 }
 
 } // namespace

@@ -163,6 +163,7 @@ unsigned RayScene::maskOf(const Instance& instance) const {
 bool RayScene::buildTop(int workers, const Stopped& stopped) {
   top_ = EmbreeScene(RTC_SCENE_FLAG_ROBUST, RTC_BUILD_QUALITY_MEDIUM);
   for (std::size_t i = 0; i < placed_.size(); ++i) {
+    if (i % 256 == 0 && stopped && stopped()) return false; // there may be a hundred thousand
     const RTCGeometry geometry = rtcNewGeometry(embreeDevice(), RTC_GEOMETRY_TYPE_INSTANCE);
     if (!geometry) throw std::bad_alloc();
     const Transform& t = placed_[i].toWorld;
