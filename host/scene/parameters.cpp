@@ -132,6 +132,8 @@ void fillShaders(Table& table) {
       .vector(aoBright, white);
 }
 
+constexpr LONG denoiseSetting = 7103; // of the renderer, see render_settings.h
+
 void fillRenderData(Table& table) {
   Filler data(table, NodeKind::renderData, 0);
   data.integer(RDATA_ANTIALIASING, 2)
@@ -145,6 +147,7 @@ void fillRenderData(Table& table) {
       .integer(RDATA_RENDERENGINE, RDATA_RENDERENGINE_STANDARD)
       .integer(RDATA_MAXSAMPLES, 64)
       .real(RDATA_NOISETHRESHOLD, 0.01)
+      .integer(denoiseSetting, 0)
       .integer(RDATA_RENDERREGION_LEFT, 0)
       .integer(RDATA_RENDERREGION_TOP, 0)
       .integer(RDATA_RENDERREGION_RIGHT, 0)

@@ -110,6 +110,21 @@ TEST(Film, LayersGrowAndGo) {
   EXPECT_EQ(film.layers()[0]->channels(), "XYZ");
 }
 
+TEST(Film, DoesNotGrowWhenALayerComesAndGoes) {
+  Film film(1, 1);
+  const host::FilmLayerPtr first = film.addLayer(host::film_layers::denoised, "RGB");
+  const float bright[3] = {1, 1, 1}, color[4] = {0.5f, 0, 0, 1};
+  first->set(0, bright);
+  film.setColor(0, 0, color);
+  film.removeLayer(host::film_layers::denoised);
+  float seen[4];
+  film.getShown(0, 0, seen);
+  EXPECT_EQ(seen[0], 0.5f);
+  EXPECT_EQ(film.addLayer(host::film_layers::denoised, "RGB"), first);
+  film.getShown(0, 0, seen);
+  EXPECT_EQ(seen[0], 0);
+}
+
 TEST(Film, ShowsTheDenoisedOrTheNoisyColour) {
   AutoAlloc<BaseBitmap> bitmap;
   ASSERT_EQ(bitmap->Init(2, 1, 24), IMAGERESULT_OK);

@@ -12,6 +12,7 @@
 #include "manager_kit.h"
 #include "number_field.h"
 #include "plugin_registry.h"
+#include "render_settings.h"
 #include "render_settings_dialog.h"
 
 using namespace host;
@@ -78,6 +79,19 @@ TEST_F(ManagerSettingsTest, NumbersReachTheDocument) {
   settle();
   EXPECT_EQ(number(RDATA_XRES).value(), 1280) << "the fields follow";
   EXPECT_EQ(number(RDATA_LOD).value(), 100);
+}
+
+TEST_F(ManagerSettingsTest, DenoisingIsOffAtTheEndOrLive) {
+  const DocumentPtr before = copy();
+  ASSERT_EQ(choice(render::denoiseSetting).count(), 3);
+  EXPECT_EQ(choice(render::denoiseSetting).currentIndex(), 0);
+  choose(render::denoiseSetting, 2);
+  EXPECT_EQ(value(render::denoiseSetting).GetLong(), 2);
+  edits().undo();
+  edits().undo();
+  expectEqual(before);
+  settle();
+  EXPECT_EQ(choice(render::denoiseSetting).currentIndex(), 0) << "the field follows";
 }
 
 TEST_F(ManagerSettingsTest, NumbersAreCutToTheirRanges) {
@@ -255,8 +269,8 @@ TEST_F(ManagerSettingsTest, TabGoesThroughThePageFromTheTop) {
   dialog->tabs().setCurrentIndex(1);
   settle();
   choice(RDATA_RENDERENGINE).setFocus();
-  const LONG order[] = {RDATA_MAXSAMPLES, RDATA_NOISETHRESHOLD, RDATA_ANTIALIASING, RDATA_AAFILTER,
-                        RDATA_LOD};
+  const LONG order[] = {RDATA_MAXSAMPLES,   RDATA_NOISETHRESHOLD, render::denoiseSetting,
+                        RDATA_ANTIALIASING, RDATA_AAFILTER,       RDATA_LOD};
   for (const LONG id : order) {
     QTest::keyClick(dialog->focusWidget(), Qt::Key_Tab);
     EXPECT_EQ(dialog->focusWidget(), dialog->field(id)) << id;

@@ -229,6 +229,42 @@ TEST_F(PictureViewerTest, AKeyClosesIt) {
   EXPECT_FALSE(viewer->isVisible());
 }
 
+TEST_F(PictureViewerTest, AKeyShowsTheNoisyAndTheDenoisedPicture) {
+  auto* action = viewer->findChild<QAction*>(QStringLiteral("denoise"));
+  ASSERT_NE(action, nullptr);
+  session->pictures().show(*picture(40, 30, 1), "plain");
+  settle();
+  EXPECT_FALSE(action->isEnabled());
+
+  const SharedBitmap bitmap = makeBitmap(40, 30);
+  const auto film = std::make_shared<Film>(40, 30);
+  const FilmLayerPtr clean = film->addLayer(film_layers::denoised, "RGB");
+  const float noisy[4] = {1, 1, 1, 1}, dark[3] = {0, 0, 0};
+  for (int y = 0; y < 30; ++y)
+    for (int x = 0; x < 40; ++x) {
+      film->setColor(x, y, noisy);
+      clean->set(film->pixelAt(x, y), dark);
+      bitmap->SetPixel(x, y, 0, 0, 0);
+    }
+  setFilm(*bitmap, film);
+  session->pictures().show(*bitmap, "denoised");
+  settle();
+  EXPECT_TRUE(action->isEnabled());
+  EXPECT_TRUE(action->isChecked());
+  const auto red = [&] {
+    UWORD r, g, b;
+    viewer->canvas().bitmap()->GetPixel(7, 8, &r, &g, &b);
+    return r;
+  };
+  EXPECT_EQ(red(), 0);
+  QTest::keyClick(viewer.get(), Qt::Key_D);
+  EXPECT_EQ(red(), 255);
+  EXPECT_FALSE(action->isChecked());
+  QTest::keyClick(viewer.get(), Qt::Key_D);
+  EXPECT_EQ(red(), 0);
+  EXPECT_TRUE(action->isChecked());
+}
+
 TEST_F(PictureViewerTest, KeysZoom) {
   session->pictures().show(*picture(40, 30, 1), "one");
   settle();

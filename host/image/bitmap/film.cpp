@@ -8,6 +8,15 @@
 #include "display_transform.h"
 
 namespace host {
+namespace {
+
+void clear(FilmLayer& layer, std::size_t pixels) {
+  const std::vector<float> zero(layer.channels().size());
+  for (std::size_t pixel = 0; pixel < pixels; ++pixel)
+    layer.set(pixel, zero.data());
+}
+
+} // namespace
 
 FilmLayer::FilmLayer(std::string name, std::string channels, std::size_t pixels, bool internal)
     : name_(std::move(name)), channels_(std::move(channels)), internal_(internal),
@@ -66,11 +75,21 @@ bool Film::showsDenoised() const noexcept {
   return showDenoised_.load(std::memory_order_relaxed) && denoised_.load(std::memory_order_relaxed);
 }
 
+// A removed layer is used again, so that a film does not grow from render to render.
 FilmLayerPtr Film::addLayer(std::string_view name, std::string_view channels, bool internal) {
   if (FilmLayerPtr known = findLayer(name)) return known;
-  auto made =
-      std::make_shared<FilmLayer>(std::string(name), std::string(channels), pixelAt(0, height_), internal);
+  const std::size_t pixels = pixelAt(0, height_);
   const std::lock_guard lock(guard_);
+  FilmLayerPtr made;
+  const auto removed = std::find_if(removed_.begin(), removed_.end(),
+                                    [&](const FilmLayerPtr& layer) { return layer->name() == name; });
+  if (removed != removed_.end()) {
+    made = *removed;
+    removed_.erase(removed);
+    clear(*made, pixels);
+  } else {
+    made = std::make_shared<FilmLayer>(std::string(name), std::string(channels), pixels, internal);
+  }
   layers_.push_back(made);
   if (name == film_layers::denoised) denoised_.store(made.get(), std::memory_order_release);
   if (name == film_layers::sky) sky_.store(made.get(), std::memory_order_release);

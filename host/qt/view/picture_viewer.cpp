@@ -129,6 +129,9 @@ void PictureViewer::buildToolBar() {
   in_ = add("zoom-in", tr("Zoom In"), {key("+"), key("=")}, [this, middle] { canvas_->zoomIn(middle()); });
   out_ = add("zoom-out", tr("Zoom Out"), {key("-")}, [this, middle] { canvas_->zoomOut(middle()); });
   bar_->addSeparator();
+  noise_ = add("denoise", tr("Without Noise"), {key("D")}, [this] { toggleNoise(); });
+  noise_->setCheckable(true);
+  noise_->setToolTip(tr("Shows the denoised picture, or the noisy one (D)"));
   full_ = add("fullscreen", tr("Full Screen"), {key("F11")}, [this] { setFullScreen(!isFullScreen()); });
   full_->setCheckable(true);
   // The keys keep working while the bar is hidden.
@@ -294,7 +297,25 @@ void PictureViewer::showCurrent() {
   for (QAction* action : {save_, remove_, fit_, one_, in_, out_})
     action->setEnabled(bitmap != nullptr);
   remove_->setEnabled(picture && !picture->running);
+  showNoise();
   zoom_->setVisible(bitmap != nullptr);
+}
+
+// The pictures of a render that was denoised have both colours in their film.
+void PictureViewer::showNoise() {
+  const BaseBitmap* bitmap = canvas_->bitmap().get();
+  const std::shared_ptr<Film> film = bitmap ? filmOf(*bitmap) : nullptr;
+  noise_->setEnabled(film && film->findLayer(film_layers::denoised));
+  noise_->setChecked(film && film->showsDenoised());
+}
+
+void PictureViewer::toggleNoise() {
+  const SharedBitmap bitmap = canvas_->bitmap();
+  const std::shared_ptr<Film> film = bitmap ? filmOf(*bitmap) : nullptr;
+  if (film) showDenoised(*bitmap, !film->showsDenoised());
+  canvas_->refresh();
+  showNoise();
+  if (hovered_.x() >= 0) showPixel(hovered_);
 }
 
 // A large picture is refreshed less often, so that the window stays responsive.
@@ -306,6 +327,7 @@ void PictureViewer::refreshPicture(bool now) {
   canvas_->refresh();
   refreshCost_ = timer.elapsed();
   sinceRefresh_.start();
+  showNoise(); // live denoising may have begun
   if (hovered_.x() >= 0) showPixel(hovered_);
 }
 

@@ -60,6 +60,8 @@ class PictureViewer : public QWidget {
   void refreshList();
   void showEntry(QListWidgetItem& item, const PictureList::Picture& picture) const;
   void showCurrent();
+  void showNoise();
+  void toggleNoise();
   void showWork();
   void showSaving();
   void showPixel(const QPoint& pixel);
@@ -80,7 +82,7 @@ class PictureViewer : public QWidget {
   QProgressBar* progress_ = nullptr;
   QToolButton* stop_ = nullptr;
   QAction *save_ = nullptr, *remove_ = nullptr, *fit_ = nullptr, *one_ = nullptr, *in_ = nullptr,
-          *out_ = nullptr, *full_ = nullptr, *render_ = nullptr;
+          *out_ = nullptr, *noise_ = nullptr, *full_ = nullptr, *render_ = nullptr;
   QPoint hovered_{-1, -1};
   QString folder_; // of the last save
   QElapsedTimer sinceRefresh_;

@@ -8,6 +8,7 @@
 #include "number_field.h"
 #include "quiet_combo.h"
 #include "render_effects_page.h"
+#include "render_settings.h"
 #include "theme.h"
 
 namespace host {
@@ -218,11 +219,16 @@ QWidget* RenderSettingsDialog::buildQuality() {
   fields_.addNumber(*samples, RDATA_NOISETHRESHOLD, tr("Noise threshold"),
                     tr("A pixel stops early when its noise falls below this. 0: it never does."), 0, 1, 4,
                     0.001);
+  fields_.addChoice(*samples, render::denoiseSetting, tr("Denoise"),
+                    tr("Takes the noise out of the finished picture, or live: while it refines as well. The "
+                       "noisy picture is kept; D shows it in the Picture Viewer."),
+                    {{0, tr("Off")}, {1, tr("At the end")}, {2, tr("Live")}});
   const auto standard = [this] {
     return fields_.value(RDATA_RENDERENGINE).GetLong() == RDATA_RENDERENGINE_STANDARD;
   };
   fields_.enable(RDATA_MAXSAMPLES, standard);
   fields_.enable(RDATA_NOISETHRESHOLD, standard);
+  fields_.enable(render::denoiseSetting, standard);
   QGridLayout* edges = fields_.addGroup(page, tr("Anti-Aliasing"));
   fields_.addChoice(
       *edges, RDATA_ANTIALIASING, tr("Anti-aliasing"),
