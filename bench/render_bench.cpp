@@ -223,7 +223,8 @@ class SceneBench {
   void plainQueries(double rate) const {
     const SnapshotPtr snapshot = takeSnapshot(*clone_, {});
     const auto scene = render::RayScene::build(snapshot, render::RenderSettings{}, workerCount(), {}).scene;
-    const RayList rays = collectRays(*scene, render::RenderCamera(scene->snapshot().camera, width, height));
+    const RayList rays =
+        collectRays(*scene, render::RenderCamera(scene->snapshot().camera, width, height, 1));
     const double coherent = plainRate(*scene, rays.camera, true);
     const double scattered = plainRate(*scene, rays.scattered, false);
     std::printf(

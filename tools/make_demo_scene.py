@@ -58,11 +58,13 @@ class Materials:
         self.lacquer = self.surface("Petrol lacquer", 0x16494C, 0.0, 0.42, extensions={
             "KHR_materials_clearcoat": {"clearcoatFactor": 1.0, "clearcoatRoughnessFactor": 0.03}})
         self.glass = self.surface("Clear glass", 0xFFFFFF, 0.0, 0.0, extensions={
-            "KHR_materials_transmission": {"transmissionFactor": 1.0}, "KHR_materials_ior": {"ior": 1.5}})
+            "KHR_materials_transmission": {"transmissionFactor": 1.0}, "KHR_materials_ior": {"ior": 1.5},
+            "KHR_materials_volume": {"thicknessFactor": 0.1}})
         self.stem = self.surface("Dry stem", 0x5B4A38, 0.0, 0.8)
         self.bud = self.surface("Dry bud", 0xDCCBAA, 0.0, 0.85)
         self.pebble = self.surface("Matte pebble", 0xCFC8BB, 0.0, 0.6)
-        self.doc.use("KHR_materials_clearcoat", "KHR_materials_transmission", "KHR_materials_ior")
+        self.doc.use("KHR_materials_clearcoat", "KHR_materials_transmission", "KHR_materials_ior",
+                     "KHR_materials_volume")
 
     @staticmethod
     def dusty_corners():

@@ -53,7 +53,8 @@ class Refinement::TileCount {
 Refinement::Refinement(const RayScene& scene, const RenderRequest& request)
     : scene_(scene), request_(request), settings_(request.settings), hooks_(request.hooks),
       width_(settings_.region.width()), height_(settings_.region.height()), samples_(samplesOf(settings_)),
-      camera_(scene.snapshot().camera, request.bitmap->GetBw(), request.bitmap->GetBh()),
+      camera_(scene.snapshot().camera, request.bitmap->GetBw(), request.bitmap->GetBh(),
+              request.settings.preview ? 1 : request.settings.samples),
       filter_(settings_.filter),
       film_(*request.bitmap, settings_, scene.sky().present() && scene.sky().seenByCamera()),
       pixels_(static_cast<std::size_t>(width_) * static_cast<std::size_t>(height_)),
@@ -225,7 +226,9 @@ Refinement::PixelSample Refinement::samplePixel(int x, int y, int number, Spread
   Sampler sampler(static_cast<std::uint32_t>(px), static_cast<std::uint32_t>(py), settings_.seed,
                   static_cast<std::uint32_t>(number));
   const Place place = placeSample(centre, spread, sampler);
-  return {tracePath(scene_, settings_, camera_.ray(place.point), camera_.cone(), sampler), place.weight};
+  const Vec2 lens = camera_.hasOpening() ? sampler.next2() : Vec2(0.5f, 0.5f);
+  return {tracePath(scene_, settings_, camera_.ray(place.point, lens), camera_.cone(), sampler),
+          place.weight};
 }
 
 void Refinement::commit(const Tile& tile) {

@@ -94,7 +94,10 @@ struct ShaderState : NodeState {
 
 /// Slots for shaders: the channels, then those without a channel.
 inline constexpr int channelCount = 14;
-inline constexpr int slotSpecular = 14, slotClearcoat = 15, slotClearcoatRoughness = 16, slotCount = 17;
+inline constexpr int slotSpecular = 14, slotClearcoat = 15, slotClearcoatRoughness = 16,
+                     slotClearcoatNormal = 17, slotThickness = 18, slotSheenColor = 19,
+                     slotSheenRoughness = 20, slotAnisotropy = 21, slotIridescence = 22, slotFilm = 23,
+                     slotDiffuseTransmission = 24, slotDiffuseTransmissionColor = 25, slotCount = 26;
 
 struct MaterialState : NodeState {
   explicit MaterialState(LONG nodeType) : NodeState(NodeKind::material, nodeType) {}

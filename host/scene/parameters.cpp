@@ -50,7 +50,12 @@ void fillObjects(Table& table) {
       .real(cameraXmag, 1)
       .real(cameraAspect, 0)
       .real(cameraNear, 0.01)
-      .real(cameraFar, 0);
+      .real(cameraFar, 0)
+      .real(cameraFitAspect, 0)
+      .real(cameraAperture, 0)
+      .real(cameraFocusDistance, 5)
+      .integer(cameraBlades, 0)
+      .real(cameraBladeRotation, 0);
   Filler(table, NodeKind::object, Olight)
       .integer(lightKind, 0)
       .vector(lightColor, white)
@@ -109,7 +114,22 @@ void fillMaterials(Table& table) {
       .real(clearcoatRoughness, 0)
       .flag(doubleSided, TRUE)
       .flag(unlit, FALSE)
-      .real(bumpHeight, 0.01);
+      .real(bumpHeight, 0.01)
+      .real(thickness, 0)
+      .vector(attenuationColor, white)
+      .real(attenuationDistance, 0)
+      .real(dispersion, 0)
+      .vector(sheenColor, Vector())
+      .real(sheenRoughness, 0)
+      .real(anisotropy, 0)
+      .real(anisotropyRotation, 0)
+      .real(iridescence, 0)
+      .real(iridescenceIor, 1.3)
+      .real(filmThin, 100)
+      .real(filmThick, 400)
+      .real(diffuseTransmission, 0)
+      .vector(diffuseTransmissionColor, white)
+      .real(clearcoatNormalScale, 1);
 }
 
 void fillShaders(Table& table) {

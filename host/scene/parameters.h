@@ -9,7 +9,9 @@ namespace host::param {
 inline constexpr LONG objectVisibleEditor = 901, objectVisibleRender = 902;
 // cameras
 inline constexpr LONG cameraProjection = 1001, cameraYfov = 1002, cameraYmag = 1003, cameraXmag = 1004,
-                      cameraAspect = 1005, cameraNear = 1006, cameraFar = 1007;
+                      cameraAspect = 1005, cameraNear = 1006, cameraFar = 1007, cameraFitAspect = 1008,
+                      cameraAperture = 1009, cameraFocusDistance = 1010, cameraBlades = 1011,
+                      cameraBladeRotation = 1012;
 // lights
 inline constexpr LONG lightKind = 1101, lightColor = 1102, lightIntensity = 1103, lightRange = 1104,
                       lightInnerCone = 1105, lightOuterCone = 1106, lightRadius = 1107, lightShadow = 1108;
@@ -34,7 +36,11 @@ inline constexpr LONG baseColor = 2100, baseAlpha = 2101, metallic = 2102, rough
                       occlusionStrength = 2104, emission = 2105, emissionStrength = 2106, normalScale = 2107,
                       alphaMode = 2108, alphaCutoff = 2109, transmission = 2110, ior = 2111, specular = 2112,
                       specularColor = 2113, clearcoat = 2114, clearcoatRoughness = 2115, doubleSided = 2116,
-                      unlit = 2117, bumpHeight = 2118;
+                      unlit = 2117, bumpHeight = 2118, thickness = 2119, attenuationColor = 2120,
+                      attenuationDistance = 2121, dispersion = 2122, sheenColor = 2123, sheenRoughness = 2124,
+                      anisotropy = 2125, anisotropyRotation = 2126, iridescence = 2127, iridescenceIor = 2128,
+                      filmThin = 2129, filmThick = 2130, diffuseTransmission = 2131,
+                      diffuseTransmissionColor = 2132, clearcoatNormalScale = 2133;
 // shaders
 inline constexpr LONG shaderMix = 1601, shaderAmount = 1602;
 inline constexpr LONG colorValue = 1611, colorAlpha = 1612;

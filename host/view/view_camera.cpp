@@ -126,6 +126,8 @@ ViewCamera viewCameraOf(const BaseDraw& view) {
   const double frameWidth = std::max<LONG>(1, frameRight - frameLeft);
   const double frameHeight = std::max<LONG>(1, frameBottom - frameTop);
   result.format = frameWidth / frameHeight;
+  const double fit = result.orthographic ? 0 : real(param::cameraFitAspect, 0, 1000, 0);
+  if (result.format < fit) result.half *= fit / result.format;
   result.inner = frameHeight / result.height;
   result.half /= result.inner;
   return result;

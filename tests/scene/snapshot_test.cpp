@@ -42,7 +42,37 @@ SceneBuilder full() {
              {"KHR_materials_transmission", {{"transmissionFactor", 0.5}}},
              {"KHR_materials_ior", {{"ior", 1.25}}},
              {"KHR_materials_specular", {{"specularFactor", 0.5}, {"specularColorFactor", {1, 0, 0}}}},
-             {"KHR_materials_clearcoat", {{"clearcoatFactor", 0.5}, {"clearcoatRoughnessFactor", 0.125}}}}}});
+             {"KHR_materials_clearcoat",
+              {{"clearcoatFactor", 0.5},
+               {"clearcoatRoughnessFactor", 0.125},
+               {"clearcoatNormalTexture", {{"index", 2}, {"scale", 0.25}}}}},
+             {"KHR_materials_volume",
+              {{"thicknessFactor", 0.5},
+               {"attenuationColor", {0.5, 0.25, 1}},
+               {"attenuationDistance", 0.75},
+               {"thicknessTexture", {{"index", 1}}}}},
+             {"KHR_materials_dispersion", {{"dispersion", 0.25}}},
+             {"KHR_materials_sheen",
+              {{"sheenColorFactor", {0.25, 0.5, 0.75}},
+               {"sheenRoughnessFactor", 0.5},
+               {"sheenColorTexture", {{"index", 0}}},
+               {"sheenRoughnessTexture", {{"index", 1}}}}},
+             {"KHR_materials_anisotropy",
+              {{"anisotropyStrength", 0.5},
+               {"anisotropyRotation", 0.25},
+               {"anisotropyTexture", {{"index", 1}}}}},
+             {"KHR_materials_iridescence",
+              {{"iridescenceFactor", 0.5},
+               {"iridescenceIor", 1.75},
+               {"iridescenceThicknessMinimum", 150},
+               {"iridescenceThicknessMaximum", 550},
+               {"iridescenceTexture", {{"index", 1}}},
+               {"iridescenceThicknessTexture", {{"index", 3}}}}},
+             {"KHR_materials_diffuse_transmission",
+              {{"diffuseTransmissionFactor", 0.25},
+               {"diffuseTransmissionColorFactor", {1, 0.5, 0.25}},
+               {"diffuseTransmissionTexture", {{"index", 1}}},
+               {"diffuseTransmissionColorTexture", {{"index", 0}}}}}}}});
   scene.addNode(Json{{"name", "n"}, {"mesh", scene.addQuad(material)}});
   return scene;
 }
@@ -81,6 +111,48 @@ TEST(SnapshotMaterials, carryEveryValue) {
   EXPECT_EQ(m->occlusionShade->texture.picture->name, "occlusion.png");
   EXPECT_EQ(m->occlusionShade->texture.uvSet, 1);
   EXPECT_EQ(m->emissionShade->texture.picture->name, "glow.png");
+  reload(*document);
+}
+
+TEST(SnapshotMaterials, carryTheirFinishAndBody) {
+  const DocumentPtr document = load(full());
+  const SurfaceMaterialPtr m = surface(document);
+  EXPECT_EQ(m->clearcoatNormalScale, 0.25F);
+  EXPECT_EQ(m->clearcoatNormalShade->texture.picture->name, "normal.png");
+  EXPECT_EQ(m->thickness, 0.5F);
+  EXPECT_EQ(m->attenuationColor, (Float3{0.5F, 0.25F, 1}));
+  EXPECT_EQ(m->attenuationDistance, 0.75F);
+  EXPECT_EQ(m->dispersion, 0.25F);
+  EXPECT_EQ(m->sheenColor, (Float3{0.25F, 0.5F, 0.75F}));
+  EXPECT_EQ(m->sheenRoughness, 0.5F);
+  EXPECT_EQ(m->sheenColorShade->texture.picture->name, "color.png");
+  EXPECT_EQ(m->sheenRoughnessShade->texture.picture->name, "mr.png");
+  EXPECT_EQ(m->anisotropy, 0.5F);
+  EXPECT_EQ(m->anisotropyRotation, 0.25F);
+  EXPECT_EQ(m->anisotropyShade->texture.picture->name, "mr.png");
+  EXPECT_EQ(m->iridescence, 0.5F);
+  EXPECT_EQ(m->iridescenceIor, 1.75F);
+  EXPECT_EQ(m->filmThin, 150);
+  EXPECT_EQ(m->filmThick, 550);
+  EXPECT_EQ(m->iridescenceShade->texture.picture->name, "mr.png");
+  EXPECT_EQ(m->filmShade->texture.picture->name, "occlusion.png");
+  EXPECT_EQ(m->diffuseTransmission, 0.25F);
+  EXPECT_EQ(m->diffuseTransmissionColor, (Float3{1, 0.5F, 0.25F}));
+  EXPECT_EQ(m->diffuseTransmissionShade->texture.picture->name, "mr.png");
+  EXPECT_EQ(m->diffuseTransmissionColorShade->texture.picture->name, "color.png");
+}
+
+// Without an entry a material has no volume and no finish.
+TEST(SnapshotMaterials, plainOnesAreThinAndBare) {
+  SceneBuilder scene;
+  scene.addNode(Json{{"mesh", scene.addQuad(scene.add("materials", Json{{"name", "plain"}}))}});
+  const SurfaceMaterialPtr m = surface(load(scene));
+  EXPECT_EQ(m->thickness, 0);
+  EXPECT_EQ(m->attenuationDistance, 0);
+  EXPECT_EQ(m->sheenColor, (Float3{}));
+  EXPECT_EQ(m->anisotropy, 0);
+  EXPECT_EQ(m->iridescence, 0);
+  EXPECT_EQ(m->diffuseTransmission, 0);
 }
 
 TEST(SnapshotMaterials, aChannelThatIsOffDropsItsWholeEffect) {
@@ -379,7 +451,18 @@ TEST(SnapshotInstances, camerasOfBothKinds) {
   EXPECT_EQ(camera.yfov, 0.5F);
   EXPECT_EQ(camera.zfar, 0);
   EXPECT_EQ(camera.object, options.camera->GetIdentity());
-  reload(*document);
+  EXPECT_EQ(camera.aperture, 0);
+  options.camera->SetParameter(param::cameraAperture, GeData(Real(0.25)));
+  options.camera->SetParameter(param::cameraFocusDistance, GeData(Real(3)));
+  options.camera->SetParameter(param::cameraBlades, GeData(LONG(6)));
+  options.camera->SetParameter(param::cameraBladeRotation, GeData(Real(0.5)));
+  const DocumentPtr again = reload(*document);
+  options.camera = objectNamed(again, "deep");
+  camera = takeSnapshot(*again, options)->camera;
+  EXPECT_EQ(camera.aperture, 0.25F);
+  EXPECT_EQ(camera.focusDistance, 3);
+  EXPECT_EQ(camera.blades, 6);
+  EXPECT_EQ(camera.bladeRotation, 0.5F);
 }
 
 TEST(SnapshotInstances, anUnchangedSourceGivesTheSameMesh) {

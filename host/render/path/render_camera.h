@@ -21,18 +21,26 @@ struct RayCone {
 /// grows to the right, y downwards.
 class RenderCamera {
  public:
-  RenderCamera(const SnapshotCamera& camera, int width, int height);
-  Ray ray(Vec2 pixel) const;
-  /// The cone of a pixel's rays.
+  /// `samples` a pixel: many of them average textures themselves, so each reads finer details.
+  RenderCamera(const SnapshotCamera& camera, int width, int height, int samples);
+  /// `lens` in the unit square: the place on the lens opening. Without an opening it has no effect.
+  Ray ray(Vec2 pixel, Vec2 lens = {0.5f, 0.5f}) const;
+  /// True when the picture depends on the place on the lens.
+  bool hasOpening() const { return radius_ > 0; }
+  /// The cone of one of a pixel's rays.
   RayCone cone() const { return cone_; }
   Vec3 origin() const { return origin_; }
   Vec3 forward() const { return forward_; }
 
  private:
+  Vec3 onLens(Vec2 lens) const;
   Vec3 origin_, right_, up_, forward_; // right and up span half the picture
   float scaleX_, scaleY_;              // pixels to -1..1
   float near_, far_;
   RayCone cone_;
+  Vec3 lensRight_, lensUp_; // unit
+  float radius_ = 0, focus_ = 1, bladeRotation_ = 0;
+  int blades_ = 0;
   bool orthographic_;
 };
 

@@ -220,15 +220,10 @@ void GlScene::setAmbient(const RenderSky& sky) {
     ambient_[i] *= solid * (i == 0 ? 1.0f : (i < 4 ? 2.0f / 3 : 0.25f));
 }
 
-float GlScene::halfHeight() const {
-  const SnapshotCamera& c = snapshot_->camera;
-  return c.orthographic ? std::max(1e-6f, std::abs(c.ymag))
-                        : std::tan(std::clamp(c.yfov, 1e-4f, pi - 1e-3f) / 2);
-}
-
 std::array<float, 16> GlScene::clipMatrix(int width, int height, Vec2 scale, Vec2 offset) const {
   const SnapshotCamera& c = snapshot_->camera;
-  const float half = halfHeight(), aspect = static_cast<float>(width) / static_cast<float>(height);
+  const float aspect = static_cast<float>(width) / static_cast<float>(height);
+  const float half = halfHeight(c, aspect);
   const float closest = std::max(c.orthographic ? 0.0f : 1e-4f, c.znear);
   const bool ends = c.zfar > c.znear;
   // The near plane is as far as the scene allows: distant surfaces keep different depths.

@@ -48,7 +48,6 @@ class GlScene {
   Vec3 right() const { return right_; } // unit axes
   Vec3 up() const { return up_; }
   Vec3 back() const { return back_; }
-  float halfHeight() const; // of the picture: at distance 1, or in metres
 
  private:
   GlScene() = default;

@@ -44,8 +44,8 @@ void GlTileState::useSky() {
   glUseProgram(program.name());
   setSky(program);
   const bool flat = scene_.camera().orthographic;
-  const float half = scene_.halfHeight();
   const float aspect = static_cast<float>(width_) / static_cast<float>(height_);
+  const float half = halfHeight(scene_.camera(), aspect);
   set(program.place("uForward"), -scene_.back());
   set(program.place("uRight"), flat ? Vec3() : scene_.right() * (half * aspect));
   set(program.place("uUp"), flat ? Vec3() : scene_.up() * half);

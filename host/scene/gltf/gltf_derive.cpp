@@ -110,6 +110,39 @@ Json lightJson(const NodeState& light) {
 
 // --- materials ---
 
+namespace {
+
+// Sheen, anisotropy, iridescence and the coat's normal map.
+void setFinish(BaseContainer& to, const Json& material) {
+  const Json& coat = extension(material, "KHR_materials_clearcoat");
+  setReal(to, clearcoatNormalScale, member(coat, "clearcoatNormalTexture"), "scale");
+  const Json& sheen = extension(material, "KHR_materials_sheen");
+  setVector(to, sheenColor, sheen, "sheenColorFactor");
+  setReal(to, sheenRoughness, sheen, "sheenRoughnessFactor");
+  const Json& brushed = extension(material, "KHR_materials_anisotropy");
+  setReal(to, anisotropy, brushed, "anisotropyStrength");
+  setReal(to, anisotropyRotation, brushed, "anisotropyRotation");
+  const Json& film = extension(material, "KHR_materials_iridescence");
+  setReal(to, iridescence, film, "iridescenceFactor");
+  setReal(to, iridescenceIor, film, "iridescenceIor");
+  setReal(to, filmThin, film, "iridescenceThicknessMinimum");
+  setReal(to, filmThick, film, "iridescenceThicknessMaximum");
+}
+
+// Light that passes through the material.
+void setBody(BaseContainer& to, const Json& material) {
+  const Json& volume = extension(material, "KHR_materials_volume");
+  setReal(to, thickness, volume, "thicknessFactor");
+  setVector(to, attenuationColor, volume, "attenuationColor");
+  setReal(to, attenuationDistance, volume, "attenuationDistance");
+  setReal(to, dispersion, extension(material, "KHR_materials_dispersion"), "dispersion");
+  const Json& through = extension(material, "KHR_materials_diffuse_transmission");
+  setReal(to, diffuseTransmission, through, "diffuseTransmissionFactor");
+  setVector(to, diffuseTransmissionColor, through, "diffuseTransmissionColorFactor");
+}
+
+} // namespace
+
 BaseContainer materialParameters(const Json& material) {
   BaseContainer to;
   const Json& pbr = member(material, "pbrMetallicRoughness");
@@ -131,6 +164,8 @@ BaseContainer materialParameters(const Json& material) {
   setVector(to, specularColor, extension(material, "KHR_materials_specular"), "specularColorFactor");
   setReal(to, clearcoat, extension(material, "KHR_materials_clearcoat"), "clearcoatFactor");
   setReal(to, clearcoatRoughness, extension(material, "KHR_materials_clearcoat"), "clearcoatRoughnessFactor");
+  setFinish(to, material);
+  setBody(to, material);
   to.SetBool(doubleSided, flagIn(material, "doubleSided") ? TRUE : FALSE);
   if (extension(material, "KHR_materials_unlit").is_object()) to.SetBool(unlit, TRUE);
   return to;
@@ -144,6 +179,34 @@ void putExtension(Json& material, const char* name, const NodeState& node,
   for (const auto& [key, id] : numbers)
     putReal(part, key, node, id);
   if (!part.empty()) material["extensions"][name] = std::move(part);
+}
+
+void putExtensionColor(Json& material, const char* name, const char* key, const NodeState& node, LONG id) {
+  if (has(node, id)) material["extensions"][name][key] = vectorJson(vector(node, id));
+}
+
+void putFinish(Json& to, const NodeState& m) {
+  putExtension(to, "KHR_materials_sheen", m, {{"sheenRoughnessFactor", sheenRoughness}});
+  putExtensionColor(to, "KHR_materials_sheen", "sheenColorFactor", m, sheenColor);
+  putExtension(to, "KHR_materials_anisotropy", m,
+               {{"anisotropyStrength", anisotropy}, {"anisotropyRotation", anisotropyRotation}});
+  putExtension(to, "KHR_materials_iridescence", m,
+               {{"iridescenceFactor", iridescence},
+                {"iridescenceIor", iridescenceIor},
+                {"iridescenceThicknessMinimum", filmThin},
+                {"iridescenceThicknessMaximum", filmThick}});
+}
+
+void putBody(Json& to, const NodeState& m) {
+  putExtension(to, "KHR_materials_volume", m, {{"thicknessFactor", thickness}});
+  putExtensionColor(to, "KHR_materials_volume", "attenuationColor", m, attenuationColor);
+  if (real(m, attenuationDistance) > 0) // the standard wants it above 0, or none
+    putReal(to["extensions"]["KHR_materials_volume"], "attenuationDistance", m, attenuationDistance);
+  putExtension(to, "KHR_materials_dispersion", m, {{"dispersion", dispersion}});
+  putExtension(to, "KHR_materials_diffuse_transmission", m,
+               {{"diffuseTransmissionFactor", diffuseTransmission}});
+  putExtensionColor(to, "KHR_materials_diffuse_transmission", "diffuseTransmissionColorFactor", m,
+                    diffuseTransmissionColor);
 }
 
 } // namespace
@@ -167,10 +230,11 @@ Json materialJson(const NodeState& m) {
   putExtension(to, "KHR_materials_transmission", m, {{"transmissionFactor", transmission}});
   putExtension(to, "KHR_materials_ior", m, {{"ior", ior}});
   putExtension(to, "KHR_materials_specular", m, {{"specularFactor", specular}});
-  if (has(m, specularColor))
-    to["extensions"]["KHR_materials_specular"]["specularColorFactor"] = vectorJson(vector(m, specularColor));
+  putExtensionColor(to, "KHR_materials_specular", "specularColorFactor", m, specularColor);
   putExtension(to, "KHR_materials_clearcoat", m,
                {{"clearcoatFactor", clearcoat}, {"clearcoatRoughnessFactor", clearcoatRoughness}});
+  putFinish(to, m);
+  putBody(to, m);
   if (flag(m, unlit)) to["extensions"]["KHR_materials_unlit"] = Json::object();
   return to;
 }
@@ -265,6 +329,17 @@ std::span<const TextureSlot> textureSlots() {
       TextureSlot{slotSpecular, "KHR_materials_specular", "specularTexture"},
       TextureSlot{slotClearcoat, "KHR_materials_clearcoat", "clearcoatTexture"},
       TextureSlot{slotClearcoatRoughness, "KHR_materials_clearcoat", "clearcoatRoughnessTexture"},
+      TextureSlot{slotClearcoatNormal, "KHR_materials_clearcoat", "clearcoatNormalTexture"},
+      TextureSlot{slotThickness, "KHR_materials_volume", "thicknessTexture"},
+      TextureSlot{slotSheenColor, "KHR_materials_sheen", "sheenColorTexture"},
+      TextureSlot{slotSheenRoughness, "KHR_materials_sheen", "sheenRoughnessTexture"},
+      TextureSlot{slotAnisotropy, "KHR_materials_anisotropy", "anisotropyTexture"},
+      TextureSlot{slotIridescence, "KHR_materials_iridescence", "iridescenceTexture"},
+      TextureSlot{slotFilm, "KHR_materials_iridescence", "iridescenceThicknessTexture"},
+      TextureSlot{slotDiffuseTransmission, "KHR_materials_diffuse_transmission",
+                  "diffuseTransmissionTexture"},
+      TextureSlot{slotDiffuseTransmissionColor, "KHR_materials_diffuse_transmission",
+                  "diffuseTransmissionColorTexture"},
   };
   return slots;
 }

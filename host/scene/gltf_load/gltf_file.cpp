@@ -85,7 +85,13 @@ void checkExtensions(const Json& root) {
                                                         "KHR_materials_pbrSpecularGlossiness",
                                                         "KHR_materials_variants",
                                                         "EXT_mesh_gpu_instancing",
-                                                        "EXT_meshopt_compression"};
+                                                        "EXT_meshopt_compression",
+                                                        "KHR_materials_volume",
+                                                        "KHR_materials_dispersion",
+                                                        "KHR_materials_sheen",
+                                                        "KHR_materials_anisotropy",
+                                                        "KHR_materials_iridescence",
+                                                        "KHR_materials_diffuse_transmission"};
   const Json& required = member(root, "extensionsRequired");
   for (std::size_t i = 0; i < countOf(required); ++i) {
     const std::string name = required[i].is_string() ? required[i].get<std::string>() : "?";

@@ -49,6 +49,7 @@ void putStrengths(const MaterialState& material, const TextureSlot& place, Json&
     if (value.GetType() == DA_REAL && std::isfinite(value.GetReal())) info[key] = value.GetReal();
   };
   if (place.slot == CHANNEL_NORMAL) put("scale", param::normalScale);
+  if (place.slot == slotClearcoatNormal) put("scale", param::clearcoatNormalScale);
   if (place.slot == CHANNEL_DIFFUSION) put("strength", param::occlusionStrength);
 }
 

@@ -3,8 +3,10 @@
 #include <cmath>
 #include <set>
 
+#include "active_document.h"
 #include "c4d_render.h"
 #include "document.h"
+#include "evaluate.h"
 #include "parameters.h"
 #include "scene_file.h"
 
@@ -65,16 +67,40 @@ std::optional<SceneBounds> sceneBounds(BaseDocument& document) {
   return box.empty ? std::nullopt : std::optional(SceneBounds{box.low, box.high});
 }
 
-void frameScene(BaseDocument& document, BaseDraw& view) {
+namespace {
+
+// Bounds over the document's frames: the current one, and some of its animation's.
+Box boxOfFrames(BaseDocument& document) {
+  constexpr int steps = 8;
   Box box = boxOf(document);
+  const DocumentState& state = *stateOf(&document);
+  if (!(lastKey(state) > 0)) return box;
+  const DocumentPtr clone(document.GetClone(COPYFLAGS_0));
+  DocumentState& moving = *stateOf(clone.get());
+  const Real from = state.minTime.Get(), to = state.maxTime.Get();
+  for (int i = 0; i <= steps; ++i) {
+    moving.time = BaseTime(from + (to - from) * i / steps);
+    applyTracks(moving);
+    applyExpressions(moving);
+    const Box one = boxOf(*clone);
+    if (!one.empty) box.add(one.low), box.add(one.high);
+  }
+  return box;
+}
+
+} // namespace
+
+void frameScene(BaseDocument& document, BaseDraw& view) {
+  Box box = boxOfFrames(document);
   if (box.empty) box.add({-1, -1, -1}), box.add({1, 1, 1});
 
   ObjectState& camera = *stateOf(&view)->editorCamera;
   const RenderDataState* settings = activeRenderData(*stateOf(&document));
   const Real width = settings ? param::integer(*settings, RDATA_XRES) : 16;
   const Real height = settings ? param::integer(*settings, RDATA_YRES) : 9;
+  const Real aspect = width > 0 && height > 0 ? width / height : 1;
   const Real tanY = std::tan(param::real(camera, param::cameraYfov) / 2);
-  const Real tanX = tanY * (width > 0 && height > 0 ? width / height : 1);
+  const Real tanX = tanY * aspect;
   const Vector center = (box.low + box.high) * 0.5;
   const Vector z = unit({0.6, 0.35, 1}), x = unit(Cross({0, 1, 0}, z)), y = Cross(z, x);
 
@@ -91,6 +117,7 @@ void frameScene(BaseDocument& document, BaseDraw& view) {
   const auto lock = lockOf(&camera);
   camera.local = {center + z * distance, x, y, z};
   camera.pose.reset();
+  camera.data.SetReal(param::cameraFitAspect, aspect); // narrower pictures show the same width
   if (distance < 1) camera.data.SetReal(param::cameraNear, distance * 0.01);
 }
 

@@ -82,6 +82,7 @@ class Taker {
   void takeLight(const ObjectState& object, const Matrix& world);
   void takeSky(const ObjectState& object);
   void takeCamera();
+  void takeLens(const ObjectState& camera);
   void addDefaultLight();
   void measure();
 
@@ -248,6 +249,16 @@ void Taker::takeCamera() {
   to.ymag = std::max(std::abs(number(*camera, param::cameraYmag)), 1e-9F);
   to.znear = std::max(number(*camera, param::cameraNear), 0.0F);
   to.zfar = std::max(number(*camera, param::cameraFar), 0.0F);
+  to.fitAspect = std::clamp(number(*camera, param::cameraFitAspect), 0.0F, 1000.0F);
+  takeLens(*camera);
+}
+
+void Taker::takeLens(const ObjectState& camera) {
+  SnapshotCamera& to = snapshot_->camera;
+  to.aperture = std::clamp(number(camera, param::cameraAperture), 0.0F, 1e6F);
+  to.focusDistance = std::clamp(number(camera, param::cameraFocusDistance), 1e-6F, 1e9F);
+  to.blades = static_cast<int>(std::clamp<LONG>(param::integer(camera, param::cameraBlades), 0, 64));
+  to.bladeRotation = number(camera, param::cameraBladeRotation);
 }
 
 // A light behind the viewer's left shoulder and a soft sky, which together expose a white wall well.
@@ -290,6 +301,12 @@ void Taker::measure() {
 }
 
 } // namespace
+
+float halfHeight(const SnapshotCamera& camera, float aspect) {
+  if (camera.orthographic) return std::max(1e-6F, std::abs(camera.ymag));
+  const float half = std::tan(std::clamp(camera.yfov, 1e-4F, 3.1406F) / 2);
+  return aspect > 0 && aspect < camera.fitAspect ? half * camera.fitAspect / aspect : half;
+}
 
 SnapshotPtr takeSnapshot(BaseDocument& document, const SnapshotOptions& options) {
   const DocumentState& state = *stateOf(&document);

@@ -87,6 +87,26 @@ struct SurfaceMaterial {
   float clearcoat = 0, clearcoatRoughness = 0;
   ShadePtr clearcoatShade;          // red
   ShadePtr clearcoatRoughnessShade; // green
+  float clearcoatNormalScale = 1;
+  ShadePtr clearcoatNormalShade;    // tangent space
+  float thickness = 0;              // 0: transmission is that of a thin sheet; else of a solid body
+  Float3 attenuationColor{1, 1, 1}; // of white light after the distance inside of a body
+  float attenuationDistance = 0;    // metres; 0: without end
+  float dispersion = 0;             // 20 over the Abbe number
+  Float3 sheenColor{0, 0, 0};
+  float sheenRoughness = 0;
+  ShadePtr sheenColorShade;
+  ShadePtr sheenRoughnessShade;                 // alpha
+  float anisotropy = 0, anisotropyRotation = 0; // 0 to 1; radians from the tangent, counter-clockwise
+  ShadePtr anisotropyShade;                     // direction in red and green, strength in blue
+  float iridescence = 0, iridescenceIor = 1.3f;
+  float filmThin = 100, filmThick = 400; // nanometres at 0 and 1 of the shade
+  ShadePtr iridescenceShade;             // red
+  ShadePtr filmShade;                    // green
+  float diffuseTransmission = 0;
+  ShadePtr diffuseTransmissionShade; // alpha
+  Float3 diffuseTransmissionColor{1, 1, 1};
+  ShadePtr diffuseTransmissionColorShade;
   bool doubleSided = true;
   bool unlit = false; // shows baseColor as it is
 };
@@ -120,8 +140,17 @@ struct SnapshotCamera {
   bool orthographic = false;
   float yfov = 0.8f;             // whole vertical angle
   float ymag = 1;                // orthographic: half the height
+  float fitAspect = 0;           // pictures narrower than this, width over height, keep the width instead
+  float aperture = 0;            // diameter of the lens opening in metres; 0: everything is sharp
+  float focusDistance = 5;       // metres along the axis
+  int blades = 0;                // of the opening, from 3 on; fewer: round
+  float bladeRotation = 0;       // radians, counter-clockwise as the camera sees it
   float znear = 0.01f, zfar = 0; // metres; zfar 0: unlimited
 };
+
+/// Half the height of what the camera sees: at a distance of 1 metre, orthographic in metres. `aspect` is the
+/// picture's width over its height.
+float halfHeight(const SnapshotCamera& camera, float aspect);
 
 enum class SkyKind : std::uint8_t { none, constant, gradient, picture };
 

@@ -29,6 +29,11 @@ Float3 color(const Vector& v, Real factor = 1) {
   return {part(v.x), part(v.y), part(v.z)};
 }
 
+Float3 unitColor(const Vector& v) {
+  const Float3 c = color(v);
+  return {std::min(c[0], 1.0F), std::min(c[1], 1.0F), std::min(c[2], 1.0F)};
+}
+
 Wrap wrapOf(LONG value) {
   return value == 1 ? Wrap::mirror : value == 2 ? Wrap::clamp : Wrap::repeat;
 }
@@ -132,6 +137,7 @@ class MaterialBuilder {
     fillRelief();
     fillTransparency();
     fillSpecular();
+    fillFinish();
     to_.doubleSided = param::flag(from_, param::doubleSided);
     to_.unlit = param::flag(from_, param::unlit);
     return std::make_shared<const SurfaceMaterial>(std::move(to_));
@@ -175,6 +181,8 @@ class MaterialBuilder {
     if (to_.clearcoat > 0) {
       to_.clearcoatShade = shade(slotClearcoat);
       to_.clearcoatRoughnessShade = shade(slotClearcoatRoughness);
+      to_.clearcoatNormalScale = number(from_, param::clearcoatNormalScale);
+      to_.clearcoatNormalShade = reliefShade(slotClearcoatNormal);
     }
   }
 
@@ -204,6 +212,15 @@ class MaterialBuilder {
     if (!on(param::switchTransparency)) return;
     to_.transmission = unitNumber(from_, param::transmission);
     if (to_.transmission > 0) to_.transmissionShade = shade(CHANNEL_TRANSPARENCY);
+    to_.thickness = std::max(number(from_, param::thickness), 0.0F);
+    to_.attenuationColor = unitColor(param::vector(from_, param::attenuationColor));
+    to_.attenuationDistance = std::max(number(from_, param::attenuationDistance), 0.0F);
+    to_.dispersion = std::clamp(number(from_, param::dispersion), 0.0F, 20.0F);
+    to_.diffuseTransmission = unitNumber(from_, param::diffuseTransmission);
+    if (to_.diffuseTransmission <= 0) return;
+    to_.diffuseTransmissionShade = shade(slotDiffuseTransmission);
+    to_.diffuseTransmissionColor = unitColor(param::vector(from_, param::diffuseTransmissionColor));
+    to_.diffuseTransmissionColorShade = shade(slotDiffuseTransmissionColor);
   }
 
   void fillSpecular() {
@@ -212,6 +229,27 @@ class MaterialBuilder {
     if (!on(param::switchSpecularColor)) return;
     to_.specularColor = color(param::vector(from_, param::specularColor));
     to_.specularColorShade = shade(CHANNEL_SPECULARCOLOR);
+  }
+
+  // Parts of the reflection that few materials have.
+  void fillFinish() {
+    if (!on(param::switchReflection)) return;
+    to_.sheenColor = unitColor(param::vector(from_, param::sheenColor));
+    to_.sheenRoughness = unitNumber(from_, param::sheenRoughness);
+    if (to_.sheenColor != Float3{}) {
+      to_.sheenColorShade = shade(slotSheenColor);
+      to_.sheenRoughnessShade = shade(slotSheenRoughness);
+    }
+    to_.anisotropy = unitNumber(from_, param::anisotropy);
+    to_.anisotropyRotation = number(from_, param::anisotropyRotation);
+    if (to_.anisotropy > 0) to_.anisotropyShade = reliefShade(slotAnisotropy);
+    to_.iridescence = unitNumber(from_, param::iridescence);
+    to_.iridescenceIor = std::clamp(number(from_, param::iridescenceIor), 1.0F, 10.0F);
+    to_.filmThin = std::clamp(number(from_, param::filmThin), 0.0F, 1e5F);
+    to_.filmThick = std::clamp(number(from_, param::filmThick), 0.0F, 1e5F);
+    if (to_.iridescence <= 0) return;
+    to_.iridescenceShade = shade(slotIridescence);
+    to_.filmShade = shade(slotFilm);
   }
 
   const MaterialState& from_;

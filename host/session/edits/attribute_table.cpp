@@ -147,6 +147,20 @@ void addCameras(Table& table) {
       .add(Id::cameraFar, Kind::real, "Far", param::cameraFar)
       .range(0, 1e12, 0, 0, 1)
       .unit("m");
+  table.of(NodeKind::object, Ocamera, "Depth of Field")
+      .add(Id::cameraAperture, Kind::real, "Aperture", param::cameraAperture)
+      .range(0, 1e6, 0, 100, 1)
+      .unit("mm")
+      .times(1000)
+      .add(Id::cameraFocusDistance, Kind::real, "Focus Distance", param::cameraFocusDistance)
+      .range(1e-6, 1e9, 0, 0, 0.05)
+      .unit("m")
+      .add(Id::cameraBlades, Kind::integer, "Blades", param::cameraBlades)
+      .range(0, 64, 0, 12, 1)
+      .unit("", 0)
+      .add(Id::cameraBladeRotation, Kind::real, "Blade Turn", param::cameraBladeRotation)
+      .range(-36000, 36000, -180, 180, 1)
+      .degrees();
 }
 
 void addSurroundings(Table& table) {
@@ -179,6 +193,45 @@ void addSurroundings(Table& table) {
       .unit("", 0);
 }
 
+void addFinish(Table& table) {
+  table.of(NodeKind::material, Mmaterial, "Finish")
+      .add(Id::materialSheenColor, Kind::color, "Sheen Color", param::sheenColor)
+      .range(0, 1, 0, 1, 0.01)
+      .add(Id::materialSheenRoughness, Kind::real, "Sheen Roughness", param::sheenRoughness)
+      .range(0, 1, 0, 1, 0.01)
+      .add(Id::materialAnisotropy, Kind::real, "Anisotropy", param::anisotropy)
+      .range(0, 1, 0, 1, 0.01)
+      .add(Id::materialAnisotropyRotation, Kind::real, "Anisotropy Turn", param::anisotropyRotation)
+      .range(-36000, 36000, -180, 180, 1)
+      .degrees()
+      .add(Id::materialIridescence, Kind::real, "Iridescence", param::iridescence)
+      .range(0, 1, 0, 1, 0.01)
+      .add(Id::materialIridescenceIor, Kind::real, "Film Refraction", param::iridescenceIor)
+      .range(1, 10, 1, 3, 0.01)
+      .add(Id::materialFilmThickness, Kind::real, "Film Thickness", param::filmThick)
+      .range(0, 1e5, 0, 1200, 5)
+      .unit("nm");
+}
+
+void addBody(Table& table) {
+  table.of(NodeKind::material, Mmaterial, "Body")
+      .add(Id::materialThickness, Kind::real, "Thickness", param::thickness)
+      .range(0, 1e6, 0, 0, 0.01)
+      .unit("m")
+      .add(Id::materialAttenuationColor, Kind::color, "Inner Color", param::attenuationColor)
+      .range(0, 1, 0, 1, 0.01)
+      .add(Id::materialAttenuationDistance, Kind::real, "Inner Color after", param::attenuationDistance)
+      .range(0, 1e9, 0, 0, 0.01)
+      .unit("m")
+      .add(Id::materialDispersion, Kind::real, "Dispersion", param::dispersion)
+      .range(0, 20, 0, 1, 0.01)
+      .add(Id::materialDiffuseTransmission, Kind::real, "Translucency", param::diffuseTransmission)
+      .range(0, 1, 0, 1, 0.01)
+      .add(Id::materialDiffuseTransmissionColor, Kind::color, "Translucency Color",
+           param::diffuseTransmissionColor)
+      .range(0, 1, 0, 1, 0.01);
+}
+
 void addMaterials(Table& table) {
   const auto part = [&](Id id, const char* label, LONG parameter) {
     table.add(id, Kind::real, label, parameter).range(0, 1, 0, 1, 0.01);
@@ -206,6 +259,8 @@ void addMaterials(Table& table) {
   part(Id::materialClearcoat, "Clear Coat", param::clearcoat);
   part(Id::materialClearcoatRoughness, "Clear Coat Roughness", param::clearcoatRoughness);
   table.add(Id::materialDoubleSided, Kind::boolean, "Double Sided", param::doubleSided);
+  addFinish(table);
+  addBody(table);
 }
 
 // The file of a picture; a packed one has only a name.
