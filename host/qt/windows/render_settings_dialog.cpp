@@ -295,10 +295,6 @@ QWidget* RenderSettingsDialog::buildOptions() {
   QGridLayout* save = fields_.addGroup(page, tr("Saving"));
   fields_.addSwitch(*save, RDATA_SAVEIMAGE, tr("Save the picture"), tr("Save in the Picture Viewer instead."),
                     false);
-  fields_.addSwitch(*save, RDATA_MULTIPASS_ENABLE, tr("Multi-pass"), tr("Several layers a picture."), false);
-  fields_.addSwitch(*save, RDATA_MULTIPASS_SAVEIMAGE, tr("Save the multi-pass picture"),
-                    tr("The layers in one file."), false, 1);
-  fields_.enable(RDATA_MULTIPASS_SAVEIMAGE, [this] { return fields_.isOn(RDATA_MULTIPASS_ENABLE); });
   static_cast<QVBoxLayout*>(page->layout())->addStretch(1);
   return page;
 }
