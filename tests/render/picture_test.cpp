@@ -110,6 +110,89 @@ TEST(Picture, CameraClipsNearAndFar) {
   EXPECT_EQ(draw(scene, 8, 1).mean().x, 0);
 }
 
+// Light passes a thin sheet without bending and takes its colour once; a body bends it and takes its colour
+// over two surfaces.
+TEST(Picture, ThinSheetsAndBodiesOfGlass) {
+  const auto seen = [](float thickness, float angle) {
+    Scene scene;
+    SurfaceMaterial& m = *scene.materials[0];
+    m.transmission = 1, m.roughness = 0, m.specular = 0, m.thickness = thickness;
+    m.baseColor = {0.25f, 0.25f, 0.25f, 1};
+    int back;
+    scene.addMaterial(&back).unlit = true;
+    // A pane turned by an angle; behind it a bright half plane that begins at x = 0.
+    const float c = std::cos(angle), s = std::sin(angle);
+    scene.add(quad({-2 * c, -2, 2 * s}, {4 * c, 0, -4 * s}, {0, 4, 0}));
+    scene.add(quad({0, -9, -9}, {9, 0, 0}, {0, 18, 0}), back);
+    scene.lookAt({0, 0, 5}, {0, 0, 0}, true, 0.5f);
+    return draw(scene, 16, 16);
+  };
+  const Result sheet = seen(0, 0.7f);
+  EXPECT_EQ(sheet.at(7, 8).x, 0) << "the edge of the half plane stays in place";
+  EXPECT_NEAR(sheet.at(8, 8).x, 0.25f, 1e-5f);
+  const Result body = seen(1, 0);
+  EXPECT_NEAR(body.mean(9, 1, 14, 14).x, 0.48f, 0.005f) << "one of the two surfaces of a body reflects 4 %";
+  EXPECT_GT(std::abs(seen(1, 0.7f).at(8, 8).x - 0.25f) + seen(1, 0.7f).at(7, 8).x, 0.1f);
+}
+
+TEST(Picture, LetteringAtAGrazingAngleIsReadable) {
+  // Stripes along the view on a floor seen 6 degrees above it, a few pixels wide in the middle of the
+  // picture.
+  const auto contrast = [](bool filtered) {
+    Scene scene;
+    SurfaceMaterial& m = *scene.materials[0];
+    m.unlit = true;
+    auto shade = std::make_shared<Shade>(*bitmapShade(picture(1024, 1024, [](int x, int) {
+      const int v = (x / 8) & 1 ? 255 : 0;
+      return std::array<int, 4>{v, v, v, 255};
+    })));
+    shade->texture.nearest = !filtered;
+    m.baseColorShade = shade;
+    scene.add(quad({-4, 0, 4}, {8, 0, 0}, {0, 0, -8}));
+    scene.lookAt({0, 0.4f, 4}, {0, 0, 0}, false, 0.2f);
+    const Result r = draw(scene, 48, 48, settings(48, 48, 16));
+    double sum = 0, square = 0;
+    for (int x = 8; x < 40; ++x) {
+      const double v = static_cast<double>(r.at(x, 24).x);
+      sum += v, square += v * v;
+    }
+    return std::sqrt(square / 32 - sum * sum / (32 * 32)) / (sum / 32);
+  };
+  const double exact = contrast(false);
+  ASSERT_GT(exact, 0.4);
+  EXPECT_GT(contrast(true), 0.85 * exact);
+}
+
+TEST(Picture, NormalMapsFollowSmoothTangents) {
+  // A coarse ball whose map leans all normals along u; with tangents of its own or with made ones.
+  const auto lit = [](bool tangents) {
+    Scene scene;
+    SurfaceMaterial& m = *scene.materials[0];
+    m.reflectionOn = false;
+    m.normalShade = bitmapShade(picture(2, 2, [](int, int) {
+      return std::array<int, 4>{218, 128, 218, 255};
+    }));
+    constexpr int rings = 6, columns = 2 * rings;
+    auto mesh = std::make_shared<Mesh>(*ball(1, rings));
+    mesh->id = newIdentity();
+    for (int i = 0; i <= rings; ++i)
+      for (int j = 0; j <= columns; ++j) {
+        const float phi = 2 * pi * static_cast<float>(j) / columns;
+        mesh->uv[0].push_back({static_cast<float>(j) / columns, static_cast<float>(i) / rings});
+        if (tangents) mesh->tangents.push_back({-std::sin(phi), 0, std::cos(phi), 1});
+      }
+    scene.add(mesh);
+    scene.addLight(LightKind::distant, {0.3f, 0.2f, 1}, {0, 0, 0}, pi);
+    scene.lookAt({0, 0, 5}, {0, 0, 0}, true, 0.6f);
+    return draw(scene, 24, 4);
+  };
+  const Result own = lit(true), made = lit(false);
+  double sum = 0;
+  for (std::size_t i = 0; i < own.pixels.size(); ++i)
+    sum += std::abs(static_cast<double>(own.pixels[i] - made.pixels[i]));
+  EXPECT_LT(sum / static_cast<double>(own.pixels.size()), 0.004);
+}
+
 TEST(Picture, AlphaMaskAndBlend) {
   const auto behind = [](AlphaMode mode, float alpha) {
     Scene scene;

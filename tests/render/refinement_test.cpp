@@ -21,6 +21,7 @@ Scene room() {
   int glass, metal;
   SurfaceMaterial& g = scene.addMaterial(&glass);
   g.transmission = 1;
+  g.thickness = 1;
   g.roughness = 0.05f;
   SurfaceMaterial& m = scene.addMaterial(&metal);
   m.metallic = 1;

@@ -108,7 +108,7 @@ TEST(Settings, ShadowOffAndLimited) {
 TEST(Settings, TransparencyAndRefraction) {
   Scene scene = ballOnFloor();
   SurfaceMaterial& m = *scene.materials[0];
-  m.transmission = 1, m.roughness = 0;
+  m.transmission = 1, m.roughness = 0, m.thickness = 1;
   const Result glass = shot(scene);
   const Result opaque = shot(scene, [](RenderSettings& s) { s.transparency = false; });
   const Result straight = shot(scene, [](RenderSettings& s) { s.refraction = false; });
@@ -136,7 +136,7 @@ TEST(Settings, CausticsBringLightThroughGlass) {
   // A glass ball focuses the light of a glowing square onto the floor.
   Scene scene;
   SurfaceMaterial& m = *scene.materials[0];
-  m.transmission = 1, m.roughness = 0;
+  m.transmission = 1, m.roughness = 0, m.thickness = 1;
   int floor, glow;
   SurfaceMaterial& f = scene.addMaterial(&floor);
   f.reflectionOn = false;

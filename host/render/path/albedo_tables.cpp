@@ -4,6 +4,7 @@
 #include <mutex>
 
 #include "ggx.h"
+#include "sheen.h"
 
 namespace host::render {
 namespace {
@@ -50,6 +51,23 @@ const ReflectionAlbedo& reflectionAlbedo() {
                                          });
                                        })};
   return tables;
+}
+
+const AlbedoTable& sheenAlbedo() {
+  constexpr int fine = 2 * grid; // directions around a grazing highlight
+  static const AlbedoTable table([](float cosine, float roughness) {
+    const float alpha = sheenAlpha(roughness);
+    const Vec3 wo{std::sqrt(std::max(0.0f, 1 - cosine * cosine)), 0, cosine};
+    float sum = 0;
+    for (int i = 0; i < fine; ++i)
+      for (int j = 0; j < fine; ++j) {
+        const float z = (static_cast<float>(i) + 0.5f) / fine, r = std::sqrt(1 - z * z);
+        const float angle = pi * (static_cast<float>(j) + 0.5f) / fine; // half: both sides are alike
+        sum += sheenValue(wo, {r * std::cos(angle), r * std::sin(angle), z}, alpha);
+      }
+    return sum * 2 * pi / (fine * fine);
+  });
+  return table;
 }
 
 std::shared_ptr<const AlbedoTable> glassAlbedo(float eta) {

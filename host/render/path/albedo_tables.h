@@ -40,6 +40,9 @@ struct ReflectionAlbedo {
 };
 const ReflectionAlbedo& reflectionAlbedo();
 
+/// Sheen of white cloth, over the roughness of KHR_materials_sheen.
+const AlbedoTable& sheenAlbedo();
+
 /// Reflection and refraction together, for one relative index of refraction (behind over front).
 std::shared_ptr<const AlbedoTable> glassAlbedo(float eta);
 

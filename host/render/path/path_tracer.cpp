@@ -31,13 +31,15 @@ struct Path {
   PathResult result{};
   Vec3 throughput{1, 1, 1};
 
-  int bounces = 0;            // vertices that scattered the path
-  int passes = 0;             // surfaces passed straight through
-  int wideScatters = 0;       // vertices that spread light widely
-  float travelled = 0;        // metres since the last vertex, over surfaces passed through
-  unsigned mask = anyMask;    // surfaces that the ray can meet
-  bool last = false;          // only emission still counts
-  bool caustic = false;       // a mirror after a wide scatter, with caustics off
+  int bounces = 0;                          // vertices that scattered the path
+  int passes = 0;                           // surfaces passed straight through
+  int wideScatters = 0;                     // vertices that spread light widely
+  float travelled = 0;                      // metres since the last vertex, over surfaces passed through
+  unsigned mask = anyMask;                  // surfaces that the ray can meet
+  bool last = false;                        // only emission still counts
+  bool caustic = false;                     // a mirror after a wide scatter, with caustics off
+  const CompiledMaterial* inside = nullptr; // absorbing body around the ray
+  int channel = -1;                         // of the colour that dispersion left; -1: all
   bool straightGlass = false; // after a wide scatter; glass does not bend the ray with caustics off
 
   bool seeking = false; // mirrors and clear glass only so far: the surface of the first hit is still to come
@@ -68,6 +70,7 @@ class PathTracer {
         break;
       }
       Surface surface = surfaceOf(path, *hit);
+      absorb(path, surface, *hit);
       if (letsPathThrough(path, surface)) {
         passStraight(path, surface, *hit);
         continue;
@@ -83,6 +86,7 @@ class PathTracer {
       const Exit exit = exitOf(scene_, *hit, surface, -path.ray.direction);
       applyNormalMaps(scene_, *hit, -path.ray.direction, surface);
       SurfaceLook look = lookAt(*surface.material, surface.point, surface.color, settings_);
+      disperse(path, surface, look);
       if (passesGlass(path, surface, look)) {
         passStraight(path, surface, *hit);
         continue;
@@ -131,11 +135,34 @@ class PathTracer {
     const StraightPass pass = straightPass(look, dot(s.normal, -path.ray.direction));
     if (path.sampler.next1() < pass.share) {
       path.throughput *= pass.tint;
+      goThrough(path, s);
       path.tint *= pass.tint;
       return true;
     }
     path.throughput *= 1 / std::max(1e-6f, 1 - pass.share);
     return false;
+  }
+
+  // Light on its way inside of a body. A ray that meets a body's back from inside has come through it.
+  static void absorb(Path& path, const Surface& s, const Hit& hit) {
+    const CompiledMaterial* body = path.inside ? path.inside : (s.front ? nullptr : s.material);
+    if (body && body->absorbs) path.throughput *= passedThrough(*body, hit.distance);
+  }
+
+  static void goThrough(Path& path, const Surface& s) {
+    path.inside = s.front && s.material->absorbs ? s.material : nullptr;
+  }
+
+  // A path that dispersing glass bends goes on with one of the three colours.
+  static void disperse(Path& path, const Surface& s, SurfaceLook& look) {
+    if (!s.material->disperses || look.transmission <= 0 || look.straight) return;
+    if (path.channel < 0) {
+      path.channel = std::min(2, static_cast<int>(3 * path.sampler.next1()));
+      const Vec3 all = path.throughput * 3;
+      path.throughput = {path.channel == 0 ? all.x : 0, path.channel == 1 ? all.y : 0,
+                         path.channel == 2 ? all.z : 0};
+    }
+    setChannel(look, *s.material, path.channel);
   }
 
   static void passStraight(Path& path, const Surface& s, const Hit& hit) {
@@ -258,13 +285,20 @@ class PathTracer {
 
   Bsdf bsdfOf(const Path& path, const Surface& s, const Exit& exit, const SurfaceLook& look) const {
     const bool separate = !settings_.globalIllumination || settings_.limitReflection;
-    return Bsdf(look, s.normal, exit.normal, -path.ray.direction, s.front, separate);
+    return Bsdf(look, {s.normal, exit.normal, s.tangent, s.coatNormal}, -path.ray.direction, s.front,
+                separate);
+  }
+
+  // Only light above the shading normal counts: nothing passes, and no coat has a normal of its own.
+  static bool oneSided(const Surface& s) {
+    const SurfaceMaterial& source = *s.material->source;
+    return !s.material->transmits && source.diffuseTransmission <= 0 && source.clearcoat <= 0;
   }
 
   // Next event estimation: a light, chosen by its estimated share, and a shadow ray to a point of it.
   void sampleDirectLight(Path& path, const Surface& s, const Exit& exit, const Bsdf& bsdf) const {
     if (!bsdf.hasSmoothPart()) return;
-    path.pick = lights_.pick({exit.position, s.material->transmits ? Vec3() : s.normal});
+    path.pick = lights_.pick({exit.position, oneSided(s) ? s.normal : Vec3()});
     if (!path.pick.any()) return;
     const int count = samplesOfLights(path);
     path.lightSamples = static_cast<float>(count);
@@ -314,6 +348,8 @@ class PathTracer {
     if (isBlack(next.weight)) return false;
     path.throughput *= next.weight;
     if (path.seeking) path.tint *= atMost(next.weight, 1);
+    if (next.lobe == glassLobe && !exit.leavesAbove(next.wi)) goThrough(path, s);
+    if (next.lobe == throughLobe || next.lobe == sheenLobe) path.last = !settings_.globalIllumination;
     if (next.lobe == diffuseLobe) {
       const SurfaceMaterial& source = *s.material->source;
       if (s.material->occlusion.present())

@@ -1,7 +1,5 @@
 #include "shading.h"
 
-#include <array>
-
 namespace host::render {
 namespace {
 
@@ -51,8 +49,80 @@ float steadyOpenness(const ShadePoint& p, float distance) {
   return sum / (side * side);
 }
 
+// A shader of a material, and the space of its pictures' colours.
+struct MaterialShade {
+  ShadePtr SurfaceMaterial::*from;
+  CompiledShade CompiledMaterial::*to;
+  ColorSpace space = ColorSpace::data;
+};
+using From = SurfaceMaterial;
+using To = CompiledMaterial;
+constexpr MaterialShade materialShades[] = {
+    {&From::baseColorShade, &To::baseColor, ColorSpace::srgb},
+    {&From::emissionShade, &To::emission, ColorSpace::srgb},
+    {&From::specularColorShade, &To::specularColor, ColorSpace::srgb},
+    {&From::sheenColorShade, &To::sheenColor, ColorSpace::srgb},
+    {&From::diffuseTransmissionColorShade, &To::diffuseTransmissionColor, ColorSpace::srgb},
+    {&From::metallicRoughnessShade, &To::metallicRoughness},
+    {&From::occlusionShade, &To::occlusion},
+    {&From::normalShade, &To::normal},
+    {&From::bumpShade, &To::bump},
+    {&From::transmissionShade, &To::transmission},
+    {&From::specularShade, &To::specular},
+    {&From::clearcoatShade, &To::clearcoat},
+    {&From::clearcoatRoughnessShade, &To::clearcoatRoughness},
+    {&From::clearcoatNormalShade, &To::clearcoatNormal},
+    {&From::sheenRoughnessShade, &To::sheenRoughness},
+    {&From::anisotropyShade, &To::anisotropy},
+    {&From::iridescenceShade, &To::iridescence},
+    {&From::filmShade, &To::film},
+    {&From::diffuseTransmissionShade, &To::diffuseTransmission},
+};
+
+// KHR_materials_dispersion: red bends less and blue more, by the Abbe number 20 / dispersion.
+void setGlass(CompiledMaterial& material) {
+  const SurfaceMaterial& m = *material.source;
+  const float spread = (m.ior - 1) * 0.025f * m.dispersion;
+  material.disperses = spread > 0;
+  for (std::size_t channel = 0; channel < 3; ++channel) {
+    CompiledMaterial::Glass& glass = material.glass[channel];
+    glass.ior = std::max(1.0f, m.ior + spread * (static_cast<float>(channel) - 1));
+    glass.front = glassAlbedo(glass.ior);
+    glass.back = glassAlbedo(1 / glass.ior);
+  }
+}
+
+// Beer and Lambert's law: white light has the attenuation colour after the attenuation distance.
+void setAbsorption(CompiledMaterial& material) {
+  const SurfaceMaterial& m = *material.source;
+  if (!(m.attenuationDistance > 0)) return;
+  const auto part = [&](float share) {
+    return std::min(1e6f, -std::log(std::clamp(share, 1e-6f, 1.0f)) / m.attenuationDistance);
+  };
+  material.absorption = {part(m.attenuationColor[0]), part(m.attenuationColor[1]),
+                         part(m.attenuationColor[2])};
+  material.absorbs = !isBlack(material.absorption);
+}
+
 bool nonZero(const Float3& c) {
   return c[0] > 0 || c[1] > 0 || c[2] > 0;
+}
+
+// Parts of the reflection that few materials have.
+void setFinish(SurfaceLook& look, const CompiledMaterial& material, const ShadePoint& point,
+               const RenderSettings& settings) {
+  const SurfaceMaterial& m = *material.source;
+  if (nonZero(m.sheenColor)) {
+    look.sheenColor = Vec3(m.sheenColor) * rgb(material.sheenColor.at(point));
+    look.sheenRoughness = clamp01(m.sheenRoughness * material.sheenRoughness.at(point).a);
+  }
+  if (m.anisotropy > 0 && settings.blurry)
+    look.anisotropy = clamp01(m.anisotropy * material.anisotropy.at(point).b);
+  if (m.iridescence > 0) {
+    look.iridescence = clamp01(m.iridescence * material.iridescence.at(point).r);
+    look.iridescenceIor = m.iridescenceIor;
+    look.film = lerp(m.filmThin, m.filmThick, clamp01(material.film.at(point).g));
+  }
 }
 
 } // namespace
@@ -138,10 +208,30 @@ SurfaceLook lookAt(const CompiledMaterial& material, const ShadePoint& point, Ve
   look.diffuseOn = m.colorOn;
   look.reflectionOn = m.reflectionOn && settings.reflection;
   if (!look.reflectionOn) look.metallic = 0;
-  look.straight = look.transmission > 0 && !settings.refraction;
-  look.glassFront = material.glassFront.get();
-  look.glassBack = material.glassBack.get();
+  look.thin = m.thickness <= 0;
+  look.straight =
+      look.transmission > 0 && (!settings.refraction || (look.thin && look.roughness < mirrorRoughness));
+  setChannel(look, material, 1);
+  look.ior = m.ior;
+  if (m.diffuseTransmission > 0) {
+    look.diffuseTransmission = clamp01(m.diffuseTransmission * material.diffuseTransmission.at(point).a);
+    look.diffuseTransmissionColor =
+        Vec3(m.diffuseTransmissionColor) * rgb(material.diffuseTransmissionColor.at(point));
+  }
+  setFinish(look, material, point, settings);
   return look;
+}
+
+void setChannel(SurfaceLook& look, const CompiledMaterial& material, int channel) {
+  const CompiledMaterial::Glass& glass = material.glass[static_cast<std::size_t>(channel)];
+  look.ior = glass.ior;
+  look.glassFront = glass.front.get();
+  look.glassBack = glass.back.get();
+}
+
+Vec3 passedThrough(const CompiledMaterial& material, float distance) {
+  const Vec3 depth = material.absorption * distance;
+  return {std::exp(-depth.x), std::exp(-depth.y), std::exp(-depth.z)};
 }
 
 MaterialCompiler::MaterialCompiler(const std::vector<SurfaceMaterialPtr>& materials,
@@ -150,12 +240,8 @@ MaterialCompiler::MaterialCompiler(const std::vector<SurfaceMaterialPtr>& materi
   for (std::size_t i = 0; i < materials.size(); ++i) {
     if (!used[i] || !materials[i]) continue;
     const SurfaceMaterial& m = *materials[i];
-    for (const ShadePtr& s : {m.baseColorShade, m.emissionShade, m.specularColorShade})
-      collect(s.get(), ColorSpace::srgb);
-    for (const ShadePtr& s :
-         {m.metallicRoughnessShade, m.occlusionShade, m.normalShade, m.bumpShade, m.transmissionShade,
-          m.specularShade, m.clearcoatShade, m.clearcoatRoughnessShade})
-      collect(s.get(), ColorSpace::data);
+    for (const MaterialShade& shade : materialShades)
+      collect((m.*shade.from).get(), shade.space);
   }
 }
 
@@ -193,7 +279,7 @@ CompiledShade MaterialCompiler::make(const Shade* shade, ColorSpace space,
     s.texture_ = textures[place->second];
     s.use_ = shade->texture;
     s.use_.uvSet = s.use_.uvSet == 1 ? 1 : 0;
-    s.footprintScale_ = std::max(std::abs(s.use_.scale[0]), std::abs(s.use_.scale[1]));
+    s.footprintScale_ = std::sqrt(std::abs(s.use_.scale[0] * s.use_.scale[1]));
     break;
   }
   case ShadeKind::ambientOcclusion:
@@ -220,23 +306,14 @@ std::vector<CompiledMaterial> MaterialCompiler::compile(const std::vector<Textur
     const SurfaceMaterial& m = *materials_[i];
     CompiledMaterial& c = out[i];
     c.source = materials_[i];
-    c.baseColor = make(m.baseColorShade.get(), ColorSpace::srgb, textures);
-    c.emission = make(m.emissionShade.get(), ColorSpace::srgb, textures);
-    c.specularColor = make(m.specularColorShade.get(), ColorSpace::srgb, textures);
-    c.metallicRoughness = make(m.metallicRoughnessShade.get(), ColorSpace::data, textures);
-    c.occlusion = make(m.occlusionShade.get(), ColorSpace::data, textures);
-    c.normal = make(m.normalShade.get(), ColorSpace::data, textures);
-    c.bump = make(m.bumpShade.get(), ColorSpace::data, textures);
-    c.transmission = make(m.transmissionShade.get(), ColorSpace::data, textures);
-    c.specular = make(m.specularShade.get(), ColorSpace::data, textures);
-    c.clearcoat = make(m.clearcoatShade.get(), ColorSpace::data, textures);
-    c.clearcoatRoughness = make(m.clearcoatRoughnessShade.get(), ColorSpace::data, textures);
+    for (const MaterialShade& shade : materialShades)
+      c.*shade.to = make((m.*shade.from).get(), shade.space, textures);
     c.emits = nonZero(m.emission) && !m.unlit;
     c.hasAlpha = m.alphaMode != AlphaMode::opaque;
     c.transmits = m.transmission > 0 && settings.transparency && !m.unlit;
-    if (c.transmits) {
-      c.glassFront = glassAlbedo(m.ior);
-      c.glassBack = glassAlbedo(1 / m.ior);
+    if (c.transmits && m.thickness > 0) {
+      setGlass(c);
+      setAbsorption(c);
     }
   }
   return out;

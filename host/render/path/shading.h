@@ -2,6 +2,7 @@
 // read by every worker.
 #pragma once
 
+#include <array>
 #include <memory>
 #include <string>
 #include <vector>
@@ -66,8 +67,17 @@ class CompiledShade {
 struct CompiledMaterial {
   SurfaceMaterialPtr source; // constants are read from here
   CompiledShade baseColor, metallicRoughness, occlusion, emission, normal, bump, transmission, specular,
-      specularColor, clearcoat, clearcoatRoughness;
-  std::shared_ptr<const AlbedoTable> glassFront, glassBack; // with transmission
+      specularColor, clearcoat, clearcoatRoughness, clearcoatNormal, sheenColor, sheenRoughness, anisotropy,
+      iridescence, film, diffuseTransmission, diffuseTransmissionColor;
+  /// A body of glass, for red, green and blue: the index, and the albedo when entering and when leaving.
+  struct Glass {
+    float ior = 1.5f;
+    std::shared_ptr<const AlbedoTable> front, back;
+  };
+  std::array<Glass, 3> glass; // with transmission
+  bool disperses = false;     // the three differ
+  Vec3 absorption;            // inside of a body, per metre
+  bool absorbs = false;
   bool emits = false;
   bool hasAlpha = false; // alpha may let rays through
   bool transmits = false;
@@ -78,6 +88,11 @@ float alphaAt(const CompiledMaterial& material, const ShadePoint& point, float v
 /// All parameters but alpha and normals, with the settings applied. `vertexColor` is linear.
 SurfaceLook lookAt(const CompiledMaterial& material, const ShadePoint& point, Vec3 vertexColor,
                    const RenderSettings& settings);
+
+/// The share of light that is left after a way through the body, in metres.
+Vec3 passedThrough(const CompiledMaterial& material, float distance);
+/// Gives the look the glass of one channel: 0 red, 1 green, 2 blue.
+void setChannel(SurfaceLook& look, const CompiledMaterial& material, int channel);
 
 /// Compiles materials in two steps: collects the textures to decode, then builds the materials.
 class MaterialCompiler {

@@ -12,9 +12,9 @@ constexpr float opaque = 1e-4f; // transmittance below this counts as 0
 Vec3 passedBy(const Surface& s, const RenderSettings& settings, Vec3 direction) {
   const float alpha = alphaAt(*s.material, s.point, s.colorAlpha);
   Vec3 passed(1 - alpha);
-  const bool glassPasses = !settings.caustics || !settings.refraction;
-  if (alpha > 0 && s.material->transmits && glassPasses) {
+  if (alpha > 0 && s.material->transmits) {
     const SurfaceLook look = lookAt(*s.material, s.point, s.color, settings);
+    if (settings.caustics && !look.straight) return passed;
     const StraightPass pass = straightPass(look, std::abs(dot(s.normal, direction)));
     passed += pass.tint * (alpha * pass.share);
   }
@@ -33,6 +33,7 @@ ShadowResult traceShadow(const RayScene& scene, const RenderSettings& settings, 
     const std::optional<Hit> hit = scene.intersect(ray, filterMask, false);
     if (!hit) return {passed, result.rays};
     const Surface s = surfaceAt(scene, ray, *hit, 0);
+    if (!s.front && s.material->absorbs) passed *= passedThrough(*s.material, hit->distance);
     passed *= passedBy(s, settings, ray.direction);
     if (maxComponent(passed) < opaque) return result;
     ray.far -= hit->distance;

@@ -106,15 +106,17 @@ std::optional<Tangents> uvTangents(const PlacedMesh& placed, const Hit& hit, con
 std::optional<Tangents> mapAxes(const PlacedMesh& placed, const Hit& hit, const Surface& s, Vec3 n, int set) {
   const Mesh& mesh = *placed.mesh;
   Tangents axes;
-  if (!mesh.tangents.empty() && set == 0) {
-    const Corners& c = mesh.triangles[hit.primitive];
+  const CornerTangents* made = placed.tangents[static_cast<std::size_t>(set)];
+  if (made || (!mesh.tangents.empty() && set == 0)) {
+    const std::vector<Float4>& list = made ? made->values : mesh.tangents;
+    const Corners& c = (made ? made->corners : mesh.triangles)[hit.primitive];
     const auto at = [&](std::size_t i) {
-      const Float4& v = mesh.tangents[c[i]];
+      const Float4& v = list[c[i]];
       return Vec3(v[0], v[1], v[2]);
     };
     const Vec3 along = placed.toWorld.vector(at(0) * (1 - hit.u - hit.v) + at(1) * hit.u + at(2) * hit.v);
     axes.t = normalize(along - n * dot(along, n));
-    axes.b = cross(n, axes.t) * (mesh.tangents[c[0]][3] * placed.side);
+    axes.b = cross(n, axes.t) * (list[c[0]][3] * placed.side);
   } else {
     const std::optional<Tangents> uv = uvTangents(placed, hit, s, set);
     if (!uv) return std::nullopt;
@@ -127,15 +129,35 @@ std::optional<Tangents> mapAxes(const PlacedMesh& placed, const Hit& hit, const 
   return axes;
 }
 
-void applyNormalMap(const PlacedMesh& placed, const Hit& hit, float side, Surface& s) {
-  const CompiledMaterial& m = *s.material;
+// The normal that a map leans from the shading normal, on the same side.
+Vec3 mappedNormal(const CompiledShade& map, float scale, const PlacedMesh& placed, const Hit& hit, float side,
+                  const Surface& s) {
   const Vec3 n = s.normal * side;
-  const std::optional<Tangents> axes = mapAxes(placed, hit, s, n, m.normal.use().uvSet);
-  if (!axes) return;
-  const Rgba v = m.normal.at(s.point);
-  const float scale = m.source->normalScale;
+  const std::optional<Tangents> axes = mapAxes(placed, hit, s, n, map.use().uvSet);
+  if (!axes) return s.normal;
+  const Rgba v = map.at(s.point);
   const Vec3 local{(v.r * 2 - 1) * scale, (v.g * 2 - 1) * scale, std::max(0.05f, v.b * 2 - 1)};
-  s.normal = normalize(axes->t * local.x + axes->b * local.y + n * local.z) * side;
+  return normalize(axes->t * local.x + axes->b * local.y + n * local.z) * side;
+}
+
+bool hasMap(const CompiledShade& map) {
+  return map.present() && !map.constant();
+}
+
+// KHR_materials_anisotropy: a direction in the picture, turned counter-clockwise from the tangent.
+void setTangent(const PlacedMesh& placed, const Hit& hit, float side, Surface& s) {
+  const CompiledMaterial& m = *s.material;
+  const CompiledShade& map = m.anisotropy;
+  const std::optional<Tangents> axes =
+      mapAxes(placed, hit, s, s.normal * side, hasMap(map) ? map.use().uvSet : 0);
+  if (!axes) return;
+  Vec2 d{1, 0};
+  if (hasMap(map)) {
+    const Rgba v = map.at(s.point);
+    d = {v.r * 2 - 1, v.g * 2 - 1};
+  }
+  const float c = std::cos(m.source->anisotropyRotation), sine = std::sin(m.source->anisotropyRotation);
+  s.tangent = normalize(axes->t * (c * d.x - sine * d.y) + axes->b * (sine * d.x + c * d.y));
 }
 
 void applyBumpMap(const PlacedMesh& placed, const Hit& hit, float side, Surface& s) {
@@ -201,10 +223,17 @@ Surface surfaceAt(const RayScene& scene, const Ray& ray, const Hit& hit, float c
 void applyNormalMaps(const RayScene& scene, const Hit& hit, Vec3 viewer, Surface& s) {
   const CompiledMaterial& m = *s.material;
   const float side = s.front ? 1.0f : -1.0f; // maps are made for the front
-  if (m.normal.present() && !m.normal.constant()) applyNormalMap(scene.placed(hit), hit, side, s);
-  if (m.bump.present() && !m.bump.constant() && m.source->bumpStrength != 0)
-    applyBumpMap(scene.placed(hit), hit, side, s);
+  const PlacedMesh& placed = scene.placed(hit);
+  if (m.source->clearcoat > 0) {
+    s.coatNormal = s.normal;
+    if (hasMap(m.clearcoatNormal))
+      s.coatNormal = mappedNormal(m.clearcoatNormal, m.source->clearcoatNormalScale, placed, hit, side, s);
+    s.coatNormal = leanBack(s.coatNormal, s.geometric, viewer);
+  }
+  if (hasMap(m.normal)) s.normal = mappedNormal(m.normal, m.source->normalScale, placed, hit, side, s);
+  if (hasMap(m.bump) && m.source->bumpStrength != 0) applyBumpMap(placed, hit, side, s);
   s.normal = leanBack(s.normal, s.geometric, viewer);
+  if (m.source->anisotropy > 0) setTangent(placed, hit, side, s);
 }
 
 Vec3 emission(const Surface& s) {

@@ -9,6 +9,8 @@ namespace host::render {
 struct Surface {
   Vec3 position, geometric, normal;
   float error = 0;   // bound of the position's distance from the triangle as rays meet it
+  Vec3 tangent;      // of anisotropy; null: none
+  Vec3 coatNormal;   // null: the shading normal
   Vec3 edge1, edge2; // of the triangle, in the world
   bool front = true;
   const CompiledMaterial* material = nullptr;
@@ -21,7 +23,8 @@ struct Surface {
 /// 0: textures are read in full detail.
 Surface surfaceAt(const RayScene& scene, const Ray& ray, const Hit& hit, float coneWidth);
 
-/// Applies the material's normal and bump maps to the shading normal, which stays on the viewer's side.
+/// Applies the material's normal and bump maps to the shading normal, which stays on the viewer's side, and
+/// sets the coat's normal and the tangent.
 void applyNormalMaps(const RayScene& scene, const Hit& hit, Vec3 viewer, Surface& surface);
 
 /// The radiance that a glowing surface sends towards the viewer.

@@ -177,17 +177,20 @@ GLuint GlCache::texture(Identity picture, const Texture& t) {
   Entry e;
   glGenTextures(1, &e.texture);
   const GLuint name = e.texture;
-  const bool floats = !t.levelFloats(0).empty();
+  const bool floats = !t.levelFloats(0).empty(), words = !t.levelWords(0).empty();
   for (int level = first; level < t.levelCount(); ++level)
     e.bytes += static_cast<std::size_t>(t.levelWidth(level)) *
-               static_cast<std::size_t>(t.levelHeight(level)) * (floats ? 8 : 4);
+               static_cast<std::size_t>(t.levelHeight(level)) * (floats || words ? 8 : 4);
   put(key, e);
   glBindTexture(GL_TEXTURE_2D, name);
   glPixelStorei(GL_UNPACK_ALIGNMENT, 4);
-  const GLint format = floats ? GL_RGBA16F : (t.space() == ColorSpace::srgb ? GL_SRGB8_ALPHA8 : GL_RGBA8);
+  const GLint coded = t.space() == ColorSpace::srgb ? GL_SRGB8_ALPHA8 : GL_RGBA8;
+  const GLint format = floats ? GL_RGBA16F : (words ? GL_RGBA16 : coded);
+  const GLenum type = floats ? GL_FLOAT : (words ? GL_UNSIGNED_SHORT : GL_UNSIGNED_BYTE);
   std::vector<float> cut; // clamped to the range of half floats
   for (int level = first; level < t.levelCount(); ++level) {
     const void* pixels = t.levelBytes(level).data();
+    if (words) pixels = t.levelWords(level).data();
     if (floats) {
       cut = t.levelFloats(level);
       for (float& v : cut)
@@ -195,7 +198,7 @@ GLuint GlCache::texture(Identity picture, const Texture& t) {
       pixels = cut.data();
     }
     glTexImage2D(GL_TEXTURE_2D, level - first, format, t.levelWidth(level), t.levelHeight(level), 0, GL_RGBA,
-                 floats ? GL_FLOAT : GL_UNSIGNED_BYTE, pixels);
+                 type, pixels);
   }
   glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAX_LEVEL, t.levelCount() - 1 - first);
   checkGl("it takes a picture");

@@ -5,12 +5,16 @@
 
 namespace host::render {
 
-/// Identity of the source data and the kind of the cached product: a mesh, or a texture in a colour space.
+/// Identity of the source data and the kind of the cached product: a mesh, its tangents for a
+/// set of texture coordinates, or a texture in a colour space.
 struct CacheKey {
-  enum class Kind { mesh, srgbTexture, linearTexture } kind;
+  enum class Kind { mesh, tangents, secondTangents, srgbTexture, linearTexture } kind;
   Identity id;
 
   static CacheKey ofMesh(Identity mesh) { return {Kind::mesh, mesh}; }
+  static CacheKey ofTangents(Identity mesh, std::size_t set) {
+    return {set == 0 ? Kind::tangents : Kind::secondTangents, mesh};
+  }
   static CacheKey ofTexture(Identity picture, ColorSpace space) {
     return {space == ColorSpace::srgb ? Kind::srgbTexture : Kind::linearTexture, picture};
   }

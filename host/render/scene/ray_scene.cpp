@@ -47,6 +47,15 @@ RTCRay toEmbree(const Ray& ray, unsigned mask) {
   return r;
 }
 
+// The sets of texture coordinates whose tangents a material needs.
+std::vector<int> tangentSets(const CompiledMaterial& material) {
+  std::vector<int> sets;
+  for (const CompiledShade* map : {&material.normal, &material.clearcoatNormal})
+    if (map->present() && !map->constant()) sets.push_back(map->use().uvSet);
+  if (material.source && material.source->anisotropy > 0) sets.push_back(material.anisotropy.use().uvSet);
+  return sets;
+}
+
 std::vector<bool> usedMaterials(const Snapshot& snapshot) {
   std::vector<bool> used(std::max<std::size_t>(1, snapshot.materials.size()));
   used[0] = true;
@@ -92,7 +101,7 @@ BuiltScene<RayScene> RayScene::build(SnapshotPtr snapshot, const RenderSettings&
   for (std::uint32_t i = 0; i < scene->placed_.size(); ++i)
     scene->addGlows(scene->placed_[i], i);
   scene->lights_.finish();
-  if (scene->buildTop(workers, stopped)) built.scene = std::move(scene);
+  if (scene->makeTangents(stopped) && scene->buildTop(workers, stopped)) built.scene = std::move(scene);
   return built;
 }
 
@@ -158,6 +167,26 @@ unsigned RayScene::maskOf(const Instance& instance) const {
   if (instance.castsShadows) mask |= lets ? filterMask : shadowMask;
   if (instance.isFloor) mask |= floorMask;
   return mask;
+}
+
+// Tangents of the meshes that have none, where a material's normals follow them. False after a break.
+bool RayScene::makeTangents(const Stopped& stopped) {
+  for (PlacedMesh& placed : placed_)
+    for (const int m : placed.source->materials) {
+      const bool known = m >= 0 && static_cast<std::size_t>(m) < materials_.size();
+      const std::vector<int> sets =
+          known ? tangentSets(materials_[static_cast<std::size_t>(m)]) : std::vector<int>();
+      for (const int set : sets) {
+        const auto k = static_cast<std::size_t>(set);
+        const Mesh& mesh = *placed.mesh;
+        const bool own = set == 0 && !mesh.tangents.empty();
+        if (placed.tangents[k] || own || mesh.normals.empty() || mesh.uv[k].empty()) continue;
+        tangents_.push_back(SceneCache::shared().tangents(placed.source->mesh, k, stopped));
+        if (!tangents_.back()) return false;
+        placed.tangents[k] = tangents_.back().get();
+      }
+    }
+  return true;
 }
 
 bool RayScene::buildTop(int workers, const Stopped& stopped) {

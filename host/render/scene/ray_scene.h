@@ -31,6 +31,7 @@ struct PlacedMesh {
   Transform toWorld;  // of vertices that count from the centre
   float side;         // -1 when the map mirrors
   int firstGlow = -1; // index of its first triangle among the lights' glowing triangles; -1: does not glow
+  std::array<const CornerTangents*, 2> tangents{}; // for each set; null: not needed, or the mesh has its own
   Vec3 vertex(std::uint32_t index) const { return Vec3(mesh->positions[index]) - center; }
 };
 
@@ -74,6 +75,7 @@ class RayScene final : public OcclusionQuery {
   RayScene() = default;
   std::vector<MeshPtr> placeMeshes();
   void addGlows(PlacedMesh& placed, std::uint32_t index);
+  bool makeTangents(const Stopped& stopped);
   bool buildTop(int workers, const Stopped& stopped);
   unsigned maskOf(const Instance& instance) const;
   bool traceable(const Ray& ray) const;
@@ -81,6 +83,7 @@ class RayScene final : public OcclusionQuery {
   SnapshotPtr snapshot_;
   Vector origin_;
   std::vector<MeshAccelPtr> accels_; // keep the cache's entries alive
+  std::vector<CornerTangentsPtr> tangents_;
   std::vector<PlacedMesh> placed_;
   EmbreeScene top_;
   std::vector<CompiledMaterial> materials_;

@@ -169,6 +169,17 @@ SceneCache::Meshes SceneCache::meshes(const std::vector<MeshPtr>& wanted, int wo
   return out;
 }
 
+CornerTangentsPtr SceneCache::tangents(const MeshPtr& mesh, std::size_t set, const Stopped& stopped) {
+  const Key key = Key::ofTangents(mesh->id, set);
+  if (auto known = std::static_pointer_cast<const CornerTangents>(find(key))) return known;
+  auto made = std::make_shared<const CornerTangents>(cornerTangents(*mesh, set, stopped));
+  if (made->corners.size() != mesh->triangles.size()) return nullptr;
+  const std::size_t bytes = made->values.size() * sizeof(made->values[0]) +
+                            made->corners.size() * sizeof(made->corners[0]) + sizeof(*made);
+  put(key, {made, mesh, 0, bytes, {}});
+  return made;
+}
+
 SceneCache::Textures SceneCache::textures(const std::vector<TextureRequest>& wanted, int workers,
                                           const Stopped& stopped) {
   Textures out;

@@ -11,6 +11,7 @@
 
 #include "cache_key.h"
 #include "embree_device.h"
+#include "mesh_tangents.h"
 #include "render_stats.h"
 #include "texture.h"
 
@@ -23,6 +24,7 @@ struct MeshAccel {
   std::size_t bytes = 0;
   bool quick = false; // for the first picture
 };
+using CornerTangentsPtr = std::shared_ptr<const CornerTangents>;
 using MeshAccelPtr = std::shared_ptr<const MeshAccel>;
 
 /// The care taken with structures that have to be built. Quick ones take a third of the time, and their rays
@@ -48,6 +50,9 @@ class SceneCache {
   /// The structures of the meshes, in order; the workers build missing ones. Throws std::bad_alloc.
   Meshes meshes(const std::vector<MeshPtr>& wanted, int workers, const Stopped& stopped,
                 BuildCare care = BuildCare::careful);
+
+  /// Tangents for normal maps in a set of texture coordinates; made by the caller alone. Null after a break.
+  CornerTangentsPtr tangents(const MeshPtr& mesh, std::size_t set, const Stopped& stopped);
 
   struct TextureRequest {
     PicturePtr picture; // has bytes

@@ -57,60 +57,77 @@ Rgba mix(Rgba a, Rgba b, float t) {
 } // namespace
 
 Texture::Texture(const DecodedPicture& picture, ColorSpace space) : space_(space) {
-  Level first{picture.width, picture.height, {}, {}};
-  if (picture.floats.empty()) {
-    const std::vector<unsigned char> rounded =
-        picture.words.empty() ? std::vector<unsigned char>() : eightBits(picture);
-    const std::vector<unsigned char>& bytes = picture.words.empty() ? picture.bytes : rounded;
-    first.bytes.resize(bytes.size() / 4);
-    for (std::size_t i = 0; i < first.bytes.size(); ++i) {
-      const unsigned char* p = bytes.data() + 4 * i;
-      first.bytes[i] = static_cast<std::uint32_t>(p[0] | (p[1] << 8) | (p[2] << 16)) |
-                       (static_cast<std::uint32_t>(p[3]) << 24);
-    }
-  } else {
+  levels_.push_back(base(picture, space));
+  while (levels_.back().width > 1 || levels_.back().height > 1)
+    addLevel();
+}
+
+// Colours of 16 bits become 8: sRGB codes are as fine as the eye.
+Texture::Level Texture::base(const DecodedPicture& picture, ColorSpace space) {
+  Level first{picture.width, picture.height, {}, {}, {}};
+  if (!picture.floats.empty()) {
     first.floats = picture.floats;
     for (float& v : first.floats)
       if (!std::isfinite(v)) v = 0;
+    return first;
   }
-  levels_.push_back(std::move(first));
-  while (levels_.back().width > 1 || levels_.back().height > 1)
-    addLevel();
+  if (!picture.words.empty() && space == ColorSpace::data) {
+    first.words = picture.words;
+    return first;
+  }
+  const std::vector<unsigned char> rounded =
+      picture.words.empty() ? std::vector<unsigned char>() : eightBits(picture);
+  const std::vector<unsigned char>& bytes = picture.words.empty() ? picture.bytes : rounded;
+  first.bytes.resize(bytes.size() / 4);
+  for (std::size_t i = 0; i < first.bytes.size(); ++i) {
+    const unsigned char* p = bytes.data() + 4 * i;
+    first.bytes[i] = static_cast<std::uint32_t>(p[0] | (p[1] << 8) | (p[2] << 16)) |
+                     (static_cast<std::uint32_t>(p[3]) << 24);
+  }
+  return first;
 }
 
 // Each pixel is the mean of up to four pixels of the level before, in linear light.
 void Texture::addLevel() {
   const Level& from = levels_.back();
-  Level to{std::max(1, from.width / 2), std::max(1, from.height / 2), {}, {}};
+  Level to{std::max(1, from.width / 2), std::max(1, from.height / 2), {}, {}, {}};
   const auto count = static_cast<std::size_t>(to.width) * static_cast<std::size_t>(to.height);
-  const bool floats = !from.floats.empty();
-  if (floats)
+  if (!from.floats.empty())
     to.floats.resize(count * 4);
+  else if (!from.words.empty())
+    to.words.resize(count * 4);
   else
     to.bytes.resize(count);
+  std::size_t texel = 0;
   for (int y = 0; y < to.height; ++y)
     for (int x = 0; x < to.width; ++x) {
       const int x0 = std::min(2 * x, from.width - 1), x1 = std::min(2 * x + 1, from.width - 1);
       const int y0 = std::min(2 * y, from.height - 1), y1 = std::min(2 * y + 1, from.height - 1);
-      const Rgba m = mix(mix(read(from, x0, y0), read(from, x1, y0), 0.5f),
-                         mix(read(from, x0, y1), read(from, x1, y1), 0.5f), 0.5f);
-      const auto i =
-          static_cast<std::size_t>(y) * static_cast<std::size_t>(to.width) + static_cast<std::size_t>(x);
-      if (floats) {
-        const float v[4] = {m.r, m.g, m.b, m.a};
-        std::memcpy(&to.floats[4 * i], v, sizeof v);
-        continue;
-      }
-      const auto code = space_ == ColorSpace::srgb ? encodeSrgb : quantize;
-      to.bytes[i] = code(m.r) | (code(m.g) << 8) | (code(m.b) << 16) | (quantize(m.a) << 24);
+      write(to, texel++,
+            mix(mix(read(from, x0, y0), read(from, x1, y0), 0.5f),
+                mix(read(from, x0, y1), read(from, x1, y1), 0.5f), 0.5f));
     }
   levels_.push_back(std::move(to));
+}
+
+void Texture::write(Level& level, std::size_t texel, const Rgba& m) const {
+  const float values[4] = {m.r, m.g, m.b, m.a};
+  if (!level.floats.empty()) {
+    std::memcpy(&level.floats[4 * texel], values, sizeof values);
+  } else if (!level.words.empty()) {
+    for (std::size_t i = 0; i < 4; ++i)
+      level.words[4 * texel + i] = static_cast<std::uint16_t>(clamp01(values[i]) * 65535 + 0.5f);
+  } else {
+    const auto code = space_ == ColorSpace::srgb ? encodeSrgb : quantize;
+    level.bytes[texel] = code(m.r) | (code(m.g) << 8) | (code(m.b) << 16) | (quantize(m.a) << 24);
+  }
 }
 
 std::size_t Texture::bytes() const {
   std::size_t sum = sizeof *this;
   for (const Level& level : levels_)
-    sum += level.bytes.size() * sizeof(std::uint32_t) + level.floats.size() * sizeof(float);
+    sum += level.bytes.size() * sizeof(std::uint32_t) + level.words.size() * sizeof(std::uint16_t) +
+           level.floats.size() * sizeof(float);
   return sum;
 }
 
@@ -120,6 +137,12 @@ Rgba Texture::read(const Level& level, int x, int y) const {
   if (!level.floats.empty()) {
     const float* p = &level.floats[4 * i];
     return {p[0], p[1], p[2], p[3]};
+  }
+  if (!level.words.empty()) {
+    constexpr float unit = 1.0f / 65535;
+    const std::uint16_t* p = &level.words[4 * i];
+    return {static_cast<float>(p[0]) * unit, static_cast<float>(p[1]) * unit, static_cast<float>(p[2]) * unit,
+            static_cast<float>(p[3]) * unit};
   }
   static const CodeTables& tables = codes();
   const auto& table = space_ == ColorSpace::srgb ? tables.srgb : tables.data;
@@ -144,7 +167,7 @@ Rgba Texture::bilinear(const Level& level, Vec2 uv, Wrap wrapU, Wrap wrapV) cons
 }
 
 Rgba Texture::sample(Vec2 uv, float footprint, Wrap wrapU, Wrap wrapV, bool blendLevels) const {
-  const float texels = footprint * static_cast<float>(std::max(width(), height()));
+  const float texels = footprint * std::sqrt(static_cast<float>(width()) * static_cast<float>(height()));
   if (!(texels > 1)) return bilinear(levels_[0], uv, wrapU, wrapV);
   const float last = static_cast<float>(levels_.size() - 1);
   const float level = std::min(last, std::log2(texels));

@@ -18,8 +18,8 @@ struct Rgba {
 /// Meaning of 8-bit red, green and blue: sRGB codes or plain data. Float pictures are linear.
 enum class ColorSpace : std::uint8_t { srgb, data };
 
-/// A picture with mip levels: 8 bits a channel (sRGB codes are decoded after the read) or floats, each level
-/// half the size of the one before, down to one pixel.
+/// A picture with mip levels: 8 bits a channel (sRGB codes are decoded after the read), 16 bits (plain data
+/// alone, such as heights) or floats, each level half the size of the one before, down to one pixel.
 class Texture {
  public:
   Texture(const DecodedPicture& picture, ColorSpace space);
@@ -37,10 +37,13 @@ class Texture {
   Rgba texel(int level, int x, int y) const; // inside the level
   int levelCount() const { return static_cast<int>(levels_.size()); }
   ColorSpace space() const { return space_; }
-  /// A level's texels, rows from the top: four 8-bit channels with red in the lowest byte, or four floats
-  /// each. One of the two is empty.
+  /// A level's texels, rows from the top: four 8-bit channels with red in the lowest byte, four words or four
+  /// floats each. Two of the three are empty.
   const std::vector<std::uint32_t>& levelBytes(int level) const {
     return levels_[static_cast<std::size_t>(level)].bytes;
+  }
+  const std::vector<std::uint16_t>& levelWords(int level) const {
+    return levels_[static_cast<std::size_t>(level)].words;
   }
   const std::vector<float>& levelFloats(int level) const {
     return levels_[static_cast<std::size_t>(level)].floats;
@@ -52,10 +55,13 @@ class Texture {
   struct Level {
     int width, height;
     std::vector<std::uint32_t> bytes; // red in the lowest byte
+    std::vector<std::uint16_t> words;
     std::vector<float> floats;
   };
+  static Level base(const DecodedPicture& picture, ColorSpace space);
   Rgba bilinear(const Level& level, Vec2 uv, Wrap wrapU, Wrap wrapV) const;
   Rgba read(const Level& level, int x, int y) const;
+  void write(Level& level, std::size_t texel, const Rgba& value) const;
   void addLevel();
 
   ColorSpace space_;
