@@ -48,7 +48,7 @@ TEST_P(SharedScenes, RendersLit) {
   EXPECT_LT(first.mean(), 0.98) << "not white";
   EXPECT_GT(first.spread(), 0.02) << "not flat";
   if (expected.animated) {
-    const Picture later = render(scene, "12", expected.code);
+    const Picture later = render(scene, "20", expected.code);
     double difference = 0;
     for (std::size_t i = 0; i < first.pixels.size(); ++i)
       difference += std::abs(first.pixels[i] - later.pixels[i]);
