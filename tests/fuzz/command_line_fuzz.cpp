@@ -15,6 +15,12 @@ void check(const std::optional<batch::PixelSize>& size) {
           "sizes are those of bitmaps");
 }
 
+void check(const batch::Sampling& sampling) {
+  require(sampling.samples >= 0 && sampling.samples <= 1000000 && sampling.seconds >= 0,
+          "samples and seconds are limited");
+  require(!sampling.noise || (*sampling.noise >= 0 && *sampling.noise <= 1), "noise is a fraction");
+}
+
 struct Check {
   void operator()(const batch::RenderOptions& o) const {
     check(o.size);
@@ -24,13 +30,14 @@ struct Check {
     require(!o.box || (o.box->x >= 0 && o.box->x <= 1 && o.box->y >= 0 && o.box->y <= 1 && o.box->size > 0 &&
                        o.box->size <= 1),
             "boxes are fractions");
-    require(o.samples >= 0 && o.samples <= 1000000 && o.threads >= 0 && o.threads <= 1024,
-            "counts are limited");
+    check(o.sampling);
+    require(o.threads >= 0 && o.threads <= 1024, "threads are limited");
     for (const auto& setting : o.settings)
       require(!setting.first.empty(), "settings have names");
   }
   void operator()(const batch::AnimateOptions& o) const {
     check(o.size);
+    check(o.sampling);
     require(o.frames.from >= 0 && o.frames.from <= o.frames.to && o.frames.step >= 1, "frames go on");
     require(!o.format || (*o.format >= 0 && *o.format <= 10), "formats are known");
     require(!o.quality || (*o.quality >= 1 && *o.quality <= 100), "qualities are percent");

@@ -326,7 +326,7 @@ def history_trouble(run):
     chooser = studio.get(name="file-chooser")
     check(chooser["text"] == "Load Image", f"the file selector's title is {chooser['text']}")
     filters = [t["text"] for t in studio.things() if t["class"] == "QComboBox" and "*.png" in t["text"]]
-    check(filters and all(f"*.{suffix} " in filters[0] for suffix in ("tif", "png", "jpg", "exr", "hdr", "psd", "bmp", "tga")),
+    check(filters and all(f"*.{suffix} " in filters[0].replace(")", " ") for suffix in ("tif", "png", "jpg", "exr", "hdr", "psd", "bmp", "tga")),
           f"the file selector shows {filters}")
     keep_shot(run, "history-load")
     picture = run.folder / "own.png"
