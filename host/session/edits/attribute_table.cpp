@@ -158,7 +158,7 @@ void addCameras(Table& table) {
       .add(Id::cameraBlades, Kind::integer, "Blades", param::cameraBlades)
       .range(0, 64, 0, 12, 1)
       .unit("", 0)
-      .add(Id::cameraBladeRotation, Kind::real, "Blade Turn", param::cameraBladeRotation)
+      .add(Id::cameraBladeRotation, Kind::real, "Blade Rotation", param::cameraBladeRotation)
       .range(-36000, 36000, -180, 180, 1)
       .degrees();
 }
