@@ -1,6 +1,8 @@
 // The host's threads for the renderer's work, at lower priority, kept between renders.
 #pragma once
 
+#include <algorithm>
+#include <atomic>
 #include <functional>
 
 namespace host {
@@ -16,5 +18,15 @@ void runOnWorkers(int count, const std::function<void(int index)>& work);
 int workerCount() noexcept;
 /// 0: all of the machine's.
 void setWorkerCount(int count) noexcept;
+
+/// Calls `work(row)` for rows 0 to `rows` - 1, each on whichever worker is free. As `runOnWorkers`.
+template <class Work>
+void eachRow(int rows, Work&& work) {
+  std::atomic<int> next{0};
+  runOnWorkers(std::min(workerCount(), rows), [&](int) {
+    for (int row; (row = next.fetch_add(1)) < rows;)
+      work(row);
+  });
+}
 
 } // namespace host

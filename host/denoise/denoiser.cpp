@@ -1,7 +1,6 @@
 #include "denoiser.h"
 
 #include <algorithm>
-#include <atomic>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
@@ -51,16 +50,6 @@ struct LoadedNetwork {
     threads = wantedThreads;
   }
 };
-
-/// Calls `work(row)` for each row, on all workers.
-template <class Work>
-void eachRow(int rows, Work&& work) {
-  std::atomic<int> next{0};
-  runOnWorkers(std::min(workerCount(), rows), [&](int) {
-    for (int row; (row = next.fetch_add(1)) < rows;)
-      work(row);
-  });
-}
 
 /// A picture's values as the network takes them, and back.
 class Translation {

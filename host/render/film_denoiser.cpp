@@ -5,19 +5,6 @@
 #include "worker_threads.h"
 
 namespace host::render {
-namespace {
-
-/// Calls `work(row)` for rows of a picture, on all workers.
-template <class Work>
-void eachRow(int rows, Work&& work) {
-  std::atomic<int> next{0};
-  runOnWorkers(std::min(workerCount(), rows), [&](int) {
-    for (int row; (row = next.fetch_add(1)) < rows;)
-      work(row);
-  });
-}
-
-} // namespace
 
 bool FilmDenoiser::run(denoise::Effort effort) {
   if (!problem_.empty()) return true;

@@ -51,7 +51,7 @@ TEST(GltfVariants, chooseMaterials) {
   EXPECT_EQ(shownIn(document, 0), "stone wood ");
   EXPECT_EQ(shownIn(document, 1), "wood glass ");
   EXPECT_EQ(shownIn(document, 2), "stone wood ");
-  EXPECT_EQ(shownIn(document, 3), "wood wood ") << "there is none";
+  EXPECT_EQ(shownIn(document, 3), "wood wood ") << "a variant past the last";
   EXPECT_EQ(chosenVariant(*document), -1);
 }
 

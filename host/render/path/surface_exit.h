@@ -9,7 +9,7 @@
 namespace host::render {
 
 struct Exit {
-  Vec3 position; // on the smooth surface; that of the triangle where there is none
+  Vec3 position; // on the smooth surface, else on the triangle
   Vec3 normal;   // unit, on the viewer's side; it separates reflection from transmission
 
   bool leavesAbove(Vec3 direction) const { return dot(direction, normal) > 0; }
