@@ -20,6 +20,7 @@ ExitCode run(const CommandLine& line) {
   if (const auto* animate = std::get_if<AnimateOptions>(&line)) return runAnimate(*animate);
   if (const auto* info = std::get_if<InfoOptions>(&line)) return runInfo(*info);
   if (const auto* compare = std::get_if<CompareOptions>(&line)) return runCompare(*compare);
+  if (const auto* measure = std::get_if<MeasureOptions>(&line)) return runMeasure(*measure);
   if (const auto* history = std::get_if<HistoryOptions>(&line)) return runHistory(*history);
   return runSettings(std::get<SettingsOptions>(line));
 }

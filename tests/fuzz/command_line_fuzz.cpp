@@ -1,5 +1,6 @@
 // Command lines from any bytes, with a zero byte between the arguments: each gives a command within its
 // ranges, a text, or one sentence about wrong use.
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 
@@ -46,6 +47,13 @@ struct Check {
     check(o.size);
     require(o.slider >= -1 && o.slider <= 1, "the slider has ends");
     require(!o.failAbove || (*o.failAbove >= 0 && *o.failAbove <= 1), "so has the difference");
+  }
+  void operator()(const batch::MeasureOptions& o) const {
+    require(!o.metrics.empty() && o.metrics.size() <= 4, "metrics are named once");
+    for (const batch::MetricLimit& limit : o.limits) {
+      require(std::count(o.metrics.begin(), o.metrics.end(), limit.metric) == 1, "limits belong to metrics");
+      require(std::isfinite(limit.value), "limits are numbers");
+    }
   }
   void operator()(const batch::InfoOptions&) const {}
   void operator()(const batch::SettingsOptions&) const {}

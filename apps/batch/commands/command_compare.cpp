@@ -90,7 +90,6 @@ void place(lmSettings& settings, ComparePlacement placement) {
 
 ExitCode runCompare(const CompareOptions& options) {
   requireNumber(options.slider, "--slider");
-  if (options.failAbove) requireNumber(*options.failAbove, "--fail-above");
   if (!options.image.empty()) {
     checkPictureFile(options.image);
     requireWritable(Filename(String(options.image)), "the picture");

@@ -17,7 +17,8 @@ constexpr const char* footer =
     "\nExit codes: 0 done, 1 pictures too different, 2 wrong use, 3 scene or picture unreadable, 4 output "
     "not writable, 5 render failed or an "
     "asset "
-    "missing\n(the picture is still saved), 130 cancelled. The manual is docs/batch.md.";
+    "missing\n(the picture is still saved), 6 sizes differ, 7 no partner, 8 NaN (compare --metric), 130 "
+    "cancelled. The manual is docs/batch.md.";
 
 /// `count` integers with `separator` between them; empty for any other text.
 std::optional<std::vector<LONG>> numbers(std::string_view text, char separator, std::size_t count) {
@@ -119,7 +120,7 @@ struct RawOptions {
   SettingsOptions settings;
   CompareOptions compare;
   HistoryOptions history;
-  double failAbove = 0;
+  std::string failAbove, metrics, json, html;
   bool scale = false, center = false, corner = false;
   std::string size, region, box, frames;
   LONG frame = 0, format = 0, quality = 0;
@@ -240,10 +241,11 @@ CLI::App* addSettings(CLI::App& app, RawOptions& raw) {
 
 CLI::App* addCompare(CLI::App& app, RawOptions& raw) {
   CLI::App* compare =
-      app.add_subcommand("compare", "Compose two pictures into one, and measure their difference");
+      app.add_subcommand("compare", "Compose two pictures into one, or measure their difference");
   CompareOptions& options = raw.compare;
-  compare->add_option("A", options.a, "Picture: " + suffixList(FormatUse::read))->required();
-  compare->add_option("B", options.b, "The other picture")->required();
+  compare->add_option("A", options.a, "Picture: " + suffixList(FormatUse::read) + "; or a folder")
+      ->required();
+  compare->add_option("B", options.b, "The other picture or folder")->required();
   compare
       ->add_option("-o,--output", options.image,
                    "Picture: " + suffixList(FormatUse::write) + " by its suffix")
@@ -264,9 +266,16 @@ CLI::App* addCompare(CLI::App& app, RawOptions& raw) {
   center->excludes(corner);
   compare->add_flag("--stats", options.stats, "Print their difference as JSON");
   compare
-      ->add_option("--fail-above", raw.failAbove, "Exit with 1 when the mean difference is above this value")
-      ->type_name("X")
-      ->check(CLI::Range(0.0, 1.0));
+      ->add_option("--fail-above", raw.failAbove,
+                   "Exit with 1 when the mean difference is above this value; with --metric, when the first "
+                   "metric or a named one (flip=0.05,psnr=40) is worse")
+      ->type_name("X");
+  compare
+      ->add_option("--metric", raw.metrics,
+                   "Measure by these, of two pictures or two folders: flip, psnr, ssim, rmse")
+      ->type_name("LIST");
+  compare->add_option("--json", raw.json, "Write the measurements as JSON")->type_name("FILE");
+  compare->add_option("--html", raw.html, "Write them as a web page with heat maps")->type_name("FILE");
   compare->add_option("--home", options.home, "Folder of the settings")->type_name("DIR");
   compare->add_flag("--quiet", options.quiet, "Print nothing but problems");
   return compare;
@@ -293,14 +302,33 @@ CLI::App* addHistory(CLI::App& app, RawOptions& raw) {
   return history;
 }
 
-CompareOptions finishCompare(const CLI::App& command, RawOptions& raw) {
+MeasureOptions finishMeasure(const CLI::App& command, RawOptions& raw) {
+  for (const char* option :
+       {"--output", "--style", "--slider", "--size", "--scale", "--center", "--corner", "--stats"})
+    if (command.count(option))
+      throw wrong(std::string(option) + " belongs to composing, not to --metric; leave one of them out");
+  MeasureOptions options;
+  options.a = raw.compare.a;
+  options.b = raw.compare.b;
+  options.metrics = parseMetrics(command.count("--metric") ? raw.metrics : "flip,psnr,ssim,rmse");
+  if (command.count("--fail-above")) options.limits = parseLimits(raw.failAbove, options.metrics);
+  options.json = raw.json;
+  options.html = raw.html;
+  options.home = raw.compare.home;
+  options.quiet = raw.compare.quiet;
+  return options;
+}
+
+CommandLine finishCompare(const CLI::App& command, RawOptions& raw) {
+  if (command.count("--metric") || command.count("--json") || command.count("--html"))
+    return finishMeasure(command, raw);
   CompareOptions& options = raw.compare;
   if (command.count("--size")) options.size = parseSize(raw.size);
-  if (command.count("--fail-above")) options.failAbove = raw.failAbove;
+  if (command.count("--fail-above")) options.failAbove = parseDifference(raw.failAbove);
   if (raw.center) options.placement = ComparePlacement::center;
   if (raw.corner) options.placement = ComparePlacement::corner;
   if (options.image.empty() && !options.stats && !options.failAbove)
-    throw wrong("there is nothing to do; add -o IMAGE, --stats or --fail-above");
+    throw wrong("there is nothing to do; add -o IMAGE, --stats, --metric or --fail-above");
   return std::move(options);
 }
 
@@ -344,7 +372,7 @@ std::vector<std::string> arguments(int argc, const char* const* argv) {
     list.push_back(std::move(value));
   }
   for (std::size_t i = 1; i + 1 < list.size() && list[0] == "compare"; ++i) {
-    if (list[i] != "--slider") continue;
+    if (list[i] != "--slider" && list[i] != "--fail-above") continue;
     list[i] += "=" + list[i + 1];
     list.erase(list.begin() + static_cast<std::ptrdiff_t>(i) + 1);
   }

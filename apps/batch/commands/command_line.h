@@ -10,6 +10,7 @@
 #include "c4d_types.h"
 #include "exit_code.h"
 #include "frame_ranges.h"
+#include "metric_options.h"
 
 namespace batch {
 
@@ -95,6 +96,16 @@ struct CompareOptions {
   std::string home;
 };
 
+/// Pictures measured by metrics instead of composed.
+struct MeasureOptions {
+  std::string a, b;                  // two pictures or two folders; A is the reference
+  std::vector<host::Metric> metrics; // at least one, each once
+  std::vector<MetricLimit> limits;   // of these metrics
+  std::string json, html;            // reports; empty: none
+  std::string home;
+  bool quiet = false;
+};
+
 enum class HistoryAction { list, add, clear, path };
 
 struct HistoryOptions {
@@ -108,7 +119,7 @@ struct ShowText {
 };
 
 using CommandLine = std::variant<RenderOptions, AnimateOptions, InfoOptions, SettingsOptions, CompareOptions,
-                                 HistoryOptions, ShowText>;
+                                 MeasureOptions, HistoryOptions, ShowText>;
 
 /// Throws `Stop` with `wrongUse` for invalid arguments.
 CommandLine parseCommandLine(int argc, const char* const* argv);

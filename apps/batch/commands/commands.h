@@ -10,6 +10,7 @@ ExitCode runAnimate(const AnimateOptions& options);
 ExitCode runInfo(const InfoOptions& options);
 ExitCode runSettings(const SettingsOptions& options);
 ExitCode runCompare(const CompareOptions& options);
+ExitCode runMeasure(const MeasureOptions& options);
 ExitCode runHistory(const HistoryOptions& options);
 
 } // namespace batch

@@ -13,6 +13,9 @@ enum class ExitCode {
   sceneUnreadable = 3,   // or a picture
   outputNotWritable = 4, // picture, movie, statistics, settings
   renderFailed = 5,      // or an asset is missing; the picture is saved anyway
+  sizesDiffer = 6,       // `compare --metric`: pictures of different sizes
+  noPartner = 7,         // likewise: a picture in one folder only
+  notFinite = 8,         // likewise: a picture with NaN or infinities
   cancelled = 130        // by Ctrl-C
 };
 

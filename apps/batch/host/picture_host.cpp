@@ -16,6 +16,8 @@ host::ProgramOptions programOptions(const std::string& home, host::UserInterface
   return options;
 }
 
+} // namespace
+
 std::string whyUnreadable(IMAGERESULT result, const std::string& file) {
   switch (result) {
   case IMAGERESULT_OUTOFMEMORY:
@@ -28,8 +30,6 @@ std::string whyUnreadable(IMAGERESULT result, const std::string& file) {
     return "the picture " + file + " cannot be read; check its name and rights";
   }
 }
-
-} // namespace
 
 PictureHost::PictureHost(const std::string& home, bool quiet)
     : messages_(quiet), ui_(messages_), program_(programOptions(home, ui_)) {

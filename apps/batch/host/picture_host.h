@@ -22,6 +22,9 @@ class PictureHost {
   host::Program program_;
 };
 
+/// The sentence for a picture that could not be loaded with this result.
+std::string whyUnreadable(IMAGERESULT result, const std::string& file);
+
 /// Loads a picture. Throws `Stop` (unreadable) with the reason.
 void loadPicture(BaseBitmap& bitmap, const std::string& file);
 

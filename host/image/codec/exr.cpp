@@ -117,17 +117,20 @@ std::uint64_t side(int low, int high) {
   return high < low ? 0 : static_cast<std::uint64_t>(std::int64_t{high} - low) + 1;
 }
 
-/// Makes values finite and divides colours by their alpha; colours where alpha is 0 do not change.
+/// Makes values finite and divides colours by their alpha; colours where alpha is 0 do not change. The number
+/// of pixels that were not finite: 0 or 1.
 float finite(float value) {
   if (std::isnan(value)) return 0;
   return std::isinf(value) ? std::copysign(65504.0f, value) : value;
 }
-void finishPixel(float* rgba, bool multiplied) {
+std::size_t finishPixel(float* rgba, bool multiplied) {
+  const bool good = std::all_of(rgba, rgba + 4, [](float value) { return std::isfinite(value); });
   for (int c = 0; c < 4; ++c)
     rgba[c] = finite(rgba[c]);
-  if (!multiplied || rgba[3] <= 0 || rgba[3] == 1) return;
+  if (!multiplied || rgba[3] <= 0 || rgba[3] == 1) return good ? 0 : 1;
   for (int c = 0; c < 3; ++c)
     rgba[c] = finite(rgba[c] / rgba[3]);
+  return good ? 0 : 1;
 }
 
 /// Luminance with colours at half the resolution, which the library returns as 16-bit floats.
@@ -146,7 +149,7 @@ void readChroma(PictureBytes bytes, RawPicture& raw) {
     for (std::size_t x = 0; x < width; ++x, to += 4) {
       const float values[] = {row[x].r, row[x].g, row[x].b, raw.picture.hasAlpha ? float(row[x].a) : 1.0f};
       std::copy_n(values, 4, to);
-      finishPixel(to, raw.picture.hasAlpha);
+      raw.picture.notFinite += finishPixel(to, raw.picture.hasAlpha);
     }
   }
 }
@@ -186,7 +189,7 @@ void readBands(Imf::InputPart& part, const Names& names, RawPicture& raw) {
     for (std::size_t i = before; i < raw.picture.floats.size(); i += 4, band += 4) {
       if (grey) band[1] = band[2] = band[0];
       if (!alpha) band[3] = 1;
-      finishPixel(band, alpha);
+      raw.picture.notFinite += finishPixel(band, alpha);
     }
   }
 }

@@ -42,6 +42,19 @@ void printOnce(const std::string& name, const std::string& reason) {
                    ". Its colours are shown as sRGB; save it with an sRGB profile if they look wrong."));
 }
 
+void replaceNotFinite(DecodedPicture& picture) {
+  std::vector<float>& values = picture.floats;
+  for (std::size_t pixel = 0; pixel + 3 < values.size(); pixel += 4) {
+    bool replaced = false;
+    for (std::size_t i = pixel; i < pixel + 4; ++i) {
+      if (std::isfinite(values[i])) continue;
+      values[i] = std::isnan(values[i]) ? 0 : std::copysign(65504.0f, values[i]);
+      replaced = true;
+    }
+    if (replaced) ++picture.notFinite;
+  }
+}
+
 void prepare(RawPicture& raw, PictureUse use, const std::string& name) {
   std::string reason;
   if (use == PictureUse::data)
@@ -49,8 +62,7 @@ void prepare(RawPicture& raw, PictureUse use, const std::string& name) {
   else if (!convertColors(raw, &reason))
     printOnce(name, reason);
   if (use == PictureUse::shown) turnUpright(raw.picture, raw.orientation);
-  for (float& value : raw.picture.floats)
-    if (!std::isfinite(value)) value = std::isnan(value) ? 0 : std::copysign(65504.0f, value);
+  replaceNotFinite(raw.picture);
 }
 
 LoadedPicture decode(PictureBytes file, const std::string& name, PictureUse use) {

@@ -16,6 +16,7 @@ namespace host {
 struct DecodedPicture {
   int width = 0, height = 0;
   bool hasAlpha = false;            // false: alpha is 255, 65535 or 1
+  std::size_t notFinite = 0;        // pixels that had NaN or an infinity
   std::vector<unsigned char> bytes; // files of up to 8 bits a channel
   std::vector<std::uint16_t> words; // files of 9 to 16 bits, and of 32-bit integers
   std::vector<float> floats;        // such as HDR and EXR

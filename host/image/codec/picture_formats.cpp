@@ -130,6 +130,18 @@ const PictureFileFormat* formatOfSuffix(std::string_view suffix) noexcept {
   return nullptr;
 }
 
+bool isPictureSuffix(std::string_view suffix) noexcept {
+  for (const PictureFileFormat& format : formats)
+    for (const char* known : format.suffixes)
+      if (known && format.read && sameSuffix(known, suffix)) return true;
+  return false;
+}
+
+std::vector<unsigned char> encodePicture(const BaseBitmap& bitmap, LONG filter,
+                                         const BaseContainer* options) {
+  return formatOfFilter(filter)->write({bitmap, false, options});
+}
+
 std::string namesOfReadFormats() {
   return namesOf([](const PictureFileFormat& format) { return format.read != nullptr; });
 }

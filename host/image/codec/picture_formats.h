@@ -51,6 +51,14 @@ const PictureFileFormat* recognisePicture(std::span<const std::byte> file, const
 const PictureFileFormat* formatOfFilter(LONG filter) noexcept;
 const PictureFileFormat* formatOfSuffix(std::string_view suffix) noexcept;
 
+/// True for the suffix of a picture that is read, with or without capitals.
+bool isPictureSuffix(std::string_view suffix) noexcept;
+
+/// The bytes of a picture file in the format of this number, which must be one that is written; without
+/// alpha. Throws std::exception when the format cannot hold the picture.
+std::vector<unsigned char> encodePicture(const BaseBitmap& bitmap, LONG filter,
+                                         const BaseContainer* options = nullptr);
+
 /// "TIFF, BMP, JPEG or PNG": the names of the formats that are read, or of those that are written.
 std::string namesOfReadFormats();
 std::string namesOfWrittenFormats();
