@@ -1,6 +1,9 @@
 // The denoiser on pictures of noise: time of the small and of the full network, and the most memory held.
 //
 //   bench_denoise_bench [--repeat N]
+//   bench_denoise_bench --memory WIDTH HEIGHT
+//
+// The second form denoises one picture with the full network and prints the memory beside its own.
 
 #include <algorithm>
 #include <chrono>
@@ -48,9 +51,23 @@ void measure(int width, int height, host::denoise::Effort effort, int repeat) {
       times[times.size() / 2], times.back(), *std::min_element(processor.begin(), processor.end()));
 }
 
+void measureMemory(int width, int height) {
+  const std::vector<float> color(static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 3,
+                                 0.5f);
+  const host::denoise::NoisyPicture picture{width, height, color.data(), color.data(), color.data()};
+  millisecondsFor(picture, host::denoise::Effort::final);
+  const double own = 2.0 * static_cast<double>(color.size() * sizeof(float)); // the picture and the result
+  std::printf("%d x %d: %.0f MB beside the picture's %.0f MB\n", width, height,
+              (static_cast<double>(host::platform::peakMemory()) - own) / 1e6, own / 1e6);
+}
+
 } // namespace
 
 int main(int count, char** arguments) {
+  if (count == 4 && !std::strcmp(arguments[1], "--memory")) {
+    measureMemory(std::max(1, std::atoi(arguments[2])), std::max(1, std::atoi(arguments[3])));
+    return 0;
+  }
   const int repeat =
       count == 3 && !std::strcmp(arguments[1], "--repeat") ? std::max(1, std::atoi(arguments[2])) : 5;
   using host::denoise::Effort;

@@ -12,6 +12,7 @@
 #include "network_library.h"
 #include "part.h"
 #include "platform.h"
+#include "portable_results.h"
 #include "read_file.h"
 #include "worker_threads.h"
 
@@ -45,7 +46,10 @@ struct LoadedNetwork {
     if (network && file == wanted && threads == wantedThreads) return;
     network.reset();
     weights = std::make_unique<Weights>(readWeights(wanted));
-    network = networkLibrary().make(*weights, {wantedThreads, runOnWorkers});
+    const NetworkLibrary& library = networkLibrary();
+    const bool fast = !wantsPortableResults() && library.has(Precision::bfloat16);
+    network = library.make(*weights, {wantedThreads, runOnWorkers},
+                           fast ? Precision::bfloat16 : Precision::float32);
     file = wanted;
     threads = wantedThreads;
   }

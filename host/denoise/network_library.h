@@ -2,6 +2,7 @@
 // loaded with the first picture. Private to host/denoise.
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 
@@ -18,6 +19,10 @@ struct Workers {
   int count = 1; // at least 1
   std::function<void(int count, const std::function<void(int index)>& work)> run;
 };
+
+/// Numbers between the layers; sums are floats. With bfloat16, of eight significant bits, some processors are
+/// several times as fast.
+enum class Precision : std::uint8_t { float32, bfloat16 };
 
 /// A U-Net with four levels: 3 x 3 convolutions with rectifiers, maximum pooling, nearest upsampling and skip
 /// connections; the last convolution has no rectifier. One thread at a time.
@@ -39,8 +44,11 @@ class Network {
 /// The part's interface. Any thread.
 class NetworkLibrary {
  public:
+  /// True when the processor has instructions for the numbers.
+  virtual bool has(Precision precision) const = 0;
   /// The weights outlive the network.
-  virtual std::unique_ptr<Network> make(const Weights& weights, Workers workers) const = 0;
+  virtual std::unique_ptr<Network> make(const Weights& weights, Workers workers,
+                                        Precision precision) const = 0;
 
  protected:
   ~NetworkLibrary() = default;

@@ -116,7 +116,7 @@ TEST(Network, AgreesWithItsDefinition) {
     const Planes expected = PlainNetwork(weights).run(in);
     std::vector<float> output(expected.values.size());
     for (const int workers : {1, 2}) {
-      const auto network = networkLibrary().make(weights, {workers, runOnWorkers});
+      const auto network = networkLibrary().make(weights, {workers, runOnWorkers}, Precision::float32);
       ASSERT_TRUE(network->run(input.data(), in.width, in.height, output.data(), goOn));
       const float* next = output.data();
       for (int y = 0; y < in.height; ++y)
@@ -256,11 +256,43 @@ TEST(Denoiser, MissingAndDamagedWeights) {
   fs::remove_all(folder);
 }
 
+// Numbers of eight significant bits change a picture by less than a step of a display's 255.
+TEST(Network, Bfloat16AgreesWithFloats) {
+  if (!networkLibrary().has(Precision::bfloat16))
+    GTEST_SKIP() << "the processor has no instructions for bfloat16";
+  for (const char* name : {"rt_hdr.tza", "rt_hdr_alb_nrm_small.tza", "rt_hdr_alb_nrm.tza"}) {
+    const std::string bytes = bytesOf(name);
+    const Weights weights(std::as_bytes(std::span(bytes)));
+    const NoisyRamp ramp(128, 96);
+    std::vector<float> input;
+    for (std::size_t i = 0; i < ramp.noisy.size(); i += 3)
+      for (const auto* layer : {&ramp.noisy, &ramp.albedo, &ramp.normal})
+        if (layer == &ramp.noisy || weights.inputs() == 9)
+          for (std::size_t k = i; k < i + 3; ++k)
+            input.push_back(std::min(1.0f, 0.5f * (*layer)[k]));
+    std::vector<float> exact(ramp.noisy.size()), fast(exact.size()), again(exact.size());
+    const auto run = [&](Precision precision, int workers, std::vector<float>& output) {
+      const auto network = networkLibrary().make(weights, {workers, runOnWorkers}, precision);
+      ASSERT_TRUE(network->run(input.data(), ramp.width, ramp.height, output.data(), goOn));
+    };
+    run(Precision::float32, 2, exact);
+    run(Precision::bfloat16, 2, fast);
+    run(Precision::bfloat16, 1, again);
+    EXPECT_EQ(fast, again);
+    EXPECT_NE(fast, exact);
+    double sum = 0;
+    for (std::size_t i = 0; i < exact.size(); ++i)
+      sum += std::pow(static_cast<double>(fast[i] - exact[i]), 2);
+    const double decibels = -10 * std::log10(sum / static_cast<double>(exact.size()));
+    EXPECT_GT(decibels, 50) << name;
+  }
+}
+
 // Tiles give the same pixels as the whole picture.
 TEST(Denoiser, TilesHaveNoSeams) {
   const std::string bytes = bytesOf("rt_hdr.tza");
   const Weights weights(std::as_bytes(std::span(bytes)));
-  const auto network = networkLibrary().make(weights, {2, runOnWorkers});
+  const auto network = networkLibrary().make(weights, {2, runOnWorkers}, Precision::float32);
   constexpr int width = 288, height = 64;
   std::vector<float> whole(3 * width * height), result(whole.size());
   std::mt19937 random(3);

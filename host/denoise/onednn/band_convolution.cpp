@@ -1,37 +1,42 @@
 #include "band_convolution.h"
 
+#include <algorithm>
+
 namespace host::denoise {
 namespace {
 
 using dnnl::memory;
 
-constexpr auto floats = memory::data_type::f32;
-constexpr int channelStep = 16; // the library is slow with fewer channels
+memory::data_type typeOf(Precision precision) {
+  return precision == Precision::bfloat16 ? memory::data_type::bf16 : memory::data_type::f32;
+}
 
-memory::desc rowsOf(int rows, int width, int channels) {
-  return {{1, channels, rows, width}, floats, memory::format_tag::nhwc};
+memory::desc rowsOf(int rows, int width, int channels, Precision precision) {
+  return {{1, channels, rows, width}, typeOf(precision), memory::format_tag::nhwc};
 }
 
 } // namespace
 
-BandConvolution::BandConvolution(const dnnl::engine& engine, const Convolution& convolution, int width,
-                                 bool rectify)
-    : engine_(engine), inputs_(convolution.inputs),
-      channels_((convolution.outputs + channelStep - 1) / channelStep * channelStep), width_(width),
-      rectify_(rectify), kernel_(convolution.kernel), bias_(convolution.bias) {
-  kernel_.resize(static_cast<std::size_t>(channels_) * static_cast<std::size_t>(inputs_) * 9);
+BandConvolution::BandConvolution(const dnnl::engine& engine, const Convolution& convolution, const Form& form)
+    : engine_(engine), form_(form), channels_(wholeChannels(convolution.outputs)), bias_(convolution.bias) {
+  const std::size_t known = static_cast<std::size_t>(convolution.inputs) * 9,
+                    all = static_cast<std::size_t>(form.inputs) * 9;
+  kernel_.resize(static_cast<std::size_t>(channels_) * all);
+  for (std::size_t i = 0; i < static_cast<std::size_t>(convolution.outputs); ++i)
+    std::copy_n(&convolution.kernel[i * known], known, &kernel_[i * all]);
   bias_.resize(static_cast<std::size_t>(channels_));
 }
 
 BandConvolution::Forward::primitive_desc BandConvolution::describe(const Band& band) const {
   const memory::dims one{1, 1}, before{band.top ? 1 : 0, 1}, after{band.bottom ? 1 : 0, 1};
-  const Forward::desc description(dnnl::prop_kind::forward_inference, dnnl::algorithm::convolution_direct,
-                                  rowsOf(band.sourceRows(), width_, inputs_),
-                                  memory::desc({channels_, inputs_, 3, 3}, floats, memory::format_tag::any),
-                                  memory::desc({channels_}, floats, memory::format_tag::a),
-                                  rowsOf(band.rows, width_, channels_), one, before, after);
+  const Forward::desc description(
+      dnnl::prop_kind::forward_inference, dnnl::algorithm::convolution_direct,
+      rowsOf(band.sourceRows(), form_.width, form_.inputs, form_.source),
+      memory::desc({channels_, form_.inputs, 3, 3}, typeOf(form_.source), memory::format_tag::any),
+      memory::desc({channels_}, memory::data_type::f32, memory::format_tag::a),
+      rowsOf(band.rows, form_.width, channels_, form_.result), one, before, after);
   dnnl::post_ops operations;
-  if (rectify_) operations.append_eltwise(1, dnnl::algorithm::eltwise_relu, 0, 0);
+  if (form_.rectify) operations.append_eltwise(1, dnnl::algorithm::eltwise_relu, 0, 0);
   dnnl::primitive_attr attributes;
   attributes.set_post_ops(operations);
   attributes.set_scratchpad_mode(dnnl::scratchpad_mode::user); // threads share a primitive
@@ -41,7 +46,7 @@ BandConvolution::Forward::primitive_desc BandConvolution::describe(const Band& b
 memory BandConvolution::kernelFor(const memory::desc& wanted) const {
   for (const auto& [key, kind] : kinds_)
     if (kind.kernel.get_desc() == wanted) return kind.kernel;
-  memory plain({{channels_, inputs_, 3, 3}, floats, memory::format_tag::oihw}, engine_,
+  memory plain({{channels_, form_.inputs, 3, 3}, memory::data_type::f32, memory::format_tag::oihw}, engine_,
                const_cast<float*>(kernel_.data()));
   memory made(wanted, engine_);
   dnnl::stream stream(engine_);
@@ -61,12 +66,12 @@ std::size_t BandConvolution::prepare(const Band& band) {
   return known->second.description.scratchpad_desc().get_size();
 }
 
-void BandConvolution::run(const Band& band, const dnnl::stream& stream, const float* source, float* result,
+void BandConvolution::run(const Band& band, const dnnl::stream& stream, const void* source, void* result,
                           void* scratch) const {
   const Kind& kind = kinds_.at({band.rows, band.top, band.bottom});
-  const memory::desc bias({channels_}, floats, memory::format_tag::a);
+  const memory::desc bias({channels_}, memory::data_type::f32, memory::format_tag::a);
   kind.primitive.execute(
-      stream, {{DNNL_ARG_SRC, memory(kind.description.src_desc(), engine_, const_cast<float*>(source))},
+      stream, {{DNNL_ARG_SRC, memory(kind.description.src_desc(), engine_, const_cast<void*>(source))},
                {DNNL_ARG_WEIGHTS, kind.kernel},
                {DNNL_ARG_BIAS, memory(bias, engine_, const_cast<float*>(bias_.data()))},
                {DNNL_ARG_DST, memory(kind.description.dst_desc(), engine_, result)},

@@ -5,6 +5,7 @@
 #include <oneapi/dnnl/dnnl.hpp>
 #include <tuple>
 
+#include "network_library.h"
 #include "weights.h"
 
 namespace host::denoise {
@@ -17,18 +18,28 @@ struct Band {
   int sourceRows() const noexcept { return rows + (top ? 0 : 1) + (bottom ? 0 : 1); }
 };
 
+/// The number rounded up to the channels that the library handles well.
+constexpr int wholeChannels(int channels) noexcept {
+  return (channels + 15) / 16 * 16;
+}
+
 /// One 3 x 3 convolution over rows of one width.
 class BandConvolution {
  public:
-  /// `convolution` outlives it.
-  BandConvolution(const dnnl::engine& engine, const Convolution& convolution, int width, bool rectify);
+  struct Form {
+    int inputs = 0; // channels of the source: those of the convolution, and perhaps more, which are not read
+    int width = 0;
+    bool rectify = true;
+    Precision source = Precision::float32, result = Precision::float32;
+  };
+  BandConvolution(const dnnl::engine& engine, const Convolution& convolution, const Form& form);
 
-  /// Channels of the result: those of the convolution, rounded up to 16. The additional ones are 0.
+  /// Channels of the result: those of the convolution, rounded up. The additional ones are 0.
   int channels() const noexcept { return channels_; }
   /// Makes the band's kind ready and gives the bytes of scratch memory that it needs.
   std::size_t prepare(const Band& band);
   /// After `prepare`. Any thread, each with its own stream and scratch memory.
-  void run(const Band& band, const dnnl::stream& stream, const float* source, float* result,
+  void run(const Band& band, const dnnl::stream& stream, const void* source, void* result,
            void* scratch) const;
 
  private:
@@ -43,8 +54,8 @@ class BandConvolution {
   dnnl::memory kernelFor(const dnnl::memory::desc& wanted) const;
 
   dnnl::engine engine_;
-  int inputs_, channels_, width_;
-  bool rectify_;
+  Form form_;
+  int channels_;
   std::vector<float> kernel_, bias_; // with the additional channels
   std::map<Key, Kind> kinds_;
 };

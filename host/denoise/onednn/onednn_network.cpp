@@ -1,6 +1,7 @@
 #include "onednn_network.h"
 
 #include <algorithm>
+#include <bit>
 #include <new>
 #include <string_view>
 
@@ -14,6 +15,7 @@ namespace host::denoise {
 namespace {
 
 constexpr int convolutions = 16;
+constexpr const char* last = "dec_conv0";
 constexpr int bandPixels = 16384; // of a result: some milliseconds of work
 constexpr int leastRows = 2;      // pooling takes two at a time
 
@@ -38,11 +40,34 @@ std::size_t valuesOf(int rows, int width, int channels) noexcept {
          static_cast<std::size_t>(channels);
 }
 
+// The nearest bfloat16 of a finite number: the upper half of its bits, rounded to even.
+std::uint16_t toBfloat16(float value) noexcept {
+  const auto bits = std::bit_cast<std::uint32_t>(value);
+  return static_cast<std::uint16_t>((bits + 0x7fff + ((bits >> 16) & 1)) >> 16);
+}
+
+// Each pixel is the largest of four. `Value` is float, or int16_t for bfloat16: rectified numbers are in the
+// order of their bits, and -0 comes before 0.
+template <class Value>
+void pool(const std::byte* source, int rows, int width, int channels, std::byte* result) {
+  const auto* from = reinterpret_cast<const Value*>(source);
+  auto* to = reinterpret_cast<Value*>(result);
+  const auto pixel = static_cast<std::size_t>(channels), row = valuesOf(1, width, channels);
+  for (int y = 0; y < rows; y += 2, from += row)
+    for (int x = 0; x < width; x += 2, from += 2 * pixel, to += pixel)
+      for (std::size_t c = 0; c < pixel; ++c)
+        to[c] = std::max(std::max(from[c], from[pixel + c]), std::max(from[row + c], from[row + pixel + c]));
+}
+
 } // namespace
 
-OnednnNetwork::OnednnNetwork(const Weights& weights, Workers workers)
-    : weights_(weights), workers_(std::move(workers)), engine_(dnnl::engine::kind::cpu, 0),
-      lanes_(static_cast<std::size_t>(workers_.count)) {
+OnednnNetwork::OnednnNetwork(const Weights& weights, Workers workers, Precision precision)
+    : weights_(weights), workers_(std::move(workers)), precision_(precision),
+      engine_(dnnl::engine::kind::cpu, 0), lanes_(static_cast<std::size_t>(workers_.count)) {
+}
+
+std::size_t OnednnNetwork::bytesOf(int rows, int width, int channels) const noexcept {
+  return valuesOf(rows, width, channels) * (precision_ == Precision::bfloat16 ? 2 : 4);
 }
 
 bool OnednnNetwork::run(const float* input, int width, int height, float* output,
@@ -54,7 +79,7 @@ bool OnednnNetwork::run(const float* input, int width, int height, float* output
   stopped_ = false;
   steps_ = 0;
   try {
-    const Tensor in{width, height, weights_.inputs(), input};
+    const Tensor in = tensorOf(input, width, height);
     Tensor level1 = convolveAndPool("enc_conv1", convolve("enc_conv0", {in}));
     Tensor level2 = convolveAndPool("enc_conv2", level1);
     Tensor level3 = convolveAndPool("enc_conv3", level2);
@@ -79,60 +104,78 @@ bool OnednnNetwork::run(const float* input, int width, int height, float* output
 
 OnednnNetwork::Tensor OnednnNetwork::makeTensor(int width, int height, int channels) {
   Tensor made{width, height, channels, nullptr,
-              std::make_unique_for_overwrite<float[]>(valuesOf(height, width, channels))};
+              std::make_unique_for_overwrite<std::byte[]>(bytesOf(height, width, channels))};
   made.values = made.own.get();
   return made;
 }
 
+// Floats stay where they are; other numbers are made, with channels added that the library handles well.
+OnednnNetwork::Tensor OnednnNetwork::tensorOf(const float* input, int width, int height) {
+  const int channels = weights_.inputs();
+  if (precision_ == Precision::float32)
+    return {width, height, channels, reinterpret_cast<const std::byte*>(input)};
+  Tensor made = makeTensor(width, height, wholeChannels(channels));
+  const auto known = static_cast<std::size_t>(channels), all = static_cast<std::size_t>(made.channels);
+  const int rows = rowsFor(width);
+  eachBand((height + rows - 1) / rows, [&](int number, Lane&, const dnnl::stream&) {
+    const int first = number * rows;
+    const float* from = input + valuesOf(first, width, channels);
+    auto* to = reinterpret_cast<std::uint16_t*>(made.own.get() + bytesOf(first, width, made.channels));
+    const std::size_t pixels = valuesOf(std::min(rows, height - first), width, 1);
+    for (std::size_t i = 0; i < pixels; ++i, from += known, to += all) {
+      std::transform(from, from + known, to, toBfloat16);
+      std::fill(to + known, to + all, std::uint16_t{0});
+    }
+  });
+  return made;
+}
+
 OnednnNetwork::Tensor OnednnNetwork::convolve(const char* name, const Source& source) {
-  Tensor made = makeTensor(source.width(), source.height(), convolution(name, source.width()).channels());
+  Tensor made = makeTensor(source.width(), source.height(), convolution(name, source).channels());
   convolveBands(name, source, made.own.get(), [](int, Lane&, const Band&) {});
   return made;
 }
 
-// Each pixel is the largest of four.
 OnednnNetwork::Tensor OnednnNetwork::convolveAndPool(const char* name, const Tensor& source) {
-  const int channels = convolution(name, source.width).channels();
+  const int channels = convolution(name, {source}).channels();
   Tensor made = makeTensor(source.width / 2, source.height / 2, channels);
-  const std::size_t row = valuesOf(1, source.width, channels), pixel = static_cast<std::size_t>(channels);
+  const auto pooled = precision_ == Precision::bfloat16 ? pool<std::int16_t> : pool<float>;
   convolveBands(name, {source}, nullptr, [&](int first, const Lane& lane, const Band& band) {
-    float* to = made.own.get() + valuesOf(first / 2, made.width, channels);
-    for (int y = 0; y < band.rows; y += 2)
-      for (int x = 0; x < source.width; x += 2, to += pixel) {
-        const float* from =
-            lane.result.data() + valuesOf(y, source.width, channels) + valuesOf(1, x, channels);
-        for (std::size_t c = 0; c < pixel; ++c)
-          to[c] =
-              std::max(std::max(from[c], from[pixel + c]), std::max(from[row + c], from[row + pixel + c]));
-      }
+    pooled(lane.result.data(), band.rows, source.width, channels,
+           made.own.get() + bytesOf(first / 2, made.width, channels));
   });
   return made;
 }
 
+// Its result is floats.
 void OnednnNetwork::convolveLast(const Tensor& source, float* output) {
-  const auto channels = static_cast<std::size_t>(convolution("dec_conv0", source.width).channels());
-  convolveBands("dec_conv0", {source}, nullptr, [&](int first, const Lane& lane, const Band& band) {
+  const auto channels = static_cast<std::size_t>(convolution(last, {source}).channels());
+  convolveBands(last, {source}, nullptr, [&](int first, const Lane& lane, const Band& band) {
+    const auto* from = reinterpret_cast<const float*>(lane.result.data());
     float* to = output + valuesOf(first, source.width, 3);
     const std::size_t pixels = valuesOf(band.rows, source.width, 1);
     for (std::size_t i = 0; i < pixels; ++i)
-      std::copy_n(&lane.result[i * channels], 3, to + i * 3);
+      std::copy_n(from + i * channels, 3, to + i * 3);
   });
 }
 
-BandConvolution& OnednnNetwork::convolution(const char* name, int width) {
-  const auto known = convolutions_.find({name, width});
+BandConvolution& OnednnNetwork::convolution(const char* name, const Source& source) {
+  const auto known = convolutions_.find({name, source.width()});
   if (known != convolutions_.end()) return known->second;
-  const bool rectify = std::string_view(name) != "dec_conv0";
+  const bool ends = std::string_view(name) == last;
+  const BandConvolution::Form form{source.channels(), source.width(), !ends, precision_,
+                                   ends ? Precision::float32 : precision_};
   return convolutions_
-      .emplace(std::pair(std::string(name), width), BandConvolution(engine_, weights_[name], width, rectify))
+      .emplace(std::pair(std::string(name), source.width()), BandConvolution(engine_, weights_[name], form))
       .first->second;
 }
 
 template <class Finish>
-void OnednnNetwork::convolveBands(const char* name, const Source& source, float* target, Finish&& finish) {
+void OnednnNetwork::convolveBands(const char* name, const Source& source, std::byte* target,
+                                  Finish&& finish) {
   ask();
   const int width = source.width(), height = source.height(), rows = rowsFor(width);
-  BandConvolution& filter = convolution(name, width);
+  BandConvolution& filter = convolution(name, source);
   const auto bandAt = [&](int row) {
     return Band{std::min(rows, height - row), row == 0, row + rows >= height};
   };
@@ -143,9 +186,9 @@ void OnednnNetwork::convolveBands(const char* name, const Source& source, float*
     const int row = number * rows;
     const Band band = bandAt(row);
     if (lane.scratch.size() < scratch) lane.scratch.resize(scratch);
-    const std::size_t values = valuesOf(rows, width, filter.channels());
-    if (!target && lane.result.size() < values) lane.result.resize(values);
-    float* result = target ? target + valuesOf(row, width, filter.channels()) : lane.result.data();
+    const std::size_t most = valuesOf(rows, width, filter.channels()) * sizeof(float);
+    if (!target && lane.result.size() < most) lane.result.resize(most);
+    std::byte* result = target ? target + bytesOf(row, width, filter.channels()) : lane.result.data();
     filter.run(band, stream, bandSource(source, row, band, lane), result, lane.scratch.data());
     finish(row, lane, band);
   });
@@ -153,19 +196,19 @@ void OnednnNetwork::convolveBands(const char* name, const Source& source, float*
 }
 
 // A joined source is made band by band, as it is needed.
-const float* OnednnNetwork::bandSource(const Source& source, int row, const Band& band, Lane& lane) const {
+const std::byte* OnednnNetwork::bandSource(const Source& source, int row, const Band& band,
+                                           Lane& lane) const {
   const int first = band.top ? row : row - 1;
   const Tensor& main = source.main;
-  if (!source.skip) return main.values + valuesOf(first, main.width, main.channels);
+  if (!source.skip) return main.values + bytesOf(first, main.width, main.channels);
   const int width = source.width(), rows = band.sourceRows();
-  const auto one = static_cast<std::size_t>(main.channels),
-             two = static_cast<std::size_t>(source.skip->channels);
-  const std::size_t size = valuesOf(rows, width, main.channels + source.skip->channels);
+  const std::size_t one = bytesOf(1, 1, main.channels), two = bytesOf(1, 1, source.skip->channels);
+  const std::size_t size = bytesOf(rows, width, source.channels());
   if (lane.joined.size() < size) lane.joined.resize(size);
-  float* to = lane.joined.data();
-  const float* skip = source.skip->values + valuesOf(first, width, source.skip->channels);
+  std::byte* to = lane.joined.data();
+  const std::byte* skip = source.skip->values + bytesOf(first, width, source.skip->channels);
   for (int y = first; y < first + rows; ++y) {
-    const float* low = main.values + valuesOf(y / 2, main.width, main.channels);
+    const std::byte* low = main.values + bytesOf(y / 2, main.width, main.channels);
     for (int x = 0; x < width; ++x, skip += two) {
       to = std::copy_n(low + static_cast<std::size_t>(x / 2) * one, one, to);
       to = std::copy_n(skip, two, to);

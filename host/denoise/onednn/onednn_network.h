@@ -16,17 +16,17 @@ namespace host::denoise {
 
 class OnednnNetwork final : public Network {
  public:
-  OnednnNetwork(const Weights& weights, Workers workers);
+  OnednnNetwork(const Weights& weights, Workers workers, Precision precision);
   bool run(const float* input, int width, int height, float* output,
            const std::function<bool(double)>& goOn) override;
 
  private:
   struct Stopped {};
-  /// Values as [row][column][channel]; those of another owner, or its own.
+  /// Numbers of the network's precision as [row][column][channel]; those of another owner, or its own.
   struct Tensor {
     int width, height, channels;
-    const float* values;
-    std::unique_ptr<float[]> own{};
+    const std::byte* values;
+    std::unique_ptr<std::byte[]> own{};
   };
   /// The picture that a convolution reads: `main`, or `main` at twice its size joined with `skip`.
   struct Source {
@@ -35,11 +35,11 @@ class OnednnNetwork final : public Network {
     int scale() const noexcept { return skip ? 2 : 1; }
     int width() const noexcept { return main.width * scale(); }
     int height() const noexcept { return main.height * scale(); }
+    int channels() const noexcept { return main.channels + (skip ? skip->channels : 0); }
   };
   /// Memory of one worker.
   struct Lane {
-    std::vector<float> joined, result;
-    std::vector<std::byte> scratch;
+    std::vector<std::byte> joined, result, scratch;
   };
 
   Tensor convolve(const char* name, const Source& source);
@@ -48,16 +48,19 @@ class OnednnNetwork final : public Network {
   /// `finish(row, lane, band)` gets the band's result, which begins at that row, in `lane.result`, unless
   /// `target` takes it.
   template <class Finish>
-  void convolveBands(const char* name, const Source& source, float* target, Finish&& finish);
-  BandConvolution& convolution(const char* name, int width);
-  const float* bandSource(const Source& source, int row, const Band& band, Lane& lane) const;
+  void convolveBands(const char* name, const Source& source, std::byte* target, Finish&& finish);
+  BandConvolution& convolution(const char* name, const Source& source);
+  const std::byte* bandSource(const Source& source, int row, const Band& band, Lane& lane) const;
   template <class Work>
   void eachBand(int count, Work&& work);
   void ask();
-  static Tensor makeTensor(int width, int height, int channels);
+  Tensor makeTensor(int width, int height, int channels);
+  Tensor tensorOf(const float* input, int width, int height);
+  std::size_t bytesOf(int rows, int width, int channels) const noexcept;
 
   const Weights& weights_;
   Workers workers_;
+  Precision precision_;
   dnnl::engine engine_;
   std::vector<Lane> lanes_;
   std::map<std::pair<std::string, int>, BandConvolution> convolutions_; // of the last picture's width

@@ -1,19 +1,26 @@
 // The entry of the part that runs networks.
 #include "onednn_network.h"
 
+namespace host::denoise {
 namespace {
 
-class Library final : public host::denoise::NetworkLibrary {
+class Library final : public NetworkLibrary {
  public:
-  std::unique_ptr<host::denoise::Network> make(const host::denoise::Weights& weights,
-                                               host::denoise::Workers workers) const override {
-    return std::make_unique<host::denoise::OnednnNetwork>(weights, std::move(workers));
+  bool has(Precision precision) const override {
+#if defined(__x86_64__)
+    if (precision == Precision::bfloat16) return __builtin_cpu_supports("avx512bf16") != 0;
+#endif
+    return precision == Precision::float32;
+  }
+  std::unique_ptr<Network> make(const Weights& weights, Workers workers, Precision precision) const override {
+    return std::make_unique<OnednnNetwork>(weights, std::move(workers), precision);
   }
 };
 
 } // namespace
+} // namespace host::denoise
 
 void* lumenara_part_onednn() {
-  static Library library;
+  static host::denoise::Library library;
   return static_cast<host::denoise::NetworkLibrary*>(&library);
 }
