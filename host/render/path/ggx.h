@@ -15,8 +15,10 @@ struct GgxAlpha {
 
 /// Density of microfacet normals.
 inline float ggxD(Vec3 h, GgxAlpha alpha) {
-  const float a2 = alpha.x * alpha.y, stretch = alpha.y / alpha.x;
-  const float d = h.x * h.x * stretch + h.y * h.y / stretch + h.z * h.z * a2;
+  const float a2 = alpha.x * alpha.y;
+  float across = h.x * h.x + h.y * h.y;
+  if (alpha.x != alpha.y) across = h.x * h.x * (alpha.y / alpha.x) + h.y * h.y * (alpha.x / alpha.y);
+  const float d = across + h.z * h.z * a2;
   return a2 / (pi * d * d); // equals a2 / (pi ((a2 - 1) cos^2 + 1)^2) for a unit h where both are the same
 }
 

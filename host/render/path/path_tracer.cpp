@@ -336,9 +336,8 @@ class PathTracer {
   Vec3 passedLight(Path& path, const Surface& s, const Exit& exit, const LightSample& light) const {
     const float nearly = light.glow >= 0 ? 0.9999f : 1.0f; // a glowing surface does not shadow itself
     const Ray ray{exit.origin(s, light.direction), light.direction, 0, light.distance * nearly};
-    const ShadowResult shadow = traceShadow(scene_, settings_, ray);
-    path.result.rays += shadow.rays;
-    return shadow.passed;
+    ++path.result.rays;
+    return traceShadow(scene_, settings_, ray);
   }
 
   // Samples a lobe and the next direction. False: the surface absorbs the path.

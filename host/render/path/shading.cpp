@@ -127,7 +127,13 @@ void setFinish(SurfaceLook& look, const CompiledMaterial& material, const ShadeP
 
 } // namespace
 
-Rgba CompiledShade::at(const ShadePoint& point) const {
+bool CompiledShade::reads(int uvSet) const {
+  if (kind_ == Kind::bitmap) return use_.uvSet == uvSet;
+  return std::any_of(children_.begin(), children_.end(),
+                     [&](const CompiledShade& child) { return child.reads(uvSet); });
+}
+
+Rgba CompiledShade::evaluate(const ShadePoint& point) const {
   switch (kind_) {
   case Kind::constant:
     return color_;
@@ -306,8 +312,11 @@ std::vector<CompiledMaterial> MaterialCompiler::compile(const std::vector<Textur
     const SurfaceMaterial& m = *materials_[i];
     CompiledMaterial& c = out[i];
     c.source = materials_[i];
-    for (const MaterialShade& shade : materialShades)
+    for (const MaterialShade& shade : materialShades) {
       c.*shade.to = make((m.*shade.from).get(), shade.space, textures);
+      for (const int set : {0, 1})
+        c.readsUv[static_cast<std::size_t>(set)] |= (c.*shade.to).reads(set);
+    }
     c.emits = nonZero(m.emission) && !m.unlit;
     c.hasAlpha = m.alphaMode != AlphaMode::opaque;
     c.transmits = m.transmission > 0 && settings.transparency && !m.unlit;

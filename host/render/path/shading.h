@@ -41,16 +41,19 @@ class CompiledShade {
  public:
   bool constant() const { return kind_ == Kind::constant; }
   bool present() const { return present_; }
-  Rgba at(const ShadePoint& point) const;
+  Rgba at(const ShadePoint& point) const { return constant() ? color_ : evaluate(point); }
   /// Approximate mean over the picture, for choosing among lights.
   Rgba mean() const;
   /// The single texture of a bitmap shader; null otherwise.
   const Texture* texture() const { return kind_ == Kind::bitmap ? texture_.get() : nullptr; }
   const TextureUse& use() const { return use_; }
+  /// True when the value depends on a set of texture coordinates.
+  bool reads(int uvSet) const;
 
  private:
   friend class MaterialCompiler;
   enum class Kind : std::uint8_t { constant, bitmap, occlusion, stack };
+  Rgba evaluate(const ShadePoint& point) const;
   Kind kind_ = Kind::constant;
   bool present_ = false;
   Rgba color_;
@@ -78,6 +81,7 @@ struct CompiledMaterial {
   bool disperses = false;     // the three differ
   Vec3 absorption;            // inside of a body, per metre
   bool absorbs = false;
+  std::array<bool, 2> readsUv{}; // some shader, for each set of texture coordinates
   bool emits = false;
   bool hasAlpha = false; // alpha may let rays through
   bool transmits = false;

@@ -6,12 +6,7 @@
 
 namespace host::render {
 
-struct ShadowResult {
-  Vec3 passed;            // factor of the light, 0 to 1 a channel
-  std::uint32_t rays = 0; // traced for it
-};
-
-/// Between the ray's near and far end.
-ShadowResult traceShadow(const RayScene& scene, const RenderSettings& settings, Ray ray);
+/// The factor of light between the ray's near and far end, 0 to 1 a channel. One ray is traced.
+Vec3 traceShadow(const RayScene& scene, const RenderSettings& settings, const Ray& ray);
 
 } // namespace host::render

@@ -54,7 +54,7 @@ float positionError(const Transform& placement, Vec3 vertex, Vec3 normal) {
 void setUv(const Mesh& mesh, const Corners& c, const Hit& hit, float coneWidth, float facing, Surface& out) {
   for (std::size_t set = 0; set < 2; ++set) {
     const auto& list = mesh.uv[set];
-    if (list.empty()) {
+    if (list.empty() || !out.material->readsUv[set]) {
       out.point.uv[set] = {};
       out.point.footprint[set] = 0;
       continue;

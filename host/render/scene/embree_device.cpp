@@ -53,7 +53,7 @@ RTCDevice embreeDevice() {
 
 EmbreeScene::EmbreeScene(RTCSceneFlags flags, RTCBuildQuality quality) : scene_(rtcNewScene(embreeDevice())) {
   if (!scene_) throw std::bad_alloc();
-  rtcSetSceneFlags(scene_, flags);
+  rtcSetSceneFlags(scene_, flags | RTC_SCENE_FLAG_CONTEXT_FILTER_FUNCTION);
   rtcSetSceneBuildQuality(scene_, quality);
 }
 

@@ -12,7 +12,7 @@ namespace host::render {
 /// The process's device, made at first use and kept. Throws std::bad_alloc when it cannot be made.
 RTCDevice embreeDevice();
 
-/// Owns a scene. Move-only.
+/// Owns a scene, whose rays may bring a filter of their own. Move-only.
 class EmbreeScene {
  public:
   EmbreeScene() = default;

@@ -47,6 +47,29 @@ RTCRay toEmbree(const Ray& ray, unsigned mask) {
   return r;
 }
 
+unsigned maskOf(const Instance& instance) {
+  unsigned mask = anyMask;
+  if (instance.seenByCamera) mask |= cameraMask;
+  if (instance.castsShadows) mask |= shadowMask;
+  if (instance.isFloor) mask |= floorMask;
+  return mask;
+}
+
+/// The context of a shadow ray. Embree hands its first part to `askFilter`.
+struct FilterContext {
+  RTCIntersectContext embree;
+  const std::vector<PlacedMesh>* placed;
+  ShadowFilter* filter;
+};
+
+// Takes back the hit of a surface that the light passes.
+void askFilter(const RTCFilterFunctionNArguments* of) {
+  const auto& context = *reinterpret_cast<const FilterContext*>(of->context);
+  const Hit hit{RTCRayN_tfar(of->ray, of->N, 0), RTCHitN_u(of->hit, of->N, 0), RTCHitN_v(of->hit, of->N, 0),
+                RTCHitN_instID(of->hit, of->N, 0, 0), RTCHitN_primID(of->hit, of->N, 0)};
+  if ((*context.placed)[hit.instance].filters && context.filter->passes(hit)) of->valid[0] = 0;
+}
+
 // The sets of texture coordinates whose tangents a material needs.
 std::vector<int> tangentSets(const CompiledMaterial& material) {
   std::vector<int> sets;
@@ -155,18 +178,12 @@ const CompiledMaterial& RayScene::materialOf(const PlacedMesh& placed, std::uint
   return materials_[known ? static_cast<std::size_t>(index) : 0];
 }
 
-unsigned RayScene::maskOf(const Instance& instance) const {
-  bool lets = false;
-  for (const int m : instance.materials)
-    if (m >= 0 && static_cast<std::size_t>(m) < materials_.size()) {
-      const CompiledMaterial& material = materials_[static_cast<std::size_t>(m)];
-      lets = lets || material.hasAlpha || material.transmits;
-    }
-  unsigned mask = anyMask;
-  if (instance.seenByCamera) mask |= cameraMask;
-  if (instance.castsShadows) mask |= lets ? filterMask : shadowMask;
-  if (instance.isFloor) mask |= floorMask;
-  return mask;
+bool RayScene::letsLightPass(const Instance& instance) const {
+  return std::any_of(instance.materials.begin(), instance.materials.end(), [&](int m) {
+    if (m < 0 || static_cast<std::size_t>(m) >= materials_.size()) return false;
+    const CompiledMaterial& material = materials_[static_cast<std::size_t>(m)];
+    return material.hasAlpha || material.transmits;
+  });
 }
 
 // Tangents of the meshes that have none, where a material's normals follow them. False after a break.
@@ -200,9 +217,9 @@ bool RayScene::buildTop(int workers, const Stopped& stopped) {
                                t.v3.x, t.v3.y, t.v3.z, t.off.x, t.off.y, t.off.z};
     rtcSetGeometryInstancedScene(geometry, accels_[i]->scene.get());
     rtcSetGeometryTransform(geometry, 0, RTC_FORMAT_FLOAT3X4_COLUMN_MAJOR, columns);
-    const unsigned mask = maskOf(*placed_[i].source);
-    filters_ = filters_ || (mask & filterMask);
-    rtcSetGeometryMask(geometry, mask);
+    placed_[i].filters = letsLightPass(*placed_[i].source);
+    filters_ = filters_ || placed_[i].filters;
+    rtcSetGeometryMask(geometry, maskOf(*placed_[i].source));
     rtcCommitGeometry(geometry);
     rtcAttachGeometryByID(top_.get(), geometry, static_cast<unsigned>(i));
     rtcReleaseGeometry(geometry);
@@ -252,12 +269,15 @@ std::optional<Hit> RayScene::intersect(const Ray& ray, unsigned mask, bool coher
   return Hit{r.ray.tfar, r.hit.u, r.hit.v, r.hit.instID[0], r.hit.primID};
 }
 
-bool RayScene::blocked(const Ray& ray, unsigned mask) const {
+bool RayScene::blocked(const Ray& ray, ShadowFilter& filter) const {
   if (!traceable(ray)) return false;
-  RTCRay r = toEmbree(ray, mask);
-  RTCIntersectContext context;
-  rtcInitIntersectContext(&context);
-  rtcOccluded1(top_.get(), &context, &r);
+  RTCRay r = toEmbree(ray, shadowMask);
+  FilterContext context;
+  rtcInitIntersectContext(&context.embree);
+  if (filters_) context.embree.filter = askFilter;
+  context.placed = &placed_;
+  context.filter = &filter;
+  rtcOccluded1(top_.get(), &context.embree, &r);
   return r.tfar < 0;
 }
 

@@ -16,11 +16,22 @@
 namespace host::render {
 
 /// Kinds of surfaces that a ray can meet.
-enum RayMask : unsigned { cameraMask = 1, anyMask = 2, shadowMask = 4, filterMask = 8, floorMask = 16 };
+enum RayMask : unsigned { cameraMask = 1, anyMask = 2, shadowMask = 4, floorMask = 8 };
 
 struct Hit {
   float distance = 0, u = 0, v = 0;
   std::uint32_t instance = 0, primitive = 0;
+};
+
+/// Decides about the surfaces along a shadow ray that may let light pass. They come in no order, and some
+/// come more than once.
+class ShadowFilter {
+ public:
+  /// False: no light passes, and the ray ends.
+  virtual bool passes(const Hit& hit) = 0;
+
+ protected:
+  ~ShadowFilter() = default;
 };
 
 /// A mesh placed in the scene. Its vertices count from the centre of its acceleration structure.
@@ -28,9 +39,10 @@ struct PlacedMesh {
   const Mesh* mesh;
   const Instance* source;
   Vec3 center;
-  Transform toWorld;  // of vertices that count from the centre
-  float side;         // -1 when the map mirrors
-  int firstGlow = -1; // index of its first triangle among the lights' glowing triangles; -1: does not glow
+  Transform toWorld;    // of vertices that count from the centre
+  float side;           // -1 when the map mirrors
+  int firstGlow = -1;   // index of its first triangle among the lights' glowing triangles; -1: does not glow
+  bool filters = false; // some of its surfaces let light pass, by alpha or transmission
   std::array<const CornerTangents*, 2> tangents{}; // for each set; null: not needed, or the mesh has its own
   Vec3 vertex(std::uint32_t index) const { return Vec3(mesh->positions[index]) - center; }
 };
@@ -50,7 +62,8 @@ class RayScene final : public OcclusionQuery {
   /// The first hit along a ray among the surfaces of the mask. A ray that is not finite hits nothing.
   /// `coherent`: neighbouring rays are traced one after another.
   std::optional<Hit> intersect(const Ray& ray, unsigned mask, bool coherent) const;
-  bool blocked(const Ray& ray, unsigned mask) const;
+  /// True when a surface that casts shadows is in the way. Those that may let light pass are for the filter.
+  bool blocked(const Ray& ray, ShadowFilter& filter) const;
   float openness(Vec3 position, Vec3 normal, float distance, Vec2 u) const override;
 
   const PlacedMesh& placed(const Hit& hit) const { return placed_[hit.instance]; }
@@ -61,8 +74,6 @@ class RayScene final : public OcclusionQuery {
   }
   /// Index of a glowing triangle among the lights; -1 for others.
   int glowIndex(const Hit& hit) const;
-  /// True when a surface lets light through, by alpha or transmission.
-  bool hasFilters() const { return filters_; }
 
   const LightSet& lights() const { return lights_; }
   const RenderSky& sky() const { return sky_; }
@@ -77,7 +88,7 @@ class RayScene final : public OcclusionQuery {
   void addGlows(PlacedMesh& placed, std::uint32_t index);
   bool makeTangents(const Stopped& stopped);
   bool buildTop(int workers, const Stopped& stopped);
-  unsigned maskOf(const Instance& instance) const;
+  bool letsLightPass(const Instance& instance) const;
   bool traceable(const Ray& ray) const;
 
   SnapshotPtr snapshot_;
