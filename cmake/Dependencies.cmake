@@ -58,6 +58,9 @@ lumenara_find_dependency(gif HEADER gif_lib.h LIBRARIES gif)
 # Little CMS: pictures with colour profiles.
 lumenara_find_dependency(lcms HEADER lcms2.h LIBRARIES lcms2)
 
+# OpenColorIO: views of linear light by ACES and by configurations of studios.
+lumenara_find_dependency(ocio HEADER OpenColorIO/OpenColorIO.h LIBRARIES OpenColorIO)
+
 # oneDNN: the convolutions of the denoiser, one thread each. It is built with GCC's OpenMP library, whatever compiler builds us.
 lumenara_find_dependency(dnnl HEADER oneapi/dnnl/dnnl.hpp LIBRARIES dnnl)
 target_link_libraries(dep_dnnl INTERFACE gomp)

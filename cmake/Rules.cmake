@@ -16,7 +16,7 @@ set(LUMENARA_USES_session dialog view render denoise core image scene interface)
 set(LUMENARA_USES_qt session dialog view render denoise core image scene interface)
 
 # Sub-folders that are parts, each loaded at its first use.
-set(LUMENARA_PARTS_image ffmpeg)
+set(LUMENARA_PARTS_image ffmpeg ocio)
 set(LUMENARA_PARTS_denoise onednn)
 set(LUMENARA_PARTS_scene import)
 
@@ -43,6 +43,7 @@ lumenara_wall(tiff "tiffio[.]h$" host/image/codec tests bench)
 lumenara_wall(exr "OpenEXR/|Imath/" host/image/codec tests bench)
 lumenara_wall(webp "webp/" host/image/codec tests bench)
 lumenara_wall(lcms "lcms2[.]h$" host/image/color tests)
+lumenara_wall(ocio "OpenColorIO/" host/image/ocio)
 lumenara_wall(zip "zip[.]h$" host/image/codec tests/image)
 lumenara_wall(freetype "ft2build[.]h$|freetype|FT_[A-Z_]+$" host/image/text)
 lumenara_wall(harfbuzz "hb(-[a-z]+)?[.]h$|harfbuzz/" host/image/text)

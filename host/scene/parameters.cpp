@@ -152,7 +152,8 @@ void fillShaders(Table& table) {
       .vector(aoBright, white);
 }
 
-constexpr LONG denoiseSetting = 7103; // of the renderer, see render_settings.h
+constexpr LONG denoiseSetting = 7103;                           // of the renderer, see render_settings.h
+constexpr LONG gammaSetting = 7122, whiteBalanceSetting = 7123; // of the view, see view_setting.h
 
 void fillRenderData(Table& table) {
   Filler data(table, NodeKind::renderData, 0);
@@ -168,6 +169,8 @@ void fillRenderData(Table& table) {
       .integer(RDATA_MAXSAMPLES, 64)
       .real(RDATA_NOISETHRESHOLD, 0.01)
       .integer(denoiseSetting, 0)
+      .real(gammaSetting, 1)
+      .real(whiteBalanceSetting, 6500)
       .integer(RDATA_RENDERREGION_LEFT, 0)
       .integer(RDATA_RENDERREGION_TOP, 0)
       .integer(RDATA_RENDERREGION_RIGHT, 0)

@@ -73,7 +73,8 @@ bool holds(const std::vector<std::string>& libraries, const std::string& part) {
 }
 
 // Each of these loads many more, or takes much memory.
-constexpr const char* rare[] = {"lumenara_ffmpeg", "lumenara_import", "libavcodec",    "libavformat",
+constexpr const char* rare[] = {"lumenara_ffmpeg", "lumenara_import", "lumenara_ocio",
+                                "libOpenColorIO",  "libavcodec",      "libavformat",
                                 "libassimp",       "libMagick",       "libOpenImageIO"};
 
 TEST_F(Startup, LoadsFewLibraries) {
@@ -99,6 +100,16 @@ TEST_F(Startup, AnImportLoadsItsPartAlone) {
   EXPECT_TRUE(holds(libraries, "lumenara_import"));
   EXPECT_TRUE(holds(libraries, "libassimp"));
   EXPECT_FALSE(holds(libraries, "lumenara_ffmpeg"));
+}
+
+TEST_F(Startup, ARenderLoadsColourManagementForAViewThatNeedsIt) {
+  const std::string scene = writeTinyScene(folder.path());
+  const std::string render =
+      "render '" + scene + "' --size 16x16 --samples 1 --quiet -o '" + (folder / "a.png") + "' ";
+  EXPECT_FALSE(holds(librariesOf(render), "libOpenColorIO"));
+  EXPECT_FALSE(holds(librariesOf(render + "--view Filmic --exposure 1"), "libOpenColorIO"));
+  EXPECT_TRUE(holds(librariesOf(render + "--view 'ACES SDR'"), "libOpenColorIO"));
+  EXPECT_EQ(code, 0);
 }
 
 TEST_F(Startup, AMissingPartFailsItsOwnJobOnly) {

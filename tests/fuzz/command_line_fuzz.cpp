@@ -33,6 +33,7 @@ struct Check {
             "boxes are fractions");
     check(o.sampling);
     require(o.threads >= 0 && o.threads <= 1024, "threads are limited");
+    require(!o.view.exposure || (*o.view.exposure >= -20 && *o.view.exposure <= 20), "stops are limited");
     for (const auto& setting : o.settings)
       require(!setting.first.empty(), "settings have names");
   }

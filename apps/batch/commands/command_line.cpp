@@ -178,6 +178,12 @@ CLI::App* addRender(CLI::App& app, RawOptions& raw) {
   render->add_option("--region-box", raw.box, "The same, as fractions of the picture")
       ->type_name("X,Y,SIZE")
       ->excludes(region);
+  render->add_option("--view", raw.render.view.view, "Show the light through this view; default: the scene's")
+      ->type_name("NAME");
+  render
+      ->add_option("--exposure", raw.render.view.exposure, "Brighten by so many stops; default: the scene's")
+      ->type_name("STOPS")
+      ->check(CLI::Range(-20.0, 20.0));
   render->add_option("--stats", raw.render.stats, "Write times and counts as JSON")->type_name("FILE");
   addRun(*render, raw, raw.render);
   return render;
@@ -360,7 +366,7 @@ RenderOptions finishRender(const CLI::App& app, RawOptions& raw) {
 }
 
 /// Arguments in the parser's order, last first. A value that starts with a minus sign, as in
-/// `settings set KEY -1` and `compare A B --slider -1`, is kept from being parsed as an option.
+/// `settings set KEY -1` and `render --exposure -1`, is kept from being parsed as an option.
 std::vector<std::string> arguments(int argc, const char* const* argv) {
   std::vector<std::string> list(argv + 1, argv + argc);
   const bool sets = list.size() >= 4 && list[0] == "settings" && list[1] == "set";
@@ -371,8 +377,10 @@ std::vector<std::string> arguments(int argc, const char* const* argv) {
     list.push_back("--");
     list.push_back(std::move(value));
   }
-  for (std::size_t i = 1; i + 1 < list.size() && list[0] == "compare"; ++i) {
-    if (list[i] != "--slider" && list[i] != "--fail-above") continue;
+  for (std::size_t i = 1; i + 1 < list.size(); ++i) {
+    const bool signedOption = list[0] == "compare" ? list[i] == "--slider" || list[i] == "--fail-above"
+                                                   : list[0] == "render" && list[i] == "--exposure";
+    if (!signedOption) continue;
     list[i] += "=" + list[i + 1];
     list.erase(list.begin() + static_cast<std::ptrdiff_t>(i) + 1);
   }

@@ -38,6 +38,13 @@ struct Sampling {
   std::string denoise;         // "off", "end", "live", or empty: as the scene says
 };
 
+/// The view of a saved picture, over the document's.
+struct ViewOptions {
+  std::optional<std::string> view;
+  std::optional<double> exposure; // stops, -20 to 20
+  bool given() const { return view || exposure; }
+};
+
 struct RenderOptions {
   std::string scene, image;
   std::optional<PixelSize> size;
@@ -48,6 +55,7 @@ struct RenderOptions {
   std::optional<RegionBox> box;                              // at most one of the two
   std::vector<std::pair<std::string, std::string>> settings; // key and value, as they were typed
   Sampling sampling;
+  ViewOptions view;
   int threads = 0;             // 0: all
   std::optional<LONG> quality; // 1 to 100, of JPEG and WebP pictures
   std::string home, stats;

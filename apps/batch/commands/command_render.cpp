@@ -18,6 +18,7 @@
 #include "run_settings.h"
 #include "scene_load.h"
 #include "scene_setup.h"
+#include "viewed_bitmap.h"
 
 namespace batch {
 namespace {
@@ -26,6 +27,9 @@ namespace {
 void checkTargets(const RenderOptions& options) {
   checkAssignments(options.settings);
   checkPictureFile(options.image, options.quality);
+  if (options.view.given() && holdsLight(options.image))
+    throw Stop(ExitCode::wrongUse, "--view and --exposure have no effect on " + options.image +
+                                       ", which holds the light itself; leave them out, or write a png");
   requireWritable(Filename(String(options.image)), "the picture");
   if (!options.stats.empty()) requireWritable(Filename(String(options.stats)), "the statistics file");
 }
@@ -80,11 +84,21 @@ ExitCode judge(const JobResult& job, const RenderOptions& options, const Scene& 
   }
 }
 
+/// Saves the picture as the view shows it; a plain view changes nothing.
+void saveViewed(const BaseBitmap& bitmap, const host::ViewSettings& view, const RenderOptions& options) {
+  if (view.isPlain() || holdsLight(options.image)) return savePicture(bitmap, options.image, options.quality);
+  AutoAlloc<BaseBitmap> shown;
+  if (!shown || !host::viewedCopy(bitmap, host::ViewTransform(view), false, *shown))
+    throw Stop(ExitCode::renderFailed, "there is not enough memory for the view; choose a smaller --size");
+  savePicture(*shown, options.image, options.quality);
+}
+
 ExitCode renderScene(const RenderOptions& options, Messages& messages) {
   lmSettings settings;
   fillRunSettings(settings, options.settings);
   Scene scene = loadScene(options.scene, messages);
   prepare(options, *scene.document);
+  const host::ViewSettings view = chooseView(*scene.document, options.view);
   const PixelSize size = pictureSize(options.size, *scene.document, settings);
   const std::optional<PixelRegion> region = pixelRegion(options, size);
   AutoAlloc<BaseBitmap> bitmap;
@@ -103,7 +117,7 @@ ExitCode renderScene(const RenderOptions& options, Messages& messages) {
                                            " could not be prepared for the render; there is "
                                            "probably not enough memory, close other programs");
   }
-  savePicture(*bitmap, options.image, options.quality);
+  saveViewed(*bitmap, view, options);
   if (!options.stats.empty()) {
     writeText(Filename(String(options.stats)), statsText(times, size, job.result), "the statistics file");
   }

@@ -25,6 +25,10 @@ void checkPictureFile(const std::string& file, std::optional<LONG> quality) {
                                      " pictures have no quality; leave it out, or write a jpg or webp");
 }
 
+bool holdsLight(const std::string& file) {
+  return formatOf(file).filter == FILTER_EXR;
+}
+
 void savePicture(const BaseBitmap& bitmap, const std::string& file, std::optional<LONG> quality) {
   const host::PictureFileFormat& format = formatOf(file);
   BaseContainer settings;

@@ -15,6 +15,9 @@ inline constexpr LONG defaultJpegQuality = 95;
 /// Throws `Stop` (wrong use) for an unknown suffix, and for a quality when the format has none.
 void checkPictureFile(const std::string& file, std::optional<LONG> quality = {});
 
+/// Whether pictures of this suffix hold light instead of codes, so that no view applies.
+bool holdsLight(const std::string& file);
+
 /// Saves the bitmap in the format of the suffix. `quality` is 1 to 100; without it a JPEG has the default and
 /// a WebP is lossless. Throws `Stop` (output not writable, or as above). Main thread.
 void savePicture(const BaseBitmap& bitmap, const std::string& file, std::optional<LONG> quality = {});

@@ -7,6 +7,7 @@
 #include "lm_keys.h"
 #include "render_settings.h"
 #include "variants.h"
+#include "view_setting.h"
 
 namespace batch {
 namespace {
@@ -98,6 +99,17 @@ void setSampling(BaseDocument& document, const Sampling& sampling) {
       {"off", Denoising::off}, {"end", Denoising::end}, {"live", Denoising::live}};
   if (const auto mode = modes.find(sampling.denoise); mode != modes.end())
     values.SetLong(host::render::denoiseSetting, static_cast<LONG>(mode->second));
+}
+
+host::ViewSettings chooseView(const BaseDocument& document, const ViewOptions& options) {
+  host::ViewSettings view;
+  if (const RenderData* data = document.GetActiveRenderData()) view = host::render::readView(data->GetData());
+  if (options.view && !host::isView(*options.view))
+    throw Stop(ExitCode::wrongUse,
+               "there is no view \"" + *options.view + "\"; there are " + nameList(host::viewNames()));
+  view.view = options.view.value_or(view.view);
+  view.exposure = options.exposure.value_or(view.exposure);
+  return view;
 }
 
 PixelSize renderSize(const BaseDocument& document) {

@@ -9,6 +9,7 @@
 #include "c4d_document.h"
 #include "command_line.h"
 #include "lm_settings.h"
+#include "view_settings.h"
 
 namespace batch {
 
@@ -34,6 +35,10 @@ void goToFrame(BaseDocument& document, LONG frame);
 
 /// Writes what was given into the active render settings.
 void setSampling(BaseDocument& document, const Sampling& sampling);
+
+/// The view of the active render settings, changed by what was given. Throws `Stop` (wrong use) for an
+/// unknown name; the message lists the views.
+host::ViewSettings chooseView(const BaseDocument& document, const ViewOptions& options);
 
 /// The size of the active render settings; 1280 x 720 where they have no usable one.
 PixelSize renderSize(const BaseDocument& document);

@@ -1,0 +1,78 @@
+#include "viewed_bitmap.h"
+
+#include <algorithm>
+#include <vector>
+
+#include "film.h"
+#include "worker_threads.h"
+
+namespace host {
+
+ViewedRows::ViewedRows(const BaseBitmap& bitmap, bool straight)
+    : bitmap_(bitmap), film_(filmOf(bitmap)), straight_(straight && bitmap.GetBt() == 32) {
+}
+
+void ViewedRows::readLight(LONG y, float* light, std::uint8_t* drawn) const {
+  for (LONG x = 0; x < bitmap_.GetBw(); ++x, light += 3, ++drawn) {
+    float rgba[4];
+    film_->getShown(x, y, rgba);
+    *drawn = agrees(bitmap_, x, y, rgba) ? 0 : 1;
+    if (straight_) film_->getStraight(x, y, rgba);
+    std::copy_n(rgba, 3, light);
+  }
+}
+
+void ViewedRows::keepLight() {
+  if (!film_) return;
+  const auto width = static_cast<std::size_t>(film_->width());
+  light_.resize(3 * width * static_cast<std::size_t>(film_->height()));
+  drawn_.resize(light_.size() / 3);
+  eachRow(film_->height(), [&](int y) {
+    const std::size_t first = width * static_cast<std::size_t>(y);
+    readLight(y, light_.data() + 3 * first, drawn_.data() + first);
+  });
+}
+
+void ViewedRows::read(const ViewTransform& view, LONG y, unsigned char* rgb) const {
+  const auto width = static_cast<std::size_t>(bitmap_.GetBw());
+  std::vector<float> light;
+  std::vector<std::uint8_t> drawn;
+  const std::uint8_t* isDrawn = nullptr;
+  if (!light_.empty()) {
+    const std::size_t first = width * static_cast<std::size_t>(y);
+    isDrawn = drawn_.data() + first;
+    view.show(light_.data() + 3 * first, rgb, width);
+  } else if (film_) {
+    light.resize(3 * width);
+    drawn.resize(width);
+    readLight(y, light.data(), drawn.data());
+    isDrawn = drawn.data();
+    view.show(light.data(), rgb, width);
+  }
+  for (std::size_t x = 0; x < width; ++x, rgb += 3) {
+    if (isDrawn && !isDrawn[x]) continue;
+    UWORD r, g, b;
+    bitmap_.GetPixel(static_cast<LONG>(x), y, &r, &g, &b);
+    rgb[0] = static_cast<unsigned char>(r);
+    rgb[1] = static_cast<unsigned char>(g);
+    rgb[2] = static_cast<unsigned char>(b);
+  }
+}
+
+bool viewedCopy(const BaseBitmap& bitmap, const ViewTransform& view, bool straight, BaseBitmap& copy) {
+  const LONG width = bitmap.GetBw(), height = bitmap.GetBh();
+  if (copy.Init(width, height, bitmap.GetBt()) != IMAGERESULT_OK) return false;
+  const ViewedRows rows(bitmap, straight);
+  eachRow(height, [&](int y) {
+    std::vector<unsigned char> row(static_cast<std::size_t>(width) * 3);
+    rows.read(view, y, row.data());
+    const unsigned char* p = row.data();
+    for (LONG x = 0; x < width; ++x, p += 3) {
+      copy.SetPixel(x, y, p[0], p[1], p[2]);
+      if (bitmap.GetBt() == 32) copy.SetAlpha(x, y, bitmap.GetAlpha(x, y));
+    }
+  });
+  return true;
+}
+
+} // namespace host
