@@ -10,6 +10,8 @@
 #include "access.h"
 #include "bitmap_data.h"
 #include "picture_load.h"
+#include "picture_save.h"
+#include "scale_pixels.h"
 
 namespace {
 
@@ -192,4 +194,20 @@ Bool BaseBitmap::CopyTo(BaseBitmap* target) const {
   copyPixels(pixels_, target->pixels_, pixelCount(width_, height_));
   host::setFilm(*target, host::filmOf(*this));
   return TRUE;
+}
+
+void BaseBitmap::ScaleIt(BaseBitmap* target, LONG intensity, Bool sample, Bool proportional) const {
+  if (!target || !pixels_ || !target->pixels_ || target == this || intensity <= 0) return;
+  try {
+    host::scalePixels({pixels_, width_, height_, depth_ == 32},
+                      {target->pixels_, target->width_, target->height_, target->depth_ == 32}, intensity,
+                      sample != FALSE, proportional != FALSE);
+  } catch (const std::bad_alloc&) {
+    // Rows and weights are small beside the pictures: without memory for them nothing can be drawn.
+  }
+}
+
+IMAGERESULT BaseBitmap::Save(const Filename& name, LONG format, const BaseContainer* options,
+                             SAVEBIT bits) const {
+  return host::savePicture(*this, name, format, options, bits);
 }

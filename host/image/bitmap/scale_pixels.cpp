@@ -1,5 +1,7 @@
-// Resampling of bitmaps. Each axis has its own list of weighted source pixels for every target pixel; the
+// Each axis has its own list of weighted source pixels for every target pixel; the
 // picture goes row by row through the horizontal list, and finished rows through the vertical one.
+#include "scale_pixels.h"
+
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -7,7 +9,6 @@
 #include <new>
 #include <vector>
 
-#include "access.h"
 #include "scale_rows.h"
 
 namespace {
@@ -147,52 +148,55 @@ Box targetBox(LONG fromWidth, LONG fromHeight, LONG width, LONG height, bool pro
   return {(width - w) / 2, (height - h) / 2, w, h};
 }
 
-} // namespace
-
-void BaseBitmap::ScaleIt(BaseBitmap* target, LONG intensity, Bool sample, Bool proportional) const {
-  if (!target || !pixels_ || !target->pixels_ || target == this || intensity <= 0) return;
-  const LONG mix = std::min(intensity, 256);
-  const Box box = targetBox(width_, height_, target->width_, target->height_, proportional != FALSE);
-  const ULONG opaque = depth_ == 32 ? 0 : 0xff000000u;
-  try {
-    // Without a filter, or at the same size, a target pixel is a source pixel.
-    if (!sample || (box.width == width_ && box.height == height_)) {
-      std::vector<LONG> columns;
-      for (LONG x = 0; x < box.width; ++x)
-        columns.push_back(nearestPixel(x, width_, box.width));
-      for (LONG y = 0; y < box.height; ++y) {
-        const std::atomic<ULONG>* line = &Word(0, nearestPixel(y, height_, box.height));
-        storeRow(&target->Word(box.x, box.y + y), box.width, mix, [&](LONG x) {
-          return line[columns[static_cast<std::size_t>(x)]].load(std::memory_order_relaxed) | opaque;
-        });
-      }
-      return;
-    }
-
-    const ScaleAxis columns = filterAxis(width_, box.width), lines = filterAxis(height_, box.height);
-    if (host::FixedScaleRows::suits(columns, lines)) {
-      host::FixedScaleRows rows(pixels_, width_, opaque, columns, lines);
-      for (LONG y = 0; y < box.height; ++y) {
-        const ULONG* row = rows.at(y);
-        storeRow(&target->Word(box.x, box.y + y), box.width, mix, [row](LONG x) { return row[x]; });
-      }
-      return;
-    }
-    Rows rows(pixels_, width_, opaque, columns);
-    Row sum(columns.taps.size());
-    for (LONG y = 0; y < box.height; ++y) {
-      const ScaleTaps& taps = lines.taps[static_cast<std::size_t>(y)];
-      std::fill(sum.begin(), sum.end(), Lanes{});
-      for (std::uint32_t i = 0; i < taps.count; ++i) {
-        const Lanes* row = rows.at(taps.first + static_cast<LONG>(i)).data();
-        const float weight = lines.weights[taps.weights + i];
-        for (std::size_t k = 0; k < sum.size(); ++k)
-          sum[k] += weight * row[k];
-      }
-      storeRow(&target->Word(box.x, box.y + y), box.width, mix,
-               [&sum](LONG x) { return roundWord(sum[static_cast<std::size_t>(x)]); });
-    }
-  } catch (const std::bad_alloc&) {
-    // Rows and weights are small beside the pictures: without memory for them nothing can be drawn.
+/// Without a filter, or at the same size, a target pixel is a source pixel.
+void scaleNearest(const host::PixelArea& source, const host::PixelArea& target, const Box& box, LONG mix) {
+  std::vector<LONG> columns;
+  for (LONG x = 0; x < box.width; ++x)
+    columns.push_back(nearestPixel(x, source.width, box.width));
+  for (LONG y = 0; y < box.height; ++y) {
+    const std::atomic<ULONG>* line = source.at(0, nearestPixel(y, source.height, box.height));
+    storeRow(target.at(box.x, box.y + y), box.width, mix, [&](LONG x) {
+      return line[columns[static_cast<std::size_t>(x)]].load(std::memory_order_relaxed) | source.opaqueBits();
+    });
   }
 }
+
+void scaleFiltered(const host::PixelArea& source, const host::PixelArea& target, const Box& box, LONG mix) {
+  const ScaleAxis columns = filterAxis(source.width, box.width),
+                  lines = filterAxis(source.height, box.height);
+  if (host::FixedScaleRows::suits(columns, lines)) {
+    host::FixedScaleRows rows(source.pixels, source.width, source.opaqueBits(), columns, lines);
+    for (LONG y = 0; y < box.height; ++y) {
+      const ULONG* row = rows.at(y);
+      storeRow(target.at(box.x, box.y + y), box.width, mix, [row](LONG x) { return row[x]; });
+    }
+    return;
+  }
+  Rows rows(source.pixels, source.width, source.opaqueBits(), columns);
+  Row sum(columns.taps.size());
+  for (LONG y = 0; y < box.height; ++y) {
+    const ScaleTaps& taps = lines.taps[static_cast<std::size_t>(y)];
+    std::fill(sum.begin(), sum.end(), Lanes{});
+    for (std::uint32_t i = 0; i < taps.count; ++i) {
+      const Lanes* row = rows.at(taps.first + static_cast<LONG>(i)).data();
+      const float weight = lines.weights[taps.weights + i];
+      for (std::size_t k = 0; k < sum.size(); ++k)
+        sum[k] += weight * row[k];
+    }
+    storeRow(target.at(box.x, box.y + y), box.width, mix,
+             [&sum](LONG x) { return roundWord(sum[static_cast<std::size_t>(x)]); });
+  }
+}
+
+} // namespace
+
+namespace host {
+
+void scalePixels(const PixelArea& source, const PixelArea& target, LONG intensity, bool filtered,
+                 bool proportional) {
+  const Box box = targetBox(source.width, source.height, target.width, target.height, proportional);
+  const bool sameSize = box.width == source.width && box.height == source.height;
+  (filtered && !sameSize ? scaleFiltered : scaleNearest)(source, target, box, std::min(intensity, 256));
+}
+
+} // namespace host

@@ -1,4 +1,5 @@
-// Saving of bitmaps: the format's writer makes the file's bytes in memory, then the file is replaced whole.
+#include "picture_save.h"
+
 #include <new>
 #include <span>
 #include <string>
@@ -50,14 +51,18 @@ Outcome saveGuarded(const BaseBitmap& bitmap, const Filename& name, LONG format,
 
 } // namespace
 
-IMAGERESULT BaseBitmap::Save(const Filename& name, LONG format, const BaseContainer* options,
-                             SAVEBIT bits) const {
+namespace host {
+
+IMAGERESULT savePicture(const BaseBitmap& bitmap, const Filename& name, LONG format,
+                        const BaseContainer* options, SAVEBIT bits) noexcept {
   try {
-    const Outcome outcome = saveGuarded(*this, name, format, options, bits);
+    const Outcome outcome = saveGuarded(bitmap, name, format, options, bits);
     if (outcome.result != IMAGERESULT_OK)
-      host::recordFailure(name, "Picture \"" + name.GetString().GetUTF8() + "\" " + outcome.clause);
+      recordFailure(name, "Picture \"" + name.GetString().GetUTF8() + "\" " + outcome.clause);
     return outcome.result;
   } catch (const std::bad_alloc&) { // not enough memory for the sentence
     return IMAGERESULT_OUTOFMEMORY;
   }
 }
+
+} // namespace host
