@@ -125,6 +125,21 @@ TEST_F(MainCommands, ShortcutsDialogListsTheTable) {
   EXPECT_TRUE(shown.contains("Orbit"));
 }
 
+TEST_F(MainCommands, ShortcutsDialogListsThePictureViewersKeys) {
+  choose("help.shortcuts");
+  const auto* dialog = window().findChild<host::ShortcutsDialog*>();
+  ASSERT_NE(dialog, nullptr);
+  const QList<QTreeWidgetItem*> headings =
+      dialog->findChild<QTreeWidget*>()->findItems("Picture Viewer", Qt::MatchExactly);
+  ASSERT_EQ(headings.size(), 1);
+  QStringList rows;
+  for (int i = 0; i < headings[0]->childCount(); ++i)
+    rows.push_back(headings[0]->child(i)->text(0) + ": " + headings[0]->child(i)->text(1));
+  EXPECT_TRUE(rows.contains("One to One: 1")) << rows.join("; ").toStdString();
+  EXPECT_TRUE(rows.contains("Close: Ctrl+W")) << rows.join("; ").toStdString();
+  EXPECT_EQ(rows.filter("Quit").size(), 0);
+}
+
 TEST_F(MainCommands, UndoAndRedoFollowTheEdits) {
   EXPECT_FALSE(action("edit.undo")->isEnabled());
   add("one");

@@ -19,9 +19,9 @@ QTreeWidgetItem* groupItem(QTreeWidget& list, const QString& group) {
   return item;
 }
 
-QString keysOf(const Command& command) {
+QString namesOf(const QList<QKeySequence>& sequences) {
   QStringList keys;
-  for (const QKeySequence& key : command.keys)
+  for (const QKeySequence& key : sequences)
     keys.push_back(key.toString(QKeySequence::NativeText));
   return keys.join(QStringLiteral(",  "));
 }
@@ -43,12 +43,10 @@ ShortcutsDialog::ShortcutsDialog(const CommandTable& table, QWidget* parent)
   list_->setFocusPolicy(Qt::NoFocus);
   for (const Command& command : table.commands()) {
     if (command.keys.isEmpty()) continue;
-    const QString text = QString(command.text).remove(QLatin1Char('&')).remove(QStringLiteral("..."));
-    new QTreeWidgetItem(groupItem(*list_, command.group), {text, keysOf(command)});
+    addRow(command.group, command.text, namesOf(command.keys));
   }
   for (const Gesture& gesture : table.gestures())
-    new QTreeWidgetItem(groupItem(*list_, gesture.group), {gesture.text, gesture.keys});
-  list_->expandAll();
+    addRow(gesture.group, gesture.text, gesture.keys);
   list_->header()->setSectionResizeMode(0, QHeaderView::Stretch);
   list_->header()->setSectionResizeMode(1, QHeaderView::ResizeToContents);
 
@@ -62,6 +60,17 @@ ShortcutsDialog::ShortcutsDialog(const CommandTable& table, QWidget* parent)
   layout->setSpacing(metrics::groupSpace);
   layout->addWidget(search);
   layout->addWidget(list_, 1);
+}
+
+void ShortcutsDialog::addActions(const QString& group, const QList<QAction*>& actions) {
+  for (const QAction* action : actions)
+    if (!action->shortcuts().isEmpty()) addRow(group, action->text(), namesOf(action->shortcuts()));
+}
+
+void ShortcutsDialog::addRow(const QString& group, QString text, const QString& keys) {
+  QTreeWidgetItem* heading = groupItem(*list_, group);
+  new QTreeWidgetItem(heading, {text.remove(QLatin1Char('&')).remove(QStringLiteral("...")), keys});
+  heading->setExpanded(true);
 }
 
 void ShortcutsDialog::filter(const QString& text) {

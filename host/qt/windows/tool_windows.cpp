@@ -48,7 +48,12 @@ void ToolWindows::showRenderSettings() {
 }
 
 void ToolWindows::showShortcuts() {
-  if (!shortcuts_) shortcuts_ = new ShortcutsDialog(commands_, &window_);
+  if (!shortcuts_) {
+    shortcuts_ = new ShortcutsDialog(commands_, &window_);
+    QList<QAction*> actions = pictureViewer().actions();
+    actions.removeOne(commands_.action(QStringLiteral("file.quit"))); // listed with its menu
+    shortcuts_->addActions(tr("Picture Viewer"), actions);
+  }
   present(*shortcuts_);
 }
 

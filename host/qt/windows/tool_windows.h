@@ -14,7 +14,7 @@ class RenderSettingsDialog;
 class Session;
 class ShortcutsDialog;
 
-/// Each is made when it is first shown and kept until `shutDown`.
+/// Each is made when it is first needed and kept until `shutDown`.
 class ToolWindows : public QObject {
   Q_OBJECT
  public:
