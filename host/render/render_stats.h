@@ -9,6 +9,8 @@ namespace host {
 struct BuildCounts {
   std::uint64_t triangles = 0;                     // of all instances
   std::uint32_t meshesBuilt = 0, meshesReused = 0; // acceleration structures of meshes
+  std::uint32_t topsBuilt = 0;                     // levels above the instances, for the first ray
+  std::uint32_t lightTreesBuilt = 0;
   std::uint32_t texturesDecoded = 0, texturesReused = 0;
 };
 

@@ -1,5 +1,7 @@
 #include "light_set.h"
 
+#include "recent_products.h"
+
 namespace host::render {
 namespace {
 
@@ -87,7 +89,23 @@ LightBounds LightSet::boundsOf(const Glow& glow) const {
   return bounds;
 }
 
-void LightSet::finish() {
+namespace {
+
+// The tree over lights, kept while they stay the same.
+LightTree keptTree(const std::vector<LightBounds>& bounds, bool& built) {
+  static RecentProducts<std::vector<LightBounds>, LightTree> trees(2);
+  auto tree = trees.find(bounds);
+  built = !tree;
+  if (built) {
+    tree = std::make_shared<const LightTree>(bounds);
+    trees.put(bounds, tree);
+  }
+  return *tree;
+}
+
+} // namespace
+
+bool LightSet::finish() {
   std::vector<LightBounds> bounds;
   for (const Lamp& lamp : lamps_)
     bounds.push_back(boundsOf(lamp));
@@ -97,7 +115,9 @@ void LightSet::finish() {
     bounds.push_back(boundsOf(glows_[i]));
     shining_.push_back(i);
   }
-  tree_ = LightTree(bounds);
+  bool built = false;
+  tree_ = keptTree(bounds, built);
+  return built;
 }
 
 // Factor of a light's estimate: exactly 0 outside a spot's cone, beyond a range and behind a surface.

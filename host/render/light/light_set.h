@@ -44,7 +44,8 @@ class LightSet {
   void setSky(const RenderSky* sky) { sky_ = sky; }
   /// Adds a glowing triangle with its estimated radiance, instance by instance and in order.
   void addGlow(const GlowTriangle& triangle, float radiance);
-  void finish();
+  /// True when the tree had to be built: it is kept over renders.
+  bool finish();
 
   LightPick pick(const LightReceiver& at) const;
   /// Samples a light by `choice` and a point of it by `u`; nothing when it does not reach the point.

@@ -27,6 +27,12 @@ struct LightBounds {
   float spread = 0;          // radians; without effect when the axis is zero
   float reach = 0.5f * pi;   // radians
   bool findableByRay = true; // `alongRay` visits it
+
+  friend bool operator==(const LightBounds& a, const LightBounds& b) {
+    return isZero(a.low - b.low) && isZero(a.high - b.high) && a.power == b.power &&
+           isZero(a.axis - b.axis) && a.spread == b.spread && a.reach == b.reach &&
+           a.findableByRay == b.findableByRay;
+  }
 };
 
 class LightTree {

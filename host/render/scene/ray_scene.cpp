@@ -123,14 +123,15 @@ BuiltScene<RayScene> RayScene::build(SnapshotPtr snapshot, const RenderSettings&
   if (scene->sky_.present()) scene->lights_.setSky(&scene->sky_);
   for (std::uint32_t i = 0; i < scene->placed_.size(); ++i)
     scene->addGlows(scene->placed_[i], i);
-  scene->lights_.finish();
-  if (scene->makeTangents(stopped) && scene->buildTop(workers, stopped)) built.scene = std::move(scene);
+  built.counts.lightTreesBuilt += scene->lights_.finish();
+  if (scene->makeTangents(stopped) && scene->buildTop(workers, stopped, built.counts))
+    built.scene = std::move(scene);
   return built;
 }
 
 bool RayScene::buildCarefully(int workers, const Stopped& stopped) {
   if (!quick_) return true;
-  top_ = EmbreeScene();
+  top_.reset();
   accels_.clear();
   std::vector<MeshPtr> wanted;
   for (const PlacedMesh& placed : placed_)
@@ -139,7 +140,8 @@ bool RayScene::buildCarefully(int workers, const Stopped& stopped) {
   if (!meshes.complete) return false;
   accels_ = std::move(meshes.accels);
   quick_ = false;
-  return buildTop(workers, stopped);
+  BuildCounts counts;
+  return buildTop(workers, stopped, counts);
 }
 
 // Places the usable instances; their meshes in the order of `placed_`.
@@ -206,25 +208,22 @@ bool RayScene::makeTangents(const Stopped& stopped) {
   return true;
 }
 
-bool RayScene::buildTop(int workers, const Stopped& stopped) {
-  top_ = EmbreeScene(RTC_SCENE_FLAG_ROBUST, RTC_BUILD_QUALITY_MEDIUM);
+bool RayScene::buildTop(int workers, const Stopped& stopped, BuildCounts& counts) {
+  std::vector<TopPlace> places(placed_.size());
   for (std::size_t i = 0; i < placed_.size(); ++i) {
-    if (i % 256 == 0 && stopped && stopped()) return false; // there may be a hundred thousand
-    const RTCGeometry geometry = rtcNewGeometry(embreeDevice(), RTC_GEOMETRY_TYPE_INSTANCE);
-    if (!geometry) throw std::bad_alloc();
-    const Transform& t = placed_[i].toWorld;
-    const float columns[12] = {t.v1.x, t.v1.y, t.v1.z, t.v2.x,  t.v2.y,  t.v2.z,
-                               t.v3.x, t.v3.y, t.v3.z, t.off.x, t.off.y, t.off.z};
-    rtcSetGeometryInstancedScene(geometry, accels_[i]->scene.get());
-    rtcSetGeometryTransform(geometry, 0, RTC_FORMAT_FLOAT3X4_COLUMN_MAJOR, columns);
-    placed_[i].filters = letsLightPass(*placed_[i].source);
-    filters_ = filters_ || placed_[i].filters;
-    rtcSetGeometryMask(geometry, maskOf(*placed_[i].source));
-    rtcCommitGeometry(geometry);
-    rtcAttachGeometryByID(top_.get(), geometry, static_cast<unsigned>(i));
-    rtcReleaseGeometry(geometry);
+    PlacedMesh& placed = placed_[i];
+    placed.filters = letsLightPass(*placed.source);
+    filters_ = filters_ || placed.filters;
+    const Transform& t = placed.toWorld;
+    places[i] = {
+        accels_[i],
+        maskOf(*placed.source),
+        {t.v1.x, t.v1.y, t.v1.z, t.v2.x, t.v2.y, t.v2.z, t.v3.x, t.v3.y, t.v3.z, t.off.x, t.off.y, t.off.z}};
   }
-  return top_.build(placed_.size() > 1000 ? workers : 1, stopped);
+  const SceneCache::Top top = SceneCache::shared().top(std::move(places), workers, stopped);
+  top_ = top.level;
+  counts.topsBuilt += top.built;
+  return top_ != nullptr;
 }
 
 void RayScene::addGlows(PlacedMesh& placed, std::uint32_t index) {
@@ -264,7 +263,7 @@ std::optional<Hit> RayScene::intersect(const Ray& ray, unsigned mask, bool coher
   RTCIntersectContext context;
   rtcInitIntersectContext(&context);
   context.flags = coherent ? RTC_INTERSECT_CONTEXT_FLAG_COHERENT : RTC_INTERSECT_CONTEXT_FLAG_INCOHERENT;
-  rtcIntersect1(top_.get(), &context, &r);
+  rtcIntersect1(top_->scene.get(), &context, &r);
   if (r.hit.geomID == RTC_INVALID_GEOMETRY_ID) return std::nullopt;
   return Hit{r.ray.tfar, r.hit.u, r.hit.v, r.hit.instID[0], r.hit.primID};
 }
@@ -277,7 +276,7 @@ bool RayScene::blocked(const Ray& ray, ShadowFilter& filter) const {
   if (filters_) context.embree.filter = askFilter;
   context.placed = &placed_;
   context.filter = &filter;
-  rtcOccluded1(top_.get(), &context.embree, &r);
+  rtcOccluded1(top_->scene.get(), &context.embree, &r);
   return r.tfar < 0;
 }
 

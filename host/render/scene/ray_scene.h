@@ -87,7 +87,7 @@ class RayScene final : public OcclusionQuery {
   std::vector<MeshPtr> placeMeshes();
   void addGlows(PlacedMesh& placed, std::uint32_t index);
   bool makeTangents(const Stopped& stopped);
-  bool buildTop(int workers, const Stopped& stopped);
+  bool buildTop(int workers, const Stopped& stopped, BuildCounts& counts);
   bool letsLightPass(const Instance& instance) const;
   bool traceable(const Ray& ray) const;
 
@@ -96,7 +96,7 @@ class RayScene final : public OcclusionQuery {
   std::vector<MeshAccelPtr> accels_; // keep the cache's entries alive
   std::vector<CornerTangentsPtr> tangents_;
   std::vector<PlacedMesh> placed_;
-  EmbreeScene top_;
+  TopLevelPtr top_;
   std::vector<CompiledMaterial> materials_;
   RenderSky sky_;
   LightSet lights_;

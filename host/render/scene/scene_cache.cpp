@@ -4,6 +4,7 @@
 #include <atomic>
 #include <exception>
 #include <new>
+#include <set>
 
 #include "hardware_preview.h"
 #include "mesh_tools.h"
@@ -93,6 +94,17 @@ void SceneCache::put(const Key& key, Entry entry) {
   trim();
 }
 
+// Levels keep their meshes in use.
+void SceneCache::dropTopsBeside(const std::vector<MeshPtr>& wanted) {
+  std::set<Identity> known;
+  for (const MeshPtr& mesh : wanted)
+    known.insert(mesh->id);
+  tops_.dropIf([&](const std::vector<TopPlace>& places) {
+    return std::any_of(places.begin(), places.end(),
+                       [&](const TopPlace& place) { return known.count(place.accel->mesh->id) == 0; });
+  });
+}
+
 // Drops entries, the least recently used first; dropping one that a render uses would free nothing.
 void SceneCache::trim() {
   auto it = order_.end();
@@ -138,6 +150,7 @@ bool SceneCache::build(const PendingMeshes& pending, int workers, const Stopped&
 
 SceneCache::Meshes SceneCache::meshes(const std::vector<MeshPtr>& wanted, int workers, const Stopped& stopped,
                                       BuildCare care) {
+  dropTopsBeside(wanted);
   dropUnused();
   Meshes out;
   std::map<Identity, MeshAccelPtr> found;
@@ -167,6 +180,29 @@ SceneCache::Meshes SceneCache::meshes(const std::vector<MeshPtr>& wanted, int wo
     out.accels.push_back(found.at(mesh->id));
   out.complete = true;
   return out;
+}
+
+SceneCache::Top SceneCache::top(std::vector<TopPlace> places, int workers, const Stopped& stopped) {
+  if (TopLevelPtr known = tops_.find(places)) return {known, false};
+  auto level = std::make_shared<TopLevel>();
+  level->scene = EmbreeScene(RTC_SCENE_FLAG_ROBUST, RTC_BUILD_QUALITY_MEDIUM);
+  bool quick = false;
+  for (std::size_t i = 0; i < places.size(); ++i) {
+    if (i % 256 == 0 && stopped && stopped()) return {}; // there may be a hundred thousand
+    const TopPlace& place = places[i];
+    const RTCGeometry geometry = rtcNewGeometry(embreeDevice(), RTC_GEOMETRY_TYPE_INSTANCE);
+    if (!geometry) throw std::bad_alloc();
+    rtcSetGeometryInstancedScene(geometry, place.accel->scene.get());
+    rtcSetGeometryTransform(geometry, 0, RTC_FORMAT_FLOAT3X4_COLUMN_MAJOR, place.toWorld.data());
+    rtcSetGeometryMask(geometry, place.mask);
+    rtcCommitGeometry(geometry);
+    rtcAttachGeometryByID(level->scene.get(), geometry, static_cast<unsigned>(i));
+    rtcReleaseGeometry(geometry);
+    quick = quick || place.accel->quick;
+  }
+  if (!level->scene.build(places.size() > 1000 ? workers : 1, stopped)) return {};
+  if (!quick) tops_.put(std::move(places), level);
+  return {level, true};
 }
 
 CornerTangentsPtr SceneCache::tangents(const MeshPtr& mesh, std::size_t set, const Stopped& stopped) {
@@ -221,6 +257,7 @@ std::size_t SceneCache::bytes() const {
 }
 
 void SceneCache::clear() {
+  tops_.dropIf([](const auto&) { return true; });
   const std::lock_guard lock(mutex_);
   const std::size_t limit = std::exchange(limit_, 0);
   trim();

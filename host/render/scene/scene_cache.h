@@ -4,6 +4,7 @@
 // a render stay. Any thread.
 #pragma once
 
+#include <array>
 #include <functional>
 #include <list>
 #include <map>
@@ -12,6 +13,7 @@
 #include "cache_key.h"
 #include "embree_device.h"
 #include "mesh_tangents.h"
+#include "recent_products.h"
 #include "render_stats.h"
 #include "texture.h"
 
@@ -26,6 +28,19 @@ struct MeshAccel {
 };
 using CornerTangentsPtr = std::shared_ptr<const CornerTangents>;
 using MeshAccelPtr = std::shared_ptr<const MeshAccel>;
+
+/// A mesh in the level above the meshes.
+struct TopPlace {
+  MeshAccelPtr accel;
+  unsigned mask = 0;
+  std::array<float, 12> toWorld{}; // columns
+  bool operator==(const TopPlace&) const = default;
+};
+/// The structure above the placed meshes.
+struct TopLevel {
+  EmbreeScene scene;
+};
+using TopLevelPtr = std::shared_ptr<const TopLevel>;
 
 /// The care taken with structures that have to be built. Quick ones take a third of the time, and their rays
 /// half as long again; they are made of large meshes only and not kept.
@@ -50,6 +65,15 @@ class SceneCache {
   /// The structures of the meshes, in order; the workers build missing ones. Throws std::bad_alloc.
   Meshes meshes(const std::vector<MeshPtr>& wanted, int workers, const Stopped& stopped,
                 BuildCare care = BuildCare::careful);
+
+  struct Top {
+    TopLevelPtr level; // null after a break
+    bool built = false;
+  };
+  /// The level above placed meshes, whose instances have the numbers of the places. Those of the last two
+  /// scenes are kept until one with other meshes is asked for, unless made of quick structures. Throws
+  /// std::bad_alloc.
+  Top top(std::vector<TopPlace> places, int workers, const Stopped& stopped);
 
   /// Tangents for normal maps in a set of texture coordinates; made by the caller alone. Null after a break.
   CornerTangentsPtr tangents(const MeshPtr& mesh, std::size_t set, const Stopped& stopped);
@@ -89,12 +113,14 @@ class SceneCache {
   std::shared_ptr<const void> find(const Key& key);
   void put(const Key& key, Entry entry);
   void trim();
+  void dropTopsBeside(const std::vector<MeshPtr>& wanted);
   void dropUnused();
 
   mutable std::mutex mutex_;
   std::map<Key, Entry> entries_;
   std::list<Key> order_; // most recently used first
   std::size_t bytes_ = 0, limit_;
+  RecentProducts<std::vector<TopPlace>, TopLevel> tops_{2};
 };
 
 } // namespace host::render
