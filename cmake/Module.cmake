@@ -10,7 +10,7 @@
 #
 # makes the sub-folder host/image/ffmpeg a part that the host loads at its first use (host/core/plugins/part.h): a shared library
 # lib/lumenara_ffmpeg.so beside the host's, which alone links what stands behind it. Its headers are its own. The fuzz targets
-# have no shared libraries: there it is linked with the rest.
+# have no shared libraries: there it is linked with the rest. SOURCES are compiled a second time for the part, OPTIONS are its compiler's.
 include_guard(GLOBAL)
 
 include(${CMAKE_CURRENT_LIST_DIR}/Rules.cmake)
@@ -63,13 +63,14 @@ function(lumenara_module name)
 endfunction()
 
 function(lumenara_part folder name)
-  cmake_parse_arguments(arg "" "" "LINKS" ${ARGN})
+  cmake_parse_arguments(arg "" "" "LINKS;SOURCES;OPTIONS" ${ARGN})
   if(NOT name IN_LIST LUMENARA_PARTS_${folder})
     message(FATAL_ERROR "host/${folder}/${name} is not in the table of parts in cmake/Rules.cmake. Add it to LUMENARA_PARTS_${folder}.")
   endif()
   set(target host_${folder}_${name})
   file(GLOB sources CONFIGURE_DEPENDS "${name}/*.cpp")
-  add_library(${target} OBJECT ${sources})
+  add_library(${target} OBJECT ${sources} ${arg_SOURCES})
+  target_compile_options(${target} PRIVATE ${arg_OPTIONS})
   target_include_directories(${target} PRIVATE "${CMAKE_CURRENT_SOURCE_DIR}/${name}")
   target_link_libraries(${target} PRIVATE host_${folder}_api ${arg_LINKS} lumenara_warnings)
   set_property(GLOBAL APPEND PROPERTY LUMENARA_PART_TARGETS ${folder}_${name})

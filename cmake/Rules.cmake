@@ -18,6 +18,7 @@ set(LUMENARA_USES_qt session dialog view render denoise core image scene interfa
 # Sub-folders that are parts, each loaded at its first use.
 set(LUMENARA_PARTS_image ffmpeg ocio)
 set(LUMENARA_PARTS_denoise onednn)
+set(LUMENARA_PARTS_render avx2)
 set(LUMENARA_PARTS_scene import)
 
 # lumenara_wall(NAME HEADERS PLACE...): the library dep::NAME, a regular expression that its headers begin with ("-" for the standard
@@ -57,7 +58,7 @@ lumenara_wall(draco "draco/" host/scene/gltf host/scene/gltf_load tests)
 lumenara_wall(meshoptimizer "meshoptimizer[.]h$" host/scene/gltf_load tests)
 lumenara_wall(opensubdiv "opensubdiv/" host/scene/mesh tests)
 lumenara_wall(assimp "assimp/" host/scene/import)
-lumenara_wall(embree "embree3/" host/render bench)
+lumenara_wall(embree "embree3/" host/render host/render/avx2 bench)
 lumenara_wall(tbb "tbb/|oneapi/tbb" host/render bench)
 lumenara_wall(epoxy "epoxy/|EGL/|GL/" host/render/preview)
 lumenara_wall(qt "Q[A-Z][A-Za-z0-9_]*$|Qt[A-Za-z0-9_]*/|q[a-z]+[.]h$" host/qt apps/studio tests/qt bench/studio)

@@ -26,7 +26,7 @@ PURPOSE = {
     "core": "text, files, time, threads, plug-ins",
     "interface": "the plug-in interface, headers only",
 }
-PARTS = {"ffmpeg": "movies", "onednn": "networks", "import": "OBJ, FBX, PLY, STL, DAE"}
+PARTS = {"ffmpeg": "movies", "onednn": "networks", "ocio": "colour management", "import": "OBJ, FBX, PLY, STL, DAE", "avx2": "inner loops"}
 NO_ROOMS = {"icons", "style"}
 
 WIDTH, LEFT, RIGHT = 1120, 24, 800

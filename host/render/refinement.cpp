@@ -3,7 +3,7 @@
 #include <array>
 #include <bit>
 
-#include "path_tracer.h"
+#include "path_kernel.h"
 #include "software_preview.h"
 #include "worker_threads.h"
 
@@ -227,7 +227,7 @@ Refinement::PixelSample Refinement::samplePixel(int x, int y, int number, Spread
                   static_cast<std::uint32_t>(number));
   const Place place = placeSample(centre, spread, sampler);
   const Vec2 lens = camera_.hasOpening() ? sampler.next2() : Vec2(0.5f, 0.5f);
-  return {tracePath(scene_, settings_, camera_.ray(place.point, lens), camera_.cone(), sampler),
+  return {pathKernel().trace(scene_, settings_, camera_.ray(place.point, lens), camera_.cone(), sampler),
           place.weight};
 }
 

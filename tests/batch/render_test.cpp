@@ -316,7 +316,7 @@ TEST_F(Render, SamePixelsForAnyNumberOfThreads) {
 TEST_F(Render, StatsHoldEveryField) {
   render(writeTinyScene(folder.path()), "stats.png", {"--size", "48x32", "--stats", folder / "stats.json"});
   const Json stats = Json::parse(readFile(folder / "stats.json"));
-  EXPECT_EQ(stats.size(), 12u);
+  EXPECT_EQ(stats.size(), 13u);
   for (const char* time : {"load_ms", "clone_ms", "build_ms", "first_pixels_ms", "render_ms"}) {
     ASSERT_TRUE(stats.contains(time) && stats[time].is_number()) << time;
     EXPECT_GT(stats[time].get<double>(), 0) << time;
@@ -334,6 +334,15 @@ TEST_F(Render, StatsHoldEveryField) {
   EXPECT_GE(stats["rays"], stats["camera_samples"]);
   EXPECT_GT(stats["peak_rss_bytes"].get<std::uint64_t>(), 10u << 20);
   EXPECT_LT(stats["peak_rss_bytes"].get<std::uint64_t>(), 4ull << 30);
+  EXPECT_TRUE(stats["code"] == "avx2" || stats["code"] == "portable") << stats["code"];
+}
+
+TEST_F(Render, PortableCodeOnDemand) {
+  setenv("LUMENARA_PORTABLE", "1", 1);
+  render(writeTinyScene(folder.path()), "portable.png",
+         {"--size", "16x16", "--stats", folder / "stats.json"});
+  unsetenv("LUMENARA_PORTABLE");
+  EXPECT_EQ(Json::parse(readFile(folder / "stats.json"))["code"], "portable");
 }
 
 TEST_F(Render, DenoisesWhenAsked) {

@@ -7,6 +7,7 @@
 #include "active_document.h"
 #include "lm_keys.h"
 #include "platform.h"
+#include "render_code.h"
 #include "render_stats.h"
 
 namespace batch {
@@ -30,6 +31,7 @@ std::string statsText(const RunTimes& times, PixelSize size, LONG result) {
   json["rays"] = stats.rays;
   json["triangles"] = stats.triangles;
   json["peak_rss_bytes"] = host::platform::peakMemory();
+  json["code"] = host::renderCode();
   json["width"] = size.width;
   json["height"] = size.height;
   json["result"] = result;
