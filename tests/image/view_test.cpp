@@ -122,7 +122,7 @@ TEST(View, TablesAreWithinACodeOfTheirFunctions) {
 
 TEST(View, FalseColoursTellStops) {
   const ViewSettings falseColor{"False Colour"};
-  EXPECT_EQ(show(falseColor, 0.18f, 0.18f, 0.18f), (Codes{0, 178, 0}));
+  EXPECT_EQ(show(falseColor, 0.18f, 0.18f, 0.18f), (Codes{0, 179, 0}));
   EXPECT_EQ(show(falseColor, 1.01f, 1.01f, 1.01f), (Codes{242, 0, 0}));
   EXPECT_EQ(show(falseColor, 0.99f, 0.99f, 0.99f), (Codes{242, 128, 0}));
   EXPECT_EQ(show(falseColor, 0, 0, 0), (Codes{77, 0, 115}));

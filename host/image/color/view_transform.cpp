@@ -59,12 +59,21 @@ ViewTransform::ViewTransform(const ViewSettings& settings) : settings_(withinRan
   const bool bent = settings_.gamma != 1;
   if (settings_.view != plainView) look_ = lookOf(settings_.view);
   if (!look_ && bent) look_ = lookOf(plainView);
-  if (!look_) return;
-  for (int i = 0; i <= finest; ++i) {
-    const double value = static_cast<double>(i) / finest;
-    const double curved = bent ? std::pow(value, 1 / settings_.gamma) : value;
-    codes_.push_back(static_cast<unsigned char>(std::lround(curved * 255)));
+  if (!bent) return;
+  for (int i = 0; i <= finest; ++i)
+    codes_.push_back(static_cast<unsigned char>(
+        std::lround(std::pow(static_cast<double>(i) / finest, 1 / settings_.gamma) * 255)));
+}
+
+/// Display values to codes, three a pixel.
+void ViewTransform::encode(const float* display, unsigned char* codes, std::size_t count) const noexcept {
+  if (codes_.empty()) {
+    for (std::size_t i = 0; i < count; ++i)
+      codes[i] = static_cast<unsigned char>(static_cast<int>(display[i] * 255 + 0.5f));
+    return;
   }
+  for (std::size_t i = 0; i < count; ++i)
+    codes[i] = codes_[static_cast<std::size_t>(static_cast<int>(display[i] * finest + 0.5f))];
 }
 
 void ViewTransform::show(const float* rgb, unsigned char* codes, std::size_t pixels) const noexcept {
@@ -80,9 +89,7 @@ void ViewTransform::show(const float* rgb, unsigned char* codes, std::size_t pix
       continue;
     }
     look_->show(scaled, display, count);
-    std::transform(display, display + 3 * count, codes, [this](float value) {
-      return codes_[static_cast<std::size_t>(static_cast<int>(value * finest + 0.5f))];
-    });
+    encode(display, codes, 3 * count);
   }
 }
 

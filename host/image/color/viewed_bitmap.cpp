@@ -49,6 +49,7 @@ void ViewedRows::read(const ViewTransform& view, LONG y, unsigned char* rgb) con
     isDrawn = drawn.data();
     view.show(light.data(), rgb, width);
   }
+  if (isDrawn && std::find(isDrawn, isDrawn + width, 1) == isDrawn + width) return;
   for (std::size_t x = 0; x < width; ++x, rgb += 3) {
     if (isDrawn && !isDrawn[x]) continue;
     UWORD r, g, b;
