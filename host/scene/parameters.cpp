@@ -152,8 +152,9 @@ void fillShaders(Table& table) {
       .vector(aoBright, white);
 }
 
-constexpr LONG denoiseSetting = 7103;                           // of the renderer, see render_settings.h
-constexpr LONG gammaSetting = 7122, whiteBalanceSetting = 7123; // of the view, see view_setting.h
+constexpr LONG denoiseSetting = 7103; // of the renderer, see render_settings.h
+// Of the view, see view_setting.h.
+constexpr LONG viewSetting = 7120, exposureSetting = 7121, gammaSetting = 7122, whiteBalanceSetting = 7123;
 
 void fillRenderData(Table& table) {
   Filler data(table, NodeKind::renderData, 0);
@@ -169,6 +170,8 @@ void fillRenderData(Table& table) {
       .integer(RDATA_MAXSAMPLES, 64)
       .real(RDATA_NOISETHRESHOLD, 0.01)
       .integer(denoiseSetting, 0)
+      .add(viewSetting, GeData(String("sRGB")))
+      .real(exposureSetting, 0)
       .real(gammaSetting, 1)
       .real(whiteBalanceSetting, 6500)
       .integer(RDATA_RENDERREGION_LEFT, 0)

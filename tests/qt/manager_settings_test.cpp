@@ -14,6 +14,7 @@
 #include "plugin_registry.h"
 #include "render_settings.h"
 #include "render_settings_dialog.h"
+#include "view_setting.h"
 
 using namespace host;
 
@@ -284,6 +285,22 @@ TEST_F(ManagerSettingsTest, Looks) {
         << "nothing is cut off at the right of " << page;
     keepPicture(*dialog, QStringLiteral("settings-%1").arg(page));
   }
+}
+
+TEST_F(ManagerSettingsTest, TheViewGoesWithTheDocument) {
+  EXPECT_EQ(choice(render::viewSetting).currentText(), "sRGB");
+  EXPECT_EQ(number(render::gammaSetting).value(), 1);
+  EXPECT_EQ(number(render::whiteBalanceSetting).value(), 6500);
+  choose(render::viewSetting, choice(render::viewSetting).findText("Filmic"));
+  type(render::exposureSetting, "-1.5");
+  type(render::whiteBalanceSetting, "4000");
+  const ViewSettings view = render::readView(document().GetActiveRenderData()->GetData());
+  EXPECT_EQ(view, (ViewSettings{"Filmic", -1.5, 1, 4000}));
+  edits().apply("Other View", [](BaseDocument& in) {
+    setRenderValue(in, render::viewSetting, GeData(String("Screen - Elsewhere")));
+  });
+  settle();
+  EXPECT_EQ(choice(render::viewSetting).currentText(), "Screen - Elsewhere") << "kept, though unknown here";
 }
 
 } // namespace

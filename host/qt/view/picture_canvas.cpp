@@ -23,7 +23,10 @@ double powerBelow(double zoom) {
 
 } // namespace
 
-PictureCanvas::PictureCanvas(QWidget* parent) : QWidget(parent) {
+PictureCanvas::PictureCanvas(QWidget* parent)
+    : QWidget(parent), job_([this](const SharedBitmap& bitmap, QImage image) {
+        if (bitmap == bitmap_) takeImage(std::move(image));
+      }) {
   setObjectName(QStringLiteral("pictureCanvas"));
   setMouseTracking(true);
   setFocusPolicy(Qt::StrongFocus);
@@ -34,7 +37,10 @@ PictureCanvas::PictureCanvas(QWidget* parent) : QWidget(parent) {
 void PictureCanvas::setBitmap(const SharedBitmap& bitmap) {
   const QSize before = image_.size();
   bitmap_ = bitmap;
-  image_ = bitmap ? bitmapImage(*bitmap) : QImage();
+  job_.drop();
+  // A picture of the same size keeps the one before on screen until its own image is made: no flash.
+  const bool waits = bitmap && !look_.isPlain() && before == QSize(bitmap->GetBw(), bitmap->GetBh());
+  if (!waits) image_ = bitmap ? bitmapImage(*bitmap) : QImage();
   scaled_ = QImage();
   hovered_ = {-1, -1};
   if (image_.size() != before)
@@ -43,13 +49,29 @@ void PictureCanvas::setBitmap(const SharedBitmap& bitmap) {
     applyFit();
   if (underMouse()) tellHover(mapFromGlobal(QCursor::pos()));
   update();
+  if (bitmap && !look_.isPlain()) job_.start(bitmap, look_, true);
 }
 
 void PictureCanvas::refresh() {
-  if (!bitmap_) return;
-  image_ = bitmapImage(*bitmap_);
+  if (bitmap_) remake(true);
+}
+
+void PictureCanvas::setLook(const CanvasLook& look) {
+  look_ = look;
+  if (bitmap_) remake(false);
+}
+
+void PictureCanvas::remake(bool changed) {
+  if (!look_.isPlain()) return job_.start(bitmap_, look_, changed);
+  job_.drop();
+  takeImage(bitmapImage(*bitmap_));
+}
+
+void PictureCanvas::takeImage(QImage image) {
+  image_ = std::move(image);
   scaled_ = QImage();
   update();
+  emit imageChanged();
 }
 
 void PictureCanvas::setEmptyText(const QString& text) {

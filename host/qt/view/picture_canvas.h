@@ -5,7 +5,9 @@
 #include <QWidget>
 #include <optional>
 
+#include "canvas_look.h"
 #include "host_renders.h"
+#include "look_job.h"
 
 namespace host {
 
@@ -26,6 +28,12 @@ class PictureCanvas : public QWidget {
   const SharedBitmap& bitmap() const { return bitmap_; }
   /// Reads the pixels again.
   void refresh();
+  /// Shows pictures so. A look that is not plain is made in the background: the image follows.
+  void setLook(const CanvasLook& look);
+  /// True while an image for the look is being made.
+  bool isMaking() const { return job_.isBusy(); }
+  /// The colour of a pixel on screen, inside the picture.
+  QColor shownColor(const QPoint& pixel) const { return image_.pixelColor(pixel); }
   /// The text shown without a picture.
   void setEmptyText(const QString& text);
 
@@ -54,6 +62,8 @@ class PictureCanvas : public QWidget {
 
  signals:
   void zoomChanged();
+  /// The image on screen is another one.
+  void imageChanged();
   /// The pointer is over this pixel; (-1, -1): outside the picture.
   void hovered(const QPoint& pixel);
 
@@ -68,6 +78,8 @@ class PictureCanvas : public QWidget {
   void leaveEvent(QEvent* event) override;
 
  private:
+  void remake(bool changed);
+  void takeImage(QImage image);
   QSizeF screen() const; // the widget in pixels of the screen
   void place(const QPointF& origin);
   void applyFit();
@@ -75,6 +87,8 @@ class PictureCanvas : public QWidget {
   void paintGround(QPainter& painter, const QRectF& target) const;
 
   SharedBitmap bitmap_;
+  CanvasLook look_;
+  LookJob job_;
   QImage image_, scaled_; // scaled: for zooms below 1
   QString emptyText_;
   double zoom_ = 1;

@@ -3,13 +3,18 @@
 #include <algorithm>
 
 #include "bitmap_image.h"
+#include "c4d_render.h"
+#include "color_patch.h"
 #include "film.h"
 #include "icons.h"
 #include "message_box.h"
 #include "picture_canvas.h"
 #include "qt_text.h"
+#include "scene_edits.h"
 #include "status_widget.h"
 #include "theme.h"
+#include "view_bar.h"
+#include "view_setting.h"
 
 namespace host {
 
@@ -37,27 +42,6 @@ QString spanText(Milliseconds time) {
   return PictureViewer::tr("%1 min %2 s").arg(seconds / 60).arg(seconds % 60, 2, 10, QLatin1Char('0'));
 }
 
-// The colour under the pointer.
-class ColorPatch : public QWidget {
- public:
-  using QWidget::QWidget;
-  void show(const QColor& color) {
-    color_ = color;
-    update();
-  }
-
- protected:
-  void paintEvent(QPaintEvent*) override {
-    QPainter painter(this);
-    painter.setPen(tokens().line);
-    painter.setBrush(color_.isValid() ? QBrush(color_) : QBrush(Qt::NoBrush));
-    painter.drawRect(rect().adjusted(0, 0, -1, -1));
-  }
-
- private:
-  QColor color_;
-};
-
 } // namespace
 
 PictureViewer::PictureViewer(Session& session, QWidget* parent)
@@ -67,6 +51,7 @@ PictureViewer::PictureViewer(Session& session, QWidget* parent)
   setWindowIcon(icon(QStringLiteral("lumenara")));
   build();
   connectParts();
+  takeSceneView();
   refreshList();
   showWork();
 }
@@ -78,6 +63,8 @@ PictureViewer::~PictureViewer() = default;
 void PictureViewer::build() {
   setProperty("role", "window");
   buildToolBar();
+  view_ = new ViewBar(this);
+  addActions(view_->actions()); // for the full screen
   list_ = new QListWidget(this);
   list_->setObjectName(QStringLiteral("pictureList"));
   list_->setAccessibleName(tr("Pictures"));
@@ -101,6 +88,7 @@ void PictureViewer::build() {
   layout->setContentsMargins(0, 0, 0, 0);
   layout->setSpacing(0);
   layout->addWidget(bar_);
+  layout->addWidget(view_);
   layout->addWidget(split_, 1);
   layout->addWidget(status_);
 }
@@ -196,6 +184,11 @@ QWidget* PictureViewer::buildStatus() {
 void PictureViewer::connectParts() {
   connect(canvas_, &PictureCanvas::hovered, this, &PictureViewer::showPixel);
   connect(canvas_, &PictureCanvas::zoomChanged, this, &PictureViewer::showZoom);
+  connect(view_, &ViewBar::lookChanged, this, [this] { canvas_->setLook(view_->look()); });
+  connect(view_, &ViewBar::keepWanted, this, &PictureViewer::keepSceneView);
+  connect(canvas_, &PictureCanvas::imageChanged, this, [this] { showPixel(hovered_); });
+  subscriptions_.push_back(session_.hub().changed.add([this] { takeSceneView(); }));
+  subscriptions_.push_back(session_.hub().replaced.add([this](Replacement) { takeSceneView(); }));
   connect(stop_, &QToolButton::clicked, this, [this] { session_.renders().cancel(); });
   connect(list_, &QListWidget::currentItemChanged, this, [this](QListWidgetItem* item) {
     if (!settling_ && item) session_.pictures().choose(item->data(idRole).toULongLong());
@@ -298,6 +291,7 @@ void PictureViewer::showCurrent() {
     action->setEnabled(bitmap != nullptr);
   remove_->setEnabled(picture && !picture->running);
   showNoise();
+  view_->setHasLight(bitmap && filmOf(*bitmap));
   zoom_->setVisible(bitmap != nullptr);
 }
 
@@ -316,6 +310,26 @@ void PictureViewer::toggleNoise() {
   canvas_->refresh();
   showNoise();
   if (hovered_.x() >= 0) showPixel(hovered_);
+}
+
+// The scene's view is taken over when it becomes another one; until then the window keeps its own.
+void PictureViewer::takeSceneView() {
+  const BaseDocument* document = session_.document();
+  const RenderData* settings = document ? document->GetActiveRenderData() : nullptr;
+  const ViewSettings view = settings ? render::readView(settings->GetData()) : ViewSettings();
+  if (view == std::exchange(sceneView_, view)) return;
+  view_->setView(view);
+}
+
+void PictureViewer::keepSceneView() {
+  if (!session_.document()) return;
+  sceneView_ = view_->look().view;
+  session_.edits().apply("Change View", [view = sceneView_](BaseDocument& document) {
+    setRenderValue(document, render::viewSetting, GeData(String(view.view)));
+    setRenderValue(document, render::exposureSetting, GeData(view.exposure));
+    setRenderValue(document, render::gammaSetting, GeData(view.gamma));
+    setRenderValue(document, render::whiteBalanceSetting, GeData(view.kelvin));
+  });
 }
 
 // A large picture is refreshed less often, so that the window stays responsive.
@@ -371,8 +385,8 @@ void PictureViewer::showPixel(const QPoint& pixel) {
   for (QLabel* label : {pixel_, values_, floats_})
     label->setVisible(inside);
   if (!inside) return patch.show({});
-  UWORD r = 0, g = 0, b = 0;
-  bitmap->GetPixel(pixel.x(), pixel.y(), &r, &g, &b);
+  const QColor seen = canvas_->shownColor(pixel);
+  const int r = seen.red(), g = seen.green(), b = seen.blue();
   patch.show(QColor(r, g, b));
   pixel_->setText(QStringLiteral("x %1  y %2").arg(pixel.x(), 4).arg(pixel.y(), 4));
   QString values = QStringLiteral("R %1  G %2  B %3").arg(r, 3).arg(g, 3).arg(b, 3);
@@ -415,7 +429,7 @@ void PictureViewer::save(const Filename& file) {
     there->forget_.start(saidFor);
     there->showWork();
   };
-  session_.pictureSaver().save(picture->bitmap, file, done);
+  session_.pictureSaver().save(picture->bitmap, file, done, view_->look().view);
 }
 
 void PictureViewer::saveAs() {
@@ -453,8 +467,7 @@ void PictureViewer::removeCurrent() {
 
 void PictureViewer::setFullScreen(bool on) {
   if (on == isFullScreen()) return;
-  for (QWidget* part : {static_cast<QWidget*>(bar_), static_cast<QWidget*>(list_), status_})
-    part->setVisible(!on);
+  setChromeVisible(!on);
   if (on) {
     wasMaximized_ = isMaximized();
     showFullScreen();
@@ -462,6 +475,12 @@ void PictureViewer::setFullScreen(bool on) {
     wasMaximized_ ? showMaximized() : showNormal();
   }
   full_->setChecked(on);
+}
+
+void PictureViewer::setChromeVisible(bool visible) {
+  for (QWidget* part :
+       {static_cast<QWidget*>(bar_), static_cast<QWidget*>(list_), static_cast<QWidget*>(view_), status_})
+    part->setVisible(visible);
 }
 
 void PictureViewer::keyPressEvent(QKeyEvent* event) {
@@ -474,8 +493,7 @@ void PictureViewer::changeEvent(QEvent* event) {
   QWidget::changeEvent(event);
   if (event->type() != QEvent::WindowStateChange || !bar_) return;
   const bool full = isFullScreen();
-  for (QWidget* part : {static_cast<QWidget*>(bar_), static_cast<QWidget*>(list_), status_})
-    part->setVisible(!full);
+  setChromeVisible(!full);
   full_->setChecked(full);
 }
 

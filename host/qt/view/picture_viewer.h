@@ -20,6 +20,7 @@ class QToolButton;
 namespace host {
 
 class PictureCanvas;
+class ViewBar;
 
 /// A separate window: list of pictures, canvas, values of the pixel under the pointer. It follows the
 /// session's picture list and the running render.
@@ -31,6 +32,7 @@ class PictureViewer : public QWidget {
 
   PictureCanvas& canvas() { return *canvas_; }
   QListWidget& list() { return *list_; }
+  ViewBar& viewBar() { return *view_; }
 
   /// Shows the window, in front.
   void present();
@@ -67,6 +69,9 @@ class PictureViewer : public QWidget {
   void showPixel(const QPoint& pixel);
   void showZoom();
   void refreshPicture(bool now);
+  void takeSceneView();
+  void keepSceneView();
+  void setChromeVisible(bool visible);
   QIcon thumbnail(const BaseBitmap& bitmap) const;
 
   Session& session_;
@@ -75,6 +80,8 @@ class PictureViewer : public QWidget {
   QSplitter* split_ = nullptr;
   QToolBar* bar_ = nullptr;
   QWidget* status_ = nullptr;
+  ViewBar* view_ = nullptr;
+  ViewSettings sceneView_; // as last seen in the scene
   QLabel *pixel_ = nullptr, *values_ = nullptr, *floats_ = nullptr, *size_ = nullptr,
          *progressText_ = nullptr;
   QWidget* swatch_ = nullptr;

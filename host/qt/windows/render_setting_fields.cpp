@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "number_field.h"
+#include "qt_text.h"
 #include "quiet_combo.h"
 #include "scene_edits.h"
 #include "scene_queries.h"
@@ -131,6 +132,22 @@ void RenderSettingFields::addChoice(QGridLayout& grid, LONG id, const QString& l
     change({{id, GeData(static_cast<LONG>(box->itemData(index).toInt()))}});
   });
   entries_[id] = {box, [box](const GeData& stored) { choose(*box, stored.GetLong()); }, {}};
+}
+
+void RenderSettingFields::addNameChoice(QGridLayout& grid, LONG id, const QString& label, const QString& tip,
+                                        const QStringList& names) {
+  auto* box = new QuietCombo(&parent_);
+  box->addItems(names);
+  addRow(grid, label, box, tip);
+  connect(box, &QComboBox::activated, this, [this, box, id] {
+    change({{id, GeData(toHost(box->currentText()))}});
+  });
+  const auto show = [box, first = names.value(0)](const GeData& stored) {
+    const QString name = toQt(stored.GetString());
+    if (!name.isEmpty() && box->findText(name) < 0) box->addItem(name);
+    box->setCurrentIndex(box->findText(name.isEmpty() ? first : name));
+  };
+  entries_[id] = {box, show, {}};
 }
 
 void RenderSettingFields::addSwitch(QGridLayout& grid, LONG id, const QString& label, const QString& tip,

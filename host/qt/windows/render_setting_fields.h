@@ -43,6 +43,9 @@ class RenderSettingFields : public QObject {
   void addFrame(QGridLayout& grid, LONG id, const QString& label, const QString& tip);
   void addChoice(QGridLayout& grid, LONG id, const QString& label, const QString& tip,
                  const Choices& choices);
+  /// A choice that is stored as its text. A stored text that is not among the names is shown as it is.
+  void addNameChoice(QGridLayout& grid, LONG id, const QString& label, const QString& tip,
+                     const QStringList& names);
   /// Without `hasEffect` the field says that no render here uses the setting.
   void addSwitch(QGridLayout& grid, LONG id, const QString& label, const QString& tip, bool hasEffect = true,
                  int indent = 0);

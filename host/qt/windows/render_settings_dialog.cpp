@@ -10,6 +10,7 @@
 #include "render_effects_page.h"
 #include "render_settings.h"
 #include "theme.h"
+#include "view_setting.h"
 
 namespace host {
 
@@ -159,6 +160,27 @@ void RenderSettingsDialog::addPresets(QGridLayout& grid) {
   fields_.addRow(grid, tr("Format"), presets_, tr("Usual sizes."));
 }
 
+void RenderSettingsDialog::addView(QWidget* page) {
+  QGridLayout* view = fields_.addGroup(page, tr("View"));
+  QStringList names;
+  for (const std::string& name : viewNames())
+    names << QString::fromStdString(name);
+  fields_.addNameChoice(
+      *view, render::viewSetting, tr("View"),
+      tr("How light becomes colours in the Picture Viewer and in saved pictures. Renders and "
+         "the plug-in's viewer do not change."),
+      names);
+  fields_.addNumber(*view, render::exposureSetting, tr("Exposure"),
+                    tr("In stops: one more is twice the light."), -ViewSettings::mostStops,
+                    ViewSettings::mostStops, 2, 0.1);
+  fields_.addNumber(*view, render::gammaSetting, tr("Gamma"),
+                    tr("Above 1 brightens the middle tones of the display."), ViewSettings::leastGamma,
+                    ViewSettings::mostGamma, 2, 0.05);
+  fields_.addNumber(*view, render::whiteBalanceSetting, tr("White balance"),
+                    tr("Light of this temperature looks white."), ViewSettings::leastKelvin,
+                    ViewSettings::mostKelvin, 1, 50, 1, tr(" K"));
+}
+
 QWidget* RenderSettingsDialog::buildOutput() {
   auto* page = new QWidget(this);
   page->setLayout(new QVBoxLayout);
@@ -171,6 +193,7 @@ QWidget* RenderSettingsDialog::buildOutput() {
   connect(proportional_, &QCheckBox::toggled, this, &RenderSettingsDialog::setProportional);
   fields_.addRow(*size, {}, proportional_, tr("Changing one side changes the other."));
 
+  addView(page);
   QGridLayout* region = fields_.addGroup(page, tr("Region"));
   fields_.addSwitch(*region, RDATA_RENDERREGION, tr("Render a part only"),
                     tr("Only these pixels are rendered, the first and the last included."));

@@ -53,6 +53,7 @@ class RenderSettingsDialog : public QDialog {
   QLayout* buildButtons();
   void addSize(QGridLayout& grid, LONG id, const QString& label);
   void addPresets(QGridLayout& grid);
+  void addView(QWidget* page);
 
   Session& session_;
   RenderSettingFields fields_;

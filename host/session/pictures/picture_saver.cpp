@@ -6,6 +6,7 @@
 #include "console.h"
 #include "failures.h"
 #include "picture_formats.h"
+#include "viewed_bitmap.h"
 
 namespace host {
 
@@ -39,7 +40,8 @@ std::string failureWith(const Filename& file) {
 
 } // namespace
 
-bool savePicture(const BaseBitmap& picture, const Filename& file, std::string* error) {
+bool savePicture(const BaseBitmap& picture, const Filename& file, std::string* error,
+                 const ViewSettings& view) {
   const auto refuse = [error](std::string sentence) {
     if (error) *error = std::move(sentence);
     return false;
@@ -51,8 +53,14 @@ bool savePicture(const BaseBitmap& picture, const Filename& file, std::string* e
         name + "cannot be saved: its kind is unknown. Choose a name that ends in .png, .tif, .jpg, .exr or "
                ".webp.");
   }
+  AutoAlloc<BaseBitmap> viewed;
+  const bool plain = view.isPlain() || format->filter == FILTER_EXR;
+  const bool straight = formatOfFilter(format->filter)->alpha;
+  if (!plain && !(viewed && viewedCopy(picture, ViewTransform(view), straight, *viewed)))
+    return refuse(name + "was not saved: not enough memory. Use a smaller picture.");
   const std::size_t before = failureCount();
-  if (picture.Save(file, format->filter, nullptr, SAVEBIT_ALPHA) == IMAGERESULT_OK) return true;
+  if ((plain ? picture : *viewed).Save(file, format->filter, nullptr, SAVEBIT_ALPHA) == IMAGERESULT_OK)
+    return true;
   if (failureCount() > before)
     if (std::string sentence = failureWith(file); !sentence.empty()) return refuse(std::move(sentence));
   return refuse(name + "was not saved. Check the folder, your rights to it and the free space.");
@@ -62,6 +70,7 @@ struct PictureSaver::Job {
   SharedBitmap picture;
   Filename file;
   Done done;
+  ViewSettings view;
   bool saved = false;
   std::string error;
   std::unique_ptr<BackgroundJob> thread;
@@ -79,12 +88,13 @@ Filename PictureSaver::file() const {
   return job_ ? job_->file : Filename();
 }
 
-void PictureSaver::save(SharedBitmap picture, const Filename& file, Done done) {
+void PictureSaver::save(SharedBitmap picture, const Filename& file, Done done, const ViewSettings& view) {
   if (!picture) return;
   auto job = std::make_shared<Job>();
   job->picture = std::move(picture);
   job->file = file;
   job->done = std::move(done);
+  job->view = view;
   queue_.push_back(std::move(job));
   if (!job_) start();
 }
@@ -94,7 +104,8 @@ void PictureSaver::start() {
   queue_.pop_front();
   Job* job = job_.get();
   job->thread = std::make_unique<BackgroundJob>(
-      "save picture", [job](BaseThread&) { job->saved = savePicture(*job->picture, job->file, &job->error); },
+      "save picture",
+      [job](BaseThread&) { job->saved = savePicture(*job->picture, job->file, &job->error, job->view); },
       [self = lifetime_.ref(), watched = std::weak_ptr(job_)] {
         if (self && self->job_ && self->job_ == watched.lock()) self->ended();
       });

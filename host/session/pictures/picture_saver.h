@@ -11,6 +11,7 @@
 #include "c4d_filename.h"
 #include "host_renders.h"
 #include "lifetime.h"
+#include "view_settings.h"
 
 namespace host {
 
@@ -23,8 +24,10 @@ struct PictureFormat {
 const std::vector<PictureFormat>& pictureFormats(); // PNG, TIFF, JPEG, OpenEXR, WebP
 
 /// Saves by the file's suffix (png, tif, tiff, jpg, jpeg, jpe, exr, webp); OpenEXR holds the linear film when
-/// the picture has one. The file is replaced whole. False with a sentence in `error`. Any thread.
-bool savePicture(const BaseBitmap& picture, const Filename& file, std::string* error);
+/// the picture has one; the others show its film through the view. The file is replaced whole. False with a
+/// sentence in `error`. Any thread.
+bool savePicture(const BaseBitmap& picture, const Filename& file, std::string* error,
+                 const ViewSettings& view = {});
 
 class PictureSaver {
  public:
@@ -38,7 +41,7 @@ class PictureSaver {
 
   /// Begins to save, after those that wait already; the main loop calls `done` once. A picture that still
   /// refines is saved as it is when its turn comes.
-  void save(SharedBitmap picture, const Filename& file, Done done = {});
+  void save(SharedBitmap picture, const Filename& file, Done done = {}, const ViewSettings& view = {});
   bool isBusy() const noexcept { return job_ != nullptr; }
   /// The file that is being saved; empty when idle.
   Filename file() const;
