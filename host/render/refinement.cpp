@@ -227,8 +227,10 @@ Refinement::PixelSample Refinement::samplePixel(int x, int y, int number, Spread
                   static_cast<std::uint32_t>(number));
   const Place place = placeSample(centre, spread, sampler);
   const Vec2 lens = camera_.hasOpening() ? sampler.next2() : Vec2(0.5f, 0.5f);
-  return {pathKernel().trace(scene_, settings_, camera_.ray(place.point, lens), camera_.cone(), sampler),
-          place.weight};
+  const float time = scene_.moves() ? sampler.next1() : 0;
+  return {
+      pathKernel().trace(scene_, settings_, camera_.ray(place.point, lens, time), camera_.cone(), sampler),
+      place.weight};
 }
 
 void Refinement::commit(const Tile& tile) {

@@ -4,15 +4,24 @@
 
 #include "access.h"
 #include "c4d_events.h"
+#include "document.h"
 #include "failures.h"
 #include "plugin_renders.h"
 #include "render_snapshot.h"
 #include "sampler.h"
+#include "snapshot_motion.h"
 #include "thread_context.h"
 #include "video_post_calls.h"
 
 namespace host::render {
 namespace {
+
+bool isAnimated(const BaseDocument& document) {
+  bool any = false;
+  forEachObject(stateOf(&document)->children,
+                [&](const ObjectState& object) { any = any || object.tracks != nullptr; });
+  return any;
+}
 
 /// One call of RenderDocument.
 class DocumentRender {
@@ -66,8 +75,22 @@ class DocumentRender {
     if (progress_) progress_(part, type, userData_);
   }
 
+  // The frame's own time comes last, so the document stays in its pose.
   SnapshotPtr evaluate() {
-    document_.SetTime(time());
+    if (!settings_.motionBlur || settings_.preview || !isAnimated(document_)) return evaluateAt(time());
+    std::vector<SnapshotPtr> steps;
+    for (int i = 0; i <= settings_.motionSteps; ++i) {
+      const double part = static_cast<double>(i) / settings_.motionSteps;
+      const double frames = settings_.shutterOpen + part * (settings_.shutterClose - settings_.shutterOpen);
+      steps.push_back(evaluateAt(BaseTime(time().Get() + frames / document_.GetFps())));
+      if (!steps.back()) return nullptr;
+    }
+    const SnapshotPtr frame = evaluateAt(time());
+    return frame ? withMotion(frame, steps) : nullptr;
+  }
+
+  SnapshotPtr evaluateAt(const BaseTime& at) {
+    document_.SetTime(at);
     if (!document_.ExecutePasses(thread_, TRUE, TRUE, TRUE, BUILDFLAGS_EXTERNALRENDERER)) return nullptr;
     SnapshotOptions options;
     options.lod = std::min(1.0, std::max(0.0, container_.GetReal(RDATA_LOD, document_.GetLOD())));

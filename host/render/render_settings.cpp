@@ -37,6 +37,14 @@ RenderSettings readSettings(const BaseContainer& container, int width, int heigh
   const double seconds = container.GetReal(secondsSetting, 0);
   s.seconds = std::isfinite(seconds) ? std::max(0.0, seconds) : 0;
   s.layers = static_cast<unsigned>(container.GetLong(layersSetting, 0)) & 31u;
+  const auto shutter = [&](LONG id, double preset) {
+    const double frames = container.GetReal(id, preset);
+    return std::isfinite(frames) ? std::clamp(frames, -10.0, 10.0) : preset;
+  };
+  s.shutterOpen = shutter(shutterOpenSetting, -0.25);
+  s.shutterClose = shutter(shutterCloseSetting, 0.25);
+  s.motionBlur = container.GetBool(motionBlurSetting, FALSE) && s.shutterClose > s.shutterOpen;
+  s.motionSteps = std::clamp(container.GetLong(motionStepsSetting, 2), 1, 16);
   s.preview = container.GetLong(RDATA_RENDERENGINE) != RDATA_RENDERENGINE_STANDARD;
   s.hardware = container.GetLong(RDATA_RENDERENGINE) == RDATA_RENDERENGINE_PREVIEWHARDWARE;
   s.blurry = container.GetBool(RDATA_ENABLEBLURRY, TRUE);

@@ -19,6 +19,12 @@ inline constexpr LONG denoiseSetting = 7103;
 inline constexpr LONG secondsSetting = 7105;
 /// (LONG, bits of LayerBit, 0) Layers of the film that the render fills. A setting of the host's own.
 inline constexpr LONG layersSetting = 7104;
+/// (BOOL, FALSE) Blur of what moves while the shutter is open. The next ones count when it is on.
+inline constexpr LONG motionBlurSetting = 7110;
+/// (REAL, frames, -0.25 and 0.25) Times at which the shutter opens and closes, from the frame's time on.
+inline constexpr LONG shutterOpenSetting = 7111, shutterCloseSetting = 7112;
+/// (LONG, 1 to 16, 2) Straight pieces that a motion is cut into.
+inline constexpr LONG motionStepsSetting = 7113;
 /// Averages of the samples, but for the two of indices, which take the first sample of a pixel.
 enum LayerBit : unsigned {
   albedoLayer = 1,   // "albedo", RGB: colour of the surfaces, 0 to 1
@@ -52,9 +58,12 @@ struct RenderSettings {
   int samples = 64;    // a pixel, at most
   float noise = 0.01f; // a pixel stops when its estimated error falls below; 0: never
   Denoising denoise = Denoising::off;
-  double seconds = 0;           // the picture is finished after them; 0: no limit
-  unsigned layers = 0;          // of the film, bits of LayerBit
-  bool preview = false;         // engine 1: camera rays, simple light, no noise
+  double seconds = 0;                              // the picture is finished after them; 0: no limit
+  unsigned layers = 0;                             // of the film, bits of LayerBit
+  bool motionBlur = false;                         // while the shutter is open, see motionSteps
+  double shutterOpen = -0.25, shutterClose = 0.25; // frames from the frame's time
+  int motionSteps = 2;                             // straight pieces that a motion is cut into
+  bool preview = false;                            // engine 1: camera rays, simple light, no noise
   bool hardware = false;        // engine 2: the preview through OpenGL, where a driver is available
   bool blurry = true;           // false: roughness counts as 0 in reflection and transmission
   bool transparency = true;     // false: transmission counts as 0

@@ -64,7 +64,9 @@ void fillObjects(Table& table) {
       .real(lightInnerCone, 0)
       .real(lightOuterCone, 0.78539816339744831)
       .real(lightRadius, 0)
-      .integer(lightShadow, 2);
+      .integer(lightShadow, 2)
+      .real(lightWidth, 1)
+      .real(lightHeight, 1);
   Filler(table, NodeKind::object, Osky)
       .integer(skyKind, 1)
       .vector(skyColor, white)
@@ -152,9 +154,11 @@ void fillShaders(Table& table) {
       .vector(aoBright, white);
 }
 
-constexpr LONG denoiseSetting = 7103; // of the renderer, see render_settings.h
 // Of the view, see view_setting.h.
 constexpr LONG viewSetting = 7120, exposureSetting = 7121, gammaSetting = 7122, whiteBalanceSetting = 7123;
+// Of the renderer, see render_settings.h.
+constexpr LONG denoiseSetting = 7103, motionBlurSetting = 7110, shutterOpenSetting = 7111,
+               shutterCloseSetting = 7112, motionStepsSetting = 7113;
 
 void fillRenderData(Table& table) {
   Filler data(table, NodeKind::renderData, 0);
@@ -174,6 +178,10 @@ void fillRenderData(Table& table) {
       .real(exposureSetting, 0)
       .real(gammaSetting, 1)
       .real(whiteBalanceSetting, 6500)
+      .flag(motionBlurSetting, FALSE)
+      .real(shutterOpenSetting, -0.25)
+      .real(shutterCloseSetting, 0.25)
+      .integer(motionStepsSetting, 2)
       .integer(RDATA_RENDERREGION_LEFT, 0)
       .integer(RDATA_RENDERREGION_TOP, 0)
       .integer(RDATA_RENDERREGION_RIGHT, 0)

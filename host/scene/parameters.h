@@ -14,7 +14,8 @@ inline constexpr LONG cameraProjection = 1001, cameraYfov = 1002, cameraYmag = 1
                       cameraBladeRotation = 1012;
 // lights
 inline constexpr LONG lightKind = 1101, lightColor = 1102, lightIntensity = 1103, lightRange = 1104,
-                      lightInnerCone = 1105, lightOuterCone = 1106, lightRadius = 1107, lightShadow = 1108;
+                      lightInnerCone = 1105, lightOuterCone = 1106, lightRadius = 1107, lightShadow = 1108,
+                      lightWidth = 1109, lightHeight = 1110;
 // sky, floor, subdivision
 inline constexpr LONG skyKind = 1201, skyColor = 1202, skyHorizon = 1203, skyGround = 1204,
                       skyRotation = 1205, skySeen = 1206, skyStrength = 1207;

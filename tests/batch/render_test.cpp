@@ -40,6 +40,27 @@ class Render : public testing::Test {
   TempFolder folder;
 };
 
+// A square that moves by 8 frames' way, 8.5 of 64 pixels, while the shutter is open; its left edge is in the
+// middle of that way at pixel 19.2.
+TEST_F(Render, AShutterBlursWhatMoves) {
+  const std::string scene = writeTinyScene(folder.path(), {.animated = true});
+  const auto coverage = [&](const Arguments& more, int x) {
+    Arguments all{"--frame", "15"};
+    all.insert(all.end(), more.begin(), more.end());
+    const Picture picture = renderPicture(scene, "moving.exr", all);
+    float sum = 0, whole = 0;
+    for (int y = 8; y < 24; ++y)
+      sum += picture.at(x, y, 0), whole += picture.at(32, y, 0);
+    return sum / whole;
+  };
+  EXPECT_NEAR(coverage({}, 16), 0, 0.01);
+  EXPECT_NEAR(coverage({}, 22), 1, 0.01);
+  EXPECT_NEAR(coverage({"--shutter", "8"}, 16), (16.5 - 14.93) / 8.53, 0.12);
+  EXPECT_NEAR(coverage({"--shutter", "8"}, 22), (22.5 - 14.93) / 8.53, 0.12);
+  EXPECT_NEAR(coverage({"--shutter", "0"}, 16), 0, 0.01);
+  render(scene, "moving.exr", {"--shutter", "-1"}, 2);
+}
+
 class RenderFormat : public Render,
                      public testing::WithParamInterface<std::pair<const char*, const char*>> {};
 

@@ -19,6 +19,7 @@ void check(const std::optional<batch::PixelSize>& size) {
 void check(const batch::Sampling& sampling) {
   require(sampling.samples >= 0 && sampling.samples <= 1000000 && sampling.seconds >= 0,
           "samples and seconds are limited");
+  require(!sampling.shutter || (*sampling.shutter >= 0 && *sampling.shutter <= 10), "shutters are short");
   require(!sampling.noise || (*sampling.noise >= 0 && *sampling.noise <= 1), "noise is a fraction");
 }
 

@@ -152,6 +152,11 @@ Scene mixedScene(int kind) {
     scene.addMaterial(&glow).emission = {6, 6, 6};
     scene.add(quad({-1, 3.5f, -1}, {2, 0, 0}, {0, 0, 2}), glow);
   }
+  if (kind >= 4) {
+    const LightKind shape = kind == 4 ? LightKind::rectangle : LightKind::disc;
+    SnapshotLight& light = scene.addLight(shape, {2, 2.5f, 2}, {0, 0, 0}, 30);
+    light.width = 2.5f, light.height = 1;
+  }
   if (kind == 3) {
     scene.snapshot->sky.kind = SkyKind::picture;
     scene.snapshot->sky.color = {1, 1, 1};
@@ -163,7 +168,7 @@ Scene mixedScene(int kind) {
 }
 
 TEST(LightSampling, BothEstimatorsGiveTheSamePicture) {
-  for (int kind = 0; kind < 4; ++kind) {
+  for (int kind = 0; kind < 6; ++kind) {
     SCOPED_TRACE(kind);
     Scene scene = mixedScene(kind);
     auto how = settings(24, 24, 512);

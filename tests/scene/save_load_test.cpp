@@ -176,6 +176,11 @@ void addSurroundings(BaseDocument& d, BaseMaterial* floorMaterial) {
   light->SetParameter(param::lightKind, GeData(LONG(1)));
   light->SetParameter(param::lightRadius, GeData(0.25));
   light->SetParameter(param::lightShadow, GeData(LONG(1)));
+  BaseObject* window = insert(d, Olight, "window");
+  window->SetParameter(param::lightKind, GeData(LONG(3)));
+  window->SetParameter(param::lightWidth, GeData(2.5));
+  window->SetParameter(param::lightHeight, GeData(0.75));
+  insert(d, Olight, "disk")->SetParameter(param::lightKind, GeData(LONG(4)));
   BaseObject* sky = insert(d, Osky, "sky");
   stateOf(sky)->picture = picture("sky.hdr", "", "s");
   BaseObject* floor = insert(d, Ofloor, "floor");

@@ -47,6 +47,40 @@ TEST(SnapshotLights, comeFromTheFileAndItsExtras) {
   reload(*document);
 }
 
+// Other programs show a spot of a half space.
+TEST(SnapshotLights, rectanglesAndDiscsAreSpotsWithExtras) {
+  SceneBuilder scene;
+  scene.root["extensions"]["KHR_lights_punctual"]["lights"] =
+      Json::parse(R"([{"type": "spot", "intensity": 8, "spot": {"outerConeAngle": 1.5707963267948966}}])");
+  const auto node = [](Json container) {
+    return Json{{"extensions", {{"KHR_lights_punctual", {{"light", 0}}}}},
+                {"extras", {{"lumenara", {{"container", std::move(container)}}}}}};
+  };
+  scene.addNode(node(Json::parse(R"([[1101, "long", 3], [1109, "real", 2], [1110, "real", 0.5]])")));
+  scene.addNode(node(Json::parse(R"([[1101, "long", 4], [1109, "real", -3], [1108, "long", 1]])")));
+  scene.addNode(node(Json::parse(R"([[1101, "long", 77]])")));
+  const DocumentPtr document = load(scene);
+  const DocumentPtr again = reload(*document);
+  for (const DocumentPtr* each : {&document, &again}) {
+    const auto lights = takeSnapshot(**each, {})->lights;
+    ASSERT_EQ(lights.size(), 3U);
+    EXPECT_EQ(lights[0].kind, LightKind::rectangle);
+    EXPECT_EQ(lights[0].intensity[0], 8);
+    EXPECT_EQ(lights[0].width, 2);
+    EXPECT_EQ(lights[0].height, 0.5F);
+    EXPECT_EQ(lights[1].kind, LightKind::disc);
+    EXPECT_GT(lights[1].width, 0);
+    EXPECT_TRUE(lights[1].shadows);
+    EXPECT_EQ(lights[2].kind, LightKind::point);
+  }
+  std::string error;
+  const std::vector<std::byte> bytes = saveDocumentToMemory(*document, false, &error);
+  const Json saved = Json::parse(std::string(reinterpret_cast<const char*>(bytes.data()), bytes.size()));
+  const Json& light = saved["extensions"]["KHR_lights_punctual"]["lights"][0];
+  EXPECT_EQ(light["type"], "spot");
+  EXPECT_NEAR(light["spot"]["outerConeAngle"].get<double>(), 1.5707963, 1e-6);
+}
+
 TEST(SnapshotLights, nobodyMeetsABlackPicture) {
   SceneBuilder scene;
   scene.addNode(Json{{"mesh", scene.addQuad()}});

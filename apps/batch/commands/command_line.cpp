@@ -148,6 +148,11 @@ void addRun(CLI::App& command, RawOptions& raw, Options& options) {
       .add_option("--noise", options.sampling.noise, "End pixels at this standard error (0 to 1, as 0.01)")
       ->type_name("LEVEL")
       ->check(CLI::Range(0.0, 1.0));
+  command
+      .add_option("--shutter", options.sampling.shutter,
+                  "Blur motion: frames that the shutter is open (0.5 is 180 degrees); 0: no blur")
+      ->type_name("FRAMES")
+      ->check(CLI::Range(0.0, 10.0));
   command.add_option("--threads", options.threads, "Processors to use; default: all")
       ->type_name("N")
       ->check(CLI::Range(1, 1024));

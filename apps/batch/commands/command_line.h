@@ -34,8 +34,9 @@ struct Sampling {
   int samples = 0;    // most samples a pixel; 0: the scene's, or with one of the next two more than any
                       // picture needs
   double seconds = 0; // a picture ends after them; 0: no limit
-  std::optional<double> noise; // a pixel ends at this standard error, 0 to 1; 0: never
-  std::string denoise;         // "off", "end", "live", or empty: as the scene says
+  std::optional<double> noise;   // a pixel ends at this standard error, 0 to 1; 0: never
+  std::optional<double> shutter; // frames that it is open around each frame's time; 0: no motion blur
+  std::string denoise;           // "off", "end", "live", or empty: as the scene says
 };
 
 /// The view of a saved picture, over the document's.

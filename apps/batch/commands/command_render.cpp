@@ -99,6 +99,8 @@ ExitCode renderScene(const RenderOptions& options, Messages& messages) {
   Scene scene = loadScene(options.scene, messages);
   prepare(options, *scene.document);
   const host::ViewSettings view = chooseView(*scene.document, options.view);
+  // A copy without animation does not move.
+  if (blursMotion(*scene.document)) settings.GetDataInstance()->SetLong(LM_CLONE_ANIMATION, 1);
   const PixelSize size = pictureSize(options.size, *scene.document, settings);
   const std::optional<PixelRegion> region = pixelRegion(options, size);
   AutoAlloc<BaseBitmap> bitmap;

@@ -21,10 +21,10 @@ CameraFacts cameraFacts(const NamedCamera& camera) {
 }
 
 LightFacts lightFacts(const host::ObjectState& object) {
-  constexpr const char* kinds[] = {"point", "spot", "distant"};
+  constexpr const char* kinds[] = {"point", "spot", "distant", "rectangle", "disk"};
   LightFacts facts;
   facts.name = object.name.GetUTF8();
-  facts.kind = kinds[std::clamp<LONG>(host::param::integer(object, host::param::lightKind), 0, 2)];
+  facts.kind = kinds[std::clamp<LONG>(host::param::integer(object, host::param::lightKind), 0, 4)];
   facts.color = host::param::vector(object, host::param::lightColor);
   facts.intensity = host::param::real(object, host::param::lightIntensity);
   return facts;

@@ -95,6 +95,11 @@ void setSampling(BaseDocument& document, const Sampling& sampling) {
     values.SetLong(RDATA_MAXSAMPLES, sampling.samples > 0 ? sampling.samples : endlessSamples);
   if (sampling.seconds > 0) values.SetReal(host::render::secondsSetting, sampling.seconds);
   if (sampling.noise) values.SetReal(RDATA_NOISETHRESHOLD, *sampling.noise);
+  if (sampling.shutter) {
+    values.SetBool(host::render::motionBlurSetting, *sampling.shutter > 0);
+    values.SetReal(host::render::shutterOpenSetting, -0.5 * *sampling.shutter);
+    values.SetReal(host::render::shutterCloseSetting, 0.5 * *sampling.shutter);
+  }
   const std::map<std::string, Denoising> modes{
       {"off", Denoising::off}, {"end", Denoising::end}, {"live", Denoising::live}};
   if (const auto mode = modes.find(sampling.denoise); mode != modes.end())
@@ -110,6 +115,11 @@ host::ViewSettings chooseView(const BaseDocument& document, const ViewOptions& o
   view.view = options.view.value_or(view.view);
   view.exposure = options.exposure.value_or(view.exposure);
   return view;
+}
+
+bool blursMotion(const BaseDocument& document) {
+  const RenderData* data = document.GetActiveRenderData();
+  return data && data->GetData().GetBool(host::render::motionBlurSetting);
 }
 
 PixelSize renderSize(const BaseDocument& document) {

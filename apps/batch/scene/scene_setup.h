@@ -40,6 +40,9 @@ void setSampling(BaseDocument& document, const Sampling& sampling);
 /// unknown name; the message lists the views.
 host::ViewSettings chooseView(const BaseDocument& document, const ViewOptions& options);
 
+/// Whether the active render settings blur motion.
+bool blursMotion(const BaseDocument& document);
+
 /// The size of the active render settings; 1280 x 720 where they have no usable one.
 PixelSize renderSize(const BaseDocument& document);
 

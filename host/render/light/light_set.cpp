@@ -41,6 +41,7 @@ float shareTowards(const Lamp& lamp, Vec3 direction, float distance) {
 
 LightSet::LightSet(const std::vector<SnapshotLight>& lights, const RenderSettings& settings) {
   for (const SnapshotLight& l : lights) {
+    const bool area = l.kind == LightKind::rectangle || l.kind == LightKind::disc;
     Lamp lamp{l.kind,
               Vec3(l.toWorld.off),
               -normalize(Vec3(l.toWorld.v3)),
@@ -50,8 +51,9 @@ LightSet::LightSet(const std::vector<SnapshotLight>& lights, const RenderSetting
               std::cos(l.outerCone),
               l.outerCone,
               l.range,
-              l.shadows && settings.shadow && (l.radius > 0 || !settings.limitShadow)};
+              l.shadows && settings.shadow && (area || l.radius > 0 || !settings.limitShadow)};
     if (isBlack(lamp.intensity) || !finite(lamp.intensity) || !finite(lamp.position)) continue;
+    if (area) addArea(l, lamp);
     findable_ = findable_ || lamp.findable();
     if (lamp.kind == LightKind::distant) {
       lamp.radius = std::min(lamp.radius, 1.5f);
@@ -60,6 +62,18 @@ LightSet::LightSet(const std::vector<SnapshotLight>& lights, const RenderSetting
       lamps_.push_back(lamp);
     }
   }
+}
+
+// The intensity is that along the axis, so the radiance is even over the area.
+void LightSet::addArea(const SnapshotLight& light, Lamp& lamp) {
+  AreaLight area;
+  area.center = lamp.position, area.axis = lamp.axis;
+  area.right = normalize(Vec3(light.toWorld.v1)), area.up = normalize(Vec3(light.toWorld.v2));
+  area.disc = light.kind == LightKind::disc;
+  area.halfWidth = 0.5f * light.width, area.halfHeight = 0.5f * (area.disc ? light.width : light.height);
+  lamp.radius = 0;
+  lamp.area = static_cast<std::int32_t>(areas_.size());
+  areas_.push_back(area);
 }
 
 void LightSet::addGlow(const GlowTriangle& triangle, float radiance) {
@@ -73,6 +87,11 @@ LightBounds LightSet::boundsOf(const Lamp& lamp) const {
   LightBounds b{lamp.position - Vec3(lamp.radius), lamp.position + Vec3(lamp.radius),
                 std::max(1e-30f, luminance(lamp.intensity))};
   b.findableByRay = lamp.findable();
+  if (lamp.area >= 0) {
+    const Vec3 extent = areaOf(lamp).extent();
+    b.low = lamp.position - extent, b.high = lamp.position + extent;
+    b.axis = lamp.axis; // the light falls with the cosine
+  }
   if (lamp.kind == LightKind::spot) {
     b.axis = lamp.axis;
     b.reach = std::clamp(lamp.outer, 0.0f, pi);
@@ -124,7 +143,8 @@ bool LightSet::finish() {
 float LightSet::shareOf(std::uint32_t leaf, const LightReceiver& at) const {
   if (leaf < lamps_.size()) {
     const Lamp& lamp = lamps_[leaf];
-    if (lamp.kind == LightKind::point && lamp.range <= 0) return 1;
+    if (lamp.area >= 0 && !areaOf(lamp).shinesTo(at.position)) return 0;
+    if (lamp.kind != LightKind::spot && lamp.range <= 0) return 1;
     const Vec3 from = at.position - lamp.position;
     const float distance = length(from);
     return distance > 0 ? shareTowards(lamp, from / distance, distance) : 1;
@@ -175,8 +195,33 @@ float LightSet::chanceOfDistant(const Lamp& lamp, const LightPick& pick) const {
   return pick.distantTotal > 0 ? pick.distant * estimateDistant(lamp, pick.at) / pick.distantTotal : 0;
 }
 
+namespace {
+
+// Surfaces in the plane of an area light neither hide nor shadow it.
+constexpr float planeGap = 0.9999f;
+
+// The radiance of an area light towards a point at a distance from its middle.
+template <class Lamp>
+Vec3 radianceOf(const Lamp& lamp, const AreaLight& area, Vec3 position) {
+  const float distance = length(position - area.center);
+  return lamp.intensity * (shareTowards(lamp, lamp.axis, distance) / area.area());
+}
+
+} // namespace
+
+bool LightSet::sampleAreaLamp(const Lamp& lamp, Vec3 position, Vec2 u, LightSample& out) const {
+  const AreaLight& area = areaOf(lamp);
+  const AreaSample sample = sampleArea(area, position, u);
+  out.direction = sample.direction;
+  out.distance = sample.distance * planeGap;
+  out.pdf = sample.pdf;
+  out.radiance = radianceOf(lamp, area, position);
+  return out.pdf > 0;
+}
+
 bool LightSet::sampleLamp(const Lamp& lamp, Vec3 position, Vec2 u, LightSample& out) const {
   out.shadow = lamp.shadow;
+  if (lamp.area >= 0) return sampleAreaLamp(lamp, position, u, out);
   const Vec3 to = lamp.position - position;
   const float d2 = dot(to, to), d = std::sqrt(d2);
   if (d <= lamp.radius * 1.0001f || d2 <= 0) return false;
@@ -290,8 +335,18 @@ Vec3 LightSet::hitDistant(const Lamp& lamp, Vec3 direction, float& density) cons
   return lamp.intensity / (pi * sqr(std::sin(lamp.radius)));
 }
 
+Vec3 LightSet::hitArea(const Lamp& lamp, Vec3 origin, Vec3 direction, float near, float far,
+                       float& density) const {
+  const AreaLight& area = areaOf(lamp);
+  const AreaSample met = meetArea(area, origin, direction);
+  if (!(met.pdf > 0) || met.distance <= near || met.distance * planeGap > far) return {};
+  density = met.pdf;
+  return radianceOf(lamp, area, origin);
+}
+
 Vec3 LightSet::hit(const Lamp& lamp, Vec3 origin, Vec3 direction, float near, float far,
                    float& density) const {
+  if (lamp.area >= 0) return hitArea(lamp, origin, direction, near, far, density);
   const Vec3 to = lamp.position - origin;
   const float d2 = dot(to, to), along = dot(to, direction), r2 = sqr(lamp.radius);
   if (along <= 0 || d2 <= r2 * 1.0002f) return {};

@@ -1,10 +1,11 @@
-// The lights of a render and their sampling: spheres, points, cones, distant discs, glowing triangles, and a
-// sky with a picture. Built once a render, read by every worker.
+// The lights of a render and their sampling: spheres, points, cones, rectangles, discs, distant discs,
+// glowing triangles, and a sky with a picture. Built once a render, read by every worker.
 #pragma once
 
 #include <optional>
 #include <vector>
 
+#include "area_light.h"
 #include "light_tree.h"
 #include "render_settings.h"
 #include "render_sky.h"
@@ -57,7 +58,8 @@ class LightSet {
   Vec3 along(const LightPick& pick, Vec3 origin, Vec3 direction, float near, float far,
              Weight&& weight) const {
     Vec3 sum;
-    tree_.alongRay(origin, direction, near, far, [&](std::uint32_t leaf) {
+    // A little farther: a surface may lie in the plane of a light.
+    tree_.alongRay(origin, direction, near, far * 1.0002f, [&](std::uint32_t leaf) {
       float density = 0;
       const Vec3 radiance = hit(lamps_[leaf], origin, direction, near, far, density);
       if (!isBlack(radiance)) sum += radiance * weight(density * pick.near * chanceOf(leaf, pick.at));
@@ -88,7 +90,9 @@ class LightSet {
     Vec3 intensity;
     float radius, cosInner, cosOuter, outer, range;
     bool shadow;
-    bool findable() const { return radius > 0 && shadow; } // by rays
+    std::int32_t area = -1; // index into areas_; -1: not an area light
+    bool hasSize() const { return radius > 0 || area >= 0; }
+    bool findable() const { return hasSize() && shadow; } // by rays
   };
   struct Glow {
     GlowTriangle triangle;
@@ -96,21 +100,26 @@ class LightSet {
     std::int32_t leaf = -1; // among the tree's lights; -1: dark
   };
 
+  void addArea(const SnapshotLight& light, Lamp& lamp);
+  const AreaLight& areaOf(const Lamp& lamp) const { return areas_[static_cast<std::size_t>(lamp.area)]; }
   LightBounds boundsOf(const Lamp& lamp) const;
   LightBounds boundsOf(const Glow& glow) const;
   float shareOf(std::uint32_t leaf, const LightReceiver& at) const;
   float chanceOf(std::uint32_t leaf, const LightReceiver& at) const;
   float chanceOfDistant(const Lamp& lamp, const LightPick& pick) const;
+  Vec3 hitArea(const Lamp& lamp, Vec3 origin, Vec3 direction, float near, float far, float& density) const;
   Vec3 hit(const Lamp& lamp, Vec3 origin, Vec3 direction, float near, float far, float& density) const;
   Vec3 hitDistant(const Lamp& lamp, Vec3 direction, float& density) const;
 
   bool sampleNear(const LightPick& pick, float choice, Vec2 u, LightSample& out, float& chance) const;
   bool sampleLamp(const Lamp& lamp, Vec3 position, Vec2 u, LightSample& out) const;
+  bool sampleAreaLamp(const Lamp& lamp, Vec3 position, Vec2 u, LightSample& out) const;
   bool sampleDistant(const LightPick& pick, float choice, Vec2 u, LightSample& out, float& chance) const;
   bool sampleGlow(std::size_t index, Vec3 position, Vec2 u, LightSample& out) const;
   bool sampleSky(Vec2 u, LightSample& out) const;
 
   std::vector<Lamp> lamps_, distant_; // with a place; without
+  std::vector<AreaLight> areas_;
   std::vector<Glow> glows_;
   std::vector<std::uint32_t> shining_; // glowing triangles of the tree, whose lights are lamps_, then these
   LightTree tree_;

@@ -279,8 +279,8 @@ class PathTracer {
   void darkenCrevices(Path& path, const Surface& s) const {
     if (!path.atCamera() || !settings_.ambientOcclusion) return;
     ++path.result.rays;
-    path.throughput *=
-        scene_.openness(s.point.position, s.normal, creviceReach * scene_.size(), path.sampler.next2());
+    path.throughput *= scene_.openness(s.point.position, s.normal, creviceReach * scene_.size(),
+                                       path.sampler.next2(), path.ray.time);
   }
 
   Bsdf bsdfOf(const Path& path, const Surface& s, const Exit& exit, const SurfaceLook& look) const {
@@ -335,7 +335,8 @@ class PathTracer {
 
   Vec3 passedLight(Path& path, const Surface& s, const Exit& exit, const LightSample& light) const {
     const float nearly = light.glow >= 0 ? 0.9999f : 1.0f; // a glowing surface does not shadow itself
-    const Ray ray{exit.origin(s, light.direction), light.direction, 0, light.distance * nearly};
+    const Ray ray{exit.origin(s, light.direction), light.direction, 0, light.distance * nearly,
+                  path.ray.time};
     ++path.result.rays;
     return traceShadow(scene_, settings_, ray);
   }
@@ -366,7 +367,7 @@ class PathTracer {
                  std::max(path.cone.spread, next.delta ? 0 : 0.25f * next.roughness)};
     path.travelled = 0;
     path.vertex = exit.leavesAbove(next.wi) ? exit.position : s.position;
-    path.ray = {exit.origin(s, next.wi), next.wi};
+    path.ray = {exit.origin(s, next.wi), next.wi, 0, 1e30f, path.ray.time};
     ++path.bounces;
     return true;
   }

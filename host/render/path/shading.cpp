@@ -45,7 +45,7 @@ float steadyOpenness(const ShadePoint& p, float distance) {
   for (int i = 0; i < side * side; ++i)
     sum += p.scene->openness(
         p.position, p.normal, distance,
-        {(static_cast<float>(i % side) + 0.5f) / side, (static_cast<float>(i / side) + 0.5f) / side});
+        {(static_cast<float>(i % side) + 0.5f) / side, (static_cast<float>(i / side) + 0.5f) / side}, p.time);
   return sum / (side * side);
 }
 
@@ -146,9 +146,9 @@ Rgba CompiledShade::evaluate(const ShadePoint& point) const {
   }
   case Kind::occlusion: {
     if (!point.scene) return toRgba(bright_);
-    const float open =
-        point.sampler ? point.scene->openness(point.position, point.normal, distance_, point.sampler->next2())
-                      : steadyOpenness(point, distance_);
+    const float open = point.sampler ? point.scene->openness(point.position, point.normal, distance_,
+                                                             point.sampler->next2(), point.time)
+                                     : steadyOpenness(point, distance_);
     return toRgba(lerp(dark_, bright_, open));
   }
   case Kind::stack:

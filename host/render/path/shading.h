@@ -19,8 +19,8 @@ namespace host::render {
 class OcclusionQuery {
  public:
   /// 0 (closed) to 1, over the hemisphere around `normal` as far as `distance`. `position` lies off the
-  /// surface. `u` picks the direction.
-  virtual float openness(Vec3 position, Vec3 normal, float distance, Vec2 u) const = 0;
+  /// surface. `u` picks the direction. `time` is that of the ray that met the point.
+  virtual float openness(Vec3 position, Vec3 normal, float distance, Vec2 u, float time) const = 0;
 
  protected:
   ~OcclusionQuery() = default;
@@ -33,6 +33,7 @@ struct ShadePoint {
   Vec3 position, normal;       // a little off the surface; the geometric normal on the viewer's side
   const OcclusionQuery* scene = nullptr;
   Sampler* sampler = nullptr; // null: openness is averaged over fixed directions
+  float time = 0;             // of the ray
   bool blendLevels = true;    // smooth change between texture levels, for surfaces seen by the camera
 };
 

@@ -21,13 +21,17 @@ Exit exitOf(const RayScene& scene, const Hit& hit, const Surface& s, Vec3 viewer
   if (first == mesh.normals[corners[1]] && first == mesh.normals[corners[2]] &&
       dot(s.normal, s.geometric) > flat)
     return plain;
+  Transform moved;
+  if (placed.motion) moved = placed.toWorldAt(hit.time);
+  const Transform& toWorld = placed.motion ? moved : placed.toWorld;
   const Vec3 fromFirst = s.edge1 * hit.u + s.edge2 * hit.v;
   const Vec3 from[3] = {fromFirst, fromFirst - s.edge1, fromFirst - s.edge2};
   const float weight[3] = {1 - hit.u - hit.v, hit.u, hit.v};
   Vec3 lift;
   float least = 1;
   for (std::size_t i = 0; i < 3; ++i) {
-    Vec3 n = normalize(placed.toWorld.normal(mesh.normals[corners[i]]));
+    Vec3 n = normalize(toWorld.normal(placed.motion ? placed.normalAt(corners[i], hit.time)
+                                                    : Vec3(mesh.normals[corners[i]])));
     float cosine = dot(n, s.geometric);
     if (cosine < 0) n = -n, cosine = -cosine;
     least = std::min(least, cosine);

@@ -3,11 +3,6 @@
 namespace host::render {
 namespace {
 
-template <class T>
-Vec3 interpolate(const std::vector<T>& list, const std::array<std::uint32_t, 3>& c, float u, float v) {
-  return Vec3(list[c[0]]) * (1 - u - v) + Vec3(list[c[1]]) * u + Vec3(list[c[2]]) * v;
-}
-
 float cross2(Vec2 a, Vec2 b) {
   return a.x * b.y - a.y * b.x;
 }
@@ -114,7 +109,9 @@ std::optional<Tangents> mapAxes(const PlacedMesh& placed, const Hit& hit, const 
       const Float4& v = list[c[i]];
       return Vec3(v[0], v[1], v[2]);
     };
-    const Vec3 along = placed.toWorld.vector(at(0) * (1 - hit.u - hit.v) + at(1) * hit.u + at(2) * hit.v);
+    const Vec3 local = at(0) * (1 - hit.u - hit.v) + at(1) * hit.u + at(2) * hit.v;
+    const Vec3 along =
+        placed.motion ? placed.toWorldAt(hit.time).vector(local) : placed.toWorld.vector(local);
     axes.t = normalize(along - n * dot(along, n));
     axes.b = cross(n, axes.t) * (list[c[0]][3] * placed.side);
   } else {
@@ -192,30 +189,64 @@ void applyBumpMap(const PlacedMesh& placed, const Hit& hit, float side, Surface&
 
 } // namespace
 
+namespace {
+
+// The triangle at the time of the hit, in the mesh's space, and the mesh's place.
+struct Triangle {
+  Vec3 p0, p1, p2;
+  Vec3 normal; // of the corners, interpolated; null: flat
+};
+
+template <class Vertex, class Normal>
+Triangle triangleOf(const PlacedMesh& placed, const Hit& hit, Vertex&& vertex, Normal&& normal) {
+  const Corners& c = placed.mesh->triangles[hit.primitive];
+  Triangle t{vertex(c[0]), vertex(c[1]), vertex(c[2]), {}};
+  if (!placed.mesh->normals.empty())
+    t.normal = normal(c[0]) * (1 - hit.u - hit.v) + normal(c[1]) * hit.u + normal(c[2]) * hit.v;
+  return t;
+}
+
+Triangle triangleAt(const PlacedMesh& placed, const Hit& hit) {
+  if (placed.motion)
+    return triangleOf(
+        placed, hit, [&](std::uint32_t i) { return placed.vertexAt(i, hit.time); },
+        [&](std::uint32_t i) { return placed.normalAt(i, hit.time); });
+  return triangleOf(
+      placed, hit, [&](std::uint32_t i) { return placed.vertex(i); },
+      [&](std::uint32_t i) { return Vec3(placed.mesh->normals[i]); });
+}
+
+} // namespace
+
 Surface surfaceAt(const RayScene& scene, const Ray& ray, const Hit& hit, float coneWidth) {
   const PlacedMesh& placed = scene.placed(hit);
   const Mesh& mesh = *placed.mesh;
   const Corners& c = mesh.triangles[hit.primitive];
-  const Vec3 p0 = placed.vertex(c[0]), p1 = placed.vertex(c[1]), p2 = placed.vertex(c[2]);
+  const Triangle triangle = triangleAt(placed, hit);
+  const Vec3 &p0 = triangle.p0, &p1 = triangle.p1, &p2 = triangle.p2;
+  Transform moved;
+  if (placed.motion) moved = placed.toWorldAt(hit.time);
+  const Transform& toWorld = placed.motion ? moved : placed.toWorld;
   const Vec3 local1 = p1 - p0, local2 = p2 - p0;
   Surface out;
-  out.edge1 = placed.toWorld.vector(local1);
-  out.edge2 = placed.toWorld.vector(local2);
-  out.position = placed.toWorld.point(p0 + local1 * hit.u + local2 * hit.v);
+  out.edge1 = toWorld.vector(local1);
+  out.edge2 = toWorld.vector(local2);
+  out.position = toWorld.point(p0 + local1 * hit.u + local2 * hit.v);
   out.geometric = normalize(cross(out.edge1, out.edge2)) * placed.side;
-  out.error = positionError(placed.toWorld, componentMax(abs(p0), componentMax(abs(p1), abs(p2))),
-                            abs(out.geometric));
+  out.error =
+      positionError(toWorld, componentMax(abs(p0), componentMax(abs(p1), abs(p2))), abs(out.geometric));
   out.front = dot(out.geometric, ray.direction) <= 0;
   if (!out.front) out.geometric = -out.geometric;
   out.normal = out.geometric;
   if (!mesh.normals.empty()) {
-    const Vec3 n = normalize(placed.toWorld.normal(interpolate(mesh.normals, c, hit.u, hit.v)));
+    const Vec3 n = normalize(toWorld.normal(triangle.normal));
     if (dot(n, n) > 0.5f) out.normal = dot(n, out.geometric) < 0 ? -n : n;
   }
   out.material = &scene.materialOf(placed, hit.primitive);
   setVertexColor(mesh, c, hit, out);
   out.point.position = offsetFrom(out, out.geometric);
   out.point.normal = out.geometric;
+  out.point.time = hit.time;
   setUv(mesh, c, hit, coneWidth, std::abs(dot(out.geometric, ray.direction)), out);
   return out;
 }

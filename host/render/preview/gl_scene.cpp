@@ -177,10 +177,13 @@ void GlScene::setLight() {
     const Vec3 axis = -normalize(Vec3(light->toWorld.v3));
     const bool distant = light->kind == LightKind::distant;
     const Vec3 place = distant ? -axis : Vec3(light->toWorld.off - eye_);
-    lamps_.push_back(with(place, distant ? 2.0f : (light->kind == LightKind::spot ? 1.0f : 0.0f)));
+    // A rectangle or disc is drawn as a spot whose light falls with the squared cosine.
+    const bool area = light->kind == LightKind::rectangle || light->kind == LightKind::disc;
+    const bool spot = light->kind == LightKind::spot;
+    lamps_.push_back(with(place, distant ? 2.0f : spot || area ? 1.0f : 0.0f));
     lamps_.push_back(with(Vec3(light->intensity), std::max(0.0f, light->range)));
-    lamps_.push_back(with(axis, std::cos(light->outerCone)));
-    lamps_.push_back({std::cos(light->innerCone), 0, 0, 0});
+    lamps_.push_back(with(axis, area ? 0.0f : std::cos(light->outerCone)));
+    lamps_.push_back({area ? 1.0f : std::cos(light->innerCone), 0, 0, 0});
   }
   if (!lamps_.empty() || sky.present()) return;
   // Without a lamp and a sky: a lamp beside the viewer, like the software preview.

@@ -1,5 +1,6 @@
 #include "ray_scene.h"
 
+#include <map>
 #include <new>
 
 #include "mesh_tools.h"
@@ -44,6 +45,7 @@ RTCRay toEmbree(const Ray& ray, unsigned mask) {
   r.dir_x = ray.direction.x, r.dir_y = ray.direction.y, r.dir_z = ray.direction.z;
   r.tnear = ray.near, r.tfar = ray.far;
   r.mask = mask;
+  r.time = ray.time;
   return r;
 }
 
@@ -65,9 +67,14 @@ struct FilterContext {
 // Takes back the hit of a surface that the light passes.
 void askFilter(const RTCFilterFunctionNArguments* of) {
   const auto& context = *reinterpret_cast<const FilterContext*>(of->context);
-  const Hit hit{RTCRayN_tfar(of->ray, of->N, 0), RTCHitN_u(of->hit, of->N, 0), RTCHitN_v(of->hit, of->N, 0),
-                RTCHitN_instID(of->hit, of->N, 0, 0), RTCHitN_primID(of->hit, of->N, 0)};
+  const Hit hit{RTCRayN_tfar(of->ray, of->N, 0),   RTCHitN_u(of->hit, of->N, 0),
+                RTCHitN_v(of->hit, of->N, 0),      RTCHitN_instID(of->hit, of->N, 0, 0),
+                RTCHitN_primID(of->hit, of->N, 0), RTCRayN_time(of->ray, of->N, 0)};
   if ((*context.placed)[hit.instance].filters && context.filter->passes(hit)) of->valid[0] = 0;
+}
+
+std::array<float, 12> columnsOf(const Transform& t) {
+  return {t.v1.x, t.v1.y, t.v1.z, t.v2.x, t.v2.y, t.v2.z, t.v3.x, t.v3.y, t.v3.z, t.off.x, t.off.y, t.off.z};
 }
 
 // The sets of texture coordinates whose tangents a material needs.
@@ -108,6 +115,7 @@ BuiltScene<RayScene> RayScene::build(SnapshotPtr snapshot, const RenderSettings&
   if (!meshes.complete) return built;
   scene->accels_ = std::move(meshes.accels);
   scene->quick_ = meshes.quick;
+  if (!scene->buildMotion(workers, stopped)) return built;
 
   const std::vector<bool> used = usedMaterials(s);
   MaterialCompiler compiler(s.materials, used);
@@ -160,9 +168,33 @@ std::vector<MeshPtr> RayScene::placeMeshes() {
     placed_.push_back({instance.mesh.get(), &instance, center, Transform(toWorld), det < 0 ? -1.0f : 1.0f});
     meshes.push_back(instance.mesh);
   }
+  moves_ = !s.camera.motion.empty();
   const Vec3 diagonal = Vec3(s.high) - Vec3(s.low);
   size_ = finite(diagonal) ? std::max(1e-6f, length(diagonal)) : 1;
   return meshes;
+}
+
+// The motion of the instances that move. False after a break.
+bool RayScene::buildMotion(int workers, const Stopped& stopped) {
+  std::map<std::vector<Identity>, MeshAccelPtr> built; // copies of an object share their shapes
+  for (PlacedMesh& placed : placed_) {
+    const Instance& source = *placed.source;
+    if (source.motion.empty() && source.shapes.empty()) continue;
+    const std::shared_ptr<PlacedMotion> motion = motionOf(source, placed.center);
+    if (!motion) continue;
+    if (!motion->shapes.empty()) {
+      std::vector<Identity> key;
+      for (const MeshPtr& shape : motion->shapes)
+        key.push_back(shape->id);
+      MeshAccelPtr& accel = built[key];
+      if (!accel) accel = buildShapes(source.mesh, motion->shapes, workers, stopped);
+      if (!accel) return false;
+      motion->accel = accel;
+    }
+    placed.motion = motion;
+    moves_ = true;
+  }
+  return true;
 }
 
 const CompiledMaterial& RayScene::materialOf(const PlacedMesh& placed, std::uint32_t primitive) const {
@@ -214,11 +246,14 @@ bool RayScene::buildTop(int workers, const Stopped& stopped, BuildCounts& counts
     PlacedMesh& placed = placed_[i];
     placed.filters = letsLightPass(*placed.source);
     filters_ = filters_ || placed.filters;
-    const Transform& t = placed.toWorld;
-    places[i] = {
-        accels_[i],
-        maskOf(*placed.source),
-        {t.v1.x, t.v1.y, t.v1.z, t.v2.x, t.v2.y, t.v2.z, t.v3.x, t.v3.y, t.v3.z, t.off.x, t.off.y, t.off.z}};
+    const PlacedMotion* motion = placed.motion.get();
+    places[i] = {motion && motion->accel ? motion->accel : accels_[i],
+                 maskOf(*placed.source),
+                 columnsOf(placed.toWorld),
+                 {}};
+    if (!motion) continue;
+    for (const Transform& step : motion->steps)
+      places[i].motion.push_back(columnsOf(step));
   }
   const SceneCache::Top top = SceneCache::shared().top(std::move(places), workers, stopped);
   top_ = top.level;
@@ -239,7 +274,8 @@ void RayScene::addGlows(PlacedMesh& placed, std::uint32_t index) {
     const auto& c = mesh.triangles[p];
     const Vec3 a = placed.toWorld.point(placed.vertex(c[0]));
     float radiance = 0;
-    if (material.emits) {
+    // Rays alone find a light that moves: its place is another at each time.
+    if (material.emits && !placed.motion) {
       const Rgba mean = material.emission.mean();
       radiance = luminance(Vec3(material.source->emission) * Vec3(mean.r, mean.g, mean.b));
     }
@@ -265,7 +301,7 @@ std::optional<Hit> RayScene::intersect(const Ray& ray, unsigned mask, bool coher
   context.flags = coherent ? RTC_INTERSECT_CONTEXT_FLAG_COHERENT : RTC_INTERSECT_CONTEXT_FLAG_INCOHERENT;
   rtcIntersect1(top_->scene.get(), &context, &r);
   if (r.hit.geomID == RTC_INVALID_GEOMETRY_ID) return std::nullopt;
-  return Hit{r.ray.tfar, r.hit.u, r.hit.v, r.hit.instID[0], r.hit.primID};
+  return Hit{r.ray.tfar, r.hit.u, r.hit.v, r.hit.instID[0], r.hit.primID, ray.time};
 }
 
 bool RayScene::blocked(const Ray& ray, ShadowFilter& filter) const {
@@ -280,9 +316,9 @@ bool RayScene::blocked(const Ray& ray, ShadowFilter& filter) const {
   return r.tfar < 0;
 }
 
-float RayScene::openness(Vec3 position, Vec3 normal, float distance, Vec2 u) const {
+float RayScene::openness(Vec3 position, Vec3 normal, float distance, Vec2 u, float time) const {
   const Vec3 direction = Frame(normal).toWorld(squareToCosineHemisphere(u));
-  const auto hit = intersect({position, direction, 0, distance}, anyMask, false);
+  const auto hit = intersect({position, direction, 0, distance, time}, anyMask, false);
   return hit ? hit->distance / distance : 1; // distant surfaces darken less
 }
 

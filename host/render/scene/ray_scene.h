@@ -8,9 +8,9 @@
 
 #include "built_scene.h"
 #include "light_set.h"
+#include "placed_mesh.h"
 #include "render_camera.h"
 #include "render_sky.h"
-#include "scene_cache.h"
 #include "shading.h"
 
 namespace host::render {
@@ -21,6 +21,7 @@ enum RayMask : unsigned { cameraMask = 1, anyMask = 2, shadowMask = 4, floorMask
 struct Hit {
   float distance = 0, u = 0, v = 0;
   std::uint32_t instance = 0, primitive = 0;
+  float time = 0; // of the ray
 };
 
 /// Decides about the surfaces along a shadow ray that may let light pass. They come in no order, and some
@@ -34,19 +35,6 @@ class ShadowFilter {
   ~ShadowFilter() = default;
 };
 
-/// A mesh placed in the scene. Its vertices count from the centre of its acceleration structure.
-struct PlacedMesh {
-  const Mesh* mesh;
-  const Instance* source;
-  Vec3 center;
-  Transform toWorld;    // of vertices that count from the centre
-  float side;           // -1 when the map mirrors
-  int firstGlow = -1;   // index of its first triangle among the lights' glowing triangles; -1: does not glow
-  bool filters = false; // some of its surfaces let light pass, by alpha or transmission
-  std::array<const CornerTangents*, 2> tangents{}; // for each set; null: not needed, or the mesh has its own
-  Vec3 vertex(std::uint32_t index) const { return Vec3(mesh->positions[index]) - center; }
-};
-
 /// Positions count from `origin`, which lies near the camera, so that floats are fine enough there.
 class RayScene final : public OcclusionQuery {
  public:
@@ -57,6 +45,8 @@ class RayScene final : public OcclusionQuery {
   /// in the last bits, so no sample of a finished picture comes from a quick structure. False after a break:
   /// the scene has no structures then. Throws std::bad_alloc.
   bool buildCarefully(int workers, const Stopped& stopped);
+  /// Whether anything depends on the time of a ray, the camera included.
+  bool moves() const { return moves_; }
   bool isQuick() const { return quick_; }
 
   /// The first hit along a ray among the surfaces of the mask. A ray that is not finite hits nothing.
@@ -64,7 +54,7 @@ class RayScene final : public OcclusionQuery {
   std::optional<Hit> intersect(const Ray& ray, unsigned mask, bool coherent) const;
   /// True when a surface that casts shadows is in the way. Those that may let light pass are for the filter.
   bool blocked(const Ray& ray, ShadowFilter& filter) const;
-  float openness(Vec3 position, Vec3 normal, float distance, Vec2 u) const override;
+  float openness(Vec3 position, Vec3 normal, float distance, Vec2 u, float time) const override;
 
   const PlacedMesh& placed(const Hit& hit) const { return placed_[hit.instance]; }
   const CompiledMaterial& materialOf(const PlacedMesh& placed, std::uint32_t primitive) const;
@@ -85,6 +75,7 @@ class RayScene final : public OcclusionQuery {
  private:
   RayScene() = default;
   std::vector<MeshPtr> placeMeshes();
+  bool buildMotion(int workers, const Stopped& stopped);
   void addGlows(PlacedMesh& placed, std::uint32_t index);
   bool makeTangents(const Stopped& stopped);
   bool buildTop(int workers, const Stopped& stopped, BuildCounts& counts);
@@ -103,6 +94,7 @@ class RayScene final : public OcclusionQuery {
   float size_ = 1;
   float room_ = 1e17f; // limit of the coordinates' sum at a ray's origin
   bool filters_ = false;
+  bool moves_ = false;
   bool quick_ = false;
 };
 

@@ -193,7 +193,11 @@ SceneCache::Top SceneCache::top(std::vector<TopPlace> places, int workers, const
     const RTCGeometry geometry = rtcNewGeometry(embreeDevice(), RTC_GEOMETRY_TYPE_INSTANCE);
     if (!geometry) throw std::bad_alloc();
     rtcSetGeometryInstancedScene(geometry, place.accel->scene.get());
-    rtcSetGeometryTransform(geometry, 0, RTC_FORMAT_FLOAT3X4_COLUMN_MAJOR, place.toWorld.data());
+    if (!place.motion.empty())
+      rtcSetGeometryTimeStepCount(geometry, static_cast<unsigned>(place.motion.size()));
+    for (unsigned step = 0; step < std::max<std::size_t>(1, place.motion.size()); ++step)
+      rtcSetGeometryTransform(geometry, step, RTC_FORMAT_FLOAT3X4_COLUMN_MAJOR,
+                              (place.motion.empty() ? place.toWorld : place.motion[step]).data());
     rtcSetGeometryMask(geometry, place.mask);
     rtcCommitGeometry(geometry);
     rtcAttachGeometryByID(level->scene.get(), geometry, static_cast<unsigned>(i));

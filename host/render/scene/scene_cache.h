@@ -33,7 +33,8 @@ using MeshAccelPtr = std::shared_ptr<const MeshAccel>;
 struct TopPlace {
   MeshAccelPtr accel;
   unsigned mask = 0;
-  std::array<float, 12> toWorld{}; // columns
+  std::array<float, 12> toWorld{};           // columns
+  std::vector<std::array<float, 12>> motion; // the same at even times of the shutter; empty: it stands still
   bool operator==(const TopPlace&) const = default;
 };
 /// The structure above the placed meshes.

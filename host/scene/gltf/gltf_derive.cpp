@@ -93,12 +93,15 @@ BaseContainer lightParameters(const Json& light) {
 }
 
 Json lightJson(const NodeState& light) {
-  static constexpr std::array names{"point", "spot", "directional"};
+  // Rectangles and discs are spots of a half space for other programs.
+  static constexpr std::array names{"point", "spot", "directional", "spot", "spot"};
+  constexpr double rightAngle = 1.57079632679489662;
   const LONG kind = integer(light, lightKind);
-  Json to{{"type", names[kind >= 0 && kind < 3 ? static_cast<std::size_t>(kind) : 0]}};
+  Json to{{"type", names[kind >= 0 && kind < LONG(names.size()) ? static_cast<std::size_t>(kind) : 0]}};
   if (has(light, lightColor)) to["color"] = vectorJson(vector(light, lightColor));
   putReal(to, "intensity", light, lightIntensity);
   if (real(light, lightRange) > 0) putReal(to, "range", light, lightRange);
+  if (kind >= 3) to["spot"] = Json{{"innerConeAngle", 0.0}, {"outerConeAngle", rightAngle}};
   if (kind == 1) {
     Json spot = Json::object();
     putReal(spot, "innerConeAngle", light, lightInnerCone);

@@ -197,13 +197,17 @@ int Taker::materialIndex(const NodeState* tag) {
 void Taker::takeLight(const ObjectState& object, const Matrix& world) {
   SnapshotLight light;
   light.object = object.identity;
+  constexpr std::array kinds{LightKind::point, LightKind::spot, LightKind::distant, LightKind::rectangle,
+                             LightKind::disc};
   const LONG kind = param::integer(object, param::lightKind);
-  light.kind = kind == 1 ? LightKind::spot : kind == 2 ? LightKind::distant : LightKind::point;
+  light.kind = kind >= 0 && kind < LONG(kinds.size()) ? kinds[static_cast<std::size_t>(kind)] : kinds[0];
   light.intensity = color(object, param::lightColor, param::real(object, param::lightIntensity));
   light.toWorld = withoutScale(world);
   light.innerCone = std::clamp(number(object, param::lightInnerCone), 0.0F, 1.570796F);
   light.outerCone = std::clamp(number(object, param::lightOuterCone), light.innerCone, 1.570797F);
   light.range = std::max(number(object, param::lightRange), 0.0F);
+  light.width = std::max(number(object, param::lightWidth), 1e-6F);
+  light.height = std::max(number(object, param::lightHeight), 1e-6F);
   const LONG shadow = param::integer(object, param::lightShadow);
   light.shadows = shadow != 0;
   light.radius = shadow == 1 ? 0 : std::max(number(object, param::lightRadius), 0.0F);

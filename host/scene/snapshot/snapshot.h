@@ -119,18 +119,23 @@ struct Instance {
   std::vector<int> materials; // indices into Snapshot::materials, one for each group of the mesh
   bool seenByCamera = true, castsShadows = true;
   bool isFloor = false;
+  std::vector<Matrix> motion;  // toWorld while the shutter is open, at even steps; empty: it stands still
+  std::vector<MeshPtr> shapes; // the mesh at the same steps; empty: it keeps its shape
 };
 
-enum class LightKind : std::uint8_t { point, spot, distant };
+enum class LightKind : std::uint8_t { point, spot, distant, rectangle, disc };
 
 struct SnapshotLight {
   Identity object = 0;
   LightKind kind = LightKind::point;
-  Float3 intensity{1, 1, 1}; // colour times: W/sr for point and spot, W/m^2 at normal incidence for distant
-  Matrix toWorld;            // shines along its -Z
+  // Colour times: W/sr for point and spot, along the axis for rectangle and disc; W/m^2 at normal incidence
+  // for distant.
+  Float3 intensity{1, 1, 1};
+  Matrix toWorld;                             // shines along its -Z
   float innerCone = 0, outerCone = 0.785398f; // half angles
   float range = 0;                            // metres; 0: unlimited
   float radius = 0; // of its sphere in metres (point, spot); half angle in radians (distant); 0: hard shadows
+  float width = 1, height = 1; // metres, above 0: of a rectangle; of a disc the width is its diameter
   bool shadows = true;
 };
 
@@ -146,6 +151,7 @@ struct SnapshotCamera {
   int blades = 0;                // of the opening, from 3 on; fewer: round
   float bladeRotation = 0;       // radians, counter-clockwise as the camera sees it
   float znear = 0.01f, zfar = 0; // metres; zfar 0: unlimited
+  std::vector<Matrix> motion;    // toWorld while the shutter is open, at even steps; empty: it stands still
 };
 
 /// Half the height of what the camera sees: at a distance of 1 metre, orthographic in metres. `aspect` is the

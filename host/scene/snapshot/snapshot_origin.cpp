@@ -19,11 +19,16 @@ Vector renderOrigin(const Snapshot& snapshot) {
 SnapshotPtr movedSnapshot(const SnapshotPtr& snapshot, const Vector& origin) {
   if (origin == Vector()) return snapshot;
   auto moved = std::make_shared<Snapshot>(*snapshot);
+  const auto shiftAll = [&](Matrix& place, std::vector<Matrix>& motion) {
+    place.off = place.off - origin;
+    for (Matrix& step : motion)
+      step.off = step.off - origin;
+  };
   for (Instance& instance : moved->instances)
-    instance.toWorld.off = instance.toWorld.off - origin;
+    shiftAll(instance.toWorld, instance.motion);
   for (SnapshotLight& light : moved->lights)
     light.toWorld.off = light.toWorld.off - origin;
-  moved->camera.toWorld.off = moved->camera.toWorld.off - origin;
+  shiftAll(moved->camera.toWorld, moved->camera.motion);
   const auto shift = [&](Float3& p) {
     p = {static_cast<float>(static_cast<Real>(p[0]) - origin.x),
          static_cast<float>(static_cast<Real>(p[1]) - origin.y),

@@ -31,7 +31,8 @@ bool within(const Instance& instance) {
 bool bringIn(SnapshotLight& light) {
   if (light.kind == LightKind::distant && !within(light.toWorld.off, farthestEye)) light.toWorld.off = {};
   light.range = std::min(light.range, 1e15F);
-  light.radius = std::min(light.radius, static_cast<float>(farthestSurface));
+  for (float* size : {&light.radius, &light.width, &light.height})
+    *size = std::min(*size, static_cast<float>(farthestSurface));
   return within(light.toWorld.off, farthestEye);
 }
 

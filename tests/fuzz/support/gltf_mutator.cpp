@@ -73,8 +73,9 @@ constexpr std::array interpolations{"LINEAR", "STEP", "CUBICSPLINE"};
 // Of objects, tags, shaders and video posts.
 constexpr std::array ownTypes{5100, 5102, 5103, 5104,    5105,    5140,    1007455, 5616,
                               5637, 5676, 5833, 1011123, 1001191, 1021096, 5612,    0};
-constexpr std::array ownIds{901,  902,  1001, 1002, 1003, 1006, 1101, 1104, 1105, 1107, 1201, 1206, 1301,
-                            1401, 1501, 1502, 1521, 1601, 1602, 1621, 1628, 1641, 2000, 2100, 2108, 2118};
+constexpr std::array ownIds{901,  902,  1001, 1002, 1003, 1006, 1101, 1104, 1105, 1107,
+                            1109, 1110, 1201, 1206, 1301, 1401, 1501, 1502, 1521, 1601,
+                            1602, 1621, 1628, 1641, 2000, 2100, 2108, 2118};
 
 class Mutation {
  public:
