@@ -59,6 +59,10 @@ void addRows(const NodeList& list, const Above& above, Identity viewCamera, std:
   }
 }
 
+// By param::lightKind.
+constexpr std::array lightIcons{ObjectIcon::light, ObjectIcon::spotLight, ObjectIcon::distantLight,
+                                ObjectIcon::areaLight, ObjectIcon::diskLight};
+
 struct KnownPost {
   LONG type;
   const char* name;
@@ -83,9 +87,7 @@ ObjectIcon objectIcon(LONG type, LONG lightKind) {
   case Opolygon:
     return ObjectIcon::mesh;
   case Olight:
-    return lightKind == 1   ? ObjectIcon::spotLight
-           : lightKind == 2 ? ObjectIcon::distantLight
-                            : ObjectIcon::light;
+    return lightIcons[static_cast<std::size_t>(std::clamp<LONG>(lightKind, 0, lightIcons.size() - 1))];
   case Ocamera:
     return ObjectIcon::camera;
   case Osky:

@@ -10,7 +10,19 @@
 
 namespace host {
 
-enum class ObjectIcon { null, mesh, light, spotLight, distantLight, camera, sky, floor, subdivision };
+enum class ObjectIcon {
+  null,
+  mesh,
+  light,
+  spotLight,
+  distantLight,
+  camera,
+  sky,
+  floor,
+  subdivision,
+  areaLight,
+  diskLight
+};
 /// Of an object type; `lightKind` (param::lightKind) counts for lights.
 ObjectIcon objectIcon(LONG type, LONG lightKind = 0);
 

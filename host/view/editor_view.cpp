@@ -153,6 +153,10 @@ BaseObject* EditorView::objectAt(double x, double y) const {
   return host::objectAt(*display_, x, y);
 }
 
+std::optional<Vector> EditorView::pointAt(double x, double y) const {
+  return display_->ready() ? pointUnder(*display_, x, y) : std::nullopt;
+}
+
 std::vector<BaseObject*> EditorView::objectsIn(double x0, double y0, double x1, double y1) const {
   return host::objectsIn(*display_, x0, y0, x1, y1);
 }

@@ -8,6 +8,7 @@
 #include <optional>
 #include <vector>
 
+#include "c4d_math.h"
 #include "main_loop.h"
 #include "view_image.h"
 #include "view_input.h"
@@ -109,6 +110,9 @@ class EditorView final {
   /// The object under a position: symbols of lights and cameras first; null for none, or while the first
   /// picture of a scene is still being prepared.
   BaseObject* objectAt(double x, double y) const;
+  /// The point of a surface under a position; nothing over the background, or while the first picture of a
+  /// scene is still being prepared.
+  std::optional<Vector> pointAt(double x, double y) const;
   /// The objects with a vertex in a rectangle (bounds inclusive, corners in any order), occluded ones too,
   /// and the lights and cameras with their sign in it; in document order, each once. Floors have no vertices.
   std::vector<BaseObject*> objectsIn(double x0, double y0, double x1, double y1) const;

@@ -165,6 +165,29 @@ void ViewDisplay::submit(bool force) {
   painter->request(std::move(job));
 }
 
+namespace {
+
+// The corners of an area light; none of other lights.
+std::vector<Vector> outlineOf(const ObjectState& light, const Matrix& world) {
+  constexpr LONG rectangle = 3, disc = 4;
+  constexpr int corners = 24;
+  const LONG kind = param::integer(light, param::lightKind);
+  const Real width = 0.5 * param::real(light, param::lightWidth);
+  const Real height = kind == disc ? width : 0.5 * param::real(light, param::lightHeight);
+  const Vector right = unit(world.v1) * width, up = unit(world.v2) * height;
+  std::vector<Vector> outline;
+  if (kind == rectangle)
+    for (const auto& [x, y] : {std::pair{-1, -1}, {1, -1}, {1, 1}, {-1, 1}})
+      outline.push_back(world.off + right * x + up * y);
+  for (int i = 0; kind == disc && i < corners; ++i) {
+    const Real angle = 2 * 3.14159265358979323846 * i / corners;
+    outline.push_back(world.off + right * std::cos(angle) + up * std::sin(angle));
+  }
+  return outline;
+}
+
+} // namespace
+
 // Collects what the clone does not tell the picture: the selection, and the signs of lights and cameras.
 void ViewDisplay::lookAtDocument(BaseDocument& document) {
   auto selection = std::make_shared<std::unordered_set<Identity>>();
@@ -179,7 +202,8 @@ void ViewDisplay::lookAtDocument(BaseDocument& document) {
       if (isLight || object.type == Ocamera) {
         const bool shinesAround = isLight && param::integer(object, param::lightKind) == 0;
         symbols_.push_back({isLight ? ViewSymbol::Kind::light : ViewSymbol::Kind::camera, object.identity,
-                            world.off, shinesAround || !isLight ? Vector() : unit(-world.v3), active});
+                            world.off, shinesAround || !isLight ? Vector() : unit(-world.v3), active,
+                            isLight ? outlineOf(object, world) : std::vector<Vector>()});
       }
       self(self, object.children, world, active);
     }

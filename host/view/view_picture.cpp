@@ -5,6 +5,8 @@
 #include <cmath>
 
 #include "display_transform.h"
+#include "view_color.h"
+#include "view_marks.h"
 #include "worker_threads.h"
 
 namespace host {
@@ -13,28 +15,8 @@ namespace {
 
 constexpr int tileSize = 32;
 
-struct Color {
-  float r = 0, g = 0, b = 0; // 0 to 255, as shown
-
-  friend Color operator+(Color a, Color b) { return {a.r + b.r, a.g + b.g, a.b + b.b}; }
-  friend Color operator*(Color a, float s) { return {a.r * s, a.g * s, a.b * s}; }
-};
-
-Color mix(Color a, Color b, float t) {
-  return a * (1 - t) + b * t;
-}
-
 constexpr Color backgroundTop{70, 70, 74}, backgroundBottom{44, 44, 48};
 constexpr Color thinLine{92, 92, 98}, thickLine{112, 112, 118}, xLine{150, 78, 78}, zLine{80, 98, 158};
-
-std::uint32_t packed(Color c) {
-  const auto byte = [](float v) { return static_cast<std::uint32_t>(std::clamp(v, 0.0f, 255.0f) + 0.5f); };
-  return 0xff000000U | byte(c.r) << 16 | byte(c.g) << 8 | byte(c.b);
-}
-
-Color unpacked(std::uint32_t p) {
-  return {static_cast<float>(p >> 16 & 255), static_cast<float>(p >> 8 & 255), static_cast<float>(p & 255)};
-}
 
 // Linear light as a fractional sRGB code, by a table over the square root.
 float displayed(float linear) {
@@ -359,66 +341,6 @@ void outline(const PictureSetup& setup, const TracedPixels& pixels, int block, i
   });
 }
 
-// A line with soft edges, in device pixels.
-void strokeLine(ViewImage& image, double x0, double y0, double x1, double y1, double width, Color color) {
-  const double reach = width / 2 + 1;
-  if (!std::isfinite(x0 + y0 + x1 + y1)) return;
-  const auto bound = [](double v, int limit) {
-    return static_cast<int>(std::clamp(v, 0.0, static_cast<double>(limit)));
-  };
-  const int left = bound(std::min(x0, x1) - reach, image.width),
-            right = bound(std::max(x0, x1) + reach + 1, image.width),
-            top = bound(std::min(y0, y1) - reach, image.height),
-            bottom = bound(std::max(y0, y1) + reach + 1, image.height);
-  const double dx = x1 - x0, dy = y1 - y0, square = dx * dx + dy * dy;
-  for (int y = top; y < bottom; ++y)
-    for (int x = left; x < right; ++x) {
-      const double px = x + 0.5 - x0, py = y + 0.5 - y0;
-      const double t = square > 0 ? std::clamp((px * dx + py * dy) / square, 0.0, 1.0) : 0;
-      const double distance = std::hypot(px - t * dx, py - t * dy);
-      const auto cover = static_cast<float>(std::clamp(width / 2 + 0.5 - distance, 0.0, 1.0));
-      if (cover <= 0) continue;
-      std::uint32_t& pixel = image.at(x, y);
-      pixel = packed(mix(unpacked(pixel), color, cover));
-    }
-}
-
-// A sign's lines, in logical pixels around its place.
-using Stroke = std::array<double, 4>;
-
-std::vector<Stroke> strokesOf(ViewSymbol::Kind kind) {
-  std::vector<Stroke> strokes;
-  if (kind == ViewSymbol::Kind::camera)
-    return {{-8, -4, 3, -4}, {3, -4, 3, 4}, {3, 4, -8, 4}, {-8, 4, -8, -4},
-            {3, 0, 8, -4},   {8, -4, 8, 4}, {8, 4, 3, 0}};
-  constexpr int corners = 12;
-  constexpr double turn = 2 * 3.14159265358979323846 / corners;
-  for (int i = 0; i < corners; ++i) {
-    const double a = i * turn, b = a + turn;
-    strokes.push_back({4 * std::cos(a), 4 * std::sin(a), 4 * std::cos(b), 4 * std::sin(b)});
-    if (i % 3 == 0) strokes.push_back({6 * std::cos(a), 6 * std::sin(a), 9 * std::cos(a), 9 * std::sin(a)});
-  }
-  return strokes;
-}
-
-void drawSymbol(const PictureSetup& setup, const ViewSymbol& symbol, ViewImage& image) {
-  const auto spot = setup.camera.project(symbol.place);
-  if (!spot || std::abs(spot->x) > 1e6 || std::abs(spot->y) > 1e6) return;
-  auto strokes = strokesOf(symbol.kind);
-  if (symbol.direction != Vector()) {
-    // The direction, with the same screen length whenever it is parallel to the picture plane.
-    const double x = Dot(symbol.direction, setup.camera.toWorld.v1) * 26,
-                 y = -Dot(symbol.direction, setup.camera.toWorld.v2) * 26;
-    if (std::hypot(x, y) > 10) strokes.push_back({x * 0.42, y * 0.42, x, y});
-  }
-  const double r = setup.ratio;
-  const Color color = symbol.selected ? unpacked(accentColor) : Color{216, 216, 220};
-  for (const auto& [wide, shade] : {std::pair{2.8, Color{20, 20, 22}}, std::pair{1.3, color}})
-    for (const Stroke& s : strokes)
-      strokeLine(image, (spot->x + s[0]) * r, (spot->y + s[1]) * r, (spot->x + s[2]) * r,
-                 (spot->y + s[3]) * r, wide * r, shade);
-}
-
 void darkenSurround(const PictureSetup& setup, int workers, ViewImage& image) {
   const auto [left, top, right, bottom] = setup.frame;
   if (left <= 0 && top <= 0 && right >= image.width && bottom >= image.height) return;
@@ -430,19 +352,6 @@ void darkenSurround(const PictureSetup& setup, int workers, ViewImage& image) {
       pixel = 0xff000000U | (pixel >> 1 & 0x7f7f7f);
     }
   });
-}
-
-void drawTripod(const PictureSetup& setup, ViewImage& image) {
-  if (setup.camera.width < 120 || setup.camera.height < 120) return;
-  constexpr std::array<Color, 3> colors{Color{210, 88, 88}, Color{118, 176, 96}, Color{92, 132, 214}};
-  const Tripod tripod = tripodOf(setup.camera);
-  std::array<std::size_t, 3> order{0, 1, 2};
-  std::sort(order.begin(), order.end(),
-            [&](std::size_t a, std::size_t b) { return tripod.depths[a] > tripod.depths[b]; });
-  const double r = setup.ratio;
-  for (const std::size_t axis : order)
-    strokeLine(image, tripod.x * r, tripod.y * r, tripod.ends[axis][0] * r, tripod.ends[axis][1] * r, 2 * r,
-               colors[axis]);
 }
 
 } // namespace

@@ -13,7 +13,7 @@
 
 namespace host {
 
-/// A light or camera, shown as a small sign.
+/// A light or camera, shown as a small sign, and the outline of a light with an area.
 struct ViewSymbol {
   enum class Kind : std::uint8_t { light, camera };
   Kind kind = Kind::light;
@@ -21,6 +21,7 @@ struct ViewSymbol {
   Vector place;
   Vector direction; // unit vector; zero: in all directions
   bool selected = false;
+  std::vector<Vector> outline = {}; // corners of an area light, in the world; the last joins the first
   friend bool operator==(const ViewSymbol&, const ViewSymbol&) = default;
 };
 

@@ -1,4 +1,8 @@
 // The table of commands, menus, tool bar, and the effects of commands.
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QLabel>
 #include <QMenuBar>
 #include <QSet>
@@ -11,10 +15,12 @@
 #include "editor_view_widget.h"
 #include "main_kit.h"
 #include "plugin_registry.h"
+#include "qt_text.h"
 #include "scene_edits.h"
 #include "scene_queries.h"
 #include "shortcuts_dialog.h"
 #include "status_widget.h"
+#include "variants.h"
 
 namespace {
 
@@ -181,13 +187,13 @@ TEST_F(MainCommands, SelectionCommandsNeedASelection) {
 }
 
 TEST_F(MainCommands, AddMakesObjectsAsSteps) {
-  for (const char* id : {"add.null", "add.camera", "add.light", "add.spot", "add.distant", "add.floor",
-                         "add.sky", "add.subdivision"})
+  for (const char* id : {"add.null", "add.camera", "add.light", "add.spot", "add.distant", "add.area",
+                         "add.disk", "add.floor", "add.sky", "add.subdivision"})
     choose(id);
-  EXPECT_EQ(names().size(), 8u);
+  EXPECT_EQ(names().size(), 10u);
   choose("add.material");
   EXPECT_EQ(host::materialRows(document()).size(), 1u);
-  for (int i = 0; i < 9; ++i)
+  for (int i = 0; i < 11; ++i)
     choose("edit.undo");
   EXPECT_TRUE(names().empty());
 }
@@ -271,6 +277,42 @@ TEST_F(MainCommands, LookThroughListsTheCameras) {
   EXPECT_TRUE(cameras.actions().last()->isChecked());
   cameras.actions().first()->trigger();
   EXPECT_NE(window().viewWidget().view().camera()->GetIdentity(), camera);
+}
+
+// Two texture tags of one mesh, one of which counts in the second variant only.
+TEST_F(MainCommands, MaterialVariantChoosesAndIsAStep) {
+  QMenu& variants = *window().findChild<QMenu*>("menu-variants");
+  EXPECT_EQ(entries(variants).size(), 1) << "none but the file's materials";
+  const Filename file = folder / "variants.gltf";
+  QFile source(QStringLiteral(LUMENARA_SOURCE_DIR "/scenes/small.gltf"));
+  ASSERT_TRUE(source.open(QIODevice::ReadOnly));
+  QJsonObject gltf = QJsonDocument::fromJson(source.readAll()).object();
+  QJsonObject extensions = gltf["extensions"].toObject();
+  extensions["KHR_materials_variants"] =
+      QJsonObject{{"variants", QJsonArray{QJsonObject{{"name", "day"}}, QJsonObject{{"name", "night"}}}}};
+  gltf["extensions"] = extensions;
+  QFile target(host::toQt(file.GetString()));
+  ASSERT_TRUE(target.open(QIODevice::WriteOnly));
+  target.write(QJsonDocument(gltf).toJson());
+  target.close();
+  openScene(file);
+  EXPECT_EQ(host::variantNames(document()), (std::vector<std::string>{"day", "night"}));
+  EXPECT_EQ(entries(variants).size(), 3);
+  const auto choices = [&] {
+    QList<QAction*> list;
+    for (QAction* action : variants.actions())
+      if (!action->isSeparator()) list.append(action);
+    return list;
+  };
+  EXPECT_TRUE(choices()[0]->isChecked());
+  choices()[2]->trigger();
+  settle();
+  EXPECT_EQ(host::chosenVariant(document()), 1);
+  entries(variants);
+  EXPECT_TRUE(choices()[2]->isChecked());
+  EXPECT_FALSE(choices()[0]->isChecked());
+  choose("edit.undo");
+  EXPECT_EQ(host::chosenVariant(document()), -1);
 }
 
 TEST_F(MainCommands, AboutShowsTheVersion) {

@@ -117,6 +117,39 @@ TEST_F(MainView, WheelMovesTheCameraAndNotifiesPlugins) {
   EXPECT_FALSE(session().edits().canUndo());
 }
 
+// F, then a click on a surface: the focus distance of the camera, as one step.
+TEST_F(MainView, PickFocusTakesTheDistanceUnderTheClick) {
+  openAndPaint();
+  choose("edit.select-none");
+  EXPECT_EQ(view().view().camera()->GetDocument() != nullptr && action("tool.focus")->isEnabled(), false)
+      << "the view's own camera has no lens to focus";
+  choose("add.camera");
+  ASSERT_TRUE(view().view().finishPicture(20000));
+  const Identity camera = host::selectedObjects(document()).front();
+  Identity object = 0;
+  const QPoint spot = objectSpot(&object);
+  ASSERT_TRUE(object);
+  const auto point = view().view().pointAt(spot.x(), spot.y());
+  ASSERT_TRUE(point);
+  const Matrix eye = view().view().camera()->GetMg();
+  const auto distance = [&] {
+    return host::attributeValue(document(), camera, host::AttributeId::cameraFocusDistance).GetReal();
+  };
+  choose("tool.focus");
+  EXPECT_TRUE(action("tool.focus")->isChecked());
+  QTest::mouseClick(&view(), Qt::LeftButton, {}, QPoint(1, 1));
+  EXPECT_EQ(distance(), 5) << "nothing is there: the tool waits";
+  EXPECT_EQ(view().tool(), host::ViewTool::focus);
+  QTest::mouseClick(&view(), Qt::LeftButton, {}, spot);
+  settle();
+  EXPECT_NEAR(distance(), Dot(eye.off - *point, eye.v3), 1e-3 * distance());
+  EXPECT_NE(distance(), 5);
+  EXPECT_EQ(view().tool(), host::ViewTool::select);
+  EXPECT_EQ(host::selectedObjects(document()), host::Identities{camera}) << "the click selects nothing";
+  choose("edit.undo");
+  EXPECT_EQ(distance(), 5);
+}
+
 TEST_F(MainView, AltAndTheLeftButtonOrbit) {
   openAndPaint();
   const Matrix before = camera();

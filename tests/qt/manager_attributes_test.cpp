@@ -239,6 +239,44 @@ TEST_F(ManagerAttributesTest, MixedSwitchesAreTurnedOnTogether) {
   EXPECT_FALSE(attribute("camera", AttributeId::visibleRender).GetBool());
 }
 
+TEST_F(ManagerAttributesTest, FinishAndBodyHaveFields) {
+  edits().apply("Select", [&](BaseDocument& in) { selectMaterial(in, material("red")); });
+  settle();
+  for (const AttributeId each :
+       {AttributeId::materialSheenColor, AttributeId::materialSheenRoughness, AttributeId::materialAnisotropy,
+        AttributeId::materialAnisotropyRotation, AttributeId::materialIridescence,
+        AttributeId::materialIridescenceIor, AttributeId::materialFilmThickness,
+        AttributeId::materialThickness, AttributeId::materialAttenuationColor,
+        AttributeId::materialAttenuationDistance, AttributeId::materialDispersion,
+        AttributeId::materialDiffuseTransmission, AttributeId::materialDiffuseTransmissionColor})
+    EXPECT_TRUE(manager->field(each)) << static_cast<int>(each);
+  const auto dispersion = [&] {
+    return attributeValue(document(), material("red"), AttributeId::materialDispersion).GetReal();
+  };
+  type(field<NumberAttributeField>(AttributeId::materialDispersion).number(), "0.3");
+  EXPECT_EQ(dispersion(), 0.3);
+  edits().undo();
+  EXPECT_EQ(dispersion(), 0);
+}
+
+// A light with an area has a size, and no radius.
+TEST_F(ManagerAttributesTest, AreaLightsShowTheirSize) {
+  select({id("lamp")});
+  const auto choose = [&](int kind) {
+    QComboBox& box = field<ChoiceAttributeField>(AttributeId::lightKind).box();
+    box.setCurrentIndex(kind);
+    emit box.activated(kind);
+    settle();
+  };
+  choose(3);
+  EXPECT_TRUE(manager->field(AttributeId::lightWidth));
+  EXPECT_TRUE(manager->field(AttributeId::lightHeight));
+  EXPECT_FALSE(manager->field(AttributeId::lightRadius));
+  choose(4);
+  EXPECT_TRUE(manager->field(AttributeId::lightWidth));
+  EXPECT_FALSE(manager->field(AttributeId::lightHeight));
+}
+
 TEST_F(ManagerAttributesTest, AChoiceChangesTheFields) {
   select({id("lamp")});
   QComboBox& kind = field<ChoiceAttributeField>(AttributeId::lightKind).box();

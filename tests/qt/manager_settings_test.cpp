@@ -95,6 +95,25 @@ TEST_F(ManagerSettingsTest, DenoisingIsOffAtTheEndOrLive) {
   EXPECT_EQ(choice(render::denoiseSetting).currentIndex(), 0) << "the field follows";
 }
 
+TEST_F(ManagerSettingsTest, TheShutterOpensWithMotionBlur) {
+  const DocumentPtr before = copy();
+  EXPECT_FALSE(box(render::motionBlurSetting).isChecked());
+  for (const LONG id : {render::shutterOpenSetting, render::shutterCloseSetting, render::motionStepsSetting})
+    EXPECT_FALSE(dialog->field(id)->isEnabled()) << id;
+  box(render::motionBlurSetting).click();
+  settle();
+  EXPECT_TRUE(value(render::motionBlurSetting).GetBool());
+  type(render::shutterOpenSetting, "0");
+  type(render::shutterCloseSetting, "1/2");
+  type(render::motionStepsSetting, "99");
+  EXPECT_EQ(value(render::shutterOpenSetting).GetReal(), 0);
+  EXPECT_DOUBLE_EQ(value(render::shutterCloseSetting).GetReal(), 0.5);
+  EXPECT_EQ(value(render::motionStepsSetting).GetLong(), 16);
+  for (int i = 0; i < 4; ++i)
+    edits().undo();
+  expectEqual(before);
+}
+
 TEST_F(ManagerSettingsTest, NumbersAreCutToTheirRanges) {
   type(RDATA_XRES, "0");
   EXPECT_EQ(value(RDATA_XRES).GetLong(), 1);
@@ -269,7 +288,8 @@ TEST_F(ManagerSettingsTest, TabGoesThroughThePageFromTheTop) {
   settle();
   choice(RDATA_RENDERENGINE).setFocus();
   const LONG order[] = {RDATA_MAXSAMPLES,   RDATA_NOISETHRESHOLD, render::denoiseSetting,
-                        RDATA_ANTIALIASING, RDATA_AAFILTER,       RDATA_LOD};
+                        RDATA_ANTIALIASING, RDATA_AAFILTER,       render::motionBlurSetting,
+                        RDATA_LOD};
   for (const LONG id : order) {
     QTest::keyClick(dialog->focusWidget(), Qt::Key_Tab);
     EXPECT_EQ(dialog->focusWidget(), dialog->field(id)) << id;

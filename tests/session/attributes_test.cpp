@@ -102,10 +102,71 @@ TEST_F(AttributesTest, ValuesAreClippedAndKeptInTheirUnits) {
   EXPECT_FALSE(set(lamp, AttributeId::name, GeData("")));
   EXPECT_FALSE(set(12345678, AttributeId::name, GeData("x"))) << "an unknown node";
   set(lamp, AttributeId::lightKind, GeData(LONG(9)));
-  EXPECT_EQ(get(lamp, AttributeId::lightKind).GetLong(), 2);
+  EXPECT_EQ(get(lamp, AttributeId::lightKind).GetLong(), 4) << "a disk";
+  set(lamp, AttributeId::lightWidth, GeData(Real(2.5)));
+  EXPECT_EQ(get(lamp, AttributeId::lightHeight).GetType(), DA_NIL) << "a disk has a diameter only";
+  set(lamp, AttributeId::lightKind, GeData(LONG(3)));
+  EXPECT_EQ(get(lamp, AttributeId::lightWidth).GetReal(), 2.5) << "a rectangle as wide";
+  set(lamp, AttributeId::lightHeight, GeData(Real(0)));
+  EXPECT_GT(param::real(*object("lamp"), param::lightHeight), 0);
+  EXPECT_EQ(get(lamp, AttributeId::lightRadius).GetType(), DA_NIL) << "it is no sphere";
+  set(lamp, AttributeId::lightKind, GeData(LONG(2)));
   EXPECT_EQ(get(lamp, AttributeId::lightOuterCone).GetType(), DA_NIL) << "a distant light has no cone";
   set(lamp, AttributeId::lightAngle, GeData(Real(1)));
   EXPECT_NEAR(param::real(*object("lamp"), param::lightRadius), 0.5 * 3.14159265358979 / 180, 1e-12);
+}
+
+// Sheen, anisotropy, iridescence, dispersion, diffuse transmission and absorption: each attribute is stored
+// under its parameter, in its unit, and within its range.
+TEST_F(AttributesTest, FinishAndBodyOfAMaterial) {
+  const Identity red = material("red");
+  const auto* node = static_cast<const MaterialState*>(findNode(state(), red));
+  struct Case {
+    AttributeId id;
+    LONG parameter;
+    Real typed, stored, tooMuch, most;
+  };
+  constexpr Real degree = 3.14159265358979323846 / 180;
+  for (const Case& c :
+       {Case{AttributeId::materialSheenRoughness, param::sheenRoughness, 0.3, 0.3, 7, 1},
+        Case{AttributeId::materialAnisotropy, param::anisotropy, 0.6, 0.6, 7, 1},
+        Case{AttributeId::materialAnisotropyRotation, param::anisotropyRotation, 45, 45 * degree, 1e9, 36000},
+        Case{AttributeId::materialIridescence, param::iridescence, 0.8, 0.8, -1, 0},
+        Case{AttributeId::materialIridescenceIor, param::iridescenceIor, 1.8, 1.8, 0, 1},
+        Case{AttributeId::materialFilmThickness, param::filmThick, 550, 550, -1, 0},
+        Case{AttributeId::materialThickness, param::thickness, 0.2, 0.2, -1, 0},
+        Case{AttributeId::materialAttenuationDistance, param::attenuationDistance, 2.5, 2.5, -1, 0},
+        Case{AttributeId::materialDispersion, param::dispersion, 0.4, 0.4, 99, 20},
+        Case{AttributeId::materialDiffuseTransmission, param::diffuseTransmission, 0.25, 0.25, 2, 1}}) {
+    SCOPED_TRACE(c.parameter);
+    EXPECT_TRUE(set(red, c.id, GeData(c.typed)));
+    EXPECT_EQ(get(red, c.id).GetReal(), c.typed);
+    EXPECT_NEAR(param::real(*node, c.parameter), c.stored, 1e-12);
+    set(red, c.id, GeData(c.tooMuch));
+    EXPECT_EQ(get(red, c.id).GetReal(), c.most);
+  }
+  const Vector teal(0, 0.5, 0.5);
+  for (const auto& [id, parameter] :
+       {std::pair{AttributeId::materialSheenColor, param::sheenColor},
+        {AttributeId::materialAttenuationColor, param::attenuationColor},
+        {AttributeId::materialDiffuseTransmissionColor, param::diffuseTransmissionColor}}) {
+    EXPECT_TRUE(set(red, id, GeData(teal))) << parameter;
+    EXPECT_EQ(param::vector(*node, parameter), teal) << parameter;
+  }
+}
+
+TEST_F(AttributesTest, ACameraFocusesOnAPoint) {
+  const Identity camera = id("camera"), lamp = id("lamp");
+  selectObjects(document(), std::array{camera});
+  EXPECT_EQ(chosenCamera(document()), camera);
+  const ObjectState& eye = *object("camera");
+  const Matrix world = worldOf(eye);
+  const Vector ahead = world.off - world.v3 * 7 + world.v1 * 2;
+  EXPECT_TRUE(focusCamera(document(), camera, ahead));
+  EXPECT_NEAR(get(camera, AttributeId::cameraFocusDistance).GetReal(), 7, 1e-9) << "along the axis";
+  EXPECT_FALSE(focusCamera(document(), camera, world.off + world.v3)) << "behind it";
+  EXPECT_FALSE(focusCamera(document(), lamp, ahead));
+  EXPECT_NEAR(get(camera, AttributeId::cameraFocusDistance).GetReal(), 7, 1e-9);
 }
 
 TEST_F(AttributesTest, SeveralNodesShowSharedAttributes) {

@@ -108,7 +108,7 @@ TEST_F(NewObjectsTest, AFloorLiesUnderTheSceneAndReachesBeyondIt) {
 
 TEST_F(NewObjectsTest, LightsStandOutsideAndLightASceneOfAnySizeAlike) {
   for (const Real side : sides)
-    for (const LONG kind : {0, 1, 2}) {
+    for (const LONG kind : {0, 1, 2, 3, 4}) {
       openCube(side);
       const ObjectState& light = *added(newLight(document(), kind));
       const Vector away = light.local.off - middle;
@@ -134,7 +134,7 @@ TEST_F(NewObjectsTest, AnEmptySceneHasRoomForThem) {
 }
 
 TEST_F(NewObjectsTest, PicturesOfTinyAndHugeScenesAreEquallyBright) {
-  for (const LONG kind : {0, 1, 2}) {
+  for (const LONG kind : {0, 1, 2, 3, 4}) {
     std::vector<Real> cube, ground;
     for (const Real side : {0.01, 1.0, 1000.0}) {
       openCube(side);

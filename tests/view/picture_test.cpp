@@ -226,6 +226,33 @@ TEST_F(PictureTest, SignsOfLightsAndCamerasArePicked) {
   EXPECT_TRUE(!self || view->objectAt(self->x, self->y) != camera) << "nobody sees the own camera";
 }
 
+// The outline of a light with an area, at its size in the world.
+TEST_F(PictureTest, AreaLightsShowTheirOutline) {
+  placeCamera({0, 0, 8});
+  open(300, 200);
+  const ViewImage empty = finish();
+  BaseObject* lamp = addObject(Olight, "lamp", Matrix());
+  const auto eye = host::viewCameraOf(draw());
+  const auto changedAt = [&](double x, double y) {
+    const auto spot = eye.project({x, y, 0});
+    view->repaintSoon();
+    const ViewImage& image = finish();
+    const int px = static_cast<int>(spot->x), py = static_cast<int>(spot->y);
+    return image.pixels[image.index(px, py)] != empty.pixels[empty.index(px, py)];
+  };
+  EXPECT_FALSE(changedAt(1.5, 0.9)) << "a lamp has its sign only";
+  lamp->SetParameter(host::param::lightKind, GeData(LONG(3)));
+  lamp->SetParameter(host::param::lightWidth, GeData(Real(3)));
+  lamp->SetParameter(host::param::lightHeight, GeData(Real(2)));
+  EXPECT_TRUE(changedAt(1.5, 0.9));
+  EXPECT_TRUE(changedAt(-0.7, -1));
+  EXPECT_FALSE(changedAt(1.2, 0.7)) << "inside";
+  lamp->SetParameter(host::param::lightKind, GeData(LONG(4)));
+  EXPECT_FALSE(changedAt(1.5, 0.9)) << "round now";
+  EXPECT_TRUE(changedAt(1.5, 0));
+  EXPECT_TRUE(changedAt(0, 1.5));
+}
+
 TEST_F(PictureTest, AClickSelects) {
   BaseObject* left = addBox("left", {-1, 0, 0});
   BaseObject* right = addBox("right", {1, 0, 0});

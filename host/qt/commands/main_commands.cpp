@@ -6,6 +6,7 @@
 #include "full_picture.h"
 #include "qt_user_interface.h"
 #include "scene_commands.h"
+#include "scene_edits.h"
 #include "tool_windows.h"
 #include "window_files.h"
 #include "window_layout.h"
@@ -88,6 +89,14 @@ void addViewCommands(const MainParts& parts) {
                },
                {},
                [&view, kind = tool.tool] { return view.tool() == kind; }});
+  table.add({"tool.focus",
+             word("Tools"),
+             word("Pick &Focus"),
+             "focus",
+             {key("F")},
+             [&view] { view.setTool(view.tool() == ViewTool::focus ? ViewTool::select : ViewTool::focus); },
+             [&session = parts.session] { return session.document() && chosenCamera(*session.document()); },
+             [&view] { return view.tool() == ViewTool::focus; }});
 }
 
 void addTimeCommands(const MainParts& parts) {
@@ -208,6 +217,8 @@ void addGestures(CommandTable& table) {
       {view, word("Drag with the select tool"),
        word("Select what has a point in the box; with Shift or Ctrl add it")},
       {view, word("Drag on a selected object"), word("Use the active tool")},
+      {view, word("Click with Pick Focus"),
+       word("Set the focus distance of the selected camera, or of the view's")},
       {view, word("Right click"), word("Menu of the view")},
       {view, word("Escape"), word("Take back what the mouse does")},
       {dialogs, word("F10"), word("Open the dialog's menus")},

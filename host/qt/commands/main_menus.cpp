@@ -72,9 +72,9 @@ void MainMenus::buildEditMenu() {
   QMenu* edit = addMenu(tr("&Edit"));
   addCommands(*edit, "edit.undo edit.redo - edit.rename edit.duplicate edit.group edit.delete - "
                      "edit.select-all edit.select-none -");
-  addCommands(*edit->addMenu(tr("A&dd")),
-              "add.null add.camera - add.light add.spot add.distant - add.floor add.sky add.subdivision - "
-              "add.material");
+  addCommands(*edit->addMenu(tr("A&dd")), "add.null add.camera - add.light add.spot add.distant add.area "
+                                          "add.disk - add.floor add.sky add.subdivision - "
+                                          "add.material");
 }
 
 void MainMenus::buildViewMenu() {
@@ -86,8 +86,9 @@ void MainMenus::buildViewMenu() {
   QMenu* variants = view->addMenu(tr("Material &Variant"));
   variants->setObjectName(QStringLiteral("menu-variants"));
   connect(variants, &QMenu::aboutToShow, this, [this, variants] { fillVariants(*variants); });
-  addCommands(*view, "- tool.select tool.move tool.turn tool.scale - time.play time.previous time.next "
-                     "time.first time.last");
+  addCommands(*view,
+              "- tool.select tool.move tool.turn tool.scale tool.focus - time.play time.previous time.next "
+              "time.first time.last");
 }
 
 void MainMenus::fillToolBar() {

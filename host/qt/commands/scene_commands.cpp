@@ -151,6 +151,8 @@ void addCreateCommands(CommandTable& table, Session& session) {
       {"add.light", word("&Light"), "object-light-point", lightOf(0)},
       {"add.spot", word("&Spot Light"), "object-light-spot", lightOf(1)},
       {"add.distant", word("&Distant Light"), "object-light-distant", lightOf(2)},
+      {"add.area", word("&Rectangle Light"), "object-light-area", lightOf(3)},
+      {"add.disk", word("Dis&k Light"), "object-light-disk", lightOf(4)},
   };
   for (const auto& thing : things) {
     const String step = toHost(word("Add ") + QString(thing.name).remove(QLatin1Char('&')));

@@ -70,6 +70,10 @@ QString objectIconName(ObjectIcon kind) {
     return QStringLiteral("object-light-spot");
   case ObjectIcon::distantLight:
     return QStringLiteral("object-light-distant");
+  case ObjectIcon::areaLight:
+    return QStringLiteral("object-light-area");
+  case ObjectIcon::diskLight:
+    return QStringLiteral("object-light-disk");
   case ObjectIcon::camera:
     return QStringLiteral("object-camera");
   case ObjectIcon::sky:

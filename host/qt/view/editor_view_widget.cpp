@@ -254,8 +254,11 @@ void EditorViewWidget::mouseDoubleClickEvent(QMouseEvent* event) {
 
 void EditorViewWidget::press(QMouseEvent* event, bool twice) {
   if (!view_ || view_->inDrag()) return;
-  hideRender();
   ViewMouse input = mouse(*event);
+  if (tool_ == ViewTool::focus && event->button() == Qt::LeftButton && !input.keys.alt &&
+      input.keys.digit == 0)
+    return pickFocus(event->position());
+  hideRender();
   input.doubleClick = twice;
   hookDrag_.reset();
   const bool used = view_->mousePress(input);
@@ -270,6 +273,17 @@ void EditorViewWidget::press(QMouseEvent* event, bool twice) {
   if (event->button() == Qt::LeftButton && !input.keys.alt && input.keys.digit == 0 && !view_->isNavigating())
     beginDrag(event->position(), add);
   showCursor(event->position());
+}
+
+// Also in a finished render, which shows the same view.
+void EditorViewWidget::pickFocus(const QPointF& at) {
+  BaseDocument* document = session_.document();
+  const Identity camera = document ? chosenCamera(*document) : 0;
+  const std::optional<Vector> point = view_->pointAt(at.x(), at.y());
+  if (!camera || !point) return; // the tool stays for another try
+  setTool(ViewTool::select);
+  session_.edits().apply("Pick Focus",
+                         [camera, point](BaseDocument& changed) { focusCamera(changed, camera, *point); });
 }
 
 void EditorViewWidget::beginDrag(const QPointF& at, bool add) {
@@ -333,6 +347,8 @@ void EditorViewWidget::showCursor(const QPointF& at) {
   const LONG code = toolDrag_.isRunning() ? MOUSE_MOVE : view_->cursorAt(at.x(), at.y());
   if (code == MOUSE_MOVE)
     setCursor(Qt::SizeAllCursor);
+  else if (tool_ == ViewTool::focus)
+    setCursor(Qt::CrossCursor);
   else
     unsetCursor();
 }
@@ -379,8 +395,11 @@ bool EditorViewWidget::escape(QEvent& event, bool onView) {
     if (!toolDrag_.end(false) && !endBand(false)) view_->cancelNavigation();
     return true;
   }
-  if (!pressed || !render_ || !onView) return false;
-  hideRender();
+  if (!pressed || !onView || (!render_ && tool_ != ViewTool::focus)) return false;
+  if (tool_ == ViewTool::focus)
+    setTool(ViewTool::select);
+  else
+    hideRender();
   return true;
 }
 

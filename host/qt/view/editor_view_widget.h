@@ -66,6 +66,7 @@ class EditorViewWidget : public QWidget {
   ViewMouse mouse(const QMouseEvent& event) const;
   void press(QMouseEvent* event, bool twice);
   void beginDrag(const QPointF& at, bool add);
+  void pickFocus(const QPointF& at);
   bool escape(QEvent& event, bool onView);
   void paintTexts(QPainter& painter);
   void paintBand(QPainter& painter);

@@ -12,8 +12,9 @@ namespace host {
 
 class EditorView;
 
-/// The tool of a left drag: select draws a box around objects, the others work on the selected objects.
-enum class ViewTool { select, move, turn, scale };
+/// The tool of the left button: select draws a box around objects; move, turn and scale work on the selected
+/// objects; focus sets a camera's focus distance by one click.
+enum class ViewTool { select, move, turn, scale, focus };
 
 /// Pixels that the mouse may move in a click.
 constexpr double clickReach = 3;

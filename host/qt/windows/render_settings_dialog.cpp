@@ -270,12 +270,29 @@ QWidget* RenderSettingsDialog::buildQuality() {
                      {7, tr("Video")}});
   fields_.enable(RDATA_AAFILTER,
                  [this, standard] { return standard() && fields_.value(RDATA_ANTIALIASING).GetLong() != 0; });
+  addMotionBlur(page);
   QGridLayout* detail = fields_.addGroup(page, tr("Detail"));
   fields_.addNumber(*detail, RDATA_LOD, tr("Level of detail"),
                     tr("Scales how finely generators and subdivision divide surfaces."), 0, 100, 1, 1, 100,
                     QStringLiteral(" %"));
   static_cast<QVBoxLayout*>(page->layout())->addStretch(1);
   return page;
+}
+
+void RenderSettingsDialog::addMotionBlur(QWidget* page) {
+  QGridLayout* motion = fields_.addGroup(page, tr("Motion Blur"));
+  fields_.addSwitch(*motion, render::motionBlurSetting, tr("Motion blur"),
+                    tr("Animated objects, cameras and shapes blur while the shutter is open."));
+  fields_.addNumber(*motion, render::shutterOpenSetting, tr("Shutter open"),
+                    tr("When the shutter opens, in frames from the frame's time."), -10, 10, 3, 0.05, 1,
+                    tr(" frames"));
+  fields_.addNumber(*motion, render::shutterCloseSetting, tr("Shutter close"),
+                    tr("When the shutter closes. Half a frame after it opens is a shutter of 180 degrees."),
+                    -10, 10, 3, 0.05, 1, tr(" frames"));
+  fields_.addNumber(*motion, render::motionStepsSetting, tr("Steps"),
+                    tr("Straight pieces that a motion is cut into. Fast turns need more."), 1, 16);
+  for (const LONG id : {render::shutterOpenSetting, render::shutterCloseSetting, render::motionStepsSetting})
+    fields_.enable(id, [this] { return fields_.isOn(render::motionBlurSetting); });
 }
 
 QWidget* RenderSettingsDialog::buildOptions() {

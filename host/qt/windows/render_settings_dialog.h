@@ -49,6 +49,7 @@ class RenderSettingsDialog : public QDialog {
  private:
   QWidget* buildOutput();
   QWidget* buildQuality();
+  void addMotionBlur(QWidget* page);
   QWidget* buildOptions();
   QLayout* buildButtons();
   void addSize(QGridLayout& grid, LONG id, const QString& label);

@@ -79,6 +79,8 @@ enum class AttributeId {
   materialIridescenceIor,
   materialFilmThickness,
   materialDoubleSided,
+  lightWidth,
+  lightHeight,
 };
 
 enum class AttributeKind { boolean, integer, real, vector, color, choice, text, file };

@@ -42,6 +42,10 @@ void fitLight(BaseDocument& document, ObjectState& light, LONG kind) {
   pose.translation = room.center() + matrixOf(pose).v3 * distance;
   setPose(light, pose);
   light.data.SetReal(param::lightIntensity, kind == 2 ? irradiance : irradiance * distance * distance);
+  if (kind >= 3) {
+    light.data.SetReal(param::lightWidth, std::clamp(room.radius(), 1e-3, 1e6));
+    light.data.SetReal(param::lightHeight, std::clamp(0.5 * room.radius(), 1e-3, 1e6));
+  }
   if (kind != 1) return;
   light.data.SetReal(param::lightInnerCone, 20 * toRadians);
   light.data.SetReal(param::lightOuterCone, 25 * toRadians);
@@ -70,7 +74,7 @@ Identity newObject(BaseDocument& document, LONG type, const BaseDraw* view) {
 Identity newLight(BaseDocument& document, LONG kind) {
   const Identity identity = newObject(document, Olight);
   ObjectState* light = objectIn(stateIn(document), identity);
-  kind = std::clamp<LONG>(kind, 0, 2);
+  kind = std::clamp<LONG>(kind, 0, 4);
   light->data.SetLong(param::lightKind, kind);
   fitLight(document, *light, kind);
   return identity;

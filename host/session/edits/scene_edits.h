@@ -4,6 +4,7 @@
 #pragma once
 
 #include "attribute_edits.h"
+#include "camera_edits.h"
 #include "material_edits.h"
 #include "new_objects.h"
 #include "object_edits.h"
