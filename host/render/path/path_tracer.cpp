@@ -344,7 +344,8 @@ class PathTracer {
   // Samples a lobe and the next direction. False: the surface absorbs the path.
   bool sampleLobe(Path& path, const Surface& s, const Exit& exit, const Bsdf& bsdf, const Hit& hit) const {
     const float choice = path.sampler.next1();
-    const BsdfSample next = bsdf.sample(choice, path.sampler.next2());
+    const BsdfSample next =
+        bsdf.sample(choice, path.atCamera() ? path.sampler.besidePlace() : path.sampler.next2());
     if (isBlack(next.weight)) return false;
     path.throughput *= next.weight;
     if (path.seeking) path.tint *= atMost(next.weight, 1);

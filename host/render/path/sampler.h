@@ -1,5 +1,6 @@
-// Sample points of a pixel: two-dimensional Sobol (0, 2) sequences. A hash of pixel, seed and dimension gives
-// each its Owen scrambling and order (Burley 2020, "Practical Hash-based Owen Scrambling"). Values depend on
+// Sample points of a pixel: two-dimensional Sobol (0, 2) sequences, and one of four dimensions for the place
+// in the pixel with the first scattered direction. A hash of pixel, seed and dimension gives each its Owen
+// scrambling and order (Burley 2020, "Practical Hash-based Owen Scrambling"). Values depend on
 // nothing else, so any number of threads renders the same picture.
 #pragma once
 
@@ -44,14 +45,23 @@ constexpr std::uint32_t owenScramble(std::uint32_t x, std::uint32_t seed) {
   return reverseBits(permuteReversed(reverseBits(x), seed));
 }
 
-/// The second Sobol dimension, bit-reversed: one table for each byte of the index.
+/// A Sobol dimension after the first, bit-reversed: one table for each byte of the index.
 struct SobolTables {
   std::array<std::array<std::uint32_t, 256>, 4> table{};
-  constexpr SobolTables() {
+  /// Degree and inner coefficients of the primitive polynomial, and the first direction numbers (Joe and Kuo
+  /// 2008, "Constructing Sobol Sequences with Better Two-Dimensional Projections").
+  constexpr SobolTables(std::uint32_t degree, std::uint32_t coefficients,
+                        std::array<std::uint32_t, 3> first) {
     std::array<std::uint32_t, 32> direction{};
-    std::uint32_t v = 1u << 31;
-    for (int i = 0; i < 32; ++i, v ^= v >> 1)
-      direction[static_cast<std::size_t>(i)] = v;
+    for (std::uint32_t i = 0; i < 32; ++i) {
+      if (i < degree) {
+        direction[i] = first[i] << (31 - i);
+        continue;
+      }
+      direction[i] = direction[i - degree] ^ (direction[i - degree] >> degree);
+      for (std::uint32_t k = 1; k < degree; ++k)
+        if (coefficients >> (degree - 1 - k) & 1) direction[i] ^= direction[i - k];
+    }
     for (std::size_t byte = 0; byte < 4; ++byte)
       for (std::uint32_t value = 0; value < 256; ++value) {
         std::uint32_t sum = 0;
@@ -61,7 +71,7 @@ struct SobolTables {
       }
   }
 };
-inline constexpr SobolTables sobolTables;
+inline constexpr SobolTables secondSobol{1, 0, {1}}, thirdSobol{2, 1, {1, 3}}, fourthSobol{3, 1, {1, 3, 1}};
 
 constexpr float unitFloat(std::uint32_t bits) {
   return static_cast<float>(bits >> 8) * 0x1p-24f;
@@ -87,25 +97,37 @@ class Sampler {
 
   /// Both below 1.
   Vec2 next2() {
-    const std::uint32_t seed = hashMore(pixel_, ++dimension_);
-    const std::uint32_t order = reverseBits(permuteReversed(index_, seed));
-    // The first dimension is the bit-reversed index, so its own reversal is the index.
-    const std::uint32_t a = reverseBits(permuteReversed(order, hash32(seed ^ 0x68bc21ebu)));
-    const auto& t = sobolTables.table;
-    const std::uint32_t second =
-        t[0][order & 255] ^ t[1][(order >> 8) & 255] ^ t[2][(order >> 16) & 255] ^ t[3][order >> 24];
-    const std::uint32_t b = reverseBits(permuteReversed(second, hash32(seed ^ 0x02e5be93u)));
-    return {unitFloat(a), unitFloat(b)};
+    const std::uint32_t seed = hashMore(pixel_, ++dimension_), order = orderOf(seed);
+    return {first(order, seed), scrambled(secondSobol, order, seed ^ 0x02e5be93u)};
   }
   float next1() {
     const std::uint32_t seed = hashMore(pixel_, ++dimension_);
-    const std::uint32_t order = reverseBits(permuteReversed(index_, seed));
-    return unitFloat(reverseBits(permuteReversed(order, hash32(seed ^ 0x68bc21ebu))));
+    return first(orderOf(seed), seed);
+  }
+  /// The third and fourth dimension of the set whose first two are the sampler's first pair, the place in the
+  /// pixel: all four are spread evenly together. The same pair at each call.
+  Vec2 besidePlace() const {
+    const std::uint32_t seed = hashMore(pixel_, 1), order = orderOf(seed);
+    return {scrambled(thirdSobol, order, seed ^ 0x967a889bu),
+            scrambled(fourthSobol, order, seed ^ 0x368cc8b7u)};
   }
   /// Continues with the dimensions of a path's vertex.
   void startVertex(int bounces, int passes) { dimension_ = SampleDimensions::ofVertex(bounces, passes); }
 
  private:
+  // The sample's place in the order of a set.
+  std::uint32_t orderOf(std::uint32_t seed) const { return reverseBits(permuteReversed(index_, seed)); }
+  // The first dimension is the bit-reversed index, so its own reversal is the index.
+  static float first(std::uint32_t order, std::uint32_t seed) {
+    return unitFloat(reverseBits(permuteReversed(order, hash32(seed ^ 0x68bc21ebu))));
+  }
+  static float scrambled(const SobolTables& tables, std::uint32_t order, std::uint32_t seed) {
+    const auto& t = tables.table;
+    const std::uint32_t reversed =
+        t[0][order & 255] ^ t[1][(order >> 8) & 255] ^ t[2][(order >> 16) & 255] ^ t[3][order >> 24];
+    return unitFloat(reverseBits(permuteReversed(reversed, hash32(seed))));
+  }
+
   std::uint32_t pixel_, index_, dimension_ = 0; // index_ is kept bit-reversed
 };
 
