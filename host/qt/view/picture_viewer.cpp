@@ -291,7 +291,6 @@ void PictureViewer::showCurrent() {
     action->setEnabled(bitmap != nullptr);
   remove_->setEnabled(picture && !picture->running);
   showNoise();
-  view_->setHasLight(bitmap && filmOf(*bitmap));
   zoom_->setVisible(bitmap != nullptr);
 }
 
@@ -301,6 +300,7 @@ void PictureViewer::showNoise() {
   const std::shared_ptr<Film> film = bitmap ? filmOf(*bitmap) : nullptr;
   noise_->setEnabled(film && film->findLayer(film_layers::denoised));
   noise_->setChecked(film && film->showsDenoised());
+  view_->setHasLight(film != nullptr); // a render that runs gets its film late
 }
 
 void PictureViewer::toggleNoise() {
