@@ -26,9 +26,6 @@ bool isWhole(const Region& region, const BaseBitmap& bitmap) {
   return region.width() == bitmap.GetBw() && region.height() == bitmap.GetBh();
 }
 
-constexpr std::array<const char*, 5> layerNames{"albedo", "normal", "depth", "object_id", "material_id"};
-constexpr std::array<const char*, 5> layerChannels{"RGB", "XYZ", "Z", "V", "V"};
-
 } // namespace
 
 FilmWriter::FilmWriter(BaseBitmap& bitmap)
@@ -40,16 +37,12 @@ FilmWriter::FilmWriter(BaseBitmap& bitmap, const RenderSettings& settings, bool 
   if (isWhole(settings.region, bitmap)) {
     for (const FilmLayerPtr& layer : film_->layers())
       film_->removeLayer(layer->name());
+    film_->clearNotes();
     sky_ = denoised_ = nullptr;
-    film_->showDenoised(true);
+    film_->showDenoised(settings.denoise != Denoising::off);
   }
-  if (sky) sky_ = film_->addLayer(film_layers::sky, "RGB", true);
-  addLayers(settings.layers);
-}
-
-void FilmWriter::addLayers(unsigned wanted) {
-  for (std::size_t i = 0; i < layers_.size(); ++i)
-    if (wanted & (1u << i)) layers_[i] = film_->addLayer(layerNames[i], layerChannels[i]);
+  const bool wanted = (settings.wantedLayers() & skyLayer) != 0;
+  if (sky || wanted) sky_ = film_->addLayer(film_layers::sky, "RGB", !wanted);
 }
 
 void FilmWriter::put(int x, int y, const float rgba[4], const float* sky) {
@@ -63,24 +56,10 @@ void FilmWriter::put(int x, int y, const float rgba[4], const float* sky) {
 }
 
 void FilmWriter::put(int x, int y, const PixelEstimate& pixel) {
-  float rgba[4], sky[3];
+  float rgba[4];
   pixel.mean(rgba);
-  pixel.meanSky(sky);
-  put(x, y, rgba, sky);
-}
-
-void FilmWriter::putLayers(int x, int y, const FirstHits& hits, std::size_t pixel) {
-  const std::size_t at = film_->pixelAt(x, y);
-  const auto put3 = [at](FilmLayer& layer, Vec3 v) {
-    const float values[3] = {v.x, v.y, v.z};
-    layer.set(at, values);
-  };
-  const auto put1 = [at](FilmLayer& layer, float value) { layer.set(at, &value); };
-  if (layers_[0]) put3(*layers_[0], hits.albedo(pixel));
-  if (layers_[1]) put3(*layers_[1], hits.normal(pixel));
-  if (layers_[2]) put1(*layers_[2], hits.depth(pixel));
-  if (layers_[3]) put1(*layers_[3], static_cast<float>(hits.object(pixel)));
-  if (layers_[4]) put1(*layers_[4], static_cast<float>(hits.material(pixel)));
+  const Vec3 sky = pixel.meanSky();
+  put(x, y, rgba, &sky.x);
 }
 
 void FilmWriter::addDenoised() {

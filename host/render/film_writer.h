@@ -1,12 +1,11 @@
 // Writes pixels into a bitmap: linear floats into its film, codes into the bitmap itself.
 #pragma once
 
-#include <array>
 #include <memory>
 
 #include "film.h"
-#include "first_hits.h"
 #include "pixel_estimate.h"
+#include "render_settings.h"
 
 namespace host::render {
 
@@ -15,15 +14,14 @@ class FilmWriter {
  public:
   /// Keeps the film of the bitmap; without one, makes a film that agrees with the pixels of the bitmap.
   explicit FilmWriter(BaseBitmap& bitmap);
-  /// Likewise, and the film gets the layers of the settings. `sky`: the camera sees one. A render of the
-  /// whole picture leaves no layers of earlier renders.
+  /// Likewise, and the film gets a layer of the sky when the camera sees one (`sky`) or the settings ask for
+  /// it. A render of the whole picture leaves no layers of earlier renders.
   FilmWriter(BaseBitmap& bitmap, const RenderSettings& settings, bool sky);
 
   /// A linear colour and its coverage (film.h), inside the bitmap. `sky`: the sky's part of it, or null.
   void put(int x, int y, const float rgba[4], const float* sky = nullptr);
   /// The means of a pixel with samples.
   void put(int x, int y, const PixelEstimate& pixel);
-  void putLayers(int x, int y, const FirstHits& hits, std::size_t pixel);
   /// Makes the layer of the colour without noise, filled with the noisy one.
   void addDenoised();
   /// The colour without noise. After `addDenoised`.
@@ -34,13 +32,11 @@ class FilmWriter {
   Film& film() noexcept { return *film_; }
 
  private:
-  void addLayers(unsigned wanted);
   void show(int x, int y);
 
   BaseBitmap& bitmap_;
   std::shared_ptr<Film> film_;
   FilmLayerPtr sky_, denoised_;
-  std::array<FilmLayerPtr, 5> layers_; // by the number of their bit
   bool holds_ = false;
 };
 

@@ -31,21 +31,25 @@ class PixelEstimate {
     rgba[2] = std::max(0.0f, color_.z * by);
     rgba[3] = clamp01(alpha_ * by);
   }
-  /// The part of the colour that comes from the visible sky.
-  void meanSky(float rgb[3]) const {
+  /// The part of the mean colour that comes from the visible sky.
+  Vec3 meanSky() const { return partOfMean(sky_); }
+  /// A part of the mean colour by its weighted sum. Parts add up to the colour: they may be negative where
+  /// the filter is, and are 0 where the colour was cut to 0.
+  Vec3 partOfMean(Vec3 sum) const {
     const float by = divisor(weight_, count_);
-    rgb[0] = std::max(0.0f, sky_.x * by);
-    rgb[1] = std::max(0.0f, sky_.y * by);
-    rgb[2] = std::max(0.0f, sky_.z * by);
+    return {color_.x > 0 ? sum.x * by : 0, color_.y > 0 ? sum.y * by : 0, color_.z > 0 ? sum.z * by : 0};
   }
 
   /// The square of half the difference between the first and the second half of the samples, as brightness on
   /// a display: an estimate of the mean's squared error that has the sample points' even spread in it. A
-  /// single one says little; the mean over a neighbourhood does. Needs a power of two samples, at least two.
+  /// single one says little; the mean over a neighbourhood does. With a number of samples between the powers
+  /// of two the second half is smaller. 0 with less than two samples.
   float squaredError() const {
+    if (count_ < 2) return 0;
+    const float n = static_cast<float>(count_), left = static_cast<float>(halfCount_);
     const float first = toneOf(half_ * divisor(halfWeight_, halfCount_));
     const float second = toneOf((color_ - half_) * divisor(weight_ - halfWeight_, count_ - halfCount_));
-    return 0.25f * (first - second) * (first - second);
+    return left * (n - left) / (n * n) * (first - second) * (first - second);
   }
 
  private:

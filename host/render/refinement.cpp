@@ -2,6 +2,7 @@
 
 #include <array>
 #include <bit>
+#include <optional>
 
 #include "path_kernel.h"
 #include "software_preview.h"
@@ -28,13 +29,17 @@ Vec2 previewPlace(Vec2 centre, int number) {
 
 } // namespace
 
-/// Counts a tile's samples and rays; adds them to the totals when the tile ends, finished or not.
+/// The working state of a tile. Counts its samples and rays; adds them to the totals when the tile ends,
+/// finished or not.
 class Refinement::TileCount {
  public:
-  explicit TileCount(Refinement& refinement) : refinement_(refinement) {}
+  explicit TileCount(Refinement& refinement) : refinement_(refinement) {
+    if (refinement.layers_.wantsParts()) parts_.emplace(refinement.layers_.makeParts());
+  }
   ~TileCount() {
     refinement_.cameraSamples_.fetch_add(samples_);
     refinement_.rays_.fetch_add(rays_);
+    if (faulty_ > 0) refinement_.faultySamples_.fetch_add(faulty_);
   }
   TileCount(const TileCount&) = delete;
   TileCount& operator=(const TileCount&) = delete;
@@ -42,12 +47,16 @@ class Refinement::TileCount {
   void add(const PathResult& result) {
     ++samples_;
     rays_ += result.rays;
+    faulty_ += result.faulty;
   }
   std::uint64_t samples() const { return samples_; }
+  /// Of the path being traced; null when they are not wanted.
+  LightParts* parts() { return parts_ ? &*parts_ : nullptr; }
 
  private:
   Refinement& refinement_;
-  std::uint64_t samples_ = 0, rays_ = 0;
+  std::uint64_t samples_ = 0, rays_ = 0, faulty_ = 0;
+  std::optional<LightParts> parts_;
 };
 
 Refinement::Refinement(const RayScene& scene, const RenderRequest& request)
@@ -58,8 +67,10 @@ Refinement::Refinement(const RayScene& scene, const RenderRequest& request)
       filter_(settings_.filter),
       film_(*request.bitmap, settings_, scene.sky().present() && scene.sky().seenByCamera()),
       pixels_(static_cast<std::size_t>(width_) * static_cast<std::size_t>(height_)),
-      hits_(settings_, pixels_.size()), denoiser_(request, film_, hits_), progress_(hooks_.progress) {
+      layers_(settings_, scene, pixels_.size()), denoiser_(request, film_, layers_.hits()),
+      progress_(hooks_.progress) {
   const std::size_t count = pixels_.size();
+  layers_.addLayers(film_.film());
   flags_.resize(count);
   if (settings_.antiAliasing == AntiAliasing::geometry && !settings_.preview) objects_.resize(count);
   progress_.setTotal(
@@ -95,6 +106,7 @@ bool Refinement::run(const std::function<bool()>& afterFirst) {
     if (doubled && target >= leastSamples && settings_.noise > 0 && !settings_.preview) restQuietPixels();
     if (!denoiseLive(live, target, since)) return false;
   }
+  putNoise();
   endProgress();
   return true;
 }
@@ -116,7 +128,7 @@ bool Refinement::denoiseLive(LiveDenoising& live, int samples, const Stopwatch& 
 }
 
 bool Refinement::denoise() {
-  if (settings_.denoise == Denoising::off || settings_.preview) return true;
+  if (!settings_.denoises() || settings_.preview) return true;
   return denoiser_.run(denoise::Effort::final);
 }
 
@@ -192,11 +204,11 @@ bool Refinement::fineTile(const Tile& tile, int target) {
 void Refinement::takeSample(int x, int y, TileCount& count) {
   const std::size_t i = index(x, y);
   PixelEstimate& pixel = pixels_[i];
-  const PixelSample sample = samplePixel(x, y, pixel.count(), spreadOf(flags_[i]));
+  const PixelSample sample = samplePixel(x, y, pixel.count(), spreadOf(flags_[i]), count.parts());
   count.add(sample.light);
   if (pixel.count() == 0 && !objects_.empty()) objects_[i] = sample.light.object;
   pixel.add(sample.light, sample.weight);
-  hits_.add(i, sample.light);
+  layers_.add(i, sample.light, count.parts(), sample.weight);
 }
 
 // With several samples their number smooths a pixel without a filter; a lone sample lies best at the centre.
@@ -218,7 +230,8 @@ Refinement::Place Refinement::placeSample(Vec2 centre, Spread spread, Sampler& s
   return {centre};
 }
 
-Refinement::PixelSample Refinement::samplePixel(int x, int y, int number, Spread spread) const {
+Refinement::PixelSample Refinement::samplePixel(int x, int y, int number, Spread spread,
+                                                LightParts* parts) const {
   const int px = x + settings_.region.left, py = y + settings_.region.top;
   const Vec2 centre{static_cast<float>(px) + 0.5f, static_cast<float>(py) + 0.5f};
   if (settings_.preview)
@@ -228,9 +241,9 @@ Refinement::PixelSample Refinement::samplePixel(int x, int y, int number, Spread
   const Place place = placeSample(centre, spread, sampler);
   const Vec2 lens = camera_.hasOpening() ? sampler.next2() : Vec2(0.5f, 0.5f);
   const float time = scene_.moves() ? sampler.next1() : 0;
-  return {
-      pathKernel().trace(scene_, settings_, camera_.ray(place.point, lens, time), camera_.cone(), sampler),
-      place.weight};
+  return {pathKernel().trace(scene_, settings_, camera_.ray(place.point, lens, time), camera_.cone(), sampler,
+                             parts),
+          place.weight};
 }
 
 void Refinement::commit(const Tile& tile) {
@@ -242,7 +255,7 @@ void Refinement::commit(const Tile& tile) {
       const std::size_t i = index(x, y);
       if (pixels_[i].count() == 0) continue;
       film_.put(x + settings_.region.left, y + settings_.region.top, pixels_[i]);
-      film_.putLayers(x + settings_.region.left, y + settings_.region.top, hits_, i);
+      layers_.put(filmPixel(x, y), i, pixels_[i]);
     }
   if (hooks_.endTile) hooks_.endTile();
 }
@@ -280,21 +293,32 @@ void Refinement::restQuietPixels() {
   addProgress(spared);
 }
 
+// The mean squared error around a pixel, of the pixels without one of the flags.
+float Refinement::noiseAround(int x, int y, std::uint8_t except) const {
+  float sum = 0;
+  int count = 0;
+  eachAround(x, y, noiseReach, [&](std::size_t i) {
+    if (flags_[i] & except) return;
+    sum += pixels_[i].squaredError();
+    ++count;
+  });
+  return sum / static_cast<float>(std::max(1, count));
+}
+
+void Refinement::putNoise() {
+  if (!layers_.wantsNoise()) return;
+  eachRow(height_, [&](int y) {
+    for (int x = 0; x < width_; ++x)
+      layers_.putNoise(filmPixel(x, y), std::sqrt(noiseAround(x, y, 0)));
+  });
+}
+
 // The mean squared error around each pixel, of the pixels that still take samples.
 std::vector<float> Refinement::squaredNoise() const {
   std::vector<float> noise(pixels_.size());
   const auto row = [&](int y) {
-    for (int x = 0; x < width_; ++x) {
-      if (flags_[index(x, y)] & resting) continue;
-      float sum = 0;
-      int count = 0;
-      eachAround(x, y, noiseReach, [&](std::size_t i) {
-        if (flags_[i] & resting) return;
-        sum += pixels_[i].squaredError();
-        ++count;
-      });
-      noise[index(x, y)] = sum / static_cast<float>(count);
-    }
+    for (int x = 0; x < width_; ++x)
+      if (!(flags_[index(x, y)] & resting)) noise[index(x, y)] = noiseAround(x, y, resting);
   };
   std::atomic<int> next{0};
   runOnWorkers(std::min(workerCount(), height_), [&](int) {

@@ -8,7 +8,7 @@
 
 #include "film_denoiser.h"
 #include "film_writer.h"
-#include "first_hits.h"
+#include "layer_sums.h"
 #include "pass_plan.h"
 #include "pixel_estimate.h"
 #include "pixel_filter.h"
@@ -36,6 +36,8 @@ class Refinement {
   } // since the request; 0 until the first coarse picture is complete
   std::uint64_t rays() const { return rays_; }
   std::uint64_t cameraSamples() const { return cameraSamples_; }
+  /// Samples that were not finite and count as 0.
+  std::uint64_t faultySamples() const { return faultySamples_; }
 
  private:
   enum Flag : std::uint8_t { resting = 1, edge = 2 };
@@ -64,13 +66,15 @@ class Refinement {
 
   Spread spreadOf(std::uint8_t flags) const;
   Place placeSample(Vec2 centre, Spread spread, Sampler& sampler) const;
-  PixelSample samplePixel(int x, int y, int number, Spread spread) const;
+  PixelSample samplePixel(int x, int y, int number, Spread spread, LightParts* parts) const;
   void takeSample(int x, int y, TileCount& count);
   bool denoiseLive(LiveDenoising& live, int samples, const Stopwatch& since);
   void commit(const Tile& tile);
   void findEdges();
   void restQuietPixels();
   std::vector<float> squaredNoise() const;
+  float noiseAround(int x, int y, std::uint8_t except) const;
+  void putNoise();
   template <class Visit>
   void eachAround(int x, int y, int reach, Visit&& visit) const;
   void addProgress(std::uint64_t samples);
@@ -80,6 +84,10 @@ class Refinement {
 
   std::size_t index(int x, int y) const {
     return static_cast<std::size_t>(y) * static_cast<std::size_t>(width_) + static_cast<std::size_t>(x);
+  }
+
+  std::size_t filmPixel(int x, int y) {
+    return film_.film().pixelAt(x + settings_.region.left, y + settings_.region.top);
   }
 
   const RayScene& scene_;
@@ -92,13 +100,13 @@ class Refinement {
   PixelFilter filter_;
   FilmWriter film_;
   std::vector<PixelEstimate> pixels_;
-  FirstHits hits_;
+  LayerSums layers_;
   FilmDenoiser denoiser_;
   std::vector<std::uint8_t> flags_;
   std::size_t resting_ = 0;            // pixels that take no more samples
   std::vector<std::uint32_t> objects_; // of the first sample, for edges; empty without edge detection
   std::atomic<bool> broken_{false};
-  std::atomic<std::uint64_t> rays_{0}, cameraSamples_{0};
+  std::atomic<std::uint64_t> rays_{0}, cameraSamples_{0}, faultySamples_{0};
   double firstPixelsMs_ = 0;
   std::mutex hookMutex_;   // hooks are called one at a time
   ProgressSteps progress_; // in samples

@@ -7,6 +7,7 @@
 #include "document.h"
 #include "failures.h"
 #include "plugin_renders.h"
+#include "render_origin.h"
 #include "render_snapshot.h"
 #include "sampler.h"
 #include "snapshot_motion.h"
@@ -109,6 +110,8 @@ class DocumentRender {
     posts.open(VIDEOPOSTCALL_RENDER);
     if (error_ != RENDERRESULT_OK) return; // a post refused
     report_ = renderSnapshot({snapshot, settings_, &bitmap_, hooksFor(posts), since_});
+    if (const auto film = filmOf(bitmap_))
+      film->setOrigin(describeRender(document_, container_, settings_, time(), since_.milliseconds() / 1000));
     // For posts a render with a missing picture is completed.
     if (error_ == RENDERRESULT_OK && report_.outcome != RenderOutcome::assetMissing)
       error_ = interfaceResult(report_.outcome);

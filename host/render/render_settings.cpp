@@ -36,7 +36,7 @@ RenderSettings readSettings(const BaseContainer& container, int width, int heigh
   s.denoise = denoise == 1 || denoise == 2 ? static_cast<Denoising>(denoise) : Denoising::off;
   const double seconds = container.GetReal(secondsSetting, 0);
   s.seconds = std::isfinite(seconds) ? std::max(0.0, seconds) : 0;
-  s.layers = static_cast<unsigned>(container.GetLong(layersSetting, 0)) & 31u;
+  s.layers = static_cast<unsigned>(container.GetLong(layersSetting, 0)) & allLayers();
   const auto shutter = [&](LONG id, double preset) {
     const double frames = container.GetReal(id, preset);
     return std::isfinite(frames) ? std::clamp(frames, -10.0, 10.0) : preset;

@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "c4d_render.h"
+#include "layer_table.h"
 
 namespace host::render {
 
@@ -25,14 +26,6 @@ inline constexpr LONG motionBlurSetting = 7110;
 inline constexpr LONG shutterOpenSetting = 7111, shutterCloseSetting = 7112;
 /// (LONG, 1 to 16, 2) Straight pieces that a motion is cut into.
 inline constexpr LONG motionStepsSetting = 7113;
-/// Averages of the samples, but for the two of indices, which take the first sample of a pixel.
-enum LayerBit : unsigned {
-  albedoLayer = 1,   // "albedo", RGB: colour of the surfaces, 0 to 1
-  normalLayer = 2,   // "normal", XYZ: in the world; shorter than 1 where samples differ
-  depthLayer = 4,    // "depth", Z: metres from the camera, of the samples that met a surface
-  objectLayer = 8,   // "object_id", V: index of the object among the visible ones, from 1; 0: none
-  materialLayer = 16 // "material_id", V: index of the material, from 1; 0: none
-};
 
 /// Inclusive pixel bounds; empty when right < left or bottom < top.
 struct Region {
@@ -80,8 +73,12 @@ struct RenderSettings {
   float clampIndirect = 10; // limit of a path's light from beyond a diffuse bounce, largest channel; 0: none
   LightSampling lightSampling = LightSampling::combined;
 
+  /// Layers that the render fills: previews have none.
+  unsigned wantedLayers() const { return preview ? 0 : layers; }
+  /// Whether the finished picture is denoised, to be shown or as a layer beside the noisy one.
+  bool denoises() const { return denoise != Denoising::off || (wantedLayers() & denoisedLayer); }
   /// Whether the path tracer notes the first hit of camera rays.
-  bool firstHits() const { return !preview && (layers != 0 || denoise != Denoising::off); }
+  bool firstHits() const { return !preview && (layers != 0 || denoises()); }
 };
 
 /// For a bitmap of this size. Values out of range are clamped.

@@ -69,6 +69,11 @@ class SnapshotRender {
     report_.stats.cameraSamples = refinement.cameraSamples();
     const bool clean = whole && refinement.denoise();
     if (!refinement.problem().empty()) report_.problems.push_back(refinement.problem());
+    if (refinement.faultySamples() > 0)
+      report_.problems.push_back(
+          std::to_string(refinement.faultySamples()) +
+          " samples were infinite or not numbers. They count as black; look for extreme "
+          "values in lights, materials and pictures.");
     return clean ? finished() : RenderOutcome::stopped;
   }
 

@@ -28,6 +28,7 @@ class Filler {
   Filler& real(LONG id, Real value) { return add(id, GeData(value)); }
   Filler& flag(LONG id, Bool value) { return add(id, GeData::FromBool(value)); }
   Filler& vector(LONG id, const Vector& value) { return add(id, GeData(value)); }
+  Filler& text(LONG id) { return add(id, GeData(String())); }
   Filler& link(LONG id) { return add(id, GeData(BaseLink())); }
 
  private:
@@ -43,6 +44,8 @@ constexpr Vector zenithBlue{0.16, 0.33, 0.68}, horizonHaze{0.66, 0.74, 0.82}, gr
 void fillObjects(Table& table) {
   for (const LONG type : {Opolygon, Olight, Ocamera, Ofloor, Osky, Onull, Osds})
     Filler(table, NodeKind::object, type).flag(objectVisibleEditor, TRUE).flag(objectVisibleRender, TRUE);
+  for (const LONG type : {Opolygon, Ofloor, Onull})
+    Filler(table, NodeKind::object, type).flag(objectShadowCatcher, FALSE);
   Filler(table, NodeKind::object, Ocamera)
       .integer(cameraProjection, 0)
       .real(cameraYfov, 0.8)
@@ -66,7 +69,8 @@ void fillObjects(Table& table) {
       .real(lightRadius, 0)
       .integer(lightShadow, 2)
       .real(lightWidth, 1)
-      .real(lightHeight, 1);
+      .real(lightHeight, 1)
+      .text(lightGroup);
   Filler(table, NodeKind::object, Osky)
       .integer(skyKind, 1)
       .vector(skyColor, white)
@@ -74,7 +78,8 @@ void fillObjects(Table& table) {
       .vector(skyGround, groundBrown)
       .real(skyRotation, 0)
       .real(skyStrength, 1)
-      .flag(skySeen, TRUE);
+      .flag(skySeen, TRUE)
+      .text(skyGroup);
   Filler(table, NodeKind::object, Ofloor).real(floorSize, 1000);
   Filler(table, NodeKind::object, Osds).integer(subdivisionLevel, 2);
 }
@@ -131,7 +136,8 @@ void fillMaterials(Table& table) {
       .real(filmThick, 400)
       .real(diffuseTransmission, 0)
       .vector(diffuseTransmissionColor, white)
-      .real(clearcoatNormalScale, 1);
+      .real(clearcoatNormalScale, 1)
+      .text(materialLightGroup);
 }
 
 void fillShaders(Table& table) {
@@ -157,8 +163,8 @@ void fillShaders(Table& table) {
 // Of the view, see view_setting.h.
 constexpr LONG viewSetting = 7120, exposureSetting = 7121, gammaSetting = 7122, whiteBalanceSetting = 7123;
 // Of the renderer, see render_settings.h.
-constexpr LONG denoiseSetting = 7103, motionBlurSetting = 7110, shutterOpenSetting = 7111,
-               shutterCloseSetting = 7112, motionStepsSetting = 7113;
+constexpr LONG denoiseSetting = 7103, layersSetting = 7104, motionBlurSetting = 7110,
+               shutterOpenSetting = 7111, shutterCloseSetting = 7112, motionStepsSetting = 7113;
 
 void fillRenderData(Table& table) {
   Filler data(table, NodeKind::renderData, 0);
@@ -182,6 +188,7 @@ void fillRenderData(Table& table) {
       .real(shutterOpenSetting, -0.25)
       .real(shutterCloseSetting, 0.25)
       .integer(motionStepsSetting, 2)
+      .integer(layersSetting, 0)
       .integer(RDATA_RENDERREGION_LEFT, 0)
       .integer(RDATA_RENDERREGION_TOP, 0)
       .integer(RDATA_RENDERREGION_RIGHT, 0)
@@ -244,6 +251,10 @@ bool flag(const NodeState& node, LONG id) {
 
 Vector vector(const NodeState& node, LONG id) {
   return node.data.GetVector(id, defaultValue(node, id).GetVector());
+}
+
+String text(const NodeState& node, LONG id) {
+  return value(node, id).GetString();
 }
 
 } // namespace host::param

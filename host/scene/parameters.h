@@ -7,6 +7,8 @@ namespace host::param {
 
 // all objects: shown in the editor view, in renders; FALSE also hides the children
 inline constexpr LONG objectVisibleEditor = 901, objectVisibleRender = 902;
+// polygon objects and floors: the film notes the shadows on them, and on their children
+inline constexpr LONG objectShadowCatcher = 903;
 // cameras
 inline constexpr LONG cameraProjection = 1001, cameraYfov = 1002, cameraYmag = 1003, cameraXmag = 1004,
                       cameraAspect = 1005, cameraNear = 1006, cameraFar = 1007, cameraFitAspect = 1008,
@@ -15,10 +17,10 @@ inline constexpr LONG cameraProjection = 1001, cameraYfov = 1002, cameraYmag = 1
 // lights
 inline constexpr LONG lightKind = 1101, lightColor = 1102, lightIntensity = 1103, lightRange = 1104,
                       lightInnerCone = 1105, lightOuterCone = 1106, lightRadius = 1107, lightShadow = 1108,
-                      lightWidth = 1109, lightHeight = 1110;
+                      lightWidth = 1109, lightHeight = 1110, lightGroup = 1111;
 // sky, floor, subdivision
 inline constexpr LONG skyKind = 1201, skyColor = 1202, skyHorizon = 1203, skyGround = 1204,
-                      skyRotation = 1205, skySeen = 1206, skyStrength = 1207;
+                      skyRotation = 1205, skySeen = 1206, skyStrength = 1207, skyGroup = 1208;
 inline constexpr LONG floorSize = 1301;
 inline constexpr LONG subdivisionLevel = 1401;
 // tags
@@ -41,7 +43,7 @@ inline constexpr LONG baseColor = 2100, baseAlpha = 2101, metallic = 2102, rough
                       attenuationDistance = 2121, dispersion = 2122, sheenColor = 2123, sheenRoughness = 2124,
                       anisotropy = 2125, anisotropyRotation = 2126, iridescence = 2127, iridescenceIor = 2128,
                       filmThin = 2129, filmThick = 2130, diffuseTransmission = 2131,
-                      diffuseTransmissionColor = 2132, clearcoatNormalScale = 2133;
+                      diffuseTransmissionColor = 2132, clearcoatNormalScale = 2133, materialLightGroup = 2134;
 // shaders
 inline constexpr LONG shaderMix = 1601, shaderAmount = 1602;
 inline constexpr LONG colorValue = 1611, colorAlpha = 1612;
@@ -65,5 +67,6 @@ Real real(const NodeState& node, LONG id);
 LONG integer(const NodeState& node, LONG id);
 bool flag(const NodeState& node, LONG id);
 Vector vector(const NodeState& node, LONG id);
+String text(const NodeState& node, LONG id);
 
 } // namespace host::param

@@ -6,6 +6,7 @@
 
 #include "command_line.h"
 #include "fuzz_support.h"
+#include "layer_table.h"
 
 namespace {
 
@@ -35,6 +36,8 @@ struct Check {
     check(o.sampling);
     require(o.threads >= 0 && o.threads <= 1024, "threads are limited");
     require(!o.view.exposure || (*o.view.exposure >= -20 && *o.view.exposure <= 20), "stops are limited");
+    require(!o.layers || (*o.layers & ~host::allLayers()) == 0, "layers are known");
+    require(!o.compression || (*o.compression >= 0 && *o.compression < 10), "compressions are known");
     for (const auto& setting : o.settings)
       require(!setting.first.empty(), "settings have names");
   }

@@ -242,7 +242,8 @@ def command_lines():
              ["compare", "a.png", "b.png", "--slider", "-1", "--style", "blend", "--stats", "--fail-above", "0.1"],
              ["settings", "set", "10005", "-1"], ["settings", "list", "--home", "x"], ["history", "add", "a.tif"],
              ["info", "a.glb", "--json"], ["--version"], ["render", "--help"],
-             ["compare", "a", "b", "--metric", "flip,psnr", "--fail-above", "flip=0.05,psnr=40", "--json", "a.json"])
+             ["compare", "a", "b", "--metric", "flip,psnr", "--fail-above", "flip=0.05,psnr=40", "--json", "a.json"],
+             ["render", "a.glb", "-o", "b.exr", "--layers", "depth,lightgroups", "--half", "--compression", "piz"])
     for number, words in enumerate(lines):
         write("command_line", f"line{number}", "\0".join(words))
 

@@ -323,4 +323,23 @@ TEST_F(ManagerSettingsTest, TheViewGoesWithTheDocument) {
   EXPECT_EQ(choice(render::viewSetting).currentText(), "Screen - Elsewhere") << "kept, though unknown here";
 }
 
+TEST_F(ManagerSettingsTest, MultiPassListsTheLayersOfTheFilm) {
+  QWidget& field = *dialog->field(render::layersSetting);
+  const QList<QCheckBox*> boxes = field.findChildren<QCheckBox*>();
+  EXPECT_EQ(static_cast<std::size_t>(boxes.size()), layerTable().size());
+  showPageOf(field);
+  auto* depth = field.findChild<QCheckBox*>(QStringLiteral("depth"));
+  auto* mattes = field.findChild<QCheckBox*>(QStringLiteral("cryptomatte"));
+  ASSERT_TRUE(depth && mattes);
+  depth->click();
+  mattes->click();
+  settle();
+  EXPECT_EQ(value(render::layersSetting).GetLong(), static_cast<LONG>(depthLayer | cryptomatteLayers));
+  depth->click();
+  settle();
+  EXPECT_EQ(value(render::layersSetting).GetLong(), static_cast<LONG>(cryptomatteLayers));
+  EXPECT_TRUE(mattes->isChecked());
+  EXPECT_FALSE(depth->isChecked());
+}
+
 } // namespace

@@ -99,7 +99,7 @@ TEST(Layers, OfAFlatScene) {
 TEST(Layers, OnlyThoseAskedFor) {
   Scene scene = halfWall();
   auto how = settings(8, 8, 1);
-  how.layers = host::render::depthLayer;
+  how.layers = host::depthLayer;
   const Result r = draw(scene, 8, 8, how);
   ASSERT_EQ(r.film->layers().size(), 1u);
   EXPECT_EQ(r.film->layers()[0]->name(), "depth");

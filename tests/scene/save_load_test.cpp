@@ -176,6 +176,7 @@ void addSurroundings(BaseDocument& d, BaseMaterial* floorMaterial) {
   light->SetParameter(param::lightKind, GeData(LONG(1)));
   light->SetParameter(param::lightRadius, GeData(0.25));
   light->SetParameter(param::lightShadow, GeData(LONG(1)));
+  light->SetParameter(param::lightGroup, GeData(String("key")));
   BaseObject* window = insert(d, Olight, "window");
   window->SetParameter(param::lightKind, GeData(LONG(3)));
   window->SetParameter(param::lightWidth, GeData(2.5));
@@ -183,7 +184,9 @@ void addSurroundings(BaseDocument& d, BaseMaterial* floorMaterial) {
   insert(d, Olight, "disk")->SetParameter(param::lightKind, GeData(LONG(4)));
   BaseObject* sky = insert(d, Osky, "sky");
   stateOf(sky)->picture = picture("sky.hdr", "", "s");
+  sky->SetParameter(param::skyGroup, GeData(String("dome")));
   BaseObject* floor = insert(d, Ofloor, "floor");
+  floor->SetParameter(param::objectShadowCatcher, GeData::FromBool(TRUE));
   floor->MakeTag(Ttexture)->GetDataInstance()->SetLink(param::textureMaterial, floorMaterial);
 }
 

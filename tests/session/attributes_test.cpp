@@ -57,6 +57,17 @@ TEST_F(AttributesTest, AnglesTurnAsDocumented) {
       near(matrixOf(pose) * Vector(1, 2, 3), matrixOf(h) * (matrixOf(p) * (matrixOf(b) * Vector(1, 2, 3)))));
 }
 
+TEST_F(AttributesTest, LightGroupsAreTexts) {
+  const Identity lamp = id("lamp");
+  EXPECT_EQ(get(lamp, AttributeId::lightGroup).GetString(), String());
+  EXPECT_TRUE(set(lamp, AttributeId::lightGroup, GeData(String("key"))));
+  EXPECT_EQ(get(lamp, AttributeId::lightGroup).GetString(), String("key"));
+  EXPECT_EQ(get(lamp, AttributeId::name).GetString(), String("lamp"));
+  EXPECT_FALSE(set(lamp, AttributeId::lightGroup, GeData(String("key")))) << "nothing changes";
+  EXPECT_TRUE(set(lamp, AttributeId::lightGroup, GeData(String())));
+  EXPECT_EQ(get(lamp, AttributeId::lightGroup).GetString(), String()) << "it may be empty";
+}
+
 TEST_F(AttributesTest, CoordinatesStayApart) {
   const Identity body = id("body");
   EXPECT_EQ(get(body, AttributeId::rotation).GetVector(), Vector(30, 20, 10));

@@ -1,5 +1,6 @@
 #include "command_line.h"
 
+#include <algorithm>
 #include <charconv>
 #include <map>
 #include <string_view>
@@ -7,6 +8,8 @@
 #include <CLI/CLI.hpp>
 
 #include "format_list.h"
+#include "layer_table.h"
+#include "picture_formats.h"
 
 namespace batch {
 namespace {
@@ -112,6 +115,26 @@ std::pair<std::string, std::string> splitSetting(const std::string& text) {
   return {text.substr(0, equals), text.substr(equals + 1)};
 }
 
+unsigned parseLayers(const std::string& text) {
+  std::string unknown;
+  if (const auto layers = host::layersOf(text, unknown)) return *layers;
+  throw wrong("--layers does not know \"" + unknown + "\"; write all, or some of " + host::layerNames());
+}
+
+std::string compressionNames() {
+  std::string names;
+  for (const std::string_view name : host::exrCompressions())
+    names += (names.empty() ? "" : ", ") + std::string(name);
+  return names;
+}
+
+LONG parseCompression(const std::string& text) {
+  const auto known = host::exrCompressions();
+  const auto found = std::find(known.begin(), known.end(), text);
+  if (found != known.end()) return static_cast<LONG>(found - known.begin());
+  throw wrong("--compression does not know \"" + text + "\"; write one of " + compressionNames());
+}
+
 /// Raw values of the parser.
 struct RawOptions {
   RenderOptions render;
@@ -122,7 +145,7 @@ struct RawOptions {
   HistoryOptions history;
   std::string failAbove, metrics, json, html;
   bool scale = false, center = false, corner = false;
-  std::string size, region, box, frames;
+  std::string size, region, box, frames, layers, compression;
   LONG frame = 0, format = 0, quality = 0;
   std::vector<std::string> sets;
 };
@@ -175,6 +198,11 @@ CLI::App* addRender(CLI::App& app, RawOptions& raw) {
   render->add_option("--quality", raw.quality, "1 to 100, of a jpg (default 95) or a webp (default lossless)")
       ->type_name("N")
       ->check(CLI::Range(1, 100));
+  render->add_option("--layers", raw.layers, "Layers of an exr: all, or some of " + host::layerNames())
+      ->type_name("A,B,...");
+  render->add_flag("--half", raw.render.half, "Colours of an exr as 16-bit floats; numbers stay 32-bit");
+  render->add_option("--compression", raw.compression, "Of an exr: " + compressionNames() + " (default zip)")
+      ->type_name("NAME");
   render->add_option("--frame", raw.frame, "Frame of the animation; default: the scene's current one")
       ->type_name("N");
   CLI::Option* region =
@@ -367,6 +395,8 @@ RenderOptions finishRender(const CLI::App& app, RawOptions& raw) {
   if (app.count("--region-box")) options.box = parseBox(raw.box);
   if (app.count("--frame")) options.frame = raw.frame;
   if (app.count("--quality")) options.quality = raw.quality;
+  if (app.count("--layers")) options.layers = parseLayers(raw.layers);
+  if (app.count("--compression")) options.compression = parseCompression(raw.compression);
   return std::move(options);
 }
 

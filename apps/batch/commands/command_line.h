@@ -57,8 +57,11 @@ struct RenderOptions {
   std::vector<std::pair<std::string, std::string>> settings; // key and value, as they were typed
   Sampling sampling;
   ViewOptions view;
-  int threads = 0;             // 0: all
-  std::optional<LONG> quality; // 1 to 100, of JPEG and WebP pictures
+  int threads = 0;                 // 0: all
+  std::optional<LONG> quality;     // 1 to 100, of JPEG and WebP pictures
+  std::optional<unsigned> layers;  // of the film, bits of host::LayerBit; without it, the scene's
+  bool half = false;               // OpenEXR: colours as 16-bit floats
+  std::optional<LONG> compression; // OpenEXR: index into host::exrCompressions
   std::string home, stats;
   bool quiet = false;
 };

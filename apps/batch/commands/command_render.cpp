@@ -23,10 +23,14 @@
 namespace batch {
 namespace {
 
+PictureOptions pictureOptions(const RenderOptions& options) {
+  return {options.quality, options.half, options.compression, options.layers.has_value()};
+}
+
 /// Checks the options before any work begins.
 void checkTargets(const RenderOptions& options) {
   checkAssignments(options.settings);
-  checkPictureFile(options.image, options.quality);
+  checkPictureFile(options.image, pictureOptions(options));
   if (options.view.given() && holdsLight(options.image))
     throw Stop(ExitCode::wrongUse, "--view and --exposure have no effect on " + options.image +
                                        ", which holds the light itself; leave them out, or write a png");
@@ -39,6 +43,7 @@ void prepare(const RenderOptions& options, BaseDocument& document) {
   if (!options.variant.empty()) chooseVariant(document, options.variant);
   if (options.frame) goToFrame(document, *options.frame);
   setSampling(document, options.sampling);
+  if (options.layers) setLayers(document, *options.layers);
 }
 
 void checkRegion(const std::optional<PixelRegion>& region, PixelSize size) {
@@ -86,11 +91,14 @@ ExitCode judge(const JobResult& job, const RenderOptions& options, const Scene& 
 
 /// Saves the picture as the view shows it; a plain view changes nothing.
 void saveViewed(const BaseBitmap& bitmap, const host::ViewSettings& view, const RenderOptions& options) {
-  if (view.isPlain() || holdsLight(options.image)) return savePicture(bitmap, options.image, options.quality);
+  if (view.isPlain() || holdsLight(options.image))
+    return savePicture(bitmap, options.image, pictureOptions(options));
   AutoAlloc<BaseBitmap> shown;
   if (!shown || !host::viewedCopy(bitmap, host::ViewTransform(view), false, *shown))
     throw Stop(ExitCode::renderFailed, "there is not enough memory for the view; choose a smaller --size");
-  savePicture(*shown, options.image, options.quality);
+  PictureOptions how = pictureOptions(options);
+  how.rendered = &bitmap;
+  savePicture(*shown, options.image, how);
 }
 
 ExitCode renderScene(const RenderOptions& options, Messages& messages) {

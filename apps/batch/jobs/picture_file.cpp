@@ -4,6 +4,7 @@
 #include "failures.h"
 #include "format_list.h"
 #include "picture_formats.h"
+#include "picture_origin.h"
 
 namespace batch {
 namespace {
@@ -18,9 +19,16 @@ const host::PictureFileFormat& formatOf(const std::string& file) {
 
 } // namespace
 
-void checkPictureFile(const std::string& file, std::optional<LONG> quality) {
+void checkPictureFile(const std::string& file, const PictureOptions& options) {
   const host::PictureFileFormat& format = formatOf(file);
-  if (!quality || format.option == host::WriterOption::quality) return;
+  const char* floats = options.layers        ? "--layers"
+                       : options.half        ? "--half"
+                       : options.compression ? "--compression"
+                                             : nullptr;
+  if (floats && format.filter != FILTER_EXR)
+    throw Stop(ExitCode::wrongUse, std::string(floats) + " has no effect on " + file + ": " + format.name +
+                                       " pictures hold no layers of floats; leave it out, or write an exr");
+  if (!options.quality || format.option == host::WriterOption::quality) return;
   throw Stop(ExitCode::wrongUse, "--quality has no effect on " + file + ": " + format.name +
                                      " pictures have no quality; leave it out, or write a jpg or webp");
 }
@@ -29,11 +37,14 @@ bool holdsLight(const std::string& file) {
   return formatOf(file).filter == FILTER_EXR;
 }
 
-void savePicture(const BaseBitmap& bitmap, const std::string& file, std::optional<LONG> quality) {
+void savePicture(const BaseBitmap& bitmap, const std::string& file, const PictureOptions& options) {
   const host::PictureFileFormat& format = formatOf(file);
   BaseContainer settings;
-  settings.SetLong(JPGSAVER_QUALITY, quality.value_or(defaultJpegQuality));
-  if (quality) settings.SetLong(host::webpSaverQuality, *quality);
+  settings.SetLong(JPGSAVER_QUALITY, options.quality.value_or(defaultJpegQuality));
+  if (options.quality) settings.SetLong(host::webpSaverQuality, *options.quality);
+  settings.SetBool(host::exrSaverHalf, options.half ? TRUE : FALSE);
+  if (options.compression) settings.SetLong(host::exrSaverCompression, *options.compression);
+  host::putOrigin(settings, options.rendered ? *options.rendered : bitmap);
   host::takeFailures(); // earlier failures are not this file's
   if (bitmap.Save(Filename(String(file)), format.filter, &settings) == IMAGERESULT_OK) return;
   const auto failures = host::takeFailures();

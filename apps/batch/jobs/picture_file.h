@@ -12,14 +12,23 @@ namespace batch {
 /// Quality of JPEG pictures when none is chosen.
 inline constexpr LONG defaultJpegQuality = 95;
 
-/// Throws `Stop` (wrong use) for an unknown suffix, and for a quality when the format has none.
-void checkPictureFile(const std::string& file, std::optional<LONG> quality = {});
+/// Options of files, as the command line gives them.
+struct PictureOptions {
+  std::optional<LONG> quality;          // 1 to 100; without it a JPEG has the default and a WebP is lossless
+  bool half = false;                    // OpenEXR: colours as 16-bit floats
+  std::optional<LONG> compression;      // OpenEXR: index into host::exrCompressions
+  bool layers = false;                  // OpenEXR: the file is to hold layers
+  const BaseBitmap* rendered = nullptr; // its film says where the picture comes from; null: the saved one's
+};
+
+/// Throws `Stop` (wrong use) for an unknown suffix, and for an option that the format does not have.
+void checkPictureFile(const std::string& file, const PictureOptions& options = {});
 
 /// Whether pictures of this suffix hold light instead of codes, so that no view applies.
 bool holdsLight(const std::string& file);
 
-/// Saves the bitmap in the format of the suffix. `quality` is 1 to 100; without it a JPEG has the default and
-/// a WebP is lossless. Throws `Stop` (output not writable, or as above). Main thread.
-void savePicture(const BaseBitmap& bitmap, const std::string& file, std::optional<LONG> quality = {});
+/// Saves the bitmap in the format of the suffix, with a note where it comes from. Throws `Stop` (output not
+/// writable, or as above). Main thread.
+void savePicture(const BaseBitmap& bitmap, const std::string& file, const PictureOptions& options = {});
 
 } // namespace batch

@@ -122,6 +122,11 @@ bool blursMotion(const BaseDocument& document) {
   return data && data->GetData().GetBool(host::render::motionBlurSetting);
 }
 
+void setLayers(BaseDocument& document, unsigned layers) {
+  if (RenderData* data = document.GetActiveRenderData())
+    data->GetDataInstance()->SetLong(host::render::layersSetting, static_cast<LONG>(layers));
+}
+
 PixelSize renderSize(const BaseDocument& document) {
   const RenderData* data = document.GetActiveRenderData();
   if (!data) return {1280, 720};

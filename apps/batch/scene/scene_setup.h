@@ -43,6 +43,9 @@ host::ViewSettings chooseView(const BaseDocument& document, const ViewOptions& o
 /// Whether the active render settings blur motion.
 bool blursMotion(const BaseDocument& document);
 
+/// The active render settings ask for these layers of the film, bits of host::LayerBit, instead of their own.
+void setLayers(BaseDocument& document, unsigned layers);
+
 /// The size of the active render settings; 1280 x 720 where they have no usable one.
 PixelSize renderSize(const BaseDocument& document);
 

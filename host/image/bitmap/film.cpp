@@ -77,7 +77,10 @@ bool Film::showsDenoised() const noexcept {
 
 // A removed layer is used again, so that a film does not grow from render to render.
 FilmLayerPtr Film::addLayer(std::string_view name, std::string_view channels, bool internal) {
-  if (FilmLayerPtr known = findLayer(name)) return known;
+  if (FilmLayerPtr known = findLayer(name)) {
+    known->setInternal(internal);
+    return known;
+  }
   const std::size_t pixels = pixelAt(0, height_);
   const std::lock_guard lock(guard_);
   FilmLayerPtr made;
@@ -87,6 +90,7 @@ FilmLayerPtr Film::addLayer(std::string_view name, std::string_view channels, bo
     made = *removed;
     removed_.erase(removed);
     clear(*made, pixels);
+    made->setInternal(internal);
   } else {
     made = std::make_shared<FilmLayer>(std::string(name), std::string(channels), pixels, internal);
   }
@@ -118,6 +122,31 @@ void Film::removeLayer(std::string_view name) {
 std::vector<FilmLayerPtr> Film::layers() const {
   const std::lock_guard lock(guard_);
   return layers_;
+}
+
+void Film::setNote(std::string key, std::string text) {
+  const std::lock_guard lock(guard_);
+  notes_.insert_or_assign(std::move(key), std::move(text));
+}
+
+void Film::clearNotes() {
+  const std::lock_guard lock(guard_);
+  notes_.clear();
+}
+
+std::map<std::string, std::string> Film::notes() const {
+  const std::lock_guard lock(guard_);
+  return notes_;
+}
+
+void Film::setOrigin(PictureOrigin origin) {
+  const std::lock_guard lock(guard_);
+  origin_ = std::move(origin);
+}
+
+PictureOrigin Film::origin() const {
+  const std::lock_guard lock(guard_);
+  return origin_;
 }
 
 std::shared_ptr<Film> filmOf(const BaseBitmap& bitmap) {

@@ -2,10 +2,12 @@
 #pragma once
 
 #include <atomic>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "c4d_bitmap.h"
@@ -20,7 +22,8 @@ class FilmLayer {
   const std::string& name() const noexcept { return name_; }
   const std::string& channels() const noexcept { return channels_; }
   /// True for layers that the host needs itself and that files leave out.
-  bool internal() const noexcept { return internal_; }
+  bool internal() const noexcept { return internal_.load(std::memory_order_relaxed); }
+  void setInternal(bool on) noexcept { internal_.store(on, std::memory_order_relaxed); }
 
   /// As many values as channels. `pixel` counts from the upper left corner, row after row.
   void set(std::size_t pixel, const float* values) noexcept;
@@ -28,16 +31,20 @@ class FilmLayer {
 
  private:
   std::string name_, channels_;
-  bool internal_;
+  std::atomic<bool> internal_;
   std::unique_ptr<std::atomic<float>[]> values_;
 };
 using FilmLayerPtr = std::shared_ptr<FilmLayer>;
 
+/// The scene, camera, settings ... of a picture, in the order in which users read them: a name in English
+/// letters without blanks, and a text.
+using PictureOrigin = std::vector<std::pair<std::string, std::string>>;
+
 /// Names of layers that the host gives a meaning.
 namespace film_layers {
 inline constexpr char denoised[] = "denoised"; // RGB: the colour without noise
-inline constexpr char sky[] = "sky"; // RGB, internal: light of the sky that the camera sees, a part of the
-                                     // colour that no surface covers
+inline constexpr char sky[] = "sky"; // RGB: light of the sky that the camera sees, a part of the colour that
+                                     // no surface covers. Internal unless it was asked for
 } // namespace film_layers
 
 /// The colour of a picture and named layers, all of one size. Any thread writes and reads.
@@ -68,12 +75,21 @@ class Film {
   /// True when there is a denoised layer and it is shown.
   bool showsDenoised() const noexcept;
 
-  /// The layer of this name, made when it is missing. Its channels are those that it was made with.
+  /// The layer of this name, made when it is missing. Its channels are those that it was made with;
+  /// `internal` holds from now on.
   FilmLayerPtr addLayer(std::string_view name, std::string_view channels, bool internal = false);
   /// Null when it is missing.
   FilmLayerPtr findLayer(std::string_view name) const;
   void removeLayer(std::string_view name);
   std::vector<FilmLayerPtr> layers() const;
+
+  /// Texts about layers that belong into a file's header: by the name that they have there.
+  void setNote(std::string key, std::string text);
+  void clearNotes();
+  std::map<std::string, std::string> notes() const;
+  /// Where the picture comes from; empty while nobody said so.
+  void setOrigin(PictureOrigin origin);
+  PictureOrigin origin() const;
 
  private:
   int width_, height_;
@@ -83,6 +99,8 @@ class Film {
   std::atomic<const FilmLayer*> denoised_{nullptr}, sky_{nullptr};
   mutable std::mutex guard_; // of the lists
   std::vector<FilmLayerPtr> layers_, removed_;
+  std::map<std::string, std::string> notes_;
+  PictureOrigin origin_;
 };
 
 /// The bitmap's film; null when it has none or its size differs. `Init`, `FlushAll` and loading drop it.

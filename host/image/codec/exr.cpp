@@ -5,10 +5,8 @@
 #include <OpenEXR/ImfIO.h>
 #include <OpenEXR/ImfInputPart.h>
 #include <OpenEXR/ImfMultiPartInputFile.h>
-#include <OpenEXR/ImfOutputFile.h>
 #include <OpenEXR/ImfPartType.h>
 #include <OpenEXR/ImfRgbaFile.h>
-#include <OpenEXR/ImfStringAttribute.h>
 
 #include <algorithm>
 #include <array>
@@ -17,8 +15,6 @@
 #include <memory>
 
 #include "bitmap_data.h"
-#include "display_transform.h"
-#include "film.h"
 #include "picture_codec.h"
 
 namespace host {
@@ -231,123 +227,6 @@ RawPicture readExr(PictureBytes bytes) {
   Imf::InputPart part(file, index);
   readBands(part, names, raw);
   return raw;
-}
-
-namespace {
-
-class MemoryOutput : public Imf::OStream {
- public:
-  MemoryOutput() : OStream("picture") {}
-  void write(const char from[], int count) override {
-    const std::uint64_t end = position_ + static_cast<std::uint64_t>(std::max(0, count));
-    if (end > bytes.size()) bytes.resize(end);
-    std::memcpy(bytes.data() + position_, from, end - position_);
-    position_ = end;
-  }
-  std::uint64_t tellp() override { return position_; }
-  void seekp(std::uint64_t position) override { position_ = position; }
-
-  FileBytes bytes;
-
- private:
-  std::uint64_t position_ = 0;
-};
-
-/// A pixel's linear light, with alpha multiplied by it.
-void linearPixel(const BaseBitmap& bitmap, const Film* film, bool alpha, LONG x, LONG y, float rgba[4]) {
-  if (film) film->getShown(x, y, rgba);
-  const bool rendered = film && agrees(bitmap, x, y, rgba);
-  if (rendered && !alpha) return;
-  if (rendered) {
-    film->getStraight(x, y, rgba);
-  } else {
-    UWORD r, g, b;
-    bitmap.GetPixel(x, y, &r, &g, &b);
-    rgba[0] = fromDisplay(static_cast<unsigned char>(r));
-    rgba[1] = fromDisplay(static_cast<unsigned char>(g));
-    rgba[2] = fromDisplay(static_cast<unsigned char>(b));
-    rgba[3] = static_cast<float>(bitmap.GetAlpha(x, y)) / 255.0f;
-  }
-  for (int c = 0; c < 3 && alpha; ++c)
-    rgba[c] *= rgba[3];
-}
-
-/// Channels of one size and their values: one vector for each group of channels.
-struct Channels {
-  std::vector<std::string> names;
-  std::vector<float> values;
-};
-
-Channels pictureChannels(const FilterJob& job, const Film* film) {
-  Channels made{{"R", "G", "B"}, {}};
-  if (job.alpha) made.names.emplace_back("A");
-  const LONG width = job.bitmap.GetBw(), height = job.bitmap.GetBh();
-  made.values.reserve(static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * made.names.size());
-  for (LONG y = 0; y < height; ++y)
-    for (LONG x = 0; x < width; ++x) {
-      float rgba[4] = {};
-      linearPixel(job.bitmap, film, job.alpha, x, y, rgba);
-      made.values.insert(made.values.end(), rgba, rgba + made.names.size());
-    }
-  return made;
-}
-
-template <class Get>
-Channels layerChannels(const Film& film, const std::string& name, const std::string& letters, Get&& get) {
-  Channels made;
-  for (const char letter : letters)
-    made.names.push_back(name + "." + letter);
-  const std::size_t pixels = film.pixelAt(0, film.height()), count = letters.size();
-  made.values.resize(pixels * count);
-  for (std::size_t pixel = 0; pixel < pixels; ++pixel)
-    get(pixel, &made.values[pixel * count]);
-  return made;
-}
-
-std::vector<Channels> allChannels(const FilterJob& job) {
-  const std::shared_ptr<const Film> film = filmOf(job.bitmap);
-  std::vector<Channels> all{pictureChannels(job, film.get())};
-  if (!film) return all;
-  for (const FilmLayerPtr& layer : film->layers()) {
-    if (layer->internal()) continue;
-    all.push_back(layerChannels(*film, layer->name(), layer->channels(),
-                                [&](std::size_t pixel, float* to) { layer->get(pixel, to); }));
-  }
-  if (!film->findLayer(film_layers::denoised)) return all;
-  const auto width = static_cast<std::size_t>(film->width());
-  all.push_back(layerChannels(*film, "beauty", "RGB", [&](std::size_t pixel, float* to) {
-    float rgba[4];
-    film->getColor(static_cast<int>(pixel % width), static_cast<int>(pixel / width), rgba);
-    std::copy_n(rgba, 3, to);
-  }));
-  return all;
-}
-
-} // namespace
-
-FileBytes encodeExr(const FilterJob& job) {
-  setLimits();
-  std::vector<Channels> all = allChannels(job);
-  Imf::Header header(job.bitmap.GetBw(), job.bitmap.GetBh());
-  header.compression() = Imf::ZIP_COMPRESSION;
-  header.insert("Software", Imf::StringAttribute(writingProgram));
-  Imf::FrameBuffer buffer;
-  for (Channels& group : all)
-    for (std::size_t c = 0; c < group.names.size(); ++c) {
-      const std::size_t pixel = group.names.size() * sizeof(float);
-      header.channels().insert(group.names[c], Imf::Channel(Imf::FLOAT));
-      buffer.insert(group.names[c], Imf::Slice(Imf::FLOAT, reinterpret_cast<char*>(group.values.data() + c),
-                                               pixel, pixel * static_cast<std::size_t>(job.bitmap.GetBw())));
-    }
-  MemoryOutput memory;
-  try {
-    Imf::OutputFile file(memory, header, noThreads);
-    file.setFrameBuffer(buffer);
-    file.writePixels(job.bitmap.GetBh());
-  } catch (const Iex::BaseExc& error) {
-    throw FilterError("could not be encoded (" + std::string(error.what()) + ")");
-  }
-  return std::move(memory.bytes);
 }
 
 } // namespace host

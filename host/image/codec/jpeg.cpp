@@ -227,6 +227,14 @@ void growTarget(j_compress_ptr info) {
   file.target.free_in_buffer = wanted - filled;
 }
 
+// A marker holds at most 64 KB; a longer packet is left out.
+std::string xmpMarker(const FilterJob& job) {
+  constexpr std::size_t most = 65533;
+  using namespace std::string_literals;
+  const std::string packet = originPacket(job), start = "http://ns.adobe.com/xap/1.0/\0"s;
+  return packet.empty() || start.size() + packet.size() > most ? std::string() : start + packet;
+}
+
 class JpegWriter {
  public:
   JpegWriter() {
@@ -247,10 +255,14 @@ class JpegWriter {
     std::vector<unsigned char> exif(exifStart.begin(), exifStart.end());
     const std::vector<unsigned char> block = exifSoftware();
     exif.insert(exif.end(), block.begin(), block.end());
+    const std::string xmp = xmpMarker(job);
     describe(job, quality);
     require(succeeds(errors_, [&] {
       jpeg_start_compress(&info_, TRUE);
       jpeg_write_marker(&info_, exifMarker, exif.data(), static_cast<unsigned>(exif.size()));
+      if (!xmp.empty())
+        jpeg_write_marker(&info_, exifMarker, reinterpret_cast<const JOCTET*>(xmp.data()),
+                          static_cast<unsigned>(xmp.size()));
     }));
     for (std::size_t row = 0; row < info_.image_height; ++row) {
       JSAMPLE* values = pixels.data() + row * info_.image_width * 3;

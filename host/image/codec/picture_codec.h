@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "c4d_bitmap.h"
+#include "film.h"
 #include "picture_decode.h"
 
 namespace host {
@@ -79,11 +80,13 @@ FileBytes encodeTiff(const FilterJob& job); // LZW; with alpha when wanted, stra
 FileBytes encodeBmp(const FilterJob& job);  // no alpha
 FileBytes encodeJpeg(const FilterJob& job); // no alpha; JPGSAVER_QUALITY, default 90
 FileBytes encodePng(const FilterJob& job);  // with alpha when wanted, straight
-/// 32-bit floats, linear. A pixel holds the film's value where the film shows as what the bitmap has; a pixel
-/// that was drawn over since (a stamp, a banner), or a bitmap without film, holds the linear light of its
-/// codes. With alpha the colours are multiplied by it, as the format's readers expect: the surfaces' light
-/// without the sky's. The film's layers follow under their names, "beauty" (the colour with its noise) among
-/// them when the picture was denoised.
+/// Linear. Numbers are 32-bit floats, colours as exrSaverHalf says. A pixel holds the film's value where the
+/// film shows as what the bitmap has; a pixel that was drawn over since (a stamp, a banner), or a bitmap
+/// without film, holds the linear light of its codes. With alpha the colours are multiplied by it, as the
+/// format's readers expect: the surfaces' light without the sky's. The film's layers follow under their
+/// names, "beauty" (the colour with its noise) among them when the picture was denoised. With a compression
+/// that changes 32-bit floats, layers of numbers are in a second part, packed without loss. The film's notes
+/// are attributes.
 FileBytes encodeExr(const FilterJob& job);
 FileBytes
 encodeWebp(const FilterJob& job);          // lossless, or lossy with webpSaverQuality; with alpha when wanted
@@ -115,6 +118,11 @@ int exifOrientation(PictureBytes exif) noexcept;
 /// A block of EXIF data that names the program that wrote the picture.
 std::vector<unsigned char> exifSoftware();
 inline constexpr char writingProgram[] = "Lumenara";
+
+/// Where the picture comes from, when the job's options want it in the file; else empty.
+PictureOrigin originOf(const FilterJob& job);
+/// The same as an XMP packet; empty when there is nothing to say.
+std::string originPacket(const FilterJob& job);
 
 /// The bitmap's pixels as red, green, blue and, when the job wants it, alpha: 8 bits each, rows from the top.
 /// With alpha, rendered pixels have the colour of the surfaces in them, whatever their coverage.

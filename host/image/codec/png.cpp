@@ -114,8 +114,29 @@ void requireWritten(int code) {
   if (code) throw FilterError("could not be encoded (" + std::string(spng_strerror(code)) + ")");
 }
 
-// The context keeps a pointer to the program's name until the picture is encoded.
-void describe(spng_ctx* context, const FilterJob& job, std::string& program) {
+PictureOrigin textsOf(const FilterJob& job) {
+  PictureOrigin texts{{"Software", writingProgram}};
+  for (auto& [key, text] : originOf(job))
+    texts.emplace_back(key, std::move(text));
+  return texts;
+}
+
+// UTF-8 texts; the context keeps pointers to them until the picture is encoded.
+void addTexts(spng_ctx* context, PictureOrigin& texts) {
+  static char empty[] = "";
+  std::vector<spng_text> chunks(texts.size());
+  for (std::size_t i = 0; i < texts.size(); ++i) {
+    spng_text& chunk = chunks[i];
+    chunk.type = i == 0 ? SPNG_TEXT : SPNG_ITXT;
+    chunk.language_tag = chunk.translated_keyword = empty;
+    texts[i].first.copy(chunk.keyword, sizeof chunk.keyword - 1);
+    chunk.text = texts[i].second.data();
+    chunk.length = texts[i].second.size();
+  }
+  requireWritten(spng_set_text(context, chunks.data(), static_cast<std::uint32_t>(chunks.size())));
+}
+
+void describe(spng_ctx* context, const FilterJob& job) {
   spng_ihdr header{};
   header.width = static_cast<std::uint32_t>(job.bitmap.GetBw());
   header.height = static_cast<std::uint32_t>(job.bitmap.GetBh());
@@ -123,24 +144,19 @@ void describe(spng_ctx* context, const FilterJob& job, std::string& program) {
   header.color_type = job.alpha ? SPNG_COLOR_TYPE_TRUECOLOR_ALPHA : SPNG_COLOR_TYPE_TRUECOLOR;
   requireWritten(spng_set_ihdr(context, &header));
   requireWritten(spng_set_srgb(context, 0));
-  spng_text software{};
-  software.type = SPNG_TEXT;
-  std::strcpy(software.keyword, "Software");
-  software.text = program.data();
-  software.length = program.size();
-  requireWritten(spng_set_text(context, &software, 1));
 }
 
 } // namespace
 
 FileBytes encodePng(const FilterJob& job) {
   const FileBytes pixels = pixelBytes(job);
-  std::string program = writingProgram;
+  PictureOrigin texts = textsOf(job);
   const Context context = newContext(SPNG_CTX_ENCODER);
   requireWritten(spng_set_option(context.get(), SPNG_ENCODE_TO_BUFFER, 1));
   requireWritten(spng_set_option(context.get(), SPNG_IMG_COMPRESSION_LEVEL, packingLevel));
   requireWritten(spng_set_option(context.get(), SPNG_FILTER_CHOICE, rowFilters));
-  describe(context.get(), job, program);
+  describe(context.get(), job);
+  addTexts(context.get(), texts);
   requireWritten(
       spng_encode_image(context.get(), pixels.data(), pixels.size(), SPNG_FMT_PNG, SPNG_ENCODE_FINALIZE));
   int code = 0;

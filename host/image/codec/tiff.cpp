@@ -339,6 +339,8 @@ FileBytes encodeTiff(const FilterJob& job) {
   TIFFSetField(tiff, TIFFTAG_PREDICTOR, PREDICTOR_HORIZONTAL);
   TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, rowsAStrip);
   TIFFSetField(tiff, TIFFTAG_SOFTWARE, writingProgram);
+  if (const std::string packet = originPacket(job); !packet.empty())
+    TIFFSetField(tiff, TIFFTAG_XMLPACKET, static_cast<std::uint32_t>(packet.size()), packet.data());
   // Our alpha is straight, and colours where alpha is 0 are kept.
   const std::uint16_t alpha[] = {EXTRASAMPLE_UNASSALPHA};
   if (job.alpha) TIFFSetField(tiff, TIFFTAG_EXTRASAMPLES, 1, alpha);

@@ -150,6 +150,29 @@ void RenderSettingFields::addNameChoice(QGridLayout& grid, LONG id, const QStrin
   entries_[id] = {box, show, {}};
 }
 
+void RenderSettingFields::addBits(QGridLayout& grid, LONG id, const std::vector<Bit>& bits) {
+  auto* field = new QWidget(&parent_);
+  auto* column = new QVBoxLayout(field);
+  column->setContentsMargins(0, 0, 0, 0);
+  std::vector<std::pair<LONG, QCheckBox*>> boxes;
+  for (const Bit& bit : bits) {
+    auto* box = new QCheckBox(bit.label, field);
+    box->setObjectName(bit.name);
+    column->addWidget(box);
+    boxes.emplace_back(bit.bit, box);
+    connect(box, &QCheckBox::clicked, this, [this, id, bit = bit.bit](bool on) {
+      const LONG before = value(id).GetLong();
+      change({{id, GeData(on ? before | bit : before & ~bit)}});
+    });
+  }
+  grid.addWidget(field, grid.rowCount(), 0, 1, 2);
+  const auto show = [boxes](const GeData& stored) {
+    for (const auto& [bit, box] : boxes)
+      box->setChecked((stored.GetLong() & bit) != 0);
+  };
+  entries_[id] = {field, show, {}};
+}
+
 void RenderSettingFields::addSwitch(QGridLayout& grid, LONG id, const QString& label, const QString& tip,
                                     bool hasEffect, int indent) {
   auto* box = new QCheckBox(hasEffect ? label : tr("%1 (no effect)").arg(label), &parent_);

@@ -49,6 +49,12 @@ class RenderSettingFields : public QObject {
   /// Without `hasEffect` the field says that no render here uses the setting.
   void addSwitch(QGridLayout& grid, LONG id, const QString& label, const QString& tip, bool hasEffect = true,
                  int indent = 0);
+  /// A box for each bit of a setting, with its name and its label. The setting's field holds the boxes.
+  struct Bit {
+    LONG bit;
+    QString name, label;
+  };
+  void addBits(QGridLayout& grid, LONG id, const std::vector<Bit>& bits);
   /// The field of a setting is enabled while this is true.
   void enable(LONG id, std::function<bool()> when) { entries_.at(id).enabled = std::move(when); }
 

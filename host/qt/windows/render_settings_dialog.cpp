@@ -39,6 +39,7 @@ RenderSettingsDialog::RenderSettingsDialog(Session& session, QWidget* parent)
   page(buildOutput(), tr("Output"));
   page(buildQuality(), tr("Quality"));
   page(buildOptions(), tr("Options"));
+  page(buildLayers(), tr("Multi-Pass"));
   effects_ = new RenderEffectsPage(session_, this);
   page(effects_, tr("Effects"));
 
@@ -335,6 +336,25 @@ QWidget* RenderSettingsDialog::buildOptions() {
   QGridLayout* save = fields_.addGroup(page, tr("Saving"));
   fields_.addSwitch(*save, RDATA_SAVEIMAGE, tr("Save the picture"), tr("Save in the Picture Viewer instead."),
                     false);
+  static_cast<QVBoxLayout*>(page->layout())->addStretch(1);
+  return page;
+}
+
+QWidget* RenderSettingsDialog::buildLayers() {
+  auto* page = new QWidget(this);
+  page->setLayout(new QVBoxLayout);
+  QGridLayout* layers = fields_.addGroup(page, tr("Layers"));
+  std::vector<RenderSettingFields::Bit> bits;
+  for (const LayerInfo& layer : layerTable())
+    bits.push_back({static_cast<LONG>(layer.bit), QString::fromLatin1(layer.name), tr(layer.label)});
+  fields_.addBits(*layers, render::layersSetting, bits);
+  auto* note =
+      new QLabel(tr("Renders of the standard engine fill these layers beside the picture. OpenEXR files hold "
+                    "them."),
+                 page);
+  note->setWordWrap(true);
+  setRole(note, "dim");
+  layers->addWidget(note, layers->rowCount(), 0, 1, 2);
   static_cast<QVBoxLayout*>(page->layout())->addStretch(1);
   return page;
 }

@@ -51,6 +51,7 @@ class RenderSettingsDialog : public QDialog {
   QWidget* buildQuality();
   void addMotionBlur(QWidget* page);
   QWidget* buildOptions();
+  QWidget* buildLayers();
   QLayout* buildButtons();
   void addSize(QGridLayout& grid, LONG id, const QString& label);
   void addPresets(QGridLayout& grid);

@@ -40,7 +40,8 @@ float shareTowards(const Lamp& lamp, Vec3 direction, float distance) {
 } // namespace
 
 LightSet::LightSet(const std::vector<SnapshotLight>& lights, const RenderSettings& settings) {
-  for (const SnapshotLight& l : lights) {
+  for (std::uint32_t number = 0; number < lights.size(); ++number) {
+    const SnapshotLight& l = lights[number];
     const bool area = l.kind == LightKind::rectangle || l.kind == LightKind::disc;
     Lamp lamp{l.kind,
               Vec3(l.toWorld.off),
@@ -51,7 +52,8 @@ LightSet::LightSet(const std::vector<SnapshotLight>& lights, const RenderSetting
               std::cos(l.outerCone),
               l.outerCone,
               l.range,
-              l.shadows && settings.shadow && (area || l.radius > 0 || !settings.limitShadow)};
+              l.shadows && settings.shadow && (area || l.radius > 0 || !settings.limitShadow),
+              number};
     if (isBlack(lamp.intensity) || !finite(lamp.intensity) || !finite(lamp.position)) continue;
     if (area) addArea(l, lamp);
     findable_ = findable_ || lamp.findable();
@@ -221,6 +223,7 @@ bool LightSet::sampleAreaLamp(const Lamp& lamp, Vec3 position, Vec2 u, LightSamp
 
 bool LightSet::sampleLamp(const Lamp& lamp, Vec3 position, Vec2 u, LightSample& out) const {
   out.shadow = lamp.shadow;
+  out.lamp = static_cast<int>(lamp.number);
   if (lamp.area >= 0) return sampleAreaLamp(lamp, position, u, out);
   const Vec3 to = lamp.position - position;
   const float d2 = dot(to, to), d = std::sqrt(d2);
@@ -256,6 +259,7 @@ bool LightSet::sampleDistant(const LightPick& pick, float choice, Vec2 u, LightS
   const Lamp& lamp = distant_[chosen];
   chance = chanceOfDistant(lamp, pick);
   out.shadow = lamp.shadow;
+  out.lamp = static_cast<int>(lamp.number);
   out.distance = 1e30f;
   if (lamp.radius <= 0) {
     out.direction = -lamp.axis;

@@ -27,6 +27,7 @@ struct LightSample {
   Vec3 radiance;      // over the density: light added for a surface value of 1
   float pdf = 0;      // over solid angle, choice included; 0 when rays cannot find the light
   bool shadow = true;
+  int lamp = -1; // index of its light in the snapshot; -1: not a lamp
   int glow = -1; // index of a glowing triangle, whose emission at `spot` is a factor still missing; -1: none
   Vec2 spot;     // barycentric, on that triangle
 };
@@ -52,25 +53,25 @@ class LightSet {
   /// Samples a light by `choice` and a point of it by `u`; nothing when it does not reach the point.
   std::optional<LightSample> sample(const LightPick& pick, float choice, Vec2 u) const;
 
-  /// Radiance of the lights of finite size that a ray hits between two distances from `origin`, each times
-  /// `weight(pdf)` with the density of `sample`. `pick` is that of the origin.
-  template <class Weight>
-  Vec3 along(const LightPick& pick, Vec3 origin, Vec3 direction, float near, float far,
-             Weight&& weight) const {
-    Vec3 sum;
+  /// Calls `found(radiance, index in the snapshot)` for the lights of finite size that a ray hits between two
+  /// distances from `origin`, the radiance times `weight(pdf)` with the density of `sample`. `pick` is that
+  /// of the origin.
+  template <class Weight, class Found>
+  void along(const LightPick& pick, Vec3 origin, Vec3 direction, float near, float far, Weight&& weight,
+             Found&& found) const {
     // A little farther: a surface may lie in the plane of a light.
     tree_.alongRay(origin, direction, near, far * 1.0002f, [&](std::uint32_t leaf) {
       float density = 0;
       const Vec3 radiance = hit(lamps_[leaf], origin, direction, near, far, density);
-      if (!isBlack(radiance)) sum += radiance * weight(density * pick.near * chanceOf(leaf, pick.at));
+      if (!isBlack(radiance))
+        found(radiance * weight(density * pick.near * chanceOf(leaf, pick.at)), lamps_[leaf].number);
     });
-    if (far < 1e29f) return sum;
+    if (far < 1e29f) return;
     for (const Lamp& lamp : distant_) {
       float density = 0;
       const Vec3 radiance = hitDistant(lamp, direction, density);
-      if (!isBlack(radiance)) sum += radiance * weight(density * chanceOfDistant(lamp, pick));
+      if (!isBlack(radiance)) found(radiance * weight(density * chanceOfDistant(lamp, pick)), lamp.number);
     }
-    return sum;
   }
   /// Lamps and glowing triangles with a place.
   std::size_t count() const { return tree_.lightCount(); }
@@ -90,6 +91,7 @@ class LightSet {
     Vec3 intensity;
     float radius, cosInner, cosOuter, outer, range;
     bool shadow;
+    std::uint32_t number;   // among the snapshot's lights
     std::int32_t area = -1; // index into areas_; -1: not an area light
     bool hasSize() const { return radius > 0 || area >= 0; }
     bool findable() const { return hasSize() && shadow; } // by rays

@@ -286,6 +286,38 @@ Vec3 Bsdf::towardsLight(Vec3 wi, float lightPdf) const {
   return sum;
 }
 
+LobeShares Bsdf::sharesOf(const Values& values, Vec3 wi) const {
+  const Vec3 glass = values[glassLobe].f;
+  const bool reflected = dot(wi, geometric_) > 0;
+  const Vec3 diffuse = values[diffuseLobe].f + values[sheenLobe].f;
+  const Vec3 specular = values[coatLobe].f + values[specularLobe].f + (reflected ? glass : Vec3());
+  const Vec3 passed = values[throughLobe].f + (reflected ? Vec3() : glass);
+  const Vec3 sum = diffuse + specular + passed;
+  const auto share = [&sum](Vec3 part, float empty) {
+    const auto one = [empty](float a, float b) { return b > 1e-30f ? a / b : empty; };
+    return Vec3(one(part.x, sum.x), one(part.y, sum.y), one(part.z, sum.z));
+  };
+  return {share(diffuse, 1), share(specular, 0), share(passed, 0)};
+}
+
+LobeShares Bsdf::shares(Vec3 wi, float lightPdf) const {
+  Values v{};
+  values(wi, v);
+  if (separate_ && lightPdf > 0)
+    for (Value& one : v)
+      one.f *= powerHeuristic(lightPdf, one.pdf);
+  return sharesOf(v, wi);
+}
+
+LobeShares Bsdf::shares(const BsdfSample& sample) const {
+  Values v{};
+  if (sample.delta || separate_)
+    v[sample.lobe].f = Vec3(1.0f);
+  else
+    values(sample.wi, v);
+  return sharesOf(v, sample.wi);
+}
+
 bool Bsdf::sampleGlass(float choice, Vec2 u, Vec3& wi, Vec3& weight) const {
   const bool mirror = mirror_[glassLobe];
   const Vec3 h = mirror ? Vec3(0, 0, 1) : sampleVisibleNormal(wo_, alpha_, u);

@@ -51,6 +51,12 @@ struct SurfaceAxes {
   Vec3 normal, geometric, tangent{}, coatNormal{};
 };
 
+/// Shares of light by the kind of lobe that scatters it; the sum is 1 in every channel. Sheen counts as
+/// diffuse, coats and the mirror image in glass as specular, diffuse transmission as transmission.
+struct LobeShares {
+  Vec3 diffuse{1, 1, 1}, specular{}, transmission{};
+};
+
 struct BsdfSample {
   Vec3 wi;       // unit, world
   Vec3 weight;   // value times cosine over density; zero when nothing was sampled
@@ -76,6 +82,10 @@ class Bsdf {
   /// Value times |cosine| of all lobes that are not mirror-like, and the density of `sample`.
   Vec3 evaluate(Vec3 wi, float* pdf) const;
   BsdfSample sample(float lobeChoice, Vec2 u) const;
+  /// Shares of the lobes in the value of `towardsLight`.
+  LobeShares shares(Vec3 wi, float lightPdf) const;
+  /// Shares of the lobes in the weight of a sample.
+  LobeShares shares(const BsdfSample& sample) const;
 
   /// True when lights can be sampled: a lobe is not mirror-like.
   bool hasSmoothPart() const { return smooth_; }
@@ -90,6 +100,7 @@ class Bsdf {
   void valuesAbove(Vec3 local, Values& out) const;
   static Value reflectionValue(Vec3 wo, Vec3 wi, GgxAlpha alpha, Vec3 f0, Vec3 f90);
   static Value total(const Values& values);
+  LobeShares sharesOf(const Values& values, Vec3 wi) const;
   Value glassValue(Vec3 wi) const;
   Value sheetValue(Vec3 wi) const;
   bool sampleDirection(Lobe lobe, Vec2 u, Vec3& wi, Vec3& weight, bool& delta) const;

@@ -28,6 +28,8 @@ struct Path {
   Ray ray;
   RayCone cone;
   Sampler sampler;
+  LightParts* parts = nullptr; // of the result's colour; null: not wanted
+  bool catches = false;        // the first surface catches shadows
   PathResult result{};
   Vec3 throughput{1, 1, 1};
 
@@ -62,6 +64,7 @@ class PathTracer {
 
   PathResult trace(Path path) const {
     path.seeking = settings_.firstHits();
+    if (path.parts) path.parts->begin();
     for (int segment = 0; segment < mostSegments; ++segment) {
       const std::optional<Hit> hit = intersect(path);
       addLampsAlong(path, hit);
@@ -97,7 +100,8 @@ class PathTracer {
       sampleDirectLight(path, surface, exit, bsdf);
       if (!sampleLobe(path, surface, exit, bsdf, *hit) || !survivesRoulette(path)) break;
     }
-    if (!finite(path.result.color)) path.result.color = {};
+    if (!finite(path.result.color)) drop(path);
+    if (settings_.firstHits()) keepFinite(path.result);
     return path.result;
   }
 
@@ -135,6 +139,7 @@ class PathTracer {
     const StraightPass pass = straightPass(look, dot(s.normal, -path.ray.direction));
     if (path.sampler.next1() < pass.share) {
       path.throughput *= pass.tint;
+      if (path.parts && path.atCamera()) path.parts->passGlass();
       goThrough(path, s);
       path.tint *= pass.tint;
       return true;
@@ -178,8 +183,11 @@ class PathTracer {
     if (!path.atCamera() || path.result.alpha > 0) return;
     path.result.alpha = 1;
     path.result.object = hit.instance;
+    path.catches = path.parts && scene_.placed(hit).source->catchesShadows;
     if (!settings_.firstHits()) return;
     path.result.first.depth = path.travelled + hit.distance;
+    path.result.first.position = s.position;
+    path.result.first.uv = s.point.uv[0];
     path.result.first.material = scene_.indexOf(*s.material);
   }
 
@@ -211,11 +219,43 @@ class PathTracer {
     path.seeking = false;
   }
 
+  static void keepFinite(PathResult& result) {
+    FirstHit& first = result.first;
+    const bool good = finite(first.albedo) && finite(first.normal) && finite(first.position) &&
+                      std::isfinite(first.depth) && std::isfinite(first.uv.x) && std::isfinite(first.uv.y);
+    if (good) return;
+    const std::uint32_t material = first.material;
+    first = {};
+    first.material = material;
+    result.faulty = true;
+  }
+
   // --- Light that the path hits ---
 
-  void add(Path& path, Vec3 radiance, bool indirect) const {
+  // Gives what was added.
+  Vec3 add(Path& path, Vec3 radiance, bool indirect) const {
     const Vec3 c = path.throughput * radiance;
-    if (finite(c)) path.result.color += indirect ? atMost(c, settings_.clampIndirect) : c;
+    if (!finite(c)) {
+      path.result.faulty = true;
+      return {};
+    }
+    const Vec3 added = indirect ? atMost(c, settings_.clampIndirect) : c;
+    path.result.color += added;
+    return added;
+  }
+
+  // Light that the path met, of one group.
+  void addMet(Path& path, Vec3 radiance, LightWay visible, std::uint32_t group) const {
+    const Vec3 added = add(path, radiance, path.indirect());
+    if (!path.parts) return;
+    path.parts->met(added, path.bounces, visible);
+    if (path.parts->hasGroups()) path.parts->addToGroup(group, added);
+  }
+
+  static void drop(Path& path) {
+    path.result.color = path.result.sky = {};
+    path.result.faulty = true;
+    if (path.parts) path.parts->begin();
   }
 
   // Weight of light that the path hits, against a light sample with density `lightPdf`. With a density of 0
@@ -230,10 +270,35 @@ class PathTracer {
 
   void addLampsAlong(Path& path, const std::optional<Hit>& hit) const {
     if (path.atCamera() || path.caustic || !lights_.hasFindable()) return;
-    const Vec3 found = lights_.along(path.pick, path.vertex, path.ray.direction, path.travelled,
-                                     hit ? path.travelled + hit->distance : 1e30f,
-                                     [&](float pdf) { return hitWeight(path, pdf); });
-    if (!isBlack(found)) add(path, found, path.indirect());
+    const bool grouped = path.parts && path.parts->hasGroups();
+    const float far = hit ? path.travelled + hit->distance : 1e30f;
+    const Vec3 found = lampsAlong(path, far, [&](Vec3 light, std::uint32_t lamp) {
+      if (grouped) path.parts->noteLamp(scene_.groups().ofLight(lamp), light);
+    });
+    if (isBlack(found)) return;
+    const Vec3 added = add(path, found, path.indirect());
+    if (!path.parts) return;
+    if (path.catches && path.bounces == 1) path.parts->catchArrived(path.throughput * found);
+    path.parts->met(added, path.bounces, LightWay::emission);
+    if (grouped) path.parts->addLamps(ratio(added, found));
+  }
+
+  template <class Found>
+  Vec3 lampsAlong(const Path& path, float far, Found&& found) const {
+    Vec3 sum;
+    lights_.along(
+        path.pick, path.vertex, path.ray.direction, path.travelled, far,
+        [&](float pdf) { return hitWeight(path, pdf); },
+        [&](Vec3 light, std::uint32_t lamp) {
+          sum += light;
+          found(light, lamp);
+        });
+    return sum;
+  }
+
+  static Vec3 ratio(Vec3 a, Vec3 b) {
+    const auto one = [](float x, float y) { return y > 0 ? x / y : 0; };
+    return {one(a.x, b.x), one(a.y, b.y), one(a.z, b.z)};
   }
 
   void addSky(Path& path) const {
@@ -241,12 +306,17 @@ class PathTracer {
     if (!sky.present() || (path.atCamera() && !sky.seenByCamera())) return;
     Vec3 radiance = sky.radiance(path.ray.direction);
     if (path.caustic) radiance = atMost(radiance, skyCaustic * maxComponent(sky.mean()));
-    const float weight = lights_.samplesSky() && path.pdf > 0
-                             ? hitWeight(path, lights_.skyPdf(path.pick, path.ray.direction))
-                             : 1;
-    add(path, radiance * weight, path.indirect());
+    const float weight = skyWeight(path);
+    if (path.catches && path.bounces == 1) path.parts->catchArrived(path.throughput * radiance * weight);
+    addMet(path, radiance * weight, LightWay::sky, scene_.groups().ofSky());
     if (path.result.alpha == 0) path.result.sky = path.result.color;
     noteSky(path, radiance);
+  }
+
+  float skyWeight(const Path& path) const {
+    return lights_.samplesSky() && path.pdf > 0
+               ? hitWeight(path, lights_.skyPdf(path.pick, path.ray.direction))
+               : 1;
   }
 
   static Vec3 unlitColor(const Surface& s) {
@@ -259,7 +329,7 @@ class PathTracer {
   void addEmission(Path& path, const Surface& s, const Hit& hit) const {
     const SurfaceMaterial& source = *s.material->source;
     if (source.unlit) {
-      add(path, unlitColor(s), path.indirect());
+      addMet(path, unlitColor(s), LightWay::emission, groupOf(s));
       return;
     }
     if (!s.material->emits || path.caustic) return;
@@ -271,7 +341,29 @@ class PathTracer {
       const float facing = std::abs(dot(s.geometric, path.ray.direction));
       weight = hitWeight(path, lights_.glowPdf(path.pick, glow, path.travelled + hit.distance, facing));
     }
-    add(path, radiance * weight, path.indirect());
+    addMet(path, radiance * weight, LightWay::emission, groupOf(s));
+  }
+
+  std::uint32_t groupOf(const Surface& s) const {
+    return scene_.groups().ofMaterial(scene_.indexOf(*s.material));
+  }
+  std::uint32_t groupOf(const LightSample& light) const {
+    const LightGroups& groups = scene_.groups();
+    if (light.glow >= 0) {
+      const GlowTriangle& t = lights_.glow(light.glow);
+      const PlacedMesh& placed = scene_.placed({0, 0, 0, t.instance, t.primitive});
+      return groups.ofMaterial(scene_.indexOf(scene_.materialOf(placed, t.primitive)));
+    }
+    return light.lamp >= 0 ? groups.ofLight(static_cast<std::uint32_t>(light.lamp)) : groups.ofSky();
+  }
+
+  // Light from beyond the scene along a ray that left a shadow catcher, as if nothing were in its way.
+  void catchOpenLight(Path& path) const {
+    if (!path.catches || path.bounces != 1) return;
+    Vec3 light = lampsAlong(path, 1e30f, [](Vec3, std::uint32_t) {});
+    const RenderSky& sky = scene_.sky();
+    if (sky.present()) light += sky.radiance(path.ray.direction) * skyWeight(path);
+    path.parts->catchOpen(path.throughput * light);
   }
 
   // --- Scattering ---
@@ -326,11 +418,22 @@ class PathTracer {
       value *= glowRadiance(scene_, *light);
       if (isBlack(value)) return;
     }
+    const bool caught = path.catches && path.bounces == 0;
+    if (caught) path.parts->catchOpen(path.throughput * value);
     if (light->shadow) {
       value *= passedLight(path, s, exit, *light);
       if (isBlack(value)) return;
     }
-    add(path, value, path.wideScatters >= 1);
+    if (caught) path.parts->catchArrived(path.throughput * value);
+    const Vec3 added = add(path, value, path.wideScatters >= 1);
+    if (path.parts) noteSampled(path, added, *light, bsdf, pdf);
+  }
+
+  void noteSampled(Path& path, Vec3 added, const LightSample& light, const Bsdf& bsdf, float pdf) const {
+    LightParts& parts = *path.parts;
+    parts.sampled(added, path.bounces,
+                  parts.wantsShares(path.bounces) ? bsdf.shares(light.direction, pdf) : LobeShares());
+    if (parts.hasGroups()) parts.addToGroup(groupOf(light), added);
   }
 
   Vec3 passedLight(Path& path, const Surface& s, const Exit& exit, const LightSample& light) const {
@@ -347,6 +450,7 @@ class PathTracer {
     const BsdfSample next =
         bsdf.sample(choice, path.atCamera() ? path.sampler.besidePlace() : path.sampler.next2());
     if (isBlack(next.weight)) return false;
+    if (path.parts && path.parts->wantsShares(path.bounces)) path.parts->scatter(bsdf.shares(next));
     path.throughput *= next.weight;
     if (path.seeking) path.tint *= atMost(next.weight, 1);
     if (next.lobe == glassLobe && !exit.leavesAbove(next.wi)) goThrough(path, s);
@@ -370,6 +474,7 @@ class PathTracer {
     path.vertex = exit.leavesAbove(next.wi) ? exit.position : s.position;
     path.ray = {exit.origin(s, next.wi), next.wi, 0, 1e30f, path.ray.time};
     ++path.bounces;
+    catchOpenLight(path);
     return true;
   }
 
@@ -389,8 +494,8 @@ class PathTracer {
 } // namespace
 
 PathResult tracePath(const RayScene& scene, const RenderSettings& settings, const Ray& camera, RayCone cone,
-                     const Sampler& sampler) {
-  return PathTracer(scene, settings).trace({camera, cone, sampler});
+                     const Sampler& sampler, LightParts* parts) {
+  return PathTracer(scene, settings).trace({camera, cone, sampler, parts});
 }
 
 } // namespace host::render

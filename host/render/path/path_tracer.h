@@ -1,6 +1,7 @@
 // Path tracing: the light that a camera ray brings back. Any worker; nothing is kept between calls.
 #pragma once
 
+#include "light_parts.h"
 #include "ray_scene.h"
 #include "render_settings.h"
 #include "sampler.h"
@@ -14,6 +15,8 @@ struct FirstHit {
                                 // colour where no surface is
   Vec3 normal;                  // unit, world, on the viewer's side; 0 for the sky
   float depth = 0;              // metres from the camera along the ray; 0: no surface
+  Vec3 position;                // of the first surface, from the scene's origin
+  Vec2 uv;                      // its first texture coordinates
   std::uint32_t material = ~0u; // index in the snapshot; ~0: no surface
 };
 
@@ -24,11 +27,12 @@ struct PathResult {
   std::uint32_t rays = 0;     // traced for it, of every kind
   Vec3 sky{};                 // the part of the colour that comes from the visible sky, past all surfaces
   FirstHit first{};
+  bool faulty = false; // its light or its first hit was not finite and counts as 0
 };
 
 /// Follows a path from the camera. `cone` is the area covered by the ray. The sampler has drawn the camera's
-/// dimensions.
+/// dimensions. `parts`, unless null, gets the colour's parts.
 PathResult tracePath(const RayScene& scene, const RenderSettings& settings, const Ray& camera, RayCone cone,
-                     const Sampler& sampler);
+                     const Sampler& sampler, LightParts* parts = nullptr);
 
 } // namespace host::render

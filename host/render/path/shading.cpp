@@ -312,6 +312,7 @@ std::vector<CompiledMaterial> MaterialCompiler::compile(const std::vector<Textur
     const SurfaceMaterial& m = *materials_[i];
     CompiledMaterial& c = out[i];
     c.source = materials_[i];
+    c.readsUv[0] = (settings.wantedLayers() & uvLayer) != 0; // a layer of the film
     for (const MaterialShade& shade : materialShades) {
       c.*shade.to = make((m.*shade.from).get(), shade.space, textures);
       for (const int set : {0, 1})

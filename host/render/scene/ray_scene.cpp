@@ -127,6 +127,7 @@ BuiltScene<RayScene> RayScene::build(SnapshotPtr snapshot, const RenderSettings&
   scene->materials_ = compiler.compile(textures.list, settings);
   scene->sky_ = RenderSky(s.sky, skyPicture ? textures.list[skyPlace] : nullptr);
 
+  scene->groups_ = LightGroups(s);
   scene->lights_ = LightSet(s.lights, settings);
   if (scene->sky_.present()) scene->lights_.setSky(&scene->sky_);
   for (std::uint32_t i = 0; i < scene->placed_.size(); ++i)
@@ -167,6 +168,7 @@ std::vector<MeshPtr> RayScene::placeMeshes() {
     toWorld.off = toWorld * Vector(center.x, center.y, center.z);
     placed_.push_back({instance.mesh.get(), &instance, center, Transform(toWorld), det < 0 ? -1.0f : 1.0f});
     meshes.push_back(instance.mesh);
+    catches_ = catches_ || instance.catchesShadows;
   }
   moves_ = !s.camera.motion.empty();
   const Vec3 diagonal = Vec3(s.high) - Vec3(s.low);

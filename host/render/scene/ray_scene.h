@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "built_scene.h"
+#include "light_groups.h"
 #include "light_set.h"
 #include "placed_mesh.h"
 #include "render_camera.h"
@@ -57,6 +58,9 @@ class RayScene final : public OcclusionQuery {
   float openness(Vec3 position, Vec3 normal, float distance, Vec2 u, float time) const override;
 
   const PlacedMesh& placed(const Hit& hit) const { return placed_[hit.instance]; }
+  std::size_t placedCount() const { return placed_.size(); }
+  /// True when the film notes the shadows on an object.
+  bool catchesShadows() const { return catches_; }
   const CompiledMaterial& materialOf(const PlacedMesh& placed, std::uint32_t primitive) const;
   /// Index of one of the scene's materials in the snapshot.
   std::uint32_t indexOf(const CompiledMaterial& material) const {
@@ -66,6 +70,7 @@ class RayScene final : public OcclusionQuery {
   int glowIndex(const Hit& hit) const;
 
   const LightSet& lights() const { return lights_; }
+  const LightGroups& groups() const { return groups_; }
   const RenderSky& sky() const { return sky_; }
   /// The snapshot, moved to the origin.
   const Snapshot& snapshot() const { return *snapshot_; }
@@ -91,11 +96,13 @@ class RayScene final : public OcclusionQuery {
   std::vector<CompiledMaterial> materials_;
   RenderSky sky_;
   LightSet lights_;
+  LightGroups groups_;
   float size_ = 1;
   float room_ = 1e17f; // limit of the coordinates' sum at a ray's origin
   bool filters_ = false;
   bool moves_ = false;
   bool quick_ = false;
+  bool catches_ = false;
 };
 
 } // namespace host::render

@@ -50,8 +50,9 @@ Matrix withoutScale(const Matrix& m) {
 struct Inherited {
   Matrix world;
   int level = 0; // of subdivision
-  bool seen = true, shadows = true;
+  bool seen = true, shadows = true, catches = false;
   bool active = false;
+  std::uint32_t asset = 0;            // the topmost parent's name
   const NodeState* texture = nullptr; // the tag for surfaces without a tag of their own
 };
 
@@ -79,6 +80,7 @@ class Taker {
   bool takeObject(const ObjectState& object, const Inherited& here);
   void addInstance(const ObjectState& object, MeshPtr mesh, const Inherited& here);
   int materialIndex(const NodeState* tag);
+  std::uint32_t nameIndex(const NodeState& node);
   void takeLight(const ObjectState& object, const Matrix& world);
   void takeSky(const ObjectState& object);
   void takeCamera();
@@ -91,6 +93,7 @@ class Taker {
   const LONG variant_; // of materials
   std::shared_ptr<Snapshot> snapshot_;
   std::unordered_map<Identity, int> materials_;
+  std::unordered_map<std::string, std::uint32_t> names_;
   std::vector<std::string> missing_;
   bool glows_ = false;
 };
@@ -99,6 +102,7 @@ Inherited inherit(const ObjectState& object, const Inherited& above, LONG varian
   Inherited here = above;
   here.world = above.world * object.local;
   here.active = above.active || (object.bits & BIT_ACTIVE) != 0;
+  here.catches = above.catches || param::flag(object, param::objectShadowCatcher);
   for (const NodeState* tag = object.tags.first(); tag; tag = tag->next) {
     if (tag->type == Tcompositing) {
       here.seen = here.seen && param::flag(*tag, param::compositingSeen);
@@ -117,7 +121,8 @@ bool Taker::walk(const NodeList& list, const Inherited& above) {
     const auto& object = static_cast<const ObjectState&>(*node);
     if (!param::flag(object, options_.forEditor ? param::objectVisibleEditor : param::objectVisibleRender))
       continue;
-    const Inherited here = inherit(object, above, variant_);
+    Inherited here = inherit(object, above, variant_);
+    if (&list == &document_.children) here.asset = nameIndex(object);
     if (!takeObject(object, here)) return false;
     Inherited below = here;
     below.level = levelBelow(object, above.level, options_.lod);
@@ -158,6 +163,9 @@ void Taker::addInstance(const ObjectState& object, MeshPtr mesh, const Inherited
   instance.seenByCamera = here.seen;
   instance.castsShadows = here.shadows;
   instance.isFloor = object.type == Ofloor;
+  instance.catchesShadows = here.catches;
+  instance.name = nameIndex(object);
+  instance.asset = here.asset;
   for (std::size_t group = 0; group < mesh->groups.size(); ++group) {
     const NodeState* chosen = nullptr; // the last tag that covers the group
     for (const NodeState* tag = object.tags.first(); tag; tag = tag->next) {
@@ -176,6 +184,13 @@ void Taker::addInstance(const ObjectState& object, MeshPtr mesh, const Inherited
     instance.toWorld = here.world * matrixOf(*object.placements, copy);
     snapshot_->instances.push_back(instance);
   }
+}
+
+std::uint32_t Taker::nameIndex(const NodeState& node) {
+  const auto next = static_cast<std::uint32_t>(snapshot_->names.size());
+  const auto [it, isNew] = names_.try_emplace(node.name.GetUTF8(), next);
+  if (isNew) snapshot_->names.push_back(it->first);
+  return it->second;
 }
 
 int Taker::materialIndex(const NodeState* tag) {
@@ -211,6 +226,7 @@ void Taker::takeLight(const ObjectState& object, const Matrix& world) {
   const LONG shadow = param::integer(object, param::lightShadow);
   light.shadows = shadow != 0;
   light.radius = shadow == 1 ? 0 : std::max(number(object, param::lightRadius), 0.0F);
+  light.group = param::text(object, param::lightGroup).GetUTF8();
   snapshot_->lights.push_back(light);
 }
 
@@ -227,6 +243,7 @@ void Taker::takeSky(const ObjectState& object) {
   sky.ground = color(object, param::skyGround, strength);
   sky.rotation = number(object, param::skyRotation);
   sky.seenByCamera = param::flag(object, param::skySeen);
+  sky.group = param::text(object, param::skyGroup).GetUTF8();
   if (sky.kind != SkyKind::picture) return;
   if (options_.textures && object.picture && object.picture->bytes) {
     sky.picture = object.picture;

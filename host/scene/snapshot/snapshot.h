@@ -108,7 +108,8 @@ struct SurfaceMaterial {
   Float3 diffuseTransmissionColor{1, 1, 1};
   ShadePtr diffuseTransmissionColorShade;
   bool doubleSided = true;
-  bool unlit = false; // shows baseColor as it is
+  bool unlit = false;     // shows baseColor as it is
+  std::string lightGroup; // of its own light; may be empty
 };
 using SurfaceMaterialPtr = std::shared_ptr<const SurfaceMaterial>;
 
@@ -121,6 +122,8 @@ struct Instance {
   bool isFloor = false;
   std::vector<Matrix> motion;  // toWorld while the shutter is open, at even steps; empty: it stands still
   std::vector<MeshPtr> shapes; // the mesh at the same steps; empty: it keeps its shape
+  bool catchesShadows = false; // the film notes the shadows on it
+  std::uint32_t name = 0, asset = 0; // indices into Snapshot::names: of the object, and of its topmost parent
 };
 
 enum class LightKind : std::uint8_t { point, spot, distant, rectangle, disc };
@@ -137,6 +140,7 @@ struct SnapshotLight {
   float radius = 0; // of its sphere in metres (point, spot); half angle in radians (distant); 0: hard shadows
   float width = 1, height = 1; // metres, above 0: of a rectangle; of a disc the width is its diameter
   bool shadows = true;
+  std::string group; // of lights, for layers of the film; may be empty
 };
 
 struct SnapshotCamera {
@@ -168,10 +172,12 @@ struct SnapshotSky {
   PicturePtr picture;      // latitude-longitude, linear, times color
   float rotation = 0;      // about y, radians
   bool seenByCamera = true;
+  std::string group; // of lights; may be empty
 };
 
 struct Snapshot {
   std::vector<Instance> instances;
+  std::vector<std::string> names{""};        // of objects
   std::vector<SurfaceMaterialPtr> materials; // never empty: 0 is the default material
   std::vector<SnapshotLight> lights;
   SnapshotCamera camera;

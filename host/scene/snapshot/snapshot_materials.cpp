@@ -140,6 +140,7 @@ class MaterialBuilder {
     fillFinish();
     to_.doubleSided = param::flag(from_, param::doubleSided);
     to_.unlit = param::flag(from_, param::unlit);
+    to_.lightGroup = param::text(from_, param::materialLightGroup).GetUTF8();
     return std::make_shared<const SurfaceMaterial>(std::move(to_));
   }
 

@@ -6,6 +6,7 @@
 #include "animation.h"
 #include "attribute_table.h"
 #include "node_lookup.h"
+#include "parameters.h"
 #include "scene_file.h"
 
 namespace host {
@@ -78,9 +79,16 @@ bool writeVector(NodeState& node, const AttributeEntry& entry, const GeData& val
   return true;
 }
 
-bool writeText(NodeState& node, const String& text) {
+bool writeName(NodeState& node, const String& text) {
   if (!text.Content() || node.name == text) return false;
   node.name = text;
+  return true;
+}
+
+bool writeText(NodeState& node, const AttributeEntry& entry, const String& text) {
+  if (entry.parameter == 0) return writeName(node, text);
+  if (param::text(node, entry.parameter) == text) return false;
+  node.data.SetString(entry.parameter, text);
   return true;
 }
 
@@ -104,7 +112,7 @@ bool writeAttribute(NodeState& node, const AttributeEntry& entry, const GeData& 
   const Attribute& shape = entry.shape;
   switch (shape.kind) {
   case AttributeKind::text:
-    return writeText(node, value.GetString());
+    return writeText(node, entry, value.GetString());
   case AttributeKind::file:
     return writePicture(static_cast<ObjectState&>(node), value.GetFilename());
   case AttributeKind::boolean:
@@ -132,7 +140,7 @@ bool writeAttribute(NodeState& node, const AttributeEntry& entry, const GeData& 
 
 bool renameNode(BaseDocument& document, Identity node, const String& name) {
   NodeState* state = findNode(stateIn(document), node);
-  return state && writeText(*state, name);
+  return state && writeName(*state, name);
 }
 
 bool setAttribute(BaseDocument& document, std::span<const Identity> nodes, AttributeId attribute,

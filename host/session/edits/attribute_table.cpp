@@ -85,6 +85,9 @@ void addObjects(Table& table) {
       .add(Id::name, Kind::text, "Name")
       .add(Id::visibleEditor, Kind::boolean, "Visible in Editor", param::objectVisibleEditor)
       .add(Id::visibleRender, Kind::boolean, "Visible in Renders", param::objectVisibleRender);
+  for (const LONG type : {Opolygon, Ofloor, Onull})
+    table.of(NodeKind::object, type, "Object")
+        .add(Id::shadowCatcher, Kind::boolean, "Shadow Catcher", param::objectShadowCatcher);
   table.of(NodeKind::object, Osds, "Object").add(Id::generator, Kind::boolean, "Generator");
   table.of(NodeKind::object, 0, "Coordinates")
       .add(Id::position, Kind::vector, "Position")
@@ -135,7 +138,8 @@ void addLights(Table& table) {
       .unit("m")
       .when(0, 0)
       .add(Id::lightShadow, Kind::choice, "Shadow", param::lightShadow)
-      .choices({"None", "Hard", "Soft"});
+      .choices({"None", "Hard", "Soft"})
+      .add(Id::lightGroup, Kind::text, "Light Group", param::lightGroup);
 }
 
 void addCameras(Table& table) {
@@ -193,7 +197,8 @@ void addSurroundings(Table& table) {
       .when(0, 0)
       .add(Id::skyStrength, Kind::real, "Strength", param::skyStrength)
       .range(0, most, 0, 4, 0.05)
-      .add(Id::skySeen, Kind::boolean, "Seen by Camera", param::skySeen);
+      .add(Id::skySeen, Kind::boolean, "Seen by Camera", param::skySeen)
+      .add(Id::skyGroup, Kind::text, "Light Group", param::skyGroup);
   table.of(NodeKind::object, Ofloor, "Floor")
       .add(Id::floorSize, Kind::real, "Half Size", param::floorSize)
       .range(1e-3, 1e9, 0, 0, 1)
@@ -269,7 +274,8 @@ void addMaterials(Table& table) {
   part(Id::materialSpecular, "Specular", param::specular);
   part(Id::materialClearcoat, "Clear Coat", param::clearcoat);
   part(Id::materialClearcoatRoughness, "Clear Coat Roughness", param::clearcoatRoughness);
-  table.add(Id::materialDoubleSided, Kind::boolean, "Double Sided", param::doubleSided);
+  table.add(Id::materialDoubleSided, Kind::boolean, "Double Sided", param::doubleSided)
+      .add(Id::materialLightGroup, Kind::text, "Light Group", param::materialLightGroup);
   addFinish(table);
   addBody(table);
 }
@@ -341,6 +347,8 @@ GeData readAttribute(const NodeState& node, const AttributeEntry& entry) {
   }
   const LONG id = entry.parameter;
   switch (entry.shape.kind) {
+  case AttributeKind::text:
+    return GeData(param::text(node, id));
   case AttributeKind::boolean:
     return GeData::FromBool(param::flag(node, id) ? TRUE : FALSE);
   case AttributeKind::integer:

@@ -21,6 +21,7 @@ enum class AttributeId {
   rotation,
   scale,
   generator, // objects that generate
+  shadowCatcher,
   // lights
   lightKind,
   lightColor,
@@ -30,6 +31,7 @@ enum class AttributeId {
   lightInnerCone,
   lightOuterCone,
   lightShadow,
+  lightGroup,
   // cameras
   cameraProjection,
   cameraFieldOfView,
@@ -49,6 +51,7 @@ enum class AttributeId {
   skyRotation,
   skyStrength,
   skySeen,
+  skyGroup,
   floorSize,
   subdivisionLevel,
   // materials
@@ -81,6 +84,7 @@ enum class AttributeId {
   materialDoubleSided,
   lightWidth,
   lightHeight,
+  materialLightGroup,
 };
 
 enum class AttributeKind { boolean, integer, real, vector, color, choice, text, file };

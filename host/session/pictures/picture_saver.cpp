@@ -6,6 +6,7 @@
 #include "console.h"
 #include "failures.h"
 #include "picture_formats.h"
+#include "picture_origin.h"
 #include "viewed_bitmap.h"
 
 namespace host {
@@ -59,7 +60,9 @@ bool savePicture(const BaseBitmap& picture, const Filename& file, std::string* e
   if (!plain && !(viewed && viewedCopy(picture, ViewTransform(view), straight, *viewed)))
     return refuse(name + "was not saved: not enough memory. Use a smaller picture.");
   const std::size_t before = failureCount();
-  if ((plain ? picture : *viewed).Save(file, format->filter, nullptr, SAVEBIT_ALPHA) == IMAGERESULT_OK)
+  BaseContainer options;
+  putOrigin(options, picture);
+  if ((plain ? picture : *viewed).Save(file, format->filter, &options, SAVEBIT_ALPHA) == IMAGERESULT_OK)
     return true;
   if (failureCount() > before)
     if (std::string sentence = failureWith(file); !sentence.empty()) return refuse(std::move(sentence));

@@ -24,8 +24,8 @@ struct PictureFormat {
 const std::vector<PictureFormat>& pictureFormats(); // PNG, TIFF, JPEG, OpenEXR, WebP
 
 /// Saves by the file's suffix (png, tif, tiff, jpg, jpeg, jpe, exr, webp); OpenEXR holds the linear film when
-/// the picture has one; the others show its film through the view. The file is replaced whole. False with a
-/// sentence in `error`. Any thread.
+/// the picture has one, with its layers; the others show its film through the view. The file says where the
+/// picture comes from and is replaced whole. False with a sentence in `error`. Any thread.
 bool savePicture(const BaseBitmap& picture, const Filename& file, std::string* error,
                  const ViewSettings& view = {});
 

@@ -12,9 +12,9 @@ class FirstHits {
   /// Keeps what these layers and the denoiser need for so many pixels.
   FirstHits(const RenderSettings& settings, std::size_t pixels) {
     if (!settings.firstHits()) return;
-    const unsigned looks = albedoLayer | normalLayer;
-    if (settings.denoise != Denoising::off || (settings.layers & looks)) looks_.resize(pixels);
-    if (settings.layers & ~looks) places_.resize(pixels);
+    const unsigned wanted = settings.wantedLayers();
+    if (settings.denoises() || (wanted & (albedoLayer | normalLayer))) looks_.resize(pixels);
+    if (wanted & (depthLayer | positionLayer | uvLayer | objectLayer | materialLayer)) places_.resize(pixels);
   }
 
   void add(std::size_t pixel, const PathResult& sample) {
@@ -31,6 +31,15 @@ class FirstHits {
     const Place& place = places_[pixel];
     return place.hits > 0 ? place.depth / static_cast<float>(place.hits) : 0;
   }
+  /// Likewise, in the world. `origin`: the scene's.
+  Vec3 position(std::size_t pixel, const Vector& origin) const {
+    const Place& place = places_[pixel];
+    if (place.hits == 0) return {};
+    const Vec3 mean = place.position / static_cast<float>(place.hits);
+    return Vec3(Vector(mean.x, mean.y, mean.z) + origin);
+  }
+  /// Of the first sample; 0 when it met no surface.
+  Vec2 uv(std::size_t pixel) const { return places_[pixel].uv; }
   /// Of the first sample, counted from 1; 0 when it met no surface.
   std::uint32_t object(std::size_t pixel) const { return places_[pixel].object; }
   std::uint32_t material(std::size_t pixel) const { return places_[pixel].material; }
@@ -51,14 +60,18 @@ class FirstHits {
     std::int32_t hits = 0;
     bool begun = false;
     std::uint32_t object = 0, material = 0;
+    Vec3 position;
+    Vec2 uv;
     void add(const PathResult& sample) {
       if (!begun) {
         begun = true;
         object = sample.object + 1; // ~0 becomes 0
         material = sample.first.material + 1;
+        uv = sample.first.uv;
       }
       if (sample.alpha <= 0) return;
       depth += sample.first.depth;
+      position += sample.first.position;
       ++hits;
     }
   };

@@ -1,0 +1,80 @@
+#include "layer_sums.h"
+
+#include <utility>
+
+#include "cryptomatte.h"
+
+namespace host::render {
+namespace {
+
+void set(const FilmLayerPtr& layer, std::size_t pixel, Vec3 value) {
+  if (layer) layer->set(pixel, &value.x);
+}
+void set(const FilmLayerPtr& layer, std::size_t pixel, float value) {
+  if (layer) layer->set(pixel, &value);
+}
+
+} // namespace
+
+LayerSums::LayerSums(const RenderSettings& settings, const RayScene& scene, std::size_t pixels)
+    : wanted_(settings.wantedLayers()), scene_(scene), hits_(settings, pixels),
+      lights_(settings, scene.groups(), pixels), mattes_(settings, scene, pixels),
+      shadows_(settings, scene, pixels) {
+}
+
+void LayerSums::addLayers(Film& film) {
+  const std::pair<LayerBit, FilmLayerPtr&> single[] = {
+      {albedoLayer, albedo_},     {normalLayer, normal_},   {depthLayer, depth_},
+      {positionLayer, position_}, {uvLayer, uv_},           {objectLayer, object_},
+      {materialLayer, material_}, {samplesLayer, samples_}, {noiseLayer, noise_}};
+  for (const auto& [bit, layer] : single) {
+    const LayerInfo& info = layerInfo(bit);
+    if (wanted_ & bit) layer = film.addLayer(info.name, info.channels);
+  }
+  lights_.addLayers(film);
+  mattes_.addLayers(film);
+  shadows_.addLayers(film);
+  nameNumbers(film);
+}
+
+// "object_id/names" and "material_id/names": JSON objects with a name for each number.
+void LayerSums::nameNumbers(Film& film) const {
+  const Snapshot& snapshot = scene_.snapshot();
+  const auto note = [&film](const char* key, std::size_t count, auto&& name) {
+    std::string names = "{";
+    for (std::size_t i = 0; i < count; ++i)
+      names += (i == 0 ? "\"" : ",\"") + std::to_string(i + 1) + "\":" + jsonText(name(i));
+    film.setNote(key, names + "}");
+  };
+  if (wanted_ & objectLayer)
+    note("object_id/names", scene_.placedCount(), [&](std::size_t i) {
+      return snapshot.names[scene_.placed({0, 0, 0, static_cast<std::uint32_t>(i), 0}).source->name];
+    });
+  if (wanted_ & materialLayer)
+    note("material_id/names", snapshot.materials.size(),
+         [&](std::size_t i) { return snapshot.materials[i]->name; });
+}
+
+void LayerSums::put(std::size_t filmPixel, std::size_t pixel, const PixelEstimate& estimate) {
+  shadows_.put(filmPixel, pixel);
+  if (wanted_ == 0) return;
+  if (albedo_) set(albedo_, filmPixel, hits_.albedo(pixel));
+  if (normal_) set(normal_, filmPixel, hits_.normal(pixel));
+  if (depth_) set(depth_, filmPixel, hits_.depth(pixel));
+  if (position_) set(position_, filmPixel, hits_.position(pixel, scene_.origin()));
+  if (object_) set(object_, filmPixel, static_cast<float>(hits_.object(pixel)));
+  if (material_) set(material_, filmPixel, static_cast<float>(hits_.material(pixel)));
+  set(samples_, filmPixel, static_cast<float>(estimate.count()));
+  if (uv_) {
+    const Vec2 uv = hits_.uv(pixel);
+    uv_->set(filmPixel, &uv.x);
+  }
+  lights_.put(filmPixel, pixel, estimate);
+  mattes_.put(filmPixel, pixel);
+}
+
+void LayerSums::putNoise(std::size_t filmPixel, float error) {
+  set(noise_, filmPixel, error);
+}
+
+} // namespace host::render

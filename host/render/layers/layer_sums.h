@@ -1,0 +1,51 @@
+// All that a render sums up for the film's layers, and the writing of it. Each pixel is written by one thread
+// at a time.
+#pragma once
+
+#include "first_hits.h"
+#include "light_sums.h"
+#include "matte_sums.h"
+#include "ray_scene.h"
+#include "shadow_sums.h"
+
+namespace host::render {
+
+class LayerSums {
+ public:
+  /// For so many pixels of the region. Only what the settings ask for takes memory and time.
+  LayerSums(const RenderSettings& settings, const RayScene& scene, std::size_t pixels);
+
+  const FirstHits& hits() const { return hits_; }
+  /// Whether paths are traced with parts.
+  bool wantsParts() const { return lights_.any() || shadows_.any(); }
+  LightParts makeParts() const { return lights_.makeParts(); }
+
+  /// `parts` are those of the sample, with `wantsParts`.
+  void add(std::size_t pixel, const PathResult& sample, const LightParts* parts, float weight) {
+    hits_.add(pixel, sample);
+    if (lights_.any()) lights_.add(pixel, *parts, weight);
+    if (shadows_.any()) shadows_.add(pixel, *parts);
+    if (mattes_.any()) mattes_.add(pixel, sample, weight);
+  }
+
+  /// Adds the layers to the film.
+  void addLayers(Film& film);
+  /// Writes a pixel with samples into the film.
+  void put(std::size_t filmPixel, std::size_t pixel, const PixelEstimate& estimate);
+  /// The standard error of a pixel, when the picture is finished.
+  void putNoise(std::size_t filmPixel, float error);
+  bool wantsNoise() const { return noise_ != nullptr; }
+
+ private:
+  void nameNumbers(Film& film) const;
+
+  unsigned wanted_;
+  const RayScene& scene_;
+  FirstHits hits_;
+  LightSums lights_;
+  MatteSums mattes_;
+  ShadowSums shadows_;
+  FilmLayerPtr albedo_, normal_, depth_, position_, uv_, object_, material_, samples_, noise_;
+};
+
+} // namespace host::render
