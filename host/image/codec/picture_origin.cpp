@@ -40,6 +40,8 @@ PictureOrigin originOf(const FilterJob& job) {
   const BaseContainer list = job.options->GetContainer(saverOrigin);
   for (LONG id = 0; list.GetData(id).GetType() == DA_STRING; id += 2)
     origin.emplace_back(list.GetString(id).GetUTF8(), list.GetString(id + 1).GetUTF8());
+  // A scene or a camera without a name; PNG files hold no empty texts.
+  std::erase_if(origin, [](const auto& entry) { return entry.second.empty(); });
   return origin;
 }
 

@@ -15,8 +15,7 @@ constexpr float skyCaustic = 4;         // limit of the sky in a mirror with cau
 constexpr float creviceReach = 0.1f;    // of ambient occlusion, in sizes of the scene
 constexpr int mostSegments = 256;       // surfaces passed straight through included
 constexpr int sureBounces = 3;          // before Russian roulette may end a path
-constexpr std::size_t manyLights =
-    32; // from this number on, surfaces seen by the camera take two light samples
+constexpr std::size_t manyLights = 32;  // from here on, the first surface takes two light samples
 
 Vec3 atMost(Vec3 c, float limit) {
   const float m = maxComponent(c);
