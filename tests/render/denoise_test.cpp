@@ -1,6 +1,7 @@
 // Denoising of finished renders.
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cmath>
 #include <cstring>
 
@@ -95,10 +96,10 @@ TEST(Denoise, Live) {
     const auto film = filmOf(*target.bitmap);
     return film ? film->findLayer(film_layers::denoised) : nullptr;
   };
-  bool shown = false;
+  std::atomic<bool> shown = false; // told by one worker, asked by all
   render::RenderHooks hooks;
   hooks.progress = [&](double) { shown = layer() != nullptr; }; // of a tile after the denoised picture
-  hooks.stopped = [&] { return shown; };
+  hooks.stopped = [&] { return shown.load(); };
   const render::RenderReport report = render::renderSnapshot({scene.snapshot, how, target.bitmap, hooks});
   EXPECT_EQ(report.outcome, render::RenderOutcome::stopped);
   ASSERT_TRUE(shown);
