@@ -254,7 +254,7 @@ def compare_capture(run):
 
     studio.menu("Render", "Render Settings...")
     studio.get(name="renderSettings")
-    for _ in range(3):  # to the last page
+    for _ in range(4):  # to the last page
         studio.key("ctrl+Tab")
     studio.click(name="addEffect")
     studio.click(**{"class": "QAction", "text": "lmPostData*"})
