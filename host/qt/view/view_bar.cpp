@@ -16,6 +16,12 @@ namespace {
 
 constexpr double keyStep = 0.5; // stops
 
+void addLabel(QToolBar& bar, const QString& text) {
+  auto* label = new QLabel(text, &bar);
+  label->setContentsMargins(metrics::groupSpace, 0, metrics::grid, 0);
+  bar.addWidget(label);
+}
+
 NumberField* addNumber(QToolBar& bar, const QString& name, const QString& tip, double least, double most,
                        int decimals, double step, const QString& suffix) {
   auto* field = new NumberField(&bar);
@@ -26,7 +32,7 @@ NumberField* addNumber(QToolBar& bar, const QString& name, const QString& tip, d
   field->setToolTip(tip);
   field->setAccessibleName(name);
   field->setFixedWidth(72);
-  bar.addWidget(new QLabel(name, &bar));
+  addLabel(bar, name);
   bar.addWidget(field);
   return field;
 }
@@ -64,7 +70,7 @@ void ViewBar::addFields(QToolBar& bar) {
   exposure_->setDecimals(2);
   exposure_->setToolTip(tr("Exposure in stops: one more is twice the light (E, Shift+E)"));
   exposure_->setFixedWidth(190);
-  bar.addWidget(new QLabel(tr("Exposure"), &bar));
+  addLabel(bar, tr("Exposure"));
   bar.addWidget(exposure_);
   gamma_ = addNumber(bar, tr("Gamma"), tr("Above 1 brightens the middle tones of the display."),
                      ViewSettings::leastGamma, ViewSettings::mostGamma, 2, 0.05, {});
