@@ -1,5 +1,5 @@
 // Numbers and descriptions of ID mattes (Friedman and Jones 2015, "Fully automatic ID mattes with support for
-// motion blur and transparency"; the conventions of files: Cryptomatte specification 1.2). Any thread.
+// motion blur and transparency"; the conventions of files: Cryptomatte 1.2). Any thread.
 #pragma once
 
 #include <cstdint>
