@@ -10,9 +10,9 @@ set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
 set(CMAKE_LIBRARY_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/lib")
 set(LUMENARA_PLUGIN_DIR "${CMAKE_BINARY_DIR}/plugins/Lumenara")
 
-# Programs find the host's library relative to themselves, so that a build folder can be moved or packed.
+# Programs find the host's library relative to themselves, so that a build folder can be moved. Install.cmake does the same for
+# installed programs.
 set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)
-set(CMAKE_INSTALL_RPATH "$ORIGIN/../lib")
 # A change inside the host's library does not link its users again.
 set(CMAKE_LINK_DEPENDS_NO_SHARED ON)
 

@@ -84,7 +84,7 @@ function(lumenara_part folder name)
   target_link_libraries(lumenara_${name} PRIVATE host_library ${arg_LINKS})
   target_link_options(lumenara_${name} PRIVATE -Wl,--no-undefined)
   add_dependencies(lumenara_host lumenara_${name})
-  install(TARGETS lumenara_${name} LIBRARY DESTINATION lib)
+  install(TARGETS lumenara_${name} LIBRARY DESTINATION "${LUMENARA_INSTALL_LIB}" COMPONENT batch)
 endfunction()
 
 # Stops when a folder uses what Rules.cmake does not allow, however its CMakeLists.txt came to link it.

@@ -1,8 +1,10 @@
 #!/usr/bin/env python3
 """Draws the project's icons from vector art into res/gui/. Usage: make_icons.py [FOLDER] [--preview FOLDER]
+       make_icons.py --desktop FOLDER --sizes N...
 
 The art lives on a grid of 16 units with strokes of 1.5; pictures are 32 pixels wide, the error sign 64.
 `--preview` also writes each picture enlarged, on the dark and the light window colour, as a PNG to look at.
+`--desktop` draws the program's icon alone, as NxN/apps/lumenara-studio.png of an icon theme.
 Needs nothing but Python 3.
 """
 
@@ -95,12 +97,26 @@ def write_preview(folder, name, rows, zoom=8):
     (folder / f"{name}.png").write_bytes(art.png_bytes(out, 3))
 
 
+def write_desktop(folder, sizes):
+    """The program's icon in the folders of an icon theme."""
+    for size in sizes:
+        place = folder / f"{size}x{size}" / "apps"
+        place.mkdir(parents=True, exist_ok=True)
+        rows = art.rasterise(mark(), size, samples=max(4, 128 // size))
+        (place / "lumenara-studio.png").write_bytes(art.png_bytes(rows, 4))
+
+
 def main():
     root = pathlib.Path(__file__).resolve().parent.parent
     parser = argparse.ArgumentParser(description="Draws the project's icons.")
     parser.add_argument("folder", nargs="?", type=pathlib.Path, default=root / "res" / "gui")
     parser.add_argument("--preview", type=pathlib.Path)
+    parser.add_argument("--desktop", type=pathlib.Path)
+    parser.add_argument("--sizes", type=int, nargs="+", default=[])
     options = parser.parse_args()
+    if options.desktop:
+        write_desktop(options.desktop, options.sizes)
+        return
     for folder in filter(None, (options.folder, options.preview)):
         folder.mkdir(parents=True, exist_ok=True)
     for name, (draw, size) in PICTURES.items():

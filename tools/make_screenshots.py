@@ -183,21 +183,21 @@ class Photographer:
             self.away()
             self.save(self.viewer_place(), self.manual(name))
         self.studio.menu("History", "View Difference")
-        self.studio.get(name="pictureViewer", seconds=30)
+        self.studio.get(name="frameBuffer", seconds=30)
         time.sleep(2)
         self.away()
-        self.save(self.studio.get(name="pictureViewer")["place"], self.manual("difference"))
+        self.save(self.studio.get(name="frameBuffer")["place"], self.manual("difference"))
 
     def pictures(self):
-        """The Picture Viewer with a render of the scene's own size."""
+        """The Frame Buffer with a render of the scene's own size."""
         self.start(viewer=False)
-        self.studio.menu("Render", "Render to Picture Viewer")
-        self.studio.get(name="pictureViewer", seconds=30)
+        self.studio.menu("Render", "Render to Frame Buffer")
+        self.studio.get(name="frameBuffer", seconds=30)
         time.sleep(4)
         wait_for("the end of the render", lambda: not self.studio.busy(), 400, 0.5)
         time.sleep(2)
         self.away()
-        self.save(self.studio.get(name="pictureViewer")["place"], self.manual("picture-viewer"))
+        self.save(self.studio.get(name="frameBuffer")["place"], self.manual("frame-buffer"))
 
     def dialogs(self):
         """Every dialog of the plug-in, with what a user sees first."""

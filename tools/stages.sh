@@ -51,13 +51,14 @@ print_stages() {
   printf '%s\n' "${STAGES[@]}"
 }
 
-# run_tests PRESET [CTEST ARGUMENTS]: runs tests, JOBS processes at a time, and keeps ctest's output in test.log.
+# run_tests PRESET [CTEST ARGUMENTS]: runs tests and keeps ctest's output in test.log. One process more than JOBS runs: scenarios of
+# the real program wait more than they compute.
 run_tests() {
   local build="$ROOT/build/$1"
   shift
   set -o pipefail
   rm -rf "$build/tests/shards" "$build/test.log"
-  ctest --test-dir "$build" -j "$JOBS" --output-on-failure --no-tests=error "$@" </dev/null 2>&1 | tee "$build/test.log"
+  ctest --test-dir "$build" -j "$((JOBS + 1))" --output-on-failure --no-tests=error "$@" </dev/null 2>&1 | tee "$build/test.log"
 }
 
 # test_report PRESET: counts the cases of the last run and lists its slowest tests. Fails when no test ran.

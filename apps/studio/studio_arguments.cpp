@@ -2,6 +2,8 @@
 
 #include <CLI/CLI.hpp>
 
+#include "describe_options.h"
+
 StudioArguments parseStudioArguments(int argc, const char* const* argv) {
   StudioArguments given;
   CLI::App app("Lumenara Studio: a scene editor for glTF with an interactive render viewer.",
@@ -13,6 +15,7 @@ StudioArguments parseStudioArguments(int argc, const char* const* argv) {
                  "Folder for settings and plug-ins (default: LUMENARA_HOME, else the user's data folder)")
       ->type_name("DIR");
   app.set_version_flag("--version", "lumenara-studio " LUMENARA_VERSION);
+  addDescription(app);
   try {
     app.parse(argc, argv);
   } catch (const CLI::CallForHelp&) {

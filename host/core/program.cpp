@@ -9,6 +9,7 @@
 #include "file_path.h"
 #include "main_loop.h"
 #include "platform.h"
+#include "program_folder.h"
 #include "worker_threads.h"
 
 namespace host {
@@ -41,7 +42,7 @@ Filename absolute(const Filename& file) {
 Filename chooseStartupPath(const ProgramOptions& options) {
   if (options.startupPath.Content()) return absolute(options.startupPath);
   const Filename folder = platform::programPath().GetDirectory();
-  return folder.GetFileString() == "bin" ? folder.GetDirectory() : folder;
+  return folder.GetFileString() == "bin" ? programFolder() : folder;
 }
 
 } // namespace

@@ -19,12 +19,12 @@
 namespace host {
 
 struct ProgramOptions {
-  Filename startupPath;        // empty: the folder that holds the program's bin/, else the program's own
+  Filename startupPath;        // empty: of a program in bin/, programFolder(), else the program's own folder
   Filename home;               // empty: LUMENARA_HOME, else the user's data folder (home.h)
   UserInterface* ui = nullptr; // not owned
   Clock* clock = nullptr;      // not owned; null: the system's
   int cpuCount = 0;            // processors for render workers; 0: all
-  bool loadModules = true;     // plugins/*/ beside bin/, and in the write path
+  bool loadModules = true;     // plugins/*/ of the startup path and of the write path
   std::vector<PluginUnit> linkedPlugins; // started before the modules, in this order
   std::FILE* consoleEcho = stderr;       // null: lines go to listeners only
   bool printFailures = true;             // failed writes are lines on the console (failures.h)

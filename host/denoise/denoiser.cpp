@@ -11,8 +11,8 @@
 #include "hdr_transfer.h"
 #include "network_library.h"
 #include "part.h"
-#include "platform.h"
 #include "portable_results.h"
+#include "program_folder.h"
 #include "read_file.h"
 #include "worker_threads.h"
 
@@ -141,7 +141,7 @@ std::optional<std::vector<float>> run(const NoisyPicture& picture, Network& netw
 }
 
 Filename defaultWeights() {
-  return platform::libraryPath().GetDirectory().GetDirectory() + "share" + "lumenara" + "denoise";
+  return programFolder() + "denoise";
 }
 
 } // namespace

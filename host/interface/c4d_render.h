@@ -64,7 +64,8 @@ inline constexpr LONG RDATA_RENDERREGION_LEFT = 7005;
 inline constexpr LONG RDATA_RENDERREGION_TOP = 7006;
 inline constexpr LONG RDATA_RENDERREGION_RIGHT = 7007;
 inline constexpr LONG RDATA_RENDERREGION_BOTTOM = 7008;
-/// (LONG, 1 to 1048576, 64; ours) Most samples a pixel.
+/// (LONG, 1 to 1048576, 64; ours) Samples a pixel: the most for each with even samples; with samples by noise
+/// the whole picture costs as many.
 inline constexpr LONG RDATA_MAXSAMPLES = 7100;
 /// (Real, 0 to 1 of the displayed brightness, 0.01; ours) A pixel with a smaller estimated error stops early;
 /// 0: no pixel does.

@@ -2,6 +2,7 @@
 
 #include "display_transform.h"
 #include "vecmath.h"
+#include "view_transform.h"
 
 namespace host::render {
 namespace {
@@ -30,10 +31,11 @@ bool isWhole(const Region& region, const BaseBitmap& bitmap) {
 
 FilmWriter::FilmWriter(BaseBitmap& bitmap)
     : bitmap_(bitmap), film_(filmFor(bitmap)), sky_(film_->findLayer(film_layers::sky)),
-      denoised_(film_->findLayer(film_layers::denoised)) {
+      denoised_(film_->findLayer(film_layers::denoised)), view_(film_->view()) {
 }
 
 FilmWriter::FilmWriter(BaseBitmap& bitmap, const RenderSettings& settings, bool sky) : FilmWriter(bitmap) {
+  film_->setSamples(nullptr);
   if (isWhole(settings.region, bitmap)) {
     for (const FilmLayerPtr& layer : film_->layers())
       film_->removeLayer(layer->name());
@@ -41,6 +43,8 @@ FilmWriter::FilmWriter(BaseBitmap& bitmap, const RenderSettings& settings, bool 
     sky_ = denoised_ = nullptr;
     film_->showDenoised(settings.denoise != Denoising::off);
   }
+  showThrough(bitmap, settings.view);
+  view_ = film_->view();
   const bool wanted = (settings.wantedLayers() & skyLayer) != 0;
   if (sky || wanted) sky_ = film_->addLayer(film_layers::sky, "RGB", !wanted);
 }
@@ -80,8 +84,10 @@ void FilmWriter::putDenoised(int x, int y, const float rgb[3]) {
 
 void FilmWriter::show(int x, int y) {
   float rgba[4];
+  unsigned char codes[3];
   film_->getShown(x, y, rgba);
-  bitmap_.SetPixel(x, y, toDisplay(rgba[0]), toDisplay(rgba[1]), toDisplay(rgba[2]));
+  view_->show(rgba, codes, 1);
+  bitmap_.SetPixel(x, y, codes[0], codes[1], codes[2]);
 }
 
 } // namespace host::render

@@ -15,7 +15,8 @@ class FilmWriter {
   /// Keeps the film of the bitmap; without one, makes a film that agrees with the pixels of the bitmap.
   explicit FilmWriter(BaseBitmap& bitmap);
   /// Likewise, and the film gets a layer of the sky when the camera sees one (`sky`) or the settings ask for
-  /// it. A render of the whole picture leaves no layers of earlier renders.
+  /// it. A render of the whole picture leaves no layers of earlier renders. The bitmap shows the settings'
+  /// view from now on, also where it is not rendered.
   FilmWriter(BaseBitmap& bitmap, const RenderSettings& settings, bool sky);
 
   /// A linear colour and its coverage (film.h), inside the bitmap. `sky`: the sky's part of it, or null.
@@ -37,6 +38,7 @@ class FilmWriter {
   BaseBitmap& bitmap_;
   std::shared_ptr<Film> film_;
   FilmLayerPtr sky_, denoised_;
+  std::shared_ptr<const ViewTransform> view_;
   bool holds_ = false;
 };
 

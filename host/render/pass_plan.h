@@ -12,8 +12,9 @@ namespace host::render {
 /// and later a quarter of the time so far.
 class PassPlan {
  public:
-  explicit PassPlan(int samples) : samples_(samples) {}
-  /// Samples a pixel after the last pass; 0 at first.
+  /// `done`: samples a pixel that are there before the first pass.
+  explicit PassPlan(int samples, int done = 0) : samples_(samples), done_(done) {}
+  /// Samples a pixel after the last pass.
   int done() const { return done_; }
   bool finished() const { return done_ >= samples_; }
 
@@ -32,7 +33,7 @@ class PassPlan {
 
  private:
   static constexpr double shortestMs = 100;
-  int samples_, done_ = 0;
+  int samples_, done_;
   double sampleMs_ = 0, spentMs_ = 0;
 };
 

@@ -19,9 +19,19 @@ class PixelEstimate {
     sky_ += weight * sample.sky;
     alpha_ += weight * sample.alpha;
     weight_ += weight;
+    rays_ += sample.rays;
     ++count_;
   }
   int count() const { return count_; }
+
+  /// Lists the members for a SampleWriter or a SampleReader.
+  template <class Archive>
+  void archive(Archive& archive) {
+    archive(color_), archive(sky_), archive(half_), archive(alpha_), archive(weight_), archive(halfWeight_);
+    archive(count_), archive(halfCount_), archive(rays_);
+  }
+  /// Of a pixel with samples, unless its values were made up.
+  bool plausible() const { return count_ > 0 && halfCount_ >= 0 && halfCount_ < count_; }
 
   /// The mean: a linear colour and its coverage. Only with samples.
   void mean(float rgba[4]) const {
@@ -47,10 +57,22 @@ class PixelEstimate {
   float squaredError() const {
     if (count_ < 2) return 0;
     const float n = static_cast<float>(count_), left = static_cast<float>(halfCount_);
-    const float first = toneOf(half_ * divisor(halfWeight_, halfCount_));
-    const float second = toneOf((color_ - half_) * divisor(weight_ - halfWeight_, count_ - halfCount_));
-    return left * (n - left) / (n * n) * (first - second) * (first - second);
+    return left * (n - left) / (n * n) * sqr(toneOf(firstHalf()) - toneOf(secondHalf()));
   }
+
+  /// The variance of a sample as a display shows it, in the mean of the channels: of the same two halves. 0
+  /// with less than two samples, and where the mean is so far beyond white that many more would show the
+  /// same.
+  float displayedVariance() const {
+    if (count_ < 2) return 0;
+    const float n = static_cast<float>(count_), left = static_cast<float>(halfCount_);
+    constexpr float part = 0.25f; // of the halves' difference: its size with sixteen times the samples
+    const Vec3 mean = color_ * divisor(weight_, count_), away = (firstHalf() - secondHalf()) * (0.5f * part);
+    const Vec3 apart = (displayOf(mean + away) - displayOf(mean - away)) * (1 / part);
+    return left * (n - left) / n * dot(apart, apart) / 3;
+  }
+  /// Rays of a sample in the mean: its cost. Only with samples.
+  float raysOfSample() const { return static_cast<float>(rays_) / static_cast<float>(count_); }
 
  private:
   // Filters have negative lobes: division by the weights keeps even areas even.
@@ -58,12 +80,20 @@ class PixelEstimate {
     const float n = static_cast<float>(count);
     return 1 / (weight > 0.25f * n ? weight : n);
   }
+  Vec3 firstHalf() const { return half_ * divisor(halfWeight_, halfCount_); }
+  Vec3 secondHalf() const { return (color_ - half_) * divisor(weight_ - halfWeight_, count_ - halfCount_); }
   // Roughly the brightness that a display shows for a linear colour.
   static float toneOf(Vec3 c) { return std::sqrt(clamp01(luminance(c))); }
+  // Roughly the sRGB values of a linear colour: the root, with the curve's slope of 12.9 at black.
+  static Vec3 displayOf(Vec3 c) {
+    const auto shown = [](float v) { return std::sqrt(clamp01(v) + 0.0015f); };
+    return {shown(c.x), shown(c.y), shown(c.z)};
+  }
 
   Vec3 color_, sky_, half_; // half_: the first samples, up to the last power of two below the count
   float alpha_ = 0, weight_ = 0, halfWeight_ = 0;
   std::int32_t count_ = 0, halfCount_ = 0;
+  std::uint32_t rays_ = 0;
 };
 
 } // namespace host::render

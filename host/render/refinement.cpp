@@ -6,6 +6,7 @@
 
 #include "path_kernel.h"
 #include "software_preview.h"
+#include "surface_shading.h"
 #include "worker_threads.h"
 
 namespace host::render {
@@ -13,7 +14,6 @@ namespace {
 
 constexpr int tileSize = 32;
 constexpr int leastSamples = 16; // before a pixel's noise is estimated
-constexpr int noiseReach = 2;    // of the neighbourhood that it is estimated from
 constexpr float loneNoise = 9;   // a pixel's own squared error counts from so many times the threshold's
 
 // The software preview takes the pixel's centre, and with anti-aliasing four fixed places more.
@@ -63,18 +63,19 @@ Refinement::Refinement(const RayScene& scene, const RenderRequest& request)
     : scene_(scene), request_(request), settings_(request.settings), hooks_(request.hooks),
       width_(settings_.region.width()), height_(settings_.region.height()), samples_(samplesOf(settings_)),
       camera_(scene.snapshot().camera, request.bitmap->GetBw(), request.bitmap->GetBh(),
-              request.settings.preview ? 1 : request.settings.samples),
+              request.settings.preview ? 1 : request.settings.plannedSamples()),
       filter_(settings_.filter),
       film_(*request.bitmap, settings_, scene.sky().present() && scene.sky().seenByCamera()),
       pixels_(static_cast<std::size_t>(width_) * static_cast<std::size_t>(height_)),
+      noise_(pixels_, width_, height_),
+      goals_(pixels_.size(), samples_, settings_.preview || settings_.spread == SampleSpread::evenly),
       layers_(settings_, scene, pixels_.size()), denoiser_(request, film_, layers_.hits()),
       progress_(hooks_.progress) {
   const std::size_t count = pixels_.size();
   layers_.addLayers(film_.film());
   flags_.resize(count);
   if (settings_.antiAliasing == AntiAliasing::geometry && !settings_.preview) objects_.resize(count);
-  progress_.setTotal(
-      static_cast<double>(static_cast<std::uint64_t>(count) * static_cast<std::uint64_t>(samples_)));
+  progress_.setTotal(static_cast<double>(count) * (samples_ - request.level));
 }
 
 bool Refinement::stopped() {
@@ -84,31 +85,48 @@ bool Refinement::stopped() {
   return true;
 }
 
+// The first picture: blocks, or what an earlier render has left.
+bool Refinement::begin(const std::function<bool()>& afterFirst) {
+  const bool goesOn = request_.samples != nullptr;
+  if (goesOn) restoreSamples();
+  if (goesOn ? !showRestored() : !coarsePass(8)) return false;
+  firstPixelsMs_ = request_.since.milliseconds();
+  if (hooks_.visible) hooks_.visible();
+  if (afterFirst && !afterFirst()) return false;
+  return goesOn || coarsePass(4);
+}
+
 bool Refinement::run(const std::function<bool()>& afterFirst) {
   addProgress(0);
-  if (!coarsePass(8)) return false;
-  firstPixelsMs_ = request_.since.milliseconds();
-  if ((afterFirst && !afterFirst()) || !coarsePass(4)) return false;
-  addProgress(cameraSamples_);
-  PassPlan plan(samples_);
+  if (!begin(afterFirst)) return false;
+  addProgress(static_cast<double>(cameraSamples_));
+  if (level_ > 0) settle(level_);
+  PassPlan plan(samples_, level_);
   LiveDenoising live(pixels_.size());
   const Stopwatch since;
   while (!plan.finished() && resting_ < pixels_.size()) {
     const Stopwatch pass;
     const double left = leftMs();
     if (left <= 0 && plan.done() > 0) break;
+    if (goals_.wantsDeal(plan.done())) dealSamples(plan.done());
     const int target = plan.next(left);
     if (!finePass(target)) return false;
     plan.passed(target, pass.milliseconds());
+    level_ = target;
     if (plan.finished()) break;
-    if (target == 1 && !objects_.empty()) findEdges();
-    const bool doubled = std::has_single_bit(static_cast<unsigned>(target));
-    if (doubled && target >= leastSamples && settings_.noise > 0 && !settings_.preview) restQuietPixels();
+    settle(target);
     if (!denoiseLive(live, target, since)) return false;
   }
   putNoise();
   endProgress();
   return true;
+}
+
+// Decides, by the samples so far, about those to come.
+void Refinement::settle(int level) {
+  if (level == 1 && !objects_.empty()) findEdges();
+  const bool doubled = std::has_single_bit(static_cast<unsigned>(level));
+  if (doubled && level >= leastSamples && settings_.noise > 0 && !settings_.preview) restQuietPixels();
 }
 
 // Until the time limit.
@@ -132,33 +150,28 @@ bool Refinement::denoise() {
   return denoiser_.run(denoise::Effort::final);
 }
 
-std::vector<Refinement::Tile> Refinement::makeTiles(int size) const {
-  std::vector<Tile> tiles;
-  for (int y = 0; y < height_; y += size)
-    for (int x = 0; x < width_; x += size)
-      tiles.push_back({x, y, std::min(x + size, width_), std::min(y + size, height_)});
-  // From the middle outwards: viewers look at the middle first.
-  const auto far = [&](const Tile& t) {
-    const int dx = t.left + t.right - width_, dy = t.top + t.bottom - height_;
-    return static_cast<long long>(dx) * dx + static_cast<long long>(dy) * dy;
-  };
-  std::stable_sort(tiles.begin(), tiles.end(), [&](const Tile& a, const Tile& b) { return far(a) < far(b); });
-  return tiles;
-}
-
 template <class Work>
-bool Refinement::eachTile(const std::vector<Tile>& tiles, Work&& work) {
-  std::atomic<std::size_t> next{0};
-  const int count = std::min(workerCount(), static_cast<int>(std::min<std::size_t>(tiles.size(), 1024)));
+bool Refinement::eachTile(int size, Work&& work) {
+  TileOrder tiles(settings_.region, request_.bitmap->GetBw(), request_.bitmap->GetBh(), size);
+  const int count = std::min(workerCount(), static_cast<int>(std::min<std::size_t>(tiles.count(), 1024)));
   runOnWorkers(count, [&](int) {
-    for (std::size_t i; !broken_.load(std::memory_order_relaxed) && (i = next.fetch_add(1)) < tiles.size();)
-      if (!work(tiles[i])) break;
+    while (!broken_.load(std::memory_order_relaxed)) {
+      const std::optional<Tile> tile = tiles.next();
+      if (!tile || !work(*tile)) break;
+    }
   });
   return !broken_.load(std::memory_order_relaxed);
 }
 
+bool Refinement::showRestored() {
+  return eachTile(tileSize, [&](const Tile& tile) {
+    commit(tile);
+    return !stopped();
+  });
+}
+
 bool Refinement::coarsePass(int block) {
-  return eachTile(makeTiles(tileSize * 2), [&](const Tile& tile) { return coarseTile(tile, block); });
+  return eachTile(tileSize * 2, [&](const Tile& tile) { return coarseTile(tile, block); });
 }
 
 // The first sample of a pixel in the middle stands for each block; the blocks lie on the picture's own grid,
@@ -181,23 +194,24 @@ bool Refinement::coarseTile(const Tile& tile, int block) {
   return true;
 }
 
-bool Refinement::finePass(int target) {
-  return eachTile(makeTiles(tileSize), [&](const Tile& tile) { return fineTile(tile, target); });
+bool Refinement::finePass(int level) {
+  return eachTile(tileSize, [&](const Tile& tile) { return fineTile(tile, level); });
 }
 
-bool Refinement::fineTile(const Tile& tile, int target) {
+bool Refinement::fineTile(const Tile& tile, int level) {
   TileCount count(*this);
   for (int y = tile.top; y < tile.bottom; ++y)
     for (int x = tile.left; x < tile.right; ++x) {
       const std::size_t i = index(x, y);
       if (flags_[i] & resting) continue;
-      while (pixels_[i].count() < target) {
+      const int goal = goals_.at(i, level);
+      while (pixels_[i].count() < goal) {
         if (stopped()) return false;
         takeSample(x, y, count);
       }
     }
   commit(tile);
-  addProgress(count.samples());
+  addProgress(progressOfSample_ * static_cast<double>(count.samples()));
   return true;
 }
 
@@ -215,7 +229,8 @@ void Refinement::takeSample(int x, int y, TileCount& count) {
 Refinement::Spread Refinement::spreadOf(std::uint8_t flags) const {
   const bool wide = settings_.antiAliasing == AntiAliasing::best ||
                     (settings_.antiAliasing == AntiAliasing::geometry && (flags & edge));
-  return wide ? Spread::filter : samples_ > 1 ? Spread::pixel : Spread::centre;
+  if (wide) return Spread::filter;
+  return settings_.plannedSamples() > 1 ? Spread::pixel : Spread::centre;
 }
 
 Refinement::Place Refinement::placeSample(Vec2 centre, Spread spread, Sampler& sampler) const {
@@ -234,10 +249,12 @@ Refinement::PixelSample Refinement::samplePixel(int x, int y, int number, Spread
                                                 LightParts* parts) const {
   const int px = x + settings_.region.left, py = y + settings_.region.top;
   const Vec2 centre{static_cast<float>(px) + 0.5f, static_cast<float>(py) + 0.5f};
-  if (settings_.preview)
-    return {tracePreview(scene_, settings_, camera_.ray(previewPlace(centre, number)), camera_.cone())};
+  if (settings_.preview) {
+    const auto trace = settings_.showsSurfaces() ? traceSurface : tracePreview;
+    return {trace(scene_, settings_, camera_.ray(previewPlace(centre, number)), camera_.cone())};
+  }
   Sampler sampler(static_cast<std::uint32_t>(px), static_cast<std::uint32_t>(py), settings_.seed,
-                  static_cast<std::uint32_t>(number));
+                  settings_.firstSample + static_cast<std::uint32_t>(number));
   const Place place = placeSample(centre, spread, sampler);
   const Vec2 lens = camera_.hasOpening() ? sampler.next2() : Vec2(0.5f, 0.5f);
   const float time = scene_.moves() ? sampler.next1() : 0;
@@ -260,19 +277,12 @@ void Refinement::commit(const Tile& tile) {
   if (hooks_.endTile) hooks_.endTile();
 }
 
-template <class Visit>
-void Refinement::eachAround(int x, int y, int reach, Visit&& visit) const {
-  for (int ny = std::max(0, y - reach); ny <= std::min(height_ - 1, y + reach); ++ny)
-    for (int nx = std::max(0, x - reach); nx <= std::min(width_ - 1, x + reach); ++nx)
-      visit(index(nx, ny));
-}
-
 // A pixel lies on an edge when the first sample of a neighbour hit another object.
 void Refinement::findEdges() {
   for (int y = 0; y < height_; ++y)
     for (int x = 0; x < width_; ++x) {
       const std::uint32_t own = objects_[index(x, y)];
-      eachAround(x, y, 1, [&](std::size_t i) {
+      noise_.eachAround(x, y, 1, [&](std::size_t i) {
         if (objects_[i] != own) flags_[index(x, y)] |= edge;
       });
     }
@@ -282,48 +292,44 @@ void Refinement::findEdges() {
 void Refinement::restQuietPixels() {
   const std::vector<float> noise = squaredNoise();
   const float threshold = settings_.noise * settings_.noise;
-  std::uint64_t spared = 0;
+  double spared = 0;
   for (std::size_t i = 0; i < pixels_.size(); ++i) {
     if (flags_[i] & (resting | edge)) continue; // edges between objects take all samples
+    if (pixels_[i].count() < leastSamples) continue;
     if (noise[i] > threshold || pixels_[i].squaredError() > loneNoise * threshold) continue;
     flags_[i] |= resting;
     ++resting_;
-    spared += static_cast<std::uint64_t>(samples_ - pixels_[i].count());
+    if (goals_.even()) spared += samples_ - pixels_[i].count();
   }
   addProgress(spared);
 }
 
-// The mean squared error around a pixel, of the pixels without one of the flags.
-float Refinement::noiseAround(int x, int y, std::uint8_t except) const {
-  float sum = 0;
-  int count = 0;
-  eachAround(x, y, noiseReach, [&](std::size_t i) {
-    if (flags_[i] & except) return;
-    sum += pixels_[i].squaredError();
-    ++count;
-  });
-  return sum / static_cast<float>(std::max(1, count));
+// The share of pixels that rest is spared, not given to others. All rounds of a length are the same progress.
+void Refinement::dealSamples(int level) {
+  goals_.deal(level, noise_.demands());
+  double samples = 0;
+  for (std::size_t i = 0; i < pixels_.size(); ++i)
+    if (!(flags_[i] & resting)) samples += goals_.ofRound(i);
+  const double even = static_cast<double>(goals_.roundLength()) * static_cast<double>(pixels_.size());
+  progressOfSample_ = samples > 0 ? even / samples : 1;
 }
 
 void Refinement::putNoise() {
   if (!layers_.wantsNoise()) return;
   eachRow(height_, [&](int y) {
     for (int x = 0; x < width_; ++x)
-      layers_.putNoise(filmPixel(x, y), std::sqrt(noiseAround(x, y, 0)));
+      layers_.putNoise(filmPixel(x, y),
+                       std::sqrt(noise_.squaredError(x, y, [](std::size_t) { return true; })));
   });
 }
 
 // The mean squared error around each pixel, of the pixels that still take samples.
 std::vector<float> Refinement::squaredNoise() const {
   std::vector<float> noise(pixels_.size());
-  const auto row = [&](int y) {
+  const auto takes = [&](std::size_t i) { return !(flags_[i] & resting); };
+  eachRow(height_, [&](int y) {
     for (int x = 0; x < width_; ++x)
-      if (!(flags_[index(x, y)] & resting)) noise[index(x, y)] = noiseAround(x, y, resting);
-  };
-  std::atomic<int> next{0};
-  runOnWorkers(std::min(workerCount(), height_), [&](int) {
-    for (int y; (y = next.fetch_add(1)) < height_;)
-      row(y);
+      if (takes(index(x, y))) noise[index(x, y)] = noise_.squaredError(x, y, takes);
   });
   return noise;
 }
@@ -333,9 +339,9 @@ void Refinement::endProgress() {
   progress_.reach(1);
 }
 
-void Refinement::addProgress(std::uint64_t samples) {
+void Refinement::addProgress(double samples) {
   const std::lock_guard lock(hookMutex_);
-  progress_.add(static_cast<double>(samples));
+  progress_.add(samples);
   if (settings_.seconds > 0) progress_.reach(request_.since.milliseconds() / (1000 * settings_.seconds));
 }
 

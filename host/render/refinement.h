@@ -9,11 +9,14 @@
 #include "film_denoiser.h"
 #include "film_writer.h"
 #include "layer_sums.h"
+#include "noise_map.h"
 #include "pass_plan.h"
 #include "pixel_estimate.h"
 #include "pixel_filter.h"
 #include "progress_steps.h"
 #include "render_snapshot.h"
+#include "sample_goals.h"
+#include "tile_order.h"
 
 namespace host::render {
 
@@ -25,6 +28,8 @@ class Refinement {
   /// picture is there, of which no sample is kept; it may change the scene's structures, and false ends the
   /// run.
   bool run(const std::function<bool()>& afterFirst = {});
+  /// Gives the film the samples of the finished picture when the settings ask for it.
+  void keepSamples();
   /// Denoises the finished picture when the settings ask for it. False after a break: the noisy picture is
   /// then complete. A picture that cannot be denoised stays noisy, see `problem`.
   bool denoise();
@@ -41,9 +46,7 @@ class Refinement {
 
  private:
   enum Flag : std::uint8_t { resting = 1, edge = 2 };
-  struct Tile {
-    int left, top, right, bottom; // exclusive right and bottom, in the region
-  };
+  using Tile = RenderTile;
   // Placement of a pixel's samples: the centre, the whole pixel, or the reach of the filter.
   enum class Spread { centre, pixel, filter };
   struct Place {
@@ -56,13 +59,18 @@ class Refinement {
   };
   class TileCount;
 
+  bool begin(const std::function<bool()>& afterFirst);
+  bool showRestored();
+  void restoreSamples();
+  template <class Archive>
+  bool archive(Archive& archive, std::size_t pixel, const SampleLayout& layout);
+  void settle(int level);
   bool coarsePass(int block);
   bool coarseTile(const Tile& tile, int block);
-  bool finePass(int target);
-  bool fineTile(const Tile& tile, int target);
+  bool finePass(int level);
+  bool fineTile(const Tile& tile, int level);
   template <class Work>
-  bool eachTile(const std::vector<Tile>& tiles, Work&& work);
-  std::vector<Tile> makeTiles(int size) const;
+  bool eachTile(int size, Work&& work);
 
   Spread spreadOf(std::uint8_t flags) const;
   Place placeSample(Vec2 centre, Spread spread, Sampler& sampler) const;
@@ -73,11 +81,9 @@ class Refinement {
   void findEdges();
   void restQuietPixels();
   std::vector<float> squaredNoise() const;
-  float noiseAround(int x, int y, std::uint8_t except) const;
+  void dealSamples(int level);
   void putNoise();
-  template <class Visit>
-  void eachAround(int x, int y, int reach, Visit&& visit) const;
-  void addProgress(std::uint64_t samples);
+  void addProgress(double samples);
   void endProgress();
   double leftMs() const;
   bool stopped();
@@ -95,21 +101,25 @@ class Refinement {
   const RenderSettings& settings_;
   const RenderHooks& hooks_;
   const int width_, height_; // of the region
-  const int samples_;        // most samples a pixel
+  const int samples_;        // of a pixel: the most, or the last level of goals_
   RenderCamera camera_;
   PixelFilter filter_;
   FilmWriter film_;
   std::vector<PixelEstimate> pixels_;
+  NoiseMap noise_;
+  SampleGoals goals_;
   LayerSums layers_;
   FilmDenoiser denoiser_;
   std::vector<std::uint8_t> flags_;
+  int level_ = 0;                      // samples a pixel after the last pass, as PassPlan counts them
   std::size_t resting_ = 0;            // pixels that take no more samples
   std::vector<std::uint32_t> objects_; // of the first sample, for edges; empty without edge detection
   std::atomic<bool> broken_{false};
   std::atomic<std::uint64_t> rays_{0}, cameraSamples_{0}, faultySamples_{0};
   double firstPixelsMs_ = 0;
   std::mutex hookMutex_;   // hooks are called one at a time
-  ProgressSteps progress_; // in samples
+  ProgressSteps progress_; // in samples, if all pixels took the same number
+  double progressOfSample_ = 1;
 };
 
 } // namespace host::render

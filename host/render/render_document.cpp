@@ -6,13 +6,19 @@
 #include "c4d_events.h"
 #include "document.h"
 #include "failures.h"
+#include "film.h"
+#include "isolated_snapshot.h"
+#include "kept_render.h"
 #include "plugin_renders.h"
+#include "render_notices.h"
 #include "render_origin.h"
 #include "render_snapshot.h"
+#include "render_steering.h"
 #include "sampler.h"
 #include "snapshot_motion.h"
 #include "thread_context.h"
 #include "video_post_calls.h"
+#include "view_setting.h"
 
 namespace host::render {
 namespace {
@@ -32,10 +38,14 @@ class DocumentRender {
       : document_(document), container_(settings), progress_(progress), userData_(userData), bitmap_(bitmap),
         flags_(flags), thread_(thread), settings_(readSettings(settings, bitmap.GetBw(), bitmap.GetBh())) {
     readVideoPosts(document.GetActiveRenderData(), settings_);
+    settings_.view = readView(settings, &document);
     // Each frame has noise of its own; frame 0 keeps that of the seed.
     settings_.seed ^=
         hash32(static_cast<std::uint32_t>(time().GetFrame(static_cast<Real>(document.GetFps()))));
   }
+
+  /// Called when the first picture is complete.
+  void setVisible(std::function<void()> visible) { visible_ = std::move(visible); }
 
   RENDERRESULT run() {
     if (settings_.region.empty()) return RENDERRESULT_OK;
@@ -58,6 +68,7 @@ class DocumentRender {
       posts.open(VIDEOPOSTCALL_SUBFRAME);
       renderFrame(posts);
     }
+    noteRefusal();
     printProblems();
     reportProgress(error_ == RENDERRESULT_USERBREAK ? reported_ : 1, RENDERPROGRESSTYPE_AFTERRENDERING);
     const bool missing = report_.outcome == RenderOutcome::assetMissing;
@@ -98,7 +109,7 @@ class DocumentRender {
     options.activeOnly = container_.GetBool(RDATA_ACTIVEOBJECTONLY, FALSE);
     options.textures = container_.GetBool(RDATA_TEXTURES, TRUE);
     options.thread = thread_;
-    return takeSnapshot(document_, options);
+    return isolated(takeSnapshot(document_, options), document_, isolatedObjects());
   }
 
   void renderFrame(VideoPostCalls& posts) {
@@ -110,8 +121,13 @@ class DocumentRender {
     posts.open(VIDEOPOSTCALL_RENDER);
     if (error_ != RENDERRESULT_OK) return; // a post refused
     report_ = renderSnapshot({snapshot, settings_, &bitmap_, hooksFor(posts), since_});
-    if (const auto film = filmOf(bitmap_))
-      film->setOrigin(describeRender(document_, container_, settings_, time(), since_.milliseconds() / 1000));
+    const auto film = filmOf(bitmap_);
+    if (film && report_.outcome != RenderOutcome::refused) {
+      film->setNodes(cameraNode, {snapshot->camera.object});
+      RenderSettings done = settings_;
+      if (const int behind = samplesBehind(film->samples().get())) done.samples = behind;
+      film->setOrigin(describeRender(document_, container_, done, time(), since_.milliseconds() / 1000));
+    }
     // For posts a render with a missing picture is completed.
     if (error_ == RENDERRESULT_OK && report_.outcome != RenderOutcome::assetMissing)
       error_ = interfaceResult(report_.outcome);
@@ -127,6 +143,7 @@ class DocumentRender {
       hooks.progress = [this](double part) {
         reportProgress(std::max(part, reported_), RENDERPROGRESSTYPE_DURINGRENDERING);
       };
+    hooks.visible = visible_;
     if (posts.empty()) return hooks;
     hooks.beginPasses = [this, &posts] {
       posts.open(VIDEOPOSTCALL_INNER);
@@ -145,6 +162,14 @@ class DocumentRender {
     if (error_ != RENDERRESULT_OK) postFailed_ = true;
   }
 
+  // Callers that ask for a render to go on read the record of failures.
+  void noteRefusal() const {
+    if (report_.refusal.empty()) return;
+    const Filename file = document_.GetDocumentPath() + document_.GetDocumentName();
+    recordFailure(file, "The render cannot go on from the picture: " + report_.refusal + ".",
+                  time().GetFrame(static_cast<Real>(document_.GetFps())));
+  }
+
   void printProblems() const {
     if (!(flags_ & RENDERFLAGS_SHOWERRORS)) return;
     for (const std::string& problem : report_.problems)
@@ -160,6 +185,7 @@ class DocumentRender {
   RENDERFLAGS flags_;
   BaseThread* thread_;
   RenderSettings settings_;
+  std::function<void()> visible_;
   RenderReport report_;
   RENDERRESULT error_ = RENDERRESULT_OK; // the slot of the video posts
   std::atomic<bool> postFailed_{false};
@@ -188,6 +214,49 @@ RENDERRESULT recorded(const BaseDocument& document, const BaseContainer& setting
   return result;
 }
 
+// Tells the watchers of the start, and of the end even when the render throws.
+class Announcement {
+ public:
+  Announcement(const BaseDocument& document, const BaseContainer& settings, const BaseBitmap& bitmap) {
+    notice_.id = newRenderId();
+    notice_.document = &document;
+    notice_.settings = &settings;
+    notice_.bitmap = &bitmap;
+    notice_.byPlugin = threadContext().plugin != nullptr;
+    notice_.result = RENDERRESULT_OUTOFMEMORY;
+    guarded([this] { tellRenderStarted(notice_); });
+  }
+  ~Announcement() {
+    notice_.seconds = since_.milliseconds() / 1000;
+    guarded([this] { tellRenderEnded(notice_); });
+  }
+  Announcement(const Announcement&) = delete;
+  Announcement& operator=(const Announcement&) = delete;
+
+  void visible(const BaseBitmap& bitmap) {
+    notice_.film = filmOf(bitmap);
+    guarded([this] { tellRenderVisible(notice_); });
+  }
+  void end(RENDERRESULT result, const BaseBitmap& bitmap) {
+    notice_.result = result;
+    notice_.film = filmOf(bitmap);
+  }
+
+ private:
+  // A watcher without memory misses the render.
+  template <class Tell>
+  static void guarded(const Tell& tell) noexcept {
+    try {
+      tell();
+    } catch (const std::exception&) {
+      GePrint("Render: there is not enough memory to keep it in the history.");
+    }
+  }
+
+  const Stopwatch since_;
+  RenderNotice notice_;
+};
+
 RENDERRESULT failed(const char* problem, RENDERFLAGS flags) {
   if (flags & RENDERFLAGS_SHOWERRORS) GePrint(String("Render: ") + String(problem));
   publishStats({});
@@ -204,10 +273,13 @@ RENDERRESULT RenderDocument(BaseDocument* document, const BaseContainer& setting
   if (!bitmap || bitmap->GetBw() < 1 || bitmap->GetBh() < 1)
     return failed("the picture to render into is empty. Give it a size first.", flags);
   if (host::threadContext().plugin) host::countPluginRender();
+  Announcement announcement(*document, settings, *bitmap);
   try {
     DocumentRender render(*document, settings, progress, userData, *bitmap, flags, thread);
+    render.setVisible([&] { announcement.visible(*bitmap); });
     const RENDERRESULT result = render.run();
     publishStats(render.stats());
+    announcement.end(result, *bitmap);
     return recorded(*document, settings, result);
   } catch (const std::exception&) {
     return recorded(*document, settings, failed("not enough memory.", flags));

@@ -3,7 +3,9 @@
 #include <charconv>
 #include <cstdio>
 
+#include "node_state.h"
 #include "parameters.h"
+#include "render_steering.h"
 
 namespace host::render {
 namespace {
@@ -37,6 +39,16 @@ std::string changedSettings(const BaseContainer& container) {
   return list.empty() ? "default" : list;
 }
 
+// The names of the objects that are rendered alone; empty: the whole scene.
+std::string isolatedNames(const BaseDocument& document) {
+  std::string names;
+  const auto lock = lockOf(stateOf(&document));
+  for (const Identity identity : isolatedObjects())
+    if (const NodeState* node = findNode(*stateOf(&document), identity))
+      names += (names.empty() ? "" : "; ") + node->name.GetUTF8();
+  return names;
+}
+
 } // namespace
 
 PictureOrigin describeRender(BaseDocument& document, const BaseContainer& container,
@@ -44,13 +56,16 @@ PictureOrigin describeRender(BaseDocument& document, const BaseContainer& contai
   char took[32];
   std::snprintf(took, sizeof took, "%.1f s", seconds);
   const LONG frame = time.GetFrame(static_cast<Real>(document.GetFps()));
-  return {{"Scene", document.GetDocumentName().GetFileString().GetUTF8()},
-          {"Camera", cameraName(document)},
-          {"Frame", std::to_string(frame)},
-          {"Samples", std::to_string(settings.samples)},
-          {"RenderTime", took},
-          {"Settings", changedSettings(container)},
-          {"Version", "Lumenara " LUMENARA_VERSION}};
+  PictureOrigin origin{{"Scene", document.GetDocumentName().GetFileString().GetUTF8()},
+                       {"Camera", cameraName(document)},
+                       {"Frame", std::to_string(frame)},
+                       {"Samples", std::to_string(settings.samples)},
+                       {"RenderTime", took},
+                       {"Settings", changedSettings(container)},
+                       {"Version", "Lumenara " LUMENARA_VERSION}};
+  if (std::string names = isolatedNames(document); !names.empty())
+    origin.emplace_back("Isolated", std::move(names));
+  return origin;
 }
 
 } // namespace host::render

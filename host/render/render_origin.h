@@ -7,6 +7,9 @@
 
 namespace host::render {
 
+/// Name under which a film's nodes have the camera, alone (`Film::nodes`).
+inline constexpr char cameraNode[] = "camera";
+
 /// Scene (the file's name without its folder), camera, frame, samples, time, the render settings that differ
 /// from their defaults (by number, as docs/rendering.md lists them), version. `seconds` is the time since the
 /// request. On the document's thread.

@@ -29,9 +29,12 @@ RenderSettings readSettings(const BaseContainer& container, int width, int heigh
   s.filter = filter >= 0 && filter <= 7 ? static_cast<Filter>(filter) : Filter::still;
   s.region = readRegion(container, width, height);
   s.samples = std::clamp(container.GetLong(RDATA_MAXSAMPLES, 64), 1, 1 << 20);
+  if (container.GetLong(spreadSetting, 0) == 1) s.spread = SampleSpread::evenly;
   const double noise = container.GetReal(RDATA_NOISETHRESHOLD, 0.01);
   s.noise = std::isfinite(noise) ? static_cast<float>(std::clamp(noise, 0.0, 1.0)) : 0.01f;
   s.seed = static_cast<std::uint32_t>(container.GetLong(seedSetting, 0));
+  s.keeping = static_cast<SampleKeeping>(std::clamp(container.GetLong(keepSamplesSetting, 0), 0, 2));
+  s.firstSample = static_cast<std::uint32_t>(std::max(0, container.GetLong(firstSampleSetting, 0)));
   const LONG denoise = container.GetLong(denoiseSetting, 0);
   s.denoise = denoise == 1 || denoise == 2 ? static_cast<Denoising>(denoise) : Denoising::off;
   const double seconds = container.GetReal(secondsSetting, 0);
@@ -47,6 +50,8 @@ RenderSettings readSettings(const BaseContainer& container, int width, int heigh
   s.motionSteps = std::clamp(container.GetLong(motionStepsSetting, 2), 1, 16);
   s.preview = container.GetLong(RDATA_RENDERENGINE) != RDATA_RENDERENGINE_STANDARD;
   s.hardware = container.GetLong(RDATA_RENDERENGINE) == RDATA_RENDERENGINE_PREVIEWHARDWARE;
+  s.shading = static_cast<ShadingMode>(std::clamp(container.GetLong(shadingSetting, 0), 0, 7));
+  if (s.showsSurfaces()) s.preview = true, s.hardware = false;
   s.blurry = container.GetBool(RDATA_ENABLEBLURRY, TRUE);
   s.transparency = container.GetBool(RDATA_OPTION_TRANSPARENCY, TRUE);
   s.refraction = container.GetBool(RDATA_OPTION_REFRACTION, TRUE);

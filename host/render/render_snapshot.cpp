@@ -3,8 +3,11 @@
 #include <new>
 #include <system_error>
 
+#include "film.h"
 #include "hardware_preview.h"
+#include "kept_render.h"
 #include "refinement.h"
+#include "surface_shading.h"
 #include "worker_threads.h"
 
 namespace host::render {
@@ -13,11 +16,14 @@ namespace {
 /// One call of renderSnapshot. The report keeps the problems found before a step throws.
 class SnapshotRender {
  public:
-  explicit SnapshotRender(const RenderRequest& request) : request_(request) {}
+  explicit SnapshotRender(RenderRequest request) : request_(std::move(request)) {}
 
   RenderReport run() {
     try {
       if (!request_.settings.region.empty()) report_.outcome = draw();
+    } catch (const DamagedSamples&) {
+      report_.refusal = "its samples are damaged. Use a copy of the file, or begin anew";
+      report_.outcome = RenderOutcome::refused;
     } catch (const std::bad_alloc&) {
       fail("Not enough memory to render this scene. A smaller picture or fewer objects need less.");
     } catch (const std::exception& e) {
@@ -34,6 +40,7 @@ class SnapshotRender {
   }
 
   RenderOutcome draw() {
+    if (request_.settings.shading == ShadingMode::clay) request_.snapshot = claySnapshot(*request_.snapshot);
     const Snapshot& snapshot = *request_.snapshot;
     for (const std::string& name : snapshot.missingAssets)
       report_.problems.push_back("The picture \"" + name + "\" is missing. Materials are shown without it.");
@@ -42,7 +49,27 @@ class SnapshotRender {
     if (request_.settings.hardware) {
       if (const auto drawn = drawHardwarePreview(request_)) return accept(*drawn);
     }
-    return trace();
+    return goesOn() ? trace() : RenderOutcome::refused;
+  }
+
+  // Takes the samples to go on from, with the layers that they have.
+  bool goesOn() {
+    RenderSettings& settings = request_.settings;
+    if (settings.keeping != SampleKeeping::goOn) return true;
+    const auto film = filmOf(*request_.bitmap);
+    const FilmSamplesPtr samples = film ? film->samples() : nullptr;
+    report_.refusal =
+        settings.preview
+            ? "previews have no samples to go on from. Render with the standard engine"
+            : whyNotGoOn(samples.get(), describeKept(*request_.snapshot, settings, film ? film->width() : 0,
+                                                     film ? film->height() : 0));
+    if (!report_.refusal.empty()) return false;
+    const KeptRender kept = keptRenderOf(samples->render).value();
+    settings.layers = kept.layout.layers;
+    settings.samples = std::min(settings.samples + kept.level, 1 << 20);
+    request_.samples = samples;
+    request_.level = kept.level;
+    return true;
   }
 
   RenderOutcome accept(const RenderReport& drawn) {
@@ -67,6 +94,7 @@ class SnapshotRender {
     report_.stats.firstPixelsMs = refinement.firstPixelsMs();
     report_.stats.rays = refinement.rays();
     report_.stats.cameraSamples = refinement.cameraSamples();
+    if (whole) refinement.keepSamples();
     const bool clean = whole && refinement.denoise();
     if (!refinement.problem().empty()) report_.problems.push_back(refinement.problem());
     if (refinement.faultySamples() > 0)
@@ -86,7 +114,7 @@ class SnapshotRender {
   }
   RenderOutcome finished() const { return missing_ ? RenderOutcome::assetMissing : RenderOutcome::finished; }
 
-  const RenderRequest& request_;
+  RenderRequest request_;
   RenderReport report_;
   bool missing_ = false; // a picture is
 };
@@ -100,6 +128,8 @@ RENDERRESULT interfaceResult(RenderOutcome outcome) {
   case RenderOutcome::assetMissing:
     return RENDERRESULT_ASSETMISSING;
   case RenderOutcome::stopped:
+    return RENDERRESULT_USERBREAK;
+  case RenderOutcome::refused:
     return RENDERRESULT_USERBREAK;
   case RenderOutcome::outOfMemory:
     return RENDERRESULT_OUTOFMEMORY;

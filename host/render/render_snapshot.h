@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "c4d_bitmap.h"
+#include "film_samples.h"
 #include "render_settings.h"
 #include "render_stats.h"
 #include "snapshot.h"
@@ -18,6 +19,7 @@ namespace host::render {
 struct RenderHooks {
   std::function<bool()> stopped;                // asked often and from every worker
   std::function<void(double)> progress;         // 0 to 1, never falling
+  std::function<void()> visible;                // the first picture of the whole region is complete; once
   std::function<void()> beginPasses, endPasses; // around all drawing
   std::function<void()> beginTile, endTile;     // around the writing of a tile into the bitmap
 };
@@ -27,7 +29,9 @@ struct RenderRequest {
   RenderSettings settings;
   BaseBitmap* bitmap = nullptr; // not null; `settings.region` lies inside it
   RenderHooks hooks{};
-  Stopwatch since{}; // the request, for the statistics
+  Stopwatch since{};        // the request, for the statistics
+  FilmSamplesPtr samples{}; // to go on from; null: begins anew. The settings count their number as well
+  int level = 0;            // samples a pixel that those have
 };
 
 enum class RenderOutcome {
@@ -35,6 +39,7 @@ enum class RenderOutcome {
   assetMissing, // finished; a material is shown without a picture that is absent or does not decode
   stopped,
   outOfMemory,
+  refused, // nothing was drawn: the render cannot go on from the samples of the bitmap's film
 };
 /// The outcome as RenderDocument returns it.
 RENDERRESULT interfaceResult(RenderOutcome outcome);
@@ -43,6 +48,7 @@ struct RenderReport {
   RenderOutcome outcome = RenderOutcome::finished;
   RenderStats stats;
   std::vector<std::string> problems; // sentences for the user
+  std::string refusal{};             // the reason, such as "it holds no samples ... Render it with ... first"
 };
 
 /// Draws the region of the settings, refining in place: blocks of 8, then of 4 pixels, then whole passes of

@@ -28,16 +28,10 @@ bool noAnimation(COPYFLAGS flags) {
 }
 
 void copyObject(const ObjectState& from, ObjectState& to, COPYFLAGS flags) {
-  to.local = from.local;
-  to.pose = from.pose;
-  to.deform = from.deform;
-  to.mesh = from.mesh;
-  to.placements = from.placements;
-  to.deformation = from.deformation;
-  to.weights = from.weights;
-  to.skin = from.skin;
+  TracksPtr tracks = noAnimation(flags) ? to.tracks : from.tracks;
+  static_cast<ObjectValues&>(to) = from;
+  to.tracks = std::move(tracks);
   to.picture = from.picture;
-  if (!noAnimation(flags)) to.tracks = from.tracks;
 }
 
 void Copier::copyList(const NodeList& from, NodeList& to) {

@@ -71,9 +71,8 @@ struct NodeState {
   NodeList shaders{this};  // of materials
 };
 
-struct ObjectState : NodeState {
-  explicit ObjectState(LONG nodeType) : NodeState(NodeKind::object, nodeType) {}
-
+/// The values of an object that clones and undo steps copy as they are; the large ones are shared.
+struct ObjectValues {
   Matrix local;
   std::optional<Pose> pose; // if present, `local` is its matrix
   bool deform = true;
@@ -83,6 +82,11 @@ struct ObjectState : NodeState {
   std::vector<float> weights; // of the morph targets, at the document's time
   SkinPtr skin;
   TracksPtr tracks;
+};
+
+struct ObjectState : NodeState, ObjectValues {
+  explicit ObjectState(LONG nodeType) : NodeState(NodeKind::object, nodeType) {}
+
   PicturePtr picture; // the sky's
   NodeList tags{this};
 };

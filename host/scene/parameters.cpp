@@ -161,10 +161,17 @@ void fillShaders(Table& table) {
 }
 
 // Of the view, see view_setting.h.
-constexpr LONG viewSetting = 7120, exposureSetting = 7121, gammaSetting = 7122, whiteBalanceSetting = 7123;
+constexpr LONG viewSetting = 7120, exposureSetting = 7121, gammaSetting = 7122, whiteBalanceSetting = 7123,
+               colorConfigSetting = 7124;
+// Of the lens, see lens_setting.h.
+constexpr LONG lensEffectsSetting = 7130, lensThresholdSetting = 7131, lensStrengthSetting = 7132,
+               bloomRadiusSetting = 7133, glareStreaksSetting = 7134, glareLengthSetting = 7135,
+               glareAngleSetting = 7136, vignetteAmountSetting = 7137, vignetteSizeSetting = 7138,
+               vignetteRoundnessSetting = 7139;
 // Of the renderer, see render_settings.h.
-constexpr LONG denoiseSetting = 7103, layersSetting = 7104, motionBlurSetting = 7110,
-               shutterOpenSetting = 7111, shutterCloseSetting = 7112, motionStepsSetting = 7113;
+constexpr LONG denoiseSetting = 7103, layersSetting = 7104, spreadSetting = 7106, shadingSetting = 7107,
+               motionBlurSetting = 7110, shutterOpenSetting = 7111, shutterCloseSetting = 7112,
+               motionStepsSetting = 7113;
 
 void fillRenderData(Table& table) {
   Filler data(table, NodeKind::renderData, 0);
@@ -180,15 +187,28 @@ void fillRenderData(Table& table) {
       .integer(RDATA_MAXSAMPLES, 64)
       .real(RDATA_NOISETHRESHOLD, 0.01)
       .integer(denoiseSetting, 0)
+      .integer(spreadSetting, 0)
       .add(viewSetting, GeData(String("sRGB")))
       .real(exposureSetting, 0)
       .real(gammaSetting, 1)
       .real(whiteBalanceSetting, 6500)
+      .add(colorConfigSetting, GeData(String()))
+      .integer(lensEffectsSetting, 0)
+      .real(lensThresholdSetting, 1)
+      .real(lensStrengthSetting, 0.3)
+      .real(bloomRadiusSetting, 0.08)
+      .integer(glareStreaksSetting, 6)
+      .real(glareLengthSetting, 0.2)
+      .real(glareAngleSetting, 15)
+      .real(vignetteAmountSetting, 0.5)
+      .real(vignetteSizeSetting, 1)
+      .real(vignetteRoundnessSetting, 1)
       .flag(motionBlurSetting, FALSE)
       .real(shutterOpenSetting, -0.25)
       .real(shutterCloseSetting, 0.25)
       .integer(motionStepsSetting, 2)
       .integer(layersSetting, 0)
+      .integer(shadingSetting, 0)
       .integer(RDATA_RENDERREGION_LEFT, 0)
       .integer(RDATA_RENDERREGION_TOP, 0)
       .integer(RDATA_RENDERREGION_RIGHT, 0)

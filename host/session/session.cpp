@@ -14,6 +14,12 @@ Session*& running() {
   return session;
 }
 
+// Beside the preferences; none in a home that ends with the program.
+Filename historyFolder() {
+  const Program* program = Program::current();
+  return program && program->homeIsKept() ? program->writePath() + Filename("renders") : Filename();
+}
+
 void endWithProgram() {
   static const bool once = [] {
     addShutdownStep(ShutdownStage::freeDocuments, [] {
@@ -26,7 +32,9 @@ void endWithProgram() {
 
 } // namespace
 
-Session::Session() : edits_(hub_), files_(hub_, edits_), playback_(hub_), renders_(hub_), previews_(hub_) {
+Session::Session()
+    : edits_(hub_), files_(hub_, edits_), playback_(hub_), renders_(hub_), previews_(hub_),
+      history_(hub_, edits_, historyFolder()), pluginPictures_(history_, PluginPictures::usualFolder()) {
   renderChanged_ = renders_.changed.add([this] {
     const RenderState& state = renders_.state();
     if (state.running && state.kind == RenderKind::picture) pictures_.follow(state.bitmap, files_.title());
@@ -70,6 +78,9 @@ void Session::shutDown() {
   files_.cancelLoading();
   files_.finish();
   pictureSaver_.finish();
+  pluginPictures_.finish();
+  history_.close();
+  pictureOpener_.finish();
   pictures_.clear();
   hub_.close();
   edits_.forgetAll();

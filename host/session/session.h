@@ -8,8 +8,11 @@
 #include "host_renders.h"
 #include "material_previews.h"
 #include "picture_list.h"
+#include "picture_opener.h"
 #include "picture_saver.h"
 #include "playback.h"
+#include "plugin_pictures.h"
+#include "viewer_film.h"
 
 namespace host {
 
@@ -33,7 +36,11 @@ class Session {
   HostRenders& renders() noexcept { return renders_; }
   MaterialPreviews& previews() noexcept { return previews_; }
   PictureList& pictures() noexcept { return pictures_; }
+  ViewerFilm& viewerFilm() noexcept { return viewerFilm_; }
+  PictureOpener& pictureOpener() noexcept { return pictureOpener_; }
   PictureSaver& pictureSaver() noexcept { return pictureSaver_; }
+  RenderHistory& history() noexcept { return history_; }
+  PluginPictures& pluginPictures() noexcept { return pluginPictures_; }
 
   /// Runs a registered command as a menu does, and makes its change an edit. False when the command is
   /// unknown or disabled.
@@ -51,7 +58,11 @@ class Session {
   HostRenders renders_;
   MaterialPreviews previews_;
   PictureList pictures_;
+  ViewerFilm viewerFilm_{pictures_};
+  PictureOpener pictureOpener_{pictures_};
   PictureSaver pictureSaver_;
+  RenderHistory history_;
+  PluginPictures pluginPictures_;
   Subscription renderChanged_, renderFinished_, replaced_;
   bool down_ = false;
 };

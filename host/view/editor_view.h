@@ -129,7 +129,7 @@ class EditorView final {
 
   /// Waits until the final picture has been delivered; runs only painting while it waits. For tests,
   /// screenshots and benchmarks. False at the deadline.
-  bool finishPicture(int milliseconds = 10000);
+  bool finishPicture(int milliseconds = 60000);
 
   /// Counts of painting since the view was created.
   struct Stats {

@@ -83,7 +83,7 @@ TEST_F(Animate, AFullDiskIsReported) {
   expectRefusal(animate("shot.bmp", "0:3", {"--quiet", "--size", "200x200"}, 4, full), {"shot0000.bmp"});
   EXPECT_TRUE(written().empty());
   for (const char* name : {"film.mov", "film.avi"})
-    expectRefusal(animate(name, "0:60", {"--quiet", "--size", "320x200", "--quality", "100"}, 4, full),
+    expectRefusal(animate(name, "0:60", {"--quiet", "--size", "160x100", "--quality", "100"}, 4, full),
                   {name});
   EXPECT_TRUE(written().empty());
 }
@@ -92,7 +92,7 @@ TEST_F(Animate, AFullDiskIsReported) {
 TEST_F(Animate, ADiskThatFillsDuringAMovieIsReported) {
   for (const char* name : {"film.mov", "film.avi"}) {
     SCOPED_TRACE(name);
-    const Arguments large{"--quiet", "--size", "320x200", "--quality", "100"};
+    const Arguments large{"--quiet", "--size", "160x100", "--quality", "100"};
     animate(name, "0:60", large);
     const std::size_t whole = readFile(out(name)).size();
     fs::remove(out(name));

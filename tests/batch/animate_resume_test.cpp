@@ -62,7 +62,7 @@ INSTANTIATE_TEST_SUITE_P(Formats, Resume, testing::Values("bmp", "tif", "jpg", "
 // A killed program leaves complete frames. An unfinished file has a hidden name beside them, and --resume
 // deletes it.
 TEST_F(Animate, AKilledRunLeavesCompleteFramesAndResumes) {
-  const Arguments large{"--size", "300x300", "--quiet"};
+  const Arguments large{"--size", "200x200", "--quiet"};
   animate("whole.bmp", "0:19", large);
   std::map<std::string, std::string> whole;
   for (const std::string& name : written()) {
@@ -91,7 +91,7 @@ TEST_F(Animate, AKilledRunLeavesCompleteFramesAndResumes) {
     writeFile(out(".shot0005.bmp.1-7.tmp"), "another's");              // of a running program
     writeFile(out(".shotgun0004.bmp.999999999-7.tmp"), "not a frame"); // of another animation
 
-    const Outcome rest = animate("shot.bmp", "0:19", {"--size", "300x300", "--resume"});
+    const Outcome rest = animate("shot.bmp", "0:19", {"--size", "200x200", "--resume"});
     EXPECT_EQ(linesWith(rest.err, std::to_string(20 - there) + " of 20 frames are still to be rendered"), 1)
         << rest.err;
     EXPECT_TRUE(fs::remove(out(".shot0005.bmp.1-7.tmp")));

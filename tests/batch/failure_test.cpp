@@ -38,6 +38,13 @@ class Failure : public testing::Test {
     EXPECT_FALSE(fs::exists(folder / "picture.png"));
   }
 
+  /// Whether another user can start the program, with the test's folder open to them.
+  bool runsUnprivileged() {
+    fs::permissions(folder.path(), fs::perms::all);
+    return run({"--version"}, folder / "home", unprivileged).code == 0;
+  }
+  const Limits unprivileged{.unprivileged = true};
+
   void expectUnreadable(const std::string& scene, const std::vector<std::string>& words = {}) {
     std::vector<std::string> all{fs::path(scene).filename().string()};
     all.insert(all.end(), words.begin(), words.end());
@@ -184,16 +191,11 @@ TEST_F(Failure, RequiredExtensionIsUnknown) {
   expectUnreadable(file, {"ACME_magic_geometry"});
 }
 
-// Runs as an unprivileged user.
 TEST_F(Failure, SceneMayNotBeRead) {
   const std::string file = scene();
-  Limits user;
-  user.unprivileged = true;
-  fs::permissions(folder.path(), fs::perms::all);
-  if (run({"--version"}, folder / "home", user).code != 0)
-    GTEST_SKIP() << "the program is out of such a user's reach";
+  if (!runsUnprivileged()) GTEST_SKIP() << "the program is out of such a user's reach";
   fs::permissions(file, fs::perms::none);
-  expectRefusal(render(file, folder / "picture.png", {}, user), 3, {"tiny.gltf"});
+  expectRefusal(render(file, folder / "picture.png", {}, unprivileged), 3, {"tiny.gltf"});
 }
 
 // ---- Output that cannot be written: 4, before anything is rendered
@@ -214,14 +216,10 @@ TEST_F(Failure, OutputFolderIsAFile) {
 
 TEST_F(Failure, OutputMayNotBeWritten) {
   const std::string file = scene();
-  Limits user;
-  user.unprivileged = true;
-  fs::permissions(folder.path(), fs::perms::all);
-  if (run({"--version"}, folder / "home", user).code != 0)
-    GTEST_SKIP() << "the program is out of such a user's reach";
+  if (!runsUnprivileged()) GTEST_SKIP() << "the program is out of such a user's reach";
   fs::create_directory(folder / "locked");
   fs::permissions(folder / "locked", fs::perms::owner_read | fs::perms::owner_exec);
-  expectRefusal(render(file, folder / "locked/picture.png", {}, user), 4, {"locked/picture.png"});
+  expectRefusal(render(file, folder / "locked/picture.png", {}, unprivileged), 4, {"locked/picture.png"});
 }
 
 TEST_F(Failure, StatisticsCannotBeWritten) {

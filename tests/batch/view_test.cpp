@@ -88,6 +88,14 @@ TEST_F(RenderView, TheScenesViewCountsUnlessAnotherIsGiven) {
   EXPECT_EQ(outcome.code, 0) << outcome.err;
 }
 
+TEST_F(RenderView, FramesOfAnimationsShowTheView) {
+  const Outcome outcome = run({"animate", scene, "-o", folder / "shot.tif", "--frames", "0:0", "--size", size,
+                               "--samples", "2", "--view", "Filmic", "--exposure", "1", "--quiet"},
+                              folder / "home");
+  EXPECT_EQ(outcome.code, 0) << outcome.err;
+  expectView(readPicture(folder / "shot0000.tif"), picture("film.exr", {"--frame", "0"}), {"Filmic", 1});
+}
+
 TEST_F(RenderView, StampsStayReadable) {
   size = "160x90";
   const Arguments stamp{"--set", "LM_STAMP_DATE=1"};
@@ -123,8 +131,7 @@ TEST_F(RenderView, ADamagedConfigurationIsNamedAndTheOwnViewsRemain) {
   EXPECT_EQ(render("a.png", {"--view", "Filmic"}).code, 0);
 }
 
-TEST_F(RenderView, AConfigurationsViewsAreThere) {
-  writeFile(folder / "good.ocio", R"(ocio_profile_version: 2
+const char* const quarterConfig = R"(ocio_profile_version: 2
 roles: {scene_linear: lin_rec709, default: lin_rec709}
 displays:
   Screen:
@@ -134,10 +141,34 @@ colorspaces:
   - !<ColorSpace>
     name: quarter
     from_scene_reference: !<CDLTransform> {slope: [0.25, 0.25, 0.25]}
-)");
+)";
+
+TEST_F(RenderView, AConfigurationsViewsAreThere) {
+  writeFile(folder / "good.ocio", quarterConfig);
   setenv("OCIO", (folder / "good.ocio").c_str(), 1);
   const Picture film = picture("film.exr"), shown = picture("a.png", {"--view", "Screen - Quarter"});
   EXPECT_NEAR(shown.at(6, 6, 0), film.at(6, 6, 0) / 4, 0.6 / 255);
+}
+
+// Relative to the scene's folder, and before the one that the variable names.
+TEST_F(RenderView, ASceneNamesItsConfiguration) {
+  writeFile(folder / "quarter.ocio", quarterConfig);
+  writeFile(folder / "bad.ocio", "ocio_profile_version: 2\nroles: [\n");
+  const auto config = [](const char* name) { return Json::array({7124, "string", name}); };
+  store(Json::array({config("quarter.ocio"), Json::array({7120, "string", "Screen - Quarter"})}));
+  const Picture film = picture("film.exr"), shown = picture("a.png");
+  EXPECT_NEAR(shown.at(6, 6, 0), film.at(6, 6, 0) / 4, 0.6 / 255);
+  setenv("OCIO", (folder / "bad.ocio").c_str(), 1);
+  EXPECT_EQ(picture("b.png").pixels, shown.pixels);
+  expectOneLine(render("c.png", {"--view", "Sepia"}), 2, "\"Screen - Quarter\"");
+  store(Json::array({config("bad.ocio"), Json::array({7120, "string", "Filmic"})}));
+  expectView(picture("d.png"), film, {"Filmic"});
+  const Outcome outcome = run({"render", scene, "-o", folder / "e.png", "--size", "8x8", "--samples", "1",
+                               "--view", "Screen - Quarter"},
+                              folder / "home");
+  EXPECT_EQ(outcome.code, 2);
+  EXPECT_EQ(linesWith(outcome.err, "bad.ocio\" is not used"), 1) << outcome.err;
+  EXPECT_EQ(linesWith(outcome.err, "choose another one"), 1) << outcome.err;
 }
 
 } // namespace

@@ -65,7 +65,7 @@ def allowed_areas(area):
         return {area} | {f"host/{name}" for name in USES.get(folder, set())}
     host = {f"host/{name}" for name in HOST}
     if area == "apps/studio":
-        return host | {"source", area}
+        return host | {"source", area, "apps/help"}
     host -= {"host/qt"} if area not in ("tests/qt", "bench/studio") else set()
     if area == "tests/module":
         return host | {area, "tests/support"}
@@ -73,6 +73,8 @@ def allowed_areas(area):
         return host | {"source", area, "apps/batch", "tests/plugin", "tests/support"}
     if area == "tests/fuzz":  # the program's command line is fuzzed as well
         return host | {"source", area, "apps/batch"}
+    if area == "apps/batch":
+        return host | {"source", area, "apps/help"}
     return host | {"source", area, "tests/support"} if top == "tests" else host | {"source", area}
 
 

@@ -16,7 +16,7 @@ RIGHT = {
     "host/image/codec/pixel_rows.h": '#include "clock.h"\n',
     "host/image/codec/png.cpp": '#include "pixel_rows.h"\n#include "clock.h"\n',
     "host/image/ffmpeg/encoder.cpp": '#include "pixel_rows.h"\n#include <libavcodec/avcodec.h>\n',
-    "host/image/codec/tiff.cpp": "#include <tiffio.h>\n#include <OpenEXR/ImfHeader.h>\n",
+    "host/image/tiff/tiff.cpp": "#include <tiffio.h>\n#include <OpenEXR/ImfHeader.h>\n",
     "host/image/rows.cpp": '#include "pixel_rows.h"\n',
     "host/render/film.h": '#include "clock.h"\n',
     "host/render/film.cpp": '#include "film.h"\n#include <embree3/rtcore.h>\n',

@@ -14,7 +14,6 @@ TOPS = ("host", "source", "apps", "tests", "bench", "tools")
 # Path, or path and function -> why it may be larger.
 EXCEPTIONS = {
     "source": "one unit a family, flat",
-    "host/image/codec": "one file a picture format",
     "source/dlg_lumenara.cpp DlgLumenara::Command": "a switch with a line or two for each command",
     "tests/plugin/region/region_shapes_test.cpp RegionShapesTest.TheRegionShowsWhatTheBoxFramesAtEveryShape": "one experiment, read in order",
     "tests/session/edits_test.cpp EditsTest.AHundredRandomEditsAreUndoneToTheFirstDocument": "a table of edits",

@@ -2,12 +2,10 @@
 #include "c4d_file.h"
 
 #include <fcntl.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <csignal>
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
@@ -16,6 +14,7 @@
 #include "console.h"
 #include "failures.h"
 #include "file_path.h"
+#include "file_size_limit.h"
 #include "host_fixture.h"
 #include "read_file.h"
 
@@ -420,9 +419,7 @@ TEST(AtomicFile, AFullDiskLeavesTheOldFile) {
   TemporaryFolder folder;
   const Filename target = folder.write("t", "old");
   const int code = inChild([&] {
-    std::signal(SIGXFSZ, SIG_IGN);
-    const rlimit limit{1000, 1000};
-    setrlimit(RLIMIT_FSIZE, &limit);
+    const FileSizeLimit full(1000);
     std::string error;
     if (host::replaceFile(target, std::string_view(std::string(100000, 'x')), &error)) return 1;
     return error == "File too large" ? 0 : 2;

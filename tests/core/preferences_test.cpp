@@ -1,7 +1,6 @@
 // Preferences: stored values survive, whatever happens to the program, the file or the disk.
 #include "preferences.h"
 
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -15,6 +14,7 @@
 #include "c4d_plugin.h"
 #include "container_json.h"
 #include "file_path.h"
+#include "file_size_limit.h"
 #include "host_fixture.h"
 
 namespace {
@@ -348,9 +348,7 @@ TEST_F(PreferencesTest, AFullDiskLeavesTheOldFile) {
   open()->set(ID, one(1, 10), true);
   const std::string before = readText(file());
   const pid_t child = startChild([&] {
-    std::signal(SIGXFSZ, SIG_IGN);
-    const rlimit limit{2000, 2000};
-    setrlimit(RLIMIT_FSIZE, &limit);
+    const FileSizeLimit full(2000);
     Preferences preferences(file());
     BaseContainer big;
     big.SetString(2, String(10000, 'x'));
@@ -368,9 +366,7 @@ TEST_F(PreferencesTest, AFullDiskWithoutALaterWriteKeepsTheFile) {
   open()->set(ID, one(1, 10), true);
   const std::string before = readText(file());
   const pid_t child = startChild([&] {
-    std::signal(SIGXFSZ, SIG_IGN);
-    const rlimit limit{2000, 2000};
-    setrlimit(RLIMIT_FSIZE, &limit);
+    const FileSizeLimit full(2000);
     BaseContainer big;
     big.SetString(2, String(10000, 'x'));
     Preferences preferences(file());

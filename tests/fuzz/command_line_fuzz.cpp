@@ -22,6 +22,8 @@ void check(const batch::Sampling& sampling) {
           "samples and seconds are limited");
   require(!sampling.shutter || (*sampling.shutter >= 0 && *sampling.shutter <= 10), "shutters are short");
   require(!sampling.noise || (*sampling.noise >= 0 && *sampling.noise <= 1), "noise is a fraction");
+  require(sampling.spread.empty() || sampling.spread == "noise" || sampling.spread == "even",
+          "spreads are named");
 }
 
 struct Check {

@@ -279,8 +279,9 @@ def pictures():
         return
     icc = str(FOLDER / "color_profile" / "rgb.icc")
     source = ["-size", "9x7", "gradient:red-blue"]
+    undated = ["+set", "date:create", "+set", "date:modify", "+set", "date:timestamp", "-define", "png:exclude-chunks=date,tIME"]
     kinds = {"png": {"plain.png": [], "deep.png": ["-depth", "16"], "palette.png": ["-colors", "4", "-type", "palette"],
-                     "passes.png": ["-interlace", "PNG"], "profile.png": ["-profile", icc]},
+                     "passes.png": ["-interlace", "PNG"], "profile.png": ["-profile", icc, *undated]},
              "jpeg": {"plain.jpg": [], "grey.jpg": ["-colorspace", "Gray"], "inks.jpg": ["-colorspace", "CMYK"],
                       "passes.jpg": ["-interlace", "JPEG"], "profile.jpg": ["-profile", icc]},
              "tiff": {"plain.tif": ["-compress", "LZW"], "tiles.tif": ["-define", "tiff:tile-geometry=16x16"],
@@ -371,8 +372,57 @@ def psd():
     write("psd", "few.psd", file(3, 2, struct.pack(">4H", *[2] * 4) + b"\xfe\x07" * 4, packing=1))
 
 
+# The first byte chooses what the rest is: 0 an entry without its hash, 1 a film, 2 a list of contents.
+def kept_renders():
+    blob = "ab" * 32 + " 4"
+    entry = [[1, "string", "5"], [2, "string", "room"], [4, "bool", True], [8, "llong", 9], [9, "long", 2], [13, "real", 0.5],
+             [19, "string", blob], [22, "string", "tif"], [23, "string", f"{blob}\n{blob}"], [24, "string", blob]]
+    write("kept_renders", "entry", b"\0" + json.dumps(entry).encode())
+    text = lambda value: struct.pack("<I", len(value)) + value
+    film = b"LMFILM01" + struct.pack("<5I", 2, 1, 1, 1, 1) + struct.pack("<8f", *range(8)) + text(b"depth") + text(b"Z")
+    film += struct.pack("<I2f", 0, 1, 2) + text(b"key") + text(b"value") + text(b"Scene") + text(b"room")
+    write("kept_renders", "film", b"\1" + film)
+    write("kept_renders", "list", b"\2" + bytes(range(40)))
+
+
+def open_exr(channels, width=3, height=2, compression=0, **attributes):
+    """Rows of floats without compression. `attributes`: the kind and the bytes of each."""
+    names = sorted(channels)
+    window = struct.pack("<4i", 0, 0, width - 1, height - 1)
+    listed = b"".join(name.encode() + b"\0" + struct.pack("<iB3xii", 2, 0, 1, 1) for name in names) + b"\0"
+    fields = {"channels": ("chlist", listed), "compression": ("compression", bytes([compression])),
+              "dataWindow": ("box2i", window), "displayWindow": ("box2i", window), "lineOrder": ("lineOrder", b"\0"),
+              "pixelAspectRatio": ("float", struct.pack("<f", 1)), "screenWindowCenter": ("v2f", bytes(8)),
+              "screenWindowWidth": ("float", struct.pack("<f", 1)), **attributes}
+    head = struct.pack("<II", 20000630, 2)
+    for name, (kind, data) in fields.items():
+        head += name.encode() + b"\0" + kind.encode() + b"\0" + struct.pack("<I", len(data)) + data
+    head += b"\0"
+    line = 8 + 4 * width * len(names)
+    first = len(head) + 8 * height
+    rows = b"".join(struct.pack("<ii", y, line - 8) +
+                    b"".join(struct.pack(f"<{width}f", *(channels[name] + x + y for x in range(width))) for name in names)
+                    for y in range(height))
+    return head + struct.pack(f"<{height}Q", *(first + y * line for y in range(height))) + rows
+
+
+def films():
+    colors = {letter: value for value, letter in enumerate("ABGR")}
+    layers = {f"{layer}.{letter}": value for layer in ("diffuse_direct", "crypto_object00", "Normal")
+              for value, letter in enumerate("RGB")}
+    aces = struct.pack("<8f", 0.713, 0.293, 0.165, 0.83, 0.128, 0.044, 0.32168, 0.33767)
+    write("film", "layers.exr", open_exr({**colors, **layers, "depth.Z": float("inf"), "mask": float("nan")},
+                                         chromaticities=("chromaticities", aces)))
+    write("film", "mattes.exr", open_exr({**colors, **layers}, **{"cryptomatte/1/name": ("string", b"Normal"),
+                                                                  "lumenara:Scene": ("string", b"room")}))
+    write("film", "numbers.exr", open_exr({f"id{number}": number for number in range(9)}))
+    write("film", "light.hdr", b"#?RADIANCE\nFORMAT=32-bit_rle_rgbe\n\n-Y 1 +X 2\n" + bytes([1, 2, 3, 128] * 2))
+
+
 def main():
     pictures()
+    kept_renders()
+    films()
     for make in (bmp, tga, gif, hdr, pnm, psd):
         make()
     for make in (plain, quantised, animated, skinned, sparse, furnished, compressed, copied, dressed):

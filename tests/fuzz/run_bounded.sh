@@ -15,5 +15,5 @@ mkdir -p "$found" "$corpus"
 cd "$work"
 mkdir new
 ASAN_OPTIONS=allocator_may_return_null=1:detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 \
-  "$program" -seed=1 -runs="$runs" -max_total_time="$seconds" -timeout=20 -rss_limit_mb=3000 -malloc_limit_mb=64000 \
+  "$program" -seed=1 -print_funcs=0 -runs="$runs" -max_total_time="$seconds" -timeout=20 -rss_limit_mb=3000 -malloc_limit_mb=64000 \
   -artifact_prefix="$(realpath "$found")/" -print_final_stats=1 new "$corpus"

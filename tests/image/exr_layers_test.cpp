@@ -181,7 +181,7 @@ TEST(PictureOrigin, IsInFilesThatHaveRoomForIt) {
     ASSERT_EQ(save(*bitmap, folder.file(name), filter), IMAGERESULT_OK);
     std::ifstream file(folder.path() / name, std::ios::binary);
     const std::string bytes(std::istreambuf_iterator<char>(file), {});
-    EXPECT_NE(bytes.find("<lumenara:Scene>chair &lt;2>.glb</lumenara:Scene>"), std::string::npos) << name;
+    EXPECT_NE(bytes.find("<lumenara:Scene>chair &lt;2&gt;.glb</lumenara:Scene>"), std::string::npos) << name;
     EXPECT_NE(bytes.find("<lumenara:Camera>K\u00fcche</lumenara:Camera>"), std::string::npos) << name;
     Bitmap loaded;
     EXPECT_EQ(loaded->Init(folder.file(name)), IMAGERESULT_OK);

@@ -354,9 +354,9 @@ TEST(Metrics, HeatIsDarkForNoneAndBrightForMost) {
 }
 
 TEST(Metrics, PicturesKeepTheirDepth) {
-  host::DecodedPicture words{1, 1, false, 0, {}, {65535, 32768, 0, 65535}, {}};
+  host::DecodedPicture words{1, 1, false, false, 0, {}, {65535, 32768, 0, 65535}, {}};
   EXPECT_FLOAT_EQ(host::metricImage(words).rgb[1], 32768 / 65535.0f);
-  host::DecodedPicture bytes{1, 1, false, 0, {255, 51, 0, 255}, {}, {}};
+  host::DecodedPicture bytes{1, 1, false, false, 0, {255, 51, 0, 255}, {}, {}};
   EXPECT_EQ(host::metricImage(bytes).rgb, (std::vector<float>{1, 0.2f, 0}));
 }
 

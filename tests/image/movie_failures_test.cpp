@@ -1,8 +1,6 @@
 // Movies that cannot be written: an error code, one sentence in the record, no partial file.
-#include <sys/resource.h>
 
-#include <csignal>
-
+#include "file_size_limit.h"
 #include "movie_fixture.h"
 #include "movie_job.h"
 
@@ -32,15 +30,8 @@ bool mentions(const std::string& sentence, const char* word) {
 /// Runs while files may hold `limit` bytes; returns its result.
 template <class Work>
 int withFilesLimited(std::uintmax_t limit, Work work) {
-  rlimit before;
-  getrlimit(RLIMIT_FSIZE, &before);
-  const rlimit most{static_cast<rlim_t>(limit), before.rlim_max};
-  const auto handler = std::signal(SIGXFSZ, SIG_IGN); // a failed write returns an error instead
-  setrlimit(RLIMIT_FSIZE, &most);
-  const int result = work();
-  setrlimit(RLIMIT_FSIZE, &before);
-  std::signal(SIGXFSZ, handler);
-  return result;
+  const FileSizeLimit full(limit);
+  return work();
 }
 
 /// Writes noise. 0: success; 7: the expected failure with its codes, one sentence, and early refusals.

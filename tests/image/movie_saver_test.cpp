@@ -20,12 +20,12 @@ void paintNoise(BaseBitmap& bitmap, unsigned seed) {
 
 std::uintmax_t noisySize(const Filename& name, MovieRequest request) {
   Bitmap bitmap;
-  EXPECT_EQ(bitmap->Init(320, 240), IMAGERESULT_OK);
+  EXPECT_EQ(bitmap->Init(request.width, request.height), IMAGERESULT_OK);
   const BaseContainer options = optionsOf(request);
   Saver saver;
   EXPECT_EQ(saver->Open(name, bitmap, 25, request.format, &options, SAVEBIT_0), IMAGERESULT_OK);
-  for (unsigned frame = 0; frame < 25; ++frame) {
-    paintNoise(*bitmap, frame);
+  for (int frame = 0; frame < request.frames; ++frame) {
+    paintNoise(*bitmap, static_cast<unsigned>(frame));
     EXPECT_EQ(saver->Write(bitmap), IMAGERESULT_OK);
   }
   EXPECT_TRUE(saver->Close());
@@ -140,7 +140,7 @@ TEST(MovieSaver, ChoicesChangeTheFile) {
                                       {FILTER_MOVIE, host::movieCodecMotionJpeg},
                                       {FILTER_AVI, host::movieCodecMpeg4}}) {
     SCOPED_TRACE(codec);
-    MovieRequest request{.format = format, .codec = codec};
+    MovieRequest request{.format = format, .codec = codec, .width = 160, .height = 120, .frames = 8};
     request.options = {{host::movieQualityKey, 20}};
     const std::uintmax_t low = noisySize(name, request);
     request.options = {{host::movieQualityKey, 95}};
@@ -158,7 +158,7 @@ TEST(MovieSaver, BitRateIsKept) {
   Folder folder;
   for (const auto& [format, codec] :
        {std::pair{FILTER_MOVIE, host::movieCodecH264}, {FILTER_AVI, host::movieCodecMpeg4}}) {
-    MovieRequest request{.format = format, .codec = codec};
+    MovieRequest request{.format = format, .codec = codec, .width = 320, .height = 240, .frames = 25};
     request.options = {{host::movieBitRateKey, 4000}};
     const std::uintmax_t some = noisySize(folder.file("a"), request);
     request.options = {{host::movieBitRateKey, 16000}};

@@ -48,15 +48,19 @@ TEST(PsdFilter, AnotherProgramReadsThePixels) {
     }
 }
 
+void saveTransparent(BaseBitmap& bitmap, const Filename& file) {
+  ASSERT_EQ(bitmap.Init(4, 4, 32), IMAGERESULT_OK);
+  bitmap.Clear(10, 20, 30);
+  for (LONG i = 0; i < 16; ++i)
+    bitmap.SetAlpha(i % 4, i / 4, 51);
+  ASSERT_EQ(bitmap.Save(file, FILTER_PSD, nullptr, SAVEBIT_ALPHA), IMAGERESULT_OK);
+}
+
 TEST(PsdFilter, TheMergedPictureIsOnWhite) {
   if (!hasProgram("convert")) GTEST_SKIP() << "ImageMagick is not installed";
   Folder folder;
   Bitmap bitmap, back;
-  ASSERT_EQ(bitmap->Init(4, 4, 32), IMAGERESULT_OK);
-  bitmap->Clear(10, 20, 30);
-  for (LONG i = 0; i < 16; ++i)
-    bitmap->SetAlpha(i % 4, i / 4, 51);
-  ASSERT_EQ(bitmap->Save(folder.file("a.psd"), FILTER_PSD, nullptr, SAVEBIT_ALPHA), IMAGERESULT_OK);
+  saveTransparent(*bitmap, folder.file("a.psd"));
   // The reader removes the white again, which gives other colours when it was not there.
   readBack(folder.file("a.psd"), 0, folder.file("back.png"), back);
   EXPECT_EQ(at(*back, 1, 1), (Rgba{10, 20, 30, 51}));
@@ -75,11 +79,7 @@ TEST(PsdFilter, OurReaderReadsThePixels) {
 TEST(PsdFilter, OurReaderReadsTransparentPixels) {
   Folder folder;
   Bitmap bitmap, back;
-  ASSERT_EQ(bitmap->Init(4, 4, 32), IMAGERESULT_OK);
-  bitmap->Clear(10, 20, 30);
-  for (LONG i = 0; i < 16; ++i)
-    bitmap->SetAlpha(i % 4, i / 4, 51);
-  ASSERT_EQ(bitmap->Save(folder.file("a.psd"), FILTER_PSD, nullptr, SAVEBIT_ALPHA), IMAGERESULT_OK);
+  saveTransparent(*bitmap, folder.file("a.psd"));
   ASSERT_EQ(back->Init(folder.file("a.psd")), IMAGERESULT_OK);
   expectSame(*bitmap, *back, true);
 }

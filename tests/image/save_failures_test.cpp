@@ -1,10 +1,8 @@
 // Saves that fail: the caller gets a code, the record a sentence, and the old file stays.
-#include <sys/resource.h>
 #include <unistd.h>
 
-#include <csignal>
-
 #include "failures.h"
+#include "file_size_limit.h"
 #include "picture_fixture.h"
 
 using namespace picture_fixture;
@@ -28,28 +26,6 @@ void makeBitmap(Bitmap& bitmap, LONG width, LONG height) {
   ASSERT_EQ(bitmap->Init(width, height, 24), IMAGERESULT_OK);
   fillPattern(*bitmap);
 }
-
-/// Files may grow to `bytes` while it lives. A child process would not do: it lacks the threads that savers
-/// use.
-class FileSizeLimit {
- public:
-  explicit FileSizeLimit(rlim_t bytes)
-      : handler_(std::signal(SIGXFSZ, SIG_IGN)) { // a write then fails instead
-    getrlimit(RLIMIT_FSIZE, &before_);
-    const rlimit limit{bytes, before_.rlim_max};
-    setrlimit(RLIMIT_FSIZE, &limit);
-  }
-  ~FileSizeLimit() {
-    setrlimit(RLIMIT_FSIZE, &before_);
-    std::signal(SIGXFSZ, handler_);
-  }
-  FileSizeLimit(const FileSizeLimit&) = delete;
-  FileSizeLimit& operator=(const FileSizeLimit&) = delete;
-
- private:
-  rlimit before_{};
-  void (*handler_)(int);
-};
 
 } // namespace
 

@@ -204,7 +204,7 @@ TEST_F(Module, TheProductPageAndTheManualLieBesideIt) {
   const std::string install = "cmake --install '" + (build + "source").GetString().GetUTF8() +
                               "' --prefix '" + installed.GetString().GetUTF8() + "' >/dev/null";
   ASSERT_EQ(std::system(install.c_str()), 0);
-  for (const Filename& tree : {build, installed}) {
+  for (const Filename& tree : {build, installed + LUMENARA_INSTALL_LIB}) {
     const Filename docs = tree + "plugins" + "Lumenara" + "docs";
     EXPECT_TRUE(GeFExist(docs + "lm_manual.pdf")) << docs.GetString().GetUTF8();
     const std::string page = readText(docs + "lumenara.html");

@@ -1,11 +1,9 @@
 // The image history on a full disk, and in a host without a directory browser.
 #include <gtest/gtest.h>
 
-#include <sys/resource.h>
-
-#include <csignal>
 #include <new>
 
+#include "file_size_limit.h"
 #include "history_fixture.h"
 
 namespace {
@@ -23,24 +21,6 @@ BrowseFiles* BrowseFiles::Alloc() {
 namespace {
 
 using HistoryFailureTest = HistoryTest;
-
-/// Limits the files of this process to `bytes`, as on a full disk.
-class FileSizeLimit {
- public:
-  explicit FileSizeLimit(rlim_t bytes) : handler_(std::signal(SIGXFSZ, SIG_IGN)) {
-    getrlimit(RLIMIT_FSIZE, &before_);
-    const rlimit limit{bytes, before_.rlim_max};
-    setrlimit(RLIMIT_FSIZE, &limit);
-  }
-  ~FileSizeLimit() {
-    setrlimit(RLIMIT_FSIZE, &before_);
-    std::signal(SIGXFSZ, handler_);
-  }
-
- private:
-  void (*handler_)(int);
-  rlimit before_{};
-};
 
 TEST_F(HistoryFailureTest, AFullDiskLeavesNoPictureAndIsReportedOnce) {
   showPicture({10, 20, 30});

@@ -131,12 +131,12 @@ TEST_F(MainCommands, ShortcutsDialogListsTheTable) {
   EXPECT_TRUE(shown.contains("Orbit"));
 }
 
-TEST_F(MainCommands, ShortcutsDialogListsThePictureViewersKeys) {
+TEST_F(MainCommands, ShortcutsDialogListsTheFrameBuffersKeys) {
   choose("help.shortcuts");
   const auto* dialog = window().findChild<host::ShortcutsDialog*>();
   ASSERT_NE(dialog, nullptr);
   const QList<QTreeWidgetItem*> headings =
-      dialog->findChild<QTreeWidget*>()->findItems("Picture Viewer", Qt::MatchExactly);
+      dialog->findChild<QTreeWidget*>()->findItems("Frame Buffer", Qt::MatchExactly);
   ASSERT_EQ(headings.size(), 1);
   QStringList rows;
   for (int i = 0; i < headings[0]->childCount(); ++i)

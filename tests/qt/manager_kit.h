@@ -12,6 +12,7 @@
 #include "scene_edits.h"
 #include "scene_queries.h"
 #include "session.h"
+#include "test_documents.h"
 #include "theme.h"
 
 class ManagerTest : public QtFixture {
@@ -70,25 +71,16 @@ class ManagerTest : public QtFixture {
   /// blue.
   static host::DocumentPtr scene() {
     using namespace host;
+    using namespace testscene;
     DocumentPtr document = newDocument();
     DocumentState& state = *stateOf(document.get());
-    const auto add = [](NodeList& list, LONG type, const char* name) {
-      ObjectState* object = makeObject(type);
-      object->name = name;
-      list.append(*object);
-      return object;
-    };
     ObjectState* root = add(state.children, Onull, "root");
     ObjectState* body = add(root->children, Opolygon, "body");
     add(body->children, Opolygon, "arm")->local.off = {0, 0, 5};
     add(state.children, Olight, "lamp")->local.off = {0, 4, 0};
     add(state.children, Olight, "spot")->data.SetLong(param::lightKind, 1);
     add(state.children, Ocamera, "camera")->local.off = {0, 1, 8};
-    for (const char* name : {"red", "blue"}) {
-      NodeState* material = makeNode(NodeKind::material, Mmaterial);
-      material->name = name;
-      state.materials.append(*material);
-    }
+    addMaterials(state);
     return document;
   }
 };

@@ -95,6 +95,16 @@ TEST_F(ManagerSettingsTest, DenoisingIsOffAtTheEndOrLive) {
   EXPECT_EQ(choice(render::denoiseSetting).currentIndex(), 0) << "the field follows";
 }
 
+TEST_F(ManagerSettingsTest, SamplesGoWhereTheNoiseIsOrEverywhere) {
+  ASSERT_EQ(choice(render::spreadSetting).count(), 2);
+  EXPECT_EQ(choice(render::spreadSetting).currentIndex(), 0);
+  choose(render::spreadSetting, 1);
+  EXPECT_EQ(value(render::spreadSetting).GetLong(), static_cast<LONG>(render::SampleSpread::evenly));
+  edits().undo();
+  settle();
+  EXPECT_EQ(choice(render::spreadSetting).currentIndex(), 0) << "the field follows";
+}
+
 TEST_F(ManagerSettingsTest, TheShutterOpensWithMotionBlur) {
   const DocumentPtr before = copy();
   EXPECT_FALSE(box(render::motionBlurSetting).isChecked());
@@ -287,9 +297,9 @@ TEST_F(ManagerSettingsTest, TabGoesThroughThePageFromTheTop) {
   dialog->tabs().setCurrentIndex(1);
   settle();
   choice(RDATA_RENDERENGINE).setFocus();
-  const LONG order[] = {RDATA_MAXSAMPLES,   RDATA_NOISETHRESHOLD, render::denoiseSetting,
-                        RDATA_ANTIALIASING, RDATA_AAFILTER,       render::motionBlurSetting,
-                        RDATA_LOD};
+  const LONG order[] = {render::shadingSetting, RDATA_MAXSAMPLES,          render::spreadSetting,
+                        RDATA_NOISETHRESHOLD,   render::denoiseSetting,    RDATA_ANTIALIASING,
+                        RDATA_AAFILTER,         render::motionBlurSetting, RDATA_LOD};
   for (const LONG id : order) {
     QTest::keyClick(dialog->focusWidget(), Qt::Key_Tab);
     EXPECT_EQ(dialog->focusWidget(), dialog->field(id)) << id;
@@ -314,13 +324,41 @@ TEST_F(ManagerSettingsTest, TheViewGoesWithTheDocument) {
   choose(render::viewSetting, choice(render::viewSetting).findText("Filmic"));
   type(render::exposureSetting, "-1.5");
   type(render::whiteBalanceSetting, "4000");
-  const ViewSettings view = render::readView(document().GetActiveRenderData()->GetData());
+  const ViewSettings view = render::readView(document().GetActiveRenderData()->GetData(), nullptr);
   EXPECT_EQ(view, (ViewSettings{"Filmic", -1.5, 1, 4000}));
   edits().apply("Other View", [](BaseDocument& in) {
     setRenderValue(in, render::viewSetting, GeData(String("Screen - Elsewhere")));
   });
   settle();
   EXPECT_EQ(choice(render::viewSetting).currentText(), "Screen - Elsewhere") << "kept, though unknown here";
+}
+
+TEST_F(ManagerSettingsTest, AConfigurationBringsItsViews) {
+  folder.write("own.ocio", R"(ocio_profile_version: 2
+roles: {scene_linear: lin_rec709, default: lin_rec709}
+displays:
+  Screen:
+    - !<View> {name: Plain, colorspace: lin_rec709}
+colorspaces:
+  - !<ColorSpace> {name: lin_rec709}
+)");
+  const QString file = toQt((folder / "own.ocio").GetString());
+  auto& field = dynamic_cast<QLineEdit&>(*dialog->field(render::colorConfigSetting));
+  EXPECT_EQ(choice(render::viewSetting).findText("Screen - Plain"), -1);
+  field.setFocus();
+  QTest::keyClicks(&field, file);
+  QTest::keyClick(&field, Qt::Key_Return);
+  settle();
+  EXPECT_EQ(render::readView(document().GetActiveRenderData()->GetData(), nullptr).config,
+            file.toStdString());
+  const int index = choice(render::viewSetting).findText("Screen - Plain");
+  ASSERT_GE(index, 0);
+  choose(render::viewSetting, index);
+  EXPECT_EQ(choice(render::viewSetting).currentText(), "Screen - Plain");
+  field.clear();
+  settle();
+  EXPECT_EQ(render::readView(document().GetActiveRenderData()->GetData(), nullptr).config, "");
+  EXPECT_EQ(choice(render::viewSetting).currentText(), "Screen - Plain") << "kept, though unknown now";
 }
 
 TEST_F(ManagerSettingsTest, MultiPassListsTheLayersOfTheFilm) {

@@ -58,18 +58,7 @@ class OptionsDialog : public PluginDialogs {
     asPlugin([&] {
       DlgOptions dialog;
       dialog.settings = &settings;
-      bool used = false;
-      whenModal([&](QWidget& window) {
-        used = true;
-        try {
-          user(window);
-        } catch (const std::exception& error) {
-          ADD_FAILURE() << error.what();
-        }
-        if (window.isVisible()) QTest::keyClick(&window, Qt::Key_Escape);
-      });
-      dialog.Open();
-      EXPECT_TRUE(used);
+      openModal([&] { dialog.Open(); }, user);
     });
   }
 };
@@ -259,18 +248,7 @@ class AnimationDialog : public PluginDialogs {
   ~AnimationDialog() override { host::setActiveDocument(nullptr); }
 
   bool open(const std::function<void(QWidget&)>& user) {
-    bool used = false;
-    whenModal([&](QWidget& window) {
-      used = true;
-      try {
-        user(window);
-      } catch (const std::exception& error) {
-        ADD_FAILURE() << error.what();
-      }
-      if (window.isVisible()) QTest::keyClick(&window, Qt::Key_Escape);
-    });
-    asPlugin([&] { dialog.Open(); });
-    EXPECT_TRUE(used);
+    openModal([&] { asPlugin([&] { dialog.Open(); }); }, user);
     return dialog.GetResult() != FALSE;
   }
   static void write(QWidget& window, const char* name) {

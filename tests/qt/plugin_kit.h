@@ -43,6 +43,23 @@ class PluginDialogs : public QtFixture {
     function();
   }
 
+  /// Opens a modal dialog by the first function and uses its window by the second; Escape closes it, unless
+  /// the user did.
+  static void openModal(const std::function<void()>& open, const std::function<void(QWidget&)>& user) {
+    bool used = false;
+    whenModal([&](QWidget& window) {
+      used = true;
+      try {
+        user(window);
+      } catch (const std::exception& error) {
+        ADD_FAILURE() << error.what();
+      }
+      if (window.isVisible()) QTest::keyClick(&window, Qt::Key_Escape);
+    });
+    open();
+    EXPECT_TRUE(used);
+  }
+
   /// A gadget's widget in the window that is being used.
   template <class Widget = QWidget>
   static Widget& at(QWidget& window, LONG id) {

@@ -6,6 +6,7 @@
 #include "light_set.h"
 #include "sampler.h"
 #include "scene_kit.h"
+#include "spherical_triangle.h"
 
 using namespace kit;
 using namespace host::render;
@@ -131,15 +132,6 @@ TEST(AreaLight, ShinesFromOneSide) {
 
 constexpr float albedo = 0.5f;
 
-Scene diffusePlane() {
-  Scene scene;
-  scene.materials[0]->baseColor = {albedo, albedo, albedo, 1};
-  scene.materials[0]->reflectionOn = false;
-  scene.add(quad({-50, 0, 50}, {100, 0, 0}, {0, 0, -100}));
-  scene.lookAt({0, 0.5f, 0}, {0, 0, 0}, true, 0.01f);
-  return scene;
-}
-
 SnapshotLight& addArea(Scene& scene, LightKind kind, Vec3 position, Vec3 towards, float intensity) {
   SnapshotLight& light = scene.addLight(kind, position, towards, intensity);
   light.width = 2, light.height = 1;
@@ -149,7 +141,7 @@ SnapshotLight& addArea(Scene& scene, LightKind kind, Vec3 position, Vec3 towards
 // The intensity is that along the axis: radiance times area.
 TEST(Irradiance, RectangleLight) {
   for (const Vec3 position : {Vec3{0, 1.5f, 0}, Vec3{2, 1, 1}}) {
-    Scene scene = diffusePlane();
+    Scene scene = diffusePlane(albedo);
     const SnapshotLight& light = addArea(scene, LightKind::rectangle, position, {0, 0, 0}, 6);
     AreaLight shape;
     shape.center = position, shape.right = Vec3(light.toWorld.v1), shape.up = Vec3(light.toWorld.v2);
@@ -161,7 +153,7 @@ TEST(Irradiance, RectangleLight) {
 }
 
 TEST(Irradiance, DiscLight) {
-  Scene scene = diffusePlane();
+  Scene scene = diffusePlane(albedo);
   SnapshotLight& light = addArea(scene, LightKind::disc, {0.7f, 1.5f, 0}, {0.7f, 0, 0}, 6);
   light.height = 50; // no effect
   const double expected = 6 / piD * static_cast<double>(albedo) / piD * parallelDisc(1, 1.5, 0.7);
@@ -170,7 +162,7 @@ TEST(Irradiance, DiscLight) {
 
 TEST(Irradiance, AreaLightsBehindTheirBackAndBeyondTheirRangeGiveNothing) {
   for (const LightKind kind : {LightKind::rectangle, LightKind::disc}) {
-    Scene scene = diffusePlane();
+    Scene scene = diffusePlane(albedo);
     addArea(scene, kind, {0, 1.5f, 0}, {0, 3, 0}, 6);
     addArea(scene, kind, {0, 1.5f, 0}, {0, 0, 0}, 6).range = 1.4f;
     EXPECT_EQ(draw(scene, 8, 16).mean().x, 0);
@@ -180,7 +172,7 @@ TEST(Irradiance, AreaLightsBehindTheirBackAndBeyondTheirRangeGiveNothing) {
 // The same light, as a lamp far smaller than its distance and as a large one seen by its mirror image.
 TEST(Irradiance, DistantAreaLightsAreLikeLamps) {
   for (const LightKind kind : {LightKind::rectangle, LightKind::disc}) {
-    Scene scene = diffusePlane();
+    Scene scene = diffusePlane(albedo);
     addArea(scene, kind, {0, 60, 0}, {0, 0, 0}, 3600);
     EXPECT_NEAR(draw(scene, 16, 64).mean().x, albedo / pi, 0.01f * albedo / pi);
   }
@@ -204,7 +196,7 @@ TEST(LightSampling, MirrorsShowAreaLightsAndTheCameraDoesNot) {
 
 // Flush with a ceiling: half of the rays would end at the ceiling by rounding.
 TEST(LightSampling, ASurfaceInTheLightsPlaneDoesNotShadowIt) {
-  Scene scene = diffusePlane();
+  Scene scene = diffusePlane(albedo);
   addArea(scene, LightKind::rectangle, {0, 1.5f, 0}, {0, 0, 0}, 6);
   auto how = settings(16, 16, 64);
   how.globalIllumination = false;
@@ -246,6 +238,38 @@ TEST(LightSet, AreaLightsShareTheTreeWithLamps) {
   const double mean = sum / count, error = std::sqrt((sum2 / count - mean * mean) / count);
   EXPECT_NEAR(mean, expected, 5 * error + 1e-3 * expected);
   EXPECT_LT(error * std::sqrt(count), 0.6 * expected) << "lights that face away have no chance";
+}
+
+TEST(SphericalTriangle, HasTheSolidAngleOfItsCorners) {
+  const SphericalTriangle octant({2, 0, 0}, {0, 3, 0}, {0, 0, 0.5f});
+  EXPECT_NEAR(octant.solidAngle(), pi / 2, 1e-5f);
+  // Nearly the whole hemisphere: a large triangle seen from close to its middle.
+  EXPECT_NEAR(SphericalTriangle({1000, 0, 0.1f}, {-500, 866, 0.1f}, {-500, -866, 0.1f}).solidAngle(), 2 * pi,
+              0.01f);
+}
+
+// The samples lie in the triangle and are spread evenly: an integral over directions agrees with one over the
+// area.
+TEST(SphericalTriangle, SamplesEvenly) {
+  const Vec3 a{-0.5f, -0.3f, 0.2f}, b{0.9f, -0.4f, 0.3f}, c{0.1f, 0.8f, 0.25f};
+  const SphericalTriangle triangle(a, b, c);
+  constexpr int side = 64;
+  const Vec3 across = cross(b - a, c - a);
+  double byAngle = 0, byArea = 0;
+  for (int i = 0; i < side * side; ++i) {
+    const Vec2 u{(static_cast<float>(i % side) + 0.5f) / side, (static_cast<float>(i / side) + 0.5f) / side};
+    const Vec3 d = triangle.sample(u);
+    EXPECT_NEAR(length(d), 1, 1e-4f);
+    EXPECT_GE(dot(d, cross(a, b)), -1e-4f);
+    EXPECT_GE(dot(d, cross(b, c)), -1e-4f);
+    EXPECT_GE(dot(d, cross(c, a)), -1e-4f);
+    byAngle += static_cast<double>(triangle.solidAngle() * d.z * d.z);
+    const float root = std::sqrt(u.x);
+    const Vec3 p = a + (b - a) * (root * (1 - u.y)) + (c - a) * (root * u.y);
+    const float distance = length(p);
+    byArea += static_cast<double>(p.z * p.z * std::abs(dot(p, across)) / 2 / std::pow(distance, 5.0f));
+  }
+  EXPECT_NEAR(byAngle, byArea, 0.005 * byArea);
 }
 
 } // namespace

@@ -7,6 +7,7 @@
 
 #include "render_settings.h"
 #include "scene_kit.h"
+#include "view_transform.h"
 
 using namespace kit;
 
@@ -103,15 +104,16 @@ TEST(Denoise, Live) {
   const render::RenderReport report = render::renderSnapshot({scene.snapshot, how, target.bitmap, hooks});
   EXPECT_EQ(report.outcome, render::RenderOutcome::stopped);
   ASSERT_TRUE(shown);
+  const host::ViewTransform plain;
   int noisy = 0;
   for (int y = 0; y < 32; ++y)
     for (int x = 0; x < 48; ++x) {
       float clean[3];
       layer()->get(static_cast<std::size_t>(y * 48 + x), clean);
-      ASSERT_TRUE(agrees(*target.bitmap, x, y, clean)) << x << " " << y;
+      ASSERT_TRUE(agrees(*target.bitmap, plain, x, y, clean)) << x << " " << y;
       float rgba[4];
       filmOf(*target.bitmap)->getColor(x, y, rgba);
-      noisy += !agrees(*target.bitmap, x, y, rgba);
+      noisy += !agrees(*target.bitmap, plain, x, y, rgba);
     }
   EXPECT_GT(noisy, 48 * 32 / 2);
 

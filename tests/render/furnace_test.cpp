@@ -160,23 +160,9 @@ TEST(Bsdf, SamplingAgreesWithEvaluation) {
           look.glassBack = back.get();
           const Vec3 wo{std::sqrt(1 - cosine * cosine), 0, cosine};
           const Bsdf bsdf(look, {n, n}, wo, entering, false);
-          constexpr int count = 1 << 17;
-          double sampled = 0, hits = 0, integral = 0, density = 0;
-          for (std::uint32_t i = 0; i < count; ++i) {
-            render::Sampler s(1, 2, 3, i);
-            const BsdfSample b = bsdf.sample(s.next1(), s.next2());
-            sampled += static_cast<double>(b.weight.y);
-            hits += b.pdf > 0;
-            const Vec2 u = s.next2();
-            const float z = 1 - 2 * u.x, r = std::sqrt(std::max(0.0f, 1 - z * z));
-            float pdf = 0;
-            const Vec3 f = bsdf.evaluate(
-                {r * std::cos(2 * render::pi * u.y), r * std::sin(2 * render::pi * u.y), z}, &pdf);
-            integral += static_cast<double>(f.y * 4 * render::pi);
-            density += static_cast<double>(pdf * 4 * render::pi);
-          }
-          EXPECT_NEAR(sampled / count, integral / count, 0.02);
-          EXPECT_NEAR(hits / count, density / count, 0.02);
+          const LobeSums sums = lobeSums(bsdf, 1 << 17);
+          EXPECT_NEAR(sums.sampled, sums.integral, 0.02);
+          EXPECT_NEAR(sums.hits, sums.density, 0.02);
         }
 }
 

@@ -146,10 +146,7 @@ TEST(Layers, LookThroughMirrorsAndClearGlass) {
 }
 
 TEST(Layers, DenoisingKeepsTheNoisyColour) {
-  Scene scene;
-  scene.sky(0.6f);
-  scene.add(ball(1, 24));
-  scene.lookAt({0, 0, 5}, {0, 0, 0}, true, 1.5f);
+  Scene scene = ballInSky();
   auto how = settings(32, 32, 2);
   const Result noisy = draw(scene, 32, 32, how);
   how.denoise = render::Denoising::end;

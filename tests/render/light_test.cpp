@@ -11,30 +11,20 @@ namespace {
 
 constexpr float albedo = 0.5f;
 
-// A diffuse plane at y = 0 seen from above around the origin.
-Scene diffusePlane() {
-  Scene scene;
-  scene.materials[0]->baseColor = {albedo, albedo, albedo, 1};
-  scene.materials[0]->reflectionOn = false;
-  scene.add(quad({-50, 0, 50}, {100, 0, 0}, {0, 0, -100}));
-  scene.lookAt({0, 0.5f, 0}, {0, 0, 0}, true, 0.01f);
-  return scene;
-}
-
 TEST(Irradiance, PointLight) {
-  Scene scene = diffusePlane();
+  Scene scene = diffusePlane(albedo);
   scene.addLight(LightKind::point, {0, 2, 0}, {0, 0, 0}, 10);
   EXPECT_NEAR(draw(scene, 8, 16).mean().x, albedo / pi * 10 / 4, 1e-3);
 }
 
 TEST(Irradiance, PointLightAtAnAngleAndDistance) {
-  Scene scene = diffusePlane();
+  Scene scene = diffusePlane(albedo);
   scene.addLight(LightKind::point, {3, 4, 0}, {0, 0, 0}, 100);
   EXPECT_NEAR(draw(scene, 8, 16).mean().x, albedo / pi * 100 / 25 * 0.8f, 2e-3);
 }
 
 TEST(Irradiance, RangeEndsALight) {
-  Scene scene = diffusePlane();
+  Scene scene = diffusePlane(albedo);
   scene.addLight(LightKind::point, {0, 2, 0}, {0, 0, 0}, 10).range = 1.9f;
   EXPECT_EQ(draw(scene, 8, 4).mean().x, 0);
 }
@@ -43,7 +33,7 @@ TEST(Irradiance, SphereLight) {
   // A sphere of any size has the irradiance of a point light at its centre.
   for (const float radius : {0.1f, 1.0f, 1.9f}) {
     SCOPED_TRACE(radius);
-    Scene scene = diffusePlane();
+    Scene scene = diffusePlane(albedo);
     scene.addLight(LightKind::point, {0, 2, 0}, {0, 0, 0}, 10).radius = radius;
     EXPECT_NEAR(draw(scene, 16, 256).mean().x, albedo / pi * 10 / 4, 0.01 * albedo / pi * 10 / 4);
   }
@@ -52,7 +42,7 @@ TEST(Irradiance, SphereLight) {
 TEST(Irradiance, DistantLight) {
   for (const float angle : {0.0f, 0.005f, 0.1f}) {
     SCOPED_TRACE(angle);
-    Scene scene = diffusePlane();
+    Scene scene = diffusePlane(albedo);
     scene.addLight(LightKind::distant, {3, 4, 0}, {0, 0, 0}, 2).radius = angle;
     EXPECT_NEAR(draw(scene, 16, 128).mean().x, albedo / pi * 2 * 0.8f, 0.005);
   }
@@ -60,7 +50,7 @@ TEST(Irradiance, DistantLight) {
 
 TEST(Irradiance, SpotLightFadesFromItsInnerToItsOuterCone) {
   const auto lit = [](Vec3 target) {
-    Scene scene = diffusePlane();
+    Scene scene = diffusePlane(albedo);
     SnapshotLight& light = scene.addLight(LightKind::spot, {0, 2, 0}, target, 10);
     light.innerCone = 0.3f, light.outerCone = 0.6f;
     return draw(scene, 8, 16).mean().x;
@@ -75,7 +65,7 @@ TEST(Irradiance, SpotLightFadesFromItsInnerToItsOuterCone) {
 }
 
 TEST(Irradiance, GlowingRectangle) {
-  Scene scene = diffusePlane();
+  Scene scene = diffusePlane(albedo);
   int glow;
   SurfaceMaterial& m = scene.addMaterial(&glow);
   m.baseColor = {0, 0, 0, 1};
@@ -92,13 +82,13 @@ TEST(Irradiance, GlowingRectangle) {
 }
 
 TEST(Irradiance, EvenSky) {
-  Scene scene = diffusePlane();
+  Scene scene = diffusePlane(albedo);
   scene.sky(2);
   EXPECT_NEAR(draw(scene, 16, 64).mean().x, albedo * 2, 0.005);
 }
 
 TEST(Irradiance, GradientSky) {
-  Scene scene = diffusePlane();
+  Scene scene = diffusePlane(albedo);
   SnapshotSky& sky = scene.snapshot->sky;
   sky.kind = SkyKind::gradient;
   sky.color = {3, 0, 1}, sky.horizon = {1, 1, 1}, sky.ground = {9, 9, 9};
@@ -109,7 +99,7 @@ TEST(Irradiance, GradientSky) {
 }
 
 TEST(Irradiance, PictureSkyWithASun) {
-  Scene scene = diffusePlane();
+  Scene scene = diffusePlane(albedo);
   SnapshotSky& sky = scene.snapshot->sky;
   sky.kind = SkyKind::picture;
   sky.color = {1, 1, 1};
@@ -171,23 +161,42 @@ TEST(LightSampling, BothEstimatorsGiveTheSamePicture) {
   for (int kind = 0; kind < 6; ++kind) {
     SCOPED_TRACE(kind);
     Scene scene = mixedScene(kind);
-    auto how = settings(24, 24, 512);
+    auto how = settings(16, 16, 512);
     how.clampIndirect = 0;
     how.bounces = 2;
     how.caustics = true;
-    const float both = draw(scene, 24, 24, how).mean().x;
+    const float both = draw(scene, 16, 16, how).mean().x;
     how.lightSampling = LightSampling::lightsOnly;
-    const float lights = draw(scene, 24, 24, how).mean().x;
+    const float lights = draw(scene, 16, 16, how).mean().x;
     how.lightSampling = LightSampling::surfacesOnly;
-    const float surfaces = draw(scene, 24, 24, how).mean().x;
+    const float surfaces = draw(scene, 16, 16, how).mean().x;
     EXPECT_GT(both, 0.02f);
     EXPECT_NEAR(lights, both, 0.02f * both);
     EXPECT_NEAR(surfaces, both, 0.02f * both);
   }
 }
 
+// A glowing plate close above a surface covers half of its sky: every way to find it gives the same light.
+TEST(LightSampling, EstimatorsAgreeUnderAGlowingPlateNearby) {
+  Scene scene = diffusePlane(albedo);
+  int glowing;
+  SurfaceMaterial& glow = scene.addMaterial(&glowing);
+  glow.baseColor = {0, 0, 0, 1};
+  glow.emission = {1, 1, 1};
+  Instance& plate = scene.add(quad({-0.3f, 0.2f, -0.3f}, {0.6f, 0, 0}, {0, 0, 0.6f}), glowing);
+  plate.seenByCamera = false;
+  auto how = settings(16, 16, 256);
+  how.bounces = 1;
+  const Vec3 both = draw(scene, 16, 16, how).mean();
+  EXPECT_GT(both.x, 0.05f);
+  for (const LightSampling one : {LightSampling::lightsOnly, LightSampling::surfacesOnly}) {
+    how.lightSampling = one;
+    EXPECT_NEAR(draw(scene, 16, 16, how).mean().x, both.x, 0.01f * both.x);
+  }
+}
+
 TEST(LightSampling, ManyLightsAddUp) {
-  Scene scene = diffusePlane();
+  Scene scene = diffusePlane(albedo);
   for (int i = 0; i < 40; ++i)
     scene.addLight(LightKind::point, {0, 2, 0}, {0, 0, 0}, 0.25f);
   EXPECT_NEAR(draw(scene, 16, 128).mean().x, albedo / pi * 10 / 4, 2e-3);
@@ -196,7 +205,7 @@ TEST(LightSampling, ManyLightsAddUp) {
 TEST(LightSampling, ManyLampsWithARadiusAddUp) {
   for (const int count : {40, 80}) {
     SCOPED_TRACE(count);
-    Scene scene = diffusePlane();
+    Scene scene = diffusePlane(albedo);
     for (int i = 0; i < count; ++i)
       scene.addLight(LightKind::point, {0, 2, 0}, {0, 0, 0}, 10.0f / static_cast<float>(count)).radius = 1;
     EXPECT_NEAR(draw(scene, 16, 128).mean().x, albedo / pi * 10 / 4, 0.02f * albedo / pi * 10 / 4);
@@ -205,7 +214,7 @@ TEST(LightSampling, ManyLampsWithARadiusAddUp) {
 
 // Scattered rays and shadow rays meet the same lamp, also behind a layer that lets everything through.
 TEST(LightSampling, AClearLayerChangesNoLampsLight) {
-  Scene scene = diffusePlane();
+  Scene scene = diffusePlane(albedo);
   int clear;
   SurfaceMaterial& m = scene.addMaterial(&clear);
   m.baseColor = {1, 1, 1, 0};
@@ -243,7 +252,7 @@ TEST(LightSampling, CoarseMeshesHaveNoHardEdgeOfShadow) {
 }
 
 TEST(LightSampling, ABlockerThrowsAShadow) {
-  Scene scene = diffusePlane();
+  Scene scene = diffusePlane(albedo);
   scene.addLight(LightKind::point, {0, 2, 0}, {0, 0, 0}, 10);
   Instance& blocker = scene.add(quad({-0.5f, 1, 0.5f}, {1, 0, 0}, {0, 0, -1}));
   auto how = settings(8, 8, 8);

@@ -3,6 +3,8 @@
 #include <cmath>
 #include <cstring>
 
+#include "sampler.h"
+
 namespace kit {
 namespace {
 
@@ -182,6 +184,7 @@ render::RenderSettings settings(int width, int height, int samples) {
   s.region = {0, 0, width - 1, height - 1};
   s.samples = samples;
   s.noise = 0;
+  s.spread = render::SampleSpread::evenly;
   s.filter = render::Filter::area;
   return s;
 }
@@ -232,6 +235,40 @@ ShadePtr bitmapShade(PicturePtr picture) {
   shade->kind = ShadeKind::bitmap;
   shade->texture.picture = std::move(picture);
   return shade;
+}
+
+Scene diffusePlane(float albedo) {
+  Scene scene;
+  scene.materials[0]->baseColor = {albedo, albedo, albedo, 1};
+  scene.materials[0]->reflectionOn = false;
+  scene.add(quad({-50, 0, 50}, {100, 0, 0}, {0, 0, -100}));
+  scene.lookAt({0, 0.5f, 0}, {0, 0, 0}, true, 0.01f);
+  return scene;
+}
+
+Scene ballInSky() {
+  Scene scene;
+  scene.sky(0.6f);
+  scene.add(ball(1, 24));
+  scene.lookAt({0, 0, 5}, {0, 0, 0}, true, 1.5f);
+  return scene;
+}
+
+LobeSums lobeSums(const render::Bsdf& bsdf, int count) {
+  LobeSums sums;
+  for (int i = 0; i < count; ++i) {
+    render::Sampler s(1, 2, 3, static_cast<std::uint32_t>(i));
+    const render::BsdfSample b = bsdf.sample(s.next1(), s.next2());
+    sums.sampled += static_cast<double>(b.weight.y) / count;
+    sums.hits += static_cast<double>(b.pdf > 0) / count;
+    const render::Vec2 u = s.next2();
+    const float z = 1 - 2 * u.x, r = std::sqrt(std::max(0.0f, 1 - z * z)), turn = 2 * render::pi * u.y;
+    float pdf = 0;
+    const Vec3 f = bsdf.evaluate({r * std::cos(turn), r * std::sin(turn), z}, &pdf);
+    sums.integral += static_cast<double>(f.y * 4 * render::pi) / count;
+    sums.density += static_cast<double>(pdf * 4 * render::pi) / count;
+  }
+  return sums;
 }
 
 } // namespace kit

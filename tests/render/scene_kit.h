@@ -4,6 +4,7 @@
 #include <functional>
 #include <vector>
 
+#include "bsdf.h"
 #include "c4d.h"
 #include "film.h"
 #include "render_snapshot.h"
@@ -39,6 +40,11 @@ struct Scene {
   std::vector<std::shared_ptr<SurfaceMaterial>> materials;
 };
 
+/// A diffuse plane at y = 0 with this albedo, seen from above around the origin.
+Scene diffusePlane(float albedo);
+/// A white ball of radius 1 under an even sky, seen along z.
+Scene ballInSky();
+
 struct Result {
   RENDERRESULT code = RENDERRESULT_OK;
   int width = 0, height = 0;
@@ -60,6 +66,14 @@ render::RenderSettings settings(int width, int height, int samples);
 Result draw(Scene& scene, int width, int height, const render::RenderSettings& settings,
             const render::RenderHooks& hooks = {});
 Result draw(Scene& scene, int size, int samples);
+
+/// Sums over samples of a lobe's light and of directions spread evenly over the sphere: both estimate the
+/// same two integrals, of the light (green) and of the density.
+struct LobeSums {
+  double sampled = 0, hits = 0;     // by `sample`: weights; directions that were found
+  double integral = 0, density = 0; // by `evaluate`
+};
+LobeSums lobeSums(const render::Bsdf& bsdf, int count);
 
 ShadePtr bitmapShade(PicturePtr picture);
 

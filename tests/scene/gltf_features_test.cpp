@@ -340,14 +340,7 @@ TEST(GltfDraco, damaged) {
   scene.root["bufferViews"][0]["byteLength"] = 20;
   result = loadDocumentFromMemory(scene.glb(), Filename());
   EXPECT_NE(result.error.find("cannot be unpacked"), std::string::npos) << result.error;
-  const auto file = compressed().glb();
-  for (std::size_t at = file.size() - 100; at < file.size(); ++at)
-    for (int bit = 0; bit < 8; bit += 3) {
-      auto flipped = file;
-      flipped[at] ^= static_cast<std::byte>(1 << bit);
-      const LoadResult any = loadDocumentFromMemory(flipped, Filename());
-      EXPECT_TRUE(any.document || !any.error.empty());
-    }
+  expectFlippedBitsAreTaken(compressed().glb(), 100, 3);
 }
 
 } // namespace

@@ -163,14 +163,7 @@ TEST(GltfMeshopt, damaged) {
 }
 
 TEST(GltfMeshopt, anyFlippedBitGivesASceneOrASentence) {
-  const auto file = scene().glb();
-  for (std::size_t at = file.size() - scene().data().size(); at < file.size(); ++at)
-    for (int bit = 0; bit < 8; bit += 2) {
-      auto flipped = file;
-      flipped[at] ^= static_cast<std::byte>(1 << bit);
-      const LoadResult any = loadDocumentFromMemory(flipped, Filename());
-      EXPECT_TRUE(any.document || !any.error.empty());
-    }
+  expectFlippedBitsAreTaken(scene().glb(), scene().data().size(), 2);
 }
 
 } // namespace

@@ -127,3 +127,15 @@ inline BaseObject* objectNamed(const host::DocumentPtr& document, const char* na
   EXPECT_NE(object, nullptr) << name;
   return object;
 }
+
+/// Loads the file with each of these bits flipped, one at a time, in its last `bytes`: each gives a scene or
+/// a sentence.
+inline void expectFlippedBitsAreTaken(const std::vector<std::byte>& file, std::size_t bytes, int bitStep) {
+  for (std::size_t at = file.size() - bytes; at < file.size(); ++at)
+    for (int bit = 0; bit < 8; bit += bitStep) {
+      auto flipped = file;
+      flipped[at] ^= static_cast<std::byte>(1 << bit);
+      const host::LoadResult any = host::loadDocumentFromMemory(flipped, Filename());
+      EXPECT_TRUE(any.document || !any.error.empty());
+    }
+}

@@ -310,7 +310,7 @@ TEST_F(RendersTest, ThumbnailsAreRefinedUntilTheyAreClean) {
 
   const SharedBitmap reference = makeBitmap(32, 32);
   BaseContainer settings;
-  settings.SetLong(RDATA_MAXSAMPLES, 3000);
+  settings.SetLong(RDATA_MAXSAMPLES, 1000);
   settings.SetReal(RDATA_NOISETHRESHOLD, 0);
   settings.SetLong(render::seedSetting, 77777);
   const auto& look = static_cast<const MaterialState&>(*findNode(state(), red));

@@ -12,6 +12,7 @@
 #include "scene_edits.h"
 #include "scene_queries.h"
 #include "session.h"
+#include "test_documents.h"
 
 class SessionFixture : public HostFixture {
  public:
@@ -60,14 +61,9 @@ inline host::MeshPtr triangleMesh() {
 
 inline host::DocumentPtr SessionFixture::scene() {
   using namespace host;
+  using namespace testscene;
   DocumentPtr document = newDocument();
   DocumentState& state = *stateOf(document.get());
-  const auto add = [](NodeList& list, LONG type, const char* name) {
-    ObjectState* object = makeObject(type);
-    object->name = name;
-    list.append(*object);
-    return object;
-  };
   ObjectState* root = add(state.children, Onull, "root");
   root->local.off = {1, 2, 3};
   ObjectState* body = add(root->children, Opolygon, "body");
@@ -82,11 +78,7 @@ inline host::DocumentPtr SessionFixture::scene() {
   arm->local.off = {0, 0, 5};
   add(state.children, Olight, "lamp")->local.off = {0, 4, 0};
   add(state.children, Ocamera, "camera")->local.off = {0, 1, 8};
-  for (const char* name : {"red", "blue"}) {
-    NodeState* material = makeNode(NodeKind::material, Mmaterial);
-    material->name = name;
-    state.materials.append(*material);
-  }
+  addMaterials(state);
   NodeState* shader = makeNode(NodeKind::shader, Xcolor);
   state.materials.first()->shaders.append(*shader);
   static_cast<MaterialState*>(state.materials.first())->shaderSlots[CHANNEL_COLOR] = shader->identity;

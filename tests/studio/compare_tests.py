@@ -210,7 +210,7 @@ def compare_styles(run):
         check_composed(studio, style, a, b)
         keep_shot(run, f"compare-{style}")
     studio.menu("History", "View Difference")
-    studio.get(name="pictureViewer")
+    studio.get(name="frameBuffer")
     size = studio.get(name="pictureSize")
     check(size["text"].replace(" ", "") == f"{WIDTH}x{HEIGHT}", f"the difference has {size['text']} pixels")
     wanted = bytes(abs(x - y) for x, y in zip(a.data, b.data))
@@ -219,17 +219,12 @@ def compare_styles(run):
     canvas = studio.get(name="pictureCanvas")
     x, y, width, height = canvas["place"]
     left, top = x + (width - WIDTH) // 2, y + (height - HEIGHT) // 2
-    wait_for("the absolute difference in the Picture Viewer", lambda: any(
+    wait_for("the absolute difference in the Frame Buffer", lambda: any(
         studio.display.shot((left + dx, top + dy, WIDTH, HEIGHT)).data == wanted
         for dx in (0, 1, -1) for dy in (0, 1, -1)), 15, 0.2)
     keep_shot(run, "compare-difference")
-    to_front(studio)
+    studio.display.to_front("Lumenara Studio")
     studio.quit()
-
-
-def to_front(studio):
-    """The main window, before the Picture Viewer."""
-    studio.display.tool("search", "--onlyvisible", "--name", "Lumenara Studio", "windowactivate", "--sync")
 
 
 def box_sentence(studio):
@@ -238,7 +233,7 @@ def box_sentence(studio):
 
 
 def compare_capture(run):
-    """The capture post in the scene's render settings; Render View and the Picture Viewer's render reach the history."""
+    """The capture post in the scene's render settings; Render View and the Frame Buffer's render reach the history."""
     prepare(run)
 
     def make_small(scene):
@@ -279,11 +274,11 @@ def compare_capture(run):
     wait_for("the render in the history", lambda: names(run) == ["lastRender[001].tif"])
     check(not captured.exists(), "the captured render was copied, not moved")
 
-    studio.menu("Render", "Render to Picture Viewer")
-    wait_for("the captured render of the Picture Viewer", captured.exists, 60)
+    studio.menu("Render", "Render to Frame Buffer")
+    wait_for("the captured render of the Frame Buffer", captured.exists, 60)
     wait_for("the whole file", lambda: decoded(captured, 200, 120).colours() > 20)
-    studio.get(name="pictureViewer")
-    to_front(studio)
+    studio.get(name="frameBuffer")
+    studio.display.to_front("Lumenara Studio")
     studio.menu("History", "Add Last Render")
     wait_for("both renders", lambda: names(run) == ["lastRender[001].tif", "lastRender[002].tif"])
 

@@ -259,7 +259,7 @@ def region_keeps(run):
     studio.key("minus")
     size_is(0.4, "larger by the key")
 
-    window = studio.display.tool("search", "--onlyvisible", "--name", "Lumenara Studio").stdout.split()[0]
+    window = studio.display.window("Lumenara Studio")
     seen = []
     for width, height in ((1240, 720), (1560, 940)):
         studio.display.tool("windowsize", "--sync", window, width, height)

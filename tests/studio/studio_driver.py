@@ -4,10 +4,12 @@ keyboard. The program reports where things are on screen (LUMENARA_INSPECT); the
 Nothing here waits for a fixed time: everything polls with a deadline.
 """
 import json
+import mmap
 import os
 import pathlib
 import shutil
 import signal
+import struct
 import subprocess
 import sys
 import tempfile
@@ -55,14 +57,50 @@ def wait_for(what, test, seconds=20.0, every=0.05):
         time.sleep(every)
 
 
+class Screen:
+    """The pixels of an X server that keeps its screen in a file, in the format of xwd(1)."""
+
+    def __init__(self, path):
+        with open(path, "rb") as file:
+            self.memory = mmap.mmap(file.fileno(), 0, access=mmap.ACCESS_READ)
+        header = struct.unpack(">25I", self.memory[:100])
+        header_size, byte_order, bits_per_pixel, self.line_bytes, colours = header[0], header[7], header[11], header[12], header[19]
+        if (byte_order, bits_per_pixel) != (0, 32):
+            raise Failed(f"the X server keeps its screen with {bits_per_pixel} bits a pixel in byte order {byte_order}")
+        self.start = header_size + colours * 12
+
+    def pixels(self, left, top, width, height):
+        """The rectangle's red, green and blue bytes."""
+        begin = self.start + top * self.line_bytes + left * 4
+
+        def read():
+            return b"".join(self.memory[line:line + width * 4]
+                            for line in range(begin, begin + height * self.line_bytes, self.line_bytes))
+        data = read()
+        for _ in range(10):  # the server may be drawing
+            before, data = data, read()
+            if data == before:
+                break
+        rgb = bytearray(width * height * 3)
+        for channel in range(3):
+            rgb[channel::3] = data[2 - channel::4]
+        return bytes(rgb)
+
+    def close(self):
+        self.memory.close()
+
+
 class Display:
     """An X server with a window manager, on a free display number."""
 
     def __init__(self, width=1600, height=1000):
         self.width, self.height = width, height
+        self.folder = tempfile.mkdtemp(prefix="studio-display-")
         reader, writer = os.pipe()
+        # The screen's memory is a file, which costs no process to read. The pointer would be drawn into it.
         self.server = subprocess.Popen(
-            ["Xvfb", "-displayfd", str(writer), "-screen", "0", f"{width}x{height}x24", "-nolisten", "tcp"],
+            ["Xvfb", "-displayfd", str(writer), "-screen", "0", f"{width}x{height}x24", "-nolisten", "tcp",
+             "-fbdir", self.folder, "-nocursor"],
             pass_fds=[writer], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
         os.close(writer)
         with os.fdopen(reader) as answer:
@@ -74,7 +112,7 @@ class Display:
                             if k not in ("WAYLAND_DISPLAY", "XAUTHORITY", "DBUS_SESSION_BUS_ADDRESS")
                             and not k.startswith("QT_")}
         self.environment["DISPLAY"] = self.name
-        self.folder = tempfile.mkdtemp(prefix="studio-display-")
+        self.screen = Screen(pathlib.Path(self.folder) / "Xvfb_screen0")
         rules = pathlib.Path(self.folder) / "rc.xml"
         rules.write_text(WINDOW_MANAGER, encoding="utf-8")
         self.manager = subprocess.Popen(["openbox", "--config-file", str(rules)], env=self.environment, stdout=subprocess.DEVNULL,
@@ -92,17 +130,23 @@ class Display:
         width, height = min(width, self.width - left), min(height, self.height - top)
         if width < 1 or height < 1:
             raise Failed(f"{place} is not on the screen")
-        data = subprocess.run(
-            ["import", "-silent", "-display", self.name, "-window", "root", "-crop",
-             f"{width}x{height}+{left}+{top}", "-depth", "8", "rgb:-"],
-            env=self.environment, check=True, capture_output=True, timeout=60).stdout
-        return Picture(width, height, data)
+        return Picture(width, height, self.screen.pixels(left, top, width, height))
 
     def save(self, path):
         subprocess.run(["import", "-silent", "-display", self.name, "-window", "root", str(path)],
                        env=self.environment, check=False, timeout=60)
 
+    def window(self, title):
+        """The visible window whose title has this text."""
+        def found():  # the search fails when another window closes meanwhile
+            return self.tool("search", "--onlyvisible", "--name", title, check=False).stdout.split()
+        return wait_for(f"a window with {title} in its title", found)[0]
+
+    def to_front(self, title):
+        self.tool("windowactivate", "--sync", self.window(title))
+
     def close(self):
+        self.screen.close()
         for process in (self.manager, self.server):
             process.terminate()
         for process in (self.manager, self.server):
@@ -132,6 +176,8 @@ class Picture:
         """Mean difference of a channel's value, 0 to 255."""
         if (self.width, self.height) != (other.width, other.height):
             return 255.0
+        if self.data == other.data:
+            return 0
         step = max(1, len(self.data) // 200000)
         ours, theirs = self.data[::step], other.data[::step]
         return sum(abs(a - b) for a, b in zip(ours, theirs)) / len(ours)
@@ -307,14 +353,17 @@ class Studio:
         if code != 0:
             raise Failed(f"the program ended with {code}:\n{self.output()}")
 
-    def await_keyboard(self, seconds=3):
-        """After a dialog has closed, the window manager needs a moment to give a window the keyboard. A key is lost until then."""
-        end = time.monotonic() + seconds
-        while time.monotonic() < end:
+    def await_keyboard(self):
+        """Waits until a window of the program has the keyboard, which a key needs. A window manager may leave every window without
+        it after a dialog has closed: then the main window is activated, as a user would click at it."""
+        def has_keyboard():
             active = self.display.tool("getactivewindow", "getwindowpid", check=False)
-            if active.returncode == 0 and active.stdout.strip() == str(self.process.pid):
-                return
-            time.sleep(0.05)
+            return active.returncode == 0 and active.stdout.strip() == str(self.process.pid)
+        try:
+            wait_for("the keyboard", has_keyboard, 3)
+        except Failed:
+            self.display.to_front("Lumenara Studio")
+            wait_for("the keyboard", has_keyboard)
 
     def kill(self):
         self.process.send_signal(signal.SIGKILL)

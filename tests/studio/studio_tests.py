@@ -116,7 +116,7 @@ def resize(run):
     studio = run.viewer()
     set_auto(studio, True)
     small = studio.viewer()["place"]
-    window = studio.display.tool("search", "--onlyvisible", "--name", "Lumenara Studio").stdout.split()[0]
+    window = studio.display.window("Lumenara Studio")
     for width, height in ((1560, 960), (1200, 700)):
         studio.display.tool("windowsize", "--sync", window, width, height)
         wait_for("the window's new size", lambda: studio.get(name="studio")["place"][2:] == [width, height], 20)
@@ -180,7 +180,9 @@ def pacing_wait(run):
     run.set("LM_REFRESH_WAIT", 1)
     run.set("LM_AUTO_REFRESH", 1)
     run.set("LM_PROGRESS_BAR", 1)
-    run.set("LM_VIEW_SIZE", 3)
+    run.set("LM_VIEW_SIZE", 1)  # a size of its own: large enough for changes in the middle of a render
+    run.set("LM_MIN_WIDTH", 240)
+    run.set("LM_MIN_HEIGHT", 180)
     shutil.copy(run.options.source / "scenes" / "demo.glb", run.folder / "demo.glb")
     run.scene = run.folder / "demo.glb"
     studio = run.start(run.scene, "--viewer")
@@ -380,10 +382,10 @@ def box_select(run):
 
 
 def save_picture(run):
-    """The Picture Viewer saves in the background and says so."""
+    """The Frame Buffer saves in the background and says so."""
     studio = run.viewer()
     studio.menu("Options", "Save to Picture Viewer")
-    wait_for("the picture viewer", lambda: studio.find(name="pictureViewer"))
+    wait_for("the frame buffer", lambda: studio.find(name="frameBuffer"))
     studio.key("ctrl+s")
     target = run.folder / "shown.png"
     studio.get(**{"class": "QFileDialog"})

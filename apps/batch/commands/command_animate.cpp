@@ -60,6 +60,7 @@ void prepare(const AnimateOptions& options, BaseDocument& document) {
   if (!options.camera.empty()) chooseCamera(document, options.camera);
   if (!options.variant.empty()) chooseVariant(document, options.variant);
   setSampling(document, options.sampling);
+  setView(document, options.view);
 }
 
 /// The frames whose pictures are missing or incomplete.

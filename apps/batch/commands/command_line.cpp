@@ -7,9 +7,11 @@
 
 #include <CLI/CLI.hpp>
 
+#include "describe_options.h"
 #include "format_list.h"
 #include "layer_table.h"
 #include "picture_formats.h"
+#include "shading_mode.h"
 
 namespace batch {
 namespace {
@@ -150,6 +152,13 @@ struct RawOptions {
   std::vector<std::string> sets;
 };
 
+std::string shadingNames() {
+  std::string names;
+  for (const host::render::ShadingModeInfo& info : host::render::shadingModes())
+    names += (names.empty() ? "" : ", ") + std::string(info.name);
+  return names;
+}
+
 /// The options that `render` and `animate` share.
 template <class Options>
 void addRun(CLI::App& command, RawOptions& raw, Options& options) {
@@ -160,8 +169,7 @@ void addRun(CLI::App& command, RawOptions& raw, Options& options) {
   command.add_option("--set", raw.sets, "A setting for this run, by number or LM_ name; can be repeated")
       ->type_name("KEY=VALUE")
       ->allow_extra_args(false);
-  command
-      .add_option("--samples", options.sampling.samples, "Maximum samples per pixel; default: the scene's")
+  command.add_option("--samples", options.sampling.samples, "Samples per pixel; default: the scene's")
       ->type_name("N")
       ->check(CLI::Range(1, 1000000));
   command.add_option("--time", options.sampling.seconds, "End each picture after so many seconds")
@@ -172,10 +180,29 @@ void addRun(CLI::App& command, RawOptions& raw, Options& options) {
       ->type_name("LEVEL")
       ->check(CLI::Range(0.0, 1.0));
   command
+      .add_option("--sampling", options.sampling.spread,
+                  "More samples where the picture is noisy, or the same everywhere; default: the scene's")
+      ->type_name("noise|even")
+      ->check(CLI::IsMember({"noise", "even"}));
+  command
       .add_option("--shutter", options.sampling.shutter,
                   "Blur motion: frames that the shutter is open (0.5 is 180 degrees); 0: no blur")
       ->type_name("FRAMES")
       ->check(CLI::Range(0.0, 10.0));
+  command
+      .add_option("--shading", options.view.shading,
+                  "Show the scene in another shading: " + shadingNames() + "; default: the scene's")
+      ->type_name("NAME")
+      ->check([](const std::string& name) {
+        return host::render::shadingModeOf(name)
+                   ? ""
+                   : "there is no shading \"" + name + "\"; there are " + shadingNames();
+      });
+  command.add_option("--view", options.view.view, "Show the light through this view; default: the scene's")
+      ->type_name("NAME");
+  command.add_option("--exposure", options.view.exposure, "Brighten by so many stops; default: the scene's")
+      ->type_name("STOPS")
+      ->check(CLI::Range(-20.0, 20.0));
   command.add_option("--threads", options.threads, "Processors to use; default: all")
       ->type_name("N")
       ->check(CLI::Range(1, 1024));
@@ -203,6 +230,12 @@ CLI::App* addRender(CLI::App& app, RawOptions& raw) {
   render->add_flag("--half", raw.render.half, "Colours of an exr as 16-bit floats; numbers stay 32-bit");
   render->add_option("--compression", raw.compression, "Of an exr: " + compressionNames() + " (default zip)")
       ->type_name("NAME");
+  render->add_flag("--resumable", raw.render.resumable, "Keep the samples in an exr, for --resume");
+  render
+      ->add_option("--resume", raw.render.resume,
+                   "Add samples to this exr, rendered with --resumable from the same scene")
+      ->type_name("FILE")
+      ->excludes("--layers");
   render->add_option("--frame", raw.frame, "Frame of the animation; default: the scene's current one")
       ->type_name("N");
   CLI::Option* region =
@@ -211,12 +244,9 @@ CLI::App* addRender(CLI::App& app, RawOptions& raw) {
   render->add_option("--region-box", raw.box, "The same, as fractions of the picture")
       ->type_name("X,Y,SIZE")
       ->excludes(region);
-  render->add_option("--view", raw.render.view.view, "Show the light through this view; default: the scene's")
-      ->type_name("NAME");
-  render
-      ->add_option("--exposure", raw.render.view.exposure, "Brighten by so many stops; default: the scene's")
-      ->type_name("STOPS")
-      ->check(CLI::Range(-20.0, 20.0));
+  render->add_flag_function(
+      "--lens,!--no-lens", [&raw](std::int64_t count) { raw.render.view.lens = count > 0; },
+      "Bloom, glare and vignette on or off; default: as the scene says");
   render->add_option("--stats", raw.render.stats, "Write times and counts as JSON")->type_name("FILE");
   addRun(*render, raw, raw.render);
   return render;
@@ -436,6 +466,7 @@ CommandLine parseCommandLine(int argc, const char* const* argv) {
   addSettings(app, raw);
   CLI::App* compare = addCompare(app, raw);
   CLI::App* history = addHistory(app, raw);
+  addDescription(app);
 
   try {
     app.parse(arguments(argc, argv));

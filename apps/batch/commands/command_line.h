@@ -31,19 +31,22 @@ struct RegionBox {
 
 /// The end of a render, over the scene's render settings.
 struct Sampling {
-  int samples = 0;    // most samples a pixel; 0: the scene's, or with one of the next two more than any
-                      // picture needs
-  double seconds = 0; // a picture ends after them; 0: no limit
+  int samples = 0;               // of a pixel; 0: the scene's, or with one of the next two more than any
+                                 // picture needs
+  double seconds = 0;            // a picture ends after them; 0: no limit
   std::optional<double> noise;   // a pixel ends at this standard error, 0 to 1; 0: never
   std::optional<double> shutter; // frames that it is open around each frame's time; 0: no motion blur
+  std::string spread;            // of the samples: "noise", "even", or empty: as the scene says
   std::string denoise;           // "off", "end", "live", or empty: as the scene says
 };
 
 /// The view of a saved picture, over the document's.
 struct ViewOptions {
+  std::string shading; // a name of host::render::shadingModes; empty: as the scene says
   std::optional<std::string> view;
   std::optional<double> exposure; // stops, -20 to 20
-  bool given() const { return view || exposure; }
+  std::optional<bool> lens;       // effects on or off; without it, as the scene says
+  bool given() const { return view || exposure || lens.value_or(false); }
 };
 
 struct RenderOptions {
@@ -62,6 +65,8 @@ struct RenderOptions {
   std::optional<unsigned> layers;  // of the film, bits of host::LayerBit; without it, the scene's
   bool half = false;               // OpenEXR: colours as 16-bit floats
   std::optional<LONG> compression; // OpenEXR: index into host::exrCompressions
+  bool resumable = false;          // OpenEXR: the samples go into the file
+  std::string resume;              // the OpenEXR file to go on from; empty: none
   std::string home, stats;
   bool quiet = false;
 };
@@ -76,7 +81,8 @@ struct AnimateOptions {
   std::string variant;                                       // of materials; empty: the scene's own
   std::vector<std::pair<std::string, std::string>> settings; // key and value, as they were typed
   Sampling sampling;                                         // of each frame
-  int threads = 0;                                           // 0: all
+  ViewOptions view;
+  int threads = 0; // 0: all
   std::string home;
   bool stamps = false, overwrite = false, resume = false, quiet = false;
 };

@@ -7,6 +7,9 @@
 #include "c4d_bitmap.h"
 #include "c4d_render.h"
 #include "commands.h"
+#include "failures.h"
+#include "film.h"
+#include "film_file.h"
 #include "interrupt.h"
 #include "lm_keys.h"
 #include "messages.h"
@@ -24,7 +27,7 @@ namespace batch {
 namespace {
 
 PictureOptions pictureOptions(const RenderOptions& options) {
-  return {options.quality, options.half, options.compression, options.layers.has_value()};
+  return {options.quality, options.half, options.compression, options.layers.has_value(), options.resumable};
 }
 
 /// Checks the options before any work begins.
@@ -32,7 +35,7 @@ void checkTargets(const RenderOptions& options) {
   checkAssignments(options.settings);
   checkPictureFile(options.image, pictureOptions(options));
   if (options.view.given() && holdsLight(options.image))
-    throw Stop(ExitCode::wrongUse, "--view and --exposure have no effect on " + options.image +
+    throw Stop(ExitCode::wrongUse, "--view, --exposure and --lens have no effect on " + options.image +
                                        ", which holds the light itself; leave them out, or write a png");
   requireWritable(Filename(String(options.image)), "the picture");
   if (!options.stats.empty()) requireWritable(Filename(String(options.stats)), "the statistics file");
@@ -43,7 +46,30 @@ void prepare(const RenderOptions& options, BaseDocument& document) {
   if (!options.variant.empty()) chooseVariant(document, options.variant);
   if (options.frame) goToFrame(document, *options.frame);
   setSampling(document, options.sampling);
+  setView(document, options.view);
   if (options.layers) setLayers(document, *options.layers);
+  using host::render::SampleKeeping;
+  setKeeping(document, !options.resume.empty() ? SampleKeeping::goOn
+                       : options.resumable     ? SampleKeeping::keep
+                                               : SampleKeeping::no);
+}
+
+/// The film of an earlier render, with its samples.
+std::shared_ptr<host::Film> loadKeptFilm(const std::string& file) {
+  const host::FilmFile loaded = host::loadFilm(file);
+  if (!loaded.error.empty())
+    throw Stop(ExitCode::sceneUnreadable, file + " cannot be read to go on from: " + loaded.error);
+  if (!loaded.film || !loaded.film->samples())
+    throw Stop(ExitCode::sceneUnreadable,
+               file + " holds no samples to go on from; render it with --resumable, as an exr");
+  return loaded.film;
+}
+
+/// One message for a render that could not go on; it has drawn nothing.
+void checkResumed(const RenderOptions& options) {
+  if (options.resume.empty()) return;
+  const auto failures = host::takeFailures();
+  if (!failures.empty()) throw Stop(ExitCode::wrongUse, options.resume + ": " + failures.front().sentence);
 }
 
 void checkRegion(const std::optional<PixelRegion>& region, PixelSize size) {
@@ -89,13 +115,14 @@ ExitCode judge(const JobResult& job, const RenderOptions& options, const Scene& 
   }
 }
 
-/// Saves the picture as the view shows it; a plain view changes nothing.
-void saveViewed(const BaseBitmap& bitmap, const host::ViewSettings& view, const RenderOptions& options) {
-  if (view.isPlain() || holdsLight(options.image))
+/// Saves the picture; what holds no light itself gets the lens effects.
+void saveWithLens(const BaseBitmap& bitmap, const host::LensSettings& lens, const RenderOptions& options) {
+  const std::shared_ptr<const host::Film> film = host::filmOf(bitmap);
+  if (!lens.any() || !film || holdsLight(options.image))
     return savePicture(bitmap, options.image, pictureOptions(options));
   AutoAlloc<BaseBitmap> shown;
-  if (!shown || !host::viewedCopy(bitmap, host::ViewTransform(view), false, *shown))
-    throw Stop(ExitCode::renderFailed, "there is not enough memory for the view; choose a smaller --size");
+  if (!shown || !host::viewedCopy(bitmap, *film->view(), false, *shown, {{}, lens}))
+    throw Stop(ExitCode::renderFailed, "there is not enough memory for the lens; choose a smaller --size");
   PictureOptions how = pictureOptions(options);
   how.rendered = &bitmap;
   savePicture(*shown, options.image, how);
@@ -106,13 +133,23 @@ ExitCode renderScene(const RenderOptions& options, Messages& messages) {
   fillRunSettings(settings, options.settings);
   Scene scene = loadScene(options.scene, messages);
   prepare(options, *scene.document);
-  const host::ViewSettings view = chooseView(*scene.document, options.view);
+  const host::LensSettings lens = chooseLens(*scene.document, options.view);
   // A copy without animation does not move.
   if (blursMotion(*scene.document)) settings.GetDataInstance()->SetLong(LM_CLONE_ANIMATION, 1);
-  const PixelSize size = pictureSize(options.size, *scene.document, settings);
+  std::shared_ptr<host::Film> kept;
+  if (!options.resume.empty()) kept = loadKeptFilm(options.resume);
+  const PixelSize size = kept && !options.size ? PixelSize{kept->width(), kept->height()}
+                                               : pictureSize(options.size, *scene.document, settings);
   const std::optional<PixelRegion> region = pixelRegion(options, size);
   AutoAlloc<BaseBitmap> bitmap;
   makeBitmap(*bitmap, size);
+  if (kept && kept->width() == size.width && kept->height() == size.height)
+    host::setFilm(*bitmap, std::move(kept));
+  else if (kept)
+    throw Stop(ExitCode::wrongUse, options.resume + " has " + std::to_string(kept->width()) + " x " +
+                                       std::to_string(kept->height()) +
+                                       " pixels; leave --size out, or begin anew without --resume");
+  host::takeFailures(); // earlier failures are not this render's
 
   RunTimes times{scene.loadMs, 0};
   if (!options.stats.empty()) times.cloneMs = measureClone(*scene.document, settings, region.has_value());
@@ -121,13 +158,14 @@ ExitCode renderScene(const RenderOptions& options, Messages& messages) {
   const JobResult job = runJob(document, *bitmap, settings, region, messages);
 
   // A break before the first frame leaves the result of a successful render, so the request decides.
+  checkResumed(options);
   if (interrupted()) throw Stop(ExitCode::cancelled, "cancelled; " + options.image + " was not written");
   if (!job.rendered) {
     throw Stop(ExitCode::renderFailed, "the scene " + options.scene +
                                            " could not be prepared for the render; there is "
                                            "probably not enough memory, close other programs");
   }
-  saveViewed(*bitmap, view, options);
+  saveWithLens(*bitmap, lens, options);
   if (!options.stats.empty()) {
     writeText(Filename(String(options.stats)), statsText(times, size, job.result), "the statistics file");
   }

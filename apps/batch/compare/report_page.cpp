@@ -3,9 +3,12 @@
 
 #include "compare_report.h"
 #include "gltf_json.h"
+#include "markup_text.h"
 
 namespace batch {
 namespace {
+
+using host::markupText;
 
 constexpr const char* head = R"(<!DOCTYPE html>
 <html lang="en">
@@ -25,25 +28,8 @@ img { display: block; margin-top: 4px }
 <body>
 )";
 
-std::string escaped(const std::string& text) {
-  std::string safe;
-  for (const char c : text) {
-    if (c == '&')
-      safe += "&amp;";
-    else if (c == '<')
-      safe += "&lt;";
-    else if (c == '>')
-      safe += "&gt;";
-    else if (c == '"')
-      safe += "&quot;";
-    else
-      safe += c;
-  }
-  return safe;
-}
-
 std::string image(const std::vector<unsigned char>& jpeg, const std::string& text) {
-  return "<img alt=\"" + escaped(text) + "\" src=\"data:image/jpeg;base64," +
+  return "<img alt=\"" + markupText(text) + "\" src=\"data:image/jpeg;base64," +
          host::toBase64(std::as_bytes(std::span(jpeg))) + "\">";
 }
 
@@ -68,7 +54,7 @@ std::string headings(const MeasureOptions& options) {
 }
 
 std::string pairRow(const PairResult& result, const std::vector<host::Metric>& metrics) {
-  std::string row = "<tr><td>" + escaped(result.name) + "<br><span class=\"limit\">" +
+  std::string row = "<tr><td>" + markupText(result.name) + "<br><span class=\"limit\">" +
                     std::to_string(result.width) + " x " + std::to_string(result.height) + "</span></td>";
   row += "<td>" + image(result.thumbnails[0], result.name + ", A") + "</td>";
   row += "<td>" + image(result.thumbnails[1], result.name + ", B") + "</td>";
@@ -85,12 +71,12 @@ std::string pairRow(const PairResult& result, const std::vector<host::Metric>& m
 std::string reportPage(const CompareReport& report) {
   std::string page = head;
   page +=
-      "<h1>Comparison of pictures</h1>\n<p>A: " + escaped(report.options.a) +
-      "<br>B: " + escaped(report.options.b) + "</p>\n<p>" +
+      "<h1>Comparison of pictures</h1>\n<p>A: " + markupText(report.options.a) +
+      "<br>B: " + markupText(report.options.b) + "</p>\n<p>" +
       (report.code == ExitCode::done ? "All pairs passed." : "<span class=\"failed\">Not passed.</span>") +
       "</p>\n";
   for (const PairProblem& problem : report.problems)
-    page += "<p class=\"problem\">" + escaped(problem.sentence) + "</p>\n";
+    page += "<p class=\"problem\">" + markupText(problem.sentence) + "</p>\n";
   page += "<table>\n" + headings(report.options);
   for (const PairResult& result : report.results)
     if (!result.problem) page += pairRow(result, report.options.metrics);

@@ -24,6 +24,7 @@ void checkPictureFile(const std::string& file, const PictureOptions& options) {
   const char* floats = options.layers        ? "--layers"
                        : options.half        ? "--half"
                        : options.compression ? "--compression"
+                       : options.resumable   ? "--resumable"
                                              : nullptr;
   if (floats && format.filter != FILTER_EXR)
     throw Stop(ExitCode::wrongUse, std::string(floats) + " has no effect on " + file + ": " + format.name +
@@ -43,6 +44,7 @@ void savePicture(const BaseBitmap& bitmap, const std::string& file, const Pictur
   settings.SetLong(JPGSAVER_QUALITY, options.quality.value_or(defaultJpegQuality));
   if (options.quality) settings.SetLong(host::webpSaverQuality, *options.quality);
   settings.SetBool(host::exrSaverHalf, options.half ? TRUE : FALSE);
+  settings.SetBool(host::exrSaverSamples, options.resumable ? TRUE : FALSE);
   if (options.compression) settings.SetLong(host::exrSaverCompression, *options.compression);
   host::putOrigin(settings, options.rendered ? *options.rendered : bitmap);
   host::takeFailures(); // earlier failures are not this file's

@@ -18,6 +18,7 @@ struct PictureOptions {
   bool half = false;                    // OpenEXR: colours as 16-bit floats
   std::optional<LONG> compression;      // OpenEXR: index into host::exrCompressions
   bool layers = false;                  // OpenEXR: the file is to hold layers
+  bool resumable = false;               // OpenEXR: and the samples behind the film
   const BaseBitmap* rendered = nullptr; // its film says where the picture comes from; null: the saved one's
 };
 

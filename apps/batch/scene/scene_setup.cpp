@@ -4,6 +4,7 @@
 #include <map>
 
 #include "c4d_render.h"
+#include "lens_setting.h"
 #include "lm_keys.h"
 #include "render_settings.h"
 #include "variants.h"
@@ -95,6 +96,11 @@ void setSampling(BaseDocument& document, const Sampling& sampling) {
     values.SetLong(RDATA_MAXSAMPLES, sampling.samples > 0 ? sampling.samples : endlessSamples);
   if (sampling.seconds > 0) values.SetReal(host::render::secondsSetting, sampling.seconds);
   if (sampling.noise) values.SetReal(RDATA_NOISETHRESHOLD, *sampling.noise);
+  if (!sampling.spread.empty()) {
+    using host::render::SampleSpread;
+    const auto spread = sampling.spread == "even" ? SampleSpread::evenly : SampleSpread::byNoise;
+    values.SetLong(host::render::spreadSetting, static_cast<LONG>(spread));
+  }
   if (sampling.shutter) {
     values.SetBool(host::render::motionBlurSetting, *sampling.shutter > 0);
     values.SetReal(host::render::shutterOpenSetting, -0.5 * *sampling.shutter);
@@ -106,15 +112,26 @@ void setSampling(BaseDocument& document, const Sampling& sampling) {
     values.SetLong(host::render::denoiseSetting, static_cast<LONG>(mode->second));
 }
 
-host::ViewSettings chooseView(const BaseDocument& document, const ViewOptions& options) {
-  host::ViewSettings view;
-  if (const RenderData* data = document.GetActiveRenderData()) view = host::render::readView(data->GetData());
-  if (options.view && !host::isView(*options.view))
+void setView(BaseDocument& document, const ViewOptions& options) {
+  RenderData* data = document.GetActiveRenderData();
+  if (!data) return;
+  BaseContainer& values = *data->GetDataInstance();
+  const std::string config = host::render::readView(values, &document).config;
+  if (options.view && !host::isView(*options.view, config))
     throw Stop(ExitCode::wrongUse,
-               "there is no view \"" + *options.view + "\"; there are " + nameList(host::viewNames()));
-  view.view = options.view.value_or(view.view);
-  view.exposure = options.exposure.value_or(view.exposure);
-  return view;
+               "there is no view \"" + *options.view + "\"; there are " + nameList(host::viewNames(config)));
+  if (const auto mode = host::render::shadingModeOf(options.shading))
+    values.SetLong(host::render::shadingSetting, static_cast<LONG>(*mode));
+  if (options.view) values.SetString(host::render::viewSetting, String(*options.view));
+  if (options.exposure) values.SetReal(host::render::exposureSetting, *options.exposure);
+}
+
+host::LensSettings chooseLens(const BaseDocument& document, const ViewOptions& options) {
+  host::LensSettings lens;
+  if (const RenderData* data = document.GetActiveRenderData()) lens = host::render::readLens(data->GetData());
+  if (!options.lens || *options.lens == lens.any()) return lens;
+  lens.bloom = lens.glare = lens.vignette = *options.lens;
+  return lens;
 }
 
 bool blursMotion(const BaseDocument& document) {
@@ -125,6 +142,11 @@ bool blursMotion(const BaseDocument& document) {
 void setLayers(BaseDocument& document, unsigned layers) {
   if (RenderData* data = document.GetActiveRenderData())
     data->GetDataInstance()->SetLong(host::render::layersSetting, static_cast<LONG>(layers));
+}
+
+void setKeeping(BaseDocument& document, host::render::SampleKeeping keeping) {
+  if (RenderData* data = document.GetActiveRenderData())
+    data->GetDataInstance()->SetLong(host::render::keepSamplesSetting, static_cast<LONG>(keeping));
 }
 
 PixelSize renderSize(const BaseDocument& document) {

@@ -8,7 +8,9 @@
 #include "c4d_bitmap.h"
 #include "c4d_document.h"
 #include "command_line.h"
+#include "lens_settings.h"
 #include "lm_settings.h"
+#include "render_settings.h"
 #include "view_settings.h"
 
 namespace batch {
@@ -36,15 +38,21 @@ void goToFrame(BaseDocument& document, LONG frame);
 /// Writes what was given into the active render settings.
 void setSampling(BaseDocument& document, const Sampling& sampling);
 
-/// The view of the active render settings, changed by what was given. Throws `Stop` (wrong use) for an
-/// unknown name; the message lists the views.
-host::ViewSettings chooseView(const BaseDocument& document, const ViewOptions& options);
+/// The active render settings show light so. Throws `Stop` (wrong use) for an unknown name; the message lists
+/// the views.
+void setView(BaseDocument& document, const ViewOptions& options);
+
+/// The lens effects of the active render settings. When they have none on and they were asked for: all.
+host::LensSettings chooseLens(const BaseDocument& document, const ViewOptions& options);
 
 /// Whether the active render settings blur motion.
 bool blursMotion(const BaseDocument& document);
 
 /// The active render settings ask for these layers of the film, bits of host::LayerBit, instead of their own.
 void setLayers(BaseDocument& document, unsigned layers);
+
+/// The active render settings keep the samples behind the film, or go on from those of the bitmap's film.
+void setKeeping(BaseDocument& document, host::render::SampleKeeping keeping);
 
 /// The size of the active render settings; 1280 x 720 where they have no usable one.
 PixelSize renderSize(const BaseDocument& document);

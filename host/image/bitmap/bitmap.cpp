@@ -72,6 +72,8 @@ std::shared_ptr<host::Film> cutFilm(const host::Film& film, LONG x, LONG y, LONG
     });
   }
   part->showDenoised(film.showsDenoised());
+  part->takeTexts(film);
+  part->setView(film.view());
   return part;
 }
 

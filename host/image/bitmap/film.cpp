@@ -5,7 +5,7 @@
 
 #include "access.h"
 #include "bitmap_data.h"
-#include "display_transform.h"
+#include "view_transform.h"
 
 namespace host {
 namespace {
@@ -64,6 +64,10 @@ void Film::getShown(int x, int y, float rgba[4]) const noexcept {
 
 void Film::getStraight(int x, int y, float rgba[4]) const noexcept {
   getShown(x, y, rgba);
+  makeStraight(x, y, rgba);
+}
+
+void Film::makeStraight(int x, int y, float rgba[4]) const noexcept {
   if (rgba[3] <= 0 || rgba[3] >= 1) return;
   float behind[3] = {};
   if (const FilmLayer* sky = sky_.load(std::memory_order_acquire)) sky->get(pixelAt(x, y), behind);
@@ -129,14 +133,38 @@ void Film::setNote(std::string key, std::string text) {
   notes_.insert_or_assign(std::move(key), std::move(text));
 }
 
+void Film::removeNote(const std::string& key) {
+  const std::lock_guard lock(guard_);
+  notes_.erase(key);
+}
+
 void Film::clearNotes() {
   const std::lock_guard lock(guard_);
   notes_.clear();
+  nodes_.clear();
 }
 
 std::map<std::string, std::string> Film::notes() const {
   const std::lock_guard lock(guard_);
   return notes_;
+}
+
+void Film::setNodes(const std::string& layer, std::vector<std::uint64_t> nodes) {
+  const std::lock_guard lock(guard_);
+  nodes_.insert_or_assign(layer, std::move(nodes));
+}
+
+std::vector<std::uint64_t> Film::nodes(const std::string& layer) const {
+  const std::lock_guard lock(guard_);
+  const auto found = nodes_.find(layer);
+  return found == nodes_.end() ? std::vector<std::uint64_t>() : found->second;
+}
+
+void Film::takeTexts(const Film& other) {
+  const std::scoped_lock lock(guard_, other.guard_);
+  notes_ = other.notes_;
+  nodes_ = other.nodes_;
+  origin_ = other.origin_;
 }
 
 void Film::setOrigin(PictureOrigin origin) {
@@ -147,6 +175,27 @@ void Film::setOrigin(PictureOrigin origin) {
 PictureOrigin Film::origin() const {
   const std::lock_guard lock(guard_);
   return origin_;
+}
+
+void Film::setSamples(FilmSamplesPtr samples) {
+  const std::lock_guard lock(guard_);
+  samples_.swap(samples); // the old ones go after the lock
+}
+
+FilmSamplesPtr Film::samples() const {
+  const std::lock_guard lock(guard_);
+  return samples_;
+}
+
+std::shared_ptr<const ViewTransform> Film::view() const {
+  static const auto plain = std::make_shared<const ViewTransform>();
+  const std::lock_guard lock(guard_);
+  return view_ ? view_ : plain;
+}
+
+void Film::setView(std::shared_ptr<const ViewTransform> view) {
+  const std::lock_guard lock(guard_);
+  view_ = std::move(view);
 }
 
 std::shared_ptr<Film> filmOf(const BaseBitmap& bitmap) {
@@ -163,27 +212,73 @@ void setFilm(BaseBitmap& bitmap, std::shared_ptr<Film> film) {
   data.film.swap(film); // the old one goes after the lock
 }
 
-bool agrees(const BaseBitmap& bitmap, int x, int y, const float shown[4]) noexcept {
+bool agrees(const BaseBitmap& bitmap, const ViewTransform& view, int x, int y,
+            const float shown[4]) noexcept {
   UWORD r, g, b;
   bitmap.GetPixel(x, y, &r, &g, &b);
-  return toDisplay(shown[0]) == r && toDisplay(shown[1]) == g && toDisplay(shown[2]) == b;
+  unsigned char codes[3];
+  view.show(shown, codes, 1);
+  return codes[0] == r && codes[1] == g && codes[2] == b;
 }
+
+void drawFilm(BaseBitmap& bitmap) {
+  const std::shared_ptr<Film> film = filmOf(bitmap);
+  const std::shared_ptr<const ViewTransform> view = film ? film->view() : nullptr;
+  for (int y = 0; film && y < film->height(); ++y)
+    for (int x = 0; x < film->width(); ++x) {
+      float rgba[4];
+      unsigned char codes[3];
+      film->getShown(x, y, rgba);
+      view->show(rgba, codes, 1);
+      bitmap.SetPixel(x, y, codes[0], codes[1], codes[2]);
+    }
+}
+
+namespace {
+
+// `before` and `after` give the pixel's colour as it is shown now and as it is to be shown.
+template <class Before, class After>
+void showAnew(BaseBitmap& bitmap, const Film& film, const ViewTransform& from, const ViewTransform& to,
+              Before before, After after) {
+  for (int y = 0; y < film.height(); ++y)
+    for (int x = 0; x < film.width(); ++x) {
+      float rgba[4];
+      before(x, y, rgba);
+      if (!agrees(bitmap, from, x, y, rgba)) continue;
+      after(x, y, rgba);
+      unsigned char codes[3];
+      to.show(rgba, codes, 1);
+      bitmap.SetPixel(x, y, codes[0], codes[1], codes[2]);
+    }
+}
+
+} // namespace
 
 bool showDenoised(BaseBitmap& bitmap, bool on) {
   const std::shared_ptr<Film> film = filmOf(bitmap);
   const FilmLayerPtr denoised = film ? film->findLayer(film_layers::denoised) : nullptr;
   if (!denoised) return false;
-  for (int y = 0; y < film->height(); ++y)
-    for (int x = 0; x < film->width(); ++x) {
-      float before[4], after[4];
-      film->getColor(x, y, before);
-      std::copy_n(before, 4, after);
-      denoised->get(film->pixelAt(x, y), on ? after : before);
-      if (agrees(bitmap, x, y, before))
-        bitmap.SetPixel(x, y, toDisplay(after[0]), toDisplay(after[1]), toDisplay(after[2]));
-    }
+  const auto noisy = [&](int x, int y, float* rgba) { film->getColor(x, y, rgba); };
+  const auto clean = [&](int x, int y, float* rgba) { denoised->get(film->pixelAt(x, y), rgba); };
+  const std::shared_ptr<const ViewTransform> view = film->view();
+  on ? showAnew(bitmap, *film, *view, *view, noisy, clean)
+     : showAnew(bitmap, *film, *view, *view, clean, noisy);
   film->showDenoised(on);
   return true;
+}
+
+void showThrough(BaseBitmap& bitmap, const ViewSettings& view) {
+  const std::shared_ptr<Film> film = filmOf(bitmap);
+  if (!film || isShownThrough(bitmap, view)) return;
+  const auto next = std::make_shared<const ViewTransform>(view);
+  const auto shown = [&](int x, int y, float* rgba) { film->getShown(x, y, rgba); };
+  showAnew(bitmap, *film, *film->view(), *next, shown, [](int, int, float*) {});
+  film->setView(next);
+}
+
+bool isShownThrough(const BaseBitmap& bitmap, const ViewSettings& view) {
+  const std::shared_ptr<Film> film = filmOf(bitmap);
+  return !film || film->view()->settings() == withinRange(view);
 }
 
 } // namespace host

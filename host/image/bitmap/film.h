@@ -2,6 +2,7 @@
 #pragma once
 
 #include <atomic>
+#include <cstdint>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -11,8 +12,12 @@
 #include <vector>
 
 #include "c4d_bitmap.h"
+#include "film_samples.h"
 
 namespace host {
+
+class ViewTransform;
+struct ViewSettings;
 
 /// Floats beside a film's colour, zero at first. Values are relaxed atomics: any thread writes and reads.
 class FilmLayer {
@@ -70,6 +75,12 @@ class Film {
   /// The colour of the surfaces alone, not multiplied by alpha: the shown colour without the sky's light,
   /// divided by the coverage. Where alpha is 0 it is the shown colour.
   void getStraight(int x, int y, float rgba[4]) const noexcept;
+  /// The same of another colour of the pixel, in place.
+  void makeStraight(int x, int y, float rgba[4]) const noexcept;
+
+  /// The view that the bitmap shows the colour through: a plain one unless another was set. Never null.
+  std::shared_ptr<const ViewTransform> view() const;
+  void setView(std::shared_ptr<const ViewTransform> view);
 
   void showDenoised(bool on) noexcept { showDenoised_.store(on, std::memory_order_relaxed); }
   /// True when there is a denoised layer and it is shown.
@@ -85,11 +96,21 @@ class Film {
 
   /// Texts about layers that belong into a file's header: by the name that they have there.
   void setNote(std::string key, std::string text);
+  void removeNote(const std::string& key);
   void clearNotes();
   std::map<std::string, std::string> notes() const;
+  /// Nodes of the rendered scene by the numbers in a layer, from 1 on; they are not written to files.
+  void setNodes(const std::string& layer, std::vector<std::uint64_t> nodes);
+  std::vector<std::uint64_t> nodes(const std::string& layer) const;
+  /// Takes over notes, nodes and origin of a film with the same layers.
+  void takeTexts(const Film& other);
   /// Where the picture comes from; empty while nobody said so.
   void setOrigin(PictureOrigin origin);
   PictureOrigin origin() const;
+
+  /// The samples to go on from; null when nobody kept them. Files leave them out unless asked for.
+  void setSamples(FilmSamplesPtr samples);
+  FilmSamplesPtr samples() const;
 
  private:
   int width_, height_;
@@ -100,7 +121,10 @@ class Film {
   mutable std::mutex guard_; // of the lists
   std::vector<FilmLayerPtr> layers_, removed_;
   std::map<std::string, std::string> notes_;
+  std::map<std::string, std::vector<std::uint64_t>> nodes_;
   PictureOrigin origin_;
+  FilmSamplesPtr samples_;
+  std::shared_ptr<const ViewTransform> view_; // null: plain
 };
 
 /// The bitmap's film; null when it has none or its size differs. `Init`, `FlushAll` and loading drop it.
@@ -111,7 +135,17 @@ void setFilm(BaseBitmap& bitmap, std::shared_ptr<Film> film);
 /// render stay. False when the bitmap has no film, or its film has no denoised layer.
 bool showDenoised(BaseBitmap& bitmap, bool on);
 
-/// Whether the bitmap's pixel is what the film shows there; else it was drawn over.
-bool agrees(const BaseBitmap& bitmap, int x, int y, const float shown[4]) noexcept;
+/// Makes every pixel of the bitmap what its film shows; nothing without a film.
+void drawFilm(BaseBitmap& bitmap);
+
+/// Shows the film's colour in the bitmap through another view. Pixels that were drawn over stay. Nothing
+/// happens without a film, or when it shows this view already.
+void showThrough(BaseBitmap& bitmap, const ViewSettings& view);
+/// Whether the bitmap shows its film through this view. True for bitmaps without a film, which no view
+/// changes.
+bool isShownThrough(const BaseBitmap& bitmap, const ViewSettings& view);
+
+/// Whether the bitmap's pixel is what the view makes of the colour; else it was drawn over.
+bool agrees(const BaseBitmap& bitmap, const ViewTransform& view, int x, int y, const float shown[4]) noexcept;
 
 } // namespace host

@@ -3,8 +3,8 @@
 #include <cstring>
 
 #include "bitmap_data.h"
-#include "display_transform.h"
 #include "file_bytes.h"
+#include "view_transform.h"
 
 namespace host {
 namespace {
@@ -83,14 +83,17 @@ namespace {
 
 // A rendered bitmap shows a pixel that surfaces cover in part darker than they are: over black. Files with
 // alpha hold the surfaces' own colour.
-void straighten(const BaseBitmap& bitmap, const Film& film, LONG x, LONG y, UWORD& r, UWORD& g, UWORD& b) {
+void straighten(const BaseBitmap& bitmap, const Film& film, const ViewTransform& view, LONG x, LONG y,
+                UWORD& r, UWORD& g, UWORD& b) {
   float shown[4], straight[4];
   film.getShown(x, y, shown);
-  if (shown[3] <= 0 || shown[3] >= 1 || !agrees(bitmap, x, y, shown)) return;
+  if (shown[3] <= 0 || shown[3] >= 1 || !agrees(bitmap, view, x, y, shown)) return;
   film.getStraight(x, y, straight);
-  r = toDisplay(straight[0]);
-  g = toDisplay(straight[1]);
-  b = toDisplay(straight[2]);
+  unsigned char codes[3];
+  view.show(straight, codes, 1);
+  r = codes[0];
+  g = codes[1];
+  b = codes[2];
 }
 
 } // namespace
@@ -101,11 +104,12 @@ FileBytes pixelBytes(const FilterJob& job) {
   FileBytes bytes(static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * (job.alpha ? 4 : 3));
   unsigned char* out = bytes.data();
   const std::shared_ptr<const Film> film = job.alpha ? filmOf(bitmap) : nullptr;
+  const std::shared_ptr<const ViewTransform> view = film ? film->view() : nullptr;
   for (LONG y = 0; y < height; ++y)
     for (LONG x = 0; x < width; ++x) {
       UWORD r, g, b;
       bitmap.GetPixel(x, y, &r, &g, &b);
-      if (film) straighten(bitmap, *film, x, y, r, g, b);
+      if (film) straighten(bitmap, *film, *view, x, y, r, g, b);
       *out++ = static_cast<unsigned char>(r);
       *out++ = static_cast<unsigned char>(g);
       *out++ = static_cast<unsigned char>(b);

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <stdexcept>
 #include <string>
@@ -12,6 +13,7 @@
 #include "c4d_bitmap.h"
 #include "film.h"
 #include "picture_decode.h"
+#include "primaries.h"
 
 namespace host {
 
@@ -50,8 +52,10 @@ enum class FileColors : std::uint8_t {
 struct RawPicture {
   DecodedPicture picture;
   FileColors colors = FileColors::rgb;
-  std::vector<std::byte> profile; // ICC; may be empty
-  int orientation = 1;            // EXIF's and TIFF's, 1 to 8
+  std::vector<std::byte> profile;      // ICC; may be empty
+  int orientation = 1;                 // EXIF's and TIFF's, 1 to 8
+  bool namesPrimaries = false;         // of its floats
+  std::optional<ColorMatrix> toRec709; // where they are others
 };
 
 // Each reads the whole of a file whose first bytes are of its kind. Throws PictureError, std::bad_alloc, or

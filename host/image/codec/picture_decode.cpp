@@ -55,12 +55,21 @@ void replaceNotFinite(DecodedPicture& picture) {
   }
 }
 
+void convertPrimaries(DecodedPicture& picture, const ColorMatrix& m) {
+  std::vector<float>& values = picture.floats;
+  for (std::size_t i = 0; i + 3 < values.size(); i += 4)
+    changePrimaries(values.data() + i, m);
+}
+
 void prepare(RawPicture& raw, PictureUse use, const std::string& name) {
   std::string reason;
   if (use == PictureUse::data)
     mixInks(raw);
   else if (!convertColors(raw, &reason))
     printOnce(name, reason);
+  else
+    raw.picture.tellsColors = raw.namesPrimaries || !raw.profile.empty();
+  if (use != PictureUse::data && raw.toRec709) convertPrimaries(raw.picture, *raw.toRec709);
   if (use == PictureUse::shown) turnUpright(raw.picture, raw.orientation);
   replaceNotFinite(raw.picture);
 }

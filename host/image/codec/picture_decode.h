@@ -16,6 +16,7 @@ namespace host {
 struct DecodedPicture {
   int width = 0, height = 0;
   bool hasAlpha = false;            // false: alpha is 255, 65535 or 1
+  bool tellsColors = false;         // the file had a usable profile or named its primaries
   std::size_t notFinite = 0;        // pixels that had NaN or an infinity
   std::vector<unsigned char> bytes; // files of up to 8 bits a channel
   std::vector<std::uint16_t> words; // files of 9 to 16 bits, and of 32-bit integers
@@ -39,9 +40,10 @@ enum class PictureUse : std::uint8_t {
 /// Decodes a picture file's bytes: PNG, JPEG, TIFF, OpenEXR, WebP, BMP, PSD (its flat picture), Radiance HDR,
 /// GIF, PNM, TGA. The kind is told by the first bytes, for TGA by the end of the file or the suffix of
 /// `name`, which is otherwise used for messages only. An ICC profile that is not sRGB converts the colours to
-/// sRGB (floats to linear light); one that is refused is named by a line on the console, once a picture. Null
-/// with a sentence in `error` (may be null) when the bytes are not a picture, are damaged, or the picture is
-/// larger than 32768 pixels a side or does not fit into memory. Any thread; nothing is thrown.
+/// sRGB (floats to linear light), the primaries that an OpenEXR file names convert to Rec. 709's; one that is
+/// refused is named by a line on the console, once a picture. Null with a sentence in `error` (may be null)
+/// when the bytes are not a picture, are damaged, or the picture is larger than 32768 pixels a side or does
+/// not fit into memory. Any thread; nothing is thrown.
 std::shared_ptr<const DecodedPicture> decodePicture(std::span<const std::byte> file, const std::string& name,
                                                     std::string* error, PictureUse use = PictureUse::shown);
 

@@ -19,6 +19,8 @@ inline constexpr LONG filterWebp = 1990001;
 inline constexpr LONG webpSaverQuality = 1990002;
 /// Options of OpenEXR: (BOOL, FALSE) colours as 16-bit floats; (LONG, 3) an index into `exrCompressions`.
 inline constexpr LONG exrSaverHalf = 1990003, exrSaverCompression = 1990004;
+/// (BOOL, FALSE) The samples behind the film go into the file (film_samples.h).
+inline constexpr LONG exrSaverSamples = 1990006;
 /// (container) Where the picture comes from; see picture_origin.h.
 inline constexpr LONG saverOrigin = 1990005;
 /// Names of OpenEXR's compressions, by their numbers in the format.

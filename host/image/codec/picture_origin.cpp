@@ -1,26 +1,10 @@
 #include "picture_origin.h"
 
+#include "markup_text.h"
 #include "picture_codec.h"
 #include "picture_formats.h"
 
 namespace host {
-namespace {
-
-std::string escaped(const std::string& text) {
-  std::string safe;
-  for (const char c : text) {
-    if (c == '&')
-      safe += "&amp;";
-    else if (c == '<')
-      safe += "&lt;";
-    else if (static_cast<unsigned char>(c) >= ' ' || c == '\t' || c == '\n')
-      safe += c;
-  }
-  return safe;
-}
-
-} // namespace
-
 // Names and texts take turns in the option's container.
 void putOrigin(BaseContainer& options, const BaseBitmap& rendered) {
   const std::shared_ptr<Film> film = filmOf(rendered);
@@ -54,7 +38,7 @@ std::string originPacket(const FilterJob& job) {
                        "<rdf:RDF xmlns:rdf=\"http://www.w3.org/1999/02/22-rdf-syntax-ns#\">\n"
                        "<rdf:Description rdf:about=\"\" xmlns:lumenara=\"urn:lumenara:picture\">\n";
   for (const auto& [key, text] : origin)
-    packet += "<lumenara:" + key + ">" + escaped(text) + "</lumenara:" + key + ">\n";
+    packet += "<lumenara:" + key + ">" + markupText(text) + "</lumenara:" + key + ">\n";
   return packet + "</rdf:Description>\n</rdf:RDF>\n</x:xmpmeta>\n<?xpacket end=\"r\"?>";
 }
 

@@ -19,7 +19,7 @@ struct ColorError : std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-/// Maps linear light of Rec. 709's primaries to display values. Any thread.
+/// Maps colours to colours, such as linear light of Rec. 709's primaries to display values. Any thread.
 class ColorProcessor {
  public:
   ColorProcessor() = default;
@@ -42,6 +42,11 @@ class ColorConfig {
   virtual std::vector<std::string> views() const = 0;
   /// Of one of them. Throws ColorError.
   virtual std::unique_ptr<ColorProcessor> processor(const std::string& view) const = 0;
+  /// The colour space that the rules for file names give a picture; empty when the default rule alone fits.
+  virtual std::string spaceOfFile(const std::string& file) const = 0;
+  /// Values of a colour space to linear light of Rec. 709's primaries; those of a data space stay. Throws
+  /// ColorError.
+  virtual std::unique_ptr<ColorProcessor> toRec709(const std::string& space) const = 0;
 };
 
 /// The part's interface. Any thread.

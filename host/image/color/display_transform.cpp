@@ -57,20 +57,62 @@ const Table& table() noexcept {
   return made;
 }
 
+/// The curve's upper part by 256 straight pieces a stop, a thirtieth of a code off at most.
+struct WordTable {
+  static constexpr int stops = 9, shift = 15;
+  static constexpr float from = 1.0f / 512, straightUpTo = 0.0031308f;
+  std::array<float, (stops << 8) + 1> codes{};
+
+  WordTable() {
+    for (std::size_t i = 0; i < codes.size(); ++i) {
+      const auto light =
+          std::bit_cast<float>(std::bit_cast<std::uint32_t>(from) + (static_cast<std::uint32_t>(i) << shift));
+      codes[i] = static_cast<float>(65535 * (1.055 * std::pow(static_cast<double>(light), 1 / 2.4) - 0.055));
+    }
+  }
+  float codeOf(float light) const noexcept {
+    const std::uint32_t place = std::bit_cast<std::uint32_t>(light) - std::bit_cast<std::uint32_t>(from);
+    const std::size_t node = place >> shift;
+    constexpr std::uint32_t whole = 1u << shift;
+    const float part = static_cast<float>(place & (whole - 1)) / static_cast<float>(whole);
+    return codes[node] + part * (codes[node + 1] - codes[node]);
+  }
+};
+
 } // namespace
 
 unsigned char toDisplay(float linear) noexcept {
   const Table& t = table();
-  if (!(linear >= t.start[1])) return 0; // NaN too
-  if (linear >= t.start[255]) return 255;
-  std::size_t code = t.bucket[(std::bit_cast<std::uint32_t>(linear) >> Table::shift) - t.first];
-  while (linear >= t.start[code + 1])
-    ++code;
+  // Without branches: neighbouring pixels differ.
+  const auto least = std::bit_cast<float>(t.first << Table::shift);
+  const float above = linear > least ? linear : least; // NaN too
+  const float light = above < t.start[255] ? above : t.start[255];
+  std::size_t code = t.bucket[(std::bit_cast<std::uint32_t>(light) >> Table::shift) - t.first];
+  code += light >= t.start[code + 1] ? 1 : 0;
+  code += light >= t.start[code + 1] ? 1 : 0;
   return static_cast<unsigned char>(code);
 }
 
 float fromDisplay(unsigned char code) noexcept {
   return table().linear[code];
+}
+
+const std::array<float, 65536>& lightOfWords() noexcept {
+  static const std::array<float, 65536> light = [] {
+    std::array<float, 65536> made{};
+    for (std::size_t code = 0; code < made.size(); ++code)
+      made[code] = static_cast<float>(srgbToLinear(static_cast<double>(code) / 65535));
+    return made;
+  }();
+  return light;
+}
+
+std::uint16_t toDisplayWord(float linear) noexcept {
+  if (!(linear > 0)) return 0; // NaN too
+  if (linear >= 1) return 65535;
+  static const WordTable words;
+  const float code = linear <= WordTable::straightUpTo ? linear * (12.92f * 65535) : words.codeOf(linear);
+  return static_cast<std::uint16_t>(code + 0.5f);
 }
 
 } // namespace host

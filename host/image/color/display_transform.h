@@ -2,6 +2,9 @@
 // thread.
 #pragma once
 
+#include <array>
+#include <cstdint>
+
 namespace host {
 
 /// The linear light of an encoded value and back, both 0 to 1. The functions continue the curve for other
@@ -14,5 +17,9 @@ unsigned char toDisplay(float linear) noexcept;
 
 /// The linear light of an 8-bit code, 0 to 1. The exact inverse: toDisplay(fromDisplay(c)) == c.
 float fromDisplay(unsigned char code) noexcept;
+
+/// The same with 16-bit codes: the light of every code, and the code of linear light.
+const std::array<float, 65536>& lightOfWords() noexcept;
+std::uint16_t toDisplayWord(float linear) noexcept;
 
 } // namespace host

@@ -1,12 +1,12 @@
 #include "view_looks.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <iterator>
 #include <map>
 #include <mutex>
+#include <utility>
 
-#include "color_library.h"
+#include "color_configs.h"
 #include "console.h"
 #include "view_curves.h"
 #include "view_settings.h"
@@ -38,24 +38,6 @@ const OwnView* findOwn(const std::string& name) {
   return found == std::end(ownViews) ? nullptr : found;
 }
 
-/// The configuration that $OCIO names; null when it names none, or one that cannot be used.
-const ColorConfig* userConfig() {
-  static const std::unique_ptr<ColorConfig> config = []() -> std::unique_ptr<ColorConfig> {
-    const char* value = std::getenv("OCIO");
-    const std::string file = value ? value : "";
-    if (file.empty()) return nullptr;
-    try {
-      return colorLibrary().load(file);
-    } catch (const std::exception& error) {
-      printLine(
-          String("The colour configuration \"" + file + "\" is not used: " + error.what() +
-                 ". The built-in views remain; correct the file, or take it out of the variable OCIO."));
-      return nullptr;
-    }
-  }();
-  return config.get();
-}
-
 ViewLookPtr make(LookKind kind, const ViewFunction& function) {
   if (kind == LookKind::direct) return directLook(function);
   if (kind == LookKind::toned) return tonedLook(function, curveLook(showSrgb));
@@ -67,16 +49,16 @@ ViewLookPtr make(const ColorProcessor& processor) {
   return make(processor.mixesChannels() ? LookKind::cube : LookKind::curve, function);
 }
 
-ViewLookPtr makeLook(const std::string& view) {
+ViewLookPtr makeLook(const std::string& view, const std::string& configFile) {
   if (const OwnView* own = findOwn(view))
     return own->function ? make(own->kind, own->function) : make(*colorLibrary().acesSdr());
-  if (const ColorConfig* config = userConfig()) return make(*config->processor(view));
+  if (const ColorConfig* config = colorConfigOf(configFile)) return make(*config->processor(view));
   throw ColorError("there is no such view");
 }
 
-ViewLookPtr makeOrTell(const std::string& view) {
+ViewLookPtr makeOrTell(const std::string& view, const std::string& config) {
   try {
-    return makeLook(view);
+    return makeLook(view, config);
   } catch (const std::exception& error) {
     printLine(String("The view \"" + view + "\" is not used: " + error.what() +
                      ". The picture is shown in sRGB; choose another view."));
@@ -86,29 +68,30 @@ ViewLookPtr makeOrTell(const std::string& view) {
 
 } // namespace
 
-std::vector<std::string> viewNames() {
+std::vector<std::string> viewNames(const std::string& configFile) {
   std::vector<std::string> names;
   for (const OwnView& view : ownViews)
     names.emplace_back(view.name);
-  if (const ColorConfig* config = userConfig())
+  if (const ColorConfig* config = colorConfigOf(configFile))
     for (std::string& name : config->views())
       names.push_back(std::move(name));
   return names;
 }
 
-bool isView(const std::string& name) {
+bool isView(const std::string& name, const std::string& config) {
   if (findOwn(name)) return true;
-  const std::vector<std::string> names = viewNames();
+  const std::vector<std::string> names = viewNames(config);
   return std::find(names.begin(), names.end(), name) != names.end();
 }
 
-ViewLookPtr lookOf(const std::string& view) {
+ViewLookPtr lookOf(const std::string& view, const std::string& config) {
   static std::mutex guard;
-  static std::map<std::string, ViewLookPtr> looks;
+  static std::map<std::pair<std::string, std::string>, ViewLookPtr> looks;
+  const std::pair key(view, findOwn(view) ? std::string() : config);
   const std::lock_guard lock(guard);
-  const auto found = looks.find(view);
+  const auto found = looks.find(key);
   if (found != looks.end()) return found->second;
-  return looks[view] = makeOrTell(view);
+  return looks[key] = makeOrTell(view, config);
 }
 
 } // namespace host

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
 
 #include "display_transform.h"
 #include "view_looks.h"
@@ -53,43 +54,41 @@ std::array<float, 3> whiteBalance(double kelvin) {
 }
 
 ViewTransform::ViewTransform(const ViewSettings& settings) : settings_(withinRange(settings)) {
-  gain_ = whiteBalance(settings_.kelvin);
-  for (float& gain : gain_)
-    gain *= static_cast<float>(std::exp2(settings_.exposure));
+  const std::array<float, 3> white = whiteBalance(settings_.kelvin);
+  for (std::size_t i = 0; i < gain_.size(); ++i)
+    gain_[i] = white[i % 3] * static_cast<float>(std::exp2(settings_.exposure));
   const bool bent = settings_.gamma != 1;
-  if (settings_.view != plainView) look_ = lookOf(settings_.view);
-  if (!look_ && bent) look_ = lookOf(plainView);
+  if (settings_.view != plainView) look_ = lookOf(settings_.view, settings_.config);
+  if (!look_ && bent) look_ = lookOf(plainView, {});
   if (!bent) return;
-  for (int i = 0; i <= finest; ++i)
+  for (int i = 0; i <= displayWhite; ++i)
     codes_.push_back(static_cast<unsigned char>(
-        std::lround(std::pow(static_cast<double>(i) / finest, 1 / settings_.gamma) * 255)));
+        std::lround(std::pow(static_cast<double>(i) / displayWhite, 1 / settings_.gamma) * 255)));
 }
 
-/// Display values to codes, three a pixel.
-void ViewTransform::encode(const float* display, unsigned char* codes, std::size_t count) const noexcept {
-  if (codes_.empty()) {
-    for (std::size_t i = 0; i < count; ++i)
-      codes[i] = static_cast<unsigned char>(static_cast<int>(display[i] * 255 + 0.5f));
-    return;
-  }
-  for (std::size_t i = 0; i < count; ++i)
-    codes[i] = codes_[static_cast<std::size_t>(static_cast<int>(display[i] * finest + 0.5f))];
+/// Display values to codes.
+void ViewTransform::encode(const std::int16_t* display, unsigned char* codes,
+                           std::size_t count) const noexcept {
+  if (codes_.empty())
+    std::transform(display, display + count, codes,
+                   [](std::int16_t value) { return static_cast<unsigned char>((value + 64) >> 7); });
+  else
+    std::transform(display, display + count, codes,
+                   [this](std::int16_t value) { return codes_[static_cast<std::size_t>(value)]; });
 }
 
 void ViewTransform::show(const float* rgb, unsigned char* codes, std::size_t pixels) const noexcept {
-  constexpr std::size_t atOnce = 64;
-  float scaled[3 * atOnce], display[3 * atOnce];
+  std::array<float, 3 * ViewLook::mostPixels> scaled;
+  std::array<std::int16_t, 3 * ViewLook::mostPixels + 1> display;
   for (std::size_t count; pixels > 0; pixels -= count, rgb += 3 * count, codes += 3 * count) {
-    count = std::min(pixels, atOnce);
-    for (std::size_t i = 0; i < 3 * count; i += 3)
-      for (std::size_t channel = 0; channel < 3; ++channel)
-        scaled[i + channel] = rgb[i + channel] * gain_[channel];
+    count = std::min(pixels, ViewLook::mostPixels);
+    std::transform(rgb, rgb + 3 * count, gain_.begin(), scaled.begin(), std::multiplies());
     if (!look_) {
-      std::transform(scaled, scaled + 3 * count, codes, toDisplay);
+      std::transform(scaled.begin(), scaled.begin() + 3 * count, codes, toDisplay);
       continue;
     }
-    look_->show(scaled, display, count);
-    encode(display, codes, 3 * count);
+    look_->show(scaled.data(), display.data(), count);
+    encode(display.data(), codes, 3 * count);
   }
 }
 

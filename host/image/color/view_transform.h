@@ -24,14 +24,12 @@ class ViewTransform {
   void show(const float* rgb, unsigned char* codes, std::size_t pixels) const noexcept;
 
  private:
-  void encode(const float* display, unsigned char* codes, std::size_t count) const noexcept;
-
-  static constexpr int finest = 16383; // display values are rounded to so many steps before gamma
+  void encode(const std::int16_t* display, unsigned char* codes, std::size_t count) const noexcept;
 
   ViewSettings settings_;
-  std::array<float, 3> gain_{1, 1, 1};
-  ViewLookPtr look_;                 // null: sRGB by the display transform
-  std::vector<unsigned char> codes_; // of each step of a gamma; empty for 1
+  std::array<float, 3 * ViewLook::mostPixels> gain_{}; // red, green and blue, again and again
+  ViewLookPtr look_;                                   // null: sRGB by the display transform
+  std::vector<unsigned char> codes_; // of each display value with a gamma; empty for a gamma of 1
 };
 
 /// The scale of red, green and blue that makes light of a temperature look white; the luminance of white

@@ -1,6 +1,7 @@
 #include "viewed_bitmap.h"
 
 #include <algorithm>
+#include <new>
 #include <vector>
 
 #include "film.h"
@@ -9,20 +10,39 @@
 namespace host {
 
 ViewedRows::ViewedRows(const BaseBitmap& bitmap, bool straight)
-    : bitmap_(bitmap), film_(filmOf(bitmap)), straight_(straight && bitmap.GetBt() == 32) {
+    : bitmap_(bitmap), film_(filmOf(bitmap)), shown_(film_ ? film_->view() : nullptr),
+      straight_(straight && bitmap.GetBt() == 32) {
 }
 
 void ViewedRows::readLight(LONG y, float* light, std::uint8_t* drawn) const {
-  for (LONG x = 0; x < bitmap_.GetBw(); ++x, light += 3, ++drawn) {
+  const LONG width = bitmap_.GetBw();
+  for (LONG x = 0; x < width; ++x) {
     float rgba[4];
     film_->getShown(x, y, rgba);
-    *drawn = agrees(bitmap_, x, y, rgba) ? 0 : 1;
-    if (straight_) film_->getStraight(x, y, rgba);
+    std::copy_n(rgba, 3, light + 3 * x);
+  }
+  std::vector<unsigned char> codes(3 * static_cast<std::size_t>(width));
+  shown_->show(light, codes.data(), static_cast<std::size_t>(width));
+  for (LONG x = 0; x < width; ++x) {
+    UWORD r, g, b;
+    bitmap_.GetPixel(x, y, &r, &g, &b);
+    const unsigned char* code = codes.data() + 3 * x;
+    drawn[x] = code[0] == r && code[1] == g && code[2] == b ? 0 : 1;
+  }
+}
+
+void ViewedRows::straighten(LONG y, float* light) const {
+  if (!straight_) return;
+  for (LONG x = 0; x < bitmap_.GetBw(); ++x, light += 3) {
+    float rgba[4];
+    film_->getColor(x, y, rgba);
+    std::copy_n(light, 3, rgba);
+    film_->makeStraight(x, y, rgba);
     std::copy_n(rgba, 3, light);
   }
 }
 
-void ViewedRows::keepLight() {
+void ViewedRows::keepLight(const DeskLook& look) {
   if (!film_) return;
   const auto width = static_cast<std::size_t>(film_->width());
   light_.resize(3 * width * static_cast<std::size_t>(film_->height()));
@@ -31,6 +51,8 @@ void ViewedRows::keepLight() {
     const std::size_t first = width * static_cast<std::size_t>(y);
     readLight(y, light_.data() + 3 * first, drawn_.data() + first);
   });
+  applyDesk(look, *film_, light_);
+  eachRow(film_->height(), [&](int y) { straighten(y, light_.data() + 3 * film_->pixelAt(0, y)); });
 }
 
 void ViewedRows::read(const ViewTransform& view, LONG y, unsigned char* rgb) const {
@@ -46,6 +68,7 @@ void ViewedRows::read(const ViewTransform& view, LONG y, unsigned char* rgb) con
     light.resize(3 * width);
     drawn.resize(width);
     readLight(y, light.data(), drawn.data());
+    straighten(y, light.data());
     isDrawn = drawn.data();
     view.show(light.data(), rgb, width);
   }
@@ -60,10 +83,16 @@ void ViewedRows::read(const ViewTransform& view, LONG y, unsigned char* rgb) con
   }
 }
 
-bool viewedCopy(const BaseBitmap& bitmap, const ViewTransform& view, bool straight, BaseBitmap& copy) {
+bool viewedCopy(const BaseBitmap& bitmap, const ViewTransform& view, bool straight, BaseBitmap& copy,
+                const DeskLook& look) {
   const LONG width = bitmap.GetBw(), height = bitmap.GetBh();
   if (copy.Init(width, height, bitmap.GetBt()) != IMAGERESULT_OK) return false;
-  const ViewedRows rows(bitmap, straight);
+  ViewedRows rows(bitmap, straight);
+  try {
+    if (!look.isPlain()) rows.keepLight(look);
+  } catch (const std::bad_alloc&) {
+    return false;
+  }
   eachRow(height, [&](int y) {
     std::vector<unsigned char> row(static_cast<std::size_t>(width) * 3);
     rows.read(view, y, row.data());

@@ -1,6 +1,7 @@
 // The entry of the part that runs OpenColorIO.
 #include <OpenColorIO/OpenColorIO.h>
 
+#include <algorithm>
 #include <array>
 
 #include "color_library.h"
@@ -42,8 +43,12 @@ class Processor final : public host::ColorProcessor {
   explicit Processor(const ocio::ConstProcessorRcPtr& processor)
       : mixes_(processor->hasChannelCrosstalk()), cpu_(processor->getDefaultCPUProcessor()) {}
   void apply(float* rgb, std::size_t pixels) const override {
-    for (std::size_t i = 0; i < pixels; ++i)
-      cpu_->applyRGB(rgb + 3 * i);
+    constexpr std::size_t most = 1 << 20; // the library counts in 32 bits
+    for (std::size_t count; pixels > 0; pixels -= count, rgb += 3 * count) {
+      count = std::min(pixels, most);
+      ocio::PackedImageDesc image(rgb, static_cast<long>(count), 1, 3);
+      cpu_->apply(image);
+    }
   }
   bool mixesChannels() const override { return mixes_; }
 
@@ -102,6 +107,27 @@ ocio::GroupTransformRcPtr viewTransform(const ocio::Config& config, const char* 
   return group;
 }
 
+/// Values of a colour space as our light, the way back from `viewTransform`.
+ocio::GroupTransformRcPtr inputTransform(const ocio::Config& config, const char* space) {
+  ocio::GroupTransformRcPtr group = ocio::GroupTransform::Create();
+  const ocio::ConstColorSpaceRcPtr known = config.getColorSpace(space);
+  if (!known) throw host::ColorError("there is no colour space \"" + std::string(space) + "\"");
+  if (known->isData()) return group;
+  const char* target = rec709Space(config);
+  const bool byAces = !target && config.hasRole(ocio::ROLE_INTERCHANGE_SCENE);
+  if (!target) target = byAces ? ocio::ROLE_INTERCHANGE_SCENE : ocio::ROLE_SCENE_LINEAR;
+  const ocio::ColorSpaceTransformRcPtr read = ocio::ColorSpaceTransform::Create();
+  read->setSrc(space);
+  read->setDst(target);
+  group->appendTransform(read);
+  if (byAces) {
+    const ocio::GroupTransformRcPtr back = toAces();
+    back->setDirection(ocio::TRANSFORM_DIR_INVERSE);
+    group->appendTransform(back);
+  }
+  return group;
+}
+
 class Config final : public host::ColorConfig {
  public:
   explicit Config(const std::string& file) : config_(ocio::Config::CreateFromFile(file.c_str())) {
@@ -122,6 +148,19 @@ class Config final : public host::ColorConfig {
       });
       if (!transform) throw host::ColorError("there is no view \"" + name + "\"");
       return std::make_unique<Processor>(config_->getProcessor(transform));
+    });
+  }
+
+  std::string spaceOfFile(const std::string& file) const override {
+    return guarded([&]() -> std::string {
+      if (config_->filepathOnlyMatchesDefaultRule(file.c_str())) return {};
+      return config_->getColorSpaceFromFilepath(file.c_str());
+    });
+  }
+
+  std::unique_ptr<host::ColorProcessor> toRec709(const std::string& space) const override {
+    return guarded([&] {
+      return std::make_unique<Processor>(config_->getProcessor(inputTransform(*config_, space.c_str())));
     });
   }
 

@@ -145,12 +145,22 @@ void addRenderCommands(const MainParts& parts) {
              [&session = parts.session, &view = parts.view] { renderView(session, view); }});
   table.add({"render.picture",
              group,
-             word("Render to &Picture Viewer"),
+             word("Render to &Frame Buffer"),
              "render",
              {key("Shift+R")},
              [&renders, &tools] {
-               if (renders.renderPicture()) tools.showPictureViewer();
+               if (renders.renderPicture()) tools.showFrameBuffer();
              }});
+  table.add(
+      {"render.more",
+       group,
+       word("&More Samples"),
+       "",
+       {key("Shift+M")},
+       [&renders] {
+         if (const SharedBitmap last = renders.state().bitmap) renders.moreSamples(*last);
+       },
+       [&renders] { return !renders.isRunning() && renders.hasSamples(renders.state().bitmap.get()); }});
   table.add({"render.stop",
              group,
              word("&Stop Rendering"),
@@ -162,8 +172,8 @@ void addRenderCommands(const MainParts& parts) {
       {"render.settings", group, word("Render S&ettings..."), "render-settings", {key("Ctrl+B")}, [&tools] {
          tools.showRenderSettings();
        }});
-  table.add({"render.viewer", group, word("Picture Vie&wer"), "picture", {key("Shift+F6")}, [&tools] {
-               tools.showPictureViewer();
+  table.add({"render.viewer", group, word("Frame &Buffer"), "picture", {key("Shift+F6")}, [&tools] {
+               tools.showFrameBuffer();
              }});
 }
 
@@ -206,7 +216,8 @@ void addWindowCommands(const MainParts& parts) {
 }
 
 void addGestures(CommandTable& table) {
-  const QString view = word("Editor View"), dialogs = word("Plug-in Dialogs"), fields = word("Number Fields");
+  const QString view = word("Editor View"), dialogs = word("Plug-in Dialogs"), fields = word("Number Fields"),
+                frame = word("Frame Buffer");
   const Gesture gestures[] = {
       {view, word("Alt + left button, or 1 + left"), word("Orbit")},
       {view, word("Alt + middle button, or 2 + left"), word("Pan")},
@@ -221,6 +232,13 @@ void addGestures(CommandTable& table) {
        word("Set the focus distance of the selected camera, or of the view's")},
       {view, word("Right click"), word("Menu of the view")},
       {view, word("Escape"), word("Take back what the mouse does")},
+      {frame, word("Wheel"), word("Zoom at the pointer")},
+      {frame, word("Drag with the left or the middle button"), word("Move the picture")},
+      {frame, word("Double click"), word("The whole picture, or one to one")},
+      {frame, word("Shift + drag"), word("Mean, least and most of a rectangle; Escape ends it")},
+      {frame, word("Click"), word("Select the object")},
+      {frame, word("Alt + click"), word("Select the material")},
+      {frame, word("Ctrl + drag"), word("Drag the picture to another program")},
       {dialogs, word("F10"), word("Open the dialog's menus")},
       {dialogs, word("Ctrl+W"), word("Close the dialog")},
       {fields, word("Drag sideways"), word("Change the value")},

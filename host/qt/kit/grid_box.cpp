@@ -79,19 +79,30 @@ QSize GridBox::measure(bool hints) const {
   return {least.width + margins.left() + margins.right(), least.height + margins.top() + margins.bottom()};
 }
 
+// Each level asks for both sizes of the level below: without keeping them, the time doubles with each level.
 QSize GridBox::sizeHint() const {
-  return measure(true);
+  if (!hint_.isValid()) hint_ = measure(true);
+  return hint_;
 }
 
 QSize GridBox::minimumSize() const {
-  return measure(false);
+  if (!minimum_.isValid()) minimum_ = measure(false);
+  return minimum_;
+}
+
+void GridBox::invalidate() {
+  // The groups around this one as well: Qt tells them only once they are visible.
+  for (const QWidget* widget = parentWidget(); widget; widget = widget->parentWidget())
+    if (auto* box = dynamic_cast<GridBox*>(widget->layout())) box->hint_ = box->minimum_ = QSize();
+  QLayout::invalidate();
 }
 
 void GridBox::setGeometry(const QRect& rect) {
   QLayout::setGeometry(rect);
   const QRect room = rect.marginsRemoved(contentsMargins());
   // Size hints where they all fit, minimum sizes where they do not.
-  const bool hints = room.width() >= measure(true).width() && room.height() >= measure(true).height();
+  const QSize hint = sizeHint();
+  const bool hints = room.width() >= hint.width() && room.height() >= hint.height();
   std::vector<GridItem> items;
   for (const Entry& entry : entries_) {
     const bool hidden = entry.item->isEmpty();

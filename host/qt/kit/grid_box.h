@@ -28,6 +28,7 @@ class GridBox : public QLayout {
   QSize sizeHint() const override;
   QSize minimumSize() const override;
   void setGeometry(const QRect& rect) override;
+  void invalidate() override;
 
  private:
   struct Entry {
@@ -38,6 +39,7 @@ class GridBox : public QLayout {
 
   std::vector<Entry> entries_;
   LONG columns_ = 1, rows_ = 0, spaceX_ = 4, spaceY_ = 4;
+  mutable QSize hint_, minimum_; // invalid: to be measured
 };
 
 } // namespace host

@@ -53,6 +53,7 @@ QToolButton[popupMode="1"] { padding-right: 14px; }
 QToolButton::menu-button { border: none; width: 12px; }
 QToolButton::menu-arrow { image: url(:/style/down.svg); width: 9px; height: 9px; }
 QToolButton[role="step"] { padding: 0; border: none; border-radius: 0; }
+QToolButton#qt_toolbar_ext_button { padding: 0; border: none; }
 QToolBar { background: @window@; border: none; spacing: 2px; padding: 2px 4px; }
 QToolBar::separator { background: @line@; width: 1px; margin: 4px; }
 QToolBar::handle { width: 6px; }

@@ -1,5 +1,7 @@
 #include "studio_inspector.h"
 
+#include <set>
+
 namespace host {
 
 namespace {
@@ -68,18 +70,19 @@ void describeRows(const QAbstractItemView& view, QJsonArray& all) {
   const QAbstractItemModel* model = view.model();
   const QRect seen = view.viewport()->rect();
   if (!model) return;
+  std::set<QModelIndex> described;
   for (int y = 2; y < seen.height(); y += 6) {
     for (int x = 4; x < seen.width(); x += 24) {
       const QModelIndex index = view.indexAt({x, y});
       const QString text = index.data(Qt::DisplayRole).toString();
-      if (!index.isValid() || text.isEmpty()) continue;
+      if (!index.isValid() || text.isEmpty() || !described.insert(index).second) continue;
       QJsonObject one;
       one[QStringLiteral("class")] = QStringLiteral("row");
       one[QStringLiteral("name")] = view.objectName();
       one[QStringLiteral("text")] = text;
       one[QStringLiteral("place")] = placeOf(*view.viewport(), view.visualRect(index));
       one[QStringLiteral("selected")] = view.selectionModel()->isSelected(index);
-      if (!all.contains(one)) all.append(one);
+      all.append(one);
     }
   }
 }

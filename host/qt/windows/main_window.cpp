@@ -148,7 +148,7 @@ void MainWindow::serveUi() {
   ui_.setDialogHost(dialogs_);
   ui_.setShowBitmap([this](const BaseBitmap& bitmap) {
     if (down_ || !session_.pictures().show(bitmap, session_.files().title())) return false;
-    tools_->showPictureViewer();
+    tools_->showFrameBuffer();
     return true;
   });
   ui_.setDrawViews([this](LONG flags) { return !down_ && view_->view().drawViews(flags); });
@@ -183,8 +183,8 @@ void MainWindow::refresh() {
   commands_->refreshSoon();
 }
 
-PictureViewer& MainWindow::pictureViewer() {
-  return tools_->pictureViewer();
+FrameBuffer& MainWindow::frameBuffer() {
+  return tools_->frameBuffer();
 }
 
 void MainWindow::pluginsStarted() {

@@ -20,7 +20,7 @@ class EditorViewWidget;
 class MainMenus;
 class MaterialManager;
 class ObjectManager;
-class PictureViewer;
+class FrameBuffer;
 class QtUserInterface;
 class StartPage;
 class StatusWidget;
@@ -52,7 +52,7 @@ class MainWindow : public QMainWindow {
   TimelineWidget& timeline() { return *timeline_; }
   ObjectManager& objects() { return *objects_; }
   WindowLayout& windowLayout() { return *layout_; }
-  PictureViewer& pictureViewer(); // made when first needed
+  FrameBuffer& frameBuffer(); // made when first needed
 
   /// Plug-ins have been started: fills the Plugins menu.
   void pluginsStarted();

@@ -3,12 +3,14 @@
 #include <algorithm>
 #include <cmath>
 
+#include "icons.h"
 #include "number_field.h"
 #include "qt_text.h"
 #include "quiet_combo.h"
 #include "scene_edits.h"
 #include "scene_queries.h"
 #include "theme.h"
+#include "user_interface.h"
 
 namespace host {
 
@@ -135,19 +137,52 @@ void RenderSettingFields::addChoice(QGridLayout& grid, LONG id, const QString& l
 }
 
 void RenderSettingFields::addNameChoice(QGridLayout& grid, LONG id, const QString& label, const QString& tip,
-                                        const QStringList& names) {
+                                        std::function<QStringList()> names) {
   auto* box = new QuietCombo(&parent_);
-  box->addItems(names);
   addRow(grid, label, box, tip);
   connect(box, &QComboBox::activated, this, [this, box, id] {
     change({{id, GeData(toHost(box->currentText()))}});
   });
-  const auto show = [box, first = names.value(0)](const GeData& stored) {
-    const QString name = toQt(stored.GetString());
-    if (!name.isEmpty() && box->findText(name) < 0) box->addItem(name);
-    box->setCurrentIndex(box->findText(name.isEmpty() ? first : name));
+  const auto show = [box, names = std::move(names)](const GeData& stored) {
+    QStringList all = names();
+    const QString name = stored.GetString().Content() ? toQt(stored.GetString()) : all.value(0);
+    if (!all.contains(name)) all << name;
+    box->clear();
+    box->addItems(all);
+    box->setCurrentText(name);
   };
   entries_[id] = {box, show, {}};
+}
+
+void RenderSettingFields::addFile(QGridLayout& grid, LONG id, const QString& label, const QString& tip,
+                                  const QString& none, const QString& suffix) {
+  auto* name = new QLineEdit(&parent_);
+  name->setPlaceholderText(none);
+  name->setClearButtonEnabled(true);
+  const auto store = [this, id, name] {
+    if (toHost(name->text()) != value(id).GetString()) change({{id, GeData(toHost(name->text()))}});
+  };
+  connect(name, &QLineEdit::editingFinished, this, store);
+  connect(name, &QLineEdit::textChanged, this, [name, store] { // the clear button
+    if (name->text().isEmpty()) store();
+  });
+  QAction* browse = name->addAction(icon(QStringLiteral("open")), QLineEdit::TrailingPosition);
+  browse->setToolTip(tr("Choose a file"));
+  connect(browse, &QAction::triggered, this, [this, id, label, suffix] {
+    FileRequest request;
+    request.title = toHost(label);
+    request.forceSuffix = toHost(suffix);
+    request.start = Filename(value(id).GetString());
+    Filename chosen;
+    if (userInterface().selectFile(request, chosen)) change({{id, GeData(chosen.GetString())}});
+  });
+  addRow(grid, label, name, tip);
+  entries_[id] = {name,
+                  [name](const GeData& stored) {
+                    const QSignalBlocker blocker(name);
+                    if (!name->hasFocus() || !name->isModified()) name->setText(toQt(stored.GetString()));
+                  },
+                  {}};
 }
 
 void RenderSettingFields::addBits(QGridLayout& grid, LONG id, const std::vector<Bit>& bits) {

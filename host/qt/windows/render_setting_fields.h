@@ -43,9 +43,13 @@ class RenderSettingFields : public QObject {
   void addFrame(QGridLayout& grid, LONG id, const QString& label, const QString& tip);
   void addChoice(QGridLayout& grid, LONG id, const QString& label, const QString& tip,
                  const Choices& choices);
-  /// A choice that is stored as its text. A stored text that is not among the names is shown as it is.
+  /// A choice that is stored as its text; no text is the first. The names are asked for whenever the
+  /// document's values are shown. A stored text that is not among them is shown as it is.
   void addNameChoice(QGridLayout& grid, LONG id, const QString& label, const QString& tip,
-                     const QStringList& names);
+                     std::function<QStringList()> names);
+  /// The name of a file, with a button to choose one that ends in `suffix`. `none` stands in the empty field.
+  void addFile(QGridLayout& grid, LONG id, const QString& label, const QString& tip, const QString& none,
+               const QString& suffix);
   /// Without `hasEffect` the field says that no render here uses the setting.
   void addSwitch(QGridLayout& grid, LONG id, const QString& label, const QString& tip, bool hasEffect = true,
                  int indent = 0);

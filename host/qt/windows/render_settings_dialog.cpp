@@ -16,6 +16,14 @@ namespace host {
 
 namespace {
 
+QStringList viewsOf(const BaseDocument* document) {
+  const RenderData* data = document ? document->GetActiveRenderData() : nullptr;
+  QStringList names;
+  for (const std::string& name : viewNames(data ? render::readView(data->GetData(), document).config : ""))
+    names << QString::fromStdString(name);
+  return names;
+}
+
 constexpr LONG mostPixels = 32768; // a side, as bitmaps have it
 
 } // namespace
@@ -163,14 +171,15 @@ void RenderSettingsDialog::addPresets(QGridLayout& grid) {
 
 void RenderSettingsDialog::addView(QWidget* page) {
   QGridLayout* view = fields_.addGroup(page, tr("View"));
-  QStringList names;
-  for (const std::string& name : viewNames())
-    names << QString::fromStdString(name);
-  fields_.addNameChoice(
-      *view, render::viewSetting, tr("View"),
-      tr("How light becomes colours in the Picture Viewer and in saved pictures. Renders and "
-         "the plug-in's viewer do not change."),
-      names);
+  fields_.addFile(
+      *view, render::colorConfigSetting, tr("Configuration"),
+      tr("An OpenColorIO configuration, whose views are added to the list. Empty: the one that the "
+         "variable OCIO names."),
+      tr("From OCIO"), QStringLiteral("ocio"));
+  fields_.addNameChoice(*view, render::viewSetting, tr("View"),
+                        tr("How light becomes colours on screen and in saved 8-bit pictures. OpenEXR files "
+                           "hold the light itself."),
+                        [this] { return viewsOf(session_.document()); });
   fields_.addNumber(*view, render::exposureSetting, tr("Exposure"),
                     tr("In stops: one more is twice the light."), -ViewSettings::mostStops,
                     ViewSettings::mostStops, 2, 0.1);
@@ -225,9 +234,7 @@ QWidget* RenderSettingsDialog::buildOutput() {
   return page;
 }
 
-QWidget* RenderSettingsDialog::buildQuality() {
-  auto* page = new QWidget(this);
-  page->setLayout(new QVBoxLayout);
+void RenderSettingsDialog::addEngine(QWidget* page) {
   QGridLayout* engine = fields_.addGroup(page, tr("Engine"));
   fields_.addChoice(
       *engine, RDATA_RENDERENGINE, tr("Engine"),
@@ -236,21 +243,40 @@ QWidget* RenderSettingsDialog::buildQuality() {
       {{RDATA_RENDERENGINE_STANDARD, tr("Standard")},
        {RDATA_RENDERENGINE_PREVIEWSOFTWARE, tr("Software Preview")},
        {RDATA_RENDERENGINE_PREVIEWHARDWARE, tr("Hardware Preview")}});
+  RenderSettingFields::Choices shadings;
+  for (const render::ShadingModeInfo& info : render::shadingModes())
+    shadings.emplace_back(static_cast<LONG>(info.mode), QString::fromUtf8(info.label));
+  fields_.addChoice(
+      *engine, render::shadingSetting, tr("Shading"),
+      tr("Shows the scene in clay, or one property of its surfaces, to find mistakes in it. The "
+         "materials stay as they are."),
+      shadings);
+}
+
+QWidget* RenderSettingsDialog::buildQuality() {
+  auto* page = new QWidget(this);
+  page->setLayout(new QVBoxLayout);
+  addEngine(page);
   QGridLayout* samples = fields_.addGroup(page, tr("Sampling"));
   fields_.addNumber(*samples, RDATA_MAXSAMPLES, tr("Samples"),
-                    tr("The most samples that a pixel takes. More take longer and leave less noise."), 1,
-                    1 << 20);
+                    tr("The samples a pixel. More take longer and leave less noise."), 1, 1 << 20);
+  fields_.addChoice(*samples, render::spreadSetting, tr("Spread samples"),
+                    tr("By noise: noisy places take more samples and quiet ones fewer, in about the same "
+                       "time. Evenly: every "
+                       "pixel takes the same number."),
+                    {{0, tr("By noise")}, {1, tr("Evenly")}});
   fields_.addNumber(*samples, RDATA_NOISETHRESHOLD, tr("Noise threshold"),
                     tr("A pixel stops early when its noise falls below this. 0: it never does."), 0, 1, 4,
                     0.001);
   fields_.addChoice(*samples, render::denoiseSetting, tr("Denoise"),
                     tr("Takes the noise out of the finished picture, or live: while it refines as well. The "
-                       "noisy picture is kept; D shows it in the Picture Viewer."),
+                       "noisy picture is kept; D shows it in the Frame Buffer."),
                     {{0, tr("Off")}, {1, tr("At the end")}, {2, tr("Live")}});
   const auto standard = [this] {
     return fields_.value(RDATA_RENDERENGINE).GetLong() == RDATA_RENDERENGINE_STANDARD;
   };
   fields_.enable(RDATA_MAXSAMPLES, standard);
+  fields_.enable(render::spreadSetting, standard);
   fields_.enable(RDATA_NOISETHRESHOLD, standard);
   fields_.enable(render::denoiseSetting, standard);
   QGridLayout* edges = fields_.addGroup(page, tr("Anti-Aliasing"));
@@ -334,7 +360,7 @@ QWidget* RenderSettingsDialog::buildOptions() {
                     tr("Calls the effects of plug-ins that are listed under Effects."));
 
   QGridLayout* save = fields_.addGroup(page, tr("Saving"));
-  fields_.addSwitch(*save, RDATA_SAVEIMAGE, tr("Save the picture"), tr("Save in the Picture Viewer instead."),
+  fields_.addSwitch(*save, RDATA_SAVEIMAGE, tr("Save the picture"), tr("Save in the Frame Buffer instead."),
                     false);
   static_cast<QVBoxLayout*>(page->layout())->addStretch(1);
   return page;

@@ -56,6 +56,7 @@ class RenderSettingsDialog : public QDialog {
   void addSize(QGridLayout& grid, LONG id, const QString& label);
   void addPresets(QGridLayout& grid);
   void addView(QWidget* page);
+  void addEngine(QWidget* page);
 
   Session& session_;
   RenderSettingFields fields_;

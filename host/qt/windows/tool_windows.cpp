@@ -2,7 +2,8 @@
 
 #include "about_dialog.h"
 #include "command_table.h"
-#include "picture_viewer.h"
+#include "desk_panels.h"
+#include "frame_buffer.h"
 #include "render_settings_dialog.h"
 #include "shortcuts_dialog.h"
 
@@ -24,18 +25,19 @@ ToolWindows::ToolWindows(Session& session, CommandTable& commands, QWidget& wind
 
 ToolWindows::~ToolWindows() = default;
 
-PictureViewer& ToolWindows::pictureViewer() {
-  if (!pictures_) {
-    pictures_ = new PictureViewer(session_, nullptr);
-    connect(pictures_, &PictureViewer::renderWanted, commands_.action(QStringLiteral("render.picture")),
+FrameBuffer& ToolWindows::frameBuffer() {
+  if (!frame_) {
+    frame_ = new FrameBuffer(session_);
+    new DeskPanels(session_, *frame_);
+    connect(frame_, &FrameBuffer::renderWanted, commands_.action(QStringLiteral("render.picture")),
             &QAction::trigger);
-    pictures_->addAction(commands_.action(QStringLiteral("file.quit")));
+    frame_->addAction(commands_.action(QStringLiteral("file.quit")));
   }
-  return *pictures_;
+  return *frame_;
 }
 
-void ToolWindows::showPictureViewer() {
-  pictureViewer().present();
+void ToolWindows::showFrameBuffer() {
+  frameBuffer().present();
 }
 
 void ToolWindows::showRenderSettings() {
@@ -50,9 +52,9 @@ void ToolWindows::showRenderSettings() {
 void ToolWindows::showShortcuts() {
   if (!shortcuts_) {
     shortcuts_ = new ShortcutsDialog(commands_, &window_);
-    QList<QAction*> actions = pictureViewer().actions();
+    QList<QAction*> actions = frameBuffer().actions();
     actions.removeOne(commands_.action(QStringLiteral("file.quit"))); // listed with its menu
-    shortcuts_->addActions(tr("Picture Viewer"), actions);
+    shortcuts_->addActions(tr("Frame Buffer"), actions);
   }
   present(*shortcuts_);
 }
@@ -64,7 +66,7 @@ void ToolWindows::showAbout() {
 }
 
 void ToolWindows::shutDown() {
-  delete pictures_;
+  delete frame_;
   delete settings_;
   delete shortcuts_;
 }

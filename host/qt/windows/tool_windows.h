@@ -1,4 +1,4 @@
-// Windows and boxes that commands open: picture viewer, render settings, shortcuts, about. Main thread.
+// Windows and boxes that commands open: frame buffer, render settings, shortcuts, about. Main thread.
 #pragma once
 
 #include <QObject>
@@ -9,7 +9,7 @@ class QWidget;
 namespace host {
 
 class CommandTable;
-class PictureViewer;
+class FrameBuffer;
 class RenderSettingsDialog;
 class Session;
 class ShortcutsDialog;
@@ -22,8 +22,8 @@ class ToolWindows : public QObject {
   ToolWindows(Session& session, CommandTable& commands, QWidget& window);
   ~ToolWindows() override;
 
-  PictureViewer& pictureViewer();
-  void showPictureViewer();
+  FrameBuffer& frameBuffer();
+  void showFrameBuffer();
   void showRenderSettings();
   void showShortcuts();
   void showAbout();
@@ -35,7 +35,7 @@ class ToolWindows : public QObject {
   Session& session_;
   CommandTable& commands_;
   QWidget& window_;
-  QPointer<PictureViewer> pictures_;
+  QPointer<FrameBuffer> frame_;
   QPointer<RenderSettingsDialog> settings_;
   QPointer<ShortcutsDialog> shortcuts_;
 };

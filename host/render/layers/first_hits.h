@@ -22,6 +22,18 @@ class FirstHits {
     if (!places_.empty()) places_[pixel].add(sample);
   }
 
+  /// For a SampleWriter or a SampleReader. `looks`: the archive has them, of use here or not.
+  template <class Archive>
+  void archive(Archive& archive, std::size_t pixel, bool looks) {
+    Look spare;
+    Look& look = looks_.empty() ? spare : looks_[pixel];
+    if (looks) archive(look.albedo), archive(look.normal), archive(look.count);
+    if (places_.empty()) return;
+    Place& place = places_[pixel];
+    archive(place.depth), archive(place.hits), archive(place.begun), archive(place.object);
+    archive(place.material), archive(place.position), archive(place.uv);
+  }
+
   bool hasLooks() const { return !looks_.empty(); }
   /// Means; 0 without samples.
   Vec3 albedo(std::size_t pixel) const { return looks_[pixel].albedo * looks_[pixel].share(); }

@@ -40,19 +40,28 @@ void LayerSums::addLayers(Film& film) {
 // "object_id/names" and "material_id/names": JSON objects with a name for each number.
 void LayerSums::nameNumbers(Film& film) const {
   const Snapshot& snapshot = scene_.snapshot();
-  const auto note = [&film](const char* key, std::size_t count, auto&& name) {
+  const auto note = [&film](LayerBit layer, std::size_t count, auto&& name, auto&& node) {
+    const std::string key = layerInfo(layer).name;
     std::string names = "{";
     for (std::size_t i = 0; i < count; ++i)
       names += (i == 0 ? "\"" : ",\"") + std::to_string(i + 1) + "\":" + jsonText(name(i));
-    film.setNote(key, names + "}");
+    film.setNote(key + "/names", names + "}");
+    std::vector<std::uint64_t> nodes(count);
+    for (std::size_t i = 0; i < count; ++i)
+      nodes[i] = node(i);
+    film.setNodes(key, std::move(nodes));
+  };
+  const auto placed = [this](std::size_t i) -> const Instance& {
+    return *scene_.placed({0, 0, 0, static_cast<std::uint32_t>(i), 0}).source;
   };
   if (wanted_ & objectLayer)
-    note("object_id/names", scene_.placedCount(), [&](std::size_t i) {
-      return snapshot.names[scene_.placed({0, 0, 0, static_cast<std::uint32_t>(i), 0}).source->name];
-    });
+    note(
+        objectLayer, scene_.placedCount(), [&](std::size_t i) { return snapshot.names[placed(i).name]; },
+        [&](std::size_t i) { return placed(i).object; });
   if (wanted_ & materialLayer)
-    note("material_id/names", snapshot.materials.size(),
-         [&](std::size_t i) { return snapshot.materials[i]->name; });
+    note(
+        materialLayer, snapshot.materials.size(), [&](std::size_t i) { return snapshot.materials[i]->name; },
+        [&](std::size_t i) { return snapshot.materials[i]->id; });
 }
 
 void LayerSums::put(std::size_t filmPixel, std::size_t pixel, const PixelEstimate& estimate) {

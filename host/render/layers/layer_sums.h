@@ -3,6 +3,7 @@
 #pragma once
 
 #include "first_hits.h"
+#include "kept_render.h"
 #include "light_sums.h"
 #include "matte_sums.h"
 #include "ray_scene.h"
@@ -26,6 +27,17 @@ class LayerSums {
     if (lights_.any()) lights_.add(pixel, *parts, weight);
     if (shadows_.any()) shadows_.add(pixel, *parts);
     if (mattes_.any()) mattes_.add(pixel, sample, weight);
+  }
+
+  bool hasLooks() const { return hits_.hasLooks(); }
+  int mostCovers() const { return mattes_.mostCovers(); }
+  /// The sums of a pixel, for a SampleWriter or a SampleReader. False when a value is none of this scene.
+  template <class Archive>
+  bool archive(Archive& archive, std::size_t pixel, const SampleLayout& layout) {
+    hits_.archive(archive, pixel, layout.looks);
+    lights_.archive(archive, pixel);
+    shadows_.archive(archive, pixel);
+    return mattes_.archive(archive, pixel, layout.covers);
   }
 
   /// Adds the layers to the film.

@@ -6,14 +6,16 @@ namespace host::render {
 namespace {
 
 constexpr std::size_t mostGroups = 64, mostBytes = 64;
-constexpr char unnamed[] = "default";
 
 bool glows(const SurfaceMaterial& material) {
   return material.unlit || material.emission != Float3{};
 }
 
+} // namespace
+
 // Points separate the parts of a channel's name, and control characters have no place in one.
-std::string usable(const std::string& name) {
+std::string lightGroupName(const std::string& name, const char* otherwise) {
+  if (name.empty()) return otherwise;
   std::string text = name.substr(0, mostBytes);
   while (!text.empty() && text.size() < name.size() && (name[text.size()] & 0xc0) == 0x80)
     text.pop_back(); // not within a character
@@ -22,23 +24,22 @@ std::string usable(const std::string& name) {
   return text;
 }
 
-} // namespace
-
 LightGroups::LightGroups(const Snapshot& snapshot) {
   for (const SnapshotLight& light : snapshot.lights)
-    lights_.push_back(add(light.group, unnamed));
+    lights_.push_back(add(light.group, unnamedLights));
   for (const SurfaceMaterialPtr& material : snapshot.materials)
-    materials_.push_back(glows(*material) ? add(material->lightGroup, unnamed) : 0);
-  if (snapshot.sky.kind != SkyKind::none) sky_ = add(snapshot.sky.group, "sky");
-  if (names_.empty()) names_.emplace_back(unnamed);
+    materials_.push_back(glows(*material) ? add(material->lightGroup, unnamedLights) : 0);
+  if (snapshot.sky.kind != SkyKind::none) sky_ = add(snapshot.sky.group, unnamedSky);
+  if (names_.empty()) names_.emplace_back(unnamedLights);
 }
 
 std::uint32_t LightGroups::add(const std::string& name, const char* otherwise) {
-  const std::string wanted = name.empty() ? otherwise : usable(name);
+  const std::string wanted = lightGroupName(name, otherwise);
   auto found = std::find(names_.begin(), names_.end(), wanted);
   if (found == names_.end() && names_.size() >= mostGroups)
-    found = std::find(names_.begin(), names_.end(), unnamed);
-  if (found == names_.end()) found = names_.insert(found, names_.size() < mostGroups ? wanted : unnamed);
+    found = std::find(names_.begin(), names_.end(), unnamedLights);
+  if (found == names_.end())
+    found = names_.insert(found, names_.size() < mostGroups ? wanted : unnamedLights);
   return static_cast<std::uint32_t>(found - names_.begin());
 }
 

@@ -9,6 +9,11 @@
 
 namespace host::render {
 
+/// Names of the groups of lights that name none: lamps and glowing materials, and the sky.
+inline constexpr char unnamedLights[] = "default", unnamedSky[] = "sky";
+/// A group's name as a part of a layer's name; `otherwise` when it is empty.
+std::string lightGroupName(const std::string& name, const char* otherwise);
+
 class LightGroups {
  public:
   LightGroups() = default;

@@ -32,6 +32,12 @@ class LightSums {
       *sum++ += weight * light;
   }
 
+  template <class Archive>
+  void archive(Archive& archive, std::size_t pixel) {
+    for (std::size_t i = 0; i < values(); ++i)
+      archive(sums_[pixel * values() + i]);
+  }
+
   /// Adds the layers to the film that it writes from then on.
   void addLayers(Film& film) {
     for (const std::size_t way : ways_) {

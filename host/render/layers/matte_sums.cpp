@@ -49,6 +49,17 @@ void MatteSums::addLayers(Film& film) {
   }
 }
 
+int MatteSums::mostCovers() const {
+  std::size_t most = 0;
+  for (const Pixel& pixel : pixels_)
+    most = std::max(most, pixel.covers.size());
+  return static_cast<int>(most);
+}
+
+bool MatteSums::isKnown(const Cover& cover) const {
+  return cover.object < scene_.placedCount() && cover.material < materials_.size();
+}
+
 float MatteSums::numberOf(Kind kind, const Cover& cover) const {
   if (kind == ofMaterials) return materials_[cover.material];
   const Instance& instance = *scene_.placed({0, 0, 0, cover.object, 0}).source;

@@ -18,6 +18,27 @@ class MatteSums {
   bool any() const { return !pixels_.empty(); }
 
   void add(std::size_t pixel, const PathResult& sample, float weight);
+  /// The most objects and materials that a pixel covers.
+  int mostCovers() const;
+  /// For a SampleWriter or a SampleReader, with room for so many covers. False when a value is none of this
+  /// scene.
+  template <class Archive>
+  bool archive(Archive& archive, std::size_t pixel, int covers) {
+    if (!any()) return true;
+    Pixel& one = pixels_[pixel];
+    auto count = static_cast<std::int32_t>(one.covers.size());
+    archive(one.weight), archive(count);
+    if (count > covers) return false;
+    one.covers.resize(static_cast<std::size_t>(count));
+    bool good = true;
+    for (int i = 0; i < covers; ++i) {
+      Cover spare{};
+      Cover& cover = i < count ? one.covers[static_cast<std::size_t>(i)] : spare;
+      archive(cover.object), archive(cover.material), archive(cover.weight);
+      good = good && (i >= count || isKnown(cover));
+    }
+    return good;
+  }
   /// Adds the layers and their manifests to the film that it writes from then on.
   void addLayers(Film& film);
   void put(std::size_t filmPixel, std::size_t pixel);
@@ -37,6 +58,7 @@ class MatteSums {
     float number, part;
   };
 
+  bool isKnown(const Cover& cover) const;
   float numberOf(Kind kind, const Cover& cover) const;
   void rank(Kind kind, const Pixel& pixel, std::array<Share, ranks>& out) const;
 

@@ -22,6 +22,10 @@ class ShadowSums {
     pixels_[pixel].open += parts.openLight();
     pixels_[pixel].arrived += parts.arrivedLight();
   }
+  template <class Archive>
+  void archive(Archive& archive, std::size_t pixel) {
+    if (any()) archive(pixels_[pixel].open), archive(pixels_[pixel].arrived);
+  }
   void addLayers(Film& film) {
     if (any()) layer_ = film.addLayer("shadow_catcher", "RGB");
   }

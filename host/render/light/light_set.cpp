@@ -1,6 +1,7 @@
 #include "light_set.h"
 
 #include "recent_products.h"
+#include "spherical_triangle.h"
 
 namespace host::render {
 namespace {
@@ -79,7 +80,8 @@ void LightSet::addArea(const SnapshotLight& light, Lamp& lamp) {
 }
 
 void LightSet::addGlow(const GlowTriangle& triangle, float radiance) {
-  Glow glow{triangle, 0.5f * length(cross(triangle.edge1, triangle.edge2)), 0, -1};
+  const Vec3 across = cross(triangle.edge1, triangle.edge2);
+  Glow glow{triangle, 0.5f * length(across), 0, normalize(across), -1};
   glow.power = std::isfinite(glow.area) ? glow.area * std::max(0.0f, radiance) : 0;
   if (!std::isfinite(glow.power)) glow.power = 0;
   glows_.push_back(glow);
@@ -106,7 +108,7 @@ LightBounds LightSet::boundsOf(const Glow& glow) const {
   const Vec3 b = t.a + t.edge1, c = t.a + t.edge2;
   LightBounds bounds{lowest(t.a, lowest(b, c)), highest(t.a, highest(b, c)), glow.power};
   bounds.findableByRay = false; // rays find the surface itself
-  if (t.side != 0) bounds.axis = normalize(cross(t.edge1, t.edge2)) * t.side;
+  if (t.side != 0) bounds.axis = glow.normal * t.side;
   return bounds;
 }
 
@@ -151,8 +153,9 @@ float LightSet::shareOf(std::uint32_t leaf, const LightReceiver& at) const {
     const float distance = length(from);
     return distance > 0 ? shareTowards(lamp, from / distance, distance) : 1;
   }
-  const GlowTriangle& t = glows_[shining_[leaf - lamps_.size()]].triangle;
-  return t.side == 0 || t.side * dot(cross(t.edge1, t.edge2), at.position - t.a) > 0 ? 1.0f : 0.0f;
+  const Glow& glow = glows_[shining_[leaf - lamps_.size()]];
+  const GlowTriangle& t = glow.triangle;
+  return t.side == 0 || t.side * dot(glow.normal, at.position - t.a) > 0 ? 1.0f : 0.0f;
 }
 
 float LightSet::chanceOf(std::uint32_t leaf, const LightReceiver& at) const {
@@ -282,9 +285,48 @@ bool LightSet::sampleSky(Vec2 u, LightSample& out) const {
   return out.pdf > 0;
 }
 
+namespace {
+
+// Triangles whose area is a larger part of the squared distance are sampled over their solid angle.
+constexpr float nearPart = 0.1f;
+constexpr float leastSolidAngle = 1e-3f;
+
+SphericalTriangle seenFrom(const GlowTriangle& t, Vec3 position) {
+  const Vec3 a = t.a - position;
+  return {a, a + t.edge1, a + t.edge2};
+}
+
+} // namespace
+
+// 0 for triangles that are sampled over their area.
+float LightSet::nearSolidAngle(const Glow& glow, Vec3 position) {
+  const GlowTriangle& t = glow.triangle;
+  const Vec3 to = t.a + (t.edge1 + t.edge2) * (1.0f / 3) - position;
+  if (!(glow.area > nearPart * dot(to, to))) return 0;
+  const float angle = seenFrom(t, position).solidAngle();
+  return angle > leastSolidAngle ? angle : 0;
+}
+
+bool LightSet::sampleNearGlow(const Glow& glow, float solidAngle, Vec3 position, Vec2 u, LightSample& out) {
+  const GlowTriangle& t = glow.triangle;
+  out.direction = normalize(seenFrom(t, position).sample(u));
+  out.distance = dot(t.a - position, glow.normal) / dot(out.direction, glow.normal);
+  if (!(out.distance > 0) || !std::isfinite(out.distance)) return false;
+  const Vec3 at = position + out.direction * out.distance - t.a;
+  const float whole = 2 * glow.area;
+  out.spot = {clamp01(dot(cross(at, t.edge2), glow.normal) / whole),
+              clamp01(dot(cross(t.edge1, at), glow.normal) / whole)};
+  out.pdf = 1 / solidAngle;
+  return true;
+}
+
 bool LightSet::sampleGlow(std::size_t index, Vec3 position, Vec2 u, LightSample& out) const {
   const Glow& glow = glows_[index];
   const GlowTriangle& t = glow.triangle;
+  out.radiance = Vec3(1.0f);
+  out.glow = static_cast<int>(index);
+  if (const float angle = nearSolidAngle(glow, position); angle > 0)
+    return sampleNearGlow(glow, angle, position, u, out);
   const float root = std::sqrt(u.x);
   out.spot = {root * (1 - u.y), root * u.y};
   const Vec3 to = t.a + t.edge1 * out.spot.x + t.edge2 * out.spot.y - position;
@@ -292,11 +334,9 @@ bool LightSet::sampleGlow(std::size_t index, Vec3 position, Vec2 u, LightSample&
   if (!(d2 > 1e-12f)) return false;
   out.distance = std::sqrt(d2);
   out.direction = to / out.distance;
-  const float facing = std::abs(dot(normalize(cross(t.edge1, t.edge2)), out.direction));
+  const float facing = std::abs(dot(glow.normal, out.direction));
   if (facing < 1e-5f) return false;
   out.pdf = d2 / (glow.area * facing);
-  out.radiance = Vec3(1.0f);
-  out.glow = static_cast<int>(index);
   return out.pdf > 0;
 }
 
@@ -367,8 +407,9 @@ Vec3 LightSet::hit(const Lamp& lamp, Vec3 origin, Vec3 direction, float near, fl
 float LightSet::glowPdf(const LightPick& pick, int index, float distance, float facing) const {
   const Glow& glow = glows_[static_cast<std::size_t>(index)];
   if (glow.leaf < 0 || !(pick.near > 0) || facing < 1e-5f) return 0;
-  return pick.near * chanceOf(static_cast<std::uint32_t>(glow.leaf), pick.at) * distance * distance /
-         (glow.area * facing);
+  const float chance = pick.near * chanceOf(static_cast<std::uint32_t>(glow.leaf), pick.at);
+  if (const float angle = nearSolidAngle(glow, pick.at.position); angle > 0) return chance / angle;
+  return chance * distance * distance / (glow.area * facing);
 }
 
 float LightSet::skyPdf(const LightPick& pick, Vec3 direction) const {

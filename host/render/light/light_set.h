@@ -36,7 +36,9 @@ struct LightSample {
 struct GlowTriangle {
   Vec3 a, edge1, edge2; // corners a, a + edge1, a + edge2
   std::uint32_t instance = 0, primitive = 0;
-  float side = 0; // it shines towards `side` * (`edge1` x `edge2`); 0: to both sides
+  float side = 0;    // it shines towards `side` * (`edge1` x `edge2`); 0: to both sides
+  bool even = false; // `radiance` is that of every point
+  Vec3 radiance{};
 };
 
 class LightSet {
@@ -99,6 +101,7 @@ class LightSet {
   struct Glow {
     GlowTriangle triangle;
     float area = 0, power = 0;
+    Vec3 normal;            // unit, of edge1 x edge2
     std::int32_t leaf = -1; // among the tree's lights; -1: dark
   };
 
@@ -117,6 +120,8 @@ class LightSet {
   bool sampleLamp(const Lamp& lamp, Vec3 position, Vec2 u, LightSample& out) const;
   bool sampleAreaLamp(const Lamp& lamp, Vec3 position, Vec2 u, LightSample& out) const;
   bool sampleDistant(const LightPick& pick, float choice, Vec2 u, LightSample& out, float& chance) const;
+  static float nearSolidAngle(const Glow& glow, Vec3 position);
+  static bool sampleNearGlow(const Glow& glow, float solidAngle, Vec3 position, Vec2 u, LightSample& out);
   bool sampleGlow(std::size_t index, Vec3 position, Vec2 u, LightSample& out) const;
   bool sampleSky(Vec2 u, LightSample& out) const;
 

@@ -125,7 +125,7 @@ Vec3 RenderSky::radiance(Vec3 d) const {
   case SkyKind::gradient:
     return d.y >= 0 ? lerp(horizon_, color_, d.y) : lerp(horizon_, ground_, -d.y);
   case SkyKind::picture: {
-    const Rgba c = texture_->sample(toPicture(d), 0, Wrap::repeat, Wrap::clamp, false);
+    const Rgba c = texture_->sample(toPicture(d), 0, Wrap::repeat, Wrap::clamp);
     return color_ * Vec3(c.r, c.g, c.b);
   }
   }

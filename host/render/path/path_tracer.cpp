@@ -115,9 +115,9 @@ class PathTracer {
   Surface surfaceOf(Path& path, const Hit& hit) const {
     path.sampler.startVertex(path.bounces, path.passes);
     Surface surface = surfaceAt(scene_, path.ray, hit, path.cone.widthAt(hit.distance));
-    surface.point.scene = &scene_;
-    surface.point.sampler = &path.sampler;
-    surface.point.blendLevels = path.atCamera();
+    surface.point.scene = &scene_, surface.point.sampler = &path.sampler;
+    chooseTexels(*surface.material, surface.point, settings_.plannedSamples(), path.bounces,
+                 path.wideScatters);
     return surface;
   }
 

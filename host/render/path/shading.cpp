@@ -140,9 +140,13 @@ Rgba CompiledShade::evaluate(const ShadePoint& point) const {
   case Kind::bitmap: {
     const auto set = static_cast<std::size_t>(use_.uvSet);
     const Vec2 uv = transformUv(use_, point.uv[set]);
-    return times(color_, use_.nearest ? texture_->nearest(uv, use_.wrapU, use_.wrapV)
-                                      : texture_->sample(uv, point.footprint[set] * footprintScale_,
-                                                         use_.wrapU, use_.wrapV, point.blendLevels));
+    const float footprint = point.footprint[set] * footprintScale_;
+    using Texels = ShadePoint::Texels;
+    if (use_.nearest) return times(color_, texture_->nearest(uv, use_.wrapU, use_.wrapV));
+    if (point.texels == Texels::filtered)
+      return times(color_, texture_->sample(uv, footprint, use_.wrapU, use_.wrapV));
+    return times(color_, texture_->sampleOne(uv, footprint, use_.wrapU, use_.wrapV, point.jitter,
+                                             point.texels == Texels::someSingle));
   }
   case Kind::occlusion: {
     if (!point.scene) return toRgba(bright_);
@@ -196,8 +200,8 @@ SurfaceLook lookAt(const CompiledMaterial& material, const ShadePoint& point, Ve
                    const RenderSettings& settings) {
   const SurfaceMaterial& m = *material.source;
   SurfaceLook look;
-  const Vec3 base =
-      Vec3(m.baseColor[0], m.baseColor[1], m.baseColor[2]) * vertexColor * rgb(material.baseColor.at(point));
+  Vec3 base(m.baseColor[0], m.baseColor[1], m.baseColor[2]);
+  if (settings.shading != ShadingMode::clay) base *= vertexColor * rgb(material.baseColor.at(point));
   look.baseColor = {clamp01(base.x), clamp01(base.y), clamp01(base.z)};
   const Rgba mr = material.metallicRoughness.at(point);
   look.metallic = clamp01(m.metallic * mr.b);
@@ -228,6 +232,15 @@ SurfaceLook lookAt(const CompiledMaterial& material, const ShadePoint& point, Ve
   return look;
 }
 
+void chooseTexels(const CompiledMaterial& material, ShadePoint& point, int samples, int bounces,
+                  int wideScatters) {
+  constexpr int manySamples = 16;
+  if (!material.textured || (bounces == 0 && samples < manySamples)) return;
+  point.texels = wideScatters > 0 ? ShadePoint::Texels::single : ShadePoint::Texels::someSingle;
+  const Vec2 u = point.sampler->next2();
+  point.jitter = {u.x, u.y, point.sampler->next1()};
+}
+
 void setChannel(SurfaceLook& look, const CompiledMaterial& material, int channel) {
   const CompiledMaterial::Glass& glass = material.glass[static_cast<std::size_t>(channel)];
   look.ior = glass.ior;
@@ -241,8 +254,8 @@ Vec3 passedThrough(const CompiledMaterial& material, float distance) {
 }
 
 MaterialCompiler::MaterialCompiler(const std::vector<SurfaceMaterialPtr>& materials,
-                                   const std::vector<bool>& used)
-    : materials_(materials), used_(used) {
+                                   const std::vector<bool>& used, std::string colorConfig)
+    : materials_(materials), used_(used), colorConfig_(std::move(colorConfig)) {
   for (std::size_t i = 0; i < materials.size(); ++i) {
     if (!used[i] || !materials[i]) continue;
     const SurfaceMaterial& m = *materials[i];
@@ -251,9 +264,25 @@ MaterialCompiler::MaterialCompiler(const std::vector<SurfaceMaterialPtr>& materi
   }
 }
 
+namespace {
+
+/// As rules for file names see it: embedded pictures get the suffix of their kind.
+std::string nameForRules(const Picture& picture) {
+  if (picture.file.Content()) return picture.file.GetString().GetUTF8();
+  const std::size_t slash = picture.mimeType.find('/');
+  if (picture.name.find('.') != std::string::npos || slash == std::string::npos) return picture.name;
+  return picture.name + "." + picture.mimeType.substr(slash + 1);
+}
+
+} // namespace
+
 std::size_t MaterialCompiler::request(const PicturePtr& picture, ColorSpace space) {
   const auto [place, fresh] = places_.try_emplace({picture->id, space}, requests_.size());
-  if (fresh) requests_.push_back({picture, space});
+  if (fresh) {
+    const bool colors = space == ColorSpace::srgb;
+    requests_.push_back(
+        {picture, space, colors ? inputColors(colorConfig_, nameForRules(*picture)) : nullptr});
+  }
   return place->second;
 }
 
@@ -312,11 +341,14 @@ std::vector<CompiledMaterial> MaterialCompiler::compile(const std::vector<Textur
     const SurfaceMaterial& m = *materials_[i];
     CompiledMaterial& c = out[i];
     c.source = materials_[i];
-    c.readsUv[0] = (settings.wantedLayers() & uvLayer) != 0; // a layer of the film
+    c.readsUv[0] = (settings.wantedLayers() & uvLayer) != 0 || settings.shading == ShadingMode::uvChecker;
     for (const MaterialShade& shade : materialShades) {
       c.*shade.to = make((m.*shade.from).get(), shade.space, textures);
-      for (const int set : {0, 1})
-        c.readsUv[static_cast<std::size_t>(set)] |= (c.*shade.to).reads(set);
+      for (const int set : {0, 1}) {
+        const bool reads = (c.*shade.to).reads(set);
+        c.readsUv[static_cast<std::size_t>(set)] |= reads;
+        c.textured |= reads;
+      }
     }
     c.emits = nonZero(m.emission) && !m.unlit;
     c.hasAlpha = m.alphaMode != AlphaMode::opaque;

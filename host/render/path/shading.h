@@ -34,7 +34,9 @@ struct ShadePoint {
   const OcclusionQuery* scene = nullptr;
   Sampler* sampler = nullptr; // null: openness is averaged over fixed directions
   float time = 0;             // of the ray
-  bool blendLevels = true;    // smooth change between texture levels, for surfaces seen by the camera
+  // Filtered; single texels where a picture is made smaller; single texels everywhere.
+  enum class Texels : std::uint8_t { filtered, someSingle, single } texels = Texels::filtered;
+  Vec3 jitter; // of single texels, in the unit cube
 };
 
 /// A shader tree.
@@ -83,6 +85,7 @@ struct CompiledMaterial {
   Vec3 absorption;            // inside of a body, per metre
   bool absorbs = false;
   std::array<bool, 2> readsUv{}; // some shader, for each set of texture coordinates
+  bool textured = false;         // some shader has a picture
   bool emits = false;
   bool hasAlpha = false; // alpha may let rays through
   bool transmits = false;
@@ -94,6 +97,12 @@ float alphaAt(const CompiledMaterial& material, const ShadePoint& point, float v
 SurfaceLook lookAt(const CompiledMaterial& material, const ShadePoint& point, Vec3 vertexColor,
                    const RenderSettings& settings);
 
+/// Chooses single texels by the point's sampler: at the surface that the camera sees where many samples a
+/// pixel filter textures themselves, and beyond. Until the first wide scatter pictures seen from near are
+/// filtered: mirrors show them as the eye does.
+void chooseTexels(const CompiledMaterial& material, ShadePoint& point, int samples, int bounces,
+                  int wideScatters);
+
 /// The share of light that is left after a way through the body, in metres.
 Vec3 passedThrough(const CompiledMaterial& material, float distance);
 /// Gives the look the glass of one channel: 0 red, 1 green, 2 blue.
@@ -102,8 +111,10 @@ void setChannel(SurfaceLook& look, const CompiledMaterial& material, int channel
 /// Compiles materials in two steps: collects the textures to decode, then builds the materials.
 class MaterialCompiler {
  public:
-  /// The materials of the list for which `used` is true; others stay empty.
-  MaterialCompiler(const std::vector<SurfaceMaterialPtr>& materials, const std::vector<bool>& used);
+  /// The materials of the list for which `used` is true; others stay empty. `colorConfig` as in ViewSettings:
+  /// its rules for file names tell the colours of pictures.
+  MaterialCompiler(const std::vector<SurfaceMaterialPtr>& materials, const std::vector<bool>& used,
+                   std::string colorConfig);
   const std::vector<SceneCache::TextureRequest>& requests() const { return requests_; }
   /// Adds a picture outside of materials (a sky); returns its place among the requests.
   std::size_t request(const PicturePtr& picture, ColorSpace space);
@@ -116,6 +127,7 @@ class MaterialCompiler {
   CompiledShade make(const Shade* shade, ColorSpace space, const std::vector<TexturePtr>& textures) const;
   const std::vector<SurfaceMaterialPtr>& materials_;
   const std::vector<bool>& used_;
+  const std::string colorConfig_;
   std::vector<SceneCache::TextureRequest> requests_;
   std::map<std::pair<Identity, ColorSpace>, std::size_t> places_;
 };

@@ -171,6 +171,7 @@ void applyBumpMap(const PlacedMesh& placed, const Hit& hit, float side, Surface&
       texture ? 1.0f / static_cast<float>(std::max(texture->width(), texture->height())) : 1e-3f;
   const float step = std::max(texel / span, s.point.footprint[k] * 0.5f);
   ShadePoint p = s.point;
+  p.texels = ShadePoint::Texels::filtered;
   const auto height = [&](float du, float dv) {
     p.uv[k] = s.point.uv[k] + Vec2(du, dv);
     const Rgba v = m.bump.at(p);
@@ -276,6 +277,7 @@ Vec3 emission(const Surface& s) {
 
 Vec3 glowRadiance(const RayScene& scene, const LightSample& sample) {
   const GlowTriangle& t = scene.lights().glow(sample.glow);
+  if (t.even) return t.radiance;
   const Surface s = surfaceAt(scene, {t.a - sample.direction, sample.direction},
                               {1, sample.spot.x, sample.spot.y, t.instance, t.primitive}, 0);
   return emission(s) * alphaAt(*s.material, s.point, s.colorAlpha);

@@ -166,8 +166,22 @@ const GlMesh& GlCache::mesh(const Mesh& m) {
   return kept;
 }
 
+namespace {
+
+std::vector<float> lightOf(const Texture& t, int level) {
+  std::vector<float> light;
+  for (int y = 0; y < t.levelHeight(level); ++y)
+    for (int x = 0; x < t.levelWidth(level); ++x) {
+      const Rgba texel = t.texel(level, x, y);
+      light.insert(light.end(), {texel.r, texel.g, texel.b, texel.a});
+    }
+  return light;
+}
+
+} // namespace
+
 GLuint GlCache::texture(Identity picture, const Texture& t) {
-  const Key key = Key::ofTexture(picture, t.space());
+  const Key key = Key::ofTexture(picture, t.space(), t.colors());
   if (const Entry* known = find(key)) return known->texture;
   GLint most = 1024;
   glGetIntegerv(GL_MAX_TEXTURE_SIZE, &most);
@@ -177,7 +191,10 @@ GLuint GlCache::texture(Identity picture, const Texture& t) {
   Entry e;
   glGenTextures(1, &e.texture);
   const GLuint name = e.texture;
-  const bool floats = !t.levelFloats(0).empty(), words = !t.levelWords(0).empty();
+  // OpenGL has no sRGB codes of 16 bits.
+  const bool coloredWords = !t.levelWords(0).empty() && t.space() == ColorSpace::srgb;
+  const bool floats = !t.levelFloats(0).empty() || coloredWords;
+  const bool words = !t.levelWords(0).empty() && !coloredWords;
   for (int level = first; level < t.levelCount(); ++level)
     e.bytes += static_cast<std::size_t>(t.levelWidth(level)) *
                static_cast<std::size_t>(t.levelHeight(level)) * (floats || words ? 8 : 4);
@@ -192,7 +209,7 @@ GLuint GlCache::texture(Identity picture, const Texture& t) {
     const void* pixels = t.levelBytes(level).data();
     if (words) pixels = t.levelWords(level).data();
     if (floats) {
-      cut = t.levelFloats(level);
+      cut = coloredWords ? lightOf(t, level) : t.levelFloats(level);
       for (float& v : cut)
         v = std::clamp(v, -65504.0f, 65504.0f);
       pixels = cut.data();

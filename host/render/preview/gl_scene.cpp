@@ -54,7 +54,7 @@ BuiltScene<GlScene> GlScene::build(SnapshotPtr snapshot, const RenderSettings& s
   scene->snapshot_ = std::move(snapshot);
   const Snapshot& s = *scene->snapshot_;
   const std::vector<bool> used = usedMaterials(s);
-  MaterialCompiler pictures(s.materials, used);
+  MaterialCompiler pictures(s.materials, used, settings.view.config);
   const bool skyPicture = s.sky.kind == SkyKind::picture && s.sky.picture && s.sky.picture->bytes;
   const std::size_t skyPlace = skyPicture ? pictures.request(s.sky.picture, ColorSpace::srgb) : 0;
   SceneCache::Textures textures = SceneCache::shared().textures(pictures.requests(), workerCount(), stopped);

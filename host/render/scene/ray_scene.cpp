@@ -3,6 +3,7 @@
 #include <map>
 #include <new>
 
+#include "closed_mesh.h"
 #include "mesh_tools.h"
 #include "snapshot_origin.h"
 #include "surface_point.h"
@@ -73,6 +74,16 @@ void askFilter(const RTCFilterFunctionNArguments* of) {
   if ((*context.placed)[hit.instance].filters && context.filter->passes(hit)) of->valid[0] = 0;
 }
 
+/// The context of a ray that passes one instance. Embree hands its first part to `passOne`.
+struct PassContext {
+  RTCIntersectContext embree;
+  std::uint32_t instance;
+};
+void passOne(const RTCFilterFunctionNArguments* of) {
+  const auto& context = *reinterpret_cast<const PassContext*>(of->context);
+  if (RTCHitN_instID(of->hit, of->N, 0, 0) == context.instance) of->valid[0] = 0;
+}
+
 std::array<float, 12> columnsOf(const Transform& t) {
   return {t.v1.x, t.v1.y, t.v1.z, t.v2.x, t.v2.y, t.v2.z, t.v3.x, t.v3.y, t.v3.z, t.off.x, t.off.y, t.off.z};
 }
@@ -118,7 +129,7 @@ BuiltScene<RayScene> RayScene::build(SnapshotPtr snapshot, const RenderSettings&
   if (!scene->buildMotion(workers, stopped)) return built;
 
   const std::vector<bool> used = usedMaterials(s);
-  MaterialCompiler compiler(s.materials, used);
+  MaterialCompiler compiler(s.materials, used, settings.view.config);
   const bool skyPicture = s.sky.kind == SkyKind::picture && s.sky.picture && s.sky.picture->bytes;
   const std::size_t skyPlace = skyPicture ? compiler.request(s.sky.picture, ColorSpace::srgb) : 0;
   SceneCache::Textures textures = cache.textures(compiler.requests(), workers, stopped);
@@ -263,6 +274,29 @@ bool RayScene::buildTop(int workers, const Stopped& stopped, BuildCounts& counts
   return top_ != nullptr;
 }
 
+// Whether no path is expected inside of a closed mesh: no surface of it lets light pass, and the camera is
+// elsewhere. Light of the inside is then left to the rays that meet it.
+bool RayScene::hidesItsInside(const PlacedMesh& placed) const {
+  const Instance& instance = *placed.source;
+  if (!instance.motion.empty() || !instance.shapes.empty()) return false;
+  for (const int m : instance.materials) {
+    if (m < 0 || static_cast<std::size_t>(m) >= materials_.size()) continue;
+    const CompiledMaterial& material = materials_[static_cast<std::size_t>(m)];
+    if (material.hasAlpha || material.transmits) return false;
+  }
+  Vec3 low(1e30f), high(-1e30f);
+  for (int corner = 0; corner < 8; ++corner) {
+    const auto side = [&](int bit, std::size_t axis) {
+      return corner & bit ? placed.mesh->high[axis] : placed.mesh->low[axis];
+    };
+    const Vec3 at = placed.toWorld.point(Vec3(side(1, 0), side(2, 1), side(4, 2)) - placed.center);
+    low = lowest(low, at), high = highest(high, at);
+  }
+  const Vec3 eye(snapshot_->camera.toWorld.off);
+  return eye.x < low.x || eye.y < low.y || eye.z < low.z || eye.x > high.x || eye.y > high.y ||
+         eye.z > high.z;
+}
+
 void RayScene::addGlows(PlacedMesh& placed, std::uint32_t index) {
   bool any = false;
   for (const int m : placed.source->materials)
@@ -271,19 +305,21 @@ void RayScene::addGlows(PlacedMesh& placed, std::uint32_t index) {
   if (!any) return;
   placed.firstGlow = lights_.glowCount();
   const Mesh& mesh = *placed.mesh;
+  const std::vector<std::int8_t> outside =
+      hidesItsInside(placed) ? outwardSides(mesh) : std::vector<std::int8_t>();
   for (std::uint32_t p = 0; p < mesh.triangles.size(); ++p) {
     const CompiledMaterial& material = materialOf(placed, p);
+    const float bothSides = outside.empty() ? 0 : static_cast<float>(outside[p]) * placed.side;
     const auto& c = mesh.triangles[p];
     const Vec3 a = placed.toWorld.point(placed.vertex(c[0]));
-    float radiance = 0;
+    const Rgba mean = material.emission.mean();
+    const Vec3 light = Vec3(material.source->emission) * Vec3(mean.r, mean.g, mean.b);
+    const bool even = material.emission.constant() && !material.hasAlpha;
     // Rays alone find a light that moves: its place is another at each time.
-    if (material.emits && !placed.motion) {
-      const Rgba mean = material.emission.mean();
-      radiance = luminance(Vec3(material.source->emission) * Vec3(mean.r, mean.g, mean.b));
-    }
+    const float radiance = material.emits && !placed.motion ? luminance(light) : 0;
     lights_.addGlow({a, placed.toWorld.point(placed.vertex(c[1])) - a,
                      placed.toWorld.point(placed.vertex(c[2])) - a, index, p,
-                     material.source->doubleSided ? 0 : placed.side},
+                     material.source->doubleSided ? bothSides : placed.side, even, light},
                     radiance);
   }
 }
@@ -314,6 +350,17 @@ bool RayScene::blocked(const Ray& ray, ShadowFilter& filter) const {
   if (filters_) context.embree.filter = askFilter;
   context.placed = &placed_;
   context.filter = &filter;
+  rtcOccluded1(top_->scene.get(), &context.embree, &r);
+  return r.tfar < 0;
+}
+
+bool RayScene::meetsAnother(const Ray& ray, unsigned mask, std::uint32_t instance) const {
+  if (!traceable(ray)) return false;
+  RTCRay r = toEmbree(ray, mask);
+  PassContext context;
+  rtcInitIntersectContext(&context.embree);
+  context.embree.filter = passOne;
+  context.instance = instance;
   rtcOccluded1(top_->scene.get(), &context.embree, &r);
   return r.tfar < 0;
 }

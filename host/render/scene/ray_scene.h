@@ -55,6 +55,8 @@ class RayScene final : public OcclusionQuery {
   std::optional<Hit> intersect(const Ray& ray, unsigned mask, bool coherent) const;
   /// True when a surface that casts shadows is in the way. Those that may let light pass are for the filter.
   bool blocked(const Ray& ray, ShadowFilter& filter) const;
+  /// True when the ray meets a surface of the mask that belongs to another object than this one.
+  bool meetsAnother(const Ray& ray, unsigned mask, std::uint32_t instance) const;
   float openness(Vec3 position, Vec3 normal, float distance, Vec2 u, float time) const override;
 
   const PlacedMesh& placed(const Hit& hit) const { return placed_[hit.instance]; }
@@ -81,6 +83,7 @@ class RayScene final : public OcclusionQuery {
   RayScene() = default;
   std::vector<MeshPtr> placeMeshes();
   bool buildMotion(int workers, const Stopped& stopped);
+  bool hidesItsInside(const PlacedMesh& placed) const;
   void addGlows(PlacedMesh& placed, std::uint32_t index);
   bool makeTangents(const Stopped& stopped);
   bool buildTop(int workers, const Stopped& stopped, BuildCounts& counts);

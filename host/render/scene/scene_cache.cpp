@@ -225,14 +225,16 @@ SceneCache::Textures SceneCache::textures(const std::vector<TextureRequest>& wan
   Textures out;
   out.list.assign(wanted.size(), nullptr);
   TextureLoader& loader = TextureLoader::shared();
-  const auto keyOf = [&](std::size_t i) { return Key::ofTexture(wanted[i].picture->id, wanted[i].space); };
+  const auto keyOf = [&](std::size_t i) {
+    return Key::ofTexture(wanted[i].picture->id, wanted[i].space, wanted[i].colors);
+  };
   std::vector<std::pair<std::size_t, TextureLoader::JobPtr>> jobs;
   for (std::size_t i = 0; i < wanted.size(); ++i) {
     out.list[i] = std::static_pointer_cast<const Texture>(find(keyOf(i)));
     if (out.list[i])
       ++out.reused;
     else
-      jobs.emplace_back(i, loader.start(wanted[i].picture, wanted[i].space, workers));
+      jobs.emplace_back(i, loader.start(wanted[i].picture, wanted[i].space, wanted[i].colors, workers));
   }
   for (const auto& [i, job] : jobs) {
     if (!loader.wait(*job, stopped)) return out;

@@ -82,6 +82,7 @@ class SceneCache {
   struct TextureRequest {
     PicturePtr picture; // has bytes
     ColorSpace space = ColorSpace::srgb;
+    const InputColors* colors = nullptr; // the rule for it; null: as its file says
   };
   struct Textures {
     bool complete = false; // false after a break

@@ -56,14 +56,15 @@ Rgba mix(Rgba a, Rgba b, float t) {
 
 } // namespace
 
-Texture::Texture(const DecodedPicture& picture, ColorSpace space) : space_(space) {
-  levels_.push_back(base(picture, space));
+Texture::Texture(const DecodedPicture& picture, ColorSpace space, const InputColors* colors)
+    : space_(space), colors_(colors) {
+  levels_.push_back(base(picture));
+  size_ = std::sqrt(static_cast<float>(width()) * static_cast<float>(height()));
   while (levels_.back().width > 1 || levels_.back().height > 1)
     addLevel();
 }
 
-// Colours of 16 bits become 8: sRGB codes are as fine as the eye.
-Texture::Level Texture::base(const DecodedPicture& picture, ColorSpace space) {
+Texture::Level Texture::base(const DecodedPicture& picture) {
   Level first{picture.width, picture.height, {}, {}, {}};
   if (!picture.floats.empty()) {
     first.floats = picture.floats;
@@ -71,16 +72,13 @@ Texture::Level Texture::base(const DecodedPicture& picture, ColorSpace space) {
       if (!std::isfinite(v)) v = 0;
     return first;
   }
-  if (!picture.words.empty() && space == ColorSpace::data) {
+  if (!picture.words.empty()) {
     first.words = picture.words;
     return first;
   }
-  const std::vector<unsigned char> rounded =
-      picture.words.empty() ? std::vector<unsigned char>() : eightBits(picture);
-  const std::vector<unsigned char>& bytes = picture.words.empty() ? picture.bytes : rounded;
-  first.bytes.resize(bytes.size() / 4);
+  first.bytes.resize(picture.bytes.size() / 4);
   for (std::size_t i = 0; i < first.bytes.size(); ++i) {
-    const unsigned char* p = bytes.data() + 4 * i;
+    const unsigned char* p = picture.bytes.data() + 4 * i;
     first.bytes[i] = static_cast<std::uint32_t>(p[0] | (p[1] << 8) | (p[2] << 16)) |
                      (static_cast<std::uint32_t>(p[3]) << 24);
   }
@@ -116,7 +114,9 @@ void Texture::write(Level& level, std::size_t texel, const Rgba& m) const {
     std::memcpy(&level.floats[4 * texel], values, sizeof values);
   } else if (!level.words.empty()) {
     for (std::size_t i = 0; i < 4; ++i)
-      level.words[4 * texel + i] = static_cast<std::uint16_t>(clamp01(values[i]) * 65535 + 0.5f);
+      level.words[4 * texel + i] = space_ == ColorSpace::srgb && i < 3
+                                       ? toDisplayWord(values[i])
+                                       : static_cast<std::uint16_t>(clamp01(values[i]) * 65535 + 0.5f);
   } else {
     const auto code = space_ == ColorSpace::srgb ? encodeSrgb : quantize;
     level.bytes[texel] = code(m.r) | (code(m.g) << 8) | (code(m.b) << 16) | (quantize(m.a) << 24);
@@ -141,6 +141,10 @@ Rgba Texture::read(const Level& level, int x, int y) const {
   if (!level.words.empty()) {
     constexpr float unit = 1.0f / 65535;
     const std::uint16_t* p = &level.words[4 * i];
+    if (space_ == ColorSpace::srgb) {
+      static const std::array<float, 65536>& light = lightOfWords();
+      return {light[p[0]], light[p[1]], light[p[2]], static_cast<float>(p[3]) * unit};
+    }
     return {static_cast<float>(p[0]) * unit, static_cast<float>(p[1]) * unit, static_cast<float>(p[2]) * unit,
             static_cast<float>(p[3]) * unit};
   }
@@ -166,16 +170,30 @@ Rgba Texture::bilinear(const Level& level, Vec2 uv, Wrap wrapU, Wrap wrapV) cons
              mix(read(level, x0, y1), read(level, x1, y1), tx), ty);
 }
 
-Rgba Texture::sample(Vec2 uv, float footprint, Wrap wrapU, Wrap wrapV, bool blendLevels) const {
-  const float texels = footprint * std::sqrt(static_cast<float>(width()) * static_cast<float>(height()));
+Rgba Texture::sample(Vec2 uv, float footprint, Wrap wrapU, Wrap wrapV) const {
+  const float texels = texelsAcross(footprint);
   if (!(texels > 1)) return bilinear(levels_[0], uv, wrapU, wrapV);
   const float last = static_cast<float>(levels_.size() - 1);
   const float level = std::min(last, std::log2(texels));
-  if (!blendLevels) return bilinear(levels_[static_cast<std::size_t>(level + 0.5f)], uv, wrapU, wrapV);
   const auto lower = static_cast<std::size_t>(level);
   const Rgba a = bilinear(levels_[lower], uv, wrapU, wrapV);
   if (lower + 1 >= levels_.size()) return a;
   return mix(a, bilinear(levels_[lower + 1], uv, wrapU, wrapV), level - static_cast<float>(lower));
+}
+
+Rgba Texture::sampleOne(Vec2 uv, float footprint, Wrap wrapU, Wrap wrapV, Vec3 jitter,
+                        bool smoothClose) const {
+  const float texels = texelsAcross(footprint);
+  std::size_t number = 0;
+  if (texels > 1)
+    number = std::min(levels_.size() - 1, static_cast<std::size_t>(std::log2(texels) + jitter.z));
+  else if (smoothClose)
+    return bilinear(levels_[0], uv, wrapU, wrapV);
+  const Level& level = levels_[number];
+  const float x = foldCoordinate(uv.x, wrapU) * static_cast<float>(level.width) - 0.5f + jitter.x;
+  const float y = foldCoordinate(uv.y, wrapV) * static_cast<float>(level.height) - 0.5f + jitter.y;
+  return read(level, wrapTexel(static_cast<int>(std::floor(x)), level.width, wrapU),
+              wrapTexel(static_cast<int>(std::floor(y)), level.height, wrapV));
 }
 
 Rgba Texture::nearest(Vec2 uv, Wrap wrapU, Wrap wrapV) const {

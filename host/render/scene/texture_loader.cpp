@@ -26,14 +26,16 @@ TextureLoader::~TextureLoader() {
     thread.join();
 }
 
-TextureLoader::JobPtr TextureLoader::start(const PicturePtr& picture, ColorSpace space, int threads) {
+TextureLoader::JobPtr TextureLoader::start(const PicturePtr& picture, ColorSpace space,
+                                           const InputColors* colors, int threads) {
   const std::lock_guard lock(mutex_);
   for (const JobPtr& job : known_)
-    if (job->picture->id == picture->id && job->space == space) return job;
+    if (job->picture->id == picture->id && job->space == space && job->colors == colors) return job;
   if (known_.size() >= mostKnown) dropUnused();
   auto job = std::make_shared<Job>();
   job->picture = picture;
   job->space = space;
+  job->colors = colors;
   if (idle_ <= queue_.size() && threads_.size() < static_cast<std::size_t>(std::max(1, threads)))
     threads_.emplace_back([this] { serve(); });
   known_.push_back(job);
@@ -75,7 +77,10 @@ void TextureLoader::decode(Job& job) {
     LoadedPicture loaded = loadPictureBytes(*job.picture->bytes, job.picture->name, use);
     job.error = std::move(loaded.error);
     job.outOfMemory = loaded.shortage;
-    if (loaded.picture) job.texture = std::make_shared<const Texture>(*loaded.picture, job.space);
+    if (!loaded.picture) return;
+    if (job.colors && !loaded.picture->tellsColors)
+      loaded.picture = job.colors->toRec709(std::move(loaded.picture));
+    job.texture = std::make_shared<const Texture>(*loaded.picture, job.space, job.colors);
   } catch (const std::bad_alloc&) {
     job.outOfMemory = true;
   }

@@ -16,10 +16,11 @@ namespace host::render {
 
 class TextureLoader {
  public:
-  /// One picture in one colour space.
+  /// One picture in one colour space, read by one rule.
   struct Job {
     PicturePtr picture;
     ColorSpace space;
+    const InputColors* colors; // null: as its file says
     bool done = false, outOfMemory = false;
     TexturePtr texture; // null when it does not decode
     std::string error;
@@ -32,7 +33,7 @@ class TextureLoader {
   ~TextureLoader(); // waits for pictures being decoded, drops queued ones
 
   /// The job of a picture, existing or new; up to `threads` threads work on the queue.
-  JobPtr start(const PicturePtr& picture, ColorSpace space, int threads);
+  JobPtr start(const PicturePtr& picture, ColorSpace space, const InputColors* colors, int threads);
   /// Waits for a job; calls `stopped` every few milliseconds. False after a break.
   bool wait(const Job& job, const std::function<bool()>& stopped);
   /// Forgets a finished job, once the cache has its texture.

@@ -4,22 +4,14 @@
 #include <unordered_set>
 
 #include "document_range.h"
+#include "lens_setting.h"
 #include "parameters.h"
 
 namespace host {
 
 namespace {
 
-struct ObjectPart {
-  Matrix local;
-  std::optional<Pose> pose;
-  bool deform = true;
-  MeshPtr mesh;
-  PlacementsPtr placements;
-  DeformationPtr deformation;
-  std::vector<float> weights;
-  SkinPtr skin;
-  TracksPtr tracks;
+struct ObjectPart : ObjectValues {
   bool driven = false; // tracks or expressions move it
 };
 
@@ -105,15 +97,7 @@ bool sameValues(const NodeState& node, const NodeImage& image) {
 }
 
 void readObject(const ObjectState& from, ObjectPart& to) {
-  to.local = from.local;
-  to.pose = from.pose;
-  to.deform = from.deform;
-  to.mesh = from.mesh;
-  to.placements = from.placements;
-  to.deformation = from.deformation;
-  to.weights = from.weights;
-  to.skin = from.skin;
-  to.tracks = from.tracks;
+  static_cast<ObjectValues&>(to) = from;
   to.driven = isDriven(from);
 }
 
@@ -200,10 +184,13 @@ struct Difference {
 
   bool data(const NodeImage& a, const NodeImage& b) const {
     if (a.data == b.data) return false;
-    if (!inPictures || a.kind != NodeKind::object) return true;
+    if (!inPictures || (a.kind != NodeKind::object && a.kind != NodeKind::renderData)) return true;
     BaseContainer first = a.data, second = b.data;
-    first.RemoveData(param::objectVisibleEditor); // for the editor's view alone
-    second.RemoveData(param::objectVisibleEditor);
+    for (BaseContainer* values : {&first, &second})
+      if (a.kind == NodeKind::object)
+        values->RemoveData(param::objectVisibleEditor); // for the editor's view alone
+      else
+        render::writeLens(*values, {}); // it changes no pixel of a render
     return !(first == second);
   }
 
@@ -261,14 +248,14 @@ std::vector<Identity> selectionBeside(const ImagePtr& image, const ImagePtr& oth
 
 class Putter {
  public:
-  explicit Putter(DocumentState& document) : document_(document) {
-    forEachOwned(document, [this](NodeState& node) {
+  explicit Putter(NodeState& root) : root_(root) {
+    forEachOwned(root, [this](NodeState& node) {
       if (node.kind != NodeKind::view && node.list) live_.emplace(node.identity, &node);
     });
   }
 
   void put(const NodeImage& image) {
-    place(document_, image);
+    place(root_, image);
     std::vector<NodeState*> gone; // the topmost nodes that the image does not have
     for (const auto& [identity, node] : live_)
       if (!live_.contains(node->list->owner()->identity)) gone.push_back(node);
@@ -325,16 +312,7 @@ class Putter {
   }
 
   static void assignObject(ObjectState& to, const NodeImage& image) {
-    const ObjectPart& from = *image.object;
-    to.local = from.local;
-    to.pose = from.pose;
-    to.deform = from.deform;
-    to.mesh = from.mesh;
-    to.placements = from.placements;
-    to.deformation = from.deformation;
-    to.weights = from.weights;
-    to.skin = from.skin;
-    to.tracks = from.tracks;
+    static_cast<ObjectValues&>(to) = *image.object;
     to.picture = image.picture;
   }
 
@@ -343,8 +321,8 @@ class Putter {
     copyRange(from, to);
   }
 
-  DocumentState& document_;
-  std::unordered_map<Identity, NodeState*> live_; // nodes of the document not yet found in the image
+  NodeState& root_;
+  std::unordered_map<Identity, NodeState*> live_; // nodes below the root not yet found in the image
 };
 
 std::size_t bytesOf(const Mesh& mesh) {
@@ -386,6 +364,10 @@ bool selectionDiffers(const ImagePtr& a, const ImagePtr& b) {
 void putImage(DocumentState& document, const ImagePtr& image) {
   const std::lock_guard lock(document.mutex);
   Putter(document).put(*image);
+}
+
+void putImage(NodeState& node, const ImagePtr& image) {
+  if (node.kind == image->kind && node.type == image->type) Putter(node).put(*image);
 }
 
 std::size_t heldBeyond(const ImagePtr& image, const ImagePtr& other) {

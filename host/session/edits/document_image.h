@@ -26,8 +26,8 @@ bool sameLook(const ImagePtr& a, const ImagePtr& b);
 /// expression tags move counts only when both show the document at the same time.
 bool differs(const ImagePtr& a, const ImagePtr& b);
 
-/// The same without the ranges of time and the visibility in the editor: whether a picture may show the
-/// difference.
+/// The same without the ranges of time, the visibility in the editor and the lens effects: whether a render
+/// may show the difference.
 bool pictureDiffers(const ImagePtr& a, const ImagePtr& b);
 
 /// Whether the images have different objects or materials selected.
@@ -36,6 +36,10 @@ bool selectionDiffers(const ImagePtr& a, const ImagePtr& b);
 /// Restores the document from the image. Nodes that both have keep their addresses; others are made with
 /// their identities, or deleted. The time stays. Takes the document's lock.
 void putImage(DocumentState& document, const ImagePtr& image);
+
+/// The same for a node of this kind and type that is no document, which keeps its own identity. The caller
+/// holds the document's lock.
+void putImage(NodeState& node, const ImagePtr& image);
 
 /// About how many bytes `image` holds that `other` does not, geometry included.
 std::size_t heldBeyond(const ImagePtr& image, const ImagePtr& other);

@@ -263,6 +263,7 @@ bool Edits::undo() {
   if (position_ == 0) return false;
   const Step& step = steps_[--position_];
   put(step.before, step.revisionBefore);
+  goTo(step.momentBefore);
   return true;
 }
 
@@ -273,6 +274,7 @@ bool Edits::redo() {
   if (position_ == steps_.size()) return false;
   const Step& step = steps_[position_++];
   put(step.after, step.revisionAfter);
+  goTo(step.momentAfter);
   return true;
 }
 
@@ -282,6 +284,40 @@ String Edits::undoName() const {
 
 String Edits::redoName() const {
   return canRedo() ? steps_[position_].name : String();
+}
+
+Moment Edits::moment() const {
+  return takeMoment(*stateOf(hub_.document()));
+}
+
+void Edits::goTo(const std::optional<Moment>& moment) {
+  if (!moment) return;
+  putCamera(*stateOf(hub_.document()), *moment);
+  hub_.setTime(moment->time);
+  hub_.tellChanged(); // the camera
+  look();
+}
+
+bool Edits::restore(const String& name, const ImagePtr& scene, const Moment& moment) {
+  if (inside_ || !hub_.document() || !scene) return false;
+  end();
+  notice(outsideName);
+  Step step;
+  step.name = name;
+  step.time = clock().now();
+  step.before = image_;
+  step.momentBefore = this->moment();
+  put(scene, revision_);
+  goTo(moment);
+  step.after = look();
+  step.momentAfter = this->moment();
+  const bool sameView = step.momentBefore->camera == step.momentAfter->camera &&
+                        step.momentBefore->time == step.momentAfter->time &&
+                        sameLook(step.momentBefore->own, step.momentAfter->own);
+  if (sameView && !differs(step.before, step.after)) return false;
+  push(std::move(step));
+  tell();
+  return true;
 }
 
 bool Edits::notice(const String& name) {

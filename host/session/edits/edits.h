@@ -4,8 +4,9 @@
 // A step keeps the values of the nodes that it changed, before and after; geometry, pictures and tracks are
 // shared. Undo restores the tree, all values of all nodes, materials, shaders, tags, render settings and the
 // document's own container, and deleted nodes under their identities; other nodes keep their addresses. The
-// time, the views and the file's name are not part of a step. A change of the selection makes no step, but
-// undo restores the selection at the time of the step.
+// time, the views and the file's name are not part of a step, except that a restored scene brings its time
+// and its camera. A change of the selection makes no step, but undo restores the selection at the time of the
+// step.
 //
 // A reload of the file is a step as well: undo restores the scene that it replaced. Each reload holds a whole
 // scene, so only the last `mostReloads` can be undone. Opening another scene or a new one clears the history.
@@ -19,9 +20,10 @@
 #include <deque>
 #include <functional>
 #include <memory>
+#include <optional>
 
 #include "document_hub.h"
-#include "document_image.h"
+#include "document_moment.h"
 
 namespace host {
 
@@ -52,6 +54,11 @@ class Edits {
   /// Restores the document from the beginning and makes no step.
   void cancel();
   bool isContinuous() const noexcept { return continuous_; }
+
+  /// Makes the document what it was in a kept scene, of this document or another one, with the time and the
+  /// render view's camera, as one step; undo brings those back as well. Ends a continuous edit first. False,
+  /// without a step, when nothing differs.
+  bool restore(const String& name, const ImagePtr& scene, const Moment& moment);
 
   bool canUndo() const noexcept { return position_ > 0; }
   bool canRedo() const noexcept { return position_ < steps_.size(); }
@@ -95,6 +102,7 @@ class Edits {
     ImagePtr before, after;
     std::size_t revisionBefore = 0, revisionAfter = 0, bytes = 0;
     bool isReload = false;
+    std::optional<Moment> momentBefore, momentAfter; // of a restored scene
   };
 
   void reset();
@@ -107,6 +115,8 @@ class Edits {
   void trim();
   bool holdsTooMuch() const;
   void put(const ImagePtr& image, std::size_t revision);
+  void goTo(const std::optional<Moment>& moment);
+  Moment moment() const;
   void run(const Change& change);
   void tell();
   void noticeContainer();

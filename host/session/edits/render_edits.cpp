@@ -2,8 +2,10 @@
 
 #include <algorithm>
 
+#include "lens_setting.h"
 #include "node_lookup.h"
 #include "parameters.h"
+#include "render_settings.h"
 #include "scene_queries.h"
 
 namespace host {
@@ -27,6 +29,22 @@ bool setRenderValue(BaseDocument& document, LONG id, const GeData& value) {
   RenderDataState& data = renderDataIn(stateIn(document));
   if (param::value(data, id) == value) return false;
   return nodeOf<RenderData>(&data)->SetParameter(id, value) != FALSE;
+}
+
+bool setLensEffects(BaseDocument& document, const LensSettings& settings) {
+  BaseContainer values;
+  render::writeLens(values, settings);
+  bool done = false;
+  for (LONG i = 0; values.GetIndexId(i) != NOTOK; ++i) {
+    const LONG id = values.GetIndexId(i);
+    done = setRenderValue(document, id, values.GetData(id)) || done;
+  }
+  return done;
+}
+
+bool wantLayers(BaseDocument& document, unsigned layers) {
+  const LONG before = param::integer(renderDataIn(stateIn(document)), render::layersSetting);
+  return setRenderValue(document, render::layersSetting, GeData(before | static_cast<LONG>(layers)));
 }
 
 Identity addVideoPost(BaseDocument& document, LONG type) {

@@ -7,6 +7,9 @@
 #include <utility>
 
 #include "background_job.h"
+#include "film.h"
+#include "kept_render.h"
+#include "render_settings.h"
 #include "running_state.h"
 #include "thread_context.h"
 
@@ -14,7 +17,9 @@ namespace host {
 
 namespace {
 
-constexpr LONG mostPixels = 32768; // a side
+constexpr LONG mostPixels = 32768;                     // a side
+constexpr std::size_t mostKept = std::size_t{1} << 30; // bytes of samples
+constexpr std::size_t sampleBytes = 80;                // of a pixel, roughly
 
 // Runs on the render's threads.
 void keepProgress(Real progress, RENDERPROGRESSTYPE /*type*/, void* target) {
@@ -35,6 +40,10 @@ void scaleRegion(BaseContainer& settings, LONG width, LONG height) {
   scale(RDATA_RENDERREGION_BOTTOM, height, fullHeight, 1);
 }
 
+void keepSamples(BaseContainer& settings, render::SampleKeeping how) {
+  settings.SetLong(render::keepSamplesSetting, static_cast<LONG>(how));
+}
+
 } // namespace
 
 SharedBitmap makeBitmap(LONG width, LONG height, LONG depth) {
@@ -44,7 +53,8 @@ SharedBitmap makeBitmap(LONG width, LONG height, LONG depth) {
 }
 
 SharedBitmap copyBitmap(const BaseBitmap& bitmap) {
-  return bitmap.GetBw() > 0 ? SharedBitmap(bitmap.GetClone(), BitmapDeleter()) : nullptr;
+  const LONG width = bitmap.GetBw(), height = bitmap.GetBh();
+  return width > 0 ? SharedBitmap(bitmap.GetClonePart(0, 0, width, height), BitmapDeleter()) : nullptr;
 }
 
 std::string renderSentence(RENDERRESULT result) {
@@ -77,7 +87,7 @@ struct HostRenders::Job {
         RENDERFLAGS_SHOWERRORS | (kind == RenderKind::picture ? RENDERFLAGS_EXTERNAL : RENDERFLAGS_0));
     result =
         RenderDocument(document.get(), settings, keepProgress, &progress, bitmap.get(), flags, &breakTest);
-    document.reset();
+    if (result != RENDERRESULT_OK && result != RENDERRESULT_ASSETMISSING) document.reset();
     background.reset();
     running.reset();
   }
@@ -136,14 +146,21 @@ bool HostRenders::start(RenderKind kind, LONG width, LONG height) {
                    std::to_string(height) + " pixels. Make it smaller in the render settings.";
     return false;
   }
+  // Samples that could not be kept take no memory either.
+  const auto pixels = static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
+  if (pixels * sampleBytes <= mostKept) keepSamples(job->settings, render::SampleKeeping::keep);
+  return launch(std::move(job));
+}
+
+bool HostRenders::launch(std::shared_ptr<Job> job) {
   Job* raw = job.get();
   job->thread = std::make_unique<BackgroundJob>(
       "render", [raw](BaseThread& thread) { raw->run(thread); },
       [self = lifetime_.ref(), watched = std::weak_ptr(job)] {
         if (self && self->job_ && self->job_ == watched.lock()) self->ended();
       });
-  job->running.emplace(kind == RenderKind::view ? CHECKISRUNNING_EDITORRENDERING
-                                                : CHECKISRUNNING_EXTERNALRENDERING);
+  job->running.emplace(job->kind == RenderKind::view ? CHECKISRUNNING_EDITORRENDERING
+                                                     : CHECKISRUNNING_EXTERNALRENDERING);
   job->background.emplace([raw] { raw->thread->askToStop(); });
   if (!job->thread->Start(THREADMODE_ASYNC, THREADPRIORITY_BELOW)) {
     state_.error = "The render cannot start: the system has no thread for it. Close other programs.";
@@ -157,6 +174,62 @@ bool HostRenders::start(RenderKind kind, LONG width, LONG height) {
       period, [this] { poll(); }, Urgency::painting);
   changed.call();
   return true;
+}
+
+bool HostRenders::hasSamples(const BaseBitmap* bitmap) const {
+  const std::shared_ptr<Film> film = bitmap ? filmOf(*bitmap) : nullptr;
+  return film && film->samples() && std::any_of(kept_.begin(), kept_.end(), [bitmap](const Kept& kept) {
+           return kept.bitmap.lock().get() == bitmap;
+         });
+}
+
+bool HostRenders::moreSamples(const BaseBitmap& bitmap) {
+  cancel();
+  giveWay();
+  const auto kept = std::find_if(kept_.begin(), kept_.end(),
+                                 [&](const Kept& one) { return one.bitmap.lock().get() == &bitmap; });
+  state_ = {};
+  if (!hasSamples(&bitmap)) {
+    state_.error = "This picture cannot take more samples: they are not kept. Render it again.";
+    return false;
+  }
+  state_.kind = kept->kind;
+  auto job = std::make_shared<Job>();
+  job->kind = kept->kind;
+  job->document.reset(kept->document->GetClone(COPYFLAGS_0));
+  job->bitmap = copyBitmap(bitmap);
+  if (!job->document || !job->bitmap) {
+    state_.error = "There is not enough memory to add samples to this picture. Close other programs.";
+    return false;
+  }
+  const FilmSamplesPtr samples = filmOf(bitmap)->samples();
+  filmOf(*job->bitmap)->setSamples(samples);
+  job->settings = kept->settings;
+  keepSamples(job->settings, render::SampleKeeping::goOn);
+  job->settings.SetLong(RDATA_MAXSAMPLES, render::samplesBehind(samples.get()));
+  job->settings.SetReal(render::secondsSetting, 0);
+  const Real noise = job->settings.GetReal(RDATA_NOISETHRESHOLD, 0.01);
+  job->settings.SetReal(RDATA_NOISETHRESHOLD, noise * std::sqrt(0.5));
+  return launch(std::move(job));
+}
+
+// The oldest samples make room.
+void HostRenders::keep(Job& job) {
+  const std::shared_ptr<Film> film = job.document ? filmOf(*job.bitmap) : nullptr;
+  const FilmSamplesPtr samples = film ? film->samples() : nullptr;
+  if (!samples) return;
+  kept_.push_back({job.bitmap, std::move(job.document), std::move(job.settings), job.kind,
+                   samples->data.size() * sizeof(float)});
+  std::erase_if(kept_, [](const Kept& kept) { return kept.bitmap.expired(); });
+  std::size_t bytes = 0;
+  for (const Kept& kept : kept_)
+    bytes += kept.bytes;
+  while (bytes > mostKept) {
+    const SharedBitmap oldest = kept_.front().bitmap.lock();
+    if (const std::shared_ptr<Film> old = filmOf(*oldest)) old->setSamples(nullptr);
+    bytes -= kept_.front().bytes;
+    kept_.erase(kept_.begin());
+  }
 }
 
 void HostRenders::poll() {
@@ -179,6 +252,7 @@ void HostRenders::ended() {
   state_.result = job->result;
   state_.progress = job->result == RENDERRESULT_USERBREAK ? std::clamp<Real>(job->progress, 0, 1) : Real(1);
   state_.error = renderSentence(job->result);
+  keep(*job);
   changed.call();
   finished.call();
 }

@@ -1,10 +1,11 @@
-// The host's own renders: Render View and Render to Picture Viewer. A render works on a copy of the document
+// The host's own renders: Render View and Render to Frame Buffer. A render works on a copy of the document
 // with its active render settings, on a thread of its own; one at a time. While it runs, plug-ins see running
-// state 2 (view) or 3 (picture viewer), and may end it with GeStopBackgroundThreads. Main thread.
+// state 2 (view) or 3 (frame buffer), and may end it with GeStopBackgroundThreads. Main thread.
 #pragma once
 
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "c4d_bitmap.h"
 #include "c4d_render.h"
@@ -19,7 +20,8 @@ struct BitmapDeleter {
 using SharedBitmap = std::shared_ptr<BaseBitmap>;
 /// A new bitmap; null when memory is short.
 SharedBitmap makeBitmap(LONG width, LONG height, LONG depth = 24);
-/// A copy with its film; null when memory is short or the bitmap is empty.
+/// A copy with a copy of its film: later renders into the bitmap do not reach it. Null when memory is short
+/// or the bitmap is empty.
 SharedBitmap copyBitmap(const BaseBitmap& bitmap);
 
 enum class RenderKind { view, picture };
@@ -47,6 +49,12 @@ class HostRenders {
   bool renderView(LONG width, LONG height);
   /// Renders at the size of the render settings.
   bool renderPicture();
+  /// Doubles the samples of a picture that this has rendered to its end: they go on in a copy of it, with the
+  /// scene and settings of that time. The noise threshold falls as far as the noise. Cancels a running render
+  /// first. False with a sentence in `state().error` when it cannot.
+  bool moreSamples(const BaseBitmap& bitmap);
+  /// True while the samples of this picture are kept: those of the last pictures, up to 1 GB.
+  bool hasSamples(const BaseBitmap* bitmap) const;
   /// Ends the running render and waits for it (milliseconds).
   void cancel();
   bool isRunning() const noexcept;
@@ -62,13 +70,24 @@ class HostRenders {
 
  private:
   struct Job;
+  /// A finished picture with all that its samples need to go on.
+  struct Kept {
+    std::weak_ptr<BaseBitmap> bitmap;
+    DocumentPtr document;
+    BaseContainer settings;
+    RenderKind kind;
+    std::size_t bytes; // of the samples
+  };
   bool start(RenderKind kind, LONG width, LONG height);
+  bool launch(std::shared_ptr<Job> job);
+  void keep(Job& job);
   void poll();
   void ended();
 
   DocumentHub& hub_;
   RenderState state_;
   std::shared_ptr<Job> job_;
+  std::vector<Kept> kept_; // oldest first
   TimerId timer_ = 0;
   Milliseconds started_ = 0;
   Lifetime<HostRenders> lifetime_{*this}; // for tasks that wait in the loop

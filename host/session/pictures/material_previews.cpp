@@ -33,6 +33,7 @@ BaseContainer settingsOf(int size, LONG samples, LONG seed) {
   settings.SetLong(RDATA_ANTIALIASING, 2);
   settings.SetLong(RDATA_MAXSAMPLES, samples);
   settings.SetReal(RDATA_NOISETHRESHOLD, 0); // every pixel weighs the same in the mean
+  settings.SetLong(render::spreadSetting, static_cast<LONG>(render::SampleSpread::evenly));
   settings.SetLong(render::seedSetting, seed);
   return settings;
 }

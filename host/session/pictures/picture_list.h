@@ -18,6 +18,8 @@ class PictureList {
     SharedBitmap bitmap; // refines in place while `running`
     bool running = false;
     std::int64_t time = 0; // seconds since 1970
+    bool live = false;     // the viewer's
+    bool filmOnly = false; // the film is the picture: pixels that were drawn over it do not count
   };
 
   explicit PictureList(std::size_t most = 20) : most_(most) {}
@@ -26,10 +28,21 @@ class PictureList {
   Id show(const BaseBitmap& bitmap, const String& name = {});
   /// Adds the picture of a render that runs; no copy. One of the same render is the same entry.
   Id follow(const SharedBitmap& bitmap, const String& name);
+  /// Shows a picture that stands in another list, in place of the one visited before: it becomes the current
+  /// one and is not among `pictures`. No copy. 0 for null.
+  Id visit(const SharedBitmap& bitmap, const String& name);
+  /// Adds the picture of a file; no copy. Its film, when it has one, is the picture.
+  Id open(const SharedBitmap& bitmap, const String& name);
   /// Finished: no more samples will be added.
   void finished(const SharedBitmap& bitmap);
 
-  /// Oldest first. When there are too many, the oldest that is not the current one goes.
+  /// Shows the viewer's picture: one entry, which keeps its place and its number when it gets another bitmap.
+  /// It becomes the current one only when no picture is.
+  void showLive(const SharedBitmap& bitmap, const String& name, bool running);
+  /// Null while the viewer has rendered nothing.
+  const Picture* live() const noexcept;
+
+  /// Oldest first. When there are too many, the oldest that is neither live nor the current one goes.
   const std::vector<Picture>& pictures() const noexcept { return pictures_; }
   const Picture* find(Id id) const noexcept;
   /// The one to look at: the latest, or what was chosen; 0 none.
@@ -44,10 +57,12 @@ class PictureList {
 
  private:
   Picture* get(Id id) noexcept;
-  Id add(SharedBitmap bitmap, const String& name, bool running);
+  Id add(SharedBitmap bitmap, const String& name, bool running, bool live = false);
+  bool dropOldest();
 
   std::size_t most_;
   std::vector<Picture> pictures_;
+  Picture visited_;
   Id last_ = 0, current_ = 0;
 };
 

@@ -5,6 +5,7 @@
 #include "background_job.h"
 #include "console.h"
 #include "failures.h"
+#include "film.h"
 #include "picture_formats.h"
 #include "picture_origin.h"
 #include "viewed_bitmap.h"
@@ -42,7 +43,7 @@ std::string failureWith(const Filename& file) {
 } // namespace
 
 bool savePicture(const BaseBitmap& picture, const Filename& file, std::string* error,
-                 const ViewSettings& view) {
+                 const ViewSettings& view, const DeskLook& look) {
   const auto refuse = [error](std::string sentence) {
     if (error) *error = std::move(sentence);
     return false;
@@ -55,9 +56,9 @@ bool savePicture(const BaseBitmap& picture, const Filename& file, std::string* e
                ".webp.");
   }
   AutoAlloc<BaseBitmap> viewed;
-  const bool plain = view.isPlain() || format->filter == FILTER_EXR;
+  const bool plain = (isShownThrough(picture, view) && look.isPlain()) || format->filter == FILTER_EXR;
   const bool straight = formatOfFilter(format->filter)->alpha;
-  if (!plain && !(viewed && viewedCopy(picture, ViewTransform(view), straight, *viewed)))
+  if (!plain && !(viewed && viewedCopy(picture, ViewTransform(view), straight, *viewed, look)))
     return refuse(name + "was not saved: not enough memory. Use a smaller picture.");
   const std::size_t before = failureCount();
   BaseContainer options;
@@ -74,6 +75,7 @@ struct PictureSaver::Job {
   Filename file;
   Done done;
   ViewSettings view;
+  DeskLook look;
   bool saved = false;
   std::string error;
   std::unique_ptr<BackgroundJob> thread;
@@ -91,13 +93,15 @@ Filename PictureSaver::file() const {
   return job_ ? job_->file : Filename();
 }
 
-void PictureSaver::save(SharedBitmap picture, const Filename& file, Done done, const ViewSettings& view) {
+void PictureSaver::save(SharedBitmap picture, const Filename& file, Done done, const ViewSettings& view,
+                        const DeskLook& look) {
   if (!picture) return;
   auto job = std::make_shared<Job>();
   job->picture = std::move(picture);
   job->file = file;
   job->done = std::move(done);
   job->view = view;
+  job->look = look;
   queue_.push_back(std::move(job));
   if (!job_) start();
 }
@@ -108,7 +112,9 @@ void PictureSaver::start() {
   Job* job = job_.get();
   job->thread = std::make_unique<BackgroundJob>(
       "save picture",
-      [job](BaseThread&) { job->saved = savePicture(*job->picture, job->file, &job->error, job->view); },
+      [job](BaseThread&) {
+        job->saved = savePicture(*job->picture, job->file, &job->error, job->view, job->look);
+      },
       [self = lifetime_.ref(), watched = std::weak_ptr(job_)] {
         if (self && self->job_ && self->job_ == watched.lock()) self->ended();
       });

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "c4d_filename.h"
+#include "desk_look.h"
 #include "host_renders.h"
 #include "lifetime.h"
 #include "view_settings.h"
@@ -24,10 +25,11 @@ struct PictureFormat {
 const std::vector<PictureFormat>& pictureFormats(); // PNG, TIFF, JPEG, OpenEXR, WebP
 
 /// Saves by the file's suffix (png, tif, tiff, jpg, jpeg, jpe, exr, webp); OpenEXR holds the linear film when
-/// the picture has one, with its layers; the others show its film through the view. The file says where the
-/// picture comes from and is replaced whole. False with a sentence in `error`. Any thread.
+/// the picture has one, with its layers; the others show its film, mixed and through the lens and the view.
+/// The file says where the picture comes from and is replaced whole. False with a sentence in `error`. Any
+/// thread.
 bool savePicture(const BaseBitmap& picture, const Filename& file, std::string* error,
-                 const ViewSettings& view = {});
+                 const ViewSettings& view = {}, const DeskLook& look = {});
 
 class PictureSaver {
  public:
@@ -41,7 +43,8 @@ class PictureSaver {
 
   /// Begins to save, after those that wait already; the main loop calls `done` once. A picture that still
   /// refines is saved as it is when its turn comes.
-  void save(SharedBitmap picture, const Filename& file, Done done = {}, const ViewSettings& view = {});
+  void save(SharedBitmap picture, const Filename& file, Done done = {}, const ViewSettings& view = {},
+            const DeskLook& look = {});
   bool isBusy() const noexcept { return job_ != nullptr; }
   /// The file that is being saved; empty when idle.
   Filename file() const;

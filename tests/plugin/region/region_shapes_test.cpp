@@ -30,6 +30,7 @@ class RegionShapesTest : public ViewerFixture {
     BaseContainer* data = document->GetActiveRenderData()->GetDataInstance();
     data->SetLong(RDATA_MAXSAMPLES, 8);
     data->SetReal(RDATA_NOISETHRESHOLD, 0);
+    data->SetLong(7106, 1); // samples spread evenly: a region has the pixels of the whole picture
   }
   void TearDown() override {
     editor.reset();

@@ -100,6 +100,23 @@ TEST_F(ViewerSelectionTest, OptionsOfTheViewStartNoRender) {
   EXPECT_EQ(settle(), before);
 }
 
+// They change what Studio makes of the film, and no pixel of it.
+TEST_F(ViewerSelectionTest, LensEffectsStartNoRender) {
+  const std::size_t before = settle();
+  host::LensSettings lens;
+  lens.bloom = true;
+  bool told = false;
+  const host::Subscription changed = hub->changed.add([&] { told = true; });
+  edits->apply("Lens Effects", [&](BaseDocument& d) { host::setLensEffects(d, lens); });
+  EXPECT_TRUE(edits->canUndo());
+  EXPECT_EQ(settle(), before);
+  EXPECT_TRUE(told) << "the panel follows";
+  edits->undo();
+  EXPECT_EQ(settle(), before);
+  edits->apply("View", [](BaseDocument& d) { host::setRenderValue(d, 7121, GeData(1.0)); });
+  EXPECT_GT(settle(), before) << "the viewer's own picture shows the exposure";
+}
+
 TEST_F(ViewerSelectionTest, TheRangeOfTimeStartsNoRender) {
   const std::size_t before = settle();
   bool told = false;
