@@ -24,6 +24,7 @@
 #include "platform.h"
 #include "program.h"
 #include "ray_scene.h"
+#include "render_settings.h"
 #include "render_stats.h"
 #include "sampler.h"
 #include "scene_file.h"
@@ -147,6 +148,7 @@ class SceneBench {
         bitmap_(BaseBitmap::Alloc()) {
     settings_.SetLong(RDATA_MAXSAMPLES, samples);
     settings_.SetReal(RDATA_NOISETHRESHOLD, 0);
+    settings_.SetLong(host::render::spreadSetting, 1); // evenly
     quick_ = settings_;
     quick_.SetLong(RDATA_MAXSAMPLES, 1);
     bitmap_->Init(width, height);

@@ -16,6 +16,7 @@
 #include "lm_thread.h"
 #include "main_loop.h"
 #include "program.h"
+#include "render_settings.h"
 #include "render_stats.h"
 #include "scene_file.h"
 
@@ -112,6 +113,7 @@ inline int run(const Options& options, void (*measure)(const Options&)) {
   BaseContainer* rdata = loaded.document->GetActiveRenderData()->GetDataInstance();
   rdata->SetLong(RDATA_MAXSAMPLES, options.samples);
   rdata->SetReal(RDATA_NOISETHRESHOLD, 0);
+  rdata->SetLong(host::render::spreadSetting, 1); // evenly
   host::setActiveDocument(loaded.document.release());
   measure(options);
   return 0;
