@@ -45,6 +45,9 @@ class Filmstrip : public QWidget {
   /// The menu for the chosen rows. The caller deletes it.
   QMenu* makeMenu();
 
+  /// Waits until chosen files are read, and shows them.
+  void finish() { files_.finish(); }
+
   QSize sizeHint() const override { return {232, 480}; }
 
  signals:

@@ -37,6 +37,7 @@ class FilmstripTest : public ManagerTest {
     for (int i = 0; i < 3; ++i) {
       session->history().finish();
       session->pluginPictures().finish();
+      strip->finish();
       settle();
     }
   }
