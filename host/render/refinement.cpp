@@ -2,7 +2,6 @@
 
 #include <array>
 #include <bit>
-#include <optional>
 
 #include "path_kernel.h"
 #include "software_preview.h"
@@ -49,6 +48,8 @@ class Refinement::TileCount {
     rays_ += result.rays;
     faulty_ += result.faulty;
   }
+  /// A sample that the picture shows for a while only.
+  void addPassing(const PathResult& result) { rays_ += result.rays; }
   std::uint64_t samples() const { return samples_; }
   /// Of the path being traced; null when they are not wanted.
   LightParts* parts() { return parts_ ? &*parts_ : nullptr; }
@@ -98,7 +99,7 @@ bool Refinement::begin(const std::function<bool()>& afterFirst) {
 
 bool Refinement::run(const std::function<bool()>& afterFirst) {
   addProgress(0);
-  if (!begin(afterFirst)) return false;
+  if (!begin(afterFirst) || !makeCache()) return false;
   addProgress(static_cast<double>(cameraSamples_));
   if (level_ > 0) settle(level_);
   PassPlan plan(samples_, level_);
@@ -120,6 +121,16 @@ bool Refinement::run(const std::function<bool()>& afterFirst) {
   putNoise();
   endProgress();
   return true;
+}
+
+bool Refinement::makeCache() {
+  if (cache_ || !wantsCache(settings_, scene_)) return true;
+  FilledCache filled =
+      fillCache(scene_, settings_, {camera_, request_.bitmap->GetBw(), request_.bitmap->GetBh()},
+                [&] { return stopped(); });
+  rays_ += filled.rays;
+  cache_ = std::move(filled.cache);
+  return !filled.stopped;
 }
 
 // Decides, by the samples so far, about those to come.
@@ -185,13 +196,26 @@ bool Refinement::coarseTile(const Tile& tile, int block) {
       const int right = std::min(tile.right, ((left + x) / block + 1) * block - left);
       const int bottom = std::min(tile.bottom, ((top + y) / block + 1) * block - top);
       const int middleX = (x + right) / 2, middleY = (y + bottom) / 2;
-      const PixelEstimate& pixel = pixels_[index(middleX, middleY)];
-      if (pixel.count() == 0) takeSample(middleX, middleY, count);
+      const PixelEstimate pixel = blockSample(middleX, middleY, count);
       for (int py = y; py < bottom; ++py)
         for (int px = x; px < right; ++px)
           film_.put(px + left, py + top, pixel);
     }
   return true;
+}
+
+// Counts as the pixel's first sample, unless that one is to come from the cache.
+PixelEstimate Refinement::blockSample(int x, int y, TileCount& count) {
+  PixelEstimate& pixel = pixels_[index(x, y)];
+  if (!wantsCache(settings_, scene_)) {
+    if (pixel.count() == 0) takeSample(x, y, count);
+    return pixel;
+  }
+  const PixelSample sample = samplePixel(x, y, 0, spreadOf(flags_[index(x, y)]), count.parts());
+  count.addPassing(sample.light);
+  PixelEstimate shown;
+  shown.add(sample.light, sample.weight);
+  return shown;
 }
 
 bool Refinement::finePass(int level) {
@@ -259,7 +283,7 @@ Refinement::PixelSample Refinement::samplePixel(int x, int y, int number, Spread
   const Vec2 lens = camera_.hasOpening() ? sampler.next2() : Vec2(0.5f, 0.5f);
   const float time = scene_.moves() ? sampler.next1() : 0;
   return {pathKernel().trace(scene_, settings_, camera_.ray(place.point, lens, time), camera_.cone(), sampler,
-                             parts),
+                             parts, {cache_ ? &*cache_ : nullptr}),
           place.weight};
 }
 

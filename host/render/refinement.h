@@ -4,8 +4,10 @@
 #include <atomic>
 #include <functional>
 #include <mutex>
+#include <optional>
 #include <vector>
 
+#include "cache_paths.h"
 #include "film_denoiser.h"
 #include "film_writer.h"
 #include "layer_sums.h"
@@ -64,9 +66,11 @@ class Refinement {
   void restoreSamples();
   template <class Archive>
   bool archive(Archive& archive, std::size_t pixel, const SampleLayout& layout);
+  bool makeCache();
   void settle(int level);
   bool coarsePass(int block);
   bool coarseTile(const Tile& tile, int block);
+  PixelEstimate blockSample(int x, int y, TileCount& count);
   bool finePass(int level);
   bool fineTile(const Tile& tile, int level);
   template <class Work>
@@ -110,6 +114,7 @@ class Refinement {
   SampleGoals goals_;
   LayerSums layers_;
   FilmDenoiser denoiser_;
+  std::optional<RadianceCache> cache_;
   std::vector<std::uint8_t> flags_;
   int level_ = 0;                      // samples a pixel after the last pass, as PassPlan counts them
   std::size_t resting_ = 0;            // pixels that take no more samples

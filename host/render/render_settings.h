@@ -41,6 +41,10 @@ inline constexpr LONG firstSampleSetting = 7109;
 /// (LONG, a value of ShadingMode, 0) A setting of the host's own.
 inline constexpr LONG shadingSetting = 7107;
 
+/// (BOOL, TRUE) Paths end in a radiance cache where light takes many bounces. FALSE: they are followed to
+/// their ends. A setting of the host's own, kept with the document.
+inline constexpr LONG radianceCacheSetting = 7114;
+
 /// Inclusive pixel bounds; empty when right < left or bottom < top.
 struct Region {
   int left = 0, top = 0, right = -1, bottom = -1;
@@ -94,6 +98,7 @@ struct RenderSettings {
   std::uint32_t seed = 0;
   SampleKeeping keeping = SampleKeeping::no;
   std::uint32_t firstSample = 0; // its number in a pixel
+  bool radianceCache = true;     // where light takes many bounces
   float clampIndirect = 10; // limit of a path's light from beyond a diffuse bounce, largest channel; 0: none
   LightSampling lightSampling = LightSampling::combined;
   ViewSettings view; // that the bitmap shows; the film holds the light itself

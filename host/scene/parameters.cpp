@@ -171,7 +171,7 @@ constexpr LONG lensEffectsSetting = 7130, lensThresholdSetting = 7131, lensStren
 // Of the renderer, see render_settings.h.
 constexpr LONG denoiseSetting = 7103, layersSetting = 7104, spreadSetting = 7106, shadingSetting = 7107,
                motionBlurSetting = 7110, shutterOpenSetting = 7111, shutterCloseSetting = 7112,
-               motionStepsSetting = 7113;
+               motionStepsSetting = 7113, radianceCacheSetting = 7114;
 
 void fillRenderData(Table& table) {
   Filler data(table, NodeKind::renderData, 0);
@@ -207,6 +207,7 @@ void fillRenderData(Table& table) {
       .real(shutterOpenSetting, -0.25)
       .real(shutterCloseSetting, 0.25)
       .integer(motionStepsSetting, 2)
+      .flag(radianceCacheSetting, TRUE)
       .integer(layersSetting, 0)
       .integer(shadingSetting, 0)
       .integer(RDATA_RENDERREGION_LEFT, 0)

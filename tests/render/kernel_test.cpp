@@ -42,7 +42,8 @@ TEST(PathKernel, copiesFindTheSameLight) {
       for (std::size_t i = 0; i < 2; ++i) {
         const render::PathKernel& kernel = i ? render::pathKernel() : render::portableKernel();
         const render::Ray ray = camera.ray({static_cast<float>(x) + 0.5f, static_cast<float>(y) + 0.5f});
-        color[i] = kernel.trace(*rays, how, ray, camera.cone(), render::Sampler(x, y, 1, 0), nullptr).color;
+        color[i] =
+            kernel.trace(*rays, how, ray, camera.cone(), render::Sampler(x, y, 1, 0), nullptr, {}).color;
         sum[i] += static_cast<double>(render::luminance(color[i]));
       }
       const float apart = render::maxComponent(render::abs(color[0] - color[1]));

@@ -185,6 +185,11 @@ void addRun(CLI::App& command, RawOptions& raw, Options& options) {
       ->type_name("noise|even")
       ->check(CLI::IsMember({"noise", "even"}));
   command
+      .add_option("--radiance-cache", options.sampling.radianceCache,
+                  "End scattered paths in light that is known; off: follow all to their ends")
+      ->type_name("on|off")
+      ->check(CLI::IsMember({"on", "off"}));
+  command
       .add_option("--shutter", options.sampling.shutter,
                   "Blur motion: frames that the shutter is open (0.5 is 180 degrees); 0: no blur")
       ->type_name("FRAMES")

@@ -37,6 +37,7 @@ struct Sampling {
   std::optional<double> noise;   // a pixel ends at this standard error, 0 to 1; 0: never
   std::optional<double> shutter; // frames that it is open around each frame's time; 0: no motion blur
   std::string spread;            // of the samples: "noise", "even", or empty: as the scene says
+  std::string radianceCache;     // "on", "off", or empty: as the scene says
   std::string denoise;           // "off", "end", "live", or empty: as the scene says
 };
 

@@ -101,6 +101,8 @@ void setSampling(BaseDocument& document, const Sampling& sampling) {
     const auto spread = sampling.spread == "even" ? SampleSpread::evenly : SampleSpread::byNoise;
     values.SetLong(host::render::spreadSetting, static_cast<LONG>(spread));
   }
+  if (!sampling.radianceCache.empty())
+    values.SetBool(host::render::radianceCacheSetting, sampling.radianceCache == "on");
   if (sampling.shutter) {
     values.SetBool(host::render::motionBlurSetting, *sampling.shutter > 0);
     values.SetReal(host::render::shutterOpenSetting, -0.5 * *sampling.shutter);

@@ -272,6 +272,10 @@ QWidget* RenderSettingsDialog::buildQuality() {
                     tr("Takes the noise out of the finished picture, or live: while it refines as well. The "
                        "noisy picture is kept; D shows it in the Frame Buffer."),
                     {{0, tr("Off")}, {1, tr("At the end")}, {2, tr("Live")}});
+  fields_.addSwitch(
+      *samples, render::radianceCacheSetting, tr("Radiance cache"),
+      tr("Paths of light that a surface has scattered end in light that is known by then. Rooms "
+         "are clean several times sooner. Off: every path is followed to its end."));
   const auto standard = [this] {
     return fields_.value(RDATA_RENDERENGINE).GetLong() == RDATA_RENDERENGINE_STANDARD;
   };
@@ -279,6 +283,7 @@ QWidget* RenderSettingsDialog::buildQuality() {
   fields_.enable(render::spreadSetting, standard);
   fields_.enable(RDATA_NOISETHRESHOLD, standard);
   fields_.enable(render::denoiseSetting, standard);
+  fields_.enable(render::radianceCacheSetting, standard);
   QGridLayout* edges = fields_.addGroup(page, tr("Anti-Aliasing"));
   fields_.addChoice(
       *edges, RDATA_ANTIALIASING, tr("Anti-aliasing"),

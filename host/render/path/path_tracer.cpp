@@ -1,6 +1,7 @@
 #include "path_tracer.h"
 
 #include "bsdf.h"
+#include "path_state.h"
 #include "shadow_ray.h"
 #include "surface_exit.h"
 #include "surface_point.h"
@@ -15,45 +16,13 @@ constexpr float skyCaustic = 4;         // limit of the sky in a mirror with cau
 constexpr float creviceReach = 0.1f;    // of ambient occlusion, in sizes of the scene
 constexpr int mostSegments = 256;       // surfaces passed straight through included
 constexpr int sureBounces = 3;          // before Russian roulette may end a path
+constexpr float cachedMetal = 0.4f;     // metals are smooth below this roughness
 constexpr std::size_t manyLights = 32;  // from here on, the first surface takes two light samples
 
 Vec3 atMost(Vec3 c, float limit) {
   const float m = maxComponent(c);
   return limit > 0 && m > limit ? c * (limit / m) : c;
 }
-
-/// A path between two of its vertices.
-struct Path {
-  Ray ray;
-  RayCone cone;
-  Sampler sampler;
-  LightParts* parts = nullptr; // of the result's colour; null: not wanted
-  bool catches = false;        // the first surface catches shadows
-  PathResult result{};
-  Vec3 throughput{1, 1, 1};
-
-  int bounces = 0;                          // vertices that scattered the path
-  int passes = 0;                           // surfaces passed straight through
-  int wideScatters = 0;                     // vertices that spread light widely
-  float travelled = 0;                      // metres since the last vertex, over surfaces passed through
-  unsigned mask = anyMask;                  // surfaces that the ray can meet
-  bool last = false;                        // only emission still counts
-  bool caustic = false;                     // a mirror after a wide scatter, with caustics off
-  const CompiledMaterial* inside = nullptr; // absorbing body around the ray
-  int channel = -1;                         // of the colour that dispersion left; -1: all
-  bool straightGlass = false; // after a wide scatter; glass does not bend the ray with caustics off
-
-  bool seeking = false; // mirrors and clear glass only so far: the surface of the first hit is still to come
-  Vec3 tint{1, 1, 1};   // by those
-
-  Vec3 vertex{};          // the last one; `travelled` counts from here
-  LightPick pick{};       // chances of the lights at the last vertex that sampled them
-  float lightSamples = 1; // taken there
-  float pdf = 0;          // of the ray's direction; 0 where lights could not be sampled: the camera, a mirror
-
-  bool atCamera() const { return bounces == 0; }
-  bool indirect() const { return wideScatters >= 2; }
-};
 
 /// The integrator: path tracing with next event estimation, weighed by the power heuristic.
 class PathTracer {
@@ -64,6 +33,7 @@ class PathTracer {
   PathResult trace(Path path) const {
     path.seeking = settings_.firstHits();
     if (path.parts) path.parts->begin();
+    if (path.caches.recorder) path.caches.recorder->begin();
     for (int segment = 0; segment < mostSegments; ++segment) {
       const std::optional<Hit> hit = intersect(path);
       addLampsAlong(path, hit);
@@ -85,9 +55,12 @@ class PathTracer {
       }
       if (path.last || path.bounces >= settings_.bounces) break;
 
+      SurfaceLook look = lookAt(*surface.material, surface.point, surface.color, settings_);
+      if (endsInCache(path, surface, look, *hit)) break;
+      record(path, surface, look);
+
       const Exit exit = exitOf(scene_, *hit, surface, -path.ray.direction);
       applyNormalMaps(scene_, *hit, -path.ray.direction, surface);
-      SurfaceLook look = lookAt(*surface.material, surface.point, surface.color, settings_);
       disperse(path, surface, look);
       if (passesGlass(path, surface, look)) {
         passStraight(path, surface, *hit);
@@ -365,6 +338,40 @@ class PathTracer {
     path.parts->catchOpen(path.throughput * light);
   }
 
+  // --- The radiance cache ---
+
+  // Surfaces that spread light widely look much the same from all sides.
+  static bool isCached(const Path& path, const SurfaceLook& look) {
+    const bool metal = look.metallic > 0.5f && look.roughness < cachedMetal;
+    return !path.inside && path.channel < 0 && look.diffuseOn && !metal && look.transmission <= 0 &&
+           look.diffuseTransmission <= 0;
+  }
+  // An estimate, to tell the light of a dark place of a texture from that of a bright one.
+  static Vec3 reflectanceOf(const SurfaceLook& look) {
+    const Vec3 plain = look.baseColor * 0.96f + Vec3(0.04f);
+    return highest(lerp(plain, look.baseColor, look.metallic), Vec3(0.02f));
+  }
+
+  bool endsInCache(Path& path, const Surface& s, const SurfaceLook& look, const Hit& hit) const {
+    if (!path.caches.radiance || path.wideScatters == 0 || !isCached(path, look)) return false;
+    RadianceCache::Mean mean;
+    if (!path.caches.radiance->find(s.position, s.normal, path.travelled + hit.distance, mean)) return false;
+    const Vec3 found = mean.light * reflectanceOf(look), added = add(path, found, true);
+    if (!path.parts) return true;
+    path.parts->sampled(added, path.bounces, {});
+    if (!path.parts->hasGroups()) return true;
+    const Vec3 factor = ratio(added, mean.light) / mean.count;
+    for (std::size_t group = 0; group < path.parts->groups().size(); ++group)
+      path.parts->addToGroup(group, mean.groups[group] * factor);
+    return true;
+  }
+
+  static void record(const Path& path, const Surface& s, const SurfaceLook& look) {
+    if (!path.caches.recorder || path.bounces > recordedBounces || !isCached(path, look)) return;
+    path.caches.recorder->vertex(s.position, s.normal, reflectanceOf(look), path.throughput,
+                                 path.result.color);
+  }
+
   // --- Scattering ---
 
   void darkenCrevices(Path& path, const Surface& s) const {
@@ -493,8 +500,8 @@ class PathTracer {
 } // namespace
 
 PathResult tracePath(const RayScene& scene, const RenderSettings& settings, const Ray& camera, RayCone cone,
-                     const Sampler& sampler, LightParts* parts) {
-  return PathTracer(scene, settings).trace({camera, cone, sampler, parts});
+                     const Sampler& sampler, LightParts* parts, const PathCaches& caches) {
+  return PathTracer(scene, settings).trace({camera, cone, sampler, parts, caches});
 }
 
 } // namespace host::render

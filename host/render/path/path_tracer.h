@@ -2,6 +2,7 @@
 #pragma once
 
 #include "light_parts.h"
+#include "path_recorder.h"
 #include "ray_scene.h"
 #include "render_settings.h"
 #include "sampler.h"
@@ -30,9 +31,17 @@ struct PathResult {
   bool faulty = false; // its light or its first hit was not finite and counts as 0
 };
 
+/// Light that is known beforehand, and the notes that a cache is made from. Null: none.
+struct PathCaches {
+  const RadianceCache* radiance = nullptr;
+  PathRecorder* recorder = nullptr;
+};
+/// Only a path's first vertices are recorded.
+inline constexpr int recordedBounces = 4;
+
 /// Follows a path from the camera. `cone` is the area covered by the ray. The sampler has drawn the camera's
 /// dimensions. `parts`, unless null, gets the colour's parts.
 PathResult tracePath(const RayScene& scene, const RenderSettings& settings, const Ray& camera, RayCone cone,
-                     const Sampler& sampler, LightParts* parts = nullptr);
+                     const Sampler& sampler, LightParts* parts = nullptr, const PathCaches& caches = {});
 
 } // namespace host::render

@@ -50,6 +50,7 @@ constexpr std::pair<const char*, const char*> labels[] = {
     {"caustics", "caustics"},
     {"bounces", "depth of paths"},
     {"clamp", "limit of indirect light"},
+    {"cache", "radiance cache"},
     {"shading", "shading"},
 };
 
@@ -92,6 +93,7 @@ KeptRender describeKept(const Snapshot& snapshot, const RenderSettings& s, int w
                 {"caustics", numberText(s.caustics)},
                 {"bounces", numberText(s.bounces)},
                 {"clamp", numberText(static_cast<double>(s.clampIndirect))},
+                {"cache", numberText(s.radianceCache)},
                 {"shading", numberText(static_cast<int>(s.shading))}};
   return made;
 }

@@ -94,6 +94,7 @@ const std::vector<Setting>& settings() {
       {render::layersSetting, "layers"},
       {render::seedSetting, "seed"},
       {render::motionBlurSetting, "motion blur", Kind::flag},
+      {render::radianceCacheSetting, "radiance cache", Kind::flag},
       {render::shutterOpenSetting, "shutter open"},
       {render::shutterCloseSetting, "shutter close"},
       {render::motionStepsSetting, "motion steps"},
