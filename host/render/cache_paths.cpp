@@ -9,7 +9,7 @@
 namespace host::render {
 namespace {
 
-constexpr int mostPaths = 1 << 16;                           // one a pixel, up to so many
+constexpr int mostPaths = 1 << 17;                           // two a pixel, up to so many
 constexpr int fewestSamples = 8;                             // a pixel, that the cache's paths are worth
 constexpr int chunk = 256;                                   // paths that one worker takes at a time
 constexpr int trialChunks = 4;                               // that tell whether a cache pays
@@ -26,9 +26,9 @@ class CachePaths {
     settings_.bounces += recordedBounces;
     settings_.layers = 0;
     settings_.denoise = Denoising::off;
-    const double pixels = static_cast<double>(view.width) * view.height;
+    const double paths = 2.0 * view.width * view.height;
     records_.resize(
-        static_cast<std::size_t>(std::clamp(pixels, double{trialChunks * chunk}, double{mostPaths}) / chunk));
+        static_cast<std::size_t>(std::clamp(paths, double{trialChunks * chunk}, double{mostPaths}) / chunk));
   }
 
   FilledCache fill() {
@@ -71,7 +71,7 @@ class CachePaths {
   }
 
   PathResult tracePath(std::uint32_t number, LightParts* parts, PathRecorder& recorder) const {
-    Sampler sampler(anyColumn, anyRow, settings_.seed, number);
+    Sampler sampler(anyColumn, anyRow, settings_.cacheSeed, number);
     const Vec2 at = sampler.next2();
     const Vec2 lens = view_.camera.hasOpening() ? sampler.next2() : Vec2(0.5f, 0.5f);
     const Vec2 pixel{at.x * static_cast<float>(view_.width), at.y * static_cast<float>(view_.height)};

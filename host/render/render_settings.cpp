@@ -48,6 +48,7 @@ RenderSettings readSettings(const BaseContainer& container, int width, int heigh
   s.shutterClose = shutter(shutterCloseSetting, 0.25);
   s.motionBlur = container.GetBool(motionBlurSetting, FALSE) && s.shutterClose > s.shutterOpen;
   s.motionSteps = std::clamp(container.GetLong(motionStepsSetting, 2), 1, 16);
+  s.cacheSeed = s.seed;
   s.radianceCache = container.GetBool(radianceCacheSetting, TRUE);
   s.preview = container.GetLong(RDATA_RENDERENGINE) != RDATA_RENDERENGINE_STANDARD;
   s.hardware = container.GetLong(RDATA_RENDERENGINE) == RDATA_RENDERENGINE_PREVIEWHARDWARE;

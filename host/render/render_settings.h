@@ -98,6 +98,7 @@ struct RenderSettings {
   std::uint32_t seed = 0;
   SampleKeeping keeping = SampleKeeping::no;
   std::uint32_t firstSample = 0; // its number in a pixel
+  std::uint32_t cacheSeed = 0;   // of the radiance cache: the same in all frames, so that it cannot flicker
   bool radianceCache = true;     // where light takes many bounces
   float clampIndirect = 10; // limit of a path's light from beyond a diffuse bounce, largest channel; 0: none
   LightSampling lightSampling = LightSampling::combined;

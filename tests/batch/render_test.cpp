@@ -395,7 +395,8 @@ TEST_F(Render, EndsAfterATimeOrAtANoiseLevel) {
   const int rough = samples({"--noise", "0.2"}), fine = samples({"--noise", "0.005"});
   EXPECT_LT(rough, fine);
   EXPECT_GE(samples({"--time", "0.01"}), 48 * 32); // every pixel has a sample
-  for (const auto& wrong : {Arguments{"--time", "0"}, Arguments{"--noise", "2"}, Arguments{"--noise", "x"}})
+  for (const auto& wrong : {Arguments{"--radiance-cache", "maybe"}, Arguments{"--time", "0"},
+                            Arguments{"--noise", "2"}, Arguments{"--noise", "x"}})
     EXPECT_NE(render(scene, "wrong.png", wrong, 2).err.find(wrong[0]), std::string::npos);
 }
 

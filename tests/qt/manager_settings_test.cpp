@@ -105,6 +105,16 @@ TEST_F(ManagerSettingsTest, SamplesGoWhereTheNoiseIsOrEverywhere) {
   EXPECT_EQ(choice(render::spreadSetting).currentIndex(), 0) << "the field follows";
 }
 
+TEST_F(ManagerSettingsTest, TheRadianceCacheIsOnAndCanBeSwitchedOff) {
+  EXPECT_TRUE(box(render::radianceCacheSetting).isChecked());
+  box(render::radianceCacheSetting).click();
+  settle();
+  EXPECT_FALSE(value(render::radianceCacheSetting).GetBool());
+  edits().undo();
+  settle();
+  EXPECT_TRUE(box(render::radianceCacheSetting).isChecked()) << "the field follows";
+}
+
 TEST_F(ManagerSettingsTest, TheShutterOpensWithMotionBlur) {
   const DocumentPtr before = copy();
   EXPECT_FALSE(box(render::motionBlurSetting).isChecked());

@@ -1,6 +1,7 @@
 #include "path_tracer.h"
 
 #include "bsdf.h"
+#include "cached_surface.h"
 #include "path_state.h"
 #include "shadow_ray.h"
 #include "surface_exit.h"
@@ -16,7 +17,6 @@ constexpr float skyCaustic = 4;         // limit of the sky in a mirror with cau
 constexpr float creviceReach = 0.1f;    // of ambient occlusion, in sizes of the scene
 constexpr int mostSegments = 256;       // surfaces passed straight through included
 constexpr int sureBounces = 3;          // before Russian roulette may end a path
-constexpr float cachedMetal = 0.4f;     // metals are smooth below this roughness
 constexpr std::size_t manyLights = 32;  // from here on, the first surface takes two light samples
 
 Vec3 atMost(Vec3 c, float limit) {
@@ -340,18 +340,9 @@ class PathTracer {
 
   // --- The radiance cache ---
 
-  // Surfaces that spread light widely look much the same from all sides.
   static bool isCached(const Path& path, const SurfaceLook& look) {
-    const bool metal = look.metallic > 0.5f && look.roughness < cachedMetal;
-    return !path.inside && path.channel < 0 && look.diffuseOn && !metal && look.transmission <= 0 &&
-           look.diffuseTransmission <= 0;
+    return !path.inside && path.channel < 0 && looksAlikeFromAllSides(look);
   }
-  // An estimate, to tell the light of a dark place of a texture from that of a bright one.
-  static Vec3 reflectanceOf(const SurfaceLook& look) {
-    const Vec3 plain = look.baseColor * 0.96f + Vec3(0.04f);
-    return highest(lerp(plain, look.baseColor, look.metallic), Vec3(0.02f));
-  }
-
   bool endsInCache(Path& path, const Surface& s, const SurfaceLook& look, const Hit& hit) const {
     if (!path.caches.radiance || path.wideScatters == 0 || !isCached(path, look)) return false;
     RadianceCache::Mean mean;

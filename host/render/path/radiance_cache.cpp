@@ -5,9 +5,9 @@
 namespace host::render {
 namespace {
 
-constexpr float cellAngle = 0.014f;  // upper bound of the smallest cubes, metres a metre from the camera
-constexpr std::uint32_t enough = 16; // records, for a mean
-constexpr float leastReach = 1;      // of a ray, in sides of the cube
+constexpr float cellAngle = 0.014f; // upper bound of the smallest cubes, metres a metre from the camera
+constexpr std::uint32_t enough = 8; // records, for a mean
+constexpr float leastReach = 1;     // of a ray, in sides of the cube
 
 std::uint64_t mixed(std::uint64_t x) {
   x ^= x >> 32;
