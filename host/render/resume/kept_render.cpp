@@ -51,23 +51,24 @@ constexpr std::pair<const char*, const char*> labels[] = {
     {"bounces", "depth of paths"},
     {"clamp", "limit of indirect light"},
     {"shading", "shading"},
+    {"whole", "number of samples in all"},
 };
-
-std::string labelOf(const std::string& fact) {
-  const auto* found = std::find_if(std::begin(labels), std::end(labels),
-                                   [&](const auto& label) { return fact == label.first; });
-  return found == std::end(labels) ? fact : found->second;
-}
 
 // Fingerprints say nothing to users.
 std::string difference(const std::string& fact, const std::string& kept, const std::string& now) {
   const bool shown = fact != "scene" && fact != "camera" && fact != "seed";
-  return "it was rendered with another " + labelOf(fact) +
+  return "it was rendered with another " + factLabel(fact) +
          (shown ? " (" + kept + ", now " + now + ")" : std::string()) +
          ". Render with the scene, camera, frame, size and settings of that picture, or begin anew";
 }
 
 } // namespace
+
+std::string factLabel(const std::string& fact) {
+  const auto* found = std::find_if(std::begin(labels), std::end(labels),
+                                   [&](const auto& label) { return fact == label.first; });
+  return found == std::end(labels) ? fact : found->second;
+}
 
 KeptRender describeKept(const Snapshot& snapshot, const RenderSettings& s, int width, int height) {
   KeptRender made;
@@ -93,6 +94,7 @@ KeptRender describeKept(const Snapshot& snapshot, const RenderSettings& s, int w
                 {"bounces", numberText(s.bounces)},
                 {"clamp", numberText(static_cast<double>(s.clampIndirect))},
                 {"shading", numberText(static_cast<int>(s.shading))}};
+  if (s.wholeSamples > 0) made.facts.emplace_back("whole", std::to_string(s.wholeSamples));
   return made;
 }
 
@@ -107,7 +109,8 @@ std::string textOf(const KeptRender& kept) {
                      "\nnoise=" + numberText(static_cast<double>(kept.noise)) +
                      "\nlayers=" + std::to_string(kept.layout.layers) +
                      "\nlooks=" + (kept.layout.looks ? "1" : "0") +
-                     "\ncovers=" + std::to_string(kept.layout.covers) + "\ncheck=" + kept.check + "\n";
+                     "\ncovers=" + std::to_string(kept.layout.covers) + "\ncheck=" + kept.check +
+                     "\nscene-facts=" + kept.layerFacts + "\n";
   for (const auto& [name, value] : kept.facts)
     text += name + "=" + value + "\n";
   return text;
@@ -135,6 +138,8 @@ std::optional<KeptRender> keptRenderOf(const std::string& text) {
       kept.layout.covers = std::clamp(numberOf(value, 0), 0, 1 << 16);
     else if (name == "check")
       kept.check = value;
+    else if (name == "scene-facts")
+      kept.layerFacts = value;
     else
       kept.facts.emplace_back(name, value);
   }
