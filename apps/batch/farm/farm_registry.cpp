@@ -38,7 +38,7 @@ bool hasNumber(const std::string& folder, const std::string& number) {
 void rememberJob(const host::farm::FarmJob& job, const std::string& folder) {
   std::error_code ignored;
   fs::create_directories(registryFolder(), ignored);
-  host::replaceFile(host::toFilename(registryFolder() / job.id), job.created + "\n" + folder + "\n");
+  host::replaceFile(host::toFilename(registryFolder() / job.id), folder + "\n");
 }
 
 std::vector<KnownJob> knownJobs() {
@@ -48,11 +48,9 @@ std::vector<KnownJob> knownJobs() {
        entry.increment(failed)) {
     const host::FileContent content = host::readFile(host::toFilename(entry->path()), mostBytes);
     const std::string text(content.text());
-    const auto first = text.find('\n'), second = text.find('\n', first == text.npos ? text.npos : first + 1);
-    if (second == text.npos) continue;
-    KnownJob job{text.substr(first + 1, second - first - 1), text.substr(0, first)};
     std::error_code gone;
-    if (fs::exists(fs::path(job.folder) / "job.json", gone)) jobs.push_back(std::move(job));
+    const KnownJob job{text.substr(0, text.find('\n')), fs::last_write_time(entry->path(), gone)};
+    if (fs::exists(fs::path(job.folder) / "job.json", gone)) jobs.push_back(job);
   }
   std::sort(jobs.begin(), jobs.end(), [](const KnownJob& a, const KnownJob& b) {
     return a.time != b.time ? a.time < b.time : a.folder < b.folder;

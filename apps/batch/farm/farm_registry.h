@@ -1,6 +1,7 @@
 // The jobs that were submitted from a home: a small file for each, in its folder "farm".
 #pragma once
 
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -10,7 +11,7 @@ namespace batch {
 
 struct KnownJob {
   std::string folder;
-  std::string time; // of the submission, for sorting
+  std::filesystem::file_time_type time; // of the submission
 };
 
 /// Notes a job. A failure leaves it out of the list, which is no harm to the job. Needs a running program.

@@ -39,10 +39,6 @@ std::uint64_t numberOf(const std::string& text) {
   return error == std::errc() && end == text.data() + text.size() ? number : 0;
 }
 
-double now() {
-  return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
-}
-
 /// Seconds since the file was written; nothing when it is not there.
 std::optional<double> ageOf(const std::string& file) {
   std::error_code failed;
@@ -144,11 +140,14 @@ void UnitRun::publish(int unit) {
   settled_.insert(unit);
   if (!states_.holds(unit, granted_.me)) return; // another program has taken it over
   std::string error;
-  const double end = now();
+  // By the files' times: pictures may be put in their places long after they were written.
+  std::error_code failed;
+  const auto end = fs::last_write_time(workFile(unit), failed);
+  const double seconds = failed ? 0 : std::max(0.0, std::chrono::duration<double>(end - since_).count());
   if (!host::farm::publishFile(workFile(unit), folder_.unitFile(job_, unit), error) ||
-      !states_.setDone(unit, {end - since_, memory_, granted_.me.host}, error))
+      !states_.setDone(unit, {seconds, memory_, granted_.me.host}, error))
     return fail(unit, error);
-  since_ = end;
+  if (!failed) since_ = end;
   states_.release(unit, granted_.me);
   std::printf("%s is done\n", job_.nameOf(unit).c_str());
   std::fflush(stdout);
@@ -170,7 +169,7 @@ void UnitRun::publishFinished(const std::vector<int>& units, bool ended, bool ki
 
 void UnitRun::render(const std::vector<int>& units) {
   settled_.clear(), failed_.clear();
-  since_ = now();
+  since_ = fs::file_time_type::clock::now();
   std::error_code ignored;
   fs::remove(place_ + "/errors", ignored);
   fs::remove(workFile(units.front()), ignored);
@@ -180,7 +179,7 @@ void UnitRun::render(const std::vector<int>& units) {
   std::optional<int> code;
   bool asked = false;
   for (std::size_t current = 0; !(code = child.ended());) {
-    while (current < units.size() && settled_.contains(units[current]))
+    while (current < units.size() && (settled_.contains(units[current]) || ageOf(workFile(units[current]))))
       ++current;
     if (current < units.size()) states_.begin(units[current], granted_.me);
     memory_ = std::max(memory_, child.peakMemory());

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <filesystem>
 #include <set>
 #include <string>
 #include <vector>
@@ -53,7 +54,7 @@ class UnitRun {
   std::string place_; // its folder
   std::set<int> settled_, failed_;
   std::uint64_t memory_ = 0; // the most that a program took, bytes
-  double since_ = 0;         // seconds, the end of the unit before
+  std::filesystem::file_time_type since_; // the end of the unit before
 };
 
 } // namespace batch
