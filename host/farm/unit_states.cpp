@@ -88,21 +88,19 @@ bool UnitStates::claim(int unit, const Claimant& me) const {
   if (makeNew(name, text)) return true;
   const Claimant other = claimantOf(unit);
   if (other.word.empty() || !isLeft(other, me)) return false;
-  // Several programs may find the same claim: the renaming succeeds for one.
-  const std::string moved = name + "." + me.word;
+  // Several programs may find the same claim: one of them breaks it.
+  const std::string alone = file(unit, "breaking");
+  if (!makeNew(alone, me.word + "\n")) return false;
   std::error_code failed;
-  fs::rename(name, moved, failed);
-  if (failed) return false;
-  if (readJson(moved).value("word", "") != other.word) { // a new claim in the meantime
-    fs::rename(moved, name, failed);
-    return false;
+  bool mine = false;
+  if (claimantOf(unit).word == other.word) {
+    fs::remove(name, failed);
+    if (fs::remove(file(unit, "begun"), failed))
+      addFailure(unit, "the program on " + other.host + " ended in the middle of it");
+    mine = makeNew(name, text);
   }
-  fs::remove(moved, failed);
-  if (fs::exists(file(unit, "begun"), failed)) {
-    fs::remove(file(unit, "begun"), failed);
-    addFailure(unit, "the program on " + other.host + " ended in the middle of it");
-  }
-  return makeNew(name, text);
+  fs::remove(alone, failed);
+  return mine;
 }
 
 void UnitStates::begin(int unit, const Claimant& me) const {
@@ -119,8 +117,8 @@ void UnitStates::release(int unit, const Claimant& me) const {
 
 void UnitStates::breakClaim(int unit) const {
   std::error_code ignored;
-  fs::remove(file(unit, "begun"), ignored);
-  fs::remove(file(unit, "claim"), ignored);
+  for (const char* kind : {"begun", "claim", "breaking"})
+    fs::remove(file(unit, kind), ignored);
 }
 
 bool UnitStates::isDone(int unit) const {

@@ -53,7 +53,7 @@ class UnitRun {
   host::farm::UnitStates states_;
   std::string place_; // its folder
   std::set<int> settled_, failed_;
-  std::uint64_t memory_ = 0; // the most that a program took, bytes
+  std::uint64_t memory_ = 0;              // the most that a program took, bytes
   std::filesystem::file_time_type since_; // the end of the unit before
 };
 
