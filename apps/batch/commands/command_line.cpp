@@ -295,8 +295,9 @@ std::vector<std::string> arguments(int argc, const char* const* argv) {
     list.push_back(std::move(value));
   }
   for (std::size_t i = 1; i + 1 < list.size(); ++i) {
-    const bool signedOption = list[0] == "compare" ? list[i] == "--slider" || list[i] == "--fail-above"
-                                                   : list[0] == "render" && list[i] == "--exposure";
+    const bool signedOption = list[0] == "compare"
+                                  ? list[i] == "--slider" || list[i] == "--fail-above"
+                                  : (list[0] == "render" || list[0] == "farm") && list[i] == "--exposure";
     if (!signedOption) continue;
     list[i] += "=" + list[i + 1];
     list.erase(list.begin() + static_cast<std::ptrdiff_t>(i) + 1);

@@ -100,6 +100,7 @@ void FarmCommandLine::Raw::addSlurm(CLI::App& command) {
       ->type_name("PATH");
   command.add_flag("--without-missing", submit.withoutMissing,
                    "Submit although files of the scene are missing");
+  command.add_flag("--prepare", submit.prepare, "Make the job's folder only, for another scheduler");
   command.add_flag("--dry-run", submit.dryRun, "Show the script and submit nothing");
   command.add_option("SBATCH", submit.wishes.others, "After --: further options of sbatch");
 }

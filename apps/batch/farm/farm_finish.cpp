@@ -150,6 +150,11 @@ bool isFinished(const JobFolder& folder) {
   return fs::exists(folder / "finished", failed);
 }
 
+void forgetFinish(const JobFolder& folder) {
+  std::error_code ignored;
+  fs::remove(folder / "finished", ignored);
+}
+
 ExitCode finishJob(const JobFolder& folder, const FarmJob& job) {
   constexpr int hour = 3600 * 1000;
   const host::platform::FileLock alone(Filename(String(folder / "closing.lock")), hour);

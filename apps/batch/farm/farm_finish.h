@@ -13,4 +13,7 @@ ExitCode finishJob(const host::farm::JobFolder& folder, const host::farm::FarmJo
 /// Whether the output was finished.
 bool isFinished(const host::farm::JobFolder& folder);
 
+/// The output is not complete any more: some of its pictures were lost.
+void forgetFinish(const host::farm::JobFolder& folder);
+
 } // namespace batch

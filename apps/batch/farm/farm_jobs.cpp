@@ -71,7 +71,8 @@ std::vector<int> takeMissing(const JobFolder& folder, const FarmJob& job, const 
     const auto found = reports.find(unit);
     std::error_code failed;
     if (found != reports.end() && found->second.done) {
-      if (fs::exists(folder.unitFile(job, unit), failed) || isFinished(folder)) continue;
+      const bool joined = job.kind != host::farm::JobKind::pictures && isFinished(folder);
+      if (joined || fs::exists(folder.unitFile(job, unit), failed)) continue;
       states.clearDone(unit); // its picture was lost
     }
     if (live.units.contains(unit)) continue;
@@ -93,6 +94,7 @@ ExitCode retryJob(const JobFolder& folder, const FarmJob& job, Messages& message
                   (isFinished(folder) ? " is complete" : " has no missing units to submit"));
     return ExitCode::done;
   }
+  if (!missing.empty()) forgetFinish(folder);
   const SentJobs sent = sendJobs(folder, job, host::farm::planTasks(missing, job.chunk));
   std::printf("%s\n", sent.array.empty() ? sent.closing.c_str() : sent.array.c_str());
   messages.note("lumenara: " + std::to_string(missing.size()) + " of " + std::to_string(job.unitCount()) +

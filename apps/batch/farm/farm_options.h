@@ -23,7 +23,7 @@ struct FarmSubmitOptions {
   host::farm::SlurmWishes wishes;
   std::string folder;  // of the job; empty: beside the output
   std::string program; // on the farm's machines; empty: this one's path
-  bool dryRun = false, withoutMissing = false;
+  bool dryRun = false, prepare = false, withoutMissing = false;
 };
 
 enum class FarmAction : std::uint8_t { status, cancel, retry, log, list };

@@ -59,6 +59,7 @@ LiveTasks liveTasks(const JobFolder& folder, const FarmJob& job) {
   for (const auto& sent : submissions)
     for (const std::string& id : {sent.array, sent.closing})
       if (!id.empty()) jobs.push_back(id);
+  live.known = jobs.empty(); // nothing was handed over
   if (jobs.empty()) return live;
   const auto output = host::farm::runCommand(host::farm::squeueArguments(jobs));
   // Jobs that ended a while ago are unknown to Slurm; the only job of a list is then an error.

@@ -94,6 +94,16 @@ void checkExisting(const FarmJob& job, bool overwrite) {
              job.output + " exists already; add --overwrite to replace it, or choose another name");
 }
 
+/// Slurm's scripts have no way to write some characters, and others are patterns of its own.
+void checkName(const std::string& path) {
+  const auto bad = std::find_if(path.begin(), path.end(),
+                                [](unsigned char c) { return c < ' ' || c == '"' || c == '\\' || c == '%'; });
+  if (bad == path.end()) return;
+  throw Stop(ExitCode::wrongUse,
+             path + " has a character that Slurm's scripts cannot hold (quotation marks, backslashes, "
+                    "percent signs, line breaks); choose another name");
+}
+
 /// The scene as the farm gets it. It is packed as it was loaded: each unit's program makes its own changes.
 std::vector<std::byte> packScene(const Scene& scene, const FarmSubmitOptions& options) {
   if (!scene.missing.empty() && !options.withoutMissing)
@@ -180,6 +190,8 @@ ExitCode runFarmSubmit(const FarmSubmitOptions& options) {
   const JobFolder folder(fs::absolute(place, failed).lexically_normal().string());
   const FarmTasks tasks = host::farm::planTasks(allUnits(job), job.chunk);
 
+  checkName(folder.path());
+  checkName(job.output);
   Messages messages(options.run.quiet);
   BatchInterface ui(messages);
   const PluginHost host(options.run.home, options.run.threads, ui);
@@ -196,6 +208,14 @@ ExitCode runFarmSubmit(const FarmSubmitOptions& options) {
   }
   fillFolder(folder, job, packed);
   rememberJob(job, folder.path());
+  if (options.prepare) {
+    std::string error;
+    if (folder.addSubmission({tasks, {}, {}, {}}, error) == 0) throw Stop(ExitCode::outputNotWritable, error);
+    std::printf("%s\n", folder.path().c_str());
+    messages.note("lumenara: tasks 0 to " + std::to_string(tasks.size() - 1) +
+                  " are ready for `lumenara farm work`");
+    return ExitCode::done;
+  }
   const SentJobs sent = sendJobs(folder, job, tasks);
   std::printf("%s\n", sent.array.c_str());
   messages.note("lumenara: " + std::to_string(job.unitCount()) +
