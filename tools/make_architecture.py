@@ -16,6 +16,7 @@ PICTURE = ROOT / "docs/images/architecture.svg"
 
 PURPOSE = {
     "qt": "windows, managers, editor view",
+    "farm": "jobs for many machines, Slurm",
     "session": "the open document, undo, files",
     "render": "RenderDocument, path tracer",
     "dialog": "gadgets, layout, user areas",
@@ -135,7 +136,7 @@ def draw():
     parts = draw_host(drawing, top + 58 + 42)
     drawing.down("studio", "qt")
     x, y, width, height = drawing.boxes["batch"]
-    drawing.down("batch", "session")
+    drawing.down("batch", "farm")
     drawing.arrow(x + width, y + 30, drawing.boxes["plugin"][0] - 2, y + 30, True)
     px, py, pwidth, pheight = drawing.boxes["plugin"]
     drawing.arrow(px + pwidth - 24, py + pheight, px + pwidth - 24, drawing.boxes["interface"][1] - 2)

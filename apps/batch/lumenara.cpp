@@ -21,6 +21,10 @@ ExitCode run(const CommandLine& line) {
   if (const auto* info = std::get_if<InfoOptions>(&line)) return runInfo(*info);
   if (const auto* compare = std::get_if<CompareOptions>(&line)) return runCompare(*compare);
   if (const auto* measure = std::get_if<MeasureOptions>(&line)) return runMeasure(*measure);
+  if (const auto* merge = std::get_if<MergeOptions>(&line)) return runMerge(*merge);
+  if (const auto* submit = std::get_if<FarmSubmitOptions>(&line)) return runFarmSubmit(*submit);
+  if (const auto* job = std::get_if<FarmJobOptions>(&line)) return runFarmJob(*job);
+  if (const auto* work = std::get_if<FarmWorkOptions>(&line)) return runFarmWork(*work);
   if (const auto* history = std::get_if<HistoryOptions>(&line)) return runHistory(*history);
   return runSettings(std::get<SettingsOptions>(line));
 }

@@ -3,7 +3,9 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <optional>
 #include <string>
+#include <vector>
 
 #include "c4d_filename.h"
 
@@ -109,5 +111,37 @@ std::uint64_t physicalMemory() noexcept;
 long processNumber() noexcept;
 /// Whether no process has this number (above 0) any more.
 bool hasEnded(long processNumber) noexcept;
+
+/// The name of this machine in its network; empty when unknown.
+std::string machineName();
+
+/// A program that this one has started. It is killed with the object, and where the system can, when this
+/// process ends in any other way. Start it on the main thread.
+class ChildProgram {
+ public:
+  /// The first argument is the program, looked up as a shell does. What it prints goes to the ends of the two
+  /// files, which may be the same. `memory`: the most bytes that it may allocate; 0: no limit.
+  ChildProgram(const std::vector<std::string>& arguments, const Filename& output, const Filename& errors,
+               std::uint64_t memory = 0);
+  ~ChildProgram();
+  ChildProgram(const ChildProgram&) = delete;
+  ChildProgram& operator=(const ChildProgram&) = delete;
+
+  /// Why it did not start, as a clause; empty when it did.
+  const std::string& error() const noexcept { return error_; }
+  /// Nothing while it runs, else its exit code; 128 and the signal's number when a signal ended it.
+  std::optional<int> ended() noexcept;
+  /// Its peak memory so far in bytes; 0 when unknown.
+  std::uint64_t peakMemory() const;
+  /// Asks it to end.
+  void ask() noexcept;
+
+ private:
+  void run(std::vector<char*>& arguments, int output, int errors, int failed, std::uint64_t memory) noexcept;
+
+  std::string error_;
+  long process_ = 0;
+  std::optional<int> code_;
+};
 
 } // namespace host::platform

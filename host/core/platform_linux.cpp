@@ -8,11 +8,14 @@
 #include <poll.h>
 #include <pthread.h>
 #include <sys/file.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <climits>
@@ -301,6 +304,83 @@ long processNumber() noexcept {
 
 bool hasEnded(long processNumber) noexcept {
   return kill(static_cast<pid_t>(processNumber), 0) != 0 && errno == ESRCH; // 0: asks, sends nothing
+}
+
+std::string machineName() {
+  char name[256] = {};
+  return gethostname(name, sizeof name - 1) == 0 ? name : "";
+}
+
+ChildProgram::ChildProgram(const std::vector<std::string>& arguments, const Filename& output,
+                           const Filename& errors, std::uint64_t memory) {
+  const auto openEnd = [&](const Filename& file) {
+    const int handle = open(path(file), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666);
+    if (handle < 0) error_ = file.GetString().GetUTF8() + ": " + std::strerror(errno);
+    return handle;
+  };
+  std::vector<std::string> texts = arguments;
+  std::vector<char*> list;
+  for (std::string& text : texts)
+    list.push_back(text.data());
+  list.push_back(nullptr);
+  const int out = openEnd(output), err = openEnd(errors);
+  int failed[2] = {-1, -1};
+  if (error_.empty() && pipe2(failed, O_CLOEXEC) != 0) error_ = std::strerror(errno);
+  if (error_.empty()) {
+    const pid_t child = fork();
+    if (child == 0) run(list, out, err, failed[1], memory);
+    if (child < 0) error_ = std::strerror(errno);
+    process_ = std::max<long>(0, child);
+  }
+  for (const int handle : {out, err, failed[1]})
+    if (handle >= 0) close(handle);
+  int reason = 0;
+  if (process_ > 0 && read(failed[0], &reason, sizeof reason) == static_cast<ssize_t>(sizeof reason))
+    error_ = std::strerror(reason);
+  if (failed[0] >= 0) close(failed[0]);
+}
+
+// In the new process: system calls only, because other threads' locks may be held.
+void ChildProgram::run(std::vector<char*>& arguments, int output, int errors, int failed,
+                       std::uint64_t memory) noexcept {
+  prctl(PR_SET_PDEATHSIG, SIGKILL);
+  const int input = open("/dev/null", O_RDONLY);
+  if (input >= 0) dup2(input, STDIN_FILENO);
+  dup2(output, STDOUT_FILENO);
+  dup2(errors, STDERR_FILENO);
+  const rlimit most{memory, memory};
+  if (memory > 0) setrlimit(RLIMIT_DATA, &most);
+  execvp(arguments[0], arguments.data());
+  const int reason = errno;
+  [[maybe_unused]] const ssize_t told = write(failed, &reason, sizeof reason);
+  _exit(127);
+}
+
+ChildProgram::~ChildProgram() {
+  if (process_ <= 0 || ended()) return;
+  kill(static_cast<pid_t>(process_), SIGKILL);
+  waitpid(static_cast<pid_t>(process_), nullptr, 0);
+}
+
+std::optional<int> ChildProgram::ended() noexcept {
+  int status = 0;
+  if (process_ <= 0) return 127;
+  if (!code_ && waitpid(static_cast<pid_t>(process_), &status, WNOHANG) == static_cast<pid_t>(process_))
+    code_ = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+  return code_;
+}
+
+std::uint64_t ChildProgram::peakMemory() const {
+  std::ifstream status("/proc/" + std::to_string(process_) + "/status");
+  for (std::string word; status >> word;) {
+    std::uint64_t kibibytes = 0;
+    if (word == "VmHWM:" && status >> kibibytes) return kibibytes * 1024;
+  }
+  return 0;
+}
+
+void ChildProgram::ask() noexcept {
+  if (process_ > 0 && !ended()) kill(static_cast<pid_t>(process_), SIGTERM);
 }
 
 } // namespace host::platform

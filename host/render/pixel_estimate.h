@@ -2,6 +2,7 @@
 #pragma once
 
 #include <bit>
+#include <cstdlib>
 
 #include "path_tracer.h"
 
@@ -21,6 +22,18 @@ class PixelEstimate {
     weight_ += weight;
     rays_ += sample.rays;
     ++count_;
+  }
+  /// Adds samples that come after these. The half that the errors are estimated by stays as near to half of
+  /// all as the parts allow.
+  void add(const PixelEstimate& more) {
+    if (count_ == 0) return void(*this = more);
+    const auto fromHalf = [all = count_ + more.count_](std::int32_t part) {
+      return std::abs(2 * part - all);
+    };
+    if (fromHalf(count_) <= fromHalf(halfCount_)) half_ = color_, halfWeight_ = weight_, halfCount_ = count_;
+    color_ += more.color_, sky_ += more.sky_;
+    alpha_ += more.alpha_, weight_ += more.weight_;
+    count_ += more.count_, rays_ += more.rays_;
   }
   int count() const { return count_; }
 

@@ -70,10 +70,11 @@ Refinement::Refinement(const RayScene& scene, const RenderRequest& request)
       pixels_(static_cast<std::size_t>(width_) * static_cast<std::size_t>(height_)),
       noise_(pixels_, width_, height_),
       goals_(pixels_.size(), samples_, settings_.preview || settings_.spread == SampleSpread::evenly),
-      layers_(settings_, scene, pixels_.size()), denoiser_(request, film_, layers_.hits()),
-      progress_(hooks_.progress) {
+      layers_(settings_, layerFactsOf(scene, settings_), pixels_.size()),
+      denoiser_(request, film_, layers_.hits()), progress_(hooks_.progress) {
   const std::size_t count = pixels_.size();
   layers_.addLayers(film_.film());
+  layers_.addNames(film_.film(), scene);
   flags_.resize(count);
   if (settings_.antiAliasing == AntiAliasing::geometry && !settings_.preview) objects_.resize(count);
   progress_.setTotal(static_cast<double>(count) * (samples_ - request.level));

@@ -20,6 +20,7 @@ void Refinement::keepSamples() {
   Film& film = film_.film();
   KeptRender kept = describeKept(scene_.snapshot(), settings_, film.width(), film.height());
   kept.level = level_;
+  kept.layerFacts = textOf(layerFactsOf(scene_, settings_));
   kept.layout.looks = layers_.hasLooks();
   kept.layout.covers = layers_.mostCovers();
   std::vector<float> one;

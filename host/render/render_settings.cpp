@@ -35,6 +35,7 @@ RenderSettings readSettings(const BaseContainer& container, int width, int heigh
   s.seed = static_cast<std::uint32_t>(container.GetLong(seedSetting, 0));
   s.keeping = static_cast<SampleKeeping>(std::clamp(container.GetLong(keepSamplesSetting, 0), 0, 2));
   s.firstSample = static_cast<std::uint32_t>(std::max(0, container.GetLong(firstSampleSetting, 0)));
+  s.wholeSamples = std::clamp(container.GetLong(wholeSamplesSetting, 0), 0, 1 << 20);
   const LONG denoise = container.GetLong(denoiseSetting, 0);
   s.denoise = denoise == 1 || denoise == 2 ? static_cast<Denoising>(denoise) : Denoising::off;
   const double seconds = container.GetReal(secondsSetting, 0);

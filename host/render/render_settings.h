@@ -37,13 +37,17 @@ inline constexpr LONG keepSamplesSetting = 7108;
 /// (LONG, from 0, 0) The number of the first sample of every pixel. Renders of different samples add up: the
 /// sums of their films are the sums of one film. A setting of the host's own, for one render.
 inline constexpr LONG firstSampleSetting = 7109;
+/// (LONG, from 0, 0) The samples of a pixel in all, where this render is one of several whose films are
+/// merged: textures are read as sharp as for so many. 0: this render is all. A setting of the host's own, for
+/// one render.
+inline constexpr LONG wholeSamplesSetting = 7114;
 
 /// (LONG, a value of ShadingMode, 0) A setting of the host's own.
 inline constexpr LONG shadingSetting = 7107;
 
 /// (BOOL, TRUE) Paths end in a radiance cache where light takes many bounces. FALSE: they are followed to
 /// their ends. A setting of the host's own, kept with the document.
-inline constexpr LONG radianceCacheSetting = 7114;
+inline constexpr LONG radianceCacheSetting = 7115;
 
 /// Inclusive pixel bounds; empty when right < left or bottom < top.
 struct Region {
@@ -100,12 +104,16 @@ struct RenderSettings {
   std::uint32_t firstSample = 0; // its number in a pixel
   std::uint32_t cacheSeed = 0;   // of the radiance cache: the same in all frames, so that it cannot flicker
   bool radianceCache = true;     // where light takes many bounces
+  int wholeSamples = 0;          // of all renders that are merged; 0: this one is all
   float clampIndirect = 10; // limit of a path's light from beyond a diffuse bounce, largest channel; 0: none
   LightSampling lightSampling = LightSampling::combined;
   ViewSettings view; // that the bitmap shows; the film holds the light itself
 
   /// Samples a pixel that the picture may get: with kept ones more may follow.
-  int plannedSamples() const { return keeping == SampleKeeping::no ? samples : std::max(samples, 16); }
+  int plannedSamples() const {
+    if (wholeSamples > 0) return wholeSamples;
+    return keeping == SampleKeeping::no ? samples : std::max(samples, 16);
+  }
   /// Whether camera rays show a property of the surfaces instead of light.
   bool showsSurfaces() const { return shading > ShadingMode::clay; }
   /// Layers that the render fills: previews have none.

@@ -171,7 +171,7 @@ constexpr LONG lensEffectsSetting = 7130, lensThresholdSetting = 7131, lensStren
 // Of the renderer, see render_settings.h.
 constexpr LONG denoiseSetting = 7103, layersSetting = 7104, spreadSetting = 7106, shadingSetting = 7107,
                motionBlurSetting = 7110, shutterOpenSetting = 7111, shutterCloseSetting = 7112,
-               motionStepsSetting = 7113, radianceCacheSetting = 7114;
+               motionStepsSetting = 7113, radianceCacheSetting = 7115;
 
 void fillRenderData(Table& table) {
   Filler data(table, NodeKind::renderData, 0);

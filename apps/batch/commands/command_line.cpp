@@ -1,22 +1,21 @@
 #include "command_line.h"
 
-#include <algorithm>
-#include <charconv>
 #include <map>
 #include <string_view>
 
 #include <CLI/CLI.hpp>
 
 #include "describe_options.h"
+#include "farm_command_line.h"
 #include "format_list.h"
 #include "layer_table.h"
+#include "option_values.h"
 #include "picture_formats.h"
+#include "run_options.h"
 #include "shading_mode.h"
 
 namespace batch {
 namespace {
-
-constexpr LONG largestSide = 32768; // of a bitmap
 
 constexpr const char* footer =
     "\nExit codes: 0 done, 1 pictures too different, 2 wrong use, 3 scene or picture unreadable, 4 output "
@@ -24,118 +23,6 @@ constexpr const char* footer =
     "asset "
     "missing\n(the picture is still saved), 6 sizes differ, 7 no partner, 8 NaN (compare --metric), 130 "
     "cancelled. The manual is docs/batch.md.";
-
-/// `count` integers with `separator` between them; empty for any other text.
-std::optional<std::vector<LONG>> numbers(std::string_view text, char separator, std::size_t count) {
-  std::vector<LONG> values;
-  const char* at = text.data();
-  const char* const end = at + text.size();
-  while (values.size() < count) {
-    if (!values.empty()) {
-      if (at == end || *at != separator) return {};
-      ++at;
-    }
-    LONG value = 0;
-    const auto [next, error] = std::from_chars(at, end, value);
-    if (error != std::errc()) return {};
-    values.push_back(value);
-    at = next;
-  }
-  if (at != end) return {};
-  return values;
-}
-
-Stop wrong(const std::string& sentence) {
-  return {ExitCode::wrongUse, sentence};
-}
-
-PixelSize parseSize(const std::string& text) {
-  const auto sides = numbers(text, 'x', 2);
-  if (!sides) throw wrong("--size " + text + " is not a size; write it as 1280x720");
-  const PixelSize size{(*sides)[0], (*sides)[1]};
-  if (size.width < 1 || size.height < 1 || size.width > largestSide || size.height > largestSide) {
-    throw wrong("--size " + text + " is out of range; each side can have 1 to 32768 pixels");
-  }
-  return size;
-}
-
-PixelRegion parseRegion(const std::string& text) {
-  const auto sides = numbers(text, ',', 4);
-  if (!sides)
-    throw wrong("--region " + text + " is not a region; write left,top,right,bottom as 0,0,639,359");
-  const PixelRegion region{(*sides)[0], (*sides)[1], (*sides)[2], (*sides)[3]};
-  if (region.left < 0 || region.top < 0 || region.right < region.left || region.bottom < region.top) {
-    throw wrong("--region " + text +
-                " is empty; left and top are at least 0, right and bottom are not below them");
-  }
-  return region;
-}
-
-RegionBox parseBox(const std::string& text) {
-  double values[3] = {};
-  const char* at = text.data();
-  const char* const end = at + text.size();
-  bool good = true;
-  for (int i = 0; i < 3 && good; ++i) {
-    if (i > 0) good = at != end && *at++ == ',';
-    if (!good) break;
-    const auto [next, error] = std::from_chars(at, end, values[i], std::chars_format::fixed);
-    good = error == std::errc() && next != at;
-    at = next;
-  }
-  if (!good || at != end)
-    throw wrong("--region-box " + text + " is not a box; write left,top,size as fractions, as 0.25,0.25,0.5");
-  const auto [x, y, size] = values;
-  if (!(x >= 0 && x <= 1 && y >= 0 && y <= 1 && size > 0 && size <= 1))
-    throw wrong("--region-box " + text +
-                " is out of range; left and top are 0 to 1, the size is above 0 and at most 1");
-  return {x, y, size};
-}
-
-FrameRange parseFrames(const std::string& text) {
-  auto given = numbers(text, ':', 2);
-  if (!given) given = numbers(text, ':', 3);
-  if (!given)
-    throw wrong("--frames " + text + " is not a frame range; write first:last or first:last:step, as 0:89");
-  const FrameRange range{(*given)[0], (*given)[1], given->size() > 2 ? (*given)[2] : 1};
-  if (range.from < 0 || range.to > lastFrameNumber) {
-    throw wrong("--frames " + text + " is out of range; frames are numbered 0 to " +
-                std::to_string(lastFrameNumber));
-  }
-  if (range.from > range.to) {
-    throw wrong("--frames " + text + " goes backwards; write the first frame before the last, as 0:89");
-  }
-  if (range.step < 1) throw wrong("--frames " + text + " has an invalid step; the step is at least 1");
-  return range;
-}
-
-std::pair<std::string, std::string> splitSetting(const std::string& text) {
-  const auto equals = text.find('=');
-  if (equals == std::string::npos || equals == 0) {
-    throw wrong("--set " + text + " has no value; write KEY=VALUE, such as LM_OPT_15014=0");
-  }
-  return {text.substr(0, equals), text.substr(equals + 1)};
-}
-
-unsigned parseLayers(const std::string& text) {
-  std::string unknown;
-  if (const auto layers = host::layersOf(text, unknown)) return *layers;
-  throw wrong("--layers does not know \"" + unknown + "\"; write all, or some of " + host::layerNames());
-}
-
-std::string compressionNames() {
-  std::string names;
-  for (const std::string_view name : host::exrCompressions())
-    names += (names.empty() ? "" : ", ") + std::string(name);
-  return names;
-}
-
-LONG parseCompression(const std::string& text) {
-  const auto known = host::exrCompressions();
-  const auto found = std::find(known.begin(), known.end(), text);
-  if (found != known.end()) return static_cast<LONG>(found - known.begin());
-  throw wrong("--compression does not know \"" + text + "\"; write one of " + compressionNames());
-}
 
 /// Raw values of the parser.
 struct RawOptions {
@@ -145,83 +32,17 @@ struct RawOptions {
   SettingsOptions settings;
   CompareOptions compare;
   HistoryOptions history;
+  MergeOptions merge;
   std::string failAbove, metrics, json, html;
   bool scale = false, center = false, corner = false;
-  std::string size, region, box, frames, layers, compression;
+  RawRun run;
+  std::string size, region, box, part, frames, layers, compression;
   LONG frame = 0, format = 0, quality = 0;
-  std::vector<std::string> sets;
 };
-
-std::string shadingNames() {
-  std::string names;
-  for (const host::render::ShadingModeInfo& info : host::render::shadingModes())
-    names += (names.empty() ? "" : ", ") + std::string(info.name);
-  return names;
-}
-
-/// The options that `render` and `animate` share.
-template <class Options>
-void addRun(CLI::App& command, RawOptions& raw, Options& options) {
-  command.add_option("SCENE", options.scene, "Scene: glb, gltf, obj, fbx, ply, stl, dae")->required();
-  command.add_option("--size", raw.size, "Size in pixels; default: the scene's")->type_name("WxH");
-  command.add_option("--camera", options.camera, "Look through this camera")->type_name("NAME");
-  command.add_option("--variant", options.variant, "Show this variant of the materials")->type_name("NAME");
-  command.add_option("--set", raw.sets, "A setting for this run, by number or LM_ name; can be repeated")
-      ->type_name("KEY=VALUE")
-      ->allow_extra_args(false);
-  command.add_option("--samples", options.sampling.samples, "Samples per pixel; default: the scene's")
-      ->type_name("N")
-      ->check(CLI::Range(1, 1000000));
-  command.add_option("--time", options.sampling.seconds, "End each picture after so many seconds")
-      ->type_name("SECONDS")
-      ->check(CLI::Range(0.01, 1e7));
-  command
-      .add_option("--noise", options.sampling.noise, "End pixels at this standard error (0 to 1, as 0.01)")
-      ->type_name("LEVEL")
-      ->check(CLI::Range(0.0, 1.0));
-  command
-      .add_option("--sampling", options.sampling.spread,
-                  "More samples where the picture is noisy, or the same everywhere; default: the scene's")
-      ->type_name("noise|even")
-      ->check(CLI::IsMember({"noise", "even"}));
-  command
-      .add_option("--radiance-cache", options.sampling.radianceCache,
-                  "End scattered paths in light that is known; off: follow all to their ends")
-      ->type_name("on|off")
-      ->check(CLI::IsMember({"on", "off"}));
-  command
-      .add_option("--shutter", options.sampling.shutter,
-                  "Blur motion: frames that the shutter is open (0.5 is 180 degrees); 0: no blur")
-      ->type_name("FRAMES")
-      ->check(CLI::Range(0.0, 10.0));
-  command
-      .add_option("--shading", options.view.shading,
-                  "Show the scene in another shading: " + shadingNames() + "; default: the scene's")
-      ->type_name("NAME")
-      ->check([](const std::string& name) {
-        return host::render::shadingModeOf(name)
-                   ? ""
-                   : "there is no shading \"" + name + "\"; there are " + shadingNames();
-      });
-  command.add_option("--view", options.view.view, "Show the light through this view; default: the scene's")
-      ->type_name("NAME");
-  command.add_option("--exposure", options.view.exposure, "Brighten by so many stops; default: the scene's")
-      ->type_name("STOPS")
-      ->check(CLI::Range(-20.0, 20.0));
-  command.add_option("--threads", options.threads, "Processors to use; default: all")
-      ->type_name("N")
-      ->check(CLI::Range(1, 1024));
-  command
-      .add_flag("--denoise{end}", options.sampling.denoise,
-                "Take the noise out when the last sample is done, while the picture refines as well, or not")
-      ->type_name("[=end|live|off]")
-      ->check(CLI::IsMember({"end", "live", "off"}));
-  command.add_option("--home", options.home, "Folder of the settings")->type_name("DIR");
-  command.add_flag("--quiet", options.quiet, "Print errors only");
-}
 
 CLI::App* addRender(CLI::App& app, RawOptions& raw) {
   CLI::App* render = app.add_subcommand("render", "Render a scene into a picture");
+  addRun(*render, raw.run, raw.render);
   render
       ->add_option("-o,--output", raw.render.image,
                    "Picture: " + suffixList(FormatUse::write) + " by its suffix")
@@ -241,6 +62,10 @@ CLI::App* addRender(CLI::App& app, RawOptions& raw) {
                    "Add samples to this exr, rendered with --resumable from the same scene")
       ->type_name("FILE")
       ->excludes("--layers");
+  render
+      ->add_option("--part", raw.part, "Render this of N equal parts of the samples; `merge` joins the films")
+      ->type_name("K/N")
+      ->excludes("--resume", "--time", "--noise");
   render->add_option("--frame", raw.frame, "Frame of the animation; default: the scene's current one")
       ->type_name("N");
   CLI::Option* region =
@@ -253,7 +78,6 @@ CLI::App* addRender(CLI::App& app, RawOptions& raw) {
       "--lens,!--no-lens", [&raw](std::int64_t count) { raw.render.view.lens = count > 0; },
       "Bloom, glare and vignette on or off; default: as the scene says");
   render->add_option("--stats", raw.render.stats, "Write times and counts as JSON")->type_name("FILE");
-  addRun(*render, raw, raw.render);
   return render;
 }
 
@@ -279,7 +103,7 @@ CLI::App* addAnimate(CLI::App& app, RawOptions& raw) {
   animate->add_flag("--stamps", options.stamps, "Draw the stamps that the settings switch on");
   animate->add_flag("--overwrite", options.overwrite, "Replace an existing file without asking");
   animate->add_flag("--resume", options.resume, "Render only the pictures that are missing or incomplete");
-  addRun(*animate, raw, options);
+  addRun(*animate, raw.run, options);
   return animate;
 }
 
@@ -376,6 +200,36 @@ CLI::App* addHistory(CLI::App& app, RawOptions& raw) {
   return history;
 }
 
+CLI::App* addMerge(CLI::App& app, RawOptions& raw) {
+  CLI::App* merge = app.add_subcommand("merge", "Merge films of parts of a picture's samples");
+  MergeOptions& options = raw.merge;
+  merge->add_option("FILM", options.films, "Films that `render --part` made (exr), in any order")->required();
+  merge
+      ->add_option("-o,--output", options.image,
+                   "Picture: " + suffixList(FormatUse::write) + " by its suffix")
+      ->type_name("IMAGE")
+      ->required();
+  merge->add_option("--quality", raw.quality, "1 to 100, of a jpg (default 95) or a webp (default lossless)")
+      ->type_name("N")
+      ->check(CLI::Range(1, 100));
+  merge->add_flag("--half", options.half, "Colours of an exr as 16-bit floats; numbers stay 32-bit");
+  merge->add_option("--compression", raw.compression, "Of an exr: " + compressionNames() + " (default zip)")
+      ->type_name("NAME");
+  merge->add_flag("--resumable", options.resumable, "Keep the samples in an exr");
+  merge->add_option("--threads", options.threads, "Processors to use; default: all")
+      ->type_name("N")
+      ->check(CLI::Range(1, 1024));
+  merge->add_option("--home", options.home, "Folder of the settings")->type_name("DIR");
+  merge->add_flag("--quiet", options.quiet, "Print errors only");
+  return merge;
+}
+
+MergeOptions finishMerge(const CLI::App& command, RawOptions& raw) {
+  if (command.count("--quality")) raw.merge.quality = raw.quality;
+  if (command.count("--compression")) raw.merge.compression = parseCompression(raw.compression);
+  return std::move(raw.merge);
+}
+
 MeasureOptions finishMeasure(const CLI::App& command, RawOptions& raw) {
   for (const char* option :
        {"--output", "--style", "--slider", "--size", "--scale", "--center", "--corner", "--stats"})
@@ -406,17 +260,9 @@ CommandLine finishCompare(const CLI::App& command, RawOptions& raw) {
   return std::move(options);
 }
 
-template <class Options>
-void finishRun(const CLI::App& command, const RawOptions& raw, Options& options) {
-  if (command.count("--size")) options.size = parseSize(raw.size);
-  for (const std::string& text : raw.sets) {
-    options.settings.push_back(splitSetting(text));
-  }
-}
-
 AnimateOptions finishAnimate(const CLI::App& command, RawOptions& raw) {
   AnimateOptions& options = raw.animate;
-  finishRun(command, raw, options);
+  finishRun(command, raw.run, options);
   options.frames = parseFrames(raw.frames);
   if (command.count("--format")) options.format = raw.format;
   if (command.count("--quality")) options.quality = raw.quality;
@@ -425,10 +271,11 @@ AnimateOptions finishAnimate(const CLI::App& command, RawOptions& raw) {
 
 RenderOptions finishRender(const CLI::App& app, RawOptions& raw) {
   RenderOptions& options = raw.render;
-  finishRun(app, raw, options);
+  finishRun(app, raw.run, options);
   if (app.count("--region")) options.region = parseRegion(raw.region);
   if (app.count("--region-box")) options.box = parseBox(raw.box);
   if (app.count("--frame")) options.frame = raw.frame;
+  if (app.count("--part")) options.part = parsePart(raw.part);
   if (app.count("--quality")) options.quality = raw.quality;
   if (app.count("--layers")) options.layers = parseLayers(raw.layers);
   if (app.count("--compression")) options.compression = parseCompression(raw.compression);
@@ -448,8 +295,9 @@ std::vector<std::string> arguments(int argc, const char* const* argv) {
     list.push_back(std::move(value));
   }
   for (std::size_t i = 1; i + 1 < list.size(); ++i) {
-    const bool signedOption = list[0] == "compare" ? list[i] == "--slider" || list[i] == "--fail-above"
-                                                   : list[0] == "render" && list[i] == "--exposure";
+    const bool signedOption = list[0] == "compare"
+                                  ? list[i] == "--slider" || list[i] == "--fail-above"
+                                  : (list[0] == "render" || list[0] == "farm") && list[i] == "--exposure";
     if (!signedOption) continue;
     list[i] += "=" + list[i + 1];
     list.erase(list.begin() + static_cast<std::ptrdiff_t>(i) + 1);
@@ -471,6 +319,8 @@ CommandLine parseCommandLine(int argc, const char* const* argv) {
   addSettings(app, raw);
   CLI::App* compare = addCompare(app, raw);
   CLI::App* history = addHistory(app, raw);
+  CLI::App* merge = addMerge(app, raw);
+  FarmCommandLine farm(app);
   addDescription(app);
 
   try {
@@ -478,6 +328,8 @@ CommandLine parseCommandLine(int argc, const char* const* argv) {
     if (render->parsed()) return finishRender(*render, raw);
     if (animate->parsed()) return finishAnimate(*animate, raw);
     if (compare->parsed()) return finishCompare(*compare, raw);
+    if (auto options = farm.finish()) return *std::move(options);
+    if (merge->parsed()) return finishMerge(*merge, raw);
   } catch (const CLI::CallForHelp&) {
     return ShowText{app.help()};
   } catch (const CLI::CallForAllHelp&) {

@@ -27,7 +27,8 @@ namespace batch {
 namespace {
 
 PictureOptions pictureOptions(const RenderOptions& options) {
-  return {options.quality, options.half, options.compression, options.layers.has_value(), options.resumable};
+  return {options.quality, options.half, options.compression, options.layers.has_value(),
+          options.resumable || options.part};
 }
 
 /// Checks the options before any work begins.
@@ -52,6 +53,7 @@ void prepare(const RenderOptions& options, BaseDocument& document) {
   setKeeping(document, !options.resume.empty() ? SampleKeeping::goOn
                        : options.resumable     ? SampleKeeping::keep
                                                : SampleKeeping::no);
+  if (options.part) setPart(document, *options.part);
 }
 
 /// The film of an earlier render, with its samples.

@@ -11,6 +11,10 @@ ExitCode runInfo(const InfoOptions& options);
 ExitCode runSettings(const SettingsOptions& options);
 ExitCode runCompare(const CompareOptions& options);
 ExitCode runMeasure(const MeasureOptions& options);
+ExitCode runMerge(const MergeOptions& options);
+ExitCode runFarmSubmit(const FarmSubmitOptions& options);
+ExitCode runFarmJob(const FarmJobOptions& options);
+ExitCode runFarmWork(const FarmWorkOptions& options);
 ExitCode runHistory(const HistoryOptions& options);
 
 } // namespace batch

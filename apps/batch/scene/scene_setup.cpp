@@ -151,6 +151,26 @@ void setKeeping(BaseDocument& document, host::render::SampleKeeping keeping) {
     data->GetDataInstance()->SetLong(host::render::keepSamplesSetting, static_cast<LONG>(keeping));
 }
 
+void setPart(BaseDocument& document, const SamplePart& part) {
+  RenderData* data = document.GetActiveRenderData();
+  if (!data) return;
+  BaseContainer& values = *data->GetDataInstance();
+  const LONG samples = std::clamp<LONG>(values.GetLong(RDATA_MAXSAMPLES, 64), 1, 1 << 20);
+  if (samples < part.count)
+    throw Stop(ExitCode::wrongUse, "there are only " + std::to_string(samples) + " samples for " +
+                                       std::to_string(part.count) +
+                                       " parts; use fewer parts, or more --samples");
+  const auto begin = [&](LONG number) {
+    return static_cast<LONG>(static_cast<std::int64_t>(samples) * number / part.count);
+  };
+  values.SetLong(host::render::firstSampleSetting, begin(part.number - 1));
+  values.SetLong(RDATA_MAXSAMPLES, begin(part.number) - begin(part.number - 1));
+  values.SetLong(host::render::wholeSamplesSetting, samples);
+  values.SetReal(RDATA_NOISETHRESHOLD, 0);
+  values.SetLong(host::render::spreadSetting, static_cast<LONG>(host::render::SampleSpread::evenly));
+  setKeeping(document, host::render::SampleKeeping::keep);
+}
+
 PixelSize renderSize(const BaseDocument& document) {
   const RenderData* data = document.GetActiveRenderData();
   if (!data) return {1280, 720};

@@ -54,6 +54,10 @@ void setLayers(BaseDocument& document, unsigned layers);
 /// The active render settings keep the samples behind the film, or go on from those of the bitmap's film.
 void setKeeping(BaseDocument& document, host::render::SampleKeeping keeping);
 
+/// The active render settings take one part of their samples, the same number in every pixel, and keep them.
+/// Throws `Stop` (wrong use) when there are fewer samples than parts.
+void setPart(BaseDocument& document, const SamplePart& part);
+
 /// The size of the active render settings; 1280 x 720 where they have no usable one.
 PixelSize renderSize(const BaseDocument& document);
 

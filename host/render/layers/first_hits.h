@@ -22,6 +22,12 @@ class FirstHits {
     if (!places_.empty()) places_[pixel].add(sample);
   }
 
+  /// Adds the sums of another pixel, whose samples come after this one's.
+  void add(std::size_t pixel, const FirstHits& from, std::size_t other) {
+    if (!looks_.empty()) looks_[pixel].add(from.looks_[other]);
+    if (!places_.empty()) places_[pixel].add(from.places_[other]);
+  }
+
   /// For a SampleWriter or a SampleReader. `looks`: the archive has them, of use here or not.
   template <class Archive>
   void archive(Archive& archive, std::size_t pixel, bool looks) {
@@ -65,6 +71,11 @@ class FirstHits {
       normal += hit.normal;
       ++count;
     }
+    void add(const Look& more) {
+      albedo += more.albedo;
+      normal += more.normal;
+      count += more.count;
+    }
     float share() const { return count > 0 ? 1 / static_cast<float>(count) : 0; }
   };
   struct Place {
@@ -85,6 +96,17 @@ class FirstHits {
       depth += sample.first.depth;
       position += sample.first.position;
       ++hits;
+    }
+    void add(const Place& more) {
+      if (!begun && more.begun) {
+        begun = true;
+        object = more.object;
+        material = more.material;
+        uv = more.uv;
+      }
+      depth += more.depth;
+      position += more.position;
+      hits += more.hits;
     }
   };
 

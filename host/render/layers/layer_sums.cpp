@@ -16,10 +16,10 @@ void set(const FilmLayerPtr& layer, std::size_t pixel, float value) {
 
 } // namespace
 
-LayerSums::LayerSums(const RenderSettings& settings, const RayScene& scene, std::size_t pixels)
-    : wanted_(settings.wantedLayers()), scene_(scene), hits_(settings, pixels),
-      lights_(settings, scene.groups(), pixels), mattes_(settings, scene, pixels),
-      shadows_(settings, scene, pixels) {
+LayerSums::LayerSums(const RenderSettings& settings, const LayerFacts& facts, std::size_t pixels)
+    : wanted_(settings.wantedLayers()), origin_(facts.origin), hits_(settings, pixels),
+      lights_(settings, facts.groups, pixels), mattes_(settings, facts.mattes, pixels),
+      shadows_(facts.catchesShadows, pixels) {
 }
 
 void LayerSums::addLayers(Film& film) {
@@ -34,12 +34,12 @@ void LayerSums::addLayers(Film& film) {
   lights_.addLayers(film);
   mattes_.addLayers(film);
   shadows_.addLayers(film);
-  nameNumbers(film);
 }
 
 // "object_id/names" and "material_id/names": JSON objects with a name for each number.
-void LayerSums::nameNumbers(Film& film) const {
-  const Snapshot& snapshot = scene_.snapshot();
+void LayerSums::addNames(Film& film, const RayScene& scene) const {
+  const Snapshot& snapshot = scene.snapshot();
+  if (mattes_.any()) MatteSums::addManifests(film, snapshot);
   const auto note = [&film](LayerBit layer, std::size_t count, auto&& name, auto&& node) {
     const std::string key = layerInfo(layer).name;
     std::string names = "{";
@@ -51,12 +51,12 @@ void LayerSums::nameNumbers(Film& film) const {
       nodes[i] = node(i);
     film.setNodes(key, std::move(nodes));
   };
-  const auto placed = [this](std::size_t i) -> const Instance& {
-    return *scene_.placed({0, 0, 0, static_cast<std::uint32_t>(i), 0}).source;
+  const auto placed = [&scene](std::size_t i) -> const Instance& {
+    return *scene.placed({0, 0, 0, static_cast<std::uint32_t>(i), 0}).source;
   };
   if (wanted_ & objectLayer)
     note(
-        objectLayer, scene_.placedCount(), [&](std::size_t i) { return snapshot.names[placed(i).name]; },
+        objectLayer, scene.placedCount(), [&](std::size_t i) { return snapshot.names[placed(i).name]; },
         [&](std::size_t i) { return placed(i).object; });
   if (wanted_ & materialLayer)
     note(
@@ -70,7 +70,7 @@ void LayerSums::put(std::size_t filmPixel, std::size_t pixel, const PixelEstimat
   if (albedo_) set(albedo_, filmPixel, hits_.albedo(pixel));
   if (normal_) set(normal_, filmPixel, hits_.normal(pixel));
   if (depth_) set(depth_, filmPixel, hits_.depth(pixel));
-  if (position_) set(position_, filmPixel, hits_.position(pixel, scene_.origin()));
+  if (position_) set(position_, filmPixel, hits_.position(pixel, origin_));
   if (object_) set(object_, filmPixel, static_cast<float>(hits_.object(pixel)));
   if (material_) set(material_, filmPixel, static_cast<float>(hits_.material(pixel)));
   set(samples_, filmPixel, static_cast<float>(estimate.count()));

@@ -2,6 +2,10 @@
 // at a time.
 #pragma once
 
+#include <optional>
+#include <string>
+#include <vector>
+
 #include "first_hits.h"
 #include "kept_render.h"
 #include "light_sums.h"
@@ -11,10 +15,23 @@
 
 namespace host::render {
 
+/// The facts of a scene that the layers need.
+struct LayerFacts {
+  Vector origin; // the scene's, in the world
+  bool catchesShadows = false;
+  std::vector<std::string> groups; // of lights
+  MatteNumbers mattes;
+};
+/// Those that a render with these settings uses.
+LayerFacts layerFactsOf(const RayScene& scene, const RenderSettings& settings);
+/// As one line of text, and back. Nothing for another text.
+std::string textOf(const LayerFacts& facts);
+std::optional<LayerFacts> layerFactsOf(const std::string& text);
+
 class LayerSums {
  public:
   /// For so many pixels of the region. Only what the settings ask for takes memory and time.
-  LayerSums(const RenderSettings& settings, const RayScene& scene, std::size_t pixels);
+  LayerSums(const RenderSettings& settings, const LayerFacts& facts, std::size_t pixels);
 
   const FirstHits& hits() const { return hits_; }
   /// Whether paths are traced with parts.
@@ -27,6 +44,14 @@ class LayerSums {
     if (lights_.any()) lights_.add(pixel, *parts, weight);
     if (shadows_.any()) shadows_.add(pixel, *parts);
     if (mattes_.any()) mattes_.add(pixel, sample, weight);
+  }
+
+  /// Adds the sums of a pixel whose samples come after this one's.
+  void add(std::size_t pixel, const LayerSums& from, std::size_t other) {
+    hits_.add(pixel, from.hits_, other);
+    lights_.add(pixel, from.lights_, other);
+    shadows_.add(pixel, from.shadows_, other);
+    mattes_.add(pixel, from.mattes_, other);
   }
 
   bool hasLooks() const { return hits_.hasLooks(); }
@@ -42,6 +67,8 @@ class LayerSums {
 
   /// Adds the layers to the film.
   void addLayers(Film& film);
+  /// Adds the texts that name the numbers in layers.
+  void addNames(Film& film, const RayScene& scene) const;
   /// Writes a pixel with samples into the film.
   void put(std::size_t filmPixel, std::size_t pixel, const PixelEstimate& estimate);
   /// The standard error of a pixel, when the picture is finished.
@@ -49,10 +76,8 @@ class LayerSums {
   bool wantsNoise() const { return noise_ != nullptr; }
 
  private:
-  void nameNumbers(Film& film) const;
-
   unsigned wanted_;
-  const RayScene& scene_;
+  Vector origin_;
   FirstHits hits_;
   LightSums lights_;
   MatteSums mattes_;

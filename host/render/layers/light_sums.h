@@ -1,9 +1,11 @@
 // Sums of the light's parts for the pixels of a picture. Each pixel is written by one thread at a time.
 #pragma once
 
+#include <string>
+#include <vector>
+
 #include "film.h"
 #include "layer_table.h"
-#include "light_groups.h"
 #include "light_parts.h"
 #include "pixel_estimate.h"
 
@@ -12,11 +14,11 @@ namespace host::render {
 class LightSums {
  public:
   /// Keeps what the settings ask for, for so many pixels of the region.
-  LightSums(const RenderSettings& settings, const LightGroups& groups, std::size_t pixels) {
+  LightSums(const RenderSettings& settings, const std::vector<std::string>& groups, std::size_t pixels) {
     // The colour's own sums have the sky's part.
     for (std::size_t way = 0; way < static_cast<std::size_t>(LightWay::sky); ++way)
       if (settings.wantedLayers() & (diffuseDirectLayer << way)) ways_.push_back(way);
-    if (settings.wantedLayers() & lightGroupLayers) groups_ = groups.names();
+    if (settings.wantedLayers() & lightGroupLayers) groups_ = groups;
     sums_.resize(pixels * values());
   }
 
@@ -30,6 +32,12 @@ class LightSums {
       *sum++ += weight * parts.ways()[way];
     for (const Vec3& light : parts.groups())
       *sum++ += weight * light;
+  }
+
+  /// Adds the sums of another pixel.
+  void add(std::size_t pixel, const LightSums& from, std::size_t other) {
+    for (std::size_t i = 0; i < values(); ++i)
+      sums_[pixel * values() + i] += from.sums_[other * values() + i];
   }
 
   template <class Archive>

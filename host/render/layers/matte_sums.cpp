@@ -1,26 +1,54 @@
 #include "matte_sums.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "cryptomatte.h"
 
 namespace host::render {
 
-MatteSums::MatteSums(const RenderSettings& settings, const RayScene& scene, std::size_t pixels)
-    : scene_(scene) {
-  if (!(settings.wantedLayers() & cryptomatteLayers)) return;
-  pixels_.resize(pixels);
-  for (const std::string& name : scene.snapshot().names)
-    names_.push_back(matteNumber(name));
-  for (const SurfaceMaterialPtr& material : scene.snapshot().materials)
-    materials_.push_back(matteNumber(material->name));
+namespace {
+
+constexpr const char* layerNames[] = {"crypto_object", "crypto_material", "crypto_asset"};
+
+} // namespace
+
+MatteNumbers matteNumbersOf(const RayScene& scene) {
+  const Snapshot& snapshot = scene.snapshot();
+  MatteNumbers numbers;
+  std::vector<float> names;
+  for (const std::string& name : snapshot.names)
+    names.push_back(matteNumber(name));
+  for (std::size_t i = 0; i < scene.placedCount(); ++i) {
+    const Instance& instance = *scene.placed({0, 0, 0, static_cast<std::uint32_t>(i), 0}).source;
+    numbers.objects.push_back(names[instance.name]);
+    numbers.assets.push_back(names[instance.asset]);
+  }
+  for (const SurfaceMaterialPtr& material : snapshot.materials)
+    numbers.materials.push_back(matteNumber(material->name));
+  return numbers;
+}
+
+MatteSums::MatteSums(const RenderSettings& settings, MatteNumbers numbers, std::size_t pixels)
+    : numbers_(std::move(numbers)) {
+  if (settings.wantedLayers() & cryptomatteLayers) pixels_.resize(pixels);
 }
 
 void MatteSums::add(std::size_t pixel, const PathResult& sample, float weight) {
   Pixel& to = pixels_[pixel];
   to.weight += weight;
   if (sample.alpha <= 0) return;
-  const std::uint32_t object = sample.object, material = sample.first.material;
+  addCover(to, sample.object, sample.first.material, weight);
+}
+
+void MatteSums::add(std::size_t pixel, const MatteSums& from, std::size_t other) {
+  if (!any()) return;
+  pixels_[pixel].weight += from.pixels_[other].weight;
+  for (const Cover& cover : from.pixels_[other].covers)
+    addCover(pixels_[pixel], cover.object, cover.material, cover.weight);
+}
+
+void MatteSums::addCover(Pixel& to, std::uint32_t object, std::uint32_t material, float weight) {
   const auto known = std::find_if(to.covers.begin(), to.covers.end(), [&](const Cover& cover) {
     return cover.object == object && cover.material == material;
   });
@@ -32,21 +60,22 @@ void MatteSums::add(std::size_t pixel, const PathResult& sample, float weight) {
 
 void MatteSums::addLayers(Film& film) {
   if (!any()) return;
-  const char* names[kindCount] = {"crypto_object", "crypto_material", "crypto_asset"};
+  for (std::size_t kind = 0; kind < kindCount; ++kind)
+    for (std::size_t level = 0; level < levels; ++level)
+      layers_[kind][level] = film.addLayer(layerNames[kind] + ("0" + std::to_string(level)), "RGBA");
+}
+
+void MatteSums::addManifests(Film& film, const Snapshot& snapshot) {
   std::array<std::vector<std::string>, kindCount> contents;
-  const Snapshot& snapshot = scene_.snapshot();
   for (const Instance& instance : snapshot.instances) {
     contents[ofObjects].push_back(snapshot.names[instance.name]);
     contents[ofAssets].push_back(snapshot.names[instance.asset]);
   }
   for (const SurfaceMaterialPtr& one : snapshot.materials)
     contents[ofMaterials].push_back(one->name);
-  for (std::size_t kind = 0; kind < kindCount; ++kind) {
-    for (std::size_t level = 0; level < levels; ++level)
-      layers_[kind][level] = film.addLayer(names[kind] + ("0" + std::to_string(level)), "RGBA");
-    for (const auto& [key, text] : matteAttributes(names[kind], contents[kind]))
+  for (std::size_t kind = 0; kind < kindCount; ++kind)
+    for (const auto& [key, text] : matteAttributes(layerNames[kind], contents[kind]))
       film.setNote(key, text);
-  }
 }
 
 int MatteSums::mostCovers() const {
@@ -57,13 +86,12 @@ int MatteSums::mostCovers() const {
 }
 
 bool MatteSums::isKnown(const Cover& cover) const {
-  return cover.object < scene_.placedCount() && cover.material < materials_.size();
+  return cover.object < numbers_.objects.size() && cover.material < numbers_.materials.size();
 }
 
 float MatteSums::numberOf(Kind kind, const Cover& cover) const {
-  if (kind == ofMaterials) return materials_[cover.material];
-  const Instance& instance = *scene_.placed({0, 0, 0, cover.object, 0}).source;
-  return names_[kind == ofObjects ? instance.name : instance.asset];
+  if (kind == ofMaterials) return numbers_.materials[cover.material];
+  return kind == ofObjects ? numbers_.objects[cover.object] : numbers_.assets[cover.object];
 }
 
 // The largest shares of a pixel, of which several covers may have one number.

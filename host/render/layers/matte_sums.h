@@ -11,13 +11,22 @@
 
 namespace host::render {
 
+/// The numbers in the mattes: of an object's name and of its asset's by its number in the scene, and of a
+/// material.
+struct MatteNumbers {
+  std::vector<float> objects, assets, materials;
+};
+MatteNumbers matteNumbersOf(const RayScene& scene);
+
 class MatteSums {
  public:
   /// For so many pixels of the region, when the settings ask for mattes.
-  MatteSums(const RenderSettings& settings, const RayScene& scene, std::size_t pixels);
+  MatteSums(const RenderSettings& settings, MatteNumbers numbers, std::size_t pixels);
   bool any() const { return !pixels_.empty(); }
 
   void add(std::size_t pixel, const PathResult& sample, float weight);
+  /// Adds the sums of another pixel.
+  void add(std::size_t pixel, const MatteSums& from, std::size_t other);
   /// The most objects and materials that a pixel covers.
   int mostCovers() const;
   /// For a SampleWriter or a SampleReader, with room for so many covers. False when a value is none of this
@@ -39,9 +48,12 @@ class MatteSums {
     }
     return good;
   }
-  /// Adds the layers and their manifests to the film that it writes from then on.
+  const MatteNumbers& numbers() const { return numbers_; }
+  /// Adds the layers to the film that it writes from then on.
   void addLayers(Film& film);
   void put(std::size_t filmPixel, std::size_t pixel);
+  /// The texts that name the numbers in a file.
+  static void addManifests(Film& film, const Snapshot& snapshot);
 
  private:
   static constexpr std::size_t levels = 3, ranks = 2 * levels;
@@ -62,9 +74,10 @@ class MatteSums {
   float numberOf(Kind kind, const Cover& cover) const;
   void rank(Kind kind, const Pixel& pixel, std::array<Share, ranks>& out) const;
 
-  const RayScene& scene_;
+  void addCover(Pixel& to, std::uint32_t object, std::uint32_t material, float weight);
+
   std::vector<Pixel> pixels_;
-  std::vector<float> names_, materials_; // numbers by index in the snapshot's lists
+  MatteNumbers numbers_;
   std::array<std::array<FilmLayerPtr, levels>, kindCount> layers_;
 };
 

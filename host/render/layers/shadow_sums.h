@@ -5,7 +5,6 @@
 
 #include "film.h"
 #include "light_parts.h"
-#include "ray_scene.h"
 
 namespace host::render {
 
@@ -13,14 +12,21 @@ namespace host::render {
 /// the surfaces of those objects, 0 to 1. It is 1 elsewhere, and where no light would come without shadows.
 class ShadowSums {
  public:
-  ShadowSums(const RenderSettings& settings, const RayScene& scene, std::size_t pixels) {
-    if (scene.catchesShadows() && !settings.preview) pixels_.resize(pixels);
+  /// For so many pixels, when there are such objects.
+  ShadowSums(bool caught, std::size_t pixels) {
+    if (caught) pixels_.resize(pixels);
   }
   bool any() const { return !pixels_.empty(); }
 
   void add(std::size_t pixel, const LightParts& parts) {
     pixels_[pixel].open += parts.openLight();
     pixels_[pixel].arrived += parts.arrivedLight();
+  }
+  /// Adds the sums of another pixel.
+  void add(std::size_t pixel, const ShadowSums& from, std::size_t other) {
+    if (!any()) return;
+    pixels_[pixel].open += from.pixels_[other].open;
+    pixels_[pixel].arrived += from.pixels_[other].arrived;
   }
   template <class Archive>
   void archive(Archive& archive, std::size_t pixel) {

@@ -52,23 +52,24 @@ constexpr std::pair<const char*, const char*> labels[] = {
     {"clamp", "limit of indirect light"},
     {"cache", "radiance cache"},
     {"shading", "shading"},
+    {"whole", "number of samples in all"},
 };
-
-std::string labelOf(const std::string& fact) {
-  const auto* found = std::find_if(std::begin(labels), std::end(labels),
-                                   [&](const auto& label) { return fact == label.first; });
-  return found == std::end(labels) ? fact : found->second;
-}
 
 // Fingerprints say nothing to users.
 std::string difference(const std::string& fact, const std::string& kept, const std::string& now) {
   const bool shown = fact != "scene" && fact != "camera" && fact != "seed";
-  return "it was rendered with another " + labelOf(fact) +
+  return "it was rendered with another " + factLabel(fact) +
          (shown ? " (" + kept + ", now " + now + ")" : std::string()) +
          ". Render with the scene, camera, frame, size and settings of that picture, or begin anew";
 }
 
 } // namespace
+
+std::string factLabel(const std::string& fact) {
+  const auto* found = std::find_if(std::begin(labels), std::end(labels),
+                                   [&](const auto& label) { return fact == label.first; });
+  return found == std::end(labels) ? fact : found->second;
+}
 
 KeptRender describeKept(const Snapshot& snapshot, const RenderSettings& s, int width, int height) {
   KeptRender made;
@@ -95,6 +96,7 @@ KeptRender describeKept(const Snapshot& snapshot, const RenderSettings& s, int w
                 {"clamp", numberText(static_cast<double>(s.clampIndirect))},
                 {"cache", numberText(s.radianceCache)},
                 {"shading", numberText(static_cast<int>(s.shading))}};
+  if (s.wholeSamples > 0) made.facts.emplace_back("whole", std::to_string(s.wholeSamples));
   return made;
 }
 
@@ -109,7 +111,8 @@ std::string textOf(const KeptRender& kept) {
                      "\nnoise=" + numberText(static_cast<double>(kept.noise)) +
                      "\nlayers=" + std::to_string(kept.layout.layers) +
                      "\nlooks=" + (kept.layout.looks ? "1" : "0") +
-                     "\ncovers=" + std::to_string(kept.layout.covers) + "\ncheck=" + kept.check + "\n";
+                     "\ncovers=" + std::to_string(kept.layout.covers) + "\ncheck=" + kept.check +
+                     "\nscene-facts=" + kept.layerFacts + "\n";
   for (const auto& [name, value] : kept.facts)
     text += name + "=" + value + "\n";
   return text;
@@ -137,6 +140,8 @@ std::optional<KeptRender> keptRenderOf(const std::string& text) {
       kept.layout.covers = std::clamp(numberOf(value, 0), 0, 1 << 16);
     else if (name == "check")
       kept.check = value;
+    else if (name == "scene-facts")
+      kept.layerFacts = value;
     else
       kept.facts.emplace_back(name, value);
   }

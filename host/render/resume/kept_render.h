@@ -30,13 +30,16 @@ struct KeptRender {
   int level = 0;   // samples a pixel, or what cost the same
   float noise = 0; // the threshold
   SampleLayout layout;
-  std::string check; // of the values, `sampleCheck`
-  /// All that decides about the samples, as names and values.
+  std::string check;      // of the values, `sampleCheck`
+  std::string layerFacts; // of the scene, see layer_sums.h
+  /// All that decides about the samples, as names and values: "size", "region", "first" ...
   std::vector<std::pair<std::string, std::string>> facts;
 };
 
 /// The facts of a render of `width` x `height` pixels.
 KeptRender describeKept(const Snapshot& snapshot, const RenderSettings& settings, int width, int height);
+/// A fact's name as users know it.
+std::string factLabel(const std::string& fact);
 std::string sampleCheck(const std::vector<float>& values);
 
 std::string textOf(const KeptRender& kept);

@@ -1,0 +1,30 @@
+// Values of options as they are typed. Each function throws `Stop` (wrong use) with a sentence for any other
+// text.
+#pragma once
+
+#include <string>
+#include <utility>
+
+#include "command_line.h"
+
+namespace batch {
+
+/// Most parts of the samples of a picture.
+inline constexpr LONG mostParts = 1024;
+
+/// The exception for wrong use.
+Stop wrong(const std::string& sentence);
+
+PixelSize parseSize(const std::string& text);
+PixelRegion parseRegion(const std::string& text);
+RegionBox parseBox(const std::string& text);
+FrameRange parseFrames(const std::string& text);
+std::pair<std::string, std::string> splitSetting(const std::string& text);
+/// Bits of host::LayerBit.
+unsigned parseLayers(const std::string& text);
+std::string compressionNames();
+/// An index into host::exrCompressions.
+LONG parseCompression(const std::string& text);
+SamplePart parsePart(const std::string& text);
+
+} // namespace batch
