@@ -199,6 +199,18 @@ class Photographer:
         self.away()
         self.save(self.studio.get(name="frameBuffer")["place"], self.manual("frame-buffer"))
 
+    def shading(self):
+        """The shadings beside each other, as the batch program renders them."""
+        tiles = []
+        for name in ("clay", "albedo", "normals", "uv", "wireframe", "facing"):
+            tiles.append(str(pathlib.Path(self.folder.name) / f"{name}.png"))
+            subprocess.run([self.options.batch, "render", self.scene, "-o", tiles[-1], "--size", "420x236", "--shading", name],
+                           check=True, capture_output=True, timeout=600)
+        rows = ["-gravity", "center", "-background", "#2b2b2e", "(", *tiles[:3], "+append", ")", "(", *tiles[3:], "+append", ")"]
+        subprocess.run(["convert", *rows, "-append", "-strip", "-sampling-factor", "4:4:4", "-quality", "92",
+                        str(self.manual("shading"))], check=True, timeout=60)
+        print(self.manual("shading").relative_to(ROOT))
+
     def dialogs(self):
         """Every dialog of the plug-in, with what a user sees first."""
         self.set("LM_ANIM_REMEMBER", 1)
@@ -254,10 +266,10 @@ def main():
     parser = argparse.ArgumentParser(description="Takes the screenshots of the README and the manual.")
     parser.add_argument("--studio", type=pathlib.Path, default=ROOT / "build" / "release" / "bin" / "lumenara-studio")
     parser.add_argument("--batch", type=pathlib.Path, default=ROOT / "build" / "release" / "bin" / "lumenara")
-    parser.add_argument("names", nargs="*", help="idle render light region compare pictures dialogs")
+    parser.add_argument("names", nargs="*", help="idle render light region compare pictures shading dialogs")
     options = parser.parse_args()
     require_tools()
-    for name in options.names or ("idle", "render", "compare", "region", "pictures", "dialogs", "light"):
+    for name in options.names or ("idle", "render", "compare", "region", "pictures", "shading", "dialogs", "light"):
         photographer = Photographer(options)
         try:
             getattr(photographer, name)()

@@ -8,6 +8,7 @@
 #include "console.h"
 #include "console_widget.h"
 #include "editor_view_widget.h"
+#include "frame_buffer.h"
 #include "full_picture.h"
 #include "host_renders.h"
 #include "main_kit.h"
@@ -286,6 +287,49 @@ TEST_F(MainLayout, TheViewerOpensAboveTheAttributes) {
   EXPECT_EQ(window().dockWidgetArea(viewer()), Qt::RightDockWidgetArea);
   EXPECT_LT(viewer()->y(), dock("dock-attributes").y());
   EXPECT_EQ(viewer()->windowTitle(), "Lumenara");
+}
+
+TEST_F(MainLayout, TheFrameBufferOpensBesideTheViewer) {
+  linkPlugin = true;
+  startStudio();
+  window().setGeometry(20, 40, 760, 520);
+  ASSERT_TRUE(session().runCommand(1021442));
+  settle();
+  const auto onScreen = [](const QWidget& widget) {
+    return QRect(widget.mapToGlobal(QPoint(0, 0)), widget.size());
+  };
+  viewer()->setFloating(true);
+  viewer()->setGeometry(560, 60, 220, 300);
+  settle();
+  host::FrameBuffer& frame = window().frameBuffer();
+  choose("render.viewer");
+  const QRect screen = window().screen()->availableGeometry();
+  EXPECT_TRUE(frame.isVisible());
+  EXPECT_FALSE(onScreen(frame).intersects(onScreen(*viewer())));
+  EXPECT_TRUE(screen.contains(onScreen(frame)));
+  // Where the user put it, it opens again.
+  frame.setGeometry(30, 50, 600, 400);
+  settle();
+  frame.close();
+  choose("render.viewer");
+  EXPECT_EQ(frame.geometry(), QRect(30, 50, 600, 400));
+}
+
+TEST_F(MainLayout, BesideGoesWhereTheRoomIs) {
+  const QRect screen = QGuiApplication::primaryScreen()->availableGeometry();
+  QWidget window;
+  window.resize(screen.width(), screen.height());
+  const QRect right(screen.right() - 199, screen.top() + 100, 200, 300);
+  ASSERT_TRUE(host::placeBeside(window, right));
+  EXPECT_EQ(window.geometry().right() + 1, right.left() - 8);
+  EXPECT_EQ(window.geometry().left(), screen.left() + 8);
+  const QRect left(screen.left(), screen.top() + 100, 200, 300);
+  window.resize(500, 300);
+  ASSERT_TRUE(host::placeBeside(window, left));
+  EXPECT_EQ(window.geometry(), QRect(left.right() + 1 + 8, left.top(), 500, 300));
+  // A rectangle that leaves a strip on both sides.
+  EXPECT_FALSE(host::placeBeside(window, screen.adjusted(200, 0, -200, 0)));
+  EXPECT_EQ(window.geometry(), QRect(left.right() + 1 + 8, left.top(), 500, 300));
 }
 
 TEST_F(MainLayout, OpenDialogsComeBack) {

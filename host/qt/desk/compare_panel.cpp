@@ -42,7 +42,8 @@ MetricImage metricOf(const QImage& shown) {
   return image;
 }
 
-MetricImage metricOf(const Film& film) {
+// The light as the desk shows it; NaN and infinities count as black.
+MetricImage metricOf(const Film& film, const DeskLook& desk) {
   MetricImage image;
   image.width = film.width(), image.height = film.height(), image.linear = true;
   image.rgb.reserve(3 * image.pixels());
@@ -50,9 +51,11 @@ MetricImage metricOf(const Film& film) {
     for (int x = 0; x < film.width(); ++x) {
       float rgba[4];
       film.getShown(x, y, rgba);
-      for (int i = 0; i < 3; ++i)
-        image.rgb.push_back(std::isfinite(rgba[i]) ? rgba[i] : 0);
+      image.rgb.insert(image.rgb.end(), rgba, rgba + 3);
     }
+  applyDesk(desk, film, image.rgb);
+  std::replace_if(
+      image.rgb.begin(), image.rgb.end(), [](float value) { return !std::isfinite(value); }, 0.0f);
   return image;
 }
 
@@ -285,11 +288,11 @@ void ComparePanel::measure() {
   const auto measured = std::make_shared<Measured>();
   const QImage shownA = source_->image(0), shownB = source_->image(1);
   job_.start(
-      [a, b, shownA, shownB, measured] {
+      [a, b, shownA, shownB, desk = desk_, measured] {
         const std::shared_ptr<Film> one = filmOf(*a), other = filmOf(*b);
         measured->light = one && other && one->width() == other->width() && one->height() == other->height();
-        const MetricImage first = measured->light ? metricOf(*one) : metricOf(shownA);
-        const MetricImage second = measured->light ? metricOf(*other) : metricOf(shownB);
+        const MetricImage first = measured->light ? metricOf(*one, desk) : metricOf(shownA);
+        const MetricImage second = measured->light ? metricOf(*other, desk) : metricOf(shownB);
         if (first.pixels() == 0 || first.pixels() != second.pixels()) return;
         for (const MetricKind& kind : metricKinds())
           measured->values[static_cast<std::size_t>(kind.metric)] = host::measure(kind.metric, first, second);
@@ -304,7 +307,7 @@ void ComparePanel::showMeasured(const Measured& measured) {
                  .arg(QString::fromLatin1(kind.name).toUpper(), -5)
                  .arg(measured.values[static_cast<std::size_t>(kind.metric)].value, 0, 'f', 4);
   values_->setText(lines.join(QLatin1Char('\n')));
-  values_->setToolTip(measured.light ? tr("Of the light of both films, before mix and lens")
+  values_->setToolTip(measured.light ? tr("Of the light of both films, with mix and lens")
                                      : tr("Of the colours on screen"));
   const auto chosen = static_cast<std::size_t>(heat_->currentIndex());
   source_->setHeat(measured.values[chosen].map);
@@ -370,12 +373,11 @@ void ComparePanel::drag(const QPointF& at, bool turns) {
 
 bool ComparePanel::eventFilter(QObject* watched, QEvent* event) {
   const auto type = event->type();
-  const bool mouse =
-      type == QEvent::MouseButtonPress || type == QEvent::MouseMove || type == QEvent::MouseButtonRelease;
+  const bool press = type == QEvent::MouseButtonPress || type == QEvent::MouseButtonDblClick;
+  const bool mouse = press || type == QEvent::MouseMove || type == QEvent::MouseButtonRelease;
   if (!on_ || !mouse || source_->mode() != CompareMode::wipe) return QWidget::eventFilter(watched, event);
   const auto& input = *static_cast<QMouseEvent*>(event);
-  if (type == QEvent::MouseButtonPress && input.button() == Qt::LeftButton)
-    dragging_ = isNearLine(input.position());
+  if (press && input.button() == Qt::LeftButton) dragging_ = isNearLine(input.position());
   const bool taken = dragging_;
   if (taken && type == QEvent::MouseMove) drag(input.position(), input.modifiers() & Qt::ShiftModifier);
   if (type == QEvent::MouseButtonRelease) dragging_ = false;

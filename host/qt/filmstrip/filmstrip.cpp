@@ -117,7 +117,7 @@ void Filmstrip::refresh() {
   const QModelIndex at = row < 0 ? QModelIndex() : model_->index(row);
   const QItemSelectionModel& selection = *list_->selectionModel();
   const bool there = at.row() == list_->currentIndex().row() && (row < 0 || selection.isSelected(at));
-  if (!there && selection.selectedIndexes().size() < 2) list_->setCurrentIndex(at);
+  if (!there && selection.selectedIndexes().size() < 2) chooseRow(at);
   empty_->setText(
       model_->countAll() > 0
           ? tr("No picture matches.\n\nClear the search, or show those without a star too.")
@@ -142,10 +142,16 @@ std::vector<FilmstripItem> Filmstrip::chosen() const {
   return items;
 }
 
+// QListView::setCurrentIndex alone extends the selection while Shift is held, as it is for Shift+R.
+void Filmstrip::chooseRow(const QModelIndex& row) {
+  list_->setCurrentIndex(row);
+  list_->selectionModel()->select(row, QItemSelectionModel::ClearAndSelect);
+}
+
 void Filmstrip::step(int rows) {
   const int count = model_->rowCount(), now = list_->currentIndex().row();
   if (count == 0) return;
-  list_->setCurrentIndex(model_->index(std::clamp(now + rows, 0, count - 1)));
+  chooseRow(model_->index(std::clamp(now + rows, 0, count - 1)));
 }
 
 // --- showing ---

@@ -65,6 +65,7 @@ class Filmstrip : public QWidget {
   void build();
   void buildSearch();
   void refresh();
+  void chooseRow(const QModelIndex& row); // alone
   void takeSelection();
   void showItem(const FilmstripItem& item);
   void read(const FilmstripItem& item, const RenderHistory::BitmapReady& ready);

@@ -180,6 +180,7 @@ void PictureCanvas::mousePressEvent(QMouseEvent* event) {
   const bool left = event->button() == Qt::LeftButton;
   if (!left && event->button() != Qt::MiddleButton) return QWidget::mousePressEvent(event);
   if (isEmpty()) return;
+  double_ = false;
   pressed_ = last_ = event->position();
   drag_ = Drag::pan;
   if (left) drag_ = Drag::press;
@@ -216,15 +217,15 @@ void PictureCanvas::mouseReleaseEvent(QMouseEvent* event) {
   unsetCursor();
   if (was == Drag::mark && event->position() == pressed_) mark({});
   const std::optional<QPoint> pixel = pixelAt(event->position());
+  const bool again = std::exchange(double_, false) && was == Drag::press;
   if (was == Drag::press && pixel) emit clicked(*pixel, event->modifiers());
+  if (again) fitted_ ? setZoom(1, event->position()) : fit();
 }
 
+// A second click with a key held is a click of its own, however soon it comes.
 void PictureCanvas::mouseDoubleClickEvent(QMouseEvent* event) {
-  if (event->button() != Qt::LeftButton) return QWidget::mouseDoubleClickEvent(event);
-  if (fitted_)
-    setZoom(1, event->position());
-  else
-    fit();
+  mousePressEvent(event);
+  double_ = drag_ == Drag::press && event->modifiers() == Qt::NoModifier;
 }
 
 void PictureCanvas::showGrid(bool on) {

@@ -68,7 +68,8 @@ class PictureCanvas : public QWidget {
   void imageChanged();
   /// The pointer is over this pixel; (-1, -1): outside the picture.
   void hovered(const QPoint& pixel);
-  /// The left button was pressed and released at this pixel of the picture.
+  /// The left button was pressed and released at this pixel of the picture, also by a double click's two
+  /// clicks.
   void clicked(const QPoint& pixel, Qt::KeyboardModifiers modifiers);
   /// Other pixels are marked, or none.
   void markChanged();
@@ -107,6 +108,7 @@ class PictureCanvas : public QWidget {
   enum class Drag { none, press, pan, mark, out }; // press: a click so far
   bool fitted_ = true, grid_ = true;
   Drag drag_ = Drag::none;
+  bool double_ = false; // the press under way is the second of a double click
   QPointF pressed_, last_;
   QPoint markFrom_;
   QRect marked_;

@@ -3,9 +3,11 @@
 #include "about_dialog.h"
 #include "command_table.h"
 #include "desk_panels.h"
+#include "dialog_host.h"
 #include "frame_buffer.h"
 #include "render_settings_dialog.h"
 #include "shortcuts_dialog.h"
+#include "window_layout.h"
 
 namespace host {
 
@@ -15,6 +17,17 @@ void present(QWidget& window) {
   window.show();
   window.raise();
   window.activateWindow();
+}
+
+/// The largest visible dialog of a plug-in on the screen: its viewer. Empty when none is open.
+QRect viewerPlace(const QWidget& window) {
+  QRect largest;
+  for (const DialogDock* dock : window.findChildren<DialogDock*>()) {
+    if (!dock->isVisible() || dock->visibleRegion().isEmpty()) continue;
+    const QRect place(dock->mapToGlobal(QPoint(0, 0)), dock->size());
+    if (place.width() * place.height() > largest.width() * largest.height()) largest = place;
+  }
+  return largest;
 }
 
 } // namespace
@@ -36,8 +49,15 @@ FrameBuffer& ToolWindows::frameBuffer() {
   return *frame_;
 }
 
+// The first time beside the viewer, so that both are in sight; afterwards where the user left it.
 void ToolWindows::showFrameBuffer() {
-  frameBuffer().present();
+  FrameBuffer& frame = frameBuffer();
+  if (!placed_) {
+    placed_ = true;
+    frame.resize(frame.sizeHint());
+    if (const QRect viewer = viewerPlace(window_); !viewer.isEmpty()) placeBeside(frame, viewer);
+  }
+  frame.present();
 }
 
 void ToolWindows::showRenderSettings() {

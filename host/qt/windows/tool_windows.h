@@ -36,6 +36,7 @@ class ToolWindows : public QObject {
   CommandTable& commands_;
   QWidget& window_;
   QPointer<FrameBuffer> frame_;
+  bool placed_ = false; // the frame buffer
   QPointer<RenderSettingsDialog> settings_;
   QPointer<ShortcutsDialog> shortcuts_;
 };

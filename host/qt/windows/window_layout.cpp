@@ -1,5 +1,7 @@
 #include "window_layout.h"
 
+#include <algorithm>
+
 #include "c4d_events.h"
 
 namespace host {
@@ -10,6 +12,21 @@ void placeOnScreen(QWidget& window) {
   QRect place(QPoint(0, 0), QSize(1440, 900).boundedTo(room.size() - QSize(8, 40)));
   place.moveCenter(room.center());
   window.setGeometry(place);
+}
+
+bool placeBeside(QWidget& window, const QRect& neighbour) {
+  constexpr int border = 8, titleBar = 32; // room for the frame, whose size is not known before it shows
+  const QScreen* screen = QGuiApplication::screenAt(neighbour.center());
+  if (!screen) return false;
+  const QRect all = screen->availableGeometry().adjusted(border, titleBar, -border, -border);
+  const int left = neighbour.left() - border - all.left(), right = all.right() - neighbour.right() - border;
+  const int room = std::max(left, right);
+  if (room < std::max(leastBeside, window.minimumSizeHint().width())) return false;
+  const QSize size = window.size().boundedTo(QSize(room, all.height()));
+  const int x = left >= right ? neighbour.left() - border - size.width() : neighbour.right() + 1 + border;
+  const int y = std::clamp(neighbour.top(), all.top(), all.bottom() + 1 - size.height());
+  window.setGeometry(QRect(QPoint(x, y), size));
+  return true;
 }
 
 WindowLayout::WindowLayout(QMainWindow& window, const Parts& parts)

@@ -18,6 +18,11 @@ namespace host {
 /// Puts a window in the middle of the primary screen, 1440 x 900 or as large as fits.
 void placeOnScreen(QWidget& window);
 
+/// Puts a window beside a rectangle of the screen, where there is more room, no wider than that. False where
+/// it would be narrower than its minimum or `leastBeside`; it stays where it is then.
+bool placeBeside(QWidget& window, const QRect& neighbour);
+inline constexpr int leastBeside = 480; // pixels
+
 class WindowLayout : public QObject {
   Q_OBJECT
  public:

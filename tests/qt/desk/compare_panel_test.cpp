@@ -191,6 +191,43 @@ TEST_F(ComparePanelTest, MixAndLensShowAsInTheSinglePicture) {
   ASSERT_TRUE(waitFor([&] { return at(5, 5).red() == 188; }));
 }
 
+// Light of 0.5 and 0.25 from one lamp: a fader makes the difference four times as large, or nothing.
+TEST_F(ComparePanelTest, MetricsMeasureTheLightWithMixAndLens) {
+  const auto filmOfLight = [&](float light, const char* name) {
+    auto film = std::make_shared<Film>(160, 120);
+    const FilmLayerPtr key = film->addLayer("lightgroup_key", "RGB");
+    const float rgba[4] = {light, light, light, 1};
+    for (int y = 0; y < 120; ++y)
+      for (int x = 0; x < 160; ++x) {
+        film->setColor(x, y, rgba);
+        key->set(film->pixelAt(x, y), rgba);
+      }
+    const SharedBitmap bitmap = makeBitmap(160, 120);
+    setFilm(*bitmap, film);
+    drawFilm(*bitmap);
+    return session->pictures().open(bitmap, name);
+  };
+  panel->use(0, filmOfLight(0.5f, "bright"));
+  panel->use(1, filmOfLight(0.25f, "dark"));
+  const auto shows = [&](const char* rmse) {
+    return waitFor([&] {
+      return !panel->isMeasuring() &&
+             frame->findChild<QLabel*>("compareValues")->text().contains(QLatin1String(rmse));
+    });
+  };
+  const QLabel* values = frame->findChild<QLabel*>("compareValues");
+  EXPECT_TRUE(shows("RMSE  0.2500")) << values->text().toStdString();
+  DeskLook desk;
+  desk.mix.faders.push_back({"key", 2});
+  panel->setDesk(desk);
+  EXPECT_TRUE(shows("RMSE  1.0000")) << values->text().toStdString();
+  desk.mix.faders[0].mute = true;
+  panel->setDesk(desk);
+  EXPECT_TRUE(shows("RMSE  0.0000")) << values->text().toStdString();
+  panel->setDesk({});
+  EXPECT_TRUE(shows("RMSE  0.2500")) << values->text().toStdString();
+}
+
 TEST_F(ComparePanelTest, FilesAreDroppedOnAAndB) {
   const QString file = QString::fromStdString(home().GetString().GetUTF8()) + QStringLiteral("/green.png");
   QImage green(160, 120, QImage::Format_RGB32);

@@ -74,7 +74,8 @@ class FilmstripTest : public ManagerTest {
     return all;
   }
   void choose(int row) {
-    strip->list().setCurrentIndex(strip->model().index(row));
+    strip->list().selectionModel()->setCurrentIndex(strip->model().index(row),
+                                                    QItemSelectionModel::ClearAndSelect);
     ready();
   }
   void setIntensity(Real value) {

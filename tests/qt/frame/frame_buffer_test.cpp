@@ -44,6 +44,10 @@ class FrameBufferTest : public ManagerTest {
     return frame->list().model().data(frame->list().model().index(index), Qt::DisplayRole).toString();
   }
   QString label(const char* name) { return frame->findChild<QLabel*>(QLatin1String(name))->text(); }
+  void chooseRow(int index) {
+    frame->list().list().selectionModel()->setCurrentIndex(frame->list().model().index(index),
+                                                           QItemSelectionModel::ClearAndSelect);
+  }
   void hover(int x, int y) {
     const QRectF place = frame->canvas().pictureRect();
     const double size = frame->canvas().zoom();
@@ -62,7 +66,7 @@ TEST_F(FrameBufferTest, TheListFollowsTheSession) {
   EXPECT_TRUE(row(0).startsWith(QStringLiteral("two\n80 x 20\n"))) << "newest first";
   EXPECT_EQ(frame->list().list().currentIndex().row(), 0);
   EXPECT_EQ(frame->picture().bitmap()->GetBw(), 80);
-  frame->list().list().setCurrentIndex(frame->list().model().index(1));
+  chooseRow(1);
   EXPECT_EQ(frame->picture().bitmap()->GetBw(), 40);
   EXPECT_EQ(session->pictures().current(), session->pictures().pictures()[0].id);
   EXPECT_TRUE(frame->windowTitle().contains(QStringLiteral("one")));
@@ -71,6 +75,24 @@ TEST_F(FrameBufferTest, TheListFollowsTheSession) {
   EXPECT_EQ(frame->picture().bitmap()->GetBw(), 80);
   frame->removeCurrent();
   EXPECT_FALSE(frame->picture().bitmap());
+}
+
+// Shift is still held when a render that Shift+R began comes into the list.
+TEST_F(FrameBufferTest, AHeldKeyDoesNotExtendTheChoice) {
+  session->pictures().show(*picture(40, 30, 1), "one");
+  for (const auto& [key, modifier] :
+       {std::pair(Qt::Key_Shift, Qt::ShiftModifier), std::pair(Qt::Key_Control, Qt::ControlModifier)}) {
+    QTest::keyPress(&frame->canvas(), key, modifier);
+    ASSERT_EQ(QGuiApplication::keyboardModifiers(), Qt::KeyboardModifiers(modifier));
+    session->pictures().show(*picture(80, 20, 2), "two");
+    const QItemSelectionModel& selection = *frame->list().list().selectionModel();
+    ASSERT_EQ(selection.selectedIndexes().size(), 1);
+    EXPECT_EQ(selection.currentIndex().row(), 0);
+    EXPECT_TRUE(selection.isSelected(frame->list().model().index(0)));
+    QTest::keyRelease(&frame->canvas(), key);
+    frame->removeCurrent();
+    EXPECT_EQ(rows(), 1);
+  }
 }
 
 TEST_F(FrameBufferTest, KeysReachThePictureWhenItOpens) {
@@ -97,7 +119,7 @@ TEST_F(FrameBufferTest, ANewSceneShowsNoPictureOfTheOldOne) {
     EXPECT_EQ(frame->list().list().currentIndex().row(), -1);
     ASSERT_EQ(rows(), 1) << "it stays listed, with its scene's name";
     EXPECT_TRUE(row(0).startsWith("old.glb"));
-    frame->list().list().setCurrentIndex(frame->list().model().index(0));
+    chooseRow(0);
     settle();
     EXPECT_NE(frame->picture().bitmap(), nullptr) << "and can be looked at";
   }

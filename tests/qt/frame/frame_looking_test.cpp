@@ -202,6 +202,52 @@ TEST_F(FrameLookingTest, AClickSelectsTheObjectAndAltItsMaterial) {
   EXPECT_EQ(frame->canvas().origin(), before + QPointF(40, 30));
 }
 
+// Qt tells of a press that soon follows another at the same place as of a double click.
+TEST_F(FrameLookingTest, BothClicksOfADoubleClickPick) {
+  const std::shared_ptr<Film> film = makeFilm();
+  film->setNodes("object_id", {id("body"), 12345678});
+  const FilmLayerPtr materials = film->addLayer("material_id", "V");
+  const float number = 1;
+  materials->set(film->pixelAt(5, 5), &number);
+  film->setNodes("material_id", {material("blue")});
+  showFilm(film);
+  PictureCanvas& canvas = frame->canvas();
+  std::vector<QPoint> clicked;
+  QObject::connect(&canvas, &PictureCanvas::clicked, &canvas,
+                   [&](const QPoint& pixel) { clicked.push_back(pixel); });
+  const double fitting = canvas.zoom();
+  const QPointF at = pointOf(5, 5);
+  const auto pressAgain = [&](Qt::KeyboardModifiers keys) {
+    QMouseEvent press(QEvent::MouseButtonDblClick, at, canvas.mapToGlobal(at), Qt::LeftButton, Qt::LeftButton,
+                      keys);
+    QApplication::sendEvent(&canvas, &press);
+  };
+  const auto release = [&](Qt::KeyboardModifiers keys) {
+    QTest::mouseRelease(&canvas, Qt::LeftButton, keys, at.toPoint());
+    settle();
+  };
+  QTest::mouseClick(&canvas, Qt::LeftButton, {}, at.toPoint());
+  pressAgain(Qt::AltModifier);
+  release(Qt::AltModifier);
+  for (const MaterialRow& row : materialRows(document()))
+    EXPECT_EQ(row.selected, row.name == "blue") << row.name.GetUTF8();
+  EXPECT_EQ(canvas.zoom(), fitting) << "a click with a key does not zoom";
+
+  clicked.clear();
+  select({id("arm")});
+  QTest::mouseClick(&canvas, Qt::LeftButton, {}, at.toPoint());
+  pressAgain({});
+  EXPECT_EQ(canvas.zoom(), fitting) << "until the release";
+  release({});
+  EXPECT_EQ(clicked, (std::vector<QPoint>{{5, 5}, {5, 5}}));
+  EXPECT_EQ(selected(), std::vector<std::string>{"body"});
+  EXPECT_EQ(canvas.zoom(), 1);
+  EXPECT_EQ(canvas.pixelAt(at), QPoint(5, 5));
+  pressAgain({});
+  release({});
+  EXPECT_TRUE(canvas.isFitted());
+}
+
 TEST_F(FrameLookingTest, PickFocusSetsTheCameraOfThePicture) {
   session->edits().apply("Camera", [](BaseDocument& d) {
     auto mesh = std::make_shared<Mesh>();

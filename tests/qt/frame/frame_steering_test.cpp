@@ -37,6 +37,11 @@ class FrameSteeringTest : public ManagerTest {
                      (place.topLeft() + QPointF((x + 0.5) * size, (y + 0.5) * size)).toPoint());
     settle();
   }
+  void pointBeside() {
+    QTest::mouseMove(&frame->canvas(), {2, 2});
+    settle();
+    ASSERT_EQ(frame->canvas().hoveredPixel(), QPoint(-1, -1));
+  }
   void press(Qt::Key key) {
     QTest::keyClick(&frame->canvas(), key);
     settle();
@@ -79,6 +84,7 @@ TEST_F(FrameSteeringTest, AnotherSceneShowsEverything) {
 }
 
 TEST_F(FrameSteeringTest, RendersBeginAtThePointer) {
+  pointBeside(); // a new window opens below the pointer of the test before
   press(Qt::Key_O);
   EXPECT_FALSE(render::renderStart());
   EXPECT_TRUE(said().startsWith("Point at the place"));
@@ -90,9 +96,7 @@ TEST_F(FrameSteeringTest, RendersBeginAtThePointer) {
   EXPECT_TRUE(action("render-here")->isChecked());
   EXPECT_NE(frame->canvas().grab().toImage(), plain) << "the mark";
   keepPicture(*frame, QStringLiteral("frame-render-here"));
-  QTest::mouseMove(&frame->canvas(), {2, 2});
-  settle();
-  ASSERT_EQ(frame->canvas().hoveredPixel(), QPoint(-1, -1));
+  pointBeside();
   press(Qt::Key_O);
   EXPECT_FALSE(render::renderStart());
   EXPECT_EQ(frame->canvas().grab().toImage(), plain);
