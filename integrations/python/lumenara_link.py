@@ -266,7 +266,6 @@ class Connection:
         self.welcome: Message = {}
         self.acknowledged: Message = {}
         """The last ack: commit, milliseconds, objects, triangles, notes."""
-        self._next_id = self._next_commit = 1
         self._open()
 
     # Life.
@@ -279,6 +278,7 @@ class Connection:
         self._failure: Optional[LinkError] = None
         self._closing = False
         self._acked = 0
+        self._next_id = self._next_commit = 1
         try:
             if isinstance(self.address, str):
                 self._socket = socket.socket(socket.AF_UNIX, socket.SOCK_STREAM)
@@ -444,6 +444,11 @@ class Connection:
             self._waiting_bytes += sum(map(len, pieces))
             self._changed.notify_all()
         return number
+
+    @property
+    def applied(self) -> int:
+        """The newest commit that Studio has acknowledged."""
+        return self._acked
 
     @property
     def waiting_bytes(self) -> int:

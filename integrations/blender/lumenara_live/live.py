@@ -58,7 +58,7 @@ class Link:
         if self.sync:
             self.sync.mark_all(begin=True)
             self.outbox.put("ping")  # a dead Studio is noticed before megabytes are read
-            self.outbox._jobs.put(self.outbox.checksums.clear)
+            self.outbox.forget_all()
             self.once = True
             self._start_timer()
 
@@ -88,8 +88,8 @@ class Link:
             return TICK * 10
         self._read_answers()
         # A commit that Studio has not applied yet holds the next one back, so that nothing piles up.
-        waits = self.connection._acked < self.connection._next_commit - 1 and time.monotonic() - self._committed_at < ACK_PATIENCE
-        if waits or self.outbox.connection.waiting_bytes > MOST_WAITING:
+        waits = self.connection.applied < self.sync.commits and time.monotonic() - self._committed_at < ACK_PATIENCE
+        if waits or self.connection.waiting_bytes > MOST_WAITING:
             return TICK
         wanted = self._wanted_view()
         if wanted != self.sync.view:
@@ -230,7 +230,7 @@ def on_undo(*_):
 def on_load(*_):
     if link.sync:
         link.sync.mark_all(begin=True)
-        link.outbox._jobs.put(link.outbox.checksums.clear)
+        link.outbox.forget_all()
         if link.live:
             link._start_timer()
 

@@ -62,3 +62,7 @@ class Outbox:
     def forget(self, key):
         """After a mesh was removed. Queued, so that it happens in order."""
         self._jobs.put(lambda: (self.checksums.pop(key, None), self.triangles.pop(key, None)))
+
+    def forget_all(self):
+        """Before the scene is sent from the start."""
+        self._jobs.put(lambda: (self.checksums.clear(), self.triangles.clear()))
