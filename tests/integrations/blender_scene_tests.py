@@ -240,6 +240,9 @@ class Life(LinkedBlender):
 
     def test_a_lost_studio_is_found_again(self):
         self.studio.drop_client()
+        end = time.monotonic() + 30
+        while link.connected and time.monotonic() < end:
+            time.sleep(0.001)
         self.studio.scene.clear()
         self.settle()
         self.assertIn(CUBE, self.scene.objects)

@@ -57,7 +57,7 @@ class Link:
         """Sends everything; the timer does the work."""
         if self.sync:
             self.sync.mark_all(begin=True)
-            self.outbox.put("ping")  # a dead Studio is noticed before megabytes are read
+            self.outbox.put("send", "ping")  # a dead Studio is noticed before megabytes are read
             self.outbox.forget_all()
             self.once = True
             self._start_timer()
