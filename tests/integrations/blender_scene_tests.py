@@ -13,14 +13,10 @@ import unittest
 
 import bpy
 
-HERE = pathlib.Path(__file__).resolve().parent
-ROOT = HERE.parents[1]
-sys.path[:0] = [str(HERE), str(ROOT / "integrations/python"), str(ROOT / "integrations/blender")]
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent))
 
-import lumenara_link  # as the zip has it: inside of the add-on
-sys.modules["lumenara_live.lumenara_link"] = lumenara_link
+import blender_setup  # finds the add-on
 import lumenara_live
-lumenara_live.lumenara_link = lumenara_link
 from lumenara_live.live import link
 from recording_studio import RecordingStudio
 

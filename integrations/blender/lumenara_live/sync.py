@@ -66,7 +66,7 @@ class Sync:
 
     # Sending.
 
-    def step(self, depsgraph, budget=0.03):
+    def step(self, depsgraph, budget=0.015):
         """Works for about `budget` seconds; True when a commit was queued or nothing was left to send."""
         begin = time.perf_counter()
         try:

@@ -1,6 +1,6 @@
 """Measures the add-on's own share of the link: longest hold of Blender's main thread and time until everything is written.
 
-    blender --background --factory-startup --python measure_send.py -- [TRIANGLES]
+    blender --background --factory-startup --python link_blender_send.py -- [TRIANGLES]
 
 Studio is a small server in this process that reads and drops all bytes, so the figures are Blender's and the add-on's side alone. Prints
 one line of JSON.
@@ -14,13 +14,10 @@ import time
 
 import bpy
 
-ROOT = pathlib.Path(__file__).resolve().parents[2]
-sys.path[:0] = [str(ROOT / "integrations/python"), str(ROOT / "integrations/blender"), str(ROOT / "tests/integrations")]
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "tests/integrations"))
 
-import lumenara_link
-sys.modules["lumenara_live.lumenara_link"] = lumenara_link
+import blender_setup  # finds the add-on
 import lumenara_live
-lumenara_live.lumenara_link = lumenara_link
 from lumenara_live.live import link
 from recording_studio import RecordingStudio
 
