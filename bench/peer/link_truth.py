@@ -37,6 +37,7 @@ def material(name, color=(0.8, 0.8, 0.8), **values):
     shader.inputs["Base Color"].default_value = (*color, 1)
     for key, value in values.items():
         shader.inputs[key.replace("_", " ")].default_value = value
+    shader.distribution = "MULTI_GGX"  # keeps the energy of rough reflections, as ours does
     return made, shader
 
 
@@ -95,8 +96,8 @@ def world(color=(0, 0, 0), strength=1.0):
 
 def lamps_scene():
     """Each kind of lamp on matt surfaces."""
-    matt, _ = material("Matt", Roughness=1, Specular=0)
-    blue, _ = material("Blue", (0.15, 0.3, 0.7), Roughness=1, Specular=0)
+    matt, _ = material("Matt", Roughness=0.5, Specular=0)
+    blue, _ = material("Blue", (0.15, 0.3, 0.7), Roughness=0.5, Specular=0)
     add("plane", matt, size=12)
     add("cube", blue, size=1, location=(-1, 0.5, 0.5))
     smooth(add("uv_sphere", matt, radius=0.6, segments=64, ring_count=32, location=(1, 0, 0.6)))
@@ -121,7 +122,7 @@ def studio_scene():
     made.node_tree.links.new(mapping.outputs["Vector"], node.inputs["Vector"])
     made.node_tree.links.new(node.outputs["Color"], background.inputs["Color"])
     background.inputs["Strength"].default_value = 0.6
-    checks, shader = material("Checks", Roughness=1, Specular=0)
+    checks, shader = material("Checks", Roughness=0.5, Specular=0)
     y, x = numpy.mgrid[0:64, 0:64] // 8
     odd = ((x + y) % 2)[..., None]
     tiles = odd * numpy.array((0.9, 0.75, 0.3, 1)) + (1 - odd) * numpy.array((0.25, 0.35, 0.6, 1))

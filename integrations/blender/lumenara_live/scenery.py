@@ -25,7 +25,7 @@ def light_fields(light, scale, notes):
     """The link's light of a Blender light.
 
     Watts become an intensity in watts a steradian. A point or spot of P watts is a sphere that glows evenly: P / (4 pi). An area light
-    shines from one side by Lambert's law: P / pi along its axis. A sun's strength is its irradiance already.
+    of P watts has in Cycles the radiance P / (4 area), so its intensity along the axis is P / 4. A sun's strength is its irradiance already.
     """
     fields = {"color": floats(light.color), "shadow": bool(light.use_shadow)}
     if light.type == "SUN":
@@ -37,7 +37,8 @@ def light_fields(light, scale, notes):
         if light.type == "SPOT":
             outer = light.spot_size / 2
             edge = math.cos(outer)
-            fields.update(kind="spot", outer=outer, inner=math.acos(min(1.0, edge + (1 - edge) * light.spot_blend)))
+            # Blender's edge is a smooth step, ours a square: this width puts half of the light at the same angle.
+            fields.update(kind="spot", outer=outer, inner=math.acos(edge + (1 - edge) * light.spot_blend * math.sqrt(0.5)))
     if light.use_nodes and light.node_tree:
         output = light.node_tree.get_output_node("ALL") if hasattr(light.node_tree, "get_output_node") else None
         shader = nodes.source(output.inputs[0])[0] if output else None
@@ -54,7 +55,7 @@ def light_fields(light, scale, notes):
 def area_fields(fields, light, scale, notes):
     width = light.size * abs(scale.x)
     height = (light.size_y if light.shape in ("RECTANGLE", "ELLIPSE") else light.size) * abs(scale.y)
-    fields.update(kind="rectangle", intensity=light.energy / math.pi, width=width, height=height)
+    fields.update(kind="rectangle", intensity=light.energy / 4, width=width, height=height)
     if light.shape in ("DISK", "ELLIPSE"):
         if abs(width - height) > 1e-4 * max(width, height):
             notes.append(f"Light \"{light.name}\": an ellipse is shown as a disk of the same area.")
