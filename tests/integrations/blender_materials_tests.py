@@ -148,7 +148,7 @@ class Mapping(unittest.TestCase):
         lights["AREA"].shape, lights["AREA"].size, lights["AREA"].size_y = "RECTANGLE", 2, 1
         notes = []
         found = {kind: scenery.light_fields(light, Vector((3, 2, 1)), notes) for kind, light in lights.items()}
-        self.near([found[kind]["intensity"] for kind in found], [10 / math.pi, 10 / math.pi, 40, 10])
+        self.near([found[kind]["intensity"] for kind in found], [10 / math.pi, 10 / math.pi * (1 + math.cos(0.5)) / 2, 40, 10])
         self.near([found["SPOT"]["inner"], found["SPOT"]["outer"], found["AREA"]["width"], found["AREA"]["height"]], [0.5, 0.5, 6, 2])
         self.assertEqual(notes, [])
 

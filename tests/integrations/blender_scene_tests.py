@@ -201,6 +201,24 @@ class Objects(LinkedBlender):
 
 
 class Life(LinkedBlender):
+    def test_a_followed_view_and_back(self):
+        bpy.context.scene.lumenara.follow = "VIEW"
+        link.tick()
+        self.settle()
+        self.assertEqual(self.scene.settings["camera"], "view camera")
+        self.assertEqual(self.scene.objects["view camera"]["kind"], "camera")
+        bpy.context.scene.lumenara.follow = "CAMERA"
+        link.tick()
+        self.settle()
+        self.assertEqual(self.scene.settings["camera"], "object:Camera")
+        self.assertNotIn("view camera", self.scene.objects)
+
+    def test_moves_are_sent_before_the_next_redraw(self):
+        bpy.data.objects["Cube"].location.x = 7
+        bpy.context.view_layer.update()
+        link.outbox.drain()
+        self.studio.wait(lambda: self.scene.objects[CUBE]["matrix"][12] == 7)
+
     def test_time_and_animation(self):
         cube = bpy.data.objects["Cube"]
         cube.keyframe_insert("location", frame=1)

@@ -87,9 +87,7 @@ class Link:
         if not self._alive():
             return TICK * 10
         self._read_answers()
-        # A commit that Studio has not applied yet holds the next one back, so that nothing piles up.
-        waits = self.connection.applied < self.sync.commits and time.monotonic() - self._committed_at < ACK_PATIENCE
-        if waits or self.connection.waiting_bytes > MOST_WAITING:
+        if self._must_wait():
             return TICK
         wanted = self._wanted_view()
         if wanted != self.sync.view:
@@ -103,6 +101,17 @@ class Link:
         elif self.live:
             self._follow_view()
         return TICK
+
+    def _must_wait(self):
+        """A commit that Studio has not applied yet holds the next one back, so that nothing piles up."""
+        waits = self.connection.applied < self.sync.commits and time.monotonic() - self._committed_at < ACK_PATIENCE
+        return waits or self.connection.waiting_bytes > MOST_WAITING
+
+    def send_moves(self, depsgraph):
+        """Sends transforms at once, before Blender draws: a redraw may take longer than everything else."""
+        if self.connected and self.outbox.failure is None and self.sync.only_moves and not self._must_wait():
+            self.sync.step(depsgraph)
+            self._committed_at = time.monotonic()
 
     def _alive(self):
         """False while Studio is away; connects again when it is back."""
@@ -144,8 +153,8 @@ class Link:
         settings = getattr(bpy.context.scene, "lumenara", None)
         if settings is None or settings.follow != "VIEW" or time.monotonic() - self._view_at < VIEW_INTERVAL:
             if self.sync.camera and settings is not None and settings.follow != "VIEW":
-                self.outbox.put("remove", [self.sync.camera])
-                self.sync.camera, self._view, self.sync.structure = None, None, True
+                self.sync.end_view()
+                self._view = None
             return
         found = first_view()
         if found is None:
@@ -211,6 +220,7 @@ def on_update(scene, depsgraph):
             link.sync.mark_update(update)
         if depsgraph.id_type_updated("COLLECTION"):
             link.sync.structure = True
+        link.send_moves(depsgraph)
 
 
 @persistent

@@ -37,6 +37,8 @@ def light_fields(light, scale, notes):
         if light.type == "SPOT":
             outer = light.spot_size / 2
             edge = math.cos(outer)
+            # Cycles dims a spot by the cosine towards its edge, ours does not: both send the same light in all.
+            fields["intensity"] *= (1 + edge) / 2
             # Blender's edge is a smooth step, ours a square: this width puts half of the light at the same angle.
             fields.update(kind="spot", outer=outer, inner=math.acos(edge + (1 - edge) * light.spot_blend * math.sqrt(0.5)))
     if light.use_nodes and light.node_tree:

@@ -14,7 +14,8 @@ class Sync:
         self.outbox, self.view = outbox, view
         self.notes = []
         self.longest = 0.0  # seconds of the longest call of `step`
-        self.camera = None  # key of the camera to look through
+        self.camera = None  # key of the camera to look through, if it is Blender's view
+        self.ended_view = None
         self.commits = 0
         self.last_commit = None
         self.mark_all(begin=True)
@@ -64,6 +65,10 @@ class Sync:
     def dirty(self):
         return bool(self.structure or self.world or self.moved or self.readers or self.dirty_materials)
 
+    @property
+    def only_moves(self):
+        return bool(self.moved) and not (self.structure or self.world or self.readers or self.dirty_materials)
+
     # Sending.
 
     def step(self, depsgraph, budget=0.015):
@@ -75,7 +80,7 @@ class Sync:
             self.longest = max(self.longest, time.perf_counter() - begin)
 
     def _step(self, depsgraph, over):
-        if self.moved and not self.structure and not self.readers and not self.world:
+        if self.only_moves:
             return self._send_moves(depsgraph)
         if not self.readers and self.structure:
             self._look(depsgraph)
@@ -270,6 +275,13 @@ class Sync:
         if fields != self.settings_sent:
             self.settings_sent = fields
             self.outbox.put("settings", **fields)
+        if self.ended_view:
+            self.outbox.put("remove", [self.ended_view])
+            self.ended_view = None
+
+    def end_view(self):
+        """Back to the scene's camera. The view's own goes once nothing looks through it."""
+        self.ended_view, self.camera, self.structure = self.camera, None, True
 
     def send_time(self, scene):
         rate = scene.render.fps / scene.render.fps_base
