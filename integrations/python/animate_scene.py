@@ -1,7 +1,6 @@
-#!/usr/bin/env python3
 """Shows a ring of cubes in Lumenara Studio and turns it: an example of lumenara_link.
 
-    animate_scene.py [--seconds 10] [--start]
+    python3 animate_scene.py [--seconds 10] [--start]
 
 --start starts Studio where none listens.
 """

@@ -262,6 +262,15 @@ class Life(LinkedBlender):
         self.assertIn(CUBE, self.scene.objects)
         self.assertIn("mesh:Cube", self.scene.meshes)
 
+    def test_a_studio_that_does_not_start_is_told_without_waiting(self):
+        link.disconnect()
+        self.studio.file.unlink()
+        self.assertTrue(link.connect(start=True, program="no-such-program"))
+        end = time.monotonic() + 30
+        while not link.error and time.monotonic() < end:
+            link.tick()
+        self.assertEqual(link.error, "The program no-such-program was not found.")
+
     def test_what_is_picked_in_studio_is_selected(self):
         self.studio.send({"type": "picked", "key": "object:Camera", "name": "Camera"})
         end = time.monotonic() + 30

@@ -1,4 +1,5 @@
 """The link as the add-on keeps it: a connection, Blender's handlers, and a timer that sends in slices."""
+import threading
 import time
 
 import bpy
@@ -25,6 +26,7 @@ class Link:
         self.picked = ""
         self._committed_at = self._retry_at = self._view_at = 0.0
         self._view = None
+        self._start_failure = None
 
     # Connection.
 
@@ -37,7 +39,8 @@ class Link:
         self.error = self.help = ""
         try:
             if start and not lumenara_link.find_studios():
-                lumenara_link.start_studio(program or None)
+                self._start(program)
+                return True
             self.connection = lumenara_link.connect(f"Blender {bpy.app.version_string}")
         except lumenara_link.LinkError as error:
             self.error, self.help = error.text, error.help
@@ -45,6 +48,17 @@ class Link:
         self.outbox = Outbox(self.connection)
         self.sync = sync.Sync(self.outbox, self._wanted_view())
         return True
+
+    def _start(self, program):
+        """Starts Studio on a thread; the timer connects once it listens."""
+        def work():
+            try:
+                lumenara_link.start_studio(program or None)
+            except lumenara_link.LinkError as error:
+                self._start_failure = error
+
+        self._start_failure, self._retry_at = None, 0.0
+        threading.Thread(target=work, name="lumenara-start", daemon=True).start()
 
     def disconnect(self):
         if self.outbox:
@@ -118,7 +132,7 @@ class Link:
         failure = self.outbox.failure if self.outbox else None
         if self.connected and failure is None:
             return True
-        failure = failure or (self.connection.failure if self.connection else None)
+        failure = failure or (self.connection.failure if self.connection else self._start_failure)
         if failure:
             self.error, self.help = failure.text, failure.help
         if time.monotonic() >= self._retry_at:
