@@ -177,16 +177,17 @@ def requeue(farm):
     with open(f"{job}/submissions/1.json") as file:
         number = json.load(file)["array"]
     farm.cluster.run(["scontrol", "requeue", f"{number}_0"])
-    # A requeued task waits for two minutes unless its time is set.
+    # A requeued task waits for two minutes unless its time is set. Slurm refuses a start within the second in which
+    # it ended the task.
     limit = time.monotonic() + 60
     while time.monotonic() < limit:
         tasks = farm.cluster.run(["squeue", "--noheader", "--array", f"--jobs={number}", "--format=%T"])
-        if tasks.strip() == "PENDING":
+        if tasks.strip() == "PENDING" and not os.listdir(f"{job}/work"):
             break
         time.sleep(0.1)
-    farm.cluster.run(["scontrol", "update", f"JobId={number}_0", "StartTime=now"], check=False)
+    farm.cluster.run(["scontrol", "update", f"JobId={number}_0", "StartTime=now+5"], check=False)
     state = farm.wait_end(job)
-    assert state["state"] == "done" and state["failed"] == 0, f"{state}\n{farm.logs(job)}"
+    assert state["state"] == "done" and state["failed"] == 0, f"{state}\n{farm.logs(job)}\n{farm.cluster.logs()}"
     with open(f"{job}/log/1-0.txt") as file:
         log = file.read()
     for frame in range(6):

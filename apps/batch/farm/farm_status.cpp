@@ -87,8 +87,9 @@ LiveTasks liveTasks(const JobFolder& folder, const FarmJob& job) {
 FarmJobState stateOf(const JobFolder& folder, const FarmJob& job) {
   FarmJobState state;
   state.units = job.unitCount();
-  state.finished = isFinished(folder);
+  // Slurm first: what its tasks wrote before they ended is then in the files.
   const LiveTasks live = liveTasks(folder, job);
+  state.finished = isFinished(folder);
   state.slurm = live.known;
   state.runningTasks = live.running, state.waitingTasks = live.waiting;
   state.waiting = live.reasons;
