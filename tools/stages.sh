@@ -1,5 +1,8 @@
 # Shared by test and .ci/run: stages with their times, and runs of tests with their reports. Sourced after setup.sh.
 
+# Labels of tests that run other programs for real.
+OTHER_PROGRAMS='^(slurm|blender)$'
+
 STAGES=()
 FAILED_STAGES=()
 
