@@ -17,6 +17,7 @@ PICTURE = ROOT / "docs/images/architecture.svg"
 PURPOSE = {
     "qt": "windows, managers, editor view",
     "session": "the open document, undo, files",
+    "link": "scenes of other programs",
     "render": "RenderDocument, path tracer",
     "dialog": "gadgets, layout, user areas",
     "view": "editor view, scene hooks",

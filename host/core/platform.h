@@ -110,4 +110,9 @@ long processNumber() noexcept;
 /// Whether no process has this number (above 0) any more.
 bool hasEnded(long processNumber) noexcept;
 
+/// The user's own folder for sockets: $XDG_RUNTIME_DIR/lumenara, else /tmp/lumenara-UID; made with the mode
+/// 0700. Empty, with a sentence in `error`, when it cannot be made, is a link, belongs to another user or has
+/// another mode.
+std::string ownSocketFolder(std::string& error);
+
 } // namespace host::platform

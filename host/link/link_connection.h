@@ -8,8 +8,8 @@
 #include <string>
 #include <thread>
 
-#include "link_socket.h"
 #include "link_stage.h"
+#include "stream_socket.h"
 
 namespace host {
 

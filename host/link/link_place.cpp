@@ -1,12 +1,6 @@
 #include "link_place.h"
 
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <cerrno>
 #include <charconv>
-#include <cstdlib>
-#include <cstring>
 #include <filesystem>
 #include <optional>
 
@@ -33,20 +27,7 @@ std::optional<long> processOf(const std::string& name) {
 } // namespace
 
 std::string linkFolder(std::string& error) {
-  const char* runtime = std::getenv("XDG_RUNTIME_DIR");
-  const std::string folder = runtime && *runtime == '/' ? std::string(runtime) + "/lumenara"
-                                                        : "/tmp/lumenara-" + std::to_string(getuid());
-  if (mkdir(folder.c_str(), S_IRWXU) != 0 && errno != EEXIST) {
-    error = "The folder " + folder + " for the live link cannot be made: " + std::strerror(errno) + ".";
-    return {};
-  }
-  struct stat status {};
-  if (lstat(folder.c_str(), &status) != 0 || !S_ISDIR(status.st_mode) || status.st_uid != getuid() ||
-      (status.st_mode & 0777) != S_IRWXU) {
-    error = "The folder " + folder + " for the live link is not this user's alone; remove it.";
-    return {};
-  }
-  return folder;
+  return platform::ownSocketFolder(error);
 }
 
 void removeStaleLinks(const std::string& folder) {

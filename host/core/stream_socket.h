@@ -1,4 +1,5 @@
-// UNIX sockets of the live link. Any thread; one object is used by one thread at a time, except `Wake::ring`.
+// UNIX sockets between programs of one user. Any thread; one object is used by one thread at a time, except
+// `Wake::ring`.
 #pragma once
 
 #include <cstddef>
