@@ -3,7 +3,7 @@
 include_guard(GLOBAL)
 
 # The host's folders, lower ones first, and what each may use.
-set(LUMENARA_FOLDERS interface core image denoise scene render dialog view session farm qt)
+set(LUMENARA_FOLDERS interface core image denoise scene render dialog view session farm link qt)
 set(LUMENARA_USES_interface)
 set(LUMENARA_USES_core interface)
 set(LUMENARA_USES_image core interface)
@@ -14,7 +14,8 @@ set(LUMENARA_USES_dialog core image scene interface)
 set(LUMENARA_USES_view core image scene interface)
 set(LUMENARA_USES_session dialog view render denoise core image scene interface)
 set(LUMENARA_USES_farm session core image scene interface)
-set(LUMENARA_USES_qt farm session dialog view render denoise core image scene interface)
+set(LUMENARA_USES_link session dialog view render denoise core image scene interface)
+set(LUMENARA_USES_qt farm link session dialog view render denoise core image scene interface)
 
 # Sub-folders that are parts, each loaded at its first use.
 set(LUMENARA_PARTS_image ffmpeg ocio)
@@ -37,8 +38,8 @@ function(lumenara_wall name headers)
   endforeach()
 endfunction()
 
-lumenara_wall(threads "-" host/core host/image host/denoise host/scene host/render host/dialog host/view host/session host/farm host/qt)
-lumenara_wall(json "nlohmann/" host/core host/farm host/scene host/scene/import apps/batch apps/studio apps/help tests bench)
+lumenara_wall(threads "-" host/core host/image host/denoise host/scene host/render host/dialog host/view host/session host/farm host/link host/qt)
+lumenara_wall(json "nlohmann/" host/core host/farm host/link host/scene host/scene/import apps/batch apps/studio apps/help tests bench)
 lumenara_wall(png "spng[.]h$" host/image/codec tests bench)
 lumenara_wall(jpeg "jpeglib[.]h$|jerror[.]h$" host/image/codec tests bench)
 lumenara_wall(tiff "tiffio[.]h$" host/image/tiff tests bench)

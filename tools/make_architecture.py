@@ -18,6 +18,7 @@ PURPOSE = {
     "qt": "windows, managers, editor view",
     "farm": "jobs for many machines, Slurm",
     "session": "the open document, undo, files",
+    "link": "scenes of other programs",
     "render": "RenderDocument, path tracer",
     "dialog": "gadgets, layout, user areas",
     "view": "editor view, scene hooks",

@@ -43,6 +43,7 @@ int run(int argc, char** argv, const StudioArguments& given) {
   options.home = Filename(String(given.home));
   options.openViewer = given.viewer;
   options.resetLayout = given.resetLayout;
+  options.listen = given.listen;
   host::Studio studio(std::move(options));
   QObject::connect(&studio, &host::Studio::finished, &application, &QApplication::quit, Qt::QueuedConnection);
   studio.start();

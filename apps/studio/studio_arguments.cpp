@@ -11,6 +11,8 @@ StudioArguments parseStudioArguments(int argc, const char* const* argv) {
   app.add_option("SCENE", given.scene, "A scene to open: glTF, OBJ, FBX, PLY, STL or DAE");
   app.add_flag("--viewer", given.viewer, "Open the Lumenara viewer and render the scene in it");
   app.add_flag("--reset-layout", given.resetLayout, "Start with the default layout of windows and dialogs");
+  app.add_flag("--listen,!--no-listen", given.listen,
+               "Take scenes that other programs send through the live link (default), or do not");
   app.add_option("--home", given.home,
                  "Folder for settings and plug-ins (default: LUMENARA_HOME, else the user's data folder)")
       ->type_name("DIR");

@@ -8,6 +8,7 @@
 struct StudioArguments {
   std::string scene, home; // empty: not given
   bool viewer = false, resetLayout = false;
+  bool listen = true; // for the live link
   struct Leave {
     std::string text;
     int code = 0;

@@ -144,4 +144,9 @@ class ChildProgram {
   std::optional<int> code_;
 };
 
+/// The user's own folder for sockets: $XDG_RUNTIME_DIR/lumenara, else /tmp/lumenara-UID; made with the mode
+/// 0700. Empty, with a sentence in `error`, when it cannot be made, is a link, belongs to another user or has
+/// another mode.
+std::string ownSocketFolder(std::string& error);
+
 } // namespace host::platform

@@ -383,4 +383,21 @@ void ChildProgram::ask() noexcept {
   if (process_ > 0 && !ended()) kill(static_cast<pid_t>(process_), SIGTERM);
 }
 
+std::string ownSocketFolder(std::string& error) {
+  const char* runtime = std::getenv("XDG_RUNTIME_DIR");
+  const std::string folder = runtime && *runtime == '/' ? std::string(runtime) + "/lumenara"
+                                                        : "/tmp/lumenara-" + std::to_string(getuid());
+  if (mkdir(folder.c_str(), S_IRWXU) != 0 && errno != EEXIST) {
+    error = "The folder " + folder + " for the live link cannot be made: " + std::strerror(errno) + ".";
+    return {};
+  }
+  struct stat status {};
+  if (lstat(folder.c_str(), &status) != 0 || !S_ISDIR(status.st_mode) || status.st_uid != getuid() ||
+      (status.st_mode & 0777) != S_IRWXU) {
+    error = "The folder " + folder + " for the live link is not this user's alone; remove it.";
+    return {};
+  }
+  return folder;
+}
+
 } // namespace host::platform

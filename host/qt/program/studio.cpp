@@ -1,7 +1,11 @@
 #include "studio.h"
 
+#include <QLabel>
+#include <QStatusBar>
+
 #include "c4d_events.h"
 #include "c4d_file.h"
+#include "link_server.h"
 #include "main_window.h"
 #include "placements.h"
 #include "qt_main_loop.h"
@@ -76,6 +80,23 @@ void Studio::start() {
   inspector_ = StudioInspector::fromEnvironment();
   if (options_.scene.Content()) window_->openFile(options_.scene);
   if (viewer) renderWhenLoaded();
+  if (options_.listen) startLink();
+}
+
+// The status bar names the program whose scene is shown.
+void Studio::startLink() {
+  link_ = std::make_unique<LinkServer>(*session_);
+  if (!link_->error().empty()) GePrint(String(link_->error()));
+  auto* label = new QLabel(window_.get());
+  label->setObjectName(QStringLiteral("linkState"));
+  label->hide();
+  window_->statusBar()->addPermanentWidget(label);
+  linkChanged_ = link_->changed.add([this, label] {
+    const LinkServer::State& state = link_->state();
+    label->setVisible(!state.program.empty());
+    label->setText(tr("%1 connected, %n object(s)", "", static_cast<int>(state.objects))
+                       .arg(QString::fromStdString(state.program)));
+  });
 }
 
 bool Studio::openViewer() {
@@ -98,6 +119,8 @@ void Studio::renderWhenLoaded() {
 void Studio::shutDown() {
   if (std::exchange(down_, true)) return;
   firstLoad_.cancel();
+  linkChanged_.cancel();
+  link_.reset();
   inspector_.reset();
   ui_->keepOpenDialogs();
   window_->shutDown();

@@ -15,6 +15,7 @@ class MainWindow;
 class QtMainLoop;
 class QtUserInterface;
 class StudioInspector;
+class LinkServer;
 
 struct StudioOptions {
   Filename scene;           // opened at the start; empty: none
@@ -23,6 +24,7 @@ struct StudioOptions {
   bool openViewer = false;  // opens the Lumenara dialog and asks it for a picture
   bool resetLayout = false; // the default layout; stored places of windows and dialogs are forgotten
   bool loadModules = true;
+  bool listen = false; // takes scenes of other programs through the live link
   std::vector<PluginUnit> linkedPlugins;
   std::FILE* consoleEcho = stderr;
 };
@@ -52,6 +54,7 @@ class Studio : public QObject {
  private:
   bool openViewer();
   void renderWhenLoaded();
+  void startLink();
 
   StudioOptions options_;
   std::unique_ptr<QtUserInterface> ui_;
@@ -60,7 +63,8 @@ class Studio : public QObject {
   std::unique_ptr<Session> session_;
   std::unique_ptr<MainWindow> window_;
   std::unique_ptr<StudioInspector> inspector_;
-  Subscription firstLoad_;
+  std::unique_ptr<LinkServer> link_;
+  Subscription firstLoad_, linkChanged_;
   bool down_ = false;
 };
 

@@ -125,6 +125,29 @@ bool Edits::apply(const String& name, const Change& change, const String& mergeK
   return finish(name, mergeKey, before);
 }
 
+void Edits::absorb(const Change& change, bool counts) {
+  if (inside_ || continuous_ || !hub_.document() || !change) return;
+  notice(outsideName);
+  const bool clean = revision_ == savedRevision_;
+  const ImagePtr before = image_;
+  try {
+    run(change);
+  } catch (...) {
+    putImage(*stateOf(hub_.document()), before);
+    throw;
+  }
+  const ImagePtr after = look();
+  if (after == before) return;
+  if (differs(before, after)) {
+    steps_.clear();
+    position_ = bytes_ = 0;
+    revision_ = ++lastRevision_;
+    if (clean && !counts) savedRevision_ = revision_;
+    tell();
+  }
+  tellHub(before, after);
+}
+
 void Edits::tellHub(const ImagePtr& before, const ImagePtr& after) {
   pictureDiffers(before, after) ? hub_.tellChanged() : hub_.tellUnseen();
   if (selectionDiffers(before, after)) hub_.tellSelection();

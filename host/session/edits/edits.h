@@ -43,6 +43,11 @@ class Edits {
   /// exception goes on to the caller.
   bool apply(const String& name, const Change& change, const String& mergeKey = {});
 
+  /// Runs `change` without a step, for changes that another program makes. The steps before it are dropped,
+  /// since undo would bring back what that program has changed. `counts`: as an unsaved change. Does nothing
+  /// within an edit.
+  void absorb(const Change& change, bool counts);
+
   // A continuous edit, such as a drag of the mouse or of a slider: one step for all its updates.
 
   /// False during another continuous edit.

@@ -1,0 +1,275 @@
+#include "link_server.h"
+
+#include <algorithm>
+#include <cstdio>
+
+#include "atomic_file.h"
+#include "document.h"
+#include "link_place.h"
+#include "parameters.h"
+#include "platform.h"
+#include "scene_queries.h"
+#include "stopwatch.h"
+
+namespace host {
+
+namespace {
+
+constexpr Milliseconds retryPeriod = 50;
+constexpr Milliseconds cameraPeriod = 67; // at most 15 a second
+
+Json matrixList(const Matrix& m) {
+  Json list = Json::array();
+  for (const auto& [axis, last] :
+       {std::pair(m.v1, 0), std::pair(m.v2, 0), std::pair(m.v3, 0), std::pair(m.off, 1)}) {
+    for (const Real part : {axis.x, axis.y, axis.z})
+      list.push_back(part);
+    list.push_back(last);
+  }
+  return list;
+}
+
+} // namespace
+
+LinkServer::LinkServer(Session& session) : session_(session), applier_(session), self_(lifetime_.ref()) {
+  picked_ = session_.hub().selectionChanged.add([this] { tellPicked(); });
+  if (!startListening()) return;
+  describe();
+  thread_ = std::thread([this] { listen(); });
+  cameraTimer_ = mainLoop().addTimer(cameraPeriod, [this] { tellCamera(true); });
+}
+
+LinkServer::~LinkServer() {
+  lifetime_.end();
+  mainLoop().removeTimer(cameraTimer_);
+  mainLoop().removeTimer(retry_);
+  stop_ = true;
+  wake_.ring();
+  if (thread_.joinable()) thread_.join();
+  std::vector<std::shared_ptr<LinkConnection>> connections;
+  {
+    const std::lock_guard lock(mutex_);
+    connections.swap(connections_);
+  }
+  for (const auto& connection : connections)
+    connection->send({{"type", "closed"}, {"reason", "Lumenara Studio has ended."}});
+  for (const auto& connection : connections)
+    connection->stop();
+  if (path_.empty()) return;
+  std::remove(path_.c_str());
+  std::remove((path_.substr(0, path_.size() - 4) + "json").c_str());
+}
+
+bool LinkServer::startListening() {
+  const std::string folder = linkFolder(error_);
+  if (folder.empty()) return false;
+  removeStaleLinks(folder);
+  const std::string path = folder + "/link-" + std::to_string(platform::processNumber()) + ".sock";
+  std::remove(path.c_str()); // of an ended process with the same number
+  std::string reason;
+  listening_ = Socket::listenAt(path, reason);
+  if (!listening_.isValid()) {
+    error_ = "The live link cannot listen at " + path + ": " + reason + ".";
+    return false;
+  }
+  path_ = path;
+  return true;
+}
+
+// Clients find the socket by this file.
+void LinkServer::describe() {
+  const Json description{{"version", 1},
+                         {"pid", platform::processNumber()},
+                         {"socket", path_},
+                         {"program", "Lumenara Studio"},
+                         {"scene", session_.files().title().GetUTF8()},
+                         {"started", clock().wallSeconds()}};
+  replaceFile(Filename(String(path_.substr(0, path_.size() - 4) + "json")),
+              description.dump(2, ' ', false, Json::error_handler_t::replace) + "\n", &error_);
+}
+
+void LinkServer::listen() {
+  platform::setThreadName("link listener");
+  LinkReceiver& receiver = *this;
+  while (!stop_) {
+    listening_.wait(wake_, false, -1);
+    wake_.clear();
+    Socket arrived = listening_.accept();
+    const std::lock_guard lock(mutex_);
+    std::erase_if(connections_, [](const auto& connection) { return connection->hasEnded(); });
+    if (!arrived.isValid() || stop_) continue;
+    connections_.push_back(std::make_shared<LinkConnection>(std::move(arrived), receiver));
+    connections_.back()->start();
+  }
+}
+
+void LinkServer::post(std::function<void(LinkServer&)> task) {
+  mainLoop().post([self = self_, task = std::move(task)] {
+    if (self) task(*self.get());
+  });
+}
+
+// --- on the connections' threads ---
+
+bool LinkServer::claim(const LinkConnection& connection) {
+  const std::lock_guard lock(mutex_);
+  if (!owner_) owner_ = &connection;
+  return owner_ == &connection;
+}
+
+void LinkServer::greeted(const std::shared_ptr<LinkConnection>& connection) {
+  post([program = connection->program()](LinkServer& server) {
+    if (!server.state_.program.empty()) return;
+    server.state_.program = program;
+    server.changed.call();
+  });
+}
+
+void LinkServer::committed(const std::shared_ptr<LinkConnection>& connection, LinkScenePtr scene) {
+  const std::lock_guard lock(mutex_);
+  if (pending_.scene) {
+    ++pending_.skipped;
+    pending_.undo = pending_.undo || pending_.scene->undo;
+  }
+  pending_.connection = connection;
+  pending_.scene = std::move(scene);
+  if (std::exchange(posted_, true)) return;
+  post([](LinkServer& server) { server.applyPending(); });
+}
+
+void LinkServer::asked(const std::shared_ptr<LinkConnection>& connection, const Json& message) {
+  if (textIn(message, "type") != "open")
+    throw LinkError("This Lumenara Studio does not send pictures.", "Save the picture in Studio.");
+  post([connection, message](LinkServer& server) { server.open(*connection, message); });
+}
+
+void LinkServer::ended(const LinkConnection& connection) {
+  {
+    const std::lock_guard lock(mutex_);
+    if (owner_ == &connection) owner_ = nullptr;
+  }
+  wake_.ring(); // the listener forgets it
+  post([gone = &connection](LinkServer& server) { server.left(gone); });
+}
+
+// --- on the main thread ---
+
+void LinkServer::left(const LinkConnection* connection) {
+  const std::lock_guard lock(mutex_);
+  if (client_.get() == connection) client_.reset();
+  if (owner_) return;
+  state_.program.clear();
+  mainLoop().post([self = self_] {
+    if (self) self->changed.call();
+  });
+}
+
+// A commit waits while the user drags a value or answers a question.
+void LinkServer::applyPending() {
+  if (applying_ || session_.edits().isContinuous() || mainLoop().inModal()) {
+    if (retry_ != 0) return;
+    retry_ = mainLoop().addTimer(retryPeriod, [this] {
+      mainLoop().removeTimer(std::exchange(retry_, 0));
+      applyPending();
+    });
+    return;
+  }
+  Pending pending;
+  {
+    const std::lock_guard lock(mutex_);
+    std::swap(pending, pending_);
+    posted_ = false;
+  }
+  if (!pending.scene) return;
+  applying_ = true;
+  try {
+    show(pending);
+  } catch (const std::exception& error) {
+    pending.connection->send({{"type", "error"},
+                              {"message", nullptr},
+                              {"text", std::string("The scene could not be taken over: ") + error.what()},
+                              {"help", "Send the scene again."}});
+  }
+  applying_ = false;
+}
+
+void LinkServer::show(const Pending& pending) {
+  const Stopwatch watch;
+  LinkScenePtr scene = pending.scene;
+  if (pending.undo && !scene->undo) {
+    auto copy = std::make_shared<LinkScene>(*scene);
+    copy->undo = true;
+    scene = std::move(copy);
+  }
+  if (!applier_.apply(scene)) {
+    pending.connection->send(
+        {{"type", "error"},
+         {"message", nullptr},
+         {"text", "The scene that is open in Lumenara Studio has unsaved changes and stays."},
+         {"help", "Save it or discard its changes, then send the scene again."}});
+    return;
+  }
+  shown_ = scene;
+  client_ = pending.connection;
+  state_.program = client_->program();
+  state_.objects = scene->objects->size();
+  state_.triangles = scene->triangles;
+  ++state_.commits;
+  tellCamera(false);
+  Json ack{{"type", "ack"},
+           {"commit", scene->commit},
+           {"milliseconds", watch.milliseconds()},
+           {"objects", state_.objects},
+           {"triangles", state_.triangles},
+           {"notes", scene->notes}};
+  if (pending.skipped > 0) ack["through"] = scene->commit;
+  client_->send(ack);
+  changed.call();
+}
+
+void LinkServer::open(LinkConnection& connection, const Json& message) {
+  const Filename file{String(textIn(message, "path"))};
+  if (file.Content() && session_.files().open(file))
+    return connection.send({{"type", "ack"}, {"message", member(message, "id")}});
+  connection.send(
+      {{"type", "error"},
+       {"message", member(message, "id")},
+       {"text", "The scene is not opened: the open scene has unsaved changes, or no path was given."},
+       {"help", "Answer the question in Lumenara Studio."}});
+}
+
+void LinkServer::tell(const Json& message) {
+  if (client_) client_->send(message);
+}
+
+void LinkServer::tellPicked() {
+  if (!client_ || !shown_ || !session_.document()) return;
+  const std::vector<Identity> selected = selectedObjects(*session_.document());
+  if (selected.empty()) return;
+  for (const LinkObjectPtr& object : *shown_->objects)
+    if (object->identity == selected.front())
+      return tell({{"type", "picked"}, {"key", object->key}, {"name", object->name.GetUTF8()}});
+}
+
+// Notes the view's camera, and sends it when it has moved since.
+void LinkServer::tellCamera(bool send) {
+  if (!client_ || !shown_ || !session_.document()) return;
+  const DocumentState& document = *stateOf(session_.document());
+  const ViewState* view = document.renderView;
+  if (!view) return;
+  const auto* chosen = static_cast<const ObjectState*>(findNode(document, view->camera));
+  const ObjectState* camera = chosen ? chosen : view->editorCamera;
+  if (!camera) return;
+  const Matrix place = worldOf(*camera);
+  const Real fov = param::real(*camera, param::cameraYfov);
+  if (place == lastView_ && fov == lastFov_) return;
+  lastView_ = place;
+  lastFov_ = fov;
+  if (!send) return;
+  Json key;
+  for (const LinkObjectPtr& object : *shown_->objects)
+    if (chosen && object->identity == chosen->identity) key = object->key;
+  tell({{"type", "camera"}, {"key", key}, {"matrix", matrixList(place)}, {"yfov", fov}});
+}
+
+} // namespace host

@@ -1,0 +1,91 @@
+// The live link of a running program (docs/link.md): listens, takes scenes of other programs into the
+// session's document, and answers. Main thread; destroyed before the session.
+#pragma once
+
+#include <atomic>
+#include <functional>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+#include "lifetime.h"
+#include "link_applier.h"
+#include "link_connection.h"
+
+namespace host {
+
+class LinkServer final : private LinkReceiver {
+ public:
+  /// Listens in the folder of link_place.h.
+  explicit LinkServer(Session& session);
+  ~LinkServer();
+  LinkServer(const LinkServer&) = delete;
+  LinkServer& operator=(const LinkServer&) = delete;
+
+  /// The reason why it does not listen, as a sentence; empty when it does.
+  const std::string& error() const noexcept { return error_; }
+  const std::string& socketPath() const noexcept { return path_; }
+
+  /// The client that sends a scene.
+  struct State {
+    std::string program; // empty: none is connected
+    std::size_t objects = 0, triangles = 0;
+    std::size_t commits = 0; // applied so far, of all clients
+  };
+  const State& state() const noexcept { return state_; }
+  /// The state has changed.
+  Listeners<> changed;
+
+ private:
+  struct Pending {
+    std::shared_ptr<LinkConnection> connection;
+    LinkScenePtr scene;
+    bool undo = false;
+    int skipped = 0; // commits that it replaced
+  };
+
+  bool claim(const LinkConnection& connection) override;
+  void greeted(const std::shared_ptr<LinkConnection>& connection) override;
+  void committed(const std::shared_ptr<LinkConnection>& connection, LinkScenePtr scene) override;
+  void asked(const std::shared_ptr<LinkConnection>& connection, const Json& message) override;
+  void ended(const LinkConnection& connection) override;
+
+  bool startListening();
+  void describe();
+  void listen();
+  void applyPending();
+  void show(const Pending& pending);
+  void open(LinkConnection& connection, const Json& message);
+  void tellPicked();
+  void tellCamera(bool send);
+  void tell(const Json& message);
+  void left(const LinkConnection* connection);
+  void post(std::function<void(LinkServer&)> task);
+
+  Session& session_;
+  LinkApplier applier_;
+  std::string path_, error_;
+  Socket listening_;
+  Wake wake_;
+  std::thread thread_;
+  std::atomic<bool> stop_{false};
+
+  std::mutex mutex_; // of the members down to posted_
+  std::vector<std::shared_ptr<LinkConnection>> connections_;
+  const LinkConnection* owner_ = nullptr; // the client that sends a scene
+  Pending pending_;
+  bool posted_ = false;
+
+  State state_;
+  std::shared_ptr<LinkConnection> client_; // of the last applied scene
+  LinkScenePtr shown_;
+  bool applying_ = false;
+  TimerId retry_ = 0, cameraTimer_ = 0;
+  Matrix lastView_;
+  Real lastFov_ = 0;
+  Subscription picked_;
+  Lifetime<LinkServer> lifetime_{*this};
+  const WeakRef<LinkServer> self_; // copied on the connections' threads
+};
+
+} // namespace host
