@@ -106,7 +106,7 @@ def check_foreign(path, area, name):
         return "is not of the C++ standard library, the only one that the plug-in and its interface use"
     if PLATFORM_FILE.fullmatch(path.as_posix()) or area.startswith("tests"):
         return None
-    return f"is neither standard nor a known dependency; what only one platform has belongs into {PLATFORM_FILE}"
+    return f"is neither standard nor a known dependency; what only one platform has belongs into host/core/*_linux.cpp"
 
 
 def check_file(root, path, headers):
@@ -120,7 +120,7 @@ def check_file(root, path, headers):
             if fault:
                 yield f"{path}:{number}: {quoted or angled or macro} {fault}"
         elif portable and LINUX_ONLY.search(line):
-            yield f"{path}:{number}: is Linux only; that belongs into {PLATFORM_FILE}"
+            yield f"{path}:{number}: is Linux only; that belongs into host/core/*_linux.cpp"
 
 
 def check_names(headers_by_path):
