@@ -307,9 +307,11 @@ TEST_F(ManagerSettingsTest, TabGoesThroughThePageFromTheTop) {
   dialog->tabs().setCurrentIndex(1);
   settle();
   choice(RDATA_RENDERENGINE).setFocus();
-  const LONG order[] = {render::shadingSetting, RDATA_MAXSAMPLES,          render::spreadSetting,
-                        RDATA_NOISETHRESHOLD,   render::denoiseSetting,    RDATA_ANTIALIASING,
-                        RDATA_AAFILTER,         render::motionBlurSetting, RDATA_LOD};
+  const LONG order[] = {render::shadingSetting,    RDATA_MAXSAMPLES,
+                        render::spreadSetting,     RDATA_NOISETHRESHOLD,
+                        render::denoiseSetting,    render::radianceCacheSetting,
+                        RDATA_ANTIALIASING,        RDATA_AAFILTER,
+                        render::motionBlurSetting, RDATA_LOD};
   for (const LONG id : order) {
     QTest::keyClick(dialog->focusWidget(), Qt::Key_Tab);
     EXPECT_EQ(dialog->focusWidget(), dialog->field(id)) << id;

@@ -97,6 +97,12 @@ def gone(studio, name):
     wait_for(f"no {name} any more", lambda: studio.find(name=name) is None)
 
 
+def asked(studio, question):
+    """Waits for a question, and until its box has the keyboard, which the window manager gives it later."""
+    wait_for("the question", lambda: studio.find(name="sentence", text=question))
+    wait_for("the box's keyboard", lambda: "Yes" in ((with_focus(studio) or {}).get("text") or ""))
+
+
 def recording(run):
     """An environment in which a request to open a file or an address is recorded."""
     folder = run.folder / "bin"
@@ -293,13 +299,13 @@ def animation_by_keys(run):
     tab_to(studio, 1109)
     studio.key("space")
     question = "Are you sure you want to cancel the animation?"
-    wait_for("the question", lambda: studio.find(name="sentence", text=question))
+    asked(studio, question)
     studio.key("Escape")
     gone(studio, "box")
     count = len(list(run.folder.glob("long*.jpg")))
     wait_for("more frames after a no", lambda: len(list(run.folder.glob("long*.jpg"))) > count + 1, 60, 0.1)
     studio.key("space")
-    wait_for("the question", lambda: studio.find(name="sentence", text=question))
+    asked(studio, question)
     studio.key("Return")
     gone(studio, "box")
     wait_for("the end", lambda: not studio.busy(), 20)

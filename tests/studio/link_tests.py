@@ -2,8 +2,12 @@
 """The live link with the real program: the scene of another program in the viewer, its changes, and the end of either side."""
 
 import os
+import pathlib
+import shutil
 import socket
+import statistics
 import struct
+import subprocess
 import sys
 import time
 
@@ -63,5 +67,65 @@ def live_link(run):
             print(f"the client says: {error}")
 
 
+class Blender:
+    """Blender in the background, with the add-on connected to a Studio."""
+
+    def __init__(self, run, studio):
+        if not shutil.which("blender"):
+            print("skipped: Blender is not installed")
+            sys.exit(77)
+        folder = run.folder / "blender"
+        folder.mkdir(exist_ok=True)
+        settings = dict(os.environ, XDG_RUNTIME_DIR=str(studio.inspect_folder), BLENDER_USER_CONFIG=str(folder), BLENDER_USER_SCRIPTS=str(folder))
+        script = pathlib.Path(__file__).resolve().parent / "blender_mover.py"
+        self.process = subprocess.Popen(["blender", "--background", "--factory-startup", "--python-exit-code", "1", "--python", str(script)],
+                                        env=settings, stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
+        self.answer("SENT")
+
+    def answer(self, word):
+        said = []
+        for line in self.process.stdout:
+            if line.startswith(word):
+                return [float(number) for number in line.split()[1:]]
+            said.append(line)
+        check(False, "Blender ended: " + "".join(said)[-800:])
+
+    def move(self, *place):
+        """The time at which the cube moved."""
+        self.process.stdin.write(" ".join(map(str, place)) + "\n")
+        self.process.stdin.flush()
+        return self.answer("MOVED")[0]
+
+    def kill(self):
+        self.process.kill()
+        self.process.wait()
+
+
+def blender(run):
+    """The start scene of a real Blender in the viewer; its cube moves, and Blender dies."""
+    studio = run.viewer()
+    set_auto(studio, True)
+    own = studio.settled()
+    modeller = Blender(run, studio)
+    studio.changed_from(own, 3)
+    before = studio.settled()
+    times = []
+    for turn in range(1, 13):
+        moved = modeller.move(1.5 * (turn % 2), 0.2 * turn, 0)
+        wait_for("the moved cube", lambda: (lambda shot: shot if shot.difference(before) > 0.3 else None)(studio.picture()), 30, 0.005)
+        times.append(time.time() - moved)
+        before = studio.settled()
+    run.options.output.mkdir(parents=True, exist_ok=True)
+    run.display.save(run.options.output / "blender.png")
+    times.sort()
+    print(f"move to changed pixels: median {1000 * statistics.median(times):.0f} ms, longest {1000 * times[-1]:.0f} ms")
+    modeller.kill()
+    check(studio.settled().difference(before) == 0, "the picture stays when Blender dies")
+    again = Blender(run, studio)
+    again.move(0, 0, 2)
+    studio.changed_from(before)
+    again.kill()
+
+
 if __name__ == "__main__":
-    sys.exit(main((live_link,)))
+    sys.exit(main((live_link, blender)))

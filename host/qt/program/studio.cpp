@@ -10,6 +10,7 @@
 #include "placements.h"
 #include "qt_main_loop.h"
 #include "qt_user_interface.h"
+#include "status_widget.h"
 #include "studio_inspector.h"
 #include "view_tracer.h"
 #include "window_layout.h"
@@ -22,6 +23,8 @@ namespace {
 constexpr LONG viewerCommand = 1021442;
 constexpr LONG refreshCommand = 1021447;
 constexpr LONG cancelCommand = 1021448;
+
+constexpr qsizetype longestName = 64; // of a program at the live link, in the status bar
 
 ProgramOptions programOptions(const StudioOptions& options, UserInterface& ui) {
   ProgramOptions program;
@@ -89,13 +92,16 @@ void Studio::startLink() {
   if (!link_->error().empty()) GePrint(String(link_->error()));
   auto* label = new QLabel(window_.get());
   label->setObjectName(QStringLiteral("linkState"));
+  label->setTextFormat(Qt::PlainText); // the name comes from a stranger
   label->hide();
   window_->statusBar()->addPermanentWidget(label);
   linkChanged_ = link_->changed.add([this, label] {
     const LinkServer::State& state = link_->state();
     label->setVisible(!state.program.empty());
-    label->setText(tr("%1 connected, %n object(s)", "", static_cast<int>(state.objects))
-                       .arg(QString::fromStdString(state.program)));
+    const QString objects =
+        state.objects == 1 ? tr("1 object") : tr("%1 objects").arg(countText(state.objects));
+    label->setText(
+        tr("%1 connected, %2").arg(QString::fromStdString(state.program).left(longestName), objects));
   });
 }
 
