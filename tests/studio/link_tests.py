@@ -109,14 +109,14 @@ def blender(run):
     modeller = Blender(run, studio)
     studio.changed_from(own, 3)
     before = studio.settled()
+    run.options.output.mkdir(parents=True, exist_ok=True)
+    run.display.save(run.options.output / "blender.png")
     times = []
     for turn in range(1, 13):
         moved = modeller.move(1.5 * (turn % 2), 0.2 * turn, 0)
         wait_for("the moved cube", lambda: (lambda shot: shot if shot.difference(before) > 0.3 else None)(studio.picture()), 30, 0.005)
         times.append(time.time() - moved)
         before = studio.settled()
-    run.options.output.mkdir(parents=True, exist_ok=True)
-    run.display.save(run.options.output / "blender.png")
     times.sort()
     print(f"move to changed pixels: median {1000 * statistics.median(times):.0f} ms, longest {1000 * times[-1]:.0f} ms")
     modeller.kill()
