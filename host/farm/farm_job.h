@@ -46,14 +46,14 @@ struct FarmJob {
   int unitCount() const;
   /// The frame, or the number of the part from 1.
   LONG numberOf(int unit) const;
-  /// Nothing when the number is none of the job's.
+  /// Nothing for a number that is not the job's.
   std::optional<int> unitOf(LONG number) const;
   /// "frame 12", "part 2 of 8".
   std::string nameOf(int unit) const;
 };
 
 std::string textOf(const FarmJob& job);
-/// Nothing when the text is none of a job that this program can work on.
+/// Nothing for a text without a job that this program can work on.
 std::optional<FarmJob> farmJobOf(const std::string& text);
 
 /// The units of each task of an array of Slurm: one submission.

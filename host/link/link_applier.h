@@ -28,7 +28,7 @@ class LinkApplier {
   void putTime(const LinkScene& scene);
 
   Session& session_;
-  LinkScenePtr shown_; // the last scene; null when the document is none of the link's
+  LinkScenePtr shown_; // the last scene; null when the document is not the link's
   bool owns_ = false;  // the document was made for the link
   bool replacing_ = false;
   std::unordered_map<Identity, LinkObjectPtr> objects_;

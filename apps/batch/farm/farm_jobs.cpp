@@ -137,7 +137,7 @@ ExitCode showLog(const FarmJobOptions& options, const JobFolder& folder, const F
   } catch (const std::exception&) { // not a number, or none of a frame
   }
   if (!unit)
-    throw Stop(ExitCode::wrongUse, options.frame + " is none of the job, which has " + job.nameOf(0) +
+    throw Stop(ExitCode::wrongUse, options.frame + " does not belong to the job, which has " + job.nameOf(0) +
                                        " to " + job.nameOf(job.unitCount() - 1));
   if (printLogs(folder, job, *unit)) return ExitCode::done;
   throw Stop(ExitCode::sceneUnreadable, "the task of " + job.nameOf(*unit) + " has printed nothing yet");

@@ -22,7 +22,7 @@ std::string counted(int count, const char* what) {
   return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
 }
 
-/// What the finished units took.
+/// Times and memory of the finished units.
 void addTimes(FarmJobState& state, const host::farm::UnitStates& states, const std::vector<int>& done) {
   double sum = 0;
   for (const int unit : done) {

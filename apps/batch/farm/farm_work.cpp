@@ -55,7 +55,7 @@ int taskNumber(const FarmWorkOptions& options, std::size_t count) {
   if (task < 0 && count == 1) task = 0;
   if (task >= 0 && static_cast<std::size_t>(task) < count) return task;
   throw Stop(ExitCode::wrongUse,
-             "this task is none of the job's; write --task N, 0 to " + std::to_string(count - 1));
+             "this task does not belong to the job; write --task N, 0 to " + std::to_string(count - 1));
 }
 
 /// The units that are claimed for this program now: neither done nor given up, nor another program's.

@@ -12,7 +12,7 @@
 
 namespace batch {
 
-/// What the scheduler has granted to this task.
+/// Resources that the scheduler has granted to this task.
 struct Granted {
   int threads = 0;          // 0: all of the machine
   std::uint64_t memory = 0; // bytes; 0: not limited

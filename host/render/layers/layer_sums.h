@@ -56,7 +56,8 @@ class LayerSums {
 
   bool hasLooks() const { return hits_.hasLooks(); }
   int mostCovers() const { return mattes_.mostCovers(); }
-  /// The sums of a pixel, for a SampleWriter or a SampleReader. False when a value is none of this scene.
+  /// The sums of a pixel, for a SampleWriter or a SampleReader. False when a value does not belong to this
+  /// scene.
   template <class Archive>
   bool archive(Archive& archive, std::size_t pixel, const SampleLayout& layout) {
     hits_.archive(archive, pixel, layout.looks);

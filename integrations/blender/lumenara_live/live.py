@@ -181,7 +181,7 @@ class Link:
             self._committed_at = self._view_at
             self.sync.send_view(view.view_matrix.inverted(), lens)
 
-    # What the panel says.
+    # Texts of the panel.
 
     def status(self):
         """Lines for the panel."""
