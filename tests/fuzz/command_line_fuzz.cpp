@@ -62,6 +62,21 @@ struct Check {
       require(std::isfinite(limit.value), "limits are numbers");
     }
   }
+  void operator()(const batch::MergeOptions& o) const {
+    require(!o.films.empty() && !o.image.empty(), "films become a picture");
+    require(!o.compression || (*o.compression >= 0 && *o.compression < 10), "compressions are known");
+    require(o.threads >= 0 && o.threads <= 1024, "threads are limited");
+  }
+  void operator()(const batch::FarmSubmitOptions& o) const {
+    check(o.run.sampling);
+    require(o.frames != (o.parts > 0), "frames or parts are split");
+    require(o.chunk >= 0, "tasks have units");
+    require(!o.layers || (*o.layers & ~host::allLayers()) == 0, "layers are known");
+  }
+  void operator()(const batch::FarmJobOptions&) const {}
+  void operator()(const batch::FarmWorkOptions& o) const {
+    require(o.submission >= 0 && o.task >= -1, "submissions and tasks have numbers");
+  }
   void operator()(const batch::InfoOptions&) const {}
   void operator()(const batch::SettingsOptions&) const {}
   void operator()(const batch::HistoryOptions&) const {}
