@@ -7,6 +7,7 @@ import pathlib
 import shutil
 import struct
 import subprocess
+import sys
 
 FOLDER = pathlib.Path(__file__).parent / "corpus"
 
@@ -419,8 +420,45 @@ def films():
     write("film", "light.hdr", b"#?RADIANCE\nFORMAT=32-bit_rle_rgbe\n\n-Y 1 +X 2\n" + bytes([1, 2, 3, 128] * 2))
 
 
+def links():
+    """Streams of messages of the live link, packed by its Python client."""
+    sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "integrations/python"))
+    import lumenara_link
+
+    def message(message_type, blocks=None, **fields):
+        return b"".join(bytes(piece) for piece in lumenara_link.pack_frame({"type": message_type, "id": 1, **fields}, blocks))
+
+    unit = [1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1]
+    corners = ([0, 0, 0, 1, 0, 0, 1, 1, 0, 0, 1, 0], "f32x3")
+
+    def thing(key, kind, **fields):
+        return message("object", key=key, name=key, kind=kind, matrix=unit, **fields)
+
+    begin, end = message("scene_begin", name="room", replace=True), message("scene_end")
+    first, second = message("commit", n=1), message("commit", n=2)
+    triangles = message("mesh", {"positions": corners, "indices": ([0, 1, 2, 0, 2, 3], "u32x3")}, key="m")
+    polygon = message("mesh", {"positions": corners, "face_sizes": ([4], "u32"), "face_vertices": ([0, 1, 2, 3], "u32"),
+                               "uv0": ([0, 0, 1, 0, 1, 1, 0, 1], "f32x2"), "normals": ([0, 0, 1] * 4, "f32x3"),
+                               "groups": ([0, 1], "u32x2")}, key="q", corners=["uv0", "normals"])
+    picture = message("picture", {"pixels": ([1, 0, 0, 1, 0, 1, 0, 1], "f32x4")}, key="pic", name="two", width=2, height=1)
+    paint = message("material", key="p", gltf={"pbrMetallicRoughness": {"baseColorTexture": {"picture": "pic"}}})
+    lamp = thing("l", "light", light={"kind": "spot", "color": [1, 1, 1], "intensity": 3, "inner": 0.1, "outer": 0.5})
+    camera = thing("c", "camera", camera={"yfov": 0.8, "near": 0.1, "aperture": 0.01, "focus": 3})
+    copies = message("object", {"translations": ([0, 0, 0, 1, 0, 0], "f32x3"), "rotations": ([0, 0, 0, 1] * 2, "f32x4"),
+                                "scales": ([1, 1, 1] * 2, "f32x3")}, key="i", name="i", kind="instances", matrix=unit, mesh="m")
+    write("link", "triangles", begin + triangles + thing("o", "mesh", mesh="m", materials=[None]) + end + first +
+          message("transforms", {"matrices": (unit, "f64x16")}, keys=["o"]) + second)
+    write("link", "polygons", begin + picture + paint + polygon + thing("o", "mesh", mesh="q", materials=["p"]) + lamp + camera + end +
+          message("settings", width=64, height=32, samples=4, camera="c") + first)
+    write("link", "instances", begin + triangles + copies + thing("n", "null", parent="i") +
+          message("sky", kind="gradient", color=[1, 1, 1], strength=2) + end + first + message("parent", keys=["n"], parents=[None]) +
+          message("visibility", keys=["i"], editor=[False], render=[True]) + message("rename", key="n", name="m") +
+          message("time", seconds=1, fps=24, **{"from": 0, "to": 3}) + message("remove", keys=["i"]) + second)
+
+
 def main():
     pictures()
+    links()
     kept_renders()
     films()
     for make in (bmp, tga, gif, hdr, pnm, psd):
