@@ -61,7 +61,18 @@ run_tests() {
   shift
   set -o pipefail
   rm -rf "$build/tests/shards" "$build/test.log"
-  ctest --test-dir "$build" -j "$((JOBS + 1))" --output-on-failure --no-tests=error "$@" </dev/null 2>&1 | tee "$build/test.log"
+  ctest --test-dir "$build" -j "$((JOBS + 1))" --output-on-failure --no-tests=error "$@" </dev/null 2>&1 | tee "$build/test.log" ||
+    again_alone "$build"
+}
+
+# again_alone BUILD: a scenario steers real windows, and a busy machine can make it miss a deadline. When scenarios alone have failed,
+# they run once more, one after the other, and their names are printed: each is a defect to look at, in the scenario or the program.
+again_alone() {
+  local failed
+  failed=$(cut -d: -f2 "$1/Testing/Temporary/LastTestsFailed.log" 2>/dev/null) || return 1
+  ! grep -qv '^studio[.]' <<<"$failed" || return 1
+  printf 'Failed beside other tests, now run alone: %s\n' "${failed//$'\n'/ }" | tee -a "$1/test.log"
+  ctest --test-dir "$1" --rerun-failed --output-on-failure </dev/null 2>&1 | tee -a "$1/test.log"
 }
 
 # test_report PRESET: counts the cases of the last run and lists its slowest tests. Fails when no test ran.
@@ -69,7 +80,10 @@ test_report() {
   "$ROOT/tools/test_report.py" "$ROOT/build/$1/test.log" "$ROOT/build/$1/tests/shards"
 }
 
-# closing_summary PRESET: the summary of the last run of ctest.
+# closing_summary PRESET: the summary of the last run of ctest, and the names of scenarios that had to run alone.
 closing_summary() {
-  sed -n '/^[0-9]*% tests passed/,$p' "$ROOT/build/$1/test.log"
+  awk '/^Failed beside other tests/ { again = $0 }
+    /^[0-9]*% tests passed/ { text = ""; on = 1 }
+    on { text = text $0 "\n" }
+    END { printf "%s", text; if (again) print again }' "$ROOT/build/$1/test.log"
 }

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <atomic>
 #include <map>
 #include <set>
 #include <utility>
@@ -65,7 +66,7 @@ TEST_F(Steering, ThePlaceIsOfThePictureAndNotOfTheRegion) {
 TEST_F(Steering, ARenderBeginsThere) {
   kit::Scene scene = kit::ballInSky();
   setRenderStart(PicturePlace{0.97f, 0.97f});
-  int tiles = 0;
+  std::atomic<int> tiles = 0;
   RenderHooks hooks;
   hooks.endTile = [&] { ++tiles; };
   hooks.stopped = [&] { return tiles > 0; };

@@ -143,7 +143,9 @@ class Display:
         return wait_for(f"a window with {title} in its title", found)[0]
 
     def to_front(self, title):
-        self.tool("windowactivate", "--sync", self.window(title))
+        def activated():  # fails when the window manager is still placing the window
+            return self.tool("windowactivate", "--sync", self.window(title), check=False).returncode == 0
+        wait_for(f"{title} in front", activated)
 
     def close(self):
         self.screen.close()

@@ -5,6 +5,7 @@
 
 #include "c4d_events.h"
 #include "c4d_file.h"
+#include "first_picture.h"
 #include "link_server.h"
 #include "main_window.h"
 #include "placements.h"
@@ -82,7 +83,9 @@ void Studio::start() {
   window_->show();
   inspector_ = StudioInspector::fromEnvironment();
   if (options_.scene.Content()) window_->openFile(options_.scene);
-  if (viewer) renderWhenLoaded();
+  if (viewer)
+    firstPicture_ =
+        std::make_unique<FirstPicture>(session_->files(), *window_, [] { SpecialEventAdd(refreshCommand); });
   if (options_.listen) startLink();
 }
 
@@ -111,20 +114,9 @@ bool Studio::openViewer() {
   return false;
 }
 
-// Requests the picture once the scene is loaded, not of the empty scene before.
-void Studio::renderWhenLoaded() {
-  using Kind = FileSession::Activity::Kind;
-  if (session_->files().activity().kind == Kind::none) return SpecialEventAdd(refreshCommand);
-  firstLoad_ = session_->files().changed.add([this] {
-    if (session_->files().activity().kind != Kind::none) return;
-    firstLoad_.cancel();
-    SpecialEventAdd(refreshCommand);
-  });
-}
-
 void Studio::shutDown() {
   if (std::exchange(down_, true)) return;
-  firstLoad_.cancel();
+  firstPicture_.reset();
   linkChanged_.cancel();
   link_.reset();
   inspector_.reset();

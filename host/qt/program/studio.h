@@ -11,6 +11,7 @@
 
 namespace host {
 
+class FirstPicture;
 class MainWindow;
 class QtMainLoop;
 class QtUserInterface;
@@ -53,7 +54,6 @@ class Studio : public QObject {
 
  private:
   bool openViewer();
-  void renderWhenLoaded();
   void startLink();
 
   StudioOptions options_;
@@ -64,7 +64,8 @@ class Studio : public QObject {
   std::unique_ptr<MainWindow> window_;
   std::unique_ptr<StudioInspector> inspector_;
   std::unique_ptr<LinkServer> link_;
-  Subscription firstLoad_, linkChanged_;
+  std::unique_ptr<FirstPicture> firstPicture_;
+  Subscription linkChanged_;
   bool down_ = false;
 };
 
