@@ -20,23 +20,45 @@ Bool IsNotEarlier(LONG time, LONG other) {
   return static_cast<LONG>(static_cast<ULONG>(time) - static_cast<ULONG>(other)) >= 0;
 }
 
-inline void CopyPixel(const BaseBitmap& from, LONG fromX, LONG fromY, BaseBitmap& to, LONG x, LONG y) {
-  UWORD r, g, b;
-  from.GetPixel(fromX, fromY, &r, &g, &b);
-  to.SetPixel(x, y, r, g, b);
+/// A row of pixels, a word each. The bytes of a word are alpha, red, green and blue in memory.
+using PixelRow = std::vector<ULONG>;
+
+constexpr LONG PIXEL_BYTES = sizeof(ULONG);
+
+/// Reads a row from (x, y); pixels outside are black.
+void ReadRow(const BaseBitmap& from, LONG x, LONG y, PixelRow& row) {
+  from.GetPixelCnt(x, y, static_cast<LONG>(row.size()), reinterpret_cast<UCHAR*>(row.data()), PIXEL_BYTES,
+                   COLORMODE_ARGB);
 }
 
-/// Writes `mix(a, b)` of every channel value into the target's upper left part.
+/// Writes the colours of a row, which may leave the target; the alpha channel stays.
+void WriteRow(BaseBitmap& to, LONG x, LONG y, const PixelRow& row) {
+  const auto* colors = reinterpret_cast<const UCHAR*>(row.data()) + 1;
+  to.SetPixelCnt(x, y, static_cast<LONG>(row.size()), colors, PIXEL_BYTES, COLORMODE_RGB);
+}
+
+/// Calls `mix(a, b, count, y)` for the words of every row, which changes `a`, and writes `a` into the
+/// target's upper left part.
 template <class Mix>
-void MixPixels(const BaseBitmap& a, const BaseBitmap& b, BaseBitmap& target, LONG w, LONG h, Mix mix) {
-  UWORD aR, aG, aB, bR, bG, bB;
+void MixRows(const BaseBitmap& a, const BaseBitmap& b, BaseBitmap& target, LONG w, LONG h, Mix mix) {
+  PixelRow rowA(static_cast<std::size_t>(w)), rowB(rowA.size());
   for (LONG y = 0; y < h; ++y) {
-    for (LONG x = 0; x < w; ++x) {
-      a.GetPixel(x, y, &aR, &aG, &aB);
-      b.GetPixel(x, y, &bR, &bG, &bB);
-      target.SetPixel(x, y, mix(aR, bR), mix(aG, bG), mix(aB, bB));
-    }
+    ReadRow(a, 0, y, rowA);
+    ReadRow(b, 0, y, rowB);
+    mix(rowA.data(), rowB.data(), rowA.size(), y);
+    WriteRow(target, 0, y, rowA);
   }
+}
+
+/// The same with `mix(a, b)` of every channel value.
+template <class Mix>
+void MixBytes(const BaseBitmap& a, const BaseBitmap& b, BaseBitmap& target, LONG w, LONG h, Mix mix) {
+  MixRows(a, b, target, w, h, [mix](ULONG* rowA, const ULONG* rowB, std::size_t count, LONG) {
+    auto* to = reinterpret_cast<UCHAR*>(rowA);
+    const auto* from = reinterpret_cast<const UCHAR*>(rowB);
+    for (std::size_t i = 0; i < count * PIXEL_BYTES; ++i)
+      to[i] = static_cast<UCHAR>(mix(to[i], from[i]));
+  });
 }
 
 } // namespace
@@ -236,45 +258,41 @@ void lmUserArea::DrawProgressStrip() {
 void lmUserArea::HistoryPrepare(Real slider, LONG style) {
   AutoAlloc<BaseBitmap> workA, workB;
   if (!workA || !workB || !display) return;
-  if (workA->Init(width, height, 24) != IMAGERESULT_OK) return; // black
-  if (workB->Init(width, height, 24) != IMAGERESULT_OK) return;
-  if (imageA) PrepareSlot(*imageA, *workA);
-  if (imageB) PrepareSlot(*imageB, *workB);
+  const BaseBitmap* const a = PrepareSlot(imageA, *workA);
+  const BaseBitmap* const b = PrepareSlot(imageB, *workB);
+  if (!a || !b) return;
 
   if ((style >= COMPARE_COLUMNS && style <= COMPARE_BLEND) || style == COMPARE_DIFFERENCE) composed = 1;
   switch (style) {
   case COMPARE_COLUMNS: {
-    const Real split = std::floor(width * 0.5 * (slider + 1));
-    for (LONG y = 0; y < height; ++y) {
-      for (LONG x = 0; x < width; ++x)
-        CopyPixel(x < split ? *workB : *workA, x, y, *display, x, y);
-    }
+    const auto split =
+        static_cast<std::size_t>(std::clamp<Real>(std::floor(width * 0.5 * (slider + 1)), 0, width));
+    MixRows(*a, *b, *display, width, height,
+            [split](ULONG* rowA, const ULONG* rowB, std::size_t, LONG) { std::copy_n(rowB, split, rowA); });
     break;
   }
   case COMPARE_ROWS: {
     const Real split = std::floor(height * 0.5 * (slider + 1));
-    for (LONG y = 0; y < height; ++y) {
-      const BaseBitmap& source = y < split ? *workB : *workA;
-      for (LONG x = 0; x < width; ++x)
-        CopyPixel(source, x, y, *display, x, y);
-    }
+    MixRows(*a, *b, *display, width, height,
+            [split](ULONG* rowA, const ULONG* rowB, std::size_t count, LONG y) {
+              if (y < split) std::copy_n(rowB, count, rowA);
+            });
     break;
   }
   case COMPARE_BLEND: {
-    // floor((B - A) * t + A) of every pair of channel values
     const Real t = (slider + 1) / 2;
-    std::vector<UCHAR> table(256 * 256);
-    for (LONG a = 0; a < 256; ++a) {
-      for (LONG b = 0; b < 256; ++b)
-        table[static_cast<std::size_t>(a * 256 + b)] =
-            static_cast<UCHAR>(std::clamp((b - a) * t + a, 0.0, 255.0)); // the conversion rounds down
-    }
-    MixPixels(*workA, *workB, *display, width, height,
-              [values = table.data()](UWORD a, UWORD b) { return values[a * 256 + b]; });
+    const auto blend = [t](LONG from, LONG to) {
+      return static_cast<LONG>((to - from) * t + from);
+    }; // rounds down
+    if (t >= 0 && t <= 1)
+      MixBytes(*a, *b, *display, width, height, blend);
+    else
+      MixBytes(*a, *b, *display, width, height,
+               [blend](LONG from, LONG to) { return std::clamp(blend(from, to), 0, 255); });
     break;
   }
   case COMPARE_DIFFERENCE:
-    MixPixels(*workA, *workB, *display, width, height, [](UWORD a, UWORD b) { return std::abs(a - b); });
+    MixBytes(*a, *b, *display, width, height, [](LONG from, LONG to) { return std::abs(from - to); });
     ShowBitmap(display);
     break;
   default:
@@ -282,25 +300,35 @@ void lmUserArea::HistoryPrepare(Real slider, LONG style) {
   }
 }
 
-// Copies a slot into a work bitmap of the view's size.
-void lmUserArea::PrepareSlot(const BaseBitmap& slot, BaseBitmap& work) const {
+// A slot's picture in the view's size: the slot itself where it has that size, else a copy in `work`. Null:
+// out of memory.
+const BaseBitmap* lmUserArea::PrepareSlot(const BaseBitmap* slot, BaseBitmap& work) const {
+  const Bool scale = settings->GetValue(LM_COMPARE_SCALE, 1) != 0;
+  if (slot && scale && slot->GetBw() == width && slot->GetBh() == height) return slot;
+  if (work.Init(width, height, 24) != IMAGERESULT_OK) return nullptr; // black
+  if (slot) CopySlot(*slot, scale, work);
+  return &work;
+}
+
+void lmUserArea::CopySlot(const BaseBitmap& slot, Bool scale, BaseBitmap& work) const {
   const LONG w = slot.GetBw(), h = slot.GetBh();
-  if (settings->GetValue(LM_COMPARE_SCALE, 1)) {
+  if (scale) {
     slot.ScaleIt(&work, 256, TRUE, FALSE);
   } else if (settings->GetValue(LM_COMPARE_CENTER, 1)) {
     // A larger picture is cropped on both sides. The row bound is inclusive, the column bound is not.
     const LONG left = (width - w) / 2, top = (height - h) / 2;
-    for (LONG y = top, fromY = 0; y <= height - top; ++y, ++fromY) {
-      if (y < 0 || y >= height) continue;
-      for (LONG x = left, fromX = 0; x < width - left; ++x, ++fromX) {
-        if (x >= 0 && x < width) CopyPixel(slot, fromX, fromY, work, x, y);
-      }
+    const LONG first = std::max(0, left), end = std::min(width, width - left);
+    PixelRow row(static_cast<std::size_t>(std::max(0, end - first)));
+    for (LONG y = std::max(0, top); y <= height - top && y < height; ++y) {
+      ReadRow(slot, first - left, y - top, row);
+      WriteRow(work, first, y, row);
     }
   } else {
     // Reads one row and one column outside of the picture, too.
+    PixelRow row(static_cast<std::size_t>(std::max(0, std::min(width, w + 1))));
     for (LONG y = 0; y < height && y <= h; ++y) {
-      for (LONG x = 0; x < width && x <= w; ++x)
-        CopyPixel(slot, x, y, work, x, y);
+      ReadRow(slot, 0, y, row);
+      WriteRow(work, 0, y, row);
     }
   }
 }

@@ -94,7 +94,8 @@ class lmUserArea : public GeUserArea {
   void DrawRender(LONG mode);
   void DrawProgressBar();
   void DrawProgressStrip();
-  void PrepareSlot(const BaseBitmap& slot, BaseBitmap& work) const;
+  const BaseBitmap* PrepareSlot(const BaseBitmap* slot, BaseBitmap& work) const;
+  void CopySlot(const BaseBitmap& slot, Bool scale, BaseBitmap& work) const;
   std::vector<HistoryImage> ListHistory(BrowseFiles& browser);
   Bool LoadSlot(BaseBitmap& slot, const Filename& name, const String& error);
 };

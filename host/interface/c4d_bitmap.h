@@ -32,6 +32,13 @@ inline constexpr LONG FILTER_PNG = 1023671;
 /// In a filter's options: JPEG quality (LONG, 0 to 100, 90).
 inline constexpr LONG JPGSAVER_QUALITY = 10021;
 
+/// The bytes of one pixel in a row of pixels.
+enum COLORMODE {
+  COLORMODE_RGB = 4, ///< red, green, blue
+  COLORMODE_ARGB = 5 ///< alpha, red, green, blue
+};
+enum PIXELCNT { PIXELCNT_0 = 0 };
+
 /// A picture of 24 or 32 bits a pixel, sRGB, 8 bits a channel; depth 32 has a straight alpha channel.
 /// Pixels are relaxed atomic words: any thread reads and writes them. The shape changes (`Init`, `FlushAll`,
 /// `CopyTo` into it) only while no other thread uses the bitmap.
@@ -77,6 +84,15 @@ class C4D_API BaseBitmap {
     Store(x, y, (Load(x, y) & 0xffffffu) | ((static_cast<ULONG>(alpha) & 255) << 24));
     return 1;
   }
+
+  /// Reads `count` pixels of a row into `buffer`; a pixel begins `inc` bytes after the one before. Pixels
+  /// outside are black, with alpha 0.
+  void GetPixelCnt(LONG x, LONG y, LONG count, UCHAR* buffer, LONG inc, COLORMODE mode,
+                   PIXELCNT flags = PIXELCNT_0) const noexcept;
+  /// Writes such a row. Pixels outside are left out; the alpha channel stays with COLORMODE_RGB and at
+  /// depth 24. 0 when no pixel of the row is inside.
+  Bool SetPixelCnt(LONG x, LONG y, LONG count, const UCHAR* buffer, LONG inc, COLORMODE mode,
+                   PIXELCNT flags = PIXELCNT_0) noexcept;
 
   /// Fills all or a rectangle of inclusive bounds, which is cut to the bitmap. The alpha channel stays.
   void Clear(LONG r, LONG g, LONG b) noexcept;

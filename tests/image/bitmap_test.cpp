@@ -148,6 +148,51 @@ TEST(Bitmap, CopyToGivesShapeAndPixels) {
   EXPECT_EQ(at(*bitmap, 1, 1), patternAt(1, 1));
 }
 
+TEST(Bitmap, RowsAreReadAsBytes) {
+  AutoAlloc<BaseBitmap> bitmap;
+  for (const LONG depth : {24, 32}) {
+    ASSERT_EQ(bitmap->Init(3, 2, depth), IMAGERESULT_OK);
+    put(*bitmap, 0, 1, {1, 2, 3, 4});
+    put(*bitmap, 2, 1, {250, 251, 252, 253});
+    const UCHAR a = depth == 32 ? 4 : 255, b = depth == 32 ? 253 : 255;
+    std::vector<UCHAR> argb(5 * 4, 7);
+    bitmap->GetPixelCnt(-1, 1, 5, argb.data(), 4, COLORMODE_ARGB);
+    EXPECT_EQ(argb, (std::vector<UCHAR>{0, 0, 0, 0, a, 1, 2, 3, 255, 0, 0, 0, b, 250, 251, 252, 0, 0, 0, 0}))
+        << depth;
+    std::vector<UCHAR> rgb(2 * 3);
+    bitmap->GetPixelCnt(1, 1, 2, rgb.data(), 3, COLORMODE_RGB);
+    EXPECT_EQ(rgb, (std::vector<UCHAR>{0, 0, 0, 250, 251, 252})) << depth;
+    for (const LONG y : {-1, 2}) {
+      std::vector<UCHAR> outside(2 * 3, 9);
+      bitmap->GetPixelCnt(0, y, 2, outside.data(), 3, COLORMODE_RGB);
+      EXPECT_EQ(outside, std::vector<UCHAR>(6, 0)) << y;
+    }
+    std::vector<UCHAR> apart(3 * 3, 9);
+    bitmap->GetPixelCnt(3, 0, 3, apart.data(), 3, COLORMODE_RGB);
+    EXPECT_EQ(apart, std::vector<UCHAR>(9, 0));
+  }
+}
+
+TEST(Bitmap, RowsAreWrittenInsideAlone) {
+  AutoAlloc<BaseBitmap> bitmap;
+  const std::vector<UCHAR> bytes{1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16};
+  for (const LONG depth : {24, 32}) {
+    ASSERT_EQ(bitmap->Init(2, 2, depth), IMAGERESULT_OK);
+    EXPECT_TRUE(bitmap->SetPixelCnt(-1, 0, 4, bytes.data(), 4, COLORMODE_ARGB));
+    EXPECT_EQ(at(*bitmap, 0, 0), (Rgba{6, 7, 8, static_cast<UWORD>(depth == 32 ? 5 : 255)})) << depth;
+    EXPECT_EQ(at(*bitmap, 1, 0), (Rgba{10, 11, 12, static_cast<UWORD>(depth == 32 ? 9 : 255)})) << depth;
+    EXPECT_EQ(at(*bitmap, 0, 1), (Rgba{0, 0, 0, 255})) << depth;
+    put(*bitmap, 1, 1, {0, 0, 0, 77});
+    EXPECT_TRUE(bitmap->SetPixelCnt(1, 1, 2, bytes.data(), 3, COLORMODE_RGB));
+    EXPECT_EQ(at(*bitmap, 1, 1), (Rgba{1, 2, 3, static_cast<UWORD>(depth == 32 ? 77 : 255)}))
+        << "the alpha channel stays";
+    for (const auto& [x, y, count] :
+         {std::array{0, -1, 2}, {0, 2, 2}, {2, 0, 2}, {-2, 0, 2}, {0, 0, 0}, {0, 0, -1}})
+      EXPECT_FALSE(bitmap->SetPixelCnt(x, y, count, bytes.data(), 3, COLORMODE_RGB))
+          << x << " " << y << " " << count;
+  }
+}
+
 TEST(Bitmap, ClonePart) {
   AutoAlloc<BaseBitmap> bitmap;
   ASSERT_EQ(bitmap->Init(10, 8, 32), IMAGERESULT_OK);

@@ -50,6 +50,29 @@ void copyPixels(const std::atomic<ULONG>* from, std::atomic<ULONG>* to, std::siz
     to[i].store(from[i].load(std::memory_order_relaxed), std::memory_order_relaxed);
 }
 
+/// The part of a row of `count` pixels from `x` that lies within `width`: first index and number.
+std::pair<LONG, LONG> insideOf(LONG x, LONG count, LONG width) noexcept {
+  const LLONG first = std::max<LLONG>(0, -static_cast<LLONG>(x));
+  const LLONG end = std::min<LLONG>(count, static_cast<LLONG>(width) - x);
+  return {static_cast<LONG>(std::min<LLONG>(first, std::max(count, 0))),
+          static_cast<LONG>(std::max<LLONG>(0, end - first))};
+}
+
+/// Calls `pixel(bytes, index)` for a row's pixels from `first`.
+template <class Byte, class Pixel>
+void eachOfRow(Byte* buffer, LONG inc, LONG first, LONG count, Pixel pixel) noexcept {
+  buffer += static_cast<std::ptrdiff_t>(first) * inc;
+  for (LONG i = 0; i < count; ++i, buffer += inc)
+    pixel(buffer, first + i);
+}
+
+void toBytes(ULONG word, UCHAR* bytes, bool alpha) noexcept {
+  if (alpha) *bytes++ = static_cast<UCHAR>(word >> 24);
+  bytes[0] = static_cast<UCHAR>(word >> 16);
+  bytes[1] = static_cast<UCHAR>(word >> 8);
+  bytes[2] = static_cast<UCHAR>(word);
+}
+
 /// The section of a film that belongs to a section of its picture.
 std::shared_ptr<host::Film> cutFilm(const host::Film& film, LONG x, LONG y, LONG width, LONG height) {
   auto part = std::make_shared<host::Film>(width, height);
@@ -137,6 +160,47 @@ IMAGERESULT BaseBitmap::Init(const Filename& name) {
     pixels[i].store(word, std::memory_order_relaxed);
   });
   return IMAGERESULT_OK;
+}
+
+void BaseBitmap::GetPixelCnt(LONG x, LONG y, LONG count, UCHAR* buffer, LONG inc, COLORMODE mode,
+                             PIXELCNT /*flags*/) const noexcept {
+  const bool alpha = mode == COLORMODE_ARGB;
+  const bool inRow = y >= 0 && y < height_;
+  const auto [first, inside] = inRow ? insideOf(x, count, width_) : std::pair<LONG, LONG>(count, 0);
+  const auto black = [alpha](UCHAR* bytes, LONG) { toBytes(0, bytes, alpha); };
+  eachOfRow(buffer, inc, 0, first, black);
+  eachOfRow(buffer, inc, first + inside, count - first - inside, black);
+  if (inside < 1) return;
+  const std::atomic<ULONG>* row = &Word(x + first, y) - first;
+  const ULONG opaque = depth_ == 32 ? 0 : opaqueBlack;
+  const auto read = [row, opaque](LONG i) { return row[i].load(std::memory_order_relaxed) | opaque; };
+  if (alpha)
+    eachOfRow(buffer, inc, first, inside, [read](UCHAR* bytes, LONG i) { toBytes(read(i), bytes, true); });
+  else
+    eachOfRow(buffer, inc, first, inside, [read](UCHAR* bytes, LONG i) { toBytes(read(i), bytes, false); });
+}
+
+Bool BaseBitmap::SetPixelCnt(LONG x, LONG y, LONG count, const UCHAR* buffer, LONG inc, COLORMODE mode,
+                             PIXELCNT /*flags*/) noexcept {
+  const bool inRow = y >= 0 && y < height_;
+  const auto [first, inside] = inRow ? insideOf(x, count, width_) : std::pair<LONG, LONG>(0, 0);
+  if (inside < 1) return FALSE;
+  std::atomic<ULONG>* row = &Word(x + first, y) - first;
+  const auto colour = [](const UCHAR* rgb) {
+    return static_cast<ULONG>(rgb[0]) << 16 | static_cast<ULONG>(rgb[1]) << 8 | static_cast<ULONG>(rgb[2]);
+  };
+  const LONG skipped = mode == COLORMODE_ARGB ? 1 : 0;
+  if (mode == COLORMODE_ARGB && depth_ == 32) {
+    eachOfRow(buffer, inc, first, inside, [=](const UCHAR* argb, LONG i) {
+      row[i].store(static_cast<ULONG>(argb[0]) << 24 | colour(argb + 1), std::memory_order_relaxed);
+    });
+  } else {
+    eachOfRow(buffer, inc, first, inside, [=](const UCHAR* bytes, LONG i) {
+      const ULONG kept = row[i].load(std::memory_order_relaxed) & 0xff000000u;
+      row[i].store(kept | colour(bytes + skipped), std::memory_order_relaxed);
+    });
+  }
+  return TRUE;
 }
 
 void BaseBitmap::Clear(LONG r, LONG g, LONG b) noexcept {

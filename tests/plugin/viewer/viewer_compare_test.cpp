@@ -83,16 +83,29 @@ TEST_F(CompareTest, BlendIsTheFloorOfTheMixture) {
     }
   }
   place(0, 0);
-  for (const Real slider : {-1.0, -0.37, 0.0, 0.1, 0.5, 0.98, 1.0}) {
+  for (const Real slider : {-1.7, -1.0, -0.42, -0.37, 0.0, 0.1, 0.16, 0.5, 0.98, 1.0, 1.3}) {
     view().HistoryPrepare(slider, 2);
     const Real t = (slider + 1) / 2;
-    const auto mix = [t](LONG a, LONG b) { return static_cast<LONG>(std::floor((b - a) * t + a)); };
+    const auto mix = [t](LONG a, LONG b) {
+      return std::clamp(static_cast<LONG>(std::floor((b - a) * t + a)), 0, 255);
+    };
     for (LONG y = 0; y < H; ++y) {
       for (LONG x = 0; x < W; ++x) {
         const Rgb a = pixelOf(*view().imageA, x, y), b = pixelOf(*view().imageB, x, y);
         ASSERT_EQ(pixelOf(display(), x, y), (Rgb{mix(a.r, b.r), mix(a.g, b.g), mix(a.b, b.b)})) << slider;
       }
     }
+  }
+}
+
+TEST_F(CompareTest, TheAlphaChannelStays) {
+  putPictures();
+  for (LONG x = 0; x < W; ++x)
+    view().display->SetAlpha(x, 3, x);
+  for (const LONG style : {0, 1, 2, 9999}) {
+    view().HistoryPrepare(0.4, style);
+    for (LONG x = 0; x < W; ++x)
+      EXPECT_EQ(view().display->GetAlpha(x, 3), x) << style;
   }
 }
 
