@@ -15,6 +15,8 @@
 #include "recent_files.h"
 #include "scene_edits.h"
 #include "scene_reading.h"
+#include "scene_versions.h"
+#include "sky_picture_file.h"
 
 namespace host {
 
@@ -46,7 +48,9 @@ std::string FileError::text() const {
 struct FileSession::Loader {
   Filename file;
   bool reload = false;
-  std::size_t revision = 0; // of the edits when the user was asked
+  std::size_t revision = 0;         // of the edits when the user was asked
+  std::optional<Filename> original; // the file whose unsaved scene this is
+  std::function<void(bool)> done;
   std::atomic<double> progress{0};
   SceneReading reading;
   std::unique_ptr<BackgroundJob> job;
@@ -106,7 +110,7 @@ bool FileSession::resolveUnsaved() {
   if (questions_.unsaved) {
     asking_ = true;
     const ModalScope modal;
-    answer = questions_.unsaved(title());
+    answer = questions_.unsaved(title(), unsavedChanges());
     asking_ = false;
   }
   if (answer == UnsavedAnswer::discard) return true;
@@ -127,26 +131,18 @@ bool FileSession::newScene() {
 }
 
 bool FileSession::isSkyPicture(const Filename& file) {
-  return file.CheckSuffix("hdr") || file.CheckSuffix("exr");
+  return host::isSkyPicture(file);
 }
 
 bool FileSession::setSkyPicture(const Filename& file, const std::vector<Identity>& skies) {
-  BaseDocument* document = hub_.document();
-  if (!document) return false;
-  const bool counted = toPath(file).is_relative() && document->GetDocumentPath().Content();
-  const Filename place = counted ? document->GetDocumentPath() + file : file;
-  const PicturePtr picture = readPictureFile(place);
-  if (!picture->bytes || picture->mimeType.empty()) {
-    FileError error;
-    error.sentence = "The picture for the sky could not be loaded.";
-    error.reason =
-        "\"" + place.GetString().GetUTF8() +
-        (picture->bytes ? "\" holds no picture that can be read." : "\" is not there or cannot be read.");
-    error.advice = "Choose a picture of the whole surroundings, such as an .hdr or .exr file.";
-    fail(std::move(error));
-    return false;
-  }
-  return edits_.apply("Set Sky Picture", [&](BaseDocument& to) { host::setSkyPicture(to, skies, picture); });
+  if (!hub_.document()) return false;
+  FileError error;
+  const PicturePtr picture = readSkyPicture(*hub_.document(), file, error);
+  if (picture)
+    return edits_.apply("Set Sky Picture",
+                        [&](BaseDocument& to) { host::setSkyPicture(to, skies, picture); });
+  fail(std::move(error));
+  return false;
 }
 
 bool FileSession::open(const Filename& file) {
@@ -156,12 +152,21 @@ bool FileSession::open(const Filename& file) {
   return true;
 }
 
-void FileSession::startLoading(const Filename& file, bool reload) {
+bool FileSession::recover(const Filename& data, const Filename& original, std::function<void(bool)> done) {
+  if (!hub_.document() || !resolveUnsaved()) return false;
+  startLoading(absolute(data), false, original, std::move(done));
+  return true;
+}
+
+void FileSession::startLoading(const Filename& file, bool reload, const std::optional<Filename>& original,
+                               std::function<void(bool)> done) {
   giveUpLoading();
   loader_ = std::make_shared<Loader>();
   Loader* loader = loader_.get();
   loader->file = file;
   loader->reload = reload;
+  loader->original = original;
+  loader->done = std::move(done);
   loader->revision = edits_.revision();
   loader->job = std::make_unique<BackgroundJob>(
       "load scene",
@@ -173,7 +178,8 @@ void FileSession::startLoading(const Filename& file, bool reload) {
   activity.kind = Activity::Kind::loading;
   activity.progress = 0;
   activity.since = clock().now();
-  activity.text = String(reload ? "Reloading " : "Loading ") + file.GetFileString();
+  const Filename& shown = loader->original && loader->original->Content() ? *loader->original : loader->file;
+  activity.text = String(loader->reload ? "Reloading " : "Loading ") + shown.GetFileString();
   activity.canCancel = true;
   setActivity(std::move(activity));
   watchProgress();
@@ -222,8 +228,9 @@ void FileSession::loaded() {
   loader->job->Wait(TRUE);
   setActivity({});
   const LoadResult& result = loader->reading.result;
+  if (result.document && !result.cancelled && hub_.document()) return takeOver(*loader);
+  if (loader->done) loader->done(false);
   if (result.cancelled || !hub_.document()) return;
-  if (result.document) return takeOver(*loader);
   FileError error;
   error.sentence = loader->reload ? "The scene was changed by another program and could not be loaded again."
                                   : "The scene could not be opened.";
@@ -236,17 +243,44 @@ void FileSession::loaded() {
 
 void FileSession::takeOver(Loader& loader) {
   // Edits made while the file was read count as unsaved changes.
-  if (edits_.revision() != loader.revision && !resolveUnsaved()) return;
+  if (edits_.revision() != loader.revision && !resolveUnsaved()) {
+    if (loader.done) loader.done(false);
+    return;
+  }
   if (loader.reload) carryOver(*stateOf(hub_.document()), *stateOf(loader.reading.result.document.get()));
   if (!loader.reload) packed_ = false;
   warnings_ = std::move(loader.reading.result.warnings);
-  watch_.watch(std::move(loader.reading.result.files), std::move(loader.reading.stamps));
+  watchLoaded(loader);
+  if (loader.original) {
+    loader.reading.result.document->SetDocumentName(loader.original->GetFile());
+    loader.reading.result.document->SetDocumentPath(loader.original->GetDirectory());
+  }
   hub_.replace(std::move(loader.reading.result.document),
                loader.reload ? Replacement::reloaded : Replacement::opened);
+  if (loader.original) edits_.markUnsaved();
   for (const std::string& warning : warnings_)
     printLine(String(std::string_view(warning)));
-  if (!loader.reload) remember(loader.file);
+  if (!loader.reload && !loader.original) remember(loader.file);
+  if (loader.done) loader.done(true);
   changed.call();
+}
+
+// In place of a recovered scene's own file, the original is watched.
+void FileSession::watchLoaded(Loader& loader) {
+  if (!loader.original)
+    return watch_.watch(std::move(loader.reading.result.files), std::move(loader.reading.stamps));
+  std::vector<Filename> files;
+  std::vector<FileStamp> stamps;
+  const auto add = [&](const Filename& file, const FileStamp& stamp) {
+    files.push_back(file);
+    stamps.push_back(stamp);
+  };
+  if (loader.original->Content()) add(*loader.original, stampOf(*loader.original));
+  for (std::size_t i = 0; i < loader.reading.result.files.size(); ++i)
+    if (const Filename& file = loader.reading.result.files[i];
+        absolute(file).GetString() != loader.file.GetString())
+      add(file, loader.reading.stamps[i]);
+  watch_.watch(std::move(files), std::move(stamps));
 }
 
 // --- recent files ---
@@ -303,6 +337,12 @@ bool FileSession::savePacked(const Filename& file) {
   Filename target = file;
   if (target.Content()) target.SetSuffix("glb");
   return saveTo(target, true);
+}
+
+bool FileSession::saveNewVersion() {
+  const Filename own = file();
+  if (!own.Content() || !isScene(own)) return save();
+  return saveTo(nextVersion(own), packed_ && own.CheckSuffix("glb"));
 }
 
 bool FileSession::saveTo(const Filename& file, bool packed) {

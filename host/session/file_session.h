@@ -12,6 +12,7 @@
 #include "file_watch.h"
 #include "lifetime.h"
 #include "scene_file.h"
+#include "unsaved_changes.h"
 
 namespace host {
 
@@ -28,8 +29,8 @@ enum class UnsavedAnswer { save, discard, cancel };
 /// Questions to the user, which a desktop answers. Each returns when the user has answered. An empty function
 /// means cancel or no, or prints on the console.
 struct FileQuestions {
-  /// "Save the changes to <title>?" before they are lost.
-  std::function<UnsavedAnswer(const String& title)> unsaved;
+  /// "Save the changes to <title>?" before they are lost; `changes` are those of `unsavedChanges`.
+  std::function<UnsavedAnswer(const String& title, const std::vector<std::string>& changes)> unsaved;
   /// Another program has changed the open file while the scene has unsaved changes. True loads the file and
   /// discards the changes. Asked once for each change of the file.
   std::function<bool(const String& title)> reload;
@@ -55,6 +56,9 @@ class FileSession {
   /// complete, and stays for good when the file does not load; `failed` reports that once. A file that is
   /// being written is read again until it no longer changes.
   bool open(const Filename& file);
+  /// Opens `data` as an unsaved scene of the file `original` (empty: of none), as `open` does. `done` is
+  /// called once with whether the scene is open.
+  bool recover(const Filename& data, const Filename& original, std::function<void(bool opened)> done);
   void cancelLoading();
   /// Whether `open` treats this file as a picture for the sky (.hdr, .exr) and not as a scene.
   static bool isSkyPicture(const Filename& file);
@@ -70,6 +74,9 @@ class FileSession {
   bool saveAs(const Filename& file);
   /// Saves as .glb with all pictures in it; any other suffix becomes .glb.
   bool savePacked(const Filename& file);
+  /// Saves under the next free name of the same folder: robot.glb, robot_v002.glb, robot_v003.glb. As `save`
+  /// for a scene without a name.
+  bool saveNewVersion();
   /// Call it before the program ends: asks, saves and waits. False: do not end.
   bool mayClose();
   /// Waits for loading and saving to end, and serves their calls to the main thread.
@@ -95,6 +102,8 @@ class FileSession {
   String title() const;
   String windowTitle() const;
   bool isDirty() const { return edits_.isDirty(); }
+  /// One line for each change since the scene was opened or saved: "Camera moved".
+  std::vector<std::string> unsavedChanges() const { return unsaved_.words(); }
 
   /// The list of recent_files.h.
   std::vector<Filename> recentFiles() const;
@@ -116,10 +125,12 @@ class FileSession {
   struct Saver;
 
   bool resolveUnsaved();
-  void startLoading(const Filename& file, bool reload);
+  void startLoading(const Filename& file, bool reload, const std::optional<Filename>& original = {},
+                    std::function<void(bool)> done = {});
   void giveUpLoading();
   void loaded();
   void takeOver(Loader& loader);
+  void watchLoaded(Loader& loader);
   bool saveTo(const Filename& file, bool packed);
   void startSaving(const Filename& file, bool packed);
   void saved();
@@ -136,6 +147,7 @@ class FileSession {
 
   DocumentHub& hub_;
   Edits& edits_;
+  UnsavedChanges unsaved_{hub_, edits_};
   FileQuestions questions_;
   Activity activity_;
   std::shared_ptr<Loader> loader_;

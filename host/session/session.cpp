@@ -15,9 +15,9 @@ Session*& running() {
 }
 
 // Beside the preferences; none in a home that ends with the program.
-Filename historyFolder() {
+Filename keptFolder(const char* name) {
   const Program* program = Program::current();
-  return program && program->homeIsKept() ? program->writePath() + Filename("renders") : Filename();
+  return program && program->homeIsKept() ? program->writePath() + Filename(name) : Filename();
 }
 
 void endWithProgram() {
@@ -33,8 +33,9 @@ void endWithProgram() {
 } // namespace
 
 Session::Session()
-    : edits_(hub_), files_(hub_, edits_), playback_(hub_), renders_(hub_), previews_(hub_),
-      history_(hub_, edits_, historyFolder()), pluginPictures_(history_, PluginPictures::usualFolder()) {
+    : edits_(hub_), files_(hub_, edits_), autosave_(hub_, edits_, files_, keptFolder("autosave")),
+      playback_(hub_), renders_(hub_), previews_(hub_), history_(hub_, edits_, keptFolder("renders")),
+      pluginPictures_(history_, PluginPictures::usualFolder()) {
   renderChanged_ = renders_.changed.add([this] {
     const RenderState& state = renders_.state();
     if (state.running && state.kind == RenderKind::picture) pictures_.follow(state.bitmap, files_.title());
@@ -77,6 +78,7 @@ void Session::shutDown() {
   renders_.cancel();
   files_.cancelLoading();
   files_.finish();
+  autosave_.close();
   pictureSaver_.finish();
   pluginPictures_.finish();
   history_.close();

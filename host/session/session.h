@@ -2,6 +2,7 @@
 // or shut down, before it. Main thread.
 #pragma once
 
+#include "autosave.h"
 #include "document_hub.h"
 #include "edits.h"
 #include "file_session.h"
@@ -32,6 +33,7 @@ class Session {
   DocumentHub& hub() noexcept { return hub_; }
   Edits& edits() noexcept { return edits_; }
   FileSession& files() noexcept { return files_; }
+  Autosave& autosave() noexcept { return autosave_; }
   Playback& playback() noexcept { return playback_; }
   HostRenders& renders() noexcept { return renders_; }
   MaterialPreviews& previews() noexcept { return previews_; }
@@ -54,6 +56,7 @@ class Session {
   DocumentHub hub_;
   Edits edits_;
   FileSession files_;
+  Autosave autosave_;
   Playback playback_;
   HostRenders renders_;
   MaterialPreviews previews_;

@@ -31,8 +31,9 @@ class FileSessionTest : public SessionFixture {
   FileSessionTest() {
     using namespace host;
     FileQuestions questions;
-    questions.unsaved = [this](const String& title) {
+    questions.unsaved = [this](const String& title, const std::vector<std::string>& changes) {
       unsavedAsked.push_back(title.GetUTF8());
+      changesAsked = changes;
       return unsavedAnswer;
     };
     questions.reload = [this](const String&) {
@@ -84,7 +85,7 @@ class FileSessionTest : public SessionFixture {
     edits().apply("Rename", [&](BaseDocument& d) { host::renameNode(d, id("lamp"), name); });
   }
 
-  std::vector<std::string> unsavedAsked, proposals;
+  std::vector<std::string> unsavedAsked, changesAsked, proposals;
   host::UnsavedAnswer unsavedAnswer = host::UnsavedAnswer::cancel;
   int reloadAsked = 0;
   bool reloadAnswer = false;

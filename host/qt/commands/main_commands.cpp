@@ -7,6 +7,7 @@
 #include "qt_user_interface.h"
 #include "scene_commands.h"
 #include "scene_edits.h"
+#include "session.h"
 #include "tool_windows.h"
 #include "window_files.h"
 #include "window_layout.h"
@@ -21,6 +22,25 @@ QKeySequence key(const char* name) {
 
 QString word(const char* text) {
   return QCoreApplication::translate("host::MainCommands", text);
+}
+
+// The intervals of File > Autosave.
+void addAutosaveCommands(const MainParts& parts) {
+  constexpr Milliseconds minute = 60'000;
+  Autosave& autosave = parts.session.autosave();
+  for (const LONG minutes : {0, 1, 2, 5, 10, 30}) {
+    const QString text = minutes == 0   ? word("&Off")
+                         : minutes == 1 ? word("Every Minute")
+                                        : word("Every %1 Minutes").arg(minutes);
+    parts.commands.add({QStringLiteral("file.autosave-%1").arg(minutes),
+                        word("File"),
+                        text,
+                        "",
+                        {},
+                        [&autosave, minutes] { autosave.setPeriod(minutes * minute); },
+                        {},
+                        [&autosave, minutes] { return autosave.period() == minutes * minute; }});
+  }
 }
 
 void addFileCommands(const MainParts& parts) {
@@ -47,6 +67,21 @@ void addFileCommands(const MainParts& parts) {
              {},
              [&window] { window.savePacked(); },
              idle});
+  table.add({"file.save-version",
+             group,
+             word("Save New &Version"),
+             "",
+             {key("Ctrl+Alt+S")},
+             [&files] { files.saveNewVersion(); },
+             idle});
+  table.add({"file.recover",
+             group,
+             word("Reco&ver Scenes..."),
+             "",
+             {},
+             [&tools = parts.tools] { tools.showRecovery(true); },
+             idle});
+  addAutosaveCommands(parts);
   table.add({"file.clear-recent",
              group,
              word("&Clear List"),

@@ -51,7 +51,11 @@ void MainMenus::buildMenuBar() {
   recent_ = file->addMenu(tr("Open &Recent"));
   recent_->setObjectName(QStringLiteral("menu-recent"));
   connect(recent_, &QMenu::aboutToShow, this, &MainMenus::fillRecent);
-  addCommands(*file, "- file.save file.save-as file.save-packed - file.quit");
+  addCommands(*file, "- file.save file.save-as file.save-version file.save-packed -");
+  addCommands(*file->addMenu(tr("&Autosave")),
+              "file.autosave-0 - file.autosave-1 file.autosave-2 file.autosave-5 "
+              "file.autosave-10 file.autosave-30");
+  addCommands(*file, "file.recover - file.quit");
   buildEditMenu();
   buildViewMenu();
   addCommands(*addMenu(tr("&Render")),

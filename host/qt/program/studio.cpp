@@ -86,6 +86,7 @@ void Studio::start() {
   if (viewer)
     firstPicture_ =
         std::make_unique<FirstPicture>(session_->files(), *window_, [] { SpecialEventAdd(refreshCommand); });
+  window_->offerRecovery();
   if (options_.listen) startLink();
 }
 

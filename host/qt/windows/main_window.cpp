@@ -115,7 +115,8 @@ void MainWindow::buildStatus(const std::function<void()>& stopPlugins) {
   statusBar()->setSizeGripEnabled(false);
   statusBar()->addWidget(status_, 1);
   connect(files_, &WindowFiles::noted, this, [this](int count) {
-    status_->say(tr("The scene was opened with %n note(s); the console has them.", "", count));
+    status_->say(count == 1 ? tr("The scene was opened with a note in the console.")
+                            : tr("The scene was opened with %1 notes in the console.").arg(count));
   });
 }
 
@@ -189,6 +190,10 @@ FrameBuffer& MainWindow::frameBuffer() {
 
 void MainWindow::pluginsStarted() {
   menus_->fillPlugins();
+}
+
+void MainWindow::offerRecovery() {
+  tools_->showRecovery(false);
 }
 
 void MainWindow::openFile(const Filename& file) {

@@ -56,6 +56,8 @@ class MainWindow : public QMainWindow {
 
   /// Plug-ins have been started: fills the Plugins menu.
   void pluginsStarted();
+  /// Offers the scenes that were left unsaved, when there are any.
+  void offerRecovery();
   /// Opens a file that was dropped or named, as File > Open does after the choice.
   void openFile(const Filename& file);
 

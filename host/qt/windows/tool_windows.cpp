@@ -5,7 +5,10 @@
 #include "desk_panels.h"
 #include "dialog_host.h"
 #include "frame_buffer.h"
+#include "message_box.h"
+#include "recovery_dialog.h"
 #include "render_settings_dialog.h"
+#include "session.h"
 #include "shortcuts_dialog.h"
 #include "window_layout.h"
 
@@ -85,10 +88,28 @@ void ToolWindows::showAbout() {
   about->open();
 }
 
+void ToolWindows::showRecovery(bool always) {
+  if (!recovery_ && session_.autosave().abandoned().empty()) {
+    if (always)
+      showMessage(&window_,
+                  {tr("No unsaved scenes were left behind."),
+                   {},
+                   tr("Scenes are kept by themselves while they have unsaved changes: File > Autosave."),
+                   {}});
+    return;
+  }
+  if (!recovery_) {
+    recovery_ = new RecoveryDialog(session_, &window_);
+    recovery_->setAttribute(Qt::WA_DeleteOnClose);
+  }
+  present(*recovery_);
+}
+
 void ToolWindows::shutDown() {
   delete frame_;
   delete settings_;
   delete shortcuts_;
+  delete recovery_;
 }
 
 } // namespace host

@@ -10,6 +10,7 @@ namespace host {
 
 class CommandTable;
 class FrameBuffer;
+class RecoveryDialog;
 class RenderSettingsDialog;
 class Session;
 class ShortcutsDialog;
@@ -27,6 +28,8 @@ class ToolWindows : public QObject {
   void showRenderSettings();
   void showShortcuts();
   void showAbout();
+  /// Offers the scenes that programs have left unsaved; `always`: says so when there are none.
+  void showRecovery(bool always);
 
   /// Closes them all: the session ends.
   void shutDown();
@@ -39,6 +42,7 @@ class ToolWindows : public QObject {
   bool placed_ = false; // the frame buffer
   QPointer<RenderSettingsDialog> settings_;
   QPointer<ShortcutsDialog> shortcuts_;
+  QPointer<RecoveryDialog> recovery_;
 };
 
 } // namespace host

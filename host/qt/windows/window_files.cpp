@@ -1,5 +1,8 @@
 #include "window_files.h"
 
+#include <QCoreApplication>
+#include <algorithm>
+
 #include "c4d_events.h"
 #include "message_box.h"
 #include "qt_text.h"
@@ -23,6 +26,20 @@ FileRequest saveRequest(const char* title, const Filename& start) {
   return request;
 }
 
+// The first changes, a line each.
+QString changeList(const std::vector<std::string>& changes) {
+  constexpr std::size_t shown = 8;
+  constexpr int longest = 80; // characters of a line
+  QStringList lines;
+  for (std::size_t i = 0; i < std::min(changes.size(), shown); ++i) {
+    const QString line = text(changes[i]);
+    lines << (line.size() > longest ? line.left(longest) + QChar(0x2026) : line);
+  }
+  if (changes.size() > shown)
+    lines << QCoreApplication::translate("host::WindowFiles", "and %1 more").arg(changes.size() - shown);
+  return lines.join(QLatin1Char('\n'));
+}
+
 } // namespace
 
 WindowFiles::WindowFiles(Session& session, QtUserInterface& ui, QWidget& window)
@@ -40,9 +57,11 @@ WindowFiles::~WindowFiles() = default;
 
 void WindowFiles::askQuestions() {
   FileQuestions questions;
-  questions.unsaved = [this](const String& title) {
-    const BoxText box{
-        tr("Save the changes to \"%1\"?").arg(toQt(title)), {}, tr("Without saving they are lost."), {}};
+  questions.unsaved = [this](const String& title, const std::vector<std::string>& changes) {
+    const BoxText box{tr("Save the changes to \"%1\"?").arg(toQt(title)),
+                      changeList(changes),
+                      tr("Without saving they are lost."),
+                      {}};
     const int answer = askChoice(&window_, box, {tr("Save"), tr("Discard"), tr("Cancel")});
     return answer == 0 ? UnsavedAnswer::save : answer == 1 ? UnsavedAnswer::discard : UnsavedAnswer::cancel;
   };

@@ -386,6 +386,11 @@ void Edits::markSaved(std::size_t revision) {
   tell();
 }
 
+void Edits::markUnsaved() {
+  savedRevision_ = ++lastRevision_;
+  tell();
+}
+
 std::size_t Edits::revision() {
   notice(outsideName);
   return revision_;

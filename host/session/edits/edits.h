@@ -82,6 +82,8 @@ class Edits {
   bool isDirty() const;
   /// The document of this revision is now on disk. Later edits leave it dirty.
   void markSaved(std::size_t revision);
+  /// The document differs from its file although nothing was edited: it was recovered.
+  void markUnsaved();
   /// A number for the present state of the document, for `markSaved`. Undo restores the earlier number.
   std::size_t revision();
 
