@@ -20,7 +20,7 @@ class Recovery : public StudioTest {
   /// The folder of a program that was killed with unsaved changes of `original`.
   void leave(const char* name, const Filename& original, std::int64_t seconds,
              std::vector<std::string> changes) {
-    const fs::path place = toPath(program().writePath()) / "autosave" / name;
+    const fs::path place = toPath(studio().program().writePath()) / "autosave" / name;
     fs::create_directories(place);
     fs::copy_file(host::toPath(smallScene()), place / "1.gltf", fs::copy_options::overwrite_existing);
     std::string error;
