@@ -2,6 +2,7 @@
 import re
 
 SCENES = ("glb", "gltf", "obj", "fbx", "ply", "stl", "dae")
+FISH_SETTINGS = "(lumenara settings list --names 2>/dev/null | cut -f1)"
 FILES = ("IMAGE", "FILE", "A", "B")
 
 
@@ -12,8 +13,10 @@ def choices(option):
 
 
 def kind(option):
-    """scene, file, folder, or empty: how the value is completed."""
+    """scene, file, folder, setting, or empty: how the value is completed."""
     value = option["names"][0] if not option["names"][0].startswith("-") else re.split(r"[: ]", option["value"])[0]
+    if value in ("KEY", "KEY=VALUE"):
+        return "setting"
     return "scene" if value == "SCENE" else "file" if value in FILES else "folder" if value == "DIR" else ""
 
 
@@ -72,6 +75,7 @@ BASH = """# Completion of {name} for bash.
   extended=$(shopt -p extglob)
   shopt -s extglob
   case $1 in
+    setting) mapfile -t COMPREPLY < <(compgen -W "$({name} settings list --names 2>/dev/null | cut -f1)" -- "$2") ;;
     folder) mapfile -t COMPREPLY < <(compgen -d -- "$2") ;;
     scene) mapfile -t COMPREPLY < <(compgen -d -- "$2"; compgen -f -X '!*.@({suffixes})' -- "$2") ;;
     *) mapfile -t COMPREPLY < <(compgen -f -- "$2") ;;
@@ -109,7 +113,8 @@ def bash(program):
 def zsh_value(option):
     if choices(option):
         return "(" + " ".join(choices(option)) + ")"
-    return {"scene": f"_files -g '*.({'|'.join(SCENES)})'", "file": "_files", "folder": "_files -/"}.get(kind(option), " ")
+    return {"scene": f"_files -g '*.({'|'.join(SCENES)})'", "file": "_files", "folder": "_files -/",
+            "setting": "{compadd -- ${(f)\"$(lumenara settings list --names 2>/dev/null | cut -f1)\"}}"}.get(kind(option), " ")
 
 
 def zsh_text(text):
@@ -162,6 +167,7 @@ def fish_option(start, option):
         parts.append(f"-x -a {quoted(' '.join(choices(option)))}")
     elif option["value"]:
         parts.append("-r -F" if kind(option) in ("file", "scene") else
+                     f"-x -a '{FISH_SETTINGS}'" if kind(option) == "setting" else
                      "-x -a '(__fish_complete_directories)'" if kind(option) else "-x")
     return " ".join(parts) + " -d " + quoted(option["text"])
 
@@ -175,6 +181,8 @@ def fish(program):
         lines += [fish_option(start, option) for option in inherited(program, words)]
         lines += [f"{start} -a {below['name']} -d {quoted(below['text'])}" for below in command["commands"]]
         files = set(filter(None, map(kind, command["arguments"])))
-        if files:
+        if "setting" in files:
+            lines.append(f"{start} -a '{FISH_SETTINGS}'")
+        elif files:
             lines.append(f"{start} -F")
     return "\n".join(lines) + "\n"

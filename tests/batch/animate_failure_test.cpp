@@ -10,7 +10,7 @@ TEST_F(Animate, InvalidRangesAreRefused) {
   const std::pair<const char*, const char*> ranges[] = {{"5:2", "backwards"},
                                                         {"0:5:0", "step"},
                                                         {"0:5:-1", "step"},
-                                                        {"7", "range"},
+                                                        {"7:", "range"},
                                                         {"", "range"},
                                                         {"a:b", "range"},
                                                         {"0:5:1:2", "range"},

@@ -23,6 +23,11 @@ TEST_F(Animate, WritesTheFramesOfTheRange) {
   EXPECT_TRUE(isRed(middle, 40, 20));
 }
 
+TEST_F(Animate, OneNumberIsOneFrame) {
+  animate("shot.bmp", "7");
+  EXPECT_EQ(written(), std::vector<std::string>{"shot0007.bmp"});
+}
+
 TEST_F(Animate, TheLastFrameNeedNotBeOneOfTheSteps) {
   animate("shot.bmp", "5:9:3");
   EXPECT_EQ(written(), (Names{"shot0005.bmp", "shot0008.bmp"}));

@@ -80,6 +80,9 @@ def check_words(build):
     check(bash("lumenara", "re") == ["render"], "bash does not complete the command render")
     check(bash("lumenara settings", "") == ["list", "get", "set", "reset"], "bash does not complete the actions of settings")
     check(sorted(bash("lumenara render --sampling", "")) == ["even", "noise"], "bash does not complete the values of --sampling")
+    os.environ["PATH"] = f"{build / 'bin'}:{os.environ['PATH']}"
+    names = bash("lumenara settings get", "opt.g")
+    check(names == ["opt.gi"], f"bash does not complete names of settings: {names}")
     scenes = bash("lumenara render", str(pathlib.Path(__file__).parents[2] / "scenes") + "/")
     check(any(name.endswith("demo.glb") for name in scenes), "bash does not complete scenes")
     check(not any(name.endswith(".py") for name in bash("lumenara render", str(pathlib.Path(__file__).parent) + "/")),

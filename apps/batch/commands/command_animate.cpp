@@ -17,6 +17,7 @@
 #include "run_settings.h"
 #include "scene_load.h"
 #include "scene_setup.h"
+#include "setting_names.h"
 #include "setting_values.h"
 
 namespace batch {

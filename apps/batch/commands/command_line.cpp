@@ -9,6 +9,7 @@
 #include "farm_command_line.h"
 #include "format_list.h"
 #include "layer_table.h"
+#include "nearest_word.h"
 #include "option_values.h"
 #include "picture_formats.h"
 #include "run_options.h"
@@ -45,7 +46,7 @@ CLI::App* addRender(CLI::App& app, RawOptions& raw) {
   addRun(*render, raw.run, raw.render);
   render
       ->add_option("-o,--output", raw.render.image,
-                   "Picture: " + suffixList(FormatUse::write) + " by its suffix")
+                   "Picture: " + suffixList(FormatUse::write) + " by its suffix; - for standard output (png)")
       ->type_name("IMAGE")
       ->required();
   render->add_option("--quality", raw.quality, "1 to 100, of a jpg (default 95) or a webp (default lossless)")
@@ -89,8 +90,8 @@ CLI::App* addAnimate(CLI::App& app, RawOptions& raw) {
                    "Movie (mov, avi) or base name of pictures (bmp, tif, jpg, psd, b3d) by its suffix")
       ->type_name("FILE")
       ->required();
-  animate->add_option("--frames", raw.frames, "First and last frame, and the step between frames")
-      ->type_name("A:B[:STEP]")
+  animate->add_option("--frames", raw.frames, "One frame, or the first and the last, and the step between them")
+      ->type_name("A[:B[:STEP]]")
       ->required();
   animate
       ->add_option("--format", raw.format,
@@ -127,11 +128,12 @@ CLI::App* addSettings(CLI::App& app, RawOptions& raw) {
     sub->final_callback([&raw, action] { raw.settings.action = action; });
     return sub;
   };
-  add("list", "All settings with their values", SettingsAction::list);
+  add("list", "All settings with their values", SettingsAction::list)
+      ->add_flag("--names", raw.settings.names, "Readable names and LM_ names alone");
   CLI::App* get = add("get", "Print one value", SettingsAction::get);
-  get->add_option("KEY", raw.settings.key, "Number or LM_ name")->required();
+  get->add_option("KEY", raw.settings.key, "Name, number or LM_ name")->required();
   CLI::App* set = add("set", "Store one value", SettingsAction::set);
-  set->add_option("KEY", raw.settings.key, "Number or LM_ name")->required();
+  set->add_option("KEY", raw.settings.key, "Name, number or LM_ name")->required();
   set->add_option("VALUE", raw.settings.value, "A number, a text, or r,g,b for a colour")->required();
   add("reset", "Return to the defaults at the next start", SettingsAction::reset);
   return settings;
@@ -146,7 +148,7 @@ CLI::App* addCompare(CLI::App& app, RawOptions& raw) {
   compare->add_option("B", options.b, "The other picture or folder")->required();
   compare
       ->add_option("-o,--output", options.image,
-                   "Picture: " + suffixList(FormatUse::write) + " by its suffix")
+                   "Picture: " + suffixList(FormatUse::write) + " by its suffix; - for standard output (png)")
       ->type_name("IMAGE");
   static const std::map<std::string, LONG> styles = {
       {"columns", 0}, {"rows", 1}, {"blend", 2}, {"difference", 9999}};
@@ -206,7 +208,7 @@ CLI::App* addMerge(CLI::App& app, RawOptions& raw) {
   merge->add_option("FILM", options.films, "Films that `render --part` made (exr), in any order")->required();
   merge
       ->add_option("-o,--output", options.image,
-                   "Picture: " + suffixList(FormatUse::write) + " by its suffix")
+                   "Picture: " + suffixList(FormatUse::write) + " by its suffix; - for standard output (png)")
       ->type_name("IMAGE")
       ->required();
   merge->add_option("--quality", raw.quality, "1 to 100, of a jpg (default 95) or a webp (default lossless)")
@@ -257,6 +259,8 @@ CommandLine finishCompare(const CLI::App& command, RawOptions& raw) {
   if (raw.corner) options.placement = ComparePlacement::corner;
   if (options.image.empty() && !options.stats && !options.failAbove)
     throw wrong("there is nothing to do; add -o IMAGE, --stats, --metric or --fail-above");
+  if (options.stats && options.image.starts_with("-"))
+    throw wrong("--stats and -o - both write to standard output; name a file for the picture");
   return std::move(options);
 }
 
@@ -337,7 +341,9 @@ CommandLine parseCommandLine(int argc, const char* const* argv) {
   } catch (const CLI::CallForVersion& version) {
     return ShowText{std::string(version.what()) + "\n"};
   } catch (const CLI::ParseError& error) {
-    throw wrong(std::string(error.what()) + "; `lumenara --help` shows what there is");
+    const std::vector<std::string> typed(argv + 1, argv + argc);
+    const std::string unknown = mistyped(app, typed);
+    throw wrong((unknown.empty() ? error.what() : unknown) + "; `lumenara --help` shows what there is");
   }
   if (info->parsed()) return raw.info;
   if (history->parsed()) return raw.history;

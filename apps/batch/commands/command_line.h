@@ -39,6 +39,7 @@ enum class SettingsAction { list, get, set, reset };
 struct SettingsOptions {
   SettingsAction action = SettingsAction::list;
   std::string key, value, home;
+  bool names = false; // list the readable names alone
 };
 
 enum class ComparePlacement { scale, center, corner };

@@ -8,6 +8,7 @@
 #include "messages.h"
 #include "plugin_unit.h"
 #include "program.h"
+#include "setting_names.h"
 #include "setting_values.h"
 #include "setting_words.h"
 #include "thread_context.h"
@@ -79,6 +80,14 @@ void list(const host::PluginUnit& plugin) {
   }
 }
 
+/// One line per setting: readable name and, after a tab, LM_ name.
+void listNames() {
+  LONG count = 0;
+  const lmKey* keys = GetKeys(&count);
+  for (const lmKey* key = keys; key != keys + count; ++key)
+    std::printf("%s\t%s\n", readableName(*key).c_str(), key->name);
+}
+
 void get(const std::string& name) {
   const lmKey& key = findSetting(name);
   std::printf("%s\n", settingText(currentSettings().GetData(key.key)).c_str());
@@ -123,6 +132,10 @@ ExitCode runSettings(const SettingsOptions& options) {
   if (!options.key.empty()) {
     const lmKey& key = findSetting(options.key);
     if (options.action == SettingsAction::set) parseSetting(key, options.value);
+  }
+  if (options.names) {
+    listNames();
+    return ExitCode::done;
   }
   SettingsHost host(options.home);
   if (options.action == SettingsAction::reset || options.action == SettingsAction::set) host.requireHome();

@@ -86,9 +86,11 @@ RegionBox parseBox(const std::string& text) {
 FrameRange parseFrames(const std::string& text) {
   auto given = numbers(text, ':', 2);
   if (!given) given = numbers(text, ':', 3);
+  if (!given) given = numbers(text, ':', 1);
   if (!given)
     throw wrong("--frames " + text + " is not a frame range; write first:last or first:last:step, as 0:89");
-  const FrameRange range{(*given)[0], (*given)[1], given->size() > 2 ? (*given)[2] : 1};
+  const FrameRange range{given->front(), given->size() > 1 ? (*given)[1] : given->front(),
+                         given->size() > 2 ? (*given)[2] : 1};
   if (range.from < 0 || range.to > lastFrameNumber) {
     throw wrong("--frames " + text + " is out of range; frames are numbered 0 to " +
                 std::to_string(lastFrameNumber));

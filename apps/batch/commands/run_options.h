@@ -31,7 +31,8 @@ void addRun(CLI::App& command, RawRun& raw, Options& options) {
   command.add_option("--size", raw.size, "Size in pixels; default: the scene's")->type_name("WxH");
   command.add_option("--camera", options.camera, "Look through this camera")->type_name("NAME");
   command.add_option("--variant", options.variant, "Show this variant of the materials")->type_name("NAME");
-  command.add_option("--set", raw.sets, "A setting for this run, by number or LM_ name; can be repeated")
+  command
+      .add_option("--set", raw.sets, "A setting for this run, by name, number or LM_ name; can be repeated")
       ->type_name("KEY=VALUE")
       ->allow_extra_args(false);
   command.add_option("--samples", options.sampling.samples, "Samples per pixel; default: the scene's")

@@ -1,8 +1,12 @@
 #include "output_file.h"
 
+#include <cstdio>
+
 #include "atomic_file.h"
 #include "c4d_file.h"
 #include "exit_code.h"
+#include "platform.h"
+#include "read_file.h"
 
 namespace batch {
 namespace {
@@ -14,7 +18,29 @@ namespace {
 
 } // namespace
 
+bool isStandardOutput(const std::string& picture) {
+  return picture == "-" || picture.starts_with("-.");
+}
+
+void requireStandardOutput() {
+  if (host::platform::isTerminal(stdout))
+    throw Stop(ExitCode::wrongUse,
+               "a picture is nothing for a terminal; send standard output to a file or program");
+}
+
+void copyToStandardOutput(const Filename& file) {
+  const host::FileContent content = host::readFile(file);
+  const bool written =
+      content.fault == host::ReadFault::none &&
+      std::fwrite(content.bytes.data(), 1, content.bytes.size(), stdout) == content.bytes.size() &&
+      std::fflush(stdout) == 0;
+  if (!written)
+    throw Stop(ExitCode::outputNotWritable,
+               "the picture was not written to standard output: its reader has ended or the disk is full");
+}
+
 void requireWritable(const Filename& file, const std::string& what) {
+  if (isStandardOutput(file.GetString().GetUTF8())) return requireStandardOutput();
   if (GeFExist(file, TRUE)) notWritable(file, what, "it is a folder; name a file");
   const Filename folder = file.GetDirectory();
   if (folder.Content() && !GeFExist(folder, TRUE)) {

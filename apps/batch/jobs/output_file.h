@@ -11,6 +11,15 @@ namespace batch {
 /// writable).
 void requireWritable(const Filename& file, const std::string& what);
 
+/// Whether a picture goes to standard output: "-", which is a PNG, or "-.SUFFIX".
+bool isStandardOutput(const std::string& picture);
+
+/// Throws `Stop` (wrong use) when standard output is a terminal.
+void requireStandardOutput();
+
+/// Writes a file's bytes to standard output. Throws `Stop` (output not writable).
+void copyToStandardOutput(const Filename& file);
+
 /// Replaces a text file. Throws `Stop` (output not writable).
 void writeText(const Filename& file, const std::string& text, const std::string& what);
 

@@ -3,14 +3,16 @@
 #include "exit_code.h"
 #include "failures.h"
 #include "format_list.h"
+#include "output_file.h"
 #include "picture_formats.h"
 #include "picture_origin.h"
+#include "platform.h"
 
 namespace batch {
 namespace {
 
 const host::PictureFileFormat& formatOf(const std::string& file) {
-  const std::string suffix = Filename(String(file)).GetSuffix().GetUTF8();
+  const std::string suffix = file == "-" ? "png" : Filename(String(file)).GetSuffix().GetUTF8();
   if (const host::PictureFileFormat* format = host::formatOfSuffix(suffix)) return *format;
   throw Stop(ExitCode::wrongUse,
              file + (suffix.empty() ? " has no suffix" : " has the unknown suffix " + suffix) +
@@ -48,7 +50,11 @@ void savePicture(const BaseBitmap& bitmap, const std::string& file, const Pictur
   if (options.compression) settings.SetLong(host::exrSaverCompression, *options.compression);
   host::putOrigin(settings, options.rendered ? *options.rendered : bitmap);
   host::takeFailures(); // earlier failures are not this file's
-  if (bitmap.Save(Filename(String(file)), format.filter, &settings) == IMAGERESULT_OK) return;
+  const std::optional<host::platform::PrivateFolder> beside =
+      isStandardOutput(file) ? std::make_optional<host::platform::PrivateFolder>() : std::nullopt;
+  const Filename target = beside ? beside->folder() + Filename("picture") : Filename(String(file));
+  if (bitmap.Save(target, format.filter, &settings) == IMAGERESULT_OK)
+    return beside ? copyToStandardOutput(target) : void();
   const auto failures = host::takeFailures();
   throw Stop(ExitCode::outputNotWritable,
              failures.empty() ? "the picture " + file + " was not written; choose another place"

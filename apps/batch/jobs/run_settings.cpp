@@ -4,6 +4,7 @@
 #include <array>
 
 #include "lm_keys.h"
+#include "setting_names.h"
 #include "setting_values.h"
 
 namespace batch {

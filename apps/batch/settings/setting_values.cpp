@@ -42,17 +42,6 @@ std::optional<Vector> threeNumbers(const std::string& text) {
 
 } // namespace
 
-const lmKey& findSetting(const std::string& name) {
-  LONG count = 0;
-  const lmKey* keys = GetKeys(&count);
-  const auto id = wholeNumber(name);
-  for (LONG index = 0; index < count; ++index) {
-    if (name == keys[index].name || (id && *id == keys[index].key)) return keys[index];
-  }
-  throw Stop(ExitCode::wrongUse,
-             "there is no setting " + name + "; `lumenara settings list` shows all of them");
-}
-
 std::string settingTitle(const lmKey& key) {
   return std::string(key.name) + " (" + std::to_string(key.key) + ")";
 }

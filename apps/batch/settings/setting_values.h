@@ -7,9 +7,6 @@
 
 namespace batch {
 
-/// The entry of the key table for a number or an LM_ name. Throws `Stop` (wrong use) for an unknown key.
-const lmKey& findSetting(const std::string& name);
-
 /// "LM_REFRESH_DELAY (20005)".
 std::string settingTitle(const lmKey& key);
 
