@@ -11,6 +11,7 @@
 #include "lifetime.h"
 #include "link_applier.h"
 #include "link_connection.h"
+#include "link_grabber.h"
 
 namespace host {
 
@@ -43,6 +44,12 @@ class LinkServer final : private LinkReceiver {
     bool undo = false;
     int skipped = 0; // commits that it replaced
   };
+  // An "open" whose scene is being read.
+  struct Opening {
+    std::shared_ptr<LinkConnection> connection; // null: none
+    Json id;
+    Filename file;
+  };
 
   bool claim(const LinkConnection& connection) override;
   void greeted(const std::shared_ptr<LinkConnection>& connection) override;
@@ -55,7 +62,11 @@ class LinkServer final : private LinkReceiver {
   void listen();
   void applyPending();
   void show(const Pending& pending);
-  void open(LinkConnection& connection, const Json& message);
+  void open(const std::shared_ptr<LinkConnection>& connection, const Json& message);
+  void opened();
+  void filesChanged();
+  void checkOpening();
+  void refuseOpening(const std::string& text);
   void tellPicked();
   void tellCamera(bool send);
   void tell(const Json& message);
@@ -64,7 +75,9 @@ class LinkServer final : private LinkReceiver {
 
   Session& session_;
   LinkApplier applier_;
+  LinkGrabber grabber_;
   std::string path_, error_;
+  std::string title_, started_; // as the file beside the socket says
   Socket listening_;
   Wake wake_;
   std::thread thread_;
@@ -83,7 +96,8 @@ class LinkServer final : private LinkReceiver {
   TimerId retry_ = 0, cameraTimer_ = 0;
   Matrix lastView_;
   Real lastFov_ = 0;
-  Subscription picked_;
+  Opening opening_;
+  Subscription picked_, replaced_, filesChanged_;
   Lifetime<LinkServer> lifetime_{*this};
   const WeakRef<LinkServer> self_; // copied on the connections' threads
 };

@@ -1,6 +1,7 @@
 // Shows a cube in Lumenara Studio and turns it: an example of lumenara_link.
 //
-//   c++ -std=c++17 animate_scene.cpp lumenara_link.cpp -o animate_scene && ./animate_scene [FRAMES]
+//   c++ -std=c++17 animate_scene.cpp lumenara_link.cpp -o animate_scene && ./animate_scene [FRAMES
+//   [PICTURE.png]]
 #include "lumenara_link.h"
 
 #include <cmath>
@@ -54,6 +55,13 @@ int main(int count, char** arguments) try {
     const std::vector<double> matrix = turned(i * 0.02);
     studio.send("transforms", Json().texts("keys", {"cube-1"}), {block("matrices", "f64x16", matrix)});
     studio.waitForCommit(studio.commit(), 30);
+  }
+  if (count > 2) {
+    const std::string picture = studio.grab("png");
+    std::FILE* file = std::fopen(arguments[2], "wb");
+    const bool written = file && std::fwrite(picture.data(), 1, picture.size(), file) == picture.size();
+    if (!file || std::fclose(file) != 0 || !written)
+      throw lumenara_link::LinkError(std::string(arguments[2]) + " cannot be written");
   }
   std::printf("%d frames\n", frames);
   return 0;

@@ -366,6 +366,32 @@ bool Connection::receive(Answer& answer, double seconds) {
   return true;
 }
 
+Answer Connection::answerTo(std::uint64_t id, double seconds) {
+  const double end = now() + seconds;
+  Answer answer;
+  do {
+    if (!receive(answer, std::max(0.0, end - now())))
+      throw LinkError("Studio did not answer in time. Is it busy, or does it ask a question?");
+  } while (member(answer.json, "message") != std::to_string(id));
+  if (answer.type == "error")
+    throw LinkError(member(answer.json, "text") + " " + member(answer.json, "help"));
+  return answer;
+}
+
+void Connection::open(std::string_view path, double seconds) {
+  answerTo(send("open", Json().text("path", path)), seconds);
+}
+
+std::string Connection::grab(std::string_view format, double seconds) {
+  const Answer answer = answerTo(send("grab", Json().text("format", format)), seconds);
+  const std::string block = member(member(answer.json, "blocks"), "file");
+  const std::uint64_t offset = std::strtoull(member(block, "offset").c_str(), nullptr, 10);
+  const std::uint64_t count = std::strtoull(member(block, "count").c_str(), nullptr, 10);
+  if (offset > answer.body.size() || count > answer.body.size() - offset)
+    throw LinkError("The picture of Studio is incomplete. Update Studio.");
+  return answer.body.substr(offset, count);
+}
+
 Answer Connection::waitForCommit(std::uint64_t number, double seconds) {
   const double end = now() + seconds;
   Answer answer;

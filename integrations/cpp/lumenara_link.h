@@ -95,11 +95,18 @@ class Connection {
   std::uint64_t commit(bool undo = false);
   /// Reads answers until this commit, or a later one, is applied. Throws after `seconds`.
   Answer waitForCommit(std::uint64_t number, double seconds);
+  /// Opens a scene file, named by its whole path, and waits until it is shown. Throws LinkError. Drops other
+  /// answers that come meanwhile.
+  void open(std::string_view path, double seconds = 60);
+  /// The viewer's picture as the bytes of a file; `format` is a suffix: png, exr, jpg, tif ... Throws
+  /// LinkError where the viewer has no picture yet. Drops other answers that come meanwhile.
+  std::string grab(std::string_view format = "png", double seconds = 30);
   /// The next answer, if one comes within `seconds`.
   bool receive(Answer& answer, double seconds);
 
  private:
   bool takeFrame(Answer& answer);
+  Answer answerTo(std::uint64_t id, double seconds);
   void greet(std::string_view program, double seconds);
 
   int socket_ = -1;

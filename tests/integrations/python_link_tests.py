@@ -92,6 +92,17 @@ class WithStudio(unittest.TestCase):
             self.assertEqual(client.acknowledged["objects"], 2)
             ids = [message["id"] for message, _ in self.studio.messages]
             self.assertEqual(ids, sorted(set(ids)))
+
+    def test_open_and_grab(self):
+        with link.connect("test") as client:
+            self.assertEqual(client.grab("exr"), b"PNG")
+            client.open("some/../scene.glb")
+            self.assertEqual(self.studio.messages[-1][0]["path"], os.path.abspath("scene.glb"))
+            self.studio.refusal = "The viewer has no picture yet."
+            for ask in (client.grab, lambda: client.open("scene.glb")):
+                with self.assertRaisesRegex(link.LinkError, "^The viewer has no picture yet. Do so.$"):
+                    ask()
+            self.studio.refusal = ""
             self.assertEqual(client.grab(), b"PNG")
 
     def test_messages_of_many_threads_stay_whole(self):

@@ -135,6 +135,8 @@ class RecordingStudio:
         self.path.unlink(missing_ok=True)
         self.file = self.path.with_suffix(".json")
         self.scene, self.messages, self.refuse_version = Scene(), [], refuse_version
+        self.refusal = ""  # of "open" and "grab"
+        self.silent, self.promised = False, 3  # no answer to them; bytes that a picture announces
         self.failure, self.hold_acks, self.broken = None, False, None
         self.changed = threading.Condition()
         self.listener = socket.socket(socket.AF_UNIX, socket.SOCK_STREAM)
@@ -196,8 +198,16 @@ class RecordingStudio:
             self.send({"type": "welcome", "version": 1, "program": "Recording Studio 1", "pid": os.getpid()}, client=client)
         elif kind == "ping":
             self.send({"type": "pong"}, client=client)
+        elif kind in ("grab", "open") and self.silent:
+            pass
+        elif kind in ("grab", "open") and self.refusal:
+            self.send({"type": "error", "message": message["id"], "text": self.refusal, "help": "Do so."}, client=client)
+        elif kind == "open":
+            self.send({"type": "ack", "message": message["id"]}, client=client)
         elif kind == "grab":
-            self.send({"type": "picture", "format": message["format"], "blocks": {"file": {"offset": 0, "count": 3, "format": "u8"}}}, b"PNG\0\0\0\0\0", client)
+            self.send({"type": "error", "message": 999, "text": "Of another message.", "help": ""}, client=client)
+            self.send({"type": "picture", "message": message["id"], "format": message["format"], "width": 4, "height": 3, "running": True,
+                       "blocks": {"file": {"offset": 0, "count": self.promised, "format": "u8"}}}, b"PNG\0\0\0\0\0", client)
         elif kind == "commit" and not self.hold_acks:
             self.send({"type": "ack", "commit": message["n"], "milliseconds": 1.5, "objects": len(self.scene.objects), "triangles": 12,
                        "notes": []}, client=client)

@@ -67,6 +67,47 @@ def live_link(run):
             print(f"the client says: {error}")
 
 
+def batch(run, studio, *arguments):
+    """The program lumenara, which finds this Studio and no other: its exit code and its errors."""
+    settings = dict(os.environ, XDG_RUNTIME_DIR=str(studio.inspect_folder), LUMENARA_HOME=str(run.folder / "batch-home"))
+    done = subprocess.run([str(run.options.batch), *map(str, arguments)], env=settings, capture_output=True, text=True, timeout=120, check=False)
+    return done.returncode, done.stderr
+
+
+def send_and_grab(run):
+    """`lumenara send` and `lumenara grab` with the real program."""
+    studio = run.viewer()
+    set_auto(studio, True)
+    own = studio.settled()
+    link, _ = client(run, studio)
+    wait_for("the socket", link.find_studios)
+    scene = run.folder / "sent scene.glb"
+    shutil.copy(run.options.source / "scenes" / "demo.glb", scene)
+    code, said = batch(run, studio, "send", scene)
+    check((code, said) == (0, f"lumenara: Lumenara Studio shows {scene}\n"), f"send: {code} {said}")
+    wait_for("the scene's name in the description", lambda: link.find_studios()[0].scene == scene.name)
+    studio.changed_from(own)
+    # It is readable as soon as the viewer has begun to show it, and afterwards.
+    for name in ("during.png", "film.exr"):
+        picture = run.folder / name
+        code, said = batch(run, studio, "grab", "-o", picture)
+        check(code == 0, f"grab: {code} {said}")
+        check(picture.stat().st_size > 1000, f"{name} has {picture.stat().st_size} bytes")
+    studio.settled()
+    for name in ("a.png", "b.png"):
+        code, said = batch(run, studio, "grab", "-o", run.folder / name)
+        check(code == 0 and "goes on" not in said, f"grab: {code} {said}")
+    check((run.folder / "a.png").read_bytes() == (run.folder / "b.png").read_bytes(), "a finished picture is the same twice")
+    code, said = batch(run, studio, "compare", run.folder / "a.png", run.folder / "film.exr", "--stats", "--fail-above", "0.05")
+    check(code == 0, f"the film of before and the picture are alike: {code} {said}")
+    run.options.output.mkdir(parents=True, exist_ok=True)
+    shutil.copy(run.folder / "a.png", run.options.output / "grabbed.png")
+    run.display.save(run.options.output / "grabbed-from.png")
+    studio.kill()
+    code, said = batch(run, studio, "grab", "-o", run.folder / "none.png")
+    check(code == 5 and "no Lumenara Studio" in said, f"grab from an ended Studio: {code} {said}")
+
+
 class Blender:
     """Blender in the background, with the add-on connected to a Studio."""
 
@@ -128,4 +169,4 @@ def blender(run):
 
 
 if __name__ == "__main__":
-    sys.exit(main((live_link, blender)))
+    sys.exit(main((live_link, send_and_grab, blender)))

@@ -9,6 +9,7 @@
 #include "farm_command_line.h"
 #include "format_list.h"
 #include "layer_table.h"
+#include "link_command_line.h"
 #include "option_values.h"
 #include "picture_formats.h"
 #include "run_options.h"
@@ -321,6 +322,7 @@ CommandLine parseCommandLine(int argc, const char* const* argv) {
   CLI::App* history = addHistory(app, raw);
   CLI::App* merge = addMerge(app, raw);
   FarmCommandLine farm(app);
+  const LinkCommandLine link(app);
   addDescription(app);
 
   try {
@@ -329,6 +331,7 @@ CommandLine parseCommandLine(int argc, const char* const* argv) {
     if (animate->parsed()) return finishAnimate(*animate, raw);
     if (compare->parsed()) return finishCompare(*compare, raw);
     if (auto options = farm.finish()) return *std::move(options);
+    if (auto options = link.finish()) return *std::move(options);
     if (merge->parsed()) return finishMerge(*merge, raw);
   } catch (const CLI::CallForHelp&) {
     return ShowText{app.help()};
