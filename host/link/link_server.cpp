@@ -5,6 +5,7 @@
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
+#include <random>
 
 #include "atomic_file.h"
 #include "document.h"
@@ -19,6 +20,8 @@ namespace host {
 namespace {
 
 constexpr Milliseconds retryPeriod = 50;
+constexpr std::size_t shortestToken = 16;
+constexpr std::size_t mostConnections = 64;
 constexpr Milliseconds cameraPeriod = 67; // at most 15 a second
 
 Json matrixList(const Matrix& m) {
@@ -46,6 +49,18 @@ std::string utcText(std::int64_t seconds) {
   return text.data();
 }
 
+// 256 bits that nobody can guess, in hexadecimal digits.
+std::string newToken() {
+  std::random_device source;
+  std::string token;
+  for (int i = 0; i < 8; ++i) {
+    std::array<char, 9> digits{};
+    std::snprintf(digits.data(), digits.size(), "%08x", static_cast<unsigned>(source()));
+    token += digits.data();
+  }
+  return token;
+}
+
 // On a connection's thread: the folder may be slow.
 void checkScenePath(const std::string& path) {
   std::error_code code;
@@ -57,7 +72,7 @@ void checkScenePath(const std::string& path) {
 
 } // namespace
 
-LinkServer::LinkServer(Session& session)
+LinkServer::LinkServer(Session& session, const std::optional<LinkTcp>& tcp)
     : session_(session), applier_(session), grabber_(session), started_(utcText(clock().wallSeconds())),
       self_(lifetime_.ref()) {
   picked_ = session_.hub().selectionChanged.add([this] { tellPicked(); });
@@ -66,8 +81,10 @@ LinkServer::LinkServer(Session& session)
     if (why == Replacement::opened) opened();
   });
   filesChanged_ = session_.files().changed.add([this] { filesChanged(); });
+  if (tcp) startTcp(*tcp);
   describe();
-  thread_ = std::thread([this] { listen(); });
+  thread_ = std::thread([this] { listen(listening_, wake_, {}); });
+  if (tcpPort() != 0) tcpThread_ = std::thread([this] { listen(tcpListening_, tcpWake_, token_); });
   cameraTimer_ = mainLoop().addTimer(cameraPeriod, [this] { tellCamera(true); });
 }
 
@@ -77,7 +94,9 @@ LinkServer::~LinkServer() {
   mainLoop().removeTimer(retry_);
   stop_ = true;
   wake_.ring();
-  if (thread_.joinable()) thread_.join();
+  tcpWake_.ring();
+  for (std::thread* thread : {&thread_, &tcpThread_})
+    if (thread->joinable()) thread->join();
   std::vector<std::shared_ptr<LinkConnection>> connections;
   {
     const std::lock_guard lock(mutex_);
@@ -108,27 +127,46 @@ bool LinkServer::startListening() {
   return true;
 }
 
+void LinkServer::startTcp(const LinkTcp& tcp) {
+  if (!tcp.token.empty() && tcp.token.size() < shortestToken) {
+    tcpError_ = "The live link does not listen at 127.0.0.1: its token has fewer than " +
+                std::to_string(shortestToken) + " letters. Choose a longer one.";
+    return;
+  }
+  std::string reason;
+  tcpListening_ = Socket::listenOnLoopback(tcp.port, reason);
+  if (tcpListening_.isValid())
+    token_ = tcp.token.empty() ? newToken() : tcp.token;
+  else
+    tcpError_ = "The live link cannot listen at 127.0.0.1:" + std::to_string(tcp.port) + ": " + reason +
+                ". Choose another port.";
+}
+
 // Clients find the socket by this file.
 void LinkServer::describe() {
   title_ = session_.files().title().GetUTF8();
-  const Json description{{"version", 1},    {"pid", platform::processNumber()},
-                         {"socket", path_}, {"program", "Lumenara Studio"},
-                         {"scene", title_}, {"started", started_}};
+  Json description{{"version", 1},    {"pid", platform::processNumber()},
+                   {"socket", path_}, {"program", "Lumenara Studio"},
+                   {"scene", title_}, {"started", started_}};
+  if (tcpPort() != 0) {
+    description["port"] = tcpPort();
+    description["token"] = token_;
+  }
   replaceFile(Filename(String(path_.substr(0, path_.size() - 4) + "json")),
               description.dump(2, ' ', false, Json::error_handler_t::replace) + "\n", &error_);
 }
 
-void LinkServer::listen() {
+void LinkServer::listen(Socket& at, Wake& wake, const std::string& token) {
   platform::setThreadName("link listener");
   LinkReceiver& receiver = *this;
   while (!stop_) {
-    listening_.wait(wake_, false, -1);
-    wake_.clear();
-    Socket arrived = listening_.accept();
+    at.wait(wake, false, -1);
+    wake.clear();
+    Socket arrived = at.accept();
     const std::lock_guard lock(mutex_);
     std::erase_if(connections_, [](const auto& connection) { return connection->hasEnded(); });
-    if (!arrived.isValid() || stop_) continue;
-    connections_.push_back(std::make_shared<LinkConnection>(std::move(arrived), receiver));
+    if (!arrived.isValid() || stop_ || connections_.size() >= mostConnections) continue;
+    connections_.push_back(std::make_shared<LinkConnection>(std::move(arrived), receiver, token));
     connections_.back()->start();
   }
 }

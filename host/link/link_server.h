@@ -5,6 +5,7 @@
 #include <atomic>
 #include <functional>
 #include <mutex>
+#include <optional>
 #include <thread>
 #include <vector>
 
@@ -15,10 +16,16 @@
 
 namespace host {
 
+/// TCP on 127.0.0.1, for programs that cannot reach the socket.
+struct LinkTcp {
+  std::uint16_t port = 0; // 0: any
+  std::string token;      // that clients must send; empty: one is made
+};
+
 class LinkServer final : private LinkReceiver {
  public:
   /// Listens in the folder of link_place.h.
-  explicit LinkServer(Session& session);
+  explicit LinkServer(Session& session, const std::optional<LinkTcp>& tcp = {});
   ~LinkServer();
   LinkServer(const LinkServer&) = delete;
   LinkServer& operator=(const LinkServer&) = delete;
@@ -26,6 +33,9 @@ class LinkServer final : private LinkReceiver {
   /// The reason why it does not listen, as a sentence; empty when it does.
   const std::string& error() const noexcept { return error_; }
   const std::string& socketPath() const noexcept { return path_; }
+  /// The port on 127.0.0.1; 0 without TCP, then `tcpError` says why when it was asked for.
+  std::uint16_t tcpPort() const noexcept { return tcpListening_.port(); }
+  const std::string& tcpError() const noexcept { return tcpError_; }
 
   /// The client that sends a scene.
   struct State {
@@ -58,8 +68,9 @@ class LinkServer final : private LinkReceiver {
   void ended(const LinkConnection& connection) override;
 
   bool startListening();
+  void startTcp(const LinkTcp& tcp);
   void describe();
-  void listen();
+  void listen(Socket& at, Wake& wake, const std::string& token);
   void applyPending();
   void show(const Pending& pending);
   void open(const std::shared_ptr<LinkConnection>& connection, const Json& message);
@@ -78,9 +89,10 @@ class LinkServer final : private LinkReceiver {
   LinkGrabber grabber_;
   std::string path_, error_;
   std::string title_, started_; // as the file beside the socket says
-  Socket listening_;
-  Wake wake_;
-  std::thread thread_;
+  std::string token_, tcpError_;
+  Socket listening_, tcpListening_;
+  Wake wake_, tcpWake_;
+  std::thread thread_, tcpThread_;
   std::atomic<bool> stop_{false};
 
   std::mutex mutex_; // of the members down to posted_

@@ -49,7 +49,9 @@ void sendScene(lumenara_link::Connection& studio) {
 
 int main(int count, char** arguments) try {
   const int frames = count > 1 ? std::atoi(arguments[1]) : 300;
-  lumenara_link::Connection studio("animate_scene");
+  // Such as LUMENARA_LINK=127.0.0.1:4711 with the token of that Studio.
+  const char *address = std::getenv("LUMENARA_LINK"), *token = std::getenv("LUMENARA_LINK_TOKEN");
+  lumenara_link::Connection studio("animate_scene", address ? address : "", 5, token ? token : "");
   sendScene(studio);
   for (int i = 1; i <= frames; ++i) {
     const std::vector<double> matrix = turned(i * 0.02);

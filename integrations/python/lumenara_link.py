@@ -596,8 +596,21 @@ class Connection:
         return body[int(block.get("offset", 0)):][:int(block.get("count", len(body)))]
 
 
-def connect(program: str, start: bool = False, timeout: float = 30, on_message: Optional[Callable[[Message, bytes], None]] = None) -> Connection:
-    """Connects to the youngest Studio that listens; with `start`, starts one where none does."""
+def _host_and_port(address: str) -> Tuple[str, int]:
+    host, _, port = address.rpartition(":")
+    if not host or not port.isdigit() or not 0 < int(port) < 65536:
+        raise LinkError(f"The address {address} is not a host and a port.", "Write it as 127.0.0.1:4711.")
+    return host, int(port)
+
+
+def connect(program: str, start: bool = False, timeout: float = 30, on_message: Optional[Callable[[Message, bytes], None]] = None,
+            address: str = "", token: str = "") -> Connection:
+    """Connects to the youngest Studio that listens; with `start`, starts one where none does.
+
+    With `address`, such as 127.0.0.1:4711, to a Studio that was started with --listen-tcp; `token` stands in its link-PID.json.
+    """
+    if address:
+        return Connection(program, _host_and_port(address), token, on_message=on_message)
     failure = LinkError("No Lumenara Studio listens.", "Start it, and switch on \"Live link\" in its settings.")
     studios = find_studios() or ([start_studio(timeout=timeout)] if start else [])
     for studio in studios:

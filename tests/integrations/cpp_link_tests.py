@@ -48,6 +48,17 @@ class CppClient(unittest.TestCase):
         done = run(1, str(picture))
         self.assertEqual((done.returncode, done.stderr), (1, "error: The viewer has no picture yet. Do so.\n"))
 
+    def test_a_port_with_a_token(self):
+        self.studio.close()
+        self.studio = RecordingStudio(self.folder.name, token="secret")
+        for token, expected in (("secret", (0, "")), ("", (1, "error: The token is missing or wrong. Look it up.\n"))):
+            settings = dict(os.environ, LUMENARA_LINK=self.studio.address, LUMENARA_LINK_TOKEN=token)
+            done = subprocess.run([EXAMPLE, "1"], capture_output=True, text=True, timeout=60, check=False, env=settings)
+            self.assertEqual((done.returncode, done.stderr), expected)
+        settings["LUMENARA_LINK"] = "127.0.0.1:none"
+        done = subprocess.run([EXAMPLE, "1"], capture_output=True, text=True, timeout=60, check=False, env=settings)
+        self.assertEqual((done.returncode, done.stderr), (1, "error: The address 127.0.0.1:none is unknown. Write it as 127.0.0.1:4711.\n"))
+
     def test_a_refusal_is_handed_on(self):
         self.studio.refuse_version = True
         done = run(1)

@@ -93,6 +93,18 @@ class WithStudio(unittest.TestCase):
             ids = [message["id"] for message, _ in self.studio.messages]
             self.assertEqual(ids, sorted(set(ids)))
 
+    def test_a_port_with_a_token(self):
+        self.studio.close()
+        self.studio = RecordingStudio(self.folder.name, token="secret")
+        with link.connect("test", address=self.studio.address, token="secret") as client:
+            self.assertEqual(client.grab(), b"PNG")
+        for token in ("", "Secret"):
+            with self.assertRaisesRegex(link.LinkError, "^The token is missing or wrong. Look it up.$"):
+                link.connect("test", address=self.studio.address, token=token)
+        for address in ("127.0.0.1", ":4711", "127.0.0.1:x", "127.0.0.1:70000"):
+            with self.assertRaisesRegex(link.LinkError, "is not a host and a port"):
+                link.connect("test", address=address)
+
     def test_open_and_grab(self):
         with link.connect("test") as client:
             self.assertEqual(client.grab("exr"), b"PNG")

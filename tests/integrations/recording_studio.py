@@ -127,7 +127,8 @@ def picture_keys(value):
 class RecordingStudio:
     """Listens in a folder, which becomes the runtime folder of this process. One client after another."""
 
-    def __init__(self, runtime, refuse_version=False):
+    def __init__(self, runtime, refuse_version=False, token=""):
+        """With a token it listens on a port of the loopback instead, `address`."""
         os.environ["XDG_RUNTIME_DIR"] = str(runtime)
         folder = pathlib.Path(runtime) / "lumenara"
         folder.mkdir(mode=0o700, exist_ok=True)
@@ -139,9 +140,12 @@ class RecordingStudio:
         self.silent, self.promised = False, 3  # no answer to them; bytes that a picture announces
         self.failure, self.hold_acks, self.broken = None, False, None
         self.changed = threading.Condition()
-        self.listener = socket.socket(socket.AF_UNIX, socket.SOCK_STREAM)
-        self.listener.bind(str(self.path))
+        self.token, self.address = token, ""
+        self.listener = socket.socket(socket.AF_INET if token else socket.AF_UNIX, socket.SOCK_STREAM)
+        self.listener.bind(("127.0.0.1", 0) if token else str(self.path))
         self.listener.listen(4)
+        if token:
+            self.address = f"127.0.0.1:{self.listener.getsockname()[1]}"
         self.client = None
         self.file.write_text(json.dumps({"version": 1, "pid": os.getpid(), "socket": str(self.path), "program": "Recording Studio 1",
                                          "scene": "", "started": "2000-01-01T00:00:00Z"}), encoding="utf-8")
@@ -191,7 +195,10 @@ class RecordingStudio:
 
     def answer(self, client, message):
         kind = message["type"]
-        if kind == "hello" and self.refuse_version:
+        if kind == "hello" and self.token and message.get("token") != self.token:
+            self.send({"type": "refused", "reason": "The token is missing or wrong.", "help": "Look it up."}, client=client)
+            client.close()
+        elif kind == "hello" and self.refuse_version:
             self.send({"type": "refused", "reason": "The client speaks version 1, this Studio version 0.", "help": "Update Lumenara."}, client=client)
             client.close()
         elif kind == "hello":

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdlib>
 #include <ctime>
@@ -25,6 +26,7 @@ namespace {
 class Client {
  public:
   explicit Client(const std::string& path) { socket_ = Socket::connectTo(path, error_); }
+  explicit Client(std::uint16_t port) { socket_ = Socket::connectToLoopback(port, error_); }
 
   void send(const std::string& bytes) { waiting_ += bytes; }
   void send(const Message& message) { send(message.packed()); }
@@ -62,6 +64,10 @@ class Client {
       });
   }
   bool isValid() const { return socket_.isValid(); }
+  bool has(const char* type) const {
+    return std::any_of(received_.begin(), received_.end(),
+                       [&](const Json& json) { return json["type"] == type; });
+  }
 
   std::vector<std::byte> body; // of the message received last
 
@@ -300,4 +306,78 @@ TEST_F(LinkServerTest, TheDescriptionSaysTheStartInUtc) {
   std::tm parts{};
   EXPECT_NE(strptime(text.c_str(), "%Y-%m-%dT%H:%M:%SZ", &parts), nullptr) << text;
   EXPECT_LE(std::llabs(static_cast<long long>(timegm(&parts)) - host::clock().wallSeconds()), 600) << text;
+}
+
+TEST_F(LinkServerTest, TcpIsOffUntilItIsAskedFor) {
+  EXPECT_EQ(server->tcpPort(), 0);
+  std::ifstream file(server->socketPath().substr(0, server->socketPath().size() - 4) + "json");
+  EXPECT_FALSE(Json::parse(file).contains("port"));
+}
+
+TEST_F(LinkServerTest, TcpWantsTheToken) {
+  server.reset();
+  server = std::make_unique<LinkServer>(*session, LinkTcp{});
+  ASSERT_EQ(server->tcpError(), "");
+  ASSERT_NE(server->tcpPort(), 0);
+  std::ifstream file(server->socketPath().substr(0, server->socketPath().size() - 4) + "json");
+  const Json description = Json::parse(file);
+  EXPECT_EQ(description["port"], server->tcpPort());
+  const std::string token = description["token"];
+  EXPECT_EQ(token.size(), 64U);
+  std::string other = token;
+  other.back() = other.back() == '0' ? '1' : '0';
+  for (const Json& wrong :
+       {Json(nullptr), Json(""), Json(other), Json(token + "0"), Json(token.substr(1)), Json(7)}) {
+    Client client(server->tcpPort());
+    client.send(Message(Json{{"type", "hello"}, {"version", 1}, {"program", "Test"}, {"token", wrong}}));
+    client.send(Message(typed("ping")));
+    EXPECT_EQ(client.receive("refused")["reason"], "The token of the live link is missing or wrong.")
+        << wrong;
+    EXPECT_FALSE(client.has("pong"));
+  }
+  Client client(server->tcpPort());
+  client.send(Message(Json{{"type", "hello"}, {"version", 1}, {"program", "Test"}, {"token", token}}));
+  EXPECT_TRUE(client.receive("welcome").is_object());
+  sendScene(client, 4);
+  EXPECT_EQ(client.receive("ack")["commit"], 4);
+  // The socket in the user's own folder wants none.
+  Client local(server->socketPath());
+  local.hello();
+  EXPECT_TRUE(local.receive("welcome").is_object());
+}
+
+TEST_F(LinkServerTest, AChosenTokenHolds) {
+  server.reset();
+  server = std::make_unique<LinkServer>(*session, LinkTcp{0, "a token of the environment"});
+  Client client(server->tcpPort());
+  client.send(Message(Json{{"type", "hello"}, {"version", 1}, {"token", "a token of the environment"}}));
+  EXPECT_TRUE(client.receive("welcome").is_object());
+  server.reset();
+  server = std::make_unique<LinkServer>(*session, LinkTcp{0, "short"});
+  EXPECT_EQ(server->tcpPort(), 0);
+  EXPECT_NE(server->tcpError().find("fewer than 16"), std::string::npos) << server->tcpError();
+}
+
+TEST_F(LinkServerTest, APortInUseIsSaidAndTheSocketServes) {
+  server.reset();
+  std::string error;
+  const Socket taken = Socket::listenOnLoopback(0, error);
+  ASSERT_TRUE(taken.isValid()) << error;
+  server = std::make_unique<LinkServer>(*session, LinkTcp{taken.port(), ""});
+  EXPECT_EQ(server->tcpPort(), 0);
+  EXPECT_NE(server->tcpError().find("127.0.0.1:" + std::to_string(taken.port())), std::string::npos);
+  EXPECT_EQ(server->error(), "");
+  Client client(server->socketPath());
+  client.hello();
+  EXPECT_TRUE(client.receive("welcome").is_object());
+}
+
+TEST_F(LinkServerTest, StrangersMaySendLittleBeforeTheyAreKnown) {
+  Client client(server->socketPath());
+  client.send(Message(Json{{"type", "hello"}, {"version", 1}, {"program", std::string(70000, 'x')}}));
+  EXPECT_TRUE(client.receive("closed").is_object());
+  Client other(server->socketPath());
+  other.hello();
+  other.send(Message(Json{{"type", "ping"}, {"padding", std::string(70000, 'x')}}));
+  EXPECT_TRUE(other.receive("pong").is_object());
 }
