@@ -9,11 +9,11 @@
 
 #include "atomic_file.h"
 #include "document.h"
+#include "film.h"
 #include "link_place.h"
 #include "parameters.h"
 #include "platform.h"
 #include "scene_queries.h"
-#include "stopwatch.h"
 
 namespace host {
 
@@ -80,6 +80,7 @@ LinkServer::LinkServer(Session& session, const std::optional<LinkTcp>& tcp)
   replaced_ = session_.hub().replaced.add([this](Replacement why) {
     if (why == Replacement::opened) opened();
   });
+  rendered_ = session_.viewerFilm().rendered.add([this](const FilmNews& news) { tellFinished(news); });
   filesChanged_ = session_.files().changed.add([this] { filesChanged(); });
   if (tcp) startTcp(*tcp);
   describe();
@@ -358,6 +359,22 @@ void LinkServer::tellPicked() {
   for (const LinkObjectPtr& object : *shown_->objects)
     if (object->identity == selected.front())
       return tell({{"type", "picked"}, {"key", object->key}, {"name", object->name.GetUTF8()}});
+}
+
+void LinkServer::tellFinished(const FilmNews& news) {
+  if (!news.byPlugin) return;
+  if (news.stage == FilmNews::Stage::begun) rendering_ = Stopwatch();
+  if (news.stage != FilmNews::Stage::ended) return;
+  const char* result = news.result == RENDERRESULT_OK             ? "done"
+                       : news.result == RENDERRESULT_ASSETMISSING ? "asset missing"
+                       : news.result == RENDERRESULT_USERBREAK    ? "stopped"
+                                                                  : "failed";
+  Json message{{"type", "finished"}, {"result", result}, {"seconds", rendering_.milliseconds() / 1000}};
+  if (news.film) {
+    message["width"] = news.film->width();
+    message["height"] = news.film->height();
+  }
+  tell(message);
 }
 
 // Notes the view's camera, and sends it when it has moved since.

@@ -13,6 +13,7 @@
 #include "link_applier.h"
 #include "link_connection.h"
 #include "link_grabber.h"
+#include "stopwatch.h"
 
 namespace host {
 
@@ -79,6 +80,7 @@ class LinkServer final : private LinkReceiver {
   void checkOpening();
   void refuseOpening(const std::string& text);
   void tellPicked();
+  void tellFinished(const FilmNews& news);
   void tellCamera(bool send);
   void tell(const Json& message);
   void left(const LinkConnection* connection);
@@ -109,7 +111,8 @@ class LinkServer final : private LinkReceiver {
   Matrix lastView_;
   Real lastFov_ = 0;
   Opening opening_;
-  Subscription picked_, replaced_, filesChanged_;
+  Stopwatch rendering_; // since the viewer's last render has begun
+  Subscription picked_, replaced_, filesChanged_, rendered_;
   Lifetime<LinkServer> lifetime_{*this};
   const WeakRef<LinkServer> self_; // copied on the connections' threads
 };

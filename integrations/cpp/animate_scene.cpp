@@ -58,7 +58,9 @@ int main(int count, char** arguments) try {
     studio.send("transforms", Json().texts("keys", {"cube-1"}), {block("matrices", "f64x16", matrix)});
     studio.waitForCommit(studio.commit(), 30);
   }
-  if (count > 2) {
+  if (count > 2) { // the viewer's picture of the last frame, when it is finished
+    while (lumenara_link::member(studio.waitFinished(600).json, "result") == "stopped") {
+    }
     const std::string picture = studio.grab("png");
     std::FILE* file = std::fopen(arguments[2], "wb");
     const bool written = file && std::fwrite(picture.data(), 1, picture.size(), file) == picture.size();

@@ -413,6 +413,16 @@ Answer Connection::answerTo(std::uint64_t id, double seconds) {
   return answer;
 }
 
+Answer Connection::waitFinished(double seconds) {
+  const double end = now() + seconds;
+  Answer answer;
+  do {
+    if (!receive(answer, std::max(0.0, end - now())))
+      throw LinkError("The viewer did not finish in time. Is it open, and does it refresh by itself?");
+  } while (answer.type != "finished");
+  return answer;
+}
+
 void Connection::open(std::string_view path, double seconds) {
   answerTo(send("open", Json().text("path", path)), seconds);
 }

@@ -105,6 +105,9 @@ class Connection {
   /// The viewer's picture as the bytes of a file; `format` is a suffix: png, exr, jpg, tif ... Throws
   /// LinkError where the viewer has no picture yet. Drops other answers that come meanwhile.
   std::string grab(std::string_view format = "png", double seconds = 30);
+  /// Reads answers until the viewer's render has ended and returns that one; its members are `result` (done,
+  /// stopped, asset missing or failed), `seconds`, `width` and `height`. Throws after `seconds`.
+  Answer waitFinished(double seconds);
   /// The next answer, if one comes within `seconds`.
   bool receive(Answer& answer, double seconds);
 

@@ -503,6 +503,10 @@ class Connection:
             raise LinkError(str(answer[0].get("text", "Studio reports an error.")), str(answer[0].get("help", "")))
         return answer
 
+    def wait_finished(self, timeout: float = 600) -> Message:
+        """Waits until the viewer's render has ended, and returns that answer: result, seconds, width, height. A "stopped" one counts, too."""
+        return self.wait_for("finished", timeout)[0]
+
     def wait_commit(self, number: int, timeout: float = 30) -> Message:
         """Waits until a commit, or one behind it, is applied, and returns that ack."""
         with self._changed:

@@ -42,6 +42,7 @@ class CppClient(unittest.TestCase):
 
     def test_the_viewers_picture(self):
         picture = pathlib.Path(self.folder.name) / "picture.png"
+        self.studio.finishes = 1
         done = run(1, str(picture))
         self.assertEqual((done.returncode, done.stderr, picture.read_bytes()), (0, "", b"PNG"))
         self.studio.refusal = "The viewer has no picture yet."

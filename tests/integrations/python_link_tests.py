@@ -105,6 +105,14 @@ class WithStudio(unittest.TestCase):
             with self.assertRaisesRegex(link.LinkError, "is not a host and a port"):
                 link.connect("test", address=address)
 
+    def test_the_end_of_a_render(self):
+        self.studio.finishes = 1
+        with link.connect("test") as client:
+            client.commit(wait=30)
+            self.assertEqual([client.wait_finished(30)["result"] for _ in range(3)], ["stopped", "stopped", "done"])
+            with self.assertRaisesRegex(link.LinkError, "sent no finished"):
+                client.wait_finished(0.01)
+
     def test_open_and_grab(self):
         with link.connect("test") as client:
             self.assertEqual(client.grab("exr"), b"PNG")

@@ -137,6 +137,7 @@ class RecordingStudio:
         self.file = self.path.with_suffix(".json")
         self.scene, self.messages, self.refuse_version = Scene(), [], refuse_version
         self.refusal = ""  # of "open" and "grab"
+        self.finishes = 0  # 1: tells the ends of renders at each commit
         self.silent, self.promised = False, 3  # no answer to them; bytes that a picture announces
         self.failure, self.hold_acks, self.broken = None, False, None
         self.changed = threading.Condition()
@@ -216,8 +217,12 @@ class RecordingStudio:
             self.send({"type": "picture", "message": message["id"], "format": message["format"], "width": 4, "height": 3, "running": True,
                        "blocks": {"file": {"offset": 0, "count": self.promised, "format": "u8"}}}, b"PNG\0\0\0\0\0", client)
         elif kind == "commit" and not self.hold_acks:
+            for _ in range(self.finishes):  # of the render before: clients that wait for their commit pass over it
+                self.send({"type": "finished", "result": "stopped", "seconds": 0.1}, client=client)
             self.send({"type": "ack", "commit": message["n"], "milliseconds": 1.5, "objects": len(self.scene.objects), "triangles": 12,
                        "notes": []}, client=client)
+            for result in ("stopped", "done")[:2 * self.finishes]:
+                self.send({"type": "finished", "result": result, "seconds": 0.5, "width": 4, "height": 3}, client=client)
 
     def send(self, message, body=b"", client=None):
         text = json.dumps(message).encode()

@@ -381,3 +381,34 @@ TEST_F(LinkServerTest, StrangersMaySendLittleBeforeTheyAreKnown) {
   other.send(Message(Json{{"type", "ping"}, {"padding", std::string(70000, 'x')}}));
   EXPECT_TRUE(other.receive("pong").is_object());
 }
+
+TEST_F(LinkServerTest, TheEndOfTheViewersRenderIsTold) {
+  Client client(server->socketPath());
+  client.hello();
+  sendScene(client, 1);
+  ASSERT_EQ(client.receive("ack")["commit"], 1);
+  FilmNews news;
+  const auto tell = [&](FilmNews::Stage stage, RENDERRESULT result) {
+    news.stage = stage;
+    news.result = result;
+    session->viewerFilm().rendered.call(news);
+  };
+  tell(FilmNews::Stage::ended, RENDERRESULT_OK); // not the viewer's
+  news.byPlugin = true;
+  tell(FilmNews::Stage::begun, RENDERRESULT_OK);
+  tell(FilmNews::Stage::ended, RENDERRESULT_USERBREAK);
+  const Json stopped = client.receive("finished");
+  EXPECT_EQ(stopped["result"], "stopped");
+  EXPECT_FALSE(stopped.contains("width"));
+  EXPECT_GE(stopped["seconds"], 0.0);
+  news.film = std::make_shared<Film>(5, 4);
+  for (const auto& [result, word] :
+       {std::pair(RENDERRESULT_OK, "done"), std::pair(RENDERRESULT_ASSETMISSING, "asset missing"),
+        std::pair(RENDERRESULT_OUTOFMEMORY, "failed")}) {
+    tell(FilmNews::Stage::ended, result);
+    const Json finished = client.receive("finished");
+    EXPECT_EQ(finished["result"], word);
+    EXPECT_EQ(finished["width"], 5);
+    EXPECT_EQ(finished["height"], 4);
+  }
+}
