@@ -18,7 +18,7 @@ include(${CMAKE_CURRENT_LIST_DIR}/Rules.cmake)
 # The include roots of the plug-in; res has c4d_symbols.h.
 set(LUMENARA_PLUGIN_ROOTS "${CMAKE_SOURCE_DIR}/source" "${CMAKE_SOURCE_DIR}/res")
 # The folders of the program lumenara, each an include root.
-set(LUMENARA_BATCH_ROOTS commands compare farm host jobs scene settings)
+set(LUMENARA_BATCH_ROOTS commands compare farm host jobs link scene settings)
 list(TRANSFORM LUMENARA_BATCH_ROOTS PREPEND "${CMAKE_SOURCE_DIR}/apps/batch/")
 
 # The interface is headers only.

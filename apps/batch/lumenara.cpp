@@ -25,6 +25,8 @@ ExitCode run(const CommandLine& line) {
   if (const auto* submit = std::get_if<FarmSubmitOptions>(&line)) return runFarmSubmit(*submit);
   if (const auto* job = std::get_if<FarmJobOptions>(&line)) return runFarmJob(*job);
   if (const auto* work = std::get_if<FarmWorkOptions>(&line)) return runFarmWork(*work);
+  if (const auto* send = std::get_if<SendOptions>(&line)) return runSend(*send);
+  if (const auto* grab = std::get_if<GrabOptions>(&line)) return runGrab(*grab);
   if (const auto* history = std::get_if<HistoryOptions>(&line)) return runHistory(*history);
   return runSettings(std::get<SettingsOptions>(line));
 }

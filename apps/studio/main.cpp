@@ -44,6 +44,10 @@ int run(int argc, char** argv, const StudioArguments& given) {
   options.openViewer = given.viewer;
   options.resetLayout = given.resetLayout;
   options.listen = given.listen;
+  if (given.tcpPort) {
+    const char* token = std::getenv("LUMENARA_LINK_TOKEN");
+    options.linkTcp = host::LinkTcp{static_cast<std::uint16_t>(*given.tcpPort), token ? token : ""};
+  }
   host::Studio studio(std::move(options));
   QObject::connect(&studio, &host::Studio::finished, &application, &QApplication::quit, Qt::QueuedConnection);
   studio.start();

@@ -13,6 +13,12 @@ StudioArguments parseStudioArguments(int argc, const char* const* argv) {
   app.add_flag("--reset-layout", given.resetLayout, "Start with the default layout of windows and dialogs");
   app.add_flag("--listen,!--no-listen", given.listen,
                "Take scenes that other programs send through the live link (default), or do not");
+  int port = 0;
+  const CLI::Option* tcp =
+      app.add_flag("--listen-tcp{0}", port,
+                   "Let the live link listen at this port of 127.0.0.1 as well, with a token (0: any port)")
+          ->type_name("[=PORT]")
+          ->check(CLI::Range(0, 65535));
   app.add_option("--home", given.home,
                  "Folder for settings and plug-ins (default: LUMENARA_HOME, else the user's data folder)")
       ->type_name("DIR");
@@ -20,6 +26,9 @@ StudioArguments parseStudioArguments(int argc, const char* const* argv) {
   addDescription(app);
   try {
     app.parse(argc, argv);
+    if (tcp->count() > 0) given.tcpPort = port;
+    if (given.tcpPort && !given.listen)
+      throw CLI::ValidationError("--listen-tcp and --no-listen exclude each other");
   } catch (const CLI::CallForHelp&) {
     given.leave = {app.help(), 0};
   } catch (const CLI::CallForVersion& version) {

@@ -8,7 +8,8 @@
 struct StudioArguments {
   std::string scene, home; // empty: not given
   bool viewer = false, resetLayout = false;
-  bool listen = true; // for the live link
+  bool listen = true;         // for the live link
+  std::optional<int> tcpPort; // of the live link; 0: any; none: no TCP
   struct Leave {
     std::string text;
     int code = 0;

@@ -1,8 +1,9 @@
-// UNIX sockets between programs of one user. Any thread; one object is used by one thread at a time, except
-// `Wake::ring`.
+// Streams between programs of one machine: UNIX sockets, and TCP on the loopback. Any thread; one object is
+// used by one thread at a time, except `Wake::ring`.
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <span>
 #include <string>
 
@@ -38,8 +39,13 @@ class Socket {
   /// Listens at a path that must not exist. Not valid on failure, with the reason in `error`.
   static Socket listenAt(const std::string& path, std::string& error);
   static Socket connectTo(const std::string& path, std::string& error);
+  /// The same on 127.0.0.1. Port 0 takes any free one.
+  static Socket listenOnLoopback(std::uint16_t port, std::string& error);
+  static Socket connectToLoopback(std::uint16_t port, std::string& error);
 
   bool isValid() const noexcept { return handle_ >= 0; }
+  /// The port on the loopback; 0 for a UNIX socket.
+  std::uint16_t port() const noexcept;
   /// The next stream that has arrived; not valid when none has.
   Socket accept() noexcept;
   /// Bytes read or written: -1 when it would wait, -2 at the end or after an error.

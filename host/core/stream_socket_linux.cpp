@@ -1,6 +1,9 @@
 #include "stream_socket.h"
 
+#include <arpa/inet.h>
 #include <fcntl.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -32,6 +35,20 @@ bool addressOf(const std::string& path, sockaddr_un& address, std::string& error
   }
   std::memcpy(address.sun_path, path.data(), path.size());
   return true;
+}
+
+sockaddr_in loopback(std::uint16_t port) {
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_port = htons(port);
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  return address;
+}
+
+// Answers are small and must not wait for more of them.
+void sendAtOnce(int handle) noexcept {
+  const int on = 1;
+  setsockopt(handle, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
 }
 
 Socket fail(std::string& error) {
@@ -101,8 +118,39 @@ Socket Socket::connectTo(const std::string& path, std::string& error) {
   return connected ? std::move(made) : Socket();
 }
 
+Socket Socket::listenOnLoopback(std::uint16_t port, std::string& error) {
+  const sockaddr_in address = loopback(port);
+  Socket made(socket(AF_INET, SOCK_STREAM, 0));
+  const int on = 1; // a port is free again at once when its program ends
+  if (!made.isValid() || setsockopt(made.handle_, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on) != 0 ||
+      bind(made.handle_, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
+      listen(made.handle_, 16) != 0)
+    return fail(error);
+  return made;
+}
+
+Socket Socket::connectToLoopback(std::uint16_t port, std::string& error) {
+  const sockaddr_in address = loopback(port);
+  const int handle = socket(AF_INET, SOCK_STREAM, 0);
+  if (handle < 0) return fail(error);
+  const bool connected = connect(handle, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+  if (!connected) error = std::strerror(errno);
+  sendAtOnce(handle);
+  Socket made(handle);
+  return connected ? std::move(made) : Socket();
+}
+
+std::uint16_t Socket::port() const noexcept {
+  sockaddr_in address{};
+  socklen_t size = sizeof address;
+  if (getsockname(handle_, reinterpret_cast<sockaddr*>(&address), &size) != 0) return 0;
+  return address.sin_family == AF_INET ? ntohs(address.sin_port) : std::uint16_t{0};
+}
+
 Socket Socket::accept() noexcept {
-  return Socket(::accept(handle_, nullptr, nullptr));
+  Socket arrived(::accept(handle_, nullptr, nullptr));
+  if (arrived.isValid() && arrived.port() != 0) sendAtOnce(arrived.handle_);
+  return arrived;
 }
 
 long Socket::read(std::span<std::byte> to) noexcept {

@@ -13,14 +13,24 @@ constexpr int version = 1;
 constexpr int lastWords = 1000;                             // milliseconds for what waits at the end
 constexpr std::size_t mostWaiting = std::size_t{256} << 20; // bytes for a client that does not read
 
+constexpr LinkLimits greetingLimits{65536, 65536}; // of one who is not known yet
+
+// Takes the same time for every text of this length.
+bool isSecret(const std::string& secret, const std::string& given) {
+  unsigned different = secret.size() == given.size() ? 0 : 1;
+  for (std::size_t i = 0; i < given.size(); ++i)
+    different |= static_cast<unsigned char>(given[i]) ^ static_cast<unsigned char>(secret[i % secret.size()]);
+  return different == 0;
+}
+
 std::string versionText(double theirs) {
   return theirs >= 0 && theirs < 1e9 ? std::to_string(static_cast<long>(theirs)) : std::string("?");
 }
 
 } // namespace
 
-LinkConnection::LinkConnection(Socket socket, LinkReceiver& receiver)
-    : socket_(std::move(socket)), receiver_(receiver) {
+LinkConnection::LinkConnection(Socket socket, LinkReceiver& receiver, std::string token)
+    : socket_(std::move(socket)), receiver_(receiver), token_(std::move(token)), parser_(greetingLimits) {
 }
 
 LinkConnection::~LinkConnection() {
@@ -119,6 +129,9 @@ void LinkConnection::hello(const Json& message) {
   };
   if (textIn(message, "type") != "hello")
     return refuse("The first message must be hello.", "Check the program that connects.");
+  if (!token_.empty() && !isSecret(token_, textIn(message, "token")))
+    return refuse("The token of the live link is missing or wrong.",
+                  "Take it from the file link-PID.json of this Lumenara Studio.");
   const double theirs = numberIn(message, "version");
   program_ = textIn(message, "program");
   if (program_.empty()) program_ = "A program";
@@ -127,6 +140,7 @@ void LinkConnection::hello(const Json& message) {
                       " of the live link, this Lumenara Studio version " + std::to_string(version) + ".",
                   theirs > version ? "Update Lumenara Studio." : "Update the program that connects.");
   greeted_ = true;
+  parser_.setLimits({});
   send({{"type", "welcome"},
         {"version", version},
         {"program", "Lumenara Studio"},

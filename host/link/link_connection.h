@@ -34,7 +34,8 @@ class LinkReceiver {
 
 class LinkConnection : public std::enable_shared_from_this<LinkConnection> {
  public:
-  LinkConnection(Socket socket, LinkReceiver& receiver);
+  /// `token`: a hello without it is refused; empty: none is wanted.
+  LinkConnection(Socket socket, LinkReceiver& receiver, std::string token = {});
   ~LinkConnection();
   LinkConnection(const LinkConnection&) = delete;
   LinkConnection& operator=(const LinkConnection&) = delete;
@@ -61,6 +62,7 @@ class LinkConnection : public std::enable_shared_from_this<LinkConnection> {
 
   Socket socket_;
   LinkReceiver& receiver_;
+  const std::string token_;
   LinkStage stage_;
   LinkParser parser_;
   Wake wake_;

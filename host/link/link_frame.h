@@ -49,6 +49,8 @@ class LinkParser {
   /// Calls `sink` with every frame that these bytes complete. Throws LinkBroken, after which the parser must
   /// not be used.
   void feed(std::span<const std::byte> bytes, const Sink& sink);
+  /// For the frames that have not begun.
+  void setLimits(LinkLimits limits) noexcept { limits_ = limits; }
   /// Whether a frame has begun that is not complete.
   bool isInside() const noexcept { return !head_.empty(); }
 

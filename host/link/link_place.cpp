@@ -1,9 +1,12 @@
 #include "link_place.h"
 
+#include <algorithm>
 #include <charconv>
 #include <filesystem>
+#include <fstream>
 #include <optional>
 
+#include "gltf_json.h"
 #include "platform.h"
 
 namespace host {
@@ -24,6 +27,16 @@ std::optional<long> processOf(const std::string& name) {
   return suffix == ".sock" || suffix == ".json" ? std::optional(number) : std::nullopt;
 }
 
+constexpr std::streamsize longestDescription = 65536;
+
+std::string firstBytes(const fs::path& file) {
+  std::string bytes(static_cast<std::size_t>(longestDescription), '\0');
+  std::ifstream stream(file, std::ios::binary);
+  stream.read(bytes.data(), longestDescription);
+  bytes.resize(static_cast<std::size_t>(stream.gcount()));
+  return bytes;
+}
+
 } // namespace
 
 std::string linkFolder(std::string& error) {
@@ -38,18 +51,27 @@ void removeStaleLinks(const std::string& folder) {
   }
 }
 
-std::string findLink(const std::string& folder) {
-  std::string found;
-  fs::file_time_type oldest;
+std::vector<RunningLink> runningLinks(const std::string& folder) {
+  std::vector<RunningLink> found;
   std::error_code code;
   for (const fs::directory_entry& entry : fs::directory_iterator(folder, code)) {
     const auto process = processOf(entry.path().filename().string());
     if (!process || entry.path().extension() != ".json" || platform::hasEnded(*process)) continue;
-    const fs::file_time_type time = entry.last_write_time(code);
-    if (code || (!found.empty() && time >= oldest)) continue;
-    oldest = time;
-    found = folder + "/link-" + std::to_string(*process) + ".sock";
+    RunningLink link;
+    link.process = *process;
+    link.socket = folder + "/link-" + std::to_string(*process) + ".sock";
+    try {
+      const Json description = parseJson(firstBytes(entry.path()));
+      link.scene = textIn(description, "scene");
+      link.started = textIn(description, "started");
+    } catch (const std::exception&) {
+      continue; // of another program
+    }
+    found.push_back(std::move(link));
   }
+  std::sort(found.begin(), found.end(), [](const RunningLink& a, const RunningLink& b) {
+    return a.started != b.started ? a.started > b.started : a.process > b.process;
+  });
   return found;
 }
 

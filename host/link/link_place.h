@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 namespace host {
 
@@ -13,7 +14,14 @@ std::string linkFolder(std::string& error);
 /// Removes the sockets and descriptions of programs that have ended.
 void removeStaleLinks(const std::string& folder);
 
-/// The socket of the running program that has listened longest; empty without one.
-std::string findLink(const std::string& folder);
+/// A running program, as the small file beside its socket describes it.
+struct RunningLink {
+  long process = 0;
+  std::string socket, scene;
+  std::string started; // ISO 8601, UTC
+};
+
+/// The running programs with a live link, the newest first. Empty for a folder that is missing.
+std::vector<RunningLink> runningLinks(const std::string& folder);
 
 } // namespace host

@@ -1,21 +1,27 @@
 #include "link_server.h"
 
 #include <algorithm>
+#include <array>
+#include <chrono>
 #include <cstdio>
+#include <filesystem>
+#include <random>
 
 #include "atomic_file.h"
 #include "document.h"
+#include "film.h"
 #include "link_place.h"
 #include "parameters.h"
 #include "platform.h"
 #include "scene_queries.h"
-#include "stopwatch.h"
 
 namespace host {
 
 namespace {
 
 constexpr Milliseconds retryPeriod = 50;
+constexpr std::size_t shortestToken = 16;
+constexpr std::size_t mostConnections = 64;
 constexpr Milliseconds cameraPeriod = 67; // at most 15 a second
 
 Json matrixList(const Matrix& m) {
@@ -29,13 +35,57 @@ Json matrixList(const Matrix& m) {
   return list;
 }
 
+// "2026-03-01T09:05:00Z"
+std::string utcText(std::int64_t seconds) {
+  const std::chrono::sys_seconds time{std::chrono::seconds(seconds)};
+  const auto day = std::chrono::floor<std::chrono::days>(time);
+  const std::chrono::year_month_day date(day);
+  const std::chrono::hh_mm_ss clockTime(time - day);
+  std::array<char, 48> text{};
+  std::snprintf(text.data(), text.size(), "%04d-%02u-%02uT%02d:%02d:%02dZ", static_cast<int>(date.year()),
+                static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()),
+                static_cast<int>(clockTime.hours().count()), static_cast<int>(clockTime.minutes().count()),
+                static_cast<int>(clockTime.seconds().count()));
+  return text.data();
+}
+
+// 256 bits that nobody can guess, in hexadecimal digits.
+std::string newToken() {
+  std::random_device source;
+  std::string token;
+  for (int i = 0; i < 8; ++i) {
+    std::array<char, 9> digits{};
+    std::snprintf(digits.data(), digits.size(), "%08x", static_cast<unsigned>(source()));
+    token += digits.data();
+  }
+  return token;
+}
+
+// On a connection's thread: the folder may be slow.
+void checkScenePath(const std::string& path) {
+  std::error_code code;
+  if (!std::filesystem::path(path).is_absolute())
+    throw LinkError("The path \"" + path + "\" of the scene is not absolute.", "Send the whole path.");
+  if (!std::filesystem::is_regular_file(path, code))
+    throw LinkError("The scene \"" + path + "\" is not there.", "Check the path.");
+}
+
 } // namespace
 
-LinkServer::LinkServer(Session& session) : session_(session), applier_(session), self_(lifetime_.ref()) {
+LinkServer::LinkServer(Session& session, const std::optional<LinkTcp>& tcp)
+    : session_(session), applier_(session), grabber_(session), started_(utcText(clock().wallSeconds())),
+      self_(lifetime_.ref()) {
   picked_ = session_.hub().selectionChanged.add([this] { tellPicked(); });
   if (!startListening()) return;
+  replaced_ = session_.hub().replaced.add([this](Replacement why) {
+    if (why == Replacement::opened) opened();
+  });
+  rendered_ = session_.viewerFilm().rendered.add([this](const FilmNews& news) { tellFinished(news); });
+  filesChanged_ = session_.files().changed.add([this] { filesChanged(); });
+  if (tcp) startTcp(*tcp);
   describe();
-  thread_ = std::thread([this] { listen(); });
+  thread_ = std::thread([this] { listen(listening_, wake_, {}); });
+  if (tcpPort() != 0) tcpThread_ = std::thread([this] { listen(tcpListening_, tcpWake_, token_); });
   cameraTimer_ = mainLoop().addTimer(cameraPeriod, [this] { tellCamera(true); });
 }
 
@@ -45,7 +95,9 @@ LinkServer::~LinkServer() {
   mainLoop().removeTimer(retry_);
   stop_ = true;
   wake_.ring();
-  if (thread_.joinable()) thread_.join();
+  tcpWake_.ring();
+  for (std::thread* thread : {&thread_, &tcpThread_})
+    if (thread->joinable()) thread->join();
   std::vector<std::shared_ptr<LinkConnection>> connections;
   {
     const std::lock_guard lock(mutex_);
@@ -76,29 +128,46 @@ bool LinkServer::startListening() {
   return true;
 }
 
+void LinkServer::startTcp(const LinkTcp& tcp) {
+  if (!tcp.token.empty() && tcp.token.size() < shortestToken) {
+    tcpError_ = "The live link does not listen at 127.0.0.1: its token has fewer than " +
+                std::to_string(shortestToken) + " letters. Choose a longer one.";
+    return;
+  }
+  std::string reason;
+  tcpListening_ = Socket::listenOnLoopback(tcp.port, reason);
+  if (tcpListening_.isValid())
+    token_ = tcp.token.empty() ? newToken() : tcp.token;
+  else
+    tcpError_ = "The live link cannot listen at 127.0.0.1:" + std::to_string(tcp.port) + ": " + reason +
+                ". Choose another port.";
+}
+
 // Clients find the socket by this file.
 void LinkServer::describe() {
-  const Json description{{"version", 1},
-                         {"pid", platform::processNumber()},
-                         {"socket", path_},
-                         {"program", "Lumenara Studio"},
-                         {"scene", session_.files().title().GetUTF8()},
-                         {"started", clock().wallSeconds()}};
+  title_ = session_.files().title().GetUTF8();
+  Json description{{"version", 1},    {"pid", platform::processNumber()},
+                   {"socket", path_}, {"program", "Lumenara Studio"},
+                   {"scene", title_}, {"started", started_}};
+  if (tcpPort() != 0) {
+    description["port"] = tcpPort();
+    description["token"] = token_;
+  }
   replaceFile(Filename(String(path_.substr(0, path_.size() - 4) + "json")),
               description.dump(2, ' ', false, Json::error_handler_t::replace) + "\n", &error_);
 }
 
-void LinkServer::listen() {
+void LinkServer::listen(Socket& at, Wake& wake, const std::string& token) {
   platform::setThreadName("link listener");
   LinkReceiver& receiver = *this;
   while (!stop_) {
-    listening_.wait(wake_, false, -1);
-    wake_.clear();
-    Socket arrived = listening_.accept();
+    at.wait(wake, false, -1);
+    wake.clear();
+    Socket arrived = at.accept();
     const std::lock_guard lock(mutex_);
     std::erase_if(connections_, [](const auto& connection) { return connection->hasEnded(); });
-    if (!arrived.isValid() || stop_) continue;
-    connections_.push_back(std::make_shared<LinkConnection>(std::move(arrived), receiver));
+    if (!arrived.isValid() || stop_ || connections_.size() >= mostConnections) continue;
+    connections_.push_back(std::make_shared<LinkConnection>(std::move(arrived), receiver, token));
     connections_.back()->start();
   }
 }
@@ -138,9 +207,12 @@ void LinkServer::committed(const std::shared_ptr<LinkConnection>& connection, Li
 }
 
 void LinkServer::asked(const std::shared_ptr<LinkConnection>& connection, const Json& message) {
-  if (textIn(message, "type") != "open")
-    throw LinkError("This Lumenara Studio does not send pictures.", "Save the picture in Studio.");
-  post([connection, message](LinkServer& server) { server.open(*connection, message); });
+  if (textIn(message, "type") == "grab") {
+    LinkGrabber::check(message);
+    return post([connection, message](LinkServer& server) { server.grabber_.grab(connection, message); });
+  }
+  checkScenePath(textIn(message, "path"));
+  post([connection, message](LinkServer& server) { server.open(connection, message); });
 }
 
 void LinkServer::ended(const LinkConnection& connection) {
@@ -227,15 +299,53 @@ void LinkServer::show(const Pending& pending) {
   changed.call();
 }
 
-void LinkServer::open(LinkConnection& connection, const Json& message) {
+// The answer follows when the scene is shown, or when reading it has failed.
+void LinkServer::open(const std::shared_ptr<LinkConnection>& connection, const Json& message) {
   const Filename file{String(textIn(message, "path"))};
-  if (file.Content() && session_.files().open(file))
-    return connection.send({{"type", "ack"}, {"message", member(message, "id")}});
-  connection.send(
-      {{"type", "error"},
-       {"message", member(message, "id")},
-       {"text", "The scene is not opened: the open scene has unsaved changes, or no path was given."},
-       {"help", "Answer the question in Lumenara Studio."}});
+  const Json& id = member(message, "id");
+  if (!session_.files().open(file)) {
+    const char* why = FileSession::isSkyPicture(file)
+                          ? "The picture cannot be shown as the sky."
+                          : "The scene is not opened: the open scene has unsaved changes and stays.";
+    connection->send({{"type", "error"},
+                      {"message", id},
+                      {"text", why},
+                      {"help", "Look into the window of Lumenara Studio."}});
+    return;
+  }
+  if (FileSession::isSkyPicture(file)) return connection->send({{"type", "ack"}, {"message", id}});
+  refuseOpening("Another scene was opened meanwhile.");
+  opening_ = {connection, id, Filename(String(textIn(message, "path")))};
+  filesChanged();
+}
+
+void LinkServer::opened() {
+  if (!opening_.connection) return;
+  std::error_code code;
+  if (!std::filesystem::equivalent(session_.files().file().GetString().GetUTF8(),
+                                   opening_.file.GetString().GetUTF8(), code))
+    return refuseOpening("Another scene was opened meanwhile.");
+  const Opening done = std::exchange(opening_, {});
+  done.connection->send({{"type", "ack"}, {"message", done.id}});
+}
+
+// Reading ends before the new scene is shown, so whether it has failed is looked at afterwards.
+void LinkServer::filesChanged() {
+  if (session_.files().title().GetUTF8() != title_) describe();
+  if (opening_.connection && session_.files().activity().kind != FileSession::Activity::Kind::loading)
+    post([](LinkServer& server) { server.checkOpening(); });
+}
+
+void LinkServer::checkOpening() {
+  if (session_.files().activity().kind != FileSession::Activity::Kind::loading)
+    refuseOpening("Lumenara Studio did not open the scene.");
+}
+
+void LinkServer::refuseOpening(const std::string& text) {
+  const Opening refused = std::exchange(opening_, {});
+  if (!refused.connection) return;
+  refused.connection->send(
+      {{"type", "error"}, {"message", refused.id}, {"text", text}, {"help", "Its window says why."}});
 }
 
 void LinkServer::tell(const Json& message) {
@@ -249,6 +359,22 @@ void LinkServer::tellPicked() {
   for (const LinkObjectPtr& object : *shown_->objects)
     if (object->identity == selected.front())
       return tell({{"type", "picked"}, {"key", object->key}, {"name", object->name.GetUTF8()}});
+}
+
+void LinkServer::tellFinished(const FilmNews& news) {
+  if (!news.byPlugin) return;
+  if (news.stage == FilmNews::Stage::begun) rendering_ = Stopwatch();
+  if (news.stage != FilmNews::Stage::ended) return;
+  const char* result = news.result == RENDERRESULT_OK             ? "done"
+                       : news.result == RENDERRESULT_ASSETMISSING ? "asset missing"
+                       : news.result == RENDERRESULT_USERBREAK    ? "stopped"
+                                                                  : "failed";
+  Json message{{"type", "finished"}, {"result", result}, {"seconds", rendering_.milliseconds() / 1000}};
+  if (news.film) {
+    message["width"] = news.film->width();
+    message["height"] = news.film->height();
+  }
+  tell(message);
 }
 
 // Notes the view's camera, and sends it when it has moved since.

@@ -5,19 +5,28 @@
 #include <atomic>
 #include <functional>
 #include <mutex>
+#include <optional>
 #include <thread>
 #include <vector>
 
 #include "lifetime.h"
 #include "link_applier.h"
 #include "link_connection.h"
+#include "link_grabber.h"
+#include "stopwatch.h"
 
 namespace host {
+
+/// TCP on 127.0.0.1, for programs that cannot reach the socket.
+struct LinkTcp {
+  std::uint16_t port = 0; // 0: any
+  std::string token;      // that clients must send; empty: one is made
+};
 
 class LinkServer final : private LinkReceiver {
  public:
   /// Listens in the folder of link_place.h.
-  explicit LinkServer(Session& session);
+  explicit LinkServer(Session& session, const std::optional<LinkTcp>& tcp = {});
   ~LinkServer();
   LinkServer(const LinkServer&) = delete;
   LinkServer& operator=(const LinkServer&) = delete;
@@ -25,6 +34,9 @@ class LinkServer final : private LinkReceiver {
   /// The reason why it does not listen, as a sentence; empty when it does.
   const std::string& error() const noexcept { return error_; }
   const std::string& socketPath() const noexcept { return path_; }
+  /// The port on 127.0.0.1; 0 without TCP, then `tcpError` says why when it was asked for.
+  std::uint16_t tcpPort() const noexcept { return tcpListening_.port(); }
+  const std::string& tcpError() const noexcept { return tcpError_; }
 
   /// The client that sends a scene.
   struct State {
@@ -43,6 +55,12 @@ class LinkServer final : private LinkReceiver {
     bool undo = false;
     int skipped = 0; // commits that it replaced
   };
+  // An "open" whose scene is being read.
+  struct Opening {
+    std::shared_ptr<LinkConnection> connection; // null: none
+    Json id;
+    Filename file;
+  };
 
   bool claim(const LinkConnection& connection) override;
   void greeted(const std::shared_ptr<LinkConnection>& connection) override;
@@ -51,12 +69,18 @@ class LinkServer final : private LinkReceiver {
   void ended(const LinkConnection& connection) override;
 
   bool startListening();
+  void startTcp(const LinkTcp& tcp);
   void describe();
-  void listen();
+  void listen(Socket& at, Wake& wake, const std::string& token);
   void applyPending();
   void show(const Pending& pending);
-  void open(LinkConnection& connection, const Json& message);
+  void open(const std::shared_ptr<LinkConnection>& connection, const Json& message);
+  void opened();
+  void filesChanged();
+  void checkOpening();
+  void refuseOpening(const std::string& text);
   void tellPicked();
+  void tellFinished(const FilmNews& news);
   void tellCamera(bool send);
   void tell(const Json& message);
   void left(const LinkConnection* connection);
@@ -64,10 +88,13 @@ class LinkServer final : private LinkReceiver {
 
   Session& session_;
   LinkApplier applier_;
+  LinkGrabber grabber_;
   std::string path_, error_;
-  Socket listening_;
-  Wake wake_;
-  std::thread thread_;
+  std::string title_, started_; // as the file beside the socket says
+  std::string token_, tcpError_;
+  Socket listening_, tcpListening_;
+  Wake wake_, tcpWake_;
+  std::thread thread_, tcpThread_;
   std::atomic<bool> stop_{false};
 
   std::mutex mutex_; // of the members down to posted_
@@ -83,7 +110,9 @@ class LinkServer final : private LinkReceiver {
   TimerId retry_ = 0, cameraTimer_ = 0;
   Matrix lastView_;
   Real lastFov_ = 0;
-  Subscription picked_;
+  Opening opening_;
+  Stopwatch rendering_; // since the viewer's last render has begun
+  Subscription picked_, replaced_, filesChanged_, rendered_;
   Lifetime<LinkServer> lifetime_{*this};
   const WeakRef<LinkServer> self_; // copied on the connections' threads
 };

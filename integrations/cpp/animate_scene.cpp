@@ -1,6 +1,7 @@
 // Shows a cube in Lumenara Studio and turns it: an example of lumenara_link.
 //
-//   c++ -std=c++17 animate_scene.cpp lumenara_link.cpp -o animate_scene && ./animate_scene [FRAMES]
+//   c++ -std=c++17 animate_scene.cpp lumenara_link.cpp -o animate_scene && ./animate_scene [FRAMES
+//   [PICTURE.png]]
 #include "lumenara_link.h"
 
 #include <cmath>
@@ -48,12 +49,23 @@ void sendScene(lumenara_link::Connection& studio) {
 
 int main(int count, char** arguments) try {
   const int frames = count > 1 ? std::atoi(arguments[1]) : 300;
-  lumenara_link::Connection studio("animate_scene");
+  // Such as LUMENARA_LINK=127.0.0.1:4711 with the token of that Studio.
+  const char *address = std::getenv("LUMENARA_LINK"), *token = std::getenv("LUMENARA_LINK_TOKEN");
+  lumenara_link::Connection studio("animate_scene", address ? address : "", 5, token ? token : "");
   sendScene(studio);
   for (int i = 1; i <= frames; ++i) {
     const std::vector<double> matrix = turned(i * 0.02);
     studio.send("transforms", Json().texts("keys", {"cube-1"}), {block("matrices", "f64x16", matrix)});
     studio.waitForCommit(studio.commit(), 30);
+  }
+  if (count > 2) { // the viewer's picture of the last frame, when it is finished
+    while (lumenara_link::member(studio.waitFinished(600).json, "result") == "stopped") {
+    }
+    const std::string picture = studio.grab("png");
+    std::FILE* file = std::fopen(arguments[2], "wb");
+    const bool written = file && std::fwrite(picture.data(), 1, picture.size(), file) == picture.size();
+    if (!file || std::fclose(file) != 0 || !written)
+      throw lumenara_link::LinkError(std::string(arguments[2]) + " cannot be written");
   }
   std::printf("%d frames\n", frames);
   return 0;

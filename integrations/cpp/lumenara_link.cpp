@@ -10,6 +10,9 @@
 #include <cstring>
 
 #include <dirent.h>
+#include <netdb.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -256,8 +259,13 @@ std::vector<Studio> findStudios() {
     if (name.rfind("link-", 0) != 0 || name.size() < 11 || name.compare(name.size() - 5, 5, ".json") != 0)
       continue;
     const std::string json = readSmallFile(folder + "/" + name);
-    const Studio studio{std::atoi(member(json, "pid").c_str()), member(json, "socket"),
-                        member(json, "program"), member(json, "started")};
+    const Studio studio{std::atoi(member(json, "pid").c_str()),
+                        member(json, "socket"),
+                        member(json, "program"),
+                        member(json, "started"),
+                        member(json, "scene"),
+                        std::atoi(member(json, "port").c_str()),
+                        member(json, "token")};
     if (studio.pid > 0 && !studio.socket.empty() && (kill(studio.pid, 0) == 0 || errno == EPERM))
       found.push_back(studio);
   }
@@ -267,13 +275,28 @@ std::vector<Studio> findStudios() {
   return found;
 }
 
-Connection::Connection(std::string_view program, std::string path, double seconds) {
-  if (path.empty()) {
+Connection::Connection(std::string_view program, std::string address, double seconds,
+                       std::string_view token) {
+  if (address.empty()) {
     const std::vector<Studio> studios = findStudios();
     if (studios.empty())
       throw LinkError("No Lumenara Studio listens. Start it, and switch on \"Live link\" in its settings.");
-    path = studios.front().socket;
+    address = studios.front().socket;
   }
+  const std::size_t colon = address.rfind(':');
+  try {
+    if (address.find('/') == std::string::npos && colon != std::string::npos)
+      connectTo(address.substr(0, colon), address.substr(colon + 1));
+    else
+      connectTo(address);
+    greet(program, seconds, token);
+  } catch (...) {
+    if (socket_ >= 0) ::close(socket_);
+    throw;
+  }
+}
+
+void Connection::connectTo(const std::string& path) {
   sockaddr_un address{};
   address.sun_family = AF_UNIX;
   if (path.size() >= sizeof address.sun_path)
@@ -281,18 +304,30 @@ Connection::Connection(std::string_view program, std::string path, double second
   std::copy(path.begin(), path.end(), address.sun_path);
   socket_ = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
   if (socket_ < 0) failed("A socket could not be made");
-  try {
-    if (::connect(socket_, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)
-      failed("No Lumenara Studio answers at " + path);
-    greet(program, seconds);
-  } catch (...) {
-    ::close(socket_);
-    throw;
-  }
+  if (::connect(socket_, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)
+    failed("No Lumenara Studio answers at " + path);
 }
 
-void Connection::greet(std::string_view program, double seconds) {
-  send("hello", Json().number("version", 1).text("program", program));
+void Connection::connectTo(const std::string& host, const std::string& port) {
+  addrinfo wanted{};
+  wanted.ai_family = AF_INET;
+  wanted.ai_socktype = SOCK_STREAM;
+  addrinfo* found = nullptr;
+  if (::getaddrinfo(host.c_str(), port.c_str(), &wanted, &found) != 0)
+    throw LinkError("The address " + host + ":" + port + " is unknown. Write it as 127.0.0.1:4711.");
+  socket_ = ::socket(found->ai_family, found->ai_socktype | SOCK_CLOEXEC, 0);
+  const bool connected = socket_ >= 0 && ::connect(socket_, found->ai_addr, found->ai_addrlen) == 0;
+  ::freeaddrinfo(found);
+  if (!connected) failed("No Lumenara Studio answers at " + host + ":" + port);
+  const int on = 1; // small messages must not wait for more of them
+  ::setsockopt(socket_, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+}
+
+void Connection::greet(std::string_view program, double seconds, std::string_view token) {
+  Json hello;
+  hello.number("version", 1).text("program", program);
+  if (!token.empty()) hello.text("token", token);
+  send("hello", hello);
   Answer answer;
   if (!receive(answer, seconds))
     throw LinkError("Studio did not answer the greeting. Is it busy or stopped? Try again, or restart it.");
@@ -364,6 +399,42 @@ bool Connection::receive(Answer& answer, double seconds) {
     received_.append(piece, static_cast<std::size_t>(count));
   }
   return true;
+}
+
+Answer Connection::answerTo(std::uint64_t id, double seconds) {
+  const double end = now() + seconds;
+  Answer answer;
+  do {
+    if (!receive(answer, std::max(0.0, end - now())))
+      throw LinkError("Studio did not answer in time. Is it busy, or does it ask a question?");
+  } while (member(answer.json, "message") != std::to_string(id));
+  if (answer.type == "error")
+    throw LinkError(member(answer.json, "text") + " " + member(answer.json, "help"));
+  return answer;
+}
+
+Answer Connection::waitFinished(double seconds) {
+  const double end = now() + seconds;
+  Answer answer;
+  do {
+    if (!receive(answer, std::max(0.0, end - now())))
+      throw LinkError("The viewer did not finish in time. Is it open, and does it refresh by itself?");
+  } while (answer.type != "finished");
+  return answer;
+}
+
+void Connection::open(std::string_view path, double seconds) {
+  answerTo(send("open", Json().text("path", path)), seconds);
+}
+
+std::string Connection::grab(std::string_view format, double seconds) {
+  const Answer answer = answerTo(send("grab", Json().text("format", format)), seconds);
+  const std::string block = member(member(answer.json, "blocks"), "file");
+  const std::uint64_t offset = std::strtoull(member(block, "offset").c_str(), nullptr, 10);
+  const std::uint64_t count = std::strtoull(member(block, "count").c_str(), nullptr, 10);
+  if (offset > answer.body.size() || count > answer.body.size() - offset)
+    throw LinkError("The picture of Studio is incomplete. Update Studio.");
+  return answer.body.substr(offset, count);
 }
 
 Answer Connection::waitForCommit(std::uint64_t number, double seconds) {

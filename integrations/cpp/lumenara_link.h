@@ -60,7 +60,9 @@ Block block(std::string name, std::string format, const std::vector<T>& values) 
 /// A running Studio.
 struct Studio {
   int pid = 0;
-  std::string socket, program, started;
+  std::string socket, program, started, scene;
+  int port = 0;      // on 127.0.0.1; 0: no TCP
+  std::string token; // for the port
 };
 
 /// All Studios of this user that listen, the youngest first.
@@ -82,9 +84,11 @@ std::string frame(std::string_view type, std::uint64_t id, const Json& fields,
 
 class Connection {
  public:
-  /// Connects to the youngest Studio that listens, or to the socket at a path. Waits up to `seconds` for its
-  /// greeting.
-  explicit Connection(std::string_view program, std::string path = {}, double seconds = 5);
+  /// Connects to the youngest Studio that listens; with `address`, to the socket at this path, or to a host
+  /// and port such as 127.0.0.1:4711 where a Studio listens by TCP, which wants the token of its
+  /// link-PID.json. Waits up to `seconds` for the greeting.
+  explicit Connection(std::string_view program, std::string address = {}, double seconds = 5,
+                      std::string_view token = {});
   ~Connection();
   Connection(const Connection&) = delete;
   Connection& operator=(const Connection&) = delete;
@@ -95,12 +99,24 @@ class Connection {
   std::uint64_t commit(bool undo = false);
   /// Reads answers until this commit, or a later one, is applied. Throws after `seconds`.
   Answer waitForCommit(std::uint64_t number, double seconds);
+  /// Opens a scene file, named by its whole path, and waits until it is shown. Throws LinkError. Drops other
+  /// answers that come meanwhile.
+  void open(std::string_view path, double seconds = 60);
+  /// The viewer's picture as the bytes of a file; `format` is a suffix: png, exr, jpg, tif ... Throws
+  /// LinkError where the viewer has no picture yet. Drops other answers that come meanwhile.
+  std::string grab(std::string_view format = "png", double seconds = 30);
+  /// Reads answers until the viewer's render has ended and returns that one; its members are `result` (done,
+  /// stopped, asset missing or failed), `seconds`, `width` and `height`. Throws after `seconds`.
+  Answer waitFinished(double seconds);
   /// The next answer, if one comes within `seconds`.
   bool receive(Answer& answer, double seconds);
 
  private:
   bool takeFrame(Answer& answer);
-  void greet(std::string_view program, double seconds);
+  Answer answerTo(std::uint64_t id, double seconds);
+  void connectTo(const std::string& path);
+  void connectTo(const std::string& host, const std::string& port);
+  void greet(std::string_view program, double seconds, std::string_view token);
 
   int socket_ = -1;
   std::string received_;

@@ -486,6 +486,27 @@ class Connection:
                 raise self._failure
         raise LinkError(f"Studio sent no {type} within {timeout:g} seconds.", "Is it busy or stopped?")
 
+    def _ask(self, type: str, timeout: float, **fields: Any) -> Tuple[Message, bytes]:
+        """Sends a message and waits for the answer to it. An answer that is an error is raised."""
+        number = self.send(type, **fields)
+
+        def answered() -> Optional[Tuple[Message, bytes]]:
+            return next((answer for answer in self._answers if answer[0].get("message") == number), None)
+
+        with self._changed:
+            self._changed.wait_for(lambda: answered() or self._failure or self._closing, timeout)
+            answer = answered()
+            if answer is None:
+                raise self._failure or LinkError(f"Studio did not answer {type} within {timeout:g} seconds.", "Is it busy, or does it ask a question?")
+            self._answers.remove(answer)
+        if answer[0].get("type") == "error":
+            raise LinkError(str(answer[0].get("text", "Studio reports an error.")), str(answer[0].get("help", "")))
+        return answer
+
+    def wait_finished(self, timeout: float = 600) -> Message:
+        """Waits until the viewer's render has ended, and returns that answer: result, seconds, width, height. A "stopped" one counts, too."""
+        return self.wait_for("finished", timeout)[0]
+
     def wait_commit(self, number: int, timeout: float = 30) -> Message:
         """Waits until a commit, or one behind it, is applied, and returns that ack."""
         with self._changed:
@@ -565,16 +586,35 @@ class Connection:
             self.wait_commit(number, wait)
         return number
 
+    def open(self, path: Union[str, "os.PathLike[str]"], timeout: float = 60) -> None:
+        """Opens a scene file in Studio and waits until it is shown."""
+        self._ask("open", timeout, path=os.path.abspath(path))
+
     def grab(self, format: str = "png", timeout: float = 30) -> bytes:
-        """The viewer's picture as the bytes of a PNG or OpenEXR file."""
-        self.send("grab", format=format)
-        answer, body = self.wait_for("picture", timeout)
+        """The viewer's picture as the bytes of a file: `format` is png, exr, jpg, tif or another suffix that Studio writes.
+
+        LinkError where the viewer has no picture yet.
+        """
+        answer, body = self._ask("grab", timeout, format=format)
         block = answer.get("blocks", {}).get("file", {})
         return body[int(block.get("offset", 0)):][:int(block.get("count", len(body)))]
 
 
-def connect(program: str, start: bool = False, timeout: float = 30, on_message: Optional[Callable[[Message, bytes], None]] = None) -> Connection:
-    """Connects to the youngest Studio that listens; with `start`, starts one where none does."""
+def _host_and_port(address: str) -> Tuple[str, int]:
+    host, _, port = address.rpartition(":")
+    if not host or not port.isdigit() or not 0 < int(port) < 65536:
+        raise LinkError(f"The address {address} is not a host and a port.", "Write it as 127.0.0.1:4711.")
+    return host, int(port)
+
+
+def connect(program: str, start: bool = False, timeout: float = 30, on_message: Optional[Callable[[Message, bytes], None]] = None,
+            address: str = "", token: str = "") -> Connection:
+    """Connects to the youngest Studio that listens; with `start`, starts one where none does.
+
+    With `address`, such as 127.0.0.1:4711, to a Studio that was started with --listen-tcp; `token` stands in its link-PID.json.
+    """
+    if address:
+        return Connection(program, _host_and_port(address), token, on_message=on_message)
     failure = LinkError("No Lumenara Studio listens.", "Start it, and switch on \"Live link\" in its settings.")
     studios = find_studios() or ([start_studio(timeout=timeout)] if start else [])
     for studio in studios:

@@ -7,16 +7,11 @@ namespace {
 // ---- Wrong use
 
 TEST_F(Animate, InvalidRangesAreRefused) {
-  const std::pair<const char*, const char*> ranges[] = {{"5:2", "backwards"},
-                                                        {"0:5:0", "step"},
-                                                        {"0:5:-1", "step"},
-                                                        {"7:", "range"},
-                                                        {"", "range"},
-                                                        {"a:b", "range"},
-                                                        {"0:5:1:2", "range"},
-                                                        {"0-5", "range"},
-                                                        {"0:2000000000", "999999"},
-                                                        {"0:99999999999", "range"}};
+  const std::pair<const char*, const char*> ranges[] = {
+      {"5:2", "backwards"},      {"0:5:0", "step"}, {"0:5:-1", "step"},
+      {"7:", "range"},           {"", "range"},     {"a:b", "range"},
+      {"0:5:1:2", "range"},      {"0-5", "range"},  {"0:2000000000", "999999"},
+      {"0:99999999999", "range"}};
   for (const auto& [range, word] : ranges) {
     SCOPED_TRACE(range);
     expectRefusal(animate("shot.tif", range, {}, 2), {"--frames", word});

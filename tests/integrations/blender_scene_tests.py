@@ -8,6 +8,7 @@ import math
 import pathlib
 import sys
 import tempfile
+import threading
 import time
 import unittest
 
@@ -261,6 +262,22 @@ class Life(LinkedBlender):
         self.settle()
         self.assertIn(CUBE, self.scene.objects)
         self.assertIn("mesh:Cube", self.scene.meshes)
+
+    def test_a_studio_that_hangs_does_not_hold_blender_up(self):
+        release = threading.Event()
+        self.addCleanup(release.set)
+        self.scene.on_ping = lambda message, blocks: release.wait(60)
+        connection = link.connection
+        connection.send("ping")
+        connection.send("noise", {"bytes": (bytes(8 << 20), "u8")})  # more than the socket holds
+        begin = time.monotonic()
+        link.disconnect()
+        self.assertLess(time.monotonic() - begin, 1)
+        self.assertFalse(link.connected)
+        end = time.monotonic() + 30
+        while connection.connected and time.monotonic() < end:
+            time.sleep(0.001)
+        self.assertFalse(connection.connected, "the connection ends in the background")
 
     def test_a_studio_that_does_not_start_is_told_without_waiting(self):
         link.disconnect()

@@ -17,8 +17,8 @@ from recording_studio import RecordingStudio
 EXAMPLE = ""
 
 
-def run(frames):
-    return subprocess.run([EXAMPLE, str(frames)], capture_output=True, text=True, timeout=60, check=False)
+def run(frames, *more):
+    return subprocess.run([EXAMPLE, str(frames), *more], capture_output=True, text=True, timeout=60, check=False)
 
 
 class CppClient(unittest.TestCase):
@@ -39,6 +39,26 @@ class CppClient(unittest.TestCase):
         self.assertEqual(list(scene.meshes["cube"]["face_sizes"]), [4] * 6)
         self.assertAlmostEqual(scene.objects["cube-1"]["matrix"][0], 0.9210609940028851)  # the cosine of 0.4
         self.assertEqual([message["id"] for message, _ in self.studio.messages], list(range(len(self.studio.messages))))
+
+    def test_the_viewers_picture(self):
+        picture = pathlib.Path(self.folder.name) / "picture.png"
+        self.studio.finishes = 1
+        done = run(1, str(picture))
+        self.assertEqual((done.returncode, done.stderr, picture.read_bytes()), (0, "", b"PNG"))
+        self.studio.refusal = "The viewer has no picture yet."
+        done = run(1, str(picture))
+        self.assertEqual((done.returncode, done.stderr), (1, "error: The viewer has no picture yet. Do so.\n"))
+
+    def test_a_port_with_a_token(self):
+        self.studio.close()
+        self.studio = RecordingStudio(self.folder.name, token="secret")
+        for token, expected in (("secret", (0, "")), ("", (1, "error: The token is missing or wrong. Look it up.\n"))):
+            settings = dict(os.environ, LUMENARA_LINK=self.studio.address, LUMENARA_LINK_TOKEN=token)
+            done = subprocess.run([EXAMPLE, "1"], capture_output=True, text=True, timeout=60, check=False, env=settings)
+            self.assertEqual((done.returncode, done.stderr), expected)
+        settings["LUMENARA_LINK"] = "127.0.0.1:none"
+        done = subprocess.run([EXAMPLE, "1"], capture_output=True, text=True, timeout=60, check=False, env=settings)
+        self.assertEqual((done.returncode, done.stderr), (1, "error: The address 127.0.0.1:none is unknown. Write it as 127.0.0.1:4711.\n"))
 
     def test_a_refusal_is_handed_on(self):
         self.studio.refuse_version = True

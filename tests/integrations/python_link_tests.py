@@ -92,6 +92,37 @@ class WithStudio(unittest.TestCase):
             self.assertEqual(client.acknowledged["objects"], 2)
             ids = [message["id"] for message, _ in self.studio.messages]
             self.assertEqual(ids, sorted(set(ids)))
+
+    def test_a_port_with_a_token(self):
+        self.studio.close()
+        self.studio = RecordingStudio(self.folder.name, token="secret")
+        with link.connect("test", address=self.studio.address, token="secret") as client:
+            self.assertEqual(client.grab(), b"PNG")
+        for token in ("", "Secret"):
+            with self.assertRaisesRegex(link.LinkError, "^The token is missing or wrong. Look it up.$"):
+                link.connect("test", address=self.studio.address, token=token)
+        for address in ("127.0.0.1", ":4711", "127.0.0.1:x", "127.0.0.1:70000"):
+            with self.assertRaisesRegex(link.LinkError, "is not a host and a port"):
+                link.connect("test", address=address)
+
+    def test_the_end_of_a_render(self):
+        self.studio.finishes = 1
+        with link.connect("test") as client:
+            client.commit(wait=30)
+            self.assertEqual([client.wait_finished(30)["result"] for _ in range(3)], ["stopped", "stopped", "done"])
+            with self.assertRaisesRegex(link.LinkError, "sent no finished"):
+                client.wait_finished(0.01)
+
+    def test_open_and_grab(self):
+        with link.connect("test") as client:
+            self.assertEqual(client.grab("exr"), b"PNG")
+            client.open("some/../scene.glb")
+            self.assertEqual(self.studio.messages[-1][0]["path"], os.path.abspath("scene.glb"))
+            self.studio.refusal = "The viewer has no picture yet."
+            for ask in (client.grab, lambda: client.open("scene.glb")):
+                with self.assertRaisesRegex(link.LinkError, "^The viewer has no picture yet. Do so.$"):
+                    ask()
+            self.studio.refusal = ""
             self.assertEqual(client.grab(), b"PNG")
 
     def test_messages_of_many_threads_stay_whole(self):

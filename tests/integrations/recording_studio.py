@@ -127,7 +127,8 @@ def picture_keys(value):
 class RecordingStudio:
     """Listens in a folder, which becomes the runtime folder of this process. One client after another."""
 
-    def __init__(self, runtime, refuse_version=False):
+    def __init__(self, runtime, refuse_version=False, token=""):
+        """With a token it listens on a port of the loopback instead, `address`."""
         os.environ["XDG_RUNTIME_DIR"] = str(runtime)
         folder = pathlib.Path(runtime) / "lumenara"
         folder.mkdir(mode=0o700, exist_ok=True)
@@ -135,11 +136,17 @@ class RecordingStudio:
         self.path.unlink(missing_ok=True)
         self.file = self.path.with_suffix(".json")
         self.scene, self.messages, self.refuse_version = Scene(), [], refuse_version
+        self.refusal = ""  # of "open" and "grab"
+        self.finishes = 0  # 1: tells the ends of renders at each commit
+        self.silent, self.promised = False, 3  # no answer to them; bytes that a picture announces
         self.failure, self.hold_acks, self.broken = None, False, None
         self.changed = threading.Condition()
-        self.listener = socket.socket(socket.AF_UNIX, socket.SOCK_STREAM)
-        self.listener.bind(str(self.path))
+        self.token, self.address = token, ""
+        self.listener = socket.socket(socket.AF_INET if token else socket.AF_UNIX, socket.SOCK_STREAM)
+        self.listener.bind(("127.0.0.1", 0) if token else str(self.path))
         self.listener.listen(4)
+        if token:
+            self.address = f"127.0.0.1:{self.listener.getsockname()[1]}"
         self.client = None
         self.file.write_text(json.dumps({"version": 1, "pid": os.getpid(), "socket": str(self.path), "program": "Recording Studio 1",
                                          "scene": "", "started": "2000-01-01T00:00:00Z"}), encoding="utf-8")
@@ -189,18 +196,33 @@ class RecordingStudio:
 
     def answer(self, client, message):
         kind = message["type"]
-        if kind == "hello" and self.refuse_version:
+        if kind == "hello" and self.token and message.get("token") != self.token:
+            self.send({"type": "refused", "reason": "The token is missing or wrong.", "help": "Look it up."}, client=client)
+            client.close()
+        elif kind == "hello" and self.refuse_version:
             self.send({"type": "refused", "reason": "The client speaks version 1, this Studio version 0.", "help": "Update Lumenara."}, client=client)
             client.close()
         elif kind == "hello":
             self.send({"type": "welcome", "version": 1, "program": "Recording Studio 1", "pid": os.getpid()}, client=client)
         elif kind == "ping":
             self.send({"type": "pong"}, client=client)
+        elif kind in ("grab", "open") and self.silent:
+            pass
+        elif kind in ("grab", "open") and self.refusal:
+            self.send({"type": "error", "message": message["id"], "text": self.refusal, "help": "Do so."}, client=client)
+        elif kind == "open":
+            self.send({"type": "ack", "message": message["id"]}, client=client)
         elif kind == "grab":
-            self.send({"type": "picture", "format": message["format"], "blocks": {"file": {"offset": 0, "count": 3, "format": "u8"}}}, b"PNG\0\0\0\0\0", client)
+            self.send({"type": "error", "message": 999, "text": "Of another message.", "help": ""}, client=client)
+            self.send({"type": "picture", "message": message["id"], "format": message["format"], "width": 4, "height": 3, "running": True,
+                       "blocks": {"file": {"offset": 0, "count": self.promised, "format": "u8"}}}, b"PNG\0\0\0\0\0", client)
         elif kind == "commit" and not self.hold_acks:
+            for _ in range(self.finishes):  # of the render before: clients that wait for their commit pass over it
+                self.send({"type": "finished", "result": "stopped", "seconds": 0.1}, client=client)
             self.send({"type": "ack", "commit": message["n"], "milliseconds": 1.5, "objects": len(self.scene.objects), "triangles": 12,
                        "notes": []}, client=client)
+            for result in ("stopped", "done")[:2 * self.finishes]:
+                self.send({"type": "finished", "result": result, "seconds": 0.5, "width": 4, "height": 3}, client=client)
 
     def send(self, message, body=b"", client=None):
         text = json.dumps(message).encode()

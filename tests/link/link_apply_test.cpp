@@ -1,33 +1,7 @@
-#include <gtest/gtest.h>
-
-#include "link_applier.h"
-#include "link_kit.h"
-#include "link_stage.h"
-#include "session_fixture.h"
+#include "link_apply_kit.h"
 
 using namespace host;
 using namespace linkkit;
-
-class LinkApplyTest : public SessionFixture {
- protected:
-  LinkStage stage;
-  std::unique_ptr<LinkApplier> applier = std::make_unique<LinkApplier>(*session);
-
-  void apply(std::initializer_list<Message> messages) {
-    for (const Message& message : messages) {
-      const LinkScenePtr scene = stage.take(message);
-      const bool done = !scene || applier->apply(scene);
-      EXPECT_TRUE(done);
-    }
-    runAll();
-  }
-  template <class... Args>
-  static Message thing(Args... args) {
-    return linkkit::object(args...);
-  }
-  Message begin() { return Message(Json{{"type", "scene_begin"}, {"name", "s"}}); }
-  Message end() { return Message(typed("scene_end")); }
-};
 
 TEST_F(LinkApplyTest, ASceneReplacesTheDocument) {
   apply({begin(), square(), thing("parent", nullptr), thing("child", "m", "parent"), end(), commit(1)});

@@ -1,11 +1,20 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
+#include <cstdlib>
+#include <ctime>
 #include <filesystem>
+#include <fstream>
 
+#include "film.h"
+#include "link_client.h"
 #include "link_kit.h"
 #include "link_place.h"
 #include "link_server.h"
+#include "picture_formats.h"
+#include "picture_load.h"
+#include "scene_file.h"
 #include "session_fixture.h"
 
 using namespace host;
@@ -17,6 +26,7 @@ namespace {
 class Client {
  public:
   explicit Client(const std::string& path) { socket_ = Socket::connectTo(path, error_); }
+  explicit Client(std::uint16_t port) { socket_ = Socket::connectToLoopback(port, error_); }
 
   void send(const std::string& bytes) { waiting_ += bytes; }
   void send(const Message& message) { send(message.packed()); }
@@ -31,6 +41,8 @@ class Client {
       for (std::size_t i = 0; i < received_.size(); ++i)
         if (received_[i]["type"] == type) {
           const Json found = received_[i];
+          body = bodies_[i];
+          bodies_.erase(bodies_.begin() + static_cast<std::ptrdiff_t>(i));
           received_.erase(received_.begin() + static_cast<std::ptrdiff_t>(i));
           return found;
         }
@@ -46,10 +58,18 @@ class Client {
     std::vector<std::byte> bytes(65536);
     const long count = socket_.read(bytes);
     if (count > 0)
-      parser_.feed(std::span(bytes).first(static_cast<std::size_t>(count)),
-                   [this](LinkFrame&& frame) { received_.push_back(frame.json); });
+      parser_.feed(std::span(bytes).first(static_cast<std::size_t>(count)), [this](LinkFrame&& frame) {
+        received_.push_back(frame.json);
+        bodies_.push_back(frame.body);
+      });
   }
   bool isValid() const { return socket_.isValid(); }
+  bool has(const char* type) const {
+    return std::any_of(received_.begin(), received_.end(),
+                       [&](const Json& json) { return json["type"] == type; });
+  }
+
+  std::vector<std::byte> body; // of the message received last
 
  private:
   Socket socket_;
@@ -57,6 +77,7 @@ class Client {
   LinkParser parser_;
   std::string waiting_, error_;
   std::vector<Json> received_;
+  std::vector<std::vector<std::byte>> bodies_;
 };
 
 } // namespace
@@ -64,13 +85,13 @@ class Client {
 class LinkServerTest : public SessionFixture {
  protected:
   LinkServerTest() {
-    setenv("XDG_RUNTIME_DIR", folder.c_str(), 1);
+    setenv("XDG_RUNTIME_DIR", runtime.c_str(), 1);
     server = std::make_unique<LinkServer>(*session);
   }
   ~LinkServerTest() override {
     server.reset();
     unsetenv("XDG_RUNTIME_DIR");
-    std::filesystem::remove_all(folder);
+    std::filesystem::remove_all(runtime);
   }
   void sendScene(Client& client, int n) {
     client.send(Message(typed("scene_begin")));
@@ -79,18 +100,43 @@ class LinkServerTest : public SessionFixture {
     client.send(Message(typed("scene_end")));
     client.send(commit(n));
   }
+  /// The viewer's entry of the session's pictures: 3 x 2 pixels of this grey.
+  void showInViewer(float light, bool running) {
+    const SharedBitmap bitmap = makeBitmap(3, 2);
+    const auto film = std::make_shared<Film>(3, 2);
+    const float color[4] = {light, light, light, 1};
+    for (int i = 0; i < 6; ++i)
+      film->setColor(i % 3, i / 3, color);
+    setFilm(*bitmap, film);
+    session->pictures().showLive(bitmap, "Viewer", running);
+  }
+  static Message grab(const char* format, int id) {
+    return Message(Json{{"type", "grab"}, {"id", id}, {"format", format}});
+  }
+  std::string describedScene() {
+    const std::vector<RunningLink> running = runningLinks(runtime + "/lumenara");
+    return running.empty() ? std::string() : running.front().scene;
+  }
+  std::string saveScene(const char* name) {
+    const std::string path = runtime + "/" + name;
+    const DocumentPtr made = scene();
+    EXPECT_TRUE(saveDocument(*made, Filename(String(path))));
+    return path;
+  }
   static std::string makeFolder() {
     std::string name = (std::filesystem::temp_directory_path() / "link-test-XXXXXX").string();
     return mkdtemp(name.data());
   }
 
-  std::string folder = makeFolder();
+  std::string runtime = makeFolder();
   std::unique_ptr<LinkServer> server;
 };
 
 TEST_F(LinkServerTest, ASceneIsAcknowledged) {
   ASSERT_EQ(server->error(), "");
-  EXPECT_EQ(findLink(folder + "/lumenara"), server->socketPath());
+  const std::vector<RunningLink> running = runningLinks(runtime + "/lumenara");
+  ASSERT_EQ(running.size(), 1U);
+  EXPECT_EQ(running[0].socket, server->socketPath());
   Client client(server->socketPath());
   client.hello();
   EXPECT_EQ(client.receive("welcome")["version"], 1);
@@ -180,8 +226,189 @@ TEST_F(LinkServerTest, ClientsThatDieInAMessageLeaveTheLastScene) {
 }
 
 TEST_F(LinkServerTest, AFolderOfOthersIsRefused) {
-  std::filesystem::permissions(folder + "/lumenara", std::filesystem::perms(0755));
+  std::filesystem::permissions(runtime + "/lumenara", std::filesystem::perms(0755));
   std::string error;
   EXPECT_EQ(linkFolder(error), "");
-  EXPECT_NE(error.find(folder), std::string::npos);
+  EXPECT_NE(error.find(runtime), std::string::npos);
+}
+
+TEST_F(LinkServerTest, TheViewersPictureIsGrabbedWhileItRenders) {
+  Client client(server->socketPath());
+  client.hello();
+  client.send(grab("png", 1));
+  const Json refused = client.receive("error");
+  EXPECT_EQ(refused["message"], 1);
+  EXPECT_EQ(refused["text"], "The viewer of Lumenara Studio has no picture yet.");
+
+  showInViewer(0.5f, true);
+  for (const char* format : {"png", "bmp", "exr"}) {
+    client.send(grab(format, 2));
+    const Json answer = client.receive("picture");
+    ASSERT_TRUE(answer.is_object()) << format;
+    EXPECT_EQ(answer["message"], 2);
+    EXPECT_EQ(answer["width"], 3);
+    EXPECT_EQ(answer["height"], 2);
+    EXPECT_EQ(answer["running"], true);
+    const std::size_t count = answer["blocks"]["file"]["count"];
+    ASSERT_LE(count, client.body.size());
+    const LoadedPicture loaded = loadPictureBytes(std::span(client.body).first(count), "picture");
+    ASSERT_NE(loaded.picture, nullptr) << loaded.error;
+    EXPECT_EQ(loaded.picture->width, 3);
+    bool seen = false;
+    eachPixelWord(*loaded.picture, [&](std::size_t pixel, ULONG word) {
+      seen = true;
+      EXPECT_EQ(word & 0xffffff, 0xbcbcbcU) << format << " " << pixel; // sRGB of 0.5
+    });
+    EXPECT_TRUE(seen);
+  }
+}
+
+TEST_F(LinkServerTest, UnknownFormatsAndMissingScenesAreRefused) {
+  showInViewer(0.5f, false);
+  Client client(server->socketPath());
+  client.hello();
+  client.send(grab("xyz", 7));
+  EXPECT_EQ(client.receive("error")["text"], "Pictures are not written as \"xyz\".");
+  for (const char* path : {"", "here.glb", "/none/here.glb", "/"}) {
+    client.send(Message(Json{{"type", "open"}, {"id", 8}, {"path", path}}));
+    EXPECT_EQ(client.receive("error")["message"], 8) << path;
+  }
+}
+
+TEST_F(LinkServerTest, AnOpenedSceneIsAnsweredWhenItIsShown) {
+  const std::string good = saveScene("good.glb"), bad = runtime + "/bad.glb";
+  std::ofstream(bad) << "no scene";
+  Client client(server->socketPath());
+  client.hello();
+  client.send(Message(Json{{"type", "open"}, {"id", 3}, {"path", good}}));
+  EXPECT_EQ(client.receive("ack")["message"], 3);
+  EXPECT_EQ(session->files().title(), String("good.glb"));
+  EXPECT_EQ(describedScene(), "good.glb");
+  client.send(Message(Json{{"type", "open"}, {"id", 4}, {"path", bad}}));
+  const Json refused = client.receive("error");
+  EXPECT_EQ(refused["message"], 4);
+  EXPECT_EQ(refused["text"], "Lumenara Studio did not open the scene.");
+  EXPECT_EQ(session->files().title(), String("good.glb"));
+  // Of two at once the newer one is shown.
+  const std::string other = saveScene("other.glb");
+  client.send(Message(Json{{"type", "open"}, {"id", 5}, {"path", good}}));
+  client.send(Message(Json{{"type", "open"}, {"id", 6}, {"path", other}}));
+  EXPECT_EQ(client.receive("ack")["message"], 6);
+  EXPECT_EQ(client.receive("error")["message"], 5);
+  EXPECT_EQ(describedScene(), "other.glb");
+}
+
+TEST_F(LinkServerTest, TheDescriptionSaysTheStartInUtc) {
+  const std::vector<RunningLink> running = runningLinks(runtime + "/lumenara");
+  ASSERT_EQ(running.size(), 1U);
+  const std::string& text = running[0].started;
+  ASSERT_EQ(text.size(), 20U) << text;
+  std::tm parts{};
+  EXPECT_NE(strptime(text.c_str(), "%Y-%m-%dT%H:%M:%SZ", &parts), nullptr) << text;
+  EXPECT_LE(std::llabs(static_cast<long long>(timegm(&parts)) - host::clock().wallSeconds()), 600) << text;
+}
+
+TEST_F(LinkServerTest, TcpIsOffUntilItIsAskedFor) {
+  EXPECT_EQ(server->tcpPort(), 0);
+  std::ifstream file(server->socketPath().substr(0, server->socketPath().size() - 4) + "json");
+  EXPECT_FALSE(Json::parse(file).contains("port"));
+}
+
+TEST_F(LinkServerTest, TcpWantsTheToken) {
+  server.reset();
+  server = std::make_unique<LinkServer>(*session, LinkTcp{});
+  ASSERT_EQ(server->tcpError(), "");
+  ASSERT_NE(server->tcpPort(), 0);
+  std::ifstream file(server->socketPath().substr(0, server->socketPath().size() - 4) + "json");
+  const Json description = Json::parse(file);
+  EXPECT_EQ(description["port"], server->tcpPort());
+  const std::string token = description["token"];
+  EXPECT_EQ(token.size(), 64U);
+  std::string other = token;
+  other.back() = other.back() == '0' ? '1' : '0';
+  for (const Json& wrong :
+       {Json(nullptr), Json(""), Json(other), Json(token + "0"), Json(token.substr(1)), Json(7)}) {
+    Client client(server->tcpPort());
+    client.send(Message(Json{{"type", "hello"}, {"version", 1}, {"program", "Test"}, {"token", wrong}}));
+    client.send(Message(typed("ping")));
+    EXPECT_EQ(client.receive("refused")["reason"], "The token of the live link is missing or wrong.")
+        << wrong;
+    EXPECT_FALSE(client.has("pong"));
+  }
+  Client client(server->tcpPort());
+  client.send(Message(Json{{"type", "hello"}, {"version", 1}, {"program", "Test"}, {"token", token}}));
+  EXPECT_TRUE(client.receive("welcome").is_object());
+  sendScene(client, 4);
+  EXPECT_EQ(client.receive("ack")["commit"], 4);
+  // The socket in the user's own folder wants none.
+  Client local(server->socketPath());
+  local.hello();
+  EXPECT_TRUE(local.receive("welcome").is_object());
+}
+
+TEST_F(LinkServerTest, AChosenTokenHolds) {
+  server.reset();
+  server = std::make_unique<LinkServer>(*session, LinkTcp{0, "a token of the environment"});
+  Client client(server->tcpPort());
+  client.send(Message(Json{{"type", "hello"}, {"version", 1}, {"token", "a token of the environment"}}));
+  EXPECT_TRUE(client.receive("welcome").is_object());
+  server.reset();
+  server = std::make_unique<LinkServer>(*session, LinkTcp{0, "short"});
+  EXPECT_EQ(server->tcpPort(), 0);
+  EXPECT_NE(server->tcpError().find("fewer than 16"), std::string::npos) << server->tcpError();
+}
+
+TEST_F(LinkServerTest, APortInUseIsSaidAndTheSocketServes) {
+  server.reset();
+  std::string error;
+  const Socket taken = Socket::listenOnLoopback(0, error);
+  ASSERT_TRUE(taken.isValid()) << error;
+  server = std::make_unique<LinkServer>(*session, LinkTcp{taken.port(), ""});
+  EXPECT_EQ(server->tcpPort(), 0);
+  EXPECT_NE(server->tcpError().find("127.0.0.1:" + std::to_string(taken.port())), std::string::npos);
+  EXPECT_EQ(server->error(), "");
+  Client client(server->socketPath());
+  client.hello();
+  EXPECT_TRUE(client.receive("welcome").is_object());
+}
+
+TEST_F(LinkServerTest, StrangersMaySendLittleBeforeTheyAreKnown) {
+  Client client(server->socketPath());
+  client.send(Message(Json{{"type", "hello"}, {"version", 1}, {"program", std::string(70000, 'x')}}));
+  EXPECT_TRUE(client.receive("closed").is_object());
+  Client other(server->socketPath());
+  other.hello();
+  other.send(Message(Json{{"type", "ping"}, {"padding", std::string(70000, 'x')}}));
+  EXPECT_TRUE(other.receive("pong").is_object());
+}
+
+TEST_F(LinkServerTest, TheEndOfTheViewersRenderIsTold) {
+  Client client(server->socketPath());
+  client.hello();
+  sendScene(client, 1);
+  ASSERT_EQ(client.receive("ack")["commit"], 1);
+  FilmNews news;
+  const auto tell = [&](FilmNews::Stage stage, RENDERRESULT result) {
+    news.stage = stage;
+    news.result = result;
+    session->viewerFilm().rendered.call(news);
+  };
+  tell(FilmNews::Stage::ended, RENDERRESULT_OK); // not the viewer's
+  news.byPlugin = true;
+  tell(FilmNews::Stage::begun, RENDERRESULT_OK);
+  tell(FilmNews::Stage::ended, RENDERRESULT_USERBREAK);
+  const Json stopped = client.receive("finished");
+  EXPECT_EQ(stopped["result"], "stopped");
+  EXPECT_FALSE(stopped.contains("width"));
+  EXPECT_GE(stopped["seconds"], 0.0);
+  news.film = std::make_shared<Film>(5, 4);
+  for (const auto& [result, word] :
+       {std::pair(RENDERRESULT_OK, "done"), std::pair(RENDERRESULT_ASSETMISSING, "asset missing"),
+        std::pair(RENDERRESULT_OUTOFMEMORY, "failed")}) {
+    tell(FilmNews::Stage::ended, result);
+    const Json finished = client.receive("finished");
+    EXPECT_EQ(finished["result"], word);
+    EXPECT_EQ(finished["width"], 5);
+    EXPECT_EQ(finished["height"], 4);
+  }
 }

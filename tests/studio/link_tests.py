@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 """The live link with the real program: the scene of another program in the viewer, its changes, and the end of either side."""
 
+import json
 import os
 import pathlib
 import shutil
@@ -12,7 +13,7 @@ import sys
 import time
 
 from scenario import check, main, set_auto
-from studio_driver import wait_for
+from studio_driver import Picture, wait_for
 
 
 def client(run, studio):
@@ -65,6 +66,83 @@ def live_link(run):
             check(False, "the client notices the end of Studio")
         except link.LinkError as error:
             print(f"the client says: {error}")
+
+
+def batch(run, studio, *arguments):
+    """The program lumenara, which finds this Studio and no other: its exit code and its errors."""
+    settings = dict(os.environ, XDG_RUNTIME_DIR=str(studio.inspect_folder), LUMENARA_HOME=str(run.folder / "batch-home"))
+    done = subprocess.run([str(run.options.batch), *map(str, arguments)], env=settings, capture_output=True, text=True, timeout=120, check=False)
+    return done.returncode, done.stderr
+
+
+def read_bmp(path):
+    """A picture of 24 bits a pixel."""
+    data = path.read_bytes()
+    begin, width, height, bits = *struct.unpack_from("<I", data, 10), *struct.unpack_from("<ii", data, 18), *struct.unpack_from("<H", data, 28)
+    check(bits == 24 and height > 0, f"{path} has {bits} bits and {height} rows")
+    line, rgb = (width * 3 + 3) // 4 * 4, bytearray()
+    for row in reversed(range(height)):
+        bgr = data[begin + row * line:begin + row * line + width * 3]
+        pixels = bytearray(len(bgr))
+        for channel in range(3):
+            pixels[channel::3] = bgr[2 - channel::3]
+        rgb += pixels
+    return Picture(width, height, bytes(rgb))
+
+
+def below_stamp(picture, rows=40):
+    """The picture without the rows where the viewer draws the time that the render took."""
+    return Picture(picture.width, picture.height - rows, picture.data[rows * picture.width * 3:])
+
+
+def sent_scene(run):
+    """The scenario's scene with its objects in other places."""
+    scene = json.loads(run.scene.read_text(encoding="utf-8"))
+    for node in scene["nodes"]:
+        if "mesh" in node:
+            node["translation"] = [part + 0.3 for part in node.get("translation", (0, 0, 0))]
+    file = run.folder / "sent scene.gltf"
+    file.write_text(json.dumps(scene), encoding="utf-8")
+    return file
+
+
+def send_and_grab(run):
+    """`lumenara send` and `lumenara grab` with the real program, and its port on the loopback."""
+    studio = run.viewer("--listen-tcp")
+    set_auto(studio, True)
+    own = studio.settled()
+    link, _ = client(run, studio)
+    found = wait_for("the socket", link.find_studios)[0]
+    scene = sent_scene(run)
+    code, said = batch(run, studio, "send", scene)
+    check((code, said) == (0, f"lumenara: Lumenara Studio shows {scene}\n"), f"send: {code} {said}")
+    wait_for("the scene's name in the description", lambda: link.find_studios()[0].scene == scene.name)
+    studio.changed_from(own)
+    for name in ("during.png", "film.exr"):
+        picture = run.folder / name
+        code, said = batch(run, studio, "grab", "-o", picture)
+        check(code == 0, f"grab: {code} {said}")
+        check(picture.stat().st_size > 1000, f"{name} has {picture.stat().st_size} bytes")
+    shown = studio.settled()
+    picture = run.folder / "finished.bmp"
+    code, said = batch(run, studio, "grab", "-o", picture)
+    check(code == 0 and "goes on" not in said, f"grab: {code} {said}")
+    grabbed = read_bmp(picture)
+    check((grabbed.width, grabbed.height) == (shown.width, shown.height), f"the picture has {grabbed.width} x {grabbed.height} pixels")
+    check(below_stamp(grabbed).data == below_stamp(shown).data, f"the picture is the viewer's: {below_stamp(grabbed).difference(below_stamp(shown))}")
+    check(below_stamp(grabbed).difference(below_stamp(own)) > 0.3, "the picture is of the sent scene")
+    with link.connect("scenario", address=f"127.0.0.1:{found.port}", token=found.token) as sender:
+        check(sender.grab("bmp") == picture.read_bytes(), "the port gives the same picture")
+    try:
+        link.connect("scenario", address=f"127.0.0.1:{found.port}")
+        check(False, "a program without the token is refused")
+    except link.LinkError as error:
+        check("token" in str(error), str(error))
+    run.options.output.mkdir(parents=True, exist_ok=True)
+    run.display.save(run.options.output / "grabbed-from.png")
+    studio.kill()
+    code, said = batch(run, studio, "grab", "-o", run.folder / "none.png")
+    check(code == 5 and "no Lumenara Studio" in said, f"grab from an ended Studio: {code} {said}")
 
 
 class Blender:
@@ -128,4 +206,4 @@ def blender(run):
 
 
 if __name__ == "__main__":
-    sys.exit(main((live_link, blender)))
+    sys.exit(main((live_link, send_and_grab, blender)))

@@ -9,6 +9,7 @@
 #include "farm_command_line.h"
 #include "format_list.h"
 #include "layer_table.h"
+#include "link_command_line.h"
 #include "nearest_word.h"
 #include "option_values.h"
 #include "picture_formats.h"
@@ -90,7 +91,8 @@ CLI::App* addAnimate(CLI::App& app, RawOptions& raw) {
                    "Movie (mov, avi) or base name of pictures (bmp, tif, jpg, psd, b3d) by its suffix")
       ->type_name("FILE")
       ->required();
-  animate->add_option("--frames", raw.frames, "One frame, or the first and the last, and the step between them")
+  animate
+      ->add_option("--frames", raw.frames, "One frame, or the first and the last, and the step between them")
       ->type_name("A[:B[:STEP]]")
       ->required();
   animate
@@ -325,6 +327,7 @@ CommandLine parseCommandLine(int argc, const char* const* argv) {
   CLI::App* history = addHistory(app, raw);
   CLI::App* merge = addMerge(app, raw);
   FarmCommandLine farm(app);
+  const LinkCommandLine link(app);
   addDescription(app);
 
   try {
@@ -333,6 +336,7 @@ CommandLine parseCommandLine(int argc, const char* const* argv) {
     if (animate->parsed()) return finishAnimate(*animate, raw);
     if (compare->parsed()) return finishCompare(*compare, raw);
     if (auto options = farm.finish()) return *std::move(options);
+    if (auto options = link.finish()) return *std::move(options);
     if (merge->parsed()) return finishMerge(*merge, raw);
   } catch (const CLI::CallForHelp&) {
     return ShowText{app.help()};

@@ -10,6 +10,7 @@
 #include "c4d_types.h"
 #include "exit_code.h"
 #include "farm_options.h"
+#include "link_options.h"
 #include "metric_options.h"
 #include "render_options.h"
 
@@ -78,9 +79,9 @@ struct ShowText {
   std::string text;
 };
 
-using CommandLine =
-    std::variant<RenderOptions, AnimateOptions, InfoOptions, SettingsOptions, CompareOptions, MeasureOptions,
-                 HistoryOptions, MergeOptions, FarmSubmitOptions, FarmJobOptions, FarmWorkOptions, ShowText>;
+using CommandLine = std::variant<RenderOptions, AnimateOptions, InfoOptions, SettingsOptions, CompareOptions,
+                                 MeasureOptions, HistoryOptions, MergeOptions, FarmSubmitOptions,
+                                 FarmJobOptions, FarmWorkOptions, SendOptions, GrabOptions, ShowText>;
 
 /// Throws `Stop` with `wrongUse` for invalid arguments.
 CommandLine parseCommandLine(int argc, const char* const* argv);

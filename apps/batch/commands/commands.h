@@ -15,6 +15,8 @@ ExitCode runMerge(const MergeOptions& options);
 ExitCode runFarmSubmit(const FarmSubmitOptions& options);
 ExitCode runFarmJob(const FarmJobOptions& options);
 ExitCode runFarmWork(const FarmWorkOptions& options);
+ExitCode runSend(const SendOptions& options);
+ExitCode runGrab(const GrabOptions& options);
 ExitCode runHistory(const HistoryOptions& options);
 
 } // namespace batch

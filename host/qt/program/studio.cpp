@@ -92,8 +92,11 @@ void Studio::start() {
 
 // The status bar names the program whose scene is shown.
 void Studio::startLink() {
-  link_ = std::make_unique<LinkServer>(*session_);
-  if (!link_->error().empty()) GePrint(String(link_->error()));
+  link_ = std::make_unique<LinkServer>(*session_, options_.linkTcp);
+  for (const std::string& error : {link_->error(), link_->tcpError()})
+    if (!error.empty()) GePrint(String(error));
+  if (link_->tcpPort() != 0)
+    GePrint(String("The live link listens at 127.0.0.1:" + std::to_string(link_->tcpPort()) + "."));
   auto* label = new QLabel(window_.get());
   label->setObjectName(QStringLiteral("linkState"));
   label->setTextFormat(Qt::PlainText); // the name comes from a stranger

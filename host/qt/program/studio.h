@@ -6,6 +6,7 @@
 #include <memory>
 #include <vector>
 
+#include "link_server.h"
 #include "program.h"
 #include "session.h"
 
@@ -16,7 +17,6 @@ class MainWindow;
 class QtMainLoop;
 class QtUserInterface;
 class StudioInspector;
-class LinkServer;
 
 struct StudioOptions {
   Filename scene;           // opened at the start; empty: none
@@ -25,7 +25,8 @@ struct StudioOptions {
   bool openViewer = false;  // opens the Lumenara dialog and asks it for a picture
   bool resetLayout = false; // the default layout; stored places of windows and dialogs are forgotten
   bool loadModules = true;
-  bool listen = false; // takes scenes of other programs through the live link
+  bool listen = false;            // takes scenes of other programs through the live link
+  std::optional<LinkTcp> linkTcp; // listens there as well; none: no TCP
   std::vector<PluginUnit> linkedPlugins;
   std::FILE* consoleEcho = stderr;
 };

@@ -11,6 +11,7 @@ from .outbox import Outbox
 TICK = 0.01  # seconds between two looks
 VIEW_INTERVAL = 1 / 30  # between two positions of a followed view
 ACK_PATIENCE = 0.5  # a commit is sent without the last one's ack after so long
+LONGEST_GOODBYE = 0.03  # seconds that Blender waits for the end of a connection
 RETRY = 2.0  # seconds between two attempts to connect again
 MOST_WAITING = 64 << 20  # bytes on their way to Studio beyond which nothing is read
 
@@ -64,7 +65,10 @@ class Link:
         if self.outbox:
             self.outbox.close()
         if self.connection:
-            self.connection.close()
+            # A Studio that hangs holds the goodbye up for seconds; Blender does not wait for it.
+            closing = threading.Thread(target=self.connection.close, name="lumenara-goodbye", daemon=True)
+            closing.start()
+            closing.join(LONGEST_GOODBYE)
         self.connection = self.outbox = self.sync = None
 
     def send_scene(self):
