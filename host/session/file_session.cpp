@@ -36,13 +36,6 @@ Filename absolute(const Filename& file) {
 
 } // namespace
 
-std::string FileError::text() const {
-  std::string all = sentence;
-  for (const std::string* part : {&reason, &advice})
-    if (!part->empty()) all += (all.empty() ? "" : " ") + *part;
-  return all;
-}
-
 // --- jobs ---
 
 struct FileSession::Loader {

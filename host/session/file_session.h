@@ -9,20 +9,13 @@
 #include <vector>
 
 #include "edits.h"
+#include "file_error.h"
 #include "file_watch.h"
 #include "lifetime.h"
 #include "scene_file.h"
 #include "unsaved_changes.h"
 
 namespace host {
-
-/// A user's error about a file: the failure, its reason, and advice.
-struct FileError {
-  std::string sentence, reason, advice;
-  std::string details; // folded at first; may be empty
-  /// Sentence, reason and advice in one text.
-  std::string text() const;
-};
 
 enum class UnsavedAnswer { save, discard, cancel };
 

@@ -1,7 +1,6 @@
 #include "sky_picture_file.h"
 
 #include "file_path.h"
-#include "scene_file.h"
 
 namespace host {
 

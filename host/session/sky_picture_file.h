@@ -1,7 +1,9 @@
 // A file that becomes the scene's sky. Main thread.
 #pragma once
 
-#include "file_session.h"
+#include "c4d_document.h"
+#include "file_error.h"
+#include "scene_file.h"
 
 namespace host {
 
