@@ -89,5 +89,21 @@ TEST_F(Words, APictureGoesToStandardOutput) {
                "name a file for the picture");
 }
 
+TEST_F(Words, OtherOutputsAreFiles) {
+  expectAdvice({"grab", "-o", "-"}, "name one in place of -");
+  expectAdvice({"farm", "submit", scene(), "-o", "-.exr", "--split-samples", "2"},
+               "name one in place of -.exr");
+  const Outcome outcome = call({"render", scene(), "-o", folder / "a.png", "--size", "8x8", "--samples", "1",
+                                "--stats", folder / "-"});
+  EXPECT_EQ(outcome.code, 0) << outcome.err;
+  EXPECT_NE(readFile(folder.path() / "-").find("{"), std::string::npos);
+}
+
+TEST_F(Words, AMistypedStyleNamesTheStyles) {
+  expectAdvice(
+      {"compare", "a.png", "b.png", "-o", "c.png", "--style", "colums"},
+      "--style colums is not a style; write columns, rows, blend or difference; did you mean columns?");
+}
+
 } // namespace
 } // namespace batchtest

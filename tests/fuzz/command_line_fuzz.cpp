@@ -73,14 +73,13 @@ struct Check {
     require(o.chunk >= 0, "tasks have units");
     require(!o.layers || (*o.layers & ~host::allLayers()) == 0, "layers are known");
   }
-  void operator()(const batch::FarmJobOptions&) const {}
   void operator()(const batch::FarmWorkOptions& o) const {
     require(o.submission >= 0 && o.task >= -1, "submissions and tasks have numbers");
   }
-  void operator()(const batch::InfoOptions&) const {}
-  void operator()(const batch::SettingsOptions&) const {}
-  void operator()(const batch::HistoryOptions&) const {}
   void operator()(const batch::ShowText& text) const { require(!text.text.empty(), "a text says something"); }
+  /// Commands whose options have no limits.
+  template <class Options>
+  void operator()(const Options&) const {}
 };
 
 } // namespace

@@ -92,7 +92,7 @@ ExitCode runCompare(const CompareOptions& options) {
   requireNumber(options.slider, "--slider");
   if (!options.image.empty()) {
     checkPictureFile(options.image);
-    requireWritable(Filename(String(options.image)), "the picture");
+    requirePictureTarget(options.image);
   }
   PictureHost host(options.home, options.quiet);
 

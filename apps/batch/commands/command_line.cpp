@@ -1,6 +1,5 @@
 #include "command_line.h"
 
-#include <map>
 #include <string_view>
 
 #include <CLI/CLI.hpp>
@@ -35,7 +34,7 @@ struct RawOptions {
   CompareOptions compare;
   HistoryOptions history;
   MergeOptions merge;
-  std::string failAbove, metrics, json, html;
+  std::string failAbove, metrics, json, html, style;
   bool scale = false, center = false, corner = false;
   RawRun run;
   std::string size, region, box, part, frames, layers, compression;
@@ -152,11 +151,8 @@ CLI::App* addCompare(CLI::App& app, RawOptions& raw) {
       ->add_option("-o,--output", options.image,
                    "Picture: " + suffixList(FormatUse::write) + " by its suffix; - for standard output (png)")
       ->type_name("IMAGE");
-  static const std::map<std::string, LONG> styles = {
-      {"columns", 0}, {"rows", 1}, {"blend", 2}, {"difference", 9999}};
-  compare->add_option("--style", options.style, "columns, rows, blend (the default), difference")
-      ->type_name("STYLE")
-      ->transform(CLI::CheckedTransformer(styles).description(""));
+  compare->add_option("--style", raw.style, "columns, rows, blend (the default), difference")
+      ->type_name("STYLE");
   compare->add_option("--slider", options.slider, "From A only (-1) to B only (1); default 0")
       ->type_name("S")
       ->check(CLI::Range(-1.0, 1.0));
@@ -255,6 +251,7 @@ CommandLine finishCompare(const CLI::App& command, RawOptions& raw) {
   if (command.count("--metric") || command.count("--json") || command.count("--html"))
     return finishMeasure(command, raw);
   CompareOptions& options = raw.compare;
+  if (command.count("--style")) options.style = parseStyle(raw.style);
   if (command.count("--size")) options.size = parseSize(raw.size);
   if (command.count("--fail-above")) options.failAbove = parseDifference(raw.failAbove);
   if (raw.center) options.placement = ComparePlacement::center;

@@ -71,7 +71,7 @@ void addParts(FilmMerge& merge, const std::vector<MergePart>& parts, Messages& m
 ExitCode runMerge(const MergeOptions& options) {
   PictureOptions how{options.quality, options.half, options.compression, false, options.resumable, nullptr};
   checkPictureFile(options.image, how);
-  requireWritable(Filename(String(options.image)), "the picture");
+  requirePictureTarget(options.image);
   PictureHost host(options.home, options.quiet);
   host::setWorkerCount(options.threads);
   Messages& messages = host.messages();

@@ -38,7 +38,7 @@ void checkTargets(const RenderOptions& options) {
   if (options.view.given() && holdsLight(options.image))
     throw Stop(ExitCode::wrongUse, "--view, --exposure and --lens have no effect on " + options.image +
                                        ", which holds the light itself; leave them out, or write a png");
-  requireWritable(Filename(String(options.image)), "the picture");
+  requirePictureTarget(options.image);
   if (!options.stats.empty()) requireWritable(Filename(String(options.stats)), "the statistics file");
 }
 
@@ -96,23 +96,24 @@ std::optional<PixelRegion> pixelRegion(const RenderOptions& options, PixelSize s
 
 /// The exit code of a job; prints the error message of a failed one.
 ExitCode judge(const JobResult& job, const RenderOptions& options, const Scene& scene, Messages& messages) {
+  const std::string picture = isStandardOutput(options.image) ? "the picture" : options.image;
   switch (job.result) {
   case RENDERRESULT_OK:
-    messages.note("lumenara: " + options.image + " was rendered in " +
+    messages.note("lumenara: " + picture + " was rendered in " +
                   durationText(static_cast<std::int64_t>(job.seconds + 0.5)));
     return ExitCode::done;
   case RENDERRESULT_ASSETMISSING:
-    messages.problem(options.image + " was rendered without " +
+    messages.problem(picture + " was rendered without " +
                      (scene.missing.empty() ? "a picture that the scene needs" : listOf(scene.missing)) +
                      "; put what is missing beside the scene and render again");
     return ExitCode::renderFailed;
   case RENDERRESULT_OUTOFMEMORY:
-    messages.problem(options.image + " is not complete: there was not enough memory to render " +
-                     options.scene + "; close other programs or choose a smaller --size");
+    messages.problem(picture + " is not complete: there was not enough memory to render " + options.scene +
+                     "; close other programs or choose a smaller --size");
     return ExitCode::renderFailed;
   default:
-    messages.problem(options.image + " is not complete: the render of " + options.scene +
-                     " ended with result " + std::to_string(job.result) + "; render again");
+    messages.problem(picture + " is not complete: the render of " + options.scene + " ended with result " +
+                     std::to_string(job.result) + "; render again");
     return ExitCode::renderFailed;
   }
 }

@@ -2,11 +2,13 @@
 
 #include <algorithm>
 #include <charconv>
+#include <map>
 #include <optional>
 #include <string_view>
 #include <vector>
 
 #include "layer_table.h"
+#include "nearest_word.h"
 #include "picture_formats.h"
 
 namespace batch {
@@ -88,7 +90,8 @@ FrameRange parseFrames(const std::string& text) {
   if (!given) given = numbers(text, ':', 3);
   if (!given) given = numbers(text, ':', 1);
   if (!given)
-    throw wrong("--frames " + text + " is not a frame range; write first:last or first:last:step, as 0:89");
+    throw wrong("--frames " + text +
+                " is not a frame range; write a frame, first:last or first:last:step, as 0:89");
   const FrameRange range{given->front(), given->size() > 1 ? (*given)[1] : given->front(),
                          given->size() > 2 ? (*given)[2] : 1};
   if (range.from < 0 || range.to > lastFrameNumber) {
@@ -128,6 +131,18 @@ LONG parseCompression(const std::string& text) {
   const auto found = std::find(known.begin(), known.end(), text);
   if (found != known.end()) return static_cast<LONG>(found - known.begin());
   throw wrong("--compression does not know \"" + text + "\"; write one of " + compressionNames());
+}
+
+LONG parseStyle(const std::string& text) {
+  static const std::map<std::string, LONG> styles = {
+      {"columns", 0}, {"rows", 1}, {"blend", 2}, {"difference", 9999}};
+  std::vector<std::string> names;
+  for (const auto& [name, style] : styles) {
+    if (text == name || text == std::to_string(style)) return style;
+    names.push_back(name);
+  }
+  throw wrong("--style " + text + " is not a style; write columns, rows, blend or difference" +
+              didYouMean(nearestWord(text, names)));
 }
 
 SamplePart parsePart(const std::string& text) {

@@ -25,6 +25,8 @@ unsigned parseLayers(const std::string& text);
 std::string compressionNames();
 /// An index into host::exrCompressions.
 LONG parseCompression(const std::string& text);
+/// The viewer's number of a style of `compare`.
+LONG parseStyle(const std::string& text);
 SamplePart parsePart(const std::string& text);
 
 } // namespace batch

@@ -53,6 +53,7 @@ std::vector<std::string> unitOptions(const FarmSubmitOptions& options, JobKind k
 
 /// Checks the options before any work begins.
 FarmJob describe(const FarmSubmitOptions& options) {
+  refuseStandardOutput(options.run.output);
   checkAssignments(options.run.settings);
   FarmJob job;
   job.id = host::farm::uniqueWord();

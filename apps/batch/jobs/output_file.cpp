@@ -22,7 +22,14 @@ bool isStandardOutput(const std::string& picture) {
   return picture == "-" || picture.starts_with("-.");
 }
 
-void requireStandardOutput() {
+void refuseStandardOutput(const std::string& picture) {
+  if (isStandardOutput(picture))
+    throw Stop(ExitCode::wrongUse,
+               "this command writes a file, not standard output; name one in place of " + picture);
+}
+
+void requirePictureTarget(const std::string& picture) {
+  if (!isStandardOutput(picture)) return requireWritable(Filename(String(picture)), "the picture");
   if (host::platform::isTerminal(stdout))
     throw Stop(ExitCode::wrongUse,
                "a picture is nothing for a terminal; send standard output to a file or program");
@@ -40,7 +47,6 @@ void copyToStandardOutput(const Filename& file) {
 }
 
 void requireWritable(const Filename& file, const std::string& what) {
-  if (isStandardOutput(file.GetString().GetUTF8())) return requireStandardOutput();
   if (GeFExist(file, TRUE)) notWritable(file, what, "it is a folder; name a file");
   const Filename folder = file.GetDirectory();
   if (folder.Content() && !GeFExist(folder, TRUE)) {

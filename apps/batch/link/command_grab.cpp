@@ -23,6 +23,7 @@ std::span<const std::byte> fileIn(const host::LinkFrame& answer) {
 
 ExitCode runGrab(const GrabOptions& options) {
   const Filename file{String(options.image)};
+  refuseStandardOutput(options.image);
   checkPictureFile(options.image);
   requireWritable(file, "the picture");
   RunningStudio studio(options.studio);
