@@ -21,6 +21,10 @@ class View:
         self.orbit, self.eye, self.target, self.angle = orbit, eye, target, angle
 
 
+# Of scenes that are not measured from around their bounds.
+VIEWS = {"Interior": View(eye=(-4.5, 1.6, 1.9), target=(1.5, 1, -0.6), angle=60)}
+
+
 def node_matrix(node):
     if "matrix" in node:
         return numpy.array(node["matrix"]).reshape(4, 4).T

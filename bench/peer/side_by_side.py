@@ -117,14 +117,13 @@ def measure(renderer, folder, options):
 
 
 def compare(name, options, work):
-    from measured_scene import MeasuredScene, View
-    views = {"Interior": View(eye=(-4.5, 1.6, 1.9), target=(1.5, 1, -0.6), angle=60)}
+    from measured_scene import VIEWS, MeasuredScene, View
     source = pathlib.Path(options.scenes) / name / f"{name}.gltf"
     if not source.exists():
         print(f"{name}: left out, {source} is not there")
         return
     width, height = map(int, options.size.split("x"))
-    scene = MeasuredScene(source, views.get(name, View()), width / height, work)
+    scene = MeasuredScene(source, VIEWS.get(name, View()), width / height, work)
     other = Ours("before", options.before, scene, options) if options.before else Peer(scene, options)
     ours, our_mean = measure(Ours("ours", options.program, scene, options), scene.folder, options)
     theirs, their_mean = measure(other, scene.folder, options)
@@ -155,4 +154,5 @@ def main():
             compare(name, options, work)
 
 
-main()
+if __name__ == "__main__":
+    main()

@@ -315,6 +315,71 @@ TEST_F(MainLayout, TheFrameBufferOpensBesideTheViewer) {
   EXPECT_EQ(frame.geometry(), QRect(30, 50, 600, 400));
 }
 
+TEST_F(MainLayout, TwoWindowsShareAWideScreen) {
+  startStudio();
+  const QSize wanted(960, 640);
+  const host::TwoPlaces full = host::sideBySide(QRect(0, 0, 1920, 1080), wanted);
+  EXPECT_EQ(full.first, QRect(8, 102, 1208, 900));
+  EXPECT_EQ(full.second, QRect(1232, 102, 680, 900));
+  const host::TwoPlaces wide = host::sideBySide(QRect(0, 40, 3840, 1560), wanted);
+  EXPECT_EQ(wide.first, QRect(712, 382, 1440, 900));
+  EXPECT_EQ(wide.second, QRect(2168, 382, 960, 900));
+  EXPECT_FALSE(host::hasRoomBeside(window())) << "of 800 pixels";
+}
+
+TEST_F(MainLayout, TheFrameBufferIsThereAgainIfItWasOpen) {
+  startStudio();
+  choose("render.viewer");
+  host::FrameBuffer& frame = window().frameBuffer();
+  frame.setGeometry(60, 70, 620, 430);
+  auto* scopes = frame.findChild<QDockWidget*>(QStringLiteral("panel-scopes"));
+  ASSERT_NE(scopes, nullptr);
+  scopes->show();
+  settle();
+  window().close(); // as a user ends the program, which closes all windows
+  frame.close();
+  startStudio();
+  ASSERT_TRUE(waitFor([&] { return window().frameBuffer().isVisible(); }));
+  EXPECT_EQ(window().frameBuffer().geometry(), QRect(60, 70, 620, 430));
+  EXPECT_TRUE(window().frameBuffer().findChild<QDockWidget*>(QStringLiteral("panel-scopes"))->isVisible());
+  window().frameBuffer().close();
+  settle();
+  startStudio();
+  settle();
+  EXPECT_FALSE(window().frameBuffer().isVisible());
+  choose("render.viewer");
+  EXPECT_EQ(window().frameBuffer().geometry(), QRect(60, 70, 620, 430));
+}
+
+TEST_F(MainLayout, AKilledStudioKeepsThePlaceOfTheFrameBuffer) {
+  startStudio();
+  choose("render.viewer");
+  window().frameBuffer().setGeometry(60, 70, 620, 430);
+  const auto stored = [] {
+    QString trouble;
+    const auto layout = host::readLayout(host::frameBufferLayout, trouble);
+    return layout && layout->size == QSize(620, 430) && layout->open;
+  };
+  EXPECT_TRUE(waitFor(stored));
+}
+
+TEST_F(MainLayout, ADamagedPlaceOfTheFrameBufferIsNotUsed) {
+  startStudio();
+  choose("render.viewer");
+  window().frameBuffer().setGeometry(60, 70, 620, 430);
+  window().frameBuffer().close();
+  startStudio();
+  BaseContainer layout = *host::preferences()->getNamed(host::frameBufferLayout);
+  layout.SetLong(6, 7); // another width
+  host::preferences()->setNamed(host::frameBufferLayout, layout);
+  startStudio();
+  settle();
+  EXPECT_FALSE(window().frameBuffer().isVisible());
+  choose("render.viewer");
+  EXPECT_TRUE(window().frameBuffer().isVisible());
+  EXPECT_EQ(window().frameBuffer().size(), window().frameBuffer().sizeHint());
+}
+
 TEST_F(MainLayout, BesideGoesWhereTheRoomIs) {
   const QRect screen = QGuiApplication::primaryScreen()->availableGeometry();
   QWidget window;

@@ -127,12 +127,12 @@ TEST_F(RandomLayout, AThousandComeBack) {
     for (int i = numberOf(random, 1, 6); i > 0; --i)
       changeLayout(*window, random);
     QCoreApplication::processEvents();
-    host::writeLayout(
-        {window->saveGeometry(), window->saveState(host::StoredLayout::version), window->size()});
+    host::writeLayout(host::mainLayout, {window->saveGeometry(),
+                                         window->saveState(host::StoredLayout::version), window->size()});
     const QStringList wanted = shapeOf(*window);
     if (round % 20 == 0) startAnew();
     QString trouble;
-    const auto stored = host::readLayout(trouble);
+    const auto stored = host::readLayout(host::mainLayout, trouble);
     ASSERT_TRUE(stored) << round << ": " << trouble.toStdString();
     window = std::make_unique<PlainWindow>();
     EXPECT_TRUE(window->restoreGeometry(stored->geometry));

@@ -6,7 +6,7 @@
 import sys
 
 from scenario import check, main, set_auto
-from studio_driver import wait_for
+from studio_driver import Display, wait_for
 
 # The setting that asks for layers: albedo, normal, depth, object, material.
 LAYERS, BITS = 7104, 0b11111
@@ -144,5 +144,32 @@ def exposure(run):
     studio.quit()
 
 
+def place_of(studio, name):
+    return studio.standing(name=name)["place"]
+
+
+def beside(run):
+    """The first start has the Frame Buffer beside the main window where the screen is wide; later ones have it where it was,
+    or closed."""
+    run.display = Display(1920, 1080)
+    studio = run.viewer()
+    (x, y, width, height), frame = place_of(studio, "studio"), place_of(studio, "frameBuffer")
+    check(frame[0] >= x + width and frame[1] < y + height, f"the frame buffer at {frame} is not beside {(x, y, width, height)}")
+    check(frame[0] + frame[2] <= 1920 and frame[1] + frame[3] <= 1080, f"the frame buffer at {frame} leaves the screen")
+    wait_for("the film of the viewer", lambda: canvas(studio).colours() > 40)
+    keep_shot(run, "frame-beside")
+    studio.quit()
+    studio = run.viewer()
+    again = place_of(studio, "frameBuffer")
+    check(all(abs(a - b) <= 2 for a, b in zip(again, frame)), f"the frame buffer is at {again} after {frame}")
+    studio.click(name="pictureSize")
+    studio.key("ctrl+w")
+    wait_for("the closed frame buffer", lambda: studio.find(name="frameBuffer") is None)
+    studio.quit()
+    studio = run.viewer()
+    check(studio.find(name="frameBuffer") is None, "the closed frame buffer came back")
+    studio.quit()
+
+
 if __name__ == "__main__":
-    sys.exit(main((layer, probe, exposure)))
+    sys.exit(main((layer, probe, exposure, beside)))

@@ -45,11 +45,6 @@ Filename firstOf(const std::vector<Filename>& files) {
   return {};
 }
 
-void forgetLayouts() {
-  forgetLayout();
-  forgetPlaces();
-}
-
 } // namespace
 
 Studio::Studio(StudioOptions options)
@@ -76,7 +71,10 @@ Studio::~Studio() {
 
 // All docks must exist before the layout is restored.
 void Studio::start() {
-  if (options_.resetLayout) forgetLayouts();
+  if (options_.resetLayout) {
+    forgetLayouts();
+    forgetPlaces();
+  }
   program_->registry().restoreLayouts(nullptr);
   const bool viewer = options_.openViewer && openViewer();
   window_->windowLayout().restore();
@@ -86,6 +84,7 @@ void Studio::start() {
   if (viewer)
     firstPicture_ =
         std::make_unique<FirstPicture>(session_->files(), *window_, [] { SpecialEventAdd(refreshCommand); });
+  window_->openFrameBuffer(viewer);
   window_->offerRecovery();
   if (options_.listen) startLink();
 }

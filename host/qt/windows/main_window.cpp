@@ -192,6 +192,10 @@ void MainWindow::pluginsStarted() {
   menus_->fillPlugins();
 }
 
+void MainWindow::openFrameBuffer(bool viewer) {
+  tools_->openFrameBuffer(viewer);
+}
+
 void MainWindow::offerRecovery() {
   tools_->showRecovery(false);
 }
@@ -206,6 +210,7 @@ void MainWindow::closeEvent(QCloseEvent* event) {
   session_.pictureSaver().finish(); // a failure must show while the window exists
   layout_->setPictureOnly(false);
   layout_->store();
+  tools_->keepLayouts();
   event->accept();
   emit closed();
 }

@@ -56,6 +56,10 @@ class MainWindow : public QMainWindow {
 
   /// Plug-ins have been started: fills the Plugins menu.
   void pluginsStarted();
+  /// Opens the Frame Buffer if it was open at the end of the last session. The first time, it opens beside
+  /// the window when the viewer is open and the screens have room for both. Call it once, after the window
+  /// shows.
+  void openFrameBuffer(bool viewer);
   /// Offers the scenes that were left unsaved, when there are any.
   void offerRecovery();
   /// Opens a file that was dropped or named, as File > Open does after the choice.

@@ -6,7 +6,6 @@ namespace host {
 
 namespace {
 
-constexpr const char* layoutName = "window";
 enum LayoutKey : LONG {
   keyVersion = 1,
   keyGeometry,
@@ -14,7 +13,8 @@ enum LayoutKey : LONG {
   keyCheck,
   keyTool, // unused
   keyWidth,
-  keyHeight
+  keyHeight,
+  keyClosed
 };
 constexpr std::size_t mostBytes = 1 << 20;
 constexpr int titleHeight = 24;
@@ -85,16 +85,17 @@ QList<QRect> placesOf(QMainWindow& window, QString& trouble) {
 
 } // namespace
 
-std::optional<StoredLayout> readLayout(QString& trouble) {
+std::optional<StoredLayout> readLayout(const char* name, QString& trouble) {
   trouble.clear();
-  const BaseContainer* stored = preferences() ? preferences()->getNamed(layoutName) : nullptr;
+  const BaseContainer* stored = preferences() ? preferences()->getNamed(name) : nullptr;
   if (!stored || stored->GetCount() == 0) return {};
   if (stored->GetLong(keyVersion) != StoredLayout::version) {
     trouble = word("another version of the program wrote it");
     return {};
   }
   const StoredLayout layout{bytes(*stored, keyGeometry), bytes(*stored, keyState),
-                            QSize(stored->GetLong(keyWidth), stored->GetLong(keyHeight))};
+                            QSize(stored->GetLong(keyWidth), stored->GetLong(keyHeight)),
+                            !stored->GetBool(keyClosed)};
   if (layout.state.isEmpty() || bytes(*stored, keyCheck) != checkOf(layout)) {
     trouble = word("it is damaged");
     return {};
@@ -102,7 +103,7 @@ std::optional<StoredLayout> readLayout(QString& trouble) {
   return layout;
 }
 
-void writeLayout(const StoredLayout& layout) {
+void writeLayout(const char* name, const StoredLayout& layout) {
   if (!preferences()) return;
   BaseContainer data;
   data.SetLong(keyVersion, StoredLayout::version);
@@ -111,12 +112,15 @@ void writeLayout(const StoredLayout& layout) {
   setBytes(data, keyCheck, checkOf(layout));
   data.SetLong(keyWidth, layout.size.width());
   data.SetLong(keyHeight, layout.size.height());
-  const BaseContainer* before = preferences()->getNamed(layoutName);
-  if (!before || *before != data) preferences()->setNamed(layoutName, data);
+  if (!layout.open) data.SetBool(keyClosed, TRUE);
+  const BaseContainer* before = preferences()->getNamed(name);
+  if (!before || *before != data) preferences()->setNamed(name, data);
 }
 
-void forgetLayout() {
-  if (preferences() && preferences()->getNamed(layoutName)) preferences()->setNamed(layoutName, {});
+void forgetLayouts() {
+  if (!preferences()) return;
+  for (const char* name : {mainLayout, frameBufferLayout})
+    if (preferences()->getNamed(name)) preferences()->setNamed(name, {});
 }
 
 bool isReachable(const QRect& frame) {

@@ -5,6 +5,7 @@
 #include "desk_panels.h"
 #include "dialog_host.h"
 #include "frame_buffer.h"
+#include "kept_window.h"
 #include "message_box.h"
 #include "recovery_dialog.h"
 #include "render_settings_dialog.h"
@@ -52,15 +53,34 @@ FrameBuffer& ToolWindows::frameBuffer() {
   return *frame_;
 }
 
-// The first time beside the viewer, so that both are in sight; afterwards where the user left it.
-void ToolWindows::showFrameBuffer() {
+// Where the user left it. False when that is not known: it gets the size it wants.
+bool ToolWindows::placeFrameBuffer() {
+  if (keptFrame_) return true;
   FrameBuffer& frame = frameBuffer();
-  if (!placed_) {
-    placed_ = true;
-    frame.resize(frame.sizeHint());
-    if (const QRect viewer = viewerPlace(window_); !viewer.isEmpty()) placeBeside(frame, viewer);
-  }
-  frame.present();
+  frame.resize(frame.sizeHint());
+  keptFrame_ = new KeptWindow(frame, frameBufferLayout);
+  return keptFrame_->restore();
+}
+
+// The first time beside the viewer, so that both are in sight.
+void ToolWindows::showFrameBuffer() {
+  if (!placeFrameBuffer())
+    if (const QRect viewer = viewerPlace(window_); !viewer.isEmpty()) placeBeside(frameBuffer(), viewer);
+  frameBuffer().present();
+}
+
+void ToolWindows::openFrameBuffer(bool viewer) {
+  QString trouble;
+  const std::optional<StoredLayout> before = readLayout(frameBufferLayout, trouble);
+  const bool first = viewer && !before && !readLayout(mainLayout, trouble) && trouble.isEmpty();
+  if (before ? !before->open : !first || !hasRoomBeside(window_)) return;
+  QTimer::singleShot(0, this, [this, first] { // the main window comes up at once
+    FrameBuffer& frame = frameBuffer();
+    if (!placeFrameBuffer() && first) placeSideBySide(window_, frame);
+    frame.setAttribute(Qt::WA_ShowWithoutActivating);
+    frame.show();
+    frame.setAttribute(Qt::WA_ShowWithoutActivating, false);
+  });
 }
 
 void ToolWindows::showRenderSettings() {
@@ -105,7 +125,12 @@ void ToolWindows::showRecovery(bool always) {
   present(*recovery_);
 }
 
+void ToolWindows::keepLayouts() {
+  if (keptFrame_) std::exchange(keptFrame_, nullptr)->end(); // it goes with the window
+}
+
 void ToolWindows::shutDown() {
+  keepLayouts();
   delete frame_;
   delete settings_;
   delete shortcuts_;

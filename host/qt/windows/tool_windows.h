@@ -10,6 +10,7 @@ namespace host {
 
 class CommandTable;
 class FrameBuffer;
+class KeptWindow;
 class RecoveryDialog;
 class RenderSettingsDialog;
 class Session;
@@ -25,21 +26,27 @@ class ToolWindows : public QObject {
 
   FrameBuffer& frameBuffer();
   void showFrameBuffer();
+  /// As `MainWindow::openFrameBuffer`.
+  void openFrameBuffer(bool viewer);
   void showRenderSettings();
   void showShortcuts();
   void showAbout();
   /// Offers the scenes that programs have left unsaved; `always`: says so when there are none.
   void showRecovery(bool always);
 
+  /// Stores the places of the windows for the last time.
+  void keepLayouts();
   /// Closes them all: the session ends.
   void shutDown();
 
  private:
+  bool placeFrameBuffer();
+
   Session& session_;
   CommandTable& commands_;
   QWidget& window_;
   QPointer<FrameBuffer> frame_;
-  bool placed_ = false; // the frame buffer
+  KeptWindow* keptFrame_ = nullptr; // made when the frame buffer is first shown
   QPointer<RenderSettingsDialog> settings_;
   QPointer<ShortcutsDialog> shortcuts_;
   QPointer<RecoveryDialog> recovery_;

@@ -5,17 +5,24 @@
 #include "c4d_events.h"
 
 namespace host {
+namespace {
+
+constexpr QSize mainSize(1440, 900);
+constexpr int border = 8, titleBar = 32; // room for a frame, whose size is not known before it shows
+constexpr int leastForTwo = 1880,
+              leastSecond = 680; // widths of a screen with two windows, and of the second one
+
+} // namespace
 
 void placeOnScreen(QWidget& window) {
   const QScreen* screen = QGuiApplication::primaryScreen();
   const QRect room = screen ? screen->availableGeometry() : QRect(0, 0, 1600, 1000);
-  QRect place(QPoint(0, 0), QSize(1440, 900).boundedTo(room.size() - QSize(8, 40)));
+  QRect place(QPoint(0, 0), mainSize.boundedTo(room.size() - QSize(8, 40)));
   place.moveCenter(room.center());
   window.setGeometry(place);
 }
 
 bool placeBeside(QWidget& window, const QRect& neighbour) {
-  constexpr int border = 8, titleBar = 32; // room for the frame, whose size is not known before it shows
   const QScreen* screen = QGuiApplication::screenAt(neighbour.center());
   if (!screen) return false;
   const QRect all = screen->availableGeometry().adjusted(border, titleBar, -border, -border);
@@ -27,6 +34,35 @@ bool placeBeside(QWidget& window, const QRect& neighbour) {
   const int y = std::clamp(neighbour.top(), all.top(), all.bottom() + 1 - size.height());
   window.setGeometry(QRect(QPoint(x, y), size));
   return true;
+}
+
+bool hasRoomBeside(const QWidget& window) {
+  return QGuiApplication::screens().size() > 1 || window.screen()->availableSize().width() >= leastForTwo;
+}
+
+TwoPlaces sideBySide(const QRect& screen, const QSize& second) {
+  const QRect all = screen.adjusted(border, titleBar, -border, -border);
+  const int room = all.width() - 2 * border; // without the frames between them
+  const int width = std::clamp(room - mainSize.width(), leastSecond, std::max(leastSecond, second.width()));
+  const QSize size(std::min(mainSize.width(), room - width), std::min(mainSize.height(), all.height()));
+  const int left = all.left() + (room - width - size.width()) / 2;
+  const int top = all.top() + (all.height() - size.height()) / 2;
+  const QRect first(QPoint(left, top), size);
+  return {first, QRect(QPoint(first.right() + 1 + 2 * border, top), QSize(width, size.height()))};
+}
+
+void placeSideBySide(QWidget& first, QWidget& second) {
+  const QScreen* screen = first.screen();
+  for (const QScreen* other : QGuiApplication::screens()) {
+    if (other == screen) continue;
+    QRect place(QPoint(0, 0),
+                second.size().boundedTo(other->availableSize() - QSize(2 * border, titleBar + border)));
+    place.moveCenter(other->availableGeometry().center());
+    return second.setGeometry(place);
+  }
+  const TwoPlaces places = sideBySide(screen->availableGeometry(), second.size());
+  first.setGeometry(places.first);
+  second.setGeometry(places.second);
 }
 
 WindowLayout::WindowLayout(QMainWindow& window, const Parts& parts)
@@ -71,7 +107,7 @@ void WindowLayout::reset() {
 void WindowLayout::restore() {
   ready_ = true;
   QString trouble;
-  std::optional<StoredLayout> layout = readLayout(trouble);
+  std::optional<StoredLayout> layout = readLayout(mainLayout, trouble);
   if (!layout) {
     if (!trouble.isEmpty()) drop(trouble);
     return;
@@ -105,7 +141,7 @@ void WindowLayout::drop(const QString& trouble) {
 void WindowLayout::store() {
   storeSoon_.stop();
   if (!ready_ || waiting_ || pictureOnly_ || down_) return;
-  writeLayout({window_.saveGeometry(), window_.saveState(StoredLayout::version), window_.size()});
+  writeLayout(mainLayout, {window_.saveGeometry(), window_.saveState(StoredLayout::version), window_.size()});
 }
 
 void WindowLayout::changed() {

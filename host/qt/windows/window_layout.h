@@ -23,6 +23,18 @@ void placeOnScreen(QWidget& window);
 bool placeBeside(QWidget& window, const QRect& neighbour);
 inline constexpr int leastBeside = 480; // pixels
 
+/// Whether another window has room beside a main window: on another screen, or on one at least 1880 pixels
+/// wide.
+bool hasRoomBeside(const QWidget& window);
+/// Places of two windows side by side in the available part of a screen that is wide enough for both.
+struct TwoPlaces {
+  QRect first, second;
+};
+TwoPlaces sideBySide(const QRect& screen, const QSize& second);
+/// Puts the second window on another screen, or both side by side, where the first takes up to 1440 x 900.
+/// They must have room (see above).
+void placeSideBySide(QWidget& first, QWidget& second);
+
 class WindowLayout : public QObject {
   Q_OBJECT
  public:
