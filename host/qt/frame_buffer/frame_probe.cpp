@@ -42,10 +42,7 @@ FrameProbe::FrameProbe(Session& session, FrameBuffer& frame)
 
 void FrameProbe::setFocusing(bool on) {
   focus_->setChecked(on);
-  if (on)
-    frame_.canvas().setCursor(Qt::CrossCursor);
-  else
-    frame_.canvas().unsetCursor();
+  frame_.canvas().setIdleCursor(on ? Qt::CrossCursor : Qt::ArrowCursor);
 }
 
 void FrameProbe::takeFilm() {

@@ -214,7 +214,7 @@ void PictureCanvas::mouseMoveEvent(QMouseEvent* event) {
 void PictureCanvas::mouseReleaseEvent(QMouseEvent* event) {
   const Drag was = std::exchange(drag_, Drag::none);
   if (was == Drag::none) return QWidget::mouseReleaseEvent(event);
-  unsetCursor();
+  setCursor(idleCursor_);
   if (was == Drag::mark && event->position() == pressed_) mark({});
   const std::optional<QPoint> pixel = pixelAt(event->position());
   const bool again = std::exchange(double_, false) && was == Drag::press;
@@ -270,6 +270,11 @@ void PictureCanvas::paintMark(QPainter& painter) const {
   painter.drawRect(frame);
   painter.setPen(QPen(tokens().accent, 1));
   painter.drawRect(frame);
+}
+
+void PictureCanvas::setIdleCursor(Qt::CursorShape shape) {
+  idleCursor_ = shape;
+  setCursor(shape);
 }
 
 void PictureCanvas::setSpot(const std::optional<QPointF>& place) {

@@ -32,6 +32,8 @@ class PictureCanvas : public QWidget {
   /// The marked pixels; empty: none.
   const QRect& marked() const { return marked_; }
   void mark(const QRect& pixels);
+  /// While no button is held.
+  void setIdleCursor(Qt::CursorShape shape);
   /// Marks a place of the picture, 0 to 1 from its upper left corner; nothing: no mark.
   void setSpot(const std::optional<QPointF>& place);
   /// The text shown without a picture.
@@ -108,6 +110,7 @@ class PictureCanvas : public QWidget {
   enum class Drag { none, press, pan, mark, out }; // press: a click so far
   bool fitted_ = true, grid_ = true;
   Drag drag_ = Drag::none;
+  Qt::CursorShape idleCursor_ = Qt::ArrowCursor;
   bool double_ = false; // the press under way is the second of a double click
   QPointF pressed_, last_;
   QPoint markFrom_;

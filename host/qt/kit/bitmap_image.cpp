@@ -1,5 +1,7 @@
 #include "bitmap_image.h"
 
+#include <QtEndian>
+
 #include "c4d_bitmap.h"
 
 namespace host {
@@ -8,13 +10,12 @@ QImage bitmapImage(const BaseBitmap& bitmap, bool opaque) {
   const bool alpha = !opaque && bitmap.GetBt() == 32;
   QImage image(bitmap.GetBw(), bitmap.GetBh(), alpha ? QImage::Format_ARGB32 : QImage::Format_RGB32);
   if (image.isNull()) return {};
+  const QRgb solid = alpha ? 0 : qRgba(0, 0, 0, 255);
   for (int y = 0; y < image.height(); ++y) {
     auto* line = reinterpret_cast<QRgb*>(image.scanLine(y));
-    for (int x = 0; x < image.width(); ++x) {
-      UWORD r = 0, g = 0, b = 0;
-      bitmap.GetPixel(x, y, &r, &g, &b);
-      line[x] = alpha ? qRgba(r, g, b, bitmap.GetAlpha(x, y)) : qRgb(r, g, b);
-    }
+    bitmap.GetPixelCnt(0, y, image.width(), reinterpret_cast<UCHAR*>(line), 4, COLORMODE_ARGB);
+    for (int x = 0; x < image.width(); ++x)
+      line[x] = qFromBigEndian(line[x]) | solid;
   }
   return image;
 }

@@ -287,10 +287,12 @@ TEST_F(FrameLookingTest, PickFocusSetsTheCameraOfThePicture) {
   QTest::mouseClick(&frame->canvas(), Qt::LeftButton, {}, pointOf(0, 0));
   settle();
   EXPECT_TRUE(action("focus")->isChecked()) << "the sky is no aim: another try";
+  EXPECT_EQ(frame->canvas().cursor().shape(), Qt::CrossCursor);
   EXPECT_EQ(focus(), before);
   QTest::mouseClick(&frame->canvas(), Qt::LeftButton, {}, pointOf(solid.x(), solid.y()));
   settle();
   EXPECT_FALSE(action("focus")->isChecked());
+  EXPECT_EQ(frame->canvas().cursor().shape(), Qt::ArrowCursor);
   EXPECT_NE(focus(), before);
   EXPECT_GT(focus(), 0.1);
   EXPECT_EQ(selected(), chosen) << "the click selects nothing";
