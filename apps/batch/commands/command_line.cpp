@@ -129,9 +129,13 @@ CLI::App* addSettings(CLI::App& app, RawOptions& raw) {
     sub->final_callback([&raw, action] { raw.settings.action = action; });
     return sub;
   };
-  add("list", "All settings with their values", SettingsAction::list)
-      ->add_flag("--names", raw.settings.names, "Readable names and LM_ names alone");
+  CLI::App* list = add("list", "All settings with their values", SettingsAction::list);
+  CLI::Option* names = list->add_flag("--names", raw.settings.names, "Readable names and LM_ names alone");
+  CLI::Option* origin = list->add_flag("--origin", raw.settings.origin, "Say where each value comes from");
+  list->add_flag("--json", raw.settings.json, "Print JSON")->excludes(names);
+  origin->excludes(names);
   CLI::App* get = add("get", "Print one value", SettingsAction::get);
+  get->add_flag("--json", raw.settings.json, "Print JSON");
   get->add_option("KEY", raw.settings.key, "Name, number or LM_ name")->required();
   CLI::App* set = add("set", "Store one value", SettingsAction::set);
   set->add_option("KEY", raw.settings.key, "Name, number or LM_ name")->required();

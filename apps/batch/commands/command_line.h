@@ -40,7 +40,9 @@ enum class SettingsAction { list, get, set, reset };
 struct SettingsOptions {
   SettingsAction action = SettingsAction::list;
   std::string key, value, home;
-  bool names = false; // list the readable names alone
+  bool names = false;  // list the readable names alone
+  bool origin = false; // list where each value comes from
+  bool json = false;
 };
 
 enum class ComparePlacement { scale, center, corner };

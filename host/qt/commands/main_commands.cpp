@@ -243,6 +243,10 @@ void addWindowCommands(const MainParts& parts) {
              {key("F1")},
              [&ui = parts.ui, manual = parts.manual] { ui.openFile(manual); },
              [there = parts.manual.Content() != 0] { return there; }});
+  table.add({"help.search", help, word("Search &Commands..."), "search", {key("Ctrl+Shift+P")}, [&tools] {
+               tools.showPalette();
+             }});
+  table.add({"help.tour", help, word("Show the &Tour"), "", {}, [&tools] { tools.showTour(); }});
   table.add({"help.shortcuts", help, word("&Shortcuts"), "keyboard", {key("Ctrl+/")}, [&tools] {
                tools.showShortcuts();
              }});

@@ -65,7 +65,7 @@ void MainMenus::buildMenuBar() {
   connect(plugins_, &QMenu::aboutToShow, this, &MainMenus::fillPlugins);
   windows_ = addMenu(tr("&Window"), "menu-window");
   connect(windows_, &QMenu::aboutToShow, this, &MainMenus::fillDocks);
-  addCommands(*addMenu(tr("&Help")), "help.manual help.shortcuts - help.about");
+  addCommands(*addMenu(tr("&Help")), "help.search - help.manual help.shortcuts help.tour - help.about");
   fillDocks();
   fillPlugins();
   fillRecent();

@@ -13,6 +13,7 @@
 #include "qt_user_interface.h"
 #include "status_widget.h"
 #include "studio_inspector.h"
+#include "tour.h"
 #include "view_tracer.h"
 #include "window_layout.h"
 
@@ -45,6 +46,15 @@ Filename firstOf(const std::vector<Filename>& files) {
   return {};
 }
 
+// Empty: not installed.
+Filename demoScene(const Filename& place) {
+  return firstOf({place + "scenes" + "demo.glb"});
+}
+
+bool toursAllowed() {
+  return qEnvironmentVariable("LUMENARA_TOUR") != QLatin1String("0");
+}
+
 void forgetLayouts() {
   forgetLayout();
   forgetPlaces();
@@ -59,7 +69,7 @@ Studio::Studio(StudioOptions options)
   MainWindowOptions window;
   window.tracer = &viewTracer();
   const Filename& place = program_->startupPath();
-  window.demoScene = firstOf({place + "scenes" + "demo.glb"});
+  window.demoScene = demoScene(place);
   const Filename manual = "lm_manual.pdf";
   window.manual = firstOf({place + "plugins" + "Lumenara" + "docs" + manual, place + "docs" + manual});
   window.dockedDialogs = {viewerCommand};
@@ -74,8 +84,19 @@ Studio::~Studio() {
   shutDown();
 }
 
+// In a new home, without a scene or a program that will send one.
+bool Studio::isFirstStart() const {
+  return toursAllowed() && program_->preferences().isNew() && !options_.scene.Content() &&
+         !options_.openViewer && !options_.listen && demoScene(program_->startupPath()).Content();
+}
+
 // All docks must exist before the layout is restored.
 void Studio::start() {
+  if (isFirstStart()) {
+    options_.scene = demoScene(program_->startupPath());
+    options_.openViewer = true;
+    Tour::begin();
+  }
   if (options_.resetLayout) forgetLayouts();
   program_->registry().restoreLayouts(nullptr);
   const bool viewer = options_.openViewer && openViewer();
@@ -88,6 +109,7 @@ void Studio::start() {
         std::make_unique<FirstPicture>(session_->files(), *window_, [] { SpecialEventAdd(refreshCommand); });
   window_->offerRecovery();
   if (options_.listen) startLink();
+  if (toursAllowed() && Tour::isPending()) window_->showTour();
 }
 
 // The status bar names the program whose scene is shown.
