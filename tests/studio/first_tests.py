@@ -58,10 +58,12 @@ def command_search(run):
     studio.get(name="palette")
     studio.write("rend sett")
     wait_for("the best hit", lambda: studio.find(**{"class": "row", "name": "palette-list", "text": "Render Settings..."}))
-    save(run, "command_search")
+    save(run, "command_search-1")
     studio.key("Return")
     studio.get(name="renderSettings")
     check(studio.find(name="palette") is None, "the search stays open")
+    studio.key("Escape")
+    wait_for("closed render settings", lambda: studio.find(name="renderSettings") is None)
     studio.quit()
 
 

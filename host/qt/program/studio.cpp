@@ -84,10 +84,10 @@ Studio::~Studio() {
   shutDown();
 }
 
-// In a new home, without a scene or a program that will send one.
+// In a new home, without a wish on the command line.
 bool Studio::isFirstStart() const {
   return toursAllowed() && program_->preferences().isNew() && !options_.scene.Content() &&
-         !options_.openViewer && !options_.listen && demoScene(program_->startupPath()).Content();
+         !options_.openViewer && demoScene(program_->startupPath()).Content();
 }
 
 // All docks must exist before the layout is restored.
