@@ -42,8 +42,9 @@ struct RawOptions {
 };
 
 CLI::App* addRender(CLI::App& app, RawOptions& raw) {
-  CLI::App* render = app.add_subcommand("render", "Render a scene into a picture");
+  CLI::App* render = app.add_subcommand("render", "Render scenes into pictures");
   addRun(*render, raw.run, raw.render);
+  render->add_option("MORE", raw.render.more, "Further scenes; -o is then a folder or has {name}");
   render
       ->add_option("-o,--output", raw.render.image,
                    "Picture: " + suffixList(FormatUse::write) + " by its suffix; - for standard output (png)")
@@ -286,6 +287,8 @@ RenderOptions finishRender(const CLI::App& app, RawOptions& raw) {
   if (app.count("--quality")) options.quality = raw.quality;
   if (app.count("--layers")) options.layers = parseLayers(raw.layers);
   if (app.count("--compression")) options.compression = parseCompression(raw.compression);
+  if (!options.more.empty() && (!options.resume.empty() || options.image.starts_with("-")))
+    throw wrong("--resume and -o - take one scene; render the others on their own");
   return std::move(options);
 }
 

@@ -13,6 +13,7 @@
 #include "qt_user_interface.h"
 #include "status_widget.h"
 #include "studio_inspector.h"
+#include "theme_choice.h"
 #include "tour.h"
 #include "view_tracer.h"
 #include "window_layout.h"
@@ -66,6 +67,7 @@ Studio::Studio(StudioOptions options)
     : options_(std::move(options)), ui_(std::make_unique<QtUserInterface>()),
       program_(std::make_unique<Program>(programOptions(options_, *ui_))),
       loop_(std::make_unique<QtMainLoop>()), session_(std::make_unique<Session>()) {
+  restoreTheme();
   MainWindowOptions window;
   window.tracer = &viewTracer();
   const Filename& place = program_->startupPath();

@@ -9,7 +9,7 @@ namespace {
 
 constexpr const char* stored = "tour";
 constexpr LONG closedEntry = 1;
-constexpr int arrow = 8, distance = 4, wide = 320;
+constexpr int arrow = 8, distance = 4, inset = 16, wide = 320;
 
 void store(LONG closed) {
   BaseContainer state;
@@ -103,7 +103,7 @@ void Tour::go(int step) {
   place();
 }
 
-// Left of the target, right of it or below it, where there is room; else over its middle, without an arrow.
+// Left of the target, in a large one, right of it or below it, where there is room; else over its middle.
 void Tour::place() {
   layout()->activate();
   const QSize size(wide,
@@ -120,6 +120,8 @@ void Tour::place() {
   if (there && spot.left() - distance >= size.width()) {
     corner = QPoint(spot.left() - distance - size.width(), middle);
     tip_ = QPoint(size.width() - 1, std::min(size.height() / 2, 48));
+  } else if (there && spot.width() > wide * 3 / 2 && spot.height() > size.height() * 2) {
+    corner = spot.bottomLeft() + QPoint(inset, -inset - size.height()); // within the part itself
   } else if (there && room.right() - spot.right() - distance >= size.width()) {
     corner = QPoint(spot.right() + distance, middle);
     tip_ = QPoint(0, std::min(size.height() / 2, 48));

@@ -122,7 +122,7 @@ void ToolWindows::showTour() {
                     {viewer, tr("See it rendered"),
                      tr("The viewer renders the scene beside your work. Change a light or a material and "
                         "press Refresh, or "
-                        "tick Auto to let the picture follow.")},
+                        "tick the box before Refresh to let the picture follow.")},
                     {bar, tr("Find any command"),
                      tr("%1 finds every command by a few letters. Open your own scene with %2, or drop it "
                         "into the window.")
