@@ -133,7 +133,7 @@ CLI::App* addSettings(CLI::App& app, RawOptions& raw) {
   CLI::App* list = add("list", "All settings with their values", SettingsAction::list);
   CLI::Option* names = list->add_flag("--names", raw.settings.names, "Readable names and LM_ names alone");
   CLI::Option* origin = list->add_flag("--origin", raw.settings.origin, "Say where each value comes from");
-  list->add_flag("--json", raw.settings.json, "Print JSON")->excludes(names);
+  list->add_flag("--json", raw.settings.json, "Print JSON");
   origin->excludes(names);
   CLI::App* get = add("get", "Print one value", SettingsAction::get);
   get->add_flag("--json", raw.settings.json, "Print JSON");
@@ -196,7 +196,8 @@ CLI::App* addHistory(CLI::App& app, RawOptions& raw) {
     sub->final_callback([&raw, action] { raw.history.action = action; });
     return sub;
   };
-  add("list", "Its pictures with their times, oldest first", HistoryAction::list);
+  add("list", "Its pictures with their times, oldest first", HistoryAction::list)
+      ->add_flag("--json", raw.history.json, "Print JSON");
   add("add", "Add a picture; the oldest go when there are too many", HistoryAction::add)
       ->add_option("FILE", raw.history.file, "Picture")
       ->required();

@@ -74,6 +74,7 @@ enum class HistoryAction { list, add, clear, path };
 struct HistoryOptions {
   HistoryAction action = HistoryAction::list;
   std::string file, home;
+  bool json = false; // list
 };
 
 /// A text for standard output, instead of a command: help or version.

@@ -65,12 +65,18 @@ BaseContainer currentSettings() {
   return *settings.GetDataInstance();
 }
 
-/// One line per setting: readable name and, after a tab, LM_ name.
-void listNames() {
+/// One line per setting: readable name and, after a tab, LM_ name. As JSON an object of both.
+void listNames(bool asJson) {
   LONG count = 0;
   const lmKey* keys = GetKeys(&count);
-  for (const lmKey* key = keys; key != keys + count; ++key)
-    std::printf("%s\t%s\n", readableName(*key).c_str(), key->name);
+  nlohmann::ordered_json json = nlohmann::ordered_json::object();
+  for (const lmKey* key = keys; key != keys + count; ++key) {
+    if (asJson)
+      json[readableName(*key)] = key->name;
+    else
+      std::printf("%s\t%s\n", readableName(*key).c_str(), key->name);
+  }
+  if (asJson) std::printf("%s\n", json.dump(2).c_str());
 }
 
 void get(const std::string& name, bool json) {
@@ -123,7 +129,7 @@ ExitCode runSettings(const SettingsOptions& options) {
     if (options.action == SettingsAction::set) parseSetting(key, options.value);
   }
   if (options.names) {
-    listNames();
+    listNames(options.json);
     return ExitCode::done;
   }
   SettingsHost host(options.home);
