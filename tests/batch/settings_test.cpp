@@ -405,6 +405,14 @@ TEST_F(Settings, ADamagedFileOfDefaultsCostsOneLine) {
   EXPECT_EQ(std::count(outcome.err.begin(), outcome.err.end(), '\n'), 1) << outcome.err;
 }
 
+TEST_F(Settings, ErrorsSayTheReadableName) {
+  const Outcome outcome = settings({"set", "opt.gi", "7"});
+  EXPECT_EQ(outcome.code, 2);
+  EXPECT_NE(outcome.err.find("\"7\" is no value for opt.gi (LM_OPT_15014), which takes 0..1"),
+            std::string::npos)
+      << outcome.err;
+}
+
 TEST_F(Settings, ListAndGetAsJson) {
   set("opt.gi", "0");
   const Outcome outcome = settings({"list", "--json", "--origin"});

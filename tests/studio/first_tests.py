@@ -67,5 +67,23 @@ def command_search(run):
     studio.quit()
 
 
+def theme_menu(run):
+    """View > Theme > Light: every window at once, and at the next start again."""
+    def attributes(studio):
+        return studio.shot(studio.get(name="attributeManager")).mean()
+    studio = run.start(run.scene)
+    dark = attributes(studio)
+    check(dark < 100, f"the dark theme has {dark:.0f}")
+    studio.menu("View", "Theme", "Light")
+    wait_for("the light theme", lambda: attributes(studio) > 150)
+    save(run, "theme_menu-1")
+    studio.quit()
+    studio = run.start(run.scene)
+    wait_for("the light theme again", lambda: attributes(studio) > 150)
+    studio.menu("View", "Theme", "Dark")
+    wait_for("the dark theme", lambda: attributes(studio) < 100)
+    studio.quit()
+
+
 if __name__ == "__main__":
-    sys.exit(main((first_start, command_search)))
+    sys.exit(main((first_start, command_search, theme_menu)))
