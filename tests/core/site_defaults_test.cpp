@@ -60,7 +60,7 @@ TEST_F(SiteDefaultsTest, ValuesOfEveryType) {
   EXPECT_EQ(read.values.GetLong(20065, -1), 0);
   EXPECT_EQ(read.values.GetReal(15043, -1), 0.5);
   EXPECT_EQ(read.values.GetString(host::findSettingName("stamp.text1")->key).GetUTF8(), "Studio");
-  EXPECT_EQ(read.values.GetVector(20056), Vector(0, 0.5, 1));
+  EXPECT_EQ(read.values.GetVector(host::findSettingName("anaglyph.left")->key), Vector(0, 0.5, 1));
   EXPECT_EQ(read.origins.at(15004).GetFileString().GetUTF8(), "one.json");
 }
 
