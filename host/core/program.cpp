@@ -10,6 +10,7 @@
 #include "main_loop.h"
 #include "platform.h"
 #include "program_folder.h"
+#include "site_defaults.h"
 #include "worker_threads.h"
 
 namespace host {
@@ -59,6 +60,7 @@ Program::Program(ProgramOptions options) : options_(std::move(options)) {
   startupPath_ = chooseStartupPath(options_);
   home_ = std::make_unique<Home>(options_.home);
   preferences_ = std::make_unique<Preferences>(writePath() + "preferences.json");
+  if (preferences_->isNew()) startWithSiteDefaults(*preferences_, startupPath_);
   loader_ = std::make_unique<PluginLoader>(registry_);
   running.store(this);
 }

@@ -355,6 +355,10 @@ TEST_F(Pictures, HistoryAddsListsAndClears) {
   EXPECT_EQ(history({"add", a}).code, 0);
   EXPECT_EQ(history({"add", a}).code, 0);
   const std::string listed = history({"list"}).out;
+  const auto asJson = nlohmann::json::parse(history({"list", "--json"}).out);
+  ASSERT_EQ(asJson.size(), 2u);
+  EXPECT_EQ(listed.find(asJson[0]["time"].get<std::string>() + " " + asJson[0]["name"].get<std::string>()),
+            0u);
   EXPECT_EQ(lineCount(listed), 2);
   EXPECT_NE(listed.find(" a.png[001].tif\n"), std::string::npos) << listed;
   EXPECT_NE(listed.find(" a.png[002].tif\n"), std::string::npos) << listed;

@@ -83,6 +83,10 @@ TEST_F(FarmCommand, TasksByHandRenderTheFrames) {
   for (int frame = 0; frame < 5; ++frame)
     EXPECT_EQ(readPicture(folder / ("shot000" + std::to_string(frame) + ".bmp")).width, 16) << frame;
   EXPECT_NE(farm({"list"}).out.find("5 of 5, complete"), std::string::npos);
+  const auto listed = nlohmann::json::parse(farm({"list", "--json"}).out);
+  ASSERT_EQ(listed.size(), 1u);
+  EXPECT_EQ(listed[0]["done"], 5);
+  EXPECT_EQ(listed[0]["complete"], true);
 }
 
 TEST_F(FarmCommand, ADamagedPictureIsFoundAndRenderedAgain) {

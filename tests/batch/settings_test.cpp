@@ -3,8 +3,12 @@
 
 #include <signal.h>
 
+#include <algorithm>
+#include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <memory>
+#include <nlohmann/json.hpp>
 #include <sstream>
 
 #include "program_run.h"
@@ -347,6 +351,84 @@ TEST_F(Settings, HomeThatCannotBeMade) {
       folder / "home");
   EXPECT_EQ(render.code, 0) << render.err;
   EXPECT_EQ(readPicture(folder / "p.png").width, 16);
+}
+
+/// A file of site defaults for the programs that a test starts.
+class DefaultsFile {
+ public:
+  DefaultsFile(const fs::path& file, const std::string& text) {
+    std::ofstream(file) << text;
+    const char* before = std::getenv(variable);
+    if (before) before_ = before;
+    setenv(variable, file.c_str(), 1);
+  }
+  ~DefaultsFile() { before_.empty() ? unsetenv(variable) : setenv(variable, before_.c_str(), 1); }
+  DefaultsFile(const DefaultsFile&) = delete;
+  DefaultsFile& operator=(const DefaultsFile&) = delete;
+
+ private:
+  static constexpr const char* variable = "LUMENARA_DEFAULTS";
+  std::string before_;
+};
+
+std::string lineWith(const std::string& text, const std::string& part) {
+  std::istringstream in(text);
+  for (std::string line; std::getline(in, line);)
+    if (line.find(part) != std::string::npos) return line;
+  return {};
+}
+
+TEST_F(Settings, ANewHomeStartsWithTheSiteDefaults) {
+  const fs::path file = folder.path() / "site.json";
+  const DefaultsFile site(file, "{\"format\": \"Lumenara defaults\", \"version\": 1, \"settings\": "
+                                "{\"opt.anti-aliasing\": 2, \"history.size\": 20}}");
+  EXPECT_EQ(get("opt.anti-aliasing"), "2\n");
+  set("history.size", "30");
+  EXPECT_EQ(get("opt.anti-aliasing"), "2\n");
+  const Outcome list = settings({"list", "--origin"});
+  ASSERT_EQ(list.code, 0) << list.err;
+  const auto origin = [&](const std::string& key) {
+    const std::string line = lineWith(list.out, key + " ");
+    return line.substr(line.rfind('\t') + 1);
+  };
+  EXPECT_EQ(origin("LM_OPT_15004"), file.string());
+  EXPECT_EQ(origin("LM_HISTORY_SIZE"), "home");
+  EXPECT_EQ(origin("LM_OPT_15014"), "plug-in");
+}
+
+TEST_F(Settings, ADamagedFileOfDefaultsCostsOneLine) {
+  const DefaultsFile site(folder.path() / "site.json", "{\n\"settings\": {,}}");
+  const Outcome outcome = settings({"get", "opt.anti-aliasing"});
+  EXPECT_EQ(outcome.code, 0);
+  EXPECT_EQ(outcome.out, "0\n");
+  EXPECT_NE(outcome.err.find("site.json:2: this is not JSON"), std::string::npos) << outcome.err;
+  EXPECT_EQ(std::count(outcome.err.begin(), outcome.err.end(), '\n'), 1) << outcome.err;
+}
+
+TEST_F(Settings, ErrorsSayTheReadableName) {
+  const Outcome outcome = settings({"set", "opt.gi", "7"});
+  EXPECT_EQ(outcome.code, 2);
+  EXPECT_NE(outcome.err.find("\"7\" is no value for opt.gi (LM_OPT_15014), which takes 0..1"),
+            std::string::npos)
+      << outcome.err;
+}
+
+TEST_F(Settings, ListAndGetAsJson) {
+  set("opt.gi", "0");
+  const Outcome outcome = settings({"list", "--json", "--origin"});
+  ASSERT_EQ(outcome.code, 0) << outcome.err;
+  const auto all = nlohmann::json::parse(outcome.out);
+  EXPECT_EQ(all.size(), 115u);
+  const auto gi =
+      std::find_if(all.begin(), all.end(), [](const auto& one) { return one["name"] == "opt.gi"; });
+  ASSERT_NE(gi, all.end());
+  EXPECT_EQ((*gi)["number"], 15014);
+  EXPECT_EQ((*gi)["key"], "LM_OPT_15014");
+  EXPECT_EQ((*gi)["value"], 0);
+  EXPECT_EQ((*gi)["default"], 1);
+  EXPECT_EQ((*gi)["origin"], "home");
+  EXPECT_EQ(settings({"get", "anaglyph.right", "--json"}).out, "[0.0,1.0,1.0]\n");
+  EXPECT_EQ(settings({"get", "stamp.text1", "--json"}).out, "\"Custom Text\"\n");
 }
 
 } // namespace

@@ -18,7 +18,8 @@ PACKAGES = ("lumenara", "lumenara-studio", "lumenara-doc", "lumenara-dev")
 CONTENT = {
     "lumenara": ["usr/bin/lumenara", "usr/bin/lumenara-thumbnailer", "LIBRARY/liblumenara_host.so", "LIBRARY/lumenara_ffmpeg.so",
                  "usr/share/man/man1/lumenara.1.gz", "usr/share/bash-completion/completions/lumenara", "usr/share/lumenara/denoise/rt_hdr.tza",
-                 "usr/share/lumenara/denoise/LICENSE.txt", "usr/share/thumbnailers/lumenara.thumbnailer"],
+                 "usr/share/lumenara/denoise/LICENSE.txt", "usr/share/lumenara/defaults.json",
+                 "usr/share/thumbnailers/lumenara.thumbnailer"],
     "lumenara-studio": ["usr/bin/lumenara-studio", "LIBRARY/plugins/Lumenara/lumenara.so", "usr/share/applications/lumenara-studio.desktop",
                         "usr/share/icons/hicolor/48x48/apps/lumenara-studio.png", "usr/share/metainfo/org.lumenara.Studio.metainfo.xml",
                         "usr/share/man/man1/lumenara-studio.1.gz", "usr/share/lumenara/scenes/demo.glb"],

@@ -197,8 +197,10 @@ class Studio:
         self.display = display
         self.inspect_folder = pathlib.Path(tempfile.mkdtemp(prefix="studio-inspect-"))
         self.log = open(self.inspect_folder / "output.txt", "w+", encoding="utf-8", errors="replace")
-        settings = dict(display.environment, LUMENARA_INSPECT=str(self.inspect_folder), LUMENARA_THEME=theme,
-                        XDG_RUNTIME_DIR=str(self.inspect_folder), **(environment or {}))
+        # The plug-in's own defaults and an empty window, unless a scenario asks for more.
+        settings = {**display.environment, "LUMENARA_INSPECT": str(self.inspect_folder), "LUMENARA_THEME": theme,
+                    "XDG_RUNTIME_DIR": str(self.inspect_folder), "LUMENARA_DEFAULTS": "/dev/null", "LUMENARA_TOUR": "0",
+                    **(environment or {})}
         self.process = subprocess.Popen([str(program), *map(str, arguments), "--home", str(home)], env=settings,
                                         stdin=subprocess.DEVNULL, stdout=self.log, stderr=subprocess.STDOUT)
         wait_for("the main window", lambda: self.find(name="studio"), 60)

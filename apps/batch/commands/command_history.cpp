@@ -1,4 +1,5 @@
 #include <cstdio>
+#include <nlohmann/json.hpp>
 
 #include "atomic_file.h"
 #include "commands.h"
@@ -10,12 +11,22 @@
 namespace batch {
 namespace {
 
-void list(lmUserArea& view) {
+/// One line per picture: date, time, name. As JSON an array of objects.
+void list(lmUserArea& view, bool asJson) {
+  using Json = nlohmann::ordered_json;
+  Json json = Json::array();
   for (const lmUserArea::HistoryImage& image : view.ListHistory()) {
-    const LocalFileTime& time = image.time;
-    std::printf("%04d-%02d-%02d %02d:%02d:%02d %s\n", time.year, time.month, time.day, time.hour, time.minute,
-                time.second, image.name.GetString().GetUTF8().c_str());
+    const LocalFileTime& at = image.time;
+    const std::string name = image.name.GetString().GetUTF8();
+    char time[64];
+    std::snprintf(time, sizeof time, "%04d-%02d-%02d %02d:%02d:%02d", at.year, at.month, at.day, at.hour,
+                  at.minute, at.second);
+    if (asJson)
+      json.push_back({{"time", time}, {"name", name}});
+    else
+      std::printf("%s %s\n", time, name.c_str());
   }
+  if (asJson) std::printf("%s\n", json.dump(2, ' ', false, Json::error_handler_t::replace).c_str());
 }
 
 /// Adds the picture as the viewer does, at its own size and under its file's name.
@@ -56,7 +67,7 @@ ExitCode runHistory(const HistoryOptions& options) {
 
   switch (options.action) {
   case HistoryAction::list:
-    list(view);
+    list(view, options.json);
     break;
   case HistoryAction::add:
     add(view, options.file);

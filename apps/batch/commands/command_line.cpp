@@ -42,8 +42,9 @@ struct RawOptions {
 };
 
 CLI::App* addRender(CLI::App& app, RawOptions& raw) {
-  CLI::App* render = app.add_subcommand("render", "Render a scene into a picture");
+  CLI::App* render = app.add_subcommand("render", "Render scenes into pictures");
   addRun(*render, raw.run, raw.render);
+  render->add_option("MORE", raw.render.more, "Further scenes; -o is then a folder or has {name}");
   render
       ->add_option("-o,--output", raw.render.image,
                    "Picture: " + suffixList(FormatUse::write) + " by its suffix; - for standard output (png)")
@@ -129,9 +130,13 @@ CLI::App* addSettings(CLI::App& app, RawOptions& raw) {
     sub->final_callback([&raw, action] { raw.settings.action = action; });
     return sub;
   };
-  add("list", "All settings with their values", SettingsAction::list)
-      ->add_flag("--names", raw.settings.names, "Readable names and LM_ names alone");
+  CLI::App* list = add("list", "All settings with their values", SettingsAction::list);
+  CLI::Option* names = list->add_flag("--names", raw.settings.names, "Readable names and LM_ names alone");
+  CLI::Option* origin = list->add_flag("--origin", raw.settings.origin, "Say where each value comes from");
+  list->add_flag("--json", raw.settings.json, "Print JSON");
+  origin->excludes(names);
   CLI::App* get = add("get", "Print one value", SettingsAction::get);
+  get->add_flag("--json", raw.settings.json, "Print JSON");
   get->add_option("KEY", raw.settings.key, "Name, number or LM_ name")->required();
   CLI::App* set = add("set", "Store one value", SettingsAction::set);
   set->add_option("KEY", raw.settings.key, "Name, number or LM_ name")->required();
@@ -191,7 +196,8 @@ CLI::App* addHistory(CLI::App& app, RawOptions& raw) {
     sub->final_callback([&raw, action] { raw.history.action = action; });
     return sub;
   };
-  add("list", "Its pictures with their times, oldest first", HistoryAction::list);
+  add("list", "Its pictures with their times, oldest first", HistoryAction::list)
+      ->add_flag("--json", raw.history.json, "Print JSON");
   add("add", "Add a picture; the oldest go when there are too many", HistoryAction::add)
       ->add_option("FILE", raw.history.file, "Picture")
       ->required();
@@ -282,6 +288,8 @@ RenderOptions finishRender(const CLI::App& app, RawOptions& raw) {
   if (app.count("--quality")) options.quality = raw.quality;
   if (app.count("--layers")) options.layers = parseLayers(raw.layers);
   if (app.count("--compression")) options.compression = parseCompression(raw.compression);
+  if (!options.more.empty() && (!options.resume.empty() || options.image.starts_with("-")))
+    throw wrong("--resume and -o - take one scene; render the others on their own");
   return std::move(options);
 }
 

@@ -40,7 +40,9 @@ enum class SettingsAction { list, get, set, reset };
 struct SettingsOptions {
   SettingsAction action = SettingsAction::list;
   std::string key, value, home;
-  bool names = false; // list the readable names alone
+  bool names = false;  // list the readable names alone
+  bool origin = false; // list where each value comes from
+  bool json = false;
 };
 
 enum class ComparePlacement { scale, center, corner };
@@ -72,6 +74,7 @@ enum class HistoryAction { list, add, clear, path };
 struct HistoryOptions {
   HistoryAction action = HistoryAction::list;
   std::string file, home;
+  bool json = false; // list
 };
 
 /// A text for standard output, instead of a command: help or version.

@@ -20,6 +20,7 @@
 #include "render_report.h"
 #include "run_settings.h"
 #include "scene_load.h"
+#include "scene_pictures.h"
 #include "scene_setup.h"
 #include "viewed_bitmap.h"
 
@@ -175,14 +176,52 @@ ExitCode renderScene(const RenderOptions& options, Messages& messages) {
   return judge(job, options, scene, messages);
 }
 
+/// One for each scene.
+std::vector<RenderOptions> singleRenders(const RenderOptions& options) {
+  std::vector<std::string> scenes{options.scene};
+  scenes.insert(scenes.end(), options.more.begin(), options.more.end());
+  const std::vector<std::string> pictures = scenePictures(scenes, options.image);
+  std::vector<std::string> stats(scenes.size());
+  if (!options.stats.empty() && scenes.size() > 1) stats = scenePictures(scenes, options.stats);
+  std::vector<RenderOptions> renders;
+  for (std::size_t i = 0; i < scenes.size(); ++i) {
+    renders.push_back(options);
+    renders.back().more.clear();
+    renders.back().scene = scenes[i];
+    renders.back().image = pictures[i];
+    if (scenes.size() > 1) renders.back().stats = stats[i];
+  }
+  return renders;
+}
+
+/// Goes on after a scene that fails; the first failure's code counts.
+ExitCode renderAll(const std::vector<RenderOptions>& renders, Messages& messages) {
+  ExitCode first = ExitCode::done;
+  for (const RenderOptions& render : renders) {
+    ExitCode code = ExitCode::done;
+    try {
+      code = renderScene(render, messages);
+    } catch (const Stop& stop) {
+      if (stop.code() == ExitCode::cancelled) throw;
+      messages.end();
+      messages.problem(stop.what());
+      code = stop.code();
+    }
+    if (first == ExitCode::done) first = code;
+  }
+  return first;
+}
+
 } // namespace
 
 ExitCode runRender(const RenderOptions& options) {
-  checkTargets(options);
+  const std::vector<RenderOptions> renders = singleRenders(options);
+  for (const RenderOptions& render : renders)
+    checkTargets(render);
   Messages messages(options.quiet);
   BatchInterface ui(messages);
   const PluginHost host(options.home, options.threads, ui);
-  return renderScene(options, messages);
+  return renders.size() == 1 ? renderScene(renders.front(), messages) : renderAll(renders, messages);
 }
 
 } // namespace batch

@@ -1,5 +1,5 @@
-#include <algorithm>
 #include <cstdio>
+#include <nlohmann/json.hpp>
 
 #include "commands.h"
 #include "lm_folder.h"
@@ -8,6 +8,7 @@
 #include "messages.h"
 #include "plugin_unit.h"
 #include "program.h"
+#include "setting_list.h"
 #include "setting_names.h"
 #include "setting_values.h"
 #include "setting_words.h"
@@ -30,6 +31,7 @@ class SettingsHost {
     CheckResetLM();
   }
   const host::PluginUnit& plugin() const { return plugin_; }
+  const Filename& startupPath() const { return program_.startupPath(); }
   /// Refuses changes to a temporary home, which would be lost.
   void requireHome() const {
     if (!program_.homeIsKept())
@@ -63,34 +65,27 @@ BaseContainer currentSettings() {
   return *settings.GetDataInstance();
 }
 
-/// One line per setting: number, name, type and value, then, after tabs, default, range and label.
-void list(const host::PluginUnit& plugin) {
-  const BaseContainer values = currentSettings();
-  const auto words = settingWords(plugin);
-  LONG count = 0;
-  const lmKey* first = GetKeys(&count);
-  std::vector<lmKey> keys(first, first + count);
-  std::sort(keys.begin(), keys.end(), [](const lmKey& a, const lmKey& b) { return a.key < b.key; });
-  for (const lmKey& key : keys) {
-    const auto found = words.find(key.key);
-    const SettingWords said = found == words.end() ? SettingWords() : found->second;
-    std::printf("%d %-24s %-9s %s\t%s\t%s\t%s\n", static_cast<int>(key.key), key.name,
-                kindName(key.type).c_str(), settingText(values.GetData(key.key)).c_str(),
-                settingText(key.value).c_str(), said.range.text.c_str(), said.label.c_str());
-  }
-}
-
-/// One line per setting: readable name and, after a tab, LM_ name.
-void listNames() {
+/// One line per setting: readable name and, after a tab, LM_ name. As JSON an object of both.
+void listNames(bool asJson) {
   LONG count = 0;
   const lmKey* keys = GetKeys(&count);
-  for (const lmKey* key = keys; key != keys + count; ++key)
-    std::printf("%s\t%s\n", readableName(*key).c_str(), key->name);
+  nlohmann::ordered_json json = nlohmann::ordered_json::object();
+  for (const lmKey* key = keys; key != keys + count; ++key) {
+    if (asJson)
+      json[readableName(*key)] = key->name;
+    else
+      std::printf("%s\t%s\n", readableName(*key).c_str(), key->name);
+  }
+  if (asJson) std::printf("%s\n", json.dump(2).c_str());
 }
 
-void get(const std::string& name) {
+void get(const std::string& name, bool json) {
   const lmKey& key = findSetting(name);
-  std::printf("%s\n", settingText(currentSettings().GetData(key.key)).c_str());
+  const GeData value = currentSettings().GetData(key.key);
+  const std::string text =
+      json ? settingJson(value).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace)
+           : settingText(value);
+  std::printf("%s\n", text.c_str());
 }
 
 /// Checks the value against the range that `list` shows.
@@ -134,7 +129,7 @@ ExitCode runSettings(const SettingsOptions& options) {
     if (options.action == SettingsAction::set) parseSetting(key, options.value);
   }
   if (options.names) {
-    listNames();
+    listNames(options.json);
     return ExitCode::done;
   }
   SettingsHost host(options.home);
@@ -145,8 +140,9 @@ ExitCode runSettings(const SettingsOptions& options) {
   }
   if (options.action == SettingsAction::set) checkValue(host.plugin(), options.key, options.value);
   host.applyReset();
-  if (options.action == SettingsAction::list) list(host.plugin());
-  if (options.action == SettingsAction::get) get(options.key);
+  if (options.action == SettingsAction::list)
+    listSettings(currentSettings(), host.plugin(), host.startupPath(), options);
+  if (options.action == SettingsAction::get) get(options.key, options.json);
   if (options.action == SettingsAction::set) set(options.key, options.value);
   return ExitCode::done;
 }

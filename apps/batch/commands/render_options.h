@@ -54,6 +54,8 @@ struct ViewOptions {
 
 struct RenderOptions {
   std::string scene, image;
+  std::vector<std::string>
+      more; // further scenes; the names of image and stats then say which (scene_pictures.h)
   std::optional<PixelSize> size;
   std::optional<LONG> frame;
   std::string camera;  // empty: the scene's own

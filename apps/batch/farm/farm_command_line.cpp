@@ -123,7 +123,8 @@ void FarmCommandLine::Raw::addActions() {
   add("log", "Print what the task of a frame printed", FarmAction::log)
       ->add_option("--frame", job.frame, "The frame, or the part; default: failed ones")
       ->type_name("N");
-  add("list", "The jobs that were submitted from here", FarmAction::list);
+  add("list", "The jobs that were submitted from here", FarmAction::list)
+      ->add_flag("--json", job.json, "As JSON");
 }
 
 void FarmCommandLine::Raw::addWork() {

@@ -1,6 +1,7 @@
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
+#include <nlohmann/json.hpp>
 #include <system_error>
 #include <thread>
 
@@ -143,7 +144,9 @@ ExitCode showLog(const FarmJobOptions& options, const JobFolder& folder, const F
   throw Stop(ExitCode::sceneUnreadable, "the task of " + job.nameOf(*unit) + " has printed nothing yet");
 }
 
-ExitCode listJobs() {
+ExitCode listJobs(bool asJson) {
+  using Json = nlohmann::ordered_json;
+  Json json = Json::array();
   for (const KnownJob& known : knownJobs()) {
     const JobFolder folder(known.folder);
     const auto job = folder.readJob();
@@ -152,10 +155,20 @@ ExitCode listJobs() {
     for (const auto& [unit, report] : folder.states().scan())
       done += report.done ? 1 : 0;
     const auto sent = folder.readSubmission(folder.lastSubmission(), *job);
-    std::printf("%s\t%s\t%d of %d%s\t%s\n", sent && !sent->array.empty() ? sent->array.c_str() : "-",
-                job->created.c_str(), done, job->unitCount(), isFinished(folder) ? ", complete" : "",
-                known.folder.c_str());
+    const std::string number = sent ? sent->array : "";
+    const bool complete = isFinished(folder);
+    if (asJson)
+      json.push_back({{"number", number},
+                      {"created", job->created},
+                      {"done", done},
+                      {"units", job->unitCount()},
+                      {"complete", complete},
+                      {"folder", known.folder}});
+    else
+      std::printf("%s\t%s\t%d of %d%s\t%s\n", number.empty() ? "-" : number.c_str(), job->created.c_str(),
+                  done, job->unitCount(), complete ? ", complete" : "", known.folder.c_str());
   }
+  if (asJson) std::printf("%s\n", json.dump(2, ' ', false, Json::error_handler_t::replace).c_str());
   return ExitCode::done;
 }
 
@@ -163,7 +176,7 @@ ExitCode listJobs() {
 
 ExitCode runFarmJob(const FarmJobOptions& options) {
   PictureHost host(options.home, options.quiet);
-  if (options.action == FarmAction::list) return listJobs();
+  if (options.action == FarmAction::list) return listJobs(options.json);
   const JobFolder folder(findJob(options.job));
   const FarmJob job = readJob(folder);
   switch (options.action) {

@@ -7,8 +7,7 @@
 
 namespace batch {
 
-/// The readable name, which is unique: from a table for keys that are named by numbers, else the key's name
-/// in lower case, with a point after the first word and hyphens between the others ("stamp.render-time").
+/// The readable name, which is unique ("stamp.render-time"), from the host's table (setting_table.h).
 std::string readableName(const lmKey& key);
 
 /// The entry of the key table for a number, an LM_ name or a readable name. Throws `Stop` (wrong use) for an

@@ -6,6 +6,7 @@
 
 #include "exit_code.h"
 #include "number_text.h"
+#include "setting_names.h"
 
 namespace batch {
 namespace {
@@ -43,7 +44,7 @@ std::optional<Vector> threeNumbers(const std::string& text) {
 } // namespace
 
 std::string settingTitle(const lmKey& key) {
-  return std::string(key.name) + " (" + std::to_string(key.key) + ")";
+  return readableName(key) + " (" + key.name + ")";
 }
 
 std::string kindName(LONG type) {

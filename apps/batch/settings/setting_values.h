@@ -7,7 +7,7 @@
 
 namespace batch {
 
-/// "LM_REFRESH_DELAY (20005)".
+/// "refresh.delay (LM_REFRESH_DELAY)", for messages.
 std::string settingTitle(const lmKey& key);
 
 /// "long", "real", "string", "filename", "vector", "container".

@@ -92,6 +92,7 @@ Preferences::Preferences(const Filename& file) : file_(file) {
   removeLeftovers(file_.GetDirectory(), [name = file_.GetFileString().GetUTF8()](const std::string& target) {
     return target == name;
   });
+  new_ = readFile(file_, 0).fault == ReadFault::missing;
   Contents contents;
   if (!readDisk(contents)) return;
   if (damaged_) write(contents);
@@ -258,6 +259,10 @@ BaseContainer* Preferences::get(LONG id) {
   if (found == slots_.end() || !found->second->stored) return nullptr;
   found->second->outdated.FlushAll(); // the caller now knows the changes of others
   return &found->second->live;
+}
+
+void Preferences::presume(LONG id, const BaseContainer& data) {
+  adopt({{pluginKey(id), data}});
 }
 
 bool Preferences::setNamed(const std::string& name, const BaseContainer& data, bool add) {

@@ -42,6 +42,11 @@ class Preferences {
   /// Writes the changes that are not on disk yet, also those made in place. True when all are on disk.
   bool flush();
 
+  /// Whether the file did not exist at the start.
+  bool isNew() const noexcept { return new_; }
+  /// Values that new preferences start with, as if they stood in the file: the next write brings them there.
+  void presume(LONG id, const BaseContainer& data);
+
   const Filename& file() const noexcept { return file_; }
   /// The number of times the file was written, for tests.
   int writeCount() const noexcept { return writes_; }
@@ -73,6 +78,7 @@ class Preferences {
   std::optional<std::string> lastText_; // the file's text when last read or written
   int writes_ = 0;
   bool complained_ = false;
+  bool new_ = false;
   bool damaged_ = false; // entries of the file that was read last were left out
 };
 

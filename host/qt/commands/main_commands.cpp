@@ -8,6 +8,7 @@
 #include "scene_commands.h"
 #include "scene_edits.h"
 #include "session.h"
+#include "theme_choice.h"
 #include "tool_windows.h"
 #include "window_files.h"
 #include "window_layout.h"
@@ -222,6 +223,25 @@ void togglePicture(const MainParts& parts) {
     parts.layout.setPictureOnly(!parts.layout.isPictureOnly());
 }
 
+void addThemeCommands(CommandTable& table) {
+  const struct {
+    const char* id;
+    QString text;
+    std::optional<Theme> theme;
+  } themes[] = {{"view.theme-desktop", word("As the &Desktop"), {}},
+                {"view.theme-dark", word("D&ark"), Theme::dark},
+                {"view.theme-light", word("&Light"), Theme::light}};
+  for (const auto& one : themes)
+    table.add({one.id,
+               word("View"),
+               one.text,
+               "",
+               {},
+               [theme = one.theme] { chooseTheme(theme); },
+               {},
+               [theme = one.theme] { return storedTheme() == theme; }});
+}
+
 void addWindowCommands(const MainParts& parts) {
   const QString group = word("Window"), help = word("Help");
   WindowLayout& layout = parts.layout;
@@ -243,6 +263,10 @@ void addWindowCommands(const MainParts& parts) {
              {key("F1")},
              [&ui = parts.ui, manual = parts.manual] { ui.openFile(manual); },
              [there = parts.manual.Content() != 0] { return there; }});
+  table.add({"help.search", help, word("Search &Commands..."), "search", {key("Ctrl+Shift+P")}, [&tools] {
+               tools.showPalette();
+             }});
+  table.add({"help.tour", help, word("Show the &Tour"), "", {}, [&tools] { tools.showTour(); }});
   table.add({"help.shortcuts", help, word("&Shortcuts"), "keyboard", {key("Ctrl+/")}, [&tools] {
                tools.showShortcuts();
              }});
@@ -293,6 +317,7 @@ void addMainCommands(const MainParts& parts) {
   addTimeCommands(parts);
   addRenderCommands(parts);
   addWindowCommands(parts);
+  addThemeCommands(parts.commands);
   addGestures(parts.commands);
 }
 

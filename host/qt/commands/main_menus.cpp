@@ -65,7 +65,7 @@ void MainMenus::buildMenuBar() {
   connect(plugins_, &QMenu::aboutToShow, this, &MainMenus::fillPlugins);
   windows_ = addMenu(tr("&Window"), "menu-window");
   connect(windows_, &QMenu::aboutToShow, this, &MainMenus::fillDocks);
-  addCommands(*addMenu(tr("&Help")), "help.manual help.shortcuts - help.about");
+  addCommands(*addMenu(tr("&Help")), "help.search - help.manual help.shortcuts help.tour - help.about");
   fillDocks();
   fillPlugins();
   fillRecent();
@@ -92,7 +92,8 @@ void MainMenus::buildViewMenu() {
   connect(variants, &QMenu::aboutToShow, this, [this, variants] { fillVariants(*variants); });
   addCommands(*view,
               "- tool.select tool.move tool.turn tool.scale tool.focus - time.play time.previous time.next "
-              "time.first time.last");
+              "time.first time.last -");
+  addCommands(*view->addMenu(tr("Th&eme")), "view.theme-desktop - view.theme-dark view.theme-light");
 }
 
 void MainMenus::fillToolBar() {

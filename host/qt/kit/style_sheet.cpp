@@ -27,6 +27,7 @@ QLabel[role="warning"] { color: @warningText@; }
 QLabel[role="sentence"] { font-size: 15px; font-weight: 600; }
 QLabel[role="large"] { font-size: 16px; color: @dim@; }
 QFrame[role="panel"], QWidget[role="panel"] { background: @panel@; border-radius: 4px; }
+QFrame#palette { background: @panel@; border: 1px solid @disabled@; }
 QFrame[role="line-h"] { background: @line@; border: none; min-height: 1px; max-height: 1px; }
 QFrame[role="line-v"] { background: @line@; border: none; min-width: 1px; max-width: 1px; }
 

@@ -13,6 +13,8 @@
 #include "qt_user_interface.h"
 #include "status_widget.h"
 #include "studio_inspector.h"
+#include "theme_choice.h"
+#include "tour.h"
 #include "view_tracer.h"
 #include "window_layout.h"
 
@@ -45,16 +47,26 @@ Filename firstOf(const std::vector<Filename>& files) {
   return {};
 }
 
+// Empty: not installed.
+Filename demoScene(const Filename& place) {
+  return firstOf({place + "scenes" + "demo.glb"});
+}
+
+bool toursAllowed() {
+  return qEnvironmentVariable("LUMENARA_TOUR") != QLatin1String("0");
+}
+
 } // namespace
 
 Studio::Studio(StudioOptions options)
     : options_(std::move(options)), ui_(std::make_unique<QtUserInterface>()),
       program_(std::make_unique<Program>(programOptions(options_, *ui_))),
       loop_(std::make_unique<QtMainLoop>()), session_(std::make_unique<Session>()) {
+  restoreTheme();
   MainWindowOptions window;
   window.tracer = &viewTracer();
   const Filename& place = program_->startupPath();
-  window.demoScene = firstOf({place + "scenes" + "demo.glb"});
+  window.demoScene = demoScene(place);
   const Filename manual = "lm_manual.pdf";
   window.manual = firstOf({place + "plugins" + "Lumenara" + "docs" + manual, place + "docs" + manual});
   window.dockedDialogs = {viewerCommand};
@@ -69,8 +81,19 @@ Studio::~Studio() {
   shutDown();
 }
 
+// In a new home, without a wish on the command line.
+bool Studio::isFirstStart() const {
+  return toursAllowed() && program_->preferences().isNew() && !options_.scene.Content() &&
+         !options_.openViewer && demoScene(program_->startupPath()).Content();
+}
+
 // All docks must exist before the layout is restored.
 void Studio::start() {
+  if (isFirstStart()) {
+    options_.scene = demoScene(program_->startupPath());
+    options_.openViewer = true;
+    Tour::begin();
+  }
   if (options_.resetLayout) {
     forgetLayouts();
     forgetPlaces();
@@ -87,6 +110,7 @@ void Studio::start() {
   window_->openFrameBuffer(viewer);
   window_->offerRecovery();
   if (options_.listen) startLink();
+  if (toursAllowed() && Tour::isPending()) window_->showTour();
 }
 
 // The status bar names the program whose scene is shown.

@@ -39,7 +39,9 @@ class Studio : public QObject {
   explicit Studio(StudioOptions options);
   ~Studio() override; // shuts down
 
-  /// Shows the window and the dialogs that were open last time, opens the scene and the viewer.
+  /// Shows the window and the dialogs that were open last time, opens the scene and the viewer. A first start
+  /// without a wish of its own opens the demo scene with the viewer and the tour; LUMENARA_TOUR=0 keeps both
+  /// away.
   void start();
   /// Ends the parts in order: dialogs, documents, plug-ins, preferences, window. Once.
   void shutDown();
@@ -54,6 +56,7 @@ class Studio : public QObject {
   void finished();
 
  private:
+  bool isFirstStart() const;
   bool openViewer();
   void startLink();
 

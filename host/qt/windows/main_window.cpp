@@ -200,6 +200,10 @@ void MainWindow::offerRecovery() {
   tools_->showRecovery(false);
 }
 
+void MainWindow::showTour() {
+  tools_->showTour();
+}
+
 void MainWindow::openFile(const Filename& file) {
   files_->open(file);
 }

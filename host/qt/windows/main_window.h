@@ -62,6 +62,8 @@ class MainWindow : public QMainWindow {
   void openFrameBuffer(bool viewer);
   /// Offers the scenes that were left unsaved, when there are any.
   void offerRecovery();
+  /// Shows the tour (tour.h).
+  void showTour();
   /// Opens a file that was dropped or named, as File > Open does after the choice.
   void openFile(const Filename& file);
 

@@ -1,9 +1,11 @@
 #include "tool_windows.h"
 
 #include "about_dialog.h"
+#include "command_palette.h"
 #include "command_table.h"
 #include "desk_panels.h"
 #include "dialog_host.h"
+#include "editor_view_widget.h"
 #include "frame_buffer.h"
 #include "kept_window.h"
 #include "message_box.h"
@@ -11,6 +13,7 @@
 #include "render_settings_dialog.h"
 #include "session.h"
 #include "shortcuts_dialog.h"
+#include "tour.h"
 #include "window_layout.h"
 
 namespace host {
@@ -32,6 +35,14 @@ QRect viewerPlace(const QWidget& window) {
     if (place.width() * place.height() > largest.width() * largest.height()) largest = place;
   }
   return largest;
+}
+
+// Of the dock or window that a menu bar stands in.
+QString titleAbove(const QWidget& bar) {
+  const QWidget* above = bar.parentWidget();
+  while (above && !above->isWindow() && !qobject_cast<const QDockWidget*>(above))
+    above = above->parentWidget();
+  return above ? above->windowTitle() : QString();
 }
 
 } // namespace
@@ -102,6 +113,44 @@ void ToolWindows::showShortcuts() {
   present(*shortcuts_);
 }
 
+void ToolWindows::showPalette() {
+  commands_.refresh();
+  std::vector<MenuEntryRow> rows;
+  const QMenuBar* own = window_.findChild<QMenuBar*>(QString(), Qt::FindDirectChildrenOnly);
+  if (own) addMenuEntries(*own, {}, rows);
+  for (const QMenuBar* bar : window_.findChildren<QMenuBar*>())
+    if (bar != own && bar->isVisible()) addMenuEntries(*bar, titleAbove(*bar), rows);
+  if (frame_ && frame_->isVisible()) addActionEntries(frame_->actions(), tr("Frame Buffer"), rows);
+  (new CommandPalette(std::move(rows), &window_))->present();
+}
+
+void ToolWindows::showTour() {
+  if (tour_) return tour_->raise();
+  const auto key = [this](const char* id) {
+    return commands_.action(QLatin1String(id))->shortcut().toString(QKeySequence::NativeText);
+  };
+  QPointer<QWidget> viewer;
+  for (DialogDock* dock : window_.findChildren<DialogDock*>())
+    if (dock->isVisible() && !dock->isFloating() && !viewer) viewer = dock;
+  auto* view = window_.findChild<EditorViewWidget*>();
+  auto* bar = window_.findChild<QMenuBar*>(QString(), Qt::FindDirectChildrenOnly);
+  tour_ = new Tour({{view, tr("Look around"),
+                     tr("Hold Alt and drag to orbit. The wheel moves closer, a click selects an object, %1 "
+                        "shows the whole "
+                        "scene.")
+                         .arg(key("view.frame-all"))},
+                    {viewer, tr("See it rendered"),
+                     tr("The viewer renders the scene beside your work. Change a light or a material and "
+                        "press Refresh, or "
+                        "tick the box before Refresh to let the picture follow.")},
+                    {bar, tr("Find any command"),
+                     tr("%1 finds every command by a few letters. Open your own scene with %2, or drop it "
+                        "into the window.")
+                         .arg(key("help.search"), key("file.open"))}},
+                   window_);
+  tour_->present();
+}
+
 void ToolWindows::showAbout() {
   auto* about = new AboutDialog(&window_);
   about->setAttribute(Qt::WA_DeleteOnClose);
@@ -135,6 +184,7 @@ void ToolWindows::shutDown() {
   delete settings_;
   delete shortcuts_;
   delete recovery_;
+  delete tour_;
 }
 
 } // namespace host

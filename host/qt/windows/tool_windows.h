@@ -15,6 +15,7 @@ class RecoveryDialog;
 class RenderSettingsDialog;
 class Session;
 class ShortcutsDialog;
+class Tour;
 
 /// Each is made when it is first needed and kept until `shutDown`.
 class ToolWindows : public QObject {
@@ -31,6 +32,10 @@ class ToolWindows : public QObject {
   void showRenderSettings();
   void showShortcuts();
   void showAbout();
+  /// Searches the commands of the window, of open dialogs and of the frame buffer.
+  void showPalette();
+  /// Walks through the parts of the window, from the first one; one that is open already stays as it is.
+  void showTour();
   /// Offers the scenes that programs have left unsaved; `always`: says so when there are none.
   void showRecovery(bool always);
 
@@ -50,6 +55,7 @@ class ToolWindows : public QObject {
   QPointer<RenderSettingsDialog> settings_;
   QPointer<ShortcutsDialog> shortcuts_;
   QPointer<RecoveryDialog> recovery_;
+  QPointer<Tour> tour_;
 };
 
 } // namespace host
