@@ -3,8 +3,6 @@
 // program's own window, on any of Qt's platforms ("offscreen" too).
 //
 //   bench_canvas_bench [--repeat N]
-#include <time.h>
-
 #include <QApplication>
 #include <QDockWidget>
 #include <QMouseEvent>
@@ -14,6 +12,7 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <functional>
 #include <string>
 #include <vector>

@@ -1,7 +1,5 @@
 #include "bitmap_image.h"
 
-#include <QtEndian>
-
 #include "c4d_bitmap.h"
 
 namespace host {
@@ -13,9 +11,10 @@ QImage bitmapImage(const BaseBitmap& bitmap, bool opaque) {
   const QRgb solid = alpha ? 0 : qRgba(0, 0, 0, 255);
   for (int y = 0; y < image.height(); ++y) {
     auto* line = reinterpret_cast<QRgb*>(image.scanLine(y));
-    bitmap.GetPixelCnt(0, y, image.width(), reinterpret_cast<UCHAR*>(line), 4, COLORMODE_ARGB);
-    for (int x = 0; x < image.width(); ++x)
-      line[x] = qFromBigEndian(line[x]) | solid;
+    auto* argb = reinterpret_cast<UCHAR*>(line);
+    bitmap.GetPixelCnt(0, y, image.width(), argb, 4, COLORMODE_ARGB);
+    for (int x = 0; x < image.width(); ++x, argb += 4)
+      line[x] = qRgba(argb[1], argb[2], argb[3], argb[0]) | solid;
   }
   return image;
 }
