@@ -72,7 +72,8 @@ IMAGERESULT guarded(const Filename& name, Step step) {
       host::recordMovieFailure(name, error.what());
       return error.result;
     } catch (const host::PartError& error) {
-      host::recordMovieFailure(name, std::string("was not written: ") + error.what() + ". " + host::moviePartAdvice);
+      host::recordMovieFailure(name, std::string("was not written: ") + error.what() + ". " +
+                                         host::moviePartAdvice);
       return IMAGERESULT_MISC_ERROR;
     } catch (const std::bad_alloc&) {
       host::recordMovieFailure(name, "was not written: not enough memory. Use a smaller picture.");
