@@ -4,7 +4,7 @@
 #   lib/lumenara/         (on Debian lib/<architecture>/lumenara/) the host's library and its parts, plugins/, and links to the data
 #   share/lumenara/       data: res/ and docs/ of the plug-in, the denoiser's weights, the demo scene
 #
-# Components are the Debian packages (Packages.cmake): batch, studio, doc, dev.
+# Components are the Debian packages (Packages.cmake): batch, movie, studio, doc, dev.
 include_guard(GLOBAL)
 # Debian keeps libraries by architecture, whatever the prefix.
 if(EXISTS /etc/debian_version AND CMAKE_LIBRARY_ARCHITECTURE)

@@ -11,6 +11,7 @@
 # makes the sub-folder host/image/ffmpeg a part that the host loads at its first use (host/core/plugins/part.h): a shared library
 # lib/lumenara_ffmpeg.so beside the host's, which alone links what stands behind it. Its headers are its own. The fuzz targets
 # have no shared libraries: there it is linked with the rest. SOURCES are compiled a second time for the part, OPTIONS are its compiler's.
+# COMPONENT is the package it is installed with (default: batch).
 include_guard(GLOBAL)
 
 include(${CMAKE_CURRENT_LIST_DIR}/Rules.cmake)
@@ -63,7 +64,10 @@ function(lumenara_module name)
 endfunction()
 
 function(lumenara_part folder name)
-  cmake_parse_arguments(arg "" "" "LINKS;SOURCES;OPTIONS" ${ARGN})
+  cmake_parse_arguments(arg "" "COMPONENT" "LINKS;SOURCES;OPTIONS" ${ARGN})
+  if(NOT arg_COMPONENT)
+    set(arg_COMPONENT batch)
+  endif()
   if(NOT name IN_LIST LUMENARA_PARTS_${folder})
     message(FATAL_ERROR "host/${folder}/${name} is not in the table of parts in cmake/Rules.cmake. Add it to LUMENARA_PARTS_${folder}.")
   endif()
@@ -84,7 +88,7 @@ function(lumenara_part folder name)
   target_link_libraries(lumenara_${name} PRIVATE host_library ${arg_LINKS})
   target_link_options(lumenara_${name} PRIVATE -Wl,--no-undefined)
   add_dependencies(lumenara_host lumenara_${name})
-  install(TARGETS lumenara_${name} LIBRARY DESTINATION "${LUMENARA_INSTALL_LIB}" COMPONENT batch)
+  install(TARGETS lumenara_${name} LIBRARY DESTINATION "${LUMENARA_INSTALL_LIB}" COMPONENT ${arg_COMPONENT})
 endfunction()
 
 # Stops when a folder uses what Rules.cmake does not allow, however its CMakeLists.txt came to link it.

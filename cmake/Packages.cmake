@@ -18,7 +18,12 @@ set(CPACK_PACKAGE_VERSION "${LUMENARA_PACKAGE_VERSION}")
 set(CPACK_PACKAGE_DIRECTORY "${CMAKE_BINARY_DIR}/packages")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
-set(CPACK_COMPONENTS_ALL batch studio doc dev)
+# Two builds of one commit give equal packages, wherever they stand.
+set(CPACK_LUMENARA_SOURCE "${CMAKE_SOURCE_DIR}")
+set(CPACK_LUMENARA_PYTHON "${Python3_EXECUTABLE}")
+set(CPACK_PROJECT_CONFIG_FILE "${CMAKE_SOURCE_DIR}/packaging/commit_time.cmake")
+set(CPACK_PRE_BUILD_SCRIPTS "${CMAKE_SOURCE_DIR}/packaging/settle.cmake")
+set(CPACK_COMPONENTS_ALL batch movie studio doc dev)
 if(NOT TARGET lumenara-studio)
   list(REMOVE_ITEM CPACK_COMPONENTS_ALL studio)
 endif()
@@ -50,8 +55,13 @@ lumenara_package(batch lumenara graphics "scene renderer for the command line"
 path tracer: pictures with layers and mattes, animations as movies or numbered
 pictures, comparisons of pictures. It needs no display.")
 set(CPACK_DEBIAN_BATCH_PACKAGE_DEPENDS "fonts-dejavu-core")
-set(CPACK_DEBIAN_BATCH_PACKAGE_RECOMMENDS "libgl1-mesa-dri, libegl1")
+set(CPACK_DEBIAN_BATCH_PACKAGE_RECOMMENDS "libgl1-mesa-dri, libegl1, lumenara-movie")
 set(CPACK_DEBIAN_BATCH_PACKAGE_SUGGESTS "lumenara-doc")
+
+lumenara_package(movie lumenara-movie graphics "movies of the scene renderer Lumenara"
+"Lumenara and Lumenara Studio write QuickTime and AVI movies with this package.
+It brings FFmpeg's libraries, which nothing else in Lumenara needs.")
+set(CPACK_DEBIAN_MOVIE_PACKAGE_DEPENDS "lumenara ${exactly}")
 
 lumenara_package(studio lumenara-studio graphics "scene editor with an interactive render viewer"
 "Lumenara Studio opens, edits and saves 3D scenes in glTF and renders them in
@@ -59,7 +69,7 @@ the background while they are edited. It has an editor view, managers, a
 timeline, a frame buffer with layers and scopes, and a viewer that keeps
 earlier renders for comparison.")
 set(CPACK_DEBIAN_STUDIO_PACKAGE_DEPENDS "lumenara ${exactly}, lumenara-doc ${exactly}, qt6-qpa-plugins, shared-mime-info")
-set(CPACK_DEBIAN_STUDIO_PACKAGE_RECOMMENDS "qt6-wayland")
+set(CPACK_DEBIAN_STUDIO_PACKAGE_RECOMMENDS "lumenara-movie, qt6-wayland")
 
 lumenara_package(doc lumenara-doc doc "manual of the scene renderer Lumenara"
 "The manual of Lumenara Studio and of the program lumenara, and documents on

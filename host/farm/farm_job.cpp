@@ -14,7 +14,7 @@ using Json = nlohmann::ordered_json;
 
 constexpr int version = 1;
 constexpr int mostUnits = 1'000'000;
-constexpr const char* kinds[] = {"pictures", "movie", "parts"};
+constexpr const char* kinds[] = {"pictures", "movie", "parts", "tiles"};
 
 /// The object's members; throws nlohmann's exceptions for a wrong one.
 FarmJob readJob(const Json& json) {
@@ -27,7 +27,9 @@ FarmJob readJob(const Json& json) {
   job.content = json.at("content"), job.bytes = json.at("bytes");
   job.output = json.at("output"), job.format = json.at("format");
   job.from = json.at("from"), job.to = json.at("to"), job.step = json.at("step");
+  if (json.contains("frames")) job.frames = json.at("frames").get<std::vector<LONG>>();
   job.parts = json.at("parts"), job.width = json.at("width"), job.height = json.at("height");
+  job.columns = json.value("columns", 0), job.rows = json.value("rows", 0); // older jobs have none
   job.fps = json.at("fps"), job.quality = json.at("quality");
   job.options = json.at("options").get<std::vector<std::string>>();
   job.closing = json.at("closing").get<std::vector<std::string>>();
@@ -41,34 +43,65 @@ FarmJob readJob(const Json& json) {
 }
 
 bool isSound(const FarmJob& job) {
-  const bool frames = job.from >= 0 && job.to >= job.from && job.step >= 1 && job.to < mostUnits;
+  const bool range = job.from >= 0 && job.to >= job.from && job.step >= 1 && job.to < mostUnits;
+  const bool listed =
+      job.frames.empty() || (job.frames.front() >= 0 && job.frames.back() < mostUnits &&
+                             std::adjacent_find(job.frames.begin(), job.frames.end(),
+                                                [](LONG a, LONG b) { return a >= b; }) == job.frames.end());
+  const LONG most = mostUnits / std::max<LONG>(1, job.parts);
+  const bool frames = range && listed && job.parts >= 0 && job.parts <= mostUnits && job.frameCount() <= most;
   const bool parts = job.parts >= 1 && job.parts <= mostUnits;
+  const bool tiles =
+      job.columns >= 1 && job.columns <= mostUnits && job.rows >= 1 && job.rows <= mostUnits / job.columns;
   const bool named =
       !job.output.empty() && job.output.front() == '/' && !job.id.empty() &&
       std::all_of(job.id.begin(), job.id.end(), [](unsigned char c) { return std::isalnum(c); });
-  return named && (job.kind == JobKind::parts ? parts : frames);
+  return named && (job.kind == JobKind::parts ? parts : job.kind == JobKind::tiles ? tiles : frames);
 }
 
 } // namespace
 
+const char* FarmJob::unitWord() const {
+  if (kind == JobKind::tiles) return "tile";
+  return kind == JobKind::parts || splitsFrames() ? "part" : "frame";
+}
+
+int FarmJob::frameCount() const {
+  return frames.empty() ? (to - from) / step + 1 : static_cast<int>(frames.size());
+}
+
+LONG FarmJob::frameAt(int index) const {
+  return frames.empty() ? from + index * step : frames[static_cast<std::size_t>(index)];
+}
+
 int FarmJob::unitCount() const {
-  return kind == JobKind::parts ? parts : (to - from) / step + 1;
+  if (kind == JobKind::tiles) return columns * rows;
+  if (kind == JobKind::parts) return parts;
+  return splitsFrames() ? frameCount() * parts : frameCount();
 }
 
 LONG FarmJob::numberOf(int unit) const {
-  return kind == JobKind::parts ? unit + 1 : from + unit * step;
+  return isStill() ? unit + 1 : frameAt(frameIndexOf(unit));
 }
 
 std::optional<int> FarmJob::unitOf(LONG number) const {
-  const LONG first = kind == JobKind::parts ? 1 : from, stride = kind == JobKind::parts ? 1 : step;
+  if (!isStill() && !frames.empty()) {
+    const auto found = std::lower_bound(frames.begin(), frames.end(), number);
+    if (found == frames.end() || *found != number) return std::nullopt;
+    return static_cast<int>(found - frames.begin()) * (splitsFrames() ? parts : 1);
+  }
+  const LONG first = isStill() ? 1 : from, stride = isStill() ? 1 : step;
   if (number < first || (number - first) % stride != 0) return std::nullopt;
-  const LONG unit = (number - first) / stride;
+  const LONG unit = (number - first) / stride * (splitsFrames() ? parts : 1);
   return unit < unitCount() ? std::optional<int>(unit) : std::nullopt;
 }
 
 std::string FarmJob::nameOf(int unit) const {
   const std::string number = std::to_string(numberOf(unit));
-  return kind == JobKind::parts ? "part " + number + " of " + std::to_string(parts) : "frame " + number;
+  if (splitsFrames())
+    return "frame " + number + ", part " + std::to_string(partOf(unit)) + " of " + std::to_string(parts);
+  if (!isStill()) return "frame " + number;
+  return std::string(unitWord()) + " " + number + " of " + std::to_string(unitCount());
 }
 
 std::string textOf(const FarmJob& job) {
@@ -87,7 +120,10 @@ std::string textOf(const FarmJob& job) {
                      {"from", job.from},
                      {"to", job.to},
                      {"step", job.step},
+                     {"frames", job.frames},
                      {"parts", job.parts},
+                     {"columns", job.columns},
+                     {"rows", job.rows},
                      {"width", job.width},
                      {"height", job.height},
                      {"fps", job.fps},

@@ -104,21 +104,43 @@ std::string JobFolder::sceneFile(const FarmJob& job) const {
 
 std::string JobFolder::frameName(const std::string& base, LONG frame) {
   const fs::path file(base);
-  char digits[16];
-  std::snprintf(digits, sizeof digits, "%04d", static_cast<int>(frame));
-  return file.stem().string() + digits + file.extension().string();
+  std::string start = file.stem().string(), end = file.extension().string();
+  std::size_t width = 4;
+  if (const auto mark = start.rfind('#'); mark != start.npos) {
+    const auto before = start.find_last_not_of('#', mark);
+    width = mark - before; // npos is -1
+    end = start.substr(mark + 1) + end;
+    start.resize(before + 1);
+  }
+  std::string digits = std::to_string(frame);
+  constexpr std::size_t mostDigits = 16;
+  width = std::min(width, mostDigits);
+  if (digits.size() < width) digits.insert(0, width - digits.size(), '0');
+  return start + digits + end;
+}
+
+std::string JobFolder::frameFile(const FarmJob& job, int index) const {
+  char name[32];
+  if (job.kind != JobKind::movie)
+    return (fs::path(job.output).parent_path() / frameName(job.output, job.frameAt(index))).string();
+  std::snprintf(name, sizeof name, "units/frame%06d.tif", static_cast<int>(job.frameAt(index)));
+  return *this / name;
 }
 
 std::string JobFolder::unitFile(const FarmJob& job, int unit) const {
-  char name[32];
+  char name[48];
   switch (job.kind) {
   case JobKind::pictures:
-    return (fs::path(job.output).parent_path() / frameName(job.output, job.numberOf(unit))).string();
   case JobKind::movie:
-    std::snprintf(name, sizeof name, "units/frame%06d.tif", static_cast<int>(job.numberOf(unit)));
+    if (!job.splitsFrames()) return frameFile(job, unit);
+    std::snprintf(name, sizeof name, "units/frame%06d-part%04d.exr", static_cast<int>(job.numberOf(unit)),
+                  static_cast<int>(job.partOf(unit)));
     break;
   case JobKind::parts:
     std::snprintf(name, sizeof name, "units/part%06d.exr", static_cast<int>(job.numberOf(unit)));
+    break;
+  case JobKind::tiles:
+    std::snprintf(name, sizeof name, "units/tile%06d.exr", static_cast<int>(job.numberOf(unit)));
     break;
   }
   return *this / name;

@@ -7,7 +7,7 @@
 //     submissions/1.sh         the script that Slurm runs for each task; 1-closing.sh joins the units
 //     state/000012.claim       a program works on unit 12 (unit_states.h); also .done, .fail1 ...
 //     log/                     what the tasks printed
-//     units/                   the pictures of a movie's frames, the films of parts
+//     units/                   the pictures of a movie's frames, the films of parts and tiles
 //     work/                    of running programs
 //
 // Every file is written whole or not at all. Any thread; one object is used by one thread at a time.
@@ -44,7 +44,14 @@ class JobFolder {
   std::string sceneFile(const FarmJob& job) const;
   /// A unit's finished picture: in the output's folder, or in this one when units are joined.
   std::string unitFile(const FarmJob& job, int unit) const;
-  /// The name of a frame's picture, as the render thread gives it: "shot0012.tif".
+  /// The picture of a frame of an animation, by its index: in the output's folder, or in this one for a
+  /// movie.
+  std::string frameFile(const FarmJob& job, int index) const;
+  /// The number in `states` of the join of a split frame, behind those of the units.
+  static int joinUnit(const FarmJob& job, int index) { return job.unitCount() + index; }
+  /// The name of a frame's picture, as the render thread gives it: "shot0012.tif". Where the base has a run
+  /// of
+  /// "#", the number stands there, with as many digits: "shot.####.exr".
   static std::string frameName(const std::string& base, LONG frame);
   UnitStates states() const { return UnitStates(*this / "state"); }
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 #include <charconv>
+#include <cmath>
 #include <sstream>
 
 namespace host::farm {
@@ -134,6 +135,96 @@ std::map<std::string, std::vector<SlurmTask>> squeueTasks(const std::string& pri
       jobs[job].push_back({index, state, reason});
   }
   return jobs;
+}
+
+std::vector<std::string> sacctArguments(const std::vector<std::string>& jobs) {
+  std::string list;
+  for (const std::string& job : jobs)
+    list += (list.empty() ? "" : ",") + job;
+  return {"sacct", "--noheader", "--parsable2", "--format=JobID,State,ElapsedRaw,MaxRSS", "--jobs=" + list};
+}
+
+namespace {
+
+/// "812344K", "1.5G", "2048": bytes. 0 for another text.
+std::uint64_t bytesOf(const std::string& text) {
+  double value = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+  if (error != std::errc() || !(value >= 0) || value > 1e15) return 0;
+  const std::string unit(end, text.data() + text.size());
+  const std::string units = "KMGT";
+  if (unit.empty()) return static_cast<std::uint64_t>(value);
+  const auto power = units.find(unit.front());
+  if (unit.size() > 1 || power == units.npos) return 0;
+  const double bytes = std::ldexp(value, 10 * (static_cast<int>(power) + 1));
+  return bytes < 1e18 ? static_cast<std::uint64_t>(bytes) : 0;
+}
+
+/// A line of `sacct`: the job, and the task or a step of it.
+struct AccountLine {
+  std::string job;
+  EndedTask task;
+  bool step = false;
+};
+
+std::optional<AccountLine> accountLine(const std::string& line) {
+  std::istringstream fields(line);
+  std::string id, state, seconds, memory;
+  if (!std::getline(fields, id, '|') || !std::getline(fields, state, '|') ||
+      !std::getline(fields, seconds, '|'))
+    return std::nullopt;
+  std::getline(fields, memory);
+  AccountLine found;
+  const auto dot = id.find('.');
+  found.step = dot != id.npos;
+  id = id.substr(0, dot);
+  const auto below = id.find('_');
+  found.job = id.substr(0, below);
+  state = state.substr(0, state.find(' ')); // "CANCELLED by 0"
+  if (!isNumber(found.job) || state.empty()) return std::nullopt;
+  if (below != id.npos) {
+    const auto index = numberOf(id.substr(below + 1)); // waiting tasks stand together
+    if (!index) return std::nullopt;
+    found.task.index = *index;
+  }
+  found.task.state = state;
+  found.task.seconds = numberOf(seconds).value_or(0);
+  found.task.memory = bytesOf(trimmed(memory));
+  return found;
+}
+
+} // namespace
+
+std::map<std::string, std::vector<EndedTask>> sacctTasks(const std::string& printed) {
+  std::map<std::string, std::vector<EndedTask>> jobs;
+  std::istringstream lines(printed);
+  for (std::string line; std::getline(lines, line);) {
+    const auto found = accountLine(line);
+    if (!found) continue;
+    std::vector<EndedTask>& tasks = jobs[found->job];
+    const bool own = !tasks.empty() && tasks.back().index == found->task.index;
+    if (found->step && own)
+      tasks.back().memory = std::max(tasks.back().memory, found->task.memory);
+    else if (!found->step)
+      tasks.push_back(found->task);
+  }
+  for (auto& [job, tasks] : jobs)
+    std::erase_if(tasks, [](const EndedTask& task) {
+      for (const char* state : {"RUNNING", "PENDING", "REQUEUED", "RESIZING", "SUSPENDED", "COMPLETING"})
+        if (task.state == state) return true;
+      return false;
+    });
+  return jobs;
+}
+
+std::string whyEnded(const EndedTask& task) {
+  if (task.state == "OUT_OF_MEMORY") return "ran out of memory (--memory)";
+  if (task.state == "TIMEOUT") return "reached its time limit (--task-time)";
+  if (task.state == "NODE_FAIL" || task.state == "BOOT_FAIL") return "lost its machine";
+  if (task.state == "PREEMPTED") return "was preempted";
+  if (task.state == "CANCELLED") return "was cancelled";
+  if (task.state == "DEADLINE") return "passed its deadline";
+  return {};
 }
 
 } // namespace host::farm

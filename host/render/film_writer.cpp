@@ -51,6 +51,7 @@ FilmWriter::FilmWriter(BaseBitmap& bitmap, const RenderSettings& settings, bool 
 
 void FilmWriter::put(int x, int y, const float rgba[4], const float* sky) {
   constexpr float dark[3] = {};
+  if (!film_->holds(x, y)) return;
   film_->setColor(x, y, rgba);
   if (sky_) sky_->set(film_->pixelAt(x, y), sky ? sky : dark);
   bitmap_.SetAlpha(x, y, static_cast<LONG>(clamp01(rgba[3]) * 255 + 0.5f));
@@ -72,12 +73,14 @@ void FilmWriter::addDenoised() {
   for (int y = 0; y < film_->height(); ++y)
     for (int x = 0; x < film_->width(); ++x) {
       float rgba[4];
+      if (!film_->holds(x, y)) continue;
       film_->getColor(x, y, rgba);
       denoised_->set(film_->pixelAt(x, y), rgba);
     }
 }
 
 void FilmWriter::putDenoised(int x, int y, const float rgb[3]) {
+  if (!film_->holds(x, y)) return;
   denoised_->set(film_->pixelAt(x, y), rgb);
   show(x, y);
 }

@@ -19,7 +19,8 @@ class FilmWriter {
   /// view from now on, also where it is not rendered.
   FilmWriter(BaseBitmap& bitmap, const RenderSettings& settings, bool sky);
 
-  /// A linear colour and its coverage (film.h), inside the bitmap. `sky`: the sky's part of it, or null.
+  /// A linear colour and its coverage (film.h), inside the bitmap; ignored where the film holds no pixel.
+  /// `sky`: the sky's part of it, or null.
   void put(int x, int y, const float rgba[4], const float* sky = nullptr);
   /// The means of a pixel with samples.
   void put(int x, int y, const PixelEstimate& pixel);

@@ -28,7 +28,7 @@ void Refinement::keepSamples() {
   archive(first, 0, kept.layout);
   auto samples = std::make_shared<FilmSamples>();
   samples->values = static_cast<int>(one.size());
-  samples->data.resize(film.pixelAt(0, film.height()) * one.size());
+  samples->data.resize(film.pixelCount() * one.size());
   eachRow(height_, [&](int y) {
     std::vector<float> values;
     for (int x = 0; x < width_; ++x) {
@@ -47,7 +47,7 @@ void Refinement::restoreSamples() {
   const FilmSamples& samples = *request_.samples;
   const KeptRender kept = keptRenderOf(samples.render).value_or(KeptRender());
   const auto values = static_cast<std::size_t>(samples.values);
-  if (samples.data.size() != film_.film().pixelAt(0, film_.film().height()) * values) throw DamagedSamples();
+  if (samples.data.size() != film_.film().pixelCount() * values) throw DamagedSamples();
   std::atomic<bool> good{true};
   eachRow(height_, [&](int y) {
     for (int x = 0; x < width_; ++x) {

@@ -103,6 +103,139 @@ TEST_F(FarmCommand, ADamagedPictureIsFoundAndRenderedAgain) {
   farm({"finish", job});
 }
 
+TEST_F(FarmCommand, TilesBecomeThePictureOfOneRender) {
+  const std::string still = folder / "still.exr";
+  const Arguments look{"--size", "33x21", "--samples", "4", "--quiet", "--layers", "albedo", "--denoise"};
+  Arguments line{"submit", scene, "-o", still, "--split-tiles", "6", "--half"};
+  line.insert(line.end(), look.begin(), look.end());
+  EXPECT_EQ(farm(line).out, "41\n");
+  const std::string tiles = still + ".farm";
+  for (int task = 5; task >= 0; --task)
+    farm({"work", tiles, "--task", std::to_string(task)});
+  farm({"finish", tiles});
+  Arguments whole{"render",  scene, "-o",    folder / "whole.exr", "--sampling", "even",
+                  "--noise", "0",   "--half"};
+  whole.insert(whole.end(), look.begin(), look.end());
+  ASSERT_EQ(run(whole, folder / "home").code, 0);
+  EXPECT_EQ(readPicture(still).pixels, readPicture(folder / "whole.exr").pixels);
+  EXPECT_GT(readPicture(still).spread(), 0);
+  EXPECT_NE(farm({"status", tiles}).out.find("6 tiles of 6 done"), std::string::npos);
+}
+
+TEST_F(FarmCommand, FramesAreSplitAndJoinedWhenTheirPartsAreDone) {
+  const std::string shot = folder / "shot.####.png";
+  job = folder / "shot.frames.png.farm";
+  farm({"submit", scene, "-o", shot, "--frames", "1,4", "--split-samples", "2", "--chunk", "1", "--size",
+        "24x16", "--samples", "5", "--exposure", "1", "--quiet"});
+  const std::string first = folder / "shot.0001.png", second = folder / "shot.0004.png";
+  farm({"work", job, "--task", "0"});
+  EXPECT_FALSE(fs::exists(first)) << "one part is missing";
+  farm({"work", job, "--task", "1"});
+  EXPECT_TRUE(fs::exists(first)) << "the task of the last part joins the frame";
+  farm({"finish", job}, 5);
+  for (const char* task : {"2", "3"})
+    farm({"work", job, "--task", task});
+  farm({"finish", job});
+  EXPECT_EQ(fs::exists(fs::path(job) / "units/frame000001-part0001.exr"), false) << "films are removed";
+  for (const char* part : {"1", "2"})
+    ASSERT_EQ(run({"render", scene, "-o", folder / (std::string(part) + ".exr"), "--frame", "4", "--part",
+                   std::string(part) + "/2", "--size", "24x16", "--samples", "5", "--quiet"},
+                  folder / "home")
+                  .code,
+              0);
+  ASSERT_EQ(run({"merge", folder / "1.exr", folder / "2.exr", "-o", folder / "4.png", "--scene", scene,
+                 "--exposure", "1", "--quiet"},
+                folder / "home")
+                .code,
+            0);
+  EXPECT_EQ(readPicture(second).pixels, readPicture(folder / "4.png").pixels);
+  ASSERT_EQ(run({"render", scene, "-o", folder / "whole.png", "--frame", "4", "--size", "24x16", "--samples",
+                 "5", "--sampling", "even", "--noise", "0", "--exposure", "1", "--quiet"},
+                folder / "home")
+                .code,
+            0);
+  const Picture split = readPicture(second), whole = readPicture(folder / "whole.png");
+  for (std::size_t i = 0; i < whole.pixels.size(); ++i)
+    ASSERT_NEAR(split.pixels[i], whole.pixels[i], 1.5f / 255) << i;
+  EXPECT_GT(whole.spread(), 0);
+  // A lost picture is rendered again, and nothing else.
+  fs::remove(second);
+  farm({"retry", job});
+  const auto time = fs::last_write_time(first);
+  for (const char* task : {"0", "1"})
+    farm({"work", job, "--task", task});
+  farm({"work", job, "--task", "2"}, 2);
+  farm({"finish", job});
+  EXPECT_EQ(readPicture(second).pixels, split.pixels);
+  EXPECT_EQ(fs::last_write_time(first), time);
+}
+
+TEST_F(FarmCommand, AMovieOfSplitFrames) {
+  const std::string movie = folder / "film.avi";
+  farm({"submit", scene, "-o", movie, "--frames", "0:2", "--split-samples", "2", "--size", "16x16",
+        "--samples", "2", "--quality", "90", "--quiet"});
+  for (int task = 0; task < 6; ++task)
+    farm({"work", movie + ".farm", "--task", std::to_string(task)});
+  farm({"finish", movie + ".farm"});
+  EXPECT_GT(fs::file_size(movie), 1000u);
+}
+
+TEST_F(FarmCommand, ListsAndExrOptions) {
+  const std::string shot = folder / "s.##.exr";
+  job = folder / "s.frames.exr.farm";
+  farm({"submit", scene, "-o", shot, "--frames", "7,1:3:2", "--layers", "depth", "--half", "--size", "16x12",
+        "--samples", "1", "--chunk", "2", "--quiet"});
+  for (const char* task : {"0", "1"})
+    farm({"work", job, "--task", task});
+  farm({"finish", job});
+  for (const char* frame : {"01", "03", "07"})
+    EXPECT_EQ(readPicture(folder / ("s." + std::string(frame) + ".exr")).width, 16) << frame;
+  EXPECT_NE(farm({"log", "--frame", "2", job}, 2).err.find("does not belong"), std::string::npos);
+}
+
+// A full disk: a picture is whole or absent, and a later task renders it.
+TEST_F(FarmCommand, AFullDiskFailsFramesWithTheirReason) {
+  farm({"submit", scene, "-o", folder / "shot.bmp", "--frames", "0:1", "--chunk", "2", "--size", "160x120",
+        "--samples", "1", "--quiet"});
+  Limits small;
+  small.fileSize = 16 << 10; // a picture has 57 KB
+  const Outcome outcome = run({"farm", "work", job, "--task", "0"}, folder / "home", small);
+  EXPECT_EQ(outcome.code, 5) << outcome.err;
+  EXPECT_NE(outcome.err.find("frame 0 is not done"), std::string::npos) << outcome.err;
+  EXPECT_FALSE(fs::exists(folder / "shot0000.bmp"));
+  const auto failed = status();
+  EXPECT_EQ(failed["failed"], 2);
+  EXPECT_EQ(failed["done"], 0);
+  EXPECT_NE(failed["failures"][0]["reason"].get<std::string>().find("shot0000.bmp"), std::string::npos)
+      << failed.dump();
+  for (const auto& entry : fs::recursive_directory_iterator(folder.path()))
+    EXPECT_EQ(entry.path().string().find(".tmp"), std::string::npos) << entry.path();
+  farm({"retry"});
+  farm({"work", job, "--task", "0"});
+  farm({"finish", job});
+  EXPECT_EQ(readPicture(folder / "shot0001.bmp").width, 160);
+}
+
+TEST_F(FarmCommand, TheAccountingSaysWhyTasksEnded) {
+  submit({"--frames", "0:3", "--chunk", "2"});
+  farm({"work", job, "--task", "1"});
+  script("sacct",
+         "echo '41_0|OUT_OF_MEMORY|75|'; echo '41_0.batch|OUT_OF_MEMORY|75|3G'; echo '41_1|COMPLETED|2|'");
+  const auto state = status();
+  EXPECT_EQ(state["accounting_answers"], true);
+  ASSERT_EQ(state["ended"].size(), 2u) << state.dump();
+  EXPECT_EQ(state["ended"][1]["number"], 1);
+  EXPECT_EQ(state["ended"][1]["reason"], "ran out of memory (--memory)");
+  EXPECT_EQ(state["ended"][1]["seconds"], 75);
+  EXPECT_EQ(state["memory_bytes"], std::uint64_t{3} << 30);
+  const std::string text = farm({"status"}).out;
+  EXPECT_NE(text.find("frame 0: its task 41_0 ran out of memory (--memory) after"), std::string::npos)
+      << text;
+  script("sacct", "echo 'Slurm accounting storage is disabled' >&2; exit 1");
+  EXPECT_EQ(status()["accounting_answers"], false);
+  EXPECT_EQ(status()["done"], 2);
+}
+
 TEST_F(FarmCommand, AnotherSchedulerGetsAPreparedJob) {
   EXPECT_EQ(submit({"--frames", "0:1", "--chunk", "2", "--prepare"}).out, job + "\n");
   EXPECT_FALSE(fs::exists(folder / "sbatch.log"));
@@ -123,7 +256,13 @@ TEST_F(FarmCommand, RefusesInOneLine) {
   refused({"--frames", "0:4", "--camera", "Absent"}, 2, "Absent");
   refused({"--frames", "4:0"}, 2, "backwards");
   refused({"--frames", "0:4", "--set", "LM_NOTHING=1"}, 2, "LM_NOTHING");
-  refused({"--split-samples", "4"}, 2, "parts of samples become an exr");
+  refused({"--frames", "0:1", "--split-samples", "2", "--stamps"}, 2, "--stamps has no effect");
+  refused({"--split-samples", "4", "--half"}, 2, "--half has no effect");
+  refused({"--split-samples", "4", "--resumable"}, 2, "--resumable has no effect");
+  refused({"--split-tiles", "0"}, 2, "out of range");
+  refused({"--split-tiles", "4x"}, 2, "is not a grid");
+  refused({"--split-tiles", "4", "--split-samples", "4"}, 2, "--split-tiles");
+  refused({"--split-tiles", "4", "--frames", "0:1"}, 2, "--split-tiles");
   TinyScene incomplete;
   incomplete.missingPicture = true;
   scene = writeTinyScene(folder.path(), incomplete);

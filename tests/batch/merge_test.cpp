@@ -1,9 +1,12 @@
 // `lumenara render --part` and `lumenara merge`.
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
+#include <cstring>
 #include <filesystem>
 
+#include "film_file.h"
 #include "program_run.h"
 #include "tiny_scene.h"
 
@@ -36,6 +39,30 @@ class Merge : public testing::Test {
     EXPECT_FALSE(std::filesystem::exists(folder / "refused.exr"));
   }
 
+  /// All channels and their values.
+  static void expectEqualFilms(const std::string& a, const std::string& b) {
+    const host::FilmFile one = host::loadFilm(a), other = host::loadFilm(b);
+    ASSERT_TRUE(one.film && other.film) << one.error << other.error;
+    ASSERT_EQ(one.film->width(), other.film->width());
+    ASSERT_EQ(one.film->layers().size(), other.film->layers().size());
+    const auto equal = [&](auto&& read, const std::string& what) {
+      for (int y = 0; y < one.film->height(); ++y)
+        for (int x = 0; x < one.film->width(); ++x) {
+          std::array<float, 8> left{}, right{};
+          read(*one.film, x, y, left.data()), read(*other.film, x, y, right.data());
+          ASSERT_EQ(std::memcmp(left.data(), right.data(), sizeof left), 0)
+              << what << " at " << x << "," << y << ": " << left[0] << " and " << right[0];
+        }
+    };
+    equal([](const host::Film& film, int x, int y, float* to) { film.getColor(x, y, to); }, "colour");
+    for (const host::FilmLayerPtr& layer : other.film->layers()) {
+      ASSERT_TRUE(one.film->findLayer(layer->name())) << layer->name();
+      equal([&](const host::Film& film, int x, int y,
+                float* to) { film.findLayer(layer->name())->get(film.pixelAt(x, y), to); },
+            layer->name());
+    }
+  }
+
   TempFolder folder;
   std::string scene = writeTinyScene(folder.path(), {false, false, 2});
 };
@@ -65,6 +92,49 @@ TEST_F(Merge, OtherFormatsAndMoreFilms) {
   const Picture picture = readPicture(folder / "all.png");
   EXPECT_EQ(picture.width, 48);
   EXPECT_GT(picture.spread(), 0);
+}
+
+// Also layers, motion blur, edges by objects, and what is made of the whole picture.
+TEST_F(Merge, TilesGiveThePictureBitForBit) {
+  const std::vector<Arguments> looks{
+      {"--layers", "all"},
+      {"--layers", "albedo,noise", "--denoise"},
+      {"--set", "LM_OPT_15004=1", "--layers", "noise", "--shutter", "0.5"},
+      {"--layers", "object_id,cryptomatte,sky,lightgroups", "--compression", "piz"}};
+  for (const Arguments& look : looks) {
+    Arguments whole = look;
+    whole.insert(whole.end(), {"--sampling", "even", "--noise", "0"});
+    render("whole.exr", whole);
+    for (const char* number : {"1", "2", "3", "4", "5", "6"}) {
+      Arguments tile = look;
+      tile.insert(tile.end(), {"--tile", std::string(number) + "/3x2"});
+      render(std::string(number) + ".exr", tile);
+    }
+    merge({"3.exr", "1.exr", "6.exr", "2.exr", "5.exr", "4.exr"}, "joined.exr");
+    expectEqualFilms(folder / "joined.exr", folder / "whole.exr");
+  }
+  const Picture one = readPicture(folder / "1.exr");
+  EXPECT_EQ(one.width, 16);
+  EXPECT_EQ(one.height, 16);
+}
+
+TEST_F(Merge, TilesThatDoNotFitAreRefusedInOneLine) {
+  for (const char* number : {"1", "2"})
+    render(std::string(number) + ".exr", {"--tile", std::string(number) + "/3"});
+  render("2b.exr", {"--tile", "2/3", "--camera", "Back"});
+  render("3.exr", {"--tile", "3/3", "--layers", "depth"});
+  render("wide.exr", {"--tile", "1/2"});
+  render("part.exr", {"--part", "1/2"});
+  expectRefused({"1.exr", "2.exr"}, 2, "512 of 1536 pixels are in none");
+  expectRefused({"1.exr", "2b.exr"}, 2, "(Camera differs)");
+  expectRefused({"1.exr", "2.exr", "3.exr"}, 2, "(the layers differs)");
+  expectRefused({"1.exr", "wide.exr"}, 2, "have the same pixels");
+  expectRefused({"1.exr", "part.exr"}, 2, "is no tile of a picture");
+  expectRefused({"part.exr", "1.exr"}, 3, "no samples");
+  EXPECT_NE(render("a.png", {"--tile", "1/2"}, 2).err.find("name an exr"), std::string::npos);
+  EXPECT_NE(render("a.exr", {"--tile", "1/64x1"}, 2).err.find("use fewer"), std::string::npos);
+  EXPECT_NE(render("a.exr", {"--tile", "5/2x2"}, 2).err.find("out of range"), std::string::npos);
+  EXPECT_NE(render("a.exr", {"--tile", "1/2", "--time", "1"}, 2).err.find("--time"), std::string::npos);
 }
 
 TEST_F(Merge, RefusesInOneLine) {

@@ -132,6 +132,7 @@ TEST_F(Startup, AMissingPartFailsItsOwnJobOnly) {
   EXPECT_NE(code, 0);
   EXPECT_NE(noMovie.find("elsewhere/lib/lumenara_ffmpeg.so\" cannot be loaded"), std::string::npos)
       << noMovie;
+  EXPECT_NE(noMovie.find("Install the package lumenara-movie"), std::string::npos) << noMovie;
   EXPECT_FALSE(fs::exists(folder / "a.mov"));
 
   // The parts beside the library are found wherever both lie.

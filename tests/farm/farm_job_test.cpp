@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "farm_job.h"
+#include "job_folder.h"
 
 using namespace host;
 using namespace host::farm;
@@ -60,6 +61,35 @@ TEST(FarmJob, UnitsAreFramesOrParts) {
   EXPECT_EQ(job.unitOf(0), std::nullopt);
 }
 
+TEST(FarmJob, ListsOfFramesAndTheirParts) {
+  FarmJob job = frames();
+  job.frames = {3, 4, 10};
+  EXPECT_EQ(job.unitCount(), 3);
+  EXPECT_EQ(job.numberOf(2), 10);
+  EXPECT_EQ(job.unitOf(4), 1);
+  EXPECT_EQ(job.unitOf(5), std::nullopt);
+  job.parts = 2;
+  EXPECT_EQ(job.unitCount(), 6);
+  EXPECT_EQ(job.frameIndexOf(3), 1);
+  EXPECT_EQ(job.nameOf(3), "frame 4, part 2 of 2");
+  EXPECT_EQ(job.unitOf(4), 2) << "the first part";
+  EXPECT_EQ(job.unitOf(11), std::nullopt);
+  EXPECT_EQ(farmJobOf(textOf(job))->frames, job.frames);
+  job.kind = JobKind::tiles, job.columns = 3, job.rows = 2;
+  EXPECT_EQ(job.unitCount(), 6);
+  EXPECT_EQ(job.nameOf(5), "tile 6 of 6");
+  EXPECT_EQ(farmJobOf(textOf(job))->rows, 2);
+}
+
+TEST(FarmJob, NamesOfFrames) {
+  EXPECT_EQ(JobFolder::frameName("/a/shot.tif", 12), "shot0012.tif");
+  EXPECT_EQ(JobFolder::frameName("/a/shot.####.exr", 12), "shot.0012.exr");
+  EXPECT_EQ(JobFolder::frameName("/a/#.png", 123456), "123456.png");
+  EXPECT_EQ(JobFolder::frameName("/a/s_##_b.png", 7), "s_07_b.png");
+  EXPECT_EQ(JobFolder::frameName("/a/#_##.png", 7), "#_07.png") << "the last run";
+  EXPECT_EQ(JobFolder::frameName("/a/" + std::string(40, '#') + ".png", 7), std::string(15, '0') + "7.png");
+}
+
 TEST(FarmJob, OtherTextsAreRefused) {
   const std::string text = textOf(frames());
   EXPECT_FALSE(farmJobOf(""));
@@ -73,6 +103,15 @@ TEST(FarmJob, OtherTextsAreRefused) {
   EXPECT_FALSE(with([](FarmJob& job) { job.step = 0; }));
   EXPECT_FALSE(with([](FarmJob& job) { job.from = -1; }));
   EXPECT_FALSE(with([](FarmJob& job) { job.to = 9; }));
+  EXPECT_FALSE(with([](FarmJob& job) { job.frames = {4, 4}; }));
+  EXPECT_FALSE(with([](FarmJob& job) { job.frames = {-1, 4}; }));
+  EXPECT_FALSE(with([](FarmJob& job) { job.frames = {4, 1'000'000}; }));
+  EXPECT_FALSE(with([](FarmJob& job) { job.to = 999'999, job.step = 1, job.parts = 1000; }));
+  EXPECT_FALSE(with([](FarmJob& job) { job.parts = -1; }));
+  EXPECT_FALSE(with([](FarmJob& job) { job.kind = JobKind::tiles; })) << "without a grid";
+  EXPECT_FALSE(with([](FarmJob& job) {
+    job.kind = JobKind::tiles, job.columns = 2'000'000'000, job.rows = 2'000'000'000;
+  }));
   EXPECT_FALSE(with([](FarmJob& job) { job.output = "film.mov"; }));
   EXPECT_FALSE(with([](FarmJob& job) { job.id = "../x"; }));
   EXPECT_FALSE(with([](FarmJob& job) { job.kind = JobKind::parts; })) << "without parts";

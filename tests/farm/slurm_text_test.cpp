@@ -46,6 +46,28 @@ TEST(SlurmText, IndicesOfTasks) {
     EXPECT_EQ(taskIndices(other), std::nullopt) << other;
 }
 
+TEST(SlurmText, EndedTasksOfTheAccounting) {
+  const auto jobs =
+      sacctTasks("17_0|COMPLETED|12|\n17_0.batch|COMPLETED|12|2048K\n17_0.extern|COMPLETED|12|9K\n"
+                 "17_1|OUT_OF_MEMORY|35|\n17_1.batch|OUT_OF_MEMORY|35|1.5G\n"
+                 "17_2|CANCELLED by 0|7|\n17_3|RUNNING|5|\n17_[4-9]|PENDING|0|\n"
+                 "18|TIMEOUT|3600|\ngarbage\n|FAILED|1|\n19|\n20.batch|FAILED|1|5K\n");
+  ASSERT_TRUE(jobs.contains("17") && jobs.contains("18"));
+  const auto& tasks = jobs.at("17");
+  ASSERT_EQ(tasks.size(), 3u);
+  EXPECT_EQ(tasks[0].memory, 2048u * 1024);
+  EXPECT_EQ(tasks[1].memory, 1536u << 20);
+  EXPECT_EQ(tasks[1].seconds, 35);
+  EXPECT_EQ(whyEnded(tasks[1]), "ran out of memory (--memory)");
+  EXPECT_EQ(tasks[2].state, "CANCELLED");
+  EXPECT_EQ(tasks[2].index, 2);
+  EXPECT_EQ(whyEnded(tasks[0]), "");
+  EXPECT_EQ(whyEnded(jobs.at("18")[0]), "reached its time limit (--task-time)");
+  EXPECT_EQ(jobs.at("18")[0].index, -1);
+  for (const char* memory : {"-5K", "1e99G", "K", "5KK", "nan", "9999999999999999999"})
+    EXPECT_EQ(sacctTasks(std::string("1|FAILED|1|") + memory).at("1")[0].memory, 0u) << memory;
+}
+
 TEST(SlurmText, TasksOfAQueue) {
   const auto jobs = squeueTasks("17_4|RUNNING|None\n17_[5-6]|PENDING|Resources\n18|PENDING|Dependency\n"
                                 "garbage\n|RUNNING|None\n19_x|RUNNING|None\n20_1|\n");

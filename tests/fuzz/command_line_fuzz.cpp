@@ -26,6 +26,14 @@ void check(const batch::Sampling& sampling) {
           "spreads are named");
 }
 
+void check(const batch::FrameList& frames) {
+  require(frames.ranges.size() <= 1000, "lists end");
+  for (const batch::FrameRange& range : frames.ranges)
+    require(range.from >= 0 && range.from <= range.to && range.to <= batch::lastFrameNumber &&
+                range.step >= 1,
+            "frames go on");
+}
+
 struct Check {
   void operator()(const batch::RenderOptions& o) const {
     check(o.size);
@@ -37,6 +45,9 @@ struct Check {
             "boxes are fractions");
     check(o.sampling);
     require(o.threads >= 0 && o.threads <= 1024, "threads are limited");
+    require(!o.tile || (o.tile->number >= 1 && o.tile->number <= o.tile->grid.count() &&
+                        o.tile->grid.count() <= 1024),
+            "tiles are of the grid");
     require(!o.view.exposure || (*o.view.exposure >= -20 && *o.view.exposure <= 20), "stops are limited");
     require(!o.layers || (*o.layers & ~host::allLayers()) == 0, "layers are known");
     require(!o.compression || (*o.compression >= 0 && *o.compression < 10), "compressions are known");
@@ -46,7 +57,9 @@ struct Check {
   void operator()(const batch::AnimateOptions& o) const {
     check(o.size);
     check(o.sampling);
-    require(o.frames.from >= 0 && o.frames.from <= o.frames.to && o.frames.step >= 1, "frames go on");
+    check(o.frames);
+    require(!o.layers || (*o.layers & ~host::allLayers()) == 0, "layers are known");
+    require(!o.compression || (*o.compression >= 0 && *o.compression < 10), "compressions are known");
     require(!o.format || (*o.format >= 0 && *o.format <= 10), "formats are known");
     require(!o.quality || (*o.quality >= 1 && *o.quality <= 100), "qualities are percent");
   }
@@ -69,9 +82,13 @@ struct Check {
   }
   void operator()(const batch::FarmSubmitOptions& o) const {
     check(o.run.sampling);
-    require(o.frames != (o.parts > 0), "frames or parts are split");
+    check(o.run.frames);
+    require(o.frames || o.parts > 0 || o.tiles, "frames, parts or tiles are split");
+    require(!o.tiles || (o.parts == 0 && !o.frames), "tiles are of one picture");
+    require(!o.tiles || (o.tiles->columns >= 1 && o.tiles->rows >= 1 && o.tiles->count() <= 1024),
+            "grids have tiles");
     require(o.chunk >= 0, "tasks have units");
-    require(!o.layers || (*o.layers & ~host::allLayers()) == 0, "layers are known");
+    require(!o.run.layers || (*o.run.layers & ~host::allLayers()) == 0, "layers are known");
   }
   void operator()(const batch::FarmWorkOptions& o) const {
     require(o.submission >= 0 && o.task >= -1, "submissions and tasks have numbers");

@@ -13,13 +13,14 @@ import tempfile
 
 from installed import SKIP, Failed, Installed, check
 
-PACKAGES = ("lumenara", "lumenara-studio", "lumenara-doc", "lumenara-dev")
+PACKAGES = ("lumenara", "lumenara-movie", "lumenara-studio", "lumenara-doc", "lumenara-dev")
 # File that a package must have, as the archive lists it.
 CONTENT = {
-    "lumenara": ["usr/bin/lumenara", "usr/bin/lumenara-thumbnailer", "LIBRARY/liblumenara_host.so", "LIBRARY/lumenara_ffmpeg.so",
+    "lumenara": ["usr/bin/lumenara", "usr/bin/lumenara-thumbnailer", "LIBRARY/liblumenara_host.so", "LIBRARY/lumenara_onednn.so",
                  "usr/share/man/man1/lumenara.1.gz", "usr/share/bash-completion/completions/lumenara", "usr/share/lumenara/denoise/rt_hdr.tza",
                  "usr/share/lumenara/denoise/LICENSE.txt", "usr/share/lumenara/defaults.json",
                  "usr/share/thumbnailers/lumenara.thumbnailer"],
+    "lumenara-movie": ["LIBRARY/lumenara_ffmpeg.so"],
     "lumenara-studio": ["usr/bin/lumenara-studio", "LIBRARY/plugins/Lumenara/lumenara.so", "usr/share/applications/lumenara-studio.desktop",
                         "usr/share/icons/hicolor/48x48/apps/lumenara-studio.png", "usr/share/metainfo/org.lumenara.Studio.metainfo.xml",
                         "usr/share/man/man1/lumenara-studio.1.gz", "usr/share/lumenara/scenes/demo.glb"],
@@ -27,7 +28,9 @@ CONTENT = {
     "lumenara-dev": ["usr/include/lumenara/c4d.h", "LIBRARY/../cmake/Lumenara/LumenaraConfig.cmake", "LIBRARY/interface/liblumenara_host.so"],
 }
 # Libraries that are needed only by parts that are loaded later, and their packages.
-NEEDED = {"lumenara": ["libavcodec", "libopencolorio", "libdnnl", "libassimp", "libembree"], "lumenara-studio": ["libqt6widgets6", "lumenara ("]}
+NEEDED = {"lumenara": ["libopencolorio", "libdnnl", "libassimp", "libembree"], "lumenara-movie": ["libavcodec", "lumenara ("], "lumenara-studio": ["libqt6widgets6", "lumenara ("]}
+# Too large for every farm: the packages that bring them are recommended.
+UNWANTED = {"lumenara": ["libav", "libswscale", "qt6"]}
 PLUGIN = """#include "c4d.h"
 #include "c4d_plugin.h"
 Bool PluginMessage(LONG id, void*) { return id == C4DPL_INIT_SYS; }
@@ -66,6 +69,8 @@ def check_package(name, file, version, library):
     depends = output("dpkg-deb", "-f", file, "Depends")
     for wanted in NEEDED.get(name, []):
         check(wanted in depends, f"{name} does not depend on {wanted}: {depends}")
+    for unwanted in UNWANTED.get(name, []):
+        check(unwanted not in depends, f"{name} depends on {unwanted}: {depends}")
 
 
 def check_interface(root, folder, compiler, library):

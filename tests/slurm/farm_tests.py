@@ -153,6 +153,36 @@ def split(farm):
     farm.run("compare", farm / "still.exr", farm / "whole.exr", "--metric", "rmse", "--fail-above", "1e-6")
 
 
+def tiles(farm):
+    look = ["--size", "50x31", "--samples", "6", "--layers", "albedo,noise", "--denoise"]
+    job = farm.submit("poster.exr", "--split-tiles", "3x2", *look)
+    state = farm.wait_end(job)
+    assert state["state"] == "done" and state["units"] == 6, f"{state}\n{farm.logs(job)}"
+    farm.run("render", farm.scene, "-o", farm / "whole.exr", "--sampling", "even", "--noise", "0", "--quiet", *look)
+    same = farm.run("compare", farm / "poster.exr", farm / "whole.exr", "--metric", "rmse", "--fail-above", "0")
+    assert "rmse 0" in same, same
+
+
+def split_frames(farm):
+    """Each frame is joined by the task that ends its last part."""
+    look = ["--size", "48x32", "--samples", "6"]
+    farm.run("farm", "submit", farm.scene, "-o", farm / "shot.##.png", "--frames", "2,5:7:2", "--split-samples", "3",
+             "--chunk", "1", "--quiet", *look)
+    job = farm / "shot.frames.png.farm"
+    state = farm.wait_end(job)
+    assert state["state"] == "done" and state["units"] == 9, f"{state}\n{farm.logs(job)}"
+    assert os.listdir(f"{job}/units") == [], "films were left"
+    for number in (1, 2, 3):
+        farm.run("render", farm.scene, "-o", farm / f"{number}.exr", "--part", f"{number}/3", "--frame", "7", "--quiet",
+                 *look)
+    films = [farm / f"{number}.exr" for number in (1, 2, 3)]
+    farm.run("merge", *films, "-o", farm / "7.png", "--scene", farm.scene, "--quiet")
+    same = farm.run("compare", farm / "shot.07.png", farm / "7.png", "--metric", "rmse", "--fail-above", "0")
+    assert "rmse 0" in same, same
+    for frame in (2, 5):
+        assert os.path.exists(farm / f"shot.{frame:02d}.png"), frame
+
+
 def killed(farm):
     """A program that dies in the middle of a frame: nothing is lost, and a retry renders the rest."""
     job = farm.submit("shot.bmp", "--frames", "0:5", "--chunk", "6", *SLOW)
@@ -244,7 +274,8 @@ def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("--program", required=True)
     parser.add_argument("--scenes", required=True)
-    parser.add_argument("name", choices=["animation", "split", "killed", "requeue", "cancel_retry", "failing", "many"])
+    parser.add_argument("name", choices=["animation", "split", "tiles", "split_frames", "killed", "requeue", "cancel_retry",
+                                         "failing", "many"])
     options = parser.parse_args()
     missing = missing_programs()
     if missing or (os.getuid() != 0 and not os.access("/run", os.W_OK)):

@@ -6,6 +6,7 @@
 #include "c4d_render.h"
 #include "commands.h"
 #include "frame_files.h"
+#include "frame_pictures.h"
 #include "interrupt.h"
 #include "lm_keys.h"
 #include "messages.h"
@@ -32,10 +33,12 @@ AnimationTarget checkTarget(const AnimateOptions& options) {
                                        target.file.GetString().GetUTF8() +
                                        " is a movie; render it anew, or render pictures such as shot.tif");
   }
+  checkFramePictures(options, target);
   if (target.movie()) {
     requireWritable(target.file, "the movie");
   } else {
-    requireWritable(frameFile(target, options.frames.from), "the picture");
+    const LONG first = options.frames.ranges.empty() ? 0 : options.frames.ranges.front().from;
+    requireWritable(frameFile(target, first), "the picture");
   }
   return target;
 }
@@ -62,17 +65,19 @@ void prepare(const AnimateOptions& options, BaseDocument& document) {
   if (!options.variant.empty()) chooseVariant(document, options.variant);
   setSampling(document, options.sampling);
   setView(document, options.view);
+  if (options.layers) setLayers(document, *options.layers);
 }
 
 /// The frames whose pictures are missing or incomplete.
-std::vector<LONG> missingFrames(const AnimationTarget& target, const FrameRange& frames, PixelSize size,
-                                Messages& messages) {
+std::vector<LONG> missingFrames(const AnimationTarget& target, const std::vector<LONG>& frames,
+                                PixelSize size, Messages& messages) {
   std::vector<LONG> missing;
   messages.begin("Checking");
-  for (const LONG frame : framesOf(frames)) {
+  std::size_t seen = 0;
+  for (const LONG frame : frames) {
     if (interrupted()) throw Stop(ExitCode::cancelled, "cancelled; nothing was rendered");
     if (!isWholeFrame(frameFile(target, frame), size)) missing.push_back(frame);
-    messages.progress(static_cast<double>(framesBefore(frames, frame) + 1) / frameCount(frames));
+    messages.progress(static_cast<double>(++seen) / static_cast<double>(frames.size()));
   }
   messages.end();
   return missing;
@@ -178,15 +183,31 @@ ExitCode animateScene(const AnimateOptions& options, const AnimationTarget& targ
   prepare(options, document);
   const PixelSize size = pictureSize(options.size, document, settings);
 
-  Run run{target, {options.frames}, {0, frameCount(options.frames)}};
+  std::vector<LONG> frames = framesOf(options.frames, sceneFrames(document));
+  Run run{target, joinFrames(frames), {0, static_cast<LONG>(frames.size())}};
+  if (target.movie() && run.ranges.size() > 1)
+    throw Stop(ExitCode::wrongUse,
+               "a movie has frames at one distance, as 0:89 or 0:89:2; write pictures of " +
+                   textOf(run.ranges));
   if (options.resume) {
     removeAbandoned(target);
-    const std::vector<LONG> missing = missingFrames(target, options.frames, size, messages);
-    messages.note("lumenara: " + std::to_string(missing.size()) + " of " + frameText(run.progress.all) +
+    frames = missingFrames(target, frames, size, messages);
+    messages.note("lumenara: " + std::to_string(frames.size()) + " of " + frameText(run.progress.all) +
                   " are still to be rendered");
-    if (missing.empty()) return ExitCode::done;
-    run.ranges = joinFrames(missing, options.frames.step);
-    run.progress.all = static_cast<LONG>(missing.size());
+    if (frames.empty()) return ExitCode::done;
+    run.ranges = joinFrames(frames);
+    run.progress.all = static_cast<LONG>(frames.size());
+  }
+  if (target.byHost()) {
+    // A copy without animation does not move.
+    if (blursMotion(document)) settings.GetDataInstance()->SetLong(LM_CLONE_ANIMATION, 1);
+    const FramePictures pictures{target, size, framePictureOptions(options),
+                                 chooseLens(document, options.view)};
+    host::setActiveDocument(scene.document.release());
+    const FramePicturesResult result = renderFramePictures(document, settings, pictures, frames, messages);
+    run.progress.done = run.progress.all, run.seconds = result.seconds;
+    run.assetMissing = result.assetMissing;
+    return report(run, scene, messages);
   }
   AutoAlloc<BaseBitmap> bitmap;
   makeBitmap(*bitmap, size);

@@ -37,7 +37,7 @@ struct RawOptions {
   std::string failAbove, metrics, json, html, style;
   bool scale = false, center = false, corner = false;
   RawRun run;
-  std::string size, region, box, part, frames, layers, compression;
+  std::string size, region, box, part, tile, frames, layers, compression;
   LONG frame = 0, format = 0, quality = 0;
 };
 
@@ -68,14 +68,20 @@ CLI::App* addRender(CLI::App& app, RawOptions& raw) {
       ->add_option("--part", raw.part, "Render this of N equal parts of the samples; `merge` joins the films")
       ->type_name("K/N")
       ->excludes("--resume", "--time", "--noise");
+  render
+      ->add_option("--tile", raw.tile,
+                   "Render this of N tiles, or of columns and rows, into an exr; `merge` joins them")
+      ->type_name("K/N|K/CxR")
+      ->excludes("--resume", "--resumable", "--part", "--time", "--noise");
   render->add_option("--frame", raw.frame, "Frame of the animation; default: the scene's current one")
       ->type_name("N");
   CLI::Option* region =
       render->add_option("--region", raw.region, "Render only these pixels (inclusive); the rest stays black")
-          ->type_name("L,T,R,B");
+          ->type_name("L,T,R,B")
+          ->excludes("--tile");
   render->add_option("--region-box", raw.box, "The same, as fractions of the picture")
       ->type_name("X,Y,SIZE")
-      ->excludes(region);
+      ->excludes(region, render->get_option("--tile"));
   render->add_flag_function(
       "--lens,!--no-lens", [&raw](std::int64_t count) { raw.render.view.lens = count > 0; },
       "Bloom, glare and vignette on or off; default: as the scene says");
@@ -87,25 +93,35 @@ CLI::App* addAnimate(CLI::App& app, RawOptions& raw) {
   CLI::App* animate = app.add_subcommand("animate", "Render frames into a movie or into pictures");
   AnimateOptions& options = raw.animate;
   animate
-      ->add_option("-o,--output", options.output,
-                   "Movie (mov, avi) or base name of pictures (bmp, tif, jpg, psd, b3d) by its suffix")
+      ->add_option(
+          "-o,--output", options.output,
+          "Movie (mov, avi), or pictures by base name or pattern (shot.tif, shot.####.exr): bmp, tif, jpg, "
+          "psd, b3d, exr, png, webp")
       ->type_name("FILE")
       ->required();
   animate
-      ->add_option("--frames", raw.frames, "One frame, or the first and the last, and the step between them")
-      ->type_name("A[:B[:STEP]]")
+      ->add_option("--frames", raw.frames,
+                   "Frames, ranges of first, last and step, with commas between them, or all")
+      ->type_name("A[:B[:STEP]],...|all")
       ->required();
   animate
       ->add_option("--format", raw.format,
                    "0 to 5 movie (4 mov, else avi), 6 bmp, 7 tif, 8 jpg, 9 psd, 10 b3d")
       ->type_name("N")
       ->check(CLI::Range(0, 10));
-  animate->add_option("--quality", raw.quality, "1 to 100, of JPEG pictures (default 95) and of movies")
+  animate
+      ->add_option("--quality", raw.quality, "1 to 100, of jpg (default 95) and webp pictures, and of movies")
       ->type_name("N")
       ->check(CLI::Range(1, 100));
   animate->add_flag("--stamps", options.stamps, "Draw the stamps that the settings switch on");
   animate->add_flag("--overwrite", options.overwrite, "Replace an existing file without asking");
-  animate->add_flag("--resume", options.resume, "Render only the pictures that are missing or incomplete");
+  animate->add_option("--layers", raw.layers, "Layers of an exr: all, or some of " + host::layerNames())
+      ->type_name("A,B,...");
+  animate->add_flag("--half", options.half, "Colours of an exr as 16-bit floats; numbers stay 32-bit");
+  animate->add_option("--compression", raw.compression, "Of an exr: " + compressionNames() + " (default zip)")
+      ->type_name("NAME");
+  animate->add_flag("--resume,--keep", options.resume,
+                    "Render only the pictures that are missing or incomplete");
   addRun(*animate, raw.run, options);
   return animate;
 }
@@ -207,14 +223,25 @@ CLI::App* addHistory(CLI::App& app, RawOptions& raw) {
 }
 
 CLI::App* addMerge(CLI::App& app, RawOptions& raw) {
-  CLI::App* merge = app.add_subcommand("merge", "Merge films of parts of a picture's samples");
+  CLI::App* merge = app.add_subcommand("merge", "Merge films of parts of a picture's samples, or its tiles");
   MergeOptions& options = raw.merge;
-  merge->add_option("FILM", options.films, "Films that `render --part` made (exr), in any order")->required();
+  merge->add_option("FILM", options.films, "Films that `render --part` or `--tile` made (exr), in any order")
+      ->required();
   merge
       ->add_option("-o,--output", options.image,
                    "Picture: " + suffixList(FormatUse::write) + " by its suffix; - for standard output (png)")
       ->type_name("IMAGE")
       ->required();
+  CLI::Option* look =
+      merge->add_option("--scene", options.scene, "Show the light as this scene does: its view and lens")
+          ->type_name("SCENE");
+  merge->add_option("--view", options.view.view, "Show the light through this view")
+      ->type_name("NAME")
+      ->needs(look);
+  merge->add_option("--exposure", options.view.exposure, "Brighten by so many stops")
+      ->type_name("STOPS")
+      ->check(CLI::Range(-20.0, 20.0))
+      ->needs(look);
   merge->add_option("--quality", raw.quality, "1 to 100, of a jpg (default 95) or a webp (default lossless)")
       ->type_name("N")
       ->check(CLI::Range(1, 100));
@@ -273,6 +300,8 @@ AnimateOptions finishAnimate(const CLI::App& command, RawOptions& raw) {
   AnimateOptions& options = raw.animate;
   finishRun(command, raw.run, options);
   options.frames = parseFrames(raw.frames);
+  if (command.count("--layers")) options.layers = parseLayers(raw.layers);
+  if (command.count("--compression")) options.compression = parseCompression(raw.compression);
   if (command.count("--format")) options.format = raw.format;
   if (command.count("--quality")) options.quality = raw.quality;
   return std::move(options);
@@ -284,6 +313,7 @@ RenderOptions finishRender(const CLI::App& app, RawOptions& raw) {
   if (app.count("--region")) options.region = parseRegion(raw.region);
   if (app.count("--region-box")) options.box = parseBox(raw.box);
   if (app.count("--frame")) options.frame = raw.frame;
+  if (app.count("--tile")) options.tile = parseTile(raw.tile);
   if (app.count("--part")) options.part = parsePart(raw.part);
   if (app.count("--quality")) options.quality = raw.quality;
   if (app.count("--layers")) options.layers = parseLayers(raw.layers);
@@ -306,9 +336,10 @@ std::vector<std::string> arguments(int argc, const char* const* argv) {
     list.push_back(std::move(value));
   }
   for (std::size_t i = 1; i + 1 < list.size(); ++i) {
-    const bool signedOption = list[0] == "compare"
-                                  ? list[i] == "--slider" || list[i] == "--fail-above"
-                                  : (list[0] == "render" || list[0] == "farm") && list[i] == "--exposure";
+    const bool signedOption =
+        list[0] == "compare"
+            ? list[i] == "--slider" || list[i] == "--fail-above"
+            : (list[0] == "render" || list[0] == "farm" || list[0] == "merge") && list[i] == "--exposure";
     if (!signedOption) continue;
     list[i] += "=" + list[i + 1];
     list.erase(list.begin() + static_cast<std::ptrdiff_t>(i) + 1);

@@ -20,6 +20,8 @@ namespace batch {
 struct MergeOptions {
   std::vector<std::string> films;
   std::string image;
+  std::string scene; // its view and lens effects count for pictures that hold no light; empty: a plain view
+  ViewOptions view;  // over the scene's
   std::optional<LONG> quality;     // of JPEG and WebP pictures
   bool half = false;               // OpenEXR: colours as 16-bit floats
   std::optional<LONG> compression; // OpenEXR: index into host::exrCompressions

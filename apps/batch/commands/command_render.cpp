@@ -22,7 +22,6 @@
 #include "scene_load.h"
 #include "scene_pictures.h"
 #include "scene_setup.h"
-#include "viewed_bitmap.h"
 
 namespace batch {
 namespace {
@@ -36,6 +35,9 @@ PictureOptions pictureOptions(const RenderOptions& options) {
 void checkTargets(const RenderOptions& options) {
   checkAssignments(options.settings);
   checkPictureFile(options.image, pictureOptions(options));
+  if (options.tile && (!holdsLight(options.image) || options.half))
+    throw Stop(ExitCode::wrongUse,
+               "a tile is written as an exr with floats; name an exr, and give --half to `lumenara merge`");
   if (options.view.given() && holdsLight(options.image))
     throw Stop(ExitCode::wrongUse, "--view, --exposure and --lens have no effect on " + options.image +
                                        ", which holds the light itself; leave them out, or write a png");
@@ -95,6 +97,32 @@ std::optional<PixelRegion> pixelRegion(const RenderOptions& options, PixelSize s
   return PixelRegion{left, top, right, bottom};
 }
 
+/// A film of the tile and its margin alone; the bitmap has the size of the picture.
+void holdTile(BaseBitmap& bitmap, const host::render::TileFacts& tile) {
+  const host::render::Region held = host::render::withMargin(tile.tile, tile.width, tile.height);
+  host::setFilm(bitmap, std::make_shared<host::Film>(
+                            tile.width, tile.height,
+                            host::FilmWindow{held.left, held.top, held.width(), held.height()}));
+}
+
+void saveTile(const BaseBitmap& bitmap, const host::render::TileFacts& tile, const RenderOptions& options) {
+  const host::render::Region& box = tile.tile;
+  BaseBitmap* cut = bitmap.GetClonePart(box.left, box.top, box.width(), box.height());
+  const std::shared_ptr<host::Film> film = cut ? host::filmOf(*cut) : nullptr;
+  if (!film) {
+    BaseBitmap::Free(cut);
+    throw Stop(ExitCode::renderFailed, "there is not enough memory for the tile; use more tiles");
+  }
+  host::render::setTileFacts(*film, tile);
+  try {
+    savePicture(*cut, options.image, pictureOptions(options));
+  } catch (...) {
+    BaseBitmap::Free(cut);
+    throw;
+  }
+  BaseBitmap::Free(cut);
+}
+
 /// The exit code of a job; prints the error message of a failed one.
 ExitCode judge(const JobResult& job, const RenderOptions& options, const Scene& scene, Messages& messages) {
   const std::string picture = isStandardOutput(options.image) ? "the picture" : options.image;
@@ -119,19 +147,6 @@ ExitCode judge(const JobResult& job, const RenderOptions& options, const Scene& 
   }
 }
 
-/// Saves the picture; what holds no light itself gets the lens effects.
-void saveWithLens(const BaseBitmap& bitmap, const host::LensSettings& lens, const RenderOptions& options) {
-  const std::shared_ptr<const host::Film> film = host::filmOf(bitmap);
-  if (!lens.any() || !film || holdsLight(options.image))
-    return savePicture(bitmap, options.image, pictureOptions(options));
-  AutoAlloc<BaseBitmap> shown;
-  if (!shown || !host::viewedCopy(bitmap, *film->view(), false, *shown, {{}, lens}))
-    throw Stop(ExitCode::renderFailed, "there is not enough memory for the lens; choose a smaller --size");
-  PictureOptions how = pictureOptions(options);
-  how.rendered = &bitmap;
-  savePicture(*shown, options.image, how);
-}
-
 ExitCode renderScene(const RenderOptions& options, Messages& messages) {
   lmSettings settings;
   fillRunSettings(settings, options.settings);
@@ -153,6 +168,11 @@ ExitCode renderScene(const RenderOptions& options, Messages& messages) {
     throw Stop(ExitCode::wrongUse, options.resume + " has " + std::to_string(kept->width()) + " x " +
                                        std::to_string(kept->height()) +
                                        " pixels; leave --size out, or begin anew without --resume");
+  std::optional<host::render::TileFacts> tile;
+  if (options.tile) {
+    tile = setTile(*scene.document, *options.tile, size);
+    holdTile(*bitmap, *tile);
+  }
   host::takeFailures(); // earlier failures are not this render's
 
   RunTimes times{scene.loadMs, 0};
@@ -169,7 +189,10 @@ ExitCode renderScene(const RenderOptions& options, Messages& messages) {
                                            " could not be prepared for the render; there is "
                                            "probably not enough memory, close other programs");
   }
-  saveWithLens(*bitmap, lens, options);
+  if (tile)
+    saveTile(*bitmap, *tile, options);
+  else
+    savePicture(*bitmap, lens, options.image, pictureOptions(options));
   if (!options.stats.empty()) {
     writeText(Filename(String(options.stats)), statsText(times, size, job.result), "the statistics file");
   }

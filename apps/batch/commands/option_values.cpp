@@ -85,13 +85,17 @@ RegionBox parseBox(const std::string& text) {
   return {x, y, size};
 }
 
-FrameRange parseFrames(const std::string& text) {
-  auto given = numbers(text, ':', 2);
-  if (!given) given = numbers(text, ':', 3);
-  if (!given) given = numbers(text, ':', 1);
+namespace {
+
+FrameRange parseRange(const std::string& text, std::string_view part) {
+  auto given = numbers(part, ':', 2);
+  if (!given) given = numbers(part, ':', 3);
+  if (!given) given = numbers(part, ':', 1);
   if (!given)
-    throw wrong("--frames " + text +
-                " is not a frame range; write a frame, first:last or first:last:step, as 0:89");
+    throw wrong(
+        "--frames " + text +
+        " is not a frame range; write frames, first:last or first:last:step with commas between them, "
+        "as 0:89 or 1,5,10:20:2, or all");
   const FrameRange range{given->front(), given->size() > 1 ? (*given)[1] : given->front(),
                          given->size() > 2 ? (*given)[2] : 1};
   if (range.from < 0 || range.to > lastFrameNumber) {
@@ -103,6 +107,23 @@ FrameRange parseFrames(const std::string& text) {
   }
   if (range.step < 1) throw wrong("--frames " + text + " has an invalid step; the step is at least 1");
   return range;
+}
+
+} // namespace
+
+FrameList parseFrames(const std::string& text) {
+  constexpr std::size_t mostRanges = 1000;
+  FrameList list;
+  if (text == "all") return list;
+  std::string_view rest = text;
+  while (true) {
+    const auto comma = rest.find(',');
+    list.ranges.push_back(parseRange(text, rest.substr(0, comma)));
+    if (list.ranges.size() > mostRanges)
+      throw wrong("--frames has more than " + std::to_string(mostRanges) + " ranges; write fewer");
+    if (comma == rest.npos) return list;
+    rest.remove_prefix(comma + 1);
+  }
 }
 
 std::pair<std::string, std::string> splitSetting(const std::string& text) {
@@ -143,6 +164,35 @@ LONG parseStyle(const std::string& text) {
   }
   throw wrong("--style " + text + " is not a style; write columns, rows, blend or difference" +
               didYouMean(nearestWord(text, names)));
+}
+
+TileGrid parseGrid(const std::string& option, const std::string& text) {
+  const auto one = numbers(text, 'x', 1), two = numbers(text, 'x', 2);
+  if (!one && !two)
+    throw wrong(option + " " + text + " is not a grid; write columns and rows as 4x3, or a number as 12");
+  const auto possible = [](LONG side) { return side >= 1 && side <= mostParts; };
+  TileGrid grid{two ? (*two)[0] : one->front(), two ? (*two)[1] : 1};
+  if (!possible(grid.columns) || !possible(grid.rows) || grid.count() > mostParts)
+    throw wrong(option + " " + text + " is out of range; there can be 1 to " + std::to_string(mostParts) +
+                " tiles");
+  if (two) return grid;
+  const LONG all = grid.columns;
+  for (LONG rows = 1; rows * rows <= all; ++rows)
+    if (all % rows == 0) grid = {all / rows, rows};
+  return grid;
+}
+
+PictureTile parseTile(const std::string& text) {
+  const auto slash = text.find('/');
+  const auto number = numbers(std::string_view(text).substr(0, slash), '/', 1);
+  if (!number || slash == std::string::npos)
+    throw wrong("--tile " + text +
+                " is not a tile; write the second of four columns and three rows as 2/4x3");
+  const PictureTile tile{number->front(), parseGrid("--tile", text.substr(slash + 1))};
+  if (tile.number < 1 || tile.number > tile.grid.count())
+    throw wrong("--tile " + text + " is out of range; the first of the " + std::to_string(tile.grid.count()) +
+                " tiles is 1");
+  return tile;
 }
 
 SamplePart parsePart(const std::string& text) {

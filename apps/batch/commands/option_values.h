@@ -18,7 +18,8 @@ Stop wrong(const std::string& sentence);
 PixelSize parseSize(const std::string& text);
 PixelRegion parseRegion(const std::string& text);
 RegionBox parseBox(const std::string& text);
-FrameRange parseFrames(const std::string& text);
+/// "12", "0:89", "0:89:2", several of them with commas, "all".
+FrameList parseFrames(const std::string& text);
 std::pair<std::string, std::string> splitSetting(const std::string& text);
 /// Bits of host::LayerBit.
 unsigned parseLayers(const std::string& text);
@@ -28,5 +29,10 @@ LONG parseCompression(const std::string& text);
 /// The viewer's number of a style of `compare`.
 LONG parseStyle(const std::string& text);
 SamplePart parsePart(const std::string& text);
+/// "4x3", or "12", which becomes the grid whose sides differ least; at most mostParts tiles. `option` is
+/// named.
+TileGrid parseGrid(const std::string& option, const std::string& text);
+/// "2/4x3", "2/12".
+PictureTile parseTile(const std::string& text);
 
 } // namespace batch

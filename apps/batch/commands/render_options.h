@@ -43,6 +43,18 @@ struct SamplePart {
   LONG number = 1, count = 1; // 1 <= number <= count
 };
 
+/// A picture cut into columns and rows of tiles, which differ by a pixel at most.
+struct TileGrid {
+  LONG columns = 1, rows = 1;
+  LONG count() const { return columns * rows; }
+};
+
+/// One of a picture's tiles, counted from 1, row by row.
+struct PictureTile {
+  LONG number = 1;
+  TileGrid grid;
+};
+
 /// The view of a saved picture, over the document's.
 struct ViewOptions {
   std::string shading; // a name of host::render::shadingModes; empty: as the scene says
@@ -73,15 +85,19 @@ struct RenderOptions {
   bool resumable = false;          // OpenEXR: the samples go into the file
   std::string resume;              // the OpenEXR file to go on from; empty: none
   std::optional<SamplePart> part;  // of the samples; the film is resumable
+  std::optional<PictureTile> tile; // of the picture; the film holds it alone
   std::string home, stats;
   bool quiet = false;
 };
 
 struct AnimateOptions {
   std::string scene, output;
-  FrameRange frames;
-  std::optional<LONG> format;  // 0 to 10; without it, by the output's suffix
-  std::optional<LONG> quality; // 1 to 100, of JPEG pictures and of movies
+  FrameList frames;
+  std::optional<LONG> format;      // 0 to 10; without it, by the output's suffix
+  std::optional<LONG> quality;     // 1 to 100, of JPEG and WebP pictures and of movies
+  std::optional<unsigned> layers;  // OpenEXR: bits of host::LayerBit; without it, the scene's
+  bool half = false;               // OpenEXR: colours as 16-bit floats
+  std::optional<LONG> compression; // OpenEXR: index into host::exrCompressions
   std::optional<PixelSize> size;
   std::string camera;                                        // empty: the scene's own
   std::string variant;                                       // of materials; empty: the scene's own

@@ -34,9 +34,9 @@ struct FarmCommandLine::Raw {
   FarmJobOptions job;
   FarmWorkOptions work;
   RawRun run;
-  std::string frames, layers, compression;
+  std::string frames, tiles, layers, compression;
   LONG frame = 0, quality = 0;
-  bool half = false, resumable = false;
+  bool resumable = false;
   CLI::App *submitting = nullptr, *working = nullptr, *closing = nullptr, *farm = nullptr;
 
   void addSubmit();
@@ -53,28 +53,37 @@ void FarmCommandLine::Raw::addSubmit() {
   command
       .add_option(
           "-o,--output", submit.run.output,
-          "Movie (mov, avi), base name of pictures (bmp, tif, jpg, psd, b3d), or an exr with --split-samples")
+          "Movie (mov, avi), pictures by base name or pattern (shot.tif, shot.####.exr), or an exr with "
+          "--split-samples and --split-tiles")
       ->type_name("FILE")
       ->required();
   CLI::Option* range =
-      command.add_option("--frames", frames, "First and last frame, and the step between frames")
-          ->type_name("A:B[:STEP]");
-  command.add_option("--split-samples", submit.parts, "Render one picture as so many parts of its samples")
+      command
+          .add_option("--frames", frames,
+                      "Frames, ranges of first, last and step, with commas between them, or all")
+          ->type_name("A[:B[:STEP]],...|all");
+  command
+      .add_option("--split-samples", submit.parts,
+                  "Render the picture, or each frame, as so many parts of its samples")
       ->type_name("N")
       ->check(CLI::Range(1, static_cast<int>(mostParts)))
-      ->excludes(range, command.get_option("--time"), command.get_option("--noise"));
-  command.add_option("--frame", frame, "The frame of --split-samples; default: the scene's current one")
+      ->excludes(command.get_option("--time"), command.get_option("--noise"));
+  command
+      .add_option("--split-tiles", tiles, "Render one picture as so many tiles, each in memory of its own")
+      ->type_name("N|CxR")
+      ->excludes(range, command.get_option("--split-samples"), command.get_option("--time"),
+                 command.get_option("--noise"));
+  command.add_option("--frame", frame, "The frame of a split picture; default: the scene's current one")
       ->type_name("N")
       ->excludes(range);
   command.add_option("--layers", layers, "Layers of an exr: all, or some of " + host::layerNames())
-      ->type_name("A,B,...")
-      ->excludes(range);
-  command.add_flag("--half", half, "Colours of an exr as 16-bit floats")->excludes(range);
+      ->type_name("A,B,...");
+  command.add_flag("--half", submit.run.half, "Colours of an exr as 16-bit floats");
   command.add_option("--compression", compression, "Of an exr: " + compressionNames() + " (default zip)")
-      ->type_name("NAME")
-      ->excludes(range);
-  command.add_flag("--resumable", resumable, "Keep the samples in an exr")->excludes(range);
-  command.add_option("--quality", quality, "1 to 100, of JPEG pictures (default 95) and of movies")
+      ->type_name("NAME");
+  command.add_flag("--resumable", resumable, "Keep the samples in an exr")
+      ->excludes(range, command.get_option("--split-tiles"));
+  command.add_option("--quality", quality, "1 to 100, of jpg (default 95) and webp pictures, and of movies")
       ->type_name("N")
       ->check(CLI::Range(1, 100));
   command.add_flag("--stamps", submit.run.stamps, "Draw the stamps that the settings switch on");
@@ -160,17 +169,18 @@ std::optional<CommandLine> FarmCommandLine::finish() {
   finishRun(command, raw.run, options.run);
   options.frames = command.count("--frames") > 0;
   if (options.frames) options.run.frames = parseFrames(raw.frames);
-  if (!options.frames && options.parts == 0)
-    throw wrong(
-        "there is nothing to split; write --frames A:B for an animation, or --split-samples N for a picture");
+  if (command.count("--split-tiles")) options.tiles = parseGrid("--split-tiles", raw.tiles);
+  if (!options.frames && options.parts == 0 && !options.tiles)
+    throw wrong("there is nothing to split; write --frames A:B for an animation, or --split-samples N or "
+                "--split-tiles N for a picture");
   if (command.count("--frame")) options.frame = raw.frame;
-  if (command.count("--layers")) options.layers = parseLayers(raw.layers);
+  if (command.count("--layers")) options.run.layers = parseLayers(raw.layers);
   if (command.count("--quality")) options.run.quality = raw.quality;
-  if (command.count("--compression")) parseCompression(raw.compression);
+  if (command.count("--compression")) options.run.compression = parseCompression(raw.compression);
   for (const char* name : unitOptions)
     forward(command, name, options.units);
   for (const char* name : closingOptions)
-    forward(command, name, options.closing);
+    forward(command, name, options.isStill() ? options.closing : options.units);
   options.wishes.cpus = options.run.threads;
   return std::move(options);
 }

@@ -13,10 +13,12 @@
 #include "commands.h"
 #include "failures.h"
 #include "frame_files.h"
+#include "frame_join.h"
 #include "interrupt.h"
 #include "lm_keys.h"
 #include "lm_thread.h"
 #include "movie_options.h"
+#include "patience.h"
 #include "platform.h"
 #include "plugin_host.h"
 #include "run_settings.h"
@@ -44,12 +46,13 @@ std::vector<int> openUnits(const JobFolder& folder, const FarmJob& job) {
 
 /// The units whose tasks have ended without them.
 std::vector<int> missingUnits(const JobFolder& folder, const FarmJob& job) {
-  const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(patienceSeconds);
-  std::vector<int> open = openUnits(folder, job);
-  while (!open.empty() && !interrupted() && std::chrono::steady_clock::now() < limit) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(200));
+  std::vector<int> open;
+  host::farm::Patience patience;
+  patience.seconds = patienceSeconds, patience.stopped = interrupted;
+  host::farm::lookPatiently(patience, [&] {
     open = openUnits(folder, job);
-  }
+    return open.empty();
+  });
   return open;
 }
 
@@ -65,12 +68,21 @@ ExitCode nameMissing(const JobFolder& folder, const FarmJob& job, const std::vec
   return ExitCode::renderFailed;
 }
 
+void forgetFrame(const JobFolder& folder, const FarmJob& job, int index) {
+  if (job.splitsFrames())
+    FrameJoin(folder, job, {}).forget(index);
+  else
+    folder.states().clearDone(index);
+}
+
 void checkPictures(const JobFolder& folder, const FarmJob& job) {
   std::vector<int> damaged;
-  for (int unit = 0; unit < job.unitCount() && !interrupted(); ++unit) {
-    if (isWholeFrame(Filename(String(folder.unitFile(job, unit))), {job.width, job.height})) continue;
-    folder.states().clearDone(unit);
-    folder.states().addFailure(unit, "its picture " + folder.unitFile(job, unit) + " is missing or damaged");
+  for (int index = 0; index < job.frameCount() && !interrupted(); ++index) {
+    const std::string picture = folder.frameFile(job, index);
+    if (isWholeFrame(Filename(String(picture)), {job.width, job.height})) continue;
+    const int unit = job.splitsFrames() ? index * job.parts : index;
+    forgetFrame(folder, job, index);
+    folder.states().addFailure(unit, "its picture " + picture + " is missing or damaged");
     damaged.push_back(unit);
   }
   if (damaged.empty()) return;
@@ -98,14 +110,14 @@ void joinMovie(const JobFolder& folder, const FarmJob& job) {
   host::takeFailures(); // earlier failures are not the movie's
   const AutoAlloc<MovieSaver> saver;
   bool begun = false;
-  for (int unit = 0; unit < job.unitCount(); ++unit) {
+  for (int index = 0; index < job.frameCount(); ++index) {
     if (interrupted()) throw Stop(ExitCode::cancelled, "cancelled; " + job.output + " was not written");
-    const Filename file(String(folder.unitFile(job, unit)));
+    const Filename file(String(folder.frameFile(job, index)));
     const AutoAlloc<BaseBitmap> frame;
     if (frame->Init(file) != IMAGERESULT_OK || frame->GetBw() != job.width || frame->GetBh() != job.height) {
-      folder.states().clearDone(unit);
-      throw Stop(ExitCode::sceneUnreadable, job.nameOf(unit) + " cannot be read from " +
-                                                file.GetString().GetUTF8() +
+      forgetFrame(folder, job, index);
+      throw Stop(ExitCode::sceneUnreadable, "frame " + std::to_string(job.frameAt(index)) +
+                                                " cannot be read from " + file.GetString().GetUTF8() +
                                                 "; `lumenara farm retry` renders it again");
     }
     const LONG format = job.format == 4 ? FILTER_MOVIE : FILTER_AVI;
@@ -118,8 +130,10 @@ void joinMovie(const JobFolder& folder, const FarmJob& job) {
   if (!saver->Close()) stopMovie(job);
 }
 
-ExitCode mergeParts(const JobFolder& folder, const FarmJob& job) {
-  std::vector<std::string> line{"lumenara", "merge", "-o", job.output, "--home", folder / "home", "--quiet"};
+ExitCode mergeUnits(const JobFolder& folder, const FarmJob& job) {
+  std::vector<std::string> line{"lumenara", "merge",         "-o",
+                                job.output, "--scene",       folder.sceneFile(job),
+                                "--home",   folder / "home", "--quiet"};
   line.insert(line.end(), job.closing.begin(), job.closing.end());
   for (int unit = 0; unit < job.unitCount(); ++unit)
     line.push_back(folder.unitFile(job, unit));
@@ -130,9 +144,30 @@ ExitCode mergeParts(const JobFolder& folder, const FarmJob& job) {
   return runMerge(std::get<MergeOptions>(parsed));
 }
 
+/// Frames whose parts were finished by different tasks at the same moment, or whose join failed.
+void joinFrames(const JobFolder& folder, const FarmJob& job, const Granted& granted) {
+  const FrameJoin frames(folder, job, granted);
+  int failed = 0;
+  for (int index = 0; index < job.frameCount(); ++index) {
+    if (interrupted()) throw Stop(ExitCode::cancelled, "cancelled; " + job.output + " is not complete");
+    if (frames.isJoined(index)) continue;
+    const std::string problem = frames.join(index);
+    if (problem.empty()) continue;
+    ++failed;
+    std::fprintf(stderr, "lumenara: frame %d was not joined: %s\n", static_cast<int>(job.frameAt(index)),
+                 problem.c_str());
+  }
+  if (failed > 0)
+    throw Stop(ExitCode::renderFailed, std::to_string(failed) +
+                                           " frames were not joined; their parts are "
+                                           "kept, `lumenara farm retry " +
+                                           folder.path() + "` joins them");
+}
+
 ExitCode join(const JobFolder& folder, const FarmJob& job) {
-  if (job.kind == JobKind::parts) return mergeParts(folder, job);
+  if (job.isStill()) return mergeUnits(folder, job);
   const Granted granted = grantedHere();
+  if (job.splitsFrames()) joinFrames(folder, job, granted);
   Messages messages(true);
   BatchInterface ui(messages);
   const PluginHost host(folder / "home", granted.threads, ui);

@@ -6,8 +6,8 @@
 
 namespace batch {
 
-/// Joins the frames into the movie, merges the parts, or checks the pictures. Units that are missing are
-/// named with their reasons, and nothing is joined. Throws `Stop`.
+/// Joins the frames into the movie, merges the parts or tiles, or checks the pictures. Units that are missing
+/// are named with their reasons, and nothing is joined. Throws `Stop`.
 ExitCode finishJob(const host::farm::JobFolder& folder, const host::farm::FarmJob& job);
 
 /// Whether the output was finished.

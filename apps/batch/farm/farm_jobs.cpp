@@ -11,6 +11,7 @@
 #include "farm_registry.h"
 #include "farm_send.h"
 #include "farm_status.h"
+#include "frame_join.h"
 #include "interrupt.h"
 #include "job_folder.h"
 #include "picture_host.h"
@@ -74,6 +75,12 @@ std::vector<int> takeMissing(const JobFolder& folder, const FarmJob& job, const 
     if (found != reports.end() && found->second.done) {
       const bool joined = job.kind != host::farm::JobKind::pictures && isFinished(folder);
       if (joined || fs::exists(folder.unitFile(job, unit), failed)) continue;
+      const FrameJoin frames(folder, job, {});
+      if (job.splitsFrames() && frames.isJoined(job.frameIndexOf(unit))) {
+        if (fs::exists(folder.frameFile(job, job.frameIndexOf(unit)), failed)) continue;
+        // The other parts of the frame see that it is not joined, and their films are gone.
+        states.clearDone(JobFolder::joinUnit(job, job.frameIndexOf(unit)));
+      }
       states.clearDone(unit); // its picture was lost
     }
     if (live.units.contains(unit)) continue;

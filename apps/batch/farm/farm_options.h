@@ -14,9 +14,9 @@ namespace batch {
 struct FarmSubmitOptions {
   AnimateOptions run; // scene, output and all that decides about the look; frames only when `frames` is set
   bool frames = false;
-  LONG parts = 0; // of the samples of one picture; 0: frames
+  LONG parts = 0;                // of the samples of one picture, or of each frame; 0: not split so
+  std::optional<TileGrid> tiles; // of one picture
   std::optional<LONG> frame;
-  std::optional<unsigned> layers;   // of the film, as for `render`
   std::vector<std::string> units;   // options for the program that renders a unit
   std::vector<std::string> closing; // for the one that joins them
   int chunk = 0;                    // units of a task; 0: chosen
@@ -24,6 +24,9 @@ struct FarmSubmitOptions {
   std::string folder;  // of the job; empty: beside the output
   std::string program; // on the farm's machines; empty: this one's path
   bool dryRun = false, prepare = false, withoutMissing = false;
+
+  /// One picture is split, else an animation.
+  bool isStill() const { return !frames; }
 };
 
 enum class FarmAction : std::uint8_t { status, cancel, retry, log, list };

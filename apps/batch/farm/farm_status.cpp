@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <map>
 
 #include <nlohmann/json.hpp>
 
@@ -39,6 +40,40 @@ void addTimes(FarmJobState& state, const host::farm::UnitStates& states, const s
   const int left = state.units - state.done - state.failed;
   if (state.seconds > 0 && state.runningTasks > 0 && left > 0)
     state.secondsLeft = state.seconds * left / state.runningTasks;
+}
+
+/// Memory and ends of tasks. Many clusters keep no accounts: the job's files then say what they know.
+void addAccounts(FarmJobState& state, const JobFolder& folder, const FarmJob& job,
+                 const std::set<int>& missing) {
+  constexpr int patienceSeconds = 10;
+  std::map<std::string, host::farm::Submission> arrays;
+  std::vector<std::string> jobs;
+  for (int number = 1; number <= folder.lastSubmission(); ++number)
+    if (auto sent = folder.readSubmission(number, job); sent && !sent->array.empty())
+      jobs.push_back(sent->array), arrays.emplace(sent->array, std::move(*sent));
+  if (jobs.empty()) return;
+  const auto output = host::farm::runCommand(host::farm::sacctArguments(jobs), patienceSeconds);
+  state.accounting = output.worked();
+  if (!state.accounting) return;
+  std::map<int, EndedUnit> last; // later submissions have precedence
+  const auto accounts = host::farm::sacctTasks(output.out);
+  for (const std::string& array : jobs) {
+    const auto found = accounts.find(array);
+    if (found == accounts.end()) continue;
+    const auto& tasks = arrays.at(array).tasks;
+    for (const host::farm::EndedTask& task : found->second) {
+      state.memory = std::max(state.memory, task.memory);
+      if (task.index < 0 || static_cast<std::size_t>(task.index) >= tasks.size()) continue;
+      const std::string reason = host::farm::whyEnded(task);
+      for (const int unit : tasks[static_cast<std::size_t>(task.index)]) {
+        last.erase(unit);
+        if (!reason.empty() && missing.contains(unit))
+          last[unit] = {unit, array + "_" + std::to_string(task.index), reason, task.seconds};
+      }
+    }
+  }
+  for (auto& [unit, ended] : last)
+    state.ended.push_back(std::move(ended));
 }
 
 } // namespace
@@ -108,19 +143,30 @@ FarmJobState stateOf(const JobFolder& folder, const FarmJob& job) {
       ++state.running;
   }
   state.done = static_cast<int>(done.size());
+  std::set<int> missing;
+  for (int unit = 0; unit < state.units; ++unit)
+    if (!live.units.contains(unit)) missing.insert(unit);
+  for (const int unit : done)
+    missing.erase(unit);
   addTimes(state, states, done);
+  addAccounts(state, folder, job, missing);
   return state;
 }
 
 std::string jsonOf(const FarmJobState& state, const JobFolder& folder, const FarmJob& job) {
   using Json = nlohmann::ordered_json;
-  Json slowest = Json::array(), failures = Json::array();
+  Json slowest = Json::array(), failures = Json::array(), ended = Json::array();
   for (const auto& [unit, seconds] : state.slowest)
     slowest.push_back({{"number", job.numberOf(unit)}, {"seconds", seconds}});
   for (const int unit : state.failures)
     failures.push_back({{"number", job.numberOf(unit)},
                         {"attempts", folder.states().failures(unit)},
                         {"reason", folder.states().lastReason(unit)}});
+  for (const EndedUnit& one : state.ended)
+    ended.push_back({{"number", job.numberOf(one.unit)},
+                     {"task", one.task},
+                     {"reason", one.reason},
+                     {"seconds", one.seconds}});
   Json json = {{"folder", folder.path()},
                {"scene", job.scene},
                {"output", job.output},
@@ -137,14 +183,40 @@ std::string jsonOf(const FarmJobState& state, const JobFolder& folder, const Far
                {"seconds_a_unit", state.seconds},
                {"seconds_left", nullptr},
                {"memory_bytes", state.memory},
+               {"accounting_answers", state.accounting},
+               {"ended", ended},
                {"slowest", slowest},
                {"failures", failures}};
   if (state.secondsLeft) json["seconds_left"] = *state.secondsLeft;
   return json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
 }
 
+namespace {
+
+/// Failures, and ends of tasks that the job's files do not know.
+std::string reasonsOf(const FarmJobState& state, const JobFolder& folder, const FarmJob& job) {
+  std::string text;
+  std::size_t lines = 0;
+  for (const int one : state.failures) {
+    if (++lines > mostLines)
+      return text + "  and " + std::to_string(state.failures.size() - mostLines) + " more\n";
+    text += "  " + job.nameOf(one) + " failed " + std::to_string(folder.states().failures(one)) +
+            " times: " + folder.states().lastReason(one) + "\n";
+  }
+  lines = 0;
+  for (const EndedUnit& one : state.ended) {
+    if (++lines > mostLines)
+      return text + "  and " + std::to_string(state.ended.size() - mostLines) + " more\n";
+    text += "  " + job.nameOf(one.unit) + ": its task " + one.task + " " + one.reason + " after " +
+            durationText(static_cast<std::int64_t>(one.seconds + 0.5)) + "\n";
+  }
+  return text;
+}
+
+} // namespace
+
 std::string linesOf(const FarmJobState& state, const JobFolder& folder, const FarmJob& job) {
-  const char* unit = job.kind == host::farm::JobKind::parts ? "part" : "frame";
+  const char* unit = job.unitWord();
   std::string text = job.output + ": " + state.word() + "\n";
   text += "  " + counted(state.done, unit) + " of " + std::to_string(state.units) + " done, " +
           std::to_string(state.running) + " running, " + std::to_string(state.failed) + " failed\n";
@@ -161,14 +233,7 @@ std::string linesOf(const FarmJobState& state, const JobFolder& folder, const Fa
     text += (one == state.slowest.front().first ? "  slowest: " : "           ") + job.nameOf(one) + number;
   }
   if (state.memory > 0) text += "  memory of a task: at most " + std::to_string(state.memory >> 20) + " MB\n";
-  std::size_t lines = 0;
-  for (const int one : state.failures) {
-    if (++lines > mostLines)
-      return text + "  and " + std::to_string(state.failures.size() - mostLines) + " more\n";
-    text += "  " + job.nameOf(one) + " failed " + std::to_string(folder.states().failures(one)) +
-            " times: " + folder.states().lastReason(one) + "\n";
-  }
-  return text;
+  return text + reasonsOf(state, folder, job);
 }
 
 } // namespace batch

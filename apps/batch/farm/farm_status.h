@@ -11,6 +11,14 @@
 
 namespace batch {
 
+/// Why a unit's last task ended before it, by Slurm's accounting.
+struct EndedUnit {
+  int unit = 0;
+  std::string task;   // "17_4"
+  std::string reason; // a clause
+  double seconds = 0; // of the task
+};
+
 struct FarmJobState {
   int units = 0, done = 0, running = 0, failed = 0;
   bool finished = false;                       // the output is complete
@@ -21,7 +29,9 @@ struct FarmJobState {
   std::vector<std::pair<int, double>> slowest; // unit and seconds, at most five, the slowest first
   double seconds = 0;                          // of a unit in the mean; 0: unknown
   std::optional<double> secondsLeft;
-  std::uint64_t memory = 0; // the most that a unit took, bytes; 0: unknown
+  std::uint64_t memory = 0;     // the most that a unit took, bytes; 0: unknown
+  bool accounting = false;      // Slurm's accounting answered
+  std::vector<EndedUnit> ended; // units that are missing
 
   /// "done", "running", "waiting", "failed", "stopped".
   const char* word() const;

@@ -13,6 +13,7 @@
 #include "farm_registry.h"
 #include "farm_send.h"
 #include "frame_files.h"
+#include "frame_pictures.h"
 #include "interrupt.h"
 #include "job_folder.h"
 #include "messages.h"
@@ -43,12 +44,31 @@ std::string timeText() {
   return text;
 }
 
-/// Of the programs that render the units: those of a movie's frames do not know its quality.
-std::vector<std::string> unitOptions(const FarmSubmitOptions& options, JobKind kind) {
-  std::vector<std::string> list = options.units;
-  const auto isQuality = [](const std::string& option) { return option.starts_with("--quality="); };
-  if (kind != JobKind::pictures) std::erase_if(list, isQuality);
-  return list;
+bool isOne(const std::string& option, std::initializer_list<const char*> names) {
+  return std::any_of(names.begin(), names.end(), [&](const char* name) {
+    return option == name || option.starts_with(std::string(name) + "=");
+  });
+}
+
+/// Of the programs that render the units: those of a movie's frames do not know its quality, and films know
+/// nothing of the picture that they become.
+void chooseOptions(FarmJob& job, const FarmSubmitOptions& options) {
+  const bool films = job.isStill() || job.splitsFrames();
+  for (const std::string& option : options.units) {
+    const bool movies = job.kind == JobKind::movie && isOne(option, {"--quality"});
+    const bool pictures = isOne(option, {"--quality", "--view", "--exposure", "--half", "--compression"});
+    if (films && pictures && !movies)
+      job.closing.push_back(option);
+    else if (!movies)
+      job.options.push_back(option);
+  }
+  job.closing.insert(job.closing.end(), options.closing.begin(), options.closing.end());
+}
+
+/// Stamps are drawn into a picture when it is rendered, and the samples of a part or tile are even.
+void refuseForFilms(const FarmSubmitOptions& options) {
+  if (options.run.stamps)
+    throw Stop(ExitCode::wrongUse, "--stamps has no effect on a split picture; leave it out");
 }
 
 /// Checks the options before any work begins.
@@ -60,30 +80,33 @@ FarmJob describe(const FarmSubmitOptions& options) {
   job.created = timeText();
   std::error_code failed;
   job.scene = fs::absolute(options.run.scene, failed).lexically_normal().string();
-  if (options.parts > 0) {
-    job.kind = JobKind::parts;
+  if (options.isStill()) {
+    job.kind = options.parts > 0 ? JobKind::parts : JobKind::tiles;
     job.parts = options.parts;
-    if (!holdsLight(options.run.output))
-      throw Stop(ExitCode::wrongUse, options.run.output + " holds no light; parts of samples become an exr");
-    if (options.run.view.given() || options.run.stamps)
-      throw Stop(ExitCode::wrongUse,
-                 "--view, --exposure, --lens and --stamps have no effect on an exr, which holds "
-                 "the light itself; leave them out");
+    if (options.tiles) job.columns = options.tiles->columns, job.rows = options.tiles->rows;
+    PictureOptions how = framePictureOptions(options.run);
+    how.resumable =
+        std::find(options.closing.begin(), options.closing.end(), "--resumable") != options.closing.end();
+    checkPictureFile(options.run.output, how);
+    if (options.run.view.given() && holdsLight(options.run.output))
+      throw Stop(ExitCode::wrongUse, "--view and --exposure have no effect on an exr, which holds the light "
+                                     "itself; leave them out");
     job.output = fs::absolute(options.run.output, failed).lexically_normal().string();
   } else {
     const AnimationTarget target = animationTarget(options.run.output, options.run.format);
     job.kind = target.movie() ? JobKind::movie : JobKind::pictures;
     job.output = target.file.GetString().GetUTF8();
     job.format = target.format;
-    job.from = options.run.frames.from, job.to = options.run.frames.to, job.step = options.run.frames.step;
+    checkFramePictures(options.run, target);
+    job.parts = options.parts;
   }
   job.wishes = options.wishes;
   job.program =
       options.program.empty() ? host::platform::programPath().GetString().GetUTF8() : options.program;
-  job.chunk = job.kind == JobKind::parts ? 1 : options.chunk;
+  job.chunk = job.isStill() ? 1 : options.chunk;
   job.quality = options.run.quality.value_or(0);
-  job.options = unitOptions(options, job.kind);
-  job.closing = options.closing;
+  chooseOptions(job, options);
+  if (options.parts > 0 || options.tiles) refuseForFilms(options);
   requireWritable(Filename(String(job.output)), job.kind == JobKind::movie ? "the movie" : "the picture");
   return job;
 }
@@ -117,6 +140,18 @@ std::vector<std::byte> packScene(const Scene& scene, const FarmSubmitOptions& op
   return bytes;
 }
 
+constexpr std::size_t mostUnits = 1'000'000; // as a job's file takes them
+
+void setFrames(FarmJob& job, std::vector<LONG> frames) {
+  const std::vector<FrameRange> ranges = joinFrames(frames);
+  job.from = ranges.front().from, job.to = ranges.back().to, job.step = ranges.front().step;
+  const std::size_t units = frames.size() * static_cast<std::size_t>(std::max<LONG>(1, job.parts));
+  if (units > mostUnits)
+    throw Stop(ExitCode::wrongUse, std::to_string(units) + " parts are too many for a job, which has at most " +
+                                       std::to_string(mostUnits) + "; submit fewer frames or parts");
+  if (ranges.size() > 1) job.step = 1, job.frames = std::move(frames);
+}
+
 /// The job's facts that the scene decides, with the same checks as a render here.
 void fillFromScene(FarmJob& job, BaseDocument& document, const FarmSubmitOptions& options) {
   lmSettings settings;
@@ -128,6 +163,8 @@ void fillFromScene(FarmJob& job, BaseDocument& document, const FarmSubmitOptions
   setView(document, options.run.view);
   if (options.parts > 0) setPart(document, {1, options.parts});
   const PixelSize size = pictureSize(options.run.size, document, settings);
+  if (options.frames) setFrames(job, framesOf(options.run.frames, sceneFrames(document)));
+  if (options.tiles) setTile(document, {1, *options.tiles}, size);
   job.width = size.width, job.height = size.height;
   job.fps = document.GetFps();
 }
@@ -135,8 +172,11 @@ void fillFromScene(FarmJob& job, BaseDocument& document, const FarmSubmitOptions
 /// Refuses a disk that the units cannot fit on: uncompressed, as their programs may write them.
 void checkSpace(const FarmJob& job, std::uint64_t scene) {
   const std::uint64_t pixels = static_cast<std::uint64_t>(job.width) * static_cast<std::uint64_t>(job.height);
-  const std::uint64_t unit = pixels * (job.kind == JobKind::parts ? 100 : 4);
-  const std::uint64_t all = scene + unit * static_cast<std::uint64_t>(job.unitCount());
+  const bool films = job.kind == JobKind::parts || job.splitsFrames();
+  const std::uint64_t unit = pixels * (films ? 100 : job.format == hostPictures ? 16 : 4);
+  const std::uint64_t units =
+      job.kind == JobKind::tiles ? 8 : static_cast<std::uint64_t>(job.unitCount()); // floats, and the picture
+  const std::uint64_t all = scene + unit * units;
   std::error_code failed;
   const fs::space_info space = fs::space(fs::path(job.output).parent_path(), failed);
   if (failed || space.available >= all) return;
@@ -175,6 +215,15 @@ void fillFolder(const JobFolder& folder, FarmJob& job, const std::vector<std::by
   if (!folder.writeJob(job, error)) throw Stop(ExitCode::outputNotWritable, error);
 }
 
+/// "shot.####.exr" is "shot.frames.exr".
+std::string withoutMarks(std::string name) {
+  const auto last = name.rfind('#');
+  if (last == name.npos) return name;
+  const auto before = name.find_last_not_of('#', last);
+  const std::size_t first = before == name.npos ? 0 : before + 1;
+  return name.replace(first, last + 1 - first, "frames");
+}
+
 std::vector<int> allUnits(const FarmJob& job) {
   std::vector<int> units(static_cast<std::size_t>(job.unitCount()));
   std::iota(units.begin(), units.end(), 0);
@@ -187,10 +236,8 @@ ExitCode runFarmSubmit(const FarmSubmitOptions& options) {
   FarmJob job = describe(options);
   checkExisting(job, options.run.overwrite);
   std::error_code failed;
-  const std::string place = options.folder.empty() ? job.output + ".farm" : options.folder;
+  const std::string place = options.folder.empty() ? withoutMarks(job.output) + ".farm" : options.folder;
   const JobFolder folder(fs::absolute(place, failed).lexically_normal().string());
-  const FarmTasks tasks = host::farm::planTasks(allUnits(job), job.chunk);
-
   checkName(folder.path());
   checkName(job.output);
   Messages messages(options.run.quiet);
@@ -199,6 +246,7 @@ ExitCode runFarmSubmit(const FarmSubmitOptions& options) {
   const Scene scene = loadScene(options.run.scene, messages);
   const std::vector<std::byte> packed = packScene(scene, options);
   fillFromScene(job, *scene.document, options);
+  const FarmTasks tasks = host::farm::planTasks(allUnits(job), job.chunk);
   checkSpace(job, packed.size());
   if (interrupted()) throw Stop(ExitCode::cancelled, "cancelled; nothing was submitted");
   if (options.dryRun) {
@@ -219,8 +267,8 @@ ExitCode runFarmSubmit(const FarmSubmitOptions& options) {
   }
   const SentJobs sent = sendJobs(folder, job, tasks);
   std::printf("%s\n", sent.array.c_str());
-  messages.note("lumenara: " + std::to_string(job.unitCount()) +
-                (job.kind == JobKind::parts ? " parts" : " frames") + " in " + std::to_string(tasks.size()) +
+  messages.note("lumenara: " + std::to_string(job.unitCount()) + " " + job.unitWord() +
+                (job.unitCount() == 1 ? "" : "s") + " in " + std::to_string(tasks.size()) +
                 (tasks.size() == 1 ? " task" : " tasks") + " were submitted as job " + sent.array +
                 "; its folder is " + folder.path());
   return ExitCode::done;

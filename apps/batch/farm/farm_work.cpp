@@ -1,15 +1,14 @@
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <functional>
-#include <thread>
 
 #include "commands.h"
 #include "content_hash.h"
 #include "farm_finish.h"
+#include "frame_join.h"
 #include "interrupt.h"
 #include "job_folder.h"
+#include "patience.h"
 #include "read_file.h"
 #include "unit_run.h"
 
@@ -18,24 +17,18 @@ namespace {
 
 using host::farm::FarmJob;
 using host::farm::JobFolder;
-using host::farm::Submission;
 
 /// Shared file systems show a file of another machine some time after it was written.
 constexpr int patienceSeconds = 60;
 
-/// Tries until there is a value, or the patience is at its end.
-template <class Value>
-std::optional<Value> patiently(const std::function<std::optional<Value>()>& look) {
-  const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(patienceSeconds);
-  while (true) {
-    if (auto value = look()) return value;
-    if (interrupted() || std::chrono::steady_clock::now() > limit) return std::nullopt;
-    std::this_thread::sleep_for(std::chrono::milliseconds(100));
-  }
+host::farm::Patience patience() {
+  host::farm::Patience patience;
+  patience.seconds = patienceSeconds, patience.stopped = interrupted;
+  return patience;
 }
 
 FarmJob openJob(const JobFolder& folder) {
-  if (auto job = patiently<FarmJob>([&] { return folder.readJob(); })) return *job;
+  if (auto job = host::farm::lookPatiently(patience(), [&] { return folder.readJob(); })) return *job;
   throw Stop(ExitCode::sceneUnreadable, folder.path() +
                                             " is not the folder of a job, or this machine does not see "
                                             "it; use a file system that all machines share");
@@ -76,9 +69,9 @@ std::vector<int> claimed(const host::farm::UnitStates& states, const std::vector
   return mine;
 }
 
-/// The longest start of the list whose units have one distance; parts stand alone.
+/// The longest start of the list whose units have one distance; parts and tiles stand alone.
 std::vector<int> nextRun(const FarmJob& job, const std::vector<int>& units) {
-  if (job.kind == host::farm::JobKind::parts) return {units.front()};
+  if (job.isStill() || job.splitsFrames()) return {units.front()};
   std::size_t count = std::min<std::size_t>(2, units.size());
   while (count < units.size() && units[count] - units[count - 1] == units[1] - units[0])
     ++count;
@@ -95,7 +88,10 @@ void doUnits(const JobFolder& folder, const FarmJob& job, const std::vector<int>
     while (!interrupted()) {
       const std::vector<int> mine = claimed(states, units, granted, failed);
       if (mine.empty()) break;
-      run.render(nextRun(job, mine));
+      const std::vector<int> next = nextRun(job, mine);
+      run.render(next);
+      if (job.splitsFrames() && !interrupted())
+        FrameJoin(folder, job, granted).joinReady(job.frameIndexOf(next[0]));
       failed.insert(run.failed().begin(), run.failed().end());
       for (const int unit : mine)
         states.release(unit, granted.me);
@@ -124,14 +120,13 @@ ExitCode runFarmWork(const FarmWorkOptions& options) {
   const JobFolder folder(std::filesystem::absolute(options.folder, failed).lexically_normal().string());
   const FarmJob job = openJob(folder);
   if (options.closing) return finishJob(folder, job);
-  const auto submission = patiently<Submission>([&] {
+  const auto submission = host::farm::lookPatiently(patience(), [&] {
     return folder.readSubmission(options.submission > 0 ? options.submission : folder.lastSubmission(), job);
   });
   if (!submission)
     throw Stop(ExitCode::sceneUnreadable, folder.path() + " has no such submission; submit the job again");
   const int task = taskNumber(options, submission->tasks.size());
-  const auto whole =
-      patiently<bool>([&] { return isWhole(folder, job) ? std::optional(true) : std::nullopt; });
+  const bool whole = host::farm::lookPatiently(patience(), [&] { return isWhole(folder, job); });
   if (interrupted()) throw Stop(ExitCode::cancelled, "cancelled before the first unit");
   if (!whole)
     throw Stop(ExitCode::sceneUnreadable, "the packed scene " + folder.sceneFile(job) +

@@ -11,6 +11,7 @@
 #include <thread>
 
 #include "command_run.h"
+#include "frame_files.h"
 #include "interrupt.h"
 #include "platform.h"
 #include "read_file.h"
@@ -83,7 +84,7 @@ UnitRun::~UnitRun() {
 }
 
 std::string UnitRun::workFile(int unit) const {
-  if (job_.kind == JobKind::parts) return place_ + "/part.exr";
+  if (job_.isStill() || job_.splitsFrames()) return place_ + "/part.exr";
   const std::string base = job_.kind == JobKind::movie ? "f.tif" : fs::path(job_.output).filename().string();
   return place_ + "/" + JobFolder::frameName(base, job_.numberOf(unit));
 }
@@ -92,25 +93,34 @@ std::vector<std::string> UnitRun::arguments(const std::vector<int>& units) const
   const std::string scene = folder_.sceneFile(job_);
   const std::string program = host::platform::programPath().GetString().GetUTF8();
   std::vector<std::string> list;
-  if (job_.kind == JobKind::parts) {
+  if (job_.isStill()) {
+    const std::string number = std::to_string(job_.numberOf(units.front())) + "/";
     list = {program,
             "render",
             scene,
             "-o",
             workFile(units.front()),
-            "--part=" + std::to_string(job_.numberOf(units.front())) + "/" + std::to_string(job_.parts)};
-  } else {
-    const LONG first = job_.numberOf(units.front()), last = job_.numberOf(units.back());
-    const LONG step = units.size() > 1 ? job_.numberOf(units[1]) - first : 1;
-    const std::string base =
-        job_.kind == JobKind::movie ? "f.tif" : fs::path(job_.output).filename().string();
+            job_.kind == JobKind::parts
+                ? "--part=" + number + std::to_string(job_.parts)
+                : "--tile=" + number + std::to_string(job_.columns) + "x" + std::to_string(job_.rows)};
+  } else if (job_.splitsFrames()) {
+    const int unit = units.front();
     list = {program,
-            "animate",
+            "render",
             scene,
             "-o",
-            place_ + "/" + base,
-            "--frames=" + std::to_string(first) + ":" + std::to_string(last) + ":" + std::to_string(step)};
-    if (job_.kind == JobKind::pictures) list.push_back("--format=" + std::to_string(job_.format));
+            workFile(unit),
+            "--frame=" + std::to_string(job_.numberOf(unit)),
+            "--part=" + std::to_string(job_.partOf(unit)) + "/" + std::to_string(job_.parts)};
+  } else {
+    std::vector<LONG> frames;
+    for (const int unit : units)
+      frames.push_back(job_.numberOf(unit));
+    const std::string base =
+        job_.kind == JobKind::movie ? "f.tif" : fs::path(job_.output).filename().string();
+    list = {program, "animate", scene, "-o", place_ + "/" + base, "--frames=" + textOf(joinFrames(frames))};
+    if (job_.kind == JobKind::pictures && job_.format != hostPictures)
+      list.push_back("--format=" + std::to_string(job_.format));
   }
   list.insert(list.end(), {"--home", place_ + "/home", "--quiet"});
   if (granted_.threads > 0) list.push_back("--threads=" + std::to_string(granted_.threads));

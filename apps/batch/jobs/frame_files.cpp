@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "atomic_file.h"
+#include "job_folder.h"
 #include "lm_thread.h"
 #include "picture_decode.h"
 #include "picture_formats.h"
@@ -43,7 +44,8 @@ LONG formatOf(const Filename& file) {
   throw Stop(ExitCode::wrongUse,
              file.GetString().GetUTF8() +
                  (suffix.empty() ? " has no suffix" : " has the unknown suffix " + suffix) +
-                 "; animations are written as mov or avi movies, or as bmp, tif, jpg, psd or b3d pictures");
+                 "; animations are written as mov or avi movies, or as bmp, tif, jpg, psd, b3d, exr, png or "
+                 "webp pictures");
 }
 
 /// The thread writes every number below 4 as AVI, too.
@@ -64,12 +66,26 @@ Filename absoluteFile(const Filename& file) {
 /// Whether a file of the target's folder is the picture of one of its frames, "shot0012.tif".
 bool isFrameName(const AnimationTarget& target, std::string_view name) {
   const fs::path file(target.file.GetString().GetUTF8());
-  const std::string start = file.stem().string(), suffix = file.extension().string();
+  std::string start = file.stem().string(), suffix = file.extension().string();
+  if (const auto mark = start.rfind('#'); mark != start.npos) {
+    suffix = start.substr(mark + 1) + suffix;
+    start.resize(start.find_last_not_of('#', mark) + 1); // npos + 1 is 0
+  }
   if (!name.starts_with(start)) return false;
   name.remove_prefix(start.size());
   if (!name.ends_with(suffix)) return false;
   name.remove_suffix(suffix.size());
   return !name.empty() && name.find_first_not_of("0123456789") == name.npos;
+}
+
+/// Pictures that the render thread cannot write, or not under this name.
+bool isHostsFormat(const Filename& file, bool marked) {
+  const host::PictureFileFormat* format = host::formatOfSuffix(file.GetSuffix().GetUTF8());
+  if (!format || format->filter == 0) return false;
+  const bool threads = std::any_of(std::begin(formats), std::end(formats), [&](const FrameFormat& known) {
+    return !known.movie && known.filter == format->filter;
+  });
+  return marked || !threads;
 }
 
 using Bytes = std::span<const std::byte>;
@@ -89,6 +105,16 @@ Bytes mergedPicture(Bytes archive) {
 AnimationTarget animationTarget(const std::string& output, std::optional<LONG> format) {
   AnimationTarget target;
   target.file = absoluteFile(Filename(String(output)));
+  const bool marked = fs::path(output).stem().string().find('#') != std::string::npos;
+  if (marked && format)
+    throw Stop(ExitCode::wrongUse, "--format has no effect on " + output + "; its suffix is the format");
+  if (!format && isHostsFormat(target.file, marked)) {
+    target.format = hostPictures;
+    return target;
+  }
+  if (marked)
+    throw Stop(ExitCode::wrongUse, output + " is no picture, so it has no place for a frame's number; leave "
+                                            "out the #, or write pictures as shot.####.exr");
   target.format = format ? *format : formatOf(Filename(String(output)));
   target.file.SetSuffix(suffixOf(target.format));
   return target;
@@ -96,6 +122,9 @@ AnimationTarget animationTarget(const std::string& output, std::optional<LONG> f
 
 Filename frameFile(const AnimationTarget& target, LONG frame) {
   constexpr LONG digits = 4;
+  if (target.byHost())
+    return target.file.GetDirectory() +
+           Filename(String(host::farm::JobFolder::frameName(target.file.GetString().GetUTF8(), frame)));
   return FileFromFrameOut(target.file, frame, digits);
 }
 

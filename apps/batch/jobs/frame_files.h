@@ -9,10 +9,15 @@
 
 namespace batch {
 
+/// Formats that the render thread does not know, and names with "####" for the frame's number.
+inline constexpr LONG hostPictures = 11;
+
 struct AnimationTarget {
   Filename file;   // absolute: the movie, or the base name of the pictures, with the format's suffix
-  LONG format = 0; // number of the render thread, 0 to 10
+  LONG format = 0; // number of the render thread, 0 to 10, or hostPictures
   bool movie() const { return format < 6; }
+  /// The host saves each picture by its suffix, else the render thread does.
+  bool byHost() const { return format == hostPictures; }
 };
 
 /// The target that `output` names. `format` wins over the suffix and replaces it. Throws `Stop` (wrong use)

@@ -1,6 +1,7 @@
-// Ranges of frames with a step.
+// Frames: ranges with a step, and lists of them.
 #pragma once
 
+#include <string>
 #include <vector>
 
 #include "c4d_types.h"
@@ -15,6 +16,11 @@ struct FrameRange {
   LONG from = 0, to = 0, step = 1; // 0 <= from <= to <= lastFrameNumber, step at least 1
 };
 
+/// Frames as they are typed: "0:89", "1,5,10:20:2", "all".
+struct FrameList {
+  std::vector<FrameRange> ranges; // as typed, at most 1000; empty: all of the scene's
+};
+
 /// At least 1.
 LONG frameCount(const FrameRange& range);
 
@@ -22,8 +28,12 @@ LONG frameCount(const FrameRange& range);
 LONG framesBefore(const FrameRange& range, LONG frame);
 
 std::vector<LONG> framesOf(const FrameRange& range);
+/// Rising, each once. `all`: for a list without ranges.
+std::vector<LONG> framesOf(const FrameList& list, const FrameRange& all);
 
-/// The fewest ranges of this step that hold exactly these frames. `frames` is in ascending order.
-std::vector<FrameRange> joinFrames(const std::vector<LONG>& frames, LONG step);
+/// Few ranges that hold exactly these frames, one after the other. `frames` rises.
+std::vector<FrameRange> joinFrames(const std::vector<LONG>& frames);
+/// "0:89,95,100:120:2", as joinFrames makes them.
+std::string textOf(const std::vector<FrameRange>& ranges);
 
 } // namespace batch

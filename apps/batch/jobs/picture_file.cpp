@@ -2,11 +2,13 @@
 
 #include "exit_code.h"
 #include "failures.h"
+#include "film.h"
 #include "format_list.h"
 #include "output_file.h"
 #include "picture_formats.h"
 #include "picture_origin.h"
 #include "platform.h"
+#include "viewed_bitmap.h"
 
 namespace batch {
 namespace {
@@ -59,6 +61,17 @@ void savePicture(const BaseBitmap& bitmap, const std::string& file, const Pictur
   throw Stop(ExitCode::outputNotWritable,
              failures.empty() ? "the picture " + file + " was not written; choose another place"
                               : failures.front().sentence);
+}
+
+void savePicture(const BaseBitmap& bitmap, const host::LensSettings& lens, const std::string& file,
+                 PictureOptions options) {
+  const std::shared_ptr<const host::Film> film = host::filmOf(bitmap);
+  if (!lens.any() || !film || holdsLight(file)) return savePicture(bitmap, file, options);
+  AutoAlloc<BaseBitmap> shown;
+  if (!shown || !host::viewedCopy(bitmap, *film->view(), false, *shown, {{}, lens}))
+    throw Stop(ExitCode::renderFailed, "there is not enough memory for the lens; choose a smaller --size");
+  options.rendered = &bitmap;
+  savePicture(*shown, file, options);
 }
 
 } // namespace batch

@@ -6,6 +6,7 @@
 
 #include "c4d_bitmap.h"
 #include "c4d_filename.h"
+#include "lens_settings.h"
 
 namespace batch {
 
@@ -31,5 +32,8 @@ bool holdsLight(const std::string& file);
 /// Saves the bitmap in the format of the suffix, with a note where it comes from. Throws `Stop` (output not
 /// writable, or as above). Main thread.
 void savePicture(const BaseBitmap& bitmap, const std::string& file, const PictureOptions& options = {});
+/// Likewise; formats that hold no light get the lens effects. `Stop` also for want of memory (render failed).
+void savePicture(const BaseBitmap& bitmap, const host::LensSettings& lens, const std::string& file,
+                 PictureOptions options);
 
 } // namespace batch

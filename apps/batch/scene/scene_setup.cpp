@@ -4,6 +4,7 @@
 #include <map>
 
 #include "c4d_render.h"
+#include "layer_table.h"
 #include "lens_setting.h"
 #include "lm_keys.h"
 #include "render_settings.h"
@@ -171,6 +172,40 @@ void setPart(BaseDocument& document, const SamplePart& part) {
   setKeeping(document, host::render::SampleKeeping::keep);
 }
 
+host::render::TileFacts setTile(BaseDocument& document, const PictureTile& tile, PixelSize size) {
+  const TileGrid& grid = tile.grid;
+  if (grid.columns > size.width || grid.rows > size.height)
+    throw Stop(ExitCode::wrongUse, "a picture of " + std::to_string(size.width) + " x " +
+                                       std::to_string(size.height) + " pixels has no " +
+                                       std::to_string(grid.columns) + " x " + std::to_string(grid.rows) +
+                                       " tiles; use fewer");
+  const auto begin = [](LONG index, LONG count, LONG side) {
+    return static_cast<int>(static_cast<std::int64_t>(side) * index / count);
+  };
+  const LONG column = (tile.number - 1) % grid.columns, row = (tile.number - 1) / grid.columns;
+  host::render::TileFacts facts;
+  facts.tile = {begin(column, grid.columns, size.width), begin(row, grid.rows, size.height),
+                begin(column + 1, grid.columns, size.width) - 1, begin(row + 1, grid.rows, size.height) - 1};
+  facts.width = size.width, facts.height = size.height;
+  RenderData* data = document.GetActiveRenderData();
+  if (!data) return facts;
+  BaseContainer& values = *data->GetDataInstance();
+  facts.layers = static_cast<unsigned>(values.GetLong(host::render::layersSetting, 0)) & host::allLayers();
+  facts.denoise = static_cast<host::render::Denoising>(
+      std::clamp<LONG>(values.GetLong(host::render::denoiseSetting, 0), 0, 2));
+  const host::render::Region region = host::render::withMargin(facts.tile, size.width, size.height);
+  values.SetBool(RDATA_RENDERREGION, TRUE);
+  values.SetLong(RDATA_RENDERREGION_LEFT, region.left);
+  values.SetLong(RDATA_RENDERREGION_TOP, region.top);
+  values.SetLong(RDATA_RENDERREGION_RIGHT, region.right);
+  values.SetLong(RDATA_RENDERREGION_BOTTOM, region.bottom);
+  values.SetReal(RDATA_NOISETHRESHOLD, 0);
+  values.SetLong(host::render::spreadSetting, static_cast<LONG>(host::render::SampleSpread::evenly));
+  values.SetLong(host::render::denoiseSetting, 0);
+  setLayers(document, facts.renderedLayers());
+  return facts;
+}
+
 PixelSize renderSize(const BaseDocument& document) {
   const RenderData* data = document.GetActiveRenderData();
   if (!data) return {1280, 720};
@@ -179,6 +214,14 @@ PixelSize renderSize(const BaseDocument& document) {
   const bool usable =
       size.width >= 1 && size.height >= 1 && size.width <= largestSide && size.height <= largestSide;
   return usable ? size : PixelSize{1280, 720};
+}
+
+FrameRange sceneFrames(const BaseDocument& document) {
+  const LONG fps = document.GetFps();
+  const LONG from =
+      std::clamp<LONG>(document.GetMinTime().GetFrame(static_cast<Real>(fps)), 0, lastFrameNumber);
+  const LONG to = document.GetMaxTime().GetFrame(static_cast<Real>(fps));
+  return {from, std::clamp<LONG>(to, from, lastFrameNumber), 1};
 }
 
 PixelSize pictureSize(const std::optional<PixelSize>& wanted, const BaseDocument& document,

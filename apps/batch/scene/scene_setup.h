@@ -11,6 +11,7 @@
 #include "lens_settings.h"
 #include "lm_settings.h"
 #include "render_settings.h"
+#include "tile_join.h"
 #include "view_settings.h"
 
 namespace batch {
@@ -58,8 +59,16 @@ void setKeeping(BaseDocument& document, host::render::SampleKeeping keeping);
 /// Throws `Stop` (wrong use) when there are fewer samples than parts.
 void setPart(BaseDocument& document, const SamplePart& part);
 
+/// The active render settings render one tile of a picture of this size with its margin, with the same number
+/// of samples in every pixel, and leave what needs the whole picture to the join. The facts of the tile.
+/// Throws `Stop` (wrong use) when there are more columns or rows than pixels.
+host::render::TileFacts setTile(BaseDocument& document, const PictureTile& tile, PixelSize size);
+
 /// The size of the active render settings; 1280 x 720 where they have no usable one.
 PixelSize renderSize(const BaseDocument& document);
+
+/// The frames of the document, at most lastFrameNumber.
+FrameRange sceneFrames(const BaseDocument& document);
 
 /// The size of the next picture: `wanted`, else that of the active render settings, divided by the divisor in
 /// the settings.

@@ -35,15 +35,16 @@ void FilmLayer::get(std::size_t pixel, float* values) const noexcept {
     values[i] = from[i].load(std::memory_order_relaxed);
 }
 
-Film::Film(int width, int height)
-    : width_(width), height_(height),
-      color_(std::make_unique<std::atomic<float>[]>(static_cast<std::size_t>(width) *
-                                                    static_cast<std::size_t>(height) * 4)) {
-  assert(width > 0 && height > 0);
+Film::Film(int width, int height, const FilmWindow& window)
+    : width_(width), height_(height), window_(window),
+      color_(std::make_unique<std::atomic<float>[]>(pixelCount() * 4)) {
+  assert(window.left >= 0 && window.top >= 0 && window.width > 0 && window.height > 0);
+  assert(window.width <= width - window.left && window.height <= height - window.top);
 }
 
 void Film::setColor(int x, int y, const float rgba[4]) noexcept {
   assert(x >= 0 && x < width_ && y >= 0 && y < height_);
+  if (!holds(x, y)) return;
   std::atomic<float>* value = color_.get() + pixelAt(x, y) * 4;
   for (int i = 0; i < 4; ++i)
     value[i].store(rgba[i], std::memory_order_relaxed);
@@ -51,6 +52,10 @@ void Film::setColor(int x, int y, const float rgba[4]) noexcept {
 
 void Film::getColor(int x, int y, float rgba[4]) const noexcept {
   assert(x >= 0 && x < width_ && y >= 0 && y < height_);
+  if (!holds(x, y)) {
+    std::fill_n(rgba, 4, 0.0f);
+    return;
+  }
   const std::atomic<float>* value = color_.get() + pixelAt(x, y) * 4;
   for (int i = 0; i < 4; ++i)
     rgba[i] = value[i].load(std::memory_order_relaxed);
@@ -59,7 +64,8 @@ void Film::getColor(int x, int y, float rgba[4]) const noexcept {
 void Film::getShown(int x, int y, float rgba[4]) const noexcept {
   getColor(x, y, rgba);
   const FilmLayer* denoised = denoised_.load(std::memory_order_acquire);
-  if (denoised && showDenoised_.load(std::memory_order_relaxed)) denoised->get(pixelAt(x, y), rgba);
+  if (denoised && holds(x, y) && showDenoised_.load(std::memory_order_relaxed))
+    denoised->get(pixelAt(x, y), rgba);
 }
 
 void Film::getStraight(int x, int y, float rgba[4]) const noexcept {
@@ -85,7 +91,7 @@ FilmLayerPtr Film::addLayer(std::string_view name, std::string_view channels, bo
     known->setInternal(internal);
     return known;
   }
-  const std::size_t pixels = pixelAt(0, height_);
+  const std::size_t pixels = pixelCount();
   const std::lock_guard lock(guard_);
   FilmLayerPtr made;
   const auto removed = std::find_if(removed_.begin(), removed_.end(),

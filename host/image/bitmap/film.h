@@ -52,6 +52,11 @@ inline constexpr char sky[] = "sky"; // RGB: light of the sky that the camera se
                                      // no surface covers. Internal unless it was asked for
 } // namespace film_layers
 
+/// A section of a picture, inside it.
+struct FilmWindow {
+  int left = 0, top = 0, width = 0, height = 0;
+};
+
 /// The colour of a picture and named layers, all of one size. Any thread writes and reads.
 ///
 /// The colour has four channels: red, green, blue (linear, Rec. 709 primaries) and alpha (coverage by
@@ -60,11 +65,24 @@ inline constexpr char sky[] = "sky"; // RGB: light of the sky that the camera se
 /// light.
 class Film {
  public:
-  Film(int width, int height);
+  Film(int width, int height) : Film(width, height, {0, 0, width, height}) {}
+  /// Of a picture of this size, but holds and takes memory for the pixels of the window alone. Others read as
+  /// zero, and setting their colour does nothing.
+  Film(int width, int height, const FilmWindow& window);
   int width() const noexcept { return width_; }
   int height() const noexcept { return height_; }
+  bool holds(int x, int y) const noexcept {
+    return x >= window_.left && y >= window_.top && x - window_.left < window_.width &&
+           y - window_.top < window_.height;
+  }
+  /// The index of a pixel that it holds, in its layers.
   std::size_t pixelAt(int x, int y) const noexcept {
-    return static_cast<std::size_t>(y) * static_cast<std::size_t>(width_) + static_cast<std::size_t>(x);
+    return static_cast<std::size_t>(y - window_.top) * static_cast<std::size_t>(window_.width) +
+           static_cast<std::size_t>(x - window_.left);
+  }
+  /// Of the pixels that it holds.
+  std::size_t pixelCount() const noexcept {
+    return static_cast<std::size_t>(window_.width) * static_cast<std::size_t>(window_.height);
   }
 
   /// The colour as it was rendered, noise included. Inside the film only, as all that follows.
@@ -114,6 +132,7 @@ class Film {
 
  private:
   int width_, height_;
+  FilmWindow window_;
   std::unique_ptr<std::atomic<float>[]> color_;
   std::atomic<bool> showDenoised_{true};
   // The two layers that single pixels are read from: never freed before the film once they were made.

@@ -130,7 +130,7 @@ class PartReader {
       unique = (header.hasName() ? header.name() : std::string("part")) + "." + name;
     for (int i = 2; film_.findLayer(unique); ++i)
       unique = name + " " + std::to_string(i);
-    const std::size_t pixels = film_.pixelAt(0, film_.height());
+    const std::size_t pixels = film_.pixelCount();
     if (!fitsMemory(pixels * channels.size() * sizeof(float))) throw std::bad_alloc();
     const FilmLayerPtr layer = film_.addLayer(unique, letters);
     const bool colors = toRec709_ && holdsColors(name, letters, matteNames_);

@@ -104,7 +104,7 @@ Channels layerChannels(const Film& film, const std::string& name, const std::str
   Channels made;
   for (const char letter : letters)
     made.names.push_back(name + "." + letter);
-  const std::size_t pixels = film.pixelAt(0, film.height()), count = letters.size();
+  const std::size_t pixels = film.pixelCount(), count = letters.size();
   made.floats.resize(pixels * count);
   for (std::size_t pixel = 0; pixel < pixels; ++pixel)
     get(pixel, &made.floats[pixel * count]);

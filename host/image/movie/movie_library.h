@@ -13,6 +13,9 @@ extern "C" void* lumenara_part_ffmpeg();
 
 namespace host {
 
+/// Where the part is missing. It may be a package of its own.
+inline constexpr const char* moviePartAdvice = "Install the package lumenara-movie, or the program again.";
+
 /// A movie that could not be started or continued; the text is a clause that follows the file's name.
 struct MovieError : std::runtime_error {
   MovieError(IMAGERESULT code, const std::string& clause) : std::runtime_error(clause), result(code) {}

@@ -72,7 +72,8 @@ IMAGERESULT guarded(const Filename& name, Step step) {
       host::recordMovieFailure(name, error.what());
       return error.result;
     } catch (const host::PartError& error) {
-      host::recordMovieFailure(name, std::string("was not written: ") + error.what() + ". " + error.advice);
+      host::recordMovieFailure(name, std::string("was not written: ") + error.what() + ". " +
+                                         host::moviePartAdvice);
       return IMAGERESULT_MISC_ERROR;
     } catch (const std::bad_alloc&) {
       host::recordMovieFailure(name, "was not written: not enough memory. Use a smaller picture.");
@@ -151,7 +152,7 @@ Bool MovieSaver::Choose(LONG format, BaseContainer& options) {
   try {
     if (host::movieCodecs(format).empty()) return FALSE;
   } catch (const host::PartError& error) {
-    host::printLine(String("Movies have no options: ") + error.what() + ". " + error.advice);
+    host::printLine(String("Movies have no options: ") + error.what() + ". " + host::moviePartAdvice);
     return FALSE;
   }
   BaseContainer edited = options;
