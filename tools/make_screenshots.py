@@ -24,16 +24,18 @@ from studio_driver import Display, Studio, require_tools, wait_for  # noqa: E402
 DIALOG, OPTIMIZATIONS, REFRESH = "dialog-1021442-0", "dialog-1021446-0", "gadget-1109"
 SIZE = (1500, 940)
 SAMPLES = 64  # a pixel; enough for pictures of this size
+LAYERS = 31 | 32768 | 65536  # albedo, normal, depth, object, material; noise; light groups
 
 
-def scene_with_samples(folder):
-    """The demo scene, rendered with fewer samples, so that the pictures come soon."""
+def scene_with_samples(folder, layers=0):
+    """The demo scene, rendered with fewer samples, so that the pictures come soon, and with layers (setting 7104)."""
     data = (ROOT / "scenes" / "demo.glb").read_bytes()
     length = struct.unpack_from("<I", data, 12)[0]
     document = json.loads(data[20:20 + length])
     own = (document.get("extras") or document["scenes"][0]["extras"])["lumenara"]
     for settings in own["renderData"]:
-        settings["container"] = [[key, kind, SAMPLES if key == 7100 else value] for key, kind, value in settings["container"]]
+        settings["container"] = [[key, kind, SAMPLES if key == 7100 else value] for key, kind, value in settings["container"]
+                                 if key != 7104] + [[7104, "long", layers]]
     text = json.dumps(document).encode()
     text += b" " * (-len(text) % 4)
     rest = data[20 + length:]
@@ -199,6 +201,78 @@ class Photographer:
         self.away()
         self.save(self.studio.get(name="frameBuffer")["place"], self.manual("frame-buffer"))
 
+    def desk(self):
+        """The Frame Buffer's panels on a render with layers: pixel, scopes, lens effects, noise, isolated objects, errors."""
+        self.scene = scene_with_samples(pathlib.Path(self.folder.name), LAYERS)
+        self.start(viewer=False)
+        self.studio.menu("Render", "Render to Frame Buffer")
+        self.rendered()
+        canvas = self.studio.get(name="pictureCanvas")["place"]
+        self.studio.key("asterisk", "p")
+        self.pause("probeTree")
+        canvas = self.studio.get(name="pictureCanvas")["place"]
+        self.display.tool("mousemove", canvas[0] + canvas[2] * 11 // 20, canvas[1] + canvas[3] * 11 // 20)
+        time.sleep(1)
+        self.save_frame("pixel")
+        self.studio.key("p")
+        for key, panel, name in (("ctrl+1", "scopesPanel", "scopes"), ("ctrl+3", "lensPanel", "lens")):
+            self.studio.key(key)
+            self.pause(panel)
+            if name == "lens":
+                self.studio.click(name="lensBloom")
+                self.studio.click(name="lensGlare")
+                time.sleep(3)
+                self.away()
+            self.save_frame(name)
+            if name == "lens":
+                self.studio.click(name="lensBloom")
+                self.studio.click(name="lensGlare")
+                self.studio.click(name="pictureSize")
+            self.studio.key(key)
+        self.choose_layer("Noise")
+        self.save_frame("noise")
+        self.choose_layer("Picture")
+        self.studio.click(thing=next(row for row in self.studio.things() if row["class"] == "row" and row["text"] == "Brass ring"))
+        self.studio.menu("Window", "Frame Buffer")
+        self.studio.click(name="pictureSize")
+        self.studio.key("i")
+        self.studio.key("shift+r")
+        self.rendered()
+        self.save_frame("isolated")
+        self.studio.key("i", "shift+b")
+        rows = [row for row in self.studio.things() if row["class"] == "row" and row["name"] == "filmstripList"]
+        self.studio.click(thing=rows[-1])
+        self.studio.click(name="pictureSize")
+        self.studio.key("shift+a", "ctrl+4", "w")
+        self.pause("comparePanel")
+        self.studio.click(name="compareMode")
+        self.studio.key("End", "Return")
+        time.sleep(6)
+        self.save_frame("heat-map")
+
+    def rendered(self):
+        self.studio.get(name="frameBuffer", seconds=30)
+        time.sleep(4)
+        wait_for("the end of the render", lambda: not self.studio.find(name="renderStop"), 400, 0.5)
+        self.studio.click(name="pictureSize")
+        time.sleep(2)
+
+    def pause(self, name):
+        self.studio.standing(name=name)
+        time.sleep(1)
+        self.away()
+
+    def choose_layer(self, text):
+        self.studio.click(name="layerChoice")
+        self.studio.click(thing=next(row for row in self.studio.things()
+                                     if row["class"] == "row" and row["name"] == "layerList" and row["text"].strip() == text))
+        self.studio.click(name="pictureSize")
+        time.sleep(1)
+        self.away()
+
+    def save_frame(self, name):
+        self.save(self.studio.get(name="frameBuffer")["place"], self.manual(name))
+
     def shading(self):
         """The shadings beside each other, as the batch program renders them."""
         tiles = []
@@ -266,10 +340,10 @@ def main():
     parser = argparse.ArgumentParser(description="Takes the screenshots of the README and the manual.")
     parser.add_argument("--studio", type=pathlib.Path, default=ROOT / "build" / "release" / "bin" / "lumenara-studio")
     parser.add_argument("--batch", type=pathlib.Path, default=ROOT / "build" / "release" / "bin" / "lumenara")
-    parser.add_argument("names", nargs="*", help="idle render light region compare pictures shading dialogs")
+    parser.add_argument("names", nargs="*", help="idle render light region compare pictures desk shading dialogs")
     options = parser.parse_args()
     require_tools()
-    for name in options.names or ("idle", "render", "compare", "region", "pictures", "shading", "dialogs", "light"):
+    for name in options.names or ("idle", "render", "compare", "region", "pictures", "desk", "shading", "dialogs", "light"):
         photographer = Photographer(options)
         try:
             getattr(photographer, name)()
