@@ -38,7 +38,8 @@ TEST_F(FramePictures, EverySuffixAndPlaceOfTheNumber) {
 TEST_F(FramePictures, ExrOptionsCount) {
   animate("a.exr", "1", {"--quiet", "--layers", "depth,normal", "--compression", "none"});
   animate("b.exr", "1", {"--quiet", "--layers", "depth,normal", "--compression", "none", "--half"});
-  EXPECT_LT(fs::file_size(out("b0001.exr")), fs::file_size(out("a0001.exr")) * 3 / 4);
+  EXPECT_LT(fs::file_size(out("b0001.exr")), fs::file_size(out("a0001.exr")) - 18000)
+      << "three colours of 64 x 48 pixels take two bytes less each; numbers stay";
   const Arguments layers{"--layers", "depth,normal"};
   EXPECT_EQ(readPicture(out("a0001.exr")).pixels, rendered("exr", 1, layers).pixels);
 }

@@ -203,7 +203,7 @@ TEST_F(FarmCommand, AFullDiskFailsFramesWithTheirReason) {
   EXPECT_EQ(outcome.code, 5) << outcome.err;
   EXPECT_NE(outcome.err.find("frame 0 is not done"), std::string::npos) << outcome.err;
   EXPECT_FALSE(fs::exists(folder / "shot0000.bmp"));
-  const auto failed = status();
+  const auto failed = nlohmann::json::parse(farm({"status", "--json"}, 5).out);
   EXPECT_EQ(failed["failed"], 2);
   EXPECT_EQ(failed["done"], 0);
   EXPECT_NE(failed["failures"][0]["reason"].get<std::string>().find("shot0000.bmp"), std::string::npos)

@@ -34,6 +34,11 @@ AnimationTarget checkTarget(const AnimateOptions& options) {
                                        " is a movie; render it anew, or render pictures such as shot.tif");
   }
   checkFramePictures(options, target);
+  // All frames of a scene have one distance.
+  const std::vector<FrameRange> ranges = joinFrames(framesOf(options.frames, {}));
+  if (target.movie() && ranges.size() > 1)
+    throw Stop(ExitCode::wrongUse,
+               "a movie has frames at one distance, as 0:89 or 0:89:2; write pictures of " + textOf(ranges));
   if (target.movie()) {
     requireWritable(target.file, "the movie");
   } else {
@@ -185,10 +190,6 @@ ExitCode animateScene(const AnimateOptions& options, const AnimationTarget& targ
 
   std::vector<LONG> frames = framesOf(options.frames, sceneFrames(document));
   Run run{target, joinFrames(frames), {0, static_cast<LONG>(frames.size())}};
-  if (target.movie() && run.ranges.size() > 1)
-    throw Stop(ExitCode::wrongUse,
-               "a movie has frames at one distance, as 0:89 or 0:89:2; write pictures of " +
-                   textOf(run.ranges));
   if (options.resume) {
     removeAbandoned(target);
     frames = missingFrames(target, frames, size, messages);

@@ -85,8 +85,8 @@ FarmJob describe(const FarmSubmitOptions& options) {
     job.parts = options.parts;
     if (options.tiles) job.columns = options.tiles->columns, job.rows = options.tiles->rows;
     PictureOptions how = framePictureOptions(options.run);
-    how.resumable =
-        std::find(options.closing.begin(), options.closing.end(), "--resumable") != options.closing.end();
+    how.resumable = std::any_of(options.closing.begin(), options.closing.end(),
+                                [](const std::string& option) { return isOne(option, {"--resumable"}); });
     checkPictureFile(options.run.output, how);
     if (options.run.view.given() && holdsLight(options.run.output))
       throw Stop(ExitCode::wrongUse, "--view and --exposure have no effect on an exr, which holds the light "
@@ -147,7 +147,8 @@ void setFrames(FarmJob& job, std::vector<LONG> frames) {
   job.from = ranges.front().from, job.to = ranges.back().to, job.step = ranges.front().step;
   const std::size_t units = frames.size() * static_cast<std::size_t>(std::max<LONG>(1, job.parts));
   if (units > mostUnits)
-    throw Stop(ExitCode::wrongUse, std::to_string(units) + " parts are too many for a job, which has at most " +
+    throw Stop(ExitCode::wrongUse, std::to_string(units) +
+                                       " parts are too many for a job, which has at most " +
                                        std::to_string(mostUnits) + "; submit fewer frames or parts");
   if (ranges.size() > 1) job.step = 1, job.frames = std::move(frames);
 }
