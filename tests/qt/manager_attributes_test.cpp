@@ -103,7 +103,7 @@ TEST_F(ManagerAttributesTest, LightsShowUnitsTemperatureAndSwitches) {
   const DocumentPtr before = copy();
   type(field<NumberAttributeField>(AttributeId::lightTemperature).number(), "3200");
   EXPECT_EQ(attribute("lamp", AttributeId::lightTemperature).GetReal(), 3200);
-  field<BooleanAttributeField>(AttributeId::lightMuted).box().click();
+  field<SwitchAttributeField>(AttributeId::lightMuted).box().click();
   settle();
   EXPECT_TRUE(attribute("lamp", AttributeId::lightMuted).GetBool());
   EXPECT_FALSE(attribute("lamp", AttributeId::lightSolo).GetBool());
