@@ -3,6 +3,7 @@
 #include <unordered_map>
 
 #include "c4d_render.h"
+#include "light_source.h"
 
 namespace host::param {
 
@@ -70,7 +71,10 @@ void fillObjects(Table& table) {
       .integer(lightShadow, 2)
       .real(lightWidth, 1)
       .real(lightHeight, 1)
-      .text(lightGroup);
+      .text(lightGroup)
+      .real(lightTemperature, 0)
+      .flag(lightMuted, FALSE)
+      .flag(lightSolo, FALSE);
   Filler(table, NodeKind::object, Osky)
       .integer(skyKind, 1)
       .vector(skyColor, white)

@@ -180,6 +180,7 @@ TEST_F(MainCommands, SelectionCommandsNeedASelection) {
   window().commands().refresh();
   EXPECT_FALSE(action("edit.duplicate")->isEnabled());
   EXPECT_FALSE(action("edit.group")->isEnabled());
+  EXPECT_FALSE(action("edit.drop")->isEnabled());
   choose("edit.select-all");
   EXPECT_EQ(host::selectedObjects(document()).size(), 1u);
   choose("edit.group");

@@ -98,6 +98,21 @@ TEST_F(ManagerAttributesTest, TypedValuesReachTheDocument) {
   EXPECT_EQ(field<TextAttributeField>(AttributeId::name).edit().text(), QStringLiteral("lamp"));
 }
 
+TEST_F(ManagerAttributesTest, LightsShowUnitsTemperatureAndSwitches) {
+  select({id("lamp")});
+  const DocumentPtr before = copy();
+  type(field<NumberAttributeField>(AttributeId::lightTemperature).number(), "3200");
+  EXPECT_EQ(attribute("lamp", AttributeId::lightTemperature).GetReal(), 3200);
+  field<SwitchAttributeField>(AttributeId::lightMuted).box().click();
+  settle();
+  EXPECT_TRUE(attribute("lamp", AttributeId::lightMuted).GetBool());
+  EXPECT_FALSE(attribute("lamp", AttributeId::lightSolo).GetBool());
+  keepPicture(*manager, QStringLiteral("attributes-light"));
+  edits().undo();
+  edits().undo();
+  expectEqual(before);
+}
+
 TEST_F(ManagerAttributesTest, OpacityComesWithItsAlphaMode) {
   edits().apply("Select", [&](BaseDocument& in) { selectMaterial(in, material("red")); });
   settle();

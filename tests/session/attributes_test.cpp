@@ -2,6 +2,7 @@
 #include <cmath>
 #include <random>
 
+#include "light_source.h"
 #include "session_fixture.h"
 
 namespace {
@@ -55,6 +56,38 @@ TEST_F(AttributesTest, AnglesTurnAsDocumented) {
   pose.rotation = rotationOf({20, 30, 40});
   EXPECT_TRUE(
       near(matrixOf(pose) * Vector(1, 2, 3), matrixOf(h) * (matrixOf(p) * (matrixOf(b) * Vector(1, 2, 3)))));
+}
+
+TEST_F(AttributesTest, LightsSayTheirUnits) {
+  ObjectState* sun = makeObject(Olight);
+  sun->data.SetLong(param::lightKind, 2);
+  state().children.append(*sun);
+  const Identity lamp = id("lamp"), far = sun->identity;
+  const auto unitOf = [&](const std::vector<Identity>& lights, AttributeId id) {
+    const std::vector<Attribute> list = attributesOf(document(), lights);
+    const Attribute* attribute = find(list, id);
+    return std::string(attribute ? attribute->unit : "missing");
+  };
+  EXPECT_EQ(unitOf({lamp}, AttributeId::lightIntensity), "cd");
+  EXPECT_EQ(unitOf({far}, AttributeId::lightIntensity), "lx");
+  EXPECT_EQ(unitOf({lamp, far}, AttributeId::lightIntensity), "") << "several kinds";
+  EXPECT_EQ(unitOf({lamp, far}, AttributeId::lightTemperature), "K");
+  EXPECT_EQ(unitOf({lamp}, AttributeId::lightReach), "m");
+  EXPECT_EQ(unitOf({far}, AttributeId::lightReach), "missing") << "sunlight has no end";
+}
+
+TEST_F(AttributesTest, LightsHaveTemperatureMuteAndSolo) {
+  const Identity lamp = id("lamp");
+  EXPECT_EQ(get(lamp, AttributeId::lightTemperature).GetReal(), 0);
+  EXPECT_TRUE(set(lamp, AttributeId::lightTemperature, GeData(Real(3200))));
+  EXPECT_EQ(param::real(*object("lamp"), param::lightTemperature), 3200);
+  EXPECT_TRUE(set(lamp, AttributeId::lightTemperature, GeData(Real(1e9))));
+  EXPECT_EQ(get(lamp, AttributeId::lightTemperature).GetReal(), mostKelvin);
+  for (const AttributeId id : {AttributeId::lightMuted, AttributeId::lightSolo}) {
+    EXPECT_EQ(get(lamp, id).GetBool(), FALSE);
+    EXPECT_TRUE(set(lamp, id, GeData::FromBool(TRUE)));
+    EXPECT_EQ(get(lamp, id).GetBool(), TRUE);
+  }
 }
 
 TEST_F(AttributesTest, LightGroupsAreTexts) {

@@ -74,7 +74,7 @@ void MainMenus::buildMenuBar() {
 
 void MainMenus::buildEditMenu() {
   QMenu* edit = addMenu(tr("&Edit"));
-  addCommands(*edit, "edit.undo edit.redo - edit.rename edit.duplicate edit.group edit.delete - "
+  addCommands(*edit, "edit.undo edit.redo - edit.rename edit.duplicate edit.group edit.drop edit.delete - "
                      "edit.select-all edit.select-none -");
   addCommands(*edit->addMenu(tr("A&dd")), "add.null add.camera - add.light add.spot add.distant add.area "
                                           "add.disk - add.floor add.sky add.subdivision - "

@@ -116,6 +116,14 @@ void addSelectionCommands(CommandTable& table, Session& session) {
              editSelection(session, "Group",
                            [](BaseDocument& document) { groupObjects(document, selectedObjects(document)); }),
              has});
+  table.add({"edit.drop",
+             group,
+             word("Drop to &Floor"),
+             "",
+             {key("Shift+F")},
+             editSelection(session, "Drop to Floor",
+                           [](BaseDocument& document) { dropObjects(document, selectedObjects(document)); }),
+             has});
   table.add({"edit.select-all", group, word("Select &All"), "", {key("Ctrl+A")}, [&session] {
                selectAll(session, true);
              }});

@@ -1,8 +1,10 @@
 #include "gltf_derive.h"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 
+#include "light_source.h"
 #include "parameters.h"
 
 namespace host {
@@ -98,8 +100,18 @@ Json lightJson(const NodeState& light) {
   constexpr double rightAngle = 1.57079632679489662;
   const LONG kind = integer(light, lightKind);
   Json to{{"type", names[kind >= 0 && kind < LONG(names.size()) ? static_cast<std::size_t>(kind) : 0]}};
-  if (has(light, lightColor)) to["color"] = vectorJson(vector(light, lightColor));
+  // Other programs know no temperature: they get the colour that it makes. Theirs lies within 0 and 1.
+  Real strength = 1;
+  if (real(light, lightTemperature) > 0) {
+    const Vector shown = lightColorOf(light);
+    strength = std::max({shown.x, shown.y, shown.z, 1.0});
+    to["color"] = vectorJson(shown * (1 / strength));
+  } else if (has(light, lightColor)) {
+    to["color"] = vectorJson(vector(light, lightColor));
+  }
   putReal(to, "intensity", light, lightIntensity);
+  if (strength > 1 && std::isfinite(strength * real(light, lightIntensity)))
+    to["intensity"] = strength * real(light, lightIntensity);
   if (real(light, lightRange) > 0) putReal(to, "range", light, lightRange);
   if (kind >= 3) to["spot"] = Json{{"innerConeAngle", 0.0}, {"outerConeAngle", rightAngle}};
   if (kind == 1) {

@@ -6,6 +6,7 @@
 
 #include "document.h"
 #include "generated_mesh.h"
+#include "light_source.h"
 #include "parameters.h"
 #include "snapshot_materials.h"
 #include "snapshot_range.h"
@@ -24,12 +25,15 @@ float number(const NodeState& node, LONG id) {
   return std::isfinite(value) ? static_cast<float>(std::clamp(value, -1e30, 1e30)) : 0.0F;
 }
 
-Float3 color(const NodeState& node, LONG id, Real factor = 1) {
-  const Vector v = param::vector(node, id) * factor;
+Float3 inRange(const Vector& v) {
   const auto part = [](Real value) {
     return std::isfinite(value) ? static_cast<float>(std::clamp(value, 0.0, 1e30)) : 0.0F;
   };
   return {part(v.x), part(v.y), part(v.z)};
+}
+
+Float3 color(const NodeState& node, LONG id, Real factor = 1) {
+  return inRange(param::vector(node, id) * factor);
 }
 
 Vector unitVector(const Vector& v, const Vector& otherwise) {
@@ -66,8 +70,10 @@ class Taker {
     snapshot_->materials.push_back(defaultMaterial());
     if (!walk(document_.children, Inherited{})) return nullptr;
     takeCamera();
+    leaveSoloLights();
     keepInRange(*snapshot_, document_);
-    if (snapshot_->lights.empty() && snapshot_->sky.kind == SkyKind::none && !glows_) addDefaultLight();
+    if (snapshot_->lights.empty() && snapshot_->sky.kind == SkyKind::none && !glows_ && !silenced_)
+      addDefaultLight();
     measure();
     std::sort(missing_.begin(), missing_.end());
     missing_.erase(std::unique(missing_.begin(), missing_.end()), missing_.end());
@@ -82,6 +88,7 @@ class Taker {
   int materialIndex(const NodeState* tag);
   std::uint32_t nameIndex(const NodeState& node);
   void takeLight(const ObjectState& object, const Matrix& world);
+  void leaveSoloLights();
   void takeSky(const ObjectState& object);
   void takeCamera();
   void takeLens(const ObjectState& camera);
@@ -95,7 +102,9 @@ class Taker {
   std::unordered_map<Identity, int> materials_;
   std::unordered_map<std::string, std::uint32_t> names_;
   std::vector<std::string> missing_;
+  std::vector<SnapshotLight> solo_;
   bool glows_ = false;
+  bool silenced_ = false; // by mute or solo: the scene has light of its own
 };
 
 Inherited inherit(const ObjectState& object, const Inherited& above, LONG variant) {
@@ -210,13 +219,17 @@ int Taker::materialIndex(const NodeState* tag) {
 }
 
 void Taker::takeLight(const ObjectState& object, const Matrix& world) {
+  if (param::flag(object, param::lightMuted)) {
+    silenced_ = true;
+    return;
+  }
   SnapshotLight light;
   light.object = object.identity;
   constexpr std::array kinds{LightKind::point, LightKind::spot, LightKind::distant, LightKind::rectangle,
                              LightKind::disc};
   const LONG kind = param::integer(object, param::lightKind);
   light.kind = kind >= 0 && kind < LONG(kinds.size()) ? kinds[static_cast<std::size_t>(kind)] : kinds[0];
-  light.intensity = color(object, param::lightColor, param::real(object, param::lightIntensity));
+  light.intensity = inRange(lightColorOf(object) * param::real(object, param::lightIntensity));
   light.toWorld = withoutScale(world);
   light.innerCone = std::clamp(number(object, param::lightInnerCone), 0.0F, 1.570796F);
   light.outerCone = std::clamp(number(object, param::lightOuterCone), light.innerCone, 1.570797F);
@@ -228,6 +241,14 @@ void Taker::takeLight(const ObjectState& object, const Matrix& world) {
   light.radius = shadow == 1 ? 0 : std::max(number(object, param::lightRadius), 0.0F);
   light.group = param::text(object, param::lightGroup).GetUTF8();
   snapshot_->lights.push_back(light);
+  if (param::flag(object, param::lightSolo)) solo_.push_back(std::move(light));
+}
+
+// The sky counts as a light that is not alone; glowing surfaces stay, for they are what the picture shows.
+void Taker::leaveSoloLights() {
+  if (solo_.empty()) return;
+  snapshot_->lights = std::move(solo_);
+  snapshot_->sky = {};
 }
 
 // Only the first sky counts.

@@ -2,6 +2,7 @@
 
 #include <cmath>
 
+#include "light_source.h"
 #include "parameters.h"
 
 namespace host {
@@ -100,22 +101,31 @@ void addObjects(Table& table) {
       .range(-1e6, 1e6, 0, 0, 0.01);
 }
 
-void addLights(Table& table) {
-  table.of(NodeKind::object, Olight, "Light")
-      .add(Id::lightKind, Kind::choice, "Kind", param::lightKind)
-      .choices({"Point", "Spot", "Distant", "Rectangle", "Disk"})
-      .add(Id::lightColor, Kind::color, "Color", param::lightColor)
-      .add(Id::lightIntensity, Kind::real, "Intensity", param::lightIntensity)
-      .range(0, most, 0, 20, 0.1)
-      .when(param::lightKind, 0)
-      .add(Id::lightRadius, Kind::real, "Radius", param::lightRadius)
-      .range(0, 1e6, 0, 2, 0.01)
-      .unit("m")
-      .when(param::lightKind, 1)
-      .add(Id::lightRadius, Kind::real, "Radius", param::lightRadius)
-      .range(0, 1e6, 0, 2, 0.01)
-      .unit("m")
-      .add(Id::lightInnerCone, Kind::real, "Inner Angle", param::lightInnerCone)
+// Candela, or lux where distance does not count.
+void addIntensity(Table& table) {
+  for (const LONG kind : {0, 1, 2, 3, 4})
+    table.when(param::lightKind, kind)
+        .add(Id::lightIntensity, Kind::real, "Intensity", param::lightIntensity)
+        .range(0, most, 0, 20, 0.1)
+        .unit(kind == 2 ? "lx" : "cd");
+  table.when(0, 0);
+}
+
+void addReach(Table& table) {
+  table.add(Id::lightReach, Kind::real, "Reach", param::lightRange).range(0, most, 0, 0, 0.1).unit("m");
+}
+
+void addLightSize(Table& table) {
+  const auto length = [&](Id id, const char* label, LONG parameter, Real least, Real usual) {
+    table.add(id, Kind::real, label, parameter).range(least, 1e6, 0, usual, 0.01).unit("m");
+  };
+  table.when(param::lightKind, 0);
+  length(Id::lightRadius, "Radius", param::lightRadius, 0, 2);
+  addReach(table);
+  table.when(param::lightKind, 1);
+  length(Id::lightRadius, "Radius", param::lightRadius, 0, 2);
+  addReach(table);
+  table.add(Id::lightInnerCone, Kind::real, "Inner Angle", param::lightInnerCone)
       .range(0, 180, 0, 180, 1)
       .degrees(2 * toDegrees)
       .add(Id::lightOuterCone, Kind::real, "Outer Angle", param::lightOuterCone)
@@ -125,21 +135,29 @@ void addLights(Table& table) {
       .add(Id::lightAngle, Kind::real, "Angle", param::lightRadius)
       .range(0, 90, 0, 10, 0.1)
       .degrees(2 * toDegrees)
-      .when(param::lightKind, 3)
-      .add(Id::lightWidth, Kind::real, "Width", param::lightWidth)
-      .range(1e-3, 1e6, 0, 10, 0.01)
-      .unit("m")
-      .add(Id::lightHeight, Kind::real, "Height", param::lightHeight)
-      .range(1e-3, 1e6, 0, 10, 0.01)
-      .unit("m")
-      .when(param::lightKind, 4)
-      .add(Id::lightWidth, Kind::real, "Diameter", param::lightWidth)
-      .range(1e-3, 1e6, 0, 10, 0.01)
-      .unit("m")
-      .when(0, 0)
-      .add(Id::lightShadow, Kind::choice, "Shadow", param::lightShadow)
+      .when(param::lightKind, 3);
+  length(Id::lightWidth, "Width", param::lightWidth, 1e-3, 10);
+  length(Id::lightHeight, "Height", param::lightHeight, 1e-3, 10);
+  table.when(param::lightKind, 4);
+  length(Id::lightWidth, "Diameter", param::lightWidth, 1e-3, 10);
+  table.when(0, 0);
+}
+
+void addLights(Table& table) {
+  table.of(NodeKind::object, Olight, "Light")
+      .add(Id::lightKind, Kind::choice, "Kind", param::lightKind)
+      .choices({"Point", "Spot", "Distant", "Rectangle", "Disk"})
+      .add(Id::lightColor, Kind::color, "Color", param::lightColor)
+      .add(Id::lightTemperature, Kind::real, "Temperature", param::lightTemperature)
+      .range(0, mostKelvin, 0, 12000, 100)
+      .unit("K", 0);
+  addIntensity(table);
+  addLightSize(table);
+  table.add(Id::lightShadow, Kind::choice, "Shadow", param::lightShadow)
       .choices({"None", "Hard", "Soft"})
-      .add(Id::lightGroup, Kind::text, "Light Group", param::lightGroup);
+      .add(Id::lightGroup, Kind::text, "Light Group", param::lightGroup)
+      .add(Id::lightMuted, Kind::boolean, "Mute", param::lightMuted)
+      .add(Id::lightSolo, Kind::boolean, "Solo", param::lightSolo);
 }
 
 void addCameras(Table& table) {

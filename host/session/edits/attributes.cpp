@@ -1,6 +1,7 @@
 #include "attributes.h"
 
 #include <cmath>
+#include <string_view>
 
 #include "attribute_table.h"
 
@@ -56,6 +57,7 @@ std::vector<Attribute> attributesOf(const BaseDocument& document, std::span<cons
         break;
       }
       compare(attribute, readAttribute(*node, *its));
+      if (std::string_view(attribute.unit) != its->shape.unit) attribute.unit = "";
       attribute.animated = attribute.animated || movesWith(*node, attribute.id);
     }
     if (everywhere) attributes.push_back(std::move(attribute));

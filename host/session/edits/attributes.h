@@ -85,6 +85,10 @@ enum class AttributeId {
   lightWidth,
   lightHeight,
   materialLightGroup,
+  lightTemperature, // in kelvin; 0: the colour alone
+  lightReach,       // of point and spot lights; 0: without end
+  lightMuted,
+  lightSolo,
 };
 
 enum class AttributeKind { boolean, integer, real, vector, color, choice, text, file };
@@ -108,7 +112,7 @@ struct Attribute {
   Real softMinimum = 0, softMaximum = 0;     // what a slider covers; none when both are 0
   Real step = 0;                             // of wheel and arrow keys
   int decimals = 3;
-  const char* unit = "";            // "m", "°", "" ...
+  const char* unit = "";            // "m", "°", "" ...; "" also when the nodes have several
   std::vector<std::string> choices; // value 0, 1, ... of a choice
   bool animated = false;            // tracks set it: what is typed holds until the time changes
 };

@@ -5,6 +5,7 @@
 
 #include "attribute_edits.h"
 #include "camera_edits.h"
+#include "drop_edits.h"
 #include "light_group_edits.h"
 #include "material_edits.h"
 #include "new_objects.h"

@@ -1,0 +1,60 @@
+#!/usr/bin/env python3
+"""Lights and their attributes, and objects put on the floor, worked by mouse and keyboard."""
+
+import sys
+
+from scenario import check, editor, first_mesh, main, move_object, select
+from studio_driver import wait_for
+
+
+def enter(studio, label, text):
+    field = studio.get(label=label)
+    studio.move(*studio.middle(field))
+    studio.display.tool("click", "--repeat", 2, "--delay", 60, 1)
+    wait_for(f"the keyboard in {label}", lambda: studio.get(label=label)["focus"])
+    studio.key("ctrl+a")
+    studio.write(text)
+    studio.key("Return")
+
+
+def light_attributes(run):
+    """A new light is tinted by its temperature and switched to shine alone."""
+    studio = run.start(run.scene)
+    studio.get(name="studio")
+    studio.menu("Edit", "Add", "Light")
+    check("cd" in studio.get(label="Intensity")["text"], "the intensity's unit")
+    enter(studio, "Temperature", "3200")
+    wait_for("the temperature", lambda: "3200" in studio.get(label="Temperature")["text"].replace(",", ""))
+    studio.click(label="Solo")
+    wait_for("the switch", lambda: studio.get(label="Solo")["checked"])
+    check(not studio.get(label="Mute")["checked"], "the light is muted")
+    run.options.output.mkdir(parents=True, exist_ok=True)
+    run.display.save(run.options.output / "light-attributes.png")
+    studio.key("ctrl+z")
+    wait_for("the switch undone", lambda: not studio.get(label="Solo")["checked"])
+    studio.quit()
+
+
+def drop_to_floor(run):
+    """Shift+F puts a lifted object back where it lay."""
+    studio = run.start(run.scene)
+    studio.get(name="studio")
+    select(studio, first_mesh(studio))
+
+    def height():
+        return studio.get(label="Position Y")["text"]
+
+    studio.menu("Edit", "Drop to Floor")
+    studio.click(thing=editor(studio), button=2)
+    low = height()
+    move_object(studio, 5, "Y")
+    wait_for("the lifted object", lambda: height() != low)
+    studio.click(thing=editor(studio), button=2)
+    studio.key("shift+f")
+    wait_for("the object on the floor", lambda: height() == low)
+    run.display.save(run.options.output / "drop-to-floor.png")
+    studio.quit()
+
+
+if __name__ == "__main__":
+    sys.exit(main((light_attributes, drop_to_floor)))
