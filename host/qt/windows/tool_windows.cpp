@@ -4,6 +4,7 @@
 #include "command_table.h"
 #include "desk_panels.h"
 #include "dialog_host.h"
+#include "farm_windows.h"
 #include "frame_buffer.h"
 #include "message_box.h"
 #include "recovery_dialog.h"
@@ -72,6 +73,17 @@ void ToolWindows::showRenderSettings() {
   present(*settings_);
 }
 
+FarmWindows& ToolWindows::farm() {
+  if (!farm_) {
+    farm_ = new FarmWindows(session_, window_);
+    connect(farm_, &FarmWindows::picturesWanted, this, [this](const QStringList& files) {
+      showFrameBuffer();
+      frameBuffer().openPictures(files);
+    });
+  }
+  return *farm_;
+}
+
 void ToolWindows::showShortcuts() {
   if (!shortcuts_) {
     shortcuts_ = new ShortcutsDialog(commands_, &window_);
@@ -108,6 +120,7 @@ void ToolWindows::showRecovery(bool always) {
 void ToolWindows::shutDown() {
   delete frame_;
   delete settings_;
+  delete farm_;
   delete shortcuts_;
   delete recovery_;
 }

@@ -1,4 +1,4 @@
-// Windows and boxes that commands open: frame buffer, render settings, shortcuts, about. Main thread.
+// Windows and boxes that commands open: frame buffer, render settings, farm, shortcuts, about. Main thread.
 #pragma once
 
 #include <QObject>
@@ -9,6 +9,7 @@ class QWidget;
 namespace host {
 
 class CommandTable;
+class FarmWindows;
 class FrameBuffer;
 class RecoveryDialog;
 class RenderSettingsDialog;
@@ -26,6 +27,8 @@ class ToolWindows : public QObject {
   FrameBuffer& frameBuffer();
   void showFrameBuffer();
   void showRenderSettings();
+  /// The dialog that submits to the farm, and the list of its jobs.
+  FarmWindows& farm();
   void showShortcuts();
   void showAbout();
   /// Offers the scenes that programs have left unsaved; `always`: says so when there are none.
@@ -41,6 +44,7 @@ class ToolWindows : public QObject {
   QPointer<FrameBuffer> frame_;
   bool placed_ = false; // the frame buffer
   QPointer<RenderSettingsDialog> settings_;
+  QPointer<FarmWindows> farm_;
   QPointer<ShortcutsDialog> shortcuts_;
   QPointer<RecoveryDialog> recovery_;
 };
