@@ -1,4 +1,4 @@
-// Programs that are run for what they print. Main thread.
+// Programs that are run for what they print. Any thread; waits for the program.
 #pragma once
 
 #include <functional>

@@ -3,6 +3,7 @@
 #include "command_table.h"
 #include "dialog_docks.h"
 #include "editor_view_widget.h"
+#include "farm_windows.h"
 #include "full_picture.h"
 #include "qt_user_interface.h"
 #include "scene_commands.h"
@@ -213,6 +214,21 @@ void addRenderCommands(const MainParts& parts) {
              }});
 }
 
+void addFarmCommands(const MainParts& parts) {
+  ToolWindows& tools = parts.tools;
+  parts.commands.add({"render.farm",
+                      word("Render"),
+                      word("Render on the F&arm..."),
+                      "",
+                      {key("Ctrl+Alt+R")},
+                      [&tools] { tools.farm().showDialog(); },
+                      [&session = parts.session] { return session.document() != nullptr; }});
+  parts.commands.add(
+      {"render.farm-jobs", word("Render"), word("Farm &Jobs..."), "", {key("Ctrl+Alt+J")}, [&tools] {
+         tools.farm().showJobs();
+       }});
+}
+
 // Shows the picture of the focused dialog alone on the screen, else the editor view; leaves the full screen
 // when the editor view fills it.
 void togglePicture(const MainParts& parts) {
@@ -316,6 +332,7 @@ void addMainCommands(const MainParts& parts) {
   addViewCommands(parts);
   addTimeCommands(parts);
   addRenderCommands(parts);
+  addFarmCommands(parts);
   addWindowCommands(parts);
   addThemeCommands(parts.commands);
   addGestures(parts.commands);

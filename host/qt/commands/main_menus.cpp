@@ -59,7 +59,8 @@ void MainMenus::buildMenuBar() {
   buildEditMenu();
   buildViewMenu();
   addCommands(*addMenu(tr("&Render")),
-              "render.view render.picture render.more render.stop - render.settings render.viewer");
+              "render.view render.picture render.more render.stop - render.farm render.farm-jobs - "
+              "render.settings render.viewer");
   plugins_ = addMenu(tr("&Plugins"), "menu-plugins");
   plugins_->setToolTipsVisible(true);
   connect(plugins_, &QMenu::aboutToShow, this, &MainMenus::fillPlugins);

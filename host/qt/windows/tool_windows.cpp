@@ -6,6 +6,7 @@
 #include "desk_panels.h"
 #include "dialog_host.h"
 #include "editor_view_widget.h"
+#include "farm_windows.h"
 #include "frame_buffer.h"
 #include "kept_window.h"
 #include "message_box.h"
@@ -103,6 +104,17 @@ void ToolWindows::showRenderSettings() {
   present(*settings_);
 }
 
+FarmWindows& ToolWindows::farm() {
+  if (!farm_) {
+    farm_ = new FarmWindows(session_, window_);
+    connect(farm_, &FarmWindows::picturesWanted, this, [this](const QStringList& files) {
+      showFrameBuffer();
+      frameBuffer().openPictures(files);
+    });
+  }
+  return *farm_;
+}
+
 void ToolWindows::showShortcuts() {
   if (!shortcuts_) {
     shortcuts_ = new ShortcutsDialog(commands_, &window_);
@@ -182,6 +194,7 @@ void ToolWindows::shutDown() {
   keepLayouts();
   delete frame_;
   delete settings_;
+  delete farm_;
   delete shortcuts_;
   delete recovery_;
   delete tour_;

@@ -1,4 +1,4 @@
-// Windows and boxes that commands open: frame buffer, render settings, shortcuts, about. Main thread.
+// Windows and boxes that commands open: frame buffer, render settings, farm, shortcuts, about. Main thread.
 #pragma once
 
 #include <QObject>
@@ -9,6 +9,7 @@ class QWidget;
 namespace host {
 
 class CommandTable;
+class FarmWindows;
 class FrameBuffer;
 class KeptWindow;
 class RecoveryDialog;
@@ -30,6 +31,8 @@ class ToolWindows : public QObject {
   /// As `MainWindow::openFrameBuffer`.
   void openFrameBuffer(bool viewer);
   void showRenderSettings();
+  /// The dialog that submits to the farm, and the list of its jobs.
+  FarmWindows& farm();
   void showShortcuts();
   void showAbout();
   /// Searches the commands of the window, of open dialogs and of the frame buffer.
@@ -53,6 +56,7 @@ class ToolWindows : public QObject {
   QPointer<FrameBuffer> frame_;
   KeptWindow* keptFrame_ = nullptr; // made when the frame buffer is first shown
   QPointer<RenderSettingsDialog> settings_;
+  QPointer<FarmWindows> farm_;
   QPointer<ShortcutsDialog> shortcuts_;
   QPointer<RecoveryDialog> recovery_;
   QPointer<Tour> tour_;

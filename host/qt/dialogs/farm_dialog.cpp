@@ -1,0 +1,298 @@
+#include "farm_dialog.h"
+
+#include <algorithm>
+
+#include "message_box.h"
+#include "number_field.h"
+#include "preferences.h"
+#include "qt_text.h"
+#include "scene_queries.h"
+#include "session.h"
+#include "theme.h"
+
+namespace host {
+
+namespace {
+
+constexpr const char* keptName = "farm"; // of the preferences
+
+LONG numberOf(const NumberField& field) {
+  return static_cast<LONG>(field.value());
+}
+
+std::string textOf(const QLineEdit& field) {
+  return field.text().trimmed().toStdString();
+}
+
+NumberField* numberField(const char* name, double least, double most, const QString& tip) {
+  auto* field = new NumberField;
+  field->setObjectName(QLatin1String(name));
+  field->setDecimals(0);
+  field->setRange(least, most);
+  field->setToolTip(tip);
+  field->setMinimumWidth(70);
+  return field;
+}
+
+QLineEdit* textField(const char* name, const QString& example, const QString& tip) {
+  auto* field = new QLineEdit;
+  field->setObjectName(QLatin1String(name));
+  field->setPlaceholderText(example);
+  field->setToolTip(tip);
+  return field;
+}
+
+QWidget* row(std::initializer_list<QWidget*> widgets, int stretched = -1) {
+  auto* box = new QWidget;
+  auto* layout = new QHBoxLayout(box);
+  layout->setContentsMargins(0, 0, 0, 0);
+  layout->setSpacing(8);
+  int index = 0;
+  for (QWidget* widget : widgets)
+    layout->addWidget(widget, index++ == stretched ? 1 : 0);
+  if (stretched < 0) layout->addStretch(1);
+  return box;
+}
+
+QLabel* title(const QString& text) {
+  auto* label = new QLabel(text);
+  setRole(label, "title");
+  return label;
+}
+
+constexpr double mostFrame = 1e6;
+
+} // namespace
+
+FarmDialog::FarmDialog(Session& session, farm::FarmDesk& desk, QWidget* parent)
+    : QDialog(parent), session_(session), desk_(desk), note_(new QLabel), message_(new QLabel),
+      submit_(new QPushButton(tr("&Submit"))), cancel_(new QPushButton(tr("Cancel"))) {
+  setObjectName(QStringLiteral("farm-dialog"));
+  setWindowTitle(tr("Render on the Farm"));
+  layOut();
+  connect(kind_, &QComboBox::currentIndexChanged, this, &FarmDialog::showState);
+  changed_ = desk_.changed.add([this] { showState(); });
+  takeKept();
+  fill();
+}
+
+void FarmDialog::addWork(QFormLayout& form) {
+  output_ =
+      textField("farm-output", QStringLiteral("/shared/shot.tif"),
+                tr("A movie (mov, avi) or the base name of pictures (tif, jpg, bmp, psd), on a file system "
+                   "that all machines of the farm share"));
+  auto* choose = new QPushButton(tr("&Choose..."));
+  choose->setObjectName(QStringLiteral("farm-choose"));
+  choose->setAutoDefault(false);
+  choose->setToolTip(tr("Chooses the file of the output"));
+  connect(choose, &QPushButton::clicked, this, &FarmDialog::chooseOutput);
+  kind_ = new QComboBox;
+  kind_->setObjectName(QStringLiteral("farm-kind"));
+  kind_->addItems({tr("Frames"), tr("One picture, split by samples")});
+  kind_->setToolTip(tr("The units that the machines share: frames, or parts of one picture's samples"));
+  from_ = numberField("farm-from", -mostFrame, mostFrame, tr("The first frame, or the frame of one picture"));
+  to_ = numberField("farm-to", -mostFrame, mostFrame, tr("The last frame"));
+  step_ = numberField("farm-step", 1, mostFrame, tr("The distance between frames"));
+  parts_ = numberField("farm-parts", 2, 1000, tr("Parts of the samples; each is rendered on its own"));
+  parts_->setValue(8);
+  width_ = numberField("farm-width", 1, 65536, tr("Pixels"));
+  height_ = numberField("farm-height", 1, 65536, tr("Pixels"));
+  samples_ = numberField("farm-samples", 1, 1e6, tr("Samples per pixel"));
+  camera_ = new QComboBox;
+  camera_->setObjectName(QStringLiteral("farm-camera"));
+  camera_->setToolTip(tr("The camera of all frames"));
+  overwrite_ = new QCheckBox(tr("&Replace an existing file"));
+  overwrite_->setObjectName(QStringLiteral("farm-overwrite"));
+  overwrite_->setToolTip(tr("Replaces a movie or picture of this name. Frames are always replaced"));
+  withoutMissing_ = new QCheckBox(tr("Submit although files are &missing"));
+  withoutMissing_->setObjectName(QStringLiteral("farm-without-missing"));
+  withoutMissing_->setToolTip(tr("Renders without the textures that cannot be read"));
+  form.addRow(tr("&Output"), row({output_, choose}, 0));
+  form.addRow(tr("Split into"), row({kind_, new QLabel(tr("Parts")), parts_}));
+  form.addRow(tr("&Frames"), row({from_, new QLabel(tr("to")), to_, new QLabel(tr("Step")), step_}));
+  form.addRow(tr("Si&ze"), row({width_, new QLabel(QStringLiteral("×")), height_}));
+  form.addRow(tr("Came&ra"), camera_);
+  form.addRow(tr("Sam&ples"), row({samples_}));
+  form.addRow(QString(), overwrite_);
+  form.addRow(QString(), withoutMissing_);
+}
+
+void FarmDialog::addSlurm(QFormLayout& form) {
+  chunk_ = numberField("farm-chunk", 0, 1e6,
+                       tr("Frames of a task, which starts the program and loads the scene once. 0: chosen"));
+  partition_ = textField("farm-partition", tr("default"), tr("Slurm's partition"));
+  account_ = textField("farm-account", tr("default"), tr("Slurm's account"));
+  memory_ = textField("farm-memory", QStringLiteral("8G"), tr("The memory of a task"));
+  time_ = textField("farm-time", QStringLiteral("2:00:00"), tr("The longest time of a task"));
+  others_ = textField("farm-others", QStringLiteral("--qos=low"), tr("Further options of sbatch"));
+  program_ =
+      textField("farm-program", tr("as on this machine"), tr("The path of lumenara on the farm's machines"));
+  form.addRow(tr("Frames a &task"), row({chunk_}));
+  form.addRow(tr("Part&ition"), partition_);
+  form.addRow(tr("&Account"), account_);
+  form.addRow(tr("Memor&y"), memory_);
+  form.addRow(tr("Time &limit"), time_);
+  form.addRow(tr("Further options"), others_);
+  form.addRow(tr("Pro&gram"), program_);
+}
+
+void FarmDialog::layOut() {
+  auto* layout = new QVBoxLayout(this);
+  layout->setContentsMargins(16, 16, 16, 12);
+  layout->setSpacing(10);
+  const auto addForm = [layout](const QString& name) {
+    layout->addWidget(title(name));
+    auto* form = new QFormLayout;
+    form->setHorizontalSpacing(12);
+    form->setVerticalSpacing(6);
+    form->setLabelAlignment(Qt::AlignRight | Qt::AlignVCenter);
+    layout->addLayout(form);
+    return form;
+  };
+  addWork(*addForm(tr("Picture")));
+  addSlurm(*addForm(tr("Slurm")));
+  note_->setWordWrap(true);
+  setRole(note_, "dim");
+  message_->setWordWrap(true);
+  message_->setObjectName(QStringLiteral("farm-message"));
+  message_->setTextInteractionFlags(Qt::TextSelectableByMouse);
+  message_->setTextFormat(Qt::PlainText);
+  layout->addWidget(note_);
+  layout->addWidget(message_);
+  layout->addStretch(1);
+  submit_->setObjectName(QStringLiteral("farm-submit"));
+  submit_->setDefault(true);
+  submit_->setToolTip(tr("Checks the job, packs the scene and hands it to Slurm (Enter)"));
+  cancel_->setObjectName(QStringLiteral("farm-cancel"));
+  cancel_->setAutoDefault(false);
+  cancel_->setToolTip(tr("Ends a submission that runs, else closes the window (Esc)"));
+  connect(submit_, &QPushButton::clicked, this, &FarmDialog::submit);
+  connect(cancel_, &QPushButton::clicked, this, &FarmDialog::reject);
+  auto* buttons = new QHBoxLayout;
+  buttons->addStretch(1);
+  buttons->addWidget(cancel_);
+  buttons->addWidget(submit_);
+  layout->addLayout(buttons);
+  resize(520, sizeHint().height());
+}
+
+void FarmDialog::fill() {
+  const BaseDocument* document = session_.document();
+  if (!document || desk_.isSubmitting()) return;
+  const LONG fps = document->GetFps();
+  from_->setValue(document->GetLoopMinTime().GetFrame(fps));
+  to_->setValue(document->GetLoopMaxTime().GetFrame(fps));
+  step_->setValue(1);
+  width_->setValue(renderValue(*document, RDATA_XRES).GetReal());
+  height_->setValue(renderValue(*document, RDATA_YRES).GetReal());
+  samples_->setValue(renderValue(*document, RDATA_MAXSAMPLES).GetLong());
+  camera_->clear();
+  for (const CameraRow& one : cameraRows(*document)) {
+    camera_->addItem(one.identity ? toQt(one.name) : tr("As the view shows it"),
+                     one.identity ? toQt(one.name) : QString());
+    if (one.current) camera_->setCurrentIndex(camera_->count() - 1);
+  }
+  note_->setText(session_.files().isDirty()
+                     ? tr("The scene has unsaved changes. It is submitted as you see it, with them.")
+                     : tr("The job keeps a copy of the scene: later changes do not reach it."));
+  say({}, false);
+  showState();
+}
+
+farm::FarmOrder FarmDialog::order() const {
+  farm::FarmOrder order;
+  if (!output_->text().trimmed().isEmpty())
+    order.output =
+        session_.files().outputFile(Filename(toHost(output_->text().trimmed()))).GetString().GetUTF8();
+  order.from = numberOf(*from_), order.to = numberOf(*to_), order.step = numberOf(*step_);
+  order.parts = kind_->currentIndex() == 1 ? numberOf(*parts_) : 0;
+  order.width = numberOf(*width_), order.height = numberOf(*height_);
+  order.samples = numberOf(*samples_);
+  order.chunk = numberOf(*chunk_);
+  order.camera = camera_->currentData().toString().toStdString();
+  order.partition = textOf(*partition_), order.account = textOf(*account_);
+  order.memory = textOf(*memory_), order.time = textOf(*time_);
+  order.others = textOf(*others_), order.program = textOf(*program_);
+  order.overwrite = overwrite_->isChecked(), order.withoutMissing = withoutMissing_->isChecked();
+  return order;
+}
+
+void FarmDialog::chooseOutput() {
+  QFileDialog chooser(this, tr("Output of the Farm"));
+  chooser.setAcceptMode(QFileDialog::AcceptSave);
+  chooser.setOption(QFileDialog::DontConfirmOverwrite);
+  chooser.setNameFilters(
+      {tr("Movies and pictures (*.mov *.avi *.tif *.jpg *.bmp *.psd *.b3d *.exr)"), tr("All files (*)")});
+  const QPointer<FarmDialog> there = this;
+  QStringList files;
+  {
+    const ModalScope modal;
+    if (chooser.exec() == QDialog::Accepted) files = chooser.selectedFiles();
+  }
+  if (there && !files.isEmpty()) output_->setText(files.first());
+}
+
+void FarmDialog::submit() {
+  if (desk_.isSubmitting() || !session_.document()) return;
+  const farm::FarmOrder wanted = order();
+  if (const std::string problem = farm::problemOf(wanted); !problem.empty())
+    return say(QString::fromStdString(problem), true);
+  keep();
+  say(tr("Packing the scene and handing it to Slurm..."), false);
+  const Filename file = session_.files().file();
+  QString name = file.Content() ? QFileInfo(toQt(file)).completeBaseName() : QStringLiteral("untitled");
+  if (name.isEmpty()) name = QStringLiteral("untitled");
+  desk_.submit(DocumentPtr(session_.document()->GetClone(COPYFLAGS_0)), name.toStdString() + ".glb", wanted,
+               [there = QPointer<FarmDialog>(this)](const std::string& error) {
+                 if (there) there->submissionEnded(error);
+               });
+}
+
+void FarmDialog::submissionEnded(const std::string& error) {
+  showState();
+  if (!error.empty()) return say(QString::fromStdString(error), true);
+  say({}, false);
+  emit submitted();
+  hide();
+}
+
+void FarmDialog::reject() {
+  if (!desk_.isSubmitting()) return QDialog::reject();
+  desk_.cancelSubmission();
+  say(tr("Cancelling..."), false);
+}
+
+void FarmDialog::say(const QString& text, bool error) {
+  setRole(message_, error ? "error" : "dim");
+  message_->setText(text);
+}
+
+void FarmDialog::showState() {
+  const bool split = kind_->currentIndex() == 1;
+  parts_->setEnabled(split);
+  to_->setEnabled(!split);
+  step_->setEnabled(!split);
+  chunk_->setEnabled(!split);
+  submit_->setEnabled(!desk_.isSubmitting());
+}
+
+void FarmDialog::keep() const {
+  Preferences* kept = preferences();
+  if (!kept) return;
+  BaseContainer values;
+  LONG id = 1;
+  for (const QLineEdit* field : {partition_, account_, memory_, time_, others_, program_, output_})
+    values.SetString(id++, toHost(field->text()));
+  kept->setNamed(keptName, values);
+}
+
+void FarmDialog::takeKept() {
+  const Preferences* kept = preferences();
+  const BaseContainer* values = kept ? kept->getNamed(keptName) : nullptr;
+  if (!values) return;
+  LONG id = 1;
+  for (QLineEdit* field : {partition_, account_, memory_, time_, others_, program_, output_})
+    field->setText(toQt(values->GetString(id++)));
+}
+
+} // namespace host

@@ -1,0 +1,71 @@
+#include "farm_windows.h"
+
+#include "farm_dialog.h"
+#include "farm_jobs.h"
+#include "platform.h"
+#include "program.h"
+#include "qt_text.h"
+#include "session.h"
+#include "user_interface.h"
+
+namespace host {
+
+namespace {
+
+// Beside this program, where both are installed; else that of PATH.
+std::string batchProgram() {
+  const QString beside =
+      QFileInfo(toQt(platform::programPath())).absolutePath() + QStringLiteral("/lumenara");
+  return QFileInfo(beside).isExecutable() ? beside.toStdString() : std::string("lumenara");
+}
+
+std::string homeFolder() {
+  const Program* program = Program::current();
+  return program ? program->writePath().GetString().GetUTF8() : std::string();
+}
+
+void present(QWidget& window) {
+  window.show();
+  window.raise();
+  window.activateWindow();
+}
+
+} // namespace
+
+FarmWindows::FarmWindows(Session& session, QWidget& window)
+    : QObject(&window), session_(session), window_(window), desk_(batchProgram(), homeFolder()) {
+}
+
+FarmWindows::~FarmWindows() {
+  delete dialog_;
+  delete jobs_;
+}
+
+void FarmWindows::showDialog() {
+  if (!dialog_) {
+    dialog_ = new FarmDialog(session_, desk_, &window_);
+    connect(dialog_, &FarmDialog::submitted, this, [this] {
+      jobs().selectNewest();
+      showJobs();
+    });
+  } else if (!dialog_->isVisible()) {
+    dialog_->fill();
+  }
+  present(*dialog_);
+}
+
+FarmJobs& FarmWindows::jobs() {
+  if (!jobs_) {
+    jobs_ = new FarmJobs(desk_, &window_);
+    connect(jobs_, &FarmJobs::picturesWanted, this, &FarmWindows::picturesWanted);
+    connect(jobs_, &FarmJobs::fileWanted, this,
+            [](const QString& file) { userInterface().openFile(Filename(toHost(file))); });
+  }
+  return *jobs_;
+}
+
+void FarmWindows::showJobs() {
+  present(jobs());
+}
+
+} // namespace host
