@@ -4,6 +4,6 @@
 
 namespace {
 
-const int set = setenv("LUMENARA_DEFAULTS", "/dev/null", 0);
+[[maybe_unused]] const int set = setenv("LUMENARA_DEFAULTS", "/dev/null", 0);
 
 } // namespace
