@@ -154,6 +154,12 @@ void LinkConnection::serve(const LinkFrame& frame, const std::string& type) {
     leaving_ = true;
     return;
   }
+  if (type == "watch") {
+    const Json& wanted = member(frame.json, "progress");
+    if (!wanted.is_boolean()) throw LinkError("The member \"progress\" of watch is neither true nor false.");
+    watchesProgress_ = wanted.get<bool>();
+    return;
+  }
   if (type == "open" || type == "grab") return receiver_.asked(shared_from_this(), frame.json);
   if (!LinkStage::isScene(type)) throw LinkError("The message \"" + type + "\" is unknown.");
   if (!receiver_.claim(*this))

@@ -48,6 +48,8 @@ class LinkConnection : public std::enable_shared_from_this<LinkConnection> {
   /// Queues a message. Any thread; never waits.
   void send(const Json& message, std::span<const std::byte> body = {});
 
+  /// The client asked for messages "progress". Any thread.
+  bool watchesProgress() const noexcept { return watchesProgress_; }
   /// The name that the client gave; after `greeted`.
   const std::string& program() const noexcept { return program_; }
 
@@ -70,7 +72,7 @@ class LinkConnection : public std::enable_shared_from_this<LinkConnection> {
   std::string waiting_, sending_;
   std::string program_;
   bool greeted_ = false, leaving_ = false; // its thread
-  std::atomic<bool> stop_{false}, ended_{false};
+  std::atomic<bool> stop_{false}, ended_{false}, watchesProgress_{false};
   std::thread thread_;
 };
 

@@ -22,7 +22,8 @@ namespace {
 constexpr Milliseconds retryPeriod = 50;
 constexpr std::size_t shortestToken = 16;
 constexpr std::size_t mostConnections = 64;
-constexpr Milliseconds cameraPeriod = 67; // at most 15 a second
+constexpr Milliseconds cameraPeriod = 67;    // at most 15 a second
+constexpr Milliseconds progressPeriod = 200; // at most 5 a second
 
 Json matrixList(const Matrix& m) {
   Json list = Json::array();
@@ -70,6 +71,19 @@ void checkScenePath(const std::string& path) {
     throw LinkError("The scene \"" + path + "\" is not there.", "Check the path.");
 }
 
+Json openAnswer(const Json& id, OpenEnd end, const FileError* error) {
+  if (end == OpenEnd::opened) return {{"type", "ack"}, {"message", id}};
+  std::string text = "Loading was cancelled, or another scene was opened meanwhile.";
+  std::string help = "Look into the window of Lumenara Studio.";
+  if (end == OpenEnd::kept)
+    text = "The scene is not opened: the open scene has unsaved changes and stays.";
+  else if (error && !error->sentence.empty()) {
+    text = error->sentence + (error->reason.empty() ? "" : " " + error->reason);
+    help = error->advice;
+  }
+  return {{"type", "error"}, {"message", id}, {"text", text}, {"help", help}};
+}
+
 } // namespace
 
 LinkServer::LinkServer(Session& session, const std::optional<LinkTcp>& tcp)
@@ -77,9 +91,6 @@ LinkServer::LinkServer(Session& session, const std::optional<LinkTcp>& tcp)
       self_(lifetime_.ref()) {
   picked_ = session_.hub().selectionChanged.add([this] { tellPicked(); });
   if (!startListening()) return;
-  replaced_ = session_.hub().replaced.add([this](Replacement why) {
-    if (why == Replacement::opened) opened();
-  });
   rendered_ = session_.viewerFilm().rendered.add([this](const FilmNews& news) { tellFinished(news); });
   filesChanged_ = session_.files().changed.add([this] { filesChanged(); });
   if (tcp) startTcp(*tcp);
@@ -87,11 +98,13 @@ LinkServer::LinkServer(Session& session, const std::optional<LinkTcp>& tcp)
   thread_ = std::thread([this] { listen(listening_, wake_, {}); });
   if (tcpPort() != 0) tcpThread_ = std::thread([this] { listen(tcpListening_, tcpWake_, token_); });
   cameraTimer_ = mainLoop().addTimer(cameraPeriod, [this] { tellCamera(true); });
+  progressTimer_ = mainLoop().addTimer(progressPeriod, [this] { tellProgress(); });
 }
 
 LinkServer::~LinkServer() {
   lifetime_.end();
   mainLoop().removeTimer(cameraTimer_);
+  mainLoop().removeTimer(progressTimer_);
   mainLoop().removeTimer(retry_);
   stop_ = true;
   wake_.ring();
@@ -299,53 +312,17 @@ void LinkServer::show(const Pending& pending) {
   changed.call();
 }
 
-// The answer follows when the scene is shown, or when reading it has failed.
+// The answer follows when loading and its questions have ended.
 void LinkServer::open(const std::shared_ptr<LinkConnection>& connection, const Json& message) {
-  const Filename file{String(textIn(message, "path"))};
   const Json& id = member(message, "id");
-  if (!session_.files().open(file)) {
-    const char* why = FileSession::isSkyPicture(file)
-                          ? "The picture cannot be shown as the sky."
-                          : "The scene is not opened: the open scene has unsaved changes and stays.";
-    connection->send({{"type", "error"},
-                      {"message", id},
-                      {"text", why},
-                      {"help", "Look into the window of Lumenara Studio."}});
-    return;
-  }
-  if (FileSession::isSkyPicture(file)) return connection->send({{"type", "ack"}, {"message", id}});
-  refuseOpening("Another scene was opened meanwhile.");
-  opening_ = {connection, id, Filename(String(textIn(message, "path")))};
-  filesChanged();
+  session_.files().open(Filename(String(textIn(message, "path"))),
+                        [connection, id](OpenEnd end, const FileError* error) {
+                          connection->send(openAnswer(id, end, error));
+                        });
 }
 
-void LinkServer::opened() {
-  if (!opening_.connection) return;
-  std::error_code code;
-  if (!std::filesystem::equivalent(session_.files().file().GetString().GetUTF8(),
-                                   opening_.file.GetString().GetUTF8(), code))
-    return refuseOpening("Another scene was opened meanwhile.");
-  const Opening done = std::exchange(opening_, {});
-  done.connection->send({{"type", "ack"}, {"message", done.id}});
-}
-
-// Reading ends before the new scene is shown, so whether it has failed is looked at afterwards.
 void LinkServer::filesChanged() {
   if (session_.files().title().GetUTF8() != title_) describe();
-  if (opening_.connection && session_.files().activity().kind != FileSession::Activity::Kind::loading)
-    post([](LinkServer& server) { server.checkOpening(); });
-}
-
-void LinkServer::checkOpening() {
-  if (session_.files().activity().kind != FileSession::Activity::Kind::loading)
-    refuseOpening("Lumenara Studio did not open the scene.");
-}
-
-void LinkServer::refuseOpening(const std::string& text) {
-  const Opening refused = std::exchange(opening_, {});
-  if (!refused.connection) return;
-  refused.connection->send(
-      {{"type", "error"}, {"message", refused.id}, {"text", text}, {"help", "Its window says why."}});
 }
 
 void LinkServer::tell(const Json& message) {
@@ -375,6 +352,16 @@ void LinkServer::tellFinished(const FilmNews& news) {
     message["height"] = news.film->height();
   }
   tell(message);
+}
+
+// To all clients that watch, when it has changed.
+void LinkServer::tellProgress() {
+  const ViewerProgress now = session_.viewerFilm().progress();
+  if (now == std::exchange(told_, now) || now.samples == 0) return;
+  const Json message{{"type", "progress"}, {"samples", now.done}, {"of", now.samples}};
+  const std::lock_guard lock(mutex_);
+  for (const auto& connection : connections_)
+    if (connection->watchesProgress()) connection->send(message);
 }
 
 // Notes the view's camera, and sends it when it has moved since.

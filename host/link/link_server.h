@@ -55,12 +55,6 @@ class LinkServer final : private LinkReceiver {
     bool undo = false;
     int skipped = 0; // commits that it replaced
   };
-  // An "open" whose scene is being read.
-  struct Opening {
-    std::shared_ptr<LinkConnection> connection; // null: none
-    Json id;
-    Filename file;
-  };
 
   bool claim(const LinkConnection& connection) override;
   void greeted(const std::shared_ptr<LinkConnection>& connection) override;
@@ -75,12 +69,10 @@ class LinkServer final : private LinkReceiver {
   void applyPending();
   void show(const Pending& pending);
   void open(const std::shared_ptr<LinkConnection>& connection, const Json& message);
-  void opened();
   void filesChanged();
-  void checkOpening();
-  void refuseOpening(const std::string& text);
   void tellPicked();
   void tellFinished(const FilmNews& news);
+  void tellProgress();
   void tellCamera(bool send);
   void tell(const Json& message);
   void left(const LinkConnection* connection);
@@ -107,12 +99,12 @@ class LinkServer final : private LinkReceiver {
   std::shared_ptr<LinkConnection> client_; // of the last applied scene
   LinkScenePtr shown_;
   bool applying_ = false;
-  TimerId retry_ = 0, cameraTimer_ = 0;
+  TimerId retry_ = 0, cameraTimer_ = 0, progressTimer_ = 0;
   Matrix lastView_;
   Real lastFov_ = 0;
-  Opening opening_;
   Stopwatch rendering_; // since the viewer's last render has begun
-  Subscription picked_, replaced_, filesChanged_, rendered_;
+  ViewerProgress told_; // to those that watch
+  Subscription picked_, filesChanged_, rendered_;
   Lifetime<LinkServer> lifetime_{*this};
   const WeakRef<LinkServer> self_; // copied on the connections' threads
 };

@@ -46,6 +46,7 @@ class DocumentRender {
 
   /// Called when the first picture is complete.
   void setVisible(std::function<void()> visible) { visible_ = std::move(visible); }
+  void setProgressed(std::function<void(double, int)> progressed) { progressed_ = std::move(progressed); }
 
   RENDERRESULT run() {
     if (settings_.region.empty()) return RENDERRESULT_OK;
@@ -139,10 +140,10 @@ class DocumentRender {
       return (thread_ && thread_->TestBreak()) || postFailed_.load(std::memory_order_relaxed);
     };
     // A hardware preview that fails midway starts again in software; the progress does not fall.
-    if (progress_)
-      hooks.progress = [this](double part) {
-        reportProgress(std::max(part, reported_), RENDERPROGRESSTYPE_DURINGRENDERING);
-      };
+    hooks.progress = [this](double part) {
+      if (progressed_) progressed_(std::max(part, reported_), settings_.samples);
+      reportProgress(std::max(part, reported_), RENDERPROGRESSTYPE_DURINGRENDERING);
+    };
     hooks.visible = visible_;
     if (posts.empty()) return hooks;
     hooks.beginPasses = [this, &posts] {
@@ -186,6 +187,7 @@ class DocumentRender {
   BaseThread* thread_;
   RenderSettings settings_;
   std::function<void()> visible_;
+  std::function<void(double, int)> progressed_;
   RenderReport report_;
   RENDERRESULT error_ = RENDERRESULT_OK; // the slot of the video posts
   std::atomic<bool> postFailed_{false};
@@ -237,6 +239,9 @@ class Announcement {
     notice_.film = filmOf(bitmap);
     guarded([this] { tellRenderVisible(notice_); });
   }
+  void progressed(double part, int samples) {
+    guarded([&] { tellRenderProgressed({notice_.id, notice_.byPlugin, part, samples}); });
+  }
   void end(RENDERRESULT result, const BaseBitmap& bitmap) {
     notice_.result = result;
     notice_.film = filmOf(bitmap);
@@ -277,6 +282,7 @@ RENDERRESULT RenderDocument(BaseDocument* document, const BaseContainer& setting
   try {
     DocumentRender render(*document, settings, progress, userData, *bitmap, flags, thread);
     render.setVisible([&] { announcement.visible(*bitmap); });
+    render.setProgressed([&](double part, int samples) { announcement.progressed(part, samples); });
     const RENDERRESULT result = render.run();
     publishStats(render.stats());
     announcement.end(result, *bitmap);

@@ -50,6 +50,12 @@ void tellRenderVisible(const RenderNotice& notice) {
     watcher->renderVisible(notice);
 }
 
+void tellRenderProgressed(const RenderProgress& progress) {
+  const std::shared_lock lock(watchers().mutex);
+  for (RenderWatcher* watcher : watchers().list)
+    watcher->renderProgressed(progress);
+}
+
 void tellRenderEnded(const RenderNotice& notice) {
   const std::shared_lock lock(watchers().mutex);
   for (RenderWatcher* watcher : watchers().list)

@@ -26,6 +26,14 @@ struct RenderNotice {
   double seconds = 0; // since the start
 };
 
+/// How far a render is.
+struct RenderProgress {
+  std::uint64_t id = 0; // of the render
+  bool byPlugin = false;
+  double part = 0; // 0 to 1, never falling
+  int samples = 0; // wanted of each pixel
+};
+
 /// Called on the renders' threads, several at a time.
 class RenderWatcher {
  public:
@@ -33,6 +41,8 @@ class RenderWatcher {
   virtual void renderStarted(const RenderNotice& notice) = 0;
   /// The first picture of the whole region is complete, however coarse; once at most.
   virtual void renderVisible(const RenderNotice& notice) { static_cast<void>(notice); }
+  /// At most a thousand times a render. Must be quick.
+  virtual void renderProgressed(const RenderProgress& progress) { static_cast<void>(progress); }
   /// Follows every `renderStarted`.
   virtual void renderEnded(const RenderNotice& notice) = 0;
 
@@ -49,6 +59,7 @@ void removeRenderWatcher(RenderWatcher* watcher);
 std::uint64_t newRenderId() noexcept;
 void tellRenderStarted(const RenderNotice& notice);
 void tellRenderVisible(const RenderNotice& notice);
+void tellRenderProgressed(const RenderProgress& progress);
 void tellRenderEnded(const RenderNotice& notice);
 
 } // namespace host::render

@@ -2,8 +2,6 @@
 
 #include <algorithm>
 #include <atomic>
-#include <filesystem>
-#include <system_error>
 #include <utility>
 
 #include "background_job.h"
@@ -28,12 +26,6 @@ bool isScene(const Filename& file) {
   return file.CheckSuffix("glb") || file.CheckSuffix("gltf");
 }
 
-Filename absolute(const Filename& file) {
-  std::error_code error;
-  const std::filesystem::path path = std::filesystem::absolute(toPath(file), error);
-  return error ? file : toFilename(path.lexically_normal());
-}
-
 } // namespace
 
 // --- jobs ---
@@ -43,9 +35,13 @@ struct FileSession::Loader {
   bool reload = false;
   std::size_t revision = 0;         // of the edits when the user was asked
   std::optional<Filename> original; // the file whose unsaved scene this is
-  std::function<void(bool)> done;
+  OpenDone done;                    // empty: nobody waits
   std::atomic<double> progress{0};
   SceneReading reading;
+
+  void end(OpenEnd how, const FileError* error = nullptr) {
+    if (const OpenDone told = std::exchange(done, {})) told(how, error);
+  }
   std::unique_ptr<BackgroundJob> job;
 };
 
@@ -128,31 +124,45 @@ bool FileSession::isSkyPicture(const Filename& file) {
 }
 
 bool FileSession::setSkyPicture(const Filename& file, const std::vector<Identity>& skies) {
-  if (!hub_.document()) return false;
   FileError error;
-  const PicturePtr picture = readSkyPicture(*hub_.document(), file, error);
-  if (picture)
-    return edits_.apply("Set Sky Picture",
-                        [&](BaseDocument& to) { host::setSkyPicture(to, skies, picture); });
-  fail(std::move(error));
+  if (showSky(file, skies, error)) return true;
+  if (!error.sentence.empty()) fail(std::move(error));
   return false;
 }
 
-bool FileSession::open(const Filename& file) {
-  if (isSkyPicture(file)) return setSkyPicture(file);
-  if (!hub_.document() || !resolveUnsaved()) return false;
-  startLoading(absolute(file), false);
+bool FileSession::showSky(const Filename& file, const std::vector<Identity>& skies, FileError& error) {
+  if (!hub_.document()) return false;
+  const PicturePtr picture = readSkyPicture(*hub_.document(), file, error);
+  return picture &&
+         edits_.apply("Set Sky Picture", [&](BaseDocument& to) { host::setSkyPicture(to, skies, picture); });
+}
+
+bool FileSession::open(const Filename& file, OpenDone done) {
+  if (!done) done = [](OpenEnd, const FileError*) {};
+  if (isSkyPicture(file)) {
+    FileError error;
+    const bool shown = showSky(file, {}, error);
+    shown ? done(OpenEnd::opened, nullptr) : done(OpenEnd::failed, &error);
+    if (!error.sentence.empty()) fail(std::move(error));
+    return shown;
+  }
+  if (!hub_.document() || !resolveUnsaved()) {
+    done(OpenEnd::kept, nullptr);
+    return false;
+  }
+  startLoading(absolute(file), false, {}, std::move(done));
   return true;
 }
 
 bool FileSession::recover(const Filename& data, const Filename& original, std::function<void(bool)> done) {
   if (!hub_.document() || !resolveUnsaved()) return false;
-  startLoading(absolute(data), false, original, std::move(done));
+  startLoading(absolute(data), false, original,
+               [done = std::move(done)](OpenEnd end, const FileError*) { done(end == OpenEnd::opened); });
   return true;
 }
 
 void FileSession::startLoading(const Filename& file, bool reload, const std::optional<Filename>& original,
-                               std::function<void(bool)> done) {
+                               OpenDone done) {
   giveUpLoading();
   loader_ = std::make_shared<Loader>();
   Loader* loader = loader_.get();
@@ -201,8 +211,9 @@ void FileSession::progressTick() {
 void FileSession::giveUpLoading() {
   if (!loader_) return;
   loader_->job->askToStop();
-  givenUp_.push_back(std::move(loader_));
+  const std::shared_ptr<Loader> stopped = givenUp_.emplace_back(std::move(loader_));
   setActivity({});
+  stopped->end(OpenEnd::cancelled);
 }
 
 void FileSession::cancelLoading() {
@@ -222,24 +233,15 @@ void FileSession::loaded() {
   setActivity({});
   const LoadResult& result = loader->reading.result;
   if (result.document && !result.cancelled && hub_.document()) return takeOver(*loader);
-  if (loader->done) loader->done(false);
-  if (result.cancelled || !hub_.document()) return;
-  FileError error;
-  error.sentence = loader->reload ? "The scene was changed by another program and could not be loaded again."
-                                  : "The scene could not be opened.";
-  error.reason = "\"" + loader->file.GetString().GetUTF8() + "\": " + result.reason + ".";
-  error.advice = result.advice;
-  error.details = result.error;
-  if (loader->reload) error.advice += " The scene stays as it was.";
+  if (result.cancelled || !hub_.document()) return loader->end(OpenEnd::cancelled);
+  FileError error = loadError(loader->file, result, loader->reload);
+  loader->end(OpenEnd::failed, &error);
   fail(std::move(error));
 }
 
 void FileSession::takeOver(Loader& loader) {
   // Edits made while the file was read count as unsaved changes.
-  if (edits_.revision() != loader.revision && !resolveUnsaved()) {
-    if (loader.done) loader.done(false);
-    return;
-  }
+  if (edits_.revision() != loader.revision && !resolveUnsaved()) return loader.end(OpenEnd::kept);
   if (loader.reload) carryOver(*stateOf(hub_.document()), *stateOf(loader.reading.result.document.get()));
   if (!loader.reload) packed_ = false;
   warnings_ = std::move(loader.reading.result.warnings);
@@ -254,8 +256,8 @@ void FileSession::takeOver(Loader& loader) {
   for (const std::string& warning : warnings_)
     printLine(String(std::string_view(warning)));
   if (!loader.reload && !loader.original) remember(loader.file);
-  if (loader.done) loader.done(true);
   changed.call();
+  loader.end(OpenEnd::opened);
 }
 
 // In place of a recovered scene's own file, the original is watched.
@@ -391,11 +393,9 @@ void FileSession::saved() {
   BaseDocument* document = hub_.document();
   if (!saver->done) {
     saveFailed_ = true;
-    FileError error;
-    error.sentence = "The scene could not be saved.";
-    error.reason = saver->error.empty() ? "There is not enough memory." : saver->error;
-    error.advice = "Your changes are still here; save them under another name or in another folder.";
-    return fail(std::move(error));
+    return fail({"The scene could not be saved.",
+                 saver->error.empty() ? "There is not enough memory." : saver->error,
+                 "Your changes are still here; save them under another name or in another folder.", ""});
   }
   if (document && document->GetIdentity() == saver->document) {
     document->SetDocumentName(saver->file.GetFile());

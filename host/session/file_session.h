@@ -19,6 +19,12 @@ namespace host {
 
 enum class UnsavedAnswer { save, discard, cancel };
 
+/// How opening a file has ended. `kept`: the user keeps the open scene because of its unsaved changes;
+/// `cancelled`: by the user, or by another scene that was opened meanwhile.
+enum class OpenEnd { opened, failed, kept, cancelled };
+/// `error`: of `failed`, else null; valid during the call.
+using OpenDone = std::function<void(OpenEnd end, const FileError* error)>;
+
 /// Questions to the user, which a desktop answers. Each returns when the user has answered. An empty function
 /// means cancel or no, or prints on the console.
 struct FileQuestions {
@@ -47,8 +53,9 @@ class FileSession {
   /// Starts to load a scene (a picture goes to `setSkyPicture`) and cancels a load under way. Asks about
   /// unsaved changes first; false when the user cancelled. The open scene stays until the new one is
   /// complete, and stays for good when the file does not load; `failed` reports that once. A file that is
-  /// being written is read again until it no longer changes.
-  bool open(const Filename& file);
+  /// being written is read again until it no longer changes. `done` is called once, after all questions;
+  /// within this call where false is returned or the file is a picture. A session that ends does not call it.
+  bool open(const Filename& file, OpenDone done = {});
   /// Opens `data` as an unsaved scene of the file `original` (empty: of none), as `open` does. `done` is
   /// called once with whether the scene is open.
   bool recover(const Filename& data, const Filename& original, std::function<void(bool opened)> done);
@@ -119,7 +126,8 @@ class FileSession {
 
   bool resolveUnsaved();
   void startLoading(const Filename& file, bool reload, const std::optional<Filename>& original = {},
-                    std::function<void(bool)> done = {});
+                    OpenDone done = {});
+  bool showSky(const Filename& file, const std::vector<Identity>& skies, FileError& error);
   void giveUpLoading();
   void loaded();
   void takeOver(Loader& loader);

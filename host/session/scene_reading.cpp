@@ -75,4 +75,21 @@ SceneReading readScene(const Filename& file, std::atomic<double>& progress, Base
   return reading;
 }
 
+FileError loadError(const Filename& file, const LoadResult& result, bool reload) {
+  FileError error;
+  error.sentence = reload ? "The scene was changed by another program and could not be loaded again."
+                          : "The scene could not be opened.";
+  error.reason = "\"" + file.GetString().GetUTF8() + "\": " + result.reason + ".";
+  error.advice = result.advice;
+  error.details = result.error;
+  if (reload) error.advice += " The scene stays as it was.";
+  return error;
+}
+
+Filename absolute(const Filename& file) {
+  std::error_code error;
+  const std::filesystem::path path = std::filesystem::absolute(toPath(file), error);
+  return error ? file : toFilename(path.lexically_normal());
+}
+
 } // namespace host

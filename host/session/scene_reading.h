@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "c4d_threading.h"
+#include "file_error.h"
 #include "file_watch.h"
 #include "scene_file.h"
 
@@ -19,5 +20,10 @@ struct SceneReading {
 /// does not load and was just written may be incomplete; it is read again, too. `progress`: 0 to 1. Ends with
 /// `cancelled` when the thread's break test is true.
 SceneReading readScene(const Filename& file, std::atomic<double>& progress, BaseThread& thread);
+
+/// The error of a scene that did not load. `reload`: it is open, and another program has changed it.
+FileError loadError(const Filename& file, const LoadResult& result, bool reload);
+/// The whole path, without "." and ".."; the name itself where the system knows none.
+Filename absolute(const Filename& file);
 
 } // namespace host

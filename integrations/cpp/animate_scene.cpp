@@ -59,7 +59,13 @@ int main(int count, char** arguments) try {
     studio.waitForCommit(studio.commit(), 30);
   }
   if (count > 2) { // the viewer's picture of the last frame, when it is finished
-    while (lumenara_link::member(studio.waitFinished(600).json, "result") == "stopped") {
+    studio.watchProgress();
+    lumenara_link::Answer answer;
+    while (answer.type != "finished" || lumenara_link::member(answer.json, "result") == "stopped") {
+      if (!studio.receive(answer, 600)) throw lumenara_link::LinkError("The viewer did not finish in time.");
+      if (answer.type == "progress")
+        std::printf("%s of %s samples\n", lumenara_link::member(answer.json, "samples").c_str(),
+                    lumenara_link::member(answer.json, "of").c_str());
     }
     const std::string picture = studio.grab("png");
     std::FILE* file = std::fopen(arguments[2], "wb");

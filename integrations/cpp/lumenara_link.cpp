@@ -423,6 +423,10 @@ Answer Connection::waitFinished(double seconds) {
   return answer;
 }
 
+void Connection::watchProgress(bool on) {
+  send("watch", Json().flag("progress", on));
+}
+
 void Connection::open(std::string_view path, double seconds) {
   answerTo(send("open", Json().text("path", path)), seconds);
 }

@@ -108,6 +108,9 @@ class Connection {
   /// Reads answers until the viewer's render has ended and returns that one; its members are `result` (done,
   /// stopped, asset missing or failed), `seconds`, `width` and `height`. Throws after `seconds`.
   Answer waitFinished(double seconds);
+  /// From now on Studio tells how far the viewer's render is: answers "progress" with the members `samples`
+  /// and `of`, at most five a second.
+  void watchProgress(bool on = true);
   /// The next answer, if one comes within `seconds`.
   bool receive(Answer& answer, double seconds);
 

@@ -507,6 +507,10 @@ class Connection:
         """Waits until the viewer's render has ended, and returns that answer: result, seconds, width, height. A "stopped" one counts, too."""
         return self.wait_for("finished", timeout)[0]
 
+    def watch_progress(self, on: bool = True) -> int:
+        """From now on Studio tells how far the viewer's render is: answers "progress" with samples and of, at most five a second."""
+        return self.send("watch", progress=on)
+
     def wait_commit(self, number: int, timeout: float = 30) -> Message:
         """Waits until a commit, or one behind it, is applied, and returns that ack."""
         with self._changed:

@@ -13,11 +13,13 @@ import time
 import unittest
 
 import bpy
+import numpy
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent))
 
 import blender_setup  # finds the add-on
 import lumenara_live
+from lumenara_live import meshes
 from lumenara_live.live import link
 from recording_studio import RecordingStudio
 
@@ -302,6 +304,58 @@ class Life(LinkedBlender):
             link.tick()
         self.assertEqual((link.error, link.help), ("The mesh is empty.", "Leave it out."))
         self.assertIn("3 objects, 12 triangles", link.status())
+
+
+class Slices(unittest.TestCase):
+    """A large mesh is read in many short calls, whatever happens between them."""
+
+    LARGE = 300  # quads along a side: 90,601 vertices, 360,000 corners
+
+    def setUp(self):
+        bpy.ops.wm.read_factory_settings(use_empty=True)
+        bpy.ops.mesh.primitive_grid_add(x_subdivisions=self.LARGE, y_subdivisions=self.LARGE)
+        self.mesh = bpy.context.object.data
+        for face in self.mesh.polygons:
+            face.use_smooth = True
+        bpy.context.view_layer.update()
+        self.reader = meshes.MeshReader(bpy.context.object.name, "mesh")
+
+    def read(self):
+        """The number of calls until all is read, where the time is always over."""
+        graph, calls = bpy.context.evaluated_depsgraph_get(), 1
+        while not self.reader.step(graph, lambda: True):
+            calls += 1
+            self.assertLess(calls, 1000)
+        return calls
+
+    def assert_equal_to_blender(self):
+        mesh, buffers = self.mesh, self.reader.buffers
+        expected = {"face_vertices": (mesh.loops, "vertex_index", 1, numpy.int32), "face_sizes": (mesh.polygons, "loop_total", 1, numpy.int32),
+                    "positions": (mesh.vertices, "co", 3, numpy.float32), "normals": (mesh.vertices, "normal", 3, numpy.float32),
+                    "uv0": (mesh.uv_layers[0].data, "uv", 2, numpy.float32)}
+        self.assertEqual(set(buffers), set(expected))
+        for name, (collection, attribute, width, kind) in expected.items():
+            values = numpy.empty(len(collection) * width, dtype=kind)
+            collection.foreach_get(attribute, values)
+            self.assertTrue(numpy.array_equal(buffers[name], values), name)
+
+    def test_slices_together_are_the_mesh(self):
+        calls = self.read()
+        if bpy.app.version < (3, 5, 0):
+            vertices, faces, corners = (-(-len(part) // meshes.SLICE) for part in (self.mesh.vertices, self.mesh.polygons, self.mesh.loops))
+            layers_without_data = 5
+            self.assertEqual(calls, 2 * vertices + 2 * faces + 2 * corners + layers_without_data)
+        self.assert_equal_to_blender()
+
+    def test_a_mesh_that_grows_meanwhile_begins_again(self):
+        graph = bpy.context.evaluated_depsgraph_get()
+        for _ in range(3):
+            self.assertFalse(self.reader.step(graph, lambda: True))
+        self.mesh.vertices.add(5)
+        self.mesh.update()
+        bpy.context.view_layer.update()
+        self.read()
+        self.assert_equal_to_blender()
 
 
 def main():

@@ -42,9 +42,10 @@ class CppClient(unittest.TestCase):
 
     def test_the_viewers_picture(self):
         picture = pathlib.Path(self.folder.name) / "picture.png"
-        self.studio.finishes = 1
+        self.studio.finishes, self.studio.progress = 1, True
         done = run(1, str(picture))
         self.assertEqual((done.returncode, done.stderr, picture.read_bytes()), (0, "", b"PNG"))
+        self.assertEqual(done.stdout, "3 of 8 samples\n1 frames\n")
         self.studio.refusal = "The viewer has no picture yet."
         done = run(1, str(picture))
         self.assertEqual((done.returncode, done.stderr), (1, "error: The viewer has no picture yet. Do so.\n"))

@@ -113,6 +113,16 @@ class WithStudio(unittest.TestCase):
             with self.assertRaisesRegex(link.LinkError, "sent no finished"):
                 client.wait_finished(0.01)
 
+    def test_progress_comes_when_it_is_watched(self):
+        with link.connect("test") as client:
+            client.watch_progress()
+            answer = client.wait_for("progress")[0]
+            self.assertEqual((answer["samples"], answer["of"]), (3, 8))
+            client.watch_progress(False)
+            client.flush()
+            self.studio.wait(lambda: self.studio.scene.counts.get("watch") == 2)
+            self.assertEqual([message["progress"] for message, _ in self.studio.messages if message["type"] == "watch"], [True, False])
+
     def test_open_and_grab(self):
         with link.connect("test") as client:
             self.assertEqual(client.grab("exr"), b"PNG")

@@ -138,6 +138,7 @@ class RecordingStudio:
         self.scene, self.messages, self.refuse_version = Scene(), [], refuse_version
         self.refusal = ""  # of "open" and "grab"
         self.finishes = 0  # 1: tells the ends of renders at each commit
+        self.progress = False  # renders end once a client watches them
         self.silent, self.promised = False, 3  # no answer to them; bytes that a picture announces
         self.failure, self.hold_acks, self.broken = None, False, None
         self.changed = threading.Condition()
@@ -221,8 +222,16 @@ class RecordingStudio:
                 self.send({"type": "finished", "result": "stopped", "seconds": 0.1}, client=client)
             self.send({"type": "ack", "commit": message["n"], "milliseconds": 1.5, "objects": len(self.scene.objects), "triangles": 12,
                        "notes": []}, client=client)
-            for result in ("stopped", "done")[:2 * self.finishes]:
-                self.send({"type": "finished", "result": result, "seconds": 0.5, "width": 4, "height": 3}, client=client)
+            if not self.progress:
+                self.finish(client)
+        elif kind == "watch" and message["progress"]:
+            self.send({"type": "progress", "samples": 3, "of": 8}, client=client)
+            if self.progress:
+                self.finish(client)
+
+    def finish(self, client):
+        for result in ("stopped", "done")[:2 * self.finishes]:
+            self.send({"type": "finished", "result": result, "seconds": 0.5, "width": 4, "height": 3}, client=client)
 
     def send(self, message, body=b"", client=None):
         text = json.dumps(message).encode()

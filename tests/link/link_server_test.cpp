@@ -14,6 +14,7 @@
 #include "link_server.h"
 #include "picture_formats.h"
 #include "picture_load.h"
+#include "render_notices.h"
 #include "scene_file.h"
 #include "session_fixture.h"
 
@@ -287,7 +288,10 @@ TEST_F(LinkServerTest, AnOpenedSceneIsAnsweredWhenItIsShown) {
   client.send(Message(Json{{"type", "open"}, {"id", 4}, {"path", bad}}));
   const Json refused = client.receive("error");
   EXPECT_EQ(refused["message"], 4);
-  EXPECT_EQ(refused["text"], "Lumenara Studio did not open the scene.");
+  const std::string text = refused["text"];
+  EXPECT_EQ(text.find("The scene could not be opened. \"" + bad + "\": "), 0U) << text;
+  EXPECT_GT(text.size(), bad.size() + 40) << text;
+  EXPECT_FALSE(std::string(refused["help"]).empty());
   EXPECT_EQ(session->files().title(), String("good.glb"));
   // Of two at once the newer one is shown.
   const std::string other = saveScene("other.glb");
@@ -296,6 +300,76 @@ TEST_F(LinkServerTest, AnOpenedSceneIsAnsweredWhenItIsShown) {
   EXPECT_EQ(client.receive("ack")["message"], 6);
   EXPECT_EQ(client.receive("error")["message"], 5);
   EXPECT_EQ(describedScene(), "other.glb");
+}
+
+TEST_F(LinkServerTest, OpenIsAnsweredAfterTheQuestionsThatLoadingAsks) {
+  // The scene is edited while the file is read, so the question comes when reading has ended.
+  const std::string path = saveScene("late.glb");
+  for (const UnsavedAnswer answer : {UnsavedAnswer::cancel, UnsavedAnswer::discard}) {
+    Client client(server->socketPath());
+    client.hello();
+    ASSERT_TRUE(client.receive("welcome").is_object());
+    bool answered = false, early = false;
+    FileQuestions questions;
+    questions.unsaved = [&](const String&, const std::vector<std::string>&) {
+      client.send(Message(typed("ping")));
+      EXPECT_TRUE(client.receive("pong").is_object()); // what was told until now has arrived
+      early = client.has("ack") || client.has("error");
+      answered = true;
+      return answer;
+    };
+    session->files().setQuestions(questions);
+    const Subscription loading = session->files().changed.add([&] {
+      if (session->files().activity().kind == FileSession::Activity::Kind::loading &&
+          !session->files().isDirty())
+        session->edits().apply("Rename", [](BaseDocument& to) {
+          stateOf(&to)->name = String("Edited");
+          return true;
+        });
+    });
+    client.send(Message(Json{{"type", "open"}, {"id", 9}, {"path", path}}));
+    const Json end = client.receive(answer == UnsavedAnswer::cancel ? "error" : "ack");
+    EXPECT_EQ(end["message"], 9);
+    EXPECT_TRUE(answered);
+    EXPECT_FALSE(early);
+    session->files().setQuestions({});
+  }
+}
+
+TEST_F(LinkServerTest, ProgressGoesToThoseThatWatch) {
+  Client watching(server->socketPath()), other(server->socketPath());
+  for (Client* client : {&watching, &other})
+    client->hello();
+  watching.send(Message(Json{{"type", "watch"}, {"id", 1}, {"progress", "yes"}}));
+  EXPECT_EQ(watching.receive("error")["message"], 1);
+  watching.send(Message(Json{{"type", "watch"}, {"progress", true}}));
+  for (Client* client : {&watching, &other}) { // both are served
+    client->send(Message(typed("ping")));
+    ASSERT_TRUE(client->receive("pong").is_object());
+  }
+  host::render::tellRenderProgressed({1000000, false, 0.5, 10}); // no plug-in's
+  host::render::tellRenderProgressed({1000001, true, 0.25, 64});
+  advance(250);
+  const Json first = watching.receive("progress");
+  EXPECT_EQ(first["samples"], 16);
+  EXPECT_EQ(first["of"], 64);
+  host::render::tellRenderProgressed({1000000, true, 0.9, 64}); // of an older render
+  for (const double part : {0.3, 0.4, 0.5})                     // the newest counts
+    host::render::tellRenderProgressed({1000001, true, part, 64});
+  advance(250);
+  EXPECT_EQ(watching.receive("progress")["samples"], 32);
+  host::render::RenderNotice ended;
+  ended.id = 1000001;
+  ended.byPlugin = true;
+  host::render::tellRenderEnded(ended);
+  EXPECT_EQ(session->viewerFilm().progress().samples, 0);
+  advance(250);
+  host::render::tellRenderProgressed({1000002, true, 1, 8});
+  advance(250);
+  EXPECT_EQ(watching.receive("progress")["of"], 8);
+  other.send(Message(typed("ping")));
+  EXPECT_TRUE(other.receive("pong").is_object());
+  EXPECT_FALSE(other.has("progress"));
 }
 
 TEST_F(LinkServerTest, TheDescriptionSaysTheStartInUtc) {

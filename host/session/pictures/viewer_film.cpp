@@ -1,5 +1,7 @@
 #include "viewer_film.h"
 
+#include <cmath>
+
 #include "main_loop.h"
 
 namespace host {
@@ -20,7 +22,24 @@ void ViewerFilm::renderVisible(const render::RenderNotice& notice) {
   post({FilmNews::Stage::visible, notice.byPlugin, notice.film});
 }
 
+void ViewerFilm::renderProgressed(const render::RenderProgress& progress) {
+  if (!progress.byPlugin) return;
+  const std::lock_guard lock(mutex_);
+  if (progress.id < progress_.render) return;
+  progress_ = {progress.id, static_cast<int>(std::lround(progress.part * progress.samples)),
+               progress.samples};
+}
+
+ViewerProgress ViewerFilm::progress() const {
+  const std::lock_guard lock(mutex_);
+  return progress_;
+}
+
 void ViewerFilm::renderEnded(const render::RenderNotice& notice) {
+  {
+    const std::lock_guard lock(mutex_);
+    if (progress_.render == notice.id) progress_.samples = progress_.done = 0;
+  }
   post({FilmNews::Stage::ended, notice.byPlugin, notice.film, notice.result});
 }
 

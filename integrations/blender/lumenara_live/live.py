@@ -9,6 +9,7 @@ from . import lumenara_link, scenery, sync, walk
 from .outbox import Outbox
 
 TICK = 0.01  # seconds between two looks
+SOON = 0.001  # the same while meshes are read: Blender draws and takes events between two slices
 VIEW_INTERVAL = 1 / 30  # between two positions of a followed view
 ACK_PATIENCE = 0.5  # a commit is sent without the last one's ack after so long
 LONGEST_GOODBYE = 0.03  # seconds that Blender waits for the end of a connection
@@ -118,7 +119,7 @@ class Link:
                 self._committed_at = time.monotonic()
         elif self.live:
             self._follow_view()
-        return TICK
+        return SOON if self.sync.readers else TICK
 
     def _must_wait(self):
         """A commit that Studio has not applied yet holds the next one back, so that nothing piles up."""

@@ -71,7 +71,7 @@ class Sync:
 
     # Sending.
 
-    def step(self, depsgraph, budget=0.015):
+    def step(self, depsgraph, budget=0.008):
         """Works for about `budget` seconds; True when a commit was queued or nothing was left to send."""
         begin = time.perf_counter()
         try:
