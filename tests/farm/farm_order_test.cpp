@@ -27,11 +27,11 @@ TEST(FarmOrder, FramesBecomeArguments) {
   order.camera = "-side", order.partition = "night", order.memory = "2G", order.time = "1:00:00";
   order.others = "--qos=low --comment='two words'";
   order.overwrite = true;
-  EXPECT_EQ(submitArguments(order, "/tmp/a.glb"),
-            (Words{"farm", "submit", "/tmp/a.glb", "--output=/out/shot.tif", "--quiet", "--frames=-2:9:3",
-                   "--chunk=4", "--size=64x48", "--camera=-side", "--samples=5", "--partition=night",
-                   "--memory=2G", "--task-time=1:00:00", "--overwrite", "--", "--qos=low",
-                   "--comment=two words"}));
+  EXPECT_EQ(
+      submitArguments(order, "/tmp/a.glb"),
+      (Words{"farm", "submit", "/tmp/a.glb", "--output=/out/shot.tif", "--quiet", "--frames=-2:9:3",
+             "--chunk=4", "--size=64x48", "--camera=-side", "--samples=5", "--partition=night", "--memory=2G",
+             "--task-time=1:00:00", "--overwrite", "--", "--qos=low", "--comment=two words"}));
 }
 
 TEST(FarmOrder, PartsOfAPictureHaveAFrameAndNoChunk) {
