@@ -104,6 +104,8 @@ def farm(run):
     check(tasks == [[1], [2]], f"the tasks of the second submission are {tasks}")
     shutil.rmtree(job)
     wait_for("an empty list", lambda: not rows(studio), 60, 0.3)
+    studio.key("Escape")
+    wait_for("the closed list", lambda: not studio.find(name="farm-jobs"))
     studio.quit()
 
 

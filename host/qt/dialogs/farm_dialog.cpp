@@ -161,8 +161,8 @@ void FarmDialog::layOut() {
   layout->addWidget(message_);
   layout->addStretch(1);
   submit_->setObjectName(QStringLiteral("farm-submit"));
-  submit_->setDefault(true);
-  submit_->setToolTip(tr("Checks the job, packs the scene and hands it to Slurm (Enter)"));
+  submit_->setAutoDefault(false); // Enter commits a number field, and must not submit by accident
+  submit_->setToolTip(tr("Checks the job, packs the scene and hands it to Slurm (Alt+S)"));
   cancel_->setObjectName(QStringLiteral("farm-cancel"));
   cancel_->setAutoDefault(false);
   cancel_->setToolTip(tr("Ends a submission that runs, else closes the window (Esc)"));
