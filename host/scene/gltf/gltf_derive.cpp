@@ -105,7 +105,8 @@ Json lightJson(const NodeState& light) {
   if (real(light, lightTemperature) > 0) {
     const Vector shown = lightColorOf(light);
     strength = std::max({shown.x, shown.y, shown.z, 1.0});
-    to["color"] = vectorJson(shown * (1 / strength));
+    // Divided, so that the largest part is exactly 1.
+    to["color"] = vectorJson({shown.x / strength, shown.y / strength, shown.z / strength});
   } else if (has(light, lightColor)) {
     to["color"] = vectorJson(vector(light, lightColor));
   }
