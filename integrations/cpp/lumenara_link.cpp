@@ -280,7 +280,7 @@ Connection::Connection(std::string_view program, std::string address, double sec
   if (address.empty()) {
     const std::vector<Studio> studios = findStudios();
     if (studios.empty())
-      throw LinkError("No Lumenara Studio listens. Start it, and switch on \"Live link\" in its settings.");
+      throw LinkError("No Lumenara Studio listens. Start it, without --no-listen.");
     address = studios.front().socket;
   }
   const std::size_t colon = address.rfind(':');

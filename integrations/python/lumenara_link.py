@@ -152,7 +152,7 @@ def start_studio(program: Optional[str] = None, arguments: Sequence[str] = (), t
         if process.poll() is not None:
             raise LinkError(f"{path} ended with code {process.returncode} before it listened.", "Start it in a terminal to see why.")
         time.sleep(0.05)
-    raise LinkError(f"{path} did not listen within {timeout:g} seconds.", "Switch on \"Live link\" in Studio's settings and try again.")
+    raise LinkError(f"{path} did not listen within {timeout:g} seconds.", "Start it without --no-listen and try again.")
 
 
 # Blocks.
@@ -619,7 +619,7 @@ def connect(program: str, start: bool = False, timeout: float = 30, on_message: 
     """
     if address:
         return Connection(program, _host_and_port(address), token, on_message=on_message)
-    failure = LinkError("No Lumenara Studio listens.", "Start it, and switch on \"Live link\" in its settings.")
+    failure = LinkError("No Lumenara Studio listens.", "Start it, without --no-listen.")
     studios = find_studios() or ([start_studio(timeout=timeout)] if start else [])
     for studio in studios:
         try:

@@ -75,7 +75,7 @@ class CppClient(unittest.TestCase):
     def test_no_studio(self):
         self.studio.file.unlink()
         done = run(1)
-        self.assertEqual((done.returncode, done.stderr), (1, "error: No Lumenara Studio listens. Start it, and switch on \"Live link\" in its settings.\n"))
+        self.assertEqual((done.returncode, done.stderr), (1, "error: No Lumenara Studio listens. Start it, without --no-listen.\n"))
 
 
 if __name__ == "__main__":
