@@ -279,8 +279,7 @@ Connection::Connection(std::string_view program, std::string address, double sec
                        std::string_view token) {
   if (address.empty()) {
     const std::vector<Studio> studios = findStudios();
-    if (studios.empty())
-      throw LinkError("No Lumenara Studio listens. Start it, without --no-listen.");
+    if (studios.empty()) throw LinkError("No Lumenara Studio listens. Start it, without --no-listen.");
     address = studios.front().socket;
   }
   const std::size_t colon = address.rfind(':');

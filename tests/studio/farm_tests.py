@@ -102,10 +102,10 @@ def farm(run):
     wait_for("a second submission", lambda: sum("submissions/2" in line for line in slurm.submissions()) == 2, 60)
     tasks = json.loads((job / "submissions" / "2.json").read_text(encoding="utf-8"))["tasks"]
     check(tasks == [[1], [2]], f"the tasks of the second submission are {tasks}")
+    submission = job / "submissions" / "2.json"
+    wait_for("the end of the retry", lambda: json.loads(submission.read_text(encoding="utf-8"))["closing"], 60)
     shutil.rmtree(job)
     wait_for("an empty list", lambda: not rows(studio), 60, 0.3)
-    studio.key("Escape")
-    wait_for("the closed list", lambda: not studio.find(name="farm-jobs"))
     studio.quit()
 
 

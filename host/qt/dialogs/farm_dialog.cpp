@@ -265,6 +265,8 @@ void FarmDialog::reject() {
 void FarmDialog::say(const QString& text, bool error) {
   setRole(message_, error ? "error" : "dim");
   message_->setText(text);
+  // The text wraps, which the dialog's own minimum leaves out.
+  if (layout()) resize(width(), std::max(height(), layout()->totalHeightForWidth(width())));
 }
 
 void FarmDialog::showState() {

@@ -93,7 +93,9 @@ void FarmJobs::buildLists() {
     list->setAllColumnsShowFocus(true);
   }
   jobs_->header()->setStretchLastSection(true);
-  jobs_->header()->resizeSection(Column::output, 240);
+  jobs_->header()->resizeSection(Column::output, 220);
+  for (const int narrow : {Column::progress, Column::running, Column::failed, Column::left})
+    jobs_->header()->resizeSection(narrow, 72);
   failures_->header()->resizeSection(0, 70);
   failures_->header()->resizeSection(1, 60);
   failures_->setMaximumHeight(120);

@@ -32,8 +32,8 @@ void present(QWidget& window) {
 
 } // namespace
 
-FarmWindows::FarmWindows(Session& session, QWidget& window)
-    : QObject(&window), session_(session), window_(window), desk_(batchProgram(), homeFolder()) {
+FarmWindows::FarmWindows(Session& session, QWidget& window, QAction& quit)
+    : QObject(&window), session_(session), window_(window), quit_(quit), desk_(batchProgram(), homeFolder()) {
 }
 
 FarmWindows::~FarmWindows() {
@@ -44,6 +44,7 @@ FarmWindows::~FarmWindows() {
 void FarmWindows::showDialog() {
   if (!dialog_) {
     dialog_ = new FarmDialog(session_, desk_, &window_);
+    dialog_->addAction(&quit_);
     connect(dialog_, &FarmDialog::submitted, this, [this] {
       jobs().selectNewest();
       showJobs();
@@ -57,6 +58,7 @@ void FarmWindows::showDialog() {
 FarmJobs& FarmWindows::jobs() {
   if (!jobs_) {
     jobs_ = new FarmJobs(desk_, &window_);
+    jobs_->addAction(&quit_);
     connect(jobs_, &FarmJobs::picturesWanted, this, &FarmWindows::picturesWanted);
     connect(jobs_, &FarmJobs::fileWanted, this,
             [](const QString& file) { userInterface().openFile(Filename(toHost(file))); });

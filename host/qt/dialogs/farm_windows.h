@@ -7,6 +7,7 @@
 
 #include "farm_desk.h"
 
+class QAction;
 class QWidget;
 
 namespace host {
@@ -18,8 +19,8 @@ class Session;
 class FarmWindows : public QObject {
   Q_OBJECT
  public:
-  /// The session must outlive this.
-  FarmWindows(Session& session, QWidget& window);
+  /// The session must outlive this. `quit` ends the program; its key works in these windows, too.
+  FarmWindows(Session& session, QWidget& window, QAction& quit);
   ~FarmWindows() override;
 
   void showDialog();
@@ -34,6 +35,7 @@ class FarmWindows : public QObject {
 
   Session& session_;
   QWidget& window_;
+  QAction& quit_;
   farm::FarmDesk desk_;
   QPointer<FarmDialog> dialog_;
   QPointer<FarmJobs> jobs_;

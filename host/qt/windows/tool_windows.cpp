@@ -106,7 +106,7 @@ void ToolWindows::showRenderSettings() {
 
 FarmWindows& ToolWindows::farm() {
   if (!farm_) {
-    farm_ = new FarmWindows(session_, window_);
+    farm_ = new FarmWindows(session_, window_, *commands_.action(QStringLiteral("file.quit")));
     connect(farm_, &FarmWindows::picturesWanted, this, [this](const QStringList& files) {
       showFrameBuffer();
       frameBuffer().openPictures(files);
