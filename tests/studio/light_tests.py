@@ -25,13 +25,13 @@ def light_attributes(run):
     check("cd" in studio.get(label="Intensity")["text"], "the intensity's unit")
     enter(studio, "Temperature", "3200")
     wait_for("the temperature", lambda: "3200" in studio.get(label="Temperature")["text"].replace(",", ""))
-    studio.click(label="Solo")
-    wait_for("the switch", lambda: studio.get(label="Solo")["checked"])
-    check(not studio.get(label="Mute")["checked"], "the light is muted")
+    studio.click(text="Solo")
+    wait_for("the switch", lambda: studio.get(text="Solo")["checked"])
+    check(not studio.get(text="Mute")["checked"], "the light is muted")
     run.options.output.mkdir(parents=True, exist_ok=True)
     run.display.save(run.options.output / "light-attributes.png")
     studio.key("ctrl+z")
-    wait_for("the switch undone", lambda: not studio.get(label="Solo")["checked"])
+    wait_for("the switch undone", lambda: not studio.get(text="Solo")["checked"])
     studio.quit()
 
 
