@@ -266,9 +266,9 @@ TEST_F(RenderHistoryTest, ChangesBetweenEntriesAndNow) {
     settle();
     return lines;
   };
-  EXPECT_EQ(changes(first, second), std::vector<std::string>{"lamp intensity 12 -> 8"});
-  EXPECT_EQ(changes(second, first), std::vector<std::string>{"lamp intensity 8 -> 12"});
-  EXPECT_EQ(changes(first, 0), std::vector<std::string>{"lamp intensity 12 -> 7"});
+  EXPECT_EQ(changes(first, second), std::vector<std::string>{"lamp intensity 12 cd -> 8 cd"});
+  EXPECT_EQ(changes(second, first), std::vector<std::string>{"lamp intensity 8 cd -> 12 cd"});
+  EXPECT_EQ(changes(first, 0), std::vector<std::string>{"lamp intensity 12 cd -> 7 cd"});
 }
 
 TEST_F(RenderHistoryTest, StarsNotesAndNamesStay) {

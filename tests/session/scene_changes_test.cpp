@@ -42,7 +42,7 @@ TEST_F(SceneChangesTest, ValuesHaveTheLabelsOfTheAttributes) {
   object("lamp")->data.SetVector(param::lightColor, {1, 0.5, 0});
   object("camera")->data.SetReal(param::cameraAperture, 0.0125);
   stateOf(document().SearchMaterial("red"))->data.SetReal(param::roughness, 0.25);
-  EXPECT_EQ(changes(), (Lines{"lamp color (1, 1, 1) -> (1, 0.5, 0)", "lamp intensity 12 -> 8",
+  EXPECT_EQ(changes(), (Lines{"lamp color (1, 1, 1) -> (1, 0.5, 0)", "lamp intensity 12 cd -> 8 cd",
                               "camera aperture 0 mm -> 12.5 mm", "Material red roughness 0.5 -> 0.25"}));
 }
 

@@ -17,15 +17,22 @@ def enter(studio, label, text):
     studio.key("Return")
 
 
+def tick(studio, text):
+    """Clicks the box itself: the row goes on behind its label, where a click switches nothing."""
+    x, y, width, height = studio.get(text=text)["place"]
+    studio.click(at=(x + 10, y + height // 2))
+
+
 def light_attributes(run):
     """A new light is tinted by its temperature and switched to shine alone."""
     studio = run.start(run.scene)
     studio.get(name="studio")
+    studio.await_keyboard()
     studio.menu("Edit", "Add", "Light")
     check("cd" in studio.get(label="Intensity")["text"], "the intensity's unit")
     enter(studio, "Temperature", "3200")
     wait_for("the temperature", lambda: "3200" in studio.get(label="Temperature")["text"].replace(",", ""))
-    studio.click(text="Solo")
+    tick(studio, "Solo")
     wait_for("the switch", lambda: studio.get(text="Solo")["checked"])
     check(not studio.get(text="Mute")["checked"], "the light is muted")
     run.options.output.mkdir(parents=True, exist_ok=True)
@@ -39,6 +46,7 @@ def drop_to_floor(run):
     """Shift+F puts a lifted object back where it lay."""
     studio = run.start(run.scene)
     studio.get(name="studio")
+    studio.await_keyboard()
     select(studio, first_mesh(studio))
 
     def height():

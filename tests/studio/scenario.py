@@ -13,6 +13,9 @@ import traceback
 
 from studio_driver import Display, Failed, Studio, require_tools, wait_for
 
+# The plug-in's own defaults, in Studio and in every program beside it; tests of site defaults say otherwise.
+os.environ.setdefault("LUMENARA_DEFAULTS", "/dev/null")
+
 DIALOG = "dialog-1021442-0"
 REFRESH, AUTO, CAMERA, AREA = "gadget-1109", "gadget-1110", "gadget-1118", "gadget-1123"
 

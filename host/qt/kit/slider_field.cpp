@@ -48,6 +48,7 @@ SliderField::SliderField(QWidget* parent)
   layout->addWidget(field_);
   layout->addWidget(slider_, 1);
   field_->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
+  field_->setMinimumWidth(86); // "25.031 cd"
   setFocusProxy(field_);
   slider_->setMinimumWidth(48);
   connect(field_, &NumberField::valueChanged, this, [this](double value) {

@@ -219,10 +219,10 @@ TEST_F(FilmstripTest, ShowWhatChangedListsWords) {
   };
   choose(1);
   run("changes");
-  EXPECT_EQ(lines(), "lamp intensity 12 -> 7");
+  EXPECT_EQ(lines(), "lamp intensity 12 cd -> 7 cd");
   strip->list().selectAll();
   run("changes");
-  EXPECT_EQ(lines(), "lamp intensity 12 -> 8");
+  EXPECT_EQ(lines(), "lamp intensity 12 cd -> 8 cd");
 }
 
 TEST_F(FilmstripTest, NamesAndRemoval) {
