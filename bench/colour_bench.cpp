@@ -7,6 +7,7 @@
 
 #include "display_transform.h"
 #include "film.h"
+#include "layer_rows.h"
 #include "viewed_bitmap.h"
 #include "worker_threads.h"
 
@@ -34,6 +35,36 @@ const BaseBitmap& picture() {
     }
   host::setFilm(*bitmap, film);
   return *bitmap;
+}
+
+/// The picture as it is shown already: its codes are read, not computed.
+void showAgain(benchmark::State& state) {
+  host::setWorkerCount(2);
+  const host::ViewedRows rows(picture());
+  const host::ViewTransform view;
+  std::vector<unsigned char> codes(static_cast<std::size_t>(width) * height * 3);
+  for (auto _ : state) {
+    host::eachRow(height,
+                  [&](int y) { rows.read(view, y, codes.data() + static_cast<std::size_t>(y) * width * 3); });
+    benchmark::DoNotOptimize(codes.data());
+  }
+  host::setWorkerCount(0);
+}
+
+/// A render that goes on, as the Frame Buffer shows it: the film alone, read anew each time.
+void showLive(benchmark::State& state) {
+  host::setWorkerCount(2);
+  const std::shared_ptr<host::Film> film = host::filmOf(picture());
+  const host::ViewTransform view({"ACES SDR", 0.5});
+  std::vector<unsigned char> codes(static_cast<std::size_t>(width) * height * 3);
+  host::LayerRows rows(film, "");
+  for (auto _ : state) {
+    rows.keep();
+    host::eachRow(height,
+                  [&](int y) { rows.read(view, y, codes.data() + static_cast<std::size_t>(y) * width * 3); });
+    benchmark::DoNotOptimize(codes.data());
+  }
+  host::setWorkerCount(0);
 }
 
 /// `kept`: the light was read before, as in a drag of the exposure.
@@ -67,3 +98,5 @@ LUMENARA_VIEW(aces, "ACES SDR", false);
 LUMENARA_VIEW(sRGBDragged, "sRGB", true);
 LUMENARA_VIEW(acesDragged, "ACES SDR", true);
 LUMENARA_VIEW(filmicDragged, "Filmic", true);
+BENCHMARK(showLive)->Unit(benchmark::kMillisecond)->UseRealTime()->MeasureProcessCPUTime();
+BENCHMARK(showAgain)->Unit(benchmark::kMillisecond)->UseRealTime()->MeasureProcessCPUTime();

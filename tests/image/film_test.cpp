@@ -1,6 +1,8 @@
 // The float film and the display transform.
+#include <array>
 #include <cmath>
 #include <limits>
+#include <vector>
 
 #include "display_transform.h"
 #include "film.h"
@@ -37,6 +39,15 @@ TEST(DisplayTransform, IsMonotonic) {
     last = code;
   }
   EXPECT_EQ(last, 255);
+}
+
+TEST(DisplayTransform, ManyValuesAreLikeOne) {
+  const std::vector<float> light{-1, 0, 0.002f, 0.18f, 0.5f, 1, 7, std::numeric_limits<float>::infinity(),
+                                 std::numeric_limits<float>::quiet_NaN()};
+  std::vector<unsigned char> codes(light.size());
+  host::toDisplay(light.data(), codes.data(), light.size());
+  for (std::size_t i = 0; i < light.size(); ++i)
+    EXPECT_EQ(codes[i], host::toDisplay(light[i])) << light[i];
 }
 
 TEST(DisplayTransform, ClampsToItsRange) {
@@ -154,6 +165,32 @@ TEST(Film, ShowsTheDenoisedOrTheNoisyColour) {
   EXPECT_TRUE(host::showDenoised(*bitmap, true));
   EXPECT_EQ(at(*bitmap, 0, 0).r, dark);
   EXPECT_EQ(at(*bitmap, 1, 0).r, 9);
+}
+
+TEST(Film, ARowIsLikeItsPixels) {
+  Film film(6, 3, {2, 1, 3, 1});
+  const auto expectRow = [&](int y) {
+    std::vector<float> row(18, -1);
+    film.getShownRow(y, row.data());
+    for (int x = 0; x < 6; ++x) {
+      float rgba[4];
+      film.getShown(x, y, rgba);
+      for (int i = 0; i < 3; ++i)
+        EXPECT_EQ(row[static_cast<std::size_t>(3 * x + i)], rgba[i]) << x << " " << y;
+    }
+  };
+  for (int x = 2; x < 5; ++x) {
+    const auto light = static_cast<float>(x);
+    film.setColor(x, 1, std::array{light, 10 * light, 100 * light, 1.0f}.data());
+  }
+  expectRow(0);
+  expectRow(1);
+  const auto denoised = film.addLayer(host::film_layers::denoised, "RGB");
+  denoised->set(film.pixelAt(3, 1), std::array{7.0f, 8.0f, 9.0f}.data());
+  film.showDenoised(true);
+  expectRow(1);
+  film.showDenoised(false);
+  expectRow(1);
 }
 
 TEST(Film, ClonesShareItAndPartsGetASection) {

@@ -257,6 +257,10 @@ TEST(View, ACopyShowsTheFilmAndKeepsWhatWasDrawn) {
   unsigned char row[9];
   rows.read(raw, 0, row);
   EXPECT_EQ((Codes{row[0], row[3], row[6]}), (Codes{128, 9, 128}));
+  const host::ViewedRows plain(*bitmap);
+  plain.read(ViewTransform(), 0, row); // the view that the bitmap shows: its own codes
+  const unsigned char quarter = host::toDisplay(0.25f);
+  EXPECT_EQ((Codes{row[0], row[3], row[6]}), (Codes{quarter, 9, quarter}));
   host::setFilm(*bitmap, nullptr);
   ASSERT_TRUE(host::viewedCopy(*bitmap, raw, false, *copy));
   EXPECT_EQ(pixel(0)[0], host::toDisplay(0.25f)) << "without a film nothing changes";

@@ -68,6 +68,24 @@ void Film::getShown(int x, int y, float rgba[4]) const noexcept {
     denoised->get(pixelAt(x, y), rgba);
 }
 
+void Film::getShownRow(int y, float* rgb) const noexcept {
+  assert(y >= 0 && y < height_);
+  std::fill_n(rgb, 3 * static_cast<std::size_t>(width_), 0.0f);
+  if (!holds(window_.left, y)) return;
+  rgb += 3 * static_cast<std::size_t>(window_.left);
+  const std::size_t first = pixelAt(window_.left, y);
+  const FilmLayer* denoised = denoised_.load(std::memory_order_acquire);
+  if (denoised && showDenoised_.load(std::memory_order_relaxed)) {
+    for (int x = 0; x < window_.width; ++x, rgb += 3)
+      denoised->get(first + static_cast<std::size_t>(x), rgb);
+    return;
+  }
+  const std::atomic<float>* value = color_.get() + first * 4;
+  for (int x = 0; x < window_.width; ++x, rgb += 3, value += 4)
+    for (int i = 0; i < 3; ++i)
+      rgb[i] = value[i].load(std::memory_order_relaxed);
+}
+
 void Film::getStraight(int x, int y, float rgba[4]) const noexcept {
   getShown(x, y, rgba);
   makeStraight(x, y, rgba);

@@ -90,6 +90,8 @@ class Film {
   void getColor(int x, int y, float rgba[4]) const noexcept;
   /// The colour that the bitmap shows: the denoised one where there is one and it was not switched off.
   void getShown(int x, int y, float rgba[4]) const noexcept;
+  /// Red, green and blue of it for a whole row.
+  void getShownRow(int y, float* rgb) const noexcept;
   /// The colour of the surfaces alone, not multiplied by alpha: the shown colour without the sky's light,
   /// divided by the coverage. Where alpha is 0 it is the shown colour.
   void getStraight(int x, int y, float rgba[4]) const noexcept;

@@ -22,8 +22,8 @@ float nextUp(float value) {
 }
 
 /// A code begins at the linear value whose encoded value lies half a step below it. Floats of one bucket
-/// share sign, exponent and the first seven bits of the fraction; a bucket is narrower than a code, so at
-/// most two comparisons follow the look-up.
+/// share sign, exponent and the first seven bits of the fraction; a bucket is narrower than a code, so one
+/// comparison follows the look-up.
 struct Table {
   static constexpr int shift = 16;
   std::array<float, 257> start{};  // start[c]: the smallest float of code c; start[256] is never reached
@@ -81,16 +81,28 @@ struct WordTable {
 
 } // namespace
 
-unsigned char toDisplay(float linear) noexcept {
-  const Table& t = table();
-  // Without branches: neighbouring pixels differ.
+namespace {
+
+// Without branches: neighbouring pixels differ.
+inline unsigned char codeOf(const Table& t, float linear) noexcept {
   const auto least = std::bit_cast<float>(t.first << Table::shift);
   const float above = linear > least ? linear : least; // NaN too
   const float light = above < t.start[255] ? above : t.start[255];
   std::size_t code = t.bucket[(std::bit_cast<std::uint32_t>(light) >> Table::shift) - t.first];
   code += light >= t.start[code + 1] ? 1 : 0;
-  code += light >= t.start[code + 1] ? 1 : 0;
   return static_cast<unsigned char>(code);
+}
+
+} // namespace
+
+unsigned char toDisplay(float linear) noexcept {
+  return codeOf(table(), linear);
+}
+
+void toDisplay(const float* linear, unsigned char* codes, std::size_t count) noexcept {
+  const Table& t = table();
+  for (std::size_t i = 0; i < count; ++i)
+    codes[i] = codeOf(t, linear[i]);
 }
 
 float fromDisplay(unsigned char code) noexcept {

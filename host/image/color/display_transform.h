@@ -3,6 +3,7 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 
 namespace host {
@@ -14,6 +15,8 @@ double linearToSrgb(double linear) noexcept;
 
 /// The one display transform: linear light to an 8-bit sRGB code, cut to 0 and 1, rounded. NaN gives 0.
 unsigned char toDisplay(float linear) noexcept;
+/// The same for many values.
+void toDisplay(const float* linear, unsigned char* codes, std::size_t count) noexcept;
 
 /// The linear light of an 8-bit code, 0 to 1. The exact inverse: toDisplay(fromDisplay(c)) == c.
 float fromDisplay(unsigned char code) noexcept;

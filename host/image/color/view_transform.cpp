@@ -84,7 +84,7 @@ void ViewTransform::show(const float* rgb, unsigned char* codes, std::size_t pix
     count = std::min(pixels, ViewLook::mostPixels);
     std::transform(rgb, rgb + 3 * count, gain_.begin(), scaled.begin(), std::multiplies());
     if (!look_) {
-      std::transform(scaled.begin(), scaled.begin() + 3 * count, codes, toDisplay);
+      toDisplay(scaled.data(), codes, 3 * count);
       continue;
     }
     look_->show(scaled.data(), display.data(), count);

@@ -1,6 +1,7 @@
 #include "viewed_bitmap.h"
 
 #include <algorithm>
+#include <cstring>
 #include <new>
 #include <vector>
 
@@ -15,20 +16,15 @@ ViewedRows::ViewedRows(const BaseBitmap& bitmap, bool straight)
 }
 
 void ViewedRows::readLight(LONG y, float* light, std::uint8_t* drawn) const {
-  const LONG width = bitmap_.GetBw();
-  for (LONG x = 0; x < width; ++x) {
-    float rgba[4];
-    film_->getShown(x, y, rgba);
-    std::copy_n(rgba, 3, light + 3 * x);
-  }
-  std::vector<unsigned char> codes(3 * static_cast<std::size_t>(width));
-  shown_->show(light, codes.data(), static_cast<std::size_t>(width));
-  for (LONG x = 0; x < width; ++x) {
-    UWORD r, g, b;
-    bitmap_.GetPixel(x, y, &r, &g, &b);
-    const unsigned char* code = codes.data() + 3 * x;
-    drawn[x] = code[0] == r && code[1] == g && code[2] == b ? 0 : 1;
-  }
+  const auto width = static_cast<std::size_t>(bitmap_.GetBw());
+  film_->getShownRow(y, light);
+  std::vector<unsigned char> codes(6 * width);
+  unsigned char* const shown = codes.data();
+  unsigned char* const held = shown + 3 * width;
+  shown_->show(light, shown, width);
+  bitmap_.GetPixelCnt(0, y, bitmap_.GetBw(), held, 3, COLORMODE_RGB);
+  for (std::size_t i = 0; i < width; ++i)
+    drawn[i] = std::memcmp(shown + 3 * i, held + 3 * i, 3) == 0 ? 0 : 1;
 }
 
 void ViewedRows::straighten(LONG y, float* light) const {
@@ -57,6 +53,11 @@ void ViewedRows::keepLight(const DeskLook& look) {
 
 void ViewedRows::read(const ViewTransform& view, LONG y, unsigned char* rgb) const {
   const auto width = static_cast<std::size_t>(bitmap_.GetBw());
+  const bool asHeld = !film_ || (light_.empty() && !straight_ && view.settings() == shown_->settings());
+  if (asHeld) {
+    bitmap_.GetPixelCnt(0, y, bitmap_.GetBw(), rgb, 3, COLORMODE_RGB);
+    return;
+  }
   std::vector<float> light;
   std::vector<std::uint8_t> drawn;
   const std::uint8_t* isDrawn = nullptr;
@@ -64,7 +65,7 @@ void ViewedRows::read(const ViewTransform& view, LONG y, unsigned char* rgb) con
     const std::size_t first = width * static_cast<std::size_t>(y);
     isDrawn = drawn_.data() + first;
     view.show(light_.data() + 3 * first, rgb, width);
-  } else if (film_) {
+  } else {
     light.resize(3 * width);
     drawn.resize(width);
     readLight(y, light.data(), drawn.data());
@@ -72,15 +73,8 @@ void ViewedRows::read(const ViewTransform& view, LONG y, unsigned char* rgb) con
     isDrawn = drawn.data();
     view.show(light.data(), rgb, width);
   }
-  if (isDrawn && std::find(isDrawn, isDrawn + width, 1) == isDrawn + width) return;
-  for (std::size_t x = 0; x < width; ++x, rgb += 3) {
-    if (isDrawn && !isDrawn[x]) continue;
-    UWORD r, g, b;
-    bitmap_.GetPixel(static_cast<LONG>(x), y, &r, &g, &b);
-    rgb[0] = static_cast<unsigned char>(r);
-    rgb[1] = static_cast<unsigned char>(g);
-    rgb[2] = static_cast<unsigned char>(b);
-  }
+  for (std::size_t x = 0; x < width; ++x, rgb += 3)
+    if (isDrawn[x]) bitmap_.GetPixelCnt(static_cast<LONG>(x), y, 1, rgb, 3, COLORMODE_RGB);
 }
 
 bool viewedCopy(const BaseBitmap& bitmap, const ViewTransform& view, bool straight, BaseBitmap& copy,

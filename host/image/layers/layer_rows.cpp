@@ -1,6 +1,7 @@
 #include "layer_rows.h"
 
 #include <algorithm>
+#include <atomic>
 #include <bit>
 #include <cmath>
 
@@ -69,12 +70,21 @@ LayerRows::LayerRows(std::shared_ptr<const Film> film, const std::string& name) 
 }
 
 // One channel is spread over all three; of more than three the first ones count.
-void LayerRows::take(std::size_t pixel, float* to) const {
-  std::array<float, 64> values{};
-  if (shown_ || beauty_) {
-    const auto width = static_cast<std::size_t>(film_->width());
-    const int x = static_cast<int>(pixel % width), y = static_cast<int>(pixel / width);
-    shown_ ? film_->getShown(x, y, values.data()) : film_->getColor(x, y, values.data());
+void LayerRows::takeRow(int y, float* to) const {
+  if (shown_) return film_->getShownRow(y, to);
+  for (int x = 0; x < film_->width(); ++x, to += 3)
+    take(x, y, to);
+}
+
+void LayerRows::take(int x, int y, float* to) const {
+  if (!film_->holds(x, y)) {
+    std::fill_n(to, 3, 0.0f);
+    return;
+  }
+  std::array<float, 64> values; // filled as far as it is read
+  const std::size_t pixel = film_->pixelAt(x, y);
+  if (beauty_) {
+    film_->getColor(x, y, values.data());
   } else if (kind_ == LayerKind::matte) {
     std::array<float, 3> sum{};
     for (const FilmLayerPtr& layer : layers_) {
@@ -88,10 +98,22 @@ void LayerRows::take(std::size_t pixel, float* to) const {
     std::copy(sum.begin(), sum.end(), values.begin());
   } else {
     const std::size_t channels = layers_[0]->channels().size();
+    if (channels < 3 || channels > values.size()) values.fill(0);
     if (channels <= values.size()) layers_[0]->get(pixel, values.data());
     if (channels == 1) values[1] = values[2] = values[0];
   }
   std::copy_n(values.data(), 3, to);
+}
+
+// Of a value, which becomes fit for a view.
+std::uint8_t LayerRows::mark(float* value) {
+  if (std::abs(value[0]) + std::abs(value[1]) + std::abs(value[2]) <= largestLight) return good;
+  const bool isNan = std::isnan(value[0]) || std::isnan(value[1]) || std::isnan(value[2]);
+  const bool isInfinite = std::isinf(value[0]) || std::isinf(value[1]) || std::isinf(value[2]);
+  const std::uint8_t found = isNan ? notNumber : isInfinite ? infinite : good;
+  for (int c = 0; c < 3; ++c)
+    value[c] = found == good ? std::clamp(value[c], -largestLight, largestLight) : 0;
+  return found;
 }
 
 void LayerRows::keep() {
@@ -100,27 +122,18 @@ void LayerRows::keep() {
   const std::size_t pixels = width * static_cast<std::size_t>(film_->height());
   values_.resize(3 * pixels);
   marks_.resize(pixels);
+  std::atomic<std::size_t> nan = 0, infinities = 0;
   eachRow(film_->height(), [&](int y) {
-    for (std::size_t i = width * static_cast<std::size_t>(y), end = i + width; i < end; ++i) {
-      float* value = &values_[3 * i];
-      take(i, value);
-      const bool nan = std::isnan(value[0]) || std::isnan(value[1]) || std::isnan(value[2]);
-      const bool inf = std::isinf(value[0]) || std::isinf(value[1]) || std::isinf(value[2]);
-      marks_[i] = nan ? notNumber : inf ? infinite : good;
-      for (int c = 0; c < 3; ++c)
-        value[c] = marks_[i] == good ? std::clamp(value[c], -largestLight, largestLight) : 0;
+    const std::size_t first = width * static_cast<std::size_t>(y);
+    takeRow(y, &values_[3 * first]);
+    for (std::size_t i = first, end = first + width; i < end; ++i) {
+      marks_[i] = mark(&values_[3 * i]);
+      if (marks_[i] == notNumber) ++nan;
+      if (marks_[i] == infinite) ++infinities;
     }
   });
-  countFaults();
+  faults_ = {nan, infinities};
   if (kind_ == LayerKind::number || kind_ == LayerKind::heat) findRange();
-}
-
-void LayerRows::countFaults() {
-  faults_ = {};
-  for (const std::uint8_t mark : marks_) {
-    faults_.nan += mark == notNumber;
-    faults_.infinite += mark == infinite;
-  }
 }
 
 // A few pixels with much noise would leave no colours for all others: the last hundredth is white.

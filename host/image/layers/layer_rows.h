@@ -39,10 +39,11 @@ class LayerRows {
 
  private:
   enum Mark : std::uint8_t { good, notNumber, infinite };
-  void take(std::size_t pixel, float* to) const;
+  void takeRow(int y, float* to) const;
+  void take(int x, int y, float* to) const;
   void findRange();
   void color(const float* value, unsigned char* rgb) const;
-  void countFaults();
+  static std::uint8_t mark(float* value);
 
   std::shared_ptr<const Film> film_;
   LayerKind kind_ = LayerKind::light;
