@@ -27,14 +27,14 @@ SAMPLES = 64  # a pixel; enough for pictures of this size
 LAYERS = 31 | 32768 | 65536  # albedo, normal, depth, object, material; noise; light groups
 
 
-def scene_with_samples(folder, layers=0):
+def scene_with_samples(folder, layers=0, samples=SAMPLES):
     """The demo scene, rendered with fewer samples, so that the pictures come soon, and with layers (setting 7104)."""
     data = (ROOT / "scenes" / "demo.glb").read_bytes()
     length = struct.unpack_from("<I", data, 12)[0]
     document = json.loads(data[20:20 + length])
     own = (document.get("extras") or document["scenes"][0]["extras"])["lumenara"]
     for settings in own["renderData"]:
-        settings["container"] = [[key, kind, SAMPLES if key == 7100 else value] for key, kind, value in settings["container"]
+        settings["container"] = [[key, kind, samples if key == 7100 else value] for key, kind, value in settings["container"]
                                  if key != 7104] + [[7104, "long", layers]]
     text = json.dumps(document).encode()
     text += b" " * (-len(text) % 4)
@@ -203,7 +203,7 @@ class Photographer:
 
     def desk(self):
         """The Frame Buffer's panels on a render with layers: pixel, scopes, lens effects, noise, isolated objects, errors."""
-        self.scene = scene_with_samples(pathlib.Path(self.folder.name), LAYERS)
+        self.scene = scene_with_samples(pathlib.Path(self.folder.name), LAYERS, 32)
         self.start(viewer=False)
         self.studio.menu("Render", "Render to Frame Buffer")
         self.rendered()
@@ -219,19 +219,20 @@ class Photographer:
             self.studio.key(key)
             self.pause(panel)
             if name == "lens":
-                self.studio.click(name="lensBloom")
-                self.studio.click(name="lensGlare")
+                self.studio.tick(name="lensBloom")
+                self.studio.tick(name="lensGlare")
                 time.sleep(3)
                 self.away()
             self.save_frame(name)
             if name == "lens":
-                self.studio.click(name="lensBloom")
-                self.studio.click(name="lensGlare")
+                self.studio.tick(name="lensBloom")
+                self.studio.tick(name="lensGlare")
                 self.studio.click(name="pictureSize")
             self.studio.key(key)
         self.choose_layer("Noise")
         self.save_frame("noise")
         self.choose_layer("Picture")
+        self.display.to_front("Lumenara Studio")
         self.studio.click(thing=next(row for row in self.studio.things() if row["class"] == "row" and row["text"] == "Brass ring"))
         self.studio.menu("Window", "Frame Buffer")
         self.studio.click(name="pictureSize")
