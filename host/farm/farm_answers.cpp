@@ -30,8 +30,9 @@ const Json& listAt(const Json& json, const char* name) {
   return found != json.end() && found->is_array() ? *found : empty;
 }
 
-/// The two numbers of "3 of 10, complete".
+/// The two numbers of "3 of 10, complete". A job whose file is damaged has none.
 bool readCounts(const std::string& text, FarmRow& row) {
+  if (text == unreadableJob) return true;
   const char* const end = text.data() + text.size();
   const auto [middle, error] = std::from_chars(text.data(), end, row.done);
   constexpr std::string_view of = " of ";

@@ -31,6 +31,9 @@ struct FarmRow {
   bool isLive() const { return state == "running" || state == "waiting"; }
 };
 
+/// In the place of the counts of a job whose file cannot be read.
+inline constexpr char unreadableJob[] = "unreadable";
+
 /// Nothing for a text that is no answer of `farm status --json`.
 std::optional<FarmRow> farmRowOf(const std::string& json);
 

@@ -24,18 +24,20 @@ std::string problemOfOutput(const FarmOrder& order) {
            "\" exists already: a job has this output. Retry that job, choose another name, or delete the "
            "folder.";
   const std::string suffix = file.extension().string();
-  if (order.parts > 0 && suffix != ".exr")
-    return "A picture that is split by samples is an OpenEXR file. Let the output end in \".exr\".";
+  if (order.isStill() && (suffix == ".mov" || suffix == ".avi"))
+    return "One picture cannot be a movie. Let the output end in the suffix of pictures, such as \".exr\".";
   if (suffix.empty()) return "The output needs a suffix that says its format, such as \".tif\" or \".mov\".";
   return {};
 }
 
 std::string problemOfFrames(const FarmOrder& order) {
-  if (order.parts > 0) return {};
+  if (order.isStill()) return {};
   if (order.to < order.from) return "The last frame is before the first. Swap them.";
   if (order.step < 1) return "The step between frames must be 1 or more.";
-  if ((static_cast<LLONG>(order.to) - order.from) / order.step >= mostUnits)
-    return "A job has at most a million frames. Submit several jobs.";
+  const LLONG frames = (static_cast<LLONG>(order.to) - order.from) / order.step + 1;
+  if (frames > mostUnits) return "A job has at most a million frames. Submit several jobs.";
+  if (order.split == FarmSplit::frameSamples && frames * order.parts > mostUnits)
+    return "A job has at most a million parts. Submit fewer frames or parts.";
   return {};
 }
 
@@ -76,8 +78,11 @@ std::vector<std::string> submitArguments(const FarmOrder& order, const std::stri
   const auto addNumber = [&add](const char* name, LONG value) {
     if (value > 0) add(name, std::to_string(value));
   };
-  if (order.parts > 0) {
+  if (order.split == FarmSplit::tiles)
+    add("split-tiles", std::to_string(order.columns) + "x" + std::to_string(order.rows));
+  else if (order.split != FarmSplit::frames)
     addNumber("split-samples", order.parts);
+  if (order.isStill()) {
     add("frame", std::to_string(order.from));
   } else {
     add("frames",

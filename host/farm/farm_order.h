@@ -10,19 +10,30 @@
 
 namespace host::farm {
 
+/// The units that the machines share.
+enum class FarmSplit {
+  frames,
+  samples,     // one picture, in parts of its samples
+  tiles,       // one picture, each tile in memory of its own
+  frameSamples // frames, each in parts of its samples
+};
+
 struct FarmOrder {
   std::string output; // absolute: a movie, the base name of pictures, or the picture of parts
-  LONG from = 0, to = 0, step = 1;
-  LONG parts = 0;             // above 0: one picture, the frame `from`, as so many parts of its samples
-  LONG width = 0, height = 0; // pixels; 0: the scene's
-  std::string camera;         // empty: as the scene's view says
-  LONG samples = 0;           // 0: the scene's
-  int chunk = 0;              // frames of a task; 0: chosen
+  FarmSplit split = FarmSplit::frames;
+  LONG from = 0, to = 0, step = 1;              // of one picture `from` counts
+  LONG parts = 1;                               // of the samples
+  LONG columns = 1, rows = 1;                   // of tiles
+  LONG width = 0, height = 0;                   // pixels; 0: the scene's
+  std::string camera;                           // empty: as the scene's view says
+  LONG samples = 0;                             // 0: the scene's
+  int chunk = 0;                                // frames of a task; 0: chosen
   std::string partition, account, memory, time; // Slurm's; empty: left to it
   std::string others;                           // further options of sbatch, as for a shell
   std::string program;                          // lumenara's path on the farm; empty: as here
   bool overwrite = false, withoutMissing = false;
 
+  bool isStill() const { return split == FarmSplit::samples || split == FarmSplit::tiles; }
   /// The folder that the job gets.
   std::string folder() const { return output + ".farm"; }
 };

@@ -87,6 +87,9 @@ TEST_F(FarmCommand, TasksByHandRenderTheFrames) {
   ASSERT_EQ(listed.size(), 1u);
   EXPECT_EQ(listed[0]["done"], 5);
   EXPECT_EQ(listed[0]["complete"], true);
+  writeFile(fs::path(job) / "job.json", "{\"ki");
+  EXPECT_EQ(farm({"list"}).out, "-\t-\tunreadable\t" + job + "\n");
+  EXPECT_EQ(nlohmann::json::parse(farm({"list", "--json"}).out)[0]["problem"], "job.json cannot be read");
 }
 
 TEST_F(FarmCommand, ADamagedPictureIsFoundAndRenderedAgain) {

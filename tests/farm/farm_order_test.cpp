@@ -37,11 +37,24 @@ TEST(FarmOrder, FramesBecomeArguments) {
 TEST(FarmOrder, PartsOfAPictureHaveAFrameAndNoChunk) {
   FarmOrder order;
   order.output = "/out/still.exr";
+  order.split = FarmSplit::samples;
   order.from = 7, order.to = 9, order.parts = 8, order.chunk = 4;
   order.withoutMissing = true;
   EXPECT_EQ(submitArguments(order, "/a.glb"),
             (Words{"farm", "submit", "/a.glb", "--output=/out/still.exr", "--quiet", "--split-samples=8",
                    "--frame=7", "--without-missing"}));
+}
+
+TEST(FarmOrder, TilesAndFramesInParts) {
+  FarmOrder order;
+  order.output = "/out/a.exr";
+  order.from = 7, order.to = 9, order.parts = 8, order.columns = 3, order.rows = 2;
+  order.split = FarmSplit::tiles;
+  EXPECT_EQ(submitArguments(order, "/a.glb"), (Words{"farm", "submit", "/a.glb", "--output=/out/a.exr",
+                                                     "--quiet", "--split-tiles=3x2", "--frame=7"}));
+  order.split = FarmSplit::frameSamples;
+  EXPECT_EQ(submitArguments(order, "/a.glb"), (Words{"farm", "submit", "/a.glb", "--output=/out/a.exr",
+                                                     "--quiet", "--split-samples=8", "--frames=7:9:1"}));
 }
 
 TEST(FarmOrder, WordsAreTakenApartAsAShellDoes) {
@@ -90,8 +103,11 @@ TEST_F(FarmOrderProblem, EachIsNamed) {
   EXPECT_EQ(problem([](FarmOrder& o) { o.from = 10; }), "The last frame is before the first. Swap them.");
   EXPECT_EQ(problem([](FarmOrder& o) { o.to = 2'000'000; }),
             "A job has at most a million frames. Submit several jobs.");
-  EXPECT_EQ(problem([](FarmOrder& o) { o.parts = 4; }),
-            "A picture that is split by samples is an OpenEXR file. Let the output end in \".exr\".");
+  EXPECT_EQ(problem([this](FarmOrder& o) { o.split = FarmSplit::tiles, o.output = folder / "a.mov"; }),
+            "One picture cannot be a movie. Let the output end in the suffix of pictures, such as \".exr\".");
+  EXPECT_EQ(problem([](FarmOrder& o) { o.split = FarmSplit::samples, o.from = 10; }), "");
+  EXPECT_EQ(problem([](FarmOrder& o) { o.split = FarmSplit::frameSamples, o.to = 999, o.parts = 1001; }),
+            "A job has at most a million parts. Submit fewer frames or parts.");
   EXPECT_EQ(problem([](FarmOrder& o) { o.others = "\"a"; }),
             "A quotation mark in the further options is not closed. Close it.");
   fs::create_directory(order.folder());
@@ -140,12 +156,15 @@ TEST(FarmAnswers, OtherTextsAreNoRows) {
 
 TEST(FarmAnswers, AListIsReadAndDamagedLinesAreLeftOut) {
   const auto rows = listedRows("41\t2026-01-02\t3 of 10\t/out/a\tb.farm\n"
-                               "nonsense\n\n42\tt\tx of 2\t/out/b\n-\tt\t2 of 2, complete\t/out/c.farm\n");
-  ASSERT_EQ(rows.size(), 2u);
+                               "nonsense\n\n42\tt\tx of 2\t/out/b\n-\tt\t2 of 2, complete\t/out/c.farm\n"
+                               "-\t-\tunreadable\t/out/d.farm\n");
+  ASSERT_EQ(rows.size(), 3u);
   EXPECT_EQ(rows[0].folder, "/out/a\tb.farm");
   EXPECT_EQ(rows[0].submitted, "2026-01-02");
   EXPECT_EQ((std::vector{rows[0].done, rows[0].units}), (std::vector{3, 10}));
   EXPECT_EQ(rows[1].folder, "/out/c.farm");
+  EXPECT_EQ(rows[2].folder, "/out/d.farm");
+  EXPECT_EQ(rows[2].units, 0);
 }
 
 TEST(FarmAnswers, ErrorsNameTheDialogsFields) {

@@ -7,6 +7,7 @@
 
 #include "command_run.h"
 #include "commands.h"
+#include "farm_answers.h"
 #include "farm_finish.h"
 #include "farm_registry.h"
 #include "farm_send.h"
@@ -157,7 +158,13 @@ ExitCode listJobs(bool asJson) {
   for (const KnownJob& known : knownJobs()) {
     const JobFolder folder(known.folder);
     const auto job = folder.readJob();
-    if (!job) continue;
+    if (!job) {
+      if (asJson)
+        json.push_back({{"folder", known.folder}, {"problem", "job.json cannot be read"}});
+      else
+        std::printf("-\t-\t%s\t%s\n", host::farm::unreadableJob, known.folder.c_str());
+      continue;
+    }
     int done = 0;
     for (const auto& [unit, report] : folder.states().scan())
       done += report.done ? 1 : 0;

@@ -77,10 +77,10 @@ FarmDialog::FarmDialog(Session& session, farm::FarmDesk& desk, QWidget* parent)
 }
 
 void FarmDialog::addWork(QFormLayout& form) {
-  output_ =
-      textField("farm-output", QStringLiteral("/shared/shot.tif"),
-                tr("A movie (mov, avi) or the base name of pictures (tif, jpg, bmp, psd), on a file system "
-                   "that all machines of the farm share"));
+  output_ = textField(
+      "farm-output", QStringLiteral("/shared/shot.tif"),
+      tr("A movie (mov, avi), or the base name or pattern of pictures (shot.exr, shot.####.png), on a "
+         "file system that all machines of the farm share"));
   auto* choose = new QPushButton(tr("&Choose..."));
   choose->setObjectName(QStringLiteral("farm-choose"));
   choose->setAutoDefault(false);
@@ -88,13 +88,20 @@ void FarmDialog::addWork(QFormLayout& form) {
   connect(choose, &QPushButton::clicked, this, &FarmDialog::chooseOutput);
   kind_ = new QComboBox;
   kind_->setObjectName(QStringLiteral("farm-kind"));
-  kind_->addItems({tr("Frames"), tr("One picture, split by samples")});
-  kind_->setToolTip(tr("The units that the machines share: frames, or parts of one picture's samples"));
+  kind_->addItems({tr("Frames"), tr("One picture, split by samples"), tr("One picture, split into tiles"),
+                   tr("Frames, each split by samples")}); // in the order of FarmSplit
+  kind_->setToolTip(tr("The units that the machines share. Tiles need less memory each"));
   from_ = numberField("farm-from", -mostFrame, mostFrame, tr("The first frame, or the frame of one picture"));
   to_ = numberField("farm-to", -mostFrame, mostFrame, tr("The last frame"));
   step_ = numberField("farm-step", 1, mostFrame, tr("The distance between frames"));
   parts_ = numberField("farm-parts", 2, 1000, tr("Parts of the samples; each is rendered on its own"));
   parts_->setValue(8);
+  columns_ = numberField("farm-columns", 1, 100, tr("Tiles beside each other"));
+  rows_ = numberField("farm-rows", 1, 100, tr("Tiles below each other"));
+  columns_->setValue(4);
+  rows_->setValue(2);
+  partsRow_ = row({new QLabel(tr("Parts")), parts_});
+  tilesRow_ = row({columns_, new QLabel(QStringLiteral("×")), rows_});
   width_ = numberField("farm-width", 1, 65536, tr("Pixels"));
   height_ = numberField("farm-height", 1, 65536, tr("Pixels"));
   samples_ = numberField("farm-samples", 1, 1e6, tr("Samples per pixel"));
@@ -108,7 +115,7 @@ void FarmDialog::addWork(QFormLayout& form) {
   withoutMissing_->setObjectName(QStringLiteral("farm-without-missing"));
   withoutMissing_->setToolTip(tr("Renders without the textures that cannot be read"));
   form.addRow(tr("&Output"), row({output_, choose}, 0));
-  form.addRow(tr("Split into"), row({kind_, new QLabel(tr("Parts")), parts_}));
+  form.addRow(tr("Split into"), row({kind_, partsRow_, tilesRow_}));
   form.addRow(tr("&Frames"), row({from_, new QLabel(tr("to")), to_, new QLabel(tr("Step")), step_}));
   form.addRow(tr("Si&ze"), row({width_, new QLabel(QStringLiteral("×")), height_}));
   form.addRow(tr("Came&ra"), camera_);
@@ -205,7 +212,9 @@ farm::FarmOrder FarmDialog::order() const {
     order.output =
         session_.files().outputFile(Filename(toHost(output_->text().trimmed()))).GetString().GetUTF8();
   order.from = numberOf(*from_), order.to = numberOf(*to_), order.step = numberOf(*step_);
-  order.parts = kind_->currentIndex() == 1 ? numberOf(*parts_) : 0;
+  order.split = static_cast<farm::FarmSplit>(kind_->currentIndex());
+  order.parts = numberOf(*parts_);
+  order.columns = numberOf(*columns_), order.rows = numberOf(*rows_);
   order.width = numberOf(*width_), order.height = numberOf(*height_);
   order.samples = numberOf(*samples_);
   order.chunk = numberOf(*chunk_);
@@ -222,7 +231,8 @@ void FarmDialog::chooseOutput() {
   chooser.setAcceptMode(QFileDialog::AcceptSave);
   chooser.setOption(QFileDialog::DontConfirmOverwrite);
   chooser.setNameFilters(
-      {tr("Movies and pictures (*.mov *.avi *.tif *.jpg *.bmp *.psd *.b3d *.exr)"), tr("All files (*)")});
+      {tr("Movies and pictures (*.mov *.avi *.exr *.png *.tif *.jpg *.webp *.bmp *.psd *.b3d)"),
+       tr("All files (*)")});
   const QPointer<FarmDialog> there = this;
   QStringList files;
   {
@@ -270,11 +280,13 @@ void FarmDialog::say(const QString& text, bool error) {
 }
 
 void FarmDialog::showState() {
-  const bool split = kind_->currentIndex() == 1;
-  parts_->setEnabled(split);
-  to_->setEnabled(!split);
-  step_->setEnabled(!split);
-  chunk_->setEnabled(!split);
+  const farm::FarmOrder wanted = order();
+  partsRow_->setVisible(wanted.split == farm::FarmSplit::samples ||
+                        wanted.split == farm::FarmSplit::frameSamples);
+  tilesRow_->setVisible(wanted.split == farm::FarmSplit::tiles);
+  to_->setEnabled(!wanted.isStill());
+  step_->setEnabled(!wanted.isStill());
+  chunk_->setEnabled(!wanted.isStill());
   submit_->setEnabled(!desk_.isSubmitting());
 }
 

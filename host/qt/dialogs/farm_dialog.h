@@ -51,9 +51,10 @@ class FarmDialog : public QDialog {
   farm::FarmDesk& desk_;
   QLineEdit* output_;
   QComboBox *kind_, *camera_;
-  NumberField *from_, *to_, *step_, *parts_, *width_, *height_, *samples_, *chunk_;
+  NumberField *from_, *to_, *step_, *parts_, *columns_, *rows_, *width_, *height_, *samples_, *chunk_;
   QLineEdit *partition_, *account_, *memory_, *time_, *others_, *program_;
   QCheckBox *overwrite_, *withoutMissing_;
+  QWidget *partsRow_, *tilesRow_;
   QLabel *note_, *message_;
   QPushButton *submit_, *cancel_;
   Subscription changed_;
