@@ -15,10 +15,12 @@ import subprocess
 import sys
 import tempfile
 import time
+import types
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 sys.path.insert(0, str(ROOT / "tests" / "studio"))
 
+from farm_tests import FakeSlurm  # noqa: E402
 from studio_driver import Display, Studio, require_tools, wait_for  # noqa: E402
 
 DIALOG, OPTIMIZATIONS, REFRESH = "dialog-1021442-0", "dialog-1021446-0", "gadget-1109"
@@ -64,11 +66,12 @@ class Photographer:
         subprocess.run([self.options.batch, "settings", "set", key, str(value), "--home", str(self.home)],
                        check=True, capture_output=True, timeout=60)
 
-    def start(self, theme="dark", viewer=True, refresh=True):
+    def start(self, theme="dark", viewer=True, refresh=True, environment=None):
         if self.studio:
             self.studio.close()
         more = ["--viewer"] if viewer else []
-        self.studio = Studio(self.display, self.options.studio, self.scene, *more, home=self.home, theme=theme)
+        self.studio = Studio(self.display, self.options.studio, self.scene, *more, home=self.home, theme=theme,
+                             environment=environment)
         window = self.display.tool("search", "--name", "Lumenara Studio").stdout.split()[-1]
         self.display.tool("windowsize", "--sync", window, *SIZE)
         self.display.tool("windowmove", window, 40, 30)
@@ -248,7 +251,8 @@ class Photographer:
         self.pause("comparePanel")
         self.studio.click(name="compareMode")
         self.studio.key("End", "Return")
-        time.sleep(6)
+        wait_for("the figures", lambda: "FLIP" in self.studio.text("compareValues"), 120, 0.5)
+        time.sleep(2)
         self.save_frame("heat-map")
 
     def rendered(self):
@@ -273,6 +277,29 @@ class Photographer:
 
     def save_frame(self, name):
         self.save(self.studio.get(name="frameBuffer")["place"], self.manual(name))
+
+    def farm(self):
+        """The farm's windows, with programs of Slurm that a script plays."""
+        folder = pathlib.Path(self.folder.name)
+        self.scene = scene_with_samples(folder, samples=8)
+        slurm = FakeSlurm(types.SimpleNamespace(folder=folder, options=self.options))
+        self.start(viewer=False, environment=slurm.environment())
+        self.studio.menu("Render", "Render on the Farm...")
+        self.studio.standing(name="farm-dialog")
+        self.studio.enter("farm-output", "turntable.tif")
+        for name, value in (("farm-from", 0), ("farm-to", 23), ("farm-width", 320), ("farm-height", 180), ("farm-chunk", 2)):
+            self.studio.enter(name, str(value))
+        self.away()
+        self.save(self.studio.get(name="farm-dialog")["place"], self.image("farm-dialog"))
+        slurm.queue.write_text("41_[4-11]|PENDING|Resources\n41_3|RUNNING|None\n", encoding="utf-8")
+        self.studio.click(name="farm-submit")
+        self.studio.standing(name="farm-jobs")
+        job = next(folder.rglob("job.json")).parent
+        for task in range(3):
+            slurm.task(job, task)
+        wait_for("the frames", lambda: sum(t["class"] == "row" and t["name"] == "farm-frames" for t in self.studio.things()) == 6, 60, 0.5)
+        self.away()
+        self.save(self.studio.get(name="farm-jobs")["place"], self.image("farm-jobs"))
 
     def shading(self):
         """The shadings beside each other, as the batch program renders them."""
@@ -341,10 +368,10 @@ def main():
     parser = argparse.ArgumentParser(description="Takes the screenshots of the README and the manual.")
     parser.add_argument("--studio", type=pathlib.Path, default=ROOT / "build" / "release" / "bin" / "lumenara-studio")
     parser.add_argument("--batch", type=pathlib.Path, default=ROOT / "build" / "release" / "bin" / "lumenara")
-    parser.add_argument("names", nargs="*", help="idle render light region compare pictures desk shading dialogs")
+    parser.add_argument("names", nargs="*", help="idle render light region compare pictures desk farm shading dialogs")
     options = parser.parse_args()
     require_tools()
-    for name in options.names or ("idle", "render", "compare", "region", "pictures", "desk", "shading", "dialogs", "light"):
+    for name in options.names or ("idle", "render", "compare", "region", "pictures", "desk", "farm", "shading", "dialogs", "light"):
         photographer = Photographer(options)
         try:
             getattr(photographer, name)()
