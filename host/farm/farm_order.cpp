@@ -24,7 +24,7 @@ std::string problemOfOutput(const FarmOrder& order) {
            "\" exists already: a job has this output. Retry that job, choose another name, or delete the "
            "folder.";
   const std::string suffix = file.extension().string();
-  if (order.isStill() && (suffix == ".mov" || suffix == ".avi"))
+  if (order.isStill() && (suffix == ".mov" || suffix == ".mp4" || suffix == ".avi"))
     return "One picture cannot be a movie. Let the output end in the suffix of pictures, such as \".exr\".";
   if (suffix.empty()) return "The output needs a suffix that says its format, such as \".tif\" or \".mov\".";
   return {};

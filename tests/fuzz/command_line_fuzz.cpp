@@ -61,6 +61,7 @@ struct Check {
     require(!o.layers || (*o.layers & ~host::allLayers()) == 0, "layers are known");
     require(!o.compression || (*o.compression >= 0 && *o.compression < 10), "compressions are known");
     require(!o.format || (*o.format >= 0 && *o.format <= 10), "formats are known");
+    require(o.codec >= 0 && o.codec <= 11, "codecs are known");
     require(!o.quality || (*o.quality >= 1 && *o.quality <= 100), "qualities are percent");
   }
   void operator()(const batch::CompareOptions& o) const {

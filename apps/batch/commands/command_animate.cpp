@@ -27,13 +27,16 @@ namespace {
 /// Checks the options before any work begins.
 AnimationTarget checkTarget(const AnimateOptions& options) {
   checkAssignments(options.settings);
-  const AnimationTarget target = animationTarget(options.output, options.format);
+  const AnimationTarget target = animationTarget(options.output, options.format, options.alpha);
   if (options.resume && target.movie()) {
     throw Stop(ExitCode::wrongUse, "--resume goes on with pictures only, and " +
                                        target.file.GetString().GetUTF8() +
                                        " is a movie; render it anew, or render pictures such as shot.tif");
   }
   checkFramePictures(options, target);
+  if (options.codec && !target.movie())
+    throw Stop(ExitCode::wrongUse, "--codec belongs to a movie, and " + options.output +
+                                       " is none; leave it out, or write shot.mp4");
   // All frames of a scene have one distance.
   const std::vector<FrameRange> ranges = joinFrames(framesOf(options.frames, {}));
   if (target.movie() && ranges.size() > 1)
@@ -55,13 +58,15 @@ bool isAssigned(const AnimateOptions& options, LONG key) {
   return false;
 }
 
-void fillSettings(lmSettings& settings, const AnimateOptions& options) {
+void fillSettings(lmSettings& settings, const AnimateOptions& options, const AnimationTarget& target) {
   fillRunSettings(settings, options.settings, options.stamps ? StampChoice::stored : StampChoice::none);
   BaseContainer* values = settings.GetDataInstance();
   if (!isAssigned(options, LM_ANIM_LAUNCH)) values->SetLong(LM_ANIM_LAUNCH, 0);
-  if (!options.quality) return;
   BaseContainer movie = values->GetContainer(LM_ANIM_MOVIE_OPTIONS);
-  movie.SetLong(host::movieQualityKey, *options.quality);
+  if (options.quality) movie.SetLong(host::movieQualityKey, *options.quality);
+  // The stored codec is one of mov or avi.
+  if (options.codec || target.format == hostMovie) movie.SetLong(host::movieCodecKey, options.codec);
+  if (options.alpha) movie.SetLong(host::movieAlphaKey, 1);
   values->SetContainer(LM_ANIM_MOVIE_OPTIONS, movie);
 }
 
@@ -160,6 +165,16 @@ void renderAll(Run& run, const AnimateOptions& options, BaseDocument& document, 
   messages.end();
 }
 
+/// The render thread asks for its own movies.
+void askToReplace(const Filename& movie, bool overwrite, Messages& messages) {
+  if (overwrite || !GeFExist(movie)) return;
+  const std::string file = nameOf(movie);
+  if (messages.confirm("'" + file + "' exists already. Replace it?")) return;
+  if (interrupted()) throw Stop(ExitCode::cancelled, "cancelled; " + file + " was kept");
+  throw Stop(ExitCode::outputNotWritable,
+             file + " exists already and was kept; add --overwrite to replace it, or choose another name");
+}
+
 std::string frameText(LONG count) {
   return std::to_string(count) + (count == 1 ? " frame" : " frames");
 }
@@ -182,7 +197,7 @@ ExitCode report(const Run& run, const Scene& scene, Messages& messages) {
 ExitCode animateScene(const AnimateOptions& options, const AnimationTarget& target,
                       const OverwriteQuestion& ui, Messages& messages) {
   lmSettings settings;
-  fillSettings(settings, options);
+  fillSettings(settings, options, target);
   Scene scene = loadScene(options.scene, messages);
   BaseDocument& document = *scene.document;
   prepare(options, document);
@@ -205,7 +220,10 @@ ExitCode animateScene(const AnimateOptions& options, const AnimationTarget& targ
     const FramePictures pictures{target, size, framePictureOptions(options),
                                  chooseLens(document, options.view)};
     host::setActiveDocument(scene.document.release());
-    const FramePicturesResult result = renderFramePictures(document, settings, pictures, frames, messages);
+    if (target.movie()) askToReplace(target.file, options.overwrite, messages);
+    const FramePicturesResult result =
+        target.movie() ? renderFrameMovie(document, settings, pictures, frames, messages)
+                       : renderFramePictures(document, settings, pictures, frames, messages);
     run.progress.done = run.progress.all, run.seconds = result.seconds;
     run.assetMissing = result.assetMissing;
     return report(run, scene, messages);

@@ -37,7 +37,7 @@ struct RawOptions {
   std::string failAbove, metrics, json, html, style;
   bool scale = false, center = false, corner = false;
   RawRun run;
-  std::string size, region, box, part, tile, frames, layers, compression;
+  std::string size, region, box, part, tile, frames, layers, compression, codec;
   LONG frame = 0, format = 0, quality = 0;
 };
 
@@ -55,6 +55,7 @@ CLI::App* addRender(CLI::App& app, RawOptions& raw) {
       ->check(CLI::Range(1, 100));
   render->add_option("--layers", raw.layers, "Layers of an exr: all, or some of " + host::layerNames())
       ->type_name("A,B,...");
+  render->add_flag("--alpha", raw.render.alpha, "Write an alpha channel");
   render->add_flag("--half", raw.render.half, "Colours of an exr as 16-bit floats; numbers stay 32-bit");
   render->add_option("--compression", raw.compression, "Of an exr: " + compressionNames() + " (default zip)")
       ->type_name("NAME");
@@ -93,10 +94,10 @@ CLI::App* addAnimate(CLI::App& app, RawOptions& raw) {
   CLI::App* animate = app.add_subcommand("animate", "Render frames into a movie or into pictures");
   AnimateOptions& options = raw.animate;
   animate
-      ->add_option(
-          "-o,--output", options.output,
-          "Movie (mov, avi), or pictures by base name or pattern (shot.tif, shot.####.exr): bmp, tif, jpg, "
-          "psd, b3d, exr, png, webp")
+      ->add_option("-o,--output", options.output,
+                   "Movie (mov, mp4, avi), or pictures by base name or pattern (shot.tif, shot.####.exr): "
+                   "bmp, tif, jpg, "
+                   "psd, b3d, exr, png, webp")
       ->type_name("FILE")
       ->required();
   animate
@@ -113,6 +114,11 @@ CLI::App* addAnimate(CLI::App& app, RawOptions& raw) {
       ->add_option("--quality", raw.quality, "1 to 100, of jpg (default 95) and webp pictures, and of movies")
       ->type_name("N")
       ->check(CLI::Range(1, 100));
+  animate
+      ->add_option("--codec", raw.codec,
+                   "Of a movie: " + movieCodecNames() + " (default: the stored one, in mp4 h264)")
+      ->type_name("NAME");
+  animate->add_flag("--alpha", options.alpha, "Write an alpha channel");
   animate->add_flag("--stamps", options.stamps, "Draw the stamps that the settings switch on");
   animate->add_flag("--overwrite", options.overwrite, "Replace an existing file without asking");
   animate->add_option("--layers", raw.layers, "Layers of an exr: all, or some of " + host::layerNames())
@@ -303,6 +309,7 @@ AnimateOptions finishAnimate(const CLI::App& command, RawOptions& raw) {
   if (command.count("--layers")) options.layers = parseLayers(raw.layers);
   if (command.count("--compression")) options.compression = parseCompression(raw.compression);
   if (command.count("--format")) options.format = raw.format;
+  if (command.count("--codec")) options.codec = parseMovieCodec(raw.codec);
   if (command.count("--quality")) options.quality = raw.quality;
   return std::move(options);
 }

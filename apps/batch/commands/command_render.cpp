@@ -27,8 +27,13 @@ namespace batch {
 namespace {
 
 PictureOptions pictureOptions(const RenderOptions& options) {
-  return {options.quality, options.half, options.compression, options.layers.has_value(),
-          options.resumable || options.part};
+  return {options.quality,
+          options.half,
+          options.compression,
+          options.layers.has_value(),
+          options.resumable || options.part,
+          nullptr,
+          options.alpha};
 }
 
 /// Checks the options before any work begins.
@@ -161,7 +166,7 @@ ExitCode renderScene(const RenderOptions& options, Messages& messages) {
                                                : pictureSize(options.size, *scene.document, settings);
   const std::optional<PixelRegion> region = pixelRegion(options, size);
   AutoAlloc<BaseBitmap> bitmap;
-  makeBitmap(*bitmap, size);
+  makeBitmap(*bitmap, size, options.alpha);
   if (kept && kept->width() == size.width && kept->height() == size.height)
     host::setFilm(*bitmap, std::move(kept));
   else if (kept)

@@ -23,6 +23,9 @@ FrameList parseFrames(const std::string& text);
 std::pair<std::string, std::string> splitSetting(const std::string& text);
 /// Bits of host::LayerBit.
 unsigned parseLayers(const std::string& text);
+std::string movieCodecNames();
+/// A host::MovieCodecId.
+LONG parseMovieCodec(const std::string& text);
 std::string compressionNames();
 /// An index into host::exrCompressions.
 LONG parseCompression(const std::string& text);

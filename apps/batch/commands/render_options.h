@@ -82,6 +82,7 @@ struct RenderOptions {
   std::optional<unsigned> layers;  // of the film, bits of host::LayerBit; without it, the scene's
   bool half = false;               // OpenEXR: colours as 16-bit floats
   std::optional<LONG> compression; // OpenEXR: index into host::exrCompressions
+  bool alpha = false;              // the picture gets an alpha channel
   bool resumable = false;          // OpenEXR: the samples go into the file
   std::string resume;              // the OpenEXR file to go on from; empty: none
   std::optional<SamplePart> part;  // of the samples; the film is resumable
@@ -106,6 +107,8 @@ struct AnimateOptions {
   ViewOptions view;
   int threads = 0; // 0: all
   std::string home;
+  LONG codec = 0;     // of a movie: a host::MovieCodecId; 0: the stored one
+  bool alpha = false; // pictures and movies get an alpha channel
   bool stamps = false, overwrite = false, resume = false, quiet = false;
 };
 

@@ -53,7 +53,7 @@ void FarmCommandLine::Raw::addSubmit() {
   command
       .add_option(
           "-o,--output", submit.run.output,
-          "Movie (mov, avi), pictures by base name or pattern (shot.tif, shot.####.exr), or an exr with "
+          "Movie (mov, mp4, avi), pictures by base name or pattern (shot.tif, shot.####.exr), or an exr with "
           "--split-samples and --split-tiles")
       ->type_name("FILE")
       ->required();

@@ -94,6 +94,8 @@ BaseContainer movieOptions(const FarmJob& job) {
   lmSettings settings;
   fillRunSettings(settings, {}, StampChoice::none);
   BaseContainer movie = settings.GetDataInstance()->GetContainer(LM_ANIM_MOVIE_OPTIONS);
+  if (job.format == hostMovie)
+    movie.SetLong(host::movieCodecKey, host::movieCodecDefault); // not mov's or avi's
   if (job.quality > 0) movie.SetLong(host::movieQualityKey, job.quality);
   return GetMovieOptions(movie);
 }
@@ -120,7 +122,7 @@ void joinMovie(const JobFolder& folder, const FarmJob& job) {
                                                 " cannot be read from " + file.GetString().GetUTF8() +
                                                 "; `lumenara farm retry` renders it again");
     }
-    const LONG format = job.format == 4 ? FILTER_MOVIE : FILTER_AVI;
+    const LONG format = host::movieFormatOf(Filename(String(job.output)));
     if (!begun && saver->Open(Filename(String(job.output)), frame, job.fps, format, &options, SAVEBIT_0) !=
                       IMAGERESULT_OK)
       stopMovie(job);

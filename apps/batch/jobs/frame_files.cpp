@@ -10,6 +10,7 @@
 #include "atomic_file.h"
 #include "job_folder.h"
 #include "lm_thread.h"
+#include "movie_options.h"
 #include "picture_decode.h"
 #include "picture_formats.h"
 #include "read_file.h"
@@ -41,11 +42,11 @@ LONG formatOf(const Filename& file) {
     if (file.CheckSuffix(format.suffix())) return format.number;
   }
   const std::string suffix = file.GetSuffix().GetUTF8();
-  throw Stop(ExitCode::wrongUse,
-             file.GetString().GetUTF8() +
-                 (suffix.empty() ? " has no suffix" : " has the unknown suffix " + suffix) +
-                 "; animations are written as mov or avi movies, or as bmp, tif, jpg, psd, b3d, exr, png or "
-                 "webp pictures");
+  throw Stop(
+      ExitCode::wrongUse,
+      file.GetString().GetUTF8() + (suffix.empty() ? " has no suffix" : " has the unknown suffix " + suffix) +
+          "; animations are written as mov, mp4 or avi movies, or as bmp, tif, jpg, psd, b3d, exr, png or "
+          "webp pictures");
 }
 
 /// The thread writes every number below 4 as AVI, too.
@@ -79,13 +80,13 @@ bool isFrameName(const AnimationTarget& target, std::string_view name) {
 }
 
 /// Pictures that the render thread cannot write, or not under this name.
-bool isHostsFormat(const Filename& file, bool marked) {
+bool isHostsFormat(const Filename& file, bool needed) {
   const host::PictureFileFormat* format = host::formatOfSuffix(file.GetSuffix().GetUTF8());
   if (!format || format->filter == 0) return false;
   const bool threads = std::any_of(std::begin(formats), std::end(formats), [&](const FrameFormat& known) {
     return !known.movie && known.filter == format->filter;
   });
-  return marked || !threads;
+  return needed || !threads;
 }
 
 using Bytes = std::span<const std::byte>;
@@ -102,19 +103,26 @@ Bytes mergedPicture(Bytes archive) {
 
 } // namespace
 
-AnimationTarget animationTarget(const std::string& output, std::optional<LONG> format) {
+AnimationTarget animationTarget(const std::string& output, std::optional<LONG> format, bool alpha) {
   AnimationTarget target;
   target.file = absoluteFile(Filename(String(output)));
   const bool marked = fs::path(output).stem().string().find('#') != std::string::npos;
   if (marked && format)
     throw Stop(ExitCode::wrongUse, "--format has no effect on " + output + "; its suffix is the format");
-  if (!format && isHostsFormat(target.file, marked)) {
+  if (alpha && format)
+    throw Stop(ExitCode::wrongUse, "--alpha and --format exclude each other; name the format by the suffix");
+  if (!format && isHostsFormat(target.file, marked || alpha)) {
     target.format = hostPictures;
     return target;
   }
   if (marked)
     throw Stop(ExitCode::wrongUse, output + " is no picture, so it has no place for a frame's number; leave "
                                             "out the #, or write pictures as shot.####.exr");
+  if (const LONG movie = host::movieFormatOf(target.file);
+      !format && movie != 0 && (alpha || movie == host::movieFormatMp4)) {
+    target.format = hostMovie;
+    return target;
+  }
   target.format = format ? *format : formatOf(Filename(String(output)));
   target.file.SetSuffix(suffixOf(target.format));
   return target;

@@ -1,4 +1,5 @@
-// Frames as pictures that the host saves itself, in formats that the plug-in's render thread does not know.
+// Frames as pictures and movies that the host saves itself, in formats that the plug-in's render thread does
+// not know, or with alpha.
 #pragma once
 
 #include <vector>
@@ -23,6 +24,7 @@ struct FramePictures {
 };
 
 struct FramePicturesResult {
+  LONG frames = 0;
   double seconds = 0;
   bool assetMissing = false;
 };
@@ -32,5 +34,11 @@ struct FramePicturesResult {
 FramePicturesResult renderFramePictures(BaseDocument& document, lmSettings& settings,
                                         const FramePictures& pictures, const std::vector<LONG>& frames,
                                         Messages& messages);
+
+/// Renders frames into a movie, with the codec and quality of the settings. Ctrl-C and the first frame that
+/// cannot be rendered close it behind the last whole frame. Throws `Stop`. Main thread.
+FramePicturesResult renderFrameMovie(BaseDocument& document, lmSettings& settings,
+                                     const FramePictures& pictures, const std::vector<LONG>& frames,
+                                     Messages& messages);
 
 } // namespace batch

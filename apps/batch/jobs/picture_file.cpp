@@ -33,6 +33,9 @@ void checkPictureFile(const std::string& file, const PictureOptions& options) {
   if (floats && format.filter != FILTER_EXR)
     throw Stop(ExitCode::wrongUse, std::string(floats) + " has no effect on " + file + ": " + format.name +
                                        " pictures hold no layers of floats; leave it out, or write an exr");
+  if (options.alpha && !format.alpha)
+    throw Stop(ExitCode::wrongUse, "--alpha has no effect on " + file + ": " + format.name +
+                                       " pictures have no alpha channel; leave it out, or write a png");
   if (!options.quality || format.option == host::WriterOption::quality) return;
   throw Stop(ExitCode::wrongUse, "--quality has no effect on " + file + ": " + format.name +
                                      " pictures have no quality; leave it out, or write a jpg or webp");
@@ -55,7 +58,8 @@ void savePicture(const BaseBitmap& bitmap, const std::string& file, const Pictur
   const std::optional<host::platform::PrivateFolder> beside =
       isStandardOutput(file) ? std::make_optional<host::platform::PrivateFolder>() : std::nullopt;
   const Filename target = beside ? beside->folder() + Filename("picture") : Filename(String(file));
-  if (bitmap.Save(target, format.filter, &settings) == IMAGERESULT_OK)
+  const SAVEBIT bits = options.alpha ? SAVEBIT_ALPHA : SAVEBIT_0;
+  if (bitmap.Save(target, format.filter, &settings, bits) == IMAGERESULT_OK)
     return beside ? copyToStandardOutput(target) : void();
   const auto failures = host::takeFailures();
   throw Stop(ExitCode::outputNotWritable,
@@ -68,7 +72,7 @@ void savePicture(const BaseBitmap& bitmap, const host::LensSettings& lens, const
   const std::shared_ptr<const host::Film> film = host::filmOf(bitmap);
   if (!lens.any() || !film || holdsLight(file)) return savePicture(bitmap, file, options);
   AutoAlloc<BaseBitmap> shown;
-  if (!shown || !host::viewedCopy(bitmap, *film->view(), false, *shown, {{}, lens}))
+  if (!shown || !host::viewedCopy(bitmap, *film->view(), options.alpha, *shown, {{}, lens}))
     throw Stop(ExitCode::renderFailed, "there is not enough memory for the lens; choose a smaller --size");
   options.rendered = &bitmap;
   savePicture(*shown, file, options);

@@ -21,6 +21,7 @@ struct PictureOptions {
   bool layers = false;                  // OpenEXR: the file is to hold layers
   bool resumable = false;               // OpenEXR: and the samples behind the film
   const BaseBitmap* rendered = nullptr; // its film says where the picture comes from; null: the saved one's
+  bool alpha = false;                   // the bitmap's, which has 32 bits
 };
 
 /// Throws `Stop` (wrong use) for an unknown suffix, and for an option that the format does not have.

@@ -231,8 +231,8 @@ PixelSize pictureSize(const std::optional<PixelSize>& wanted, const BaseDocument
   return {std::max<LONG>(1, full.width / divisor), std::max<LONG>(1, full.height / divisor)};
 }
 
-void makeBitmap(BaseBitmap& bitmap, PixelSize size) {
-  if (bitmap.Init(size.width, size.height, 24) == IMAGERESULT_OK) return;
+void makeBitmap(BaseBitmap& bitmap, PixelSize size, bool alpha) {
+  if (bitmap.Init(size.width, size.height, alpha ? 32 : 24) == IMAGERESULT_OK) return;
   throw Stop(ExitCode::renderFailed, "there is not enough memory for a picture of " +
                                          std::to_string(size.width) + " x " + std::to_string(size.height) +
                                          " pixels; choose a smaller --size");

@@ -76,7 +76,7 @@ PixelSize pictureSize(const std::optional<PixelSize>& wanted, const BaseDocument
                       const lmSettings& settings);
 
 /// Gives an empty bitmap this size. Throws `Stop` (render failed) when memory is short.
-void makeBitmap(BaseBitmap& bitmap, PixelSize size);
+void makeBitmap(BaseBitmap& bitmap, PixelSize size, bool alpha = false);
 
 /// The camera of the next render: the one in the viewer's record of the document, else the render view's.
 BaseObject* renderCamera(BaseDocument& document);

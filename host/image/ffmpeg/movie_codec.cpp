@@ -30,6 +30,13 @@ constexpr MovieCodec codecs[] = {
      MovieColor::rgb, false, false, true, 32768, false, nullptr, nullptr},
     {movieCodecRaw, "Uncompressed", "rawvideo", FILTER_MOVIE, AV_PIX_FMT_RGB24, AV_PIX_FMT_ARGB,
      MovieColor::rgb, false, false, false, 32768, false, nullptr, nullptr},
+    {movieCodecH264, "H.264", "libx264", movieFormatMp4, AV_PIX_FMT_YUV420P, none, MovieColor::video709, true,
+     true, true, 16384, false, nullptr, "+faststart"},
+    // Players of one vendor know H.265 by this tag alone.
+    {movieCodecH265, "H.265", "libx265", movieFormatMp4, AV_PIX_FMT_YUV420P, none, MovieColor::video709, true,
+     true, true, 8192, false, "hvc1", "+faststart"},
+    {movieCodecAv1, "AV1", "libaom-av1", movieFormatMp4, AV_PIX_FMT_YUV420P, none, MovieColor::video709, true,
+     true, true, 16384, false, nullptr, "+faststart"},
     {movieCodecMpeg4, "MPEG-4", "mpeg4", FILTER_AVI, AV_PIX_FMT_YUV420P, none, MovieColor::assumed, true,
      true, true, 8190, false, "XVID", nullptr},
     {movieCodecMotionJpeg, "Motion JPEG", "mjpeg", FILTER_AVI, AV_PIX_FMT_YUVJ422P, none, MovieColor::jpeg,
@@ -48,6 +55,13 @@ double rateFactor(LONG quality) noexcept {
   return 40 - 0.275 * static_cast<double>(quality);
 }
 
+// The encoders' own scales, at about the same look: x265 needs two steps more, and AV1 counts to 63.
+double rateFactorOf(const MovieCodec& codec, LONG quality) noexcept {
+  if (codec.id == movieCodecH265) return std::max(0.0, rateFactor(quality) + 2);
+  if (codec.id == movieCodecAv1) return std::round(63 - 0.48 * static_cast<double>(quality));
+  return rateFactor(quality);
+}
+
 // Quantizer of MPEG-4 and JPEG: 1 for quality 100, 2 for 80, 31 for 0.
 double quantizer(LONG quality) noexcept {
   return std::pow(31, static_cast<double>(100 - quality) / 100);
@@ -62,8 +76,8 @@ void set(AVDictionary*& dictionary, const char* key, const std::string& value) {
 }
 
 void setByQuality(const MovieCodec& codec, LONG quality, AVCodecContext& context, AVDictionary*& dictionary) {
-  if (codec.id == movieCodecH264) {
-    set(dictionary, "crf", std::to_string(rateFactor(quality)));
+  if (codec.id == movieCodecH264 || codec.id == movieCodecH265 || codec.id == movieCodecAv1) {
+    set(dictionary, "crf", std::to_string(rateFactorOf(codec, quality)));
   } else if (codec.id == movieCodecMpeg4 || codec.id == movieCodecMotionJpeg) {
     context.flags |= AV_CODEC_FLAG_QSCALE;
     context.qmin = 1;
@@ -105,6 +119,14 @@ void setMovieQuality(const MovieCodec& codec, const MovieOptions& options, LONG 
   switch (codec.id) {
   case movieCodecH264:
     set(dictionary, "preset", "fast");
+    break;
+  case movieCodecH265:
+    set(dictionary, "preset", "fast");
+    set(dictionary, "x265-params", "log-level=none");
+    break;
+  case movieCodecAv1:
+    set(dictionary, "cpu-used", "8"); // the slower ones take longer than many a render
+    set(dictionary, "row-mt", "1");
     break;
   case movieCodecProRes422:
     set(dictionary, "profile", proResProfile(options.quality));

@@ -84,7 +84,9 @@ struct FileMovieEncoder::Parts {
 FileMovieEncoder::FileMovieEncoder(const std::string& path, const MovieSetup& setup) : parts_(new Parts) {
   prepareMovieLibrary();
   const std::string url = "file:" + path; // a name with a colon is not an address
-  const char* container = setup.codec.format == FILTER_AVI ? "avi" : "mov";
+  const char* container = setup.codec.format == FILTER_AVI       ? "avi"
+                          : setup.codec.format == movieFormatMp4 ? "mp4"
+                                                                 : "mov";
   avformat_alloc_output_context2(&parts_->file, nullptr, container, url.c_str());
   if (!parts_->file)
     throw MovieError(IMAGERESULT_WRONGTYPE,

@@ -22,8 +22,8 @@ struct MovieError : std::runtime_error {
   IMAGERESULT result;
 };
 
-/// The encoding of colours. The bitmap is sRGB; H.264 and ProRes carry its codes with Rec. 709's matrix in
-/// the video range and are tagged Rec. 709, as players expect of a movie.
+/// The encoding of colours. The bitmap is sRGB; H.264, H.265, AV1 and ProRes carry its codes with Rec. 709's
+/// matrix in the video range and are tagged Rec. 709, as players expect of a movie.
 enum class MovieColor {
   video709, // tagged
   jpeg,     // Rec. 601's matrix, full range: what a JPEG means (ITU-T T.871)
@@ -36,7 +36,7 @@ struct MovieCodec {
   LONG id;
   const char* name;
   const char* encoder;  // the library's name of it
-  LONG format;          // FILTER_MOVIE or FILTER_AVI
+  LONG format;          // FILTER_MOVIE, FILTER_AVI or movieFormatMp4
   int plain, withAlpha; // the library's pixel formats, noPixelFormat: no alpha
   MovieColor color;
   bool quality, bitRate, keyDistance;

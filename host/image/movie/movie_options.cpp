@@ -16,4 +16,15 @@ MovieOptions readMovieOptions(const BaseContainer* options) {
   return read;
 }
 
+LONG movieFormatOf(const Filename& file) {
+  return file.CheckSuffix("mov")   ? FILTER_MOVIE
+         : file.CheckSuffix("avi") ? FILTER_AVI
+         : file.CheckSuffix("mp4") ? movieFormatMp4
+                                   : 0;
+}
+
+const char* movieFormatName(LONG format) {
+  return format == FILTER_AVI ? "AVI" : format == movieFormatMp4 ? "MP4" : "QuickTime";
+}
+
 } // namespace host

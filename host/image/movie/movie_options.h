@@ -17,9 +17,12 @@ inline constexpr LONG movieKeyDistanceKey =
     10003;                                   // frames from one key frame to the next; default: a second's
 inline constexpr LONG movieAlphaKey = 10004; // not 0: write the bitmap's alpha, where the codec has one
 
+/// A format of `MovieSaver` beside the plug-in interface's: MP4.
+inline constexpr LONG movieFormatMp4 = 7301;
+
 /// Stored in settings: a number never changes its meaning.
 enum MovieCodecId : LONG {
-  movieCodecDefault = 0, // QuickTime: H.264, else Motion JPEG; AVI: MPEG-4
+  movieCodecDefault = 0, // QuickTime: H.264, else Motion JPEG; AVI: MPEG-4; MP4: H.264
   movieCodecH264 = 1,
   movieCodecProRes422 = 2,  // the quality chooses proxy (below 40), LT (60), standard (85) or HQ
   movieCodecProRes4444 = 3, // with alpha
@@ -28,7 +31,9 @@ enum MovieCodecId : LONG {
   movieCodecAnimation = 6, // lossless run lengths, with alpha
   movieCodecRaw = 7,       // not compressed
   movieCodecMpeg4 = 8,
-  movieCodecFfv1 = 9 // lossless, with alpha
+  movieCodecFfv1 = 9, // lossless, with alpha
+  movieCodecH265 = 10,
+  movieCodecAv1 = 11
 };
 
 struct MovieOptions {
@@ -42,6 +47,11 @@ struct MovieOptions {
 /// The options in a container (null: the defaults), clamped to their ranges. A codec number is kept as it
 /// is: opening the movie finds out whether that codec exists.
 MovieOptions readMovieOptions(const BaseContainer* options);
+
+/// The format of a movie file by its suffix: FILTER_MOVIE (mov), FILTER_AVI, movieFormatMp4; 0 for others.
+LONG movieFormatOf(const Filename& file);
+/// "QuickTime", "AVI" or "MP4".
+const char* movieFormatName(LONG format);
 
 /// A codec for the user to choose, and the options that have an effect on it.
 struct MovieCodecInfo {

@@ -23,7 +23,7 @@ using host::MovieError;
 
 const host::MovieCodec& chooseCodec(LONG format, LONG id) {
   if (const host::MovieCodec* codec = host::movieLibrary().findCodec(format, id)) return *codec;
-  const char* name = format == FILTER_AVI ? "AVI" : "QuickTime";
+  const char* name = host::movieFormatName(format);
   if (id == host::movieCodecDefault)
     throw MovieError(IMAGERESULT_WRONGTYPE,
                      std::string("was not written: the installed libraries have no codec for ") + name +
@@ -34,7 +34,7 @@ const host::MovieCodec& chooseCodec(LONG format, LONG id) {
 
 void checkRequest(const Filename& name, const BaseBitmap* bitmap, LONG fps, LONG format) {
   if (!name.Content()) throw MovieError(IMAGERESULT_PARAM_ERROR, "has no name. Choose a file name.");
-  if (format != FILTER_AVI && format != FILTER_MOVIE)
+  if (format != FILTER_AVI && format != FILTER_MOVIE && format != host::movieFormatMp4)
     throw MovieError(IMAGERESULT_WRONGTYPE, "was not written: there is no movie format " +
                                                 std::to_string(format) + ". Choose QuickTime or AVI.");
   if (!bitmap || bitmap->GetBw() < 1)

@@ -79,7 +79,7 @@ FarmDialog::FarmDialog(Session& session, farm::FarmDesk& desk, QWidget* parent)
 void FarmDialog::addWork(QFormLayout& form) {
   output_ = textField(
       "farm-output", QStringLiteral("/shared/shot.tif"),
-      tr("A movie (mov, avi), or the base name or pattern of pictures (shot.exr, shot.####.png), on a "
+      tr("A movie (mov, mp4, avi), or the base name or pattern of pictures (shot.exr, shot.####.png), on a "
          "file system that all machines of the farm share"));
   auto* choose = new QPushButton(tr("&Choose..."));
   choose->setObjectName(QStringLiteral("farm-choose"));
@@ -231,7 +231,7 @@ void FarmDialog::chooseOutput() {
   chooser.setAcceptMode(QFileDialog::AcceptSave);
   chooser.setOption(QFileDialog::DontConfirmOverwrite);
   chooser.setNameFilters(
-      {tr("Movies and pictures (*.mov *.avi *.exr *.png *.tif *.jpg *.webp *.bmp *.psd *.b3d)"),
+      {tr("Movies and pictures (*.mov *.mp4 *.avi *.exr *.png *.tif *.jpg *.webp *.bmp *.psd *.b3d)"),
        tr("All files (*)")});
   const QPointer<FarmDialog> there = this;
   QStringList files;
