@@ -66,6 +66,41 @@ def picture(run, name):
     run.display.save(run.options.output / name)
 
 
+def damaged_job(studio, job):
+    """A job whose file cannot be read stays in the list and says so."""
+    def told(text):
+        return lambda: any(text in t["text"] for t in rows(studio)) or text in studio.text("farm-state")
+
+    kept = (job / "job.json").read_bytes()
+    (job / "job.json").write_text("{", encoding="utf-8")
+    wait_for("the damaged job", told("cannot be read"), 60, 0.3)
+    (job / "job.json").write_bytes(kept)
+
+
+def tiles_job(run, studio, out):
+    """The dialog's fields of tiles; the file of the submitted job."""
+    studio.display.to_front("Lumenara Studio")
+    studio.menu("Render", "Render on the Farm...")
+    studio.standing(name="farm-dialog")
+    check(studio.find(name="farm-columns") is None, "tiles are asked for frames")
+    studio.click(name="farm-kind")
+    studio.key("Down", "Down", "Return")
+    studio.enter("farm-columns", "2")
+    studio.enter("farm-rows", "1")
+    studio.enter("farm-output", str(out / "still.exr"))
+    studio.enter("farm-width", "64")
+    studio.enter("farm-height", "48")
+    picture(run, "farm-tiles.png")
+    studio.click(name="farm-submit")
+    still = out / "still.exr.farm" / "job.json"
+    wait_for("the job of tiles", still.exists, 60)
+    tiles = json.loads(still.read_text(encoding="utf-8"))
+    check((tiles["kind"], tiles["columns"], tiles["rows"]) == ("tiles", 2, 1), f"the job of tiles is {tiles}")
+    wait_for("its submission", lambda: (still.parent / "submissions" / "1.json").exists(), 60)
+    wait_for("the closed dialog", lambda: studio.find(name="farm-dialog") is None, 60)
+    return still
+
+
 def farm(run):
     slurm = FakeSlurm(run)
     out = run.folder / "out"
@@ -104,34 +139,8 @@ def farm(run):
     check(tasks == [[1], [2]], f"the tasks of the second submission are {tasks}")
     submission = job / "submissions" / "2.json"
     wait_for("the end of the retry", lambda: json.loads(submission.read_text(encoding="utf-8"))["closing"], 60)
-
-    def told(text):
-        return lambda: any(text in t["text"] for t in rows(studio)) or text in studio.text("farm-state")
-
-    kept = (job / "job.json").read_bytes()
-    (job / "job.json").write_text("{", encoding="utf-8")
-    wait_for("the damaged job", told("cannot be read"), 60, 0.3)
-    (job / "job.json").write_bytes(kept)
-
-    studio.display.to_front("Lumenara Studio")
-    studio.menu("Render", "Render on the Farm...")
-    studio.standing(name="farm-dialog")
-    check(studio.find(name="farm-columns") is None, "tiles are asked for frames")
-    studio.click(name="farm-kind")
-    studio.key("Down", "Down", "Return")
-    studio.enter("farm-columns", "2")
-    studio.enter("farm-rows", "1")
-    studio.enter("farm-output", str(out / "still.exr"))
-    studio.enter("farm-width", "64")
-    studio.enter("farm-height", "48")
-    picture(run, "farm-tiles.png")
-    studio.click(name="farm-submit")
-    still = out / "still.exr.farm" / "job.json"
-    wait_for("the job of tiles", still.exists, 60)
-    tiles = json.loads(still.read_text(encoding="utf-8"))
-    check((tiles["kind"], tiles["columns"], tiles["rows"]) == ("tiles", 2, 1), f"the job of tiles is {tiles}")
-    wait_for("its submission", lambda: (still.parent / "submissions" / "1.json").exists(), 60)
-    wait_for("the closed dialog", lambda: studio.find(name="farm-dialog") is None, 60)
+    damaged_job(studio, job)
+    still = tiles_job(run, studio, out)
     shutil.rmtree(job)
     shutil.rmtree(still.parent)
     wait_for("an empty list", lambda: not rows(studio), 60, 0.3)

@@ -201,6 +201,7 @@ class Studio:
         settings = {**display.environment, "LUMENARA_INSPECT": str(self.inspect_folder), "LUMENARA_THEME": theme,
                     "XDG_RUNTIME_DIR": str(self.inspect_folder), "LUMENARA_DEFAULTS": "/dev/null", "LUMENARA_TOUR": "0",
                     **(environment or {})}
+        self.placed = False
         self.process = subprocess.Popen([str(program), *map(str, arguments), "--home", str(home)], env=settings,
                                         stdin=subprocess.DEVNULL, stdout=self.log, stderr=subprocess.STDOUT)
         wait_for("the main window", lambda: self.find(name="studio"), 60)
@@ -302,6 +303,9 @@ class Studio:
 
     def menu(self, *path):
         """Chooses an entry of the main window's menus, or of a dialog's own."""
+        if not self.placed:  # a click at a window that the window manager is still placing is lost
+            self.await_keyboard()
+            self.placed = True
         for text in path[:-1]:
             self.click(**{"class": "QAction", "text": text, "menu": True})
         self.click(**{"class": "QAction", "text": path[-1], "enabled": True})
