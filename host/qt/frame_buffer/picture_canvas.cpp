@@ -252,12 +252,15 @@ void PictureCanvas::markTo(const QPointF& at) {
 void PictureCanvas::paintGrid(QPainter& painter) const {
   const QRectF target = pictureRect(), seen = target & QRectF(rect());
   const double side = zoom_ / devicePixelRatioF();
-  painter.setPen(QPen(QColor(128, 128, 128, 110), 0));
+  painter.save();
+  painter.setCompositionMode(QPainter::CompositionMode_Difference); // seen on dark, middle and bright pixels
+  painter.setPen(QPen(QColor(48, 48, 48), 0));
   const auto first = [side](double from, double at) { return from + std::ceil((at - from) / side) * side; };
   for (double x = first(target.left(), seen.left()); x < seen.right(); x += side)
     painter.drawLine(QPointF(x, seen.top()), QPointF(x, seen.bottom()));
   for (double y = first(target.top(), seen.top()); y < seen.bottom(); y += side)
     painter.drawLine(QPointF(seen.left(), y), QPointF(seen.right(), y));
+  painter.restore();
 }
 
 void PictureCanvas::paintMark(QPainter& painter) const {

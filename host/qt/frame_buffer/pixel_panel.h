@@ -31,6 +31,7 @@ class PixelPanel : public QWidget {
   QTreeWidget& tree() { return *tree_; }
   /// The row of a layer as text, columns with " | " between them; empty when it is not listed.
   QString rowText(const std::string& layer) const;
+  QSize sizeHint() const override { return {360, 420}; } // three values of a colour beside their layer's name
 
  protected:
   void showEvent(QShowEvent* event) override;

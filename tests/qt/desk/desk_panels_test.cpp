@@ -1,9 +1,11 @@
 // The frame buffer's panels: scopes, light mixer, lens effects.
+#include <QAction>
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDockWidget>
 #include <QLabel>
 #include <QPushButton>
+#include <QScreen>
 #include <QToolButton>
 
 #include "compare_panel.h"
@@ -86,6 +88,27 @@ class DeskPanelsTest : public ManagerTest {
 };
 
 } // namespace
+
+TEST_F(DeskPanelsTest, APanelMakesANarrowWindowWider) {
+  frame->resize(600, 500);
+  settle();
+  auto* toggle = frame->findChild<QAction*>("show-scopes");
+  ASSERT_TRUE(toggle);
+  const int most = frame->screen()->availableGeometry().width();
+  toggle->trigger();
+  settle();
+  EXPECT_TRUE(frame->centralWidget()->width() >= 640 || frame->frameGeometry().width() == most)
+      << frame->centralWidget()->width() << " of " << frame->width();
+  EXPECT_GT(frame->width(), 600);
+  toggle->trigger();
+  settle();
+  EXPECT_EQ(frame->width(), 600);
+  frame->resize(most, 500);
+  settle();
+  toggle->trigger();
+  settle();
+  EXPECT_EQ(frame->width(), most) << "the screen has no more";
+}
 
 TEST_F(DeskPanelsTest, ScopesMeasureViewAndFilm) {
   showFilm({{"key", {0.36f, 0.18f, 0.09f}}});
