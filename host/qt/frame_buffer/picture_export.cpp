@@ -11,9 +11,13 @@ QString nameOf(const PictureFormat& format) {
   return QStringLiteral("%1 (*.%2)").arg(QString::fromUtf8(format.name), QString::fromUtf8(format.suffix));
 }
 
-// Removes characters that file systems refuse.
+// Without characters that file systems refuse, and without the suffix of the scene that was rendered: "a.glb
+// 2" becomes "a 2".
 QString fileNameOf(const QString& name) {
   QString text = name;
+  static const QRegularExpression suffix(QStringLiteral("\\.(glb|gltf|obj|fbx|ply|stl|dae)(?=( \\d+)?$)"),
+                                         QRegularExpression::CaseInsensitiveOption);
+  text.remove(suffix).replace(QLatin1Char('.'), QLatin1Char('_'));
   static const QRegularExpression bad(QStringLiteral("[\\x00-\\x1f/\\\\:*?\"<>|]"));
   text.replace(bad, QStringLiteral("_"));
   return text.trimmed().isEmpty() ? QStringLiteral("Picture") : text.trimmed();

@@ -228,6 +228,19 @@ TEST_F(FrameBufferTest, SaveAsAsksForAFile) {
   EXPECT_TRUE(waitFor([&] { return QFile::exists(target); }));
 }
 
+TEST_F(FrameBufferTest, TheProposedNameIsNotTheScenes) {
+  session->pictures().show(*picture(16, 8, 200), "room.v2.glb");
+  session->pictures().show(*picture(16, 8, 200), "room.v2.glb");
+  QApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
+  QString proposed;
+  whenModal([&](QWidget& window) {
+    proposed = QFileInfo(dynamic_cast<QFileDialog&>(window).selectedFiles().value(0)).fileName();
+    QMetaObject::invokeMethod(&window, "reject");
+  });
+  frame->saveAs();
+  EXPECT_EQ(proposed, QStringLiteral("room_v2 2.png"));
+}
+
 TEST_F(FrameBufferTest, FollowsARenderAndStopsIt) {
   edits().apply("Settings", [](BaseDocument& in) {
     setRenderValue(in, RDATA_XRES, GeData(LONG{160}));
