@@ -23,11 +23,14 @@ constexpr int wholeChannels(int channels) noexcept {
   return (channels + 15) / 16 * 16;
 }
 
-/// One 3 x 3 convolution over rows of one width.
+/// One 3 x 3 convolution over rows of one width. The channels of its source may come in several pieces of
+/// memory: the results of the pieces are added up.
 class BandConvolution {
  public:
   struct Form {
-    int inputs = 0; // channels of the source: those of the convolution, and perhaps more, which are not read
+    /// Channels of each piece of the source, in the order of the convolution; perhaps more than it has, which
+    /// are not read.
+    std::vector<int> pieces;
     int width = 0;
     bool rectify = true;
     Precision source = Precision::float32, result = Precision::float32;
@@ -38,25 +41,27 @@ class BandConvolution {
   int channels() const noexcept { return channels_; }
   /// Makes the band's kind ready and gives the bytes of scratch memory that it needs.
   std::size_t prepare(const Band& band);
-  /// After `prepare`. Any thread, each with its own stream and scratch memory.
-  void run(const Band& band, const dnnl::stream& stream, const void* source, void* result,
-           void* scratch) const;
+  /// After `prepare`. A source for each piece. Any thread, each with its own stream and scratch memory.
+  void run(const Band& band, const dnnl::stream& stream, const std::vector<const std::byte*>& sources,
+           void* result, void* scratch) const;
 
  private:
   using Forward = dnnl::convolution_forward;
-  struct Kind {
+  struct Step { // of a piece
     Forward::primitive_desc description;
     Forward primitive;
     dnnl::memory kernel;
   };
+  using Kind = std::vector<Step>;
   using Key = std::tuple<int, bool, bool>;
-  Forward::primitive_desc describe(const Band& band) const;
-  dnnl::memory kernelFor(const dnnl::memory::desc& wanted) const;
+  Forward::primitive_desc describe(const Band& band, std::size_t piece) const;
+  dnnl::memory kernelFor(const dnnl::memory::desc& wanted, std::size_t piece) const;
 
   dnnl::engine engine_;
   Form form_;
   int channels_;
-  std::vector<float> kernel_, bias_; // with the additional channels
+  std::vector<std::vector<float>> kernels_; // of each piece, with the additional channels
+  std::vector<float> bias_;                 // likewise
   std::map<Key, Kind> kinds_;
 };
 

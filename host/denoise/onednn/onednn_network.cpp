@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <bit>
 #include <new>
+#include <numeric>
 #include <string_view>
 
 // OpenMP's routines (OpenMP API 5.0, 3.2): their header comes with each compiler's own library.
@@ -17,7 +18,10 @@ namespace {
 constexpr int convolutions = 16;
 constexpr const char* last = "dec_conv0";
 constexpr int bandPixels = 16384; // of a result: some milliseconds of work
-constexpr int leastRows = 2;      // pooling takes two at a time
+// Of floats: the kernel of 32 channels to 32 just fits the first cache. More make each product take three
+// times as long, measured with AVX2.
+constexpr int mostFloats = 32;
+constexpr int leastRows = 2; // pooling takes two at a time
 
 int rowsFor(int width) noexcept {
   return std::max(leastRows, bandPixels / width / leastRows * leastRows);
@@ -163,7 +167,10 @@ BandConvolution& OnednnNetwork::convolution(const char* name, const Source& sour
   const auto known = convolutions_.find({name, source.width()});
   if (known != convolutions_.end()) return known->second;
   const bool ends = std::string_view(name) == last;
-  const BandConvolution::Form form{source.channels(), source.width(), !ends, precision_,
+  std::vector<int> channels;
+  for (const Piece& piece : piecesOf(source))
+    channels.push_back(channelsOf(piece));
+  const BandConvolution::Form form{channels, source.width(), !ends, precision_,
                                    ends ? Precision::float32 : precision_};
   return convolutions_
       .emplace(std::pair(std::string(name), source.width()), BandConvolution(engine_, weights_[name], form))
@@ -189,32 +196,64 @@ void OnednnNetwork::convolveBands(const char* name, const Source& source, std::b
     const std::size_t most = valuesOf(rows, width, filter.channels()) * sizeof(float);
     if (!target && lane.result.size() < most) lane.result.resize(most);
     std::byte* result = target ? target + bytesOf(row, width, filter.channels()) : lane.result.data();
-    filter.run(band, stream, bandSource(source, row, band, lane), result, lane.scratch.data());
+    filter.run(band, stream, bandSources(source, row, band, lane), result, lane.scratch.data());
     finish(row, lane, band);
   });
   ++steps_;
 }
 
-// A joined source is made band by band, as it is needed.
-const std::byte* OnednnNetwork::bandSource(const Source& source, int row, const Band& band,
-                                           Lane& lane) const {
-  const int first = band.top ? row : row - 1;
-  const Tensor& main = source.main;
-  if (!source.skip) return main.values + bytesOf(first, main.width, main.channels);
-  const int width = source.width(), rows = band.sourceRows();
-  const std::size_t one = bytesOf(1, 1, main.channels), two = bytesOf(1, 1, source.skip->channels);
-  const std::size_t size = bytesOf(rows, width, source.channels());
+std::vector<OnednnNetwork::Piece> OnednnNetwork::piecesOf(const Source& source) const {
+  Piece parts{{&source.main, 0, source.main.channels, source.skip != nullptr}};
+  if (source.skip) parts.push_back({source.skip, 0, source.skip->channels, false});
+  if (precision_ == Precision::bfloat16) return {parts};
+  std::vector<Piece> pieces;
+  for (const Part& part : parts)
+    for (int first = 0; first < part.count; first += mostFloats)
+      pieces.push_back({{part.tensor, first, std::min(mostFloats, part.count - first), part.doubled}});
+  return pieces;
+}
+
+// Copies rows of a piece, pixel by pixel; `row` is the first. Returns the end of the copy.
+std::byte* OnednnNetwork::gather(const Piece& piece, int row, int rows, std::byte* to) const {
+  const int width = piece.front().tensor->width * (piece.front().doubled ? 2 : 1);
+  for (int y = row; y < row + rows; ++y)
+    for (int x = 0; x < width; ++x)
+      for (const auto& [tensor, first, count, doubled] : piece) {
+        const int scale = doubled ? 2 : 1;
+        const std::byte* from = tensor->values + bytesOf(y / scale, tensor->width, tensor->channels) +
+                                bytesOf(1, x / scale, tensor->channels) + bytesOf(1, 1, first);
+        to = std::copy_n(from, bytesOf(1, 1, count), to);
+      }
+  return to;
+}
+
+// Pieces that do not lie in memory as they are wanted are made band by band, as they are needed.
+std::vector<const std::byte*> OnednnNetwork::bandSources(const Source& source, int row, const Band& band,
+                                                         Lane& lane) const {
+  const int first = band.top ? row : row - 1, rows = band.sourceRows();
+  const std::vector<Piece> pieces = piecesOf(source);
+  std::size_t size = 0;
+  for (const Piece& piece : pieces)
+    size += isWhole(piece) ? 0 : bytesOf(rows, source.width(), channelsOf(piece));
   if (lane.joined.size() < size) lane.joined.resize(size);
   std::byte* to = lane.joined.data();
-  const std::byte* skip = source.skip->values + bytesOf(first, width, source.skip->channels);
-  for (int y = first; y < first + rows; ++y) {
-    const std::byte* low = main.values + bytesOf(y / 2, main.width, main.channels);
-    for (int x = 0; x < width; ++x, skip += two) {
-      to = std::copy_n(low + static_cast<std::size_t>(x / 2) * one, one, to);
-      to = std::copy_n(skip, two, to);
-    }
+  std::vector<const std::byte*> sources;
+  for (const Piece& piece : pieces) {
+    const Tensor& tensor = *piece.front().tensor;
+    const bool whole = isWhole(piece);
+    sources.push_back(whole ? tensor.values + bytesOf(first, tensor.width, tensor.channels) : to);
+    if (!whole) to = gather(piece, first, rows, to);
   }
-  return lane.joined.data();
+  return sources;
+}
+
+int OnednnNetwork::channelsOf(const Piece& piece) noexcept {
+  return std::accumulate(piece.begin(), piece.end(), 0,
+                         [](int sum, const Part& part) { return sum + part.count; });
+}
+
+bool OnednnNetwork::isWhole(const Piece& piece) noexcept {
+  return piece.size() == 1 && !piece[0].doubled && piece[0].count == piece[0].tensor->channels;
 }
 
 template <class Work>

@@ -35,8 +35,15 @@ class OnednnNetwork final : public Network {
     int scale() const noexcept { return skip ? 2 : 1; }
     int width() const noexcept { return main.width * scale(); }
     int height() const noexcept { return main.height * scale(); }
-    int channels() const noexcept { return main.channels + (skip ? skip->channels : 0); }
   };
+  /// Channels of a tensor, and whether each of its pixels counts four times.
+  struct Part {
+    const Tensor* tensor;
+    int first, count;
+    bool doubled;
+  };
+  /// Parts that lie beside each other in memory.
+  using Piece = std::vector<Part>;
   /// Memory of one worker.
   struct Lane {
     std::vector<std::byte> joined, result, scratch;
@@ -50,7 +57,12 @@ class OnednnNetwork final : public Network {
   template <class Finish>
   void convolveBands(const char* name, const Source& source, std::byte* target, Finish&& finish);
   BandConvolution& convolution(const char* name, const Source& source);
-  const std::byte* bandSource(const Source& source, int row, const Band& band, Lane& lane) const;
+  std::vector<Piece> piecesOf(const Source& source) const;
+  std::vector<const std::byte*> bandSources(const Source& source, int row, const Band& band,
+                                            Lane& lane) const;
+  static int channelsOf(const Piece& piece) noexcept;
+  static bool isWhole(const Piece& piece) noexcept; // it lies in memory as it is
+  std::byte* gather(const Piece& piece, int row, int rows, std::byte* to) const;
   template <class Work>
   void eachBand(int count, Work&& work);
   void ask();
