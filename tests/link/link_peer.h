@@ -57,11 +57,19 @@ class Client {
       waiting_.erase(0, static_cast<std::size_t>(count));
     std::vector<std::byte> bytes(65536);
     const long count = socket_.read(bytes);
+    ended_ = ended_ || count == -2;
     if (count > 0)
       parser_.feed(std::span(bytes).first(static_cast<std::size_t>(count)), [this](LinkFrame&& frame) {
         received_.push_back(frame.json);
         bodies_.push_back(frame.body);
       });
+  }
+  /// Whether the other side ends the stream within 20 seconds.
+  bool ends() {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    while (!ended_ && std::chrono::steady_clock::now() < end)
+      step();
+    return ended_;
   }
   bool isValid() const { return socket_.isValid(); }
   bool has(const char* type) const {
@@ -76,6 +84,7 @@ class Client {
   Wake wake_;
   LinkParser parser_;
   std::string waiting_, error_;
+  bool ended_ = false;
   std::vector<Json> received_;
   std::vector<std::vector<std::byte>> bodies_;
 };

@@ -77,6 +77,7 @@ TEST_F(LiveLinkTest, TcpIsSwitchedWithoutTheSocketsClients) {
 
   link->use({true, false, 0});
   EXPECT_EQ(distant.receive("closed")["reason"], "Lumenara Studio no longer listens at this port.");
+  EXPECT_TRUE(distant.ends());
   EXPECT_EQ(link->server()->tcpPort(), 0);
   EXPECT_FALSE(description().contains("port"));
   EXPECT_FALSE(Client(port).isValid());
