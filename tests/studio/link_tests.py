@@ -145,6 +145,39 @@ def send_and_grab(run):
     check(code == 5 and "no Lumenara Studio" in said, f"grab from an ended Studio: {code} {said}")
 
 
+
+def link_window(run):
+    """File > Live Link: TCP is switched on by hand, a program connects through it, and the next start listens there again."""
+    studio = run.viewer()
+    link, ring = client(run, studio)
+    studio.await_keyboard()
+    studio.menu("File", "Live Link...")
+    studio.standing(name="link-dialog")
+    studio.click(name="link-tcp")
+    found = wait_for("the port in the description", lambda: (lambda all: all[0] if all and all[0].port else None)(link.find_studios()))
+    check(studio.get(name="link-address")["text"] == f"127.0.0.1:{found.port}", "the address is shown")
+    check(studio.get(name="link-token")["text"] == found.token, "the token is shown")
+    with link.connect("Ring of Cubes", address=f"127.0.0.1:{found.port}", token=found.token) as sender:
+        ring.send_scene(sender)
+        check(studio.get(name="link-client")["text"] == "Ring of Cubes", "the window names the program")
+        studio.get(name="linkState", text=f"Ring of Cubes connected, {sender.acknowledged['objects']} objects")
+        studio.settled()
+        run.options.output.mkdir(parents=True, exist_ok=True)
+        run.display.save(run.options.output / "link-window.png")
+    wait_for("the end of the connection", lambda: studio.find(name="linkState") is None)
+    studio.kill()
+    studio = run.start(run.scene)
+    link, _ = client(run, studio)
+    found = wait_for("the port after the next start", lambda: (lambda all: all[0] if all and all[0].port else None)(link.find_studios()))
+    studio.kill()
+    studio = run.start(run.scene, "--no-listen")
+    link, _ = client(run, studio)
+    studio.await_keyboard()
+    studio.menu("File", "Live Link...")
+    check(studio.get(name="link-client")["text"] == "Studio does not listen", "--no-listen holds over the choice")
+    check(not link.find_studios(), "no socket is there")
+
+
 class Blender:
     """Blender in the background, with the add-on connected to a Studio."""
 
@@ -206,4 +239,4 @@ def blender(run):
 
 
 if __name__ == "__main__":
-    sys.exit(main((live_link, send_and_grab, blender)))
+    sys.exit(main((live_link, send_and_grab, link_window, blender)))
