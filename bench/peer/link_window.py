@@ -1,17 +1,19 @@
 #!/usr/bin/python3
 """From a change in Blender to changed pixels in Studio's viewer, with the real programs under Xvfb.
 
-    link_window.py [--moves 40] [--seconds 6] [demo] [million]
+    link_window.py [--moves 40] [--seconds 6] [--delay MS] [demo] [million]
 
 For the demo scene, and beside a grid of a million triangles: the time of the first send until the viewer shows it, of moves of an object until
 the viewer shows it elsewhere (median and 95th percentile), and the views a second that reach the viewer while a camera goes around the
-scene. A green marker in the scene tells its place in the viewer's pixels. Processor time of both programs stands beside. Wants Blender,
-Xvfb, openbox, xdotool, ImageMagick and numpy.
+scene. A green marker in the scene tells its place in the viewer's pixels. Moves come at any moment, so most of them find a render that
+runs. Without --delay the viewer waits for the end of a render, as it does by default; with it, changes break renders off, at
+most once in so many milliseconds. Processor time of both programs stands beside. Wants Blender, Xvfb, openbox, xdotool, ImageMagick and numpy.
 """
 import argparse
 import json
 import os
 import pathlib
+import random
 import statistics
 import subprocess
 import sys
@@ -86,10 +88,10 @@ def first_send(blender, viewer):
     return shown - done["began"], done
 
 
-def moves(studio, blender, viewer, count):
+def moves(options, studio, blender, viewer):
     times, ours, theirs = [], [], []
-    for index in range(count):
-        studio.settled()
+    for index in range(options.moves):
+        time.sleep(options.random.uniform(0.3, 0.8))
         before, used = viewer.marker(), seconds_of(studio.process.pid)
         blender.tell("MOVE", 0.45 if index % 2 == 0 else -0.45)
         shown = viewer.await_marker(before)
@@ -102,7 +104,6 @@ def moves(studio, blender, viewer, count):
 
 def orbit(studio, blender, viewer, seconds):
     """Views a second in the viewer, views a second that the add-on has sent, and Studio's processor time a second."""
-    studio.settled()
     used, last, shown = seconds_of(studio.process.pid), viewer.marker(), 0
     blender.tell("ORBIT", seconds, 30)
     end = time.monotonic() + seconds
@@ -116,6 +117,9 @@ def orbit(studio, blender, viewer, seconds):
 
 
 def measure(run, options, name):
+    if options.delay is not None:
+        run.set("LM_REFRESH_WAIT", 0)
+        run.set("LM_REFRESH_DELAY", options.delay)
     studio = run.viewer()
     set_auto(studio, True)
     studio.settled()
@@ -124,13 +128,13 @@ def measure(run, options, name):
     try:
         first, sent = first_send(blender, viewer)
         run.display.save(options.output / f"link-window-{name}.png")
-        times, ours, theirs = moves(studio, blender, viewer, options.moves)
+        times, ours, theirs = moves(options, studio, blender, viewer)
         views, commits, load = orbit(studio, blender, viewer, options.seconds)
     finally:
         blender.process.kill()
         blender.process.wait()
     print(json.dumps({
-        "scene": name, "triangles": blender.triangles, "load": round(os.getloadavg()[0], 1), "first_send_s": round(first, 2),
+        "scene": name, "triangles": blender.triangles, "delay": options.delay, "load": round(os.getloadavg()[0], 1), "first_send_s": round(first, 2),
         "first_send_blender_cpu_s": round(sent["cpu"], 2), "moves": len(times), "move_median_ms": round(1e3 * statistics.median(times)),
         "move_95_ms": round(1e3 * percentile(times, 0.95)), "move_studio_cpu_ms": round(1e3 * statistics.median(ours)),
         "move_blender_cpu_ms": round(1e3 * statistics.median(theirs), 1), "orbit_views_a_second": round(views, 1),
@@ -142,11 +146,13 @@ def main():
     parser.add_argument("scenes", nargs="*", default=["demo", "million"], metavar="SCENE")
     parser.add_argument("--moves", type=int, default=40)
     parser.add_argument("--seconds", type=float, default=6)
+    parser.add_argument("--delay", type=int)
     parser.add_argument("--studio", type=pathlib.Path, default=ROOT / "build/release/bin/lumenara-studio")
     parser.add_argument("--batch", type=pathlib.Path, default=ROOT / "build/release/bin/lumenara")
     parser.add_argument("--source", type=pathlib.Path, default=ROOT)
     parser.add_argument("--output", type=pathlib.Path, default=ROOT / "build/release/bench")
     options = parser.parse_args()
+    options.random = random.Random(1)
     options.output.mkdir(parents=True, exist_ok=True)
     for name in options.scenes:
         run = Run(options)
