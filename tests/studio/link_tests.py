@@ -187,7 +187,10 @@ class Blender:
             sys.exit(77)
         folder = run.folder / "blender"
         folder.mkdir(exist_ok=True)
-        settings = dict(os.environ, XDG_RUNTIME_DIR=str(studio.inspect_folder), BLENDER_USER_CONFIG=str(folder), BLENDER_USER_SCRIPTS=str(folder))
+        # Blender's Python takes the library beside the first python3 in the path: this script's own may lack numpy.
+        path = [place for place in os.environ["PATH"].split(os.pathsep) if not pathlib.Path(place).is_relative_to(sys.base_prefix) or sys.base_prefix == "/usr"]
+        settings = dict(os.environ, PATH=os.pathsep.join(path), XDG_RUNTIME_DIR=str(studio.inspect_folder), BLENDER_USER_CONFIG=str(folder),
+                        BLENDER_USER_SCRIPTS=str(folder))
         script = pathlib.Path(__file__).resolve().parent / "blender_mover.py"
         self.process = subprocess.Popen(["blender", "--background", "--factory-startup", "--python-exit-code", "1", "--python", str(script)],
                                         env=settings, stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
