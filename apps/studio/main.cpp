@@ -44,10 +44,8 @@ int run(int argc, char** argv, const StudioArguments& given) {
   options.openViewer = given.viewer;
   options.resetLayout = given.resetLayout;
   options.listen = given.listen;
-  if (given.tcpPort) {
-    const char* token = std::getenv("LUMENARA_LINK_TOKEN");
-    options.linkTcp = host::LinkTcp{static_cast<std::uint16_t>(*given.tcpPort), token ? token : ""};
-  }
+  if (given.tcpPort) options.tcpPort = static_cast<std::uint16_t>(*given.tcpPort);
+  if (const char* token = std::getenv("LUMENARA_LINK_TOKEN")) options.linkToken = token;
   host::Studio studio(std::move(options));
   QObject::connect(&studio, &host::Studio::finished, &application, &QApplication::quit, Qt::QueuedConnection);
   studio.start();

@@ -11,8 +11,11 @@ StudioArguments parseStudioArguments(int argc, const char* const* argv) {
   app.add_option("SCENE", given.scene, "A scene to open: glTF, OBJ, FBX, PLY, STL or DAE");
   app.add_flag("--viewer", given.viewer, "Open the Lumenara viewer and render the scene in it");
   app.add_flag("--reset-layout", given.resetLayout, "Start with the default layout of windows and dialogs");
-  app.add_flag("--listen,!--no-listen", given.listen,
-               "Take scenes that other programs send through the live link (default), or do not");
+  bool listens = true;
+  const CLI::Option* listen =
+      app.add_flag("--listen,!--no-listen", listens,
+                   "Take scenes that other programs send through the live link, or do not, this time "
+                   "(default: as chosen in File > Live Link)");
   int port = 0;
   const CLI::Option* tcp =
       app.add_flag("--listen-tcp{0}", port,
@@ -26,8 +29,9 @@ StudioArguments parseStudioArguments(int argc, const char* const* argv) {
   addDescription(app);
   try {
     app.parse(argc, argv);
+    if (listen->count() > 0) given.listen = listens;
     if (tcp->count() > 0) given.tcpPort = port;
-    if (given.tcpPort && !given.listen)
+    if (given.tcpPort && given.listen == false)
       throw CLI::ValidationError("--listen-tcp and --no-listen exclude each other");
   } catch (const CLI::CallForHelp&) {
     given.leave = {app.help(), 0};

@@ -8,8 +8,8 @@
 struct StudioArguments {
   std::string scene, home; // empty: not given
   bool viewer = false, resetLayout = false;
-  bool listen = true;         // for the live link
-  std::optional<int> tcpPort; // of the live link; 0: any; none: no TCP
+  std::optional<bool> listen; // for the live link; nothing: as the user has chosen
+  std::optional<int> tcpPort; // of the live link; 0: any; nothing: as the user has chosen
   struct Leave {
     std::string text;
     int code = 0;

@@ -1,10 +1,11 @@
-"""Three scenes by Cycles and through the live link: do they agree, block by block?
+"""Scenes by Cycles and through the live link: do they agree, block by block?
 
-    blender --background --factory-startup --python-exit-code 1 --python link_truth.py -- [--program lumenara] [--samples 512] [--work DIR] [SCENE...]
+    blender --background --factory-startup --python-exit-code 1 --python link_truth.py -- [--program lumenara] [--samples 512] [--work DIR]
+        [--pictures DIR] [SCENE...]
 
 Each scene is built here, rendered by Cycles (no denoiser, no adaptive sampling), and sent by the add-on to a recording server. What arrived
 is written as glTF and rendered by `lumenara`. Prints for each scene the largest difference of a block's mean of 8 x 8 blocks, as a part of the mean
-of Cycles' block, and how many blocks differ by more than 3 %; exits 1 if any does.
+of Cycles' block, and how many blocks differ by more than 3 %; exits 1 if any does. --pictures writes both pictures side by side, Cycles' on the left.
 """
 import argparse
 import math
@@ -39,6 +40,17 @@ def material(name, color=(0.8, 0.8, 0.8), **values):
         shader.inputs[key.replace("_", " ")].default_value = value
     shader.distribution = "MULTI_GGX"  # keeps the energy of rough reflections, as ours does
     return made, shader
+
+
+def matt(name, color=(0.8, 0.8, 0.8)):
+    """Diffuse BSDF, the same surface on both sides. The diffuse part of Principled is brighter where it sends light back to the lamp."""
+    made = bpy.data.materials.new(name)
+    made.use_nodes = True
+    tree = made.node_tree
+    shader = tree.nodes.new("ShaderNodeBsdfDiffuse")
+    shader.inputs["Color"].default_value = (*color, 1)
+    tree.links.new(shader.outputs[0], tree.nodes["Material Output"].inputs["Surface"])
+    return made
 
 
 def add(kind, made, **options):
@@ -96,11 +108,10 @@ def world(color=(0, 0, 0), strength=1.0):
 
 def lamps_scene():
     """Each kind of lamp on matt surfaces."""
-    matt, _ = material("Matt", Roughness=0.5, Specular=0)
-    blue, _ = material("Blue", (0.15, 0.3, 0.7), Roughness=0.5, Specular=0)
-    add("plane", matt, size=12)
-    add("cube", blue, size=1, location=(-1, 0.5, 0.5))
-    smooth(add("uv_sphere", matt, radius=0.6, segments=64, ring_count=32, location=(1, 0, 0.6)))
+    grey = matt("Grey")
+    add("plane", grey, size=12)
+    add("cube", matt("Blue", (0.15, 0.3, 0.7)), size=1, location=(-1, 0.5, 0.5))
+    smooth(add("uv_sphere", grey, radius=0.6, segments=64, ring_count=32, location=(1, 0, 0.6)))
     lamp("POINT", 150, (-2.5, -2, 3), shadow_soft_size=0.3)
     lamp("SPOT", 400, (2.5, -1, 4), (0, math.radians(25), 0), spot_size=math.radians(60), spot_blend=0.15, shadow_soft_size=0.1, color=(1, 0.8, 0.6))
     lamp("SUN", 0.8, (0, 0, 5), (math.radians(30), math.radians(-20), 0), angle=math.radians(5))
@@ -123,10 +134,10 @@ def studio_scene():
     made.node_tree.links.new(node.outputs["Color"], background.inputs["Color"])
     background.inputs["Strength"].default_value = 0.6
     checks, shader = material("Checks", Roughness=0.5, Specular=0)
-    y, x = numpy.mgrid[0:64, 0:64] // 8
+    y, x = numpy.mgrid[0:512, 0:512] // 64  # fine: Cycles mixes neighbouring pixels by their stored numbers, not by their light
     odd = ((x + y) % 2)[..., None]
     tiles = odd * numpy.array((0.9, 0.75, 0.3, 1)) + (1 - odd) * numpy.array((0.25, 0.35, 0.6, 1))
-    textured(checks, shader, picture("checks", 64, 64, tiles))
+    textured(checks, shader, picture("checks", 512, 512, tiles))
     metal, _ = material("Metal", (0.9, 0.7, 0.5), Metallic=1, Roughness=0.4)
     glow, _ = material("Glow", (0, 0, 0), Emission=(0.3, 0.8, 0.4, 1), Emission_Strength=2.0, Specular=0)
     add("plane", checks, size=8)
@@ -148,8 +159,22 @@ def textured(made, shader, image):
     made.node_tree.links.new(node.outputs["Color"], shader.inputs["Base Color"])
 
 
+def metals_scene():
+    """Metals of three roughnesses, glowing and matt surfaces, under a plain sky, a sun and an area light."""
+    add("plane", matt("Grey", (0.5, 0.5, 0.5)), size=10)
+    for index, (color, roughness) in enumerate((((0.95, 0.75, 0.35), 0.25), ((0.9, 0.9, 0.9), 0.5), ((0.9, 0.5, 0.35), 0.8))):
+        metal, _ = material(f"Metal {index}", color, Metallic=1, Roughness=roughness)
+        smooth(add("uv_sphere", metal, radius=0.6, segments=64, ring_count=32, location=(1.4 * (index - 1), 0, 0.6)))
+    glow, _ = material("Glow", (0, 0, 0), Emission=(1, 0.7, 0.4, 1), Emission_Strength=3.0, Specular=0)
+    add("cube", glow, size=0.4, location=(0.7, -1.1, 0.2))
+    lamp("AREA", 90, (-1, -2, 3.5), (math.radians(28), math.radians(-14), 0), shape="SQUARE", size=1.2)
+    lamp("SUN", 1.2, (0, 0, 5), (math.radians(20), math.radians(35), 0), angle=math.radians(4))
+    world((0.4, 0.5, 0.7), 0.6)
+    camera((0, -5, 2.5), (math.radians(67), 0, 0), 35)
+
+
 def gloss_scene():
-    """Principled at its defaults, rough and shiny, under a plain sky and an area light."""
+    """Principled at its defaults, rough and shiny, under a plain sky and an area light. Here the models differ (docs/blender.md)."""
     plain, _ = material("Plain")
     shiny, _ = material("Shiny", (0.6, 0.1, 0.1), Roughness=0.2)
     add("plane", plain, size=10)
@@ -160,7 +185,7 @@ def gloss_scene():
     camera((0, -5, 2.5), (math.radians(67), 0, 0), 35)
 
 
-SCENES = {"lamps": lamps_scene, "studio": studio_scene, "gloss": gloss_scene}
+SCENES = {"lamps": lamps_scene, "studio": studio_scene, "metals": metals_scene, "gloss": gloss_scene}
 
 
 def by_cycles(samples, output):
@@ -199,10 +224,23 @@ def by_link(program, samples, folder, output):
     return notes
 
 
-def blocks_of(file):
+def pixels_of(file):
     image = bpy.data.images.load(file, check_existing=False)
     image.colorspace_settings.name = "Linear"
-    pixels = numpy.array(image.pixels[:], dtype=numpy.float64).reshape(image.size[1], image.size[0], -1)[..., :3]
+    return numpy.array(image.pixels[:], dtype=numpy.float64).reshape(image.size[1], image.size[0], -1)[..., :3]
+
+
+def side_by_side(files, output, scale=2):
+    light = numpy.concatenate([pixels_of(file) for file in files], axis=1).clip(0, 1)
+    stored = numpy.where(light < 0.0031308, 12.92 * light, 1.055 * light ** (1 / 2.4) - 0.055).repeat(scale, 0).repeat(scale, 1)
+    image = bpy.data.images.new("beside", stored.shape[1], stored.shape[0])
+    image.pixels.foreach_set(numpy.concatenate((stored, numpy.ones_like(stored[..., :1])), axis=-1).astype(numpy.float32).reshape(-1))
+    image.filepath_raw, image.file_format = str(output), "JPEG"
+    image.save()
+
+
+def blocks_of(file):
+    pixels = pixels_of(file)
     rows, columns = pixels.shape[0] // BLOCKS, pixels.shape[1] // BLOCKS
     return pixels[:rows * BLOCKS, :columns * BLOCKS].reshape(BLOCKS, rows, BLOCKS, columns, 3).mean(axis=(1, 3, 4))
 
@@ -214,6 +252,7 @@ def main():
     parser.add_argument("--program", default=str(ROOT / "build/release/bin/lumenara"))
     parser.add_argument("--samples", type=int, default=512)
     parser.add_argument("--work")
+    parser.add_argument("--pictures", type=pathlib.Path)
     options = parser.parse_args(sys.argv[sys.argv.index("--") + 1:] if "--" in sys.argv else [])
     WORK = options.work or tempfile.mkdtemp()
     failed = 0
@@ -225,6 +264,8 @@ def main():
         theirs, ours = f"{WORK}/{name}-cycles.exr", f"{WORK}/{name}-link.exr"
         by_cycles(options.samples, theirs)
         notes = by_link(options.program, options.samples, WORK, ours)
+        if options.pictures:
+            side_by_side((theirs, ours), options.pictures / f"link-{name}.jpg")
         expected, found = blocks_of(theirs), blocks_of(ours)
         difference = abs(found - expected) / numpy.maximum(expected, 1e-6)
         failed += int((difference > LIMIT).sum())

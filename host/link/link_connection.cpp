@@ -41,9 +41,13 @@ void LinkConnection::start() {
   thread_ = std::thread([this] { run(); });
 }
 
-void LinkConnection::stop() {
+void LinkConnection::askToStop() {
   stop_ = true;
   wake_.ring();
+}
+
+void LinkConnection::stop() {
+  askToStop();
   if (thread_.joinable()) thread_.join();
 }
 

@@ -41,6 +41,10 @@ class LinkConnection : public std::enable_shared_from_this<LinkConnection> {
   LinkConnection& operator=(const LinkConnection&) = delete;
 
   void start();
+  /// Whether clients must send a token.
+  bool needsToken() const noexcept { return !token_.empty(); }
+  /// Begins to end the thread, without waiting for it. Any thread.
+  void askToStop();
   /// Ends the thread, which still sends what waits, for at most a second. Waits for it.
   void stop();
   bool hasEnded() const noexcept { return ended_; }

@@ -93,10 +93,8 @@ LinkServer::LinkServer(Session& session, const std::optional<LinkTcp>& tcp)
   if (!startListening()) return;
   rendered_ = session_.viewerFilm().rendered.add([this](const FilmNews& news) { tellFinished(news); });
   filesChanged_ = session_.files().changed.add([this] { filesChanged(); });
-  if (tcp) startTcp(*tcp);
-  describe();
-  thread_ = std::thread([this] { listen(listening_, wake_, {}); });
-  if (tcpPort() != 0) tcpThread_ = std::thread([this] { listen(tcpListening_, tcpWake_, token_); });
+  setTcp(tcp);
+  thread_ = std::thread([this] { listen(listening_, wake_, {}, stop_); });
   cameraTimer_ = mainLoop().addTimer(cameraPeriod, [this] { tellCamera(true); });
   progressTimer_ = mainLoop().addTimer(progressPeriod, [this] { tellProgress(); });
 }
@@ -106,18 +104,17 @@ LinkServer::~LinkServer() {
   mainLoop().removeTimer(cameraTimer_);
   mainLoop().removeTimer(progressTimer_);
   mainLoop().removeTimer(retry_);
+  stopTcp();
   stop_ = true;
   wake_.ring();
-  tcpWake_.ring();
-  for (std::thread* thread : {&thread_, &tcpThread_})
-    if (thread->joinable()) thread->join();
+  if (thread_.joinable()) thread_.join();
   std::vector<std::shared_ptr<LinkConnection>> connections;
   {
     const std::lock_guard lock(mutex_);
     connections.swap(connections_);
   }
   for (const auto& connection : connections)
-    connection->send({{"type", "closed"}, {"reason", "Lumenara Studio has ended."}});
+    connection->send({{"type", "closed"}, {"reason", "Lumenara Studio no longer listens."}});
   for (const auto& connection : connections)
     connection->stop();
   if (path_.empty()) return;
@@ -149,11 +146,40 @@ void LinkServer::startTcp(const LinkTcp& tcp) {
   }
   std::string reason;
   tcpListening_ = Socket::listenOnLoopback(tcp.port, reason);
-  if (tcpListening_.isValid())
-    token_ = tcp.token.empty() ? newToken() : tcp.token;
-  else
+  if (!tcpListening_.isValid()) {
     tcpError_ = "The live link cannot listen at 127.0.0.1:" + std::to_string(tcp.port) + ": " + reason +
                 ". Choose another port.";
+    return;
+  }
+  if (!tcp.token.empty())
+    token_ = tcp.token;
+  else if (token_.empty())
+    token_ = newToken();
+  tcpStop_ = false;
+  tcpThread_ = std::thread([this] { listen(tcpListening_, tcpWake_, token_, tcpStop_); });
+}
+
+// The listener of the socket forgets the connections once they have ended.
+void LinkServer::stopTcp() {
+  tcpStop_ = true;
+  tcpWake_.ring();
+  if (tcpThread_.joinable()) tcpThread_.join();
+  tcpWake_.clear();
+  tcpListening_ = Socket();
+  const std::lock_guard lock(mutex_);
+  for (const auto& connection : connections_)
+    if (connection->needsToken()) {
+      connection->send({{"type", "closed"}, {"reason", "Lumenara Studio no longer listens at this port."}});
+      connection->askToStop();
+    }
+}
+
+void LinkServer::setTcp(const std::optional<LinkTcp>& tcp) {
+  stopTcp();
+  tcpError_.clear();
+  if (path_.empty()) return;
+  if (tcp) startTcp(*tcp);
+  describe();
 }
 
 // Clients find the socket by this file.
@@ -170,16 +196,16 @@ void LinkServer::describe() {
               description.dump(2, ' ', false, Json::error_handler_t::replace) + "\n", &error_);
 }
 
-void LinkServer::listen(Socket& at, Wake& wake, const std::string& token) {
+void LinkServer::listen(Socket& at, Wake& wake, const std::string& token, const std::atomic<bool>& stop) {
   platform::setThreadName("link listener");
   LinkReceiver& receiver = *this;
-  while (!stop_) {
+  while (!stop) {
     at.wait(wake, false, -1);
     wake.clear();
     Socket arrived = at.accept();
     const std::lock_guard lock(mutex_);
     std::erase_if(connections_, [](const auto& connection) { return connection->hasEnded(); });
-    if (!arrived.isValid() || stop_ || connections_.size() >= mostConnections) continue;
+    if (!arrived.isValid() || stop || connections_.size() >= mostConnections) continue;
     connections_.push_back(std::make_shared<LinkConnection>(std::move(arrived), receiver, token));
     connections_.back()->start();
   }
@@ -300,10 +326,12 @@ void LinkServer::show(const Pending& pending) {
   state_.objects = scene->objects->size();
   state_.triangles = scene->triangles;
   ++state_.commits;
+  state_.milliseconds = watch.milliseconds();
+  state_.updated = clock().wallSeconds();
   tellCamera(false);
   Json ack{{"type", "ack"},
            {"commit", scene->commit},
-           {"milliseconds", watch.milliseconds()},
+           {"milliseconds", state_.milliseconds},
            {"objects", state_.objects},
            {"triangles", state_.triangles},
            {"notes", scene->notes}};

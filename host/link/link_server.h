@@ -37,12 +37,18 @@ class LinkServer final : private LinkReceiver {
   /// The port on 127.0.0.1; 0 without TCP, then `tcpError` says why when it was asked for.
   std::uint16_t tcpPort() const noexcept { return tcpListening_.port(); }
   const std::string& tcpError() const noexcept { return tcpError_; }
+  /// The token that clients must send by TCP; empty before the first time.
+  const std::string& token() const noexcept { return token_; }
+  /// Listens by TCP as well, or no longer: connections by TCP then end. A token that was made stays.
+  void setTcp(const std::optional<LinkTcp>& tcp);
 
   /// The client that sends a scene.
   struct State {
     std::string program; // empty: none is connected
     std::size_t objects = 0, triangles = 0;
-    std::size_t commits = 0; // applied so far, of all clients
+    std::size_t commits = 0;  // applied so far, of all clients
+    double milliseconds = 0;  // that the last commit took on the main thread
+    std::int64_t updated = 0; // the time of the last commit, in seconds since 1970, UTC; 0: none yet
   };
   const State& state() const noexcept { return state_; }
   /// The state has changed.
@@ -64,8 +70,9 @@ class LinkServer final : private LinkReceiver {
 
   bool startListening();
   void startTcp(const LinkTcp& tcp);
+  void stopTcp();
   void describe();
-  void listen(Socket& at, Wake& wake, const std::string& token);
+  void listen(Socket& at, Wake& wake, const std::string& token, const std::atomic<bool>& stop);
   void applyPending();
   void show(const Pending& pending);
   void open(const std::shared_ptr<LinkConnection>& connection, const Json& message);
@@ -87,7 +94,7 @@ class LinkServer final : private LinkReceiver {
   Socket listening_, tcpListening_;
   Wake wake_, tcpWake_;
   std::thread thread_, tcpThread_;
-  std::atomic<bool> stop_{false};
+  std::atomic<bool> stop_{false}, tcpStop_{false};
 
   std::mutex mutex_; // of the members down to posted_
   std::vector<std::shared_ptr<LinkConnection>> connections_;

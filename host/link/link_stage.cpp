@@ -7,6 +7,7 @@
 #include "link_mesh.h"
 #include "link_pictures.h"
 #include "link_values.h"
+#include "scene_content.h"
 
 namespace host {
 
@@ -75,27 +76,34 @@ void LinkStage::sceneEnd() {
 void LinkStage::mesh(const LinkFrame& frame) {
   const std::string key = linkKey(frame.json);
   const MeshPtr made = readLinkMesh(frame);
-  const bool known = meshes_.contains(key);
-  meshes_[key] = {made, pass_};
+  MeshEntry& entry = meshes_[key];
+  const bool known = entry.mesh != nullptr;
+  entry.pass = pass_;
+  if (sameMesh(entry.mesh, made)) return; // sent once more: nothing is built again
+  entry.mesh = made;
   if (!known) return;
-  for (auto& [name, entry] : objects_)
-    if (entry.object->meshKey == key) {
-      auto changed = std::make_shared<LinkObject>(*entry.object);
+  for (auto& [name, user] : objects_)
+    if (user.object->meshKey == key) {
+      auto changed = std::make_shared<LinkObject>(*user.object);
       changed->mesh = made;
       changed->materials.resize(made->groups.size());
-      entry.object = std::move(changed);
+      user.object = std::move(changed);
       objectsChanged_ = true;
     }
 }
 
 void LinkStage::picture(const LinkFrame& frame) {
   const std::string key = linkKey(frame.json);
-  const bool known = pictures_.contains(key);
-  pictures_[key] = {readLinkPicture(frame, scene_.notes), pass_};
+  const PicturePtr made = readLinkPicture(frame, scene_.notes);
+  PictureEntry& entry = pictures_[key];
+  const bool known = entry.picture != nullptr;
+  entry.pass = pass_;
+  if (samePicture(entry.picture, made)) return;
+  entry.picture = made;
   if (!known) return;
-  for (auto& [name, entry] : materials_)
-    if (std::find(entry.pictures.begin(), entry.pictures.end(), key) != entry.pictures.end()) {
-      entry.material = makeMaterial(entry.json, entry.material->identity, entry.pictures);
+  for (auto& [name, user] : materials_)
+    if (std::find(user.pictures.begin(), user.pictures.end(), key) != user.pictures.end()) {
+      user.material = makeMaterial(user.json, user.material->identity, user.pictures);
       materialsChanged_ = true;
     }
 }

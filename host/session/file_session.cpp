@@ -22,10 +22,6 @@ namespace {
 
 constexpr Milliseconds progressPeriod = 100;
 
-bool isScene(const Filename& file) {
-  return file.CheckSuffix("glb") || file.CheckSuffix("gltf");
-}
-
 } // namespace
 
 // --- jobs ---
@@ -37,6 +33,7 @@ struct FileSession::Loader {
   std::optional<Filename> original; // the file whose unsaved scene this is
   OpenDone done;                    // empty: nobody waits
   std::atomic<double> progress{0};
+  SceneContent known; // of the document that was open
   SceneReading reading;
 
   void end(OpenEnd how, const FileError* error = nullptr) {
@@ -171,9 +168,12 @@ void FileSession::startLoading(const Filename& file, bool reload, const std::opt
   loader->original = original;
   loader->done = std::move(done);
   loader->revision = edits_.revision();
+  if (hub_.document()) loader->known = contentOf(*stateOf(hub_.document()));
   loader->job = std::make_unique<BackgroundJob>(
       "load scene",
-      [loader](BaseThread& thread) { loader->reading = readScene(loader->file, loader->progress, thread); },
+      [loader](BaseThread& thread) {
+        loader->reading = readScene(loader->file, std::exchange(loader->known, {}), loader->progress, thread);
+      },
       [self = lifetime_.ref(), watched = std::weak_ptr(loader_)] {
         if (self) self->jobEnded(watched.lock());
       });

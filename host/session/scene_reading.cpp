@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "file_path.h"
+#include "node_state.h"
 
 namespace host {
 
@@ -66,12 +67,14 @@ bool readOnce(const Filename& file, std::atomic<double>& progress, BaseThread& t
 
 } // namespace
 
-SceneReading readScene(const Filename& file, std::atomic<double>& progress, BaseThread& thread) {
+SceneReading readScene(const Filename& file, const SceneContent& known, std::atomic<double>& progress,
+                       BaseThread& thread) {
   SceneReading reading;
   for (int i = 0; i < mostReads; ++i)
     if (readOnce(file, progress, thread, reading) || reading.result.cancelled ||
         !waitUntilStill(reading.result.files, thread))
       break;
+  if (reading.result.document) shareContent(*stateOf(reading.result.document.get()), known);
   return reading;
 }
 

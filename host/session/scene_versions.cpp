@@ -38,6 +38,10 @@ Version versionOf(const std::string& name) {
 
 } // namespace
 
+bool isScene(const Filename& file) {
+  return file.CheckSuffix("glb") || file.CheckSuffix("gltf");
+}
+
 Filename nextVersion(const Filename& file) {
   const fs::path path = toPath(file);
   const std::string own = path.stem().string();

@@ -5,6 +5,9 @@
 
 namespace host {
 
+/// Whether scenes are saved under a name with this suffix. Any thread.
+bool isScene(const Filename& file);
+
 /// The name of the version after this one and after all that are in its folder. Numbers keep their digits,
 /// three at first. Any thread.
 Filename nextVersion(const Filename& file);

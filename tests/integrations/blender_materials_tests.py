@@ -118,6 +118,17 @@ class Mapping(unittest.TestCase):
         self.near([gltf["normalTexture"]["scale"], gltf["extras"]["lumenara"]["container"][0][2]], [0.7, 0.01])
         self.assertEqual(gltf["extras"]["lumenara"]["shaders"][0]["picture"], "picture:h.png")
 
+    def test_diffuse_of_principled_is_brighter_than_ours(self):
+        base, rough, specular, metallic = (self.shader.inputs[name] for name in ("Base Color", "Roughness", "Specular", "Metallic"))
+        base.default_value, rough.default_value, specular.default_value, metallic.default_value = (0.5, 0.25, 0.98, 1), 0.5, 0.5, 0
+        factor = self.map().gltf["pbrMetallicRoughness"]["baseColorFactor"]
+        gain = 1.008 / (1 - (0.04 * 0.862 + 0.018))
+        self.near(factor, (0.5 * gain, 0.25 * gain, 1, 1))
+        specular.default_value = 0
+        self.near(self.map().gltf["pbrMetallicRoughness"]["baseColorFactor"], (0.5 * 1.008, 0.25 * 1.008, 0.98 * 1.008, 1))
+        metallic.default_value = 1
+        self.near(self.map().gltf["pbrMetallicRoughness"]["baseColorFactor"], (0.5, 0.25, 0.98, 1))
+
     def test_emission_above_one(self):
         self.shader.inputs["Emission"].default_value = (2, 1, 0, 1)
         self.shader.inputs["Emission Strength"].default_value = 3
@@ -138,7 +149,7 @@ class Mapping(unittest.TestCase):
         mapped = self.map()
         self.assertEqual(len(mapped.notes), 1)
         self.assertIn("Noise Texture", mapped.notes[0])
-        self.near(mapped.gltf["pbrMetallicRoughness"]["baseColorFactor"], (0.8, 0.8, 0.8, 1))
+        self.near(mapped.gltf["pbrMetallicRoughness"]["baseColorFactor"], (0.8 * 1.0638,) * 3 + (1,), 3)
 
     def test_lights_in_our_units(self):
         lights = {kind: bpy.data.lights.new(kind, kind) for kind in ("POINT", "SPOT", "SUN", "AREA")}

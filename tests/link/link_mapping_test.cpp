@@ -26,6 +26,17 @@ TEST_F(LinkMappingTest, InstancesArePlacementsOfOneMesh) {
   EXPECT_THROW(stage.take(copies), LinkError); // two places and one rotation
 }
 
+TEST_F(LinkMappingTest, AMeshThatIsSentOnceMoreStaysTheSame) {
+  apply({begin(), square(), thing("a", "m"), end(), commit(1)});
+  const MeshPtr mesh = object("a")->mesh;
+  apply({begin(), square(), thing("a", "m"), end(), commit(2)});
+  EXPECT_EQ(object("a")->mesh, mesh) << "so nothing is built again";
+  Message higher = square();
+  higher.block<F3>("positions", "f32x3", {{0, 0, 0}, {1, 0, 0}, {1, 9, 0}, {0, 9, 0}});
+  apply({higher, commit(3)});
+  EXPECT_NE(object("a")->mesh, mesh);
+}
+
 TEST_F(LinkMappingTest, ParentsChangeAndTheTreeFollows) {
   apply({begin(), thing("a", nullptr), thing("b", nullptr), thing("c", nullptr, "a"), end(), commit(1)});
   const ObjectState* const moved = object("c");

@@ -145,6 +145,39 @@ def send_and_grab(run):
     check(code == 5 and "no Lumenara Studio" in said, f"grab from an ended Studio: {code} {said}")
 
 
+
+def link_window(run):
+    """File > Live Link: TCP is switched on by hand, a program connects through it, and the next start listens there again."""
+    studio = run.viewer()
+    link, ring = client(run, studio)
+    studio.await_keyboard()
+    studio.menu("File", "Live Link...")
+    studio.standing(name="link-dialog")
+    studio.click(name="link-tcp")
+    found = wait_for("the port in the description", lambda: (lambda all: all[0] if all and all[0].port else None)(link.find_studios()))
+    check(studio.get(name="link-address")["text"] == f"127.0.0.1:{found.port}", "the address is shown")
+    check(studio.get(name="link-token")["text"] == found.token, "the token is shown")
+    with link.connect("Ring of Cubes", address=f"127.0.0.1:{found.port}", token=found.token) as sender:
+        ring.send_scene(sender)
+        check(studio.get(name="link-client")["text"] == "Ring of Cubes", "the window names the program")
+        studio.get(name="linkState", text=f"Ring of Cubes connected, {sender.acknowledged['objects']} objects")
+        studio.settled()
+        run.options.output.mkdir(parents=True, exist_ok=True)
+        run.display.save(run.options.output / "link-window.png")
+    wait_for("the end of the connection", lambda: studio.find(name="linkState") is None)
+    studio.kill()
+    studio = run.start(run.scene)
+    link, _ = client(run, studio)
+    found = wait_for("the port after the next start", lambda: (lambda all: all[0] if all and all[0].port else None)(link.find_studios()))
+    studio.kill()
+    studio = run.start(run.scene, "--no-listen")
+    link, _ = client(run, studio)
+    studio.await_keyboard()
+    studio.menu("File", "Live Link...")
+    check(studio.get(name="link-client")["text"] == "Studio does not listen", "--no-listen holds over the choice")
+    check(not link.find_studios(), "no socket is there")
+
+
 class Blender:
     """Blender in the background, with the add-on connected to a Studio."""
 
@@ -154,7 +187,10 @@ class Blender:
             sys.exit(77)
         folder = run.folder / "blender"
         folder.mkdir(exist_ok=True)
-        settings = dict(os.environ, XDG_RUNTIME_DIR=str(studio.inspect_folder), BLENDER_USER_CONFIG=str(folder), BLENDER_USER_SCRIPTS=str(folder))
+        # Blender's Python takes the library beside the first python3 in the path: this script's own may lack numpy.
+        path = [place for place in os.environ["PATH"].split(os.pathsep) if not pathlib.Path(place).is_relative_to(sys.base_prefix) or sys.base_prefix == "/usr"]
+        settings = dict(os.environ, PATH=os.pathsep.join(path), XDG_RUNTIME_DIR=str(studio.inspect_folder), BLENDER_USER_CONFIG=str(folder),
+                        BLENDER_USER_SCRIPTS=str(folder))
         script = pathlib.Path(__file__).resolve().parent / "blender_mover.py"
         self.process = subprocess.Popen(["blender", "--background", "--factory-startup", "--python-exit-code", "1", "--python", str(script)],
                                         env=settings, stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
@@ -206,4 +242,4 @@ def blender(run):
 
 
 if __name__ == "__main__":
-    sys.exit(main((live_link, send_and_grab, blender)))
+    sys.exit(main((live_link, send_and_grab, link_window, blender)))

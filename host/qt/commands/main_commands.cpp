@@ -83,6 +83,13 @@ void addFileCommands(const MainParts& parts) {
              {},
              [&tools = parts.tools] { tools.showRecovery(true); },
              idle});
+  table.add({"file.link",
+             group,
+             word("Live Lin&k..."),
+             "",
+             {key("Ctrl+Alt+L")},
+             [&tools = parts.tools, link = parts.link] { tools.showLink(*link); },
+             [there = parts.link != nullptr] { return there; }});
   addAutosaveCommands(parts);
   table.add({"file.clear-recent",
              group,

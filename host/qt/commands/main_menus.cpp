@@ -55,7 +55,7 @@ void MainMenus::buildMenuBar() {
   addCommands(*file->addMenu(tr("&Autosave")),
               "file.autosave-0 - file.autosave-1 file.autosave-2 file.autosave-5 "
               "file.autosave-10 file.autosave-30");
-  addCommands(*file, "file.recover - file.quit");
+  addCommands(*file, "file.recover - file.link - file.quit");
   buildEditMenu();
   buildViewMenu();
   addCommands(*addMenu(tr("&Render")),

@@ -1,17 +1,12 @@
 #include "studio.h"
 
-#include <QLabel>
-#include <QStatusBar>
-
 #include "c4d_events.h"
 #include "c4d_file.h"
 #include "first_picture.h"
-#include "link_server.h"
 #include "main_window.h"
 #include "placements.h"
 #include "qt_main_loop.h"
 #include "qt_user_interface.h"
-#include "status_widget.h"
 #include "studio_inspector.h"
 #include "theme_choice.h"
 #include "tour.h"
@@ -26,8 +21,6 @@ namespace {
 constexpr LONG viewerCommand = 1021442;
 constexpr LONG refreshCommand = 1021447;
 constexpr LONG cancelCommand = 1021448;
-
-constexpr qsizetype longestName = 64; // of a program at the live link, in the status bar
 
 ProgramOptions programOptions(const StudioOptions& options, UserInterface& ui) {
   ProgramOptions program;
@@ -61,7 +54,8 @@ bool toursAllowed() {
 Studio::Studio(StudioOptions options)
     : options_(std::move(options)), ui_(std::make_unique<QtUserInterface>()),
       program_(std::make_unique<Program>(programOptions(options_, *ui_))),
-      loop_(std::make_unique<QtMainLoop>()), session_(std::make_unique<Session>()) {
+      loop_(std::make_unique<QtMainLoop>()), session_(std::make_unique<Session>()),
+      link_(std::make_unique<LiveLink>(*session_, options_.linkToken)) {
   restoreTheme();
   MainWindowOptions window;
   window.tracer = &viewTracer();
@@ -70,6 +64,7 @@ Studio::Studio(StudioOptions options)
   const Filename manual = "lm_manual.pdf";
   window.manual = firstOf({place + "plugins" + "Lumenara" + "docs" + manual, place + "docs" + manual});
   window.dockedDialogs = {viewerCommand};
+  window.link = link_.get();
   window.stopPlugins = [] { CallCommand(cancelCommand); };
   window_ = std::make_unique<MainWindow>(*session_, *ui_, std::move(window));
   connect(window_.get(), &MainWindow::closed, this, &Studio::finished);
@@ -109,30 +104,20 @@ void Studio::start() {
         std::make_unique<FirstPicture>(session_->files(), *window_, [] { SpecialEventAdd(refreshCommand); });
   window_->openFrameBuffer(viewer);
   window_->offerRecovery();
-  if (options_.listen) startLink();
+  startLink();
   if (toursAllowed() && Tour::isPending()) window_->showTour();
 }
 
-// The status bar names the program whose scene is shown.
+// Options of the command line hold over the user's choice, for this start.
 void Studio::startLink() {
-  link_ = std::make_unique<LinkServer>(*session_, options_.linkTcp);
-  for (const std::string& error : {link_->error(), link_->tcpError()})
-    if (!error.empty()) GePrint(String(error));
-  if (link_->tcpPort() != 0)
-    GePrint(String("The live link listens at 127.0.0.1:" + std::to_string(link_->tcpPort()) + "."));
-  auto* label = new QLabel(window_.get());
-  label->setObjectName(QStringLiteral("linkState"));
-  label->setTextFormat(Qt::PlainText); // the name comes from a stranger
-  label->hide();
-  window_->statusBar()->addPermanentWidget(label);
-  linkChanged_ = link_->changed.add([this, label] {
-    const LinkServer::State& state = link_->state();
-    label->setVisible(!state.program.empty());
-    const QString objects =
-        state.objects == 1 ? tr("1 object") : tr("%1 objects").arg(countText(state.objects));
-    label->setText(
-        tr("%1 connected, %2").arg(QString::fromStdString(state.program).left(longestName), objects));
-  });
+  LinkChoice choice = storedLinkChoice();
+  choice.listen = options_.listen.value_or(choice.listen);
+  if (options_.tcpPort) choice = {true, true, *options_.tcpPort};
+  link_->use(choice);
+  if (const std::string trouble = link_->trouble(); !trouble.empty()) GePrint(String(trouble));
+  const LinkServer* server = link_->server();
+  if (server && server->tcpPort() != 0)
+    GePrint(String("The live link listens at 127.0.0.1:" + std::to_string(server->tcpPort()) + "."));
 }
 
 bool Studio::openViewer() {
@@ -144,14 +129,14 @@ bool Studio::openViewer() {
 void Studio::shutDown() {
   if (std::exchange(down_, true)) return;
   firstPicture_.reset();
-  linkChanged_.cancel();
-  link_.reset();
+  link_->close();
   inspector_.reset();
   ui_->keepOpenDialogs();
   window_->shutDown();
   window_->hide();
   program_->shutDown();
   window_.reset();
+  link_.reset();
   session_.reset();
   loop_.reset();
   program_.reset();

@@ -6,7 +6,7 @@
 #include <memory>
 #include <vector>
 
-#include "link_server.h"
+#include "live_link.h"
 #include "program.h"
 #include "session.h"
 
@@ -25,8 +25,9 @@ struct StudioOptions {
   bool openViewer = false;  // opens the Lumenara dialog and asks it for a picture
   bool resetLayout = false; // the default layout; stored places of windows and dialogs are forgotten
   bool loadModules = true;
-  bool listen = false;            // takes scenes of other programs through the live link
-  std::optional<LinkTcp> linkTcp; // listens there as well; none: no TCP
+  std::optional<bool> listen = false;   // for the live link; nothing: as the user has chosen
+  std::optional<std::uint16_t> tcpPort; // it listens there as well; nothing: as the user has chosen
+  std::string linkToken;                // as of LiveLink
   std::vector<PluginUnit> linkedPlugins;
   std::FILE* consoleEcho = stderr;
 };
@@ -65,11 +66,10 @@ class Studio : public QObject {
   std::unique_ptr<Program> program_;
   std::unique_ptr<QtMainLoop> loop_;
   std::unique_ptr<Session> session_;
+  std::unique_ptr<LiveLink> link_;
   std::unique_ptr<MainWindow> window_;
   std::unique_ptr<StudioInspector> inspector_;
-  std::unique_ptr<LinkServer> link_;
   std::unique_ptr<FirstPicture> firstPicture_;
-  Subscription linkChanged_;
   bool down_ = false;
 };
 

@@ -14,6 +14,7 @@ namespace host {
 class CommandTable;
 class DialogDocks;
 class EditorViewWidget;
+class LiveLink;
 class MaterialManager;
 class ObjectManager;
 class QtUserInterface;
@@ -38,6 +39,7 @@ struct MainParts {
   QToolBar& toolBar;
   QList<QDockWidget*> docks; // objects, materials, attributes, console
   Filename manual;           // empty: not installed
+  LiveLink* link = nullptr;  // null: the program has none
 };
 
 } // namespace host

@@ -5,6 +5,7 @@
 #include "dialog_docks.h"
 #include "editor_view_widget.h"
 #include "icons.h"
+#include "link_sign.h"
 #include "main_commands.h"
 #include "main_menus.h"
 #include "material_manager.h"
@@ -53,7 +54,7 @@ MainWindow::MainWindow(Session& session, QtUserInterface& ui, MainWindowOptions 
   tools_ = new ToolWindows(session_, *commands_, *this);
   buildStartPage(options.demoScene);
   buildStatus(options.stopPlugins);
-  buildCommands(options.manual);
+  buildCommands(options);
   subscribe();
   serveUi();
   layout_->reset();
@@ -120,7 +121,7 @@ void MainWindow::buildStatus(const std::function<void()>& stopPlugins) {
   });
 }
 
-void MainWindow::buildCommands(const Filename& manual) {
+void MainWindow::buildCommands(const MainWindowOptions& options) {
   commands_->setBlocked([this] { return down_ || view_->view().inDrag(); });
   const MainParts parts{*this,
                         session_,
@@ -135,9 +136,13 @@ void MainWindow::buildCommands(const Filename& manual) {
                         *tools_,
                         *toolBar_,
                         {objectsDock_, materialsDock_, attributesDock_, consoleDock_},
-                        manual};
+                        options.manual,
+                        options.link};
   addMainCommands(parts);
   menus_ = new MainMenus(parts);
+  if (options.link)
+    statusBar()->addPermanentWidget(
+        new LinkSign(*options.link, *commands_->action(QStringLiteral("file.link"))));
   connect(view_, &EditorViewWidget::toolChanged, commands_, &CommandTable::refreshSoon);
   connect(view_, &EditorViewWidget::menuWanted, menus_, &MainMenus::showViewMenu);
   connect(layout_, &WindowLayout::pictureOnlyChanged, commands_, &CommandTable::refreshSoon);

@@ -21,6 +21,7 @@ class MainMenus;
 class MaterialManager;
 class ObjectManager;
 class FrameBuffer;
+class LiveLink;
 class QtUserInterface;
 class StartPage;
 class StatusWidget;
@@ -33,6 +34,7 @@ class WindowLayout;
 struct MainWindowOptions {
   ViewTracer* tracer = nullptr;
   Filename demoScene, manual;        // empty: not installed
+  LiveLink* link = nullptr;          // null: the program has none; must outlive the window
   std::set<LONG> dockedDialogs;      // plug-in IDs of dialogs that stand above the attributes at first
   std::function<void()> stopPlugins; // ends the work that a plug-in reports; empty: it cannot be ended
 };
@@ -89,7 +91,7 @@ class MainWindow : public QMainWindow {
   void buildDocks();
   void buildStartPage(const Filename& demoScene);
   void buildStatus(const std::function<void()>& stopPlugins);
-  void buildCommands(const Filename& manual);
+  void buildCommands(const MainWindowOptions& options);
   void serveUi();
   void subscribe();
   void refresh();

@@ -9,6 +9,7 @@
 #include "farm_windows.h"
 #include "frame_buffer.h"
 #include "kept_window.h"
+#include "link_dialog.h"
 #include "message_box.h"
 #include "recovery_dialog.h"
 #include "render_settings_dialog.h"
@@ -115,6 +116,11 @@ FarmWindows& ToolWindows::farm() {
   return *farm_;
 }
 
+void ToolWindows::showLink(LiveLink& link) {
+  if (!link_) link_ = new LinkDialog(link, &window_);
+  present(*link_);
+}
+
 void ToolWindows::showShortcuts() {
   if (!shortcuts_) {
     shortcuts_ = new ShortcutsDialog(commands_, &window_);
@@ -195,6 +201,7 @@ void ToolWindows::shutDown() {
   delete frame_;
   delete settings_;
   delete farm_;
+  delete link_;
   delete shortcuts_;
   delete recovery_;
   delete tour_;

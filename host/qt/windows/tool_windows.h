@@ -12,6 +12,8 @@ class CommandTable;
 class FarmWindows;
 class FrameBuffer;
 class KeptWindow;
+class LinkDialog;
+class LiveLink;
 class RecoveryDialog;
 class RenderSettingsDialog;
 class Session;
@@ -33,6 +35,8 @@ class ToolWindows : public QObject {
   void showRenderSettings();
   /// The dialog that submits to the farm, and the list of its jobs.
   FarmWindows& farm();
+  /// The switches and the state of the live link, which must outlive `shutDown`.
+  void showLink(LiveLink& link);
   void showShortcuts();
   void showAbout();
   /// Searches the commands of the window, of open dialogs and of the frame buffer.
@@ -57,6 +61,7 @@ class ToolWindows : public QObject {
   KeptWindow* keptFrame_ = nullptr; // made when the frame buffer is first shown
   QPointer<RenderSettingsDialog> settings_;
   QPointer<FarmWindows> farm_;
+  QPointer<LinkDialog> link_;
   QPointer<ShortcutsDialog> shortcuts_;
   QPointer<RecoveryDialog> recovery_;
   QPointer<Tour> tour_;

@@ -10,6 +10,19 @@ from . import nodes
 GREY = (0.8, 0.8, 0.8)
 
 
+# Means over all directions, at roughness 0.05, 0.25, 0.5, 0.75 and 1: the light that the diffuse part of Principled 3.x gives back, as a part
+# of its base colour, and the reflection of a dielectric, as a factor of its reflection at right angles and a constant.
+ROUGHNESSES = (0.05, 0.25, 0.5, 0.75, 1.0)
+DIFFUSE_SHARE = (0.959, 0.981, 1.008, 1.036, 1.065)
+REFLECTION_FACTOR, REFLECTION_EDGE = (0.953, 0.948, 0.862, 0.637, 0.374), (0.047, 0.039, 0.018, 0.006, 0.002)
+
+
+def diffuse_gain(roughness, reflection):
+    """The factor of a base colour that makes our diffuse part, which the reflection weakens, as bright as that of Principled 3.x."""
+    share, factor, edge = (float(numpy.interp(roughness, ROUGHNESSES, values)) for values in (DIFFUSE_SHARE, REFLECTION_FACTOR, REFLECTION_EDGE))
+    return share / (1 - min(0.5, reflection * factor + edge if reflection > 0 else 0.0))
+
+
 class Mapped:
     """A glTF material, the pictures it needs as {key: dict for `Connection.picture`}, and notes for the user."""
 
@@ -153,6 +166,7 @@ class MaterialMapper:
         alpha = read("Alpha")
         self.surface(read("Base Color"), alpha, read("Metallic"), read("Roughness"))
         self.specular(node)
+        self.brighten(node)
         transmission = self.number(read("Transmission Weight", "Transmission"), 0)
         if transmission > 0:
             self.transmission(transmission, self.number(read("IOR"), 1.45))
@@ -164,6 +178,17 @@ class MaterialMapper:
         for name in ("Subsurface", "Subsurface Weight"):
             if name in node.inputs and self.number(node.inputs[name], 0) > 0:
                 self.note("subsurface scattering is left out")
+
+    def brighten(self, node):
+        """3.x puts its reflection on top of an unweakened diffuse part: a plain base colour is sent brighter by the mean difference."""
+        factor = self.out.gltf["pbrMetallicRoughness"].get("baseColorFactor")
+        others = [node.inputs[name] for name in ("Metallic", "Transmission", "Roughness") if name in node.inputs]
+        if "Specular" not in node.inputs or factor is None or "baseColorTexture" in self.out.gltf["pbrMetallicRoughness"]:
+            return
+        if any(socket.is_linked for socket in others) or any(socket.default_value > 0 for socket in others[:2]):
+            return
+        gain = diffuse_gain(node.inputs["Roughness"].default_value, 0.08 * max(0.0, self.number(node.inputs["Specular"], 0.5)))
+        factor[:3] = [min(1.0, gain * value) for value in factor[:3]]
 
     def specular(self, node):
         """The reflection at right angles: 3.x gives it by Specular, 4.x by the index of refraction times twice the level."""
