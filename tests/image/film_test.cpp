@@ -42,7 +42,14 @@ TEST(DisplayTransform, IsMonotonic) {
 }
 
 TEST(DisplayTransform, ManyValuesAreLikeOne) {
-  const std::vector<float> light{-1, 0, 0.002f, 0.18f, 0.5f, 1, 7, std::numeric_limits<float>::infinity(),
+  const std::vector<float> light{-1,
+                                 0,
+                                 0.002f,
+                                 0.18f,
+                                 0.5f,
+                                 1,
+                                 7,
+                                 std::numeric_limits<float>::infinity(),
                                  std::numeric_limits<float>::quiet_NaN()};
   std::vector<unsigned char> codes(light.size());
   host::toDisplay(light.data(), codes.data(), light.size());

@@ -136,6 +136,7 @@ void ComparePanel::buildFields() {
                      tr("Of the wipe. Drag the line to move it, with Shift to turn it."));
   angle_->setRange(-180, 180);
   angle_->setStep(1);
+  angle_->setDecimals(1); // a turn by hand is no finer, and more digits do not fit the field
   angle_->setSuffix(QString::fromUtf8("\xc2\xb0"));
   connect(angle_, &SliderField::valueChanged, this, [this](double angle) {
     source_->setLine({source_->line().x, source_->line().y, angle});

@@ -8,12 +8,19 @@ namespace host {
 namespace {
 
 constexpr int layerRole = Qt::UserRole;
+constexpr int nameWidth = 130;
 
 QString numbers(const std::vector<float>& values) {
   QStringList parts;
   for (const float value : values)
     parts << QString::number(static_cast<double>(value), 'g', 5);
   return parts.join(QStringLiteral("  "));
+}
+
+// Three components of five digits each: every usual value is read whole.
+int valueWidth() {
+  const QString widest = QStringLiteral("0.012345  0.012345  0.012345");
+  return QFontMetrics(fixedFont()).horizontalAdvance(widest) + 4 * metrics::grid;
 }
 
 } // namespace
@@ -34,12 +41,15 @@ PixelPanel::PixelPanel(QWidget* parent) : QWidget(parent) {
   tree_->setSelectionMode(QAbstractItemView::NoSelection);
   tree_->setFocusPolicy(Qt::NoFocus);
   tree_->header()->setStretchLastSection(true);
-  tree_->setColumnWidth(0, 130);
+  tree_->setColumnWidth(0, nameWidth);
   auto* layout = new QVBoxLayout(this);
   layout->setContentsMargins(metrics::groupSpace, metrics::grid, metrics::groupSpace, metrics::groupSpace);
   layout->addWidget(place_);
   layout->addWidget(tree_, 1);
-  setMinimumWidth(280);
+  const QMargins margins = layout->contentsMargins();
+  setMinimumWidth(nameWidth + valueWidth() + margins.left() + margins.right());
+  for (int column = 1; column < 3; ++column) // the last one stretches
+    tree_->setColumnWidth(column, valueWidth());
   soon_.setSingleShot(true);
   soon_.setInterval(0);
   connect(&soon_, &QTimer::timeout, this, &PixelPanel::read);
@@ -132,6 +142,8 @@ void PixelPanel::put(const std::vector<ProbeRow>& rows) {
     (*item)->setToolTip(1, value);
     (*item)->setText(2, numbers(row.least));
     (*item)->setText(3, numbers(row.most));
+    for (int column = 2; column < 4; ++column)
+      (*item)->setToolTip(column, (*item)->text(column));
     ++item;
   }
 }

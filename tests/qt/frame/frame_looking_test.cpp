@@ -103,6 +103,22 @@ TEST_F(FrameLookingTest, LayersAreChosenInTheListAndByKeys) {
   keepPicture(*frame, QStringLiteral("frame-layer"));
 }
 
+TEST_F(FrameLookingTest, TheLayerLooksLikeAChoice) {
+  showFilm(makeFilm());
+  const QImage shot = frame->layers().grab().toImage();
+  const int right = shot.width() * 7 / 8;
+  const QColor ground = shot.pixelColor(shot.width() * 3 / 4, shot.height() / 2);
+  int arrow = 0, atLeft = 0;
+  for (int y = 4; y < shot.height() - 4; ++y) {
+    for (int x = right; x < shot.width() - 4; ++x)
+      arrow += std::abs(shot.pixelColor(x, y).lightness() - ground.lightness()) > 60;
+    for (int x = 4; x < shot.width() / 3; ++x)
+      atLeft += std::abs(shot.pixelColor(x, y).lightness() - ground.lightness()) > 60;
+  }
+  EXPECT_GT(arrow, 5) << "an arrow at the right";
+  EXPECT_GT(atLeft, 20) << "the name at the left";
+}
+
 TEST_F(FrameLookingTest, ManyLayersHaveASearch) {
   const std::shared_ptr<Film> film = makeFilm();
   frame->layers().openList();
