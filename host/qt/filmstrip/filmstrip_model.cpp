@@ -4,7 +4,6 @@
 #include "dragged_pictures.h"
 #include "icons.h"
 #include "qt_text.h"
-#include "status_widget.h"
 #include "theme.h"
 
 namespace host {
@@ -50,10 +49,11 @@ FilmstripItem itemOf(const PluginPictures::Picture& picture) {
   return item;
 }
 
-// The tenth of a second counts in short renders alone.
+// Short, as rows are narrow: "4.3 s", "2.5 min", "1.2 h".
 QString tookText(double seconds) {
   if (seconds < 60) return FilmstripModel::tr("%1 s").arg(seconds, 0, 'f', 1);
-  return durationText(static_cast<Milliseconds>(seconds * 1000));
+  if (seconds < 3600) return FilmstripModel::tr("%1 min").arg(seconds / 60, 0, 'f', 1);
+  return FilmstripModel::tr("%1 h").arg(seconds / 3600, 0, 'f', 1);
 }
 
 // When the picture was rendered, and how long that took. Rows are narrow: they leave out the parts of the

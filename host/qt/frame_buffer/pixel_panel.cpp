@@ -47,9 +47,10 @@ PixelPanel::PixelPanel(QWidget* parent) : QWidget(parent) {
   layout->addWidget(place_);
   layout->addWidget(tree_, 1);
   const QMargins margins = layout->contentsMargins();
-  setMinimumWidth(nameWidth + valueWidth() + margins.left() + margins.right());
-  for (int column = 1; column < 3; ++column) // the last one stretches
-    tree_->setColumnWidth(column, valueWidth());
+  const int bar = tree_->style()->pixelMetric(QStyle::PM_ScrollBarExtent, nullptr, tree_);
+  setMinimumWidth(nameWidth + valueWidth() + bar + 2 * tree_->frameWidth() + margins.left() +
+                  margins.right());
+  tree_->setColumnWidth(2, valueWidth());
   soon_.setSingleShot(true);
   soon_.setInterval(0);
   connect(&soon_, &QTimer::timeout, this, &PixelPanel::read);
@@ -83,8 +84,12 @@ void PixelPanel::showEvent(QShowEvent* event) {
 
 void PixelPanel::read() {
   const bool marked = !rect_.isEmpty();
+  const bool others = tree_->isColumnHidden(2) == marked;
   tree_->setColumnHidden(2, !marked);
   tree_->setColumnHidden(3, !marked);
+  // The last column that is shown stretches over the rest: alone it needs no width of its own, nor a scroll
+  // bar.
+  if (others) tree_->setColumnWidth(1, marked ? valueWidth() : tree_->header()->minimumSectionSize());
   tree_->headerItem()->setText(1, marked ? tr("Mean") : tr("Value"));
   if (!film_) {
     place_->setText(tr("This picture has no film: it has 8 bits a channel."));

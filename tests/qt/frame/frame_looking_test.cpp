@@ -4,6 +4,7 @@
 #include <QLineEdit>
 #include <QListWidget>
 #include <QMimeData>
+#include <QScrollBar>
 #include <QTreeWidget>
 #include <limits>
 
@@ -170,6 +171,11 @@ TEST_F(FrameLookingTest, ThePanelHasTheValuesOfEveryLayer) {
   EXPECT_EQ(panel.rowText(""), "0.5  0.5  0.5  1");
   EXPECT_EQ(panel.rowText("depth"), "7");
   EXPECT_EQ(panel.rowText("object_id"), "1  body");
+  // Three components of five digits are read whole, in the narrowest panel too.
+  const QTreeWidget& tree = panel.tree();
+  const int wide = tree.fontMetrics().horizontalAdvance("0.012345  0.012345  0.012345");
+  EXPECT_GE(tree.columnWidth(1), wide);
+  EXPECT_FALSE(tree.horizontalScrollBar()->isVisible());
   keepPicture(*frame, QStringLiteral("frame-probe"));
 
   // Shift and drag: the mean of a rectangle.
@@ -179,6 +185,8 @@ TEST_F(FrameLookingTest, ThePanelHasTheValuesOfEveryLayer) {
   settle();
   EXPECT_EQ(frame->canvas().marked(), QRect(10, 4, 4, 3));
   EXPECT_EQ(panel.rowText("depth"), "11.5 | 10 | 13");
+  for (const int column : {1, 2})
+    EXPECT_GE(tree.columnWidth(column), wide);
   keepPicture(*frame, QStringLiteral("frame-average"));
   QTest::keyClick(&frame->canvas(), Qt::Key_Escape);
   EXPECT_TRUE(frame->canvas().marked().isEmpty());
