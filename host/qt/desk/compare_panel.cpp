@@ -127,9 +127,8 @@ void ComparePanel::buildFields() {
     auto* field = new SliderField(this);
     field->setObjectName(QLatin1String(name));
     field->setToolTip(tip);
-    const int row = grid->rowCount();
-    grid->addWidget(new QLabel(label, this), row, 0);
-    grid->addWidget(field, row, 1);
+    grid->addWidget(new QLabel(label, this), grid->rowCount(), 0);
+    grid->addWidget(field, grid->rowCount() - 1, 1);
     return field;
   };
   angle_ = addSlider(tr("Angle"), "compareAngle",
