@@ -53,6 +53,7 @@ TEST(ShownLayers, AreGroupedInTheTablesOrder) {
       "Light//0 Light/diffuse_direct/0 Light/emission/0 Surfaces and numbers/normal/1 "
       "Surfaces and numbers/depth/2 Surfaces and numbers/object_id/4 Surfaces and numbers/noise/3 "
       "Light groups/lightgroup_key/0 Other layers/apple/0 Other layers/zebra/0 Mattes/crypto_object/5 ");
+  EXPECT_EQ(shownLayers(film).back().label, "Object Matte");
   film.addLayer("denoised", "RGB");
   EXPECT_EQ(shownLayers(film)[1].name, "beauty");
 }

@@ -28,6 +28,13 @@ std::set<std::string> matteNames(const Film& film) {
   return names;
 }
 
+std::string matteLabel(const std::string& name) {
+  if (name == "crypto_object") return "Object Matte";
+  if (name == "crypto_material") return "Material Matte";
+  if (name == "crypto_asset") return "Asset Matte";
+  return name;
+}
+
 /// The name without the two digits that count the layers of a matte; empty for other layers.
 std::string matteOf(const FilmLayer& layer, const std::set<std::string>& mattes) {
   const std::string& name = layer.name();
@@ -93,7 +100,8 @@ std::vector<ShownLayer> shownLayers(const Film& film) {
     if (layer->internal()) continue;
     const std::string matte = matteOf(*layer, mattes);
     if (!matte.empty()) {
-      if (seen.insert(matte).second) rest.push_back({1000, {matte, matte, "Mattes", LayerKind::matte}});
+      if (seen.insert(matte).second)
+        rest.push_back({1000, {matte, matteLabel(matte), "Mattes", LayerKind::matte}});
       continue;
     }
     const Place place = placeOf(layer->name());

@@ -127,15 +127,15 @@ void ComparePanel::buildFields() {
     auto* field = new SliderField(this);
     field->setObjectName(QLatin1String(name));
     field->setToolTip(tip);
-    const int row = grid->rowCount();
-    grid->addWidget(new QLabel(label, this), row, 0);
-    grid->addWidget(field, row, 1);
+    grid->addWidget(new QLabel(label, this), grid->rowCount(), 0);
+    grid->addWidget(field, grid->rowCount() - 1, 1);
     return field;
   };
   angle_ = addSlider(tr("Angle"), "compareAngle",
                      tr("Of the wipe. Drag the line to move it, with Shift to turn it."));
   angle_->setRange(-180, 180);
   angle_->setStep(1);
+  angle_->setDecimals(1); // a turn by hand is no finer, and more digits do not fit the field
   angle_->setSuffix(QString::fromUtf8("\xc2\xb0"));
   connect(angle_, &SliderField::valueChanged, this, [this](double angle) {
     source_->setLine({source_->line().x, source_->line().y, angle});

@@ -335,12 +335,17 @@ QMenu* Filmstrip::makeMenu() {
     action->setEnabled(enabled);
     if (!key.isEmpty()) action->setShortcut(key);
   };
-  add("restore", tr("Restore Scene"), one && scenes, [this] { restoreScene(); });
-  add("changes", tr("Show What Changed"), scenes && items.size() <= 2, [this] { showChanges(); });
+  const auto key = [](const char* text) { return QKeySequence(QLatin1String(text)); };
+  add(
+      "restore", tr("Restore Scene"), one && scenes, [this] { restoreScene(); }, key("Ctrl+Shift+R"));
+  add(
+      "changes", tr("Show What Changed"), scenes && items.size() <= 2, [this] { showChanges(); },
+      key("Ctrl+Shift+D"));
   menu->addSeparator();
   add(
       "star", starred ? tr("Remove Star") : tr("Star"), marks, [this] { toggleStar(); }, Qt::Key_Asterisk);
-  add("note", tr("Note..."), marks, [this] { askNote(); });
+  add(
+      "note", tr("Note..."), marks, [this] { askNote(); }, key("Shift+N"));
   add(
       "rename", tr("Rename"), one && (items[0].entry || items[0].picture), [this] { rename(); }, Qt::Key_F2);
   add(
@@ -348,8 +353,10 @@ QMenu* Filmstrip::makeMenu() {
       all([](const FilmstripItem& item) { return !item.running && (item.entry || item.picture); }),
       [this] { remove(); }, QKeySequence::Delete);
   menu->addSeparator();
-  add("use-a", tr("Use as A"), one, [this] { use(0); });
-  add("use-b", tr("Use as B"), one, [this] { use(1); });
+  add(
+      "use-a", tr("Use as A"), one, [this] { use(0); }, key("Shift+A"));
+  add(
+      "use-b", tr("Use as B"), one, [this] { use(1); }, key("Shift+B"));
   add("folder", tr("Show in Folder"), one && (items[0].isFile() || items[0].entry),
       [this] { showInFolder(); });
   return menu;

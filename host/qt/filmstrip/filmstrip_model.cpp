@@ -49,6 +49,26 @@ FilmstripItem itemOf(const PluginPictures::Picture& picture) {
   return item;
 }
 
+// Short, as rows are narrow: "4.3 s", "2.5 min", "1.2 h".
+QString tookText(double seconds) {
+  if (seconds < 60) return FilmstripModel::tr("%1 s").arg(seconds, 0, 'f', 1);
+  if (seconds < 3600) return FilmstripModel::tr("%1 min").arg(seconds / 60, 0, 'f', 1);
+  return FilmstripModel::tr("%1 h").arg(seconds / 3600, 0, 'f', 1);
+}
+
+// When the picture was rendered, and how long that took. Rows are narrow: they leave out the parts of the
+// date that do not tell pictures apart.
+QString moment(const FilmstripItem& item, bool whole) {
+  const QDateTime time = QDateTime::fromSecsSinceEpoch(item.time);
+  const QDate today = QDate::currentDate();
+  const char* format = whole                                ? "yyyy-MM-dd HH:mm:ss"
+                       : time.date() == today               ? "HH:mm"
+                       : time.date().year() == today.year() ? "MM-dd HH:mm"
+                                                            : "yyyy-MM-dd";
+  const QString at = time.toString(QLatin1String(format));
+  return item.seconds > 0 ? QStringLiteral("%1, %2").arg(at, tookText(item.seconds)) : at;
+}
+
 RenderHistory::Id renderShownBy(const RenderHistory& history, const HistoryEntry& copy) {
   return history.renderShownAs(copy.pictureSamples, copy.width, copy.height, copy.time);
 }
@@ -172,16 +192,15 @@ int FilmstripModel::rowCount(const QModelIndex& parent) const {
 }
 
 QString FilmstripModel::details(const FilmstripItem& item) const {
-  const QDateTime time = QDateTime::fromSecsSinceEpoch(item.time);
-  const bool today = time.date() == QDate::currentDate();
-  QString lines = tr("%1 x %2").arg(item.size.width()).arg(item.size.height());
-  if (!item.camera.isEmpty()) lines += QStringLiteral(", ") + item.camera;
-  lines += QLatin1Char('\n');
-  if (item.running) return lines + tr("rendering");
-  lines += time.toString(today ? QStringLiteral("HH:mm:ss") : QStringLiteral("yyyy-MM-dd HH:mm"));
-  if (item.seconds > 0) lines += tr(", %1 s").arg(item.seconds, 0, 'f', 1);
-  if (!item.note.isEmpty()) lines += QLatin1Char('\n') + item.note;
-  return lines;
+  QStringList lines;
+  if (!item.camera.isEmpty()) lines << item.camera;
+  lines << tr("%1 x %2").arg(item.size.width()).arg(item.size.height());
+  if (item.running)
+    lines << tr("rendering");
+  else
+    lines << moment(item, false);
+  if (!item.note.isEmpty() && !item.running) lines << item.note;
+  return lines.join(QLatin1Char('\n'));
 }
 
 QVariant FilmstripModel::data(const QModelIndex& index, int role) const {
@@ -194,6 +213,7 @@ QVariant FilmstripModel::data(const QModelIndex& index, int role) const {
     return item->name;
   case Qt::ToolTipRole:
     return QString(item->name + QLatin1Char('\n') + details(*item) +
+                   (item->running ? QString() : QLatin1Char('\n') + moment(*item, true)) +
                    (item->scene.isEmpty() ? QString() : QLatin1Char('\n') + item->scene));
   case Qt::DecorationRole:
     return thumbnail(*item);
@@ -250,12 +270,10 @@ bool FilmstripModel::setData(const QModelIndex& index, const QVariant& value, in
   const QString name = value.toString().trimmed();
   if (!item || role != Qt::EditRole || name.isEmpty() || name == item->name) return false;
   const FilmstripItem renamed = *item; // the row changes with the next call
-  if (renamed.entry)
-    session_.history().rename(renamed.entry, name.toStdString());
-  else if (renamed.picture)
-    session_.pictures().rename(renamed.picture, toHost(name));
-  else
-    return false;
+  if (!renamed.entry && !renamed.picture) return false;
+  // The title and the choices of pictures to compare have the name of the session's picture.
+  if (renamed.entry) session_.history().rename(renamed.entry, name.toStdString());
+  if (renamed.picture) session_.pictures().rename(renamed.picture, toHost(name));
   return true;
 }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "icons.h"
 #include "theme.h"
 
 namespace host {
@@ -10,6 +11,7 @@ namespace {
 
 constexpr int nameRole = Qt::UserRole, headingRole = Qt::UserRole + 1;
 constexpr int listWidth = 260, mostRows = 24;
+constexpr int arrowSize = 12;
 
 bool isHeading(const QListWidgetItem& item) {
   return item.data(headingRole).toBool();
@@ -141,6 +143,23 @@ void LayerChoice::take() {
   const QListWidgetItem* item = list_->currentItem();
   popup_->hide();
   if (item && !isHeading(*item)) choose(item->data(nameRole).toString().toStdString());
+}
+
+// Looks as a combo box does: the name at the left, an arrow at the right.
+void LayerChoice::paintEvent(QPaintEvent*) {
+  QStylePainter painter(this);
+  QStyleOptionToolButton option;
+  initStyleOption(&option);
+  const QString name = std::exchange(option.text, {});
+  painter.drawComplexControl(QStyle::CC_ToolButton, option);
+  const QColor color = isEnabled() ? tokens().text : tokens().disabled;
+  const QPixmap arrow = iconPixmap(QStringLiteral("chevron-down"), arrowSize, color, devicePixelRatioF());
+  const QRect inside = rect().adjusted(metrics::groupSpace, 0, -metrics::grid, 0);
+  painter.drawPixmap(inside.right() - arrowSize, (height() - arrowSize) / 2, arrow);
+  const QRect text = inside.adjusted(0, 0, -arrowSize - metrics::grid, 0);
+  painter.setPen(color);
+  painter.drawText(text, Qt::AlignLeft | Qt::AlignVCenter,
+                   fontMetrics().elidedText(name, Qt::ElideRight, text.width()));
 }
 
 // Up and Down move in the list while the search has the keys.

@@ -39,6 +39,7 @@ class LayerChoice : public QToolButton {
 
  protected:
   bool eventFilter(QObject* watched, QEvent* event) override;
+  void paintEvent(QPaintEvent* event) override;
 
  private:
   void fill();

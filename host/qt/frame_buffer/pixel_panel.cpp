@@ -8,12 +8,19 @@ namespace host {
 namespace {
 
 constexpr int layerRole = Qt::UserRole;
+constexpr int nameWidth = 130;
 
 QString numbers(const std::vector<float>& values) {
   QStringList parts;
   for (const float value : values)
     parts << QString::number(static_cast<double>(value), 'g', 5);
   return parts.join(QStringLiteral("  "));
+}
+
+// Three components of five digits each: every usual value is read whole.
+int valueWidth() {
+  const QString widest = QStringLiteral("0.012345  0.012345  0.012345");
+  return QFontMetrics(fixedFont()).horizontalAdvance(widest) + 4 * metrics::grid;
 }
 
 } // namespace
@@ -34,12 +41,16 @@ PixelPanel::PixelPanel(QWidget* parent) : QWidget(parent) {
   tree_->setSelectionMode(QAbstractItemView::NoSelection);
   tree_->setFocusPolicy(Qt::NoFocus);
   tree_->header()->setStretchLastSection(true);
-  tree_->setColumnWidth(0, 130);
+  tree_->setColumnWidth(0, nameWidth);
   auto* layout = new QVBoxLayout(this);
   layout->setContentsMargins(metrics::groupSpace, metrics::grid, metrics::groupSpace, metrics::groupSpace);
   layout->addWidget(place_);
   layout->addWidget(tree_, 1);
-  setMinimumWidth(280);
+  const QMargins margins = layout->contentsMargins();
+  const int bar = tree_->style()->pixelMetric(QStyle::PM_ScrollBarExtent, nullptr, tree_);
+  setMinimumWidth(nameWidth + valueWidth() + bar + 2 * tree_->frameWidth() + margins.left() +
+                  margins.right());
+  tree_->setColumnWidth(2, valueWidth());
   soon_.setSingleShot(true);
   soon_.setInterval(0);
   connect(&soon_, &QTimer::timeout, this, &PixelPanel::read);
@@ -73,8 +84,12 @@ void PixelPanel::showEvent(QShowEvent* event) {
 
 void PixelPanel::read() {
   const bool marked = !rect_.isEmpty();
+  const bool others = tree_->isColumnHidden(2) == marked;
   tree_->setColumnHidden(2, !marked);
   tree_->setColumnHidden(3, !marked);
+  // The last column that is shown stretches over the rest: alone it needs no width of its own, nor a scroll
+  // bar.
+  if (others) tree_->setColumnWidth(1, marked ? valueWidth() : tree_->header()->minimumSectionSize());
   tree_->headerItem()->setText(1, marked ? tr("Mean") : tr("Value"));
   if (!film_) {
     place_->setText(tr("This picture has no film: it has 8 bits a channel."));
@@ -132,6 +147,8 @@ void PixelPanel::put(const std::vector<ProbeRow>& rows) {
     (*item)->setToolTip(1, value);
     (*item)->setText(2, numbers(row.least));
     (*item)->setText(3, numbers(row.most));
+    for (int column = 2; column < 4; ++column)
+      (*item)->setToolTip(column, (*item)->text(column));
     ++item;
   }
 }

@@ -26,6 +26,8 @@ void addLabelled(QToolBar& bar, const QString& text, QWidget& field) {
   layout->setSpacing(metrics::grid);
   layout->addWidget(new QLabel(text));
   layout->addWidget(&field);
+  both->setSizePolicy(QSizePolicy::Fixed,
+                      QSizePolicy::Preferred); // a wide bar must not draw label and field apart
   bar.addWidget(both);
 }
 

@@ -50,7 +50,11 @@ QToolButton:pressed, QToolButton:checked { background: @pressed@; border-color: 
 QToolButton:focus { border-color: @accent@; }
 QToolButton:disabled { color: @disabled@; }
 QToolButton::menu-indicator { image: url(:/style/down.svg); subcontrol-position: right center; right: 1px; }
-QToolButton[popupMode="1"] { padding-right: 14px; }
+QToolButton[popupMode="1"], QToolButton#zoomButton { padding-right: 14px; }
+QToolButton#layerChoice { background: @raised@; border-color: @line@; }
+QToolButton#layerChoice:hover { background: @hover@; }
+QToolButton#layerChoice:focus { border-color: @accent@; }
+QToolButton#layerChoice:disabled { background: @window@; }
 QToolButton::menu-button { border: none; width: 12px; }
 QToolButton::menu-arrow { image: url(:/style/down.svg); width: 9px; height: 9px; }
 QToolButton[role="step"] { padding: 0; border: none; border-radius: 0; }

@@ -3,6 +3,7 @@
 #include <QComboBox>
 #include <QLabel>
 #include <QMimeData>
+#include <QRegularExpression>
 
 #include "compare_panel.h"
 #include "film.h"
@@ -85,6 +86,9 @@ TEST_F(ComparePanelTest, TheLineIsDraggedAndTurned) {
   EXPECT_NE(at(80, 10), at(80, 110));
   EXPECT_EQ(at(10, 10), at(150, 10));
   keepPicture(*frame, QStringLiteral("compare-wipe"));
+  dragLine({0.9, 0.5}, {0.87, 0.71}, Qt::ShiftModifier);
+  const QString angle = panel->findChild<SliderField*>(QStringLiteral("compareAngle"))->field().text();
+  EXPECT_TRUE(QRegularExpression("^-?\\d+(\\.\\d)?\u00b0$").match(angle).hasMatch()) << angle.toStdString();
   const QPointF place = frame->canvas().origin();
   dragLine({0.2, 0.1}, {0.3, 0.2});
   EXPECT_NE(frame->canvas().origin(), place) << "elsewhere the picture is moved";

@@ -1,6 +1,8 @@
 // The filmstrip: rows, search, stars, notes, restoring, drags.
 #include "filmstrip.h"
 
+#include <QAction>
+#include <QDate>
 #include <QDialog>
 #include <QLabel>
 #include <QLineEdit>
@@ -52,7 +54,8 @@ class FilmstripTest : public ManagerTest {
     return made;
   }
   /// A finished render of Studio: those of plug-ins show in the list as "Viewer" too.
-  void render(float red, const char* scene = "room.glb", const char* camera = "front") {
+  void render(float red, const char* scene = "room.glb", const char* camera = "front",
+              double seconds = 4.25) {
     const DocumentPtr clone = copy();
     const BaseContainer settings;
     render::RenderNotice notice;
@@ -60,7 +63,7 @@ class FilmstripTest : public ManagerTest {
     notice.document = clone.get();
     notice.settings = &settings;
     notice.byPlugin = false;
-    notice.seconds = 4.25;
+    notice.seconds = seconds;
     notice.film = film(red, scene, camera);
     render::tellRenderStarted(notice);
     render::tellRenderEnded(notice);
@@ -124,7 +127,7 @@ TEST_F(FilmstripTest, RendersAreListedNewestFirstAndShown) {
   render(1);
   EXPECT_EQ(names(), (QStringList{"room 3", "room 2", "room"}));
   const QString text = strip->model().data(strip->model().index(0), Qt::DisplayRole).toString();
-  EXPECT_TRUE(text.startsWith("room 3\n32 x 18, front\n")) << text.toStdString();
+  EXPECT_TRUE(text.startsWith("room 3\nfront\n32 x 18\n")) << text.toStdString();
   EXPECT_TRUE(text.endsWith(", 4.2 s") || text.endsWith(", 4.3 s")) << text.toStdString();
   choose(1);
   ASSERT_TRUE(shown());
@@ -144,6 +147,43 @@ TEST_F(FilmstripTest, RendersAreListedNewestFirstAndShown) {
   EXPECT_EQ(names().size(), 3) << "looking adds nothing";
 }
 
+// Rows are as narrow as the strip of a new window: what tells pictures apart must be read whole.
+TEST_F(FilmstripTest, RowsFitTheStrip) {
+  render(0.5f, "room.glb", "Front camera", 151);
+  strip->resize(227, 520);
+  settle();
+  const QListView& list = strip->list();
+  const QModelIndex row = strip->model().index(0);
+  const QString text = strip->model().data(row, Qt::DisplayRole).toString();
+  EXPECT_TRUE(text.endsWith(", 2.5 min")) << text.toStdString();
+  const int room = list.visualRect(row).width() - list.iconSize().width() - 12;
+  const QStringList lines = text.split('\n');
+  EXPECT_EQ(lines.size(), 4) << text.toStdString();
+  for (const QString& line : lines)
+    EXPECT_LE(list.fontMetrics().horizontalAdvance(line), room) << line.toStdString();
+  const QString tip = strip->model().data(row, Qt::ToolTipRole).toString();
+  EXPECT_TRUE(tip.contains(QDate::currentDate().toString(Qt::ISODate))) << tip.toStdString();
+  keepPicture(*strip, QStringLiteral("filmstrip-row"));
+}
+
+TEST_F(FilmstripTest, TheMenuSaysTheKeys) {
+  render(0.5f);
+  choose(0);
+  const std::unique_ptr<QMenu> menu(strip->makeMenu());
+  const std::pair<const char*, const char*> keys[] = {{"restore", "Ctrl+Shift+R"},
+                                                      {"changes", "Ctrl+Shift+D"},
+                                                      {"star", "*"},
+                                                      {"note", "Shift+N"},
+                                                      {"rename", "F2"},
+                                                      {"use-a", "Shift+A"},
+                                                      {"use-b", "Shift+B"}};
+  for (const auto& [name, key] : keys) {
+    const auto* action = menu->findChild<QAction*>(QLatin1String(name));
+    ASSERT_TRUE(action) << name;
+    EXPECT_EQ(action->shortcut().toString(QKeySequence::PortableText).toStdString(), key) << name;
+  }
+}
+
 TEST_F(FilmstripTest, APictureOfTheSessionThatIsKeptIsOneRow) {
   edits().apply("Small", [](BaseDocument& in) {
     BaseContainer& data = stateOf(&in)->renderData.first()->data;
@@ -159,6 +199,12 @@ TEST_F(FilmstripTest, APictureOfTheSessionThatIsKeptIsOneRow) {
   choose(0);
   EXPECT_TRUE(offers("restore"));
   EXPECT_EQ(shown(), session->pictures().pictures()[0].bitmap);
+
+  // A new name is that of the row and of the picture that the title and the comparison name.
+  ASSERT_TRUE(strip->model().setData(strip->model().index(0), QStringLiteral("warm"), Qt::EditRole));
+  ready();
+  EXPECT_EQ(names(), QStringList{"warm"});
+  EXPECT_EQ(session->pictures().pictures()[0].name.GetUTF8(), "warm");
 }
 
 TEST_F(FilmstripTest, SearchAndStars) {

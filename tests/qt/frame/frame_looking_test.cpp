@@ -4,6 +4,7 @@
 #include <QLineEdit>
 #include <QListWidget>
 #include <QMimeData>
+#include <QScrollBar>
 #include <QTreeWidget>
 #include <limits>
 
@@ -103,6 +104,22 @@ TEST_F(FrameLookingTest, LayersAreChosenInTheListAndByKeys) {
   keepPicture(*frame, QStringLiteral("frame-layer"));
 }
 
+TEST_F(FrameLookingTest, TheLayerLooksLikeAChoice) {
+  showFilm(makeFilm());
+  const QImage shot = frame->layers().grab().toImage();
+  const int right = shot.width() * 7 / 8;
+  const QColor ground = shot.pixelColor(shot.width() * 3 / 4, shot.height() / 2);
+  int arrow = 0, atLeft = 0;
+  for (int y = 4; y < shot.height() - 4; ++y) {
+    for (int x = right; x < shot.width() - 4; ++x)
+      arrow += std::abs(shot.pixelColor(x, y).lightness() - ground.lightness()) > 60;
+    for (int x = 4; x < shot.width() / 3; ++x)
+      atLeft += std::abs(shot.pixelColor(x, y).lightness() - ground.lightness()) > 60;
+  }
+  EXPECT_GT(arrow, 5) << "an arrow at the right";
+  EXPECT_GT(atLeft, 20) << "the name at the left";
+}
+
 TEST_F(FrameLookingTest, ManyLayersHaveASearch) {
   const std::shared_ptr<Film> film = makeFilm();
   frame->layers().openList();
@@ -154,6 +171,11 @@ TEST_F(FrameLookingTest, ThePanelHasTheValuesOfEveryLayer) {
   EXPECT_EQ(panel.rowText(""), "0.5  0.5  0.5  1");
   EXPECT_EQ(panel.rowText("depth"), "7");
   EXPECT_EQ(panel.rowText("object_id"), "1  body");
+  // Three components of five digits are read whole, in the narrowest panel too.
+  const QTreeWidget& tree = panel.tree();
+  const int wide = tree.fontMetrics().horizontalAdvance("0.012345  0.012345  0.012345");
+  EXPECT_GE(tree.columnWidth(1), wide);
+  EXPECT_FALSE(tree.horizontalScrollBar()->isVisible());
   keepPicture(*frame, QStringLiteral("frame-probe"));
 
   // Shift and drag: the mean of a rectangle.
@@ -163,6 +185,8 @@ TEST_F(FrameLookingTest, ThePanelHasTheValuesOfEveryLayer) {
   settle();
   EXPECT_EQ(frame->canvas().marked(), QRect(10, 4, 4, 3));
   EXPECT_EQ(panel.rowText("depth"), "11.5 | 10 | 13");
+  for (const int column : {1, 2})
+    EXPECT_GE(tree.columnWidth(column), wide);
   keepPicture(*frame, QStringLiteral("frame-average"));
   QTest::keyClick(&frame->canvas(), Qt::Key_Escape);
   EXPECT_TRUE(frame->canvas().marked().isEmpty());

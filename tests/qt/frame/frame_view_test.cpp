@@ -1,6 +1,7 @@
 // The frame buffer's view bar: what is on screen, what is saved, what goes with the scene.
 #include <QComboBox>
 #include <QImage>
+#include <QLabel>
 
 #include "display_transform.h"
 #include "film.h"
@@ -90,6 +91,20 @@ TEST_F(FrameViewTest, TheScreenShowsTheViewOfTheFilm) {
   keepPicture(*frame, QStringLiteral("pictures-view"));
   frame->viewBar().setView({});
   EXPECT_EQ(seen(9, 2), expected({}, *bitmap, 9, 2));
+}
+
+// A window wider than the bar: the rest of the width goes to the end, not between labels and their fields.
+TEST_F(FrameViewTest, LabelsStayAtTheirFields) {
+  frame->resize(1900, 640);
+  settle();
+  for (const char* name : {"viewExposure", "viewGamma", "viewWhite"}) {
+    const auto* field = frame->findChild<QWidget*>(QLatin1String(name));
+    ASSERT_TRUE(field) << name;
+    const auto* label = field->parentWidget()->findChild<QLabel*>({}, Qt::FindDirectChildrenOnly);
+    ASSERT_TRUE(label) << name;
+    EXPECT_LE(label->width(), label->sizeHint().width() + 2) << name;
+  }
+  keepPicture(*frame, QStringLiteral("frame-wide-bar"));
 }
 
 TEST_F(FrameViewTest, KeysChangeChannelsClippingAndExposure) {
