@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""Two builds of the same sources in different folders give equal files: the package of the manual, and a library of some of the host's
-sources, stripped and settled as cpack does it. packaging/reproduce compares all packages, and takes as long as a build.
+"""Two builds of the same sources in different folders give equal files: the package of the manual, the icons of Studio, and a library of some of
+the host's sources, stripped and settled as cpack does it. packaging/reproduce compares all packages, and takes as long as a build.
 
   reproduce_test.py --compiler CXX
 """
@@ -17,6 +17,7 @@ ROOT = pathlib.Path(__file__).resolve().parents[2]
 COPIED = ("apps", "cmake", "docs", "host", "integrations", "packaging", "res", "scenes", "source", "tools", "CHANGELOG.md", "CMakeLists.txt",
           "CMakePresets.json")
 OBJECTS = [f"host/core/CMakeFiles/host_core.dir/{name}.cpp.o" for name in ("utf8", "number_text", "markup_text")]
+ICONS = "host/qt/qrc_studio.cpp"
 SETTLE = ROOT / "packaging/settle_build_ids.py"
 COMPARE = ROOT / "packaging/compare_packages.py"
 COMPILER = "c++"
@@ -29,23 +30,31 @@ def output(*command, **more):
     return ended.stdout
 
 
-def build(folder, zone):
+def build(folder, zone, age):
     """Makes folder/packages and folder/library.so."""
     sources = folder / "sources"
     sources.mkdir(parents=True)
     for name in COPIED:
         (shutil.copytree if (ROOT / name).is_dir() else shutil.copy)(ROOT / name, sources / name)
+    for picture in (sources / "host/qt").rglob("*.svg"):
+        os.utime(picture, (age, age))  # each checkout has times of its own
     environment = os.environ | {"SOURCE_DATE_EPOCH": "1700000000", "TZ": zone}
 
-    def run(*command):
-        output(*command, cwd=sources, env=environment, umask=0o022)
+    def run(*command, **more):
+        output(*command, cwd=sources, env=environment | more, umask=0o022)
     run("cmake", "--preset", "release", "-B", folder / "build", "-DLUMENARA_CCACHE=", "-DLUMENARA_TESTS=OFF", "-DLUMENARA_BENCH=OFF",
-        "-DLUMENARA_QT=OFF", f"-DCMAKE_CXX_COMPILER={COMPILER}")
+        f"-DCMAKE_CXX_COMPILER={COMPILER}")
     run("cmake", "--build", folder / "build", "--target", "debian_changelog", *OBJECTS)
+    run("cmake", "--build", folder / "build", "--target", ICONS, SOURCE_DATE_EPOCH="")  # as in a build by hand
     run("cpack", "--config", folder / "build/CPackConfig.cmake", "-B", folder / "packages", "-D", "CPACK_COMPONENTS_ALL=doc")
     library = folder / "library.so"
     run(COMPILER, "-shared", "-o", folder / "unstripped.so", *[folder / "build" / name for name in OBJECTS])
     run("strip", "-o", library, folder / "unstripped.so")
+
+
+def icons(folder):
+    """The bytes of the pictures in Studio; the comments name the folder."""
+    return [line for line in (folder / "build" / ICONS).read_text(encoding="utf-8").splitlines() if not line.lstrip().startswith("//")]
 
 
 class Reproduce(unittest.TestCase):
@@ -56,10 +65,11 @@ class Reproduce(unittest.TestCase):
 
     def test_builds_in_two_folders_are_equal(self):
         first, second = self.folder / "one", self.folder / "another/folder/further/down"
-        build(first, "UTC")
-        build(second, "Asia/Tokyo")
+        build(first, "UTC", 1_000_000_000)
+        build(second, "Asia/Tokyo", 1_200_000_000)
         told = output(COMPARE, first / "packages", second / "packages")
         self.assertEqual(told.count(": equal"), 1, told)
+        self.assertEqual(icons(first), icons(second))
         left, right = first / "library.so", second / "library.so"
         # Without this step the build IDs tell the folders apart.
         self.assertNotEqual(left.read_bytes(), right.read_bytes())
