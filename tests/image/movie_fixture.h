@@ -60,7 +60,10 @@ inline void writeMovie(const Filename& name, const MovieRequest& request) {
     paintFrame(*bitmap, request.still ? 0 : frame);
     ASSERT_EQ(saver->Write(bitmap), IMAGERESULT_OK);
   }
-  ASSERT_TRUE(saver->Close());
+  const bool closed = saver->Close();
+  for (const host::Failure& failure : host::takeFailures())
+    ADD_FAILURE() << failure.sentence;
+  ASSERT_TRUE(closed);
 }
 
 inline std::string quoted(const Filename& name) {

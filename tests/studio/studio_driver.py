@@ -117,7 +117,8 @@ class Display:
         rules.write_text(WINDOW_MANAGER, encoding="utf-8")
         self.manager = subprocess.Popen(["openbox", "--config-file", str(rules)], env=self.environment, stdout=subprocess.DEVNULL,
                                         stderr=subprocess.DEVNULL)
-        wait_for("a window manager", lambda: self.tool("getdisplaygeometry", check=False).returncode == 0)
+        # Windows that appear while it starts may stay unmapped. It has desktops once it runs.
+        wait_for("a window manager", lambda: self.tool("get_num_desktops", check=False).returncode == 0)
 
     def tool(self, *arguments, check=True):
         return subprocess.run(["xdotool", *map(str, arguments)], env=self.environment, check=check,

@@ -57,6 +57,14 @@ struct Dictionary {
   ~Dictionary() { av_dict_free(&entries); }
 };
 
+// x265 leaves the time of decoding unset in movies of a frame or two.
+void mendTimes(AVPacket& packet, bool first, std::int64_t last) {
+  constexpr std::int64_t mostReordered = 16; // frames, of any codec here
+  const bool sound = packet.dts <= packet.pts && packet.dts >= packet.pts - mostReordered;
+  if (sound && (first || packet.dts > last)) return;
+  packet.dts = first ? packet.pts : std::min(packet.pts, last + 1);
+}
+
 } // namespace
 
 // The library's objects, freed in the right order.
@@ -69,6 +77,7 @@ struct FileMovieEncoder::Parts {
   AVStream* stream = nullptr; // the file's
   std::unique_ptr<FrameConverter> converter;
   std::int64_t taken = 0, written = 0; // frames
+  std::int64_t decoded = 0;            // the time at which the last packet is decoded
   bool tagsPackets = false;            // the encoder does not write colour tags: we do
 
   ~Parts() {
@@ -193,6 +202,8 @@ void FileMovieEncoder::send(const AVFrame* picture) {
   while ((code = avcodec_receive_packet(parts_->codec, packet)) >= 0) {
     if (parts_->tagsPackets) tagMpeg4Colors(*packet, *parts_->codec);
     if (packet->duration <= 0) packet->duration = 1;
+    mendTimes(*packet, parts_->written == 0, parts_->decoded);
+    parts_->decoded = packet->dts;
     av_packet_rescale_ts(packet, parts_->codec->time_base, parts_->stream->time_base);
     packet->stream_index = parts_->stream->index;
     code = av_write_frame(parts_->file, packet);
