@@ -133,8 +133,10 @@ class ChildProgram {
   std::optional<int> ended() noexcept;
   /// Its peak memory so far in bytes; 0 when unknown.
   std::uint64_t peakMemory() const;
-  /// Asks it to end.
+  /// Asks it to end, also while it is halted.
   void ask() noexcept;
+  /// Takes the processors away from it, or gives them back.
+  void halt(bool halted) noexcept;
 
  private:
   void run(std::vector<char*>& arguments, int output, int errors, int failed, std::uint64_t memory) noexcept;

@@ -380,7 +380,13 @@ std::uint64_t ChildProgram::peakMemory() const {
 }
 
 void ChildProgram::ask() noexcept {
-  if (process_ > 0 && !ended()) kill(static_cast<pid_t>(process_), SIGTERM);
+  if (process_ <= 0 || ended()) return;
+  kill(static_cast<pid_t>(process_), SIGTERM);
+  halt(false);
+}
+
+void ChildProgram::halt(bool halted) noexcept {
+  if (process_ > 0 && !ended()) kill(static_cast<pid_t>(process_), halted ? SIGSTOP : SIGCONT);
 }
 
 std::string ownSocketFolder(std::string& error) {

@@ -3,6 +3,7 @@
 
 #include "active_document.h"
 #include "animate_job.h"
+#include "animation_report.h"
 #include "c4d_render.h"
 #include "commands.h"
 #include "frame_files.h"
@@ -34,6 +35,7 @@ AnimationTarget checkTarget(const AnimateOptions& options) {
                                        " is a movie; render it anew, or render pictures such as shot.tif");
   }
   checkFramePictures(options, target);
+  if (!options.preview.empty()) checkPictureFile(options.preview);
   if (options.codec && !target.movie())
     throw Stop(ExitCode::wrongUse, "--codec belongs to a movie, and " + options.output +
                                        " is none; leave it out, or write shot.mp4");
@@ -150,13 +152,15 @@ void judge(const Run& run, const AnimationResult& job, const OverwriteQuestion& 
 }
 
 void renderAll(Run& run, const AnimateOptions& options, BaseDocument& document, BaseBitmap& bitmap,
-               lmSettings& settings, const OverwriteQuestion& ui, Messages& messages) {
+               lmSettings& settings, const OverwriteQuestion& ui, Messages& messages,
+               AnimationReport& report) {
   AnimationJob job{
       {}, run.target, options.quality.value_or(defaultJpegQuality), options.stamps || stampsWanted(settings)};
   messages.begin("Rendering");
   for (const FrameRange& range : run.ranges) {
     job.frames = range;
-    const AnimationResult result = runAnimation(document, bitmap, settings, job, run.progress, messages);
+    const AnimationResult result =
+        runAnimation(document, bitmap, settings, job, run.progress, messages, report);
     judge(run, result, ui);
     run.progress.done += frameCount(range);
     run.seconds += result.seconds;
@@ -179,7 +183,7 @@ std::string frameText(LONG count) {
   return std::to_string(count) + (count == 1 ? " frame" : " frames");
 }
 
-ExitCode report(const Run& run, const Scene& scene, Messages& messages) {
+ExitCode tell(const Run& run, const Scene& scene, Messages& messages) {
   const std::string file = nameOf(run.target.file);
   if (run.assetMissing) {
     messages.problem(file + " was rendered without " +
@@ -205,12 +209,18 @@ ExitCode animateScene(const AnimateOptions& options, const AnimationTarget& targ
 
   std::vector<LONG> frames = framesOf(options.frames, sceneFrames(document));
   Run run{target, joinFrames(frames), {0, static_cast<LONG>(frames.size())}};
+  AnimationReport report(options.json, options.preview);
+  if (!options.resume) report.begin(frames.size(), 0, target.file);
   if (options.resume) {
     removeAbandoned(target);
     frames = missingFrames(target, frames, size, messages);
     messages.note("lumenara: " + std::to_string(frames.size()) + " of " + frameText(run.progress.all) +
                   " are still to be rendered");
-    if (frames.empty()) return ExitCode::done;
+    report.begin(frames.size(), static_cast<std::size_t>(run.progress.all) - frames.size(), target.file);
+    if (frames.empty()) {
+      report.end(0);
+      return ExitCode::done;
+    }
     run.ranges = joinFrames(frames);
     run.progress.all = static_cast<LONG>(frames.size());
   }
@@ -222,17 +232,19 @@ ExitCode animateScene(const AnimateOptions& options, const AnimationTarget& targ
     host::setActiveDocument(scene.document.release());
     if (target.movie()) askToReplace(target.file, options.overwrite, messages);
     const FramePicturesResult result =
-        target.movie() ? renderFrameMovie(document, settings, pictures, frames, messages)
-                       : renderFramePictures(document, settings, pictures, frames, messages);
+        target.movie() ? renderFrameMovie(document, settings, pictures, frames, messages, report)
+                       : renderFramePictures(document, settings, pictures, frames, messages, report);
     run.progress.done = run.progress.all, run.seconds = result.seconds;
     run.assetMissing = result.assetMissing;
-    return report(run, scene, messages);
+    report.end(run.seconds);
+    return tell(run, scene, messages);
   }
   AutoAlloc<BaseBitmap> bitmap;
   makeBitmap(*bitmap, size);
   host::setActiveDocument(scene.document.release());
-  renderAll(run, options, document, *bitmap, settings, ui, messages);
-  return report(run, scene, messages);
+  renderAll(run, options, document, *bitmap, settings, ui, messages, report);
+  report.end(run.seconds);
+  return tell(run, scene, messages);
 }
 
 } // namespace

@@ -128,6 +128,11 @@ CLI::App* addAnimate(CLI::App& app, RawOptions& raw) {
       ->type_name("NAME");
   animate->add_flag("--resume,--keep", options.resume,
                     "Render only the pictures that are missing or incomplete");
+  animate->add_flag("--json", options.json, "Print the progress as lines of JSON");
+  animate
+      ->add_option("--preview", options.preview,
+                   "Keep a small picture of the running render in this png or jpg")
+      ->type_name("FILE");
   addRun(*animate, raw.run, options);
   return animate;
 }

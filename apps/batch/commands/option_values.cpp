@@ -141,35 +141,15 @@ unsigned parseLayers(const std::string& text) {
   throw wrong("--layers does not know \"" + unknown + "\"; write all, or some of " + host::layerNames());
 }
 
-namespace {
-
-struct NamedCodec {
-  const char* name;
-  LONG id;
-};
-constexpr NamedCodec movieCodecNameTable[] = {{"h264", host::movieCodecH264},
-                                              {"h265", host::movieCodecH265},
-                                              {"av1", host::movieCodecAv1},
-                                              {"prores", host::movieCodecProRes422},
-                                              {"prores4444", host::movieCodecProRes4444},
-                                              {"mjpeg", host::movieCodecMotionJpeg},
-                                              {"png", host::movieCodecPng},
-                                              {"animation", host::movieCodecAnimation},
-                                              {"raw", host::movieCodecRaw},
-                                              {"mpeg4", host::movieCodecMpeg4},
-                                              {"ffv1", host::movieCodecFfv1}};
-
-} // namespace
-
 std::string movieCodecNames() {
   std::string names;
-  for (const NamedCodec& codec : movieCodecNameTable)
+  for (const host::MovieCodecName& codec : host::movieCodecNames())
     names += std::string(names.empty() ? "" : ", ") + codec.name;
   return names;
 }
 
 LONG parseMovieCodec(const std::string& text) {
-  for (const NamedCodec& codec : movieCodecNameTable)
+  for (const host::MovieCodecName& codec : host::movieCodecNames())
     if (text == codec.name) return codec.id;
   throw wrong("--codec does not know \"" + text + "\"; write one of " + movieCodecNames());
 }

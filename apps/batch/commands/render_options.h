@@ -110,6 +110,8 @@ struct AnimateOptions {
   LONG codec = 0;     // of a movie: a host::MovieCodecId; 0: the stored one
   bool alpha = false; // pictures and movies get an alpha channel
   bool stamps = false, overwrite = false, resume = false, quiet = false;
+  bool json = false;   // the progress goes to standard output as lines of JSON
+  std::string preview; // file of a small picture of the running render; empty: none
 };
 
 } // namespace batch

@@ -101,13 +101,16 @@ void fillThread(lmThread& thread, const AnimationJob& job, std::atomic<LONG>& ru
 }
 
 void runFrames(lmThread& thread, const LMTHREAD_DATA& status, const AnimationJob& job,
-               const FrameProgress& before, FailureWatch& failures, Messages& messages) {
+               const FrameProgress& before, FailureWatch& failures, Messages& messages,
+               AnimationReport& report) {
   DonePart part(job.frames, before);
   runThread(thread, [&] {
     const LONG frame = currentFrame(status, job.frames);
     if (interrupted() && !job.target.movie())
       setUnfinishedFile(frameFile(job.target, frame).GetString().GetUTF8());
-    messages.progress(part.at(frame, status.progress), "frame " + std::to_string(frame));
+    const double done = part.at(frame, status.progress);
+    messages.progress(done, "frame " + std::to_string(frame));
+    report.progress(done, frame, *thread.bitmap);
     return interrupted() || failures.look();
   });
 }
@@ -127,7 +130,8 @@ void removeUnfinished(const AnimationJob& job, const AnimationResult& outcome) {
 } // namespace
 
 AnimationResult runAnimation(BaseDocument& document, BaseBitmap& bitmap, lmSettings& settings,
-                             const AnimationJob& job, const FrameProgress& before, Messages& messages) {
+                             const AnimationJob& job, const FrameProgress& before, Messages& messages,
+                             AnimationReport& report) {
   LMTHREAD_DATA status;
   fillStatus(document, status);
   status.frameTime = BaseTime(job.frames.from, document.GetFps());
@@ -140,7 +144,7 @@ AnimationResult runAnimation(BaseDocument& document, BaseBitmap& bitmap, lmSetti
   thread.bitmap = &bitmap;
   fillThread(thread, job, running);
   FailureWatch failures(job.target);
-  runFrames(thread, status, job, before, failures, messages);
+  runFrames(thread, status, job, before, failures, messages, report);
 
   AnimationResult outcome;
   outcome.rendered = status.progress == 1.0 && running == 0;

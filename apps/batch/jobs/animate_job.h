@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "animation_report.h"
 #include "c4d_bitmap.h"
 #include "frame_files.h"
 #include "frame_ranges.h"
@@ -40,6 +41,7 @@ struct AnimationResult {
 /// the run. The picture of an incomplete frame is deleted; a movie keeps its frames so far. Throws `Stop`
 /// (render failed) when the thread cannot be started. Main thread; serves the thread's calls.
 AnimationResult runAnimation(BaseDocument& document, BaseBitmap& bitmap, lmSettings& settings,
-                             const AnimationJob& job, const FrameProgress& before, Messages& messages);
+                             const AnimationJob& job, const FrameProgress& before, Messages& messages,
+                             AnimationReport& report);
 
 } // namespace batch

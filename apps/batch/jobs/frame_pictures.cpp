@@ -16,11 +16,16 @@ namespace {
 
 constexpr const char* goOn = "; afterwards the same command with --resume renders the rest";
 
-JobResult renderFrame(BaseDocument& document, lmSettings& settings, BaseBitmap& bitmap, LONG frame,
-                      Messages& messages) {
+/// The frame with this index.
+JobResult renderFrame(BaseDocument& document, lmSettings& settings, BaseBitmap& bitmap,
+                      const std::vector<LONG>& frames, std::size_t index, Messages& messages,
+                      AnimationReport& report) {
+  const LONG frame = frames[index];
   goToFrame(document, frame);
   host::takeFailures(); // earlier failures are not this frame's
-  return runJob(document, bitmap, settings, std::nullopt, messages);
+  return runJob(document, bitmap, settings, std::nullopt, messages, [&](double part) {
+    report.progress((static_cast<double>(index) + part) / static_cast<double>(frames.size()), frame, bitmap);
+  });
 }
 
 bool isWhole(const JobResult& job) {
@@ -75,12 +80,13 @@ void checkFramePictures(const AnimateOptions& options, const AnimationTarget& ta
 
 FramePicturesResult renderFramePictures(BaseDocument& document, lmSettings& settings,
                                         const FramePictures& pictures, const std::vector<LONG>& frames,
-                                        Messages& messages) {
+                                        Messages& messages, AnimationReport& report) {
   FramePicturesResult all;
-  for (const LONG frame : frames) {
+  for (std::size_t index = 0; index < frames.size(); ++index) {
+    const LONG frame = frames[index];
     AutoAlloc<BaseBitmap> bitmap;
     makeBitmap(*bitmap, pictures.size, pictures.how.alpha);
-    const JobResult job = renderFrame(document, settings, *bitmap, frame, messages);
+    const JobResult job = renderFrame(document, settings, *bitmap, frames, index, messages, report);
     if (interrupted())
       throw Stop(ExitCode::cancelled, "cancelled at frame " + std::to_string(frame) +
                                           "; the frames before it are written, the same command with "
@@ -97,16 +103,17 @@ FramePicturesResult renderFramePictures(BaseDocument& document, lmSettings& sett
 
 FramePicturesResult renderFrameMovie(BaseDocument& document, lmSettings& settings,
                                      const FramePictures& pictures, const std::vector<LONG>& frames,
-                                     Messages& messages) {
+                                     Messages& messages, AnimationReport& report) {
   const std::string movie = pictures.target.file.GetString().GetUTF8();
   const BaseContainer options =
       GetMovieOptions(settings.GetDataInstance()->GetContainer(LM_ANIM_MOVIE_OPTIONS));
   const AutoAlloc<MovieSaver> saver;
   FramePicturesResult all;
-  for (const LONG frame : frames) {
+  for (std::size_t index = 0; index < frames.size(); ++index) {
+    const LONG frame = frames[index];
     const AutoAlloc<BaseBitmap> bitmap, shown;
     makeBitmap(*bitmap, pictures.size, pictures.how.alpha);
-    const JobResult job = renderFrame(document, settings, *bitmap, frame, messages);
+    const JobResult job = renderFrame(document, settings, *bitmap, frames, index, messages, report);
     const std::string end =
         all.frames > 0 ? "; " + movie + " ends before it" : "; " + movie + " was not written";
     const bool stopped = interrupted();

@@ -4,6 +4,7 @@
 
 #include <vector>
 
+#include "animation_report.h"
 #include "frame_files.h"
 #include "lens_settings.h"
 #include "lm_settings.h"
@@ -33,12 +34,12 @@ struct FramePicturesResult {
 /// rendered or written end the run; the frames before it stay. Throws `Stop`. Main thread.
 FramePicturesResult renderFramePictures(BaseDocument& document, lmSettings& settings,
                                         const FramePictures& pictures, const std::vector<LONG>& frames,
-                                        Messages& messages);
+                                        Messages& messages, AnimationReport& report);
 
 /// Renders frames into a movie, with the codec and quality of the settings. Ctrl-C and the first frame that
 /// cannot be rendered close it behind the last whole frame. Throws `Stop`. Main thread.
 FramePicturesResult renderFrameMovie(BaseDocument& document, lmSettings& settings,
                                      const FramePictures& pictures, const std::vector<LONG>& frames,
-                                     Messages& messages);
+                                     Messages& messages, AnimationReport& report);
 
 } // namespace batch

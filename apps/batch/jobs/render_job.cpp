@@ -32,7 +32,8 @@ void fillStatus(BaseDocument& document, LMTHREAD_DATA& status) {
 }
 
 JobResult runJob(BaseDocument& document, BaseBitmap& bitmap, lmSettings& settings,
-                 const std::optional<PixelRegion>& region, Messages& messages) {
+                 const std::optional<PixelRegion>& region, Messages& messages,
+                 const std::function<void(double)>& watch) {
   LMTHREAD_DATA status;
   fillStatus(document, status);
 
@@ -45,6 +46,7 @@ JobResult runJob(BaseDocument& document, BaseBitmap& bitmap, lmSettings& setting
   messages.begin("Rendering");
   runThread(thread, [&] {
     messages.progress(status.progress);
+    if (watch) watch(status.progress);
     return interrupted();
   });
   messages.end();

@@ -1,6 +1,7 @@
 // One run of the plug-in's render thread.
 #pragma once
 
+#include <functional>
 #include <optional>
 
 #include "c4d_bitmap.h"
@@ -22,8 +23,10 @@ void fillStatus(BaseDocument& document, LMTHREAD_DATA& status);
 
 /// Renders the active document into the bitmap as the viewer does, with a progress line, and draws the stamps
 /// that the settings switch on. Returns when the thread has ended; Ctrl-C cancels the render. Throws `Stop`
-/// (render failed) when the thread cannot be started. Main thread; serves the thread's calls.
+/// (render failed) when the thread cannot be started. `watch` gets the part that is done, 0 to 1, often. Main
+/// thread; serves the thread's calls.
 JobResult runJob(BaseDocument& document, BaseBitmap& bitmap, lmSettings& settings,
-                 const std::optional<PixelRegion>& region, Messages& messages);
+                 const std::optional<PixelRegion>& region, Messages& messages,
+                 const std::function<void(double)>& watch = {});
 
 } // namespace batch

@@ -23,6 +23,21 @@ LONG movieFormatOf(const Filename& file) {
                                    : 0;
 }
 
+std::span<const MovieCodecName> movieCodecNames() noexcept {
+  static constexpr MovieCodecName names[] = {{"h264", movieCodecH264},
+                                             {"h265", movieCodecH265},
+                                             {"av1", movieCodecAv1},
+                                             {"prores", movieCodecProRes422},
+                                             {"prores4444", movieCodecProRes4444},
+                                             {"mjpeg", movieCodecMotionJpeg},
+                                             {"png", movieCodecPng},
+                                             {"animation", movieCodecAnimation},
+                                             {"raw", movieCodecRaw},
+                                             {"mpeg4", movieCodecMpeg4},
+                                             {"ffv1", movieCodecFfv1}};
+  return names;
+}
+
 const char* movieFormatName(LONG format) {
   return format == FILTER_AVI ? "AVI" : format == movieFormatMp4 ? "MP4" : "QuickTime";
 }

@@ -2,6 +2,7 @@
 // Any thread.
 #pragma once
 
+#include <span>
 #include <vector>
 
 #include "c4d_bitmap.h"
@@ -52,6 +53,13 @@ MovieOptions readMovieOptions(const BaseContainer* options);
 LONG movieFormatOf(const Filename& file);
 /// "QuickTime", "AVI" or "MP4".
 const char* movieFormatName(LONG format);
+
+/// The word for a codec on command lines.
+struct MovieCodecName {
+  const char* name;
+  LONG id;
+};
+std::span<const MovieCodecName> movieCodecNames() noexcept;
 
 /// A codec for the user to choose, and the options that have an effect on it.
 struct MovieCodecInfo {

@@ -6,6 +6,7 @@
 #include "farm_windows.h"
 #include "full_picture.h"
 #include "qt_user_interface.h"
+#include "queue_windows.h"
 #include "scene_commands.h"
 #include "scene_edits.h"
 #include "session.h"
@@ -223,6 +224,17 @@ void addRenderCommands(const MainParts& parts) {
 
 void addFarmCommands(const MainParts& parts) {
   ToolWindows& tools = parts.tools;
+  parts.commands.add({"render.animation",
+                      word("Render"),
+                      word("Render A&nimation..."),
+                      "",
+                      {key("Ctrl+Alt+A")},
+                      [&tools] { tools.queue().showDialog(); },
+                      [&session = parts.session] { return session.document() != nullptr; }});
+  parts.commands.add(
+      {"render.queue", word("Render"), word("Render &Queue..."), "", {key("Ctrl+J")}, [&tools] {
+         tools.queue().showQueue();
+       }});
   parts.commands.add({"render.farm",
                       word("Render"),
                       word("Render on the F&arm..."),

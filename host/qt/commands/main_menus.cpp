@@ -58,9 +58,9 @@ void MainMenus::buildMenuBar() {
   addCommands(*file, "file.recover - file.link - file.quit");
   buildEditMenu();
   buildViewMenu();
-  addCommands(*addMenu(tr("&Render")),
-              "render.view render.picture render.more render.stop - render.farm render.farm-jobs - "
-              "render.settings render.viewer");
+  addCommands(*addMenu(tr("&Render")), "render.view render.picture render.more render.stop - "
+                                       "render.animation render.queue - render.farm render.farm-jobs - "
+                                       "render.settings render.viewer");
   plugins_ = addMenu(tr("&Plugins"), "menu-plugins");
   plugins_->setToolTipsVisible(true);
   connect(plugins_, &QMenu::aboutToShow, this, &MainMenus::fillPlugins);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "form_fields.h"
 #include "message_box.h"
 #include "number_field.h"
 #include "preferences.h"
@@ -15,50 +16,6 @@ namespace host {
 namespace {
 
 constexpr const char* keptName = "farm"; // of the preferences
-
-LONG numberOf(const NumberField& field) {
-  return static_cast<LONG>(field.value());
-}
-
-std::string textOf(const QLineEdit& field) {
-  return field.text().trimmed().toStdString();
-}
-
-NumberField* numberField(const char* name, double least, double most, const QString& tip) {
-  auto* field = new NumberField;
-  field->setObjectName(QLatin1String(name));
-  field->setDecimals(0);
-  field->setRange(least, most);
-  field->setToolTip(tip);
-  field->setMinimumWidth(70);
-  return field;
-}
-
-QLineEdit* textField(const char* name, const QString& example, const QString& tip) {
-  auto* field = new QLineEdit;
-  field->setObjectName(QLatin1String(name));
-  field->setPlaceholderText(example);
-  field->setToolTip(tip);
-  return field;
-}
-
-QWidget* row(std::initializer_list<QWidget*> widgets, int stretched = -1) {
-  auto* box = new QWidget;
-  auto* layout = new QHBoxLayout(box);
-  layout->setContentsMargins(0, 0, 0, 0);
-  layout->setSpacing(8);
-  int index = 0;
-  for (QWidget* widget : widgets)
-    layout->addWidget(widget, index++ == stretched ? 1 : 0);
-  if (stretched < 0) layout->addStretch(1);
-  return box;
-}
-
-QLabel* title(const QString& text) {
-  auto* label = new QLabel(text);
-  setRole(label, "title");
-  return label;
-}
 
 constexpr double mostFrame = 1e6;
 
@@ -100,8 +57,8 @@ void FarmDialog::addWork(QFormLayout& form) {
   rows_ = numberField("farm-rows", 1, 100, tr("Tiles below each other"));
   columns_->setValue(4);
   rows_->setValue(2);
-  partsRow_ = row({new QLabel(tr("Parts")), parts_});
-  tilesRow_ = row({columns_, new QLabel(QStringLiteral("×")), rows_});
+  partsRow_ = formRow({new QLabel(tr("Parts")), parts_});
+  tilesRow_ = formRow({columns_, new QLabel(QStringLiteral("×")), rows_});
   width_ = numberField("farm-width", 1, 65536, tr("Pixels"));
   height_ = numberField("farm-height", 1, 65536, tr("Pixels"));
   samples_ = numberField("farm-samples", 1, 1e6, tr("Samples per pixel"));
@@ -114,12 +71,12 @@ void FarmDialog::addWork(QFormLayout& form) {
   withoutMissing_ = new QCheckBox(tr("Submit although files are &missing"));
   withoutMissing_->setObjectName(QStringLiteral("farm-without-missing"));
   withoutMissing_->setToolTip(tr("Renders without the textures that cannot be read"));
-  form.addRow(tr("&Output"), row({output_, choose}, 0));
-  form.addRow(tr("Split into"), row({kind_, partsRow_, tilesRow_}));
-  form.addRow(tr("&Frames"), row({from_, new QLabel(tr("to")), to_, new QLabel(tr("Step")), step_}));
-  form.addRow(tr("Si&ze"), row({width_, new QLabel(QStringLiteral("×")), height_}));
+  form.addRow(tr("&Output"), formRow({output_, choose}, 0));
+  form.addRow(tr("Split into"), formRow({kind_, partsRow_, tilesRow_}));
+  form.addRow(tr("&Frames"), formRow({from_, new QLabel(tr("to")), to_, new QLabel(tr("Step")), step_}));
+  form.addRow(tr("Si&ze"), formRow({width_, new QLabel(QStringLiteral("×")), height_}));
   form.addRow(tr("Came&ra"), camera_);
-  form.addRow(tr("Sam&ples"), row({samples_}));
+  form.addRow(tr("Sam&ples"), formRow({samples_}));
   form.addRow(QString(), overwrite_);
   form.addRow(QString(), withoutMissing_);
 }
@@ -134,7 +91,7 @@ void FarmDialog::addSlurm(QFormLayout& form) {
   others_ = textField("farm-others", QStringLiteral("--qos=low"), tr("Further options of sbatch"));
   program_ =
       textField("farm-program", tr("as on this machine"), tr("The path of lumenara on the farm's machines"));
-  form.addRow(tr("Frames a &task"), row({chunk_}));
+  form.addRow(tr("Frames a &task"), formRow({chunk_}));
   form.addRow(tr("Part&ition"), partition_);
   form.addRow(tr("&Account"), account_);
   form.addRow(tr("Memor&y"), memory_);
@@ -147,17 +104,8 @@ void FarmDialog::layOut() {
   auto* layout = new QVBoxLayout(this);
   layout->setContentsMargins(16, 16, 16, 12);
   layout->setSpacing(10);
-  const auto addForm = [layout](const QString& name) {
-    layout->addWidget(title(name));
-    auto* form = new QFormLayout;
-    form->setHorizontalSpacing(12);
-    form->setVerticalSpacing(6);
-    form->setLabelAlignment(Qt::AlignRight | Qt::AlignVCenter);
-    layout->addLayout(form);
-    return form;
-  };
-  addWork(*addForm(tr("Picture")));
-  addSlurm(*addForm(tr("Slurm")));
+  addWork(*addForm(*layout, tr("Picture")));
+  addSlurm(*addForm(*layout, tr("Slurm")));
   note_->setWordWrap(true);
   setRole(note_, "dim");
   message_->setWordWrap(true);

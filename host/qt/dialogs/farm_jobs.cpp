@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "bitmap_image.h"
+#include "form_fields.h"
 #include "qt_text.h"
 #include "theme.h"
 
@@ -12,13 +14,6 @@ namespace {
 enum Column { output, state, progress, running, failed, left, submitted };
 constexpr int folderRole = Qt::UserRole;
 constexpr int pictureSize = 96;
-
-QString durationText(double seconds) {
-  const auto whole = static_cast<qint64>(std::clamp(seconds, 0.0, 1e9) + 0.5);
-  if (whole < 60) return FarmJobs::tr("%1 s").arg(whole);
-  if (whole < 3600) return FarmJobs::tr("%1 min").arg((whole + 30) / 60);
-  return FarmJobs::tr("%1 h %2 min").arg(whole / 3600).arg(whole / 60 % 60);
-}
 
 QString stateText(const farm::FarmRow& row) {
   if (!row.problem.empty() || row.state.empty()) return FarmJobs::tr("Unknown");
@@ -53,12 +48,6 @@ QString sentence(const farm::FarmRow& row) {
   if (row.state == "stopped")
     return FarmJobs::tr("No task is left, and frames are missing. Retry submits them.");
   return {};
-}
-
-QImage imageOf(const ThumbnailPtr& thumbnail) {
-  return QImage(thumbnail->rgb.data(), thumbnail->width, thumbnail->height, 3 * thumbnail->width,
-                QImage::Format_RGB888)
-      .copy();
 }
 
 } // namespace
@@ -196,7 +185,7 @@ void FarmJobs::showRows() {
     item->setText(Column::progress, tr("%1 of %2").arg(row.done).arg(row.units));
     item->setText(Column::running, QString::number(row.running));
     item->setText(Column::failed, QString::number(row.failed));
-    item->setText(Column::left, row.secondsLeft ? durationText(*row.secondsLeft) : QString());
+    item->setText(Column::left, row.secondsLeft ? roughTime(*row.secondsLeft) : QString());
     item->setText(Column::submitted, QString::fromStdString(row.submitted));
     item->setData(0, folderRole, QString::fromStdString(row.folder));
     if (row.folder == folder) jobs_->setCurrentItem(item);
@@ -254,7 +243,7 @@ void FarmJobs::showFrames() {
     item->setData(folderRole, file);
     item->setText(QString::number(one.number));
     item->setToolTip(file.toHtmlEscaped());
-    item->setIcon(one.thumbnail ? QIcon(QPixmap::fromImage(imageOf(one.thumbnail))) : QIcon());
+    item->setIcon(one.thumbnail ? QIcon(QPixmap::fromImage(thumbnailImage(one.thumbnail))) : QIcon());
   }
   frames_->setVisible(count > 0);
 }

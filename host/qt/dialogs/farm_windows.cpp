@@ -2,8 +2,7 @@
 
 #include "farm_dialog.h"
 #include "farm_jobs.h"
-#include "platform.h"
-#include "program.h"
+#include "form_fields.h"
 #include "qt_text.h"
 #include "session.h"
 #include "user_interface.h"
@@ -11,18 +10,6 @@
 namespace host {
 
 namespace {
-
-// Beside this program, where both are installed; else that of PATH.
-std::string batchProgram() {
-  const QString beside =
-      QFileInfo(toQt(platform::programPath())).absolutePath() + QStringLiteral("/lumenara");
-  return QFileInfo(beside).isExecutable() ? beside.toStdString() : std::string("lumenara");
-}
-
-std::string homeFolder() {
-  const Program* program = Program::current();
-  return program ? program->writePath().GetString().GetUTF8() : std::string();
-}
 
 void present(QWidget& window) {
   window.show();
@@ -33,7 +20,8 @@ void present(QWidget& window) {
 } // namespace
 
 FarmWindows::FarmWindows(Session& session, QWidget& window, QAction& quit)
-    : QObject(&window), session_(session), window_(window), quit_(quit), desk_(batchProgram(), homeFolder()) {
+    : QObject(&window), session_(session), window_(window), quit_(quit),
+      desk_(batchProgram(), settingsFolder()) {
 }
 
 FarmWindows::~FarmWindows() {

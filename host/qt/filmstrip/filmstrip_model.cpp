@@ -73,13 +73,6 @@ RenderHistory::Id renderShownBy(const RenderHistory& history, const HistoryEntry
   return history.renderShownAs(copy.pictureSamples, copy.width, copy.height, copy.time);
 }
 
-QImage imageOf(const ThumbnailPtr& thumbnail) {
-  if (!thumbnail) return {};
-  return QImage(thumbnail->rgb.data(), thumbnail->width, thumbnail->height, 3 * thumbnail->width,
-                QImage::Format_RGB888)
-      .copy();
-}
-
 } // namespace
 
 bool FilmstripItem::sameRow(const FilmstripItem& other) const {
@@ -243,8 +236,9 @@ QIcon FilmstripModel::thumbnail(const FilmstripItem& item) const {
   QPixmap pixmap(thumbnailSize * ratio);
   pixmap.fill(Qt::transparent);
   QImage image;
-  if (const RenderHistory::Item* kept = session_.history().find(item.entry)) image = imageOf(kept->thumbnail);
-  if (image.isNull() && item.isFile()) image = imageOf(item.file.thumbnail);
+  if (const RenderHistory::Item* kept = session_.history().find(item.entry))
+    image = thumbnailImage(kept->thumbnail);
+  if (image.isNull() && item.isFile()) image = thumbnailImage(item.file.thumbnail);
   if (image.isNull()) image = smallPicture(item);
   QPainter painter(&pixmap);
   if (!image.isNull()) {

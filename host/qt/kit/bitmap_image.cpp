@@ -1,6 +1,7 @@
 #include "bitmap_image.h"
 
 #include "c4d_bitmap.h"
+#include "history_entry.h"
 
 namespace host {
 
@@ -17,6 +18,13 @@ QImage bitmapImage(const BaseBitmap& bitmap, bool opaque) {
       line[x] = qRgba(argb[1], argb[2], argb[3], argb[0]) | solid;
   }
   return image;
+}
+
+QImage thumbnailImage(const ThumbnailPtr& thumbnail) {
+  if (!thumbnail) return {};
+  return QImage(thumbnail->rgb.data(), thumbnail->width, thumbnail->height, 3 * thumbnail->width,
+                QImage::Format_RGB888)
+      .copy();
 }
 
 } // namespace host

@@ -203,6 +203,7 @@ void MainWindow::openFrameBuffer(bool viewer) {
 
 void MainWindow::offerRecovery() {
   tools_->showRecovery(false);
+  tools_->showLeftQueue();
 }
 
 void MainWindow::showTour() {
@@ -215,7 +216,7 @@ void MainWindow::openFile(const Filename& file) {
 
 void MainWindow::closeEvent(QCloseEvent* event) {
   if (down_) return event->accept();
-  if (view_->view().inDrag() || !session_.files().mayClose()) return event->ignore();
+  if (view_->view().inDrag() || !tools_->mayClose() || !session_.files().mayClose()) return event->ignore();
   session_.pictureSaver().finish(); // a failure must show while the window exists
   layout_->setPictureOnly(false);
   layout_->store();

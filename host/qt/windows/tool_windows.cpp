@@ -7,10 +7,12 @@
 #include "dialog_host.h"
 #include "editor_view_widget.h"
 #include "farm_windows.h"
+#include "form_fields.h"
 #include "frame_buffer.h"
 #include "kept_window.h"
 #include "link_dialog.h"
 #include "message_box.h"
+#include "queue_windows.h"
 #include "recovery_dialog.h"
 #include "render_settings_dialog.h"
 #include "session.h"
@@ -116,6 +118,26 @@ FarmWindows& ToolWindows::farm() {
   return *farm_;
 }
 
+QueueWindows& ToolWindows::queue() {
+  if (!queue_) {
+    queue_ = new QueueWindows(session_, window_, *commands_.action(QStringLiteral("file.quit")));
+    connect(queue_, &QueueWindows::picturesWanted, this, [this](const QStringList& files) {
+      showFrameBuffer();
+      frameBuffer().openPictures(files);
+    });
+  }
+  return *queue_;
+}
+
+void ToolWindows::showLeftQueue() {
+  if (QFileInfo::exists(QString::fromStdString(settingsFolder()) + QStringLiteral("/queue/queue.json")))
+    queue().showLeft();
+}
+
+bool ToolWindows::mayClose() {
+  return !queue_ || queue_->mayClose();
+}
+
 void ToolWindows::showLink(LiveLink& link) {
   if (!link_) link_ = new LinkDialog(link, &window_);
   present(*link_);
@@ -201,6 +223,7 @@ void ToolWindows::shutDown() {
   delete frame_;
   delete settings_;
   delete farm_;
+  delete queue_;
   delete link_;
   delete shortcuts_;
   delete recovery_;

@@ -14,6 +14,7 @@ class FrameBuffer;
 class KeptWindow;
 class LinkDialog;
 class LiveLink;
+class QueueWindows;
 class RecoveryDialog;
 class RenderSettingsDialog;
 class Session;
@@ -35,6 +36,12 @@ class ToolWindows : public QObject {
   void showRenderSettings();
   /// The dialog that submits to the farm, and the list of its jobs.
   FarmWindows& farm();
+  /// The dialog that adds animations to the render queue, and the queue.
+  QueueWindows& queue();
+  /// Shows the queue when animations of an earlier session are left.
+  void showLeftQueue();
+  /// Asks the user when a window has work that ends with the program.
+  bool mayClose();
   /// The switches and the state of the live link, which must outlive `shutDown`.
   void showLink(LiveLink& link);
   void showShortcuts();
@@ -61,6 +68,7 @@ class ToolWindows : public QObject {
   KeptWindow* keptFrame_ = nullptr; // made when the frame buffer is first shown
   QPointer<RenderSettingsDialog> settings_;
   QPointer<FarmWindows> farm_;
+  QPointer<QueueWindows> queue_;
   QPointer<LinkDialog> link_;
   QPointer<ShortcutsDialog> shortcuts_;
   QPointer<RecoveryDialog> recovery_;
