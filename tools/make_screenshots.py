@@ -301,6 +301,28 @@ class Photographer:
         self.away()
         self.save(self.studio.get(name="farm-jobs")["place"], self.image("farm-jobs"))
 
+    def queue(self):
+        """The render queue at work."""
+        self.start()
+        for output, frames in (("turntable.mp4", "0:8"), ("turntable.####.exr", "0:400")):
+            self.studio.display.to_front("Lumenara Studio")
+            self.studio.menu("Render", "Render Animation...")
+            self.studio.standing(name="animation-dialog")
+            for name, value in (("output", output), ("frames", frames), ("width", 320), ("height", 180), ("samples", 16)):
+                self.studio.enter(f"animation-{name}", str(value))
+            self.away()
+            if output.endswith("exr"):
+                self.save(self.studio.get(name="animation-dialog")["place"], self.manual("queue-dialog"))
+            self.studio.click(name="animation-add")
+            self.studio.standing(name="render-queue")
+        wait_for("the second animation", lambda: "Done" in [t["text"] for t in self.studio.things() if t["name"] == "queue-list"], 300, 0.5)
+        wait_for("a time left", lambda: any(" of 401" in t["text"] for t in self.studio.things()), 60, 0.5)
+        time.sleep(8)
+        self.away()
+        self.save(self.studio.get(name="render-queue")["place"], self.manual("queue"))
+        self.studio.click(name="queue-cancel")
+        wait_for("the end", lambda: "Cancelled" in [t["text"] for t in self.studio.things() if t["name"] == "queue-list"], 60, 0.5)
+
     def shading(self):
         """The shadings beside each other, as the batch program renders them."""
         tiles = []
@@ -368,10 +390,10 @@ def main():
     parser = argparse.ArgumentParser(description="Takes the screenshots of the README and the manual.")
     parser.add_argument("--studio", type=pathlib.Path, default=ROOT / "build" / "release" / "bin" / "lumenara-studio")
     parser.add_argument("--batch", type=pathlib.Path, default=ROOT / "build" / "release" / "bin" / "lumenara")
-    parser.add_argument("names", nargs="*", help="idle render light region compare pictures desk farm shading dialogs")
+    parser.add_argument("names", nargs="*", help="idle render light region compare pictures desk farm queue shading dialogs")
     options = parser.parse_args()
     require_tools()
-    for name in options.names or ("idle", "render", "compare", "region", "pictures", "desk", "farm", "shading", "dialogs", "light"):
+    for name in options.names or ("idle", "render", "compare", "region", "pictures", "desk", "farm", "queue", "shading", "dialogs", "light"):
         photographer = Photographer(options)
         try:
             getattr(photographer, name)()

@@ -69,10 +69,12 @@ TEST_F(AnimationReport, ThePreviewIsASmallPictureOfTheRender) {
   const Picture seen = readPicture(out("seen.png"));
   EXPECT_EQ(seen.width, 256);
   EXPECT_EQ(seen.height, 128);
+  EXPECT_GT(seen.mean(), 0.05) << "the finished frame";
   animate("b.png", "0", {"--quiet", "--size", "30x600", "--preview", out("tall.jpg")});
   const Picture tall = readPicture(out("tall.jpg"));
   EXPECT_EQ(tall.width, 13);
   EXPECT_EQ(tall.height, 256);
+  EXPECT_GT(tall.mean(), 0.05);
 }
 
 TEST_F(AnimationReport, APreviewThatCannotBeWrittenDoesNotEndTheRender) {

@@ -147,6 +147,7 @@ AnimationResult runAnimation(BaseDocument& document, BaseBitmap& bitmap, lmSetti
   runFrames(thread, status, job, before, failures, messages, report);
 
   AnimationResult outcome;
+  report.finished(bitmap, true);
   outcome.rendered = status.progress == 1.0 && running == 0;
   outcome.moved = thread.outputFile.GetString() != job.target.file.GetString();
   outcome.result = status.result;

@@ -43,6 +43,13 @@ void AnimationReport::progress(double part, LONG frame, const BaseBitmap& bitmap
   savePreview(bitmap);
 }
 
+void AnimationReport::finished(const BaseBitmap& bitmap, bool last) {
+  const host::Milliseconds now = host::clock().now();
+  if (!preview_.Content() || (!last && now < nextPreview_ - previewPeriod + finishedPeriod)) return;
+  nextPreview_ = now + previewPeriod;
+  savePreview(bitmap);
+}
+
 void AnimationReport::end(double seconds) {
   if (!json_) return;
   nlohmann::ordered_json line;

@@ -18,12 +18,15 @@ class AnimationReport {
   /// So many frames are to be rendered, and so many were there already.
   void begin(std::size_t frames, std::size_t kept, const Filename& output);
   /// `part` (0 to 1) of all frames is done, and this one is running. A line for each frame, and at most four
-  /// a second; a picture every two seconds. A picture that cannot be written is tried again, without a word.
+  /// a second; a picture every two seconds, and of finished frames. A picture that cannot be written is tried
+  /// again, without a word.
   void progress(double part, LONG frame, const BaseBitmap& bitmap);
+  /// A frame is done; `last` of all.
+  void finished(const BaseBitmap& bitmap, bool last);
   /// All frames are done.
   void end(double seconds);
 
-  static constexpr host::Milliseconds linePeriod = 250, previewPeriod = 2000;
+  static constexpr host::Milliseconds linePeriod = 250, previewPeriod = 2000, finishedPeriod = 500;
   static constexpr LONG previewSize = 256; // pixels of the longer side
 
  private:

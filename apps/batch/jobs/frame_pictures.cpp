@@ -97,6 +97,7 @@ FramePicturesResult renderFramePictures(BaseDocument& document, lmSettings& sett
     ++all.frames;
     all.seconds += job.seconds;
     all.assetMissing = all.assetMissing || job.result == RENDERRESULT_ASSETMISSING;
+    report.finished(*bitmap, index + 1 == frames.size());
   }
   return all;
 }
@@ -131,6 +132,7 @@ FramePicturesResult renderFrameMovie(BaseDocument& document, lmSettings& setting
     ++all.frames;
     all.seconds += job.seconds;
     all.assetMissing = all.assetMissing || job.result == RENDERRESULT_ASSETMISSING;
+    report.finished(*bitmap, index + 1 == frames.size());
   }
   if (!saver->Close()) stopMovie(movie);
   return all;

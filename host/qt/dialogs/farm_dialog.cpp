@@ -104,8 +104,11 @@ void FarmDialog::layOut() {
   auto* layout = new QVBoxLayout(this);
   layout->setContentsMargins(16, 16, 16, 12);
   layout->setSpacing(10);
-  addWork(*addForm(*layout, tr("Picture")));
-  addSlurm(*addForm(*layout, tr("Slurm")));
+  QFormLayout* picture = addForm(*layout, tr("Picture"));
+  addWork(*picture);
+  QFormLayout* slurm = addForm(*layout, tr("Slurm"));
+  addSlurm(*slurm);
+  alignLabels({picture, slurm});
   note_->setWordWrap(true);
   setRole(note_, "dim");
   message_->setWordWrap(true);

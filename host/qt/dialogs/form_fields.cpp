@@ -1,6 +1,7 @@
 #include "form_fields.h"
 
 #include <algorithm>
+#include <vector>
 
 #include "number_field.h"
 #include "platform.h"
@@ -58,6 +59,21 @@ QFormLayout* addForm(QVBoxLayout& layout, const QString& title) {
   form->setLabelAlignment(Qt::AlignRight | Qt::AlignVCenter);
   layout.addLayout(form);
   return form;
+}
+
+void alignLabels(std::initializer_list<QFormLayout*> forms) {
+  std::vector<QWidget*> labels;
+  int width = 0;
+  for (const QFormLayout* form : forms) {
+    for (int row = 0; row < form->rowCount(); ++row) {
+      const QLayoutItem* item = form->itemAt(row, QFormLayout::LabelRole);
+      if (!item || !item->widget()) continue;
+      labels.push_back(item->widget());
+      width = std::max(width, item->widget()->sizeHint().width());
+    }
+  }
+  for (QWidget* label : labels)
+    label->setMinimumWidth(width);
 }
 
 QString roughTime(double seconds) {

@@ -29,6 +29,9 @@ QWidget* formRow(std::initializer_list<QWidget*> widgets, int stretched = -1);
 /// A form below a title, at the end of the layout.
 QFormLayout* addForm(QVBoxLayout& layout, const QString& title);
 
+/// Gives the fields of several forms one left edge.
+void alignLabels(std::initializer_list<QFormLayout*> forms);
+
 /// "12 s", "4 min", "2 h 5 min".
 QString roughTime(double seconds);
 

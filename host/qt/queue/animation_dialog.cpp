@@ -47,6 +47,8 @@ AnimationDialog::AnimationDialog(Session& session, farm::RenderQueue& queue, QWi
   setWindowTitle(tr("Render Animation"));
   layOut();
   connect(output_, &QLineEdit::textChanged, this, &AnimationDialog::showFormat);
+  for (QLineEdit* field : {output_, frames_})
+    connect(field, &QLineEdit::textChanged, this, [this] { say({}, false); });
   takeKept();
   fill();
   showFormat();
@@ -101,7 +103,8 @@ void AnimationDialog::addFormat(QFormLayout& form) {
   existing_->addItems({tr("Render again"), tr("Keep")});
   replace_ = box("animation-replace", tr("Replace an &existing movie"), tr("Replaces a movie of this name"));
   form.addRow(tr("Co&dec"), codec_);
-  form.addRow(tr("&Quality"), quality_);
+  qualityRow_ = formRow({quality_});
+  form.addRow(tr("&Quality"), qualityRow_);
   form.addRow(tr("Co&mpression"), compression_);
   form.addRow(QString(), half_);
   form.addRow(QString(), layers_);
@@ -114,9 +117,11 @@ void AnimationDialog::layOut() {
   auto* layout = new QVBoxLayout(this);
   layout->setContentsMargins(16, 16, 16, 12);
   layout->setSpacing(10);
-  addPicture(*addForm(*layout, tr("Picture")));
+  QFormLayout* picture = addForm(*layout, tr("Picture"));
+  addPicture(*picture);
   format_ = addForm(*layout, tr("Format"));
   addFormat(*format_);
+  alignLabels({picture, format_});
   auto* note =
       new QLabel(tr("The queue gets a copy of the scene as you see it: later changes do not reach it."));
   note->setWordWrap(true);
@@ -222,7 +227,7 @@ void AnimationDialog::showFormat() {
   const farm::OutputKind kind = farm::outputKind(output_->text().trimmed().toStdString());
   if (kind.movie) fillCodecs();
   setRow(*format_, codec_, kind.movie);
-  setRow(*format_, quality_, kind.quality);
+  setRow(*format_, qualityRow_, kind.quality);
   for (QWidget* field : std::initializer_list<QWidget*>{compression_, half_, layers_})
     setRow(*format_, field, kind.exr);
   setRow(*format_, alpha_, kind.alpha);

@@ -51,6 +51,7 @@ class AnimationDialog : public QDialog {
   NumberField *width_, *height_, *samples_, *quality_;
   QComboBox *camera_, *codec_, *compression_, *existing_;
   QCheckBox *denoise_, *stamps_, *alpha_, *half_, *layers_, *replace_;
+  QWidget* qualityRow_ = nullptr;
   QLabel* message_;
   QPushButton* add_;
   QString codecsOf_; // the suffix whose codecs are listed

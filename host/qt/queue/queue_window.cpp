@@ -51,8 +51,11 @@ QString sentence(const QueueRow& row) {
   QStringList parts;
   if (row.state == QueueState::rendering) parts << QueueWindow::tr("Frame %1").arg(row.frame);
   if (row.kept > 0) parts << QueueWindow::tr("%1 kept").arg(row.kept);
-  if (row.seconds >= 1) parts << QueueWindow::tr("rendered for %1").arg(roughTime(row.seconds));
-  return parts.join(QStringLiteral(", "));
+  if (row.state != QueueState::waiting)
+    parts << QueueWindow::tr("rendered for %1").arg(roughTime(row.seconds));
+  QString all = parts.join(QStringLiteral(", "));
+  if (!all.isEmpty()) all[0] = all[0].toUpper();
+  return all;
 }
 
 } // namespace
@@ -89,7 +92,7 @@ void QueueWindow::buildList() {
   picture_->setAccessibleName(tr("Picture of the running frame"));
   picture_->setToolTip(tr("The frame that is being rendered, or the last one"));
   picture_->setFixedSize(pictureWidth, pictureHeight);
-  picture_->setAlignment(Qt::AlignCenter);
+  picture_->setAlignment(Qt::AlignLeft | Qt::AlignTop);
   state_->setObjectName(QStringLiteral("queue-state"));
   state_->setWordWrap(true);
   state_->setTextFormat(Qt::PlainText);
@@ -155,6 +158,11 @@ int QueueWindow::chosen() const {
   return item ? item->data(0, idRole).toInt() : 0;
 }
 
+void QueueWindow::selectNewest() {
+  if (const int count = list_->topLevelItemCount(); count > 0)
+    list_->setCurrentItem(list_->topLevelItem(count - 1));
+}
+
 void QueueWindow::showRow(QTreeWidgetItem& item, const QueueRow& row) {
   const QString file = QString::fromStdString(row.order.output);
   item.setData(0, idRole, row.id);
@@ -203,7 +211,7 @@ void QueueWindow::showChosen() {
   pause_->setToolTip(queue_.isPaused()
                          ? tr("Goes on with the queue (Alt+U)")
                          : tr("Halts the render, which keeps its memory, and starts nothing (Alt+P)"));
-  pause_->setEnabled(queue_.isPaused() || queue_.left() > 0);
+  pause_->setEnabled(queue_.problem().empty());
   cancel_->setEnabled(row && !row->isOver());
   again_->setEnabled(row && row->isOver());
   const auto& rows = queue_.rows();

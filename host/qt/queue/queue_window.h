@@ -19,6 +19,8 @@ class QueueWindow : public QDialog {
  public:
   explicit QueueWindow(farm::RenderQueue& queue, QWidget* parent = nullptr);
 
+  void selectNewest();
+
  signals:
   /// The user wants to see a picture in the Frame Buffer.
   void picturesWanted(const QStringList& files);

@@ -34,7 +34,10 @@ void QueueWindows::showDialog() {
   if (!dialog_) {
     dialog_ = new AnimationDialog(session_, queue_, &window_);
     dialog_->addAction(&quit_);
-    connect(dialog_, &AnimationDialog::queued, this, &QueueWindows::showQueue);
+    connect(dialog_, &AnimationDialog::queued, this, [this] {
+      showQueue();
+      list_->selectNewest();
+    });
   } else if (!dialog_->isVisible()) {
     dialog_->fill();
   }
