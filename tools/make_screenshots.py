@@ -304,11 +304,11 @@ class Photographer:
     def queue(self):
         """The render queue at work."""
         self.start()
-        for output, frames in (("turntable.mp4", "0:8"), ("turntable.####.exr", "0:400")):
+        for output, frames, samples in (("turntable.mp4", "0:8", 16), ("turntable.####.exr", "0:400", 2)):
             self.studio.display.to_front("Lumenara Studio")
             self.studio.menu("Render", "Render Animation...")
             self.studio.standing(name="animation-dialog")
-            for name, value in (("output", output), ("frames", frames), ("width", 320), ("height", 180), ("samples", 16)):
+            for name, value in (("output", output), ("frames", frames), ("width", 320), ("height", 180), ("samples", samples)):
                 self.studio.enter(f"animation-{name}", str(value))
             self.away()
             if output.endswith("exr"):

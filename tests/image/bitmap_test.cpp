@@ -241,3 +241,47 @@ TEST(Bitmap, ThreadsReadAndWriteAtOnce) {
   writer.join();
   EXPECT_EQ(at(*shared, 63, 63), (Rgba{50, 50, 50, 255}));
 }
+
+// Four bytes a pixel have a path of their own: every place and length, in a buffer of just their bytes.
+TEST(Bitmap, RowsOfFourBytesAreThoseOfSinglePixels) {
+  constexpr LONG width = 9;
+  const auto pixelAt = [](LONG i) {
+    const auto value = [i](LONG c) { return static_cast<UWORD>((i * 31 + c * 67 + 5) & 255); };
+    return Rgba{value(0), value(1), value(2), value(3)};
+  };
+  const auto check = [&](LONG depth, LONG x, LONG count) {
+    AutoAlloc<BaseBitmap> from, to;
+    ASSERT_EQ(from->Init(width, 2, depth), IMAGERESULT_OK);
+    ASSERT_EQ(to->Init(width, 2, depth), IMAGERESULT_OK);
+    for (LONG i = 0; i < width; ++i) {
+      put(*from, i, 1, pixelAt(i));
+      put(*to, i, 1, {1, 2, 3, 4});
+    }
+    const auto bytes = static_cast<std::size_t>(count) * 4;
+    const auto argb = std::make_unique<UCHAR[]>(bytes);
+    from->GetPixelCnt(x, 1, count, argb.get(), 4, COLORMODE_ARGB);
+    for (LONG i = 0; i < count; ++i) {
+      const UCHAR* got = argb.get() + i * 4;
+      const bool inside = x + i >= 0 && x + i < width;
+      EXPECT_EQ((Rgba{got[1], got[2], got[3], got[0]}), inside ? at(*from, x + i, 1) : (Rgba{0, 0, 0, 0}))
+          << i;
+    }
+    // The colours alone: the last pixel has three bytes.
+    const auto colors = std::make_unique<UCHAR[]>(bytes - 1);
+    std::copy_n(argb.get() + 1, bytes - 1, colors.get());
+    to->SetPixelCnt(x, 1, count, colors.get(), 4, COLORMODE_RGB);
+    const auto alpha = static_cast<UWORD>(depth == 32 ? 4 : 255);
+    for (LONG i = 0; i < width; ++i) {
+      Rgba wanted = i >= x && i < x + count ? pixelAt(i) : Rgba{1, 2, 3, 0};
+      wanted.a = alpha;
+      EXPECT_EQ(at(*to, i, 1), wanted) << i;
+      EXPECT_EQ(at(*to, i, 0), (Rgba{0, 0, 0, 255})) << "the other row";
+    }
+  };
+  for (const LONG depth : {24, 32})
+    for (LONG x = -2; x < width; ++x)
+      for (LONG count = 1; count <= width + 3; ++count) {
+        SCOPED_TRACE(testing::Message() << depth << " " << x << " " << count);
+        check(depth, x, count);
+      }
+}
