@@ -7,6 +7,13 @@
 
 using namespace movie_fixture;
 
+// x265 3.5 never frees one of its parameter sets: 1168 bytes for each encoder, with any program. Its frames
+// have no pointers, so that the function that allocates is the last one known.
+extern "C" const char* __lsan_default_suppressions(); // NOLINT(bugprone-reserved-identifier)
+extern "C" const char* __lsan_default_suppressions() {
+  return "leak:x265_malloc\n";
+}
+
 namespace {
 
 struct Case {
