@@ -6,6 +6,7 @@
 #include "c4d_render.h"
 #include "c4d_view.h"
 #include "editor_view_widget.h"
+#include "gizmo.h"
 #include "main_kit.h"
 #include "number_field.h"
 #include "plugin_registry.h"
@@ -273,6 +274,67 @@ TEST_F(MainView, TheMoveToolMovesInOneStep) {
   EXPECT_GT(std::abs(after.off.x - before.off.x) + std::abs(after.off.z - before.off.z), 1e-4);
   choose("edit.undo");
   EXPECT_NEAR(host::findObject(document(), object)->GetMg().off.x, before.off.x, 1e-12);
+}
+
+TEST_F(MainView, HandlesMoveAlongTheirAxisInOneStep) {
+  openAndPaint();
+  Identity object = 0;
+  const QPoint spot = objectSpot(&object);
+  QTest::mouseClick(&view(), Qt::LeftButton, Qt::NoModifier, spot);
+  settle();
+  const QImage without = view().grab().toImage();
+  choose("tool.move");
+  const std::size_t steps = session().edits().stepCount();
+  const Matrix before = host::findObject(document(), object)->GetMg();
+  // A point of the x axis' line, away from other handles.
+  host::Gizmo gizmo;
+  gizmo.place = before.off;
+  const host::ViewCamera camera = host::viewCameraOf(*document().GetActiveBaseDraw());
+  const auto handles = host::gizmoHandles(gizmo, camera);
+  const auto line = std::find_if(handles.begin(), handles.end(), [](const auto& one) {
+    return one.part == host::GizmoPart::x && !one.filled;
+  });
+  ASSERT_NE(line, handles.end());
+  const auto at = [&](double t) {
+    const host::GizmoPoint a = line->line[0], b = line->line[1];
+    return QPoint(static_cast<int>(std::lround(a.x + (b.x - a.x) * t)),
+                  static_cast<int>(std::lround(a.y + (b.y - a.y) * t)));
+  };
+  ASSERT_EQ(host::gizmoPartAt(handles, at(0.8).x(), at(0.8).y()), host::GizmoPart::x);
+  const QColor free = view().grab().toImage().pixelColor(at(0.8)), plain = without.pixelColor(at(0.8));
+  EXPECT_NE(free, plain);
+  EXPECT_GT(free.red(), free.green() + 40) << free.name().toStdString();
+  QTest::mouseMove(&view(), at(0.8));
+  settle();
+  EXPECT_EQ(view().grab().toImage().pixelColor(at(0.8)), host::tokens().accent) << "under the pointer";
+
+  QTest::mousePress(&view(), Qt::LeftButton, Qt::NoModifier, at(0.8));
+  QTest::mouseMove(&view(), at(1.2));
+  QTest::mouseMove(&view(), at(1.6));
+  EXPECT_TRUE(session().edits().isContinuous());
+  QTest::mouseRelease(&view(), Qt::LeftButton, Qt::NoModifier, at(1.6));
+  settle();
+  EXPECT_EQ(session().edits().stepCount(), steps + 1);
+  const Matrix after = host::findObject(document(), object)->GetMg();
+  EXPECT_GT(after.off.x, before.off.x + 1e-4);
+  EXPECT_NEAR(after.off.y, before.off.y, 1e-12);
+  EXPECT_NEAR(after.off.z, before.off.z, 1e-12);
+  EXPECT_EQ(host::selectedObjects(document()), host::Identities{object}) << "the selection stays";
+  choose("edit.undo");
+  settle();
+
+  // With Ctrl in steps of a centimetre.
+  choose("tool.step-1cm");
+  QTest::mousePress(&view(), Qt::LeftButton, Qt::NoModifier, at(0.8));
+  QTest::mouseMove(&view(), at(1.2));
+  QMouseEvent last(QEvent::MouseMove, QPointF(at(1.5)), view().mapToGlobal(QPointF(at(1.5))), Qt::NoButton,
+                   Qt::LeftButton, Qt::ControlModifier);
+  QApplication::sendEvent(&view(), &last);
+  QTest::mouseRelease(&view(), Qt::LeftButton, Qt::ControlModifier, at(1.5));
+  settle();
+  const double moved = (host::findObject(document(), object)->GetMg().off.x - before.off.x) * 100;
+  EXPECT_NEAR(moved, std::round(moved), 1e-6);
+  EXPECT_GE(moved, 1);
 }
 
 TEST_F(MainView, EscapeTakesAToolBack) {

@@ -103,6 +103,50 @@ void addFileCommands(const MainParts& parts) {
       {"file.quit", group, word("&Quit"), "", {key("Ctrl+Q")}, [&main = parts.window] { main.close(); }});
 }
 
+// The axes of handles, and the steps of drags with Ctrl.
+void addChoicesOfTools(const MainParts& parts) {
+  EditorViewWidget& view = parts.view;
+  const auto change = [&view](const std::function<void(ToolChoices&)>& set) {
+    ToolChoices choices = ToolChoices::kept();
+    set(choices);
+    choices.keep();
+    view.update();
+  };
+  CommandTable& table = parts.commands;
+  table.add({"tool.object-axes",
+             word("Tools"),
+             word("Handles Along the &Object's Axes"),
+             "",
+             {key("Shift+X")},
+             [change] { change([](ToolChoices& choices) { choices.objectAxes = !choices.objectAxes; }); },
+             {},
+             [] { return ToolChoices::kept().objectAxes; }});
+  for (const auto& [id, name, metres] : {std::tuple{"tool.step-1cm", word("Moves of &1 cm"), 0.01},
+                                         {"tool.step-10cm", word("Moves of 1&0 cm"), 0.1},
+                                         {"tool.step-1m", word("Moves of 1 &m"), 1.0}})
+    table.add(
+        {id,
+         word("Tools"),
+         name,
+         "",
+         {},
+         [change, step = metres] { change([step](ToolChoices& choices) { choices.steps.move = step; }); },
+         {},
+         [step = metres] { return ToolChoices::kept().steps.move == step; }});
+  for (const auto& [id, name, degrees] : {std::tuple{"tool.step-5", word("Turns of &5°"), 5.0},
+                                          {"tool.step-15", word("Turns of 15&°"), 15.0},
+                                          {"tool.step-45", word("Turns of &45°"), 45.0}})
+    table.add(
+        {id,
+         word("Tools"),
+         name,
+         "",
+         {},
+         [change, step = degrees] { change([step](ToolChoices& choices) { choices.steps.turn = step; }); },
+         {},
+         [step = degrees] { return ToolChoices::kept().steps.turn == step; }});
+}
+
 void addViewCommands(const MainParts& parts) {
   const QString group = word("View");
   EditorViewWidget& view = parts.view;
@@ -134,6 +178,7 @@ void addViewCommands(const MainParts& parts) {
                },
                {},
                [&view, kind = tool.tool] { return view.tool() == kind; }});
+  addChoicesOfTools(parts);
   table.add({"tool.focus",
              word("Tools"),
              word("Pick &Focus"),

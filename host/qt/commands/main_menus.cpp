@@ -91,9 +91,12 @@ void MainMenus::buildViewMenu() {
   QMenu* variants = view->addMenu(tr("Material &Variant"));
   variants->setObjectName(QStringLiteral("menu-variants"));
   connect(variants, &QMenu::aboutToShow, this, [this, variants] { fillVariants(*variants); });
-  addCommands(*view,
-              "- tool.select tool.move tool.turn tool.scale tool.focus - time.play time.previous time.next "
-              "time.first time.last -");
+  addCommands(*view, "- tool.select tool.move tool.turn tool.scale");
+  addCommands(*view->addMenu(tr("&Handles")),
+              "tool.object-axes - tool.step-1cm tool.step-10cm tool.step-1m - "
+              "tool.step-5 tool.step-15 tool.step-45");
+  addCommands(*view, "tool.focus - time.play time.previous time.next "
+                     "time.first time.last -");
   addCommands(*view->addMenu(tr("Th&eme")), "view.theme-desktop - view.theme-dark view.theme-light");
 }
 

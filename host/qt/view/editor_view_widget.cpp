@@ -4,6 +4,7 @@
 
 #include "bitmap_image.h"
 #include "c4d_events.h"
+#include "gizmo_paint.h"
 #include "material_manager.h"
 #include "parameters.h"
 #include "running_state.h"
@@ -134,6 +135,7 @@ void EditorViewWidget::lookThrough(Identity camera) {
 void EditorViewWidget::setTool(ViewTool tool) {
   if (tool == tool_) return;
   tool_ = tool;
+  update();
   emit toolChanged();
 }
 
@@ -159,6 +161,9 @@ void EditorViewWidget::paintEvent(QPaintEvent* /*event*/) {
                     picture);
   paintTexts(painter);
   paintBand(painter);
+  paintGizmo(painter, toolDrag_.handles(tool_), toolDrag_.part());
+  if (const QString text = toolDrag_.text(); !text.isEmpty())
+    paintGizmoText(painter, toolDrag_.pointer(), text);
 }
 
 void EditorViewWidget::paintTexts(QPainter& painter) {
@@ -259,6 +264,7 @@ void EditorViewWidget::press(QMouseEvent* event, bool twice) {
       input.keys.digit == 0)
     return pickFocus(event->position());
   hideRender();
+  if (grabHandle(*event, input)) return;
   input.doubleClick = twice;
   hookDrag_.reset();
   const bool used = view_->mousePress(input);
@@ -273,6 +279,14 @@ void EditorViewWidget::press(QMouseEvent* event, bool twice) {
   if (event->button() == Qt::LeftButton && !input.keys.alt && input.keys.digit == 0 && !view_->isNavigating())
     beginDrag(event->position(), add);
   showCursor(event->position());
+}
+
+// Handles lie on top of everything but the plug-ins' own.
+bool EditorViewWidget::grabHandle(const QMouseEvent& event, const ViewMouse& input) {
+  if (event.button() != Qt::LeftButton || input.keys.alt || input.keys.digit != 0 || view_->isNavigating())
+    return false;
+  if (view_->cursorAt(input.x, input.y) == MOUSE_MOVE) return false;
+  return toolDrag_.grab(tool_, event.position());
 }
 
 // Also in a finished render, which shows the same view.
@@ -299,8 +313,9 @@ void EditorViewWidget::mouseMoveEvent(QMouseEvent* event) {
     return hookDrag_.queue(
         {DragEvent::Kind::move, event->position().x(), event->position().y(), keys(event->modifiers())});
   }
-  view_->mouseMove(mouse(*event));
-  toolDrag_.drag(event->position());
+  if (!toolDrag_.isArmed() || toolDrag_.part() == GizmoPart::none) view_->mouseMove(mouse(*event));
+  toolDrag_.drag(event->position(), event->modifiers() & Qt::ControlModifier);
+  if (toolDrag_.isRunning() || (!toolDrag_.isArmed() && toolDrag_.hover(tool_, event->position()))) update();
   if (band_) dragBand(event->position());
   showCursor(event->position());
 }
@@ -311,10 +326,11 @@ void EditorViewWidget::mouseReleaseEvent(QMouseEvent* event) {
     return hookDrag_.queue(
         {DragEvent::Kind::release, event->position().x(), event->position().y(), keys(event->modifiers())});
   }
-  view_->mouseRelease(mouse(*event));
+  if (!toolDrag_.isArmed() || toolDrag_.part() == GizmoPart::none) view_->mouseRelease(mouse(*event));
   if (event->button() == Qt::LeftButton) {
     toolDrag_.end(true);
     endBand(true);
+    update();
   }
   showCursor(event->position());
 }

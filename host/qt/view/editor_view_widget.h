@@ -65,6 +65,7 @@ class EditorViewWidget : public QWidget {
   ViewKeys keys(Qt::KeyboardModifiers modifiers) const;
   ViewMouse mouse(const QMouseEvent& event) const;
   void press(QMouseEvent* event, bool twice);
+  bool grabHandle(const QMouseEvent& event, const ViewMouse& input);
   void beginDrag(const QPointF& at, bool add);
   void pickFocus(const QPointF& at);
   bool escape(QEvent& event, bool onView);
