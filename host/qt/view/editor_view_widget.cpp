@@ -135,6 +135,7 @@ void EditorViewWidget::lookThrough(Identity camera) {
 void EditorViewWidget::setTool(ViewTool tool) {
   if (tool == tool_) return;
   tool_ = tool;
+  toolDrag_.hover(tool, mapFromGlobal(QCursor::pos()));
   update();
   emit toolChanged();
 }
