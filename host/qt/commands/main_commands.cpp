@@ -5,6 +5,7 @@
 #include "editor_view_widget.h"
 #include "farm_windows.h"
 #include "full_picture.h"
+#include "key_table.h"
 #include "qt_user_interface.h"
 #include "scene_commands.h"
 #include "scene_edits.h"
@@ -343,6 +344,7 @@ void addMainCommands(const MainParts& parts) {
   addWindowCommands(parts);
   addThemeCommands(parts.commands);
   addGestures(parts.commands);
+  parts.commands.keys().complete({});
 }
 
 } // namespace host

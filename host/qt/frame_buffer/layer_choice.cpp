@@ -22,7 +22,7 @@ bool isHeading(const QListWidgetItem& item) {
 LayerChoice::LayerChoice(QWidget* parent) : QToolButton(parent) {
   setObjectName(QStringLiteral("layerChoice"));
   setAccessibleName(tr("Layer"));
-  setToolTip(tr("The layer of the picture that is shown (Left, Right)"));
+  setToolTip(tr("The layer of the picture that is shown"));
   setToolButtonStyle(Qt::ToolButtonTextOnly);
   setMinimumWidth(150);
   setFixedHeight(metrics::control);
