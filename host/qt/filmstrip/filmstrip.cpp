@@ -336,28 +336,32 @@ QMenu* Filmstrip::makeMenu() {
     action->setEnabled(enabled);
     if (!key.isEmpty()) action->setShortcut(key);
   };
-  const auto key = [this](const char* command) { return commandKey(*this, command, {}); };
+  const auto key = [this](const char* command, const char* otherwise) {
+    return commandKey(*this, command, QKeySequence(QLatin1String(otherwise)));
+  };
   add(
-      "restore", tr("Restore Scene"), one && scenes, [this] { restoreScene(); }, key("restore-scene"));
+      "restore", tr("Restore Scene"), one && scenes, [this] { restoreScene(); },
+      key("restore-scene", "Ctrl+Shift+R"));
   add(
       "changes", tr("Show What Changed"), scenes && items.size() <= 2, [this] { showChanges(); },
-      key("show-changes"));
+      key("show-changes", "Ctrl+Shift+D"));
   menu->addSeparator();
   add(
-      "star", starred ? tr("Remove Star") : tr("Star"), marks, [this] { toggleStar(); }, key("star-picture"));
+      "star", starred ? tr("Remove Star") : tr("Star"), marks, [this] { toggleStar(); },
+      key("star-picture", "*"));
   add(
-      "note", tr("Note..."), marks, [this] { askNote(); }, key("note-picture"));
+      "note", tr("Note..."), marks, [this] { askNote(); }, key("note-picture", "Shift+N"));
   add(
       "rename", tr("Rename"), one && (items[0].entry || items[0].picture), [this] { rename(); }, Qt::Key_F2);
   add(
       "remove", tr("Remove"),
       all([](const FilmstripItem& item) { return !item.running && (item.entry || item.picture); }),
-      [this] { remove(); }, key("delete"));
+      [this] { remove(); }, key("delete", "Del"));
   menu->addSeparator();
   add(
-      "use-a", tr("Use as A"), one, [this] { use(0); }, key("use-a"));
+      "use-a", tr("Use as A"), one, [this] { use(0); }, key("use-a", "Shift+A"));
   add(
-      "use-b", tr("Use as B"), one, [this] { use(1); }, key("use-b"));
+      "use-b", tr("Use as B"), one, [this] { use(1); }, key("use-b", "Shift+B"));
   add("folder", tr("Show in Folder"), one && (items[0].isFile() || items[0].entry),
       [this] { showInFolder(); });
   return menu;
