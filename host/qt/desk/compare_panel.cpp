@@ -128,6 +128,7 @@ void ComparePanel::buildFields() {
     auto* field = new SliderField(this);
     field->setObjectName(QLatin1String(name));
     field->setToolTip(tip);
+    field->setName(label);
     grid->addWidget(new QLabel(label, this), grid->rowCount(), 0);
     grid->addWidget(field, grid->rowCount() - 1, 1);
     return field;

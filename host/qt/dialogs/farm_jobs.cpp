@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "mnemonic_tips.h"
 #include "qt_text.h"
 #include "theme.h"
 
@@ -73,6 +74,7 @@ FarmJobs::FarmJobs(farm::FarmDesk& desk, QWidget* parent)
   setWindowTitle(tr("Farm Jobs"));
   resize(820, 560);
   buildLists();
+  tellMnemonics(*this);
   changed_ = desk_.changed.add([this] { showRows(); });
   showRows();
 }
@@ -294,6 +296,8 @@ void FarmJobs::showLog(const std::string& error, const std::string& text) {
   auto* page = new QPlainTextEdit(text.empty() ? tr("Nothing was printed.") : QString::fromStdString(text));
   page->setObjectName(QStringLiteral("farm-log-text"));
   page->setReadOnly(true);
+  page->setAccessibleName(tr("Log"));
+  page->setToolTip(tr("The output of the task, to be copied (Ctrl+C)"));
   auto* layout = new QVBoxLayout(window);
   layout->addWidget(page);
   window->resize(680, 400);

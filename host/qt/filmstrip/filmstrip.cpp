@@ -44,6 +44,7 @@ void Filmstrip::build() {
   list_ = new QListView(this);
   list_->setObjectName(QStringLiteral("filmstripList"));
   list_->setAccessibleName(tr("Pictures"));
+  list_->setToolTip(tr("The pictures of this session and of earlier ones, the newest first"));
   list_->setModel(model_);
   list_->setIconSize(FilmstripModel::thumbnailSize);
   list_->setSpacing(2);

@@ -84,6 +84,7 @@ void ViewBar::addFields(QToolBar& bar) {
   exposure_->setRange(-ViewSettings::mostStops, ViewSettings::mostStops);
   exposure_->setSliderRange(-6, 6);
   exposure_->setStep(0.1);
+  exposure_->setName(tr("Exposure"));
   exposure_->setDecimals(2);
   exposure_->setFixedWidth(190);
   addLabelled(bar, tr("Exposure"), *exposure_);

@@ -41,6 +41,7 @@ void MaterialManager::build() {
   list_ = new QListView(this);
   list_->setObjectName(QStringLiteral("materialList"));
   list_->setAccessibleName(tr("Materials"));
+  list_->setToolTip(tr("The materials of the scene. Drag one onto an object to assign it."));
   list_->setModel(model_);
   list_->setViewMode(QListView::IconMode);
   list_->setMovement(QListView::Static);

@@ -62,6 +62,7 @@ void ObjectManager::build() {
   search_->setObjectName(QStringLiteral("objectSearch"));
   search_->setPlaceholderText(tr("Search"));
   search_->setAccessibleName(tr("Search objects"));
+  search_->setToolTip(tr("A part of an object's name. Down goes to the list, Esc clears the search."));
   search_->setClearButtonEnabled(true);
   search_->addAction(icon(QStringLiteral("search")), QLineEdit::LeadingPosition);
   search_->installEventFilter(this);
@@ -71,6 +72,7 @@ void ObjectManager::build() {
   tree_ = tree;
   tree_->setObjectName(QStringLiteral("objectTree"));
   tree_->setAccessibleName(tr("Objects"));
+  tree_->setToolTip(tr("The objects of the scene. Drag one to put it into another."));
   tree_->installEventFilter(this);
   empty_ = makeTeachingLabel(this);
   stack_ = new QStackedWidget(this);

@@ -5,6 +5,7 @@
 #include "key_rules.h"
 #include "key_table.h"
 #include "message_box.h"
+#include "mnemonic_tips.h"
 #include "theme.h"
 
 namespace host {
@@ -48,6 +49,7 @@ ShortcutsDialog::ShortcutsDialog(CommandTable& table, QWidget* parent)
   setWindowTitle(tr("Shortcuts"));
   resize(560, 680);
   build();
+  tellMnemonics(*this);
   fill();
   connect(&keys_, &KeyTable::changed, this, &ShortcutsDialog::showKeys);
   showChoice();
