@@ -6,6 +6,7 @@
 #include "farm_windows.h"
 #include "full_picture.h"
 #include "key_table.h"
+#include "preset_commands.h"
 #include "qt_user_interface.h"
 #include "scene_commands.h"
 #include "scene_edits.h"
@@ -341,6 +342,7 @@ void addMainCommands(const MainParts& parts) {
   addTimeCommands(parts);
   addRenderCommands(parts);
   addFarmCommands(parts);
+  addPresetCommands(parts.commands);
   addWindowCommands(parts);
   addThemeCommands(parts.commands);
   addGestures(parts.commands);

@@ -152,6 +152,11 @@ void ComparePanel::buildFields() {
   for (const MetricKind& kind : metricKinds())
     heat_->addItem(QString::fromLatin1(kind.name).toUpper());
   connect(heat_, &QComboBox::activated, this, &ComparePanel::measure);
+  addBlink(*grid);
+  addLabels(*grid);
+}
+
+void ComparePanel::addBlink(QGridLayout& grid) {
   blink_ = new QCheckBox(tr("Blink"), this);
   blink_->setObjectName(QStringLiteral("compareBlink"));
   blink_->setToolTip(tr("Changes between A and B twice a second"));
@@ -159,8 +164,7 @@ void ComparePanel::buildFields() {
     if (on) setMode(CompareMode::toggle);
     on ? blinking_.start() : blinking_.stop();
   });
-  grid->addWidget(blink_, grid->rowCount(), 0, 1, 2);
-  addLabels(*grid);
+  grid.addWidget(blink_, grid.rowCount(), 0, 1, 2);
 }
 
 void ComparePanel::addLabels(QGridLayout& grid) {
