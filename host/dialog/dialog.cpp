@@ -122,6 +122,17 @@ std::vector<GeDialog*> openDialogs() {
   return opened();
 }
 
+void reloadDialogs(LONG pluginId) {
+  for (GeDialog* dialog : openDialogs()) {
+    const std::vector<GeDialog*> now = openDialogs(); // the ones before may have closed it
+    if (std::find(now.begin(), now.end(), dialog) == now.end()) continue;
+    DialogState& state = *Access::state(*dialog);
+    if (state.pluginId != pluginId) continue;
+    callPlugin(
+        state.plugin, [&] { return state.dialog.InitValues() != FALSE; }, false);
+  }
+}
+
 bool requestClose(GeDialog& dialog) {
   if (!dialog.IsOpen()) return true;
   DialogState& state = *Access::state(dialog);

@@ -46,6 +46,9 @@ struct DialogState final : CoreListener {
 /// Open dialogs, in the order of opening.
 std::vector<GeDialog*> openDialogs();
 
+/// Lets the open dialogs with this ID show their stored values again (`InitValues`).
+void reloadDialogs(LONG pluginId);
+
 /// Closes the dialog for the user unless it refuses. Returns whether it is closed.
 bool requestClose(GeDialog& dialog);
 

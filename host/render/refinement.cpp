@@ -115,6 +115,7 @@ bool Refinement::run(const std::function<bool()>& afterFirst) {
     if (!finePass(target)) return false;
     plan.passed(target, pass.milliseconds());
     level_ = target;
+    tellNoise(target);
     if (plan.finished()) break;
     settle(target);
     if (!denoiseLive(live, target, since)) return false;
@@ -346,6 +347,19 @@ void Refinement::putNoise() {
       layers_.putNoise(filmPixel(x, y),
                        std::sqrt(noise_.squaredError(x, y, [](std::size_t) { return true; })));
   });
+}
+
+// Some pixels, evenly spread, say as much as all of them at a small part of the cost.
+void Refinement::tellNoise(int level) {
+  if (!hooks_.noise || level < 4 || !std::has_single_bit(static_cast<unsigned>(level)) || settings_.preview)
+    return;
+  constexpr std::size_t measured = 65536;
+  const std::size_t step = (pixels_.size() / measured) | 1; // odd: runs over all columns
+  double sum = 0;
+  std::size_t count = 0;
+  for (std::size_t i = 0; i < pixels_.size(); i += step, ++count)
+    sum += static_cast<double>(pixels_[i].squaredError());
+  if (count > 0) hooks_.noise(std::sqrt(sum / static_cast<double>(count)));
 }
 
 // The mean squared error around each pixel, of the pixels that still take samples.

@@ -87,6 +87,7 @@ class Refinement {
   std::vector<float> squaredNoise() const;
   void dealSamples(int level);
   void putNoise();
+  void tellNoise(int level);
   void addProgress(double samples);
   void endProgress();
   double leftMs() const;

@@ -46,7 +46,9 @@ class DocumentRender {
 
   /// Called when the first picture is complete.
   void setVisible(std::function<void()> visible) { visible_ = std::move(visible); }
-  void setProgressed(std::function<void(double, int)> progressed) { progressed_ = std::move(progressed); }
+  void setProgressed(std::function<void(double, int, double)> progressed) {
+    progressed_ = std::move(progressed);
+  }
 
   RENDERRESULT run() {
     if (settings_.region.empty()) return RENDERRESULT_OK;
@@ -141,9 +143,10 @@ class DocumentRender {
     };
     // A hardware preview that fails midway starts again in software; the progress does not fall.
     hooks.progress = [this](double part) {
-      if (progressed_) progressed_(std::max(part, reported_), settings_.samples);
+      if (progressed_) progressed_(std::max(part, reported_), settings_.samples, noise_);
       reportProgress(std::max(part, reported_), RENDERPROGRESSTYPE_DURINGRENDERING);
     };
+    hooks.noise = [this](double noise) { noise_ = noise; };
     hooks.visible = visible_;
     if (posts.empty()) return hooks;
     hooks.beginPasses = [this, &posts] {
@@ -187,7 +190,8 @@ class DocumentRender {
   BaseThread* thread_;
   RenderSettings settings_;
   std::function<void()> visible_;
-  std::function<void(double, int)> progressed_;
+  std::function<void(double, int, double)> progressed_; // part, samples, noise
+  double noise_ = -1;                                   // measured last
   RenderReport report_;
   RENDERRESULT error_ = RENDERRESULT_OK; // the slot of the video posts
   std::atomic<bool> postFailed_{false};
@@ -239,8 +243,8 @@ class Announcement {
     notice_.film = filmOf(bitmap);
     guarded([this] { tellRenderVisible(notice_); });
   }
-  void progressed(double part, int samples) {
-    guarded([&] { tellRenderProgressed({notice_.id, notice_.byPlugin, part, samples}); });
+  void progressed(double part, int samples, double noise) {
+    guarded([&] { tellRenderProgressed({notice_.id, notice_.byPlugin, part, samples, noise}); });
   }
   void end(RENDERRESULT result, const BaseBitmap& bitmap) {
     notice_.result = result;
@@ -282,7 +286,8 @@ RENDERRESULT RenderDocument(BaseDocument* document, const BaseContainer& setting
   try {
     DocumentRender render(*document, settings, progress, userData, *bitmap, flags, thread);
     render.setVisible([&] { announcement.visible(*bitmap); });
-    render.setProgressed([&](double part, int samples) { announcement.progressed(part, samples); });
+    render.setProgressed(
+        [&](double part, int samples, double noise) { announcement.progressed(part, samples, noise); });
     const RENDERRESULT result = render.run();
     publishStats(render.stats());
     announcement.end(result, *bitmap);

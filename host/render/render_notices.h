@@ -32,6 +32,9 @@ struct RenderProgress {
   bool byPlugin = false;
   double part = 0; // 0 to 1, never falling
   int samples = 0; // wanted of each pixel
+  // The standard error of a pixel's brightness on a display (root mean square), as the noise threshold counts
+  // it. Measured when the samples have doubled; below 0: not yet.
+  double noise = -1;
 };
 
 /// Called on the renders' threads, several at a time.

@@ -19,6 +19,7 @@ namespace host::render {
 struct RenderHooks {
   std::function<bool()> stopped;                // asked often and from every worker
   std::function<void(double)> progress;         // 0 to 1, never falling
+  std::function<void(double)> noise;            // a new measure, see `RenderProgress`
   std::function<void()> visible;                // the first picture of the whole region is complete; once
   std::function<void()> beginPasses, endPasses; // around all drawing
   std::function<void()> beginTile, endTile;     // around the writing of a tile into the bitmap

@@ -52,6 +52,22 @@ class Settings : public testing::Test {
   TempFolder folder;
 };
 
+TEST_F(Settings, PresetsStoreTheirOptimizationsAlone) {
+  set("opt.engine", "1");
+  const Outcome draft = settings({"preset", "draft"});
+  EXPECT_EQ(draft.code, 0) << draft.err;
+  EXPECT_EQ(get("opt.gi"), "0\n");
+  EXPECT_EQ(get("opt.lod"), "0.5\n");
+  EXPECT_EQ(get("opt.engine"), "1\n") << "no part of presets";
+  EXPECT_EQ(settings({"preset", "final"}).code, 0);
+  EXPECT_EQ(get("opt.gi"), "1\n");
+  EXPECT_EQ(get("opt.anti-aliasing"), "2\n");
+  const Outcome unknown = settings({"preset", "finest"});
+  EXPECT_EQ(unknown.code, 2);
+  EXPECT_NE(unknown.err.find("final"), std::string::npos) << unknown.err;
+  EXPECT_EQ(get("opt.anti-aliasing"), "2\n");
+}
+
 TEST_F(Settings, DefaultsAtFirst) {
   EXPECT_EQ(get("LM_REFRESH_DELAY"), "250\n");
   EXPECT_EQ(get("20005"), "250\n");

@@ -9,7 +9,6 @@
 #include <QSlider>
 #include <QToolBar>
 #include <QToolButton>
-#include <QTreeWidget>
 
 #include "about_dialog.h"
 #include "editor_view_widget.h"
@@ -18,7 +17,6 @@
 #include "qt_text.h"
 #include "scene_edits.h"
 #include "scene_queries.h"
-#include "shortcuts_dialog.h"
 #include "status_widget.h"
 #include "variants.h"
 
@@ -114,36 +112,6 @@ TEST_F(MainCommands, EveryCommandHasAPlaceInAMenu) {
     walk(*action->menu());
   for (const host::Command& command : window().commands().commands())
     EXPECT_TRUE(reachable.contains(window().commands().action(command.id))) << command.id.toStdString();
-}
-
-TEST_F(MainCommands, ShortcutsDialogListsTheTable) {
-  host::ShortcutsDialog dialog(window().commands());
-  auto* list = dialog.findChild<QTreeWidget*>();
-  QStringList shown;
-  for (int i = 0; i < list->topLevelItemCount(); ++i)
-    for (int j = 0; j < list->topLevelItem(i)->childCount(); ++j)
-      shown.push_back(list->topLevelItem(i)->child(j)->text(0));
-  int wanted = static_cast<int>(window().commands().gestures().size());
-  for (const host::Command& command : window().commands().commands())
-    if (!command.keys.isEmpty()) ++wanted;
-  EXPECT_EQ(shown.size(), wanted);
-  EXPECT_TRUE(shown.contains("Undo"));
-  EXPECT_TRUE(shown.contains("Orbit"));
-}
-
-TEST_F(MainCommands, ShortcutsDialogListsTheFrameBuffersKeys) {
-  choose("help.shortcuts");
-  const auto* dialog = window().findChild<host::ShortcutsDialog*>();
-  ASSERT_NE(dialog, nullptr);
-  const QList<QTreeWidgetItem*> headings =
-      dialog->findChild<QTreeWidget*>()->findItems("Frame Buffer", Qt::MatchExactly);
-  ASSERT_EQ(headings.size(), 1);
-  QStringList rows;
-  for (int i = 0; i < headings[0]->childCount(); ++i)
-    rows.push_back(headings[0]->child(i)->text(0) + ": " + headings[0]->child(i)->text(1));
-  EXPECT_TRUE(rows.contains("One to One: 1")) << rows.join("; ").toStdString();
-  EXPECT_TRUE(rows.contains("Close: Ctrl+W")) << rows.join("; ").toStdString();
-  EXPECT_EQ(rows.filter("Quit").size(), 0);
 }
 
 TEST_F(MainCommands, UndoAndRedoFollowTheEdits) {

@@ -85,5 +85,43 @@ def theme_menu(run):
     studio.quit()
 
 
+def assigned_keys(run):
+    """Help > Shortcuts: a key that another command has, reassigned; it works at once and at the next start."""
+    studio = run.start(run.scene)
+    studio.await_keyboard()
+    studio.menu("Help", "Shortcuts")
+    studio.get(name="shortcuts")
+    studio.click(thing=studio.standing(name="keys-search"))
+    studio.write("render sett")
+    row = {"class": "row", "name": "keys-list", "text": "Render Settings"}
+    wait_for("the command", lambda: studio.find(**row))
+    studio.click(thing=studio.standing(**row))
+    wait_for("the chosen command", lambda: studio.get(name="keys-command")["text"] == "Render Settings")
+    studio.click(thing=studio.standing(name="keys-field"))
+    wait_for("the field's keyboard", lambda: studio.get(name="keys-field")["focus"])
+    studio.key("ctrl+d")
+    wait_for("the other command's name", lambda: "Duplicate" in studio.get(name="keys-message")["text"])
+    save(run, "assigned_keys-1")
+    studio.key("Return")
+    wait_for("the assigned key", lambda: studio.get(name="keys-field")["text"] == "Ctrl+D" and
+             not studio.get(name="keys-message")["text"])
+    save(run, "assigned_keys-2")
+    studio.key("Escape")
+    wait_for("closed shortcuts", lambda: studio.find(name="shortcuts") is None)
+    studio.await_keyboard()
+    studio.key("ctrl+d")
+    studio.get(name="renderSettings")
+    studio.key("Escape")
+    wait_for("closed render settings", lambda: studio.find(name="renderSettings") is None)
+    studio.quit()
+    studio = run.start(run.scene)
+    studio.await_keyboard()
+    studio.key("ctrl+d")
+    studio.get(name="renderSettings")
+    studio.key("Escape")
+    wait_for("closed render settings again", lambda: studio.find(name="renderSettings") is None)
+    studio.quit()
+
+
 if __name__ == "__main__":
-    sys.exit(main((first_start, command_search, theme_menu)))
+    sys.exit(main((first_start, command_search, theme_menu, assigned_keys)))

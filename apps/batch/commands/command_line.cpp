@@ -168,6 +168,10 @@ CLI::App* addSettings(CLI::App& app, RawOptions& raw) {
   CLI::App* set = add("set", "Store one value", SettingsAction::set);
   set->add_option("KEY", raw.settings.key, "Name, number or LM_ name")->required();
   set->add_option("VALUE", raw.settings.value, "A number, a text, or r,g,b for a colour")->required();
+  add("preset", "Store the optimizations of a preset", SettingsAction::preset)
+      ->add_option("NAME", raw.settings.preset, "draft, look or final")
+      ->required()
+      ->check(CLI::IsMember({"draft", "look", "final"}));
   add("reset", "Return to the defaults at the next start", SettingsAction::reset);
   return settings;
 }

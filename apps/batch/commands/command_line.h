@@ -37,11 +37,12 @@ struct InfoOptions {
   bool json = false;
 };
 
-enum class SettingsAction { list, get, set, reset };
+enum class SettingsAction { list, get, set, preset, reset };
 
 struct SettingsOptions {
   SettingsAction action = SettingsAction::list;
   std::string key, value, home;
+  std::string preset;  // of settingPresetNames
   bool names = false;  // list the readable names alone
   bool origin = false; // list where each value comes from
   bool json = false;

@@ -10,6 +10,7 @@
 #include "program.h"
 #include "setting_list.h"
 #include "setting_names.h"
+#include "setting_presets.h"
 #include "setting_values.h"
 #include "setting_words.h"
 #include "thread_context.h"
@@ -107,6 +108,14 @@ void set(const std::string& name, const std::string& text) {
   }
 }
 
+void usePreset(const std::string& name) {
+  if (!SetWorldPluginData(ID_LUMENARA, host::settingPreset(name), TRUE)) {
+    throw Stop(ExitCode::outputNotWritable, "the preset was not stored in " +
+                                                GeGetStartupWritePath().GetString().GetUTF8() +
+                                                "; make the folder writable or name another with --home");
+  }
+}
+
 void leaveResetMarker() {
   const Filename marker = GetDataFolder() + "reset.lm";
   AutoAlloc<BaseFile> file;
@@ -133,7 +142,8 @@ ExitCode runSettings(const SettingsOptions& options) {
     return ExitCode::done;
   }
   SettingsHost host(options.home);
-  if (options.action == SettingsAction::reset || options.action == SettingsAction::set) host.requireHome();
+  const bool reads = options.action == SettingsAction::list || options.action == SettingsAction::get;
+  if (!reads) host.requireHome();
   if (options.action == SettingsAction::reset) {
     leaveResetMarker();
     return ExitCode::done;
@@ -144,6 +154,7 @@ ExitCode runSettings(const SettingsOptions& options) {
     listSettings(currentSettings(), host.plugin(), host.startupPath(), options);
   if (options.action == SettingsAction::get) get(options.key, options.json);
   if (options.action == SettingsAction::set) set(options.key, options.value);
+  if (options.action == SettingsAction::preset) usePreset(options.preset);
   return ExitCode::done;
 }
 

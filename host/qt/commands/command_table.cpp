@@ -1,15 +1,12 @@
 #include "command_table.h"
 
 #include "icons.h"
+#include "key_rules.h"
+#include "key_table.h"
 
 namespace host {
 
 namespace {
-
-// Removes the mnemonic.
-QString plain(QString text) {
-  return text.remove(QLatin1Char('&')).remove(QStringLiteral("..."));
-}
 
 // Keys without Ctrl or Alt that a focused widget handles itself.
 bool keepsKey(const QWidget* widget, int key) {
@@ -22,7 +19,10 @@ bool keepsKey(const QWidget* widget, int key) {
 
 } // namespace
 
-CommandTable::CommandTable(QWidget* window) : QObject(window), window_(window) {
+CommandTable::CommandTable(QMainWindow* window)
+    : QObject(window), window_(window), keys_(new KeyTable(this)) {
+  keys_->setWindow(mainKeys, *window);
+  connect(keys_, &KeyTable::changed, this, &CommandTable::refreshSoon); // tool tips
   soon_.setSingleShot(true);
   soon_.setInterval(0);
   connect(&soon_, &QTimer::timeout, this, &CommandTable::refresh);
@@ -39,6 +39,7 @@ QAction* CommandTable::add(Command command) {
   const std::size_t index = commands_.size();
   connect(action, &QAction::triggered, this, [this, index] { run(index); });
   window_->addAction(action);
+  keys_->add(command.id, command.group, *action, mainKeys);
   actions_.insert(command.id, action);
   commands_.push_back(std::move(command));
   return action;
@@ -63,9 +64,7 @@ void CommandTable::refresh() {
     if (command.label) action->setText(command.label());
     if (command.checked) action->setChecked(command.checked());
     action->setEnabled(!command.enabled || command.enabled());
-    const QString key = action->shortcut().toString(QKeySequence::NativeText);
-    action->setToolTip(key.isEmpty() ? plain(action->text())
-                                     : QStringLiteral("%1 (%2)").arg(plain(action->text()), key));
+    setTipWithKey(*action, plainCommand(action->text()));
   }
 }
 

@@ -11,16 +11,20 @@
 #include <vector>
 
 class QAction;
-class QWidget;
+class QMainWindow;
+
+namespace host {
+class KeyTable;
+}
 
 namespace host {
 
 struct Command {
-  QString id;    // "file.open"; also the object name of its action
-  QString group; // the heading that it stands under in Help > Shortcuts
-  QString text;  // with its mnemonic: "&Open..."
-  QString icon;  // a name of icons.h; may be empty
-  QList<QKeySequence> keys;
+  QString id;               // "file.open"; also the object name of its action
+  QString group;            // the heading that it stands under in Help > Shortcuts
+  QString text;             // with its mnemonic: "&Open..."
+  QString icon;             // a name of icons.h; may be empty
+  QList<QKeySequence> keys; // the standard ones: the user may assign others
   std::function<void()> run;
   std::function<bool()> enabled = {};  // empty: always
   std::function<bool()> checked = {};  // empty: not checkable
@@ -36,7 +40,7 @@ class CommandTable : public QObject {
   Q_OBJECT
  public:
   /// The actions belong to `window`: their keys work in it and in windows that float above it.
-  explicit CommandTable(QWidget* window);
+  explicit CommandTable(QMainWindow* window);
 
   /// The ID must be new.
   QAction* add(Command command);
@@ -45,7 +49,9 @@ class CommandTable : public QObject {
   QAction* action(const QString& id) const { return actions_.value(id); }
   const std::vector<Command>& commands() const { return commands_; }
   const std::vector<Gesture>& gestures() const { return gestures_; }
-  /// Keys that several commands use, as text; empty in a correct table.
+  /// The keys of this table and of the Frame Buffer's commands.
+  KeyTable& keys() { return *keys_; }
+  /// Standard keys that several commands use, as text; empty in a correct table.
   QStringList duplicateKeys() const;
 
   /// Commands do not run while this returns true, for example during a drag of a scene hook.
@@ -61,7 +67,8 @@ class CommandTable : public QObject {
  private:
   void run(std::size_t index);
 
-  QWidget* window_;
+  QMainWindow* window_;
+  KeyTable* keys_;
   std::vector<Command> commands_;
   std::vector<Gesture> gestures_;
   QHash<QString, QAction*> actions_;

@@ -5,6 +5,8 @@
 #include "editor_view_widget.h"
 #include "farm_windows.h"
 #include "full_picture.h"
+#include "key_table.h"
+#include "preset_commands.h"
 #include "qt_user_interface.h"
 #include "queue_windows.h"
 #include "scene_commands.h"
@@ -397,9 +399,11 @@ void addMainCommands(const MainParts& parts) {
   addTimeCommands(parts);
   addRenderCommands(parts);
   addFarmCommands(parts);
+  addPresetCommands(parts.commands);
   addWindowCommands(parts);
   addThemeCommands(parts.commands);
   addGestures(parts.commands);
+  parts.commands.keys().complete({});
 }
 
 } // namespace host

@@ -58,9 +58,7 @@ void MainMenus::buildMenuBar() {
   addCommands(*file, "file.recover - file.link - file.quit");
   buildEditMenu();
   buildViewMenu();
-  addCommands(*addMenu(tr("&Render")), "render.view render.picture render.more render.stop - "
-                                       "render.animation render.queue - render.farm render.farm-jobs - "
-                                       "render.settings render.viewer");
+  buildRenderMenu();
   plugins_ = addMenu(tr("&Plugins"), "menu-plugins");
   plugins_->setToolTipsVisible(true);
   connect(plugins_, &QMenu::aboutToShow, this, &MainMenus::fillPlugins);
@@ -71,6 +69,15 @@ void MainMenus::buildMenuBar() {
   fillPlugins();
   fillRecent();
   parts_.commands.refresh();
+}
+
+void MainMenus::buildRenderMenu() {
+  QMenu* render = addMenu(tr("&Render"));
+  addCommands(*render, "render.view render.picture render.more render.stop - render.animation render.queue - "
+                       "render.farm render.farm-jobs -");
+  addCommands(*render->addMenu(tr("Viewer &Optimizations")),
+              "render.preset-draft render.preset-look render.preset-final - render.preset-back");
+  addCommands(*render, "render.settings render.viewer");
 }
 
 void MainMenus::buildEditMenu() {

@@ -27,6 +27,7 @@ class MainMenus : public QObject {
   QMenu* addMenu(const QString& title, const char* name = nullptr);
   void addCommands(QMenu& menu, const char* ids);
   void buildMenuBar();
+  void buildRenderMenu();
   void buildEditMenu();
   void buildViewMenu();
   void fillToolBar();

@@ -7,6 +7,7 @@
 #include "filmstrip.h"
 #include "frame_buffer.h"
 #include "frame_commands.h"
+#include "key_table.h"
 #include "message_box.h"
 #include "metrics.h"
 #include "number_field.h"
@@ -109,7 +110,7 @@ void ComparePanel::buildFields() {
   grid->setSpacing(metrics::groupSpace);
   shown_ = new QCheckBox(tr("Compare"), this);
   shown_->setObjectName(QStringLiteral("compareOn"));
-  shown_->setToolTip(tr("Shows the comparison instead of the current picture (W)"));
+  shown_->setToolTip(tr("Shows the comparison instead of the current picture"));
   connect(shown_, &QCheckBox::toggled, this, &ComparePanel::setOn);
   grid->addWidget(shown_, 0, 0, 1, 2);
   for (std::size_t i = 0; i < choices_.size(); ++i) {
@@ -127,6 +128,7 @@ void ComparePanel::buildFields() {
     auto* field = new SliderField(this);
     field->setObjectName(QLatin1String(name));
     field->setToolTip(tip);
+    field->setName(label);
     grid->addWidget(new QLabel(label, this), grid->rowCount(), 0);
     grid->addWidget(field, grid->rowCount() - 1, 1);
     return field;
@@ -150,6 +152,11 @@ void ComparePanel::buildFields() {
   for (const MetricKind& kind : metricKinds())
     heat_->addItem(QString::fromLatin1(kind.name).toUpper());
   connect(heat_, &QComboBox::activated, this, &ComparePanel::measure);
+  addBlink(*grid);
+  addLabels(*grid);
+}
+
+void ComparePanel::addBlink(QGridLayout& grid) {
   blink_ = new QCheckBox(tr("Blink"), this);
   blink_->setObjectName(QStringLiteral("compareBlink"));
   blink_->setToolTip(tr("Changes between A and B twice a second"));
@@ -157,8 +164,7 @@ void ComparePanel::buildFields() {
     if (on) setMode(CompareMode::toggle);
     on ? blinking_.start() : blinking_.stop();
   });
-  grid->addWidget(blink_, grid->rowCount(), 0, 1, 2);
-  addLabels(*grid);
+  grid.addWidget(blink_, grid.rowCount(), 0, 1, 2);
 }
 
 void ComparePanel::addLabels(QGridLayout& grid) {
@@ -184,8 +190,9 @@ void ComparePanel::addCommands() {
   commands.add(FrameMenu::picture, {"use-b", tr("Use as B"), {key("Shift+B")}, [this] {
                                       use(1, session_.pictures().current());
                                     }});
-  commands.add(FrameMenu::picture,
-               {"compare-on", tr("Compare A and B"), {key("W")}, [this] { setOn(!on_); }});
+  QAction* on = commands.add(FrameMenu::picture,
+                             {"compare-on", tr("Compare A and B"), {key("W")}, [this] { setOn(!on_); }});
+  setTipWithKeys(*shown_, shown_->toolTip(), {on});
   commands.add(FrameMenu::picture, {"compare-toggle", tr("Toggle A and B"), {key("T")}, [this] {
                                       setMode(CompareMode::toggle);
                                       setOn(true);

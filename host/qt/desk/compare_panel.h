@@ -57,6 +57,7 @@ class ComparePanel : public QWidget {
   struct Measured;
   void buildFields();
   QComboBox* addCombo(QGridLayout& grid, const QString& label, const char* name, const QString& tip);
+  void addBlink(QGridLayout& grid);
   void addLabels(QGridLayout& grid);
   void addCommands();
   void fillLists();

@@ -102,7 +102,7 @@ void LensPanel::addNumber(QGridLayout& grid, const char* name, const QString& la
   field->setStep(step * factor);
   field->setSuffix(suffix);
   field->setToolTip(tip);
-  field->field().setAccessibleName(label);
+  field->setName(label);
   connect(field, &SliderField::valueChanged, this, [this, value, factor](double shown) {
     lens_.*value = static_cast<Value>(shown / factor);
     change(dragging_);

@@ -36,6 +36,7 @@ LightStrip::LightStrip(const std::string& group, QWidget* parent) : QWidget(pare
   color_ = new ColorField(this);
   color_->setFixedWidth(48);
   color_->setToolTip(tr("Colour that the group's light is multiplied by"));
+  color_->setName(tr("%1, colour").arg(name));
   connect(color_, &ColorField::chosen, this, [this] {
     const Vector linear = linearColor(color_->color());
     fader_.color = {static_cast<float>(linear.x), static_cast<float>(linear.y), static_cast<float>(linear.z)};
@@ -47,6 +48,7 @@ LightStrip::LightStrip(const std::string& group, QWidget* parent) : QWidget(pare
   stops_->setStep(0.1);
   stops_->setDecimals(2);
   stops_->setToolTip(tr("Stops: one more is twice the light"));
+  stops_->setName(tr("%1, stops").arg(name));
   connect(stops_, &SliderField::valueChanged, this, [this](double stops) {
     fader_.stops = stops;
     emit changed();

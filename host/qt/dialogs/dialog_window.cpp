@@ -8,6 +8,7 @@
 #include "gadget_widgets.h"
 #include "grid_box.h"
 #include "input_watch.h"
+#include "key_rules.h"
 #include "qt_text.h"
 #include "theme.h"
 
@@ -124,8 +125,7 @@ void DialogWindow::addGadgets(const Gadget& group, QWidget& widget) {
     QWidget* made = makeGadgetWidget(*this, *child, below ? footer_ : &widget);
     widgets_[child.get()] = made;
     made->setHidden(child->hidden);
-    if (before && before->kind == GadgetKind::staticText && !child->text.Content())
-      made->setAccessibleName(toQt(before->text)); // its label
+    nameGadget(*made, *child, nameOf(*child, before));
     before = child.get();
     // The only child of a scroll group fills it.
     const bool alone = group.kind == GadgetKind::scrollGroup && group.children.size() == 1;
@@ -136,6 +136,17 @@ void DialogWindow::addGadgets(const Gadget& group, QWidget& widget) {
     addGadgets(*child, scroll ? *scroll->widget() : *made);
     if (scroll) connect(scroll, &ScrollGroup::resized, this, [this, at = child.get()] { followScroll(*at); });
   }
+}
+
+// For screen readers: the text before a field, what the plug-in says about it, else the last text, box or
+// heading above.
+QString DialogWindow::nameOf(const Gadget& gadget, const Gadget* before) {
+  const bool heading = gadget.kind == GadgetKind::staticText || gadget.kind == GadgetKind::checkBox ||
+                       gadget.kind == GadgetKind::group;
+  const bool labelled = before && before->kind == GadgetKind::staticText && before->text.Content();
+  if (heading && gadget.text.Content()) label_ = plainCommand(labelText(gadget.text));
+  if (!labelled && gadget.tooltip.Content()) return toQt(gadget.tooltip);
+  return label_.isEmpty() ? windowTitle() : label_;
 }
 
 // The areas of a scroll group may want a size that depends on what the group shows.

@@ -61,6 +61,7 @@ class DialogWindow : public QWidget, public DialogView {
   void reserveRoom();
   QWidget* widgetOf(const Gadget& gadget) const;
   void addGadgets(const Gadget& group, QWidget& widget);
+  QString nameOf(const Gadget& gadget, const Gadget* before);
   void followScroll(const Gadget& group);
   void buildMenus();
   void addEntries(const std::vector<MenuEntry>& entries, QMenu& menu);
@@ -71,6 +72,7 @@ class DialogWindow : public QWidget, public DialogView {
   bool modal_ = false;
   QString menuLayout_; // the model that the menus were built from, as text
   QMenuBar* menuBar_ = nullptr;
+  QString label_; // the last text that was added, while the window is built
   DialogScroll* scroll_ = nullptr;
   QWidget *content_ = nullptr, *footer_ = nullptr;
   const Gadget* foot_ = nullptr; // the group in the footer; null without a footer

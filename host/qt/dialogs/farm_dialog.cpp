@@ -4,6 +4,7 @@
 
 #include "form_fields.h"
 #include "message_box.h"
+#include "mnemonic_tips.h"
 #include "number_field.h"
 #include "preferences.h"
 #include "qt_text.h"
@@ -27,6 +28,7 @@ FarmDialog::FarmDialog(Session& session, farm::FarmDesk& desk, QWidget* parent)
   setObjectName(QStringLiteral("farm-dialog"));
   setWindowTitle(tr("Render on the Farm"));
   layOut();
+  tellMnemonics(*this);
   connect(kind_, &QComboBox::currentIndexChanged, this, &FarmDialog::showState);
   changed_ = desk_.changed.add([this] { showState(); });
   takeKept();
@@ -35,7 +37,7 @@ FarmDialog::FarmDialog(Session& session, farm::FarmDesk& desk, QWidget* parent)
 
 void FarmDialog::addWork(QFormLayout& form) {
   output_ = textField(
-      "farm-output", QStringLiteral("/shared/shot.tif"),
+      "farm-output", tr("Output"), QStringLiteral("/shared/shot.tif"),
       tr("A movie (mov, mp4, avi), or the base name or pattern of pictures (shot.exr, shot.####.png), on a "
          "file system that all machines of the farm share"));
   auto* choose = new QPushButton(tr("&Choose..."));
@@ -45,25 +47,29 @@ void FarmDialog::addWork(QFormLayout& form) {
   connect(choose, &QPushButton::clicked, this, &FarmDialog::chooseOutput);
   kind_ = new QComboBox;
   kind_->setObjectName(QStringLiteral("farm-kind"));
+  kind_->setAccessibleName(tr("Split into"));
   kind_->addItems({tr("Frames"), tr("One picture, split by samples"), tr("One picture, split into tiles"),
                    tr("Frames, each split by samples")}); // in the order of FarmSplit
   kind_->setToolTip(tr("The units that the machines share. Tiles need less memory each"));
-  from_ = numberField("farm-from", -mostFrame, mostFrame, tr("The first frame, or the frame of one picture"));
-  to_ = numberField("farm-to", -mostFrame, mostFrame, tr("The last frame"));
-  step_ = numberField("farm-step", 1, mostFrame, tr("The distance between frames"));
-  parts_ = numberField("farm-parts", 2, 1000, tr("Parts of the samples; each is rendered on its own"));
+  from_ = numberField("farm-from", tr("First frame"), -mostFrame, mostFrame,
+                      tr("The first frame, or the frame of one picture"));
+  to_ = numberField("farm-to", tr("Last frame"), -mostFrame, mostFrame, tr("The last frame"));
+  step_ = numberField("farm-step", tr("Step"), 1, mostFrame, tr("The distance between frames"));
+  parts_ = numberField("farm-parts", tr("Parts"), 2, 1000,
+                       tr("Parts of the samples; each is rendered on its own"));
   parts_->setValue(8);
-  columns_ = numberField("farm-columns", 1, 100, tr("Tiles beside each other"));
-  rows_ = numberField("farm-rows", 1, 100, tr("Tiles below each other"));
+  columns_ = numberField("farm-columns", tr("Columns of tiles"), 1, 100, tr("Tiles beside each other"));
+  rows_ = numberField("farm-rows", tr("Rows of tiles"), 1, 100, tr("Tiles below each other"));
   columns_->setValue(4);
   rows_->setValue(2);
   partsRow_ = formRow({new QLabel(tr("Parts")), parts_});
   tilesRow_ = formRow({columns_, new QLabel(QStringLiteral("×")), rows_});
-  width_ = numberField("farm-width", 1, 65536, tr("Pixels"));
-  height_ = numberField("farm-height", 1, 65536, tr("Pixels"));
-  samples_ = numberField("farm-samples", 1, 1e6, tr("Samples per pixel"));
+  width_ = numberField("farm-width", tr("Width"), 1, 65536, tr("Pixels"));
+  height_ = numberField("farm-height", tr("Height"), 1, 65536, tr("Pixels"));
+  samples_ = numberField("farm-samples", tr("Samples"), 1, 1e6, tr("Samples per pixel"));
   camera_ = new QComboBox;
   camera_->setObjectName(QStringLiteral("farm-camera"));
+  camera_->setAccessibleName(tr("Camera"));
   camera_->setToolTip(tr("The camera of all frames"));
   overwrite_ = new QCheckBox(tr("&Replace an existing file"));
   overwrite_->setObjectName(QStringLiteral("farm-overwrite"));
@@ -82,15 +88,17 @@ void FarmDialog::addWork(QFormLayout& form) {
 }
 
 void FarmDialog::addSlurm(QFormLayout& form) {
-  chunk_ = numberField("farm-chunk", 0, 1e6,
+  chunk_ = numberField("farm-chunk", tr("Frames a task"), 0, 1e6,
                        tr("Frames of a task, which starts the program and loads the scene once. 0: chosen"));
-  partition_ = textField("farm-partition", tr("default"), tr("Slurm's partition"));
-  account_ = textField("farm-account", tr("default"), tr("Slurm's account"));
-  memory_ = textField("farm-memory", QStringLiteral("8G"), tr("The memory of a task"));
-  time_ = textField("farm-time", QStringLiteral("2:00:00"), tr("The longest time of a task"));
-  others_ = textField("farm-others", QStringLiteral("--qos=low"), tr("Further options of sbatch"));
-  program_ =
-      textField("farm-program", tr("as on this machine"), tr("The path of lumenara on the farm's machines"));
+  partition_ = textField("farm-partition", tr("Partition"), tr("default"), tr("Slurm's partition"));
+  account_ = textField("farm-account", tr("Account"), tr("default"), tr("Slurm's account"));
+  memory_ = textField("farm-memory", tr("Memory"), QStringLiteral("8G"), tr("The memory of a task"));
+  time_ =
+      textField("farm-time", tr("Time limit"), QStringLiteral("2:00:00"), tr("The longest time of a task"));
+  others_ = textField("farm-others", tr("Further options"), QStringLiteral("--qos=low"),
+                      tr("Further options of sbatch"));
+  program_ = textField("farm-program", tr("Program"), tr("as on this machine"),
+                       tr("The path of lumenara on the farm's machines"));
   form.addRow(tr("Frames a &task"), formRow({chunk_}));
   form.addRow(tr("Part&ition"), partition_);
   form.addRow(tr("&Account"), account_);

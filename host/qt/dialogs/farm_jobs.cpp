@@ -4,6 +4,7 @@
 
 #include "bitmap_image.h"
 #include "form_fields.h"
+#include "mnemonic_tips.h"
 #include "qt_text.h"
 #include "theme.h"
 
@@ -62,6 +63,7 @@ FarmJobs::FarmJobs(farm::FarmDesk& desk, QWidget* parent)
   setWindowTitle(tr("Farm Jobs"));
   resize(820, 560);
   buildLists();
+  tellMnemonics(*this);
   changed_ = desk_.changed.add([this] { showRows(); });
   showRows();
 }
@@ -283,6 +285,8 @@ void FarmJobs::showLog(const std::string& error, const std::string& text) {
   auto* page = new QPlainTextEdit(text.empty() ? tr("Nothing was printed.") : QString::fromStdString(text));
   page->setObjectName(QStringLiteral("farm-log-text"));
   page->setReadOnly(true);
+  page->setAccessibleName(tr("Log"));
+  page->setToolTip(tr("The output of the task, to be copied (Ctrl+C)"));
   auto* layout = new QVBoxLayout(window);
   layout->addWidget(page);
   window->resize(680, 400);

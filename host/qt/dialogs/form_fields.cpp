@@ -11,11 +11,13 @@
 
 namespace host {
 
-NumberField* numberField(const char* name, double least, double most, const QString& tip) {
+NumberField* numberField(const char* name, const QString& label, double least, double most,
+                         const QString& tip) {
   auto* field = new NumberField;
   field->setObjectName(QLatin1String(name));
   field->setDecimals(0);
   field->setRange(least, most);
+  field->setAccessibleName(label);
   field->setToolTip(tip);
   field->setMinimumWidth(70);
   return field;
@@ -25,9 +27,10 @@ LONG numberOf(const NumberField& field) {
   return static_cast<LONG>(field.value());
 }
 
-QLineEdit* textField(const char* name, const QString& example, const QString& tip) {
+QLineEdit* textField(const char* name, const QString& label, const QString& example, const QString& tip) {
   auto* field = new QLineEdit;
   field->setObjectName(QLatin1String(name));
+  field->setAccessibleName(label);
   field->setPlaceholderText(example);
   field->setToolTip(tip);
   return field;

@@ -17,10 +17,11 @@ namespace host {
 
 class NumberField;
 
-/// A field of whole numbers.
-NumberField* numberField(const char* name, double least, double most, const QString& tip);
+/// A field of whole numbers. `label` names it for screen readers.
+NumberField* numberField(const char* name, const QString& label, double least, double most,
+                         const QString& tip);
 LONG numberOf(const NumberField& field);
-QLineEdit* textField(const char* name, const QString& example, const QString& tip);
+QLineEdit* textField(const char* name, const QString& label, const QString& example, const QString& tip);
 /// Without blanks at its ends.
 std::string textOf(const QLineEdit& field);
 

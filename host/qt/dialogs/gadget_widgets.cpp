@@ -360,6 +360,29 @@ void showGadget(QWidget& widget, const Gadget& gadget) {
   widget.setToolTip(toQt(gadget.tooltip));
 }
 
+void nameGadget(QWidget& widget, const Gadget& gadget, const QString& name) {
+  switch (gadget.kind) {
+  case GadgetKind::group:
+  case GadgetKind::scrollGroup:
+  case GadgetKind::staticText:
+  case GadgetKind::separatorH:
+  case GadgetKind::separatorV:
+    return;
+  case GadgetKind::button:
+  case GadgetKind::checkBox:
+    if (gadget.text.Content()) return;
+    break;
+  default:
+    break;
+  }
+  if (auto* slider = qobject_cast<SliderField*>(&widget))
+    slider->setName(name);
+  else if (auto* color = qobject_cast<ColorField*>(&widget))
+    color->setName(name);
+  else
+    widget.setAccessibleName(name);
+}
+
 void commitTyping(QWidget& window) {
   QWidget* focus = QApplication::focusWidget();
   if (!focus || !window.isAncestorOf(focus)) return;

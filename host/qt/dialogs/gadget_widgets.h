@@ -16,6 +16,9 @@ QWidget* makeGadgetWidget(DialogWindow& window, const Gadget& gadget, QWidget* p
 /// Updates value, text, range, entries, enabled state and tooltip; the dialog is not called.
 void showGadget(QWidget& widget, const Gadget& gadget);
 
+/// Names a field for screen readers; buttons and boxes that have a text are named by it.
+void nameGadget(QWidget& widget, const Gadget& gadget, const QString& name);
+
 /// Commits the text that is being typed in a field of the window.
 void commitTyping(QWidget& window);
 

@@ -1,5 +1,6 @@
 #include "movie_options_dialog.h"
 
+#include "mnemonic_tips.h"
 #include "number_field.h"
 #include "theme.h"
 
@@ -43,6 +44,7 @@ MovieOptionsDialog::MovieOptionsDialog(LONG format, const MovieOptions& options,
   setRole(note_, "dim");
   fillFields(options);
   layOut();
+  describe();
   connect(codec_, &QComboBox::currentIndexChanged, this, &MovieOptionsDialog::showCodec);
   connect(ownBitRate_, &QCheckBox::toggled, this, &MovieOptionsDialog::showCodec);
   connect(ownKeys_, &QCheckBox::toggled, this, &MovieOptionsDialog::showCodec);
@@ -88,11 +90,29 @@ void MovieOptionsDialog::layOut() {
   connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
   connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
   buttons->button(QDialogButtonBox::Ok)->setEnabled(!codecs_.empty());
+  buttons->button(QDialogButtonBox::Ok)->setToolTip(tr("Takes these options (Enter)"));
+  buttons->button(QDialogButtonBox::Cancel)->setToolTip(tr("Keeps the former options (Esc)"));
   auto* layout = new QVBoxLayout(this);
   layout->setContentsMargins(16, 16, 16, 12);
   layout->setSpacing(16);
   layout->addLayout(form);
   layout->addWidget(buttons);
+}
+
+void MovieOptionsDialog::describe() {
+  const auto name = [](QWidget* field, const QString& label, const QString& tip) {
+    field->setAccessibleName(label);
+    field->setToolTip(tip);
+  };
+  name(codec_, tr("Codec"), tr("How the movie is packed"));
+  name(ownBitRate_, tr("Fixed bit rate"), tr("Decides the size of the movie instead of the quality"));
+  name(bitRate_, tr("Bit rate"), tr("The size of a second of the movie"));
+  name(ownKeys_, tr("Fixed distance of key frames"), tr("Off: the encoder chooses"));
+  name(keyDistance_, tr("Key frame every"), tr("Players jump to key frames; fewer make smaller movies"));
+  name(alpha_, tr("Write the alpha channel"), tr("Keeps where the picture is transparent"));
+  quality_->setName(tr("Quality"));
+  quality_->setToolTip(tr("Higher looks better and makes larger movies"));
+  tellMnemonics(*this);
 }
 
 const MovieCodecInfo* MovieOptionsDialog::codec() const {

@@ -26,6 +26,7 @@ class MovieOptionsDialog : public QDialog {
  private:
   void fillFields(const MovieOptions& options);
   void layOut();
+  void describe();
   const MovieCodecInfo* codec() const;
   void showCodec();
 

@@ -4,6 +4,7 @@
 
 #include "icons.h"
 #include "kept_bitmap.h"
+#include "key_table.h"
 #include "message_box.h"
 #include "program.h"
 #include "qt_text.h"
@@ -43,6 +44,7 @@ void Filmstrip::build() {
   list_ = new QListView(this);
   list_->setObjectName(QStringLiteral("filmstripList"));
   list_->setAccessibleName(tr("Pictures"));
+  list_->setToolTip(tr("The pictures of this session and of earlier ones, the newest first"));
   list_->setModel(model_);
   list_->setIconSize(FilmstripModel::thumbnailSize);
   list_->setSpacing(2);
@@ -335,28 +337,32 @@ QMenu* Filmstrip::makeMenu() {
     action->setEnabled(enabled);
     if (!key.isEmpty()) action->setShortcut(key);
   };
-  const auto key = [](const char* text) { return QKeySequence(QLatin1String(text)); };
+  const auto key = [this](const char* command, const char* otherwise) {
+    return commandKey(*this, command, QKeySequence(QLatin1String(otherwise)));
+  };
   add(
-      "restore", tr("Restore Scene"), one && scenes, [this] { restoreScene(); }, key("Ctrl+Shift+R"));
+      "restore", tr("Restore Scene"), one && scenes, [this] { restoreScene(); },
+      key("restore-scene", "Ctrl+Shift+R"));
   add(
       "changes", tr("Show What Changed"), scenes && items.size() <= 2, [this] { showChanges(); },
-      key("Ctrl+Shift+D"));
+      key("show-changes", "Ctrl+Shift+D"));
   menu->addSeparator();
   add(
-      "star", starred ? tr("Remove Star") : tr("Star"), marks, [this] { toggleStar(); }, Qt::Key_Asterisk);
+      "star", starred ? tr("Remove Star") : tr("Star"), marks, [this] { toggleStar(); },
+      key("star-picture", "*"));
   add(
-      "note", tr("Note..."), marks, [this] { askNote(); }, key("Shift+N"));
+      "note", tr("Note..."), marks, [this] { askNote(); }, key("note-picture", "Shift+N"));
   add(
       "rename", tr("Rename"), one && (items[0].entry || items[0].picture), [this] { rename(); }, Qt::Key_F2);
   add(
       "remove", tr("Remove"),
       all([](const FilmstripItem& item) { return !item.running && (item.entry || item.picture); }),
-      [this] { remove(); }, QKeySequence::Delete);
+      [this] { remove(); }, key("delete", "Del"));
   menu->addSeparator();
   add(
-      "use-a", tr("Use as A"), one, [this] { use(0); }, key("Shift+A"));
+      "use-a", tr("Use as A"), one, [this] { use(0); }, key("use-a", "Shift+A"));
   add(
-      "use-b", tr("Use as B"), one, [this] { use(1); }, key("Shift+B"));
+      "use-b", tr("Use as B"), one, [this] { use(1); }, key("use-b", "Shift+B"));
   add("folder", tr("Show in Folder"), one && (items[0].isFile() || items[0].entry),
       [this] { showInFolder(); });
   return menu;
@@ -371,8 +377,8 @@ void Filmstrip::contextMenuEvent(QContextMenuEvent* event) {
 bool Filmstrip::eventFilter(QObject* watched, QEvent* event) {
   if (watched == list_ && event->type() == QEvent::KeyPress) {
     const auto& key = static_cast<const QKeyEvent&>(*event);
-    if (key.key() == Qt::Key_Asterisk) return toggleStar(), true;
-    if (key.matches(QKeySequence::Delete)) return remove(), true;
+    if (pressesCommand(*this, key, "star-picture", Qt::Key_Asterisk)) return toggleStar(), true;
+    if (pressesCommand(*this, key, "delete", Qt::Key_Delete)) return remove(), true;
   }
   return QWidget::eventFilter(watched, event);
 }

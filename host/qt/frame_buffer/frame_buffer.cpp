@@ -8,6 +8,7 @@
 #include "frame_status.h"
 #include "frame_steering.h"
 #include "icons.h"
+#include "key_table.h"
 #include "layer_choice.h"
 #include "message_box.h"
 #include "panel_docks.h"
@@ -69,6 +70,7 @@ void FrameBuffer::build() {
   commands_->fillBar({render_, save_, remove_, nullptr, fit_, one_, in_, out_, nullptr, noise_, full_});
 
   layers_ = new LayerChoice;
+  setTipWithKeys(*layers_, layers_->toolTip(), {previous_, next_});
   view_ = new ViewBar;
   view_->insertFront(*layers_);
   for (QAction* action : view_->actions())
@@ -123,10 +125,11 @@ void FrameBuffer::addViewCommands() {
   commands_->addSeparator(FrameMenu::view);
   full_ =
       add({"fullscreen", tr("Full Screen"), {key("F11")}, [this] { setFullScreen(!isFullScreen()); }, true});
-  commands_->add(FrameMenu::picture,
-                 {"layer-next", tr("Next Layer"), {key("Right")}, [this] { layers_->step(1); }});
-  commands_->add(FrameMenu::picture,
-                 {"layer-previous", tr("Previous Layer"), {key("Left")}, [this] { layers_->step(-1); }});
+  next_ = commands_->add(FrameMenu::picture,
+                         {"layer-next", tr("Next Layer"), {key("Right")}, [this] { layers_->step(1); }});
+  previous_ =
+      commands_->add(FrameMenu::picture,
+                     {"layer-previous", tr("Previous Layer"), {key("Left")}, [this] { layers_->step(-1); }});
   commands_->add(
       FrameMenu::view,
       {"fullscreen-next", tr("Full Screen on Next Monitor"), {key("Shift+F11")}, [this] { toNextScreen(); }});

@@ -123,9 +123,9 @@ class FrameBuffer : public QMainWindow {
   FrameSteering* steering_ = nullptr;
   ViewSettings sceneView_; // as last seen in the scene
   DeskLook desk_;
-  QAction *save_ = nullptr, *remove_ = nullptr, *fit_ = nullptr, *one_ = nullptr, *in_ = nullptr,
-          *out_ = nullptr, *noise_ = nullptr, *full_ = nullptr, *render_ = nullptr, *copy_ = nullptr,
-          *more_ = nullptr;
+  QAction *next_ = nullptr, *previous_ = nullptr, *save_ = nullptr, *remove_ = nullptr, *fit_ = nullptr,
+          *one_ = nullptr, *in_ = nullptr, *out_ = nullptr, *noise_ = nullptr, *full_ = nullptr,
+          *render_ = nullptr, *copy_ = nullptr, *more_ = nullptr;
   QElapsedTimer sinceRefresh_;
   qint64 refreshCost_ = 0; // milliseconds
   bool wasMaximized_ = false;

@@ -1,6 +1,7 @@
 #include "frame_commands.h"
 
 #include "icons.h"
+#include "key_table.h"
 #include "theme.h"
 
 namespace host {
@@ -34,7 +35,7 @@ QAction* FrameCommands::add(FrameMenu menu, FrameCommand command) {
 
 void FrameCommands::add(FrameMenu menu, QAction* action) {
   action->setShortcutContext(Qt::WindowShortcut);
-  action->setToolTip(tipWithKey(action->toolTip(), action->shortcuts()));
+  setTipWithKey(*action, action->toolTip());
   window_.addAction(action); // keys work while bars and menus are hidden
   QMenu& to = this->menu(menu);
   to.addAction(action);
@@ -51,11 +52,6 @@ void FrameCommands::fillBar(const QList<QAction*>& actions) {
       bar_->addAction(action);
     else
       bar_->addSeparator();
-}
-
-QString tipWithKey(const QString& text, const QList<QKeySequence>& keys) {
-  if (keys.isEmpty()) return text;
-  return QStringLiteral("%1 (%2)").arg(text, keys.first().toString(QKeySequence::NativeText));
 }
 
 } // namespace host

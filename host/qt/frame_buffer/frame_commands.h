@@ -18,7 +18,7 @@ enum class FrameMenu { file, edit, picture, view, panels };
 struct FrameCommand {
   const char* name; // of the action, and of its icon when there is one
   QString text;
-  QList<QKeySequence> keys;
+  QList<QKeySequence> keys; // the standard ones
   std::function<void()> run;
   bool checkable = false;
   QString tip = {}; // empty: the text. The key follows in brackets
@@ -46,8 +46,5 @@ class FrameCommands : public QObject {
   std::array<QMenu*, 5> menus_{};
   QToolBar* bar_ = nullptr;
 };
-
-/// "Whole Picture (H)".
-QString tipWithKey(const QString& text, const QList<QKeySequence>& keys);
 
 } // namespace host

@@ -87,7 +87,11 @@ void FrameSteering::toggleStart() {
                                          part(pixel.y(), picture.size().height())});
   if (render::renderStart()) return setStart({});
   here_->setChecked(false);
-  frame_.status().say(tr("Point at the place in the picture that is to be rendered first, and press O."));
+  const QString key = here_->shortcut().toString(QKeySequence::NativeText);
+  frame_.status().say(
+      key.isEmpty()
+          ? tr("Give this command a key in Help > Shortcuts, and press it over the place to begin at.")
+          : tr("Point at the place in the picture that is to be rendered first, and press %1.").arg(key));
 }
 
 } // namespace host

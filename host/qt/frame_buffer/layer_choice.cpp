@@ -22,7 +22,7 @@ bool isHeading(const QListWidgetItem& item) {
 LayerChoice::LayerChoice(QWidget* parent) : QToolButton(parent) {
   setObjectName(QStringLiteral("layerChoice"));
   setAccessibleName(tr("Layer"));
-  setToolTip(tr("The layer of the picture that is shown (Left, Right)"));
+  setToolTip(tr("The layer of the picture that is shown"));
   setToolButtonStyle(Qt::ToolButtonTextOnly);
   setMinimumWidth(150);
   setFixedHeight(metrics::control);
@@ -33,9 +33,13 @@ LayerChoice::LayerChoice(QWidget* parent) : QToolButton(parent) {
   search_ = new QLineEdit(popup_);
   search_->setObjectName(QStringLiteral("layerSearch"));
   search_->setPlaceholderText(tr("Search layers"));
+  search_->setAccessibleName(tr("Search layers"));
+  search_->setToolTip(tr("A part of a layer's name (Enter shows the layer)"));
   search_->setClearButtonEnabled(true);
   list_ = new QListWidget(popup_);
   list_->setObjectName(QStringLiteral("layerList"));
+  list_->setAccessibleName(tr("Layers"));
+  list_->setToolTip(tr("The layers of the picture (Enter shows one)"));
   list_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
   list_->setEditTriggers(QAbstractItemView::NoEditTriggers);
   list_->setUniformItemSizes(true);

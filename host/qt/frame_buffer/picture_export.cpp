@@ -67,7 +67,11 @@ void PictureExport::dragOut(const QImage& image) {
   data->setImageData(image);
   auto* drag = new QDrag(&window_);
   drag->setMimeData(data);
-  drag->setPixmap(QPixmap::fromImage(image.scaled(96, 72, Qt::KeepAspectRatio, Qt::SmoothTransformation)));
+  const double ratio = window_.devicePixelRatioF();
+  QPixmap shown =
+      QPixmap::fromImage(image.scaled(QSize(96, 72) * ratio, Qt::KeepAspectRatio, Qt::SmoothTransformation));
+  shown.setDevicePixelRatio(ratio);
+  drag->setPixmap(shown);
   const ModalScope modal;
   drag->exec(Qt::CopyAction);
 }

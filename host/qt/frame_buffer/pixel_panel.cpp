@@ -34,6 +34,7 @@ PixelPanel::PixelPanel(QWidget* parent) : QWidget(parent) {
   tree_ = new QTreeWidget(this);
   tree_->setObjectName(QStringLiteral("probeTree"));
   tree_->setAccessibleName(tr("Values of the pixel"));
+  tree_->setToolTip(tr("The values of the pixel below the pointer, layer by layer"));
   tree_->setHeaderLabels({tr("Layer"), tr("Value"), tr("Least"), tr("Most")});
   tree_->setRootIsDecorated(false);
   tree_->setIndentation(metrics::groupSpace);

@@ -7,6 +7,7 @@
 #include <QToolButton>
 
 #include "icons.h"
+#include "key_table.h"
 #include "number_field.h"
 #include "qt_text.h"
 #include "quiet_combo.h"
@@ -83,8 +84,8 @@ void ViewBar::addFields(QToolBar& bar) {
   exposure_->setRange(-ViewSettings::mostStops, ViewSettings::mostStops);
   exposure_->setSliderRange(-6, 6);
   exposure_->setStep(0.1);
+  exposure_->setName(tr("Exposure"));
   exposure_->setDecimals(2);
-  exposure_->setToolTip(tr("Exposure in stops: one more is twice the light (E, Shift+E)"));
   exposure_->setFixedWidth(190);
   addLabelled(bar, tr("Exposure"), *exposure_);
   gamma_ = addNumber(bar, tr("Gamma"), tr("Above 1 brightens the middle tones of the display."),
@@ -112,6 +113,7 @@ void ViewBar::addFields(QToolBar& bar) {
 
 QAction* ViewBar::addKey(QToolBar& bar, const QString& text, const QString& tip, const char* key) {
   QAction* action = bar.addAction(tip);
+  action->setObjectName(QStringLiteral("view-key-") + QLatin1String(key));
   action->setIconText(text);
   action->setShortcut(QKeySequence(QLatin1String(key)));
   action->setShortcutContext(Qt::WindowShortcut);
@@ -149,8 +151,10 @@ void ViewBar::addButtons(QToolBar& bar) {
   reset_->setToolTip(tr("Back to sRGB without a change of exposure, gamma and white"));
   keep_ = bar.addAction(tr("Keep in Scene"), this, &ViewBar::keepWanted);
   keep_->setToolTip(tr("Stores the view in the scene's render settings"));
+  QList<QAction*> steps;
   for (const double step : {keyStep, -keyStep}) {
     auto* key = new QAction(step > 0 ? tr("Half a stop brighter") : tr("Half a stop darker"), this);
+    key->setObjectName(step > 0 ? QStringLiteral("view-brighter") : QStringLiteral("view-darker"));
     key->setShortcut(QKeySequence(QLatin1String(step > 0 ? "E" : "Shift+E")));
     key->setShortcutContext(Qt::WindowShortcut);
     connect(key, &QAction::triggered, this, [this, step] {
@@ -159,7 +163,9 @@ void ViewBar::addButtons(QToolBar& bar) {
       if (exposure_->isEnabled()) setView(view);
     });
     addAction(key);
+    steps.push_back(key);
   }
+  setTipWithKeys(*exposure_, tr("Exposure in stops: one more is twice the light"), steps);
 }
 
 void ViewBar::setView(const ViewSettings& view) {

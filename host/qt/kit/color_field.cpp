@@ -72,6 +72,11 @@ void ColorField::setValue(const QColor& color, double brightness) {
   swatch_->update();
 }
 
+void ColorField::setName(const QString& name) {
+  swatch_->setAccessibleName(name);
+  brightness_->setAccessibleName(tr("%1, brightness").arg(name));
+}
+
 void ColorField::setMaxBrightness(double most) {
   brightness_->setRange(0, most * 100);
   brightness_->setVisible(most > 1);

@@ -21,6 +21,8 @@ class ColorField : public QWidget {
   /// Shows that several objects have different colours, until the next value.
   void setMixed();
   bool isMixed() const { return mixed_; }
+  /// For screen readers: of the swatch and of the brightness.
+  void setName(const QString& name);
   /// The button with the swatch.
   QAbstractButton& button() { return *swatch_; }
 

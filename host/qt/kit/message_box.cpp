@@ -24,6 +24,17 @@ QLabel* textLabel(const QString& text, QWidget* parent, const char* role = nullp
   return label;
 }
 
+// The answer and its keys: "Save (Enter)".
+QString answerTip(const QString& answer, bool enter, bool escape) {
+  QStringList keys;
+  if (const QKeySequence letter = QKeySequence::mnemonic(answer); !letter.isEmpty())
+    keys << letter.toString(QKeySequence::NativeText);
+  if (enter) keys << QKeySequence(Qt::Key_Return).toString(QKeySequence::NativeText);
+  if (escape) keys << QKeySequence(Qt::Key_Escape).toString(QKeySequence::NativeText);
+  const QString plain = QString(answer).remove(QLatin1Char('&'));
+  return keys.isEmpty() ? plain : QStringLiteral("%1 (%2)").arg(plain, keys.join(QStringLiteral(", ")));
+}
+
 // The sentence, the reason and the advice; the details open below.
 class Box : public QDialog {
  public:
@@ -59,10 +70,13 @@ class Box : public QDialog {
     auto* fold = new QToolButton(this);
     fold->setText(tr("Details"));
     fold->setObjectName(QStringLiteral("details"));
+    fold->setToolTip(tr("Shows or hides the details (Space)"));
     fold->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
     fold->setIcon(icon(QStringLiteral("chevron-right")));
     auto* shown = new QPlainTextEdit(details, this);
     shown->setReadOnly(true);
+    shown->setAccessibleName(tr("Details"));
+    shown->setToolTip(tr("The details, to be copied (Ctrl+C)"));
     shown->setFont(fixedFont());
     shown->setMinimumSize(textWidth, 120);
     shown->hide();
@@ -86,6 +100,7 @@ class Box : public QDialog {
       button->setObjectName(QStringLiteral("answer-%1").arg(i));
       button->setMinimumWidth(80);
       button->setAutoDefault(true);
+      button->setToolTip(answerTip(names[i], i == enter, i == names.size() - 1));
       if (i == enter) {
         button->setDefault(true);
         button->setFocus();

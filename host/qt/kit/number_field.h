@@ -113,6 +113,8 @@ class SliderField : public QWidget {
   void setDecimals(int decimals) { field_->setDecimals(decimals); }
   void setSuffix(const QString& suffix) { field_->setSuffix(suffix); }
   void setMixed() { field_->setMixed(); }
+  /// For screen readers: of the field and of its slider.
+  void setName(const QString& name);
   /// Shows the slider alone, without the field.
   void setFieldShown(bool shown);
 

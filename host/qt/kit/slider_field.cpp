@@ -91,6 +91,11 @@ void SliderField::setStep(double step) {
   updateSteps();
 }
 
+void SliderField::setName(const QString& name) {
+  field_->setAccessibleName(name);
+  slider_->setAccessibleName(tr("%1, slider").arg(name));
+}
+
 void SliderField::setFieldShown(bool shown) {
   field_->setVisible(shown);
   setFocusProxy(shown ? static_cast<QWidget*>(field_) : slider_);

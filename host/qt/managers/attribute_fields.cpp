@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "attribute_tips.h"
 #include "display_transform.h"
 #include "number_field.h"
 #include "qt_text.h"
@@ -92,6 +93,7 @@ Vector linearColor(const QColor& color) {
 AttributeField::AttributeField(const Attribute& attribute, QWidget* parent)
     : QWidget(parent), shape_(attribute) {
   setObjectName(QStringLiteral("attribute-%1").arg(static_cast<int>(attribute.id)));
+  setToolTip(attributeTip(attribute));
 }
 
 AttributeField* AttributeField::make(const Attribute& attribute, QWidget* parent) {
@@ -299,6 +301,7 @@ NumberAttributeField::NumberAttributeField(const Attribute& attribute, QWidget* 
   makeRow(this)->addWidget(widget);
   setFocusProxy(number_);
   number_->setAccessibleName(tr(attribute.label));
+  if (slider_) slider_->setName(tr(attribute.label));
 }
 
 void NumberAttributeField::tell(double value) {

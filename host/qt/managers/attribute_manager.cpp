@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "attribute_fields.h"
+#include "attribute_tips.h"
 #include "icons.h"
 #include "object_model.h"
 #include "qt_text.h"
@@ -25,6 +26,7 @@ class Section : public QWidget {
     head_->setIcon(icon(QStringLiteral("chevron-down")));
     head_->setIconSize({12, 12});
     head_->setCheckable(false);
+    head_->setToolTip(tr("Folds and unfolds this group"));
     head_->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
     head_->setFixedHeight(metrics::control);
     setRole(head_, "section");
@@ -49,7 +51,7 @@ class Section : public QWidget {
     auto* label = new QLabel(tr(shape.label), body_);
     label->setBuddy(field);
     label->setToolTip(shape.animated ? tr("An animation sets it: a change holds until the time changes.")
-                                     : QString());
+                                     : attributeTip(shape));
     setRole(label, shape.animated ? "warning" : "dim");
     const int row = grid_->rowCount();
     if (field->isWide()) {

@@ -21,6 +21,7 @@ ConsoleWidget::ConsoleWidget(QWidget* parent) : QWidget(parent), text_(new QPlai
   setObjectName(QStringLiteral("console"));
   text_->setObjectName(QStringLiteral("console-text"));
   text_->setAccessibleName(tr("Console"));
+  text_->setToolTip(tr("Messages of Studio and of plug-ins"));
   text_->setReadOnly(true);
   text_->setFont(fixedFont());
   text_->setMaximumBlockCount(mostLines);

@@ -1,6 +1,7 @@
 #include "material_manager.h"
 
 #include "icons.h"
+#include "key_table.h"
 #include "material_manager_model.h"
 #include "scene_edits.h"
 #include "theme.h"
@@ -40,6 +41,7 @@ void MaterialManager::build() {
   list_ = new QListView(this);
   list_->setObjectName(QStringLiteral("materialList"));
   list_->setAccessibleName(tr("Materials"));
+  list_->setToolTip(tr("The materials of the scene. Drag one onto an object to assign it."));
   list_->setModel(model_);
   list_->setViewMode(QListView::IconMode);
   list_->setMovement(QListView::Static);
@@ -182,19 +184,20 @@ void MaterialManager::contextMenuEvent(QContextMenuEvent* event) {
   add("check", tr("&Assign to Selection"), {}, assign_->isEnabled(), &MaterialManager::assignToSelection);
   add("object-polygon", tr("&Select Objects With It"), {}, any, &MaterialManager::selectUsers);
   menu.addSeparator();
-  add("rename", tr("&Rename"), QKeySequence(Qt::Key_F2), any, &MaterialManager::renameSelected);
+  add("rename", tr("&Rename"), commandKey(*this, "edit.rename", Qt::Key_F2), any,
+      &MaterialManager::renameSelected);
   add("duplicate", tr("D&uplicate"), {}, any, &MaterialManager::duplicateSelected);
-  add("delete", tr("&Delete"), QKeySequence(QKeySequence::Delete), any, &MaterialManager::deleteSelected);
+  add("delete", tr("&Delete"), commandKey(*this, "edit.delete", Qt::Key_Delete), any,
+      &MaterialManager::deleteSelected);
   menu.exec(event->globalPos());
 }
 
-// The keys of the main window's menus, for use without it.
+// The keys of the main window's commands, also for use without it.
 bool MaterialManager::eventFilter(QObject* watched, QEvent* event) {
   if (watched != list_ || event->type() != QEvent::KeyPress) return QWidget::eventFilter(watched, event);
   const auto* key = static_cast<QKeyEvent*>(event);
-  if (key->modifiers() != Qt::NoModifier) return QWidget::eventFilter(watched, event);
-  if (key->key() == Qt::Key_F2) return renameSelected(), true;
-  if (key->key() == Qt::Key_Delete) return deleteSelected(), true;
+  if (pressesCommand(*this, *key, "edit.rename", Qt::Key_F2)) return renameSelected(), true;
+  if (pressesCommand(*this, *key, "edit.delete", Qt::Key_Delete)) return deleteSelected(), true;
   return QWidget::eventFilter(watched, event);
 }
 

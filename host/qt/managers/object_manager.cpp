@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "icons.h"
+#include "key_table.h"
 #include "object_manager_tree.h"
 #include "object_model.h"
 #include "qt_text.h"
@@ -61,6 +62,7 @@ void ObjectManager::build() {
   search_->setObjectName(QStringLiteral("objectSearch"));
   search_->setPlaceholderText(tr("Search"));
   search_->setAccessibleName(tr("Search objects"));
+  search_->setToolTip(tr("A part of an object's name. Down goes to the list, Esc clears the search."));
   search_->setClearButtonEnabled(true);
   search_->addAction(icon(QStringLiteral("search")), QLineEdit::LeadingPosition);
   search_->installEventFilter(this);
@@ -70,6 +72,7 @@ void ObjectManager::build() {
   tree_ = tree;
   tree_->setObjectName(QStringLiteral("objectTree"));
   tree_->setAccessibleName(tr("Objects"));
+  tree_->setToolTip(tr("The objects of the scene. Drag one to put it into another."));
   tree_->installEventFilter(this);
   empty_ = makeTeachingLabel(this);
   stack_ = new QStackedWidget(this);
@@ -298,14 +301,17 @@ void ObjectManager::contextMenuEvent(QContextMenuEvent* event) {
     action->setEnabled(enabled);
     connect(action, &QAction::triggered, this, run);
   };
-  add("frame-selected", tr("&Frame Selected"), QKeySequence(QStringLiteral("S")), any,
+  add("frame-selected", tr("&Frame Selected"), commandKey(*this, "view.frame-selected", Qt::Key_S), any,
       [this] { emit frameSelectedWanted(); });
   menu.addSeparator();
-  add("rename", tr("&Rename"), QKeySequence(Qt::Key_F2), any, [this] { renameSelected(); });
-  add("duplicate", tr("D&uplicate"), QKeySequence(QStringLiteral("Ctrl+D")), any,
+  add("rename", tr("&Rename"), commandKey(*this, "edit.rename", Qt::Key_F2), any,
+      [this] { renameSelected(); });
+  add("duplicate", tr("D&uplicate"), commandKey(*this, "edit.duplicate", Qt::CTRL | Qt::Key_D), any,
       [this] { duplicateSelected(); });
-  add("object-group", tr("&Group"), QKeySequence(QStringLiteral("Ctrl+G")), any, [this] { groupSelected(); });
-  add("delete", tr("&Delete"), QKeySequence(QKeySequence::Delete), any, [this] { deleteSelected(); });
+  add("object-group", tr("&Group"), commandKey(*this, "edit.group", Qt::CTRL | Qt::Key_G), any,
+      [this] { groupSelected(); });
+  add("delete", tr("&Delete"), commandKey(*this, "edit.delete", Qt::Key_Delete), any,
+      [this] { deleteSelected(); });
   menu.addSeparator();
   const bool rows = model_->shownCount() > 0;
   add("plus", tr("&Unfold All"), {}, rows, [this] { expandAll(); });
@@ -313,7 +319,7 @@ void ObjectManager::contextMenuEvent(QContextMenuEvent* event) {
   menu.exec(event->globalPos());
 }
 
-// The keys of the main window's menus, for use without it.
+// The keys of the main window's commands, also for use without it.
 bool ObjectManager::eventFilter(QObject* watched, QEvent* event) {
   if (event->type() != QEvent::KeyPress) return QWidget::eventFilter(watched, event);
   const auto* key = static_cast<QKeyEvent*>(event);
@@ -325,9 +331,9 @@ bool ObjectManager::eventFilter(QObject* watched, QEvent* event) {
     tree_->setFocus();
     return true;
   }
-  if (watched != tree_ || key->modifiers() != Qt::NoModifier) return QWidget::eventFilter(watched, event);
-  if (key->key() == Qt::Key_F2) return renameSelected(), true;
-  if (key->key() == Qt::Key_Delete) return deleteSelected(), true;
+  if (watched != tree_) return QWidget::eventFilter(watched, event);
+  if (pressesCommand(*this, *key, "edit.rename", Qt::Key_F2)) return renameSelected(), true;
+  if (pressesCommand(*this, *key, "edit.delete", Qt::Key_Delete)) return deleteSelected(), true;
   return QWidget::eventFilter(watched, event);
 }
 

@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "icons.h"
+#include "key_table.h"
 #include "number_field.h"
 #include "scene_edits.h"
 #include "theme.h"
@@ -199,20 +200,20 @@ TimelineWidget::TimelineWidget(Session& session, QWidget* parent)
       last_(frameField("time-last", tr("Last frame"), 56)),
       frame_(frameField("time-frame", tr("Current frame"), 56)),
       fps_(frameField("time-fps", tr("Frames per second"), 64)),
-      play_(transport("time-play", tr("Play (Space)"), QStringLiteral("play"))) {
+      start_(transport("time-start", tr("First frame"), QStringLiteral("first"))),
+      previous_(transport("time-previous", tr("Previous frame"), QStringLiteral("previous"))),
+      play_(transport("time-play", tr("Play"), QStringLiteral("play"))),
+      next_(transport("time-next", tr("Next frame"), QStringLiteral("next"))),
+      end_(transport("time-end", tr("Last frame"), QStringLiteral("last"))) {
   setObjectName(QStringLiteral("timeline"));
   fps_->setRange(1, 1000);
   fps_->setSuffix(QStringLiteral(" fps"));
   Playback& playback = session.playback();
-  auto* start = transport("time-start", tr("First frame"), QStringLiteral("first"));
-  auto* previous = transport("time-previous", tr("Previous frame (Left)"), QStringLiteral("previous"));
-  auto* next = transport("time-next", tr("Next frame (Right)"), QStringLiteral("next"));
-  auto* end = transport("time-end", tr("Last frame"), QStringLiteral("last"));
-  connect(start, &QToolButton::clicked, this, [&playback] { playback.goToFirst(); });
-  connect(previous, &QToolButton::clicked, this, [&playback] { playback.step(-1); });
+  connect(start_, &QToolButton::clicked, this, [&playback] { playback.goToFirst(); });
+  connect(previous_, &QToolButton::clicked, this, [&playback] { playback.step(-1); });
   connect(play_, &QToolButton::clicked, this, [&playback] { playback.toggle(); });
-  connect(next, &QToolButton::clicked, this, [&playback] { playback.step(1); });
-  connect(end, &QToolButton::clicked, this, [&playback] { playback.goToLast(); });
+  connect(next_, &QToolButton::clicked, this, [&playback] { playback.step(1); });
+  connect(end_, &QToolButton::clicked, this, [&playback] { playback.goToLast(); });
   connect(frame_, &NumberField::valueChanged, this,
           [&playback](double frame) { playback.goTo(static_cast<LONG>(std::lround(frame))); });
   connect(fps_, &NumberField::valueChanged, this, [this](double fps) {
@@ -235,12 +236,12 @@ TimelineWidget::TimelineWidget(Session& session, QWidget* parent)
   layout->addWidget(ruler_, 1);
   layout->addWidget(last_);
   layout->addSpacing(metrics::groupSpace);
-  for (QToolButton* button : {start, previous, play_, next, end})
+  for (QToolButton* button : {start_, previous_, play_, next_, end_})
     layout->addWidget(button);
   layout->addSpacing(metrics::groupSpace);
   layout->addWidget(frame_);
   layout->addWidget(fps_);
-  spare_ = {{fps_}, {start, end}, {first_, last_}};
+  spare_ = {{fps_}, {start_, end_}, {first_, last_}};
 
   time_ = session.hub().timeChanged.add([this] { refresh(); });
   changed_ = session.hub().changed.add([this] { refresh(); });
@@ -248,6 +249,21 @@ TimelineWidget::TimelineWidget(Session& session, QWidget* parent)
   playing_ = playback.changed.add([this] { refresh(); });
   connect(&ThemeNotifier::instance(), &ThemeNotifier::changed, ruler_, qOverload<>(&QWidget::update));
   refresh();
+}
+
+// The main window's commands exist once the timeline stands in it.
+void TimelineWidget::showKeys() {
+  const struct {
+    QToolButton* button;
+    const char* command;
+  } pairs[] = {{start_, "time.first"},
+               {previous_, "time.previous"},
+               {play_, "time.play"},
+               {next_, "time.next"},
+               {end_, "time.last"}};
+  for (const auto& pair : pairs)
+    if (QAction* action = commandAction(*this, pair.command))
+      setTipWithKeys(*pair.button, pair.button->accessibleName(), {action});
 }
 
 QSize TimelineWidget::minimumSizeHint() const {
@@ -286,7 +302,9 @@ void TimelineWidget::refresh() {
   if (playing != play_->property("playing").toBool()) {
     play_->setProperty("playing", playing);
     play_->setIcon(icon(playing ? QStringLiteral("pause") : QStringLiteral("play")));
-    play_->setToolTip(playing ? tr("Stop (Space)") : tr("Play (Space)"));
+    play_->setAccessibleName(playing ? tr("Stop") : tr("Play"));
+    play_->setToolTip(play_->accessibleName());
+    showKeys();
   }
   ruler_->update();
 }

@@ -50,6 +50,9 @@ class TimelineWidget : public QWidget {
  public:
   explicit TimelineWidget(Session& session, QWidget* parent = nullptr);
 
+  /// Names the keys of the commands in the buttons' tool tips: once the main window has its commands.
+  void showKeys();
+
   QSize minimumSizeHint() const override;
 
  protected:
@@ -62,7 +65,7 @@ class TimelineWidget : public QWidget {
   Session& session_;
   TimeRuler* ruler_;
   NumberField *first_, *last_, *frame_, *fps_;
-  QToolButton* play_;
+  QToolButton *start_, *previous_, *play_, *next_, *end_;
   std::vector<std::vector<QWidget*>> spare_; // hidden together, in this order
   Subscription time_, changed_, replaced_, playing_;
 };

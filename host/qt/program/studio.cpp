@@ -2,6 +2,7 @@
 
 #include "c4d_events.h"
 #include "c4d_file.h"
+#include "elided_tips.h"
 #include "first_picture.h"
 #include "main_window.h"
 #include "placements.h"
@@ -57,6 +58,7 @@ Studio::Studio(StudioOptions options)
       loop_(std::make_unique<QtMainLoop>()), session_(std::make_unique<Session>()),
       link_(std::make_unique<LiveLink>(*session_, options_.linkToken)) {
   restoreTheme();
+  new ElidedTips(this);
   MainWindowOptions window;
   window.tracer = &viewTracer();
   const Filename& place = program_->startupPath();

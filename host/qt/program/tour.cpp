@@ -1,5 +1,6 @@
 #include "tour.h"
 
+#include "mnemonic_tips.h"
 #include "preferences.h"
 #include "theme.h"
 
@@ -99,6 +100,7 @@ void Tour::go(int step) {
   skip_->setVisible(!last);
   next_->setText(last ? tr("&Done") : tr("&Next"));
   next_->setToolTip(last ? tr("Ends the tour for good (Enter)") : tr("The next step (Enter)"));
+  tellMnemonics(*this);
   next_->setFocus(Qt::OtherFocusReason);
   place();
 }

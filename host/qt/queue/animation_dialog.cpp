@@ -4,6 +4,7 @@
 
 #include "form_fields.h"
 #include "message_box.h"
+#include "mnemonic_tips.h"
 #include "movie_options.h"
 #include "number_field.h"
 #include "part.h"
@@ -27,9 +28,10 @@ QCheckBox* box(const char* name, const QString& text, const QString& tip) {
   return made;
 }
 
-QComboBox* choice(const char* name, const QString& tip) {
+QComboBox* choice(const char* name, const QString& label, const QString& tip) {
   auto* made = new QComboBox;
   made->setObjectName(QLatin1String(name));
+  made->setAccessibleName(label);
   made->setToolTip(tip);
   return made;
 }
@@ -49,6 +51,7 @@ AnimationDialog::AnimationDialog(Session& session, farm::RenderQueue& queue, QWi
   connect(output_, &QLineEdit::textChanged, this, &AnimationDialog::showFormat);
   for (QLineEdit* field : {output_, frames_})
     connect(field, &QLineEdit::textChanged, this, [this] { say({}, false); });
+  tellMnemonics(*this);
   takeKept();
   fill();
   showFormat();
@@ -56,7 +59,7 @@ AnimationDialog::AnimationDialog(Session& session, farm::RenderQueue& queue, QWi
 
 void AnimationDialog::addPicture(QFormLayout& form) {
   output_ = textField(
-      "animation-output", QStringLiteral("shot.mp4"),
+      "animation-output", tr("Output"), QStringLiteral("shot.mp4"),
       tr("A movie (mp4, mov, avi), or the base name or pattern of pictures (shot.exr, shot.####.png). "
          "A name without a folder is beside the scene"));
   auto* choose = new QPushButton(tr("&Choose..."));
@@ -65,13 +68,13 @@ void AnimationDialog::addPicture(QFormLayout& form) {
   choose->setToolTip(tr("Chooses the file of the output"));
   connect(choose, &QPushButton::clicked, this, &AnimationDialog::chooseOutput);
   frames_ = textField(
-      "animation-frames", QStringLiteral("0:89"),
+      "animation-frames", tr("Frames"), QStringLiteral("0:89"),
       tr("First and last frame with a colon between them, and a step behind another (0:89:2), single "
          "frames and ranges with commas (1,5,9:12), or all"));
-  width_ = numberField("animation-width", 1, 65536, tr("The width in pixels"));
-  height_ = numberField("animation-height", 1, 65536, tr("The height in pixels"));
-  camera_ = choice("animation-camera", tr("The camera of all frames"));
-  samples_ = numberField("animation-samples", 1, 1e6, tr("Samples per pixel"));
+  width_ = numberField("animation-width", tr("Width"), 1, 65536, tr("The width in pixels"));
+  height_ = numberField("animation-height", tr("Height"), 1, 65536, tr("The height in pixels"));
+  camera_ = choice("animation-camera", tr("Camera"), tr("The camera of all frames"));
+  samples_ = numberField("animation-samples", tr("Samples"), 1, 1e6, tr("Samples per pixel"));
   denoise_ = box("animation-denoise", tr("Take the &noise out"),
                  tr("Denoises each frame when its last sample is done"));
   stamps_ = box("animation-stamps", tr("Draw the s&tamps"),
@@ -86,10 +89,12 @@ void AnimationDialog::addPicture(QFormLayout& form) {
 }
 
 void AnimationDialog::addFormat(QFormLayout& form) {
-  codec_ = choice("animation-codec", tr("The movie's codec. The first is understood by most programs"));
-  quality_ = numberField("animation-quality", 0, 100,
+  codec_ = choice("animation-codec", tr("Codec"),
+                  tr("The movie's codec. The first is understood by most programs"));
+  quality_ = numberField("animation-quality", tr("Quality"), 0, 100,
                          tr("1 to 100. 0: the usual one (movies 80, JPEG 95, WebP without loss)"));
-  compression_ = choice("animation-compression", tr("The compression of OpenEXR pictures"));
+  compression_ =
+      choice("animation-compression", tr("Compression"), tr("The compression of OpenEXR pictures"));
   for (const std::string_view name : exrCompressions())
     compression_->addItem(QString::fromUtf8(name.data(), static_cast<qsizetype>(name.size())));
   compression_->setCurrentText(QStringLiteral("zip"));
@@ -99,7 +104,8 @@ void AnimationDialog::addFormat(QFormLayout& form) {
                 tr("Every layer that the renderer has. Without it, those of the render settings"));
   alpha_ =
       box("animation-alpha", tr("Al&pha channel"), tr("Writes what is behind the objects as transparent"));
-  existing_ = choice("animation-existing", tr("Frames whose pictures are there already and complete"));
+  existing_ = choice("animation-existing", tr("Existing pictures"),
+                     tr("Frames whose pictures are there already and complete"));
   existing_->addItems({tr("Render again"), tr("Keep")});
   replace_ = box("animation-replace", tr("Replace an &existing movie"), tr("Replaces a movie of this name"));
   form.addRow(tr("Co&dec"), codec_);

@@ -5,6 +5,7 @@
 
 #include "bitmap_image.h"
 #include "form_fields.h"
+#include "mnemonic_tips.h"
 #include "qt_text.h"
 #include "theme.h"
 
@@ -69,6 +70,7 @@ QueueWindow::QueueWindow(farm::RenderQueue& queue, QWidget* parent)
   setObjectName(QStringLiteral("render-queue"));
   setWindowTitle(tr("Render Queue"));
   buildList();
+  tellMnemonics(*this);
   resize(820, 460);
   changed_ = queue_.changed.add([this] { showRows(); });
   showRows();

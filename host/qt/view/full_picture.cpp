@@ -1,6 +1,7 @@
 #include "full_picture.h"
 
 #include "area_widget.h"
+#include "key_table.h"
 
 namespace host {
 
@@ -40,7 +41,7 @@ void FullPicture::paintEvent(QPaintEvent* /*event*/) {
 }
 
 void FullPicture::keyPressEvent(QKeyEvent* event) {
-  if (event->key() == Qt::Key_Escape || event->key() == Qt::Key_F11)
+  if (event->key() == Qt::Key_Escape || pressesCommand(*this, *event, "window.picture-only", Qt::Key_F11))
     close();
   else
     QWidget::keyPressEvent(event);

@@ -57,6 +57,7 @@ AboutDialog::AboutDialog(QWidget* parent) : QDialog(parent) {
 
   auto* buttons = new QDialogButtonBox(QDialogButtonBox::Close);
   buttons->button(QDialogButtonBox::Close)->setIcon({});
+  buttons->button(QDialogButtonBox::Close)->setToolTip(tr("Closes the window (Esc)"));
   connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
   auto* layout = new QVBoxLayout(this);
   layout->setContentsMargins(20, 20, 20, 12);

@@ -5,6 +5,7 @@
 
 #include "link_sign.h"
 #include "live_link.h"
+#include "mnemonic_tips.h"
 #include "number_field.h"
 #include "theme.h"
 
@@ -46,6 +47,7 @@ LinkDialog::LinkDialog(LiveLink& link, QWidget* parent)
   setObjectName(QStringLiteral("link-dialog"));
   setWindowTitle(tr("Live Link"));
   layOut();
+  tellMnemonics(*this);
   showState();
   changed_ = link_.changed.add([this] { showState(); });
   connect(listen_, &QCheckBox::clicked, this, &LinkDialog::choose);
@@ -85,6 +87,7 @@ void LinkDialog::addSwitches(QFormLayout& form) {
   address_->setToolTip(tr("The address that the other program wants"));
   token_->setToolTip(tr("The secret that the other program must send. It is new with every start, unless "
                         "LUMENARA_LINK_TOKEN chooses it"));
+  port_->setAccessibleName(tr("Port"));
   form.addRow(listen_);
   form.addRow(tcp_);
   form.addRow(tr("&Port"), port_);

@@ -2,6 +2,7 @@
 
 #include <QAction>
 
+#include "key_table.h"
 #include "status_widget.h"
 
 namespace host {
@@ -31,8 +32,7 @@ LinkSign::LinkSign(LiveLink& link, QAction& opens, QWidget* parent) : QToolButto
   setObjectName(QStringLiteral("linkState"));
   setAutoRaise(true);
   setFocusPolicy(Qt::NoFocus);
-  setToolTip(tr("The program that sends its scene. A click opens File > Live Link (%1)")
-                 .arg(opens.shortcut().toString(QKeySequence::NativeText)));
+  setTipWithKeys(*this, tr("The program that sends its scene. A click opens File > Live Link"), {&opens});
   connect(this, &QToolButton::clicked, &opens, &QAction::trigger);
   changed_ = link_.changed.add([this] { showState(); });
   showState();

@@ -139,6 +139,7 @@ void MainWindow::buildCommands(const MainWindowOptions& options) {
                         options.manual,
                         options.link};
   addMainCommands(parts);
+  timeline_->showKeys();
   menus_ = new MainMenus(parts);
   if (options.link)
     statusBar()->addPermanentWidget(

@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "message_box.h"
+#include "mnemonic_tips.h"
 #include "qt_text.h"
 #include "session.h"
 #include "theme.h"
@@ -42,6 +43,7 @@ RecoveryDialog::RecoveryDialog(Session& session, QWidget* parent)
   setWindowTitle(tr("Recover Scenes"));
   resize(620, 300);
   build();
+  tellMnemonics(*this);
   refresh();
 }
 

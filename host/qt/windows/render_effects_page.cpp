@@ -34,11 +34,13 @@ RenderEffectsPage::RenderEffectsPage(Session& session, QWidget* parent) : QWidge
   addButton_ = new QPushButton(icon(QStringLiteral("plus")), tr("Add Effect"), this);
   addButton_->setObjectName(QStringLiteral("addEffect"));
   addButton_->setAutoDefault(false);
+  addButton_->setToolTip(tr("Adds something that a render computes"));
   addButton_->setMenu(new QMenu(addButton_));
   connect(addButton_->menu(), &QMenu::aboutToShow, this, &RenderEffectsPage::fillMenu);
   removeButton_ = new QPushButton(icon(QStringLiteral("delete")), tr("Remove"), this);
   removeButton_->setObjectName(QStringLiteral("removeEffect"));
   removeButton_->setAutoDefault(false);
+  removeButton_->setToolTip(tr("Removes the chosen effect"));
   connect(removeButton_, &QPushButton::clicked, this, &RenderEffectsPage::remove);
   bar->addWidget(addButton_);
   bar->addStretch(1);
@@ -46,6 +48,7 @@ RenderEffectsPage::RenderEffectsPage(Session& session, QWidget* parent) : QWidge
   list_ = new QListWidget(this);
   list_->setObjectName(QStringLiteral("effectList"));
   list_->setAccessibleName(tr("Effects"));
+  list_->setToolTip(tr("What renders compute; the box switches an effect off (Space)"));
   connect(list_, &QListWidget::itemChanged, this, &RenderEffectsPage::switchItem);
   connect(list_, &QListWidget::currentItemChanged, this, [this] { showNote(); });
   empty_ = new QLabel(tr("No effects. Add one to change what a render computes: global illumination lets "

@@ -193,6 +193,7 @@ void RenderSettingFields::addBits(QGridLayout& grid, LONG id, const std::vector<
   for (const Bit& bit : bits) {
     auto* box = new QCheckBox(bit.label, field);
     box->setObjectName(bit.name);
+    box->setToolTip(tr("The layer \"%1\" of files and of the command line").arg(bit.name));
     column->addWidget(box);
     boxes.emplace_back(bit.bit, box);
     connect(box, &QCheckBox::clicked, this, [this, id, bit = bit.bit](bool on) {

@@ -82,9 +82,11 @@ QLayout* RenderSettingsDialog::buildButtons() {
   auto* render = new QPushButton(icon(QStringLiteral("render")), tr("&Render"), this);
   render->setObjectName(QStringLiteral("renderButton"));
   render->setAutoDefault(false);
+  render->setToolTip(tr("Renders to the Frame Buffer (Alt+R)"));
   connect(render, &QPushButton::clicked, this, &RenderSettingsDialog::renderWanted);
   auto* shut = new QPushButton(tr("&Close"), this);
   shut->setAutoDefault(false);
+  shut->setToolTip(tr("Closes the window; the settings stay (Alt+C, Esc)"));
   connect(shut, &QPushButton::clicked, this, &QDialog::close);
   auto* buttons = new QHBoxLayout;
   buttons->setSpacing(metrics::groupSpace);

@@ -31,6 +31,7 @@ StartPage::StartPage(StartPageServices services, QWidget* parent)
 
   auto* open = button(QStringLiteral("start-open"), tr("Open..."), QStringLiteral("open"));
   setRole(open, "primary");
+  open->setToolTip(tr("Opens a scene from a file"));
   connect(open, &QPushButton::clicked, this, [this] { services_.open(); });
   auto* buttons = new QHBoxLayout;
   buttons->setSpacing(metrics::groupSpace);
@@ -38,6 +39,7 @@ StartPage::StartPage(StartPageServices services, QWidget* parent)
   buttons->addWidget(open);
   if (services_.openDemo) {
     auto* demo = button(QStringLiteral("start-demo"), tr("Open the Demo Scene"), QStringLiteral("picture"));
+    demo->setToolTip(tr("Opens the scene that comes with Studio"));
     connect(demo, &QPushButton::clicked, this, [this] { services_.openDemo(); });
     buttons->addWidget(demo);
   }

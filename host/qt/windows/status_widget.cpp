@@ -20,6 +20,19 @@ std::size_t trianglesOf(BaseDocument* document) {
   return count;
 }
 
+// Below 0 while it cannot be told.
+Milliseconds leftOf(Milliseconds since, double done, double missing) {
+  if (done <= 0 || since <= 500) return -1;
+  return static_cast<Milliseconds>(static_cast<double>(since) * missing / done);
+}
+
+QString samplesText(const ViewerProgress& progress) {
+  if (progress.samples == 0) return {};
+  const QString samples = StatusWidget::tr("%1 of %2 samples").arg(progress.done).arg(progress.samples);
+  if (progress.noise < 0) return samples;
+  return StatusWidget::tr("%1, noise %2").arg(samples, QLocale().toString(progress.noise, 'f', 3));
+}
+
 QLabel* dimLabel(const char* name) {
   auto* label = new QLabel;
   label->setObjectName(QLatin1String(name));
@@ -46,10 +59,15 @@ QString countText(std::size_t count) {
 
 StatusWidget::StatusWidget(Session& session, QWidget* parent)
     : QWidget(parent), session_(session), file_(new QLabel), count_(dimLabel("status-triangles")),
-      text_(new QLabel), left_(dimLabel("status-left")), bar_(new QProgressBar), stop_(new QToolButton) {
+      text_(new QLabel), detail_(dimLabel("status-detail")), left_(dimLabel("status-left")),
+      bar_(new QProgressBar), stop_(new QToolButton) {
   setObjectName(QStringLiteral("status"));
   file_->setObjectName(QStringLiteral("status-file"));
   text_->setObjectName(QStringLiteral("status-text"));
+  detail_->setMinimumWidth(1); // gives way in a narrow window
+  detail_->setToolTip(tr("Samples of each pixel so far, and the noise: the standard error of a pixel's "
+                         "brightness, where white is 1"));
+  left_->setToolTip(tr("Time left"));
   bar_->setObjectName(QStringLiteral("status-bar"));
   bar_->setAccessibleName(tr("Progress"));
   bar_->setTextVisible(false);
@@ -71,6 +89,7 @@ StatusWidget::StatusWidget(Session& session, QWidget* parent)
   layout->addWidget(count_);
   layout->addStretch(1);
   layout->addWidget(text_);
+  layout->addWidget(detail_);
   layout->addWidget(bar_);
   layout->addWidget(left_);
   layout->addWidget(stop_);
@@ -89,6 +108,9 @@ StatusWidget::StatusWidget(Session& session, QWidget* parent)
   };
   hubChanged_ = session.hub().changed.add(countSoon);
   hubReplaced_ = session.hub().replaced.add([this](Replacement) { showScene(); });
+  poll_.setInterval(250);
+  connect(&poll_, &QTimer::timeout, this, &StatusWidget::lookAtViewer);
+  rendered_ = session.viewerFilm().rendered.add([this](const FilmNews& news) { watchViewer(news); });
   setStatusListener([this](const StatusState& state) { pluginStatus(state); });
   plugin_ = statusState();
   showScene();
@@ -133,13 +155,22 @@ BusyState StatusWidget::wanted() const {
   BusyState state{Source::plugin, QString::fromStdString(plugin_.text.GetUTF8()), -1, -1, false};
   const bool works = plugin_.percent >= 0 || plugin_.spinning;
   state.canStop = works && stopPlugins_ != nullptr;
+  if (works) state.detail = samplesText(viewer_);
+  if (works && plugin_.percent < 0 && viewer_.samples > 0) takeViewer(state);
   if (plugin_.percent < 0) return state;
   state.progress = plugin_.percent / 100.0;
   const double done = state.progress - pluginFrom_;
-  const Milliseconds since = clock().now() - pluginSince_;
-  if (done > 0.02 && since > 500)
-    state.left = static_cast<Milliseconds>(static_cast<double>(since) * (1 - state.progress) / done);
+  if (done > 0.02) state.left = leftOf(clock().now() - pluginSince_, done, 1 - state.progress);
   return state;
+}
+
+// "Name (3/10)" is one of ten pictures: how long all of them take is not known.
+void StatusWidget::takeViewer(BusyState& state) const {
+  static const QRegularExpression ofSeveral(QStringLiteral("\\(\\d+/(\\d{1,6})\\)"));
+  if (ofSeveral.match(state.text).captured(1).toInt() > 1) return;
+  state.progress = static_cast<double>(viewer_.done) / viewer_.samples;
+  state.left =
+      leftOf(clock().now() - viewerSince_, viewer_.done - viewerFrom_, viewer_.samples - viewer_.done);
 }
 
 // Short work does not flash a bar; text alone may show at once.
@@ -169,6 +200,8 @@ void StatusWidget::show_(const BusyState& state) {
   else
     bar_->setRange(0, 1000),
         bar_->setValue(static_cast<int>(std::lround(std::min(1.0, state.progress) * 1000)));
+  detail_->setVisible(works && !state.detail.isEmpty());
+  detail_->setText(state.detail);
   left_->setVisible(works && state.left >= 0);
   left_->setText(state.left >= 0 ? durationText(state.left) : QString());
 }
@@ -181,6 +214,29 @@ void StatusWidget::pluginStatus(const StatusState& state) {
     pluginFrom_ = now;
   }
   plugin_ = state;
+  look();
+}
+
+// The plug-in's status says nothing between its changes.
+void StatusWidget::watchViewer(const FilmNews& news) {
+  if (!news.byPlugin) return;
+  if (news.stage == FilmNews::Stage::ended) {
+    poll_.stop();
+    viewer_ = {};
+  } else if (!poll_.isActive()) {
+    poll_.start();
+  }
+  look();
+}
+
+void StatusWidget::lookAtViewer() {
+  const ViewerProgress now = session_.viewerFilm().progress();
+  if (now == viewer_) return;
+  if (now.render != viewer_.render || viewer_.samples == 0) {
+    viewerSince_ = clock().now();
+    viewerFrom_ = now.done;
+  }
+  viewer_ = now;
   look();
 }
 

@@ -22,6 +22,7 @@ struct BusyState {
   double progress = -1;   // 0 to 1; below 0: unknown
   Milliseconds left = -1; // below 0: unknown
   bool canStop = false;
+  QString detail = {}; // of the viewer's render: "24 of 64 samples, noise 0.012"
   friend bool operator==(const BusyState&, const BusyState&) = default;
 };
 
@@ -31,8 +32,8 @@ QString durationText(Milliseconds duration);
 QString countText(std::size_t count);
 
 /// File name and triangle count of the scene; text, bar, time left and a stop button of what goes on: loading
-/// and saving first, then the host's renders, then what a plug-in reports. Work that is over within
-/// `delay` shows no bar.
+/// and saving first, then the host's renders, then what a plug-in reports; during a render of the viewer its
+/// samples and its noise as well. Work that is over within `delay` shows no bar.
 class StatusWidget : public QWidget {
   Q_OBJECT
  public:
@@ -55,6 +56,9 @@ class StatusWidget : public QWidget {
   void look();
   void show_(const BusyState& state);
   void pluginStatus(const StatusState& state);
+  void takeViewer(BusyState& state) const;
+  void watchViewer(const FilmNews& news);
+  void lookAtViewer();
   void showScene();
 
   Session& session_;
@@ -62,14 +66,17 @@ class StatusWidget : public QWidget {
   StatusState plugin_;
   Milliseconds pluginSince_ = 0;
   double pluginFrom_ = 0; // progress at that moment
+  ViewerProgress viewer_; // of the viewer's render
+  Milliseconds viewerSince_ = 0;
+  int viewerFrom_ = 0; // samples at that moment
   BusyState shown_;
   std::optional<Milliseconds> busySince_;
   QString said_;
-  QTimer late_, sceneSoon_, forget_;
-  QLabel *file_, *count_, *text_, *left_;
+  QTimer late_, sceneSoon_, forget_, poll_;
+  QLabel *file_, *count_, *text_, *detail_, *left_;
   QProgressBar* bar_;
   QToolButton* stop_;
-  Subscription fileChanged_, renderChanged_, renderFinished_, hubChanged_, hubReplaced_;
+  Subscription fileChanged_, renderChanged_, renderFinished_, hubChanged_, hubReplaced_, rendered_;
 };
 
 } // namespace host

@@ -10,6 +10,7 @@
 #include "form_fields.h"
 #include "frame_buffer.h"
 #include "kept_window.h"
+#include "key_table.h"
 #include "link_dialog.h"
 #include "message_box.h"
 #include "queue_windows.h"
@@ -63,9 +64,19 @@ FrameBuffer& ToolWindows::frameBuffer() {
     new DeskPanels(session_, *frame_);
     connect(frame_, &FrameBuffer::renderWanted, commands_.action(QStringLiteral("render.picture")),
             &QAction::trigger);
+    addFrameKeys();
     frame_->addAction(commands_.action(QStringLiteral("file.quit")));
   }
   return *frame_;
+}
+
+void ToolWindows::addFrameKeys() {
+  KeyTable& keys = commands_.keys();
+  keys.setWindow(frameKeys, *frame_);
+  for (QAction* action : frame_->actions())
+    keys.add(QStringLiteral("frame.") + action->objectName(), tr("Frame Buffer"), *action, frameKeys);
+  keys.addPlace(QStringLiteral("file.quit"), frameKeys);
+  keys.complete(QStringLiteral("frame."));
 }
 
 // Where the user left it. False when that is not known: it gets the size it wants.
@@ -145,10 +156,8 @@ void ToolWindows::showLink(LiveLink& link) {
 
 void ToolWindows::showShortcuts() {
   if (!shortcuts_) {
+    frameBuffer(); // its commands are listed as well
     shortcuts_ = new ShortcutsDialog(commands_, &window_);
-    QList<QAction*> actions = frameBuffer().actions();
-    actions.removeOne(commands_.action(QStringLiteral("file.quit"))); // listed with its menu
-    shortcuts_->addActions(tr("Frame Buffer"), actions);
   }
   present(*shortcuts_);
 }

@@ -60,6 +60,7 @@ class ToolWindows : public QObject {
 
  private:
   bool placeFrameBuffer();
+  void addFrameKeys();
 
   Session& session_;
   CommandTable& commands_;

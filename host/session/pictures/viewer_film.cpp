@@ -26,8 +26,8 @@ void ViewerFilm::renderProgressed(const render::RenderProgress& progress) {
   if (!progress.byPlugin) return;
   const std::lock_guard lock(mutex_);
   if (progress.id < progress_.render) return;
-  progress_ = {progress.id, static_cast<int>(std::lround(progress.part * progress.samples)),
-               progress.samples};
+  progress_ = {progress.id, static_cast<int>(std::lround(progress.part * progress.samples)), progress.samples,
+               progress.noise};
 }
 
 ViewerProgress ViewerFilm::progress() const {

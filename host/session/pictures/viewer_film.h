@@ -24,6 +24,7 @@ struct FilmNews {
 struct ViewerProgress {
   std::uint64_t render = 0;
   int done = 0, samples = 0; // samples 0: nothing renders
+  double noise = -1;         // as `RenderProgress` has it
   bool operator==(const ViewerProgress&) const = default;
 };
 

@@ -1,0 +1,140 @@
+#include "attribute_tips.h"
+
+#include <iterator>
+
+namespace host {
+
+namespace {
+
+using Id = AttributeId;
+
+struct Tip {
+  Id id;
+  const char* text;
+};
+
+const Tip tips[] = {
+    {Id::name, QT_TRANSLATE_NOOP("host::AttributeTip", "The name in the lists and in the file")},
+    {Id::visibleEditor, QT_TRANSLATE_NOOP("host::AttributeTip", "Shown in the editor view")},
+    {Id::visibleRender, QT_TRANSLATE_NOOP("host::AttributeTip", "Shown in renders")},
+    {Id::position, QT_TRANSLATE_NOOP("host::AttributeTip", "The place in the object above, in meters")},
+    {Id::rotation,
+     QT_TRANSLATE_NOOP("host::AttributeTip", "Heading, pitch and bank in the object above, in degrees")},
+    {Id::scale, QT_TRANSLATE_NOOP("host::AttributeTip", "The factors of the three axes")},
+    {Id::generator,
+     QT_TRANSLATE_NOOP("host::AttributeTip", "Off: shows the mesh itself, not what is made of it")},
+    {Id::shadowCatcher,
+     QT_TRANSLATE_NOOP("host::AttributeTip",
+                       "Seen only where a shadow falls on it; its shadows go into the alpha channel")},
+    {Id::lightKind, QT_TRANSLATE_NOOP("host::AttributeTip", "The shape that the light comes from")},
+    {Id::lightColor, QT_TRANSLATE_NOOP("host::AttributeTip", "The colour of the light")},
+    {Id::lightTemperature,
+     QT_TRANSLATE_NOOP("host::AttributeTip",
+                       "The temperature of the light, which tints the colour. 0: the colour alone")},
+    {Id::lightIntensity,
+     QT_TRANSLATE_NOOP("host::AttributeTip", "The strength, in candela; of a distant light in lux")},
+    {Id::lightRadius,
+     QT_TRANSLATE_NOOP("host::AttributeTip", "The size of the light. Larger: softer shadows")},
+    {Id::lightAngle,
+     QT_TRANSLATE_NOOP("host::AttributeTip", "How large the light looks. Larger: softer shadows")},
+    {Id::lightInnerCone, QT_TRANSLATE_NOOP("host::AttributeTip", "The angle of the cone that is lit fully")},
+    {Id::lightOuterCone, QT_TRANSLATE_NOOP("host::AttributeTip", "The angle where the light ends")},
+    {Id::lightWidth, QT_TRANSLATE_NOOP("host::AttributeTip", "The size of the lit area")},
+    {Id::lightHeight, QT_TRANSLATE_NOOP("host::AttributeTip", "The size of the lit area")},
+    {Id::lightReach,
+     QT_TRANSLATE_NOOP("host::AttributeTip", "The distance where the light ends. 0: without end")},
+    {Id::lightShadow, QT_TRANSLATE_NOOP("host::AttributeTip",
+                                        "None: objects throw no shadow. Hard: the light counts as a point")},
+    {Id::lightGroup, QT_TRANSLATE_NOOP("host::AttributeTip",
+                                       "Lights of one group share a layer and a strip of the light mixer")},
+    {Id::lightMuted, QT_TRANSLATE_NOOP("host::AttributeTip", "Leaves this light out of renders")},
+    {Id::lightSolo,
+     QT_TRANSLATE_NOOP("host::AttributeTip", "Renders with this light and others on solo alone")},
+    {Id::cameraProjection, QT_TRANSLATE_NOOP("host::AttributeTip", "Perspective, or parallel as in a plan")},
+    {Id::cameraFieldOfView,
+     QT_TRANSLATE_NOOP("host::AttributeTip", "The angle between the upper and the lower edge")},
+    {Id::cameraHeight, QT_TRANSLATE_NOOP("host::AttributeTip", "The height of what a parallel camera sees")},
+    {Id::cameraNear, QT_TRANSLATE_NOOP("host::AttributeTip", "Nearer surfaces are not shown")},
+    {Id::cameraFar, QT_TRANSLATE_NOOP("host::AttributeTip", "Farther surfaces are not shown. 0: no limit")},
+    {Id::cameraAperture,
+     QT_TRANSLATE_NOOP("host::AttributeTip",
+                       "The diameter of the lens opening. Larger: less depth of field. 0: all is sharp")},
+    {Id::cameraFocusDistance, QT_TRANSLATE_NOOP("host::AttributeTip", "The distance of what is sharp")},
+    {Id::cameraBlades,
+     QT_TRANSLATE_NOOP("host::AttributeTip", "The corners of the blurred spots of lights. 0: round")},
+    {Id::cameraBladeRotation, QT_TRANSLATE_NOOP("host::AttributeTip", "The turn of the spots with corners")},
+    {Id::skyKind, QT_TRANSLATE_NOOP("host::AttributeTip", "What surrounds and lights the scene")},
+    {Id::skyColor, QT_TRANSLATE_NOOP("host::AttributeTip", "The colour of the sky; of a picture its tint")},
+    {Id::skyHorizon, QT_TRANSLATE_NOOP("host::AttributeTip", "The colour at the horizon")},
+    {Id::skyGround, QT_TRANSLATE_NOOP("host::AttributeTip", "The colour below the horizon")},
+    {Id::skyPicture,
+     QT_TRANSLATE_NOOP("host::AttributeTip", "A picture of all directions, as an HDR or OpenEXR file")},
+    {Id::skyRotation, QT_TRANSLATE_NOOP("host::AttributeTip", "The turn of the sky about the vertical")},
+    {Id::skyStrength, QT_TRANSLATE_NOOP("host::AttributeTip", "The factor of the sky's light")},
+    {Id::skySeen,
+     QT_TRANSLATE_NOOP("host::AttributeTip", "Off: the sky lights the scene and is not seen itself")},
+    {Id::skyGroup, QT_TRANSLATE_NOOP("host::AttributeTip",
+                                     "Lights of one group share a layer and a strip of the light mixer")},
+    {Id::floorSize, QT_TRANSLATE_NOOP("host::AttributeTip", "From the middle of the floor to its edge")},
+    {Id::subdivisionLevel,
+     QT_TRANSLATE_NOOP("host::AttributeTip",
+                       "How often each face is divided. Each level has four times the faces")},
+    {Id::materialColor, QT_TRANSLATE_NOOP("host::AttributeTip", "The colour of the surface")},
+    {Id::materialAlphaMode,
+     QT_TRANSLATE_NOOP("host::AttributeTip", "Whether the opacity counts: not, as a hard mask, or smoothly")},
+    {Id::materialAlpha, QT_TRANSLATE_NOOP("host::AttributeTip", "1: opaque, 0: not there")},
+    {Id::materialAlphaCutoff,
+     QT_TRANSLATE_NOOP("host::AttributeTip", "Where the opacity is below it, the surface is not there")},
+    {Id::materialRoughness, QT_TRANSLATE_NOOP("host::AttributeTip", "0: a mirror, 1: no gloss")},
+    {Id::materialMetal, QT_TRANSLATE_NOOP("host::AttributeTip", "0: plastic, wood, stone. 1: metal")},
+    {Id::materialEmission,
+     QT_TRANSLATE_NOOP("host::AttributeTip", "The colour of light that the surface sends out")},
+    {Id::materialEmissionStrength, QT_TRANSLATE_NOOP("host::AttributeTip", "The factor of that light")},
+    {Id::materialTransparency,
+     QT_TRANSLATE_NOOP("host::AttributeTip", "The part of the light that passes, as through glass")},
+    {Id::materialRefraction,
+     QT_TRANSLATE_NOOP("host::AttributeTip", "The index of refraction: water 1.33, glass 1.5, diamond 2.4")},
+    {Id::materialSpecular,
+     QT_TRANSLATE_NOOP("host::AttributeTip", "The strength of reflections that are not a metal's")},
+    {Id::materialClearcoat, QT_TRANSLATE_NOOP("host::AttributeTip", "A coat of varnish over the surface")},
+    {Id::materialClearcoatRoughness, QT_TRANSLATE_NOOP("host::AttributeTip", "The roughness of the coat")},
+    {Id::materialThickness,
+     QT_TRANSLATE_NOOP("host::AttributeTip",
+                       "0: a thin sheet. Above 0: a body, which bends light and absorbs it")},
+    {Id::materialAttenuationColor,
+     QT_TRANSLATE_NOOP("host::AttributeTip", "White light's colour after the distance below")},
+    {Id::materialAttenuationDistance,
+     QT_TRANSLATE_NOOP("host::AttributeTip",
+                       "The way through the body after which light has that colour. 0: clear")},
+    {Id::materialDispersion,
+     QT_TRANSLATE_NOOP("host::AttributeTip", "How far colours part in the body, as in a prism")},
+    {Id::materialDiffuseTransmission,
+     QT_TRANSLATE_NOOP("host::AttributeTip",
+                       "The part of the light that shines through, as through paper and leaves")},
+    {Id::materialDiffuseTransmissionColor,
+     QT_TRANSLATE_NOOP("host::AttributeTip", "The colour of that light")},
+    {Id::materialSheenColor, QT_TRANSLATE_NOOP("host::AttributeTip", "The shine at the edges of cloth")},
+    {Id::materialSheenRoughness, QT_TRANSLATE_NOOP("host::AttributeTip", "How far that shine spreads")},
+    {Id::materialAnisotropy,
+     QT_TRANSLATE_NOOP("host::AttributeTip", "Stretches reflections, as on brushed metal")},
+    {Id::materialAnisotropyRotation,
+     QT_TRANSLATE_NOOP("host::AttributeTip", "The direction of the stretched reflections")},
+    {Id::materialIridescence,
+     QT_TRANSLATE_NOOP("host::AttributeTip", "Colours that change with the view, as of a soap film")},
+    {Id::materialIridescenceIor, QT_TRANSLATE_NOOP("host::AttributeTip", "The film's index of refraction")},
+    {Id::materialFilmThickness,
+     QT_TRANSLATE_NOOP("host::AttributeTip", "The film's thickness, which makes its colours")},
+    {Id::materialDoubleSided, QT_TRANSLATE_NOOP("host::AttributeTip", "Seen from behind as well")},
+    {Id::materialLightGroup,
+     QT_TRANSLATE_NOOP("host::AttributeTip", "The light group of the light that the surface sends out")},
+};
+
+} // namespace
+
+QString attributeTip(const Attribute& attribute) {
+  const auto* found =
+      std::find_if(std::begin(tips), std::end(tips), [&](const Tip& tip) { return tip.id == attribute.id; });
+  return found == std::end(tips) ? QString() : QCoreApplication::translate("host::AttributeTip", found->text);
+}
+
+} // namespace host
