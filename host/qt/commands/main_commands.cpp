@@ -103,6 +103,15 @@ void addFileCommands(const MainParts& parts) {
       {"file.quit", group, word("&Quit"), "", {key("Ctrl+Q")}, [&main = parts.window] { main.close(); }});
 }
 
+void addMissingCommand(const MainParts& parts) {
+  parts.commands.add({"edit.missing",
+                      word("Edit"),
+                      word("M&issing Files..."),
+                      "warning",
+                      {key("Ctrl+Shift+M")},
+                      [&tools = parts.tools] { tools.showMissingFiles(); }});
+}
+
 void addViewCommands(const MainParts& parts) {
   const QString group = word("View");
   EditorViewWidget& view = parts.view;
@@ -348,6 +357,7 @@ void addGestures(CommandTable& table) {
 void addMainCommands(const MainParts& parts) {
   addFileCommands(parts);
   addSceneCommands(parts);
+  addMissingCommand(parts);
   addViewCommands(parts);
   addTimeCommands(parts);
   addRenderCommands(parts);

@@ -12,6 +12,7 @@
 #include "kept_window.h"
 #include "link_dialog.h"
 #include "message_box.h"
+#include "missing_files.h"
 #include "queue_windows.h"
 #include "recovery_dialog.h"
 #include "render_settings_dialog.h"
@@ -143,6 +144,11 @@ void ToolWindows::showLink(LiveLink& link) {
   present(*link_);
 }
 
+void ToolWindows::showMissingFiles() {
+  if (!missing_) missing_ = new MissingFiles(session_, &window_);
+  present(*missing_);
+}
+
 void ToolWindows::showShortcuts() {
   if (!shortcuts_) {
     shortcuts_ = new ShortcutsDialog(commands_, &window_);
@@ -225,6 +231,7 @@ void ToolWindows::shutDown() {
   delete farm_;
   delete queue_;
   delete link_;
+  delete missing_;
   delete shortcuts_;
   delete recovery_;
   delete tour_;
