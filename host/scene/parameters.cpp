@@ -157,7 +157,10 @@ void fillShaders(Table& table) {
       .integer(bitmapWrapV, 0)
       .flag(bitmapNearest, FALSE)
       .vector(bitmapFactor, white)
-      .real(bitmapAlpha, 1);
+      .real(bitmapAlpha, 1)
+      .flag(bitmapOff, FALSE)
+      .real(bitmapStrength, 1)
+      .integer(bitmapColors, 0);
   Filler(table, NodeKind::shader, Xambientocclusion)
       .real(aoDistance, 1)
       .vector(aoDark, Vector())

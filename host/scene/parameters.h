@@ -50,6 +50,9 @@ inline constexpr LONG colorValue = 1611, colorAlpha = 1612;
 inline constexpr LONG bitmapUvSet = 1621, bitmapOffset = 1622, bitmapScale = 1623, bitmapRotation = 1624,
                       bitmapWrapU = 1625, bitmapWrapV = 1626, bitmapNearest = 1627, bitmapFactor = 1628,
                       bitmapAlpha = 1629;
+// Of bitmaps too: left out of renders; 0 to 1 from no effect to the picture's own; meaning of its values, 0
+// by the slot that shows it, 1 colors, 2 data.
+inline constexpr LONG bitmapOff = 1140, bitmapStrength = 1141, bitmapColors = 1142;
 inline constexpr LONG aoDistance = 1641, aoDark = 1642, aoBright = 1643;
 
 // documents: the chosen variant of materials; the variants' names by index (a container)

@@ -83,6 +83,8 @@ void Session::shutDown() {
   pluginPictures_.finish();
   history_.close();
   pictureOpener_.finish();
+  pictureLocator_.cancel();
+  textureThumbnails_.cancel();
   pictures_.clear();
   hub_.close();
   edits_.forgetAll();

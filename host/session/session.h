@@ -9,10 +9,12 @@
 #include "host_renders.h"
 #include "material_previews.h"
 #include "picture_list.h"
+#include "picture_locator.h"
 #include "picture_opener.h"
 #include "picture_saver.h"
 #include "playback.h"
 #include "plugin_pictures.h"
+#include "texture_thumbnails.h"
 #include "viewer_film.h"
 
 namespace host {
@@ -40,6 +42,8 @@ class Session {
   PictureList& pictures() noexcept { return pictures_; }
   ViewerFilm& viewerFilm() noexcept { return viewerFilm_; }
   PictureOpener& pictureOpener() noexcept { return pictureOpener_; }
+  PictureLocator& pictureLocator() noexcept { return pictureLocator_; }
+  TextureThumbnails& textureThumbnails() noexcept { return textureThumbnails_; }
   PictureSaver& pictureSaver() noexcept { return pictureSaver_; }
   RenderHistory& history() noexcept { return history_; }
   PluginPictures& pluginPictures() noexcept { return pluginPictures_; }
@@ -63,6 +67,8 @@ class Session {
   PictureList pictures_;
   ViewerFilm viewerFilm_{pictures_};
   PictureOpener pictureOpener_{pictures_};
+  PictureLocator pictureLocator_{edits_};
+  TextureThumbnails textureThumbnails_;
   PictureSaver pictureSaver_;
   RenderHistory history_;
   PluginPictures pluginPictures_;

@@ -11,13 +11,14 @@ namespace {
 bool same(const TextureUse& a, const TextureUse& b) {
   const auto id = [](const TextureUse& use) { return use.picture ? use.picture->id : 0; };
   return id(a) == id(b) && a.uvSet == b.uvSet && a.offset == b.offset && a.scale == b.scale &&
-         a.rotation == b.rotation && a.wrapU == b.wrapU && a.wrapV == b.wrapV && a.nearest == b.nearest;
+         a.rotation == b.rotation && a.wrapU == b.wrapU && a.wrapV == b.wrapV && a.nearest == b.nearest &&
+         a.colors == b.colors;
 }
 
 bool same(const ShadePtr& a, const ShadePtr& b) {
   if (a == b) return true;
   if (!a || !b || a->children.size() != b->children.size()) return false;
-  return a->kind == b->kind && a->color == b->color && same(a->texture, b->texture) &&
+  return a->kind == b->kind && a->color == b->color && a->bias == b->bias && same(a->texture, b->texture) &&
          a->aoDistance == b->aoDistance && a->aoDark == b->aoDark && a->aoBright == b->aoBright &&
          a->mix == b->mix && a->amount == b->amount &&
          std::equal(a->children.begin(), a->children.end(), b->children.begin(),

@@ -149,6 +149,15 @@ void addChoicesOfTools(const MainParts& parts) {
          [step = degrees] { return ToolChoices::kept().steps.turn == step; }});
 }
 
+void addMissingCommand(const MainParts& parts) {
+  parts.commands.add({"edit.missing",
+                      word("Edit"),
+                      word("M&issing Files..."),
+                      "warning",
+                      {key("Ctrl+Shift+M")},
+                      [&tools = parts.tools] { tools.showMissingFiles(); }});
+}
+
 void addViewCommands(const MainParts& parts) {
   const QString group = word("View");
   EditorViewWidget& view = parts.view;
@@ -395,6 +404,7 @@ void addGestures(CommandTable& table) {
 void addMainCommands(const MainParts& parts) {
   addFileCommands(parts);
   addSceneCommands(parts);
+  addMissingCommand(parts);
   addViewCommands(parts);
   addTimeCommands(parts);
   addRenderCommands(parts);

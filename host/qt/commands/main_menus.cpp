@@ -87,6 +87,7 @@ void MainMenus::buildEditMenu() {
   addCommands(*edit->addMenu(tr("A&dd")), "add.null add.camera - add.light add.spot add.distant add.area "
                                           "add.disk - add.floor add.sky add.subdivision - "
                                           "add.material");
+  addCommands(*edit, "- edit.missing");
 }
 
 void MainMenus::buildViewMenu() {

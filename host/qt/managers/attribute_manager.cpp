@@ -3,8 +3,9 @@
 #include <algorithm>
 
 #include "attribute_fields.h"
-#include "attribute_tips.h"
+#include "attribute_section.h"
 #include "icons.h"
+#include "material_parts.h"
 #include "object_model.h"
 #include "qt_text.h"
 #include "scene_edits.h"
@@ -14,68 +15,6 @@
 namespace host {
 
 namespace {
-
-constexpr int labelWidth = 92;
-
-// A group with a heading that folds it.
-class Section : public QWidget {
- public:
-  Section(const QString& title, QWidget* parent) : QWidget(parent), head_(new QToolButton(this)) {
-    head_->setText(title);
-    head_->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
-    head_->setIcon(icon(QStringLiteral("chevron-down")));
-    head_->setIconSize({12, 12});
-    head_->setCheckable(false);
-    head_->setToolTip(tr("Folds and unfolds this group"));
-    head_->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
-    head_->setFixedHeight(metrics::control);
-    setRole(head_, "section");
-    body_ = new QWidget(this);
-    grid_ = new QGridLayout(body_);
-    grid_->setContentsMargins(metrics::groupSpace, 0, 0, 0);
-    grid_->setHorizontalSpacing(metrics::groupSpace);
-    grid_->setVerticalSpacing(metrics::grid);
-    grid_->setColumnMinimumWidth(0, labelWidth);
-    grid_->setColumnStretch(1, 1);
-    auto* layout = new QVBoxLayout(this);
-    layout->setContentsMargins(0, 0, 0, 0);
-    layout->setSpacing(metrics::grid);
-    layout->addWidget(head_);
-    layout->addWidget(body_);
-    connect(head_, &QToolButton::clicked, this, [this] { fold(!body_->isHidden()); });
-  }
-
-  void add(AttributeField* field) {
-    const Attribute& shape = field->shape();
-    if (field->hasLabel()) return grid_->addWidget(field, grid_->rowCount(), 1);
-    auto* label = new QLabel(tr(shape.label), body_);
-    label->setBuddy(field);
-    label->setToolTip(shape.animated ? tr("An animation sets it: a change holds until the time changes.")
-                                     : attributeTip(shape));
-    setRole(label, shape.animated ? "warning" : "dim");
-    const int row = grid_->rowCount();
-    if (field->isWide()) {
-      grid_->addWidget(label, row, 0, 1, 2);
-      grid_->addWidget(field, row + 1, 0, 1, 2);
-    } else {
-      label->setWordWrap(true);
-      grid_->addWidget(label, row, 0);
-      grid_->addWidget(field, row, 1);
-    }
-  }
-
-  QString title() const { return head_->text(); }
-  bool isFolded() const { return body_->isHidden(); }
-  void fold(bool on) {
-    body_->setHidden(on);
-    head_->setIcon(icon(on ? QStringLiteral("chevron-right") : QStringLiteral("chevron-down")));
-  }
-
- private:
-  QToolButton* head_;
-  QWidget* body_;
-  QGridLayout* grid_;
-};
 
 ObjectIcon iconOf(const BaseDocument& document, Identity object, LONG type) {
   return objectIcon(type,
@@ -109,6 +48,7 @@ AttributeManager::AttributeManager(Session& session, QWidget* parent) : QWidget(
     chooseNodes();
     soon();
   }));
+  connect(parts_, &MaterialParts::materialChosen, this, &AttributeManager::lookAtMaterial);
   connect(&ThemeNotifier::instance(), &ThemeNotifier::changed, this, &AttributeManager::showHeading);
   chooseNodes();
   refresh();
@@ -129,6 +69,8 @@ void AttributeManager::build() {
   auto* list = new QVBoxLayout(content_);
   list->setContentsMargins(metrics::grid, 0, metrics::grid, metrics::groupSpace);
   list->setSpacing(metrics::groupSpace);
+  parts_ = new MaterialParts(session_, content_);
+  list->addWidget(parts_);
   list->addStretch(1);
   area_ = new QScrollArea(this);
   area_->setWidgetResizable(true);
@@ -192,6 +134,7 @@ void AttributeManager::refresh() {
   const BaseDocument* document = session_.document();
   std::vector<Attribute> attributes;
   if (document && !nodes_.empty()) attributes = attributesOf(*document, nodes_);
+  std::erase_if(attributes, [](const Attribute& one) { return one.group == std::string_view(textureGroup); });
   bool fits = attributes.size() == fields_.size();
   for (std::size_t i = 0; fits && i < attributes.size(); ++i)
     fits = fields_[i]->fits(attributes[i]);
@@ -199,6 +142,10 @@ void AttributeManager::refresh() {
   if (!fits) rebuild(attributes);
   for (std::size_t i = 0; i < fields_.size(); ++i)
     fields_[i]->show(attributes[i]);
+  if (showsMaterial_)
+    parts_->showTextures(nodes_.empty() ? 0 : nodes_.front());
+  else
+    parts_->showMaterials(nodes_);
   showHeading();
 }
 
@@ -208,7 +155,7 @@ void AttributeManager::rebuild(const std::vector<Attribute>& attributes) {
   for (AttributeField* field : fields_)
     field->disconnect(this);
   fields_.clear();
-  while (list->count() > 1) {
+  while (list->count() > 2) { // the parts and the stretch stay
     QLayoutItem* item = list->takeAt(0);
     if (QWidget* old = item->widget()) {
       old->hide();
@@ -216,12 +163,12 @@ void AttributeManager::rebuild(const std::vector<Attribute>& attributes) {
     }
     delete item;
   }
-  Section* section = nullptr;
+  AttributeSection* section = nullptr;
   for (const Attribute& attribute : attributes) {
     const QString title = tr(attribute.group);
     if (!section || section->title() != title) {
-      section = new Section(title, content_);
-      list->insertWidget(list->count() - 1, section);
+      section = new AttributeSection(title, content_);
+      list->insertWidget(list->count() - 2, section);
     }
     AttributeField* field = AttributeField::make(attribute, section);
     section->add(field);

@@ -16,6 +16,7 @@ class QVBoxLayout;
 namespace host {
 
 class AttributeField;
+class MaterialParts;
 
 /// Fields for the attributes that all selected objects have, or for those of the selected material, whichever
 /// was selected last. Values that differ show as a dash; typing one sets it for all. A drag of a field is one
@@ -62,6 +63,7 @@ class AttributeManager : public QWidget {
   QWidget* content_ = nullptr;
   QLabel *heading_ = nullptr, *icon_ = nullptr, *empty_ = nullptr;
   std::vector<AttributeField*> fields_;
+  MaterialParts* parts_ = nullptr; // of materials the textures, of objects the materials
   QTimer soon_;
   std::vector<Subscription> subscriptions_;
 };

@@ -10,6 +10,7 @@
 #include "main_menus.h"
 #include "material_manager.h"
 #include "message_box.h"
+#include "missing_files.h"
 #include "object_manager.h"
 #include "qt_text.h"
 #include "qt_user_interface.h"
@@ -73,6 +74,9 @@ void MainWindow::buildCentre(ViewTracer* tracer) {
   auto* layout = new QVBoxLayout(centre);
   layout->setContentsMargins(0, 0, 0, 0);
   layout->setSpacing(0);
+  auto* missing = new MissingNotice(session_);
+  connect(missing, &MissingNotice::listWanted, this, [this] { tools_->showMissingFiles(); });
+  layout->addWidget(missing);
   layout->addWidget(view_, 1);
   layout->addWidget(timeline_);
   setCentralWidget(centre);

@@ -13,6 +13,7 @@
 #include "key_table.h"
 #include "link_dialog.h"
 #include "message_box.h"
+#include "missing_files.h"
 #include "queue_windows.h"
 #include "recovery_dialog.h"
 #include "render_settings_dialog.h"
@@ -154,6 +155,11 @@ void ToolWindows::showLink(LiveLink& link) {
   present(*link_);
 }
 
+void ToolWindows::showMissingFiles() {
+  if (!missing_) missing_ = new MissingFiles(session_, &window_);
+  present(*missing_);
+}
+
 void ToolWindows::showShortcuts() {
   if (!shortcuts_) {
     frameBuffer(); // its commands are listed as well
@@ -234,6 +240,7 @@ void ToolWindows::shutDown() {
   delete farm_;
   delete queue_;
   delete link_;
+  delete missing_;
   delete shortcuts_;
   delete recovery_;
   delete tour_;

@@ -14,6 +14,7 @@ class FrameBuffer;
 class KeptWindow;
 class LinkDialog;
 class LiveLink;
+class MissingFiles;
 class QueueWindows;
 class RecoveryDialog;
 class RenderSettingsDialog;
@@ -44,6 +45,8 @@ class ToolWindows : public QObject {
   bool mayClose();
   /// The switches and the state of the live link, which must outlive `shutDown`.
   void showLink(LiveLink& link);
+  /// The list of pictures that the scene lacks.
+  void showMissingFiles();
   void showShortcuts();
   void showAbout();
   /// Searches the commands of the window, of open dialogs and of the frame buffer.
@@ -71,6 +74,7 @@ class ToolWindows : public QObject {
   QPointer<FarmWindows> farm_;
   QPointer<QueueWindows> queue_;
   QPointer<LinkDialog> link_;
+  QPointer<MissingFiles> missing_;
   QPointer<ShortcutsDialog> shortcuts_;
   QPointer<RecoveryDialog> recovery_;
   QPointer<Tour> tour_;

@@ -133,6 +133,11 @@ bool CompiledShade::reads(int uvSet) const {
                      [&](const CompiledShade& child) { return child.reads(uvSet); });
 }
 
+Rgba CompiledShade::weighed(const Rgba& texel) const {
+  const Rgba v = times(color_, texel);
+  return {v.r + bias_.r, v.g + bias_.g, v.b + bias_.b, v.a + bias_.a};
+}
+
 Rgba CompiledShade::evaluate(const ShadePoint& point) const {
   switch (kind_) {
   case Kind::constant:
@@ -142,11 +147,11 @@ Rgba CompiledShade::evaluate(const ShadePoint& point) const {
     const Vec2 uv = transformUv(use_, point.uv[set]);
     const float footprint = point.footprint[set] * footprintScale_;
     using Texels = ShadePoint::Texels;
-    if (use_.nearest) return times(color_, texture_->nearest(uv, use_.wrapU, use_.wrapV));
+    if (use_.nearest) return weighed(texture_->nearest(uv, use_.wrapU, use_.wrapV));
     if (point.texels == Texels::filtered)
-      return times(color_, texture_->sample(uv, footprint, use_.wrapU, use_.wrapV));
-    return times(color_, texture_->sampleOne(uv, footprint, use_.wrapU, use_.wrapV, point.jitter,
-                                             point.texels == Texels::someSingle));
+      return weighed(texture_->sample(uv, footprint, use_.wrapU, use_.wrapV));
+    return weighed(texture_->sampleOne(uv, footprint, use_.wrapU, use_.wrapV, point.jitter,
+                                       point.texels == Texels::someSingle));
   }
   case Kind::occlusion: {
     if (!point.scene) return toRgba(bright_);
@@ -176,7 +181,7 @@ Rgba CompiledShade::mean() const {
   case Kind::constant:
     return color_;
   case Kind::bitmap:
-    return times(color_, texture_->texel(texture_->levelCount() - 1, 0, 0));
+    return weighed(texture_->texel(texture_->levelCount() - 1, 0, 0));
   case Kind::occlusion:
     return toRgba(lerp(dark_, bright_, 0.5f));
   case Kind::stack:
@@ -289,7 +294,7 @@ std::size_t MaterialCompiler::request(const PicturePtr& picture, ColorSpace spac
 void MaterialCompiler::collect(const Shade* shade, ColorSpace space) {
   if (!shade) return;
   if (shade->kind == ShadeKind::bitmap && shade->texture.picture && shade->texture.picture->bytes)
-    request(shade->texture.picture, space);
+    request(shade->texture.picture, spaceOf(shade->texture, space));
   for (const ShadePtr& child : shade->children)
     collect(child.get(), space);
 }
@@ -301,6 +306,7 @@ CompiledShade MaterialCompiler::make(const Shade* shade, ColorSpace space,
   if (!shade) return s;
   s.present_ = true;
   s.color_ = toRgba(shade->color);
+  s.bias_ = toRgba(shade->bias);
   s.mix_ = shade->mix;
   s.amount_ = clamp01(shade->amount);
   switch (shade->kind) {
@@ -308,8 +314,11 @@ CompiledShade MaterialCompiler::make(const Shade* shade, ColorSpace space,
     break;
   case ShadeKind::bitmap: {
     const PicturePtr& picture = shade->texture.picture;
-    const auto place = picture ? places_.find({picture->id, space}) : places_.end();
-    if (place == places_.end() || !textures[place->second]) break;
+    const auto place = picture ? places_.find({picture->id, spaceOf(shade->texture, space)}) : places_.end();
+    if (place == places_.end() || !textures[place->second]) {
+      s.color_ = s.weighed({1, 1, 1, 1});
+      break;
+    }
     s.kind_ = Kind::bitmap;
     s.texture_ = textures[place->second];
     s.use_ = shade->texture;

@@ -55,11 +55,12 @@ class CompiledShade {
 
  private:
   friend class MaterialCompiler;
+  Rgba weighed(const Rgba& texel) const;
   enum class Kind : std::uint8_t { constant, bitmap, occlusion, stack };
   Rgba evaluate(const ShadePoint& point) const;
   Kind kind_ = Kind::constant;
   bool present_ = false;
-  Rgba color_;
+  Rgba color_, bias_{0, 0, 0, 0};
   TexturePtr texture_;
   TextureUse use_;
   float footprintScale_ = 1;

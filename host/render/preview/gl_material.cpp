@@ -61,18 +61,20 @@ class TreeWriter {
 
   std::string bitmap(const Shade& shade, ColorSpace space) {
     const PicturePtr& picture = shade.texture.picture;
-    const TexturePtr texture = picture ? find_(picture, space) : nullptr;
-    if (!texture) return constant(shade.color);
+    const TexturePtr texture = picture ? find_(picture, spaceOf(shade.texture, space)) : nullptr;
+    const Float4 &c = shade.color, &b = shade.bias;
+    if (!texture) return constant({c[0] + b[0], c[1] + b[1], c[2] + b[2], c[3] + b[3]});
     if (out_.textures.size() >= slots_) {
       const Rgba mean = texture->texel(texture->levelCount() - 1, 0, 0);
-      return constant({shade.color[0] * mean.r, shade.color[1] * mean.g, shade.color[2] * mean.b,
-                       shade.color[3] * mean.a});
+      return constant(
+          {c[0] * mean.r + b[0], c[1] * mean.g + b[1], c[2] * mean.b + b[2], c[3] * mean.a + b[3]});
     }
     const std::string n = std::to_string(out_.textures.size());
     out_.textures.push_back({picture->id, texture, shade.texture});
     const char* uv = shade.texture.uvSet == 1 ? "uv1" : "uv0";
-    return constant(shade.color) + " * texture(uTexture" + n + ", placed(uTurn" + n + ", uMove" + n + ", " +
-           uv + "))";
+    const std::string weak = b == Float4{0, 0, 0, 0} ? "" : " + " + constant(b);
+    return "(" + constant(c) + " * texture(uTexture" + n + ", placed(uTurn" + n + ", uMove" + n + ", " + uv +
+           "))" + weak + ")";
   }
 
   // Each stack is a function of its own, after those of its children.
@@ -105,7 +107,7 @@ class TreeWriter {
 // About a texel of the bump picture, in texture coordinates.
 float bumpStep(const Shade* shade, const FindTexture& find) {
   if (!shade || shade->kind != ShadeKind::bitmap || !shade->texture.picture) return 1e-3f;
-  const TexturePtr texture = find(shade->texture.picture, ColorSpace::data);
+  const TexturePtr texture = find(shade->texture.picture, spaceOf(shade->texture, ColorSpace::data));
   if (!texture) return 1e-3f;
   const Float2& scale = shade->texture.scale;
   const float span = std::max(1e-6f, std::max(std::abs(scale[0]), std::abs(scale[1])));

@@ -40,9 +40,9 @@ class SceneHash {
     hash_.add(one != nullptr);
     if (!one) return;
     const TextureUse& use = one->texture;
-    hash_.all(one->kind, one->color, use.uvSet, use.offset, use.scale, use.rotation, use.wrapU, use.wrapV,
-              use.nearest, one->aoDistance, one->aoDark, one->aoBright, one->mix, one->amount,
-              one->children.size());
+    hash_.all(one->kind, one->color, one->bias, use.colors, use.uvSet, use.offset, use.scale, use.rotation,
+              use.wrapU, use.wrapV, use.nearest, one->aoDistance, one->aoDark, one->aoBright, one->mix,
+              one->amount, one->children.size());
     picture(use.picture);
     for (const ShadePtr& child : one->children)
       shade(child);

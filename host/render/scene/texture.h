@@ -19,6 +19,12 @@ struct Rgba {
 /// Meaning of 8 and 16 bits of red, green and blue: sRGB codes or plain data. Float pictures are linear.
 enum class ColorSpace : std::uint8_t { srgb, data };
 
+/// The space of a picture's values: the chosen one, else that of the shader that shows it.
+inline ColorSpace spaceOf(const TextureUse& use, ColorSpace byRule) {
+  if (use.colors == TextureColors::byRule) return byRule;
+  return use.colors == TextureColors::colors ? ColorSpace::srgb : ColorSpace::data;
+}
+
 /// A picture with mip levels: 8 or 16 bits a channel (sRGB codes are decoded after the read) or floats, as
 /// the picture has them, each level half the size of the one before, down to one pixel.
 class Texture {

@@ -68,6 +68,7 @@ void MaterialWriter::writeMaterial(const MaterialState& material) {
   for (const TextureSlot& place : textureSlots()) {
     const NodeState* shader = shaderOf(material, place.slot);
     if (!shader || shader->type != Xbitmap || !static_cast<const ShaderState*>(shader)->picture) continue;
+    if (param::flag(*shader, param::bitmapOff)) continue; // other programs show it off as well
     Json info = textureInfoJson(*shader);
     info["index"] = textureIndex(static_cast<const ShaderState&>(*shader));
     putStrengths(material, place, info);

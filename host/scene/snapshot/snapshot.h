@@ -25,6 +25,8 @@ struct Picture {
 using PicturePtr = std::shared_ptr<const Picture>;
 
 enum class Wrap : std::uint8_t { repeat, mirror, clamp };
+/// The meaning of a picture's values: by the shader that shows it, or chosen.
+enum class TextureColors : std::uint8_t { byRule, colors, data };
 
 /// The placement of a picture on a surface: uv' = offset + rotate(rotation) * (scale * uv), as in
 /// KHR_texture_transform.
@@ -35,6 +37,7 @@ struct TextureUse {
   float rotation = 0; // radians, counter-clockwise
   Wrap wrapU = Wrap::repeat, wrapV = Wrap::repeat;
   bool nearest = false;
+  TextureColors colors = TextureColors::byRule;
 };
 
 enum class ShadeKind : std::uint8_t { color, bitmap, ambientOcclusion, fusion, layer };
@@ -44,6 +47,7 @@ enum class ShadeMix : std::uint8_t { normal, multiply, add, screen };
 struct Shade {
   ShadeKind kind = ShadeKind::color;
   Float4 color{1, 1, 1, 1}; // color: the value; bitmap: a factor
+  Float4 bias{0, 0, 0, 0};  // bitmap: added after the factor; a weak picture's share without effect
   TextureUse texture;       // bitmap
   float aoDistance = 1;     // ambientOcclusion: rays reach this far, in metres
   Float3 aoDark{0, 0, 0}, aoBright{1, 1, 1};

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "parameters.h"
 
@@ -38,12 +39,22 @@ Wrap wrapOf(LONG value) {
   return value == 1 ? Wrap::mirror : value == 2 ? Wrap::clamp : Wrap::repeat;
 }
 
+TextureColors colorsOf(LONG value) {
+  return value == 1 ? TextureColors::colors : value == 2 ? TextureColors::data : TextureColors::byRule;
+}
+
+// The colour of a texture without effect in a slot: no bend, no direction of its own, else a factor of 1.
+Float4 neutralIn(int slot) {
+  if (slot == CHANNEL_NORMAL || slot == slotClearcoatNormal) return {0.5F, 0.5F, 1, 1};
+  return slot == slotAnisotropy ? Float4{1, 0.5F, 1, 1} : Float4{1, 1, 1, 1};
+}
+
 class ShadeBuilder {
  public:
   ShadeBuilder(bool textures, std::vector<std::string>& missing) : textures_(textures), missing_(missing) {}
 
-  // Null when the shader contributes nothing.
-  ShadePtr build(const ShaderState& shader, int depth = 0) const {
+  // Null when the shader contributes nothing. A weak bitmap at the top is mixed with `neutral`.
+  ShadePtr build(const ShaderState& shader, const Float4& neutral, int depth = 0) const {
     if (depth > 64) return nullptr;
     auto shade = std::make_shared<Shade>();
     shade->mix = static_cast<ShadeMix>(std::clamp<LONG>(param::integer(shader, param::shaderMix), 0, 3));
@@ -53,7 +64,7 @@ class ShadeBuilder {
       fillColor(shader, *shade);
       break;
     case Xbitmap:
-      return fillBitmap(shader, *shade) ? shade : nullptr;
+      return fillBitmap(shader, neutral, *shade) ? shade : nullptr;
     case Xambientocclusion:
       fillOcclusion(shader, *shade);
       break;
@@ -73,16 +84,17 @@ class ShadeBuilder {
     shade.color = {c[0], c[1], c[2], unitNumber(shader, param::colorAlpha)};
   }
 
-  bool fillBitmap(const ShaderState& shader, Shade& shade) const {
-    const Float3 c = color(param::vector(shader, param::bitmapFactor));
-    shade.color = {c[0], c[1], c[2], unitNumber(shader, param::bitmapAlpha)};
-    if (!shader.picture) return false;
+  bool fillBitmap(const ShaderState& shader, const Float4& neutral, Shade& shade) const {
+    if (!shader.picture || param::flag(shader, param::bitmapOff)) return false;
+    fillFactor(shader, neutral, shade);
     if (textures_ && !shader.picture->bytes) {
       missing_.push_back(shader.picture->name);
       return false;
     }
     if (!textures_) {
       shade.kind = ShadeKind::color;
+      for (std::size_t i = 0; i < 4; ++i)
+        shade.color[i] += std::exchange(shade.bias[i], 0.0F);
       return true;
     }
     shade.kind = ShadeKind::bitmap;
@@ -97,7 +109,19 @@ class ShadeBuilder {
     use.wrapU = wrapOf(param::integer(shader, param::bitmapWrapU));
     use.wrapV = wrapOf(param::integer(shader, param::bitmapWrapV));
     use.nearest = param::flag(shader, param::bitmapNearest);
+    use.colors = colorsOf(param::integer(shader, param::bitmapColors));
     return true;
+  }
+
+  static void fillFactor(const ShaderState& shader, const Float4& neutral, Shade& shade) {
+    const Float3 c = color(param::vector(shader, param::bitmapFactor));
+    shade.color = {c[0], c[1], c[2], unitNumber(shader, param::bitmapAlpha)};
+    const float strength = unitNumber(shader, param::bitmapStrength);
+    if (strength >= 1) return;
+    for (std::size_t i = 0; i < 4; ++i) {
+      shade.color[i] *= strength;
+      shade.bias[i] = neutral[i] * (1 - strength);
+    }
   }
 
   static void fillOcclusion(const ShaderState& shader, Shade& shade) {
@@ -110,7 +134,7 @@ class ShadeBuilder {
   bool fillChildren(const ShaderState& shader, Shade& shade, int depth) const {
     shade.kind = shader.type == Xfusion ? ShadeKind::fusion : ShadeKind::layer;
     for (const NodeState* child = shader.children.first(); child; child = child->next)
-      if (ShadePtr part = build(static_cast<const ShaderState&>(*child), depth + 1))
+      if (ShadePtr part = build(static_cast<const ShaderState&>(*child), {1, 1, 1, 1}, depth + 1))
         shade.children.push_back(std::move(part));
     return !shade.children.empty();
   }
@@ -149,14 +173,14 @@ class MaterialBuilder {
 
   ShadePtr shade(int slot) const {
     const ShaderState* shader = shaderIn(from_, slot);
-    return shader ? shades_.build(*shader) : nullptr;
+    return shader ? shades_.build(*shader, neutralIn(slot)) : nullptr;
   }
 
   // A bump map without its picture is flat.
   ShadePtr reliefShade(int slot) const {
     const ShaderState* shader = shaderIn(from_, slot);
     if (!shader || (shader->type == Xbitmap && !textures_)) return nullptr;
-    return shades_.build(*shader);
+    return shades_.build(*shader, neutralIn(slot));
   }
 
   void fillColor() {

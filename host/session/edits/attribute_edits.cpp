@@ -95,9 +95,19 @@ bool writeText(NodeState& node, const AttributeEntry& entry, const String& text)
 bool writeFlag(NodeState& node, const AttributeEntry& entry, bool on) {
   if (entry.parameter == 0)
     static_cast<ObjectState&>(node).deform = on;
+  else if (entry.shape.id == AttributeId::textureOn)
+    node.data.SetBool(entry.parameter, on ? FALSE : TRUE);
   else
     node.data.SetBool(entry.parameter, on ? TRUE : FALSE);
   return true;
+}
+
+void writeReal(NodeState& node, const AttributeEntry& entry, Real wanted) {
+  const bool v = entry.shape.id == AttributeId::textureTilingV;
+  if (v || entry.shape.id == AttributeId::textureTilingU)
+    node.data.SetVector(entry.parameter, withPart(param::vector(node, entry.parameter), v ? 1 : 0, wanted));
+  else
+    node.data.SetReal(entry.parameter, wanted / entry.factor);
 }
 
 // An empty name removes the picture.
@@ -128,7 +138,7 @@ bool writeAttribute(NodeState& node, const AttributeEntry& entry, const GeData& 
   case AttributeKind::real: {
     const Real wanted = clipped(shape, value.GetReal());
     if (readAttribute(node, entry).GetReal() == wanted) return false;
-    node.data.SetReal(entry.parameter, wanted / entry.factor);
+    writeReal(node, entry, wanted);
     return true;
   }
   default:

@@ -298,6 +298,24 @@ void addMaterials(Table& table) {
   addBody(table);
 }
 
+void addTextures(Table& table) {
+  const auto strength = [&](Id id, LONG parameter, Real highest) {
+    table.add(id, Kind::real, "Strength", parameter).range(0, highest, 0, 1, 0.01);
+  };
+  table.of(NodeKind::shader, Xbitmap, textureGroup).add(Id::textureOn, Kind::boolean, "On", param::bitmapOff);
+  strength(Id::textureStrength, param::bitmapStrength, 1);
+  table.add(Id::textureTilingU, Kind::real, "Tiling U", param::bitmapScale)
+      .range(-1e6, 1e6, 0, 0, 0.1)
+      .add(Id::textureTilingV, Kind::real, "Tiling V", param::bitmapScale)
+      .range(-1e6, 1e6, 0, 0, 0.1)
+      .add(Id::textureColors, Kind::choice, "Values", param::bitmapColors)
+      .choices({"By Use", "Color (sRGB)", "Data (Linear)"});
+  table.of(NodeKind::material, Mmaterial, textureGroup);
+  strength(Id::materialNormalStrength, param::normalScale, 10);
+  strength(Id::materialOcclusionStrength, param::occlusionStrength, 1);
+  strength(Id::materialCoatNormalStrength, param::clearcoatNormalScale, 10);
+}
+
 // The file of a picture; a packed one has only a name.
 Filename pictureName(const PicturePtr& picture) {
   if (!picture) return {};
@@ -318,6 +336,7 @@ const std::vector<AttributeEntry>& attributeTable() {
     addCameras(table);
     addSurroundings(table);
     addMaterials(table);
+    addTextures(table);
     return table.take();
   }());
   return entries;
@@ -360,6 +379,12 @@ GeData readAttribute(const NodeState& node, const AttributeEntry& entry) {
     return GeData(poseAt(static_cast<const ObjectState&>(node)).scale);
   case AttributeId::skyPicture:
     return GeData(pictureName(static_cast<const ObjectState&>(node).picture));
+  case AttributeId::textureOn:
+    return GeData::FromBool(param::flag(node, entry.parameter) ? FALSE : TRUE);
+  case AttributeId::textureTilingU:
+    return GeData(param::vector(node, entry.parameter).x);
+  case AttributeId::textureTilingV:
+    return GeData(param::vector(node, entry.parameter).y);
   default:
     break;
   }

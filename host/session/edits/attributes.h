@@ -89,6 +89,16 @@ enum class AttributeId {
   lightReach,       // of point and spot lights; 0: without end
   lightMuted,
   lightSolo,
+  // textures: bitmap shaders of a material
+  textureOn,
+  textureStrength,
+  textureTilingU,
+  textureTilingV,
+  textureColors,
+  // of the textures whose strength is the material's
+  materialNormalStrength,
+  materialOcclusionStrength,
+  materialCoatNormalStrength,
 };
 
 enum class AttributeKind { boolean, integer, real, vector, color, choice, text, file };
@@ -117,7 +127,10 @@ struct Attribute {
   bool animated = false;            // tracks set it: what is typed holds until the time changes
 };
 
-/// The attributes that all of these nodes have (objects, or materials), in the order of display.
+/// The group of attributes that stand beside the picture that they belong to, not in a list.
+inline constexpr const char* textureGroup = "Texture";
+
+/// The attributes that all of these nodes have (objects, materials, or textures), in the order of display.
 std::vector<Attribute> attributesOf(const BaseDocument& document, std::span<const Identity> nodes);
 
 /// One attribute of one node; of type DA_NIL when the node does not have it.

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "display_transform.h"
 #include "view_transform.h"
 
 namespace host {
@@ -46,6 +47,13 @@ std::shared_ptr<Thumbnail> sized(int width, int height) {
   return thumbnail;
 }
 
+ThumbnailPtr withCodes(const std::shared_ptr<Thumbnail>& thumbnail, const std::vector<float>& codes) {
+  std::transform(codes.begin(), codes.end(), thumbnail->rgb.begin(), [](float code) {
+    return static_cast<unsigned char>(std::lround(std::clamp(code, 0.0f, 255.0f)));
+  });
+  return thumbnail;
+}
+
 } // namespace
 
 ThumbnailPtr thumbnailOf(const Film& film, const ViewSettings& view) {
@@ -65,9 +73,26 @@ ThumbnailPtr thumbnailOf(const BaseBitmap& bitmap) {
                                            bitmap.GetPixel(x, y, &r, &g, &b);
                                            rgb[0] = r, rgb[1] = g, rgb[2] = b;
                                          });
-  std::transform(codes.begin(), codes.end(), thumbnail->rgb.begin(), [](float code) {
-    return static_cast<unsigned char>(std::lround(std::clamp(code, 0.0f, 255.0f)));
-  });
+  return withCodes(thumbnail, codes);
+}
+
+ThumbnailPtr thumbnailOf(const DecodedPicture& picture) {
+  if (picture.width < 1 || picture.height < 1) return nullptr;
+  const auto thumbnail = sized(picture.width, picture.height);
+  const auto at = [&](int x, int y) {
+    return (static_cast<std::size_t>(y) * static_cast<std::size_t>(picture.width) +
+            static_cast<std::size_t>(x)) *
+           4;
+  };
+  const std::vector<float> values = means(
+      picture.width, picture.height, thumbnail->width, thumbnail->height, [&](int x, int y, float* rgb) {
+        for (std::size_t c = 0, from = at(x, y); c < 3; ++c)
+          rgb[c] = !picture.floats.empty()  ? picture.floats[from + c]
+                   : !picture.words.empty() ? static_cast<float>(picture.words[from + c]) / 257
+                                            : picture.bytes[from + c];
+      });
+  if (picture.floats.empty()) return withCodes(thumbnail, values);
+  toDisplay(values.data(), thumbnail->rgb.data(), values.size());
   return thumbnail;
 }
 
