@@ -34,7 +34,8 @@ class AnimateJob : public ThreadFixture {
     job.target.file = out + name;
     job.target.format = format;
     batch::Messages messages(true);
-    return batch::runAnimation(*document, *bitmap, settings, job, {0, last + 1}, messages);
+    batch::AnimationReport report(false, {});
+    return batch::runAnimation(*document, *bitmap, settings, job, {0, last + 1}, messages, report);
   }
   bool isThere(const std::string& name) const { return GeFExist(out + name.c_str()) != 0; }
 
