@@ -248,9 +248,8 @@ def compare_capture(run):
     check(not captured.exists(), "a render was captured that nobody asked to be")
 
     studio.menu("Render", "Render Settings...")
-    studio.get(name="renderSettings")
-    for _ in range(4):  # to the last page
-        studio.key("ctrl+Tab")
+    studio.standing(name="renderSettings")
+    studio.click(text="Effects")
     studio.click(name="addEffect")
     studio.click(**{"class": "QAction", "text": "lmPostData*"})
     wait_for("the effect in the list", lambda: [t for t in studio.things() if t["class"] == "row" and t["name"] == "effectList"
