@@ -65,7 +65,8 @@ class TexturesTest : public SessionFixture {
     std::vector<std::string> missing;
     const auto& from = static_cast<const MaterialState&>(*findNode(state(), red));
     const std::vector<SurfaceMaterialPtr> materials{resolveMaterial(from, true, missing)};
-    render::MaterialCompiler compiler(materials, {true}, {});
+    const std::vector<bool> used{true}; // the compiler refers to both
+    render::MaterialCompiler compiler(materials, used, {});
     const auto textures = render::SceneCache::shared().textures(compiler.requests(), 1, [] { return false; });
     return (compiler.compile(textures.list, {})[0].*shade).at({});
   }

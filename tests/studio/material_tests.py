@@ -116,6 +116,10 @@ def missing_files(run):
     studio.key("Return")
     wait_for("an empty list", lambda: "All files are there" in studio.get(name="missingState")["text"])
     wait_for("the notice gone", lambda: not studio.find(name="missingNotice"))
+    studio.await_keyboard()
+    studio.key("Escape")
+    wait_for("the list closed", lambda: not studio.find(name="missingFiles"))
+    studio.await_keyboard()
     studio.quit()
 
 

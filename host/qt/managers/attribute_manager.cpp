@@ -155,6 +155,8 @@ void AttributeManager::rebuild(const std::vector<Attribute>& attributes) {
   for (AttributeField* field : fields_)
     field->disconnect(this);
   fields_.clear();
+  list->removeWidget(parts_);
+  list->insertWidget(list->count() - 1, parts_);
   while (list->count() > 2) { // the parts and the stretch stay
     QLayoutItem* item = list->takeAt(0);
     if (QWidget* old = item->widget()) {
@@ -174,6 +176,10 @@ void AttributeManager::rebuild(const std::vector<Attribute>& attributes) {
     section->add(field);
     connectField(*field);
     fields_.push_back(field);
+  }
+  if (showsMaterial_ && !fields_.empty()) { // textures come before the seldom used groups
+    list->removeWidget(parts_);
+    list->insertWidget(1, parts_);
   }
   QWidget* before = nullptr;
   for (AttributeField* field : fields_) {

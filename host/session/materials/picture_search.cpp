@@ -45,7 +45,7 @@ class Search {
 
   bool goesOn() {
     if (result_.found.size() == wanted_.size()) return false;
-    if (looked_ >= bounds_.files || (stopped_ && stopped_())) result_.complete = false;
+    if (stopped_ && stopped_()) result_.complete = false;
     return result_.complete;
   }
 
@@ -55,7 +55,11 @@ class Search {
     std::vector<fs::path> below;
     std::map<std::string, fs::path> exact, similar;
     for (fs::directory_iterator entry(folder.path, fs::directory_options::skip_permission_denied, error), end;
-         !error && entry != end && looked_ < bounds_.files; entry.increment(error)) {
+         !error && entry != end; entry.increment(error)) {
+      if (looked_ >= bounds_.files) {
+        result_.complete = false; // the files that were seen count
+        break;
+      }
       ++looked_;
       std::error_code unknown;
       const fs::file_status status = entry->symlink_status(unknown);
