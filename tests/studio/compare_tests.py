@@ -249,7 +249,14 @@ def compare_capture(run):
 
     studio.menu("Render", "Render Settings...")
     studio.standing(name="renderSettings")
-    studio.click(text="Effects")
+
+    def last_page():
+        """A key that comes before the window has the keyboard is lost."""
+        if studio.find(name="addEffect"):
+            return True
+        studio.key("ctrl+Tab")
+        return False
+    wait_for("the last page", last_page, 20, 0.5)
     studio.click(name="addEffect")
     studio.click(**{"class": "QAction", "text": "lmPostData*"})
     wait_for("the effect in the list", lambda: [t for t in studio.things() if t["class"] == "row" and t["name"] == "effectList"

@@ -115,10 +115,16 @@ class Display:
         self.screen = Screen(pathlib.Path(self.folder) / "Xvfb_screen0")
         rules = pathlib.Path(self.folder) / "rc.xml"
         rules.write_text(WINDOW_MANAGER, encoding="utf-8")
-        self.manager = subprocess.Popen(["openbox", "--config-file", str(rules)], env=self.environment, stdout=subprocess.DEVNULL,
-                                        stderr=subprocess.DEVNULL)
+        self.manager = None
         # Windows that appear while it starts may stay unmapped. It has desktops once it runs.
-        wait_for("a window manager", lambda: self.tool("get_num_desktops", check=False).returncode == 0)
+        wait_for("a window manager", lambda: self.manages(rules), 60, 0.1)
+
+    def manages(self, rules):
+        """Starts the window manager, again where it has ended by itself."""
+        if self.manager is None or self.manager.poll() is not None:
+            self.manager = subprocess.Popen(["openbox", "--config-file", str(rules)], env=self.environment, stdout=subprocess.DEVNULL,
+                                            stderr=subprocess.DEVNULL)
+        return self.tool("get_num_desktops", check=False).returncode == 0
 
     def tool(self, *arguments, check=True):
         return subprocess.run(["xdotool", *map(str, arguments)], env=self.environment, check=check,
