@@ -78,7 +78,7 @@ def check_words(build):
     pages = build / "pages" / "lumenara"
     bash = lambda words, word: bash_completes(pages / "lumenara", "_lumenara", words, word)  # noqa: E731
     check(bash("lumenara", "re") == ["render"], "bash does not complete the command render")
-    check(bash("lumenara settings", "") == ["list", "get", "set", "reset"], "bash does not complete the actions of settings")
+    check(bash("lumenara settings", "") == ["list", "get", "set", "preset", "reset"], "bash does not complete the actions of settings")
     check(sorted(bash("lumenara render --sampling", "")) == ["even", "noise"], "bash does not complete the values of --sampling")
     os.environ["PATH"] = f"{build / 'bin'}:{os.environ['PATH']}"
     names = bash("lumenara settings get", "opt.g")
