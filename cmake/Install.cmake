@@ -2,7 +2,7 @@
 #
 #   bin/                  programs
 #   lib/lumenara/         (on Debian lib/<architecture>/lumenara/) the host's library and its parts, plugins/, and links to the data
-#   share/lumenara/       data: res/ and docs/ of the plug-in, the denoiser's weights, the demo scene
+#   share/lumenara/       data: res/ and docs/ of the plug-in, the denoiser's weights, the library of materials, the demo scene
 #
 # Components are the Debian packages (Packages.cmake): batch, movie, studio, doc, dev.
 include_guard(GLOBAL)

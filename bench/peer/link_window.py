@@ -27,6 +27,7 @@ from scenario import Run, set_auto  # noqa: E402
 from studio_driver import wait_for  # noqa: E402
 
 MOVED = 3.0  # pixels that tell one place of the marker from another
+VIEW_MOVED, VIEW_SECONDS = 5.0, 0.03  # of one view of an orbit and the next: more than a view's blocks of 8 pixels and their refinement shift it
 TICKS = os.sysconf("SC_CLK_TCK")
 
 
@@ -104,13 +105,13 @@ def moves(options, studio, blender, viewer):
 
 def orbit(studio, blender, viewer, seconds):
     """Views a second in the viewer, views a second that the add-on has sent, and Studio's processor time a second."""
-    used, last, shown = seconds_of(studio.process.pid), viewer.marker(), 0
+    used, last, shown, counted = seconds_of(studio.process.pid), viewer.marker(), 0, 0.0
     blender.tell("ORBIT", seconds, 30)
     end = time.monotonic() + seconds
     while time.monotonic() < end:
         now = viewer.marker()
-        if now is not None and (last is None or abs(now - last) > MOVED):
-            last, shown = now, shown + 1
+        if now is not None and (last is None or abs(now - last) > VIEW_MOVED) and time.monotonic() - counted > VIEW_SECONDS:
+            last, shown, counted = now, shown + 1, time.monotonic()
         time.sleep(0.004)
     used = seconds_of(studio.process.pid) - used
     return shown / seconds, blender.answer("DONE")["commits"] / seconds, used / seconds

@@ -3,6 +3,11 @@
 // platforms ("offscreen" too).
 //
 //   bench_studio_bench [SCENE...] [--repeat N]
+//   bench_studio_bench --open [SCENE...]     from the order to open a scene to the first shaded picture of
+//   the
+//                                            editor view, and to its full one; the program runs already
+//   bench_studio_bench --drag [SCENE...]     pictures a second in the viewer while a material's colour is
+//                                            dragged in the colour picker's way, 60 changes a second
 //
 // Without arguments: the demo scene, and the scene of a million triangles where the shared scenes are.
 #include <QApplication>
@@ -11,6 +16,7 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -186,15 +192,84 @@ std::vector<double> inputWhileRendering(Studio& studio) {
   return input.waited;
 }
 
-void measure(const std::string& scene, int repeat) {
-  QTemporaryDir home;
-  storeSettings(home.path());
+/// Pictures a second in the viewer while a material's colour changes 60 times a second, over some seconds.
+double colorDrag(Studio& studio, PaintWatch& watch, double seconds) {
+  constexpr LONG baseColor = 2100;
+  CallCommand(1021448);
+  quiet(1000);
+  Edits& edits = studio.session().edits();
+  edits.begin("Color");
+  int pictures = 0, changes = 0;
+  const auto start = Steady::now();
+  watch.begin();
+  while (msSince(start) < seconds * 1000) {
+    if (msSince(start) * 60 / 1000 >= changes) {
+      const double part = 0.5 + 0.5 * std::sin(0.05 * ++changes);
+      edits.update([part](BaseDocument& document) {
+        if (BaseMaterial* material = document.GetFirstMaterial())
+          material->SetParameter(baseColor, GeData(Vector(part, 0.3, 1 - part)));
+      });
+    }
+    QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents, 2);
+    if (!watch.hasChanged()) continue;
+    ++pictures;
+    watch.begin();
+  }
+  edits.end();
+  return pictures / seconds;
+}
+
+StudioOptions optionsOf(const QTemporaryDir& home, const std::string& scene) {
   StudioOptions options;
   options.home = Filename(home.path().toUtf8().constData());
   options.startupPath = Filename(LUMENARA_STARTUP_DIR);
   options.scene = Filename(scene.c_str());
   options.consoleEcho = nullptr;
-  Studio studio(options);
+  return options;
+}
+
+/// Opens a scene in a running program, the small scene between, and prints the times.
+void measureOpening(const std::string& scene, int repeat) {
+  QTemporaryDir home;
+  storeSettings(home.path());
+  const std::string small = LUMENARA_SOURCE_DIR "/scenes/small.gltf";
+  Studio studio(optionsOf(home, small));
+  studio.window().resize(1500, 950);
+  studio.start();
+  EditorView& view = studio.window().viewWidget().view();
+  // Only a picture of the scene tells points of its surfaces.
+  const auto isShaded = [&view] {
+    for (int y = 1; y < 16; ++y)
+      for (int x = 1; x < 16; ++x)
+        if (view.pointAt(view.width() * x / 16.0, view.height() * y / 16.0)) return true;
+    return false;
+  };
+  std::vector<double> first, full;
+  for (int i = 0; i < repeat; ++i)
+    for (const std::string& file : {small, scene}) {
+      view.finishPicture(120000);
+      quiet(300);
+      bool ended = false;
+      const auto start = Steady::now();
+      studio.session().files().open(Filename(file.c_str()),
+                                    [&ended](OpenEnd, const FileError*) { ended = true; });
+      const bool shown = waitFor([&] { return ended && isShaded(); }, 120000);
+      if (file == small || !shown) continue;
+      first.push_back(msSince(start));
+      waitFor([&] { return view.detail() >= ViewDetail::full; }, 120000);
+      full.push_back(msSince(start));
+    }
+  const Spread coarse(first), whole(full);
+  std::printf("| %s | %.0f / %.0f | %.0f / %.0f |\n", std::filesystem::path(scene).stem().c_str(),
+              coarse.median, coarse.worst, whole.median, whole.worst);
+  std::fflush(stdout);
+  studio.shutDown();
+}
+
+void measure(const std::string& scene, int repeat, bool drag) {
+  QTemporaryDir home;
+  storeSettings(home.path());
+  Studio studio(optionsOf(home, scene));
   studio.window().resize(1500, 950);
   studio.start();
   if (!waitFor([&] { return studio.session().document() && studio.session().document()->GetFirstObject(); },
@@ -218,6 +293,11 @@ void measure(const std::string& scene, int repeat) {
   CallCommand(refreshCommand);
   quiet(3000);
 
+  if (drag) {
+    std::printf("| %s | %.1f |\n", std::filesystem::path(scene).stem().c_str(), colorDrag(studio, watch, 6));
+    std::fflush(stdout);
+    return studio.shutDown();
+  }
   const Spread changes(sceneChanges(studio, watch, repeat));
   const Spread input(inputWhileRendering(studio));
   std::printf("| %s | %.0f / %.0f / %.0f | %.1f / %.1f / %.1f |\n",
@@ -232,13 +312,19 @@ void measure(const std::string& scene, int repeat) {
 int main(int argc, char** argv) {
   QApplication application(argc, argv);
   installTheme();
-  int repeat = 40;
+  int repeat = 0;
+  bool opening = false, drag = false;
   std::vector<std::string> scenes;
   for (int i = 1; i < argc; ++i) {
-    if (std::string(argv[i]) == "--repeat" && i + 1 < argc)
+    const std::string word = argv[i];
+    if (word == "--repeat" && i + 1 < argc)
       repeat = std::max(1, std::atoi(argv[++i]));
+    else if (word == "--open")
+      opening = true;
+    else if (word == "--drag")
+      drag = true;
     else
-      scenes.emplace_back(argv[i]);
+      scenes.push_back(word);
   }
   if (scenes.empty()) {
     scenes.emplace_back(LUMENARA_SOURCE_DIR "/scenes/demo.glb");
@@ -249,10 +335,19 @@ int main(int argc, char** argv) {
     else
       std::fprintf(stderr, "the shared scenes are not there: the million triangles are skipped\n");
   }
-  std::printf("| scene | scene changed to changed pixels: median / 95th / worst, ms | input to handling "
-              "while rendering: "
-              "median / 95th / worst, ms |\n|---|---|---|\n");
+  if (opening)
+    std::printf("| scene | order to open to the first shaded picture: median / worst, ms | to the full one "
+                "|\n|---|---|---|\n");
+  else if (drag)
+    std::printf("| scene | pictures a second while a colour is dragged |\n|---|---|\n");
+  else
+    std::printf("| scene | scene changed to changed pixels: median / 95th / worst, ms | input to handling "
+                "while rendering: "
+                "median / 95th / worst, ms |\n|---|---|---|\n");
   for (const std::string& scene : scenes)
-    measure(scene, repeat);
+    if (opening)
+      measureOpening(scene, repeat ? repeat : 7);
+    else
+      measure(scene, repeat ? repeat : 40, drag);
   return 0;
 }

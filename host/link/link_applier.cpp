@@ -179,6 +179,7 @@ void LinkApplier::putSettings(DocumentState& document, const LinkScene& scene) {
     if (settings.width) render->data.SetLong(RDATA_XRES, *settings.width);
     if (settings.height) render->data.SetLong(RDATA_YRES, *settings.height);
     if (settings.samples) render->data.SetLong(RDATA_MAXSAMPLES, *settings.samples);
+    if (settings.noise) render->data.SetReal(RDATA_NOISETHRESHOLD, *settings.noise);
     if (settings.denoise) render->data.SetLong(render::denoiseSetting, *settings.denoise ? 1 : 0);
   }
   if (settings.camera && document.renderView) document.renderView->camera = *settings.camera;

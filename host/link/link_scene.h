@@ -47,6 +47,7 @@ struct LinkTime {
 struct LinkSettings {
   std::optional<LONG> width, height, samples;
   std::optional<bool> denoise;
+  std::optional<double> noise;    // standard error at which a pixel ends, 0 to 1; 0: none ends early
   std::optional<Identity> camera; // 0: the view's own
 };
 

@@ -117,7 +117,7 @@ void LinkStage::fillKind(const LinkFrame& frame, LinkObject& object) {
     object.data = linkLight(member(frame.json, "light"));
   } else if (kind == "camera") {
     object.type = Ocamera;
-    object.data = linkCamera(member(frame.json, "camera"), scene_.notes, object.name.GetUTF8());
+    object.data = linkCamera(member(frame.json, "camera"));
   } else if (kind != "null" && !kind.empty()) {
     throw LinkError("The object \"" + object.key + "\" is of an unknown kind, \"" + kind + "\".");
   }
@@ -187,8 +187,9 @@ void LinkStage::settings(const LinkFrame& frame) {
   settings->height = whole("height", 16384);
   settings->samples = whole("samples", 1e6);
   if (member(frame.json, "denoise").is_boolean()) settings->denoise = flagIn(frame.json, "denoise");
-  if (member(frame.json, "noise").is_number())
-    scene_.notes.emplace_back("The wanted noise is not taken over; set it in Studio's render settings.");
+  settings->noise = maybeNumber(frame.json, "noise");
+  if (settings->noise && (*settings->noise < 0 || *settings->noise > 1))
+    throw LinkError("\"noise\" must be a number from 0 to 1.");
   if (frame.json.contains("camera")) {
     const std::string key = optionalLinkKey(frame.json, "camera");
     if (!key.empty() && objectAt(key).object->type != Ocamera)

@@ -99,7 +99,7 @@ BaseContainer linkLight(const Json& light) {
   return to;
 }
 
-BaseContainer linkCamera(const Json& camera, std::vector<std::string>& notes, const std::string& name) {
+BaseContainer linkCamera(const Json& camera) {
   using namespace param;
   const bool parallel = member(camera, "ymag").is_number();
   BaseContainer to;
@@ -118,11 +118,10 @@ BaseContainer linkCamera(const Json& camera, std::vector<std::string>& notes, co
     to.SetLong(cameraBlades, static_cast<LONG>(std::clamp(blades, 0.0, 64.0)));
   }
   const Json& shift = member(camera, "shift");
-  for (std::size_t i = 0; i < std::min<std::size_t>(countOf(shift), 2); ++i)
-    if (shift[i].is_number() && shift[i].get<double>() != 0) {
-      notes.push_back("The lens shift of \"" + name + "\" is not shown.");
-      break;
-    }
+  if (countOf(shift) >= 2 && shift[0].is_number() && shift[1].is_number()) {
+    to.SetReal(cameraShiftX, std::clamp(shift[0].get<double>(), -10.0, 10.0));
+    to.SetReal(cameraShiftY, std::clamp(shift[1].get<double>(), -10.0, 10.0));
+  }
   return to;
 }
 

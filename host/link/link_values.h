@@ -17,7 +17,7 @@ Matrix linkMatrix(const Json& list);
 std::vector<std::string> linkKeys(const Json& message, const char* name = "keys");
 /// The parameters of lights and cameras.
 BaseContainer linkLight(const Json& light);
-BaseContainer linkCamera(const Json& camera, std::vector<std::string>& notes, const std::string& name);
+BaseContainer linkCamera(const Json& camera);
 BaseContainer linkSky(const Json& sky);
 
 } // namespace host

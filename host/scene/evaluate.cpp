@@ -6,10 +6,24 @@
 #include "document.h"
 #include "generated_mesh.h"
 #include "parameters.h"
+#include "track_paths.h"
 
 namespace host {
 
 namespace {
+
+// Values of another type's tracks are ignored; a curve may overshoot what the parameter may hold.
+void applyParameter(TrackPath path, const std::vector<double>& v, ObjectState& object) {
+  const LONG id = parameterOf(path, object.type);
+  if (id == 0 || !std::all_of(v.begin(), v.end(), [](double part) { return std::isfinite(part); })) return;
+  if (path == trackLightColor) {
+    object.data.SetVector(id, {std::max(v[0], 0.0), std::max(v[1], 0.0), std::max(v[2], 0.0)});
+  } else {
+    constexpr double widest = 3.13, narrowest = 1e-3; // radians
+    object.data.SetReal(id,
+                        path == trackCameraYfov ? std::clamp(v[0], narrowest, widest) : std::max(v[0], 0.0));
+  }
+}
 
 void applyTrack(const Track& track, double seconds, Pose& pose, ObjectState& object) {
   const std::vector<double> v = sampleCurve(*track.curve, seconds, track.path == TrackPath::rotation);
@@ -27,10 +41,22 @@ void applyTrack(const Track& track, double seconds, Pose& pose, ObjectState& obj
     for (std::size_t i = 0; i < std::min(v.size(), object.weights.size()); ++i)
       if (const auto weight = static_cast<float>(v[i]); std::isfinite(weight)) object.weights[i] = weight;
     break;
+  default:
+    applyParameter(track.path, v, object);
   }
 }
 
+} // namespace
+
+LONG parameterOf(TrackPath path, LONG type) {
+  if (path == trackLightColor) return type == Olight ? param::lightColor : 0;
+  if (path == trackLightIntensity) return type == Olight ? param::lightIntensity : 0;
+  if (path == trackCameraYfov) return type == Ocamera ? param::cameraYfov : 0;
+  return 0;
+}
+
 void applyTracks(ObjectState& object, double seconds) {
+  if (!object.tracks) return;
   Pose pose = object.pose ? *object.pose : poseOf(object.local);
   bool moved = false;
   unsigned done = 0; // bits of properties; each follows its first track
@@ -39,12 +65,14 @@ void applyTracks(ObjectState& object, double seconds) {
     if (done & property) continue;
     done |= property;
     applyTrack(track, seconds, pose, object);
-    moved = moved || track.path != TrackPath::weights;
+    moved = moved || track.path <= TrackPath::scale;
   }
   if (!moved) return;
   object.pose = pose;
   object.local = matrixOf(pose);
 }
+
+namespace {
 
 Real lengthOf(const Vector& v) {
   return std::sqrt(Dot(v, v));
@@ -80,9 +108,7 @@ void runExpressions(DocumentState& document, ObjectState& object) {
 
 void applyTracks(DocumentState& document) {
   const double seconds = document.time.Get();
-  forEachObject(document.children, [&](ObjectState& object) {
-    if (object.tracks) applyTracks(object, seconds);
-  });
+  forEachObject(document.children, [&](ObjectState& object) { applyTracks(object, seconds); });
   document.posed = true;
 }
 

@@ -7,6 +7,7 @@ namespace host {
 
 /// Sets the properties that have tracks.
 void applyTracks(DocumentState& document);
+void applyTracks(ObjectState& object, double seconds);
 /// Runs the enabled expression tags, in document order.
 void applyExpressions(DocumentState& document);
 /// The time of the last key of any track, in seconds; 0 without tracks.

@@ -23,6 +23,17 @@ Vector blackBodyColor(Real kelvin) {
   return color * (1 / (0.2126390 * color.x + 0.7151687 * color.y + 0.0721923 * color.z));
 }
 
+Real viewAngleOf(const NodeState& object) {
+  constexpr Real usual = 0.8, widestSpot = 2.6;
+  if (object.type == Olight && param::integer(object, param::lightKind) == 1) {
+    const Real cone = 2 * param::real(object, param::lightOuterCone);
+    return std::isfinite(cone) ? std::clamp(cone, 1e-4, widestSpot) : usual;
+  }
+  if (object.type != Ocamera) return usual;
+  const Real angle = param::real(object, param::cameraYfov);
+  return std::isfinite(angle) ? std::clamp(angle, 1e-4, 3.14) : usual;
+}
+
 Vector lightColorOf(const NodeState& light) {
   const Vector own = param::vector(light, param::lightColor);
   const Real kelvin = param::real(light, param::lightTemperature);

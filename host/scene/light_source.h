@@ -21,6 +21,10 @@ inline constexpr Real leastKelvin = 1667, mostKelvin = 25000;
 /// HDTV applications", the cubic splines of the Planckian locus in CIE 1931 x and y.
 Vector blackBodyColor(Real kelvin);
 
+/// The whole vertical angle, in radians, at which a view or a render looks through an object: a camera's own;
+/// a spot's cone, and 2.6 at most; 0.8 of any other. Not below 0.0001, and finite.
+Real viewAngleOf(const NodeState& object);
+
 /// The colour that a light shines in, without its intensity: its own times that of its temperature.
 Vector lightColorOf(const NodeState& light);
 

@@ -59,7 +59,10 @@ void fillObjects(Table& table) {
       .real(cameraAperture, 0)
       .real(cameraFocusDistance, 5)
       .integer(cameraBlades, 0)
-      .real(cameraBladeRotation, 0);
+      .real(cameraBladeRotation, 0)
+      .real(cameraShiftX, 0)
+      .real(cameraShiftY, 0)
+      .flag(cameraLocked, FALSE);
   Filler(table, NodeKind::object, Olight)
       .integer(lightKind, 0)
       .vector(lightColor, white)

@@ -13,7 +13,8 @@ inline constexpr LONG objectShadowCatcher = 903;
 inline constexpr LONG cameraProjection = 1001, cameraYfov = 1002, cameraYmag = 1003, cameraXmag = 1004,
                       cameraAspect = 1005, cameraNear = 1006, cameraFar = 1007, cameraFitAspect = 1008,
                       cameraAperture = 1009, cameraFocusDistance = 1010, cameraBlades = 1011,
-                      cameraBladeRotation = 1012;
+                      cameraBladeRotation = 1012, cameraShiftX = 1120, cameraShiftY = 1121,
+                      cameraLocked = 1122; // moving the view leaves it where it is
 // lights
 inline constexpr LONG lightKind = 1101, lightColor = 1102, lightIntensity = 1103, lightRange = 1104,
                       lightInnerCone = 1105, lightOuterCone = 1106, lightRadius = 1107, lightShadow = 1108,

@@ -162,18 +162,29 @@ std::vector<MaterialRow> materialRows(const BaseDocument& document) {
   return rows;
 }
 
-std::vector<CameraRow> cameraRows(const BaseDocument& document) {
+namespace {
+
+std::vector<CameraRow> viewRows(const BaseDocument& document, LONG type) {
   const DocumentState& state = *stateOf(&document);
-  const ViewState* view = state.renderView;
-  const Identity current = view ? view->camera : 0;
+  const Identity current = state.renderView ? state.renderView->camera : 0;
   std::vector<CameraRow> rows;
-  rows.push_back({0, "Editor Camera", true});
   forEachObject(state.children, [&](const ObjectState& object) {
-    if (object.type != Ocamera) return;
-    rows.push_back({object.identity, object.name, object.identity == current});
-    if (rows.back().current) rows.front().current = false;
+    if (object.type == type) rows.push_back({object.identity, object.name, object.identity == current});
   });
   return rows;
+}
+
+} // namespace
+
+std::vector<CameraRow> cameraRows(const BaseDocument& document) {
+  std::vector<CameraRow> rows = viewRows(document, Ocamera);
+  const auto chosen = [](const CameraRow& row) { return row.current; };
+  rows.insert(rows.begin(), {0, "Editor Camera", std::none_of(rows.begin(), rows.end(), chosen)});
+  return rows;
+}
+
+std::vector<CameraRow> lightViewRows(const BaseDocument& document) {
+  return viewRows(document, Olight);
 }
 
 std::vector<VideoPostRow> videoPostRows(const BaseDocument& document) {

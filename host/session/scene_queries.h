@@ -56,6 +56,7 @@ struct MaterialRow {
 };
 std::vector<MaterialRow> materialRows(const BaseDocument& document);
 
+/// A camera, or a light, which a view can look through as well.
 struct CameraRow {
   Identity identity = 0; // 0: the view's own
   String name;
@@ -64,6 +65,7 @@ struct CameraRow {
 };
 /// The render view's own first, then the document's.
 std::vector<CameraRow> cameraRows(const BaseDocument& document);
+std::vector<CameraRow> lightViewRows(const BaseDocument& document);
 
 struct VideoPostRow {
   Identity identity = 0;

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "program.h"
+#include "program_folder.h"
 #include "typed_name.h"
 
 namespace host {
@@ -34,7 +35,10 @@ void endWithProgram() {
 
 Session::Session()
     : edits_(hub_), files_(hub_, edits_), autosave_(hub_, edits_, files_, keptFolder("autosave")),
-      playback_(hub_), renders_(hub_), previews_(hub_), history_(hub_, edits_, keptFolder("renders")),
+      playback_(hub_), renders_(hub_), previews_(hub_),
+      materialLibrary_(previews_, programFolder() + Filename("library") + Filename("materials.gltf"),
+                       keptFolder("materials")),
+      skyMaker_(edits_), history_(hub_, edits_, keptFolder("renders")),
       pluginPictures_(history_, PluginPictures::usualFolder()) {
   renderChanged_ = renders_.changed.add([this] {
     const RenderState& state = renders_.state();

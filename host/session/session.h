@@ -7,6 +7,7 @@
 #include "edits.h"
 #include "file_session.h"
 #include "host_renders.h"
+#include "material_library.h"
 #include "material_previews.h"
 #include "picture_list.h"
 #include "picture_locator.h"
@@ -14,6 +15,7 @@
 #include "picture_saver.h"
 #include "playback.h"
 #include "plugin_pictures.h"
+#include "sky_edits.h"
 #include "texture_thumbnails.h"
 #include "viewer_film.h"
 
@@ -39,6 +41,8 @@ class Session {
   Playback& playback() noexcept { return playback_; }
   HostRenders& renders() noexcept { return renders_; }
   MaterialPreviews& previews() noexcept { return previews_; }
+  MaterialLibrary& materialLibrary() noexcept { return materialLibrary_; }
+  SkyMaker& skyMaker() noexcept { return skyMaker_; }
   PictureList& pictures() noexcept { return pictures_; }
   ViewerFilm& viewerFilm() noexcept { return viewerFilm_; }
   PictureOpener& pictureOpener() noexcept { return pictureOpener_; }
@@ -64,6 +68,8 @@ class Session {
   Playback playback_;
   HostRenders renders_;
   MaterialPreviews previews_;
+  MaterialLibrary materialLibrary_;
+  SkyMaker skyMaker_;
   PictureList pictures_;
   ViewerFilm viewerFilm_{pictures_};
   PictureOpener pictureOpener_{pictures_};

@@ -79,8 +79,9 @@ std::vector<ViewText> EditorView::texts() const {
   if (!draw || display_->width < 1 || display_->height < 1) return texts;
   const ViewCamera eye = viewCameraOf(*draw);
   const BaseObject* through = draw->GetSceneCamera(nullptr);
+  const String locked = display_->isCameraLocked() ? String(" (locked)") : String();
   texts.push_back({display_->width - 10.0, 8, ViewText::Anchor::topRight,
-                   through            ? through->GetName()
+                   through            ? through->GetName() + locked
                    : eye.orthographic ? String("Parallel")
                                       : String("Perspective")});
   if (eye.width < 120 || eye.height < 120) return texts;

@@ -5,6 +5,7 @@
 #include <unordered_map>
 
 #include "document.h"
+#include "light_source.h"
 #include "parameters.h"
 #include "snapshot_range.h"
 
@@ -56,7 +57,7 @@ Matrix unitAxes(const Matrix& m) {
 ViewRay ViewCamera::ray(double x, double y) const {
   const double unitsPerPixel = 2 * half / height;
   const Vector across =
-      toWorld.v1 * ((x - width / 2) * unitsPerPixel) + toWorld.v2 * ((height / 2 - y) * unitsPerPixel);
+      toWorld.v1 * ((x - axisX()) * unitsPerPixel) + toWorld.v2 * ((axisY() - y) * unitsPerPixel);
   const Vector forward = -toWorld.v3;
   ViewRay ray;
   double stretch = 1;
@@ -83,7 +84,7 @@ std::optional<ViewCamera::Spot> ViewCamera::project(const Vector& point) const {
   const double depth = -Dot(d, toWorld.v3);
   if (!(depth > 1e-9) && !orthographic) return std::nullopt;
   const double scale = height / (2 * half * (orthographic ? 1 : depth));
-  return Spot{width / 2 + Dot(d, toWorld.v1) * scale, height / 2 - Dot(d, toWorld.v2) * scale, depth};
+  return Spot{axisX() + Dot(d, toWorld.v1) * scale, axisY() - Dot(d, toWorld.v2) * scale, depth};
 }
 
 double ViewCamera::pixelSize(double depth) const {
@@ -92,14 +93,14 @@ double ViewCamera::pixelSize(double depth) const {
 
 Vector ViewCamera::pointAt(double x, double y, double depth) const {
   const double size = pixelSize(depth);
-  return toWorld.off - toWorld.v3 * depth + toWorld.v1 * ((x - width / 2) * size) +
-         toWorld.v2 * ((height / 2 - y) * size);
+  return toWorld.off - toWorld.v3 * depth + toWorld.v1 * ((x - axisX()) * size) +
+         toWorld.v2 * ((axisY() - y) * size);
 }
 
 bool operator==(const ViewCamera& a, const ViewCamera& b) noexcept {
   return a.toWorld == b.toWorld && a.orthographic == b.orthographic && a.half == b.half &&
-         a.inner == b.inner && a.format == b.format && a.near == b.near && a.far == b.far &&
-         a.width == b.width && a.height == b.height;
+         a.inner == b.inner && a.format == b.format && a.shiftX == b.shiftX && a.shiftY == b.shiftY &&
+         a.near == b.near && a.far == b.far && a.width == b.width && a.height == b.height;
 }
 
 ViewCamera viewCameraOf(const BaseDraw& view) {
@@ -114,7 +115,9 @@ ViewCamera viewCameraOf(const BaseDraw& view) {
     return std::isfinite(value) ? std::clamp(value, low, high) : otherwise;
   };
   result.half = result.orthographic ? std::max(1e-9, std::abs(real(param::cameraYmag, -1e9, 1e9, 1)))
-                                    : std::tan(real(param::cameraYfov, 1e-4, 3.14, 0.8) / 2);
+                                    : std::tan(viewAngleOf(state) / 2);
+  result.shiftX = real(param::cameraShiftX, -farthestShift, farthestShift, 0);
+  result.shiftY = real(param::cameraShiftY, -farthestShift, farthestShift, 0);
   result.near = sceneCamera ? real(param::cameraNear, 0, 1e30, 0) : 0;
   result.far = sceneCamera ? real(param::cameraFar, 0, 1e30, 0) : 0;
 
@@ -226,18 +229,20 @@ Matrix frame(const Matrix& camera, const ViewCamera& view, const ViewBounds& bou
   if (bounds.empty) return camera;
   const Vector center = bounds.center();
   const double tanY = view.half * view.inner, tanX = tanY * view.format;
+  // The way aside to the middle of the picture, one along the axis; orthographic: the way at any depth.
+  const double asideX = 2 * view.shiftX * tanX, asideY = 2 * view.shiftY * tanY;
   double distance = 1e-6;
   forEachCorner(bounds.low, bounds.high, [&](const Vector& corner) {
     const Vector d = corner - center;
     const double depth = Dot(d, view.toWorld.v3);
-    const double needed = view.orthographic ? depth
-                                            : depth + std::max(std::abs(Dot(d, view.toWorld.v1)) / tanX,
-                                                               std::abs(Dot(d, view.toWorld.v2)) / tanY);
-    distance = std::max(distance, needed);
+    const double across = std::max(std::abs(Dot(d, view.toWorld.v1) + asideX * depth) / tanX,
+                                   std::abs(Dot(d, view.toWorld.v2) + asideY * depth) / tanY);
+    distance = std::max(distance, view.orthographic ? depth : depth + across);
   });
   if (bounds.size() == 0) distance = 3; // a point: a distance that suits an object of a metre
+  const double back = distance * air + view.near, along = view.orthographic ? 1 : back;
   Matrix moved = camera;
-  moved.off = center + view.toWorld.v3 * (distance * air + view.near);
+  moved.off = center + view.toWorld.v3 * back - (view.toWorld.v1 * asideX + view.toWorld.v2 * asideY) * along;
   return moved;
 }
 

@@ -18,9 +18,13 @@ struct ViewCamera {
                         // half its height in metres
   double inner = 1;     // the frame's height by the area's: the part of `half` that the camera's angle spans
   double format = 1.78; // the frame's width by its height
-  double near = 0, far = 0; // along the axis; far 0: without end
+  double shiftX = 0, shiftY = 0; // of the lens, in widths and heights of the frame: to the right and up
+  double near = 0, far = 0;      // along the axis; far 0: without end
   double width = 1, height = 1;
 
+  /// The pixel where the axis lies: the middle of the area, unless the lens is shifted.
+  double axisX() const { return width / 2 - shiftX * format * inner * height; }
+  double axisY() const { return height / 2 + shiftY * inner * height; }
   ViewRay ray(double x, double y) const;
   struct Spot {
     double x, y, depth; // depth along the axis

@@ -89,6 +89,11 @@ bool ViewDisplay::isOwnCamera() const {
   return !view()->GetSceneCamera(nullptr);
 }
 
+bool ViewDisplay::isCameraLocked() const {
+  const BaseObject* camera = view()->GetSceneCamera(nullptr);
+  return camera && camera->IsInstanceOf(Ocamera) && param::flag(*stateOf(camera), param::cameraLocked);
+}
+
 void ViewDisplay::syncArea() {
   BaseDraw* draw = view();
   if (!draw || width < 1 || height < 1) return;

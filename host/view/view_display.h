@@ -40,6 +40,8 @@ class ViewDisplay final : public CoreListener {
   BaseObject* camera() const;
   /// Whether that is the view's own camera, not one of the document.
   bool isOwnCamera() const;
+  /// A camera of the document that moving the view leaves where it is.
+  bool isCameraLocked() const;
   /// Brings hooks and area up to date. True: there is a document whose view has a size.
   bool ready();
   void syncArea();

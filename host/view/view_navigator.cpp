@@ -88,7 +88,7 @@ void ViewNavigator::cameraMoved(bool lookAgain) {
 }
 
 void ViewNavigator::setCamera(const Matrix& world, bool finished) {
-  if (!finite(world)) return;
+  if (!finite(world) || display_.isCameraLocked()) return;
   if (display_.isOwnCamera()) {
     const DocumentEdit edit(*display_.document());
     display_.camera()->SetMg(world);
@@ -102,6 +102,7 @@ void ViewNavigator::setCamera(const Matrix& world, bool finished) {
 }
 
 void ViewNavigator::setHalfHeight(double half, bool finished) {
+  if (display_.isCameraLocked()) return;
   half = std::clamp(half, 1e-6, 1e9);
   if (display_.isOwnCamera()) {
     const DocumentEdit edit(*display_.document());

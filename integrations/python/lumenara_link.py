@@ -578,7 +578,7 @@ class Connection:
         return self.send("time", seconds=seconds, **fields)
 
     def settings(self, **fields: Any) -> int:
-        """width, height, samples, camera, denoise, noise."""
+        """width, height, samples, camera, denoise, noise: the standard error at which a pixel ends, 0 to 1 (0: none ends early)."""
         return self.send("settings", **fields)
 
     def commit(self, undo: bool = False, view: bool = True, wait: float = 0) -> int:

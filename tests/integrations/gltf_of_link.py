@@ -149,8 +149,13 @@ class Writer:
             made = {"type": "orthographic", "orthographic": {"ymag": camera["ymag"], "xmag": camera["ymag"] * camera["aspect"], "znear": camera["near"], "zfar": camera["far"]}}
         self.gltf["cameras"].append(made)
         node["camera"] = len(self.gltf["cameras"]) - 1
+        container = []
         if "aperture" in camera:
-            node["extras"] = {"lumenara": {"container": [[1009, "real", camera["aperture"]], [1010, "real", camera["focus"]], [1011, "long", camera["blades"]]]}}
+            container += [[1009, "real", camera["aperture"]], [1010, "real", camera["focus"]], [1011, "long", camera["blades"]]]
+        if "shift" in camera:
+            container += [[1120, "real", camera["shift"][0]], [1121, "real", camera["shift"][1]]]
+        if container:
+            node["extras"] = {"lumenara": {"container": container}}
 
     def sky(self):
         sky = self.scene.sky

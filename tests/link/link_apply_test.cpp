@@ -66,8 +66,8 @@ TEST_F(LinkApplyTest, LightsMaterialsAndCamerasHaveTheirValues) {
                             {"key", "c"},
                             {"name", "c"},
                             {"kind", "camera"},
-                            {"camera", {{"yfov", 0.5}, {"aperture", 0.01}}}});
-  const Message view(Json{{"type", "settings"}, {"width", 320}, {"camera", "c"}});
+                            {"camera", {{"yfov", 0.5}, {"aperture", 0.01}, {"shift", {0.25, -1e9}}}}});
+  const Message view(Json{{"type", "settings"}, {"width", 320}, {"camera", "c"}, {"noise", 0.125}});
   apply({begin(), square(),
          Message(Json{{"type", "material"}, {"key", "red"}, {"name", "Red"}, {"gltf", gltf}}), shape, lamp,
          camera, view, end(), commit(1)});
@@ -81,8 +81,11 @@ TEST_F(LinkApplyTest, LightsMaterialsAndCamerasHaveTheirValues) {
   EXPECT_EQ(param::real(*object("l"), param::lightIntensity), 12.5);
   EXPECT_EQ(param::integer(*object("l"), param::lightShadow), 0);
   EXPECT_EQ(param::real(*object("c"), param::cameraYfov), 0.5);
+  EXPECT_EQ(param::real(*object("c"), param::cameraShiftX), 0.25);
+  EXPECT_EQ(param::real(*object("c"), param::cameraShiftY), -10);
   EXPECT_EQ(state().renderView->camera, id("c"));
   EXPECT_EQ(activeRenderData(state())->data.GetLong(RDATA_XRES), 320);
+  EXPECT_EQ(activeRenderData(state())->data.GetReal(RDATA_NOISETHRESHOLD), 0.125);
 }
 
 TEST_F(LinkApplyTest, UnsavedChangesStay) {
@@ -102,6 +105,7 @@ TEST_F(LinkApplyTest, BadMessagesChangeNothing) {
   refused({{"type", "remove"}, {"keys", 3}});
   refused({{"type", "rename"}, {"key", "unknown"}, {"name", "n"}});
   refused({{"type", "settings"}, {"width", 1000000}});
+  refused({{"type", "settings"}, {"noise", 1.5}});
   refused({{"type", "sky"}, {"kind", "picture"}, {"picture", "unknown"}});
   refused({{"type", "scene_end"}});
   EXPECT_TRUE(stage.take(commit(1))->objects->empty());

@@ -17,6 +17,7 @@
 #include <QToolTip>
 #include <QTreeWidget>
 
+#include "color_picker.h"
 #include "command_table.h"
 #include "dialog_window.h"
 #include "dlg_animation.h"
@@ -152,6 +153,9 @@ TEST_F(Accessibility, Windows) {
                                                          {"render.farm", "farm-dialog"},
                                                          {"render.farm-jobs", "farm-jobs"},
                                                          {"file.link", "link-dialog"},
+                                                         {"edit.lights", "lightTable"},
+                                                         {"edit.library", "materialLibrary"},
+                                                         {"edit.skies", "skies"},
                                                          {"help.search", "palette"},
                                                          {"help.tour", "tour"},
                                                          {"help.about", "about"}};
@@ -168,6 +172,14 @@ TEST_F(Accessibility, RecoveredScenes) {
   host::RecoveryDialog recovery(session());
   EXPECT_EQ(text(faults(recovery)), "");
   EXPECT_EQ(text(untoldLetters(recovery)), "");
+}
+
+TEST_F(Accessibility, ColourPicker) {
+  QPushButton field;
+  field.show();
+  host::ColorPicker* picker = host::ColorPicker::open(field, "Color", Vector(2, 1, 0.5), 100);
+  EXPECT_EQ(text(faults(*picker)), "");
+  EXPECT_EQ(text(untoldLetters(*picker)), "");
 }
 
 TEST_F(Accessibility, StartPage) {

@@ -7,8 +7,10 @@
 #include "gadget_actions.h"
 #include "gadget_dialog.h"
 #include "gadget_widgets.h"
+#include "live_link.h"
 #include "plugin_renders.h"
 #include "qt_fixture.h"
+#include "quick_repaint.h"
 
 namespace {
 
@@ -84,6 +86,22 @@ TEST_F(DialogArea, DensityOfTheScreenIsKept) {
   // The widget's own screen has one pixel a pixel: the next paint goes back to it.
   widget().grab();
   EXPECT_EQ(host::areaSurface(area).pixelWidth(), 100);
+}
+
+// After a change through the live link, a plug-in's render is shown before its own timer looks.
+TEST_F(DialogArea, LiveChangesArePaintedSooner) {
+  open(100, 50);
+  host::Session session;
+  host::LiveLink link(session);
+  host::QuickRepaint quick(link);
+  area.draws = 0;
+  quick.begin();
+  EXPECT_TRUE(waitFor([&] { return !quick.isActive(); })) << "it ends by itself";
+  EXPECT_EQ(area.draws, 0) << "no render has begun";
+  quick.begin();
+  host::countPluginRender();
+  EXPECT_TRUE(waitFor([&] { return area.draws >= 3; }));
+  EXPECT_TRUE(waitFor([&] { return !quick.isActive(); }));
 }
 
 TEST_F(DialogArea, MinimumSizeIsTheWidgets) {

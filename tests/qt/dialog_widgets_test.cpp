@@ -1,7 +1,6 @@
 // A dialog with every kind of gadget, driven through its widgets.
 #include <QAction>
 #include <QCheckBox>
-#include <QColorDialog>
 #include <QComboBox>
 #include <QGroupBox>
 #include <QLabel>
@@ -13,6 +12,8 @@
 
 #include "area_widget.h"
 #include "color_field.h"
+#include "color_picker.h"
+#include "color_plane.h"
 #include "dialog_window.h"
 #include "gadget.h"
 #include "gadget_actions.h"
@@ -260,19 +261,28 @@ TEST_F(DialogWidgets, ComboBoxSkipsDisabledEntries) {
 
 TEST_F(DialogWidgets, ColorIsChosen) {
   open();
-  whenModal([](QWidget& modal) {
-    auto& chooser = dynamic_cast<QColorDialog&>(modal);
-    EXPECT_TRUE(host::mainLoop().inModal());
-    chooser.setCurrentColor(QColor(0, 255, 0));
-    chooser.accept();
-  });
   QTest::mouseClick(&widget<host::ColorField>(idColor)->button(), Qt::LeftButton);
+  auto* picker = window().findChild<host::ColorPicker*>(QStringLiteral("colorPicker"));
+  ASSERT_TRUE(picker);
+  EXPECT_FALSE(host::mainLoop().inModal());
+  auto* code = picker->findChild<QLineEdit*>();
+  for (QLineEdit* line : picker->findChildren<QLineEdit*>())
+    if (line->accessibleName() == "Colour as #rrggbb") code = line;
+  code->setFocus();
+  code->selectAll();
+  QTest::keyClicks(code, "#00ff00");
+  QTest::keyClick(code, Qt::Key_Return);
   Vector color;
   Real brightness = 0;
   dialog.GetColorField(idColor, color, brightness);
   EXPECT_EQ(color, Vector(0, 1, 0));
   EXPECT_EQ(dialog.takeCalls(), Calls{"command 1010"});
-  EXPECT_FALSE(host::mainLoop().inModal());
+  auto* plane = picker->findChild<host::SaturationPlane*>();
+  QTest::mousePress(plane, Qt::LeftButton, {}, QPoint(0, 0));
+  QTest::mouseMove(plane, QPoint(9, 9));
+  EXPECT_EQ(dialog.takeCalls(), Calls()) << "while it is dragged";
+  QTest::mouseRelease(plane, Qt::LeftButton, {}, QPoint(0, 0));
+  EXPECT_EQ(dialog.takeCalls(), Calls{"command 1010"});
 }
 
 TEST_F(DialogWidgets, EnabledAndHiddenFollow) {

@@ -66,7 +66,7 @@ class TestArea : public GeUserArea {
   std::vector<BaseContainer> inputs;
   LONG minWidth = 60, minHeight = 40;
   LONG visibleGroup = 0; // not 0: as large as this scroll group shows
-  LONG timers = 0;
+  LONG timers = 0, draws = 0;
   Vector color = Vector(1, 0, 0);
 
   Bool Init() override {
@@ -91,6 +91,7 @@ class TestArea : public GeUserArea {
     calls.push_back("sized " + std::to_string(width) + "x" + std::to_string(height));
   }
   void DrawMsg(LONG x1, LONG y1, LONG x2, LONG y2, const BaseContainer& /*msg*/) override {
+    ++draws;
     OffScreenOn();
     DrawSetPen(color);
     DrawRectangle(x1, y1, x2, y2);

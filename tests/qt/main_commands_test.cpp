@@ -232,20 +232,60 @@ TEST_F(MainCommands, ToolBarButtonsHaveNamesIconsAndHelp) {
   EXPECT_EQ(count, 10);
 }
 
-TEST_F(MainCommands, LookThroughListsTheCameras) {
+TEST_F(MainCommands, ACameraFromTheViewIsLookedThroughAndCanBeLocked) {
+  QAction* lock = action("view.lock-camera");
+  EXPECT_FALSE(lock->isEnabled()) << "the view's own camera has no lock";
   choose("add.camera");
   const Identity camera = host::objectRows(document()).front().identity;
+  const auto seen = [&] { return window().viewWidget().view().camera()->GetIdentity(); };
+  EXPECT_EQ(seen(), camera);
+  choose("view.lock-camera");
+  EXPECT_TRUE(host::isCameraLocked(document(), camera));
+  const Matrix before = window().viewWidget().view().camera()->GetMg();
+  choose("view.frame-all");
+  EXPECT_EQ(window().viewWidget().view().camera()->GetMg(), before);
+  choose("edit.undo");
+  EXPECT_FALSE(host::isCameraLocked(document(), camera));
+  choose("edit.undo");
+  EXPECT_NE(seen(), camera) << "the camera is gone";
+}
+
+TEST_F(MainCommands, LookThroughListsTheCamerasAndLights) {
+  choose("add.camera");
+  choose("add.spot");
+  const Identity camera = host::cameraRows(document()).back().identity;
+  const Identity spot = host::lightViewRows(document()).front().identity;
+  const auto seen = [&] { return window().viewWidget().view().camera()->GetIdentity(); };
   QMenu& cameras = *window().findChild<QMenu*>("menu-cameras");
+  const auto entry = [&](const QString& name) {
+    entries(cameras);
+    for (QAction* one : cameras.actions())
+      if (one->text() == name) return one;
+    throw std::runtime_error("no entry " + name.toStdString());
+  };
   entries(cameras);
-  QAction* last = cameras.actions().last();
-  last->trigger();
-  settle();
-  ASSERT_NE(window().viewWidget().view().camera(), nullptr);
-  EXPECT_EQ(window().viewWidget().view().camera()->GetIdentity(), camera);
-  EXPECT_EQ(entries(cameras).size(), 2);
-  EXPECT_TRUE(cameras.actions().last()->isChecked());
   cameras.actions().first()->trigger();
-  EXPECT_NE(window().viewWidget().view().camera()->GetIdentity(), camera);
+  EXPECT_NE(seen(), camera);
+  entry("Camera")->trigger();
+  settle();
+  EXPECT_EQ(seen(), camera);
+  EXPECT_TRUE(entry("Camera")->isChecked());
+  QMenu* lights = entry("&Light")->menu();
+  ASSERT_TRUE(lights);
+  ASSERT_EQ(lights->actions().size(), 1);
+  EXPECT_FALSE(lights->actions().first()->isChecked());
+  lights->actions().first()->trigger();
+  EXPECT_EQ(seen(), spot);
+  EXPECT_FALSE(entry("Camera")->isChecked());
+  EXPECT_FALSE(cameras.actions().first()->isChecked());
+  EXPECT_TRUE(entry("&Light")->menu()->actions().first()->isChecked());
+  EXPECT_EQ(cameras.findChildren<QMenu*>().size(), 1) << "the submenu is not kept twice";
+  // Moving the view moves the light, as one step.
+  const Matrix before = window().viewWidget().view().camera()->GetMg();
+  choose("view.frame-all");
+  EXPECT_NE(window().viewWidget().view().camera()->GetMg(), before);
+  choose("edit.undo");
+  EXPECT_EQ(window().viewWidget().view().camera()->GetMg(), before);
 }
 
 // Two texture tags of one mesh, one of which counts in the second variant only.

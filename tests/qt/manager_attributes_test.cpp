@@ -1,6 +1,5 @@
 // The attribute manager: fields show the selection, edits through them reach it, drags are one step.
 #include <QCheckBox>
-#include <QColorDialog>
 #include <QComboBox>
 #include <QFileDialog>
 #include <QLabel>
@@ -8,6 +7,8 @@
 
 #include "attribute_fields.h"
 #include "attribute_manager.h"
+#include "color_picker.h"
+#include "color_plane.h"
 #include "manager_kit.h"
 #include "number_field.h"
 
@@ -325,42 +326,79 @@ TEST_F(ManagerAttributesTest, ColoursAreTypedAndLinear) {
   EXPECT_EQ(color.code().text(), QStringLiteral("#ff8000"));
 }
 
-TEST_F(ManagerAttributesTest, TheColourChooserIsLiveAndOneStep) {
+ColorPicker& pickerOf(ColorAttributeField& field) {
+  field.swatch().click();
+  auto* found = field.window()->findChild<ColorPicker*>(QStringLiteral("colorPicker"));
+  if (!found) throw std::runtime_error("no picker");
+  return *found;
+}
+
+NumberField& numberIn(ColorPicker& picker, const QString& name) {
+  for (auto* number : picker.findChildren<NumberField*>())
+    if (number->accessibleName() == name) return *number;
+  throw std::runtime_error("no number " + name.toStdString());
+}
+
+TEST_F(ManagerAttributesTest, TheColourPickerIsLiveAndADragIsOneStep) {
   select({id("lamp")});
   const DocumentPtr before = copy();
-  const auto chooser = [&]() -> QColorDialog& {
-    field<ColorAttributeField>(AttributeId::lightColor).swatch().click();
-    auto* found = manager->findChild<QColorDialog*>(QStringLiteral("colorChooser"));
-    if (!found) throw std::runtime_error("no chooser");
-    return *found;
+  ColorPicker& picker = pickerOf(field<ColorAttributeField>(AttributeId::lightColor));
+  auto* plane = picker.findChild<SaturationPlane*>();
+  ASSERT_TRUE(plane);
+  const auto at = [&](double x, double y) {
+    return QPoint(static_cast<int>(x * (plane->width() - 1)), static_cast<int>(y * (plane->height() - 1)));
   };
-  QColorDialog& first = chooser();
-  first.setCurrentColor(QColor(255, 0, 0));
+  QTest::mousePress(plane, Qt::LeftButton, {}, at(1, 0));
   settle();
-  EXPECT_EQ(attribute("lamp", AttributeId::lightColor).GetVector(), Vector(1, 0, 0)) << "while it is open";
-  first.setCurrentColor(QColor(0, 255, 0));
-  first.accept();
+  EXPECT_EQ(attribute("lamp", AttributeId::lightColor).GetVector(), Vector(1, 0, 0)) << "while it is dragged";
+  QTest::mouseMove(plane, at(0.5, 0.5));
+  QTest::mouseMove(plane, at(0, 1));
   settle();
-  EXPECT_EQ(attribute("lamp", AttributeId::lightColor).GetVector(), Vector(0, 1, 0));
+  EXPECT_EQ(attribute("lamp", AttributeId::lightColor).GetVector(), Vector());
+  QTest::mouseRelease(plane, Qt::LeftButton, {}, at(0, 1));
+  settle();
   EXPECT_EQ(edits().stepCount(), 1u);
+  EXPECT_FALSE(edits().isContinuous());
   edits().undo();
   expectEqual(before);
   settle();
-  QColorDialog& second = chooser();
-  second.setCurrentColor(QColor(255, 0, 0));
-  second.reject();
+  EXPECT_EQ(picker.color(), Vector(1, 1, 1)) << "it follows the scene";
+  type(numberIn(picker, "Temperature in kelvin"), "3000");
+  const Vector warm = attribute("lamp", AttributeId::lightColor).GetVector();
+  EXPECT_DOUBLE_EQ(warm.x, 1);
+  EXPECT_LT(warm.z, warm.y);
+  EXPECT_EQ(edits().stepCount(), 1u);
+  type(numberIn(picker, "Red, linear"), "2.5");
+  EXPECT_NEAR(attribute("lamp", AttributeId::lightColor).GetVector().x, 2.5, 1e-9) << "brighter than white";
+  EXPECT_EQ(edits().stepCount(), 2u);
+}
+
+TEST_F(ManagerAttributesTest, EscapeTakesADragOfThePickerBack) {
+  select({id("lamp")});
+  const DocumentPtr before = copy();
+  ColorPicker& picker = pickerOf(field<ColorAttributeField>(AttributeId::lightColor));
+  auto* strip = picker.findChild<HueStrip*>();
+  auto* plane = picker.findChild<SaturationPlane*>();
+  ASSERT_TRUE(strip && plane);
+  QTest::mousePress(plane, Qt::LeftButton, {}, QPoint(plane->width() / 2, 0));
+  settle();
+  QTest::keyClick(plane, Qt::Key_Escape);
+  QTest::mouseRelease(plane, Qt::LeftButton);
   settle();
   expectEqual(before);
   EXPECT_FALSE(edits().isContinuous());
+  EXPECT_TRUE(picker.isVisible()) << "the window stays";
 }
 
-TEST_F(ManagerAttributesTest, AReloadEndsAnOpenChooser) {
+TEST_F(ManagerAttributesTest, ThePickerGoesWithItsField) {
   select({id("lamp")});
-  field<ColorAttributeField>(AttributeId::lightColor).swatch().click();
+  const QPointer<ColorPicker> picker = &pickerOf(field<ColorAttributeField>(AttributeId::lightColor));
+  auto* plane = picker->findChild<SaturationPlane*>();
+  QTest::mousePress(plane, Qt::LeftButton, {}, QPoint(3, 3));
   session->hub().replace(scene(), Replacement::reloaded);
   settle();
   EXPECT_FALSE(edits().isContinuous());
-  EXPECT_FALSE(manager->findChild<QColorDialog*>(QStringLiteral("colorChooser")));
+  EXPECT_TRUE(!picker || !picker->isVisible());
 }
 
 TEST_F(ManagerAttributesTest, MaterialsAndObjectsTakeTurns) {

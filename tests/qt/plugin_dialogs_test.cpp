@@ -1,6 +1,5 @@
 // The plug-in's dialogs through their widgets: clicks, typed text, and their effects.
 #include <QCheckBox>
-#include <QColorDialog>
 #include <QComboBox>
 #include <QLabel>
 #include <QPushButton>
@@ -8,6 +7,7 @@
 
 #include "active_document.h"
 #include "color_field.h"
+#include "color_picker.h"
 #include "dialog_scroll.h"
 #include "dialog_window.h"
 #include "dlg_animation.h"
@@ -168,12 +168,16 @@ TEST_F(OptionsDialog, AColourIsChosen) {
   open([](QWidget& window) {
     auto& field = at<host::ColorField>(window, LM_ANAGLYPH_LEFT);
     EXPECT_EQ(field.color(), QColor(255, 0, 0));
-    whenModal([](QWidget& modal) {
-      auto& chooser = dynamic_cast<QColorDialog&>(modal);
-      chooser.setCurrentColor(QColor(0, 0, 255));
-      chooser.accept();
-    });
     QTest::mouseClick(&field.button(), Qt::LeftButton);
+    auto* picker = window.findChild<host::ColorPicker*>(QStringLiteral("colorPicker"));
+    ASSERT_TRUE(picker);
+    for (auto* number : picker->findChildren<host::NumberField*>())
+      if (number->accessibleName() == "Hue") {
+        number->setFocus();
+        number->selectAll();
+        QTest::keyClicks(number, "240");
+        QTest::keyClick(number, Qt::Key_Return);
+      }
   });
   EXPECT_EQ(settings.GetDataInstance()->GetVector(LM_ANAGLYPH_LEFT), Vector(0, 0, 1));
 }

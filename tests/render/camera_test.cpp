@@ -54,6 +54,21 @@ TEST(Lens, PlanesAtNearAndFarStay) {
   EXPECT_NEAR((ray.direction * ray.far).z, -9, 1e-4f);
 }
 
+TEST(Lens, AShiftShowsThePartBesideTheAxis) {
+  for (const bool orthographic : {false, true})
+    for (const float aperture : {0.0f, 0.5f}) {
+      SCOPED_TRACE(testing::Message() << orthographic << ' ' << aperture);
+      SnapshotCamera straight = lens(orthographic), shifted = straight;
+      straight.aperture = shifted.aperture = aperture;
+      shifted.shiftX = 0.25f, shifted.shiftY = -0.5f;
+      // A quarter of the width to the right and half of the height down: 8 and 12 pixels.
+      const Ray ray = RenderCamera(shifted, 32, 24, 1).ray({5.5f, 3.25f}, {0.8f, 0.3f});
+      const Ray same = RenderCamera(straight, 32, 24, 1).ray({13.5f, 15.25f}, {0.8f, 0.3f});
+      EXPECT_LT(render::length(ray.origin - same.origin), 1e-6f);
+      EXPECT_LT(render::length(ray.direction - same.direction), 1e-6f);
+    }
+}
+
 TEST(Lens, BladesMakeAPolygon) {
   const RenderCamera camera(lens(true, 4), 32, 32, 1);
   const Vec3 middle = camera.ray({16, 16}).origin - camera.ray({16, 16}, {0, 0}).origin;

@@ -212,6 +212,8 @@ TEST(SnapshotInstances, camerasOfBothKinds) {
   options.camera->SetParameter(param::cameraFocusDistance, GeData(Real(3)));
   options.camera->SetParameter(param::cameraBlades, GeData(LONG(6)));
   options.camera->SetParameter(param::cameraBladeRotation, GeData(Real(0.5)));
+  options.camera->SetParameter(param::cameraShiftX, GeData(Real(0.125)));
+  options.camera->SetParameter(param::cameraShiftY, GeData(Real(-11)));
   const DocumentPtr again = reload(*document);
   options.camera = objectNamed(again, "deep");
   camera = takeSnapshot(*again, options)->camera;
@@ -219,6 +221,29 @@ TEST(SnapshotInstances, camerasOfBothKinds) {
   EXPECT_EQ(camera.focusDistance, 3);
   EXPECT_EQ(camera.blades, 6);
   EXPECT_EQ(camera.bladeRotation, 0.5F);
+  EXPECT_EQ(camera.shiftX, 0.125F);
+  EXPECT_EQ(camera.shiftY, -10) << "the farthest shift";
+}
+
+// A view through a spot shows its cone, one through another light the usual angle.
+TEST(SnapshotCameraTest, lightsCanBeLookedThrough) {
+  SceneBuilder scene;
+  scene.addNode(Json{{"mesh", scene.addQuad()}});
+  const DocumentPtr document = load(scene);
+  BaseObject* light = BaseObject::Alloc(Olight);
+  light->SetMg(MatrixMove({1, 2, 3}));
+  document->InsertObject(light, nullptr, nullptr);
+  SnapshotOptions options;
+  options.camera = light;
+  SnapshotCamera camera = takeSnapshot(*document, options)->camera;
+  EXPECT_EQ(camera.yfov, 0.8F);
+  EXPECT_EQ(camera.toWorld.off, Vector(1, 2, 3));
+  EXPECT_FALSE(camera.orthographic);
+  light->SetParameter(param::lightKind, GeData(LONG(1)));
+  light->SetParameter(param::lightOuterCone, GeData(Real(0.25)));
+  EXPECT_EQ(takeSnapshot(*document, options)->camera.yfov, 0.5F);
+  light->SetParameter(param::lightOuterCone, GeData(Real(1.5707)));
+  EXPECT_EQ(takeSnapshot(*document, options)->camera.yfov, 2.6F) << "a half space has no picture";
 }
 
 TEST(SnapshotInstances, anUnchangedSourceGivesTheSameMesh) {

@@ -121,6 +121,14 @@ TEST_F(SceneEditsTest, CamerasAndEffectsAreListed) {
   ASSERT_EQ(cameras.size(), 2u);
   EXPECT_FALSE(cameras[0].current);
   EXPECT_TRUE(cameras[1].current);
+  const Identity spot = newLight(document(), 1);
+  EXPECT_EQ(lightViewRows(document()).back().identity, spot);
+  EXPECT_FALSE(lightViewRows(document()).back().current);
+  document().GetRenderBaseDraw()->SetSceneCamera(findObject(document(), spot));
+  EXPECT_TRUE(lightViewRows(document()).back().current);
+  EXPECT_TRUE(cameraRows(document()).front().current) << "none of the cameras";
+  selectObjects(document(), {});
+  EXPECT_EQ(chosenCamera(document()), 0u) << "a light has no lens to focus";
   EXPECT_EQ(videoPostRows(document()).size(), 1u);
   EXPECT_EQ(addVideoPost(document(), VPglobalillumination), 0u) << "it is there";
   EXPECT_EQ(addVideoPost(document(), 4711), 0u) << "nobody has registered it";

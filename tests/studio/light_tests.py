@@ -99,5 +99,125 @@ def handles(run):
     studio.quit()
 
 
+def overlap(a, b):
+    """Whether two places (left, top, width, height) share a pixel."""
+    return a[0] < b[0] + b[2] and b[0] < a[0] + a[2] and a[1] < b[1] + b[3] and b[1] < a[1] + a[3]
+
+
+def light_table(run):
+    """A value of the table changes both selected lights, and undo brings it back."""
+    studio = run.start(run.scene)
+    studio.get(name="studio")
+    studio.await_keyboard()
+    studio.menu("Edit", "Add", "Light")
+    studio.menu("Edit", "Add", "Spot Light")
+    studio.key("ctrl+shift+l")
+    studio.get(name="lightTable")
+    studio.await_keyboard()
+
+    def cells():
+        return [t for t in studio.things() if t["class"] == "row" and t["name"] == "lightList"]
+
+    wait_for("the lights", lambda: len([c for c in cells() if c["text"].startswith("Light")]) >= 2)
+    studio.key("ctrl+a")
+    first = next(c for c in cells() if c["text"].startswith("Light"))
+    run.options.output.mkdir(parents=True, exist_ok=True)
+    number = next(c for c in cells() if c["text"].endswith(" cd") and abs(c["place"][1] - first["place"][1]) < 4)
+    studio.move(*studio.middle(number))
+    studio.display.tool("click", "--repeat", 2, "--delay", 60, 1)
+    wait_for("the number's editor", lambda: studio.find(label="Intensity"))
+    run.display.save(run.options.output / "light-table.png")
+    studio.key("ctrl+a")
+    studio.write("7")
+    studio.key("Return")
+    wait_for("both lights", lambda: len([c for c in cells() if c["text"] == "7 cd"]) >= 2)
+    studio.key("Escape")
+    wait_for("the table closed", lambda: not studio.find(name="lightTable"))
+    studio.await_keyboard()
+    studio.key("ctrl+z")
+    wait_for("the intensity from before", lambda: studio.find(label="Intensity") and not studio.get(label="Intensity")["text"].startswith("7 "))
+    studio.quit()
+
+
+def color_picker(run):
+    """The picker stays open off the view, which follows while a colour is dragged."""
+    studio = run.start(run.scene)
+    studio.get(name="studio")
+    studio.await_keyboard()
+    studio.menu("Edit", "Add", "Light")
+    studio.click(label="Color")
+    picker = studio.get(name="colorPicker")
+    view = editor(studio)
+    check(not overlap(picker["place"], view["place"]), f"the picker at {picker['place']} hides the view at {view['place']}")
+    run.options.output.mkdir(parents=True, exist_ok=True)
+    plane = studio.get(label="Saturation and value")
+    left, top, width, height = plane["place"]
+    code = studio.get(label="Colour as #rrggbb")["text"]
+    studio.drag((left + 4, top + 4), (left + width - 4, top + height // 3))
+    wait_for("another colour", lambda: studio.get(label="Colour as #rrggbb")["text"] != code)
+    run.display.save(run.options.output / "color-picker.png")
+    studio.key("ctrl+z")
+    wait_for("the colour from before", lambda: studio.get(label="Colour as #rrggbb")["text"] == code)
+    studio.quit()
+
+
+def look_through_light(run):
+    """The view through a spot, whose navigation moves it."""
+    studio = run.start(run.scene)
+    studio.get(name="studio")
+    studio.await_keyboard()
+    select(studio, "Lamp")
+    before = studio.shot(editor(studio))
+    place = [studio.get(label=f"Position {axis}")["text"] for axis in "XYZ"]
+    studio.menu("View", "Look Through", "Light", "Lamp")
+    wait_for("the view through the spot", lambda: studio.shot(editor(studio)).difference(before) > 1)
+    run.options.output.mkdir(parents=True, exist_ok=True)
+    run.display.save(run.options.output / "look-through-light.png")
+    x, y = studio.middle(editor(studio))
+    studio.drag((x, y), (x + 60, y + 10), button=2)
+    wait_for("the moved spot", lambda: [studio.get(label=f"Position {axis}")["text"] for axis in "XYZ"] != place)
+    studio.key("ctrl+z")
+    wait_for("the spot where it was", lambda: [studio.get(label=f"Position {axis}")["text"] for axis in "XYZ"] == place)
+    studio.quit()
+
+
+def skies(run):
+    """A made sky lights the scene, and undo takes it away again."""
+    studio = run.start(run.scene)
+    studio.get(name="studio")
+    studio.await_keyboard()
+    view = studio.get(name="editor-view")
+    before = studio.shot(view)
+    studio.key("ctrl+shift+k")
+    studio.get(name="skies")
+    studio.await_keyboard()
+    studio.standing(name="skies")
+
+    def rows():
+        return [t for t in studio.things() if t["class"] == "row" and t["name"] == "skyList"]
+
+    wait_for("the thumbnails", lambda: studio.shot(studio.get(name="skyList")).colours() > 300, 60)
+    run.options.output.mkdir(parents=True, exist_ok=True)
+    sky = next(row for row in rows() if row["text"] == "Golden hour")
+    studio.click(thing=sky)
+    wait_for("its sun", lambda: "sun stands" in studio.get(name="skySun")["text"])
+    run.display.save(run.options.output / "sky-list.png")
+
+    def suns():
+        return len([t for t in studio.things() if t["class"] == "row" and t["text"] == "Sun"])
+
+    others = suns()
+    studio.click(name="skyApply")
+    wait_for("its sun in the tree", lambda: suns() == others + 1)
+    studio.key("Escape")
+    wait_for("the window closed", lambda: not studio.find(name="skies"))
+    studio.await_keyboard()
+    wait_for("the view under it", lambda: studio.shot(view).difference(before) > 1)
+    run.display.save(run.options.output / "sky-applied.png")
+    studio.key("ctrl+z")
+    wait_for("the view as before", lambda: studio.shot(view).difference(before) < 0.5)
+    studio.quit()
+
+
 if __name__ == "__main__":
-    sys.exit(main((light_attributes, drop_to_floor, handles)))
+    sys.exit(main((light_attributes, drop_to_floor, handles, light_table, color_picker, look_through_light, skies)))

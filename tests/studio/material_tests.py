@@ -123,5 +123,40 @@ def missing_files(run):
     studio.quit()
 
 
+def material_library(run):
+    """A material of the library goes onto the selected object, and undo takes it away again."""
+    scene = write_scene(run.folder / "tiles")
+    studio = run.start(scene)
+    studio.get(name="studio")
+    studio.await_keyboard()
+    select(studio, "Box")
+    before = studio.shot(studio.get(name="editor-view"))
+    studio.key("ctrl+shift+b")
+    studio.get(name="materialLibrary")
+    studio.await_keyboard()
+    studio.standing(name="materialLibrary")
+
+    def rows():
+        return [t for t in studio.things() if t["class"] == "row" and t["name"] == "libraryList"]
+
+    wait_for("the materials", lambda: len(rows()) > 8)
+    run.options.output.mkdir(parents=True, exist_ok=True)
+    wait_for("the thumbnails", lambda: studio.shot(studio.get(name="libraryList")).colours() > 400, 120)
+    run.display.save(run.options.output / "material-library.png")
+    studio.click(name="librarySearch")
+    studio.write("neon")
+    neon = wait_for("the found one", lambda: rows() if len(rows()) == 1 else None)[0]
+    studio.move(*studio.middle(neon))
+    studio.display.tool("click", "--repeat", 2, "--delay", 60, 1)
+    studio.key("Escape")
+    wait_for("the library closed", lambda: not studio.find(name="materialLibrary"))
+    studio.await_keyboard()
+    view = studio.get(name="editor-view")
+    wait_for("the object with it", lambda: studio.shot(view).difference(before) > 0.5)
+    studio.key("ctrl+z")
+    wait_for("the object as before", lambda: studio.shot(view).difference(before) < 0.5)
+    studio.quit()
+
+
 if __name__ == "__main__":
-    sys.exit(main((textures, missing_files)))
+    sys.exit(main((textures, missing_files, material_library)))

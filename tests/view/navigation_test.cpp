@@ -92,6 +92,61 @@ TEST(Navigate, PanIsParallelAndThePointFollowsThePointer) {
   }
 }
 
+ViewCamera shiftedView(bool orthographic) {
+  ViewCamera view;
+  view.toWorld = MatrixMove({1, 2, 3});
+  view.orthographic = orthographic;
+  view.half = 0.5, view.inner = 0.8, view.format = 1.5;
+  view.width = 400, view.height = 200;
+  view.shiftX = 0.25, view.shiftY = -0.5;
+  return view;
+}
+
+TEST(Navigate, AShiftedLensMovesTheAxisInTheView) {
+  for (const bool orthographic : {false, true}) {
+    SCOPED_TRACE(orthographic);
+    const ViewCamera view = shiftedView(orthographic);
+    // The frame is 240 x 160 pixels: a quarter of its width to the left, half of its height up.
+    const auto axis = view.project({1, 2, -1});
+    ASSERT_TRUE(axis);
+    EXPECT_NEAR(axis->x, 140, 1e-9);
+    EXPECT_NEAR(axis->y, 20, 1e-9);
+    const Vector point = view.pointAt(310, 170, 4);
+    const auto back = view.project(point);
+    ASSERT_TRUE(back);
+    EXPECT_NEAR(back->x, 310, 1e-9);
+    EXPECT_NEAR(back->y, 170, 1e-9);
+    const host::ViewRay ray = view.ray(310, 170);
+    const Vector on = Vector(ray.origin[0], ray.origin[1], ray.origin[2]);
+    const Vector along = Vector(ray.direction[0], ray.direction[1], ray.direction[2]);
+    EXPECT_LT(length(Cross(point - on, along)), 1e-6);
+  }
+}
+
+TEST(Navigate, FramingThroughAShiftedLensFillsTheFrame) {
+  host::ViewBounds bounds;
+  bounds.add({-1, -0.2, -0.4}), bounds.add({3, 0.5, 0.9});
+  ViewCamera view = shiftedView(false);
+  view.toWorld = navigate::frame(view.toWorld, view, bounds);
+  double across = 0, down = 0;
+  for (int corner = 0; corner < 8; ++corner) {
+    const auto spot =
+        view.project({corner & 1 ? bounds.high.x : bounds.low.x, corner & 2 ? bounds.high.y : bounds.low.y,
+                      corner & 4 ? bounds.high.z : bounds.low.z});
+    ASSERT_TRUE(spot);
+    across = std::max(across, std::abs(spot->x - 200) / 120);
+    down = std::max(down, std::abs(spot->y - 100) / 80);
+  }
+  EXPECT_LE(std::max(across, down), 1);
+  EXPECT_GT(std::max(across, down), 0.85);
+  view = shiftedView(true);
+  view.toWorld = navigate::frame(view.toWorld, view, bounds);
+  const auto middle = view.project(bounds.center());
+  ASSERT_TRUE(middle);
+  EXPECT_NEAR(middle->x, 200, 1e-9);
+  EXPECT_NEAR(middle->y, 100, 1e-9);
+}
+
 TEST(Navigate, DollyKeepsTheTargetInItsPlace) {
   Random random(3);
   for (int round = 0; round < 200; ++round) {

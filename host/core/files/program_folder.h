@@ -5,8 +5,9 @@
 
 namespace host {
 
-/// The folder of `plugins/`, `scenes/` and `denoise/`. Installed, that of the host's library, which nothing
-/// else shares (`lib/lumenara`); in a build folder, the one above `lib/` and `bin/`. Any thread.
+/// The folder of `plugins/`, `scenes/`, `library/` and `denoise/`. Installed, that of the host's library,
+/// which nothing else shares (`lib/lumenara`); in a build folder, the one above `lib/` and `bin/`. Any
+/// thread.
 Filename programFolder();
 
 } // namespace host

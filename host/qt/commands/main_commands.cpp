@@ -5,6 +5,7 @@
 #include "editor_view_widget.h"
 #include "farm_windows.h"
 #include "full_picture.h"
+#include "key_commands.h"
 #include "key_table.h"
 #include "preset_commands.h"
 #include "qt_user_interface.h"
@@ -149,13 +150,70 @@ void addChoicesOfTools(const MainParts& parts) {
          [step = degrees] { return ToolChoices::kept().steps.turn == step; }});
 }
 
-void addMissingCommand(const MainParts& parts) {
+void addListCommands(const MainParts& parts) {
+  parts.commands.add({"edit.library",
+                      word("Edit"),
+                      word("Material Li&brary..."),
+                      "material",
+                      {key("Ctrl+Shift+B")},
+                      [&tools = parts.tools] { tools.showLibrary(); }});
+  parts.commands.add({"edit.skies",
+                      word("Edit"),
+                      word("S&kies..."),
+                      "object-sky",
+                      {key("Ctrl+Shift+K")},
+                      [&tools = parts.tools] { tools.showSkies(); }});
+  parts.commands.add({"edit.lights",
+                      word("Edit"),
+                      word("&Lights..."),
+                      "object-light-point",
+                      {key("Ctrl+Shift+L")},
+                      [&tools = parts.tools] { tools.showLights(); }});
   parts.commands.add({"edit.missing",
                       word("Edit"),
                       word("M&issing Files..."),
                       "warning",
                       {key("Ctrl+Shift+M")},
                       [&tools = parts.tools] { tools.showMissingFiles(); }});
+}
+
+// The lock of the camera that the view looks through; nothing where that is the view's own.
+std::optional<bool> cameraLock(const Session& session) {
+  const BaseDocument* document = session.document();
+  const Identity camera = document ? viewCamera(*document) : 0;
+  if (!camera) return std::nullopt;
+  return isCameraLocked(*document, camera);
+}
+
+void addCameraCommands(const MainParts& parts) {
+  CommandTable& table = parts.commands;
+  Session& session = parts.session;
+  table.add({"add.camera",
+             word("Add"),
+             word("&Camera from View"),
+             "object-camera",
+             {},
+             [&session, &view = parts.view] {
+               Identity camera = 0;
+               session.edits().apply("Add Camera from View", [&camera](BaseDocument& document) {
+                 camera = newObject(document, Ocamera, document.GetActiveBaseDraw());
+               });
+               view.lookThrough(camera);
+             }});
+  table.add({"view.lock-camera",
+             word("View"),
+             word("Loc&k Camera"),
+             "lock",
+             {},
+             [&session] {
+               const Identity camera = viewCamera(*session.document());
+               const bool lock = !isCameraLocked(*session.document(), camera);
+               session.edits().apply(
+                   lock ? "Lock Camera" : "Unlock Camera",
+                   [camera, lock](BaseDocument& document) { lockCamera(document, camera, lock); });
+             },
+             [&session] { return cameraLock(session).has_value(); },
+             [&session] { return cameraLock(session).value_or(false); }});
 }
 
 void addViewCommands(const MainParts& parts) {
@@ -404,7 +462,9 @@ void addGestures(CommandTable& table) {
 void addMainCommands(const MainParts& parts) {
   addFileCommands(parts);
   addSceneCommands(parts);
-  addMissingCommand(parts);
+  addListCommands(parts);
+  addCameraCommands(parts);
+  addKeyCommands(parts);
   addViewCommands(parts);
   addTimeCommands(parts);
   addRenderCommands(parts);

@@ -87,7 +87,7 @@ void MainMenus::buildEditMenu() {
   addCommands(*edit->addMenu(tr("A&dd")), "add.null add.camera - add.light add.spot add.distant add.area "
                                           "add.disk - add.floor add.sky add.subdivision - "
                                           "add.material");
-  addCommands(*edit, "- edit.missing");
+  addCommands(*edit, "- edit.library edit.skies edit.lights edit.missing");
 }
 
 void MainMenus::buildViewMenu() {
@@ -104,7 +104,9 @@ void MainMenus::buildViewMenu() {
               "tool.object-axes - tool.step-1cm tool.step-10cm tool.step-1m - "
               "tool.step-5 tool.step-15 tool.step-45");
   addCommands(*view, "tool.focus - time.play time.previous time.next "
-                     "time.first time.last -");
+                     "time.first time.last");
+  addCommands(*view->addMenu(tr("&Keyframes")), "key.set key.delete - key.previous key.next");
+  view->addSeparator();
   addCommands(*view->addMenu(tr("Th&eme")), "view.theme-desktop - view.theme-dark view.theme-light");
 }
 
@@ -166,16 +168,30 @@ void MainMenus::addPlugin(const CommandEntry& entry, LONG state) {
 
 void MainMenus::fillCameras(QMenu& menu) {
   menu.clear();
-  if (!parts_.session.document()) return;
-  for (const CameraRow& row : cameraRows(*parts_.session.document())) {
-    QAction* action =
-        menu.addAction(row.identity ? plainLabel(row.name) : tr("Perspective (the view's own)"));
+  qDeleteAll(menu.findChildren<QMenu*>(Qt::FindDirectChildrenOnly));
+  const BaseDocument* document = parts_.session.document();
+  if (!document) return;
+  const std::vector<CameraRow> lights = lightViewRows(*document);
+  const bool throughLight =
+      std::any_of(lights.begin(), lights.end(), [](const CameraRow& row) { return row.current; });
+  const auto add = [this](QMenu& to, const QString& name, const CameraRow& row, bool chosen) {
+    QAction* action = to.addAction(name);
     action->setCheckable(true);
-    action->setChecked(row.current);
+    action->setChecked(chosen);
     connect(action, &QAction::triggered, &parts_.view,
             [this, camera = row.identity] { parts_.view.lookThrough(camera); });
+  };
+  for (const CameraRow& row : cameraRows(*document)) {
+    add(menu, row.identity ? plainLabel(row.name) : tr("Perspective (the view's own)"), row,
+        row.current && !throughLight);
     if (!row.identity) menu.addSeparator();
   }
+  menu.addSeparator();
+  QMenu* through = menu.addMenu(icon(QStringLiteral("object-light-spot")), tr("&Light"));
+  through->setEnabled(!lights.empty());
+  for (const CameraRow& row : lights)
+    add(*through, plainLabel(row.name), row, row.current);
+  addCommands(menu, "- add.camera view.lock-camera");
 }
 
 void MainMenus::fillVariants(QMenu& menu) {

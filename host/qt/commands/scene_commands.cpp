@@ -152,7 +152,6 @@ void addCreateCommands(CommandTable& table, Session& session) {
     Make make;
   } things[] = {
       {"add.null", word("&Null"), "object-null", objectOf(Onull)},
-      {"add.camera", word("&Camera from View"), "object-camera", objectOf(Ocamera)},
       {"add.floor", word("&Floor"), "object-floor", objectOf(Ofloor)},
       {"add.sky", word("S&ky"), "object-sky", objectOf(Osky)},
       {"add.subdivision", word("Subdivision S&urface"), "object-subdivision", objectOf(Osds)},

@@ -1,8 +1,8 @@
 #include "light_strip.h"
 
-#include "attribute_fields.h"
 #include "color_field.h"
 #include "number_field.h"
+#include "screen_color.h"
 #include "theme.h"
 
 namespace host {

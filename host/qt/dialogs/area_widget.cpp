@@ -1,5 +1,6 @@
 #include "area_widget.h"
 
+#include "free_place.h"
 #include "gadget_actions.h"
 #include "input_watch.h"
 #include "qt_text.h"
@@ -8,6 +9,7 @@
 namespace host {
 
 AreaWidget::AreaWidget(QWidget* parent) : QWidget(parent) {
+  setShowsPicture(*this);
   setAttribute(Qt::WA_OpaquePaintEvent);
   setMouseTracking(true);
   setFocusPolicy(Qt::ClickFocus);

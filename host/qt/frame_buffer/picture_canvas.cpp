@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "free_place.h"
 #include "theme.h"
 
 namespace host {
@@ -24,6 +25,7 @@ double powerBelow(double zoom) {
 
 PictureCanvas::PictureCanvas(QWidget* parent) : QWidget(parent) {
   setObjectName(QStringLiteral("pictureCanvas"));
+  setShowsPicture(*this);
   setMouseTracking(true);
   setFocusPolicy(Qt::StrongFocus);
   setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);

@@ -4,9 +4,10 @@
 #include <cmath>
 
 #include "attribute_tips.h"
-#include "display_transform.h"
+#include "color_picker.h"
 #include "number_field.h"
 #include "qt_text.h"
+#include "screen_color.h"
 #include "theme.h"
 #include "user_interface.h"
 #include "wheel_rule.h"
@@ -42,11 +43,6 @@ double brightest(const Vector& linear) {
   return std::max({linear.x, linear.y, linear.z});
 }
 
-double encoded(double linear) {
-  linear = std::isfinite(linear) ? std::clamp(linear, 0.0, 1.0) : 0;
-  return linearToSrgb(linear);
-}
-
 class AttributeSwatch : public QAbstractButton {
  public:
   explicit AttributeSwatch(ColorAttributeField* field) : QAbstractButton(field), field_(*field) {
@@ -77,16 +73,6 @@ class AttributeSwatch : public QAbstractButton {
 };
 
 } // namespace
-
-QColor screenColor(const Vector& linear) {
-  return QColor::fromRgbF(static_cast<float>(encoded(linear.x)), static_cast<float>(encoded(linear.y)),
-                          static_cast<float>(encoded(linear.z)));
-}
-
-Vector linearColor(const QColor& color) {
-  return {srgbToLinear(static_cast<double>(color.redF())), srgbToLinear(static_cast<double>(color.greenF())),
-          srgbToLinear(static_cast<double>(color.blueF()))};
-}
 
 // --- all fields ---
 
@@ -394,15 +380,14 @@ ColorAttributeField::ColorAttributeField(const Attribute& attribute, QWidget* pa
 }
 
 ColorAttributeField::~ColorAttributeField() {
-  if (!chooser_) return;
-  delete chooser_;
-  emit dragFinished(false);
+  if (dragging_) emit dragFinished(false);
 }
 
 // A colour brighter than white is shown at full light, with its brightness beside it.
 void ColorAttributeField::showValue(const Attribute& attribute) {
   value_ = attribute.value.GetVector();
   mixed_ = attribute.mixed;
+  if (picker_ && !mixed_) picker_->setColor(value_);
   const double most = brightness_ ? std::max(brightest(value_), 1.0) : 1;
   color_ = screenColor(value_ * (1 / most));
   if (brightness_ && !brightness_->isDragging()) {
@@ -427,22 +412,22 @@ void ColorAttributeField::takeCode() {
   tell(color, brightness_ && !brightness_->isMixed() ? brightness_->value() / 100 : 1);
 }
 
-// Does not wait: the views and the viewer follow while the user looks for a colour.
+// The views and the viewer follow while the user looks for a colour.
 void ColorAttributeField::choose() {
-  if (chooser_) return chooser_->raise();
-  const double brightness = brightness_ && !brightness_->isMixed() ? brightness_->value() / 100 : 1;
-  chooser_ = new QColorDialog(mixed_ ? QColor(Qt::white) : color_, window());
-  chooser_->setObjectName(QStringLiteral("colorChooser"));
-  chooser_->setOption(QColorDialog::DontUseNativeDialog);
-  chooser_->setWindowTitle(tr(shape().label));
-  chooser_->setAttribute(Qt::WA_DeleteOnClose);
-  chooser_->setModal(true);
-  emit dragStarted();
-  connect(chooser_, &QColorDialog::currentColorChanged, this,
-          [this, brightness](const QColor& color) { tell(color, brightness); });
-  connect(chooser_, &QDialog::finished, this,
-          [this](int result) { emit dragFinished(result != QDialog::Accepted); });
-  chooser_->show();
+  ColorPicker* picker =
+      ColorPicker::open(*this, tr(shape().label), mixed_ ? Vector(1, 1, 1) : value_, shape().maximum);
+  picker_ = picker;
+  picker->disconnect(this);
+  connect(picker, &ColorPicker::dragStarted, this, [this] {
+    dragging_ = true;
+    emit dragStarted();
+  });
+  connect(picker, &ColorPicker::changed, this,
+          [this](const Vector& linear) { emit changed(GeData(linear), -1); });
+  connect(picker, &ColorPicker::dragFinished, this, [this](bool cancelled) {
+    dragging_ = false;
+    emit dragFinished(cancelled);
+  });
 }
 
 } // namespace host

@@ -9,12 +9,12 @@
 
 class QAbstractButton;
 class QCheckBox;
-class QColorDialog;
 class QComboBox;
 class QLineEdit;
 
 namespace host {
 
+class ColorPicker;
 class NumberField;
 class SliderField;
 
@@ -151,8 +151,8 @@ class VectorAttributeField : public AttributeField {
   NumberField* parts_[3];
 };
 
-/// A swatch that opens a colour chooser, which changes the attribute while the user looks around and is one
-/// step of undo; its Cancel takes all of it back. Beside it the colour as "#rrggbb", to be typed; and the
+/// A swatch that opens the colour picker, which changes the attribute while the user looks around; each drag
+/// and each number is one step of undo. Beside it the colour as "#rrggbb", to be typed; and the
 /// brightness, where it may be above 1.
 class ColorAttributeField : public AttributeField {
   Q_OBJECT
@@ -177,14 +177,10 @@ class ColorAttributeField : public AttributeField {
   QAbstractButton* swatch_;
   QLineEdit* code_;
   NumberField* brightness_ = nullptr;
-  QPointer<QColorDialog> chooser_;
+  QPointer<ColorPicker> picker_;
   QColor color_;
   Vector value_; // linear
-  bool mixed_ = false;
+  bool mixed_ = false, dragging_ = false;
 };
-
-/// Linear light (Rec. 709 primaries, 0 to 1) as a colour of the screen, and back (IEC 61966-2-1).
-QColor screenColor(const Vector& linear);
-Vector linearColor(const QColor& color);
 
 } // namespace host

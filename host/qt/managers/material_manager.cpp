@@ -3,6 +3,8 @@
 #include "icons.h"
 #include "key_table.h"
 #include "material_manager_model.h"
+#include "message_box.h"
+#include "qt_text.h"
 #include "scene_edits.h"
 #include "theme.h"
 
@@ -151,6 +153,33 @@ void MaterialManager::renameSelected() {
   list_->edit(index);
 }
 
+void MaterialManager::copySelected() {
+  const Identity material = selected();
+  if (material == 0) return;
+  std::string error;
+  const std::string text = materialText(*session_.document(), material, error);
+  if (text.empty()) return showError(this, {tr("The material was not copied."), toQt(String(error)), {}, {}});
+  QGuiApplication::clipboard()->setText(QString::fromStdString(text));
+}
+
+void MaterialManager::paste() {
+  if (!session_.document()) return;
+  const std::string text = QGuiApplication::clipboard()->text().toStdString();
+  std::string error;
+  session_.edits().apply("Paste Material",
+                         [&](BaseDocument& document) { pasteMaterials(document, text, error); });
+  if (!error.empty()) showError(this, {tr("Nothing was pasted."), toQt(String(error)), {}, {}});
+}
+
+void MaterialManager::keepSelected() {
+  if (selected() == 0) return;
+  session_.materialLibrary().keep(
+      *session_.document(), selected(), [self = QPointer(this)](const std::string& error) {
+        if (self && !error.empty())
+          showError(self, {tr("The material was not kept."), toQt(String(error)), {}, {}});
+      });
+}
+
 void MaterialManager::assignToSelection() {
   const Identity material = selected();
   if (material == 0) return;
@@ -186,7 +215,10 @@ void MaterialManager::contextMenuEvent(QContextMenuEvent* event) {
   menu.addSeparator();
   add("rename", tr("&Rename"), commandKey(*this, "edit.rename", Qt::Key_F2), any,
       &MaterialManager::renameSelected);
+  add("copy", tr("&Copy"), QKeySequence::Copy, any, &MaterialManager::copySelected);
+  add("plus", tr("&Paste"), QKeySequence::Paste, true, &MaterialManager::paste);
   add("duplicate", tr("D&uplicate"), {}, any, &MaterialManager::duplicateSelected);
+  add("star", tr("&Keep in Library"), {}, any, &MaterialManager::keepSelected);
   add("delete", tr("&Delete"), commandKey(*this, "edit.delete", Qt::Key_Delete), any,
       &MaterialManager::deleteSelected);
   menu.exec(event->globalPos());
@@ -198,6 +230,8 @@ bool MaterialManager::eventFilter(QObject* watched, QEvent* event) {
   const auto* key = static_cast<QKeyEvent*>(event);
   if (pressesCommand(*this, *key, "edit.rename", Qt::Key_F2)) return renameSelected(), true;
   if (pressesCommand(*this, *key, "edit.delete", Qt::Key_Delete)) return deleteSelected(), true;
+  if (key->matches(QKeySequence::Copy)) return copySelected(), true;
+  if (key->matches(QKeySequence::Paste)) return paste(), true;
   return QWidget::eventFilter(watched, event);
 }
 

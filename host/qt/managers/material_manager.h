@@ -40,6 +40,12 @@ class MaterialManager : public QWidget {
   void duplicateSelected();
   void deleteSelected();
   void renameSelected(); // begins typing
+  /// Puts the selected material on the clipboard as text, with its pictures.
+  void copySelected();
+  /// Adds the materials on the clipboard.
+  void paste();
+  /// Adds the selected material to the user's library.
+  void keepSelected();
   /// Assigns the selected material to the selected objects.
   void assignToSelection();
   /// Selects the objects that show it.

@@ -3,12 +3,9 @@
 #include <algorithm>
 #include <unordered_set>
 
-#include "bitmap_image.h"
-#include "icons.h"
 #include "material_manager.h"
 #include "qt_text.h"
 #include "scene_edits.h"
-#include "theme.h"
 
 namespace host {
 
@@ -24,7 +21,7 @@ Identity materialOf(const QByteArray& data) {
 }
 
 MaterialModel::MaterialModel(Session& session, QObject* parent)
-    : QAbstractListModel(parent), session_(session) {
+    : QAbstractListModel(parent), session_(session), thumbnails_(session, thumbnailSize) {
   ready_ = session_.previews().ready.add([this](Identity material) {
     const QModelIndex index = indexOf(material);
     if (index.isValid()) emit dataChanged(index, index, {Qt::DecorationRole});
@@ -45,7 +42,7 @@ void MaterialModel::refresh() {
     if (wanted.contains(identity)) continue;
     beginRemoveRows({}, i, i);
     rows_.erase(rows_.begin() + i);
-    thumbnails_.erase(identity);
+    thumbnails_.forget(identity);
     endRemoveRows();
   }
   for (int i = 0; i < static_cast<int>(rows.size()); ++i) {
@@ -70,7 +67,7 @@ void MaterialModel::refresh() {
 }
 
 void MaterialModel::setPixelRatio(double ratio) {
-  ratio_ = ratio;
+  thumbnails_.setPixelRatio(ratio);
 }
 
 int MaterialModel::placeOf(Identity material) const {
@@ -100,7 +97,7 @@ QVariant MaterialModel::data(const QModelIndex& index, int role) const {
   case Qt::EditRole:
     return toQt(row.name);
   case Qt::DecorationRole:
-    return thumbnail(row.identity);
+    return thumbnails_.of(row.identity);
   case Qt::ToolTipRole:
     return row.users == 1 ? tr("%1, on one object").arg(toQt(row.name))
            : row.users    ? tr("%1, on %2 objects").arg(toQt(row.name)).arg(row.users)
@@ -108,42 +105,6 @@ QVariant MaterialModel::data(const QModelIndex& index, int role) const {
   default:
     return {};
   }
-}
-
-QPixmap MaterialModel::thumbnail(Identity material) const {
-  const int pixels = static_cast<int>(thumbnailSize * ratio_);
-  const std::shared_ptr<const BaseBitmap> bitmap = session_.previews().preview(material, pixels);
-  if (!bitmap) return placeholder();
-  Thumbnail& known = thumbnails_[material];
-  if (known.bitmap == bitmap && !known.pixmap.isNull()) return known.pixmap;
-  QPixmap pixmap(pixels, pixels);
-  pixmap.fill(Qt::transparent);
-  QPainter painter(&pixmap);
-  painter.setRenderHint(QPainter::Antialiasing);
-  painter.setRenderHint(QPainter::SmoothPixmapTransform);
-  QPainterPath shape;
-  shape.addRoundedRect(pixmap.rect(), metrics::radius * ratio_, metrics::radius * ratio_);
-  painter.setClipPath(shape);
-  painter.drawImage(pixmap.rect(), bitmapImage(*bitmap));
-  painter.end();
-  pixmap.setDevicePixelRatio(ratio_);
-  known = {bitmap, pixmap};
-  return pixmap;
-}
-
-QPixmap MaterialModel::placeholder() const {
-  const int pixels = static_cast<int>(thumbnailSize * ratio_);
-  QPixmap pixmap(pixels, pixels);
-  pixmap.fill(Qt::transparent);
-  pixmap.setDevicePixelRatio(ratio_);
-  QPainter painter(&pixmap);
-  painter.setRenderHint(QPainter::Antialiasing);
-  painter.setPen(Qt::NoPen);
-  painter.setBrush(tokens().panel);
-  painter.drawRoundedRect(QRectF(0, 0, thumbnailSize, thumbnailSize), metrics::radius, metrics::radius);
-  const QPixmap mark = iconPixmap(QStringLiteral("material"), 24, tokens().disabled, ratio_);
-  painter.drawPixmap(QPointF((thumbnailSize - 24) / 2.0, (thumbnailSize - 24) / 2.0), mark);
-  return pixmap;
 }
 
 bool MaterialModel::setData(const QModelIndex& index, const QVariant& value, int role) {

@@ -2,10 +2,9 @@
 #pragma once
 
 #include <QAbstractListModel>
-#include <QPixmap>
-#include <unordered_map>
 #include <vector>
 
+#include "material_thumbnails.h"
 #include "scene_queries.h"
 #include "session.h"
 
@@ -39,18 +38,11 @@ class MaterialModel : public QAbstractListModel {
   QMimeData* mimeData(const QModelIndexList& indexes) const override;
 
  private:
-  struct Thumbnail {
-    std::shared_ptr<const BaseBitmap> bitmap;
-    QPixmap pixmap;
-  };
-  QPixmap thumbnail(Identity material) const;
-  QPixmap placeholder() const;
   int placeOf(Identity material) const;
 
   Session& session_;
   std::vector<MaterialRow> rows_;
-  double ratio_ = 1;
-  mutable std::unordered_map<Identity, Thumbnail> thumbnails_;
+  mutable MaterialThumbnails thumbnails_;
   Subscription ready_;
 };
 

@@ -455,7 +455,9 @@ bool ObjectModel::dropMimeData(const QMimeData* data, Qt::DropAction action, int
   std::vector<Identity> objects{target.identity};
   if (target.selected && session_.document()) objects = selectedObjects(*session_.document());
   return session_.edits().apply("Assign Material",
-                                [=](BaseDocument& document) { assignMaterial(document, objects, material); });
+                                [=, &library = session_.materialLibrary()](BaseDocument& document) {
+                                  assignMaterial(document, objects, library.bring(document, material));
+                                });
 }
 
 // A drop on a row appends to its children.

@@ -6,6 +6,7 @@
 #include "key_table.h"
 #include "number_field.h"
 #include "scene_edits.h"
+#include "scene_queries.h"
 #include "theme.h"
 
 namespace host {
@@ -53,6 +54,11 @@ NumberField* frameField(const char* name, const QString& text, int width) {
   return field;
 }
 
+void setSelectedKeys(Session& session) {
+  session.edits().apply("Set Key",
+                        [](BaseDocument& document) { setKeys(document, selectedObjects(document)); });
+}
+
 int leastWidth(const QWidget& part) {
   return std::max(part.minimumWidth(), std::min(part.sizeHint().width(), part.maximumWidth()));
 }
@@ -67,7 +73,8 @@ int labelStep(double pixelsPerFrame, double least) {
   return 1000000000;
 }
 
-TimeRuler::TimeRuler(Session& session, QWidget* parent) : QWidget(parent), session_(session) {
+TimeRuler::TimeRuler(Session& session, QWidget* parent)
+    : QWidget(parent), session_(session), keys_(session, *this, [this](double frame) { return xOf(frame); }) {
   setObjectName(QStringLiteral("time-ruler"));
   setAccessibleName(tr("Time"));
   setMinimumWidth(80);
@@ -142,9 +149,11 @@ void TimeRuler::paintEvent(QPaintEvent* /*event*/) {
   painter.drawRoundedRect(label, 3, 3);
   painter.setPen(colors.onAccent);
   painter.drawText(label, Qt::AlignCenter, text);
+  keys_.paint(painter);
 }
 
 TimeRuler::Grip TimeRuler::gripAt(const QPointF& at) const {
+  if (keys_.frameAt(at)) return Grip::key;
   if (at.y() < height() - 10) return Grip::time;
   const Range preview = previewOf(session_.document());
   const double first = std::abs(at.x() - xOf(preview.first)), last = std::abs(at.x() - xOf(preview.last));
@@ -156,27 +165,45 @@ TimeRuler::Grip TimeRuler::gripAt(const QPointF& at) const {
 void TimeRuler::mousePressEvent(QMouseEvent* event) {
   if (event->button() != Qt::LeftButton || !session_.document()) return;
   grip_ = gripAt(event->position());
-  if (grip_ == Grip::time)
+  if (grip_ == Grip::time || grip_ == Grip::key)
     session_.playback().stop();
   else
     ownEdit_ = session_.edits().begin("Preview Range");
+  if (grip_ == Grip::key) return keys_.begin(*keys_.frameAt(event->position()));
   dragTo(event->position().x());
 }
 
 void TimeRuler::mouseMoveEvent(QMouseEvent* event) {
   if (grip_ != Grip::none) return dragTo(event->position().x());
   const Grip grip = session_.document() ? gripAt(event->position()) : Grip::none;
-  setCursor(grip == Grip::first || grip == Grip::last ? Qt::SizeHorCursor : Qt::ArrowCursor);
+  setCursor(grip != Grip::none && grip != Grip::time ? Qt::SizeHorCursor : Qt::ArrowCursor);
 }
 
 void TimeRuler::mouseReleaseEvent(QMouseEvent* event) {
   if (event->button() != Qt::LeftButton) return;
+  if (grip_ == Grip::key) keys_.end();
   grip_ = Grip::none;
   if (std::exchange(ownEdit_, false)) session_.edits().end();
 }
 
+void TimeRuler::contextMenuEvent(QContextMenuEvent* event) {
+  if (keys_.isDragged()) return;
+  if (const auto frame = keys_.frameAt(QPointF(event->pos()))) keys_.showMenu(*frame, event->globalPos());
+}
+
+bool TimeRuler::event(QEvent* event) {
+  if (event->type() == QEvent::ToolTip) {
+    const auto* help = static_cast<QHelpEvent*>(event);
+    const auto frame = session_.document() ? keys_.frameAt(QPointF(help->pos())) : std::nullopt;
+    setToolTip(frame ? tr("Key at frame %1: drag to move, right-click for interpolation").arg(*frame)
+                     : tr("Drag to change the time"));
+  }
+  return QWidget::event(event);
+}
+
 void TimeRuler::dragTo(double x) {
   const int frame = frameAt(x);
+  if (grip_ == Grip::key) return keys_.dragTo(frame);
   if (grip_ == Grip::time) {
     if (frame != session_.playback().frame()) session_.playback().goTo(static_cast<LONG>(frame));
     return;
@@ -204,7 +231,8 @@ TimelineWidget::TimelineWidget(Session& session, QWidget* parent)
       previous_(transport("time-previous", tr("Previous frame"), QStringLiteral("previous"))),
       play_(transport("time-play", tr("Play"), QStringLiteral("play"))),
       next_(transport("time-next", tr("Next frame"), QStringLiteral("next"))),
-      end_(transport("time-end", tr("Last frame"), QStringLiteral("last"))) {
+      end_(transport("time-end", tr("Last frame"), QStringLiteral("last"))),
+      key_(transport("key-set", tr("Set key for the selected objects"), QStringLiteral("key"))) {
   setObjectName(QStringLiteral("timeline"));
   fps_->setRange(1, 1000);
   fps_->setSuffix(QStringLiteral(" fps"));
@@ -214,6 +242,7 @@ TimelineWidget::TimelineWidget(Session& session, QWidget* parent)
   connect(play_, &QToolButton::clicked, this, [&playback] { playback.toggle(); });
   connect(next_, &QToolButton::clicked, this, [&playback] { playback.step(1); });
   connect(end_, &QToolButton::clicked, this, [&playback] { playback.goToLast(); });
+  connect(key_, &QToolButton::clicked, this, [&session] { setSelectedKeys(session); });
   connect(frame_, &NumberField::valueChanged, this,
           [&playback](double frame) { playback.goTo(static_cast<LONG>(std::lround(frame))); });
   connect(fps_, &NumberField::valueChanged, this, [this](double fps) {
@@ -236,12 +265,12 @@ TimelineWidget::TimelineWidget(Session& session, QWidget* parent)
   layout->addWidget(ruler_, 1);
   layout->addWidget(last_);
   layout->addSpacing(metrics::groupSpace);
-  for (QToolButton* button : {start_, previous_, play_, next_, end_})
+  for (QToolButton* button : {start_, previous_, play_, next_, end_, key_})
     layout->addWidget(button);
   layout->addSpacing(metrics::groupSpace);
   layout->addWidget(frame_);
   layout->addWidget(fps_);
-  spare_ = {{fps_}, {start_, end_}, {first_, last_}};
+  spare_ = {{fps_}, {start_, end_, key_}, {first_, last_}};
 
   time_ = session.hub().timeChanged.add([this] { refresh(); });
   changed_ = session.hub().changed.add([this] { refresh(); });
@@ -256,11 +285,8 @@ void TimelineWidget::showKeys() {
   const struct {
     QToolButton* button;
     const char* command;
-  } pairs[] = {{start_, "time.first"},
-               {previous_, "time.previous"},
-               {play_, "time.play"},
-               {next_, "time.next"},
-               {end_, "time.last"}};
+  } pairs[] = {{start_, "time.first"}, {previous_, "time.previous"}, {play_, "time.play"},
+               {next_, "time.next"},   {end_, "time.last"},          {key_, "key.set"}};
   for (const auto& pair : pairs)
     if (QAction* action = commandAction(*this, pair.command))
       setTipWithKeys(*pair.button, pair.button->accessibleName(), {action});
@@ -293,6 +319,7 @@ void TimelineWidget::refresh() {
   const BaseDocument* document = session_.document();
   setEnabled(document != nullptr);
   if (!document) return;
+  key_->setEnabled(!selectedObjects(*document).empty());
   const Range range = rangeOf(document);
   first_->setValue(range.first);
   last_->setValue(range.last);

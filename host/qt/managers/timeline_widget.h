@@ -3,6 +3,7 @@
 
 #include <QWidget>
 
+#include "key_marks.h"
 #include "session.h"
 
 class QToolButton;
@@ -11,7 +12,8 @@ namespace host {
 
 class NumberField;
 
-/// Frames along a line: the mouse moves the time and drags the two marks of the preview range.
+/// Frames along a line: the mouse moves the time and drags the two marks of the preview range and the keys of
+/// the selected objects. A right click on a key opens its menu.
 class TimeRuler : public QWidget {
   Q_OBJECT
  public:
@@ -27,14 +29,17 @@ class TimeRuler : public QWidget {
   void mousePressEvent(QMouseEvent* event) override;
   void mouseMoveEvent(QMouseEvent* event) override;
   void mouseReleaseEvent(QMouseEvent* event) override;
+  void contextMenuEvent(QContextMenuEvent* event) override;
+  bool event(QEvent* event) override;
 
  private:
-  enum class Grip { none, time, first, last };
+  enum class Grip { none, time, first, last, key };
   Grip gripAt(const QPointF& at) const;
   void dragTo(double x);
   void paintTicks(QPainter& painter) const;
 
   Session& session_;
+  KeyMarks keys_;
   Grip grip_ = Grip::none;
   bool ownEdit_ = false;
 };
@@ -65,7 +70,7 @@ class TimelineWidget : public QWidget {
   Session& session_;
   TimeRuler* ruler_;
   NumberField *first_, *last_, *frame_, *fps_;
-  QToolButton *start_, *previous_, *play_, *next_, *end_;
+  QToolButton *start_, *previous_, *play_, *next_, *end_, *key_;
   std::vector<std::vector<QWidget*>> spare_; // hidden together, in this order
   Subscription time_, changed_, replaced_, playing_;
 };

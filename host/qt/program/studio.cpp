@@ -8,6 +8,7 @@
 #include "placements.h"
 #include "qt_main_loop.h"
 #include "qt_user_interface.h"
+#include "quick_repaint.h"
 #include "studio_inspector.h"
 #include "theme_choice.h"
 #include "tour.h"
@@ -56,7 +57,8 @@ Studio::Studio(StudioOptions options)
     : options_(std::move(options)), ui_(std::make_unique<QtUserInterface>()),
       program_(std::make_unique<Program>(programOptions(options_, *ui_))),
       loop_(std::make_unique<QtMainLoop>()), session_(std::make_unique<Session>()),
-      link_(std::make_unique<LiveLink>(*session_, options_.linkToken)) {
+      link_(std::make_unique<LiveLink>(*session_, options_.linkToken)),
+      repaint_(std::make_unique<QuickRepaint>(*link_)) {
   restoreTheme();
   new ElidedTips(this);
   MainWindowOptions window;
@@ -138,6 +140,7 @@ void Studio::shutDown() {
   window_->hide();
   program_->shutDown();
   window_.reset();
+  repaint_.reset();
   link_.reset();
   session_.reset();
   loop_.reset();

@@ -16,6 +16,7 @@ class FirstPicture;
 class MainWindow;
 class QtMainLoop;
 class QtUserInterface;
+class QuickRepaint;
 class StudioInspector;
 
 struct StudioOptions {
@@ -67,6 +68,7 @@ class Studio : public QObject {
   std::unique_ptr<QtMainLoop> loop_;
   std::unique_ptr<Session> session_;
   std::unique_ptr<LiveLink> link_;
+  std::unique_ptr<QuickRepaint> repaint_;
   std::unique_ptr<MainWindow> window_;
   std::unique_ptr<StudioInspector> inspector_;
   std::unique_ptr<FirstPicture> firstPicture_;

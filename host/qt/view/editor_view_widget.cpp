@@ -4,6 +4,7 @@
 
 #include "bitmap_image.h"
 #include "c4d_events.h"
+#include "free_place.h"
 #include "gizmo_paint.h"
 #include "material_manager.h"
 #include "parameters.h"
@@ -28,6 +29,7 @@ EditorViewWidget::EditorViewWidget(Session& session, ViewTracer* tracer, QWidget
     : QWidget(parent), session_(session), view_(std::make_unique<EditorView>(services(tracer))),
       toolDrag_(session) {
   setObjectName(QStringLiteral("editor-view"));
+  setShowsPicture(*this);
   setAccessibleName(tr("Editor view"));
   setAttribute(Qt::WA_OpaquePaintEvent);
   setMouseTracking(true);
@@ -461,10 +463,10 @@ void EditorViewWidget::dropEvent(QDropEvent* event) {
   BaseObject* object = view_ ? view_->objectAt(event->position().x(), event->position().y()) : nullptr;
   const Identity material = materialOf(dropped);
   if (!object || !material) return event->ignore();
-  session_.edits().apply("Assign Material",
-                         [identity = object->GetIdentity(), material](BaseDocument& document) {
-                           assignMaterial(document, std::vector{identity}, material);
-                         });
+  session_.edits().apply("Assign Material", [identity = object->GetIdentity(), material,
+                                             &library = session_.materialLibrary()](BaseDocument& document) {
+    assignMaterial(document, std::vector{identity}, library.bring(document, material));
+  });
   event->acceptProposedAction();
 }
 

@@ -11,6 +11,8 @@
 #include "frame_buffer.h"
 #include "kept_window.h"
 #include "key_table.h"
+#include "library_window.h"
+#include "light_table.h"
 #include "link_dialog.h"
 #include "message_box.h"
 #include "missing_files.h"
@@ -19,6 +21,7 @@
 #include "render_settings_dialog.h"
 #include "session.h"
 #include "shortcuts_dialog.h"
+#include "sky_window.h"
 #include "tour.h"
 #include "window_layout.h"
 
@@ -158,6 +161,21 @@ void ToolWindows::showLink(LiveLink& link) {
 void ToolWindows::showMissingFiles() {
   if (!missing_) missing_ = new MissingFiles(session_, &window_);
   present(*missing_);
+}
+
+void ToolWindows::showLibrary() {
+  if (!library_) library_ = new LibraryWindow(session_, &window_);
+  present(*library_);
+}
+
+void ToolWindows::showSkies() {
+  if (!skies_) skies_ = new SkyWindow(session_, &window_);
+  present(*skies_);
+}
+
+void ToolWindows::showLights() {
+  if (!lights_) lights_ = new LightTable(session_, &window_);
+  present(*lights_);
 }
 
 void ToolWindows::showShortcuts() {

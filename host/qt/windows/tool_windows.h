@@ -13,6 +13,8 @@ class FarmWindows;
 class FrameBuffer;
 class KeptWindow;
 class LinkDialog;
+class LibraryWindow;
+class LightTable;
 class LiveLink;
 class MissingFiles;
 class QueueWindows;
@@ -21,6 +23,7 @@ class RenderSettingsDialog;
 class Session;
 class ShortcutsDialog;
 class Tour;
+class SkyWindow;
 
 /// Each is made when it is first needed and kept until `shutDown`.
 class ToolWindows : public QObject {
@@ -47,6 +50,12 @@ class ToolWindows : public QObject {
   void showLink(LiveLink& link);
   /// The list of pictures that the scene lacks.
   void showMissingFiles();
+  /// The library of materials.
+  void showLibrary();
+  /// The made skies.
+  void showSkies();
+  /// The table of all lights.
+  void showLights();
   void showShortcuts();
   void showAbout();
   /// Searches the commands of the window, of open dialogs and of the frame buffer.
@@ -75,6 +84,9 @@ class ToolWindows : public QObject {
   QPointer<QueueWindows> queue_;
   QPointer<LinkDialog> link_;
   QPointer<MissingFiles> missing_;
+  QPointer<LightTable> lights_;
+  QPointer<LibraryWindow> library_;
+  QPointer<SkyWindow> skies_;
   QPointer<ShortcutsDialog> shortcuts_;
   QPointer<RecoveryDialog> recovery_;
   QPointer<Tour> tour_;

@@ -6,8 +6,9 @@ namespace host::render {
 
 RenderCamera::RenderCamera(const SnapshotCamera& camera, int width, int height, int samples)
     : still_(viewOf(camera.toWorld)), scaleX_(2.0f / static_cast<float>(width)),
-      scaleY_(2.0f / static_cast<float>(height)), near_(std::max(0.0f, camera.znear)),
-      far_(camera.zfar > camera.znear ? camera.zfar : 1e30f), orthographic_(camera.orthographic) {
+      scaleY_(2.0f / static_cast<float>(height)), middleX_(2 * camera.shiftX), middleY_(2 * camera.shiftY),
+      near_(std::max(0.0f, camera.znear)), far_(camera.zfar > camera.znear ? camera.zfar : 1e30f),
+      orthographic_(camera.orthographic) {
   const float aspect = static_cast<float>(width) / static_cast<float>(height);
   halfHeight_ = halfHeight(camera, aspect);
   halfWidth_ = halfHeight_ * aspect;
@@ -49,8 +50,8 @@ Ray RenderCamera::ray(Vec2 pixel, Vec2 lens, float time) const {
 }
 
 Ray RenderCamera::rayOf(const View& view, Vec2 pixel, Vec2 lens) const {
-  const Vec3 across =
-      view.right * (halfWidth_ * (pixel.x * scaleX_ - 1)) + view.up * (halfHeight_ * (1 - pixel.y * scaleY_));
+  const Vec3 across = view.right * (halfWidth_ * (pixel.x * scaleX_ - 1 + middleX_)) +
+                      view.up * (halfHeight_ * (1 - pixel.y * scaleY_ + middleY_));
   Vec3 start = view.origin, d = view.forward; // d covers a metre along the axis
   (orthographic_ ? start : d) += across;
   if (radius_ > 0) {

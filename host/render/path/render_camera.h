@@ -51,6 +51,7 @@ class RenderCamera {
   std::vector<Pose> motion_;     // at even steps while the shutter is open; empty: it stands still
   float halfWidth_, halfHeight_; // of the picture, a metre away; orthographic: in metres
   float scaleX_, scaleY_;        // pixels to -1..1
+  float middleX_, middleY_;      // of the picture, in its halves beside the axis
   float near_, far_;
   RayCone cone_;
   float radius_ = 0, focus_ = 1, bladeRotation_ = 0;

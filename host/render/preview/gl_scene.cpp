@@ -239,12 +239,12 @@ std::array<float, 16> GlScene::clipMatrix(int width, int height, Vec2 scale, Vec
   float x1 = 0, y1 = 0, z1 = 0, w1 = 0;
   if (c.orthographic) {
     x = rowX * scale.x, y = rowY * scale.y;
-    x1 = offset.x, y1 = offset.y;
+    x1 = offset.x - 2 * c.shiftX * scale.x, y1 = offset.y - 2 * c.shiftY * scale.y;
     z = -forward / (f - n), z1 = f / (f - n);
     w1 = 1;
   } else {
-    x = rowX * scale.x + forward * offset.x;
-    y = rowY * scale.y + forward * offset.y;
+    x = rowX * scale.x + forward * (offset.x - 2 * c.shiftX * scale.x);
+    y = rowY * scale.y + forward * (offset.y - 2 * c.shiftY * scale.y);
     z = -forward * (n / (f - n)), z1 = n * f / (f - n);
     w = forward;
   }

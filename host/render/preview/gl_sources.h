@@ -71,7 +71,7 @@ vec3 ambientOn(vec3 n) {
 
 inline constexpr const char* glSkyFragmentSource = R"(
 in vec2 vPlace;
-uniform vec3 uForward;
+uniform vec3 uForward; // to the middle of the picture, one along the axis
 uniform vec3 uRight; // over half the picture; zero for an orthographic camera
 uniform vec3 uUp;
 out vec4 oColor;

@@ -43,12 +43,15 @@ void GlTileState::useSky() {
   GlProgram& program = cache_.program(skyVertexSource(), skyFragmentSource());
   glUseProgram(program.name());
   setSky(program);
-  const bool flat = scene_.camera().orthographic;
+  const SnapshotCamera& camera = scene_.camera();
+  const bool flat = camera.orthographic;
   const float aspect = static_cast<float>(width_) / static_cast<float>(height_);
-  const float half = halfHeight(scene_.camera(), aspect);
-  set(program.place("uForward"), -scene_.back());
-  set(program.place("uRight"), flat ? Vec3() : scene_.right() * (half * aspect));
-  set(program.place("uUp"), flat ? Vec3() : scene_.up() * half);
+  const float half = halfHeight(camera, aspect);
+  const Vec3 right = flat ? Vec3() : scene_.right() * (half * aspect),
+             up = flat ? Vec3() : scene_.up() * half;
+  set(program.place("uForward"), right * (2 * camera.shiftX) + up * (2 * camera.shiftY) - scene_.back());
+  set(program.place("uRight"), right);
+  set(program.place("uUp"), up);
   glUniform4f(program.place("uTile"), scale_.x, scale_.y, offset_.x, offset_.y);
 }
 

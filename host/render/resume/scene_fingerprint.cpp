@@ -107,8 +107,8 @@ std::string sceneFingerprint(const Snapshot& snapshot) {
 std::string cameraFingerprint(const SnapshotCamera& camera) {
   ContentHash64 hash;
   hash.all(camera.toWorld, camera.orthographic, camera.yfov, camera.ymag, camera.fitAspect, camera.aperture,
-           camera.focusDistance, camera.blades, camera.bladeRotation, camera.znear, camera.zfar,
-           camera.motion.size());
+           camera.focusDistance, camera.blades, camera.bladeRotation, camera.shiftX, camera.shiftY,
+           camera.znear, camera.zfar, camera.motion.size());
   for (const Matrix& step : camera.motion)
     hash.add(step);
   return hash.text();

@@ -71,6 +71,7 @@ void checkVersion(const Json& root) {
 
 void checkExtensions(const Json& root) {
   static const std::set<std::string, std::less<>> known{"KHR_lights_punctual",
+                                                        "KHR_animation_pointer",
                                                         "KHR_texture_transform",
                                                         "KHR_materials_unlit",
                                                         "KHR_materials_emissive_strength",

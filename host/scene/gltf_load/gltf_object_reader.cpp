@@ -36,6 +36,14 @@ void setTransform(const tinygltf::Node& node, ObjectState& object) {
   object.local = matrixOf(pose);
 }
 
+void addTracks(const std::map<int, Tracks>& list, int index, ObjectState& object) {
+  const auto found = list.find(index);
+  if (found == list.end()) return;
+  Tracks tracks = object.tracks ? *object.tracks : Tracks();
+  tracks.insert(tracks.end(), found->second.begin(), found->second.end());
+  object.tracks = std::make_shared<const Tracks>(std::move(tracks));
+}
+
 } // namespace
 
 void ObjectReader::makeObjects(NodeList& objects) {
@@ -73,8 +81,8 @@ LONG ObjectReader::typeOf(std::size_t index, const Contents& contents) {
     context_.warn("Node " + std::to_string(index) + " is an object of the unknown type " +
                   std::to_string(given) + " and became a null; a newer version may know it.");
   if (contents.mesh >= 0) return Opolygon;
-  const auto found = tracks_.find(static_cast<int>(index));
-  if (contents.camera >= 0) return found == tracks_.end() && contents.light < 0 ? Ocamera : Onull;
+  const bool moves = tracks_.nodes.contains(static_cast<int>(index));
+  if (contents.camera >= 0) return !moves && contents.light < 0 ? Ocamera : Onull;
   return contents.light >= 0 ? Olight : Onull;
 }
 
@@ -86,8 +94,7 @@ ObjectState* ObjectReader::makeObjectOf(int node) {
   object->name = String(nameOf(index, contents, type));
   object->identity = identities_[index];
   setTransform(file_.model.nodes[index], *object);
-  if (const auto found = tracks_.find(node); found != tracks_.end())
-    object->tracks = std::make_shared<const Tracks>(found->second);
+  addTracks(tracks_.nodes, node, *object);
   primary_[index] = content_[index] = object.get();
   extras_.addName(object->name.GetUTF8(), object->identity);
   addContents(index, contents, *object);
@@ -169,10 +176,14 @@ void ObjectReader::addContents(std::size_t index, const Contents& contents, Obje
     ObjectState& camera = holder(Ocamera);
     camera.data =
         cameraParameters(element(member(file_.root, "cameras"), static_cast<std::size_t>(contents.camera)));
+    addTracks(tracks_.cameras, contents.camera, camera);
     if (&camera != &object && object.type == Onull && contents.mesh < 0) becomeContent(index, camera);
   }
-  if (contents.light >= 0)
-    holder(Olight).data = lightParameters(element(lightList(), static_cast<std::size_t>(contents.light)));
+  if (contents.light >= 0) {
+    ObjectState& light = holder(Olight);
+    light.data = lightParameters(element(lightList(), static_cast<std::size_t>(contents.light)));
+    addTracks(tracks_.lights, contents.light, light);
+  }
 }
 
 // The camera below an animated null takes over the node's links and name.

@@ -46,7 +46,7 @@ class ObjectReader {
   std::vector<Identity> identities_;            // of each node's object
   std::vector<ObjectState*> primary_, content_; // of each node; null for nodes that are not in the scene
   std::vector<std::pair<std::size_t, ObjectState*>> meshObjects_; // with the index of their node
-  std::map<int, Tracks> tracks_;
+  FileTracks tracks_;
   std::map<std::size_t, std::string> cameraName_; // of nodes with a numbered camera
 };
 

@@ -3,17 +3,11 @@
 #include <algorithm>
 #include <tuple>
 
+#include "gltf_pointers.h"
+
 namespace host {
 
 namespace {
-
-std::optional<TrackPath> pathOf(const std::string& name) {
-  if (name == "translation") return TrackPath::translation;
-  if (name == "rotation") return TrackPath::rotation;
-  if (name == "scale") return TrackPath::scale;
-  if (name == "weights") return TrackPath::weights;
-  return std::nullopt;
-}
 
 Interpolation interpolationOf(const std::string& name) {
   return name == "STEP"          ? Interpolation::step
@@ -44,7 +38,7 @@ class CurveReader {
     const std::size_t per = curve.interpolation == Interpolation::cubic ? 3 : 1;
     if (keys == 0 || curve.values.empty() || curve.values.size() % (keys * per) != 0) return false;
     const std::size_t width = curve.values.size() / (keys * per);
-    const std::size_t wanted = path == TrackPath::rotation ? 4 : path == TrackPath::weights ? width : 3;
+    const std::size_t wanted = path == TrackPath::weights ? width : widthOf(path);
     curve.width = static_cast<std::uint32_t>(width);
     return width == wanted && std::is_sorted(curve.times.begin(), curve.times.end());
   }
@@ -54,32 +48,91 @@ class CurveReader {
   std::map<std::tuple<int, int, Interpolation, TrackPath>, CurvePtr> curves_;
 };
 
-} // namespace
+class TrackReader {
+ public:
+  TrackReader(const GltfFile& file, LoadContext& context)
+      : file_(file), context_(context), curves_(file, context) {}
 
-std::map<int, Tracks> readTracks(const GltfFile& file, LoadContext& context) {
-  std::map<int, Tracks> tracks;
-  CurveReader curves(file, context);
-  std::size_t dropped = 0;
-  for (std::size_t a = 0; a < file.model.animations.size(); ++a) {
-    const tinygltf::Animation& animation = file.model.animations[a];
-    for (const tinygltf::AnimationChannel& channel : animation.channels) {
-      const auto path = pathOf(channel.target_path);
-      if (channel.target_node < 0 || !path) continue;
-      if (static_cast<std::size_t>(channel.target_node) >= file.model.nodes.size())
-        throw SceneError("animation " + std::to_string(a) + " moves a node that is not in it");
-      if (channel.sampler < 0 || static_cast<std::size_t>(channel.sampler) >= animation.samplers.size())
-        throw SceneError("animation " + std::to_string(a) + " refers to keys that are not in it");
-      const CurvePtr curve =
-          curves.read(animation.samplers[static_cast<std::size_t>(channel.sampler)], *path);
-      if (curve)
-        tracks[channel.target_node].push_back({*path, static_cast<std::uint32_t>(a), curve});
+  FileTracks read() {
+    for (std::size_t a = 0; a < file_.model.animations.size(); ++a) {
+      for (const tinygltf::AnimationChannel& channel : file_.model.animations[a].channels)
+        readChannel(a, channel);
+      readPointers(a, member(element(member(file_.root, "animations"), a), "channels"));
+    }
+    if (dropped_ > 0)
+      context_.warn("Animation keys that are out of order or of the wrong number were left out (" +
+                    std::to_string(dropped_) + " tracks); export the animation again if it is missing.");
+    if (lost_ > 0)
+      context_.warn("Animations of properties that are not in the file, or that cannot be animated here, "
+                    "were left out (" +
+                    std::to_string(lost_) + " tracks); transforms, lights and cameras can be animated.");
+    return std::move(tracks_);
+  }
+
+ private:
+  void readChannel(std::size_t animation, const tinygltf::AnimationChannel& channel) {
+    const auto path = pathOf(channel.target_path);
+    if (channel.target_node < 0 || !path) return;
+    if (static_cast<std::size_t>(channel.target_node) >= file_.model.nodes.size())
+      throw SceneError("animation " + std::to_string(animation) + " moves a node that is not in it");
+    add(tracks_.nodes[channel.target_node], animation, channel.sampler, *path);
+  }
+
+  // The parser leaves out channels without a node, so they are read from the JSON.
+  void readPointers(std::size_t animation, const Json& channels) {
+    for (std::size_t i = 0; i < countOf(channels); ++i) {
+      const Json& channel = element(channels, i);
+      const Json& target = member(channel, "target");
+      if (textIn(target, "path") != "pointer") continue;
+      Tracks* tracks = nullptr;
+      const auto pointer = readPointer(textIn(extension(target, "KHR_animation_pointer"), "pointer"));
+      if (pointer) tracks = tracksOf(*pointer);
+      if (tracks)
+        add(*tracks, animation,
+            indexIn(channel, "sampler", file_.model.animations[animation].samplers.size(), "sampler"),
+            pointer->path);
       else
-        ++dropped;
+        ++lost_;
     }
   }
-  if (dropped > 0)
-    context.warn("Animation keys that are out of order or of the wrong number were left out (" +
-                 std::to_string(dropped) + " tracks); export the animation again if it is missing.");
+
+  Tracks* tracksOf(const AnimationPointer& pointer) {
+    const auto of = [&](std::map<int, Tracks>& list, std::size_t count) {
+      return static_cast<std::size_t>(pointer.index) < count ? &list[pointer.index] : nullptr;
+    };
+    switch (pointer.list) {
+    case AnimationPointer::List::nodes:
+      return of(tracks_.nodes, file_.model.nodes.size());
+    case AnimationPointer::List::cameras:
+      return of(tracks_.cameras, file_.model.cameras.size());
+    default:
+      return of(tracks_.lights, countOf(member(extension(file_.root, "KHR_lights_punctual"), "lights")));
+    }
+  }
+
+  void add(Tracks& tracks, std::size_t animation, int sampler, TrackPath path) {
+    const auto& samplers = file_.model.animations[animation].samplers;
+    if (sampler < 0 || static_cast<std::size_t>(sampler) >= samplers.size())
+      throw SceneError("animation " + std::to_string(animation) + " refers to keys that are not in it");
+    if (const CurvePtr curve = curves_.read(samplers[static_cast<std::size_t>(sampler)], path))
+      tracks.push_back({path, static_cast<std::uint32_t>(animation), curve});
+    else
+      ++dropped_;
+  }
+
+  const GltfFile& file_;
+  LoadContext& context_;
+  CurveReader curves_;
+  FileTracks tracks_;
+  std::size_t dropped_ = 0, lost_ = 0;
+};
+
+} // namespace
+
+FileTracks readTracks(const GltfFile& file, LoadContext& context) {
+  FileTracks tracks = TrackReader(file, context).read();
+  for (auto* list : {&tracks.nodes, &tracks.lights, &tracks.cameras})
+    std::erase_if(*list, [](const auto& entry) { return entry.second.empty(); });
   return tracks;
 }
 

@@ -6,6 +6,7 @@
 
 #include "gltf_derive.h"
 #include "parameters.h"
+#include "track_paths.h"
 
 namespace host {
 
@@ -86,10 +87,13 @@ void GltfWriter::writeObject(const ObjectState& object) {
   if (object.type == Ocamera) {
     const Json camera = cameraJson(object);
     derived = cameraParameters(camera);
-    json["camera"] = output_.append("cameras", camera);
+    const auto index = output_.append("cameras", camera);
+    json["camera"] = index;
+    contents_[object.identity] = static_cast<std::size_t>(index);
   } else if (object.type == Olight) {
     const Json light = lightJson(object);
     derived = lightParameters(light);
+    contents_[object.identity] = lights_.size();
     lights_.push_back(light);
     json["extensions"]["KHR_lights_punctual"]["light"] = lights_.size() - 1;
   } else if (object.mesh) {
@@ -185,17 +189,31 @@ void GltfWriter::writeAnimations() {
   output_["animations"] = std::move(animations);
 }
 
-void GltfWriter::writeTrack(const ObjectState& object, const Track& track, Json& animation) {
+// A null value when the object has no such property.
+Json GltfWriter::targetOf(const ObjectState& object, TrackPath path) {
   static constexpr const char* paths[] = {"translation", "rotation", "scale", "weights"};
+  if (path <= TrackPath::weights)
+    return Json{{"node", *extras_.nodeIndex(object.identity)}, {"path", paths[static_cast<int>(path)]}};
+  const auto found = contents_.find(object.identity);
+  if (found == contents_.end() || parameterOf(path, object.type) == 0) return nullptr;
+  const std::string index = std::to_string(found->second);
+  const std::string light = "/extensions/KHR_lights_punctual/lights/" + index;
+  const std::string pointer = path == trackLightColor       ? light + "/color"
+                              : path == trackLightIntensity ? light + "/intensity"
+                                                            : "/cameras/" + index + "/perspective/yfov";
+  pointers_ = true;
+  return Json{{"path", "pointer"}, {"extensions", {{"KHR_animation_pointer", {{"pointer", pointer}}}}}};
+}
+
+void GltfWriter::writeTrack(const ObjectState& object, const Track& track, Json& animation) {
+  const Json target = targetOf(object, track.path);
+  if (target.is_null()) return;
   static constexpr const char* kinds[] = {"STEP", "LINEAR", "CUBICSPLINE"};
   const auto& [input, output] = meshes_.curveAccessors(track);
   Json sampler{{"input", input},
                {"output", output},
                {"interpolation", kinds[static_cast<int>(track.curve->interpolation)]}};
-  animation["channels"].push_back(
-      Json{{"sampler", animation["samplers"].size()},
-           {"target",
-            {{"node", *extras_.nodeIndex(object.identity)}, {"path", paths[static_cast<int>(track.path)]}}}});
+  animation["channels"].push_back(Json{{"sampler", animation["samplers"].size()}, {"target", target}});
   animation["samplers"].push_back(std::move(sampler));
 }
 
@@ -274,6 +292,7 @@ void GltfWriter::nameExtensions() {
   if (output_.root().contains("materials") &&
       output_["materials"].dump().find("KHR_texture_transform") != std::string::npos)
     used.emplace("KHR_texture_transform");
+  if (pointers_) used.emplace("KHR_animation_pointer");
   if (!used.empty()) output_["extensionsUsed"] = used;
   if (!required.empty()) output_["extensionsRequired"] = required;
 }

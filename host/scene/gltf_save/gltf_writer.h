@@ -3,6 +3,7 @@
 #pragma once
 
 #include <functional>
+#include <map>
 
 #include "gltf_material_writer.h"
 #include "gltf_mesh_writer.h"
@@ -37,6 +38,7 @@ class GltfWriter {
   MeshTags meshTagsOf(const ObjectState& object) const;
   void writeTags(const ObjectState& object, Json& extras);
   void writeAnimations();
+  Json targetOf(const ObjectState& object, TrackPath path);
   void writeTrack(const ObjectState& object, const Track& track, Json& animation);
   void writeDocument();
   void writeViews(Json& extras);
@@ -47,7 +49,9 @@ class GltfWriter {
   const std::function<void(double)> progress_;
   GltfOutput output_;
   Json lights_ = Json::array();
-  std::size_t variants_ = 0; // of materials
+  std::map<Identity, std::size_t> contents_; // the indices of lights and cameras in their lists
+  bool pointers_ = false;                    // a track points at one of them
+  std::size_t variants_ = 0;                 // of materials
   ExtrasWriter extras_;
   MaterialWriter materials_;
   MeshWriter meshes_;

@@ -286,8 +286,7 @@ void Taker::takeCamera() {
   to.object = camera->identity;
   to.toWorld = withoutScale(worldOf(*camera));
   to.orthographic = param::integer(*camera, param::cameraProjection) == 1;
-  const bool angle = std::isfinite(param::real(*camera, param::cameraYfov));
-  to.yfov = angle ? std::clamp(number(*camera, param::cameraYfov), 1e-4F, 3.14F) : SnapshotCamera().yfov;
+  to.yfov = static_cast<float>(viewAngleOf(*camera));
   to.ymag = std::max(std::abs(number(*camera, param::cameraYmag)), 1e-9F);
   to.znear = std::max(number(*camera, param::cameraNear), 0.0F);
   to.zfar = std::max(number(*camera, param::cameraFar), 0.0F);
@@ -301,6 +300,8 @@ void Taker::takeLens(const ObjectState& camera) {
   to.focusDistance = std::clamp(number(camera, param::cameraFocusDistance), 1e-6F, 1e9F);
   to.blades = static_cast<int>(std::clamp<LONG>(param::integer(camera, param::cameraBlades), 0, 64));
   to.bladeRotation = number(camera, param::cameraBladeRotation);
+  to.shiftX = std::clamp(number(camera, param::cameraShiftX), -farthestShift, farthestShift);
+  to.shiftY = std::clamp(number(camera, param::cameraShiftY), -farthestShift, farthestShift);
 }
 
 // A light behind the viewer's left shoulder and a soft sky, which together expose a white wall well.

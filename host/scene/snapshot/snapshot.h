@@ -158,9 +158,13 @@ struct SnapshotCamera {
   float focusDistance = 5;       // metres along the axis
   int blades = 0;                // of the opening, from 3 on; fewer: round
   float bladeRotation = 0;       // radians, counter-clockwise as the camera sees it
+  float shiftX = 0, shiftY = 0;  // of the lens, in widths and heights of the picture: to the right and up
   float znear = 0.01f, zfar = 0; // metres; zfar 0: unlimited
   std::vector<Matrix> motion;    // toWorld while the shutter is open, at even steps; empty: it stands still
 };
+
+/// The largest shift of a lens.
+inline constexpr float farthestShift = 10;
 
 /// Half the height of what the camera sees: at a distance of 1 metre, orthographic in metres. `aspect` is the
 /// picture's width over its height.

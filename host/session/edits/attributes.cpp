@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "attribute_table.h"
+#include "track_paths.h"
 
 namespace host {
 
@@ -20,7 +21,10 @@ bool movesWith(const NodeState& node, AttributeId id) {
   for (const Track& track : *static_cast<const ObjectState&>(node).tracks)
     if ((track.path == TrackPath::translation && id == AttributeId::position) ||
         (track.path == TrackPath::rotation && id == AttributeId::rotation) ||
-        (track.path == TrackPath::scale && id == AttributeId::scale))
+        (track.path == TrackPath::scale && id == AttributeId::scale) ||
+        (track.path == trackLightColor && id == AttributeId::lightColor) ||
+        (track.path == trackLightIntensity && id == AttributeId::lightIntensity) ||
+        (track.path == trackCameraYfov && id == AttributeId::cameraFieldOfView))
       return true;
   return false;
 }
@@ -43,6 +47,10 @@ std::vector<Attribute> attributesOf(const BaseDocument& document, std::span<cons
   std::vector<const NodeState*> states;
   for (const Identity identity : nodes)
     if (const NodeState* node = findNode(*stateOf(&document), identity)) states.push_back(node);
+  return attributesOf(states);
+}
+
+std::vector<Attribute> attributesOf(std::span<const NodeState* const> states) {
   std::vector<Attribute> attributes;
   if (states.empty()) return attributes;
   for (const AttributeEntry& entry : attributeTable()) {

@@ -8,6 +8,7 @@
 #include "animation.h"
 #include "c4d_document.h"
 #include "identity.h"
+#include "node_state.h"
 
 namespace host {
 
@@ -38,6 +39,9 @@ enum class AttributeId {
   cameraHeight,
   cameraNear,
   cameraFar,
+  cameraLocked,
+  cameraShiftX,
+  cameraShiftY,
   cameraAperture,
   cameraFocusDistance,
   cameraBlades,
@@ -132,6 +136,8 @@ inline constexpr const char* textureGroup = "Texture";
 
 /// The attributes that all of these nodes have (objects, materials, or textures), in the order of display.
 std::vector<Attribute> attributesOf(const BaseDocument& document, std::span<const Identity> nodes);
+
+std::vector<Attribute> attributesOf(std::span<const NodeState* const> nodes);
 
 /// One attribute of one node; of type DA_NIL when the node does not have it.
 GeData attributeValue(const BaseDocument& document, Identity node, AttributeId attribute);

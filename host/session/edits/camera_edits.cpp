@@ -13,10 +13,23 @@ Identity chosenCamera(const BaseDocument& document) {
   forEachObject(stateOf(&document)->children, [&](const ObjectState& object) {
     if (!selected && object.type == Ocamera && (object.bits & BIT_ACTIVE)) selected = object.identity;
   });
-  if (selected) return selected;
+  return selected ? selected : viewCamera(document);
+}
+
+Identity viewCamera(const BaseDocument& document) {
   const BaseDraw* view = document.GetActiveBaseDraw();
   const BaseObject* through = view ? view->GetSceneCamera(&document) : nullptr;
-  return through ? through->GetIdentity() : 0;
+  return through && through->IsInstanceOf(Ocamera) ? through->GetIdentity() : 0;
+}
+
+bool isCameraLocked(const BaseDocument& document, Identity camera) {
+  const auto* object = static_cast<const ObjectState*>(findNode(*stateOf(&document), camera));
+  return object && object->type == Ocamera && param::flag(*object, param::cameraLocked);
+}
+
+void lockCamera(BaseDocument& document, Identity camera, bool lock) {
+  ObjectState* object = objectIn(stateIn(document), camera);
+  if (object && object->type == Ocamera) object->data.SetBool(param::cameraLocked, lock ? TRUE : FALSE);
 }
 
 bool focusCamera(BaseDocument& document, Identity camera, const Vector& point) {

@@ -6,6 +6,7 @@
 #include "document_range.h"
 #include "lens_setting.h"
 #include "parameters.h"
+#include "track_paths.h"
 
 namespace host {
 
@@ -182,10 +183,20 @@ struct Difference {
             !sameTime(a.loopMinTime, b.loopMinTime) || !sameTime(a.loopMaxTime, b.loopMaxTime));
   }
 
+  // At another time tracks set other values.
+  void leaveOutTracks(const NodeImage& node, BaseContainer& first, BaseContainer& second) const {
+    if (sameMoment || !node.object || !node.object->tracks) return;
+    for (const Track& track : *node.object->tracks)
+      if (const LONG id = parameterOf(track.path, node.type); id != 0)
+        first.RemoveData(id), second.RemoveData(id);
+  }
+
   bool data(const NodeImage& a, const NodeImage& b) const {
     if (a.data == b.data) return false;
-    if (!inPictures || (a.kind != NodeKind::object && a.kind != NodeKind::renderData)) return true;
     BaseContainer first = a.data, second = b.data;
+    leaveOutTracks(a, first, second);
+    if (first == second) return false;
+    if (!inPictures || (a.kind != NodeKind::object && a.kind != NodeKind::renderData)) return true;
     for (BaseContainer* values : {&first, &second})
       if (a.kind == NodeKind::object)
         values->RemoveData(param::objectVisibleEditor); // for the editor's view alone

@@ -70,6 +70,15 @@ Identity newMaterial(BaseDocument& document, const String& name) {
   return material->identity;
 }
 
+Identity addMaterial(BaseDocument& document, const NodeState& material, const String& name) {
+  DocumentState& state = *stateOf(&document);
+  NodeState* copy = cloneNode(material, COPYFLAGS_0);
+  copy->name = freeMaterialName(state, name);
+  state.materials.append(*copy);
+  selectMaterial(document, copy->identity);
+  return copy->identity;
+}
+
 Identity duplicateMaterial(BaseDocument& document, Identity material) {
   DocumentState& state = *stateOf(&document);
   MaterialState* original = materialIn(state, material);

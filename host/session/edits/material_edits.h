@@ -11,6 +11,8 @@ namespace host {
 bool selectMaterial(BaseDocument& document, Identity material);
 /// Adds a material of this name, made unique by a number, and selects it.
 Identity newMaterial(BaseDocument& document, const String& name = "Material");
+/// Adds a copy of a material, of this document or another one, and selects it. The name is made unique.
+Identity addMaterial(BaseDocument& document, const NodeState& material, const String& name);
 Identity duplicateMaterial(BaseDocument& document, Identity material);
 /// Texture tags that use it are deleted too.
 bool deleteMaterial(BaseDocument& document, Identity material);

@@ -95,7 +95,7 @@ MaterialPreviews::MaterialPreviews(DocumentHub& hub) : hub_(hub) {
   replacedSubscription_ = hub_.replaced.add([this](Replacement) {
     stop();
     queue_.clear();
-    cache_.clear();
+    std::erase_if(cache_, [this](const auto& entry) { return !isOfSource(entry.first.material); });
     patience_.clear();
   });
   setGiveWayHook([this] { stop(); });
@@ -112,10 +112,29 @@ bool MaterialPreviews::isRunning() const noexcept {
   return job_ != nullptr;
 }
 
-ImagePtr MaterialPreviews::lookOf(Identity material, const ImagePtr& previous) const {
+void MaterialPreviews::setSources(std::vector<const BaseDocument*> sources) {
+  stop();
+  sources_ = std::move(sources);
+  documentChanged();
+}
+
+bool MaterialPreviews::isOfSource(Identity material) const {
+  return std::any_of(sources_.begin(), sources_.end(), [material](const BaseDocument* source) {
+    return findNode(*stateOf(source), material) != nullptr;
+  });
+}
+
+const NodeState* MaterialPreviews::find(Identity material) const {
   const BaseDocument* document = hub_.document();
   const NodeState* node = document ? findNode(*stateOf(document), material) : nullptr;
-  return node && node->kind == NodeKind::material ? takeImage(*node, previous) : nullptr;
+  for (std::size_t i = 0; !node && i < sources_.size(); ++i)
+    node = findNode(*stateOf(sources_[i]), material);
+  return node && node->kind == NodeKind::material ? node : nullptr;
+}
+
+ImagePtr MaterialPreviews::lookOf(Identity material, const ImagePtr& previous) const {
+  const NodeState* node = find(material);
+  return node ? takeImage(*node, previous) : nullptr;
 }
 
 bool MaterialPreviews::isFresh(Identity material, int size) const {
@@ -197,8 +216,8 @@ bool MaterialPreviews::start(const Key& key, LONG samples, LONG seed, bool refin
   job->bitmap = makeBitmap(job->key.size, job->key.size);
   if (!document || !job->look || !job->bitmap) return false;
   const DocumentState& state = *stateOf(document);
-  job->document = previewScene(static_cast<const MaterialState&>(*findNode(state, job->key.material)),
-                               activeRenderData(state));
+  job->document =
+      previewScene(static_cast<const MaterialState&>(*find(job->key.material)), activeRenderData(state));
   job->settings = settingsOf(key.size, samples, seed);
   Job* raw = job.get();
   job->thread = std::make_unique<BackgroundJob>(

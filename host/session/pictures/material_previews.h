@@ -12,6 +12,7 @@
 #include <list>
 #include <map>
 #include <memory>
+#include <vector>
 
 #include "document_hub.h"
 #include "document_image.h"
@@ -32,6 +33,9 @@ class MaterialPreviews {
   /// The thumbnail of a material of the active document, 16 to 512 pixels a side. While it is not ready:
   /// null, or the thumbnail from before the last change; it is then rendered, and `ready` follows.
   std::shared_ptr<const BaseBitmap> preview(Identity material, int size);
+  /// Further documents whose materials have thumbnails, which must outlive this. They keep theirs when the
+  /// active document is replaced.
+  void setSources(std::vector<const BaseDocument*> sources);
   /// Whether the thumbnail shows the material as it is now.
   bool isFresh(Identity material, int size) const;
 
@@ -80,9 +84,12 @@ class MaterialPreviews {
   void join(const Job& job);
   void documentChanged();
   void forget();
+  const NodeState* find(Identity material) const;
+  bool isOfSource(Identity material) const;
   ImagePtr lookOf(Identity material, const ImagePtr& previous) const;
 
   DocumentHub& hub_;
+  std::vector<const BaseDocument*> sources_;
   std::map<Key, Cached> cache_;
   std::deque<Key> queue_;
   std::map<Key, int> patience_; // stops of each; it then gets fewer samples

@@ -92,24 +92,32 @@ TEST_F(HardwarePreview, AQuadCoversExactlyItsPixels) {
       EXPECT_EQ(r.alpha(x, y), inside ? 1 : 0);
       EXPECT_EQ(r.display[static_cast<std::size_t>(y * 16 + x)], inside ? 0xff0000u : 0u);
     }
+  scene.snapshot->camera.shiftX = 0.125f, scene.snapshot->camera.shiftY = 0.25f; // two columns, three rows
+  const Result shifted = draw(scene, 16, 12, hardware(16, 12));
+  for (int y = 0; y < 12; ++y)
+    for (int x = 0; x < 16; ++x)
+      EXPECT_EQ(shifted.at(x, y).x, x <= 2 && y >= 4 && y <= 8 ? 1 : 0) << x << ' ' << y;
 }
 
 TEST_F(HardwarePreview, PerspectiveAgreesWithRays) {
   Scene scene = plain({-1, -0.5f, -1}, {1.7f, 0.3f, -2}, {0.2f, 1.6f, 0.5f}, {1, 1, 1});
-  scene.lookAt({0.4f, 0.7f, 3}, {0, 0.2f, 0}, false, 0.9f);
-  const Result hard = draw(scene, 90, 60, hardware(90, 60));
   RenderSettings how = rays(90, 60);
   how.antiAliasing = AntiAliasing::none;
   how.samples = 1;
-  const Result traced = draw(scene, 90, 60, how);
-  int apart = 0, covered = 0;
-  for (int y = 0; y < 60; ++y)
-    for (int x = 0; x < 90; ++x) {
-      apart += (hard.at(x, y).x > 0.5f) != (traced.at(x, y).x > 0.5f);
-      covered += traced.at(x, y).x > 0;
-    }
-  EXPECT_GT(covered, 500);
-  EXPECT_LE(apart, 4); // pixels whose centre is on the edge
+  for (const bool shifted : {false, true}) {
+    scene.lookAt({0.4f, 0.7f, 3}, {0, 0.2f, 0}, false, 0.9f);
+    if (shifted) scene.snapshot->camera.shiftX = 0.2f, scene.snapshot->camera.shiftY = -0.15f;
+    const Result hard = draw(scene, 90, 60, hardware(90, 60));
+    const Result traced = draw(scene, 90, 60, how);
+    int apart = 0, covered = 0;
+    for (int y = 0; y < 60; ++y)
+      for (int x = 0; x < 90; ++x) {
+        apart += (hard.at(x, y).x > 0.5f) != (traced.at(x, y).x > 0.5f);
+        covered += traced.at(x, y).x > 0;
+      }
+    EXPECT_GT(covered, 500);
+    EXPECT_LE(apart, 4); // pixels whose centre is on the edge
+  }
 }
 
 TEST_F(HardwarePreview, TexturesAreUpright) {
@@ -231,9 +239,12 @@ TEST_F(HardwarePreview, SkyPicturesLieAsRaysSeeThem) {
   RenderSettings how = rays(64, 48);
   how.antiAliasing = AntiAliasing::none;
   how.samples = 1;
-  const Result traced = draw(scene, 64, 48, how);
-  EXPECT_GT(traced.mean().x, 0.05f);
-  EXPECT_LT(difference(draw(scene, 64, 48, hardware(64, 48)), traced), 0.01f);
+  for (const float shift : {0.0f, 0.4f}) {
+    scene.snapshot->camera.shiftX = shift, scene.snapshot->camera.shiftY = -shift;
+    const Result traced = draw(scene, 64, 48, how);
+    EXPECT_GT(traced.mean().x, 0.05f);
+    EXPECT_LT(difference(draw(scene, 64, 48, hardware(64, 48)), traced), 0.01f);
+  }
 }
 
 TEST_F(HardwarePreview, NormalMapsTiltAsRaysDo) {

@@ -1,7 +1,8 @@
 #include "color_field.h"
 
-#include "main_loop.h"
+#include "color_picker.h"
 #include "number_field.h"
+#include "screen_color.h"
 #include "theme.h"
 
 namespace host {
@@ -68,6 +69,7 @@ double ColorField::brightness() const {
 void ColorField::setValue(const QColor& color, double brightness) {
   color_ = color;
   mixed_ = false;
+  if (picker_ && screenColor(picker_->color()) != color) picker_->setColor(linearColor(color));
   brightness_->setValue(brightness * 100);
   swatch_->update();
 }
@@ -88,19 +90,20 @@ void ColorField::setMixed() {
 }
 
 void ColorField::choose() {
-  const QPointer<QColorDialog> chooser = new QColorDialog(color_, window());
-  chooser->setOption(QColorDialog::DontUseNativeDialog);
-  chooser->setWindowTitle(tr("Colour"));
-  const ModalScope modal;
-  const int answer = chooser->exec();
-  if (!chooser) return; // the window was deleted, and this field with it
-  const QColor color = chooser->selectedColor();
-  delete chooser;
-  if (answer != QDialog::Accepted) return;
-  color_ = color;
-  mixed_ = false;
-  swatch_->update();
-  emit chosen();
+  ColorPicker* picker = ColorPicker::open(*this, swatch_->accessibleName(), linearColor(color_), 1);
+  picker_ = picker;
+  picker->disconnect(this);
+  connect(picker, &ColorPicker::dragStarted, this, [this] { dragging_ = true; });
+  connect(picker, &ColorPicker::changed, this, [this](const Vector& linear) {
+    color_ = screenColor(linear);
+    mixed_ = false;
+    swatch_->update();
+    if (!dragging_) emit chosen();
+  });
+  connect(picker, &ColorPicker::dragFinished, this, [this] {
+    dragging_ = false;
+    emit chosen();
+  });
 }
 
 } // namespace host

@@ -3,13 +3,15 @@
 
 #include <QAbstractButton>
 #include <QColor>
+#include <QPointer>
 #include <QWidget>
 
 namespace host {
 
+class ColorPicker;
 class NumberField;
 
-/// A swatch that opens a colour chooser, and a field for the brightness where it may exceed 1.
+/// A swatch that opens the colour picker, and a field for the brightness where it may exceed 1.
 class ColorField : public QWidget {
   Q_OBJECT
  public:
@@ -27,16 +29,17 @@ class ColorField : public QWidget {
   QAbstractButton& button() { return *swatch_; }
 
  signals:
-  /// The user has chosen a colour, or typed a brightness.
+  /// The user has chosen a colour, or typed a brightness. Of a drag in the picker, its end alone.
   void chosen();
 
  private:
   void choose();
 
+  QPointer<ColorPicker> picker_;
   QAbstractButton* swatch_;
   NumberField* brightness_;
   QColor color_ = Qt::white;
-  bool mixed_ = false;
+  bool mixed_ = false, dragging_ = false;
 };
 
 } // namespace host
