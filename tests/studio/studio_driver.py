@@ -361,24 +361,33 @@ class Studio:
 
     def quit(self, seconds=30):
         """Quits the program as a user does and discards unsaved changes."""
-        unsaved = " *" in self.get(name="studio")["text"]
         self.await_keyboard()
         self.key("ctrl+q")
-        if unsaved:
-            self.click(name="answer-1")
+        wait_for("the end of the program", self.ended_or_answered, seconds, 0.1)
+        if self.process.returncode != 0:
+            raise Failed(f"the program ended with {self.process.returncode}:\n{self.output()}")
+
+    def ended_or_answered(self):
+        """Whether the program has ended; answers its question about unsaved changes meanwhile."""
         try:
-            code = self.process.wait(seconds)
-        except subprocess.TimeoutExpired:
-            raise Failed("the program did not end") from None
-        if code != 0:
-            raise Failed(f"the program ended with {code}:\n{self.output()}")
+            question = self.find(name="answer-1")
+        except Failed:
+            return self.process.poll() is not None
+        if question:
+            self.click(question)
+        return False
 
     def await_keyboard(self):
         """Waits until a window of the program has the keyboard, which a key needs. A window manager may leave every window without
         it after a dialog has closed: then the main window is activated, as a user would click at it."""
-        def has_keyboard():
-            active = self.display.tool("getactivewindow", "getwindowpid", check=False)
-            return active.returncode == 0 and active.stdout.strip() == str(self.process.pid)
+        looks = [None]
+
+        def has_keyboard():  # two looks must agree: a window that closes keeps the keyboard for a moment
+            active = self.display.tool("getactivewindow", check=False).stdout
+            focus = self.display.tool("getwindowfocus", "getwindowpid", check=False)
+            ours = focus.returncode == 0 and focus.stdout.strip() == str(self.process.pid)
+            looks.append(active if active and ours else None)
+            return looks[-1] is not None and looks[-1] == looks[-2]
         try:
             wait_for("the keyboard", has_keyboard, 3)
         except Failed:
