@@ -78,6 +78,11 @@ TEST_F(FramePictures, KeepRendersWhatIsMissing) {
 TEST_F(FramePictures, RefusesInOneLine) {
   expectRefusal(animate("s.####.exr", "0:1", {"--quality", "50"}, 2), {"--quality has no effect"});
   expectRefusal(animate("s.####.png", "0:1", {"--half"}, 2), {"--half has no effect"});
+  expectRefusal(animate("s.####.exr", "0:1", {"--bits", "16"}, 2),
+                {"--bits 16 has no effect", "holds floats"});
+  expectRefusal(animate("s.jpg", "0:1", {"--bits", "16"}, 2), {"--bits 16", "a png"});
+  expectRefusal(animate("s.mp4", "0:1", {"--bits", "16"}, 2), {"--bits 16 belongs to a png"});
+  expectRefusal(animate("s.####.png", "0:1", {"--bits", "12"}, 2), {"--bits"});
   expectRefusal(animate("s.tif", "0:1", {"--layers", "depth"}, 2), {"belong to an exr"});
   expectRefusal(animate("s.##.exr", "0:1", {"--exposure", "1"}, 2), {"--exposure have no effect"});
   expectRefusal(animate("s.##.mov", "0:1", {}, 2), {"no place for a frame's number"});

@@ -66,6 +66,25 @@ TEST_F(RenderLens, TheScenesEffectsCountInEightBitPicturesAlone) {
   EXPECT_EQ(picture("with.png", {"--lens"}).pixels, shown.pixels);
 }
 
+TEST_F(RenderLens, CountsInSixteenBits) {
+  const Picture film = picture("film.exr"), words = picture("words.png", {"--bits", "16"});
+  EXPECT_EQ(readFile(folder / "words.png")[24], 16);
+  int finer = 0;
+  for (int y = 0; y < film.height; ++y)
+    for (int x = 0; x < film.width; ++x)
+      for (int c = 0; c < 3; ++c) {
+        const int code = host::toDisplayWord(film.at(x, y, c));
+        ASSERT_EQ(std::lround(words.at(x, y, c) * 65535), code);
+        finer += code % 257 != 0;
+      }
+  EXPECT_GT(finer, 100) << "more than 8 bits can hold";
+  const Picture lens = picture("lens.png", {"--lens"}),
+                deep = picture("deep.png", {"--lens", "--bits", "16"});
+  EXPECT_NE(deep.pixels, words.pixels);
+  for (std::size_t i = 0; i < lens.pixels.size(); ++i)
+    ASSERT_NEAR(deep.pixels[i], lens.pixels[i], 0.503 / 255);
+}
+
 TEST_F(RenderLens, AllEffectsWhenTheSceneHasNone) {
   const Picture film = picture("film.exr");
   host::LensSettings all;

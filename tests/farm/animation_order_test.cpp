@@ -41,7 +41,7 @@ TEST_F(AnimationOrderTest, OptionsAreThoseOfTheSuffix) {
   AnimationOrder all = order("shot.mp4");
   all.width = 640, all.height = 360, all.camera = "Front", all.samples = 32;
   all.codec = "h265", all.compression = "dwaa", all.quality = 70;
-  all.alpha = all.half = all.allLayers = all.stamps = all.denoise = all.keep = all.replace = true;
+  all.deep = all.alpha = all.half = all.allLayers = all.stamps = all.denoise = all.keep = all.replace = true;
   const Words common{"--frames=0:89", "--size=640x360", "--camera=Front", "--samples=32"};
   const auto with = [&common](Words more) {
     more.insert(more.begin(), common.begin(), common.end());
@@ -54,6 +54,8 @@ TEST_F(AnimationOrderTest, OptionsAreThoseOfTheSuffix) {
                                   "--denoise=end", "--keep"}));
   all.output = order("shot.jpg").output;
   EXPECT_EQ(optionsOf(all), with({"--quality=70", "--stamps", "--denoise=end", "--keep"}));
+  all.output = order("shot.png").output;
+  EXPECT_EQ(optionsOf(all), with({"--bits=16", "--alpha", "--stamps", "--denoise=end", "--keep"}));
   EXPECT_EQ(optionsOf(order("a.png", "1, 5:9")), Words{"--frames=1,5:9"});
 }
 

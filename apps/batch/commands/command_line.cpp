@@ -56,6 +56,7 @@ CLI::App* addRender(CLI::App& app, RawOptions& raw) {
   render->add_option("--layers", raw.layers, "Layers of an exr: all, or some of " + host::layerNames())
       ->type_name("A,B,...");
   render->add_flag("--alpha", raw.render.alpha, "Write an alpha channel");
+  addBits(*render, raw.render.bits);
   render->add_flag("--half", raw.render.half, "Colours of an exr as 16-bit floats; numbers stay 32-bit");
   render->add_option("--compression", raw.compression, "Of an exr: " + compressionNames() + " (default zip)")
       ->type_name("NAME");
@@ -123,6 +124,7 @@ CLI::App* addAnimate(CLI::App& app, RawOptions& raw) {
   animate->add_flag("--overwrite", options.overwrite, "Replace an existing file without asking");
   animate->add_option("--layers", raw.layers, "Layers of an exr: all, or some of " + host::layerNames())
       ->type_name("A,B,...");
+  addBits(*animate, options.bits);
   animate->add_flag("--half", options.half, "Colours of an exr as 16-bit floats; numbers stay 32-bit");
   animate->add_option("--compression", raw.compression, "Of an exr: " + compressionNames() + " (default zip)")
       ->type_name("NAME");
@@ -260,6 +262,7 @@ CLI::App* addMerge(CLI::App& app, RawOptions& raw) {
   merge->add_option("--quality", raw.quality, "1 to 100, of a jpg (default 95) or a webp (default lossless)")
       ->type_name("N")
       ->check(CLI::Range(1, 100));
+  addBits(*merge, options.bits);
   merge->add_flag("--half", options.half, "Colours of an exr as 16-bit floats; numbers stay 32-bit");
   merge->add_option("--compression", raw.compression, "Of an exr: " + compressionNames() + " (default zip)")
       ->type_name("NAME");

@@ -25,6 +25,7 @@ struct MergeOptions {
   std::optional<LONG> quality;     // of JPEG and WebP pictures
   bool half = false;               // OpenEXR: colours as 16-bit floats
   std::optional<LONG> compression; // OpenEXR: index into host::exrCompressions
+  LONG bits = 0;                   // PNG: 8 or 16 a channel; 0: 8
   bool resumable = false;          // OpenEXR: the samples go into the file
   int threads = 0;                 // 0: all
   std::string home;

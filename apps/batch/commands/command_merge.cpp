@@ -134,8 +134,8 @@ ExitCode runMerge(const MergeOptions& options) {
   if (options.view.given() && holdsLight(options.image))
     throw Stop(ExitCode::wrongUse, "--view and --exposure have no effect on " + options.image +
                                        ", which holds the light itself; leave them out, or write a png");
-  const PictureOptions how{options.quality, options.half,      options.compression,
-                           false,           options.resumable, nullptr};
+  const PictureOptions how{options.quality, options.half, options.compression, false, options.resumable,
+                           nullptr,         false,        options.bits};
   checkPictureFile(options.image, how);
   requirePictureTarget(options.image);
   PictureHost host(options.home, options.quiet);

@@ -33,7 +33,8 @@ PictureOptions pictureOptions(const RenderOptions& options) {
           options.layers.has_value(),
           options.resumable || options.part,
           nullptr,
-          options.alpha};
+          options.alpha,
+          options.bits};
 }
 
 /// Checks the options before any work begins.

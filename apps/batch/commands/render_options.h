@@ -82,6 +82,7 @@ struct RenderOptions {
   std::optional<unsigned> layers;  // of the film, bits of host::LayerBit; without it, the scene's
   bool half = false;               // OpenEXR: colours as 16-bit floats
   std::optional<LONG> compression; // OpenEXR: index into host::exrCompressions
+  LONG bits = 0;                   // PNG: 8 or 16 a channel; 0: 8
   bool alpha = false;              // the picture gets an alpha channel
   bool resumable = false;          // OpenEXR: the samples go into the file
   std::string resume;              // the OpenEXR file to go on from; empty: none
@@ -99,6 +100,7 @@ struct AnimateOptions {
   std::optional<unsigned> layers;  // OpenEXR: bits of host::LayerBit; without it, the scene's
   bool half = false;               // OpenEXR: colours as 16-bit floats
   std::optional<LONG> compression; // OpenEXR: index into host::exrCompressions
+  LONG bits = 0;                   // PNG: 8 or 16 a channel; 0: 8
   std::optional<PixelSize> size;
   std::string camera;                                        // empty: the scene's own
   std::string variant;                                       // of materials; empty: the scene's own

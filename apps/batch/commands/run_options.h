@@ -24,6 +24,13 @@ inline std::string shadingNames() {
   return names;
 }
 
+/// Adds the depth of png pictures.
+inline void addBits(CLI::App& command, LONG& bits) {
+  command.add_option("--bits", bits, "8 or 16 bits a channel, of a png (default 8)")
+      ->type_name("N")
+      ->check(CLI::IsMember({8, 16}));
+}
+
 /// Adds the options that `render`, `animate` and `farm submit` share.
 template <class Options>
 void addRun(CLI::App& command, RawRun& raw, Options& options) {

@@ -13,9 +13,9 @@ namespace {
 
 /// Options that go to the program of each unit as they were typed.
 constexpr const char* unitOptions[] = {
-    "--size",     "--camera",         "--variant", "--set",  "--samples",  "--time",    "--noise",
-    "--sampling", "--shutter",        "--shading", "--view", "--exposure", "--denoise", "--quality",
-    "--stamps",   "--radiance-cache", "--layers",  "--frame"};
+    "--size",     "--camera",         "--variant", "--set",   "--samples",  "--time",    "--noise",
+    "--sampling", "--shutter",        "--shading", "--view",  "--exposure", "--denoise", "--quality",
+    "--stamps",   "--radiance-cache", "--layers",  "--frame", "--bits"};
 /// Options of the picture that parts become.
 constexpr const char* closingOptions[] = {"--half", "--compression", "--resumable"};
 
@@ -78,6 +78,7 @@ void FarmCommandLine::Raw::addSubmit() {
       ->excludes(range);
   command.add_option("--layers", layers, "Layers of an exr: all, or some of " + host::layerNames())
       ->type_name("A,B,...");
+  addBits(command, submit.run.bits);
   command.add_flag("--half", submit.run.half, "Colours of an exr as 16-bit floats");
   command.add_option("--compression", compression, "Of an exr: " + compressionNames() + " (default zip)")
       ->type_name("NAME");

@@ -56,7 +56,8 @@ void chooseOptions(FarmJob& job, const FarmSubmitOptions& options) {
   const bool films = job.isStill() || job.splitsFrames();
   for (const std::string& option : options.units) {
     const bool movies = job.kind == JobKind::movie && isOne(option, {"--quality"});
-    const bool pictures = isOne(option, {"--quality", "--view", "--exposure", "--half", "--compression"});
+    const bool pictures =
+        isOne(option, {"--quality", "--bits", "--view", "--exposure", "--half", "--compression"});
     if (films && pictures && !movies)
       job.closing.push_back(option);
     else if (!movies)

@@ -62,7 +62,7 @@ void showFrame(const BaseBitmap& bitmap, const host::LensSettings& lens, bool al
 
 PictureOptions framePictureOptions(const AnimateOptions& options) {
   return {options.quality, options.half, options.compression, options.layers.has_value(),
-          false,           nullptr,      options.alpha};
+          false,           nullptr,      options.alpha,       options.bits};
 }
 
 void checkFramePictures(const AnimateOptions& options, const AnimationTarget& target) {
@@ -73,6 +73,9 @@ void checkFramePictures(const AnimateOptions& options, const AnimationTarget& ta
                                          ", which holds the light itself; leave them out, or write a png");
     return;
   }
+  if (options.bits == 16)
+    throw Stop(ExitCode::wrongUse, "--bits 16 belongs to a png, and " + options.output +
+                                       " is none; leave it out, or write shot.####.png");
   if (options.layers || options.half || options.compression)
     throw Stop(ExitCode::wrongUse, "--layers, --half and --compression belong to an exr, and " +
                                        options.output + " is none; leave them out, or write shot.####.exr");

@@ -7,6 +7,7 @@
 #include "output_file.h"
 #include "picture_formats.h"
 #include "picture_origin.h"
+#include "picture_save.h"
 #include "platform.h"
 #include "viewed_bitmap.h"
 
@@ -36,6 +37,11 @@ void checkPictureFile(const std::string& file, const PictureOptions& options) {
   if (options.alpha && !format.alpha)
     throw Stop(ExitCode::wrongUse, "--alpha has no effect on " + file + ": " + format.name +
                                        " pictures have no alpha channel; leave it out, or write a png");
+  if (options.bits == 16 && !host::holdsDeep(format.filter))
+    throw Stop(ExitCode::wrongUse, "--bits 16 has no effect on " + file +
+                                       (format.filter == FILTER_EXR
+                                            ? ", which holds floats; leave it out"
+                                            : ", which has 8 bits a channel; leave it out, or write a png"));
   if (!options.quality || format.option == host::WriterOption::quality) return;
   throw Stop(ExitCode::wrongUse, "--quality has no effect on " + file + ": " + format.name +
                                      " pictures have no quality; leave it out, or write a jpg or webp");
@@ -45,7 +51,11 @@ bool holdsLight(const std::string& file) {
   return formatOf(file).filter == FILTER_EXR;
 }
 
-void savePicture(const BaseBitmap& bitmap, const std::string& file, const PictureOptions& options) {
+namespace {
+
+/// With `deep` the file has 16 bits a channel, of light that this changes.
+void save(const BaseBitmap& bitmap, const std::string& file, const PictureOptions& options,
+          const host::DeskLook* deep) {
   const host::PictureFileFormat& format = formatOf(file);
   BaseContainer settings;
   settings.SetLong(JPGSAVER_QUALITY, options.quality.value_or(defaultJpegQuality));
@@ -59,7 +69,7 @@ void savePicture(const BaseBitmap& bitmap, const std::string& file, const Pictur
       isStandardOutput(file) ? std::make_optional<host::platform::PrivateFolder>() : std::nullopt;
   const Filename target = beside ? beside->folder() + Filename("picture") : Filename(String(file));
   const SAVEBIT bits = options.alpha ? SAVEBIT_ALPHA : SAVEBIT_0;
-  if (bitmap.Save(target, format.filter, &settings, bits) == IMAGERESULT_OK)
+  if (host::savePicture(bitmap, target, format.filter, &settings, bits, deep) == IMAGERESULT_OK)
     return beside ? copyToStandardOutput(target) : void();
   const auto failures = host::takeFailures();
   throw Stop(ExitCode::outputNotWritable,
@@ -67,8 +77,19 @@ void savePicture(const BaseBitmap& bitmap, const std::string& file, const Pictur
                               : failures.front().sentence);
 }
 
+} // namespace
+
+void savePicture(const BaseBitmap& bitmap, const std::string& file, const PictureOptions& options) {
+  const host::DeskLook plain;
+  save(bitmap, file, options, options.bits == 16 ? &plain : nullptr);
+}
+
 void savePicture(const BaseBitmap& bitmap, const host::LensSettings& lens, const std::string& file,
                  PictureOptions options) {
+  if (options.bits == 16) {
+    const host::DeskLook look{{}, lens};
+    return save(bitmap, file, options, &look);
+  }
   const std::shared_ptr<const host::Film> film = host::filmOf(bitmap);
   if (!lens.any() || !film || holdsLight(file)) return savePicture(bitmap, file, options);
   AutoAlloc<BaseBitmap> shown;

@@ -22,6 +22,7 @@ struct PictureOptions {
   bool resumable = false;               // OpenEXR: and the samples behind the film
   const BaseBitmap* rendered = nullptr; // its film says where the picture comes from; null: the saved one's
   bool alpha = false;                   // the bitmap's, which has 32 bits
+  LONG bits = 0;                        // PNG: 8 or 16 a channel; 0: 8
 };
 
 /// Throws `Stop` (wrong use) for an unknown suffix, and for an option that the format does not have.

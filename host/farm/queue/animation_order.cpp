@@ -69,6 +69,7 @@ void eachField(Order& order, const Visit& visit) {
   visit("width", order.width), visit("height", order.height);
   visit("camera", order.camera), visit("samples", order.samples);
   visit("codec", order.codec), visit("compression", order.compression), visit("quality", order.quality);
+  visit("deep", order.deep);
   visit("alpha", order.alpha), visit("half", order.half), visit("all_layers", order.allLayers);
   visit("stamps", order.stamps), visit("denoise", order.denoise);
   visit("keep", order.keep), visit("replace", order.replace);
@@ -89,6 +90,7 @@ OutputKind outputKind(const std::string& output) {
   kind.exr = format->filter == FILTER_EXR;
   kind.quality = format->option == WriterOption::quality;
   kind.alpha = format->alpha;
+  kind.deep = holdsDeep(format->filter);
   return kind;
 }
 
@@ -122,6 +124,7 @@ std::vector<std::string> animateArguments(const AnimationOrder& order, const std
   if (kind.movie) add("codec", order.codec);
   if (kind.exr) add("compression", order.compression);
   if (kind.quality && order.quality > 0) add("quality", std::to_string(order.quality));
+  if (order.deep && kind.deep) add("bits", "16");
   addFlag("alpha", order.alpha && kind.alpha);
   addFlag("half", order.half && kind.exr);
   if (order.allLayers && kind.exr) add("layers", "all");

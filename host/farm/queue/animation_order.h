@@ -18,6 +18,7 @@ struct AnimationOrder {
   LONG samples = 0;               // 0: the scene's
   std::string codec, compression; // of a movie, of an OpenEXR picture; empty: the default
   LONG quality = 0;               // 1 to 100; 0: the default
+  bool deep = false;              // PNG pictures with 16 bits a channel
   bool alpha = false, half = false, allLayers = false, stamps = false, denoise = false;
   bool keep = false;    // pictures that are whole already
   bool replace = false; // a movie that exists
@@ -27,7 +28,7 @@ struct AnimationOrder {
 
 /// The options that the output's suffix has.
 struct OutputKind {
-  bool known = false, movie = false, exr = false, quality = false, alpha = false;
+  bool known = false, movie = false, exr = false, quality = false, alpha = false, deep = false;
 };
 OutputKind outputKind(const std::string& output);
 

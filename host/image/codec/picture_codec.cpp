@@ -1,10 +1,13 @@
 #include "picture_codec.h"
 
+#include <algorithm>
+#include <cmath>
 #include <cstring>
 
 #include "bitmap_data.h"
 #include "file_bytes.h"
 #include "view_transform.h"
+#include "viewed_bitmap.h"
 
 namespace host {
 namespace {
@@ -96,6 +99,17 @@ void straighten(const BaseBitmap& bitmap, const Film& film, const ViewTransform&
   b = codes[2];
 }
 
+/// The film's, unless the bitmap's was drawn over.
+std::uint16_t alphaWord(const BaseBitmap& bitmap, const Film* film, LONG x, LONG y) {
+  const auto code = static_cast<std::uint16_t>(bitmap.GetAlpha(x, y));
+  if (!film || !film->holds(x, y)) return static_cast<std::uint16_t>(code * 257);
+  float rgba[4];
+  film->getColor(x, y, rgba);
+  const float alpha = std::clamp(rgba[3], 0.0f, 1.0f);
+  return std::lround(alpha * 255) == code ? static_cast<std::uint16_t>(std::lround(alpha * 65535))
+                                          : static_cast<std::uint16_t>(code * 257);
+}
+
 } // namespace
 
 FileBytes pixelBytes(const FilterJob& job) {
@@ -116,6 +130,28 @@ FileBytes pixelBytes(const FilterJob& job) {
       if (job.alpha) *out++ = static_cast<unsigned char>(bitmap.GetAlpha(x, y));
     }
   return bytes;
+}
+
+std::vector<std::uint16_t> pixelWords(const FilterJob& job) {
+  const BaseBitmap& bitmap = job.bitmap;
+  const auto width = static_cast<std::size_t>(bitmap.GetBw());
+  const std::size_t channels = job.alpha ? 4 : 3;
+  const std::shared_ptr<const Film> film = filmOf(bitmap);
+  const std::shared_ptr<const ViewTransform> view = film ? film->view() : nullptr;
+  const ViewTransform plain;
+  ViewedRows rows(bitmap, job.alpha);
+  if (!job.deep->isPlain()) rows.keepLight(*job.deep);
+  std::vector<std::uint16_t> words(width * static_cast<std::size_t>(bitmap.GetBh()) * channels);
+  std::vector<std::uint16_t> row(3 * width);
+  std::uint16_t* out = words.data();
+  for (LONG y = 0; y < bitmap.GetBh(); ++y) {
+    rows.read(view ? *view : plain, y, row.data());
+    for (std::size_t x = 0; x < width; ++x) {
+      out = std::copy_n(row.data() + 3 * x, 3, out);
+      if (job.alpha) *out++ = alphaWord(bitmap, film.get(), static_cast<LONG>(x), y);
+    }
+  }
+  return words;
 }
 
 } // namespace host

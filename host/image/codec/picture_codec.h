@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "c4d_bitmap.h"
+#include "desk_look.h"
 #include "film.h"
 #include "picture_decode.h"
 #include "primaries.h"
@@ -22,8 +23,9 @@ using FileBytes = std::vector<unsigned char>;
 
 struct FilterJob {
   const BaseBitmap& bitmap;
-  bool alpha;                   // wanted, and the bitmap has one
-  const BaseContainer* options; // null for none
+  bool alpha;                     // wanted, and the bitmap has one
+  const BaseContainer* options;   // null for none
+  const DeskLook* deep = nullptr; // 16 bits a channel, of light that this changes; null: 8 bits
 };
 
 /// A picture that a writer could not encode; the text is a clause that follows the file's name.
@@ -83,7 +85,7 @@ bool plausibleTga(PictureBytes file);
 FileBytes encodeTiff(const FilterJob& job); // LZW; with alpha when wanted, straight
 FileBytes encodeBmp(const FilterJob& job);  // no alpha
 FileBytes encodeJpeg(const FilterJob& job); // no alpha; JPGSAVER_QUALITY, default 90
-FileBytes encodePng(const FilterJob& job);  // with alpha when wanted, straight
+FileBytes encodePng(const FilterJob& job);  // with alpha when wanted, straight; the one that can be deep
 /// Linear. Numbers are 32-bit floats, colours as exrSaverHalf says. A pixel holds the film's value where the
 /// film shows as what the bitmap has; a pixel that was drawn over since (a stamp, a banner), or a bitmap
 /// without film, holds the linear light of its codes. With alpha the colours are multiplied by it, as the
@@ -131,5 +133,7 @@ std::string originPacket(const FilterJob& job);
 /// The bitmap's pixels as red, green, blue and, when the job wants it, alpha: 8 bits each, rows from the top.
 /// With alpha, rendered pixels have the colour of the surfaces in them, whatever their coverage.
 FileBytes pixelBytes(const FilterJob& job);
+/// The same with 16 bits each, of a job that is deep.
+std::vector<std::uint16_t> pixelWords(const FilterJob& job);
 
 } // namespace host

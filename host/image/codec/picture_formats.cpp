@@ -130,6 +130,10 @@ const PictureFileFormat* formatOfSuffix(std::string_view suffix) noexcept {
   return nullptr;
 }
 
+bool holdsDeep(LONG filter) noexcept {
+  return filter == FILTER_PNG;
+}
+
 bool isPictureSuffix(std::string_view suffix) noexcept {
   for (const PictureFileFormat& format : formats)
     for (const char* known : format.suffixes)

@@ -59,6 +59,9 @@ const PictureFileFormat* recognisePicture(std::span<const std::byte> file, const
 const PictureFileFormat* formatOfFilter(LONG filter) noexcept;
 const PictureFileFormat* formatOfSuffix(std::string_view suffix) noexcept;
 
+/// Whether files of the format with this number can have 16 bits a channel (picture_save.h).
+bool holdsDeep(LONG filter) noexcept;
+
 /// True for the suffix of a picture that is read, with or without capitals.
 bool isPictureSuffix(std::string_view suffix) noexcept;
 

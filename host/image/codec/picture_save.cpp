@@ -17,7 +17,7 @@ struct Outcome {
 };
 
 Outcome save(const BaseBitmap& bitmap, const Filename& name, LONG format, const BaseContainer* options,
-             SAVEBIT bits) {
+             SAVEBIT bits, const host::DeskLook* deep) {
   if (!name.Content()) return {IMAGERESULT_PARAM_ERROR, "has no name. Choose a file name."};
   const host::PictureFileFormat* writer = host::formatOfFilter(format);
   if (!writer)
@@ -27,7 +27,7 @@ Outcome save(const BaseBitmap& bitmap, const Filename& name, LONG format, const 
   if (bitmap.GetBw() < 1)
     return {IMAGERESULT_PARAM_ERROR, "was not saved: the picture is empty. Render it first."};
   const bool alpha = (bits & SAVEBIT_ALPHA) != 0 && bitmap.GetBt() == 32;
-  const host::FileBytes bytes = writer->write({bitmap, alpha, options});
+  const host::FileBytes bytes = writer->write({bitmap, alpha, options, deep});
   std::string reason;
   if (!host::replaceFile(name, std::as_bytes(std::span(bytes)), &reason))
     return {IMAGERESULT_FILEERROR,
@@ -36,9 +36,9 @@ Outcome save(const BaseBitmap& bitmap, const Filename& name, LONG format, const 
 }
 
 Outcome saveGuarded(const BaseBitmap& bitmap, const Filename& name, LONG format, const BaseContainer* options,
-                    SAVEBIT bits) {
+                    SAVEBIT bits, const host::DeskLook* deep) {
   try {
-    return save(bitmap, name, format, options, bits);
+    return save(bitmap, name, format, options, bits, deep);
   } catch (const host::FilterError& error) {
     return {IMAGERESULT_MISC_ERROR, error.what() + std::string(". Try another format.")};
   } catch (const std::bad_alloc&) {
@@ -54,9 +54,9 @@ Outcome saveGuarded(const BaseBitmap& bitmap, const Filename& name, LONG format,
 namespace host {
 
 IMAGERESULT savePicture(const BaseBitmap& bitmap, const Filename& name, LONG format,
-                        const BaseContainer* options, SAVEBIT bits) noexcept {
+                        const BaseContainer* options, SAVEBIT bits, const DeskLook* deep) noexcept {
   try {
-    const Outcome outcome = saveGuarded(bitmap, name, format, options, bits);
+    const Outcome outcome = saveGuarded(bitmap, name, format, options, bits, deep);
     if (outcome.result != IMAGERESULT_OK)
       recordFailure(name, "Picture \"" + name.GetString().GetUTF8() + "\" " + outcome.clause);
     return outcome.result;

@@ -140,7 +140,7 @@ void describe(spng_ctx* context, const FilterJob& job) {
   spng_ihdr header{};
   header.width = static_cast<std::uint32_t>(job.bitmap.GetBw());
   header.height = static_cast<std::uint32_t>(job.bitmap.GetBh());
-  header.bit_depth = 8;
+  header.bit_depth = job.deep ? 16 : 8;
   header.color_type = job.alpha ? SPNG_COLOR_TYPE_TRUECOLOR_ALPHA : SPNG_COLOR_TYPE_TRUECOLOR;
   requireWritten(spng_set_ihdr(context, &header));
   requireWritten(spng_set_srgb(context, 0));
@@ -149,7 +149,10 @@ void describe(spng_ctx* context, const FilterJob& job) {
 } // namespace
 
 FileBytes encodePng(const FilterJob& job) {
-  const FileBytes pixels = pixelBytes(job);
+  const FileBytes pixels = job.deep ? FileBytes() : pixelBytes(job);
+  const std::vector<std::uint16_t> words = job.deep ? pixelWords(job) : std::vector<std::uint16_t>();
+  const std::span<const std::byte> data =
+      job.deep ? std::as_bytes(std::span(words)) : std::as_bytes(std::span(pixels));
   PictureOrigin texts = textsOf(job);
   const Context context = newContext(SPNG_CTX_ENCODER);
   requireWritten(spng_set_option(context.get(), SPNG_ENCODE_TO_BUFFER, 1));
@@ -158,7 +161,7 @@ FileBytes encodePng(const FilterJob& job) {
   describe(context.get(), job);
   addTexts(context.get(), texts);
   requireWritten(
-      spng_encode_image(context.get(), pixels.data(), pixels.size(), SPNG_FMT_PNG, SPNG_ENCODE_FINALIZE));
+      spng_encode_image(context.get(), data.data(), data.size(), SPNG_FMT_PNG, SPNG_ENCODE_FINALIZE));
   int code = 0;
   std::size_t size = 0;
   const std::unique_ptr<void, void (*)(void*)> file(spng_get_png_buffer(context.get(), &size, &code),

@@ -23,6 +23,27 @@ std::array<double, 3> blackBody(double kelvin) {
           0.0556301 * bigX - 0.2039770 + 1.0569715 * bigZ};
 }
 
+unsigned char codeOf(std::int16_t display, unsigned char /*kind*/) noexcept {
+  return static_cast<unsigned char>((display + 64) >> 7);
+}
+std::uint16_t codeOf(std::int16_t display, std::uint16_t /*kind*/) noexcept {
+  return static_cast<std::uint16_t>((display * 65535 + displayWhite / 2) / displayWhite);
+}
+void toDisplay(const float* linear, std::uint16_t* codes, std::size_t count) noexcept {
+  std::transform(linear, linear + count, codes, toDisplayWord);
+}
+
+/// Display values to codes, by the table where there is one.
+template <class Code>
+void encode(const std::int16_t* display, Code* codes, std::size_t count,
+            const std::vector<Code>& table) noexcept {
+  if (table.empty())
+    std::transform(display, display + count, codes, [](std::int16_t value) { return codeOf(value, Code()); });
+  else
+    std::transform(display, display + count, codes,
+                   [&table](std::int16_t value) { return table[static_cast<std::size_t>(value)]; });
+}
+
 double clampOr(double value, double low, double high, double otherwise) {
   return std::isnan(value) ? otherwise : std::clamp(value, low, high);
 }
@@ -61,23 +82,15 @@ ViewTransform::ViewTransform(const ViewSettings& settings) : settings_(withinRan
   if (settings_.view != plainView) look_ = lookOf(settings_.view, settings_.config);
   if (!look_ && bent) look_ = lookOf(plainView, {});
   if (!bent) return;
-  for (int i = 0; i <= displayWhite; ++i)
-    codes_.push_back(static_cast<unsigned char>(
-        std::lround(std::pow(static_cast<double>(i) / displayWhite, 1 / settings_.gamma) * 255)));
+  for (int i = 0; i <= displayWhite; ++i) {
+    const double value = std::pow(static_cast<double>(i) / displayWhite, 1 / settings_.gamma);
+    codes_.push_back(static_cast<unsigned char>(std::lround(value * 255)));
+    words_.push_back(static_cast<std::uint16_t>(std::lround(value * 65535)));
+  }
 }
 
-/// Display values to codes.
-void ViewTransform::encode(const std::int16_t* display, unsigned char* codes,
-                           std::size_t count) const noexcept {
-  if (codes_.empty())
-    std::transform(display, display + count, codes,
-                   [](std::int16_t value) { return static_cast<unsigned char>((value + 64) >> 7); });
-  else
-    std::transform(display, display + count, codes,
-                   [this](std::int16_t value) { return codes_[static_cast<std::size_t>(value)]; });
-}
-
-void ViewTransform::show(const float* rgb, unsigned char* codes, std::size_t pixels) const noexcept {
+template <class Code>
+void ViewTransform::showAs(const float* rgb, Code* codes, std::size_t pixels) const noexcept {
   std::array<float, 3 * ViewLook::mostPixels> scaled;
   std::array<std::int16_t, 3 * ViewLook::mostPixels + 1> display;
   for (std::size_t count; pixels > 0; pixels -= count, rgb += 3 * count, codes += 3 * count) {
@@ -88,8 +101,19 @@ void ViewTransform::show(const float* rgb, unsigned char* codes, std::size_t pix
       continue;
     }
     look_->show(scaled.data(), display.data(), count);
-    encode(display.data(), codes, 3 * count);
+    if constexpr (sizeof(Code) == 1)
+      encode(display.data(), codes, 3 * count, codes_);
+    else
+      encode(display.data(), codes, 3 * count, words_);
   }
+}
+
+void ViewTransform::show(const float* rgb, unsigned char* codes, std::size_t pixels) const noexcept {
+  showAs(rgb, codes, pixels);
+}
+
+void ViewTransform::show(const float* rgb, std::uint16_t* codes, std::size_t pixels) const noexcept {
+  showAs(rgb, codes, pixels);
 }
 
 } // namespace host

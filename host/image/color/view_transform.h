@@ -22,14 +22,19 @@ class ViewTransform {
   const ViewSettings& settings() const noexcept { return settings_; }
   /// Light of Rec. 709's primaries to codes; red, green and blue of each pixel.
   void show(const float* rgb, unsigned char* codes, std::size_t pixels) const noexcept;
+  /// The same as codes of 16 bits. Views other than sRGB, and those with a gamma, have 32,640 steps.
+  void show(const float* rgb, std::uint16_t* codes, std::size_t pixels) const noexcept;
 
  private:
-  void encode(const std::int16_t* display, unsigned char* codes, std::size_t count) const noexcept;
+  template <class Code>
+  void showAs(const float* rgb, Code* codes, std::size_t pixels) const noexcept;
 
   ViewSettings settings_;
   std::array<float, 3 * ViewLook::mostPixels> gain_{}; // red, green and blue, again and again
   ViewLookPtr look_;                                   // null: sRGB by the display transform
-  std::vector<unsigned char> codes_; // of each display value with a gamma; empty for a gamma of 1
+  // Codes of each display value with a gamma, of 8 and 16 bits; empty for a gamma of 1.
+  std::vector<unsigned char> codes_;
+  std::vector<std::uint16_t> words_;
 };
 
 /// The scale of red, green and blue that makes light of a temperature look white; the luminance of white

@@ -51,13 +51,20 @@ void ViewedRows::keepLight(const DeskLook& look) {
   eachRow(film_->height(), [&](int y) { straighten(y, light_.data() + 3 * film_->pixelAt(0, y)); });
 }
 
-void ViewedRows::read(const ViewTransform& view, LONG y, unsigned char* rgb) const {
+void ViewedRows::readHeld(LONG x, LONG y, LONG count, unsigned char* rgb) const {
+  bitmap_.GetPixelCnt(x, y, count, rgb, 3, COLORMODE_RGB);
+}
+
+void ViewedRows::readHeld(LONG x, LONG y, LONG count, std::uint16_t* rgb) const {
+  std::vector<unsigned char> codes(3 * static_cast<std::size_t>(count));
+  readHeld(x, y, count, codes.data());
+  std::transform(codes.begin(), codes.end(), rgb,
+                 [](unsigned char code) { return static_cast<std::uint16_t>(code * 257); });
+}
+
+template <class Code>
+void ViewedRows::showLight(const ViewTransform& view, LONG y, Code* rgb) const {
   const auto width = static_cast<std::size_t>(bitmap_.GetBw());
-  const bool asHeld = !film_ || (light_.empty() && !straight_ && view.settings() == shown_->settings());
-  if (asHeld) {
-    bitmap_.GetPixelCnt(0, y, bitmap_.GetBw(), rgb, 3, COLORMODE_RGB);
-    return;
-  }
   std::vector<float> light;
   std::vector<std::uint8_t> drawn;
   const std::uint8_t* isDrawn = nullptr;
@@ -74,7 +81,22 @@ void ViewedRows::read(const ViewTransform& view, LONG y, unsigned char* rgb) con
     view.show(light.data(), rgb, width);
   }
   for (std::size_t x = 0; x < width; ++x, rgb += 3)
-    if (isDrawn[x]) bitmap_.GetPixelCnt(static_cast<LONG>(x), y, 1, rgb, 3, COLORMODE_RGB);
+    if (isDrawn[x]) readHeld(static_cast<LONG>(x), y, 1, rgb);
+}
+
+void ViewedRows::read(const ViewTransform& view, LONG y, unsigned char* rgb) const {
+  const bool asHeld = !film_ || (light_.empty() && !straight_ && view.settings() == shown_->settings());
+  if (asHeld)
+    readHeld(0, y, bitmap_.GetBw(), rgb);
+  else
+    showLight(view, y, rgb);
+}
+
+void ViewedRows::read(const ViewTransform& view, LONG y, std::uint16_t* rgb) const {
+  if (film_)
+    showLight(view, y, rgb);
+  else
+    readHeld(0, y, bitmap_.GetBw(), rgb);
 }
 
 bool viewedCopy(const BaseBitmap& bitmap, const ViewTransform& view, bool straight, BaseBitmap& copy,

@@ -25,8 +25,14 @@ class ViewedRows {
   void keepLight(const DeskLook& look = {});
   /// Red, green and blue of each pixel of a row. Any thread, several at a time.
   void read(const ViewTransform& view, LONG y, unsigned char* rgb) const;
+  /// The same with 16 bits; pixels without light have those of their codes.
+  void read(const ViewTransform& view, LONG y, std::uint16_t* rgb) const;
 
  private:
+  template <class Code>
+  void showLight(const ViewTransform& view, LONG y, Code* rgb) const;
+  void readHeld(LONG x, LONG y, LONG count, unsigned char* rgb) const;
+  void readHeld(LONG x, LONG y, LONG count, std::uint16_t* rgb) const;
   void readLight(LONG y, float* light, std::uint8_t* drawn) const;
   void straighten(LONG y, float* light) const;
 

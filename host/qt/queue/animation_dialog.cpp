@@ -102,6 +102,8 @@ void AnimationDialog::addFormat(QFormLayout& form) {
               tr("Colours as 16-bit floats; other layers stay 32-bit"));
   layers_ = box("animation-layers", tr("All la&yers"),
                 tr("Every layer that the renderer has. Without it, those of the render settings"));
+  deep_ = box("animation-deep", tr("16 &bits a channel"),
+              tr("PNG pictures with 16 bits a channel, for grading without bands"));
   alpha_ =
       box("animation-alpha", tr("Al&pha channel"), tr("Writes what is behind the objects as transparent"));
   existing_ = choice("animation-existing", tr("Existing pictures"),
@@ -114,6 +116,7 @@ void AnimationDialog::addFormat(QFormLayout& form) {
   form.addRow(tr("Co&mpression"), compression_);
   form.addRow(QString(), half_);
   form.addRow(QString(), layers_);
+  form.addRow(QString(), deep_);
   form.addRow(QString(), alpha_);
   form.addRow(tr("E&xisting pictures"), existing_);
   form.addRow(QString(), replace_);
@@ -188,6 +191,7 @@ farm::AnimationOrder AnimationDialog::order() const {
   order.codec = codec_->currentData().toString().toStdString();
   order.compression = compression_->currentText().toStdString();
   order.quality = numberOf(*quality_);
+  order.deep = deep_->isChecked();
   order.alpha = alpha_->isChecked(), order.half = half_->isChecked(), order.allLayers = layers_->isChecked();
   order.stamps = stamps_->isChecked(), order.denoise = denoise_->isChecked();
   order.keep = existing_->currentIndex() == 1, order.replace = replace_->isChecked();
@@ -236,6 +240,7 @@ void AnimationDialog::showFormat() {
   setRow(*format_, qualityRow_, kind.quality);
   for (QWidget* field : std::initializer_list<QWidget*>{compression_, half_, layers_})
     setRow(*format_, field, kind.exr);
+  setRow(*format_, deep_, kind.deep);
   setRow(*format_, alpha_, kind.alpha);
   setRow(*format_, existing_, !kind.movie);
   setRow(*format_, replace_, kind.movie);
@@ -278,7 +283,8 @@ void AnimationDialog::keep() const {
   LONG id = 5;
   for (const QCheckBox* one : {denoise_, stamps_, alpha_, half_, layers_})
     values.SetBool(id++, one->isChecked() ? TRUE : FALSE);
-  values.SetLong(id, existing_->currentIndex());
+  values.SetLong(id++, existing_->currentIndex());
+  values.SetBool(id, deep_->isChecked() ? TRUE : FALSE);
   kept->setNamed(keptName, values);
 }
 
@@ -295,7 +301,8 @@ void AnimationDialog::takeKept() {
   LONG id = 5;
   for (QCheckBox* one : {denoise_, stamps_, alpha_, half_, layers_})
     one->setChecked(values->GetBool(id++) != FALSE);
-  existing_->setCurrentIndex(values->GetLong(id) == 1 ? 1 : 0);
+  existing_->setCurrentIndex(values->GetLong(id++) == 1 ? 1 : 0);
+  deep_->setChecked(values->GetBool(id) != FALSE);
 }
 
 } // namespace host

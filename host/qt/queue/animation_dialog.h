@@ -50,7 +50,7 @@ class AnimationDialog : public QDialog {
   QLineEdit *output_, *frames_;
   NumberField *width_, *height_, *samples_, *quality_;
   QComboBox *camera_, *codec_, *compression_, *existing_;
-  QCheckBox *denoise_, *stamps_, *alpha_, *half_, *layers_, *replace_;
+  QCheckBox *denoise_, *stamps_, *alpha_, *half_, *layers_, *deep_, *replace_;
   QWidget* qualityRow_ = nullptr;
   QLabel* message_;
   QPushButton* add_;
