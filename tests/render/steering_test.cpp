@@ -13,6 +13,7 @@
 #include "scene_file.h"
 #include "scene_kit.h"
 #include "tile_order.h"
+#include "worker_threads.h"
 
 namespace {
 
@@ -24,6 +25,7 @@ class Steering : public testing::Test {
   ~Steering() override {
     setRenderStart({});
     isolateObjects({});
+    setWorkerCount(0);
   }
 };
 
@@ -64,6 +66,7 @@ TEST_F(Steering, ThePlaceIsOfThePictureAndNotOfTheRegion) {
 
 // A render that is stopped early has samples at its start, and none far from it.
 TEST_F(Steering, ARenderBeginsThere) {
+  setWorkerCount(1); // of several, another can end its tile first
   kit::Scene scene = kit::ballInSky();
   setRenderStart(PicturePlace{0.97f, 0.97f});
   std::atomic<int> tiles = 0;
