@@ -27,12 +27,14 @@ def picture(run, name):
     run.display.save(run.options.output / name)
 
 
-def add(run, studio, output, frames, shot=None, samples=2):
+def add(run, studio, output, frames, shot=None, samples=2, deep=False):
     studio.display.to_front("Lumenara Studio")
     studio.menu("Render", "Render Animation...")
     studio.standing(name="animation-dialog")
     for name, value in (("output", output), ("frames", frames), ("width", 64), ("height", 48), ("samples", samples)):
         studio.enter(f"animation-{name}", str(value))
+    if deep:
+        studio.tick(name="animation-deep")
     if shot:
         picture(run, shot)
     studio.click(name="animation-add")
@@ -45,7 +47,8 @@ def render_queue(run):
     add(run, studio, run.folder / "nowhere" / "shot.png", "0:2")
     wait_for("the problem", lambda: studio.text("animation-message").startswith(f'The folder "{run.folder}/nowhere" does not exist.'))
     studio.enter("animation-output", str(out / "shot.####.exr"))
-    check(studio.find(name="animation-codec") is None, "pictures have a codec")
+    for field in ("codec", "deep"):
+        check(studio.find(name=f"animation-{field}") is None, f"{field} of OpenEXR pictures")
     picture(run, "animation-pictures.png")
     studio.click(name="animation-add")
     studio.standing(name="render-queue")
@@ -70,9 +73,10 @@ def render_queue(run):
         check(count.stdout.strip() == "6", f"the movie has {count.stdout} frames; {count.stderr}")
 
     # A long one, and a question before the program ends.
-    add(run, studio, out / "long.png", "0:5000", samples=64)
+    add(run, studio, out / "long.png", "0:5000", "animation-deep.png", samples=64, deep=True)
     state(studio, "long.png", " %")
     wait_for("its first picture", (out / "long0000.png").exists, 60)
+    check((out / "long0000.png").read_bytes()[24] == 16, "the picture has not 16 bits a channel")
     picture(run, "render-queue-runs.png")
     studio.key("ctrl+q")
     wait_for("the question", lambda: studio.find(name="sentence", text="Quit while animations are rendered?"))
