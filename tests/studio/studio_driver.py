@@ -361,11 +361,22 @@ class Studio:
 
     def quit(self, seconds=30):
         """Quits the program as a user does and discards unsaved changes."""
-        self.await_keyboard()
-        self.key("ctrl+q")
-        wait_for("the end of the program", self.ended_or_answered, seconds, 0.1)
+        end = time.monotonic() + seconds
+        while not self.ends_by_key():
+            if time.monotonic() > end:
+                raise Failed("the program did not end")
         if self.process.returncode != 0:
             raise Failed(f"the program ended with {self.process.returncode}:\n{self.output()}")
+
+    def ends_by_key(self, seconds=6):
+        """Presses Ctrl+Q; false when nothing came of it, as with a key that a closing window has swallowed."""
+        try:
+            self.await_keyboard()
+            self.key("ctrl+q")
+            wait_for("the end of the program", self.ended_or_answered, seconds, 0.1)
+        except Failed:
+            return self.process.poll() is not None
+        return True
 
     def ended_or_answered(self):
         """Whether the program has ended; answers its question about unsaved changes meanwhile."""
@@ -380,19 +391,19 @@ class Studio:
     def await_keyboard(self):
         """Waits until a window of the program has the keyboard, which a key needs. A window manager may leave every window without
         it after a dialog has closed: then the main window is activated, as a user would click at it."""
-        looks = [None]
+        looks = [None, None]
 
-        def has_keyboard():  # two looks must agree: a window that closes keeps the keyboard for a moment
+        def has_keyboard():  # three looks must agree: a window that closes keeps the keyboard for a moment
             active = self.display.tool("getactivewindow", check=False).stdout
             focus = self.display.tool("getwindowfocus", "getwindowpid", check=False)
             ours = focus.returncode == 0 and focus.stdout.strip() == str(self.process.pid)
             looks.append(active if active and ours else None)
-            return looks[-1] is not None and looks[-1] == looks[-2]
+            return looks[-1] is not None and looks[-1] == looks[-2] == looks[-3]
         try:
-            wait_for("the keyboard", has_keyboard, 3)
+            wait_for("the keyboard", has_keyboard, 4, 0.1)
         except Failed:
             self.display.to_front("Lumenara Studio")
-            wait_for("the keyboard", has_keyboard)
+            wait_for("the keyboard", has_keyboard, every=0.1)
 
     def kill(self):
         self.process.send_signal(signal.SIGKILL)
